@@ -1,0 +1,116 @@
+// The inspection engine. Including this header is all that a host needs.
+//
+// A host creates a pool (assemcontrol.h), fills a parameter block (convparam.h) for each region and calls an
+// inspection; the blobs stay in the lane's engine until the next call. Nothing here throws or prints, and no state
+// outlives the objects. An engine serves one thread at a time.
+#pragma once
+
+#include <cstdint>
+
+#include "narvoassem/asginspection.h"
+#include "narvoassem/assemcontrol.h"
+#include "narvoassem/assemutil.h"
+#include "narvoassem/blobstorage.h"
+#include "narvoassem/convparam.h"
+#include "narvoassem/defectblob.h"
+#include "narvoassem/defectpair.h"
+#include "narvoassem/export.h"
+#include "narvoassem/fastkernels.h"
+#include "narvoassem/narvostrg.h"
+#include "narvoassem/padpoligon.h"
+#include "narvoassem/pairstorage.h"
+#include "narvoassem/pixelstorage.h"
+#include "narvoassem/platform.h"
+#include "narvoassem/stopwatch.h"
+#include "narvoassem/version.h"
+#include "narvoassem/widekernels.h"
+
+/// The engine: one store of hits, one of pairs, one of blobs, and one inspection at a time.
+///
+/// Result codes of the inspection calls: 1 done; 8 bad parameter; 16 done with a warning about coverage (re-runs
+/// were started or could not be, or more pairs exist than fit); 64 region too small (pool only). Copies share
+/// everything: only one of two copies may be destroyed.
+class NARVO_API CNarvoAssem : public CBlobStorage
+{
+public:
+    CAssemThreadControl* pThreadControl; ///< sub-engines of the band split, owned; null until EnableInternalThread
+    int nAssemIndex;                     ///< as given to InitAssem
+    double dInspectTime;                 ///< milliseconds of the last Inspect_Rect, all passes
+    int nReinspectCount;                 ///< re-runs since ResetReinspectCount
+    CScratchArray<short> ConBuffComp;    ///< first strip buffer
+    CScratchArray<short> ConBuffComp2;   ///< second strip buffer
+    CScratchArray<std::int64_t> Int64BuffComp; ///< integral image of average mode
+
+    CNarvoAssem();
+    CNarvoAssem(const CNarvoAssem& other) = default;
+    CNarvoAssem& operator=(const CNarvoAssem& other) = default;
+    ~CNarvoAssem() override;
+
+    /// Makes the stores: nDefectSize blobs, and twice the larger of nDefectSize and 80000 hits and pairs.
+    /// @return 1, or 0 without memory (stores built before stay)
+    int InitAssem(int nIndex, int nDefectSize);
+    /// Makes nThreads sub-engines once; later calls change nothing. @return 1
+    int EnableInternalThread(int nThreads, int nDefectSize);
+    /// Clears hits, pairs, blobs and both times.
+    void ResetNarvoAssem();
+    /// Clears hits and pairs; blobs stay.
+    void InspectPAD_Clear();
+
+    /// Inspects rtInspect by nInspectMode and nDirection. Blobs join those held: call ResetNarvoAssem first. An
+    /// overflow starts re-runs from where the pass stopped, as long as nReinspectCount is below nMaxReinspect.
+    /// @return 1, 8 or 16
+    int Inspect_Rect(CConvParam* pParam);
+    /// Inspect_Rect in bands of columns, in parallel on the sub-engines, for regions of 2000 pixels or more along the
+    /// split axis; blobs of all bands are gathered here, seams are not bridged. @return 1, 8 (no sub-engines) or 16
+    int Inspect_RectThread(CConvParam* pParam);
+    /// Inspects trapInspect; singles are not kept. @return 1, 8 or 16
+    int Inspect_Trapezium(CConvParam* pParam);
+    /// Inspects rtInspect with zone cells unbounded along one axis, or as pixel mode without zone maps; singles are
+    /// not kept. @return 1, 8 or 16
+    int Inspect_ASG(CConvParam* pParam);
+
+    /// Checks the engine's parameters for a horizontal run and clamps nGrayLimit to 1 .. 255: an image is set, three
+    /// real conv pitches fit into image and region, image and region hold the windows, windows are 1 .. 1023,
+    /// nCheckLimit1 >= 10, nCheckLimit2 >= 2, map corners are not negative, nThreshold >= 1. nCheck becomes 0.
+    /// @return 1 or 8
+    int CheckParameter(int& nCheck);
+    /// The same for a vertical run: three real scan pitches must fit into the region's height.
+    int CheckParameter_Vert(int& nCheck);
+    /// Adds 1 to nReinspectCount.
+    void CountReinspect();
+    /// nReinspectCount to 0.
+    void ResetReinspectCount();
+
+    /// The zone comparison: chooses a kernel, builds blobs, tidies them. @return end line: first row (horizontal) or
+    /// column (vertical) not finished
+    int Compare_Zone2();
+
+    // Zone kernels that read the engine: dead zones of the parameters drop records, peaks are not written, singles
+    // need bKeepSingle exactly 1 and nothing else. Arguments as in fastkernels.h.
+
+    int ConvZoneVert2S_Intrin(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
+                              std::int64_t nThresholdExtra, std::int64_t nGrayLimit);
+    /// Thresholds from pTspTable and pTspTable2 by zone; the maps give the zone alone.
+    int ConvZoneVert2S_TSP_Intrin(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
+                                  std::int64_t nThresholdExtra, std::int64_t nGrayLimit);
+    /// Dark records must also exceed nBlackFilterGray + compare value * nBlackFilterGain / 256.
+    int ConvZoneVert2S_BlackFilter(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
+                                   std::int64_t nThresholdExtra, std::int64_t nGrayLimit);
+    int ConvZoneVTD_Intrin(NARVO_ZONE_VTD_ARGUMENTS, std::int64_t nVtdPitch16, std::int64_t bKeepSingle, int* pEndLine,
+                           std::int64_t nThresholdExtra, std::int64_t nGrayLimit);
+
+protected:
+    /// Sizes both strip buffers to (nSize + 32) * 16 shorts and clears them; nSize below 1 becomes 1.
+    void ResetConBuff(int& nSize);
+    short* GetConBuffComp();
+    short* GetConBuffComp2();
+    /// Sizes the 64-bit array to nCount elements and clears it.
+    void GetInt64BuffComp(int nCount);
+    std::int64_t* GetInt64BuffComp();
+
+    /// The origin record whose column holds nValue: walks along the grid row in steps of one two-int record, counting
+    /// from nStart up to nLimit. @return null when it walks off the limit, and for a value left of the first record
+    static int* FindZoneColumn(int nValue, int* pRecord, int nStart, int nLimit);
+    /// The same down a grid column, in steps of nColumns records.
+    static int* FindZoneRow(int nValue, int* pRecord, int nStart, int nRowLimit, int nColumns);
+};

@@ -1,0 +1,81 @@
+// The pair store: pair records, the plain pairing walks over the hit arrays, and the filters that mark false pairs.
+#pragma once
+
+#include "narvoassem/defectpair.h"
+#include "narvoassem/export.h"
+#include "narvoassem/pixelstorage.h"
+
+/// Pair records with their label arrays. Copies share the arrays: only one of two copies may be destroyed.
+///
+/// Filters take a pair and answer 1 when it stands and 0 when it is false; they never delete, the walks mark a false
+/// pair by nDefectType 4. They read the image through rows of nImageWidth rounded up to a multiple of 4, so images
+/// of other widths are read askew; reads outside the image count as its nearest pixel.
+class NARVO_API CPairStorage : public CPixelStorage
+{
+public:
+    int nPairCount;     ///< pairs held; -1 before the first InitPairStorage
+    CDefectPair* pPair; ///< the pairs, in the order of the hits that made them
+    int nPairSize;      ///< size last asked for: the kernels' limit
+    int nPairCapacity;  ///< pairs allocated, not counting 16 spare ones
+    int* pPairLabel;    ///< per pair: label of its group
+    int* pPairLinked;   ///< per pair: 1 once an earlier pair has claimed it
+    int* pLabelOpened;  ///< per label: 1 once a blob exists for it
+
+    /// Empty store: count, size and capacity -1.
+    CPairStorage();
+    CPairStorage(const CPairStorage& other) = default;
+    CPairStorage& operator=(const CPairStorage& other) = default;
+    ~CPairStorage() override;
+
+    /// Makes room for nSize pairs, as InitPixelStorage. @return nPairSize; 0 when memory could not be had.
+    int InitPairStorage(int nSize);
+    /// Resets the records in use, nPairCount to 0.
+    void ResetPairStorage();
+    /// nPairCount to 0, resets the first nPairSize records.
+    void TotalResetPairStorage();
+    int GetPairCount() const;
+    /// Address of a pair; the index is not checked.
+    CDefectPair* GetPairDefect(int nIndex);
+
+    /// Pairs the nPixelCount hits of the hit arrays along x and appends to the pairs held. dPitch is the compare
+    /// distance in pixels; partners are sought at dPitch rounded. No record beyond nPairSize + 16 is written.
+    /// @return 1
+    int PairingPlus_Pixel(double dPitch);
+    /// As PairingPlus_Pixel; records take position, type and peak only.
+    int PairingPlus_Float(double dPitch);
+    /// Along y; records take position and type only, and a middle hit without partner is kept as a single.
+    int PairingPlus_Vert(double dPitch);
+    /// These three do nothing: the plus walks settle both directions. @return 1
+    int PairingMinus_Pixel(double dPitch);
+    int PairingMinus_Float(double dPitch);
+    int PairingMinus_Vert(double dPitch);
+
+    /// Recomputes peak (from the values as the kernel left them) and source grey (from the image) of all pairs.
+    /// Without an image nothing changes.
+    void CorrectDefGray();
+    /// Runs the filters of a vertical inspection over all pairs, as bFalseFilter, nFilterMode2 and nFilterMode say.
+    void Filtering_Vert();
+    /// The same for a horizontal inspection; nothing with bFalseFilter 0.
+    void Filtering_Hori();
+    /// Does nothing.
+    void Filtering_Vert_Temp();
+    /// Across the direction of a vertical inspection: along x, at one conv pitch.
+    int CrossFilter_Hori(CDefectPair* pPair);
+    /// Across the direction of a horizontal inspection: along y, at one scan pitch.
+    int CrossFilter_Vert(CDefectPair* pPair);
+    /// Along x, at two conv pitches.
+    int JumpFilter_Hori(CDefectPair* pPair);
+    /// Along y, at two scan pitches.
+    int JumpFilter_Vert(CDefectPair* pPair);
+    /// Along y at two scan pitches on 2 by 2 blocks, limited by rtArea.
+    int JumpFilter_Vert2by2(CDefectPair* pPair, CRect rtArea);
+    /// For a pair of an edge band, along x: the difference on the other side must have the pair's polarity.
+    int MarginFilter_Hori(CDefectPair* pPair);
+    /// For a pair of an edge band, along y, whatever the polarity.
+    int OneFilter_Vert(CDefectPair* pPair);
+    /// Marks every single (nDefectPair 5) as removed.
+    void ShadowFly();
+    /// Change nothing. @return 0
+    int FalseFilter_Vert();
+    int FalseFilter_Hori();
+};

@@ -1,0 +1,58 @@
+// The hit store: the engine's copy of the parameter block and the flat arrays that a kernel notes its hits in.
+#pragma once
+
+#include "narvoassem/convparam.h"
+#include "narvoassem/export.h"
+
+/// Parallel arrays of hits, sized once and reused. A kernel fills them strip by strip or row by row, pairs what it
+/// noted and starts again at 0; it keeps its count to itself, so nPixelCount reads 0 after an inspection. Copies
+/// share the arrays: only one of two copies may be destroyed.
+class NARVO_API CPixelStorage
+{
+public:
+    CConvParam ConvParam; ///< parameters of the running inspection
+    int nPixelCount;      ///< hits held
+    int* pPixelX;         ///< x, image pixels; base of the one allocated block
+    int* pPixelY;         ///< y, image pixels
+    short* pPixelType;    ///< 0 darker than the reference or equal, 1 brighter, 4 consumed; 3 and 4 are passed over
+    short* pPeak;         ///< strength
+    int* pSrcGray;        ///< grey value or window sum at the hit
+    int* pCmpGray;        ///< grey value or window sum of the reference
+    int* pZoneIndex;      ///< zone, 0 .. 15
+    int* pThreshold;      ///< threshold that applied
+    int* pPixelAux;       ///< laid out and copied, read by nobody
+    int nPixelCapacity;   ///< hits the block was allocated for; 0 without a block
+    int nPixelSize;       ///< size last asked for: the kernels' limit. Each array has 16 spare entries behind it
+
+    /// Empty store, no block.
+    CPixelStorage();
+    CPixelStorage(const CPixelStorage& other) = default;
+    CPixelStorage& operator=(const CPixelStorage& other) = default;
+    /// Frees the block.
+    virtual ~CPixelStorage();
+
+    /// Makes room for nSize hits. A size up to the present capacity only lowers or raises the limit. The zone and
+    /// threshold arrays of a new block are cleared for nSize entries, the others are not.
+    /// @return nPixelSize: nSize, or 0 when memory could not be had (the old block is gone then).
+    int InitPixelStorage(int nSize);
+    /// Copies the host's block.
+    void SetConvParam(CConvParam* pParam);
+    /// nPixelCount to 0; the arrays keep their contents.
+    void ResetPixelStorage();
+
+    int GetPixelCount() const;
+    /// Same as GetPixelCount.
+    int GetThreadDefectPixelNum() const;
+    // The entry nIndex of an array; the index is not checked.
+    int GetPixelX(int nIndex) const;
+    int GetPixelY(int nIndex) const;
+    int GetPixelType(int nIndex) const;
+    int GetPeak(int nIndex) const;
+    /// Same as GetPeak.
+    int GetPixelValue(int nIndex) const;
+    int GetSrcGray(int nIndex) const;
+    int GetCmpGray(int nIndex) const;
+    int GetThreshold(int nIndex) const;
+    /// y of the last hit when a host has kept the count; 0 for an empty store.
+    int GetOverflowedPixelY() const;
+};

@@ -1,0 +1,23 @@
+// Elapsed time on a monotonic clock.
+#pragma once
+
+#include <cstdint>
+
+#include "narvoassem/export.h"
+
+/// Start, stop, read milliseconds.
+class NARVO_API CStopWatch
+{
+public:
+    std::int64_t nFrequency; ///< ticks per second
+    std::int64_t nStart;     ///< tick count at Start
+    std::int64_t nStop;      ///< tick count at Stop
+    float fElapsed;          ///< seconds between the two, 0 at construction
+
+    CStopWatch();
+    virtual ~CStopWatch();
+    void Start();
+    void Stop();
+    /// fElapsed times 1000.
+    float GetElapsedMs() const;
+};

@@ -1,0 +1,124 @@
+// What a kernel call holds: the flat argument lists of the public kernels, and the engine's own calls, as one record.
+// The families (zone, pixel, float) extend it by where their thresholds come from.
+#pragma once
+
+#include <cstdint>
+
+#include "narvoassem/convparam.h"
+#include "narvoassem/defectpair.h"
+
+namespace narvo
+{
+
+/// A grey image as a kernel sees it. nRows is the image's height where it is known (calls through the engine): reads
+/// below or above count as the last or first row then, and no read leaves the image's bytes. 0 where the caller owns
+/// the bounds (direct calls): every read is done as the formula names it.
+struct CImageView
+{
+    const std::uint8_t* pPixels = nullptr;
+    std::int64_t nStride = 0; ///< bytes per row
+    std::int64_t nRows = 0;   ///< rows, or 0 where unknown
+};
+
+/// The hit arrays of the pixel store, handed to a kernel as working space.
+struct CHitArrays
+{
+    std::int64_t nSize = 0;  ///< capacity: the group of 8 that reaches it is the last of its strip or row
+    std::int64_t nCount = 0; ///< hits that the first strip or row starts behind
+    int* pX = nullptr;
+    int* pY = nullptr;
+    short* pType = nullptr;
+    short* pPeak = nullptr;
+    int* pSrcGray = nullptr;
+    int* pCmpGray = nullptr;
+    int* pZoneIndex = nullptr;
+    int* pThreshold = nullptr;
+};
+
+/// Where pair records go.
+struct CPairSink
+{
+    CDefectPair* pBase = nullptr;
+    std::int64_t nCount = 0;  ///< records held; new ones follow
+    std::int64_t nSize = 0;   ///< capacity
+    std::int64_t nStride = 0; ///< bytes per record
+
+    CDefectPair& At(std::int64_t nIndex) const
+    {
+        return *reinterpret_cast<CDefectPair*>(reinterpret_cast<char*>(pBase) + nIndex * nStride);
+    }
+};
+
+/// A region with right and bottom exclusive, in 64 bits so that no sum of sides and pitches wraps.
+struct CRegion
+{
+    std::int64_t nLeft = 0;
+    std::int64_t nTop = 0;
+    std::int64_t nRight = 0;
+    std::int64_t nBottom = 0;
+};
+
+/// Parts common to all kernel families.
+struct CKernelCall
+{
+    CImageView image;
+    CRegion region;
+    CHitArrays hits;
+    CPairSink pairs;
+    std::int64_t nPitch16 = 0;    ///< compare distance, 1/16 pixel
+    std::int64_t bKeepSingle = 0;
+    std::int64_t nThresholdExtra = 0; ///< a single's peak must exceed it, where the kernel asks
+    std::int64_t nGrayLimit = 255;
+    int* pEndLine = nullptr;
+    /// Horizontal table kernels: whole-pixel displacement per column (read at x & ~15) and weights.
+    const std::uint16_t* pConvPitchTable = nullptr;
+    const std::int16_t* pConvWeightNear = nullptr;
+    const std::int16_t* pConvWeightFar = nullptr;
+    /// Row table kernels: pitch in 1/16 pixel per 16 rows; null for a fixed pitch.
+    const int* pScanPitchTable = nullptr;
+    std::int64_t nVtdPitch16 = 0; ///< shift of the reference along x, 1/16 pixel
+    /// Members only: the engine's parameters, for dead zones and the second threshold set; null for free functions.
+    const CConvParam* pParam = nullptr;
+};
+
+/// The zone kernels of the public interface, by name.
+enum class ZoneKernel
+{
+    Vert,           ///< ConvZoneVertFast
+    VertDirect,     ///< ConvZoneVertDirectFast
+    Vert2by2,       ///< ConvZoneVert2by2Fast
+    VertFlag,       ///< ConvZoneVertFlagFast
+    VertFlag2by2,   ///< ConvZoneVertFlag2by2Fast
+    VertKnee,       ///< ConvZoneVertKneeFast
+    Vtd,            ///< ConvZoneVTDFast
+    Hori,           ///< ConvZoneFast
+    HoriTable,      ///< ConvZoneTableFast
+    Vert2S,         ///< ConvZoneVert2S_Intrin
+    Vert2STsp,      ///< ConvZoneVert2S_TSP_Intrin
+    Vert2SBlack,    ///< ConvZoneVert2S_BlackFilter
+    VtdIntrin,      ///< ConvZoneVTD_Intrin
+    ClassId,        ///< ConvZone_AVX_ClassID, both overloads
+    ClassIdTable    ///< ConvZoneVTDSMC_IntrinAVX
+};
+
+/// A call of a zone kernel: thresholds come from maps over a grid of zone cells.
+struct CZoneCall : CKernelCall
+{
+    const std::int16_t* pOffsetMap = nullptr; ///< null maps count as all 0
+    const std::int16_t* pGainMap = nullptr;
+    const std::int16_t* pZoneIndexMap = nullptr;
+    const std::int16_t* pKneeMap = nullptr;
+    const std::int16_t* pOffsetMap2 = nullptr;
+    const std::int16_t* pGainMap2 = nullptr;
+    const std::int16_t* pClassIdMap = nullptr;
+    std::int64_t nMapStride = 0; ///< elements per map line
+    const int* pOriginTable = nullptr;
+    std::int64_t nRowBytes = 0;  ///< bytes between grid rows of the origin table
+    std::int64_t nCellWidth = 0; ///< whole pixels
+    std::int64_t nCellHeight = 0;
+};
+
+/// Runs a zone kernel. @return the new pair count
+int RunZoneKernel(ZoneKernel eKernel, const CZoneCall& call);
+
+} // namespace narvo

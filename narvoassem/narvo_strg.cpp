@@ -1,0 +1,25 @@
+// The image view.
+#include "narvoassem/narvostrg.h"
+
+CNarvoBufferSudo::CNarvoBufferSudo(unsigned char* pImage, int nImageWidth, int nImageHeight) : pBuffer(pImage)
+{
+    CNarvoBufferSudo::Init(nImageWidth, nImageHeight);
+}
+
+int CNarvoBufferSudo::Init(int nImageWidth, int nImageHeight)
+{
+    nWidth = nImageWidth;
+    nHeight = nImageHeight;
+    nPitch = (nWidth + 3) / 4 * 4;
+    return 1;
+}
+
+unsigned char* CNarvoBufferSudo::GetPixelPtr(int x, int y) const
+{
+    return pBuffer + static_cast<std::int64_t>(nPitch) * y + x;
+}
+
+int CNarvoBufferSudo::GetPitch() const
+{
+    return nPitch;
+}
