@@ -99,7 +99,40 @@ public:
     int ConvZoneVTD_Intrin(NARVO_ZONE_VTD_ARGUMENTS, std::int64_t nVtdPitch16, std::int64_t bKeepSingle, int* pEndLine,
                            std::int64_t nThresholdExtra, std::int64_t nGrayLimit);
 
+    // Pixel kernels that read the engine; peaks are not written. Arguments as in fastkernels.h.
+
+    /// As ConvPixelFast without peaks; nothing of the engine is read.
+    int ConvPixel_Intrin(NARVO_PIXEL_ARGUMENTS, int* pEndLine);
+    /// Two passes of ConvPixel_Intrin, the second with a pitch and a threshold set of its own, and the blob steps of
+    /// both: pairs of the second pass beside one of the first are removed. pEndLine is that of the second pass.
+    int ConvPixel_Intrin_Twice(NARVO_PIXEL_ARGUMENTS, int* pEndLine, std::int64_t nTwicePitch16,
+                               std::int64_t nTwiceThreshold, std::int64_t nTwiceThresholdGain);
+    /// Hits exceed the smaller of the two threshold sets; bright records must exceed the first set, dark ones the
+    /// second (nBlackFilterGray, nBlackFilterGain; the first set where nBlackFilterGray is below 1). Dead zones drop
+    /// records; singles need bKeepSingle exactly 1.
+    int ConvPixelVertS_Intrin(NARVO_PIXEL_ARGUMENTS, short* pStripBuffer, int* pEndLine, std::int64_t nThresholdExtra);
+    /// As ConvPixel_Intrin_Twice, with ConvPixelVertS_Intrin.
+    int ConvPixelVertS_Intrin_Twice(NARVO_PIXEL_ARGUMENTS, short* pStripBuffer, int* pEndLine,
+                                    std::int64_t nThresholdExtra, std::int64_t nTwicePitch16,
+                                    std::int64_t nTwiceThreshold, std::int64_t nTwiceThresholdGain);
+    /// ConvPixelVertS_Intrin with a row table.
+    int ConvPixelVTDS_Intrin(NARVO_PIXEL_VTD_ARGUMENTS, short* pStripBuffer, int* pEndLine,
+                             std::int64_t nThresholdExtra);
+
+    // Float kernels that read the engine: dead zones drop records, the second threshold set judges dark ones
+    // (nBlackFilterGray in grey levels, where nThreshold is in quarters), singles need bKeepSingle of the parameters.
+
+    int ConvFloatVert_Intrin(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VERT_TAIL);
+    int ConvFloatVTD_Intrin(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VTD_TAIL);
+
 protected:
+    /// ConvFloatVert_Intrin over rtRegion with all inputs from the engine: singles are kept and must pass
+    /// JumpFilter_Vert2by2, which marks false ones as removed. @return the new pair count; nEndLine is the first
+    /// column not finished
+    int ConvFloatVJF_Intrin(CRect rtRegion, int& nEndLine);
+    /// The same one column at a time with the pitch in double precision; dead zones have no effect.
+    int ConvFloatVJF_Cpp(CRect rtRegion, int& nEndLine);
+
     /// Sizes both strip buffers to (nSize + 32) * 16 shorts and clears them; nSize below 1 becomes 1.
     void ResetConBuff(int& nSize);
     short* GetConBuffComp();
