@@ -1,0 +1,29 @@
+#!/bin/bash
+# Installs a build, moves the prefix away, and builds and runs the consumer program against it twice: through
+# find_package and through pkg-config. Usage: check_install.sh BUILD CONSUMER WORK COMPILER
+set -euo pipefail
+build=$1 consumer=$2 work=$3 compiler=$4
+
+rm -rf "$work"
+mkdir -p "$work"
+cmake --install "$build" --prefix "$work/first" >"$work/install.log" || { cat "$work/install.log"; exit 1; }
+mv "$work/first" "$work/moved"
+prefix=$work/moved
+library=$(dirname "$(find "$prefix" -name 'libnarvoassem.so')")
+
+echo "--- find_package"
+cmake -S "$consumer" -B "$work/build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$compiler"
+cmake --build "$work/build"
+"$work/build/consumer"
+
+echo "--- pkg-config"
+export PKG_CONFIG_PATH=$library/pkgconfig
+flags=$(pkg-config --cflags --libs narvoassem)
+[[ $flags == *"$prefix"* ]] || { echo "flags do not follow the prefix: $flags"; exit 1; }
+# The flags are meant to be split at their blanks.
+# shellcheck disable=SC2086
+"$compiler" -std=c++17 "$consumer/consumer.cpp" $flags -Wl,-rpath,"$library" -o "$work/consumer_by_pkg_config"
+"$work/consumer_by_pkg_config"
+
+# The static library and the tools' private headers stay home.
+! find "$prefix" -name '*_static*' -o -name '*-inl.h' | grep .

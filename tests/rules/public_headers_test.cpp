@@ -1,0 +1,45 @@
+// The installed headers: each compiles alone as C++17 (it would not link here otherwise), and none is left out of
+// the installed set.
+#include <filesystem>
+#include <map>
+#include <set>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#define NARVO_HEADER(name) long HeaderStandard_##name();
+#include "header_table.inc"
+#undef NARVO_HEADER
+
+namespace
+{
+
+const std::map<std::string, long (*)()>& Headers()
+{
+    static const std::map<std::string, long (*)()> headers = {
+#define NARVO_HEADER(name) {#name ".h", HeaderStandard_##name},
+#include "header_table.inc"
+#undef NARVO_HEADER
+    };
+    return headers;
+}
+
+TEST(PublicHeaders, EachCompilesAloneAsCpp17)
+{
+    ASSERT_FALSE(Headers().empty());
+    for (const auto& [strName, pStandard] : Headers())
+        EXPECT_EQ(pStandard(), 201703L) << strName;
+}
+
+TEST(PublicHeaders, EveryHeaderOfTheFolderIsInstalled)
+{
+    std::set<std::string> installed;
+    for (const auto& [strName, pStandard] : Headers())
+        installed.insert(strName);
+    std::set<std::string> present;
+    for (const auto& entry : std::filesystem::directory_iterator(NARVO_HEADER_FOLDER))
+        present.insert(entry.path().filename().string());
+    EXPECT_EQ(present, installed);
+}
+
+} // namespace
