@@ -65,7 +65,7 @@ struct CKernelCall
     CRegion region;
     CHitArrays hits;
     CPairSink pairs;
-    std::int64_t nPitch16 = 0;    ///< compare distance, 1/16 pixel
+    std::int64_t nPitch16 = 0; ///< compare distance, 1/16 pixel
     std::int64_t bKeepSingle = 0;
     std::int64_t nThresholdExtra = 0; ///< a single's peak must exceed it, where the kernel asks
     std::int64_t nGrayLimit = 255;
@@ -84,21 +84,21 @@ struct CKernelCall
 /// The zone kernels of the public interface, by name.
 enum class ZoneKernel
 {
-    Vert,           ///< ConvZoneVertFast
-    VertDirect,     ///< ConvZoneVertDirectFast
-    Vert2by2,       ///< ConvZoneVert2by2Fast
-    VertFlag,       ///< ConvZoneVertFlagFast
-    VertFlag2by2,   ///< ConvZoneVertFlag2by2Fast
-    VertKnee,       ///< ConvZoneVertKneeFast
-    Vtd,            ///< ConvZoneVTDFast
-    Hori,           ///< ConvZoneFast
-    HoriTable,      ///< ConvZoneTableFast
-    Vert2S,         ///< ConvZoneVert2S_Intrin
-    Vert2STsp,      ///< ConvZoneVert2S_TSP_Intrin
-    Vert2SBlack,    ///< ConvZoneVert2S_BlackFilter
-    VtdIntrin,      ///< ConvZoneVTD_Intrin
-    ClassId,        ///< ConvZone_AVX_ClassID, both overloads
-    ClassIdTable    ///< ConvZoneVTDSMC_IntrinAVX
+    Vert,         ///< ConvZoneVertFast
+    VertDirect,   ///< ConvZoneVertDirectFast
+    Vert2by2,     ///< ConvZoneVert2by2Fast
+    VertFlag,     ///< ConvZoneVertFlagFast
+    VertFlag2by2, ///< ConvZoneVertFlag2by2Fast
+    VertKnee,     ///< ConvZoneVertKneeFast
+    Vtd,          ///< ConvZoneVTDFast
+    Hori,         ///< ConvZoneFast
+    HoriTable,    ///< ConvZoneTableFast
+    Vert2S,       ///< ConvZoneVert2S_Intrin
+    Vert2STsp,    ///< ConvZoneVert2S_TSP_Intrin
+    Vert2SBlack,  ///< ConvZoneVert2S_BlackFilter
+    VtdIntrin,    ///< ConvZoneVTD_Intrin
+    ClassId,      ///< ConvZone_AVX_ClassID, both overloads
+    ClassIdTable  ///< ConvZoneVTDSMC_IntrinAVX
 };
 
 /// A call of a zone kernel: thresholds come from maps over a grid of zone cells.

@@ -1,0 +1,50 @@
+// The zone kernels that are members of the engine: the same kernels with the engine's dead zones and second thresholds.
+#include "narvoassem/fast/kernel_args.h"
+#include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/narvoassem.h"
+
+using narvo::CZoneCall;
+using narvo::RunZoneKernel;
+using narvo::ZoneKernel;
+
+// Arguments of the shared lists keep the names of the public header, which are those of the stores' members too.
+#pragma GCC diagnostic ignored "-Wshadow"
+#pragma GCC diagnostic ignored "-Wunused-parameter"
+
+int CNarvoAssem::ConvZoneVert2S_Intrin(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle,
+                                       int* pEndLine, std::int64_t nThresholdExtra, std::int64_t nGrayLimit)
+{
+    CZoneCall call;
+    NARVO_TAKE_ZONE_ARGUMENTS(call);
+    call.pParam = &ConvParam;
+    return RunZoneKernel(ZoneKernel::Vert2S, call);
+}
+
+int CNarvoAssem::ConvZoneVert2S_TSP_Intrin(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle,
+                                           int* pEndLine, std::int64_t nThresholdExtra, std::int64_t nGrayLimit)
+{
+    CZoneCall call;
+    NARVO_TAKE_ZONE_ARGUMENTS(call);
+    call.pParam = &ConvParam;
+    return RunZoneKernel(ZoneKernel::Vert2STsp, call);
+}
+
+int CNarvoAssem::ConvZoneVert2S_BlackFilter(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle,
+                                            int* pEndLine, std::int64_t nThresholdExtra, std::int64_t nGrayLimit)
+{
+    CZoneCall call;
+    NARVO_TAKE_ZONE_ARGUMENTS(call);
+    call.pParam = &ConvParam;
+    return RunZoneKernel(ZoneKernel::Vert2SBlack, call);
+}
+
+int CNarvoAssem::ConvZoneVTD_Intrin(NARVO_ZONE_VTD_ARGUMENTS, std::int64_t nVtdPitch16, std::int64_t bKeepSingle,
+                                    int* pEndLine, std::int64_t nThresholdExtra, std::int64_t nGrayLimit)
+{
+    CZoneCall call;
+    NARVO_TAKE_ZONE_ARGUMENTS(call);
+    call.pScanPitchTable = pScanPitchTable;
+    call.nVtdPitch16 = nVtdPitch16;
+    call.pParam = &ConvParam;
+    return RunZoneKernel(ZoneKernel::VtdIntrin, call);
+}

@@ -1,0 +1,395 @@
+// Vector code of the finder, compiled once per instruction set. One loop serves all variants: what differs is how
+// source and reference are read and where the threshold comes from, fixed at compile time.
+#include "narvoassem/fast/find_row.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "narvoassem/fast/compare_pixel.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "narvoassem/fast/find_row.cc"
+#include "hwy/foreach_target.h"
+//
+#include "hwy/highway.h"
+//
+#include "narvoassem/fast/lanes-inl.h"
+
+#ifndef NARVOASSEM_FAST_FIND_ROW_TRAITS_
+#define NARVOASSEM_FAST_FIND_ROW_TRAITS_
+
+namespace narvo
+{
+
+enum class FindSample
+{
+    Pixel,
+    Mean
+};
+
+enum class FindReference
+{
+    Linear,
+    Bilinear,
+    Column
+};
+
+enum class FindThreshold
+{
+    Map,
+    Knee,
+    Floor,
+    Scalar,
+    Smaller
+};
+
+struct CFindTraits
+{
+    FindSample eSample;
+    FindReference eReference;
+    FindThreshold eThreshold;
+
+    constexpr bool UsesMaps() const { return eThreshold == FindThreshold::Map || eThreshold == FindThreshold::Knee; }
+};
+
+} // namespace narvo
+
+#endif
+
+HWY_BEFORE_NAMESPACE();
+namespace narvo
+{
+namespace HWY_NAMESPACE
+{
+namespace
+{
+
+/// The map pointers of one run: the maps given, or zeros.
+struct CRunMaps
+{
+    const std::int16_t* pOffset;
+    const std::int16_t* pGain;
+    const std::int16_t* pKnee;
+    const std::int16_t* pOffset2;
+    const std::int16_t* pGain2;
+
+    CRunMaps(const CFindRow& row, const CStripRun& run)
+    {
+        const std::int64_t nElement = run.nMapBase + row.nMapRow;
+        const auto select = [&](const std::int16_t* pMap) { return pMap != nullptr ? pMap + nElement : row.pZeroMap; };
+        pOffset = select(row.pOffsetMap);
+        pGain = select(row.pGainMap);
+        pKnee = select(row.pKneeMap);
+        pOffset2 = select(row.pOffsetMap2);
+        pGain2 = select(row.pGainMap2);
+    }
+};
+
+#if HWY_TARGET == HWY_SCALAR
+
+/// One pixel at column x of the row, element i of its run.
+template <CFindTraits kTraits>
+bool IsHit(const CFindRow& row, const CRunMaps& maps, std::int64_t x, std::int64_t i)
+{
+    const auto sample = [x](const std::uint8_t* pRow, const std::uint8_t* pBelow) -> std::uint16_t
+    {
+        if constexpr (kTraits.eSample == FindSample::Mean)
+            return Mean2by2(pRow[x], pRow[x + 1], pBelow[x], pBelow[x + 1]);
+        else
+            return pRow[x];
+    };
+    CComparison result;
+    result.nSrc = sample(row.pSrc, row.pSrcBelow);
+    if constexpr (kTraits.eReference == FindReference::Column)
+        result.nCmp = narvo::Interpolate(row.pNear[x], static_cast<std::uint16_t>(row.pColumnNear[x]), row.pFar[x],
+                                         static_cast<std::uint16_t>(row.pColumnFar[x]));
+    else if constexpr (kTraits.eReference == FindReference::Bilinear)
+        result.nCmp = narvo::Interpolate(
+            narvo::Interpolate(row.pNear[x], row.nWeightLeft, row.pNear[x + 1], row.nWeightRight), row.nWeightNear,
+            narvo::Interpolate(row.pFar[x], row.nWeightLeft, row.pFar[x + 1], row.nWeightRight), row.nWeightFar);
+    else
+        result.nCmp = narvo::Interpolate(sample(row.pNear, row.pFar), row.nWeightNear, sample(row.pFar, row.pFarBelow),
+                                         row.nWeightFar);
+    if constexpr (kTraits.eThreshold != FindThreshold::Knee)
+    {
+        result.nSrc = std::min(result.nSrc, row.nGrayLimit);
+        result.nCmp = std::min(result.nCmp, row.nGrayLimit);
+    }
+    const std::uint16_t nMax = std::max(result.nSrc, result.nCmp);
+    const auto fromMaps = [&](const std::int16_t* pGain, const std::int16_t* pOffset) {
+        return narvo::FormThreshold(nMax, static_cast<std::uint16_t>(pGain[i]), static_cast<std::uint16_t>(pOffset[i]));
+    };
+    if constexpr (kTraits.eThreshold == FindThreshold::Map)
+        result.nThreshold = fromMaps(maps.pGain, maps.pOffset);
+    else if constexpr (kTraits.eThreshold == FindThreshold::Knee)
+        result.nThreshold = static_cast<std::int16_t>(nMax) > maps.pKnee[i] ? fromMaps(maps.pGain2, maps.pOffset2)
+                                                                            : fromMaps(maps.pGain, maps.pOffset);
+    else if constexpr (kTraits.eThreshold == FindThreshold::Floor)
+        result.nThreshold = static_cast<std::int16_t>(row.nBase);
+    else
+    {
+        result.nThreshold = narvo::FormThreshold(nMax, row.nGain, row.nBase);
+        if constexpr (kTraits.eThreshold == FindThreshold::Smaller)
+            result.nThreshold = std::min(result.nThreshold, narvo::FormThreshold(nMax, row.nGain2, row.nBase2));
+    }
+    result.nDiff = SaturatedDifference(result.nSrc, result.nCmp);
+    return result.IsHit();
+}
+
+template <CFindTraits kTraits>
+void FindRun(const CFindRow& row, const CStripRun& run)
+{
+    const CRunMaps maps(row, run);
+    for (std::int64_t nStrip = 0; nStrip < run.nStripCount; ++nStrip)
+    {
+        unsigned nMask = 0;
+        for (std::int64_t k = 0; k < kStripWidth; ++k)
+        {
+            const std::int64_t i = nStrip * kStripWidth + k;
+            nMask |= static_cast<unsigned>(IsHit<kTraits>(row, maps, run.nFirstStrip * kStripWidth + i, i)) << k;
+        }
+        row.pMask[run.nFirstStrip + nStrip] = static_cast<std::uint16_t>(nMask);
+    }
+}
+
+#else
+
+/// Values that are the same for all pixels of a row, in every lane.
+template <class D>
+struct CRowLanes
+{
+    using V = hn::Vec<D>;
+    V vWeightNear, vWeightFar, vWeightLeft, vWeightRight, vGrayLimit, vBase, vGain, vBase2, vGain2;
+
+    CRowLanes(D d, const CFindRow& row)
+        : vWeightNear(hn::Set(d, row.nWeightNear)), vWeightFar(hn::Set(d, row.nWeightFar)),
+          vWeightLeft(hn::Set(d, row.nWeightLeft)), vWeightRight(hn::Set(d, row.nWeightRight)),
+          vGrayLimit(hn::Set(d, row.nGrayLimit)), vBase(hn::Set(d, row.nBase)), vGain(hn::Set(d, row.nGain)),
+          vBase2(hn::Set(d, row.nBase2)), vGain2(hn::Set(d, row.nGain2))
+    {
+    }
+};
+
+template <CFindTraits kTraits, class D>
+HWY_INLINE hn::Vec<D> LoadSample(D d, const std::uint8_t* pRow, [[maybe_unused]] const std::uint8_t* pBelow,
+                                 std::int64_t x)
+{
+    if constexpr (kTraits.eSample == FindSample::Mean)
+    {
+        const auto vSum = hn::Add(LoadWide(d, pRow + x), LoadWide(d, pRow + x + 1));
+        return hn::ShiftRight<2>(hn::Add(vSum, hn::Add(LoadWide(d, pBelow + x), LoadWide(d, pBelow + x + 1))));
+    }
+    else
+        return LoadWide(d, pRow + x);
+}
+
+template <CFindTraits kTraits, class D>
+HWY_INLINE hn::Vec<D> LoadReference(D d, const CFindRow& row, const CRowLanes<D>& lanes, std::int64_t x)
+{
+    if constexpr (kTraits.eReference == FindReference::Column)
+        return Interpolate(LoadWide(d, row.pNear + x), LoadMap(d, row.pColumnNear + x), LoadWide(d, row.pFar + x),
+                           LoadMap(d, row.pColumnFar + x));
+    else if constexpr (kTraits.eReference == FindReference::Bilinear)
+    {
+        const auto vNear = Interpolate(LoadWide(d, row.pNear + x), lanes.vWeightLeft, LoadWide(d, row.pNear + x + 1),
+                                       lanes.vWeightRight);
+        const auto vFar = Interpolate(LoadWide(d, row.pFar + x), lanes.vWeightLeft, LoadWide(d, row.pFar + x + 1),
+                                      lanes.vWeightRight);
+        return Interpolate(vNear, lanes.vWeightNear, vFar, lanes.vWeightFar);
+    }
+    else
+        return Interpolate(LoadSample<kTraits>(d, row.pNear, row.pFar, x), lanes.vWeightNear,
+                           LoadSample<kTraits>(d, row.pFar, row.pFarBelow, x), lanes.vWeightFar);
+}
+
+template <CFindTraits kTraits, class D>
+HWY_INLINE hn::Vec<D> LoadThreshold(D d, const CRowLanes<D>& lanes, const CRunMaps& maps, hn::Vec<D> vMax,
+                                    std::int64_t i)
+{
+    if constexpr (kTraits.eThreshold == FindThreshold::Floor)
+        return lanes.vBase;
+    else if constexpr (!kTraits.UsesMaps())
+    {
+        const auto vThreshold = FormThreshold(vMax, lanes.vGain, lanes.vBase);
+        if constexpr (kTraits.eThreshold == FindThreshold::Scalar)
+            return vThreshold;
+        else
+        {
+            const hn::RebindToSigned<D> di;
+            return hn::BitCast(d, hn::Min(hn::BitCast(di, vThreshold),
+                                          hn::BitCast(di, FormThreshold(vMax, lanes.vGain2, lanes.vBase2))));
+        }
+    }
+    else
+    {
+        const auto vThreshold = FormThreshold(vMax, LoadMap(d, maps.pGain + i), LoadMap(d, maps.pOffset + i));
+        if constexpr (kTraits.eThreshold == FindThreshold::Map)
+            return vThreshold;
+        else
+        {
+            const hn::RebindToSigned<D> di;
+            const auto bUpper = hn::RebindMask(d, hn::Gt(hn::BitCast(di, vMax), hn::LoadU(di, maps.pKnee + i)));
+            return hn::IfThenElse(
+                bUpper, FormThreshold(vMax, LoadMap(d, maps.pGain2 + i), LoadMap(d, maps.pOffset2 + i)), vThreshold);
+        }
+    }
+}
+
+/// As many pixels as d has lanes, at column x of the row, element i of the run.
+template <CFindTraits kTraits, class D>
+HWY_INLINE void FindBlock(D d, const CFindRow& row, const CRowLanes<D>& lanes, const CRunMaps& maps, std::int64_t x,
+                          std::int64_t i)
+{
+    auto vSrc = LoadSample<kTraits>(d, row.pSrc, row.pSrcBelow, x);
+    auto vCmp = LoadReference<kTraits>(d, row, lanes, x);
+    if constexpr (kTraits.eThreshold != FindThreshold::Knee)
+    {
+        vSrc = hn::Min(vSrc, lanes.vGrayLimit);
+        vCmp = hn::Min(vCmp, lanes.vGrayLimit);
+    }
+    const auto vThreshold = LoadThreshold<kTraits>(d, lanes, maps, hn::Max(vSrc, vCmp), i);
+    StoreHits(d, vSrc, vCmp, vThreshold, reinterpret_cast<std::uint8_t*>(row.pMask) + x / 8);
+}
+
+template <CFindTraits kTraits>
+HWY_INLINE void FindRun(const CFindRow& row, const CStripRun& run)
+{
+    const hn::CappedTag<std::uint16_t, 2 * kStripWidth> d;
+    const hn::CappedTag<std::uint16_t, kStripWidth> dStrip;
+    const CRowLanes lanes(d, row);
+    const CRowLanes lanesStrip(dStrip, row);
+    const CRunMaps maps(row, run);
+    const std::int64_t nLanes = static_cast<std::int64_t>(hn::Lanes(d));
+    const std::int64_t nFirst = run.nFirstStrip * kStripWidth;
+    const std::int64_t nColumns = run.nStripCount * kStripWidth;
+    std::int64_t i = 0;
+    for (; i + nLanes <= nColumns; i += nLanes)
+        FindBlock<kTraits>(d, row, lanes, maps, nFirst + i, i);
+    for (; i < nColumns; i += static_cast<std::int64_t>(hn::Lanes(dStrip)))
+        FindBlock<kTraits>(dStrip, row, lanesStrip, maps, nFirst + i, i);
+}
+
+#endif
+
+template <CFindTraits kTraits>
+HWY_INLINE void FindRuns(const CFindRow& row)
+{
+    for (std::size_t n = 0; n < row.nRunCount; ++n)
+        FindRun<kTraits>(row, row.pRuns[n]);
+}
+
+// One function for each variant, since the dispatch table takes plain functions.
+void FindLinearMap(const CFindRow& row)
+{
+    FindRuns<CFindTraits{FindSample::Pixel, FindReference::Linear, FindThreshold::Map}>(row);
+}
+
+void FindLinearKnee(const CFindRow& row)
+{
+    FindRuns<CFindTraits{FindSample::Pixel, FindReference::Linear, FindThreshold::Knee}>(row);
+}
+
+void FindLinearFloor(const CFindRow& row)
+{
+    FindRuns<CFindTraits{FindSample::Pixel, FindReference::Linear, FindThreshold::Floor}>(row);
+}
+
+void FindMeanMap(const CFindRow& row)
+{
+    FindRuns<CFindTraits{FindSample::Mean, FindReference::Linear, FindThreshold::Map}>(row);
+}
+
+void FindBilinearMap(const CFindRow& row)
+{
+    FindRuns<CFindTraits{FindSample::Pixel, FindReference::Bilinear, FindThreshold::Map}>(row);
+}
+
+void FindColumnMap(const CFindRow& row)
+{
+    FindRuns<CFindTraits{FindSample::Pixel, FindReference::Column, FindThreshold::Map}>(row);
+}
+
+void FindLinearScalar(const CFindRow& row)
+{
+    FindRuns<CFindTraits{FindSample::Pixel, FindReference::Linear, FindThreshold::Scalar}>(row);
+}
+
+void FindLinearSmaller(const CFindRow& row)
+{
+    FindRuns<CFindTraits{FindSample::Pixel, FindReference::Linear, FindThreshold::Smaller}>(row);
+}
+
+void FindBilinearSmaller(const CFindRow& row)
+{
+    FindRuns<CFindTraits{FindSample::Pixel, FindReference::Bilinear, FindThreshold::Smaller}>(row);
+}
+
+void FindColumnScalar(const CFindRow& row)
+{
+    FindRuns<CFindTraits{FindSample::Pixel, FindReference::Column, FindThreshold::Scalar}>(row);
+}
+
+const char* TargetName()
+{
+    return hwy::TargetName(HWY_TARGET);
+}
+
+} // namespace
+} // namespace HWY_NAMESPACE
+} // namespace narvo
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace narvo
+{
+
+HWY_EXPORT(FindLinearMap);
+HWY_EXPORT(FindLinearKnee);
+HWY_EXPORT(FindLinearFloor);
+HWY_EXPORT(FindMeanMap);
+HWY_EXPORT(FindBilinearMap);
+HWY_EXPORT(FindColumnMap);
+HWY_EXPORT(FindLinearScalar);
+HWY_EXPORT(FindLinearSmaller);
+HWY_EXPORT(FindBilinearSmaller);
+HWY_EXPORT(FindColumnScalar);
+HWY_EXPORT(TargetName);
+
+void FindRow(FindVariant eVariant, const CFindRow& row)
+{
+    switch (eVariant)
+    {
+    case FindVariant::LinearMap:
+        return HWY_DYNAMIC_DISPATCH(FindLinearMap)(row);
+    case FindVariant::LinearKnee:
+        return HWY_DYNAMIC_DISPATCH(FindLinearKnee)(row);
+    case FindVariant::LinearFloor:
+        return HWY_DYNAMIC_DISPATCH(FindLinearFloor)(row);
+    case FindVariant::MeanMap:
+        return HWY_DYNAMIC_DISPATCH(FindMeanMap)(row);
+    case FindVariant::BilinearMap:
+        return HWY_DYNAMIC_DISPATCH(FindBilinearMap)(row);
+    case FindVariant::ColumnMap:
+        return HWY_DYNAMIC_DISPATCH(FindColumnMap)(row);
+    case FindVariant::LinearScalar:
+        return HWY_DYNAMIC_DISPATCH(FindLinearScalar)(row);
+    case FindVariant::LinearSmaller:
+        return HWY_DYNAMIC_DISPATCH(FindLinearSmaller)(row);
+    case FindVariant::BilinearSmaller:
+        return HWY_DYNAMIC_DISPATCH(FindBilinearSmaller)(row);
+    case FindVariant::ColumnScalar:
+        return HWY_DYNAMIC_DISPATCH(FindColumnScalar)(row);
+    case FindVariant::Count:
+        break;
+    }
+}
+
+const char* GetVectorTargetName()
+{
+    return HWY_DYNAMIC_DISPATCH(TargetName)();
+}
+
+} // namespace narvo
+
+#endif

@@ -1,0 +1,84 @@
+// The finder: for every pixel of one row of strips it answers one bit, whether the comparison exceeds its threshold.
+// It keeps nothing but bits; what a hit is worth is computed again, in plain code, for the few that are set
+// (compare_pixel.h). The vector code behind it (find_row.cc) is compiled once per instruction set.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace narvo
+{
+
+constexpr int kStripWidth = 16; ///< columns of a strip
+constexpr int kGroupWidth = 8;  ///< columns of a group: capacities are tested after each
+
+/// What the finder compares, one row each.
+enum class FindVariant
+{
+    LinearMap,       ///< pixel against two weighted rows, threshold from maps
+    LinearKnee,      ///< the same, two-segment threshold from maps, no grey limit
+    LinearFloor,     ///< the same, one threshold for all pixels, no gain
+    MeanMap,         ///< 2 by 2 means against two weighted rows of means, threshold from maps
+    BilinearMap,     ///< pixel against four weighted pixels, threshold from maps
+    ColumnMap,       ///< pixel against two rows weighted column by column, threshold from maps
+    LinearScalar,    ///< pixel against two weighted rows, base and gain for all pixels
+    LinearSmaller,   ///< the same with the smaller of two thresholds
+    BilinearSmaller, ///< pixel against four weighted pixels, the smaller of two thresholds
+    ColumnScalar,    ///< pixel against two rows weighted column by column, base and gain for all pixels
+    Count
+};
+
+/// Neighbouring strips whose map elements follow one another.
+struct CStripRun
+{
+    std::int64_t nFirstStrip = 0; ///< index within the row
+    std::int64_t nStripCount = 0;
+    std::int64_t nMapBase = 0; ///< element of the run's first pixel, less nMapRow of the row
+};
+
+/// One row. Byte rows begin at the first pixel of the first strip and hold 16 bytes for each strip; those marked +1
+/// hold one byte more. Arithmetic is done on 16-bit lanes: products and sums wrap, shifts are logical, the threshold
+/// test is signed.
+struct CFindRow
+{
+    const std::uint8_t* pSrc = nullptr;      ///< source row (means: +1)
+    const std::uint8_t* pSrcBelow = nullptr; ///< means: the row below the source, +1
+    const std::uint8_t* pNear = nullptr;     ///< reference row (means, bilinear: +1)
+    const std::uint8_t* pFar = nullptr;      ///< the row, or the pixel, behind it (means, bilinear: +1)
+    const std::uint8_t* pFarBelow = nullptr; ///< means: the row below pFar, +1
+
+    std::uint16_t nWeightNear = 16; ///< sixteenths
+    std::uint16_t nWeightFar = 0;
+    std::uint16_t nWeightLeft = 16;            ///< bilinear: weight of column x, sixteenths
+    std::uint16_t nWeightRight = 0;            ///< bilinear: weight of column x + 1
+    const std::int16_t* pColumnNear = nullptr; ///< column variants: 16 weights for each strip
+    const std::int16_t* pColumnFar = nullptr;
+
+    std::uint16_t nGrayLimit = 255;
+    std::uint16_t nBase = 0;  ///< scalar thresholds; floor variant: the threshold
+    std::uint16_t nGain = 0;  ///< 1/256
+    std::uint16_t nBase2 = 0; ///< second set
+    std::uint16_t nGain2 = 0;
+
+    const std::int16_t* pOffsetMap = nullptr; ///< maps; null counts as all 0
+    const std::int16_t* pGainMap = nullptr;
+    const std::int16_t* pKneeMap = nullptr;
+    const std::int16_t* pOffsetMap2 = nullptr;
+    const std::int16_t* pGainMap2 = nullptr;
+    const std::int16_t* pZeroMap = nullptr; ///< zeros for as many elements as the row has columns
+    std::int64_t nMapRow = 0;               ///< row index times map stride
+
+    const CStripRun* pRuns = nullptr; ///< strips to look at, in ascending order
+    std::size_t nRunCount = 0;
+
+    /// Out: one 16-bit mask a strip, bit i for column i. Strips outside the runs are not written.
+    std::uint16_t* pMask = nullptr;
+};
+
+/// Finds the hits of one row with the widest vectors of the processor.
+void FindRow(FindVariant eVariant, const CFindRow& row);
+
+/// Name of the instruction set that FindRow uses at present, for tests and reports.
+const char* GetVectorTargetName();
+
+} // namespace narvo

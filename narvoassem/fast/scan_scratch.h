@@ -1,0 +1,58 @@
+// Working memory of one scan. Each thread keeps its own between calls, so that a second like call allocates nothing;
+// it goes with the thread.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "narvoassem/fast/cell_walk.h"
+#include "narvoassem/fast/find_row.h"
+#include "narvoassem/fast/grow_buffer.h"
+#include "narvoassem/fast/hit_chains.h"
+
+namespace narvo
+{
+
+/// Strips next to each other that walk their cells alike.
+struct CRunWalk
+{
+    CCellRows rows;
+    std::int64_t nFirstStrip;
+    std::int64_t nStripCount;
+};
+
+struct CScanScratch
+{
+    static constexpr std::size_t kRowCopies = 5;
+
+    CHitChains chains;
+    CGrowBuffer<std::uint16_t> mask;
+    CGrowBuffer<CRunWalk> walks;
+    CGrowBuffer<CStripRun> runs;
+    CGrowBuffer<std::int16_t> zeroMap;
+    CGrowBuffer<std::uint8_t> rowCopy[kRowCopies];
+    CGrowBuffer<std::int16_t> columnNear;
+    CGrowBuffer<std::int16_t> columnFar;
+    CGrowBuffer<std::uint8_t> classId; ///< per hit, for the class-id kernels
+    std::size_t nZeros = 0;            ///< elements of zeroMap that are known to be 0
+
+    /// Makes room for a row of nStrips strips. @return false without memory
+    bool ReserveRow(std::int64_t nStrips)
+    {
+        const auto nCount = static_cast<std::size_t>(nStrips);
+        const std::size_t nColumns = nCount * kStripWidth;
+        if (!mask.Reserve(nCount + 8) || !walks.Reserve(nCount) || !runs.Reserve(nCount) || !zeroMap.Reserve(nColumns))
+            return false;
+        for (CGrowBuffer<std::uint8_t>& copy : rowCopy)
+            if (!copy.Reserve(nColumns + kStripWidth))
+                return false;
+        for (; nZeros < nColumns; ++nZeros)
+            zeroMap[nZeros] = 0;
+        return true;
+    }
+};
+
+/// The calling thread's scratch.
+CScanScratch& GetScanScratch();
+
+} // namespace narvo

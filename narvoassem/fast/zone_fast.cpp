@@ -1,0 +1,99 @@
+// The public names of the fast zone kernels.
+#include "narvoassem/fastkernels.h"
+
+#include "narvoassem/fast/kernel_args.h"
+#include "narvoassem/fast/kernel_call.h"
+
+using narvo::CZoneCall;
+using narvo::RunZoneKernel;
+using narvo::ZoneKernel;
+
+// Arguments of the shared lists that a kernel does not read keep their names in the public header.
+#pragma GCC diagnostic ignored "-Wunused-parameter"
+
+int ConvZoneVertFast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
+                     std::int64_t nThresholdExtra, std::int64_t nGrayLimit)
+{
+    CZoneCall call;
+    NARVO_TAKE_ZONE_ARGUMENTS(call);
+    call.nThresholdExtra = nThresholdExtra;
+    return RunZoneKernel(ZoneKernel::Vert, call);
+}
+
+int ConvZoneVert2by2Fast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
+                         std::int64_t nThresholdExtra, std::int64_t nGrayLimit)
+{
+    CZoneCall call;
+    NARVO_TAKE_ZONE_ARGUMENTS(call);
+    call.nThresholdExtra = nThresholdExtra;
+    return RunZoneKernel(ZoneKernel::Vert2by2, call);
+}
+
+int ConvZoneVertFlagFast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
+                         std::int64_t nThresholdExtra, std::int64_t nGrayLimit)
+{
+    CZoneCall call;
+    NARVO_TAKE_ZONE_ARGUMENTS(call);
+    call.nThresholdExtra = nThresholdExtra;
+    return RunZoneKernel(ZoneKernel::VertFlag, call);
+}
+
+int ConvZoneVertFlag2by2Fast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
+                             std::int64_t nThresholdExtra, std::int64_t nGrayLimit)
+{
+    CZoneCall call;
+    NARVO_TAKE_ZONE_ARGUMENTS(call);
+    call.nThresholdExtra = nThresholdExtra;
+    return RunZoneKernel(ZoneKernel::VertFlag2by2, call);
+}
+
+int ConvZoneVertDirectFast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
+                           std::int64_t nGrayLimit)
+{
+    CZoneCall call;
+    NARVO_TAKE_ZONE_ARGUMENTS(call);
+    return RunZoneKernel(ZoneKernel::VertDirect, call);
+}
+
+int ConvZoneVertKneeFast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
+                         short* pThresholdKneeMap, short* pThresholdOffsetMap2, short* pThresholdGainMap2,
+                         std::int64_t nGrayLimit)
+{
+    CZoneCall call;
+    NARVO_TAKE_ZONE_ARGUMENTS(call);
+    call.pKneeMap = pThresholdKneeMap;
+    call.pOffsetMap2 = pThresholdOffsetMap2;
+    call.pGainMap2 = pThresholdGainMap2;
+    return RunZoneKernel(ZoneKernel::VertKnee, call);
+}
+
+int ConvZoneVTDFast(NARVO_ZONE_VTD_ARGUMENTS, std::int64_t nVtdPitch16, std::int64_t bKeepSingle, int* pEndLine,
+                    std::int64_t nThresholdExtra, std::int64_t nGrayLimit)
+{
+    CZoneCall call;
+    NARVO_TAKE_ZONE_ARGUMENTS(call);
+    call.pScanPitchTable = pScanPitchTable;
+    call.nVtdPitch16 = nVtdPitch16;
+    call.nThresholdExtra = nThresholdExtra;
+    return RunZoneKernel(ZoneKernel::Vtd, call);
+}
+
+int ConvZoneFast(NARVO_ZONE_ARGUMENTS, std::int64_t bKeepSingle, int* pEndLine, std::int64_t nGrayLimit)
+{
+    CZoneCall call;
+    NARVO_TAKE_ZONE_ARGUMENTS(call);
+    return RunZoneKernel(ZoneKernel::Hori, call);
+}
+
+int ConvZoneTableFast(NARVO_HIT_ARGUMENTS, unsigned short* pConvPitchTable, short* pConvWeightNear,
+                      short* pConvWeightFar, NARVO_PAIR_ARGUMENTS, std::int64_t nPairSearchSlack, std::int64_t nPitch16,
+                      std::int64_t nZoneRowBytes, short* pThresholdGainMap, std::int64_t bKeepSingle, int* pEndLine,
+                      std::int64_t nGrayLimit)
+{
+    CZoneCall call;
+    NARVO_TAKE_ZONE_ARGUMENTS(call);
+    call.pConvPitchTable = pConvPitchTable;
+    call.pConvWeightNear = pConvWeightNear;
+    call.pConvWeightFar = pConvWeightFar;
+    return RunZoneKernel(ZoneKernel::HoriTable, call);
+}
