@@ -25,6 +25,37 @@
 #include "narvoassem/version.h"
 #include "narvoassem/widekernels.h"
 
+/// The sum of the window of nFilterSize round ptPixel, from a table of sums as CompareAverageROI builds it:
+/// nIntegralWidth cells a row, one row and one column more than the region. rtROIABS is the region moved to the origin,
+/// ptPixel is relative to it. A window measures 2 * (nFilterSize / 2) + 1 pixels each way; where it crosses the
+/// region's edge it is shifted inside and measures nFilterSize there, and what still lies outside is cut off.
+NARVO_API void GetFilterSum(CPoint ptPixel, std::int64_t& n64Sum, const std::int64_t* pIntegral, int nIntegralWidth,
+                            const CRect& rtROIABS, int nFilterSize);
+
+/// Compares the mean of a small window round each pixel with the mean of a large window round the same pixel and
+/// writes a record per hit. nBackFilter is reduced to a multiple of nDefectFilter. A pixel whose small window has a
+/// mean above nGrayLimit is passed over; it is a dark hit when the difference of the means lies below nDarkThreshold,
+/// else a bright hit when it lies above nBrightThreshold. pIntegral holds (width + 1) * (height + 1) cells, cleared; it
+/// takes the table of sums. rtDeadZone restricts nothing. With a window of 0, or a large one below the small one,
+/// nothing is a hit. The record that brings the count to nPairSize or above is the last. *pEndLine becomes 1.
+/// @return the new pair count
+NARVO_API int CompareAverageROI(unsigned char* pImage, std::int64_t* pIntegral, int nImagePitch, CRect* rtInspect,
+                                int nDarkThreshold, int nBrightThreshold, int nGrayLimit, CRect* rtDeadZone,
+                                CDefectPair* pPair, int nPairCount, int nPairSize, int nDefectFilter, int nBackFilter,
+                                int* pEndLine);
+
+/// Origin of the zone cell that a point lies in, image pixels; (0, 0) where there is none.
+class NARVO_API CGammaPoint
+{
+public:
+    int x = 0;
+    int y = 0;
+
+    /// Looks (nX, nY) up in a table of cell origins (pairs x, y in rows of nColumns). A cell size of -1.0 in either
+    /// argument takes the cell size from the table. With a null table nothing changes.
+    void FindOrigin(int* pTable, int nColumns, int nX, int nY, double dCellWidth, double dCellHeight);
+};
+
 /// The engine: one store of hits, one of pairs, one of blobs, and one inspection at a time.
 ///
 /// Result codes of the inspection calls: 1 done; 8 bad parameter; 16 done with a warning about coverage (re-runs
@@ -85,6 +116,18 @@ public:
     /// column (vertical) not finished
     int Compare_Zone2();
 
+    /// Binarise mode: reports the pixels of rtInspect with 0 < grey < nThreshold, then builds blobs. @return end line
+    int BinalizeInspection();
+    /// Writes a record for each pixel strictly between the two limits (the smaller is the lower one; only their low
+    /// bytes are compared). Each row is scanned in whole blocks of 16 that begin left of right - 16, so its last 1 to
+    /// 16 columns stay out. The record that brings the count to nPairSize or above is the last, and nEndLine its row;
+    /// otherwise nEndLine is the bottom. Dead zones restrict nothing. @return the new pair count
+    int BinalizeInspection(unsigned char* pImage, int nLowGray, int nHighGray, CRect rtInspect, int nImagePitch,
+                           CDefectPair* pPair, int nPairCount, int nPairSize, int& nEndLine);
+    /// Average mode: CompareAverageROI over rtInspect with the windows nAverageParam1 and nAverageParam2 and the
+    /// thresholds nBlackFilterGray (dark) and nThreshold (bright), then builds blobs. @return 1
+    int CompareAverage();
+
     // Zone kernels that read the engine: dead zones of the parameters drop records, peaks are not written, singles
     // need bKeepSingle exactly 1 and nothing else. Arguments as in fastkernels.h.
 
@@ -132,6 +175,19 @@ protected:
     int ConvFloatVJF_Intrin(CRect rtRegion, int& nEndLine);
     /// The same one column at a time with the pitch in double precision; dead zones have no effect.
     int ConvFloatVJF_Cpp(CRect rtRegion, int& nEndLine);
+
+    /// Float inspection inside the polygon pFreeFormPoint, clipped to rtInspect: strips of the region on the VJF
+    /// kernels, then the thresholds of the zone maps. nEndLine becomes the bottom of rtInspect; it stays when the
+    /// polygon leaves nothing to inspect. @return the new pair count
+    int Inspect_FreeForm(int& nEndLine);
+    /// Pixel inspection of the source pixels that pFreeFormMask allows, then the thresholds of the zone maps.
+    int Inspect_FreeFormMask(int& nEndLine);
+    /// The part of a polygon inside rtFrame as rectangles of at least 16 columns. The list is allocated with
+    /// std::malloc, for the caller to free. @return 1 if a list was produced, otherwise 0
+    int MakeFrameRegion(CPoint* pPoint, int nCount, CRect rtFrame, int& nRectCount, CRect** prtArry);
+    /// Joins the bands of a region built with x and y exchanged into such rectangles, in image coordinates. Thin bands
+    /// behind the last wide one are dropped. @return 1 if the region holds a rectangle, otherwise 0
+    int ExtractRectInRgn(CRgn& rgn, int& nRectCount, CRect** prtArry);
 
     /// Sizes both strip buffers to (nSize + 32) * 16 shorts and clears them; nSize below 1 becomes 1.
     void ResetConBuff(int& nSize);

@@ -11,6 +11,7 @@
 #else
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 /// A point in image pixels; y grows downward.
@@ -93,6 +94,77 @@ public:
 
 private:
     std::string m_strText;
+};
+
+// Region vocabulary, with the values that the platform gives it.
+enum : int
+{
+    ALTERNATE = 1 ///< polygon filling: even-odd
+};
+enum : int
+{
+    RGN_AND = 1 ///< combination: intersection
+};
+enum : int
+{
+    RGN_ERROR = 0,    ///< the combination failed
+    NULLREGION = 1,   ///< the result is empty
+    SIMPLEREGION = 2, ///< the result is one rectangle
+    COMPLEXREGION = 3 ///< the result is several rectangles
+};
+
+/// Head of a region's data.
+struct RGNDATAHEADER
+{
+    std::uint32_t dwSize;   ///< bytes of this head
+    std::uint32_t iType;    ///< 1: rectangles
+    std::uint32_t nCount;   ///< rectangles that follow
+    std::uint32_t nRgnSize; ///< bytes of the rectangles
+    CRect rcBound;          ///< bounds
+};
+
+/// A region's data: the head, then nCount rectangles (CRect), sorted by top and, within a band of equal top and bottom,
+/// by left. They do not overlap; neighbouring rows of the same spans form one band.
+struct RGNDATA
+{
+    RGNDATAHEADER rdh;
+    char Buffer[1];
+};
+
+/// A set of pixels. An object holds no region until one of the Create operations; creating a second one before
+/// DeleteObject fails. Nothing throws or prints; lack of memory is failure. A polygon is converted to rectangles
+/// when its data is asked for, and only inside the other region's bounds when it is combined, so that vertices may
+/// lie anywhere.
+class NARVO_API CRgn
+{
+public:
+    CRgn() = default;
+    ~CRgn();
+    CRgn(const CRgn&) = delete;
+    CRgn& operator=(const CRgn&) = delete;
+
+    /// The rectangle, right and bottom exclusive; its sides may be given in either order. @return 1, or 0 on failure
+    int CreateRectRgn(int x1, int y1, int x2, int y2);
+    /// As CreateRectRgn. @return 1, or 0 on failure
+    int CreateRectRgnIndirect(const CRect* pRect);
+    /// The interior of the closed polygon under the even-odd rule, right and bottom edges excluded: a pixel belongs to
+    /// it when, at the pixel's own ordinate, its x is at or right of an odd crossing and left of the next one. nMode
+    /// must be ALTERNATE. @return 1, or 0 on failure and with fewer than 2 points
+    int CreatePolygonRgn(const CPoint* pPoint, int nCount, int nMode);
+    /// Sets this object's region to the intersection of two others; both and this one must hold regions. nMode must be
+    /// RGN_AND. @return RGN_ERROR, NULLREGION, SIMPLEREGION or COMPLEXREGION
+    int CombineRgn(CRgn* pFirst, CRgn* pSecond, int nMode);
+    /// The region, or null when the object holds none. For asking only.
+    const void* GetSafeHandle() const;
+    /// Fills a block of nSize bytes with the region's data. @return the bytes needed when pData is null or the bytes
+    /// written; 0 on failure, and when the block is too small
+    int GetRegionData(RGNDATA* pData, int nSize) const;
+    /// Frees the region; the object holds none then. @return 1, or 0 when it held none
+    int DeleteObject();
+
+private:
+    struct CBody;
+    CBody* m_pBody = nullptr;
 };
 
 #endif
