@@ -47,7 +47,7 @@ public:
     /// Vertical build with correction and filters over another store's pairs; null means the store's own.
     int BlobDefectVert(CPairStorage* pPairs);
     /// Appends a copy. @return 1 while room is left behind it; 0 when the store was full or has become full by it.
-    int AddBlob(CDefectBlob* pBlob);
+    int AddBlob(CDefectBlob* pNewBlob);
     /// Appends all blobs of another store. @return 0 at the first AddBlob that gives 0, and for null.
     int ReadBlob(CBlobStorage* pOther);
     int GetBlobCount() const;
@@ -81,9 +81,9 @@ public:
 
     // --- pitch verification ---
     /// @return 1: the pair matches at a short pitch of its zone, is pattern and has nDefectType 4; 0: it stands.
-    int VeriPitchDPCFiltering(CDefectPair* pPair);
+    int VeriPitchDPCFiltering(CDefectPair* pDefect);
     /// @return 1: the pair matches along the tilted direction; 0: it stands.
-    int DPCTiltFiltering(CDefectPair* pPair);
+    int DPCTiltFiltering(CDefectPair* pDefect);
     /// Bilinear grey value at row nY + dPitch, column nX + dTilt; dTilt within -1 .. 1, reversed with a negative dPitch.
     double GetReferenceValTilt(int nY, int nX, double dPitch, double dTilt) const;
     /// Sum difference of an nConvWidth by nConvHeight window and the window dPitch along x, clipped above to nClip.

@@ -60,19 +60,19 @@ public:
     /// Does nothing.
     void Filtering_Vert_Temp();
     /// Across the direction of a vertical inspection: along x, at one conv pitch.
-    int CrossFilter_Hori(CDefectPair* pPair);
+    int CrossFilter_Hori(CDefectPair* pDefect);
     /// Across the direction of a horizontal inspection: along y, at one scan pitch.
-    int CrossFilter_Vert(CDefectPair* pPair);
+    int CrossFilter_Vert(CDefectPair* pDefect);
     /// Along x, at two conv pitches.
-    int JumpFilter_Hori(CDefectPair* pPair);
+    int JumpFilter_Hori(CDefectPair* pDefect);
     /// Along y, at two scan pitches.
-    int JumpFilter_Vert(CDefectPair* pPair);
+    int JumpFilter_Vert(CDefectPair* pDefect);
     /// Along y at two scan pitches on 2 by 2 blocks, limited by rtArea.
-    int JumpFilter_Vert2by2(CDefectPair* pPair, CRect rtArea);
+    int JumpFilter_Vert2by2(CDefectPair* pDefect, CRect rtArea);
     /// For a pair of an edge band, along x: the difference on the other side must have the pair's polarity.
-    int MarginFilter_Hori(CDefectPair* pPair);
+    int MarginFilter_Hori(CDefectPair* pDefect);
     /// For a pair of an edge band, along y, whatever the polarity.
-    int OneFilter_Vert(CDefectPair* pPair);
+    int OneFilter_Vert(CDefectPair* pDefect);
     /// Marks every single (nDefectPair 5) as removed.
     void ShadowFly();
     /// Change nothing. @return 0

@@ -1,0 +1,276 @@
+// The pair filters: each looks at a pair's pixel once more against another reference and answers 1 when the pair
+// stands, 0 when it is false. The walks mark false pairs; nothing is deleted here.
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+
+#include "narvoassem/pairstorage.h"
+#include "narvoassem/storage/convolution_difference.h"
+#include "narvoassem/storage/pixel_read.h"
+#include "narvoassem/storage/wrap_arith.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+enum class EAxis
+{
+    X,
+    Y
+};
+
+bool IsPixelInspection(const CConvParam& param)
+{
+    return param.nInspectMode == 1;
+}
+
+// The limit of a pixel inspection: from the zone tables where both of the pair's polarity are given, otherwise the
+// pair's own.
+int GetPixelLimit(const CConvParam& param, const CDefectPair& pair)
+{
+    const bool bBright = pair.nDefectType == DefectType_Bright;
+    const bool bTables = param.pFilterOffset != nullptr &&
+                         (bBright ? param.pFilterOffset1 : param.pFilterOffset) != nullptr &&
+                         (bBright ? param.pFilterGain1 : param.pFilterGain) != nullptr;
+    if (!bTables || pair.nZoneIndex < 0 || pair.nZoneIndex >= CConvParam::nZoneLimit)
+        return pair.nThreshold;
+    return param.GetFilterThreshold(pair.nZoneIndex, std::max(pair.nSrcGray, pair.nCmpGray),
+                                    static_cast<DefectType>(pair.nDefectType));
+}
+
+// nAdd raises the threshold: per pixel, so that a window's limit takes it once for each of its pixels.
+int GetLimit(const CConvParam& param, const CDefectPair& pair, int nAdd)
+{
+    if (IsPixelInspection(param))
+        return WrapAdd(GetPixelLimit(param, pair), nAdd);
+    return WrapMul(WrapMul(WrapAdd(pair.nThreshold, nAdd), param.nConvWidth), param.nConvHeight);
+}
+
+int GetValue(const CConvParam& param, EAxis eAxis, int x, int y, double dPitch)
+{
+    const CNarvoBufferSudo view(param.pImage, param.nImageWidth, param.nImageHeight);
+    if (IsPixelInspection(param))
+        return TruncToInt(eAxis == EAxis::X ? ConvDiffHori1x1(view, x, y, dPitch)
+                                            : ConvDiffVert1x1(view, x, y, dPitch));
+    return TruncToInt(eAxis == EAxis::X ? ConvDiffHori2x2(view, x, y, dPitch) : ConvDiffVert2x2(view, x, y, dPitch));
+}
+
+int Exceeds(int nValue, int nLimit)
+{
+    return std::abs(static_cast<std::int64_t>(nValue)) > nLimit ? 1 : 0;
+}
+
+int TestAcross(const CConvParam& param, const CDefectPair& pair, EAxis eAxis, double dPitch)
+{
+    return Exceeds(GetValue(param, eAxis, pair.ptDefect.x, pair.ptDefect.y, dPitch), GetLimit(param, pair, 0));
+}
+
+// dPitch turned round when its whole pixels, started at nPos, come within nReach of nEnd.
+double TurnAtEnd(double dPitch, int nPos, int nReach, int nEnd)
+{
+    return static_cast<std::int64_t>(nPos) + TruncToInt(dPitch) + nReach >= nEnd ? -dPitch : dPitch;
+}
+
+// Where and how far a pair of an edge band is tested.
+struct SEdgeTest
+{
+    int nPos;      ///< position along the axis of the source block
+    double dPitch; ///< distance of the reference
+    int nAdd;      ///< what the threshold is raised by
+    int nSign;     ///< -1 where the reference block stands for the pair's own pixel
+};
+
+// The compare of an edge band looked one way only; the test looks the other way past the pair, or, where the span has
+// no room for that, back again at a raised threshold. Answers false for the middle band.
+bool FindEdgeTest(const CConvParam& param, int nDefectPos, int nPos, double dPitch, int nSpanStart, int nSpanEnd,
+                  SEdgeTest& test)
+{
+    test = {nPos, dPitch, 0, 1};
+    if (nDefectPos == DefectPos_Last)
+    {
+        if (nPos + dPitch + 3.0 > nSpanEnd)
+        {
+            test.dPitch = -dPitch;
+            test.nAdd = param.nThresholdExtra;
+        }
+        return true;
+    }
+    if (nDefectPos != DefectPos_First)
+        return false;
+    test.nSign = -1;
+    if (nSpanStart > nPos - dPitch - 3.0)
+    {
+        test.nPos = TruncToInt(nPos + dPitch + 0.5);
+        test.dPitch = -dPitch;
+        test.nAdd = param.nThresholdExtra;
+    }
+    else
+        test.nPos = WrapSub(nPos, TruncToInt(dPitch + 0.5));
+    return true;
+}
+
+void MarkFalse(CDefectPair& pair, int bStands)
+{
+    if (bStands == 0)
+        pair.nDefectType = DefectType_Removed;
+}
+
+} // namespace
+
+} // namespace narvo
+
+void CPairStorage::CorrectDefGray()
+{
+    if (ConvParam.pImage == nullptr)
+        return;
+    const narvo::CPixelReader reader(ConvParam);
+    for (int i = 0; i < nPairCount; ++i)
+    {
+        CDefectPair& pair = pPair[i];
+        pair.nPeak = narvo::WrapSub(narvo::WrapAbs(narvo::WrapSub(pair.nSrcGray, pair.nCmpGray)),
+                                    narvo::WrapAbs(pair.nThreshold));
+        pair.nSrcGray = reader.Read(pair.ptDefect.x, pair.ptDefect.y);
+    }
+}
+
+void CPairStorage::Filtering_Vert()
+{
+    for (int i = 0; i < nPairCount; ++i)
+    {
+        CDefectPair& pair = pPair[i];
+        if (ConvParam.bFalseFilter == 0)
+            narvo::MarkFalse(pair, OneFilter_Vert(&pair));
+        else if (ConvParam.nFilterMode2 == 1 || pair.nDefectPair == DefectPair_Single)
+            narvo::MarkFalse(pair, ConvParam.nFilterMode == 1 ? JumpFilter_Vert(&pair) : CrossFilter_Hori(&pair));
+    }
+}
+
+void CPairStorage::Filtering_Hori()
+{
+    if (ConvParam.bFalseFilter == 0)
+        return;
+    for (int i = 0; i < nPairCount; ++i)
+    {
+        CDefectPair& pair = pPair[i];
+        if (ConvParam.nFilterMode2 != 1 && pair.nDefectPair != DefectPair_Single)
+            continue;
+        int bStands = MarginFilter_Hori(&pair);
+        if (bStands != 0)
+            bStands = ConvParam.nFilterMode == 1 ? JumpFilter_Hori(&pair) : CrossFilter_Vert(&pair);
+        narvo::MarkFalse(pair, bStands);
+    }
+}
+
+void CPairStorage::Filtering_Vert_Temp()
+{
+}
+
+int CPairStorage::CrossFilter_Hori(CDefectPair* pDefect)
+{
+    if (OneFilter_Vert(pDefect) == 0)
+        return 0;
+    const double dPitch = ConvParam.GetRealConvPitch();
+    if (2.0 * dPitch > ConvParam.rtInspect.Width())
+        return JumpFilter_Vert(pDefect);
+    return narvo::TestAcross(ConvParam, *pDefect, narvo::EAxis::X,
+                             narvo::TurnAtEnd(dPitch, pDefect->ptDefect.x, 1, ConvParam.rtInspect.right));
+}
+
+int CPairStorage::CrossFilter_Vert(CDefectPair* pDefect)
+{
+    const double dPitch = ConvParam.GetRealScanPitch();
+    if (2.0 * dPitch > ConvParam.rtInspect.Height())
+        return JumpFilter_Hori(pDefect);
+    return narvo::TestAcross(ConvParam, *pDefect, narvo::EAxis::Y,
+                             narvo::TurnAtEnd(dPitch, pDefect->ptDefect.y, 2, ConvParam.rtInspect.bottom));
+}
+
+int CPairStorage::JumpFilter_Hori(CDefectPair* pDefect)
+{
+    const CRect& rtInspect = ConvParam.rtInspect;
+    const int x = pDefect->ptDefect.x;
+    const double dPitch = narvo::TurnAtEnd(2.0 * ConvParam.GetRealConvPitch(), x, 1, rtInspect.right);
+    const int nTarget = narvo::TruncToInt(x + dPitch);
+    if (nTarget < rtInspect.left || nTarget > rtInspect.right)
+        return 0;
+    return narvo::TestAcross(ConvParam, *pDefect, narvo::EAxis::X, dPitch);
+}
+
+int CPairStorage::JumpFilter_Vert(CDefectPair* pDefect)
+{
+    if (OneFilter_Vert(pDefect) == 0)
+        return 0;
+    const CRect& rtInspect = ConvParam.rtInspect;
+    const int y = pDefect->ptDefect.y;
+    const double dPitch = narvo::TurnAtEnd(2.0 * ConvParam.GetRealScanPitch(), y, 1, rtInspect.bottom);
+    const int nTarget = narvo::TruncToInt(y + dPitch);
+    // A jump beyond the region keeps the pair here, and removes it along x.
+    if (nTarget < rtInspect.top || nTarget > rtInspect.bottom)
+        return 1;
+    return narvo::TestAcross(ConvParam, *pDefect, narvo::EAxis::Y, dPitch);
+}
+
+int CPairStorage::JumpFilter_Vert2by2(CDefectPair* pDefect, CRect rtArea)
+{
+    const int y = pDefect->ptDefect.y;
+    const double dPitch = narvo::TurnAtEnd(2.0 * ConvParam.GetRealScanPitch(), y, 2, rtArea.bottom);
+    if (rtArea.top > y + dPitch - 2.0 || y + dPitch + 2.0 > rtArea.bottom)
+        return 1;
+    const CNarvoBufferSudo view(ConvParam.pImage, ConvParam.nImageWidth, ConvParam.nImageHeight);
+    const int nLimit = narvo::WrapMul(narvo::WrapMul(pDefect->nThreshold, ConvParam.nConvWidth), ConvParam.nConvHeight);
+    return narvo::Exceeds(narvo::TruncToInt(narvo::ConvDiffVert2x2(view, pDefect->ptDefect.x, y, dPitch)), nLimit);
+}
+
+int CPairStorage::MarginFilter_Hori(CDefectPair* pDefect)
+{
+    if (ConvParam.bMarginFilter == 0)
+        return 1;
+    const bool bFrame = ConvParam.rtMarginFrame.Height() >= 1;
+    const int nSpanStart = bFrame ? ConvParam.rtMarginFrame.left : 0;
+    const int nSpanEnd = bFrame ? ConvParam.rtMarginFrame.right : ConvParam.nImageWidth;
+    narvo::SEdgeTest test;
+    if (!narvo::FindEdgeTest(ConvParam, pDefect->nDefectPos, pDefect->ptDefect.x, ConvParam.GetRealConvPitch(),
+                             nSpanStart, nSpanEnd, test))
+        return 1;
+
+    const std::int64_t nLimit = narvo::GetLimit(ConvParam, *pDefect, test.nAdd);
+    const std::int64_t nValue =
+        static_cast<std::int64_t>(test.nSign) *
+        narvo::GetValue(ConvParam, narvo::EAxis::X, test.nPos, pDefect->ptDefect.y, test.dPitch);
+    return (pDefect->nDefectType != DefectType_Dark ? nValue : -nValue) > nLimit ? 1 : 0;
+}
+
+int CPairStorage::OneFilter_Vert(CDefectPair* pDefect)
+{
+    const int y = pDefect->ptDefect.y;
+    const CRect& rtSpan = ConvParam.rtMarginFrame.Height() >= 1 ? ConvParam.rtMarginFrame : ConvParam.rtInspect;
+    const double dPitch = ConvParam.pScanPitchTable != nullptr
+                              ? narvo::ReadPer16(ConvParam.pScanPitchTable, y, ConvParam.nImageHeight) / 16.0
+                              : ConvParam.GetRealScanPitch();
+    narvo::SEdgeTest test;
+    if (!narvo::FindEdgeTest(ConvParam, pDefect->nDefectPos, y, dPitch, rtSpan.top, rtSpan.bottom, test))
+        return 1;
+    return narvo::Exceeds(narvo::GetValue(ConvParam, narvo::EAxis::Y, pDefect->ptDefect.x, test.nPos, test.dPitch),
+                          narvo::GetLimit(ConvParam, *pDefect, test.nAdd));
+}
+
+void CPairStorage::ShadowFly()
+{
+    for (int i = 0; i < nPairCount; ++i)
+    {
+        if (pPair[i].nDefectPair == DefectPair_Single)
+            pPair[i].nDefectType = DefectType_Removed;
+    }
+}
+
+int CPairStorage::FalseFilter_Vert()
+{
+    return 0;
+}
+
+int CPairStorage::FalseFilter_Hori()
+{
+    return 0;
+}
