@@ -144,8 +144,10 @@ int CConvParam::GetFilterThreshold(int nZone, int nGray, DefectType eType) const
     const int* pOffset = eType == DefectType_Bright ? pFilterOffset1 : pFilterOffset;
     const int* pGain = eType == DefectType_Bright ? pFilterGain1 : pFilterGain;
     // Product and sum wrap at 32 bits.
-    const auto nProduct = static_cast<std::int32_t>(static_cast<std::uint32_t>(pGain[nZone]) * static_cast<std::uint32_t>(nGray));
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(nProduct >> 8) + static_cast<std::uint32_t>(pOffset[nZone]));
+    const auto nProduct =
+        static_cast<std::int32_t>(static_cast<std::uint32_t>(pGain[nZone]) * static_cast<std::uint32_t>(nGray));
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(nProduct >> 8) +
+                                     static_cast<std::uint32_t>(pOffset[nZone]));
 }
 
 int CConvParam::IsAllInspected(int nEndLine) const

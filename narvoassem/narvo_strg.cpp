@@ -1,6 +1,8 @@
 // The image view.
 #include "narvoassem/narvostrg.h"
 
+#include <cstdint>
+
 CNarvoBufferSudo::CNarvoBufferSudo(unsigned char* pImage, int nImageWidth, int nImageHeight) : pBuffer(pImage)
 {
     CNarvoBufferSudo::Init(nImageWidth, nImageHeight);
@@ -10,7 +12,7 @@ int CNarvoBufferSudo::Init(int nImageWidth, int nImageHeight)
 {
     nWidth = nImageWidth;
     nHeight = nImageHeight;
-    nPitch = (nWidth + 3) / 4 * 4;
+    nPitch = static_cast<int>((std::int64_t{nWidth} + 3) / 4 * 4);
     return 1;
 }
 

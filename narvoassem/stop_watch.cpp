@@ -14,8 +14,8 @@ std::int64_t GetTickCount()
 } // namespace
 
 CStopWatch::CStopWatch()
-    : nFrequency(std::chrono::steady_clock::period::den / std::chrono::steady_clock::period::num), nStart(0),
-      nStop(0), fElapsed(0.0F)
+    : nFrequency(std::chrono::steady_clock::period::den / std::chrono::steady_clock::period::num), nStart(0), nStop(0),
+      fElapsed(0.0F)
 {
 }
 

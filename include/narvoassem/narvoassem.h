@@ -115,6 +115,8 @@ public:
     /// The zone comparison: chooses a kernel, builds blobs, tidies them. @return end line: first row (horizontal) or
     /// column (vertical) not finished
     int Compare_Zone2();
+    /// The zone comparison with cells unbounded across the compare direction. @return end line
+    int Compare_ASGZone();
 
     /// Binarise mode: reports the pixels of rtInspect with 0 < grey < nThreshold, then builds blobs. @return end line
     int BinalizeInspection();

@@ -1,0 +1,74 @@
+// The private pool of one engine: the sub-engines that the band split runs on.
+#include "narvoassem/assemcontrol.h"
+
+#include <cstddef>
+#include <new>
+
+#include "narvoassem/narvoassem.h"
+
+namespace
+{
+
+constexpr int nResultBadParameter = 8;
+
+/// Moves the grid entry of *pParam to the first record of its row that lies right of the region's left side. Records
+/// count as two ints, also where flagged records have three. @return 0 when the row has no such record
+int MoveOriginEntry(CConvParam* pParam)
+{
+    int* pRecord = pParam->pZoneOriginTable;
+    for (int i = 0; i < pParam->nZoneColumns; ++i, pRecord += 2)
+    {
+        if (*pRecord > pParam->rtInspect.left)
+        {
+            pParam->pZoneOriginTable = pRecord;
+            return 1;
+        }
+    }
+    return 0;
+}
+
+} // namespace
+
+CAssemThreadControl::CAssemThreadControl() : nAssemCount(0), nAssemCapacity(0), pAssem(nullptr)
+{
+}
+
+CAssemThreadControl::~CAssemThreadControl()
+{
+    delete[] pAssem;
+}
+
+int CAssemThreadControl::Init(int nCount, int nDefectSize)
+{
+    if (nCount > nAssemCapacity)
+    {
+        delete[] pAssem;
+        pAssem = new (std::nothrow) CNarvoAssem[static_cast<std::size_t>(nCount)];
+        nAssemCount = nAssemCapacity = pAssem != nullptr ? nCount : 0;
+        for (int i = 0; i < nAssemCount; ++i)
+            pAssem[i].InitAssem(i, nDefectSize);
+        return pAssem != nullptr ? 1 : 0;
+    }
+    nAssemCount = nCount;
+    return 1;
+}
+
+int CAssemThreadControl::Inspect(int nIndex, CConvParam* pParam)
+{
+    if (nIndex < 0 || nIndex >= nAssemCount || pParam == nullptr)
+        return nResultBadParameter;
+    if (pParam->pZoneOriginTable != nullptr && MoveOriginEntry(pParam) == 0)
+        return nResultBadParameter;
+    pAssem[nIndex].ResetNarvoAssem();
+    return pAssem[nIndex].Inspect_Rect(pParam);
+}
+
+CNarvoAssem* CAssemThreadControl::GetAssem(int nIndex)
+{
+    return pAssem + nIndex;
+}
+
+int CAssemThreadControl::GetCount() const
+{
+    return nAssemCount;
+}

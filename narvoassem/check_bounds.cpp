@@ -1,0 +1,98 @@
+// The guard that keeps comparisons inside image, tables and stores.
+#include "narvoassem/check_bounds.h"
+
+#include <cstdint>
+
+#include "narvoassem/compare/zone_driver.h"
+#include "narvoassem/fixed_pitch.h"
+
+namespace narvo
+{
+namespace
+{
+
+/// Sides of a region that holds nothing: sums with them stay in the int range.
+constexpr int nSideLimit = 1 << 28;
+
+bool IsSideSmall(int nSide)
+{
+    return nSide >= -nSideLimit && nSide <= nSideLimit;
+}
+
+bool IsRegionReadable(const CConvParam& param)
+{
+    const CRect& rtInspect = param.rtInspect;
+    if (rtInspect.IsRectEmpty())
+        return IsSideSmall(rtInspect.left) && IsSideSmall(rtInspect.top) && IsSideSmall(rtInspect.right) &&
+               IsSideSmall(rtInspect.bottom);
+    return param.pImage != nullptr && rtInspect.left >= 0 && rtInspect.top >= 0 &&
+           rtInspect.right <= param.nImageWidth && rtInspect.bottom <= param.nImageHeight;
+}
+
+/// The filters behind the kernels read along both axes, so both pitches count; nAlong16 is the one compared along.
+bool IsPitchReadable(const CConvParam& param, bool bVertical, int (*ToFixed)(double))
+{
+    const double dConv = param.GetRealConvPitch();
+    const double dScan = param.GetRealScanPitch();
+    return IsPitchUsable(dConv) && IsPitchUsable(dScan) && ToFixed(bVertical ? dScan : dConv) >= 0;
+}
+
+bool IsConvTableWhole(const CConvParam& param)
+{
+    return param.pConvPitchTable == nullptr || (param.pConvWeightNear != nullptr && param.pConvWeightFar != nullptr);
+}
+
+bool IsZoneGridWalkable(const CConvParam& param, const CZoneCellSize& cell)
+{
+    if (param.pZoneOriginTable == nullptr || param.nZoneColumns < 0 || param.nZoneMapStride < 0)
+        return false;
+    // Cells without width are stepped once per 16 columns, cells without height once per row. The grid says how many
+    // columns it has, but not how many rows.
+    const std::int64_t nSteps = std::int64_t{param.rtInspect.right} - param.rtInspect.left;
+    if (cell.nWidth < 1 && nSteps / 16 + 2 > param.nZoneColumns)
+        return false;
+    return cell.nHeight >= 1;
+}
+
+bool IsZoneReadable(const CConvParam& param, ZoneKernel eKernel, const CZoneCellSize& cell)
+{
+    if (!IsPitchReadable(param, param.nDirection != 0, ToPitch16))
+        return false;
+    if (eKernel == ZoneKernel::HoriTable && !IsConvTableWhole(param))
+        return false;
+    if (eKernel == ZoneKernel::Vert2STsp && param.pTspTable2 == nullptr)
+        return false;
+    return IsZoneGridWalkable(param, cell);
+}
+
+bool IsReadable(const CConvParam& param, Comparison eComparison)
+{
+    switch (eComparison)
+    {
+    case Comparison::Zone:
+        return IsZoneReadable(param, ChooseZoneKernel(param), GetZoneCellSize(param));
+    case Comparison::AsgZone:
+        return IsZoneReadable(param, ChooseAsgZoneKernel(param), GetAsgZoneCellSize(param));
+    case Comparison::Pixel:
+        return IsPitchReadable(param, param.nDirection == 1, ToPitch16) && IsConvTableWhole(param);
+    case Comparison::Float:
+        return IsPitchReadable(param, param.nDirection == 1, ToRoundedPitch16) && IsConvTableWhole(param);
+    default:
+        return true;
+    }
+}
+
+} // namespace
+
+int CheckBounds(const CPairStorage& store, Comparison eComparison)
+{
+    constexpr int nPasses = 1;
+    constexpr int nBadParameter = 8;
+    if (eComparison == Comparison::None)
+        return nPasses;
+    if (store.pPixelX == nullptr || store.pPair == nullptr)
+        return nBadParameter;
+    return IsRegionReadable(store.ConvParam) && IsReadable(store.ConvParam, eComparison) ? nPasses : nBadParameter;
+}
+
+} // namespace narvo

@@ -1,0 +1,60 @@
+// The parameter checks of the engine that are part of its interface. What keeps reads inside the image stands in
+// check_bounds.cpp.
+#include "narvoassem/narvoassem.h"
+
+#include <cstdint>
+
+namespace
+{
+
+constexpr int nResultDone = 1;
+constexpr int nResultBadParameter = 8;
+constexpr int nWindowLimit = 1023;
+
+/// The checks that both directions share, in their order; dPitch and nExtent are the direction's own pair for the
+/// three-pitch test of the region, bMapCorner adds the test of the map corners.
+int Check(CConvParam& param, double dPitch, int nExtent, bool bMapCorner)
+{
+    const std::int64_t nConvWidth = param.nConvWidth;
+    const std::int64_t nConvHeight = param.nConvHeight;
+    if (param.pImage == nullptr)
+        return nResultBadParameter;
+    // Conv pitch against the image's width for both directions.
+    if (param.GetRealConvPitch() * 3.0 > param.nImageWidth)
+        return nResultBadParameter;
+    if (param.nImageHeight < 2 * nConvHeight)
+        return nResultBadParameter;
+    if (param.rtInspect.Width() < 3 * nConvWidth || param.rtInspect.Height() < 2 * nConvHeight)
+        return nResultBadParameter;
+    if (nConvWidth < 1 || nConvWidth > nWindowLimit || nConvHeight < 1 || nConvHeight > nWindowLimit)
+        return nResultBadParameter;
+    if (dPitch * 3.0 > nExtent)
+        return nResultBadParameter;
+    if (param.nCheckLimit1 < 10 || param.nCheckLimit2 < 2)
+        return nResultBadParameter;
+    if (bMapCorner && (param.nZoneMapLeft < 0 || param.nZoneMapTop < 0))
+        return nResultBadParameter;
+    if (param.nThreshold < 1)
+        return nResultBadParameter;
+
+    if (param.nGrayLimit < 1)
+        param.nGrayLimit = 1;
+    else if (param.nGrayLimit > 255)
+        param.nGrayLimit = 255;
+    return nResultDone;
+}
+
+} // namespace
+
+int CNarvoAssem::CheckParameter(int& nCheck)
+{
+    nCheck = 0;
+    const bool bMapCorner = ConvParam.nInspectMode == 1 && ConvParam.pThresholdOffsetMap != nullptr;
+    return Check(ConvParam, ConvParam.GetRealConvPitch(), ConvParam.rtInspect.Width(), bMapCorner);
+}
+
+int CNarvoAssem::CheckParameter_Vert(int& nCheck)
+{
+    nCheck = 0;
+    return Check(ConvParam, ConvParam.GetRealScanPitch(), ConvParam.rtInspect.Height(), false);
+}

@@ -1,0 +1,31 @@
+// The ASG comparison: the zone kernels with cells that have no limit across the compare direction.
+#include <cstdint>
+
+#include "narvoassem/compare/compare_chain.h"
+#include "narvoassem/compare/zone_driver.h"
+#include "narvoassem/narvoassem.h"
+#include "narvoassem/wrap.h"
+
+int CNarvoAssem::Compare_ASGZone()
+{
+    using namespace narvo;
+
+    const int nBlobStart = nBlobCount;
+    const bool bHorizontal = ConvParam.nDirection == 0;
+    // The sides stand exchanged against the zone comparison; nothing reads this end line but a direct caller.
+    int nEndLine = bHorizontal ? ConvParam.rtInspect.right : ConvParam.rtInspect.bottom;
+    if (!bHorizontal)
+    {
+        int nSize = Wrap32(std::int64_t{ConvParam.rtInspect.Height()} * 4);
+        ResetConBuff(nSize);
+    }
+
+    const ZoneKernel eKernel = ChooseAsgZoneKernel(ConvParam);
+    nPairCount = RunZoneKernel(eKernel, MakeZoneCall(*this, eKernel, GetAsgZoneCellSize(ConvParam), &nEndLine));
+
+    if (bHorizontal)
+        FinishHorizontal(*this, nBlobStart);
+    else
+        FinishVertical(*this, nBlobStart);
+    return nEndLine;
+}

@@ -1,0 +1,49 @@
+// The engine's scratch arrays: strip buffers and the integral image.
+#include "narvoassem/narvoassem.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+namespace
+{
+
+/// Sizes and clears. The memory is kept from run to run, so like regions allocate nothing.
+template <class TElement>
+void ResizeCleared(CScratchArray<TElement>& array, int nCount)
+{
+    array.Resize(nCount);
+    std::fill_n(array.GetData(), array.GetSize(), TElement{0});
+}
+
+} // namespace
+
+void CNarvoAssem::ResetConBuff(int& nSize)
+{
+    nSize = std::max(nSize, 1);
+    const std::int64_t nWanted = (std::int64_t{nSize} + 32) * 16;
+    // A count beyond the arrays' range asks for the smallest array instead.
+    const int nCount = nWanted > std::numeric_limits<int>::max() ? 1 : static_cast<int>(nWanted);
+    ResizeCleared(ConBuffComp, nCount);
+    ResizeCleared(ConBuffComp2, nCount);
+}
+
+short* CNarvoAssem::GetConBuffComp()
+{
+    return ConBuffComp.GetData();
+}
+
+short* CNarvoAssem::GetConBuffComp2()
+{
+    return ConBuffComp2.GetData();
+}
+
+void CNarvoAssem::GetInt64BuffComp(int nCount)
+{
+    ResizeCleared(Int64BuffComp, nCount);
+}
+
+std::int64_t* CNarvoAssem::GetInt64BuffComp()
+{
+    return Int64BuffComp.GetData();
+}
