@@ -2,11 +2,10 @@
 #include "narvoassem/assemcontrol.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <new>
 
+#include "narvoassem/fast/wrap.h"
 #include "narvoassem/narvoassem.h"
-#include "narvoassem/wrap.h"
 
 namespace
 {
@@ -19,9 +18,9 @@ constexpr int nSubEngines = 4;
 int ScreenAverage(CConvParam& param)
 {
     if (param.nBlackFilterGray > 0)
-        param.nBlackFilterGray = narvo::Wrap32(-std::int64_t{param.nBlackFilterGray});
+        param.nBlackFilterGray = narvo::WrapSubtract(0, param.nBlackFilterGray);
     if (param.nThreshold < 0)
-        param.nThreshold = narvo::Wrap32(-std::int64_t{param.nThreshold});
+        param.nThreshold = narvo::WrapSubtract(0, param.nThreshold);
     if (param.nThreshold < 1 || param.nBlackFilterGray > -1)
         return nResultBadParameter;
     if (param.rtInspect.Width() < param.nAverageParam1 || param.rtInspect.Height() < param.nAverageParam1)

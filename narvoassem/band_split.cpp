@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <new>
 
-#include "narvoassem/wrap.h"
+#include "narvoassem/fast/wrap.h"
 
 namespace
 {
@@ -44,7 +44,7 @@ int CNarvoAssem::Inspect_RectThread(CConvParam* pParam)
         return Inspect_Rect(pParam);
     // Single precision as the interface has it; 64 bits because a float may round a span up past the largest int.
     const auto nExactSize = static_cast<std::int64_t>(static_cast<float>(nSpan) / static_cast<float>(nBands));
-    const std::int64_t nBandSize = nExactSize / nBandAlignment * nBandAlignment;
+    const int nBandSize = static_cast<int>(nExactSize / nBandAlignment * nBandAlignment);
 
     CAssemThreadControl* const pPool = pThreadControl;
 #pragma omp parallel for num_threads(nBands) schedule(static)
@@ -52,8 +52,8 @@ int CNarvoAssem::Inspect_RectThread(CConvParam* pParam)
     {
         CConvParam band(*pParam);
         // Left and right whatever the direction: only column bands are meant to come here.
-        band.rtInspect.left = narvo::Wrap32(nBandSize * i + nStart);
-        band.rtInspect.right = i == nBands - 1 ? nEnd : narvo::Wrap32(band.rtInspect.left + nBandSize);
+        band.rtInspect.left = narvo::WrapAdd(narvo::WrapMultiply(nBandSize, i), nStart);
+        band.rtInspect.right = i == nBands - 1 ? nEnd : narvo::WrapAdd(band.rtInspect.left, nBandSize);
         // A band that fails or overflows leaves what it has; the coverage shows in the sum of pairs below.
         pPool->Inspect(i, &band);
     }
@@ -64,7 +64,7 @@ int CNarvoAssem::Inspect_RectThread(CConvParam* pParam)
         CNarvoAssem* const pBand = pPool->GetAssem(i);
         dBlobTime = std::max(dBlobTime, pBand->dBlobTime);
         dInspectTime = std::max(dInspectTime, pBand->dInspectTime);
-        nPairCount = narvo::Wrap32(std::int64_t{nPairCount} + pBand->nPairCount);
+        nPairCount = narvo::WrapAdd(nPairCount, pBand->nPairCount);
         ReadBlob(pBand);
     }
     return nPairCount > nPairSize ? 16 : 1;

@@ -60,8 +60,6 @@ bool IsZoneReadable(const CConvParam& param, ZoneKernel eKernel, const CZoneCell
         return false;
     if (eKernel == ZoneKernel::HoriTable && !IsConvTableWhole(param))
         return false;
-    if (eKernel == ZoneKernel::Vert2STsp && param.pTspTable2 == nullptr)
-        return false;
     return IsZoneGridWalkable(param, cell);
 }
 

@@ -1,10 +1,8 @@
 // The ASG comparison: the zone kernels with cells that have no limit across the compare direction.
-#include <cstdint>
-
 #include "narvoassem/compare/compare_chain.h"
 #include "narvoassem/compare/zone_driver.h"
+#include "narvoassem/fast/wrap.h"
 #include "narvoassem/narvoassem.h"
-#include "narvoassem/wrap.h"
 
 int CNarvoAssem::Compare_ASGZone()
 {
@@ -16,7 +14,7 @@ int CNarvoAssem::Compare_ASGZone()
     int nEndLine = bHorizontal ? ConvParam.rtInspect.right : ConvParam.rtInspect.bottom;
     if (!bHorizontal)
     {
-        int nSize = Wrap32(std::int64_t{ConvParam.rtInspect.Height()} * 4);
+        int nSize = WrapMultiply(ConvParam.rtInspect.Height(), 4);
         ResetConBuff(nSize);
     }
 

@@ -6,9 +6,9 @@
 #include <limits>
 
 #include "narvoassem/compare/compare_chain.h"
+#include "narvoassem/fast/wrap.h"
 #include "narvoassem/fixed_pitch.h"
 #include "narvoassem/narvoassem.h"
-#include "narvoassem/wrap.h"
 
 namespace narvo
 {
@@ -125,7 +125,7 @@ int CNarvoAssem::Compare_Zone2()
     int nEndLine = bHorizontal ? ConvParam.rtInspect.bottom : ConvParam.rtInspect.right;
     if (!bHorizontal)
     {
-        int nSize = Wrap32(std::int64_t{ConvParam.rtInspect.Height()} * 16);
+        int nSize = WrapMultiply(ConvParam.rtInspect.Height(), 16);
         ResetConBuff(nSize);
     }
 
