@@ -8,20 +8,6 @@
 namespace narvo
 {
 
-/// What a comparison found at one pixel.
-struct CComparison
-{
-    std::uint16_t nSrc = 0; ///< source value, limited
-    std::uint16_t nCmp = 0; ///< reference value, limited
-    std::int16_t nThreshold = 0;
-    std::int16_t nDiff = 0; ///< source minus reference, signed saturation
-
-    std::int16_t Magnitude() const { return static_cast<std::int16_t>(nDiff < 0 ? -nDiff : nDiff); }
-    bool IsHit() const { return Magnitude() > nThreshold; }
-    /// Magnitude less threshold, low 16 bits.
-    std::int16_t Peak() const { return static_cast<std::int16_t>(Magnitude() - nThreshold); }
-};
-
 /// (nNear * nWeightNear + nFar * nWeightFar) >> 4.
 constexpr std::uint16_t Interpolate(std::uint16_t nNear, std::uint16_t nWeightNear, std::uint16_t nFar,
                                     std::uint16_t nWeightFar)
@@ -49,6 +35,24 @@ constexpr std::int16_t SaturatedDifference(std::uint16_t nSrc, std::uint16_t nCm
 {
     const int nDiff = static_cast<std::int16_t>(nSrc) - static_cast<std::int16_t>(nCmp);
     return static_cast<std::int16_t>(std::clamp(nDiff, -32768, 32767));
+}
+
+/// |nDiff| as the lanes have it.
+constexpr std::int16_t Magnitude(std::int16_t nDiff)
+{
+    return static_cast<std::int16_t>(nDiff < 0 ? -nDiff : nDiff);
+}
+
+/// The test of a comparison.
+constexpr bool ExceedsThreshold(std::int16_t nDiff, std::int16_t nThreshold)
+{
+    return Magnitude(nDiff) > nThreshold;
+}
+
+/// |nDiff| less the threshold, low 16 bits.
+constexpr std::int16_t HitPeak(std::int16_t nDiff, std::int16_t nThreshold)
+{
+    return static_cast<std::int16_t>(Magnitude(nDiff) - nThreshold);
 }
 
 } // namespace narvo

@@ -11,6 +11,7 @@
 #define HWY_TARGET_INCLUDE "narvoassem/fast/find_row.cc"
 #include "hwy/foreach_target.h"
 //
+#include "hwy/cache_control.h"
 #include "hwy/highway.h"
 //
 #include "narvoassem/fast/lanes-inl.h"
@@ -98,42 +99,42 @@ bool IsHit(const CFindRow& row, const CRunMaps& maps, std::int64_t x, std::int64
         else
             return pRow[x];
     };
-    CComparison result;
-    result.nSrc = sample(row.pSrc, row.pSrcBelow);
+    std::uint16_t nSrc = sample(row.pSrc, row.pSrcBelow);
+    std::uint16_t nCmp;
     if constexpr (kTraits.eReference == FindReference::Column)
-        result.nCmp = narvo::Interpolate(row.pNear[x], static_cast<std::uint16_t>(row.pColumnNear[x]), row.pFar[x],
-                                         static_cast<std::uint16_t>(row.pColumnFar[x]));
+        nCmp = narvo::Interpolate(row.pNear[x], static_cast<std::uint16_t>(row.pColumnNear[x]), row.pFar[x],
+                                  static_cast<std::uint16_t>(row.pColumnFar[x]));
     else if constexpr (kTraits.eReference == FindReference::Bilinear)
-        result.nCmp = narvo::Interpolate(
+        nCmp = narvo::Interpolate(
             narvo::Interpolate(row.pNear[x], row.nWeightLeft, row.pNear[x + 1], row.nWeightRight), row.nWeightNear,
             narvo::Interpolate(row.pFar[x], row.nWeightLeft, row.pFar[x + 1], row.nWeightRight), row.nWeightFar);
     else
-        result.nCmp = narvo::Interpolate(sample(row.pNear, row.pFar), row.nWeightNear, sample(row.pFar, row.pFarBelow),
-                                         row.nWeightFar);
+        nCmp = narvo::Interpolate(sample(row.pNear, row.pFar), row.nWeightNear, sample(row.pFar, row.pFarBelow),
+                                  row.nWeightFar);
     if constexpr (kTraits.eThreshold != FindThreshold::Knee)
     {
-        result.nSrc = std::min(result.nSrc, row.nGrayLimit);
-        result.nCmp = std::min(result.nCmp, row.nGrayLimit);
+        nSrc = std::min(nSrc, row.nGrayLimit);
+        nCmp = std::min(nCmp, row.nGrayLimit);
     }
-    const std::uint16_t nMax = std::max(result.nSrc, result.nCmp);
+    const std::uint16_t nMax = std::max(nSrc, nCmp);
     const auto fromMaps = [&](const std::int16_t* pGain, const std::int16_t* pOffset) {
         return narvo::FormThreshold(nMax, static_cast<std::uint16_t>(pGain[i]), static_cast<std::uint16_t>(pOffset[i]));
     };
+    std::int16_t nThreshold;
     if constexpr (kTraits.eThreshold == FindThreshold::Map)
-        result.nThreshold = fromMaps(maps.pGain, maps.pOffset);
+        nThreshold = fromMaps(maps.pGain, maps.pOffset);
     else if constexpr (kTraits.eThreshold == FindThreshold::Knee)
-        result.nThreshold = static_cast<std::int16_t>(nMax) > maps.pKnee[i] ? fromMaps(maps.pGain2, maps.pOffset2)
-                                                                            : fromMaps(maps.pGain, maps.pOffset);
+        nThreshold = static_cast<std::int16_t>(nMax) > maps.pKnee[i] ? fromMaps(maps.pGain2, maps.pOffset2)
+                                                                     : fromMaps(maps.pGain, maps.pOffset);
     else if constexpr (kTraits.eThreshold == FindThreshold::Floor)
-        result.nThreshold = static_cast<std::int16_t>(row.nBase);
+        nThreshold = static_cast<std::int16_t>(row.nBase);
     else
     {
-        result.nThreshold = narvo::FormThreshold(nMax, row.nGain, row.nBase);
+        nThreshold = narvo::FormThreshold(nMax, row.nGain, row.nBase);
         if constexpr (kTraits.eThreshold == FindThreshold::Smaller)
-            result.nThreshold = std::min(result.nThreshold, narvo::FormThreshold(nMax, row.nGain2, row.nBase2));
+            nThreshold = std::min(nThreshold, narvo::FormThreshold(nMax, row.nGain2, row.nBase2));
     }
-    result.nDiff = SaturatedDifference(result.nSrc, result.nCmp);
-    return result.IsHit();
+    return ExceedsThreshold(SaturatedDifference(nSrc, nCmp), nThreshold);
 }
 
 template <CFindTraits kTraits>
@@ -264,7 +265,10 @@ HWY_INLINE void FindRun(const CFindRow& row, const CStripRun& run)
     const std::int64_t nColumns = run.nStripCount * kStripWidth;
     std::int64_t i = 0;
     for (; i + nLanes <= nColumns; i += nLanes)
+    {
+        hwy::Prefetch(row.pFar + row.nPrefetch + nFirst + i);
         FindBlock<kTraits>(d, row, lanes, maps, nFirst + i, i);
+    }
     for (; i < nColumns; i += static_cast<std::int64_t>(hn::Lanes(dStrip)))
         FindBlock<kTraits>(dStrip, row, lanesStrip, maps, nFirst + i, i);
 }

@@ -47,6 +47,10 @@ struct CFindRow
     const std::uint8_t* pFar = nullptr;      ///< the row, or the pixel, behind it (means, bilinear: +1)
     const std::uint8_t* pFarBelow = nullptr; ///< means: the row below pFar, +1
 
+    /// Bytes from pFar to the memory that the next row will be the first to read. Asking for it a row ahead hides the
+    /// way from main memory, which the processor's own prefetcher does not.
+    std::int64_t nPrefetch = 0;
+
     std::uint16_t nWeightNear = 16; ///< sixteenths
     std::uint16_t nWeightFar = 0;
     std::uint16_t nWeightLeft = 16;            ///< bilinear: weight of column x, sixteenths

@@ -1,5 +1,6 @@
-// The bits that the finder answered, handed back in strip order: rows are found whole, pairing goes strip by strip.
-// Each strip has a chain of its rows with hits, top down; the memory grows with the hits, not with the image.
+// Hits on their way from the finder to pairing: rows are found whole, pairing goes strip by strip. Each strip has a
+// chain of its hits, top down; the memory grows with the hits, not with the image. A hit is worth what the comparison
+// found while its row was still in the cache.
 #pragma once
 
 #include <algorithm>
@@ -27,26 +28,33 @@ inline std::int64_t NextMarkedStrip(const std::uint16_t* pMask, std::int64_t nSt
     return nStripCount;
 }
 
+/// A hit, worth what the comparison found.
+struct CFoundHit
+{
+    std::int32_t nRow;
+    std::uint32_t nNext; ///< index + 1 of the strip's next hit, 0 at the end
+    std::uint16_t nSrc;
+    std::uint16_t nCmp;
+    std::int16_t nThreshold;
+    std::int16_t nDiff;
+    std::int16_t nZone;
+    std::uint8_t nColumn; ///< within the strip, 0 .. 15
+    std::uint8_t nClassId;
+};
+
 class CHitChains
 {
 public:
-    /// A row of a strip with hits: bit i of nMask for column i.
-    struct CEntry
-    {
-        std::int32_t nRow;
-        std::uint32_t nNext; ///< index + 1 of the strip's next entry, 0 at the end
-        std::uint16_t nMask;
-    };
-
-    /// Entries held at the most: 24 MiB. A denser image is walked in narrower tiles.
-    static constexpr std::size_t kEntryLimit = std::size_t{2} << 20;
+    /// Hits held at the most, 40 MiB. A denser image is walked in narrower tiles.
+    static constexpr std::size_t kHitLimit = std::size_t{2} << 20;
 
     /// Empties the chains of nStripCount strips of nRowCount rows. @return false without memory
     bool Begin(std::int64_t nStripCount, std::int64_t nRowCount)
     {
         m_nCount = 0;
         // One strip always fits, whatever its length.
-        m_nLimit = std::max<std::size_t>(kEntryLimit, static_cast<std::size_t>(std::max<std::int64_t>(nRowCount, 0)));
+        m_nLimit =
+            std::max<std::size_t>(kHitLimit, static_cast<std::size_t>(std::max<std::int64_t>(nRowCount, 0)) * 16);
         if (!m_head.Reserve(static_cast<std::size_t>(nStripCount)) ||
             !m_tail.Reserve(static_cast<std::size_t>(nStripCount)))
             return false;
@@ -54,45 +62,36 @@ public:
         return true;
     }
 
-    /// Appends the masks of one row, below the rows before. nStripCount masks and up to three more are
-    /// read. @return false when the entries do not fit
-    bool AppendRow(std::int32_t nRow, const std::uint16_t* pMask, std::int64_t nStripCount)
+    /// Appends a hit to a strip, right of or below the hits before. @return false when it does not fit
+    bool Append(std::int64_t nStrip, const CFoundHit& hit)
     {
-        for (std::int64_t nStrip = NextMarkedStrip(pMask, 0, nStripCount); nStrip < nStripCount;
-             nStrip = NextMarkedStrip(pMask, nStrip + 1, nStripCount))
-            if (!Append(nRow, pMask[nStrip], nStrip))
-                return false;
-        return true;
-    }
-
-    /// First entry of a strip, or null.
-    const CEntry* First(std::int64_t nStrip) { return At(m_head[static_cast<std::size_t>(nStrip)]); }
-    /// The entry behind, or null.
-    const CEntry* Next(const CEntry* pEntry) { return At(pEntry->nNext); }
-
-private:
-    const CEntry* At(std::uint32_t nIndexPlus1) { return nIndexPlus1 == 0 ? nullptr : &m_entries[nIndexPlus1 - 1]; }
-
-    bool Append(std::int32_t nRow, std::uint16_t nMask, std::int64_t nStrip)
-    {
-        if (m_nCount == m_entries.Capacity())
+        if (m_nCount == m_hits.Capacity())
         {
             const std::size_t nWanted = std::min(std::max<std::size_t>(2 * m_nCount, 4096), m_nLimit);
-            if (m_nCount >= m_nLimit || !m_entries.Reserve(nWanted))
+            if (m_nCount >= m_nLimit || !m_hits.Reserve(nWanted))
                 return false;
         }
-        m_entries[m_nCount] = {nRow, 0, nMask};
+        m_hits[m_nCount] = hit;
+        m_hits[m_nCount].nNext = 0;
         const auto nIndexPlus1 = static_cast<std::uint32_t>(++m_nCount);
         std::uint32_t& nHead = m_head[static_cast<std::size_t>(nStrip)];
         if (nHead == 0)
             nHead = nIndexPlus1;
         else
-            m_entries[m_tail[static_cast<std::size_t>(nStrip)] - 1].nNext = nIndexPlus1;
+            m_hits[m_tail[static_cast<std::size_t>(nStrip)] - 1].nNext = nIndexPlus1;
         m_tail[static_cast<std::size_t>(nStrip)] = nIndexPlus1;
         return true;
     }
 
-    CGrowBuffer<CEntry> m_entries;
+    /// First hit of a strip, or null.
+    const CFoundHit* First(std::int64_t nStrip) { return At(m_head[static_cast<std::size_t>(nStrip)]); }
+    /// The hit behind, or null.
+    const CFoundHit* Next(const CFoundHit* pHit) { return At(pHit->nNext); }
+
+private:
+    const CFoundHit* At(std::uint32_t nIndexPlus1) { return nIndexPlus1 == 0 ? nullptr : &m_hits[nIndexPlus1 - 1]; }
+
+    CGrowBuffer<CFoundHit> m_hits;
     CGrowBuffer<std::uint32_t> m_head;
     CGrowBuffer<std::uint32_t> m_tail;
     std::size_t m_nCount = 0;

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "narvoassem/fast/compare_pixel.h"
+#include "narvoassem/fast/hit_chains.h"
 #include "narvoassem/fast/image_rows.h"
 #include "narvoassem/fast/pitch16.h"
 #include "narvoassem/fast/zone_traits.h"
@@ -66,50 +67,54 @@ std::uint16_t ReadReference(const CZoneCall& call, const CPitch16& pitch, std::i
                            ReadSample<kTraits.eFind>(image, x, y + pitch.nWhole + 1), nFar);
 }
 
-/// Compares pixel (x, y), whose maps are read at nElement. nFloor is the threshold of the floor variant.
+/// Compares pixel (x, y), whose maps are read at nElement. nFloor is the threshold of the floor variant; nColumn is the
+/// pixel's column within its strip.
 template <CZoneTraits kTraits>
-CComparison CompareZonePixel(const CZoneCall& call, const CPitch16& pitch, std::int64_t x, std::int64_t y,
-                             std::int64_t nElement, int nFloor)
+CFoundHit CompareZonePixel(const CZoneCall& call, const CPitch16& pitch, std::int64_t x, std::int64_t y,
+                           std::int64_t nElement, int nFloor, int nColumn)
 {
-    CComparison result;
-    result.nSrc = ReadSample<kTraits.eFind>(call.image, x, y);
-    result.nCmp = ReadReference<kTraits>(call, pitch, x, y);
+    CFoundHit hit = {};
+    hit.nRow = static_cast<std::int32_t>(y);
+    hit.nColumn = static_cast<std::uint8_t>(nColumn);
+    hit.nSrc = ReadSample<kTraits.eFind>(call.image, x, y);
+    hit.nCmp = ReadReference<kTraits>(call, pitch, x, y);
     if constexpr (kTraits.eFind != FindVariant::LinearKnee)
     {
         const auto nLimit = static_cast<std::uint16_t>(call.nGrayLimit);
-        result.nSrc = std::min(result.nSrc, nLimit);
-        result.nCmp = std::min(result.nCmp, nLimit);
+        hit.nSrc = std::min(hit.nSrc, nLimit);
+        hit.nCmp = std::min(hit.nCmp, nLimit);
     }
-    const std::uint16_t nMax = std::max(result.nSrc, result.nCmp);
+    const std::uint16_t nMax = std::max(hit.nSrc, hit.nCmp);
     if constexpr (kTraits.eFind == FindVariant::LinearFloor)
-        result.nThreshold = static_cast<std::int16_t>(nFloor);
+        hit.nThreshold = static_cast<std::int16_t>(nFloor);
     else
     {
         const bool bUpper =
             kTraits.eFind == FindVariant::LinearKnee &&
             static_cast<std::int16_t>(nMax) > static_cast<std::int16_t>(ReadMap(call.pKneeMap, nElement));
-        result.nThreshold = FormThreshold(nMax, ReadMap(bUpper ? call.pGainMap2 : call.pGainMap, nElement),
-                                          ReadMap(bUpper ? call.pOffsetMap2 : call.pOffsetMap, nElement));
+        hit.nThreshold = FormThreshold(nMax, ReadMap(bUpper ? call.pGainMap2 : call.pGainMap, nElement),
+                                       ReadMap(bUpper ? call.pOffsetMap2 : call.pOffsetMap, nElement));
     }
-    result.nDiff = SaturatedDifference(result.nSrc, result.nCmp);
-    return result;
+    hit.nDiff = SaturatedDifference(hit.nSrc, hit.nCmp);
+    hit.nZone = static_cast<std::int16_t>(ReadMap(call.pZoneIndexMap, nElement));
+    if constexpr (kTraits.bClassId)
+        hit.nClassId = static_cast<std::uint8_t>(ReadMap(call.pClassIdMap, nElement) & 15);
+    return hit;
 }
 
-/// Appends the hit of pixel (x, y) to the arrays at nIndex.
+/// Puts a hit of the strip or block at column x into the arrays at nIndex.
 template <CZoneTraits kTraits>
-void StoreZoneHit(const CZoneCall& call, std::int64_t nIndex, std::int64_t x, std::int64_t y, std::int64_t nElement,
-                  const CComparison& result)
+void StoreZoneHit(const CHitArrays& hits, std::int64_t nIndex, std::int64_t x, const CFoundHit& hit)
 {
-    const CHitArrays& hits = call.hits;
-    hits.pX[nIndex] = static_cast<int>(x);
-    hits.pY[nIndex] = static_cast<int>(y);
-    hits.pType[nIndex] = result.nDiff >= 1 ? DefectType_Bright : DefectType_Dark;
+    hits.pX[nIndex] = static_cast<int>(x + hit.nColumn);
+    hits.pY[nIndex] = hit.nRow;
+    hits.pType[nIndex] = hit.nDiff >= 1 ? DefectType_Bright : DefectType_Dark;
     if (kTraits.bPeak)
-        hits.pPeak[nIndex] = result.Peak();
-    hits.pSrcGray[nIndex] = result.nSrc;
-    hits.pCmpGray[nIndex] = result.nCmp;
-    hits.pZoneIndex[nIndex] = static_cast<std::int16_t>(ReadMap(call.pZoneIndexMap, nElement));
-    hits.pThreshold[nIndex] = result.nThreshold;
+        hits.pPeak[nIndex] = HitPeak(hit.nDiff, hit.nThreshold);
+    hits.pSrcGray[nIndex] = hit.nSrc;
+    hits.pCmpGray[nIndex] = hit.nCmp;
+    hits.pZoneIndex[nIndex] = hit.nZone;
+    hits.pThreshold[nIndex] = hit.nThreshold;
 }
 
 } // namespace narvo

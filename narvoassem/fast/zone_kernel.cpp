@@ -47,6 +47,7 @@ protected:
         m_row.nWeightNear = static_cast<std::uint16_t>(16 - nFar);
         m_row.nWeightRight = static_cast<std::uint16_t>(call.nVtdPitch16 & 15);
         m_row.nWeightLeft = static_cast<std::uint16_t>(16 - m_row.nWeightRight);
+        m_row.nPrefetch = call.image.nStride;
         m_row.nGrayLimit = static_cast<std::uint16_t>(call.nGrayLimit);
         m_row.nBase = static_cast<std::uint16_t>(m_nFloor);
         m_row.pOffsetMap = call.pOffsetMap;
@@ -83,27 +84,47 @@ protected:
         m_row.pRuns = m_scratch.runs.Data();
     }
 
-    /// Appends the hits of 16 columns from x on in row y, group by group; nElement is the map element of (x, y).
-    /// bFirstGroup: the first group is that of its strip or row, which is taken whatever the capacity.
-    /// @return false when the strip or row is given up
-    bool AppendHits(unsigned nMask, std::int64_t x, std::int64_t y, const CPitch16& pitch, std::int64_t nElement,
-                    bool bFirstGroup)
+    /// Calls onHit(nStrip, hit) for each hit that the finder marked in the row, left to right, until it gives false.
+    /// x is the row's first column. @return false if it was stopped
+    template <class TOnHit>
+    bool ForEachHit(std::int64_t x, std::int64_t y, const CPitch16& pitch, std::int64_t nStrips, TOnHit&& onHit)
     {
-        for (int nGroup = 0; nGroup < kStripWidth; nGroup += kGroupWidth)
+        const CStripRun* pRun = m_row.pRuns;
+        for (std::int64_t nStrip = NextMarkedStrip(m_row.pMask, 0, nStrips); nStrip < nStrips;
+             nStrip = NextMarkedStrip(m_row.pMask, nStrip + 1, nStrips))
         {
-            if (m_nHits >= m_call.hits.nSize && !(bFirstGroup && nGroup == 0))
-                return false;
-            for (unsigned nBits = nMask >> nGroup & 0xFFU; nBits != 0; nBits &= nBits - 1)
+            while (nStrip >= pRun->nFirstStrip + pRun->nStripCount)
+                ++pRun;
+            const std::int64_t nElement = m_row.nMapRow + pRun->nMapBase + (nStrip - pRun->nFirstStrip) * kStripWidth;
+            for (unsigned nBits = m_row.pMask[nStrip]; nBits != 0; nBits &= nBits - 1)
             {
-                const std::int64_t nColumn = nGroup + std::countr_zero(nBits);
-                if (!StoreClassId(nElement + nColumn))
+                const int nColumn = std::countr_zero(nBits);
+                if (!onHit(nStrip, CompareZonePixel<kTraits>(m_call, pitch, x + nStrip * kStripWidth + nColumn, y,
+                                                             nElement + nColumn, m_nFloor, nColumn)))
                     return false;
-                StoreZoneHit<kTraits>(
-                    m_call, m_nHits, x + nColumn, y, nElement + nColumn,
-                    CompareZonePixel<kTraits>(m_call, pitch, x + nColumn, y, nElement + nColumn, m_nFloor));
-                ++m_nHits;
             }
         }
+        return true;
+    }
+
+    /// Appends a hit of the strip or block at column x to the caller's arrays. The group of 8 that reaches the capacity
+    /// is taken whole, and so is the first group of a strip or row. @return false when the hit is beyond
+    bool AppendHit(std::int64_t x, const CFoundHit& hit, std::int64_t nGroup)
+    {
+        if (nGroup != m_nGroup)
+        {
+            if (m_nHits >= m_call.hits.nSize && nGroup != 0)
+                return false;
+            m_nGroup = nGroup;
+        }
+        if (kTraits.bClassId)
+        {
+            const auto nIndex = static_cast<std::size_t>(m_nHits);
+            if (nIndex >= m_scratch.classId.Capacity() && !m_scratch.classId.Reserve(2 * nIndex + 64))
+                return false;
+            m_scratch.classId[nIndex] = hit.nClassId;
+        }
+        StoreZoneHit<kTraits>(m_call.hits, m_nHits++, x, hit);
         return true;
     }
 
@@ -114,6 +135,7 @@ protected:
         // Hits that the caller put in front are in an order of their own.
         const CHitList list = {&m_call.hits, m_nHits, m_bSorted};
         m_nHits = 0;
+        m_nGroup = 0;
         m_bSorted = true;
         return PairHits<kPairing>(list, bands, m_records);
     }
@@ -124,18 +146,6 @@ protected:
         return static_cast<int>(m_records.Count());
     }
 
-    bool StoreClassId(std::int64_t nElement)
-    {
-        if constexpr (kTraits.bClassId)
-        {
-            const auto nIndex = static_cast<std::size_t>(m_nHits);
-            if (nIndex >= m_scratch.classId.Capacity() && !m_scratch.classId.Reserve(2 * nIndex + 64))
-                return false;
-            m_scratch.classId[nIndex] = static_cast<std::uint8_t>(ReadMap(m_call.pClassIdMap, nElement) & 15);
-        }
-        return true;
-    }
-
     const CZoneCall& m_call;
     CPitch16 m_pitch;
     CZoneGrid m_grid;
@@ -143,6 +153,7 @@ protected:
     int m_nFloor;
     CScanScratch& m_scratch;
     std::int64_t m_nHits;
+    std::int64_t m_nGroup = 0; ///< the group that the last hit lay in, counted from 0 in each strip or row
     bool m_bSorted = m_nHits == 0;
     CFindRow m_row;
 };
@@ -186,7 +197,7 @@ public:
             {
                 if (x != region.nLeft)
                     cursor.Enter(x);
-                AppendStrip(cursor, x, nStrip);
+                AppendStrip(x, nStrip);
                 if (this->Pair(bands) == PairingEnd::PairsFull)
                     return this->End(x + kStripWidth);
             }
@@ -213,7 +224,9 @@ private:
                 nNextStep = StepWalks(nWalks, x, y, nStrips);
             SetRow(x, y, nStrips);
             FindRow(kTraits.eFind, m_row);
-            if (!m_scratch.chains.AppendRow(static_cast<std::int32_t>(y), m_row.pMask, nStrips))
+            if (!this->ForEachHit(x, y, PitchAt(y), nStrips,
+                                  [&](std::int64_t nStrip, const CFoundHit& hit)
+                                  { return m_scratch.chains.Append(nStrip, hit); }))
                 return false;
         }
         return true;
@@ -286,18 +299,12 @@ private:
     }
 
     /// Fills the hit arrays from the chain of one strip, up to their capacity.
-    void AppendStrip(const CStripCursor& cursor, std::int64_t x, std::int64_t nStrip)
+    void AppendStrip(std::int64_t x, std::int64_t nStrip)
     {
-        CCellRows rows(cursor, m_call.region.nTop, m_call.region.nBottom);
         CHitChains& chains = m_scratch.chains;
-        for (const CHitChains::CEntry* pEntry = chains.First(nStrip); pEntry != nullptr; pEntry = chains.Next(pEntry))
-        {
-            const std::int64_t y = pEntry->nRow;
-            rows.Advance(y);
-            if (!this->AppendHits(pEntry->nMask, x, y, PitchAt(y), rows.Origin().MapElement(x, y, m_call.nMapStride),
-                                  y == m_call.region.nTop))
+        for (const CFoundHit* pHit = chains.First(nStrip); pHit != nullptr; pHit = chains.Next(pHit))
+            if (!this->AppendHit(x, *pHit, 2 * (pHit->nRow - m_call.region.nTop) + pHit->nColumn / kGroupWidth))
                 return;
-        }
     }
 
     std::int64_t m_nStripEnd;
@@ -336,7 +343,11 @@ public:
                 ListRuns(cursor);
             SetRow(y);
             FindRow(kTraits.eFind, m_row);
-            AppendRow(y);
+            this->ForEachHit(region.nLeft, y, m_pitch, m_nStrips,
+                             [&](std::int64_t nStrip, const CFoundHit& hit) {
+                                 return this->AppendHit(region.nLeft + nStrip * kStripWidth, hit,
+                                                        2 * nStrip + hit.nColumn / kGroupWidth);
+                             });
             if (this->Pair(bands) == PairingEnd::PairsFull)
                 return this->End(y + 1);
         }
@@ -412,21 +423,6 @@ private:
         }
         m_row.pNear = pNear;
         m_row.pFar = pFar;
-    }
-
-    void AppendRow(std::int64_t y)
-    {
-        const CStripRun* pRun = m_row.pRuns;
-        for (std::int64_t nStrip = NextMarkedStrip(m_row.pMask, 0, m_nStrips); nStrip < m_nStrips;
-             nStrip = NextMarkedStrip(m_row.pMask, nStrip + 1, m_nStrips))
-        {
-            while (nStrip >= pRun->nFirstStrip + pRun->nStripCount)
-                ++pRun;
-            const std::int64_t nElement = m_row.nMapRow + pRun->nMapBase + (nStrip - pRun->nFirstStrip) * kStripWidth;
-            if (!this->AppendHits(m_row.pMask[nStrip], m_call.region.nLeft + nStrip * kStripWidth, y, m_pitch, nElement,
-                                  nStrip == 0))
-                return;
-        }
     }
 
     std::int64_t m_nScanEnd;
