@@ -1,0 +1,313 @@
+// See zone_scene.h.
+#include "zone_scene.h"
+
+#include <algorithm>
+#include <cstring>
+#include <sstream>
+
+#include "narvoassem/fastkernels.h"
+#include "narvoassem/narvoassem.h"
+#include "narvoassem/widekernels.h"
+#include "reference/zone_reference.h"
+
+namespace narvo::test
+{
+
+const char* KernelName(ZoneKernel eKernel)
+{
+    switch (eKernel)
+    {
+    case ZoneKernel::Vert:
+        return "ConvZoneVertFast";
+    case ZoneKernel::VertDirect:
+        return "ConvZoneVertDirectFast";
+    case ZoneKernel::Vert2by2:
+        return "ConvZoneVert2by2Fast";
+    case ZoneKernel::VertFlag:
+        return "ConvZoneVertFlagFast";
+    case ZoneKernel::VertFlag2by2:
+        return "ConvZoneVertFlag2by2Fast";
+    case ZoneKernel::VertKnee:
+        return "ConvZoneVertKneeFast";
+    case ZoneKernel::Vtd:
+        return "ConvZoneVTDFast";
+    case ZoneKernel::Hori:
+        return "ConvZoneFast";
+    case ZoneKernel::HoriTable:
+        return "ConvZoneTableFast";
+    case ZoneKernel::Vert2S:
+        return "ConvZoneVert2S_Intrin";
+    case ZoneKernel::Vert2STsp:
+        return "ConvZoneVert2S_TSP_Intrin";
+    case ZoneKernel::Vert2SBlack:
+        return "ConvZoneVert2S_BlackFilter";
+    case ZoneKernel::VtdIntrin:
+        return "ConvZoneVTD_Intrin";
+    case ZoneKernel::ClassId:
+        return "ConvZone_AVX_ClassID";
+    case ZoneKernel::ClassIdTable:
+        return "ConvZoneVTDSMC_IntrinAVX";
+    }
+    return "unknown";
+}
+
+bool IsHorizontal(ZoneKernel eKernel)
+{
+    return eKernel == ZoneKernel::Hori || eKernel == ZoneKernel::HoriTable;
+}
+
+bool IsMember(ZoneKernel eKernel)
+{
+    return eKernel == ZoneKernel::Vert2S || eKernel == ZoneKernel::Vert2STsp || eKernel == ZoneKernel::Vert2SBlack ||
+           eKernel == ZoneKernel::VtdIntrin;
+}
+
+bool HasPeaks(ZoneKernel eKernel)
+{
+    return !IsMember(eKernel);
+}
+
+const std::vector<ZoneKernel>& AllZoneKernels()
+{
+    static const std::vector<ZoneKernel> aKernels = {
+        ZoneKernel::Vert,         ZoneKernel::VertDirect, ZoneKernel::Vert2by2,    ZoneKernel::VertFlag,
+        ZoneKernel::VertFlag2by2, ZoneKernel::VertKnee,   ZoneKernel::Vtd,         ZoneKernel::Hori,
+        ZoneKernel::HoriTable,    ZoneKernel::Vert2S,     ZoneKernel::Vert2STsp,   ZoneKernel::Vert2SBlack,
+        ZoneKernel::VtdIntrin,    ZoneKernel::ClassId,    ZoneKernel::ClassIdTable};
+    return aKernels;
+}
+
+std::string CZoneScene::Describe() const
+{
+    std::ostringstream out;
+    out << KernelName(eKernel) << " region " << call.region.nLeft << ',' << call.region.nTop << " to "
+        << call.region.nRight << ',' << call.region.nBottom << " stride " << call.image.nStride << " rows "
+        << call.image.nRows << " pitch16 " << call.nPitch16 << " cell " << call.nCellWidth << 'x' << call.nCellHeight
+        << " map stride " << call.nMapStride << " hits " << aHits.size() << '/' << call.hits.nSize << " pairs "
+        << call.pairs.nCount << '/' << call.pairs.nSize << " keep " << call.bKeepSingle << " extra "
+        << call.nThresholdExtra << " limit " << call.nGrayLimit << " vtd " << call.nVtdPitch16 << " table "
+        << (call.pScanPitchTable != nullptr);
+    return out.str();
+}
+
+void CZoneOutcome::Prepare(const CZoneScene& scene)
+{
+    const auto nStart = static_cast<std::int64_t>(scene.aHits.size());
+    const auto nHitSpace = static_cast<std::size_t>(std::max(scene.call.hits.nSize, nStart) + 8);
+    for (std::vector<int>* pArray : {&aX, &aY, &aSrcGray, &aCmpGray, &aZoneIndex, &aThreshold})
+        pArray->assign(nHitSpace, nPattern);
+    aType.assign(nHitSpace, nShortPattern);
+    aPeak.assign(nHitSpace, nShortPattern);
+    for (std::size_t i = 0; i < scene.aHits.size(); i++)
+    {
+        const CHit& hit = scene.aHits[i];
+        aX[i] = hit.x;
+        aY[i] = hit.y;
+        aType[i] = hit.nType;
+        aPeak[i] = hit.nPeak;
+        aSrcGray[i] = hit.nSrcGray;
+        aCmpGray[i] = hit.nCmpGray;
+        aZoneIndex[i] = hit.nZoneIndex;
+        aThreshold[i] = hit.nThreshold;
+    }
+
+    CDefectPair pattern;
+    pattern.nDefectPos = pattern.nDefectPair = pattern.nDefectType = nPattern;
+    pattern.nPeak = pattern.ptDefect.x = pattern.ptDefect.y = pattern.nSrcGray = nPattern;
+    pattern.nCmpGray = pattern.nZoneIndex = pattern.nThreshold = pattern.nSubZone = nPattern;
+    aPairs.assign(
+        static_cast<std::size_t>(std::max<std::int64_t>({scene.call.pairs.nSize, scene.call.pairs.nCount, 0}) + 1),
+        pattern);
+    nReturned = nPattern;
+    nEndLine = nPattern;
+}
+
+CZoneCall CZoneOutcome::CallOf(const CZoneScene& scene)
+{
+    CZoneCall call = scene.call;
+    call.hits.nCount = static_cast<std::int64_t>(scene.aHits.size());
+    call.hits.pX = aX.data();
+    call.hits.pY = aY.data();
+    call.hits.pType = aType.data();
+    call.hits.pPeak = aPeak.data();
+    call.hits.pSrcGray = aSrcGray.data();
+    call.hits.pCmpGray = aCmpGray.data();
+    call.hits.pZoneIndex = aZoneIndex.data();
+    call.hits.pThreshold = aThreshold.data();
+    call.pairs.pBase = aPairs.data();
+    call.pairs.nStride = sizeof(CDefectPair);
+    call.pEndLine = &nEndLine;
+    call.pParam = IsMember(scene.eKernel) ? &scene.param : nullptr;
+    return call;
+}
+
+namespace
+{
+
+template <typename T>
+std::string ArrayDifference(const char* pName, const std::vector<T>& a, const std::vector<T>& b)
+{
+    for (std::size_t i = 0; i < a.size() && i < b.size(); i++)
+        if (a[i] != b[i])
+            return std::string(pName) + "[" + std::to_string(i) + "] is " + std::to_string(a[i]) + ", expected " +
+                   std::to_string(b[i]);
+    return a.size() == b.size() ? "" : std::string(pName) + " has another size";
+}
+
+std::string PairText(const CDefectPair& pair)
+{
+    std::ostringstream out;
+    out << "pos " << pair.nDefectPos << " pair " << pair.nDefectPair << " type " << pair.nDefectType << " peak "
+        << pair.nPeak << " at " << pair.ptDefect.x << ',' << pair.ptDefect.y << " src " << pair.nSrcGray << " cmp "
+        << pair.nCmpGray << " zone " << pair.nZoneIndex << " thr " << pair.nThreshold << " sub " << pair.nSubZone;
+    return out.str();
+}
+
+} // namespace
+
+std::string CZoneOutcome::DifferenceFrom(const CZoneOutcome& other) const
+{
+    if (nReturned != other.nReturned)
+        return "returned " + std::to_string(nReturned) + ", expected " + std::to_string(other.nReturned);
+    if (nEndLine != other.nEndLine)
+        return "end line " + std::to_string(nEndLine) + ", expected " + std::to_string(other.nEndLine);
+    for (std::size_t i = 0; i < aPairs.size() && i < other.aPairs.size(); i++)
+        if (std::memcmp(&aPairs[i], &other.aPairs[i], sizeof(CDefectPair)) != 0)
+            return "pair " + std::to_string(i) + " is " + PairText(aPairs[i]) + ", expected " +
+                   PairText(other.aPairs[i]);
+    std::string strFound;
+    const auto look = [&strFound](const char* pName, const auto& a, const auto& b)
+    {
+        if (strFound.empty() && a != b)
+            strFound = ArrayDifference(pName, a, b);
+    };
+    look("x", aX, other.aX);
+    look("y", aY, other.aY);
+    look("type", aType, other.aType);
+    look("peak", aPeak, other.aPeak);
+    look("source grey", aSrcGray, other.aSrcGray);
+    look("compare grey", aCmpGray, other.aCmpGray);
+    look("zone", aZoneIndex, other.aZoneIndex);
+    look("threshold", aThreshold, other.aThreshold);
+    return strFound;
+}
+
+void RunReference(const CZoneScene& scene, CZoneOutcome& outcome)
+{
+    outcome.Prepare(scene);
+    const CZoneCall call = outcome.CallOf(scene);
+    outcome.nReturned = reference::RunZoneKernel(scene.eKernel, call);
+}
+
+void RunThroughCall(const CZoneScene& scene, CZoneOutcome& outcome)
+{
+    outcome.Prepare(scene);
+    const CZoneCall call = outcome.CallOf(scene);
+    outcome.nReturned = narvo::RunZoneKernel(scene.eKernel, call);
+}
+
+namespace
+{
+
+// The public lists, argument by argument. Values that a kernel must not read are recognisable nonsense.
+constexpr std::int64_t nUnread = 0x7777;
+
+#define HIT_VALUES                                                                                                     \
+    pImage, nUnread, c.hits.nSize, c.hits.nCount, c.region.nLeft, c.region.nRight, c.region.nTop, c.region.nBottom,    \
+        c.hits.pX, c.hits.pY, c.hits.pType, c.hits.pPeak, c.hits.pSrcGray, c.hits.pCmpGray, c.hits.pZoneIndex,         \
+        c.hits.pThreshold, c.image.nStride
+#define PAIR_VALUES                                                                                                    \
+    pOffset, pZone, c.nMapStride, pOrigin, c.pairs.pBase, c.pairs.nCount, c.pairs.nSize, c.pairs.nStride,              \
+        c.nCellWidth, c.nCellHeight
+#define ZONE_VALUES HIT_VALUES, c.nPitch16, nUnread, nUnread, PAIR_VALUES, c.nRowBytes, nUnread, pGain
+#define VTD_VALUES HIT_VALUES, pScanTable, c.nPitch16, nUnread, PAIR_VALUES, c.nRowBytes, nUnread, pGain
+#define STRIP_TAIL pStrip, c.bKeepSingle, c.pEndLine, c.nThresholdExtra, c.nGrayLimit
+#define VTD_TAIL c.nVtdPitch16, c.bKeepSingle, c.pEndLine, c.nThresholdExtra, c.nGrayLimit
+#define WIDE_MIDDLE                                                                                                    \
+    nUnread, pOffset, pZone, c.nMapStride, pOrigin, c.pairs.pBase, c.pairs.nCount, c.pairs.nSize, c.pairs.nStride,     \
+        c.nCellWidth, c.nCellHeight, c.nRowBytes, nUnread, pGain, nullptr
+#define WIDE_TAIL c.bKeepSingle, c.pEndLine, c.nThresholdExtra, c.nGrayLimit, pStrip, 0, pClass
+
+} // namespace
+
+void RunPublic(const CZoneScene& scene, CZoneOutcome& outcome)
+{
+    static CNarvoAssem engine;
+
+    outcome.Prepare(scene);
+    const CZoneCall c = outcome.CallOf(scene);
+    auto* pImage = const_cast<unsigned char*>(c.image.pPixels);
+    auto* pOffset = const_cast<short*>(c.pOffsetMap);
+    auto* pGain = const_cast<short*>(c.pGainMap);
+    auto* pZone = const_cast<short*>(c.pZoneIndexMap);
+    auto* pClass = const_cast<short*>(c.pClassIdMap);
+    auto* pScanTable = const_cast<int*>(c.pScanPitchTable);
+    void* pOrigin = const_cast<int*>(c.pOriginTable);
+    std::vector<short> aStrip(static_cast<std::size_t>((c.region.nBottom - c.region.nTop + 2) * 16), nShortPattern);
+    short* pStrip = aStrip.data();
+    if (IsMember(scene.eKernel))
+        engine.ConvParam = scene.param;
+
+    switch (scene.eKernel)
+    {
+    case ZoneKernel::Vert:
+        outcome.nReturned = ConvZoneVertFast(ZONE_VALUES, STRIP_TAIL);
+        break;
+    case ZoneKernel::VertDirect:
+        outcome.nReturned = ConvZoneVertDirectFast(ZONE_VALUES, nullptr, c.bKeepSingle, c.pEndLine, c.nGrayLimit);
+        break;
+    case ZoneKernel::Vert2by2:
+        outcome.nReturned = ConvZoneVert2by2Fast(ZONE_VALUES, STRIP_TAIL);
+        break;
+    case ZoneKernel::VertFlag:
+        outcome.nReturned = ConvZoneVertFlagFast(ZONE_VALUES, STRIP_TAIL);
+        break;
+    case ZoneKernel::VertFlag2by2:
+        outcome.nReturned = ConvZoneVertFlag2by2Fast(ZONE_VALUES, STRIP_TAIL);
+        break;
+    case ZoneKernel::VertKnee:
+        outcome.nReturned =
+            ConvZoneVertKneeFast(ZONE_VALUES, pStrip, c.bKeepSingle, c.pEndLine, const_cast<short*>(c.pKneeMap),
+                                 const_cast<short*>(c.pOffsetMap2), const_cast<short*>(c.pGainMap2), c.nGrayLimit);
+        break;
+    case ZoneKernel::Vtd:
+        outcome.nReturned = ConvZoneVTDFast(VTD_VALUES, VTD_TAIL);
+        break;
+    case ZoneKernel::Hori:
+        outcome.nReturned = ConvZoneFast(ZONE_VALUES, c.bKeepSingle, c.pEndLine, c.nGrayLimit);
+        break;
+    case ZoneKernel::HoriTable:
+        outcome.nReturned =
+            ConvZoneTableFast(HIT_VALUES, const_cast<unsigned short*>(c.pConvPitchTable),
+                              const_cast<short*>(c.pConvWeightNear), const_cast<short*>(c.pConvWeightFar), PAIR_VALUES,
+                              nUnread, c.nPitch16, c.nRowBytes, pGain, c.bKeepSingle, c.pEndLine, c.nGrayLimit);
+        break;
+    case ZoneKernel::Vert2S:
+        outcome.nReturned = engine.ConvZoneVert2S_Intrin(ZONE_VALUES, STRIP_TAIL);
+        break;
+    case ZoneKernel::Vert2STsp:
+        outcome.nReturned = engine.ConvZoneVert2S_TSP_Intrin(ZONE_VALUES, STRIP_TAIL);
+        break;
+    case ZoneKernel::Vert2SBlack:
+        outcome.nReturned = engine.ConvZoneVert2S_BlackFilter(ZONE_VALUES, STRIP_TAIL);
+        break;
+    case ZoneKernel::VtdIntrin:
+        outcome.nReturned = engine.ConvZoneVTD_Intrin(VTD_VALUES, VTD_TAIL);
+        break;
+    case ZoneKernel::ClassId:
+        if (scene.bDoublePitch)
+        {
+            const double dPitch = (static_cast<double>(c.nPitch16) + scene.dPitchRemainder) / 16.0;
+            outcome.nReturned = ConvZone_AVX_ClassID(HIT_VALUES, nullptr, dPitch, WIDE_MIDDLE, 1.5, WIDE_TAIL);
+        }
+        else
+            outcome.nReturned = ConvZone_AVX_ClassID(HIT_VALUES, nullptr, c.nPitch16, WIDE_MIDDLE, nUnread, WIDE_TAIL);
+        break;
+    case ZoneKernel::ClassIdTable:
+        outcome.nReturned =
+            ConvZoneVTDSMC_IntrinAVX(HIT_VALUES, pScanTable, c.nPitch16, WIDE_MIDDLE, nUnread, WIDE_TAIL);
+        break;
+    }
+}
+
+} // namespace narvo::test

@@ -1,0 +1,15 @@
+// The zone kernels in plain scalar form: pixel by pixel, strip by strip, record by record. This is what the kernels of
+// the library are held against; it shares their argument record and none of their code.
+#pragma once
+
+#include "narvoassem/fast/kernel_call.h"
+
+namespace narvo::reference
+{
+
+/// Runs the plain form of a zone kernel on the call's own image, hit arrays, pair array and end line.
+/// A known image height (call.image.nRows) bounds every read: first the row, then the flat address.
+/// @return the new pair count
+int RunZoneKernel(ZoneKernel eKernel, const CZoneCall& call);
+
+} // namespace narvo::reference

@@ -1,0 +1,18 @@
+// Seeds of randomised tests: a fixed run by default, one replayed case on request.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace narvo::test
+{
+
+/// nCount seeds that follow from strName; or the single seed that the environment variable NARVO_TEST_SEED holds, to
+/// replay the case a failure named.
+std::vector<std::uint64_t> CaseSeeds(const std::string& strName, int nCount);
+
+/// The line a failing case prints.
+std::string ReplayHint(std::uint64_t nSeed);
+
+} // namespace narvo::test

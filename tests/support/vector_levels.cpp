@@ -1,0 +1,45 @@
+// See vector_levels.h.
+#include "support/vector_levels.h"
+
+#include <hwy/highway.h>
+
+namespace narvo::test
+{
+
+namespace
+{
+
+void Force(std::int64_t nLevels)
+{
+    hwy::SetSupportedTargetsForTest(nLevels);
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+}
+
+} // namespace
+
+std::vector<std::int64_t> VectorLevels()
+{
+    return hwy::SupportedAndGeneratedTargets();
+}
+
+std::string LevelName(std::int64_t nLevel)
+{
+    return hwy::TargetName(nLevel);
+}
+
+CForcedLevel::CForcedLevel(std::int64_t nLevel)
+{
+    Force(nLevel);
+}
+
+void CForcedLevel::Change(std::int64_t nLevel)
+{
+    Force(nLevel);
+}
+
+CForcedLevel::~CForcedLevel()
+{
+    Force(0);
+}
+
+} // namespace narvo::test
