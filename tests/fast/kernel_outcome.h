@@ -1,0 +1,52 @@
+// What a call of a pixel, float or trapezium kernel leaves behind: hit arrays, pair array, end line and count. All is
+// set to a pattern first, so that an untouched entry shows.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "narvoassem/defectpair.h"
+#include "narvoassem/fast/kernel_call.h"
+
+namespace narvo::test
+{
+
+constexpr int nUntouched = 0x5A5A5A5A;
+constexpr short nShortUntouched = 0x5A5A;
+
+/// A hit that is in the arrays before the kernel starts.
+struct CStartHit
+{
+    int x = 0;
+    int y = 0;
+    short nType = 0;
+    short nPeak = 0;
+    int nSrcGray = 0;
+    int nCmpGray = 0;
+    int nZoneIndex = 0;
+    int nThreshold = 0;
+};
+
+class CKernelOutcome
+{
+public:
+    int nReturned = 0;
+    int nEndLine = 0;
+    std::vector<int> aX, aY, aSrcGray, aCmpGray, aZoneIndex, aThreshold;
+    std::vector<short> aType, aPeak;
+    std::vector<CDefectPair> aPairs;
+
+    /// Sizes the arrays as the capacities promise (16 hits and one record more), sets the pattern and the hits at the
+    /// start.
+    void Prepare(std::int64_t nHitSize, const std::vector<CStartHit>& aStartHits, std::int64_t nPairCount,
+                 std::int64_t nPairSize);
+    CHitArrays HitArrays(std::int64_t nSize, std::int64_t nCount);
+    CPairSink PairSink(std::int64_t nCount, std::int64_t nSize);
+    /// The first place where the two differ, in words; empty when nothing does.
+    std::string DifferenceFrom(const CKernelOutcome& other) const;
+};
+
+std::string PairText(const CDefectPair& pair);
+
+} // namespace narvo::test

@@ -1,0 +1,139 @@
+// Runs a scene through the public pixel kernels, argument by argument. Values that a kernel must not read are
+// recognisable nonsense.
+#include <cstring>
+
+#include "fast/pixel_scene.h"
+#include "narvoassem/fastkernels.h"
+#include "narvoassem/narvoassem.h"
+#include "narvoassem/widekernels.h"
+
+namespace narvo::test
+{
+
+using reference::PixelKernel;
+
+namespace
+{
+
+constexpr std::int64_t nUnread = 0x7777;
+
+short* UnreadShorts()
+{
+    return reinterpret_cast<short*>(std::uintptr_t{16});
+}
+
+#define HIT_VALUES                                                                                                     \
+    pImage, c.nThreshold, c.hits.nSize, c.hits.nCount, c.region.nLeft, c.region.nRight, c.region.nTop,                 \
+        c.region.nBottom, c.hits.pX, c.hits.pY, c.hits.pType, c.hits.pPeak, c.hits.pSrcGray, c.hits.pCmpGray,          \
+        c.hits.pZoneIndex, c.hits.pThreshold, c.image.nStride
+#define BACK_VALUES                                                                                                    \
+    UnreadShorts(), UnreadShorts(), nUnread, UnreadShorts(), c.pairs.pBase, c.pairs.nCount, c.pairs.nSize,             \
+        c.pairs.nStride, nUnread, nUnread, nUnread, nUnread, c.nThresholdGain, c.nGrayLimit, c.bKeepSingle
+#define PIXEL_VALUES HIT_VALUES, c.nPitch16, nUnread, nUnread, BACK_VALUES
+#define VTD_VALUES HIT_VALUES, c.nPitch16, pScanTable, nUnread, BACK_VALUES
+
+// The mask kernel's list is of ints.
+int Int(std::int64_t nValue)
+{
+    return static_cast<int>(nValue);
+}
+
+} // namespace
+
+void RunPublic(const CPixelScene& scene, CKernelOutcome& outcome)
+{
+    static CNarvoAssem engine;
+
+    const auto nStart = static_cast<std::int64_t>(scene.aStartHits.size());
+    outcome.Prepare(scene.call.hits.nSize, scene.aStartHits, scene.call.pairs.nCount, scene.call.pairs.nSize);
+    reference::CPixelReferenceCall c = scene.call;
+    c.hits = outcome.HitArrays(scene.call.hits.nSize, nStart);
+    c.pairs = outcome.PairSink(scene.call.pairs.nCount, scene.call.pairs.nSize);
+    int* pEndLine = &outcome.nEndLine;
+
+    auto* pImage = const_cast<unsigned char*>(c.image.pPixels);
+    auto* pScanTable = const_cast<int*>(c.pScanPitchTable);
+    const std::int64_t nRows = std::max<std::int64_t>(c.region.nBottom - c.region.nTop, 0);
+    std::vector<short> aStrip(static_cast<std::size_t>((nRows + 2) * 16), nShortUntouched);
+    short* pStrip = aStrip.data();
+
+    engine.ConvParam = scene.param;
+    engine.ConvParam.nBlackFilterGray = Int(c.nBlackFilterGray);
+    engine.ConvParam.nBlackFilterGain = Int(c.nBlackFilterGain);
+
+    switch (scene.eKernel)
+    {
+    case PixelKernel::Hori:
+        outcome.nReturned = ConvPixelFast(PIXEL_VALUES, pEndLine);
+        break;
+    case PixelKernel::HoriTable:
+    {
+        // The table travels as signed shorts.
+        auto* pTable = reinterpret_cast<short*>(const_cast<std::uint16_t*>(c.pConvPitchTable));
+        outcome.nReturned = ConvPixelTableFast(HIT_VALUES, pTable, const_cast<short*>(c.pConvWeightNear),
+                                               const_cast<short*>(c.pConvWeightFar), BACK_VALUES, c.nPitch16, pEndLine);
+        break;
+    }
+    case PixelKernel::VertDirect:
+        outcome.nReturned = ConvPixelVertFast(PIXEL_VALUES, nullptr, nullptr);
+        break;
+    case PixelKernel::Vert:
+        outcome.nReturned = ConvPixelVertSFast(PIXEL_VALUES, pStrip, pEndLine, nUnread);
+        break;
+    case PixelKernel::Vert2:
+        outcome.nReturned = ConvPixelVertSFast2(PIXEL_VALUES, pStrip, pEndLine, c.nBlackFilterGray, c.nBlackFilterGain);
+        break;
+    case PixelKernel::Vtd:
+        outcome.nReturned = ConvPixelVTDSFast(VTD_VALUES, pStrip, pEndLine, nUnread);
+        break;
+    case PixelKernel::Vtd2:
+        outcome.nReturned = ConvPixelVTDSFast2(VTD_VALUES, pStrip, pEndLine, c.nBlackFilterGray, c.nBlackFilterGain);
+        break;
+    case PixelKernel::HoriIntrin:
+        outcome.nReturned = engine.ConvPixel_Intrin(PIXEL_VALUES, pEndLine);
+        break;
+    case PixelKernel::VertIntrin:
+        outcome.nReturned = engine.ConvPixelVertS_Intrin(PIXEL_VALUES, pStrip, pEndLine, nUnread);
+        break;
+    case PixelKernel::VtdIntrin:
+        outcome.nReturned = engine.ConvPixelVTDS_Intrin(VTD_VALUES, pStrip, pEndLine, nUnread);
+        break;
+    case PixelKernel::WideVert:
+        if (scene.bDoublePitch)
+        {
+            const double dPitch = (static_cast<double>(c.nPitch16) + scene.dPitchRemainder) / 16.0;
+            outcome.nReturned = ConvPixelVert_AVX(
+                pImage, c.nThreshold, c.nThresholdGain, c.nGrayLimit, c.region.nLeft, c.region.nRight, c.region.nTop,
+                c.region.nBottom, c.image.nStride, nullptr, dPitch, 0, c.pairs.pBase, c.pairs.nCount, c.pairs.nSize,
+                c.pairs.nStride, 1.5, c.bKeepSingle, pEndLine, c.nBlackFilterGray, c.nBlackFilterGain);
+        }
+        else
+            outcome.nReturned = ConvPixelVert_AVX(
+                pImage, c.nThreshold, c.nThresholdGain, c.nGrayLimit, c.region.nLeft, c.region.nRight, c.region.nTop,
+                c.region.nBottom, c.image.nStride, nullptr, c.nPitch16, 0, c.pairs.pBase, c.pairs.nCount, c.pairs.nSize,
+                c.pairs.nStride, c.nVtdPitch16, c.bKeepSingle, pEndLine, c.nBlackFilterGray, c.nBlackFilterGain);
+        break;
+    case PixelKernel::WideVtd:
+    {
+        ConvPixelParam param;
+        std::memset(static_cast<void*>(&param), 0x77, sizeof(param));
+        param.nBase = Int(c.nBlackFilterGray);
+        param.nGain = Int(c.nBlackFilterGain);
+        outcome.nReturned = ConvPixelVTDS_Intrin_AVX(VTD_VALUES, pStrip, pEndLine, nUnread, param);
+        break;
+    }
+    case PixelKernel::VertMask:
+        outcome.nReturned = ConvPixelVertMask(
+            pImage, Int(c.nThreshold), Int(c.hits.nSize), Int(c.hits.nCount), Int(c.region.nLeft), Int(c.region.nRight),
+            Int(c.region.nTop), Int(c.region.nBottom), c.hits.pX, c.hits.pY, c.hits.pType, c.hits.pPeak,
+            c.hits.pSrcGray, c.hits.pCmpGray, c.hits.pZoneIndex, c.hits.pThreshold, Int(c.image.nStride),
+            Int(c.nPitch16), nullptr, 0, UnreadShorts(), UnreadShorts(), Int(nUnread), UnreadShorts(), c.pairs.pBase,
+            Int(c.pairs.nCount), Int(c.pairs.nSize), Int(c.pairs.nStride), Int(nUnread), Int(nUnread), Int(nUnread),
+            Int(nUnread), Int(c.nThresholdGain), Int(c.nGrayLimit), Int(c.bKeepSingle), pStrip, pEndLine,
+            Int(c.nBlackFilterGray), Int(c.nBlackFilterGain), static_cast<float>(c.nVtdPitch16) / 16.0F,
+            const_cast<unsigned char*>(c.pMask), Int(nUnread));
+        break;
+    }
+}
+
+} // namespace narvo::test
