@@ -148,6 +148,10 @@ NARVO_API int ConvPixelVTDSFast2(NARVO_PIXEL_VTD_ARGUMENTS, short* pStripBuffer,
 //                 least 16 shorts more than the rectangle is wide; contents free
 //   nThreshold    threshold base in units of the window sum
 //   nGrayLimit    grey levels; both window means are limited to this
+// Each hit array holds nPixelSize + 16 entries or more: a pixel can be a hit of both polarities.
+// Vertical, a full hit array cuts the strip: the image moves on by 16 columns but x stays at the start of the half that
+// was cut, so positions lag behind the image from there on. A strip that starts at or past nImageWidth and is cut in
+// its left half ends the scan.
 // The others as in the pixel family; hit values, thresholds and differences are held in the scale of the window:
 // 64, 96 or 144 units per grey level for areas 4, 6 and 9. Records carry grey levels.
 #define NARVO_FLOAT_ARGUMENTS                                                                                          \
