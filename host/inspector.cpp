@@ -1,0 +1,147 @@
+// Calls of the pool, and the copy of its blobs into plain results.
+#include "host/inspector.h"
+
+#include <algorithm>
+#include <chrono>
+#include <iterator>
+
+#include "host/parameter_set.h"
+#include "host/problem.h"
+#include "host/recipe_check.h"
+#include "narvoassem/narvoassem.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+constexpr int nLaneLimit = 256;
+constexpr int nBlobLimit = 1000000;
+// A vertical pass with more pairs builds no blobs.
+constexpr int nVerticalPairLimit = 100000;
+
+Blob CopyBlob(const CDefectBlob& source, int number)
+{
+    Blob blob{};
+    blob.number = number;
+    blob.bright = source.nDefectType == DefectType_Bright;
+    blob.band = source.nDefectPos;
+    blob.single = source.nDefectPair == DefectPair_Single;
+    blob.area = source.nPairCount;
+    blob.box = source.rtDefect;
+    blob.center = source.ptCenter;
+    blob.peakPlace = source.ptPeak;
+    blob.peak = source.nMaxPeak;
+    blob.maxDifference = source.nMaxDiff;
+    blob.meanDifference = source.nAvgDiff;
+    blob.meanGrey = source.nAvgSrcGray;
+    blob.meanReference = source.nAvgCmpGray;
+    blob.zone = static_cast<int>(std::distance(
+        std::begin(source.nZoneCount), std::max_element(std::begin(source.nZoneCount), std::end(source.nZoneCount))));
+    blob.label = source.nMultiType;
+    blob.diameter = source.nRScale;
+    blob.angle = source.dAngle;
+    blob.majorAxis = source.dMajorAxis;
+    blob.minorAxis = source.dMinorAxis;
+    blob.circularity = source.dCircularity;
+    blob.elongation = source.dElongation;
+    return blob;
+}
+
+/// The lane's engine and behind it those of its band split.
+std::vector<CNarvoAssem*> EnginesOf(CNarvoAssem& lane)
+{
+    std::vector<CNarvoAssem*> engines = {&lane};
+    if (lane.pThreadControl != nullptr)
+        for (int i = 0; i < lane.pThreadControl->GetCount(); ++i)
+            engines.push_back(lane.pThreadControl->GetAssem(i));
+    return engines;
+}
+
+double MillisecondsSince(std::chrono::steady_clock::time_point start)
+{
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+} // namespace
+
+Inspector::Inspector(int lanes, int maxBlobs)
+    : m_pool(std::make_unique<CAssemControl>()), m_lanes(lanes), m_maxBlobs(maxBlobs)
+{
+    std::vector<Problem> found;
+    if (lanes < 1 || lanes > nLaneLimit)
+        found.push_back({"lanes", std::to_string(lanes), "1 to " + std::to_string(nLaneLimit)});
+    if (maxBlobs < 1 || maxBlobs > nBlobLimit)
+        found.push_back({"max_blobs", std::to_string(maxBlobs), "1 to " + std::to_string(nBlobLimit)});
+    ThrowIfAny(std::move(found));
+    if (m_pool->InitAssemControl(lanes, maxBlobs) != lanes || m_pool->GetNarvoAssem(lanes - 1)->nBlobSize != maxBlobs)
+        throw HostError(
+            {{"memory", "not enough for " + std::to_string(lanes) + " lanes of " + std::to_string(maxBlobs) + " blobs",
+              "fewer lanes or a smaller max_blobs"}});
+}
+
+Inspector::~Inspector() = default;
+
+InspectionResult Inspector::Inspect(int lane, const GreyImage& image, const Recipe& recipe)
+{
+    if (lane < 0 || lane >= m_lanes)
+        throw HostError({{"lane", std::to_string(lane), "0 to " + std::to_string(m_lanes - 1)}});
+    const auto start = std::chrono::steady_clock::now();
+    ParameterSet set(image, recipe);
+
+    CNarvoAssem& engine = *m_pool->GetNarvoAssem(lane);
+    const std::vector<CNarvoAssem*> engines = EnginesOf(engine);
+    for (CNarvoAssem* one : engines)
+    {
+        one->ResetNarvoAssem();
+        one->ResetReinspectCount();
+    }
+
+    InspectionResult result;
+    result.region = set.Block().rtInspect;
+    result.direction = ResolveDirection(recipe, result.region);
+    result.code = m_pool->Inspect_Rect(lane, &set.Block(), 0);
+    if (result.code != 1 && result.code != 16)
+        throw HostError({{"inspection", "refused by the engine with code " + std::to_string(result.code),
+                          "a recipe that passes the engine's checks"}});
+
+    result.pairs = engine.GetPairCount();
+    result.inspectMilliseconds = engine.dInspectTime;
+    result.blobMilliseconds = engine.dBlobTime;
+    for (const CNarvoAssem* one : engines)
+        result.reruns += one->nReinspectCount;
+    // After a band split the lane's own pair count is the sum over the bands, with no pass behind it.
+    std::vector<CNarvoAssem*> passes;
+    std::copy_if(engines.begin() + 1, engines.end(), std::back_inserter(passes),
+                 [](const CNarvoAssem* one) { return one->GetPairCount() > 0; });
+    if (passes.empty())
+        passes.push_back(&engine);
+    const bool overflowed = std::any_of(passes.begin(), passes.end(),
+                                        [](const CNarvoAssem* one) { return one->GetPairCount() >= one->nPairSize; });
+    const bool dropped = result.direction == Direction_Vertical &&
+                         std::any_of(passes.begin(), passes.end(),
+                                     [](const CNarvoAssem* one) { return one->GetPairCount() > nVerticalPairLimit; });
+
+    for (int i = 0; i < engine.GetBlobCount(); ++i)
+        if (const CDefectBlob& blob = *engine.GetBlobDefect(i); blob.bRemoved == 0)
+            result.blobs.push_back(CopyBlob(blob, static_cast<int>(result.blobs.size()) + 1));
+
+    if (result.reruns > 0)
+        result.warnings.push_back("overflow: " + std::to_string(result.reruns) +
+                                  " re-runs; defects of the passes that overflowed may be missing");
+    if (overflowed)
+        result.warnings.push_back("the last pass ran full: the rest of its region was not looked at");
+    if (dropped)
+        result.warnings.push_back("more than " + std::to_string(nVerticalPairLimit) +
+                                  " pairs in a pass: its blobs were dropped; raise the thresholds");
+    if (std::any_of(engines.begin(), engines.end(),
+                    [&](const CNarvoAssem* one) { return one->GetBlobCount() >= m_maxBlobs; }))
+        result.warnings.push_back("room for blobs ran out: raise max_blobs (" + std::to_string(m_maxBlobs) + ")");
+    if (result.code == 16 && result.warnings.empty())
+        result.warnings.push_back("more pairs than the engine's store holds");
+    result.totalMilliseconds = MillisecondsSince(start);
+    return result;
+}
+
+} // namespace narvo

@@ -1,0 +1,81 @@
+// The runner: calls the pool of engines lane by lane and hands back plain results.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/grey_image.h"
+#include "host/recipe.h"
+#include "narvoassem/platform.h"
+
+class CAssemControl;
+
+namespace narvo
+{
+
+/// One reported defect.
+struct Blob
+{
+    int number;         ///< 1, 2, ... in the order of the report
+    bool bright;        ///< brighter than its reference, otherwise darker
+    int band;           ///< 1 first pitch of the region, 2 middle, 3 last
+    bool single;        ///< seen against one neighbour only
+    int area;           ///< pixels
+    CRect box;          ///< right and bottom exclusive
+    CPoint center;      ///< mean of its pixels
+    CPoint peakPlace;   ///< where it stands out most
+    int peak;           ///< how far it rises above its threshold there, grey levels
+    int maxDifference;  ///< difference there, grey levels
+    int meanDifference; ///< grey levels
+    int meanGrey;       ///< of its pixels
+    int meanReference;  ///< of what they were compared with
+    int zone;           ///< the zone that holds most of its pixels
+    int label;          ///< the recipe's label
+    int diameter;       ///< in the recipe's pixel sizes
+    double angle;       ///< of the long axis, degrees
+    double majorAxis;   ///< pixels
+    double minorAxis;   ///< pixels
+    double circularity;
+    double elongation;
+};
+
+/// What came out of one inspection.
+struct InspectionResult
+{
+    int code = 0; ///< the engine's: 1 done, 16 done with re-runs or more pairs than fit
+    Direction direction = Direction_Vertical;
+    CRect region;
+    int pairs = 0;  ///< pair records of the last pass, all bands
+    int reruns = 0; ///< passes that had to be started again behind an overflow
+    double inspectMilliseconds = 0.0;
+    double blobMilliseconds = 0.0;
+    double totalMilliseconds = 0.0;    ///< tables and copies included
+    std::vector<std::string> warnings; ///< what was perhaps not looked at, or lost
+    std::vector<Blob> blobs;
+};
+
+/// Engines for `lanes` inspections at once. Calls on different lanes may run on different threads.
+class Inspector
+{
+public:
+    /// @throws HostError for lanes outside 1 .. 256, blobs outside 1 .. 1000000, or without memory
+    Inspector(int lanes, int maxBlobs);
+    ~Inspector();
+    Inspector(const Inspector&) = delete;
+    Inspector& operator=(const Inspector&) = delete;
+
+    int Lanes() const { return m_lanes; }
+
+    /// Inspects one image. Re-run budgets of the lane and of its band engines start afresh, so that no image inherits
+    /// another's.
+    /// @throws HostError when recipe, image or lane is not valid
+    InspectionResult Inspect(int lane, const GreyImage& image, const Recipe& recipe);
+
+private:
+    std::unique_ptr<CAssemControl> m_pool;
+    int m_lanes;
+    int m_maxBlobs;
+};
+
+} // namespace narvo

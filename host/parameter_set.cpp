@@ -1,0 +1,183 @@
+// Filling of a parameter block from a recipe.
+#include "host/parameter_set.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "host/problem.h"
+#include "host/recipe_check.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+constexpr int nFraction = 16; // pitches of tables are in 1/16 pixel
+constexpr int nGroup = 16;    // a table entry serves 16 rows or columns
+
+const Recipe& Checked(const GreyImage& image, const Recipe& recipe)
+{
+    if (image.IsEmpty())
+        throw HostError({{"image", "empty", "an image of at least one pixel"}});
+    std::vector<Problem> found = CheckRecipe(recipe);
+    for (Problem& problem : CheckRecipeForImage(recipe, image.Width(), image.Height()))
+        found.push_back(std::move(problem));
+    ThrowIfAny(std::move(found));
+    return recipe;
+}
+
+} // namespace
+
+ParameterSet::ParameterSet(const GreyImage& image, const Recipe& recipe)
+    : m_cell(CellOf(Checked(image, recipe))),
+      m_origins(m_cell, RegionOf(recipe, image.Width(), image.Height()), recipe.skippedCells)
+{
+    m_param.pImage = const_cast<unsigned char*>(image.Row(0));
+    m_param.nImageWidth = image.Stride();
+    m_param.nImageHeight = image.Height();
+    m_param.rtInspect = RegionOf(recipe, image.Width(), image.Height());
+    m_param.rtMarginFrame = recipe.marginFrame.value_or(CRect());
+    std::copy(recipe.deadZones.begin(), recipe.deadZones.end(), m_param.rtDeadZone);
+    FillScalars(recipe);
+    FillMaps(recipe);
+    FillTables(image, recipe);
+    FillZoneTables(recipe);
+
+    const bool vertical = ResolveDirection(recipe, m_param.rtInspect) == Direction_Vertical;
+    m_param.pZoneOriginTable = m_origins.Entry(vertical);
+    m_param.nZoneColumns = m_origins.Columns();
+}
+
+void ParameterSet::FillScalars(const Recipe& recipe)
+{
+    // Zone maps take precedence over these two modes; between them the mode says what the pair filters compare.
+    m_param.nInspectMode = recipe.filterSample == FilterSample_Pixel ? 1 : 0;
+    m_param.nDirection = recipe.direction;
+    m_param.bAutoDirection = recipe.autoDirection;
+    m_param.nMaxReinspect = recipe.maxReruns;
+    m_param.nMultiType = recipe.label;
+    m_param.nConvWidth = recipe.windowWidth;
+    m_param.nConvHeight = recipe.windowHeight;
+    m_param.dConvPitch = recipe.pitchX;
+    m_param.nConvMultiple = recipe.multipleX;
+    m_param.dScanPitch = recipe.pitchY;
+    m_param.nScanMultiple = recipe.multipleY;
+    m_param.nGrayLimit = recipe.greyLimit;
+    m_param.nThresholdExtra = recipe.thresholdExtra;
+    m_param.bKeepSingle = recipe.keepSingles;
+    m_param.bBandThread = recipe.bandSplit;
+    m_param.nMergeDivision = recipe.mergeDistance;
+    // The block pairs its two sizes with the axes crosswise.
+    m_param.dPixelSizeY = recipe.pixelSizeX;
+    m_param.dPixelSizeX = recipe.pixelSizeY;
+    m_param.bExtendedKernel = recipe.extendedKernel;
+    m_param.bAverage2by2 = recipe.average2by2;
+    m_param.bUseLineBuffer = recipe.lineBuffer;
+    m_param.fVtdPitch = static_cast<float>(recipe.crossShift);
+    m_param.dClassPitch = recipe.classPitch;
+    m_param.nBlackFilterGray = recipe.darkFilterBase;
+    m_param.nBlackFilterGain = recipe.darkFilterGain;
+    m_param.bFalseFilter = recipe.filters;
+    m_param.bMarginFilter = recipe.marginFilter;
+    m_param.nFilterMode = recipe.filterTest == FilterTest_Jump ? 1 : 0;
+    m_param.nFilterMode2 = recipe.filterPairs ? 1 : 0;
+    m_param.nZoneConvMultiple = recipe.zoneMultipleX;
+    m_param.nZoneScanMultiple = recipe.zoneMultipleY;
+    m_param.bZoneFlagged = recipe.skippedCells.empty() ? 0 : 1;
+}
+
+short* ParameterSet::AddMap(const Recipe& recipe, const GreyImage& painted, int ZoneSettings::*member)
+{
+    std::array<short, CConvParam::nZoneLimit> values{};
+    // Without a painted cell the whole map takes value 0, which stands for the only zone.
+    if (painted.IsEmpty())
+        values[0] = static_cast<short>(recipe.zones.front().*member);
+    else
+        for (const ZoneSettings& zone : recipe.zones)
+            values[static_cast<std::size_t>(zone.index)] = static_cast<short>(zone.*member);
+    return m_maps.emplace_back(m_cell, painted, values).Data();
+}
+
+void ParameterSet::FillMaps(const Recipe& recipe)
+{
+    m_param.pZoneIndexMap = AddMap(recipe, recipe.zoneImage, &ZoneSettings::index);
+    m_param.pThresholdOffsetMap = AddMap(recipe, recipe.zoneImage, &ZoneSettings::offset);
+    m_param.pThresholdGainMap = AddMap(recipe, recipe.zoneImage, &ZoneSettings::gain);
+    if (recipe.twoSegment)
+    {
+        m_param.bTwoSegmentThreshold = 1;
+        m_param.pThresholdKneeMap = AddMap(recipe, recipe.zoneImage, &ZoneSettings::knee);
+        m_param.pThresholdOffsetMap2 = AddMap(recipe, recipe.zoneImage, &ZoneSettings::upperOffset);
+        m_param.pThresholdGainMap2 = AddMap(recipe, recipe.zoneImage, &ZoneSettings::upperGain);
+    }
+    if (!recipe.classImage.IsEmpty())
+    {
+        std::array<short, CConvParam::nZoneLimit> ids{};
+        for (std::size_t i = 0; i < ids.size(); ++i)
+            ids[i] = static_cast<short>(i);
+        m_param.pClassIdMap = m_maps.emplace_back(m_cell, recipe.classImage, ids).Data();
+    }
+    m_param.nZoneMapStride = m_maps.front().Stride();
+}
+
+void ParameterSet::FillTables(const GreyImage& image, const Recipe& recipe)
+{
+    // One entry more than the image's sixteenths: the kernels count from the region's top and fetch ahead.
+    const auto entries = [](int pixels) { return static_cast<std::size_t>((pixels + nGroup - 1) / nGroup + 1); };
+    if (!recipe.scanPitches.empty())
+    {
+        for (std::size_t i = 0; i < entries(image.Height()); ++i)
+        {
+            const double pitch = recipe.scanPitches[std::min(i, recipe.scanPitches.size() - 1)];
+            m_scanPitch.push_back(static_cast<int>(pitch * nFraction));
+        }
+        m_param.pScanPitchTable = m_scanPitch.data();
+    }
+    if (!recipe.convPitches.empty())
+    {
+        for (std::size_t i = 0; i < entries(image.Stride()); ++i)
+        {
+            const double pitch = recipe.convPitches[std::min(i, recipe.convPitches.size() - 1)];
+            const int fixed = static_cast<int>(pitch * nFraction);
+            m_convPitch.insert(m_convPitch.end(), nGroup, static_cast<unsigned short>(fixed / nFraction));
+            m_convNear.insert(m_convNear.end(), nGroup, static_cast<short>(nFraction - fixed % nFraction));
+            m_convFar.insert(m_convFar.end(), nGroup, static_cast<short>(fixed % nFraction));
+        }
+        m_param.pConvPitchTable = m_convPitch.data();
+        m_param.pConvWeightNear = m_convNear.data();
+        m_param.pConvWeightFar = m_convFar.data();
+    }
+}
+
+void ParameterSet::FillZoneTables(const Recipe& recipe)
+{
+    const auto add = [&](int ZoneSettings::*member, int other)
+    {
+        ZoneTable& table = m_zoneTables.emplace_back();
+        table.fill(other);
+        for (const ZoneSettings& zone : recipe.zones)
+            table[static_cast<std::size_t>(zone.index)] = zone.*member;
+        return table.data();
+    };
+    if (recipe.zoneFilterThresholds)
+    {
+        m_param.pFilterOffset = add(&ZoneSettings::darkFilterOffset, 0);
+        m_param.pFilterGain = add(&ZoneSettings::darkFilterGain, 0);
+        m_param.pFilterOffset1 = add(&ZoneSettings::brightFilterOffset, 0);
+        m_param.pFilterGain1 = add(&ZoneSettings::brightFilterGain, 0);
+    }
+    if (recipe.zoneTables)
+    {
+        // The lowest nonzero offset is the first hurdle of every pixel: zones that are not there must not set it.
+        m_param.pTspTable = add(&ZoneSettings::tableOffset, 0);
+        m_param.pTspTable2 = add(&ZoneSettings::tableGain, 0);
+    }
+    for (const ZoneSettings& zone : recipe.zones)
+    {
+        m_param.nDarkGrayLimit[zone.index] = zone.darkGreyLimit;
+        m_param.nBrightMinDiff[zone.index] = zone.brightMinDifference;
+    }
+}
+
+} // namespace narvo

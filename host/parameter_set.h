@@ -1,0 +1,50 @@
+// A parameter block together with all that it points at: the step from a recipe and an image to what the engine reads.
+#pragma once
+
+#include <array>
+#include <deque>
+#include <vector>
+
+#include "host/grey_image.h"
+#include "host/recipe.h"
+#include "host/zone_tables.h"
+#include "narvoassem/convparam.h"
+
+namespace narvo
+{
+
+/// Owns tables and maps and fills a block that points at them. The image is not copied and must outlive this object;
+/// the engine only reads it.
+class ParameterSet
+{
+public:
+    /// @throws HostError unless the recipe is valid for the image
+    ParameterSet(const GreyImage& image, const Recipe& recipe);
+    ParameterSet(const ParameterSet&) = delete;
+    ParameterSet& operator=(const ParameterSet&) = delete;
+
+    /// The block. The engine may edit it; a second inspection takes a new set.
+    CConvParam& Block() { return m_param; }
+    const CConvParam& Block() const { return m_param; }
+
+private:
+    void FillScalars(const Recipe& recipe);
+    void FillMaps(const Recipe& recipe);
+    void FillTables(const GreyImage& image, const Recipe& recipe);
+    void FillZoneTables(const Recipe& recipe);
+    short* AddMap(const Recipe& recipe, const GreyImage& painted, int ZoneSettings::*member);
+
+    using ZoneTable = std::array<int, CConvParam::nZoneLimit>;
+
+    CConvParam m_param;
+    CellGeometry m_cell;
+    std::deque<CellMap> m_maps;
+    std::deque<ZoneTable> m_zoneTables;
+    std::vector<int> m_scanPitch;
+    std::vector<unsigned short> m_convPitch;
+    std::vector<short> m_convNear;
+    std::vector<short> m_convFar;
+    OriginTable m_origins;
+};
+
+} // namespace narvo

@@ -1,0 +1,45 @@
+// How the host layer says that something handed to it is wrong: one exception type with all problems at once. The
+// engine itself reports by codes and never throws.
+#pragma once
+
+#include <exception>
+#include <string>
+#include <vector>
+
+namespace narvo
+{
+
+/// One thing that is wrong, in words for a person.
+struct Problem
+{
+    std::string field;   ///< path of a recipe field, name of an argument, or a file
+    std::string value;   ///< what was found there
+    std::string allowed; ///< what would have been right
+
+    /// "field: value; allowed: range", one line.
+    std::string Text() const;
+};
+
+/// Everything that was wrong with a call.
+class HostError : public std::exception
+{
+public:
+    /// `found` must not be empty.
+    explicit HostError(std::vector<Problem> found);
+
+    const std::vector<Problem>& Problems() const { return m_problems; }
+    /// One line for each problem.
+    const char* what() const noexcept override { return m_text.c_str(); }
+
+private:
+    std::vector<Problem> m_problems;
+    std::string m_text;
+};
+
+/// Throws HostError unless `found` is empty.
+void ThrowIfAny(std::vector<Problem> found);
+
+/// A number as short as it can be written without changing it.
+std::string FormatNumber(double value);
+
+} // namespace narvo

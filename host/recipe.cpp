@@ -1,0 +1,431 @@
+// The recipe's JSON form: reading with all problems collected, writing with every field shown.
+#include "host/recipe.h"
+
+#include <algorithm>
+#include <fstream>
+#include <limits>
+#include <set>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+#include "host/problem.h"
+#include "host/recipe_check.h"
+#include "host/recipe_fields.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+using nlohmann::json;
+using nlohmann::ordered_json;
+using Problems = std::vector<Problem>;
+
+constexpr const char* szRegion = "region";
+constexpr const char* szMarginFrame = "margin_frame";
+constexpr const char* szDeadZones = "dead_zones";
+constexpr const char* szScanPitch = "tables.scan_pitch";
+constexpr const char* szConvPitch = "tables.conv_pitch";
+constexpr const char* szZoneList = "zones.list";
+constexpr const char* szZoneSkip = "zones.skip";
+constexpr const char* structuredPaths[] = {szRegion,    szMarginFrame, szDeadZones, szScanPitch,
+                                           szConvPitch, szZoneList,    szZoneSkip};
+
+std::string Shorten(const json& value)
+{
+    constexpr std::size_t nLimit = 60;
+    std::string text = value.dump(-1, ' ', false, json::error_handler_t::replace);
+    return text.size() <= nLimit ? text : text.substr(0, nLimit) + "...";
+}
+
+bool FitsInt(const json& value)
+{
+    if (value.is_number_unsigned())
+        return value.get<std::uint64_t>() <= static_cast<std::uint64_t>(std::numeric_limits<int>::max());
+    return value.is_number_integer() && value.get<std::int64_t>() >= std::numeric_limits<int>::min() &&
+           value.get<std::int64_t>() <= std::numeric_limits<int>::max();
+}
+
+/// Stores `value` when it has the field's type. @return false when it has not
+template <typename Owner>
+bool Store(const Field<Owner>& field, const json& value, Owner& owner)
+{
+    return std::visit(
+        [&](const auto& member)
+        {
+            using Member = std::decay_t<decltype(member)>;
+            if constexpr (std::is_same_v<Member, int Owner::*>)
+            {
+                if (!FitsInt(value))
+                    return false;
+                owner.*member = value.get<int>();
+            }
+            else if constexpr (std::is_same_v<Member, double Owner::*>)
+            {
+                if (!value.is_number())
+                    return false;
+                owner.*member = value.get<double>();
+            }
+            else if constexpr (std::is_same_v<Member, bool Owner::*>)
+            {
+                if (!value.is_boolean())
+                    return false;
+                owner.*member = value.get<bool>();
+            }
+            else if constexpr (std::is_same_v<Member, std::string Owner::*>)
+            {
+                if (!value.is_string())
+                    return false;
+                owner.*member = value.get<std::string>();
+            }
+            else
+            {
+                if (!value.is_string())
+                    return false;
+                const auto word = std::find(member.words.begin(), member.words.end(), value.get<std::string>());
+                if (word == member.words.end())
+                    return false;
+                owner.*member.member = static_cast<int>(word - member.words.begin());
+            }
+            return true;
+        },
+        field.member);
+}
+
+/// Reads the scalar fields of one JSON object and notes everything else in it.
+template <typename Owner>
+class FieldReader
+{
+public:
+    FieldReader(std::span<const Field<Owner>> fields, std::span<const char* const> structured, Owner& owner,
+                std::string prefix, Problems& found)
+        : m_fields(fields), m_structured(structured), m_owner(owner), m_prefix(std::move(prefix)), m_found(found)
+    {
+    }
+
+    /// Structured members met on the way are handed to `visit(path, value)`.
+    template <typename Visit>
+    void Read(const json& document, Visit visit)
+    {
+        Walk(document, "", visit);
+        for (const Field<Owner>& field : m_fields)
+            if (field.required && !m_given.contains(field.path))
+                m_found.push_back({m_prefix + std::string(field.path), "missing", AllowedText(field)});
+    }
+
+private:
+    template <typename Visit>
+    void Walk(const json& object, const std::string& parent, Visit& visit)
+    {
+        for (const auto& [key, value] : object.items())
+        {
+            const std::string path = parent + key;
+            const auto field = std::find_if(m_fields.begin(), m_fields.end(),
+                                            [&](const Field<Owner>& candidate) { return candidate.path == path; });
+            if (field != m_fields.end())
+            {
+                m_given.insert(field->path);
+                if (!Store(*field, value, m_owner))
+                    m_found.push_back({m_prefix + path, Shorten(value), AllowedText(*field)});
+            }
+            else if (std::find(m_structured.begin(), m_structured.end(), path) != m_structured.end())
+                visit(path, value);
+            else if (const std::string known = Members(path + "."); known.empty())
+                m_found.push_back({m_prefix + path, "unknown field", "one of " + Members(parent)});
+            else if (!value.is_object())
+                m_found.push_back({m_prefix + path, Shorten(value), "an object with " + known});
+            else
+                Walk(value, path + ".", visit);
+        }
+    }
+
+    /// Names right below a dotted prefix, as a list in words.
+    std::string Members(const std::string& parent) const
+    {
+        std::vector<std::string> names;
+        const auto note = [&](std::string_view path)
+        {
+            if (path.size() <= parent.size() || path.substr(0, parent.size()) != parent)
+                return;
+            const std::string_view rest = path.substr(parent.size());
+            const std::string name(rest.substr(0, rest.find('.')));
+            if (std::find(names.begin(), names.end(), name) == names.end())
+                names.push_back(name);
+        };
+        for (const Field<Owner>& field : m_fields)
+            note(field.path);
+        for (const char* path : m_structured)
+            note(path);
+        std::string text;
+        for (const std::string& name : names)
+            text += (text.empty() ? "" : ", ") + name;
+        return text;
+    }
+
+    std::span<const Field<Owner>> m_fields;
+    std::span<const char* const> m_structured;
+    Owner& m_owner;
+    std::string m_prefix;
+    Problems& m_found;
+    std::set<std::string_view> m_given;
+};
+
+std::optional<CRect> ReadRect(const std::string& path, const json& value, bool withShape, Problems& found)
+{
+    static constexpr const char* sides[] = {"left", "top", "right", "bottom"};
+    if (!value.is_object())
+    {
+        found.push_back({path, Shorten(value), "an object with left, top, right, bottom in pixels"});
+        return std::nullopt;
+    }
+    int numbers[4] = {};
+    bool complete = true;
+    for (int i = 0; i < 4; ++i)
+    {
+        const auto side = value.find(sides[i]);
+        if (side != value.end() && FitsInt(*side))
+            numbers[i] = side->get<int>();
+        else
+        {
+            complete = false;
+            found.push_back(
+                {path + "." + sides[i], side == value.end() ? "missing" : Shorten(*side), "whole number of pixels"});
+        }
+    }
+    for (const auto& [key, member] : value.items())
+    {
+        if (withShape && key == "shape")
+        {
+            if (member != "rectangle")
+                found.push_back({path + ".shape", Shorten(member), "rectangle"});
+        }
+        else if (std::find(std::begin(sides), std::end(sides), key) == std::end(sides))
+            found.push_back({path + "." + key, "unknown field",
+                             withShape ? "one of shape, left, top, right, bottom" : "one of left, top, right, bottom"});
+    }
+    if (!complete)
+        return std::nullopt;
+    return CRect(numbers[0], numbers[1], numbers[2], numbers[3]);
+}
+
+template <typename Read>
+void ReadList(const std::string& path, const json& value, const char* content, Problems& found, Read read)
+{
+    if (!value.is_array())
+    {
+        found.push_back({path, Shorten(value), std::string("a list of ") + content});
+        return;
+    }
+    for (std::size_t i = 0; i < value.size(); ++i)
+        read(path + "[" + std::to_string(i) + "]", value[i]);
+}
+
+void ReadStructured(const std::string& path, const json& value, Recipe& recipe, Problems& found)
+{
+    if (path == szRegion)
+        recipe.region = ReadRect(path, value, true, found);
+    else if (path == szMarginFrame)
+        recipe.marginFrame = ReadRect(path, value, false, found);
+    else if (path == szDeadZones)
+        ReadList(path, value, "rectangles", found,
+                 [&](const std::string& entry, const json& member)
+                 {
+                     if (const auto rect = ReadRect(entry, member, false, found))
+                         recipe.deadZones.push_back(*rect);
+                 });
+    else if (path == szZoneSkip)
+        ReadList(path, value, "cells", found,
+                 [&](const std::string& entry, const json& member)
+                 {
+                     if (member.is_array() && member.size() == 2 && FitsInt(member[0]) && FitsInt(member[1]))
+                         recipe.skippedCells.emplace_back(member[0].get<int>(), member[1].get<int>());
+                     else
+                         found.push_back({entry, Shorten(member), "[column, row] of a cell"});
+                 });
+    else if (path == szZoneList)
+    {
+        recipe.zones.clear();
+        ReadList(path, value, "zones", found,
+                 [&](const std::string& entry, const json& member)
+                 {
+                     if (!member.is_object())
+                     {
+                         found.push_back({entry, Shorten(member), "an object with index, offset, gain and more"});
+                         return;
+                     }
+                     ZoneSettings zone;
+                     FieldReader<ZoneSettings>(ZoneFields(), {}, zone, entry + ".", found)
+                         .Read(member, [](const std::string&, const json&) {});
+                     recipe.zones.push_back(zone);
+                 });
+    }
+    else
+    {
+        std::vector<double>& table = path == szScanPitch ? recipe.scanPitches : recipe.convPitches;
+        ReadList(path, value, "pitches in pixels", found,
+                 [&](const std::string& entry, const json& member)
+                 {
+                     if (member.is_number())
+                         table.push_back(member.get<double>());
+                     else
+                         found.push_back({entry, Shorten(member), "a pitch in pixels"});
+                 });
+    }
+}
+
+void LoadPainted(const char* field, const std::string& name, const std::filesystem::path& folder, GreyImage& image,
+                 Problems& found)
+{
+    if (name.empty())
+        return;
+    try
+    {
+        image = LoadGreyImage(folder / name);
+    }
+    catch (const HostError& error)
+    {
+        for (const Problem& problem : error.Problems())
+            found.push_back({field, problem.field + ", " + problem.value, problem.allowed});
+    }
+}
+
+ordered_json RectToJson(const CRect& rect)
+{
+    return {{"left", rect.left}, {"top", rect.top}, {"right", rect.right}, {"bottom", rect.bottom}};
+}
+
+template <typename Owner>
+void WriteFields(std::span<const Field<Owner>> fields, const Owner& owner, ordered_json& document)
+{
+    for (const Field<Owner>& field : fields)
+    {
+        ordered_json* place = &document;
+        std::string_view rest = field.path;
+        for (std::size_t dot = rest.find('.'); dot != std::string_view::npos; dot = rest.find('.'))
+        {
+            place = &(*place)[std::string(rest.substr(0, dot))];
+            rest.remove_prefix(dot + 1);
+        }
+        ordered_json& target = (*place)[std::string(rest)];
+        std::visit(
+            [&](const auto& member)
+            {
+                if constexpr (std::is_same_v<std::decay_t<decltype(member)>, Choice<Owner>>)
+                    target = ValueText(field, owner);
+                else
+                    target = owner.*member;
+            },
+            field.member);
+    }
+}
+
+template <typename Owner>
+void DescribeFields(std::span<const Field<Owner>> fields, const Owner& defaults, const std::string& prefix,
+                    std::ostream& out)
+{
+    for (const Field<Owner>& field : fields)
+        out << prefix << field.path << ": " << AllowedText(field) << "; "
+            << (field.required ? "required" : "default " + ValueText(field, defaults)) << "; " << field.meaning << '\n';
+}
+
+} // namespace
+
+Recipe ParseRecipe(const json& document, const std::filesystem::path& folder)
+{
+    Problems found;
+    Recipe recipe;
+    if (!document.is_object())
+        throw HostError({{"recipe", Shorten(document), "a JSON object"}});
+    FieldReader<Recipe>(RecipeFields(), structuredPaths, recipe, "", found)
+        .Read(document,
+              [&](const std::string& path, const json& value) { ReadStructured(path, value, recipe, found); });
+    LoadPainted("zones.image", recipe.zoneImageFile, folder, recipe.zoneImage, found);
+    LoadPainted("zones.class_image", recipe.classImageFile, folder, recipe.classImage, found);
+
+    // A field that could not be read still holds its default, which must not be reported a second time.
+    std::set<std::string> named;
+    for (const Problem& problem : found)
+        named.insert(problem.field);
+    for (Problem& problem : CheckRecipe(recipe))
+        if (!named.contains(problem.field))
+            found.push_back(std::move(problem));
+    ThrowIfAny(std::move(found));
+    return recipe;
+}
+
+Recipe LoadRecipe(const std::filesystem::path& file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    std::error_code error;
+    if (!stream || std::filesystem::is_directory(file, error))
+        throw HostError(
+            {{"recipe " + file.string(), std::filesystem::exists(file, error) ? "cannot be read" : "no such file",
+              "a readable JSON file"}});
+    json document;
+    try
+    {
+        document = json::parse(stream);
+    }
+    catch (const json::parse_error& broken)
+    {
+        std::string text = broken.what();
+        if (const std::size_t start = text.find("parse error"); start != std::string::npos)
+            text.erase(0, start);
+        throw HostError({{"recipe " + file.string(), text, "a JSON object"}});
+    }
+    return ParseRecipe(document, file.parent_path());
+}
+
+ordered_json RecipeToJson(const Recipe& recipe)
+{
+    ordered_json document;
+    WriteFields(RecipeFields(), recipe, document);
+    if (recipe.region)
+    {
+        document[szRegion] = {{"shape", "rectangle"}};
+        document[szRegion].update(RectToJson(*recipe.region));
+    }
+    if (recipe.marginFrame)
+        document[szMarginFrame] = RectToJson(*recipe.marginFrame);
+    document[szDeadZones] = ordered_json::array();
+    for (const CRect& rect : recipe.deadZones)
+        document[szDeadZones].push_back(RectToJson(rect));
+    document["tables"] = {{"scan_pitch", recipe.scanPitches}, {"conv_pitch", recipe.convPitches}};
+    ordered_json& list = document["zones"]["list"] = ordered_json::array();
+    for (const ZoneSettings& zone : recipe.zones)
+        WriteFields(ZoneFields(), zone, list.emplace_back());
+    ordered_json& skip = document["zones"]["skip"] = ordered_json::array();
+    for (const auto& [column, row] : recipe.skippedCells)
+        skip.push_back({column, row});
+    return document;
+}
+
+void SaveRecipe(const std::filesystem::path& file, const Recipe& recipe)
+{
+    std::ofstream stream(file, std::ios::binary);
+    stream << RecipeToJson(recipe).dump(2) << '\n';
+    if (!stream.flush())
+        throw HostError({{"file " + file.string(), "cannot be written", "a writable place"}});
+}
+
+std::string DescribeRecipeFields()
+{
+    std::ostringstream out;
+    const Recipe defaults;
+    DescribeFields(RecipeFields(), defaults, "", out);
+    out << "region: object with shape (rectangle), left, top, right, bottom, in pixels, right and bottom exclusive; "
+           "default the whole image; what is inspected\n"
+           "margin_frame: object with left, top, right, bottom; default none; frame of the edge tests\n"
+           "dead_zones: list of at most 9 rectangles; default empty; no hits inside\n"
+           "tables.scan_pitch: list of pitches along y in pixels, one for each 16 rows; default empty; row table\n"
+           "tables.conv_pitch: list of pitches along x in pixels, one for each 16 columns; default empty; column "
+           "table\n"
+           "zones.skip: list of [column, row]; default empty; cells that are not inspected\n"
+           "zones.list: list of zones, each an object with the fields below\n";
+    DescribeFields(ZoneFields(), ZoneSettings{}, "zones.list[].", out);
+    return out.str();
+}
+
+} // namespace narvo

@@ -1,0 +1,152 @@
+// The recipe: all that an inspection engineer sets for one region, by clear names, as a plain structure and as JSON.
+// Ranges and units stand in the field table (recipe_fields.h), the rules that tie fields together in recipe_check.h.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "host/grey_image.h"
+#include "narvoassem/platform.h"
+
+namespace narvo
+{
+
+/// Version of the recipe's JSON form.
+constexpr int nRecipeVersion = 1;
+/// Zones are numbered 0 .. 15.
+constexpr int nRecipeZoneLimit = 16;
+
+enum Mode : int
+{
+    Mode_Zone = 0 ///< thresholds from zone maps laid over the pattern's cell
+};
+
+enum Direction : int
+{
+    Direction_Horizontal = 0, ///< a pixel is compared with the one a pitch to its right
+    Direction_Vertical = 1    ///< a pixel is compared with the one a pitch below
+};
+
+/// The further reference that the pair filters look at.
+enum FilterTest : int
+{
+    FilterTest_Cross = 0, ///< one pitch across the compare direction
+    FilterTest_Jump = 1   ///< two pitches along it
+};
+
+/// What the pair filters compare.
+enum FilterSample : int
+{
+    FilterSample_Pixel = 0, ///< single pixels
+    FilterSample_Block = 1  ///< 2 by 2 blocks, against the threshold times the window's area
+};
+
+/// Thresholds of one zone. A threshold is offset + (larger compared value * gain) / 256.
+struct ZoneSettings
+{
+    int index = 0;
+    int offset = 20;
+    int gain = 0;
+    int knee = 255; ///< larger compared values above this take the upper segment
+    int upperOffset = 20;
+    int upperGain = 0;
+    int darkFilterOffset = 20;
+    int darkFilterGain = 0;
+    int brightFilterOffset = 20;
+    int brightFilterGain = 0;
+    int tableOffset = 20; ///< zone tables in place of the maps
+    int tableGain = 0;
+    int darkGreyLimit = 0;       ///< dark pairs at or above this grey are dropped; 0 is off
+    int brightMinDifference = 0; ///< bright pairs that stand out by less are dropped; 0 is off
+};
+
+/// One region's inspection. Defaults are those of the JSON form.
+struct Recipe
+{
+    int version = nRecipeVersion;
+    int mode = Mode_Zone;
+    int direction = Direction_Vertical;
+    bool autoDirection = false;
+    int maxReruns = 3;
+    int maxBlobs = 20000;
+    int label = -1;
+
+    std::optional<CRect> region;      ///< none: the whole image
+    std::optional<CRect> marginFrame; ///< none: the filters' own choice
+    std::vector<CRect> deadZones;
+    std::vector<std::pair<int, int>> skippedCells; ///< column and row in the zone grid, counted from zoneOrigin
+
+    double pitchX = 0.0;
+    double pitchY = 0.0;
+    int multipleX = 1;
+    int multipleY = 1;
+    int windowWidth = 2;
+    int windowHeight = 2;
+
+    int greyLimit = 255;
+    int thresholdExtra = 0;
+    bool keepSingles = true;
+    bool bandSplit = true;
+    int mergeDistance = 4;
+    double pixelSizeX = 1.0;
+    double pixelSizeY = 1.0;
+
+    bool extendedKernel = false;
+    bool average2by2 = false;
+    bool lineBuffer = true;
+    bool twoSegment = false;
+    bool zoneTables = false;
+    double crossShift = 0.0;
+    double classPitch = 0.0;
+    int darkFilterBase = 0;
+    int darkFilterGain = 0;
+
+    bool filters = true;
+    bool marginFilter = true;
+    int filterTest = FilterTest_Cross;
+    bool filterPairs = false;
+    int filterSample = FilterSample_Pixel;
+    bool zoneFilterThresholds = false;
+
+    std::vector<double> scanPitches; ///< along y, pixels, one for each 16 rows of the image; empty: pitchY everywhere
+    std::vector<double> convPitches; ///< along x, pixels, one for each 16 columns; empty: pitchX everywhere
+
+    int zoneMultipleX = 1;
+    int zoneMultipleY = 1;
+    double zoneOriginX = 0.0;
+    double zoneOriginY = 0.0;
+    std::string zoneImageFile;  ///< as written in the recipe; empty: one flat zone
+    std::string classImageFile; ///< as written in the recipe; empty: none
+    GreyImage zoneImage;        ///< painted zones of one cell: a pixel's value is its zone
+    GreyImage classImage;       ///< class ids of one cell, 0 .. 15
+    std::vector<ZoneSettings> zones = {ZoneSettings{}};
+
+    double RealPitchX() const { return pitchX * multipleX; }
+    double RealPitchY() const { return pitchY * multipleY; }
+    double CellWidth() const { return pitchX * zoneMultipleX; }
+    double CellHeight() const { return pitchY * zoneMultipleY; }
+};
+
+/// Reads a recipe from JSON. Image files that it names are looked up in `folder`.
+/// @throws HostError with all that is wrong: unknown, missing, ill-typed and out-of-range fields, broken rules
+Recipe ParseRecipe(const nlohmann::json& document, const std::filesystem::path& folder);
+
+/// Reads a recipe file; image files are looked up beside it. @throws HostError as ParseRecipe, or when unreadable
+Recipe LoadRecipe(const std::filesystem::path& file);
+
+/// The recipe with every field written out.
+nlohmann::ordered_json RecipeToJson(const Recipe& recipe);
+
+/// Writes a recipe file; the images that it names are not written. @throws HostError when that fails
+void SaveRecipe(const std::filesystem::path& file, const Recipe& recipe);
+
+/// One line for each field of the JSON form: name, unit, range, default, meaning.
+std::string DescribeRecipeFields();
+
+} // namespace narvo

@@ -1,0 +1,174 @@
+// Image files: what is taken as 8-bit grey, what is refused and in which words.
+#include "host/grey_image.h"
+
+#include <fstream>
+#include <functional>
+
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
+
+#include "host/host_test_help.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+using testing::HasSubstr;
+
+cv::Mat GreyRamp(int width, int height)
+{
+    cv::Mat image(height, width, CV_8UC1);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            image.at<unsigned char>(y, x) = static_cast<unsigned char>((x * 7 + y * 13) & 255);
+    return image;
+}
+
+cv::Mat Merge(const cv::Mat& grey, int channels)
+{
+    cv::Mat merged;
+    cv::merge(std::vector<cv::Mat>(static_cast<std::size_t>(channels), grey), merged);
+    return merged;
+}
+
+void ExpectRamp(const GreyImage& image, int width, int height)
+{
+    ASSERT_EQ(image.Width(), width);
+    ASSERT_EQ(image.Height(), height);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            ASSERT_EQ(image.Row(y)[x], (x * 7 + y * 13) & 255) << x << ", " << y;
+}
+
+Problem RefusalOf(const std::filesystem::path& file)
+{
+    const auto found = ProblemsOf([&] { LoadGreyImage(file); });
+    EXPECT_EQ(found.size(), 1U);
+    return found.empty() ? Problem{} : found.front();
+}
+
+TEST(GreyImage, EveryLosslessFormatIsReadAsWritten)
+{
+    const TestFolder folder;
+    for (const char* name : {"a.png", "a.tif", "a.bmp", "a.pgm"})
+    {
+        ASSERT_TRUE(cv::imwrite((folder / name).string(), GreyRamp(37, 21)));
+        ExpectRamp(LoadGreyImage(folder / name), 37, 21);
+    }
+}
+
+TEST(GreyImage, JpegIsRead)
+{
+    const TestFolder folder;
+    ASSERT_TRUE(cv::imwrite((folder / "a.jpg").string(), cv::Mat(16, 24, CV_8UC1, cv::Scalar(90))));
+    const GreyImage image = LoadGreyImage(folder / "a.jpg");
+    EXPECT_EQ(image.Width(), 24);
+    EXPECT_NEAR(image.Row(8)[12], 90, 1);
+}
+
+TEST(GreyImage, RowsArePaddedToFourByTheirLastPixel)
+{
+    const unsigned char pixels[] = {1, 2, 3, 4, 5, 9, 6, 7, 8, 9, 10, 9};
+    const GreyImage image(pixels, 5, 2, 6);
+    EXPECT_EQ(image.Stride(), 8);
+    EXPECT_EQ(image.Row(0)[7], 5);
+    EXPECT_EQ(image.Row(1)[0], 6);
+    EXPECT_EQ(image.Row(1)[5], 10);
+}
+
+TEST(GreyImage, EqualColourChannelsAreTaken)
+{
+    const TestFolder folder;
+    ASSERT_TRUE(cv::imwrite((folder / "a.png").string(), Merge(GreyRamp(19, 9), 3)));
+    ExpectRamp(LoadGreyImage(folder / "a.png"), 19, 9);
+}
+
+TEST(GreyImage, ColourIsRefusedWithPlaceAndValue)
+{
+    const TestFolder folder;
+    cv::Mat image = Merge(GreyRamp(19, 9), 3);
+    image.at<cv::Vec3b>(4, 11) = {10, 20, 30};
+    ASSERT_TRUE(cv::imwrite((folder / "a.png").string(), image));
+    const Problem problem = RefusalOf(folder / "a.png");
+    EXPECT_THAT(problem.field, HasSubstr("a.png"));
+    EXPECT_EQ(problem.value, "colour (red 30, green 20, blue 10 at column 11, row 4)");
+    EXPECT_THAT(problem.allowed, HasSubstr("8-bit grey"));
+}
+
+TEST(GreyImage, OpaqueAlphaIsTakenAndTransparencyRefused)
+{
+    const TestFolder folder;
+    cv::Mat image = Merge(GreyRamp(19, 9), 4);
+    image.forEach<cv::Vec4b>([](cv::Vec4b& pixel, const int*) { pixel[3] = 255; });
+    ASSERT_TRUE(cv::imwrite((folder / "a.png").string(), image));
+    ExpectRamp(LoadGreyImage(folder / "a.png"), 19, 9);
+
+    image.at<cv::Vec4b>(2, 3)[3] = 254;
+    ASSERT_TRUE(cv::imwrite((folder / "b.png").string(), image));
+    EXPECT_EQ(RefusalOf(folder / "b.png").value, "transparency (alpha 254 at column 3, row 2)");
+}
+
+TEST(GreyImage, SixteenBitIsTakenOnlyWhereEveryValueIsAMultipleOf257)
+{
+    const TestFolder folder;
+    cv::Mat wide;
+    GreyRamp(19, 9).convertTo(wide, CV_16UC1, 257.0);
+    ASSERT_TRUE(cv::imwrite((folder / "a.png").string(), wide));
+    ExpectRamp(LoadGreyImage(folder / "a.png"), 19, 9);
+
+    wide.at<unsigned short>(5, 6) = 258;
+    ASSERT_TRUE(cv::imwrite((folder / "b.png").string(), wide));
+    EXPECT_EQ(RefusalOf(folder / "b.png").value, "16-bit value 258 at column 6, row 5");
+}
+
+TEST(GreyImage, FloatingPointIsRefused)
+{
+    const TestFolder folder;
+    ASSERT_TRUE(cv::imwrite((folder / "a.tif").string(), cv::Mat(8, 8, CV_32FC1, cv::Scalar(0.5))));
+    EXPECT_EQ(RefusalOf(folder / "a.tif").value, "signed or floating-point pixels");
+}
+
+TEST(GreyImage, MissingFileIsNamed)
+{
+    const TestFolder folder;
+    const Problem problem = RefusalOf(folder / "nowhere.png");
+    EXPECT_THAT(problem.field, HasSubstr("nowhere.png"));
+    EXPECT_EQ(problem.value, "no such file");
+}
+
+TEST(GreyImage, FileThatIsNoImageIsNamed)
+{
+    const TestFolder folder;
+    std::ofstream(folder / "a.png") << "not an image at all";
+    EXPECT_EQ(RefusalOf(folder / "a.png").value, "not an image, or damaged");
+    std::ofstream(folder / "empty.png").flush();
+    EXPECT_EQ(RefusalOf(folder / "empty.png").value, "not an image, or damaged");
+}
+
+TEST(GreyImage, FolderInPlaceOfAFileIsRefused)
+{
+    const TestFolder folder;
+    EXPECT_EQ(RefusalOf(folder.Path()).value, "cannot be read");
+}
+
+TEST(GreyImage, SavedImageReadsBackTheSame)
+{
+    const TestFolder folder;
+    const cv::Mat ramp = GreyRamp(33, 7);
+    SaveGreyImage(folder / "a.png", GreyImage(ramp.data, 33, 7, static_cast<std::ptrdiff_t>(ramp.step)));
+    ExpectRamp(LoadGreyImage(folder / "a.png"), 33, 7);
+}
+
+TEST(GreyImage, UnwritablePlaceAndUnknownEndingAreNamed)
+{
+    const TestFolder folder;
+    const GreyImage image(4, 4, 7);
+    EXPECT_THAT(ProblemsOf([&] { SaveGreyImage(folder / "no" / "a.png", image); }), testing::SizeIs(1));
+    EXPECT_THAT(ProblemsOf([&] { SaveGreyImage(folder / "a.nothing", image); }), testing::SizeIs(1));
+}
+
+} // namespace
+
+} // namespace narvo

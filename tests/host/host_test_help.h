@@ -1,0 +1,95 @@
+// Shared pieces of the host layer's tests: a folder that goes away, a small valid recipe, matching of problems.
+#pragma once
+
+#include <filesystem>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "host/problem.h"
+#include "host/recipe.h"
+
+namespace narvo
+{
+
+/// How the test framework shows a problem.
+inline void PrintTo(const Problem& problem, std::ostream* out)
+{
+    *out << problem.Text();
+}
+
+/// A folder of its own for each test, removed with the object.
+class TestFolder
+{
+public:
+    TestFolder()
+    {
+        const auto* info = testing::UnitTest::GetInstance()->current_test_info();
+        m_path = std::filesystem::path(testing::TempDir()) /
+                 (std::string("narvo_") + info->test_suite_name() + "_" + info->name());
+        std::filesystem::remove_all(m_path);
+        std::filesystem::create_directories(m_path);
+    }
+    ~TestFolder()
+    {
+        std::error_code error;
+        std::filesystem::remove_all(m_path, error);
+    }
+    TestFolder(const TestFolder&) = delete;
+    TestFolder& operator=(const TestFolder&) = delete;
+
+    std::filesystem::path operator/(const std::string& name) const { return m_path / name; }
+    const std::filesystem::path& Path() const { return m_path; }
+
+private:
+    std::filesystem::path m_path;
+};
+
+/// The shortest recipe that says all that is required.
+inline nlohmann::json SmallestRecipe()
+{
+    return {{"version", 1}, {"pitch", {{"x", 20.5}, {"y", 30.25}}}};
+}
+
+inline Recipe SmallestParsed()
+{
+    return ParseRecipe(SmallestRecipe(), {});
+}
+
+/// Problems that `call` throws; empty when it throws none.
+template <typename Call>
+std::vector<Problem> ProblemsOf(Call call)
+{
+    try
+    {
+        call();
+    }
+    catch (const HostError& error)
+    {
+        return error.Problems();
+    }
+    return {};
+}
+
+inline std::vector<Problem> ParseProblems(const nlohmann::json& document)
+{
+    return ProblemsOf([&] { ParseRecipe(document, {}); });
+}
+
+MATCHER_P3(IsProblem, field, value, allowed, "")
+{
+    *result_listener << arg.Text();
+    return arg.field == field && arg.value == value && arg.allowed == allowed;
+}
+
+MATCHER_P(IsAbout, field, "")
+{
+    *result_listener << arg.Text();
+    return arg.field == field;
+}
+
+} // namespace narvo
