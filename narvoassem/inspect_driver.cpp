@@ -34,6 +34,10 @@ int Compare(CNarvoAssem& engine, Comparison eComparison)
         return engine.Compare_Zone2();
     case Comparison::AsgZone:
         return engine.Compare_ASGZone();
+    case Comparison::Average:
+        return engine.CompareAverage();
+    case Comparison::Binarise:
+        return engine.BinalizeInspection();
     default:
         return engine.ConvParam.nDirection != 0 ? engine.ConvParam.rtInspect.right : engine.ConvParam.rtInspect.bottom;
     }

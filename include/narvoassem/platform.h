@@ -143,7 +143,7 @@ public:
     CRgn(const CRgn&) = delete;
     CRgn& operator=(const CRgn&) = delete;
 
-    /// The rectangle, right and bottom exclusive; its sides may be given in either order. @return 1, or 0 on failure
+    /// The rectangle, right and bottom exclusive; a reversed one is empty. @return 1, or 0 on failure
     int CreateRectRgn(int x1, int y1, int x2, int y2);
     /// As CreateRectRgn. @return 1, or 0 on failure
     int CreateRectRgnIndirect(const CRect* pRect);
