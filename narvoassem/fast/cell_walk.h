@@ -56,11 +56,14 @@ public:
     {
     }
 
-    /// Enters the strip at column x, which lies right of the strip before. One cell column at most is stepped.
+    /// Enters the strip at column x: the scan's first one, or one right of the strip before. One cell column at most is
+    /// stepped.
     void Enter(std::int64_t x)
     {
-        m_bFresh = x >= m_nCellRight;
-        if (!m_bFresh)
+        const bool bStep = x >= m_nCellRight;
+        m_bFresh = bStep || m_bAtStart;
+        m_bAtStart = false;
+        if (!bStep)
             return;
         m_pColumn += m_pGrid->RecordBytes();
         m_first = ReadFirst();
@@ -87,7 +90,8 @@ private:
     const std::byte* m_pColumn = nullptr;
     CCellOrigin m_first;
     std::int64_t m_nCellRight = 0;
-    bool m_bFresh = true;
+    bool m_bAtStart = true;
+    bool m_bFresh = false;
 };
 
 /// Walks the rows of one strip downward. In a strip that stays in its cell column the first step lands on the first
@@ -144,19 +148,20 @@ public:
     {
     }
 
-    /// Enters row y, the one below the row before. @return true if a grid row was stepped
-    bool Enter(std::int64_t y)
+    /// Enters row y: the scan's first one, or one at which a step is due. One grid row at most is stepped.
+    void Enter(std::int64_t y)
     {
         if (y < m_nCellBottom)
-            return false;
+            return;
         m_pRow += m_pGrid->nRowBytes;
         m_first = m_pGrid->Read(m_pRow);
         m_nCellBottom = m_first.nY + m_pGrid->nCellHeight;
         if (m_first.nY + 2 * m_pGrid->nCellHeight > m_nBottom)
             m_nCellBottom += m_pGrid->nCellHeight;
-        return true;
     }
 
+    /// The row from which on a step is due.
+    std::int64_t CellBottom() const { return m_nCellBottom; }
     const CZoneGrid& Grid() const { return *m_pGrid; }
     const std::byte* Row() const { return m_pRow; }
     const CCellOrigin& First() const { return m_first; }
@@ -180,17 +185,17 @@ public:
     {
     }
 
-    /// Enters the block at column x, right of the block before. @return true if a cell was stepped
-    bool Enter(std::int64_t x)
+    /// Enters the block at column x: the row's first one, or the one right of the block before. One cell at most is
+    /// stepped.
+    void Enter(std::int64_t x)
     {
         if (x < m_nCellRight)
-            return false;
+            return;
         m_pRecord += m_pGrid->RecordBytes();
         m_origin = m_pGrid->Read(m_pRecord);
         m_nCellRight = m_origin.nX + m_pGrid->nCellWidth;
         if (m_origin.nX + 2 * m_pGrid->nCellWidth >= m_nScanEnd)
             m_nCellRight += m_pGrid->nCellWidth;
-        return true;
     }
 
     const CCellOrigin& Origin() const { return m_origin; }

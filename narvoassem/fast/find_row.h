@@ -11,6 +11,7 @@ namespace narvo
 
 constexpr int kStripWidth = 16; ///< columns of a strip
 constexpr int kGroupWidth = 8;  ///< columns of a group: capacities are tested after each
+constexpr int kSpareMasks = 8;  ///< masks behind a row's last that may be read
 
 /// What the finder compares, one row each.
 enum class FindVariant

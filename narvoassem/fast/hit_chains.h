@@ -9,7 +9,9 @@
 #include <cstdint>
 #include <cstring>
 
+#include "narvoassem/fast/compare_pixel.h"
 #include "narvoassem/fast/grow_buffer.h"
+#include "narvoassem/fast/kernel_call.h"
 
 namespace narvo
 {
@@ -97,5 +99,20 @@ private:
     std::size_t m_nCount = 0;
     std::size_t m_nLimit = 0;
 };
+
+/// Puts a hit of the strip or block at column x into the arrays at nIndex.
+template <bool kPeak>
+void StoreHit(const CHitArrays& hits, std::int64_t nIndex, std::int64_t x, const CFoundHit& hit)
+{
+    hits.pX[nIndex] = static_cast<int>(x + hit.nColumn);
+    hits.pY[nIndex] = hit.nRow;
+    hits.pType[nIndex] = hit.nDiff >= 1 ? DefectType_Bright : DefectType_Dark;
+    if (kPeak)
+        hits.pPeak[nIndex] = HitPeak(hit.nDiff, hit.nThreshold);
+    hits.pSrcGray[nIndex] = hit.nSrc;
+    hits.pCmpGray[nIndex] = hit.nCmp;
+    hits.pZoneIndex[nIndex] = hit.nZone;
+    hits.pThreshold[nIndex] = hit.nThreshold;
+}
 
 } // namespace narvo

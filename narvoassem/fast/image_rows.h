@@ -15,6 +15,8 @@ namespace narvo
 /// One pixel. Without a known height the address is read as it is.
 inline std::uint8_t ReadPixel(const CImageView& image, std::int64_t x, std::int64_t y)
 {
+    if (!image.IsFilled(y))
+        return 0;
     if (image.nRows == 0)
         return image.pPixels[y * image.nStride + x];
     const std::int64_t nAddress = std::clamp<std::int64_t>(y, 0, image.nRows - 1) * image.nStride + x;
@@ -26,6 +28,11 @@ inline std::uint8_t ReadPixel(const CImageView& image, std::int64_t x, std::int6
 inline const std::uint8_t* ReadRow(const CImageView& image, std::int64_t x, std::int64_t y, std::int64_t nCount,
                                    std::uint8_t* pCopy)
 {
+    if (!image.IsFilled(y))
+    {
+        std::memset(pCopy, 0, static_cast<std::size_t>(nCount));
+        return pCopy;
+    }
     if (image.nRows == 0)
         return image.pPixels + y * image.nStride + x;
     const std::int64_t nFirst = std::clamp<std::int64_t>(y, 0, image.nRows - 1) * image.nStride + x;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 
 #include "narvoassem/convparam.h"
 #include "narvoassem/defectpair.h"
@@ -18,6 +19,11 @@ struct CImageView
     const std::uint8_t* pPixels = nullptr;
     std::int64_t nStride = 0; ///< bytes per row
     std::int64_t nRows = 0;   ///< rows, or 0 where unknown
+    /// Rows outside these read as 0: kernels that fill a strip buffer know the region's rows alone.
+    std::int64_t nFilledTop = std::numeric_limits<std::int64_t>::min();
+    std::int64_t nFilledBottom = std::numeric_limits<std::int64_t>::max();
+
+    bool IsFilled(std::int64_t y) const { return nFilledTop <= y && y < nFilledBottom; }
 };
 
 /// The hit arrays of the pixel store, handed to a kernel as working space.
@@ -120,5 +126,42 @@ struct CZoneCall : CKernelCall
 
 /// Runs a zone kernel. @return the new pair count
 int RunZoneKernel(ZoneKernel eKernel, const CZoneCall& call);
+
+/// The pixel kernels of the public interface, by name. The twice kernels are two runs of theirs.
+enum class PixelKernel
+{
+    Hori,       ///< ConvPixelFast
+    HoriTable,  ///< ConvPixelTableFast
+    HoriIntrin, ///< ConvPixel_Intrin
+    VertDirect, ///< ConvPixelVertFast
+    Vert,       ///< ConvPixelVertSFast
+    Vert2,      ///< ConvPixelVertSFast2
+    Vtds,       ///< ConvPixelVTDSFast
+    Vtds2,      ///< ConvPixelVTDSFast2
+    VertIntrin, ///< ConvPixelVertS_Intrin
+    VtdsIntrin, ///< ConvPixelVTDS_Intrin
+    VertWide,   ///< ConvPixelVert_AVX, both overloads
+    VtdsWide,   ///< ConvPixelVTDS_Intrin_AVX
+    VertMask    ///< ConvPixelVertMask
+};
+
+/// A threshold set: base in grey levels, gain in 1/256.
+struct CThresholdSet
+{
+    std::int64_t nBase = 0;
+    std::int64_t nGain = 0;
+};
+
+/// A call of a pixel kernel: thresholds are the same for all pixels. Kernels with two sets take pParam for dead zones
+/// alone.
+struct CPixelCall : CKernelCall
+{
+    CThresholdSet first;
+    CThresholdSet second;                ///< for dark hits; in force when its base is 1 or more
+    const std::uint8_t* pMask = nullptr; ///< laid out as the image; source pixels with 0 are not inspected
+};
+
+/// Runs a pixel kernel. @return the new pair count
+int RunPixelKernel(PixelKernel eKernel, const CPixelCall& call);
 
 } // namespace narvo

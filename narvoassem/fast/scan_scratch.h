@@ -34,14 +34,17 @@ struct CScanScratch
     CGrowBuffer<std::int16_t> columnNear;
     CGrowBuffer<std::int16_t> columnFar;
     CGrowBuffer<std::uint8_t> classId; ///< per hit, for the class-id kernels
-    std::size_t nZeros = 0;            ///< elements of zeroMap that are known to be 0
+    CGrowBuffer<int> ownHits[6];       ///< hit arrays of kernels that are given none
+    CGrowBuffer<short> ownTypes;
+    std::size_t nZeros = 0; ///< elements of zeroMap that are known to be 0
 
     /// Makes room for a row of nStrips strips. @return false without memory
     bool ReserveRow(std::int64_t nStrips)
     {
         const auto nCount = static_cast<std::size_t>(nStrips);
         const std::size_t nColumns = nCount * kStripWidth;
-        if (!mask.Reserve(nCount + 8) || !walks.Reserve(nCount) || !runs.Reserve(nCount) || !zeroMap.Reserve(nColumns))
+        if (!mask.Reserve(nCount + kSpareMasks) || !walks.Reserve(nCount) || !runs.Reserve(nCount) ||
+            !zeroMap.Reserve(nColumns))
             return false;
         for (CGrowBuffer<std::uint8_t>& copy : rowCopy)
             if (!copy.Reserve(nColumns + kStripWidth))

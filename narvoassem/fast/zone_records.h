@@ -7,6 +7,7 @@
 
 #include "narvoassem/fast/band_pairing.h"
 #include "narvoassem/fast/dead_zones.h"
+#include "narvoassem/fast/grow_buffer.h"
 #include "narvoassem/fast/wrap.h"
 #include "narvoassem/fast/zone_traits.h"
 
@@ -53,8 +54,9 @@ template <CZoneTraits kTraits>
 class CZoneRecords
 {
 public:
-    /// pClassId holds a class id for each hit, where kTraits writes them.
-    explicit CZoneRecords(const CZoneCall& call) : m_call(call), m_nCount(call.pairs.nCount), m_tsp(call.pParam)
+    /// classId holds a class id for each hit, where kTraits writes them.
+    CZoneRecords(const CZoneCall& call, CGrowBuffer<std::uint8_t>& classId)
+        : m_call(call), m_nCount(call.pairs.nCount), m_tsp(call.pParam), m_classId(classId)
     {
         if (kTraits.bDeadZones && call.pParam != nullptr)
             m_deadZones = CDeadZones(call.pParam->rtDeadZone);
@@ -62,7 +64,6 @@ public:
 
     std::int64_t Count() const { return m_nCount; }
     const CTspTables& Tsp() const { return m_tsp; }
-    void SetClassIds(const std::uint8_t* pClassId) { m_pClassId = pClassId; }
 
     bool IsFull() const { return m_nCount >= m_call.pairs.nSize; }
 
@@ -103,7 +104,8 @@ public:
         pair.nZoneIndex = hits.pZoneIndex[nHit];
         pair.nThreshold = nThreshold;
         if (kTraits.bClassId)
-            pair.nSubZone = m_pClassId[nHit];
+            pair.nSubZone =
+                static_cast<std::size_t>(nHit) < m_classId.Capacity() ? m_classId[static_cast<std::size_t>(nHit)] : 0;
         return true;
     }
 
@@ -134,7 +136,7 @@ private:
     std::int64_t m_nCount;
     CDeadZones m_deadZones;
     CTspTables m_tsp;
-    const std::uint8_t* m_pClassId = nullptr;
+    CGrowBuffer<std::uint8_t>& m_classId;
 };
 
 } // namespace narvo

@@ -4,6 +4,7 @@
 
 #include "narvoassem/fast/find_row.h"
 #include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/scan.h"
 
 namespace narvo
 {
@@ -19,11 +20,8 @@ enum class ZoneGate
 /// Options of a zone kernel, fixed at compile time.
 struct CZoneTraits
 {
-    FindVariant eFind = FindVariant::LinearMap;
-    bool bHorizontal = false;
-    int nFreeRows = 2;            ///< vertical: rows at the bottom that stay uncompared, besides the pitch
+    CScanTraits scan = {.bLastBandFirst = true};
     bool bFlagged = false;        ///< skip fields in the origin table
-    bool bRowTable = false;       ///< pitch from a table of rows
     bool bPeak = true;            ///< writes peaks
     bool bThresholdExtra = false; ///< singles need a peak above nThresholdExtra
     bool bDeadZones = false;
@@ -33,38 +31,46 @@ struct CZoneTraits
 
 constexpr CZoneTraits GetZoneTraits(ZoneKernel eKernel)
 {
+    using enum FindVariant;
+    constexpr CScanTraits kStrips = {.bLastBandFirst = true};
+    constexpr CScanTraits kLongStrips = {.bLastBandFirst = true, .nFreeRows = 1};
+    constexpr CScanTraits kMeans = {.eFind = MeanMap, .bLastBandFirst = true, .nFreeRows = 1};
+    constexpr CScanTraits kBilinear = {.eFind = BilinearMap, .bLastBandFirst = true, .bRowTable = true};
     switch (eKernel)
     {
     case ZoneKernel::Vert:
-        return {.bThresholdExtra = true};
+        return {.scan = kStrips, .bThresholdExtra = true};
     case ZoneKernel::VertDirect:
-        return {.nFreeRows = 1};
+        return {.scan = kLongStrips};
     case ZoneKernel::Vert2by2:
-        return {.eFind = FindVariant::MeanMap, .nFreeRows = 1, .bThresholdExtra = true};
+        return {.scan = kMeans, .bThresholdExtra = true};
     case ZoneKernel::VertFlag:
-        return {.nFreeRows = 1, .bFlagged = true, .bThresholdExtra = true};
+        return {.scan = kLongStrips, .bFlagged = true, .bThresholdExtra = true};
     case ZoneKernel::VertFlag2by2:
-        return {.eFind = FindVariant::MeanMap, .nFreeRows = 1, .bFlagged = true, .bThresholdExtra = true};
+        return {.scan = kMeans, .bFlagged = true, .bThresholdExtra = true};
     case ZoneKernel::VertKnee:
-        return {.eFind = FindVariant::LinearKnee};
+        return {.scan = {.eFind = LinearKnee, .bLastBandFirst = true}};
     case ZoneKernel::Vtd:
-        return {.eFind = FindVariant::BilinearMap, .bRowTable = true, .bThresholdExtra = true};
+        return {.scan = kBilinear, .bThresholdExtra = true};
     case ZoneKernel::Hori:
-        return {.bHorizontal = true};
+        return {.scan = {.eFind = LinearMap, .bHorizontal = true}};
     case ZoneKernel::HoriTable:
-        return {.eFind = FindVariant::ColumnMap, .bHorizontal = true};
+        return {.scan = {.eFind = ColumnMap, .bHorizontal = true}};
     case ZoneKernel::Vert2S:
-        return {.bPeak = false, .bDeadZones = true};
+        return {.scan = kStrips, .bPeak = false, .bDeadZones = true};
     case ZoneKernel::Vert2STsp:
-        return {.eFind = FindVariant::LinearFloor, .bPeak = false, .bDeadZones = true, .eGate = ZoneGate::Tsp};
+        return {.scan = {.eFind = LinearFloor, .bLastBandFirst = true},
+                .bPeak = false,
+                .bDeadZones = true,
+                .eGate = ZoneGate::Tsp};
     case ZoneKernel::Vert2SBlack:
-        return {.bPeak = false, .bDeadZones = true, .eGate = ZoneGate::BlackFilter};
+        return {.scan = kStrips, .bPeak = false, .bDeadZones = true, .eGate = ZoneGate::BlackFilter};
     case ZoneKernel::VtdIntrin:
-        return {.eFind = FindVariant::BilinearMap, .bRowTable = true, .bPeak = false, .bDeadZones = true};
+        return {.scan = kBilinear, .bPeak = false, .bDeadZones = true};
     case ZoneKernel::ClassId:
-        return {.bThresholdExtra = true, .bClassId = true};
+        return {.scan = kStrips, .bThresholdExtra = true, .bClassId = true};
     case ZoneKernel::ClassIdTable:
-        return {.eFind = FindVariant::BilinearMap, .bRowTable = true, .bThresholdExtra = true, .bClassId = true};
+        return {.scan = kBilinear, .bThresholdExtra = true, .bClassId = true};
     }
     return {};
 }

@@ -1,0 +1,122 @@
+// The horizontal scan: rows top down, each from left to right in blocks of 16 columns.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+#include "narvoassem/fast/pixel_values.h"
+#include "narvoassem/fast/scan.h"
+
+namespace narvo
+{
+
+template <class TRule>
+class CRowScan : CScan<TRule>
+{
+    using CBase = CScan<TRule>;
+    using CBase::kScan, CBase::m_call, CBase::m_rule, CBase::m_pitch, CBase::m_scratch, CBase::m_row;
+    static constexpr bool kColumnTables =
+        kScan.eFind == FindVariant::ColumnMap || kScan.eFind == FindVariant::ColumnScalar;
+
+public:
+    CRowScan(const CKernelCall& call, TRule& rule)
+        : CBase(call, rule),
+          m_nScanEnd(call.region.nLeft + RoundDownTo16(call.region.nRight - call.region.nLeft - m_pitch.nWhole)),
+          m_nStrips(std::max<std::int64_t>(m_nScanEnd - call.region.nLeft, 0) / kStripWidth)
+    {
+    }
+
+    /// @return the new pair count
+    int Run()
+    {
+        const CRegion& region = m_call.region;
+        if (region.nTop >= region.nBottom)
+            return this->End(region.nBottom + 1);
+        if (!this->ReserveRow(m_nStrips) || !SpreadWeights())
+            return this->End(region.nTop);
+        const CBands bands = {.nFirstEnd = region.nLeft + m_pitch.nWhole,
+                              .nLastStart = m_nScanEnd - m_pitch.nWhole,
+                              .nHop = m_pitch.nHop};
+        m_rule.BeginScan(m_nScanEnd);
+        std::int64_t nNextStep = region.nTop;
+        for (std::int64_t y = region.nTop; y < region.nBottom; ++y)
+        {
+            if (y >= nNextStep)
+                nNextStep = this->StepRuns(region.nLeft, y, m_nStrips);
+            SetRow(y);
+            FindRow(kScan.eFind, m_row);
+            this->ForEachHit(region.nLeft, y, m_pitch, m_nStrips,
+                             [&](std::int64_t nStrip, const CFoundHit& hit) {
+                                 return this->AppendHit(region.nLeft + nStrip * kStripWidth, hit,
+                                                        2 * nStrip + hit.nColumn / kGroupWidth);
+                             });
+            if (this->Pair(bands) == PairingEnd::PairsFull)
+                return this->End(y + 1);
+        }
+        return this->End(region.nBottom + 1);
+    }
+
+private:
+    /// Column tables, spread to one weight a column. @return false without memory
+    bool SpreadWeights()
+    {
+        if constexpr (kColumnTables)
+        {
+            const auto nColumns = static_cast<std::size_t>(m_nStrips * kStripWidth);
+            if (!m_scratch.columnNear.Reserve(nColumns) || !m_scratch.columnFar.Reserve(nColumns))
+                return false;
+            for (std::size_t n = 0; n < nColumns; ++n)
+            {
+                const std::int64_t nWeight = ColumnWeightIndex(m_call.region.nLeft, static_cast<std::int64_t>(n));
+                m_scratch.columnNear[n] = m_call.pConvWeightNear[nWeight];
+                m_scratch.columnFar[n] = m_call.pConvWeightFar[nWeight];
+            }
+            m_row.pColumnNear = m_scratch.columnNear.Data();
+            m_row.pColumnFar = m_scratch.columnFar.Data();
+        }
+        return true;
+    }
+
+    void SetRow(std::int64_t y)
+    {
+        const CImageView& image = m_call.image;
+        const std::int64_t nLeft = m_call.region.nLeft;
+        const std::int64_t nColumns = m_nStrips * kStripWidth;
+        m_row.nMapRow = m_rule.MapRow(y);
+        m_row.pSrc = ReadRow(image, nLeft, y, nColumns, m_scratch.rowCopy[0].Data());
+        if constexpr (kColumnTables)
+            GatherReference(y);
+        else
+        {
+            m_row.pNear = ReadRow(image, nLeft + m_pitch.nWhole, y, nColumns, m_scratch.rowCopy[1].Data());
+            // Without a fraction the far sample has no weight and need not exist.
+            m_row.pFar = m_pitch.nFraction == 0
+                             ? m_row.pNear
+                             : ReadRow(image, nLeft + m_pitch.nWhole + 1, y, nColumns, m_scratch.rowCopy[2].Data());
+        }
+    }
+
+    /// Lays the displaced blocks of a row side by side.
+    void GatherReference(std::int64_t y)
+    {
+        std::uint8_t* pNear = m_scratch.rowCopy[1].Data();
+        std::uint8_t* pFar = m_scratch.rowCopy[2].Data();
+        for (std::int64_t nStrip = 0; nStrip < m_nStrips; ++nStrip)
+        {
+            const std::int64_t x = m_call.region.nLeft + nStrip * kStripWidth;
+            std::uint8_t copy[kStripWidth + 1];
+            const std::uint8_t* pBlock =
+                ReadRow(m_call.image, x + m_rule.BlockDisplacement(x), y, kStripWidth + 1, copy);
+            std::memcpy(pNear + nStrip * kStripWidth, pBlock, kStripWidth);
+            std::memcpy(pFar + nStrip * kStripWidth, pBlock + 1, kStripWidth);
+        }
+        m_row.pNear = pNear;
+        m_row.pFar = pFar;
+    }
+
+    std::int64_t m_nScanEnd;
+    std::int64_t m_nStrips;
+};
+
+} // namespace narvo

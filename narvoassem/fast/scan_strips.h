@@ -1,0 +1,138 @@
+// The vertical scan: strips of 16 columns from left to right, each top down.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+#include "narvoassem/fast/pixel_values.h"
+#include "narvoassem/fast/scan.h"
+
+namespace narvo
+{
+
+template <class TRule>
+class CStripScan : CScan<TRule>
+{
+    using CBase = CScan<TRule>;
+    using CBase::kScan, CBase::m_call, CBase::m_rule, CBase::m_pitch, CBase::m_scratch, CBase::m_row;
+
+public:
+    CStripScan(const CKernelCall& call, TRule& rule)
+        : CBase(call, rule), m_nStripEnd(call.region.nLeft + RoundDownTo16(call.region.nRight - call.region.nLeft)),
+          m_nRowEnd(call.region.nBottom - kScan.nFreeRows - m_pitch.nWhole)
+    {
+    }
+
+    /// @return the new pair count
+    int Run()
+    {
+        const CRegion& region = m_call.region;
+        const CBands bands = {.nFirstEnd = region.nTop + m_pitch.nWhole,
+                              .nLastStart = region.nBottom - kScan.nFreeRows - 2 * m_pitch.nWhole,
+                              .nHop = m_pitch.nHop};
+        std::int64_t x = region.nLeft;
+        if (x < m_nStripEnd)
+            m_rule.BeginScan(m_nStripEnd);
+        std::int64_t nTileStrips = kTileStrips;
+        while (x < m_nStripEnd)
+        {
+            const std::int64_t nStrips = std::min((m_nStripEnd - x + kStripWidth - 1) / kStripWidth, nTileStrips);
+            if (!FindTile(x, nStrips))
+            {
+                // Too many hits to hold, or no memory: look at fewer strips at once.
+                if (nStrips == 1)
+                    return this->End(x);
+                nTileStrips = nStrips / 2;
+                continue;
+            }
+            bool bInTile = true;
+            for (std::int64_t nStrip = 0; nStrip < nStrips && bInTile; ++nStrip)
+            {
+                m_rule.EnterStrip(x);
+                AppendStrip(x, nStrip);
+                const std::int64_t nAdvance = StripAdvance();
+                if (this->Pair(bands) == PairingEnd::PairsFull)
+                    return this->End(x + kStripWidth);
+                x += nAdvance;
+                bInTile = nAdvance == kStripWidth;
+            }
+        }
+        return this->End(x + kStripWidth);
+    }
+
+private:
+    /// Strips of a tile at the most: long rows suit the prefetcher.
+    static constexpr std::int64_t kTileStrips = 4096;
+
+    /// Finds the hits of nStrips strips from column x on. @return false when they cannot be held
+    bool FindTile(std::int64_t x, std::int64_t nStrips)
+    {
+        const std::int64_t nTop = m_call.region.nTop;
+        if (!this->ReserveRow(nStrips) || !m_scratch.chains.Begin(nStrips, m_nRowEnd - nTop))
+            return false;
+        m_rule.BeginTile(x, nStrips);
+        std::int64_t nNextStep = nTop;
+        for (std::int64_t y = nTop; y < m_nRowEnd; ++y)
+        {
+            if (y >= nNextStep)
+                nNextStep = this->StepRuns(x, y, nStrips);
+            const CPitch16 pitch = PitchAt(y);
+            SetRow(pitch, x, y, nStrips);
+            FindRow(kScan.eFind, m_row);
+            if (!this->ForEachHit(x, y, pitch, nStrips,
+                                  [&](std::int64_t nStrip, const CFoundHit& hit)
+                                  { return m_scratch.chains.Append(nStrip, hit); }))
+                return false;
+        }
+        return true;
+    }
+
+    void SetRow(const CPitch16& pitch, std::int64_t x, std::int64_t y, std::int64_t nStrips)
+    {
+        const std::int64_t nColumns = nStrips * kStripWidth + (kScan.ReadsOneMore() ? 1 : 0);
+        const auto read = [&](std::int64_t nColumn, std::int64_t nRow, int nCopy)
+        { return ReadRow(m_call.image, nColumn, nRow, nColumns, m_scratch.rowCopy[nCopy].Data()); };
+        m_row.nMapRow = m_rule.MapRow(y);
+        this->SetWeights(pitch);
+        const std::int64_t nReference = x + ReferenceShift<kScan>(m_call);
+        m_row.pSrc = read(x, y, 0);
+        m_row.pNear = read(nReference, y + pitch.nWhole, 1);
+        m_row.pFar = read(nReference, y + pitch.nWhole + 1, 2);
+        if constexpr (kScan.eFind == FindVariant::MeanMap)
+        {
+            m_row.pSrcBelow = read(x, y + 1, 3);
+            m_row.pFarBelow = read(x, y + pitch.nWhole + 2, 4);
+        }
+    }
+
+    /// The pitch that places the comparison of row y. A row table is entered at the region's top and read on every 16
+    /// rows counted from there; bands and pairing keep the pitch of the call.
+    CPitch16 PitchAt(std::int64_t y) const
+    {
+        if (!kScan.bRowTable || m_call.pScanPitchTable == nullptr)
+            return m_pitch;
+        return CPitch16(m_call.pScanPitchTable[(m_call.region.nTop >> 4) + (y - m_call.region.nTop) / 16]);
+    }
+
+    /// Fills the hit arrays from the chain of one strip, up to their capacity.
+    void AppendStrip(std::int64_t x, std::int64_t nStrip)
+    {
+        CHitChains& chains = m_scratch.chains;
+        for (const CFoundHit* pHit = chains.First(nStrip); pHit != nullptr; pHit = chains.Next(pHit))
+            if (!this->AppendHit(x, *pHit, 2 * (pHit->nRow - m_call.region.nTop) + pHit->nColumn / kGroupWidth))
+                return;
+    }
+
+    /// Columns from this strip to the next.
+    std::int64_t StripAdvance() const
+    {
+        if (kScan.eCut == StripCut::Stays || !this->IsCut() || m_nRowEnd <= m_call.region.nTop)
+            return kStripWidth;
+        return kStripWidth + kGroupWidth * (1 + this->CutGroup() % 2);
+    }
+
+    std::int64_t m_nStripEnd;
+    std::int64_t m_nRowEnd;
+};
+
+} // namespace narvo
