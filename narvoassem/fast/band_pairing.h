@@ -73,6 +73,7 @@ std::int64_t FindPartner(const CHitList& list, std::int64_t i, std::int64_t nTar
 {
     const CHitArrays& hits = *list.pHits;
     const int* pAlong = kTraits.eAxis == PairAxis::X ? hits.pX : hits.pY;
+    const int* pAcross = kTraits.eAxis == PairAxis::X ? hits.pY : hits.pX;
     std::int64_t j = i + 1;
     if (list.bSorted)
     {
@@ -87,7 +88,7 @@ std::int64_t FindPartner(const CHitList& list, std::int64_t i, std::int64_t nTar
             continue;
         if (pAlong[j] > nTarget)
             return -1;
-        if (kTraits.eAxis == PairAxis::Y && hits.pX[j] != hits.pX[i])
+        if (pAcross[j] != pAcross[i])
             continue;
         if (!IsOutOfPlay(hits.pType[j]) && hits.pType[j] != hits.pType[i])
             return j;

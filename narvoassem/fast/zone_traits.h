@@ -70,7 +70,7 @@ constexpr CZoneTraits GetZoneTraits(ZoneKernel eKernel)
     case ZoneKernel::ClassId:
         return {.scan = kStrips, .bThresholdExtra = true, .bClassId = true};
     case ZoneKernel::ClassIdTable:
-        return {.scan = kBilinear, .bThresholdExtra = true, .bClassId = true};
+        return {.scan = {.bLastBandFirst = true, .bRowTable = true}, .bThresholdExtra = true, .bClassId = true};
     }
     return {};
 }
