@@ -1,0 +1,20 @@
+// Timing: what is compared runs in turn in one process, and each side's best time counts, so that a ratio is free of
+// whatever else the machine does in the meantime.
+#pragma once
+
+#include <functional>
+#include <vector>
+
+namespace bench
+{
+
+using Action = std::function<void()>;
+
+/// Seconds on the monotonic clock.
+double Now();
+
+/// Runs all actions in turn, once uncounted and then nRounds times, each nRepeat times within a round.
+/// @return the best time of each, seconds per single run
+std::vector<double> TimeInterleaved(const std::vector<Action>& actions, int nRounds, int nRepeat = 1);
+
+} // namespace bench

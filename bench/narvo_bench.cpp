@@ -1,0 +1,53 @@
+// The bench: measures everything in one run and in one process, prints one line for each target and exits with 1 when
+// one falls short.
+#include <exception>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "bench/bench_lines.h"
+
+int main(int nArguments, char** ppArguments)
+{
+    const std::vector<std::pair<std::string, void (*)(bench::CTable&, const bench::SOptions&)>> families = {
+        {"zone", bench::AddZoneLines}, {"engine", bench::AddEngineLines}, {"blob", bench::AddBlobLines}};
+
+    CLI::App app("Measures the library against its baselines", "narvo_bench");
+    bench::SOptions options;
+    std::string strJson;
+    std::string strMarkdown;
+    std::vector<std::string> wanted;
+    bool bAll = false;
+    app.add_option("--json", strJson, "write all lines as JSON to this file");
+    app.add_option("--markdown", strMarkdown, "write all lines as a Markdown table to this file");
+    app.add_option("--only", wanted, "measure these families only (zone, engine, blob)");
+    app.add_flag("--all", bAll, "print the lines without a target too");
+    app.add_flag("--quick", options.bQuick, "small images, one round: checks results, judges no speed");
+    CLI11_PARSE(app, nArguments, ppArguments);
+
+    bench::CTable table;
+    for (const auto& [strName, pAdd] : families)
+        if (wanted.empty() || std::find(wanted.begin(), wanted.end(), strName) != wanted.end())
+            pAdd(table, options);
+
+    std::string strCommand;
+    for (int i = 0; i < nArguments; ++i)
+        strCommand += (i == 0 ? "" : " ") + std::string(i == 0 ? "narvo_bench" : ppArguments[i]);
+    table.WriteText(std::cout, bAll);
+    if (!strJson.empty())
+    {
+        std::ofstream file(strJson);
+        table.WriteJson(file, strCommand);
+    }
+    if (!strMarkdown.empty())
+    {
+        std::ofstream file(strMarkdown);
+        table.WriteMarkdown(file);
+    }
+    return table.AllMet() || options.bQuick ? 0 : 1;
+}

@@ -1,0 +1,36 @@
+// Baseline of a general image library: the vertical comparison put together from OpenCV's operators, on one thread,
+// with one scalar threshold and gain (maps would cost it more), and what finds connected defects in its mask.
+#pragma once
+
+#include <vector>
+
+#include <opencv2/core.hpp>
+
+#include "bench/bench_scene.h"
+
+namespace bench
+{
+
+class COpenCvCompare
+{
+public:
+    explicit COpenCvCompare(CScene& scene);
+
+    /// The comparison over the image in blocks of nRows rows, into the mask; 0 takes the image whole.
+    void Compare(int nRows);
+    /// Of the candidates tried, the block height that was fastest.
+    int FastestRows();
+    /// Connected regions of the last mask with their statistics. @return their number
+    int Components();
+    /// Outer contours of the last mask. @return their number
+    int Contours();
+    int CountMask() const;
+
+private:
+    cv::Mat m_image;
+    cv::Mat m_mask;
+    cv::Mat m_reference, m_difference, m_larger, m_threshold;
+    cv::Mat m_labels, m_stats, m_centroids;
+};
+
+} // namespace bench
