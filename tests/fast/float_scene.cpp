@@ -1,0 +1,142 @@
+// See float_scene.h.
+#include "fast/float_scene.h"
+
+#include <sstream>
+
+#include "narvoassem/pairstorage.h"
+
+namespace narvo::test
+{
+
+using reference::FloatKernel;
+
+const char* KernelName(FloatKernel eKernel)
+{
+    switch (eKernel)
+    {
+    case FloatKernel::Hori4:
+        return "ConvFloatFast4";
+    case FloatKernel::Hori6:
+        return "ConvFloatFast6";
+    case FloatKernel::Hori9:
+        return "ConvFloatFast9";
+    case FloatKernel::HoriTable4:
+        return "ConvFloatTableFast4";
+    case FloatKernel::HoriTable6:
+        return "ConvFloatTableFast6";
+    case FloatKernel::Vert4:
+        return "ConvFloatVertFast4";
+    case FloatKernel::Vert6:
+        return "ConvFloatVertFast6";
+    case FloatKernel::Vert9:
+        return "ConvFloatVertFast9";
+    case FloatKernel::Vtd:
+        return "ConvFloatVTDFast";
+    case FloatKernel::VertIntrin:
+        return "ConvFloatVert_Intrin";
+    case FloatKernel::VtdIntrin:
+        return "ConvFloatVTD_Intrin";
+    }
+    return "unknown";
+}
+
+bool IsHorizontal(FloatKernel eKernel)
+{
+    return eKernel == FloatKernel::Hori4 || eKernel == FloatKernel::Hori6 || eKernel == FloatKernel::Hori9 ||
+           HasColumnTables(eKernel);
+}
+
+bool HasColumnTables(FloatKernel eKernel)
+{
+    return eKernel == FloatKernel::HoriTable4 || eKernel == FloatKernel::HoriTable6;
+}
+
+bool IsVtd(FloatKernel eKernel)
+{
+    return eKernel == FloatKernel::Vtd || eKernel == FloatKernel::VtdIntrin;
+}
+
+bool IsMember(FloatKernel eKernel)
+{
+    return eKernel == FloatKernel::VertIntrin || eKernel == FloatKernel::VtdIntrin;
+}
+
+int WindowArea(FloatKernel eKernel)
+{
+    switch (eKernel)
+    {
+    case FloatKernel::Hori6:
+    case FloatKernel::HoriTable6:
+    case FloatKernel::Vert6:
+        return 6;
+    case FloatKernel::Hori9:
+    case FloatKernel::Vert9:
+        return 9;
+    default:
+        return 4;
+    }
+}
+
+const std::vector<FloatKernel>& AllFloatKernels()
+{
+    static const std::vector<FloatKernel> aKernels = {
+        FloatKernel::Hori4,      FloatKernel::Hori6,      FloatKernel::Hori9,    FloatKernel::HoriTable4,
+        FloatKernel::HoriTable6, FloatKernel::Vert4,      FloatKernel::Vert6,    FloatKernel::Vert9,
+        FloatKernel::Vtd,        FloatKernel::VertIntrin, FloatKernel::VtdIntrin};
+    return aKernels;
+}
+
+std::string CFloatScene::Describe() const
+{
+    std::ostringstream out;
+    out << KernelName(eKernel) << " region " << call.region.nLeft << ',' << call.region.nTop << " to "
+        << call.region.nRight << ',' << call.region.nBottom << " stride " << call.image.nStride << " pitch16 "
+        << call.nPitch16 << " hits " << aStartHits.size() << '/' << call.hits.nSize << " pairs " << call.pairs.nCount
+        << '/' << call.pairs.nSize << " keep " << param.bKeepSingle << " limit " << call.nGrayLimit << " thresholds "
+        << call.nThreshold << '+' << call.nThresholdGain << " and " << param.nBlackFilterGray << '+'
+        << param.nBlackFilterGain << " shift " << call.nVtdPitch16 << " table " << (call.pScanPitchTable != nullptr);
+    return out.str();
+}
+
+std::string CFloatRegionScene::Describe() const
+{
+    std::ostringstream out;
+    out << (bPlain ? "ConvFloatVJF_Cpp" : "ConvFloatVJF_Intrin") << " region " << rtRegion.left << ',' << rtRegion.top
+        << " to " << rtRegion.right << ',' << rtRegion.bottom << " image " << param.nImageWidth << 'x'
+        << param.nImageHeight << " pitch " << param.dScanPitch << " x " << param.nScanMultiple << " hits " << nHitSize
+        << " pairs " << nPairCount << '/' << nPairSize << " limit " << param.nGrayLimit << " thresholds "
+        << param.nThreshold << '+' << param.nThresholdGain << " and " << param.nBlackFilterGray << '+'
+        << param.nBlackFilterGain;
+    return out.str();
+}
+
+void RunReference(const CFloatScene& scene, CKernelOutcome& outcome)
+{
+    const auto nStart = static_cast<std::int64_t>(scene.aStartHits.size());
+    outcome.Prepare(scene.call.hits.nSize, scene.aStartHits, scene.call.pairs.nCount, scene.call.pairs.nSize);
+    reference::CFloatReferenceCall call = scene.call;
+    call.hits = outcome.HitArrays(scene.call.hits.nSize, nStart);
+    call.pairs = outcome.PairSink(scene.call.pairs.nCount, scene.call.pairs.nSize);
+    call.pEndLine = &outcome.nEndLine;
+    call.pParam = &scene.param;
+    outcome.nReturned = reference::RunFloatKernel(scene.eKernel, call);
+}
+
+void RunReference(const CFloatRegionScene& scene, CKernelOutcome& outcome)
+{
+    CPairStorage filters; // for the jump filter, which belongs to the stores
+    filters.ConvParam = scene.param;
+
+    outcome.Prepare(scene.nHitSize, {}, scene.nPairCount, scene.nPairSize);
+    reference::CFloatRegionCall call;
+    call.pParam = &scene.param;
+    call.hits = outcome.HitArrays(scene.nHitSize, 0);
+    call.pairs = outcome.PairSink(scene.nPairCount, scene.nPairSize);
+    call.rtRegion = scene.rtRegion;
+    call.pEndLine = &outcome.nEndLine;
+    call.fnJumpFilter = [&filters](CDefectPair* pPair, CRect rtArea)
+    { return filters.JumpFilter_Vert2by2(pPair, rtArea); };
+    outcome.nReturned = scene.bPlain ? reference::RunFloatRegionCpp(call) : reference::RunFloatRegionIntrin(call);
+}
+
+} // namespace narvo::test
