@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "engine/zone_scene.h"
+#include "engine/inspection_scene.h"
 #include "narvoassem/compare/compare_chain.h"
 #include "narvoassem/compare/zone_driver.h"
 #include "narvoassem/narvoassem.h"

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "engine/zone_scene.h"
+#include "engine/inspection_scene.h"
 #include "narvoassem/narvoassem.h"
 
 namespace
