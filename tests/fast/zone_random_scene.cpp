@@ -143,7 +143,9 @@ void CZoneSceneSource::MakePitch(CRandom& random)
     else if (random.OneIn(20))
         nWhole = nExtent + random.Int(0, 2000);
     m_scene.call.nPitch16 = nWhole * 16 + (random.OneIn(4) ? 0 : random.Int(0, 15));
-    m_scene.call.nVtdPitch16 = random.OneIn(3) ? 0 : random.Int(-100, 300);
+    // The class-id table kernel has no shift.
+    m_scene.call.nVtdPitch16 =
+        m_scene.eKernel == ZoneKernel::ClassIdTable || random.OneIn(3) ? 0 : random.Int(-100, 300);
 }
 
 void CZoneSceneSource::MakeImage(CRandom& random)
