@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "narvoassem/fast/find_row.h"
+#include "support/vector_levels.h"
 #include "zone_plain_scene.h"
 
 namespace narvo::test
@@ -38,6 +40,18 @@ int CountSingles(const CZoneOutcome& outcome)
     for (int i = 0; i < outcome.nReturned; i++)
         nSingles += outcome.aPairs[static_cast<std::size_t>(i)].nDefectPair == DefectPair_Single;
     return nSingles;
+}
+
+TEST(VectorLevels, ForcedLevelIsTheOneThatRuns)
+{
+    const std::vector<std::int64_t> aLevels = VectorLevels();
+    ASSERT_FALSE(aLevels.empty());
+    for (const std::int64_t nLevel : aLevels)
+    {
+        const CForcedLevel forced(nLevel);
+        EXPECT_EQ(GetVectorTargetName(), LevelName(nLevel));
+    }
+    EXPECT_EQ(GetVectorTargetName(), LevelName(aLevels.front()));
 }
 
 // --- the plain vertical kernel ---
