@@ -24,6 +24,8 @@ struct CPairingTraits
     /// A hit at the target that cannot be the partner is passed over; otherwise it ends the search, and hit i gives
     /// nothing at all.
     bool bPassUnusable = false;
+    /// The other coordinate of a partner is not asked for.
+    bool bAnyAcross = false;
 };
 
 /// Bands along the axis: first below nFirstEnd, last above nLastStart, middle between.
@@ -88,7 +90,7 @@ std::int64_t FindPartner(const CHitList& list, std::int64_t i, std::int64_t nTar
             continue;
         if (pAlong[j] > nTarget)
             return -1;
-        if (pAcross[j] != pAcross[i])
+        if (!kTraits.bAnyAcross && pAcross[j] != pAcross[i])
             continue;
         if (!IsOutOfPlay(hits.pType[j]) && hits.pType[j] != hits.pType[i])
             return j;
@@ -104,7 +106,9 @@ std::int64_t FindPartner(const CHitList& list, std::int64_t i, std::int64_t nTar
 /// Pairs the hits in order. TRecords says what is kept and writes it:
 ///   bool IsFull()                              no room for a further record
 ///   bool KeepsSingle(std::int64_t nHit)        a single of this hit may be written
-///   bool Write(const CPairCandidate&)          writes the record unless it is refused; false where refused
+///   bool Write(const CPairCandidate&)          writes the record unless it is refused; false where the hit whose
+///   values
+///                                              it carries stays free
 template <CPairingTraits kTraits, class TRecords>
 PairingEnd PairHits(const CHitList& list, const CBands& bands, TRecords&& records)
 {
@@ -122,13 +126,12 @@ PairingEnd PairHits(const CHitList& list, const CBands& bands, TRecords&& record
         const std::int64_t nPlace = bAlongX ? x : y;
         const std::int64_t nTarget = nPlace + bands.nHop;
         const bool bInFirst = nPlace < bands.nFirstEnd;
+        const int nFarX = bAlongX ? static_cast<int>(nTarget) : x;
+        const int nFarY = bAlongX ? y : static_cast<int>(nTarget);
         if (nPlace > bands.nLastStart && (kTraits.bLastBandFirst || !bInFirst))
         {
             if (records.KeepsSingle(i))
-            {
-                const int nFar = static_cast<int>(nTarget);
-                records.Write({DefectPos_Last, DefectPair_Single, bAlongX ? nFar : x, bAlongX ? y : nFar, i, true});
-            }
+                records.Write({DefectPos_Last, DefectPair_Single, nFarX, nFarY, i, true});
             continue;
         }
         const DefectPos ePos = bInFirst ? DefectPos_First : DefectPos_Middle;
@@ -136,7 +139,7 @@ PairingEnd PairHits(const CHitList& list, const CBands& bands, TRecords&& record
         const std::int64_t nPartner = FindPartner<kTraits>(list, i, nTarget, nCursor, bBlocked);
         if (nPartner >= 0)
         {
-            if (records.Write({ePos, DefectPair_Paired, hits.pX[nPartner], hits.pY[nPartner], nPartner, false}))
+            if (records.Write({ePos, DefectPair_Paired, nFarX, nFarY, nPartner, false}))
                 hits.pType[nPartner] = DefectType_Removed;
         }
         else if (bInFirst && !bBlocked && records.KeepsSingle(i))

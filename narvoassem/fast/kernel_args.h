@@ -38,4 +38,12 @@
         (call).nCellHeight = nZoneScan;                                                                                \
     } while (false)
 
+/// The same with the first threshold set of the pixel family.
+#define NARVO_TAKE_PIXEL_ARGUMENTS(call)                                                                               \
+    do                                                                                                                 \
+    {                                                                                                                  \
+        NARVO_TAKE_HIT_AND_PAIR_ARGUMENTS(call);                                                                       \
+        (call).first = {nThreshold, nThresholdGain};                                                                   \
+    } while (false)
+
 // NOLINTEND(cppcoreguidelines-macro-usage)

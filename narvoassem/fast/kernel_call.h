@@ -161,6 +161,12 @@ struct CPixelCall : CKernelCall
     const std::uint8_t* pMask = nullptr; ///< laid out as the image; source pixels with 0 are not inspected
 };
 
+/// The second set, or the first one where it is not in force.
+inline CThresholdSet EffectiveSecondSet(const CPixelCall& call)
+{
+    return call.second.nBase >= 1 ? call.second : call.first;
+}
+
 /// Runs a pixel kernel. @return the new pair count
 int RunPixelKernel(PixelKernel eKernel, const CPixelCall& call);
 

@@ -29,7 +29,7 @@ constexpr std::int64_t ColumnBlockIndex(std::int64_t nLeft, std::int64_t nColumn
 template <CScanTraits kScan>
 std::int64_t ReferenceShift(const CKernelCall& call)
 {
-    return kScan.eFind == FindVariant::BilinearSmaller ? call.nVtdPitch16 >> 4 : 0;
+    return kScan.bShifted ? call.nVtdPitch16 >> 4 : 0;
 }
 
 /// One sample at (x, y): a pixel, or the mean of the 2 by 2 block whose top left pixel it is.
@@ -51,6 +51,7 @@ std::uint16_t ReadReference(const CKernelCall& call, const CPitch16& pitch, std:
     const CImageView& image = call.image;
     const auto nFar = static_cast<std::uint16_t>(pitch.nFraction);
     const auto nNear = static_cast<std::uint16_t>(16 - pitch.nFraction);
+    const std::int64_t nAt = x + ReferenceShift<kScan>(call);
     if constexpr (kScan.bHorizontal)
         return Interpolate(ReadPixel(image, x + pitch.nWhole, y), nNear, ReadPixel(image, x + pitch.nWhole + 1, y),
                            nFar);
@@ -58,14 +59,13 @@ std::uint16_t ReadReference(const CKernelCall& call, const CPitch16& pitch, std:
     {
         const auto nRight = static_cast<std::uint16_t>(call.nVtdPitch16 & 15);
         const auto nLeft = static_cast<std::uint16_t>(16 - nRight);
-        const std::int64_t nAt = x + ReferenceShift<kScan>(call);
         const auto readRow = [&](std::int64_t nRow)
         { return Interpolate(ReadPixel(image, nAt, nRow), nLeft, ReadPixel(image, nAt + 1, nRow), nRight); };
         return Interpolate(readRow(y + pitch.nWhole), nNear, readRow(y + pitch.nWhole + 1), nFar);
     }
     else
-        return Interpolate(ReadSample<kScan.eFind>(image, x, y + pitch.nWhole), nNear,
-                           ReadSample<kScan.eFind>(image, x, y + pitch.nWhole + 1), nFar);
+        return Interpolate(ReadSample<kScan.eFind>(image, nAt, y + pitch.nWhole), nNear,
+                           ReadSample<kScan.eFind>(image, nAt, y + pitch.nWhole + 1), nFar);
 }
 
 /// The reference of column x in row y of a kernel with column tables, nDisplacement pixels on.

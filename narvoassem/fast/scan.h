@@ -48,6 +48,8 @@ struct CScanTraits
     bool bRowTable = false;      ///< vertical: pitch from a table of rows
     bool bEndLine = true;        ///< writes its end line
     StripCut eCut = StripCut::Stays;
+    bool bAnyRow = false;  ///< horizontal: hits that the caller put in front may be partners whatever their row
+    bool bShifted = false; ///< vertical: the whole part of nVtdPitch16 counts too
 
     /// Rows are read one pixel further than their strips reach.
     constexpr bool ReadsOneMore() const
@@ -97,7 +99,8 @@ protected:
     static constexpr CScanTraits kScan = TRule::kScan;
     static constexpr CPairingTraits kPairing = {.eAxis = kScan.bHorizontal ? PairAxis::X : PairAxis::Y,
                                                 .bLastBandFirst = kScan.bLastBandFirst,
-                                                .bPassUnusable = kScan.bHorizontal};
+                                                .bPassUnusable = kScan.bHorizontal,
+                                                .bAnyAcross = kScan.bAnyRow};
 
     CScan(const CKernelCall& call, TRule& rule)
         : m_call(call), m_rule(rule), m_pitch(call.nPitch16), m_scratch(GetScanScratch()), m_runs(m_scratch),

@@ -11,15 +11,22 @@ namespace narvo
 namespace
 {
 
-template <ZoneKernel kKernel>
+template <ZoneKernel kKernel, bool kFraction = false>
 int Run(const CZoneCall& call)
 {
-    constexpr CZoneTraits kTraits = GetZoneTraits(kKernel);
+    constexpr CZoneTraits kTraits = GetZoneTraits(kKernel, kFraction);
     CZoneRule<kTraits> rule(call);
     if constexpr (kTraits.scan.bHorizontal)
         return CRowScan(call, rule).Run();
     else
         return CStripScan(call, rule).Run();
+}
+
+/// A shift of whole pixels alone leaves the cheaper reference.
+template <ZoneKernel kKernel>
+int RunShifted(const CZoneCall& call)
+{
+    return (call.nVtdPitch16 & 15) != 0 ? Run<kKernel, true>(call) : Run<kKernel, false>(call);
 }
 
 } // namespace
@@ -41,7 +48,7 @@ int RunZoneKernel(ZoneKernel eKernel, const CZoneCall& call)
     case ZoneKernel::VertKnee:
         return Run<ZoneKernel::VertKnee>(call);
     case ZoneKernel::Vtd:
-        return Run<ZoneKernel::Vtd>(call);
+        return RunShifted<ZoneKernel::Vtd>(call);
     case ZoneKernel::Hori:
         return Run<ZoneKernel::Hori>(call);
     case ZoneKernel::HoriTable:
@@ -53,7 +60,7 @@ int RunZoneKernel(ZoneKernel eKernel, const CZoneCall& call)
     case ZoneKernel::Vert2SBlack:
         return Run<ZoneKernel::Vert2SBlack>(call);
     case ZoneKernel::VtdIntrin:
-        return Run<ZoneKernel::VtdIntrin>(call);
+        return RunShifted<ZoneKernel::VtdIntrin>(call);
     case ZoneKernel::ClassId:
         return Run<ZoneKernel::ClassId>(call);
     case ZoneKernel::ClassIdTable:

@@ -29,13 +29,16 @@ struct CZoneTraits
     bool bClassId = false; ///< writes nSubZone
 };
 
-constexpr CZoneTraits GetZoneTraits(ZoneKernel eKernel)
+/// bFraction: the reference is shifted along x by a fraction of a pixel, for the kernels that take a shift.
+constexpr CZoneTraits GetZoneTraits(ZoneKernel eKernel, bool bFraction = false)
 {
     using enum FindVariant;
     constexpr CScanTraits kStrips = {.bLastBandFirst = true};
     constexpr CScanTraits kLongStrips = {.bLastBandFirst = true, .nFreeRows = 1};
     constexpr CScanTraits kMeans = {.eFind = MeanMap, .bLastBandFirst = true, .nFreeRows = 1};
-    constexpr CScanTraits kBilinear = {.eFind = BilinearMap, .bLastBandFirst = true, .bRowTable = true};
+    constexpr CScanTraits kTable = {.bLastBandFirst = true, .bRowTable = true};
+    const CScanTraits kShifted = {
+        .eFind = bFraction ? BilinearMap : LinearMap, .bLastBandFirst = true, .bRowTable = true};
     switch (eKernel)
     {
     case ZoneKernel::Vert:
@@ -51,7 +54,7 @@ constexpr CZoneTraits GetZoneTraits(ZoneKernel eKernel)
     case ZoneKernel::VertKnee:
         return {.scan = {.eFind = LinearKnee, .bLastBandFirst = true}};
     case ZoneKernel::Vtd:
-        return {.scan = kBilinear, .bThresholdExtra = true};
+        return {.scan = kShifted, .bThresholdExtra = true};
     case ZoneKernel::Hori:
         return {.scan = {.eFind = LinearMap, .bHorizontal = true}};
     case ZoneKernel::HoriTable:
@@ -66,11 +69,11 @@ constexpr CZoneTraits GetZoneTraits(ZoneKernel eKernel)
     case ZoneKernel::Vert2SBlack:
         return {.scan = kStrips, .bPeak = false, .bDeadZones = true, .eGate = ZoneGate::BlackFilter};
     case ZoneKernel::VtdIntrin:
-        return {.scan = kBilinear, .bPeak = false, .bDeadZones = true};
+        return {.scan = kShifted, .bPeak = false, .bDeadZones = true};
     case ZoneKernel::ClassId:
         return {.scan = kStrips, .bThresholdExtra = true, .bClassId = true};
     case ZoneKernel::ClassIdTable:
-        return {.scan = {.bLastBandFirst = true, .bRowTable = true}, .bThresholdExtra = true, .bClassId = true};
+        return {.scan = kTable, .bThresholdExtra = true, .bClassId = true};
     }
     return {};
 }

@@ -3,6 +3,7 @@
 
 #include "narvoassem/fast/kernel_args.h"
 #include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fixed_pitch.h"
 
 using narvo::CZoneCall;
 using narvo::RunZoneKernel;
@@ -42,7 +43,7 @@ int ConvZone_AVX_ClassID(unsigned char* pImage, std::int64_t nThreshold, std::in
                          std::int64_t bKeepSingle, int* pEndLine, std::int64_t nThresholdExtra, std::int64_t nGrayLimit,
                          short* pStripBuffer, int nReserved5, short* pClassIdMap)
 {
-    const std::int64_t nPitch16 = static_cast<int>(dScanPitch * 16.0);
+    const std::int64_t nPitch16 = narvo::ToPitch16(dScanPitch);
     CZoneCall call;
     NARVO_TAKE_ZONE_ARGUMENTS(call);
     call.nThresholdExtra = nThresholdExtra;

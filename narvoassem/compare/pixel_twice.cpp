@@ -1,0 +1,97 @@
+// The twice kernels: both passes, the removal of duplicates, and the blob steps of each.
+#include "narvoassem/compare/pixel_twice.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+#include "narvoassem/narvoassem.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+/// |a - b| < 2
+bool IsNear(int a, int b)
+{
+    return std::abs(static_cast<std::int64_t>(a) - b) < 2;
+}
+
+/// Marks pairs nSecond .. nEnd - 1 that lie beside one of nFirst .. nSecond - 1, in one walk over the second pass for
+/// each pair of the first. The walk ends at the first pair that lies two lines on along the scan; in strips, where
+/// pairs are not in order along it, pairs behind that one are left alone, on purpose.
+void RemoveDuplicates(const CPairSink& pairs, bool bVertical, std::int64_t nFirst, std::int64_t nSecond,
+                      std::int64_t nEnd)
+{
+    for (std::int64_t i = nFirst; i < nSecond; ++i)
+    {
+        const CDefectPair& first = pairs.At(i);
+        if (first.nDefectType == DefectType_Removed)
+            continue;
+        const int nLine = bVertical ? first.ptDefect.x : first.ptDefect.y;
+        for (std::int64_t j = nSecond; j < nEnd; ++j)
+        {
+            CDefectPair& second = pairs.At(j);
+            if (second.nDefectType == DefectType_Removed)
+                continue;
+            if (nLine < static_cast<std::int64_t>(bVertical ? second.ptDefect.x : second.ptDefect.y) - 1)
+                break;
+            if (IsNear(first.ptDefect.x, second.ptDefect.x) && IsNear(first.ptDefect.y, second.ptDefect.y))
+                second.nDefectType = DefectType_Removed;
+        }
+    }
+}
+
+void BuildBlobs(CNarvoAssem& assem, bool bVertical)
+{
+    const int nBlobStart = assem.nBlobCount;
+    const CConvParam& param = assem.ConvParam;
+    if (bVertical)
+        assem.BlobDefectVert();
+    else
+        assem.BlobDefect();
+    assem.MergeDivision(nBlobStart, param.nMergeDivision);
+    if (bVertical)
+        assem.ShadowFilterVert(nBlobStart, param.GetRealScanPitch());
+    else
+        assem.ShadowFilter(nBlobStart, param.GetRealConvPitch());
+}
+
+} // namespace
+
+int RunPixelTwice(CNarvoAssem& assem, PixelKernel eKernel, const CPixelCall& call, std::int64_t nTwicePitch16,
+                  const CThresholdSet& twice)
+{
+    const bool bVertical = eKernel != PixelKernel::HoriIntrin;
+    const int nAfterFirst = RunPixelKernel(eKernel, call);
+    CPixelCall second = call;
+    second.pairs.nCount = nAfterFirst;
+    second.nPitch16 = nTwicePitch16;
+    second.first = twice;
+    const int nAfterSecond = RunPixelKernel(eKernel, second);
+    RemoveDuplicates(call.pairs, bVertical, call.pairs.nCount, nAfterFirst, nAfterSecond);
+
+    assem.nPairCount = nAfterFirst;
+    BuildBlobs(assem, bVertical);
+
+    // The second build filters by the thresholds and the pitch of its own pass, over all pairs.
+    CConvParam& param = assem.ConvParam;
+    const int nThreshold = param.nThreshold;
+    const int nThresholdGain = param.nThresholdGain;
+    const double dConvPitch = param.dConvPitch;
+    const double dScanPitch = param.dScanPitch;
+    param.nThreshold = param.nTwiceThreshold;
+    param.nThresholdGain = param.nTwiceThresholdGain;
+    param.dConvPitch = param.dTwicePitch;
+    param.dScanPitch = param.dTwicePitch;
+    assem.nPairCount = nAfterSecond;
+    BuildBlobs(assem, bVertical);
+    param.nThreshold = nThreshold;
+    param.nThresholdGain = nThresholdGain;
+    param.dConvPitch = dConvPitch;
+    param.dScanPitch = dScanPitch;
+    return nAfterSecond;
+}
+
+} // namespace narvo
