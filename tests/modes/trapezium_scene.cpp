@@ -1,0 +1,67 @@
+// See trapezium_scene.h.
+#include "modes/trapezium_scene.h"
+
+#include <sstream>
+
+namespace narvo::test
+{
+
+namespace
+{
+
+void DescribeCommon(std::ostream& out, const reference::CTrapeziumReferenceCall& call, std::size_t nStartHits)
+{
+    out << " stride " << call.image.nStride << " pitch16 " << call.nPitch16 << " table "
+        << (call.pPitchTable != nullptr) << " hits " << nStartHits << '/' << call.hits.nSize << " pairs "
+        << call.pairs.nCount << '/' << call.pairs.nSize << " keep " << call.bKeepSingle << " threshold "
+        << call.nThreshold16 << " limit " << call.nGrayLimit;
+}
+
+template <typename TCall>
+TCall Prepared(const CTrapeziumScene<TCall>& scene, CKernelOutcome& outcome)
+{
+    const auto nStart = static_cast<std::int64_t>(scene.aStartHits.size());
+    outcome.Prepare(scene.call.hits.nSize, scene.aStartHits, scene.call.pairs.nCount, scene.call.pairs.nSize);
+    TCall call = scene.call;
+    call.hits = outcome.HitArrays(scene.call.hits.nSize, nStart);
+    call.pairs = outcome.PairSink(scene.call.pairs.nCount, scene.call.pairs.nSize);
+    return call;
+}
+
+} // namespace
+
+std::string Describe(const CTrapeziumHoriScene& scene)
+{
+    std::ostringstream out;
+    const auto& call = scene.call;
+    out << "ConvTrapeziumHori rows " << call.nTop << " to " << call.nBottom << " left " << call.nLeftTop << " to "
+        << call.nLeftBottom << " right " << call.nRightTop << " to " << call.nRightBottom << " round "
+        << call.nPitchRound;
+    DescribeCommon(out, call, scene.aStartHits.size());
+    return out.str();
+}
+
+std::string Describe(const CTrapeziumVertScene& scene)
+{
+    std::ostringstream out;
+    const auto& call = scene.call;
+    out << "ConvTrapeziumVert columns " << call.nLeft << " to " << call.nRight << " top " << call.nTopLeft << " to "
+        << call.nTopRight << " bottom " << call.nBottomLeft << " to " << call.nBottomRight << " conv pitch16 "
+        << call.nConvPitch16;
+    DescribeCommon(out, call, scene.aStartHits.size());
+    return out.str();
+}
+
+void RunReference(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome)
+{
+    const auto call = Prepared(scene, outcome);
+    outcome.nReturned = reference::RunTrapeziumHori(call);
+}
+
+void RunReference(const CTrapeziumVertScene& scene, CKernelOutcome& outcome)
+{
+    const auto call = Prepared(scene, outcome);
+    outcome.nReturned = reference::RunTrapeziumVert(call);
+}
+
+} // namespace narvo::test

@@ -1,0 +1,52 @@
+// One call of a trapezium kernel as a test sets it up, and the ways to run it: the plain reference, and the library's
+// kernel.
+#pragma once
+
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "fast/kernel_outcome.h"
+#include "reference/trapezium_reference.h"
+
+namespace narvo::test
+{
+
+/// The inputs of a call, for either direction. Pointers refer to memory of the test; the outputs are not set.
+template <typename TCall>
+struct CTrapeziumScene
+{
+    TCall call;
+    std::vector<CStartHit> aStartHits; ///< the hit count at the start is their number
+};
+
+using CTrapeziumHoriScene = CTrapeziumScene<reference::CTrapeziumHoriCall>;
+using CTrapeziumVertScene = CTrapeziumScene<reference::CTrapeziumVertCall>;
+
+std::string Describe(const CTrapeziumHoriScene& scene);
+std::string Describe(const CTrapeziumVertScene& scene);
+
+/// No kernel of this family writes an end line, nor the value arrays of the hits: those keep their pattern.
+void RunReference(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome);
+void RunReference(const CTrapeziumVertScene& scene, CKernelOutcome& outcome);
+void RunPublic(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome);
+void RunPublic(const CTrapeziumVertScene& scene, CKernelOutcome& outcome);
+
+/// A way to run scenes, for tests that hold for each of them.
+struct CTrapeziumRunner
+{
+    std::string strName;
+    std::function<void(const CTrapeziumHoriScene&, CKernelOutcome&)> fnRunHori;
+    std::function<void(const CTrapeziumVertScene&, CKernelOutcome&)> fnRunVert;
+
+    friend std::ostream& operator<<(std::ostream& out, const CTrapeziumRunner& runner) { return out << runner.strName; }
+};
+
+class TrapeziumKernels : public testing::TestWithParam<CTrapeziumRunner>
+{
+};
+
+} // namespace narvo::test
