@@ -11,22 +11,18 @@ namespace narvo
 namespace
 {
 
-/// Sides of a region that holds nothing: sums with them stay in the int range.
-constexpr int nSideLimit = 1 << 28;
-
-bool IsSideSmall(int nSide)
+bool IsWithin(int nSide, int nLimit)
 {
-    return nSide >= -nSideLimit && nSide <= nSideLimit;
+    return nSide >= 0 && nSide <= nLimit;
 }
 
+/// An empty region lies inside as well, since walks along its longer side take place; but nothing of the image is read.
 bool IsRegionReadable(const CConvParam& param)
 {
     const CRect& rtInspect = param.rtInspect;
-    if (rtInspect.IsRectEmpty())
-        return IsSideSmall(rtInspect.left) && IsSideSmall(rtInspect.top) && IsSideSmall(rtInspect.right) &&
-               IsSideSmall(rtInspect.bottom);
-    return param.pImage != nullptr && rtInspect.left >= 0 && rtInspect.top >= 0 &&
-           rtInspect.right <= param.nImageWidth && rtInspect.bottom <= param.nImageHeight;
+    return IsWithin(rtInspect.left, param.nImageWidth) && IsWithin(rtInspect.right, param.nImageWidth) &&
+           IsWithin(rtInspect.top, param.nImageHeight) && IsWithin(rtInspect.bottom, param.nImageHeight) &&
+           (param.pImage != nullptr || rtInspect.IsRectEmpty());
 }
 
 /// The filters behind the kernels read along both axes, so both pitches count; nAlong16 is the one compared along.

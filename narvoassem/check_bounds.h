@@ -10,7 +10,7 @@ namespace narvo
 
 /// Tests that a comparison can run on the engine's parameters and stores:
 /// - the stores have memory;
-/// - a region that is not empty lies inside an image that is there (an empty one reads nothing and passes);
+/// - the region lies inside the image, an empty one too, and one that is not empty has an image;
 /// - real pitches are finite and within dPitchLimit, and the one compared along is not negative;
 /// - what selects a table kernel comes with all its tables; map lines and grid rows do not run backward;
 /// - the grid walk, which steps once per row at a cell height below 1, stays in a grid of unknown length.

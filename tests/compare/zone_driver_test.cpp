@@ -477,10 +477,8 @@ TEST(CompareZone, SkippedCellsAreNotInspected)
     EXPECT_EQ(engine.GetPairCount(), 0);
 }
 
-TEST(CompareAsgZone, PresetsTheOtherSidesAsEndLine)
+TEST(CompareAsgZone, EndLineOfAWholePassLiesAtOrBeyondTheRegion)
 {
-    // The kernels write their own end, so only the preset's trace in an untouched case would show; both directions
-    // must at least end at or beyond their region.
     CNarvoAssem engine;
     engine.InitAssem(0, 10);
     CZoneScene vertical(256, 200, 40, 1);

@@ -240,12 +240,15 @@ TEST_F(CheckBounds, RefusesAMissingImageUnlessTheRegionIsEmpty)
     EXPECT_EQ(Bounds(narvo::Comparison::Binarise), 1);
 }
 
-TEST_F(CheckBounds, EmptyRegionsPassUpToSidesThatCouldOverflow)
+TEST_F(CheckBounds, EmptyRegionsPassInsideTheImageAlone)
 {
     m_param.rtInspect.SetRect(50, 50, 50, 90);
     EXPECT_EQ(Bounds(narvo::Comparison::Binarise), 1);
+    EXPECT_EQ(Bounds(narvo::Comparison::Zone), 1);
     m_param.rtInspect.SetRect(50, 90, 10, 20);
     EXPECT_EQ(Bounds(narvo::Comparison::Average), 1);
+    m_param.rtInspect.SetRect(0, 50, 5000, 50);
+    EXPECT_EQ(Bounds(narvo::Comparison::Zone), 8);
     m_param.rtInspect.SetRect(std::numeric_limits<int>::max(), 0, std::numeric_limits<int>::min(), 5);
     EXPECT_EQ(Bounds(narvo::Comparison::Binarise), 8);
 }

@@ -60,6 +60,7 @@ public:
         // Grid and maps reach wherever a walk of one step per row and per 16 columns can lead.
         for (int i = 0; i < (nHeight + 8) * nGridColumns; ++i)
             m_grid.insert(m_grid.end(), {i % nGridColumns * 16, i / nGridColumns * 16, Draw(3)});
+        m_grid.shrink_to_fit(); // so that a walk beyond its end shows
         m_map.assign(static_cast<std::size_t>(8) * nHeight * nMapStride, 0);
         for (short& nValue : m_map)
             nValue = static_cast<short>(Draw(40) - 4);

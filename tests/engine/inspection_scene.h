@@ -23,12 +23,14 @@ public:
             for (int x = 0; x < nWidth; ++x)
                 m_image[Index(x, y)] = static_cast<unsigned char>(60 + (x % nPitch) * 3 % 40 + (y % nPitch) * 5 % 30);
 
-        // Maps have a margin of one cell in front, since bands look left of their first cell.
+        // Maps have a margin of one cell in front, since bands look left of their first cell, and reach as far as
+        // cells without limit do.
         const int nStride = 2 * nPitch;
         const std::size_t nMargin = static_cast<std::size_t>(nStride) * nPitch;
-        m_offset.assign(4 * nMargin, nMapThreshold);
-        m_gain.assign(4 * nMargin, 0);
-        m_zone.assign(4 * nMargin, 0);
+        const std::size_t nMapSize = 2 * nMargin + static_cast<std::size_t>(nStride) * nHeight + nWidth;
+        m_offset.assign(nMapSize, nMapThreshold);
+        m_gain.assign(nMapSize, 0);
+        m_zone.assign(nMapSize, 0);
 
         // One grid row above the image, which vertical comparisons step over, and spare cells behind it.
         const int nColumns = nWidth / nPitch + 2;
