@@ -56,8 +56,8 @@ public:
 
     /// nDefectType to 3, every other field to 0.
     void Reset();
-    /// nPeak = (|nValue| - nThreshold) / nDivisor, truncating. nDivisor must not be 0.
-    void SetPeak(int nValue, int nThreshold, int nDivisor);
+    /// nPeak = (|nValue| - nBase) / nDivisor, truncating. nDivisor must not be 0.
+    void SetPeak(int nValue, int nBase, int nDivisor);
 };
 
 static_assert(sizeof(CDefectPair) == 44, "the pair record is an interface of 44 bytes");

@@ -5,6 +5,7 @@
 
 #include "narvoassem/blobstorage.h"
 #include "narvoassem/stopwatch.h"
+#include "narvoassem/storage/label_search.h"
 #include "narvoassem/storage/pair_capacity.h"
 #include "narvoassem/storage/pair_groups.h"
 #include "narvoassem/storage/pitch_verify.h"
@@ -40,6 +41,7 @@ public:
     {
         GroupPairs(eWindow, m_pPairs, m_nCount, m_store.pPairLabel, m_store.pPairLinked);
         const int nFirstBlob = m_store.nBlobCount;
+        m_search.Init(m_store.pBlob, nFirstBlob, m_nCount);
         for (int i = 0; i < m_nCount; ++i)
         {
             CDefectPair& pair = m_pPairs[i];
@@ -60,14 +62,11 @@ private:
     // is marked removed by then and passes.
     void Fill(CDefectPair& pair, int nLabel)
     {
-        for (int i = m_store.nBlobCount - 1; i >= 0; --i)
-        {
-            if (m_store.pBlob[i].nBlobId == nLabel && Joins(pair))
-            {
-                m_store.pBlob[i].IncludePair(&pair);
-                return;
-            }
-        }
+        int nBlob = m_search.FindNewest(nLabel, m_store.nBlobCount);
+        while (nBlob >= 0 && !Joins(pair))
+            nBlob = m_search.FindOlder(nLabel, nBlob);
+        if (nBlob >= 0)
+            m_store.pBlob[nBlob].IncludePair(&pair);
     }
 
     void Open(CDefectPair& pair, int nLabel)
@@ -76,6 +75,7 @@ private:
             return;
         m_store.pLabelOpened[nLabel] = 1;
         m_store.pBlob[m_store.nBlobCount].CreateBlob(&pair, nLabel);
+        m_search.NoteOpened(nLabel, m_store.nBlobCount);
         ++m_store.nBlobCount;
     }
 
@@ -126,6 +126,7 @@ private:
     int m_nCount;
     bool m_bVerify;
     CPitchVerifier m_verifier;
+    CLabelSearch m_search;
 };
 
 /// Pairs in use that the store has records for; 0 before the store has any.

@@ -1,7 +1,10 @@
-// Merging of blobs that the grouping pass left apart.
+// Merging of blobs that the grouping pass left apart: the plain walk, and for many blobs the same walk over a grid.
+#include <algorithm>
 #include <cstdint>
+#include <functional>
 
 #include "narvoassem/blobstorage.h"
+#include "narvoassem/storage/blob_grid.h"
 #include "narvoassem/storage/blob_tidy.h"
 
 namespace narvo
@@ -9,6 +12,8 @@ namespace narvo
 
 namespace
 {
+
+constexpr int nPlainLimit = 64; ///< up to this many blobs the plain walk is taken
 
 // Four plain inequalities: right and bottom are exclusive, so the reach is one pixel less on those sides.
 bool IsWithin(const CRect& rtA, const CRect& rtB, std::int64_t nDist)
@@ -31,23 +36,169 @@ void Finish(CBlobStorage& store, int nFirstBlob)
         store.pBlob[i].nRScale = store.CalcRScale(store.pBlob[i].ptExtreme);
 }
 
+/// Each blob in turn absorbs the later ones within the distance of its growing rectangle.
+class CMergeWalk
+{
+public:
+    CMergeWalk(CBlobStorage& store, int nFirstBlob, int nDist)
+        : m_store(store), m_pBlobs(store.pBlob + nFirstBlob), m_nCount(store.nBlobCount - nFirstBlob), m_nDist(nDist)
+    {
+    }
+
+    void Run()
+    {
+        const bool bGrid = m_nCount > nPlainLimit && BuildGrid();
+        for (int i = 0; i < m_nCount; ++i)
+        {
+            if (m_pBlobs[i].bRemoved != 0)
+                continue;
+            if (bGrid)
+                AbsorbByGrid(i);
+            else
+                AbsorbPlainly(i, i + 1);
+        }
+    }
+
+private:
+    bool BuildGrid()
+    {
+        // A reversed rectangle can pass the inequalities without touching the area that a search covers.
+        for (int i = 0; i < m_nCount; ++i)
+        {
+            const CRect& rt = m_pBlobs[i].rtDefect;
+            if (rt.left > rt.right || rt.top > rt.bottom)
+                return false;
+        }
+        if (!m_grid.Build(m_pBlobs, m_nCount, 0, true, 2 * static_cast<std::size_t>(m_nCount)))
+            return false;
+        m_pHeap = m_grid.GetSpareWords();
+        m_pSeenBy = m_pHeap + m_nCount;
+        std::fill_n(m_pSeenBy, m_nCount, -1);
+        return true;
+    }
+
+    bool Absorb(CDefectBlob& blob, int nOther)
+    {
+        CDefectBlob& other = m_pBlobs[nOther];
+        if (other.nDefectType != blob.nDefectType || other.bRemoved != 0 ||
+            !IsWithin(blob.rtDefect, other.rtDefect, m_nDist))
+            return false;
+        Merge(m_store, blob, other);
+        return true;
+    }
+
+    void AbsorbPlainly(int nBlob, int nFrom)
+    {
+        for (int i = nFrom; i < m_nCount; ++i)
+            Absorb(m_pBlobs[nBlob], i);
+    }
+
+    // The candidates of the cells within reach wait in a heap and are tested in list order, each once. When the
+    // rectangle has grown, the cells newly within reach add theirs, but only those behind the one just tested: the
+    // walk does not go back.
+    void AbsorbByGrid(int nBlob)
+    {
+        CDefectBlob& blob = m_pBlobs[nBlob];
+        m_nHeap = 0;
+        int nTested = nBlob;
+        SCells done{0, 0, -1, -1};
+        for (;;)
+        {
+            const SCells reach = GetReach(blob.rtDefect);
+            if (reach != done && GetCellCount(reach) - GetCellCount(done) > m_nCount - nTested)
+            {
+                AbsorbPlainly(nBlob, nTested + 1);
+                return;
+            }
+            if (reach != done)
+                CollectRing(blob, nBlob, nTested, reach, done);
+            done = reach;
+            bool bGrown = false;
+            while (m_nHeap > 0 && !bGrown)
+            {
+                nTested = PopCandidate();
+                bGrown = Absorb(blob, nTested);
+            }
+            if (!bGrown)
+                return;
+        }
+    }
+
+    SCells GetReach(const CRect& rt) const
+    {
+        // A negative distance can turn the area round; what passes then covers the turned area.
+        const auto [nLeft, nRight] = std::minmax({rt.left - m_nDist, rt.right + m_nDist});
+        const auto [nTop, nBottom] = std::minmax({rt.top - m_nDist, rt.bottom + m_nDist});
+        return m_grid.GetCells(nLeft, nTop, nRight, nBottom);
+    }
+
+    static std::int64_t GetCellCount(const SCells& cells)
+    {
+        return (cells.nRight - cells.nLeft + 1) * (cells.nBottom - cells.nTop + 1);
+    }
+
+    void CollectRing(const CDefectBlob& blob, int nBlob, int nTested, const SCells& reach, const SCells& done)
+    {
+        for (std::int64_t nRow = reach.nTop; nRow <= reach.nBottom; ++nRow)
+        {
+            if (!done.HasRow(nRow))
+            {
+                CollectRow(blob, nBlob, nTested, nRow, reach.nLeft, reach.nRight);
+                continue;
+            }
+            CollectRow(blob, nBlob, nTested, nRow, reach.nLeft, done.nLeft - 1);
+            CollectRow(blob, nBlob, nTested, nRow, done.nRight + 1, reach.nRight);
+        }
+    }
+
+    void CollectRow(const CDefectBlob& blob, int nBlob, int nTested, std::int64_t nRow, std::int64_t nFirst,
+                    std::int64_t nLast)
+    {
+        const auto fnVisit = [&](int nFound)
+        {
+            // Blobs up to the one in hand, and absorbed ones, are out for all that follow.
+            if (nFound <= nBlob || m_pBlobs[nFound].bRemoved != 0)
+                return CBlobGrid::EVisit::Drop;
+            if (nFound > nTested && m_pSeenBy[nFound] != nBlob)
+            {
+                m_pSeenBy[nFound] = nBlob;
+                PushCandidate(nFound);
+            }
+            return CBlobGrid::EVisit::GoOn;
+        };
+        for (std::int64_t nColumn = nFirst; nColumn <= nLast; ++nColumn)
+            m_grid.VisitCell(nColumn, nRow, blob.nDefectType, fnVisit);
+    }
+
+    void PushCandidate(int nFound)
+    {
+        m_pHeap[m_nHeap++] = nFound;
+        std::push_heap(m_pHeap, m_pHeap + m_nHeap, std::greater<>());
+    }
+
+    int PopCandidate()
+    {
+        std::pop_heap(m_pHeap, m_pHeap + m_nHeap, std::greater<>());
+        return m_pHeap[--m_nHeap];
+    }
+
+    CBlobStorage& m_store;
+    CDefectBlob* m_pBlobs;
+    int m_nCount;
+    std::int64_t m_nDist;
+    CBlobGrid m_grid;
+    int* m_pHeap = nullptr;   ///< candidates not yet tested, the smallest index first
+    int* m_pSeenBy = nullptr; ///< the last blob whose heap took the candidate
+    int m_nHeap = 0;
+};
+
 } // namespace
 
 } // namespace narvo
 
 int CBlobStorage::MergeDivision(int nFirstBlob, int nDist)
 {
-    for (int i = nFirstBlob; i < nBlobCount; ++i)
-    {
-        CDefectBlob& blob = pBlob[i];
-        for (int j = i + 1; j < nBlobCount && blob.bRemoved == 0; ++j)
-        {
-            CDefectBlob& other = pBlob[j];
-            if (other.nDefectType == blob.nDefectType && other.bRemoved == 0 &&
-                narvo::IsWithin(blob.rtDefect, other.rtDefect, nDist))
-                narvo::Merge(*this, blob, other);
-        }
-    }
+    narvo::CMergeWalk(*this, nFirstBlob, nDist).Run();
     narvo::Finish(*this, nFirstBlob);
     return 1;
 }

@@ -2,6 +2,7 @@
 #include <cstdint>
 
 #include "narvoassem/blobstorage.h"
+#include "narvoassem/storage/blob_grid.h"
 #include "narvoassem/storage/blob_tidy.h"
 #include "narvoassem/storage/pixel_read.h"
 
@@ -11,39 +12,77 @@ namespace narvo
 namespace
 {
 
-constexpr std::int64_t nWiden = 3; ///< pixels that a neighbour's rectangle is widened by on all sides
+constexpr int nPlainLimit = 64; ///< up to this many blobs every ghost is compared with all
+constexpr int nWiden = 3;       ///< pixels that a neighbour's rectangle is widened by on all sides
 
-bool IsNear(const CRect& rt, const CPoint& pt)
+class CShadowWalk
 {
-    return rt.left - nWiden <= pt.x && pt.x < rt.right + nWiden && rt.top - nWiden <= pt.y && pt.y < rt.bottom + nWiden;
-}
-
-// Blobs already marked still count as neighbours: of two ghosts one pitch apart both can go.
-bool HasNeighbour(const CBlobStorage& store, int nFirstBlob, int nBlob, const CPoint& pt)
-{
-    for (int i = nFirstBlob; i < store.nBlobCount; ++i)
+public:
+    CShadowWalk(CBlobStorage& store, int nFirstBlob, double dPitch, int CPoint::*pAxis)
+        : m_pBlobs(store.pBlob + nFirstBlob), m_nCount(store.nBlobCount - nFirstBlob), m_dPitch(dPitch), m_pAxis(pAxis)
     {
-        if (i != nBlob && IsNear(store.pBlob[i].rtDefect, pt))
-            return true;
     }
-    return false;
-}
 
-void RemoveGhosts(CBlobStorage& store, int nFirstBlob, double dPitch, int CPoint::*pAxis)
-{
-    for (int i = nFirstBlob; i < store.nBlobCount; ++i)
+    // Blobs already marked still count as neighbours: of two ghosts one pitch apart both can go.
+    void MarkGhosts()
     {
-        CDefectBlob& blob = store.pBlob[i];
-        if (blob.nDefectPos != DefectPos_First && blob.nDefectPos != DefectPos_Last)
-            continue;
-        CPoint ptGhost = blob.ptCenter;
-        ptGhost.*pAxis =
-            TruncToInt(blob.nDefectPos == DefectPos_First ? ptGhost.*pAxis + dPitch : ptGhost.*pAxis - dPitch);
-        if (HasNeighbour(store, nFirstBlob, i, ptGhost))
-            blob.bRemoved = 1;
+        const bool bGrid = m_nCount > nPlainLimit && m_grid.Build(m_pBlobs, m_nCount, nWiden, false, 0);
+        for (int i = 0; i < m_nCount; ++i)
+        {
+            CDefectBlob& blob = m_pBlobs[i];
+            if (blob.nDefectPos != DefectPos_First && blob.nDefectPos != DefectPos_Last)
+                continue;
+            const CPoint ptGhost = GetGhost(blob);
+            if (bGrid ? HasNeighbourByGrid(i, ptGhost) : HasNeighbourPlainly(i, ptGhost))
+                blob.bRemoved = 1;
+        }
     }
-    CompactBlobs(store, nFirstBlob);
-}
+
+private:
+    CPoint GetGhost(const CDefectBlob& blob) const
+    {
+        CPoint pt = blob.ptCenter;
+        pt.*m_pAxis = TruncToInt(blob.nDefectPos == DefectPos_First ? pt.*m_pAxis + m_dPitch : pt.*m_pAxis - m_dPitch);
+        return pt;
+    }
+
+    bool IsNeighbour(int nBlob, int nOther, const CPoint& pt) const
+    {
+        const CRect& rt = m_pBlobs[nOther].rtDefect;
+        const std::int64_t nReach = nWiden;
+        return nOther != nBlob && rt.left - nReach <= pt.x && pt.x < rt.right + nReach && rt.top - nReach <= pt.y &&
+               pt.y < rt.bottom + nReach;
+    }
+
+    bool HasNeighbourPlainly(int nBlob, const CPoint& pt) const
+    {
+        for (int i = 0; i < m_nCount; ++i)
+        {
+            if (IsNeighbour(nBlob, i, pt))
+                return true;
+        }
+        return false;
+    }
+
+    bool HasNeighbourByGrid(int nBlob, const CPoint& pt)
+    {
+        bool bFound = false;
+        const SCells cell = m_grid.GetCells(pt.x, pt.y, pt.x, pt.y);
+        m_grid.VisitCell(cell.nLeft, cell.nTop, 0,
+                         [&](int nOther)
+                         {
+                             bFound = IsNeighbour(nBlob, nOther, pt);
+                             return bFound ? CBlobGrid::EVisit::Stop : CBlobGrid::EVisit::GoOn;
+                         });
+        return bFound;
+    }
+
+    CDefectBlob* m_pBlobs;
+    int m_nCount;
+    double m_dPitch;
+    int CPoint::*m_pAxis;
+    CBlobGrid m_grid;
+};
 
 } // namespace
 
@@ -51,10 +90,12 @@ void RemoveGhosts(CBlobStorage& store, int nFirstBlob, double dPitch, int CPoint
 
 void CBlobStorage::ShadowFilter(int nFirstBlob, double dPitch)
 {
-    narvo::RemoveGhosts(*this, nFirstBlob, dPitch, &CPoint::x);
+    narvo::CShadowWalk(*this, nFirstBlob, dPitch, &CPoint::x).MarkGhosts();
+    narvo::CompactBlobs(*this, nFirstBlob);
 }
 
 void CBlobStorage::ShadowFilterVert(int nFirstBlob, double dPitch)
 {
-    narvo::RemoveGhosts(*this, nFirstBlob, dPitch, &CPoint::y);
+    narvo::CShadowWalk(*this, nFirstBlob, dPitch, &CPoint::y).MarkGhosts();
+    narvo::CompactBlobs(*this, nFirstBlob);
 }

@@ -9,6 +9,8 @@
 
 void narvo::CompactBlobs(CBlobStorage& store, int nFirstBlob)
 {
+    if (nFirstBlob >= store.nBlobCount)
+        return;
     int nNext = nFirstBlob;
     for (int i = nFirstBlob; i < store.nBlobCount; ++i)
     {
@@ -20,16 +22,16 @@ void narvo::CompactBlobs(CBlobStorage& store, int nFirstBlob)
 
 int CBlobStorage::CalcRScale(const CPoint* pPoints) const
 {
-    double dGreatest = 0.0;
+    double dGreatest = 0.0; // squared
     for (int i = 0; i < CDefectBlob::nExtremeCount; ++i)
     {
-        for (int j = i; j < CDefectBlob::nExtremeCount; ++j)
+        for (int j = i + 1; j < CDefectBlob::nExtremeCount; ++j)
         {
             // The fields are crossed: hosts fill the size along x into the one named Y.
             const double dDx = narvo::WrapSub(pPoints[i].x, pPoints[j].x) * ConvParam.dPixelSizeY;
             const double dDy = narvo::WrapSub(pPoints[i].y, pPoints[j].y) * ConvParam.dPixelSizeX;
-            dGreatest = std::max(dGreatest, std::sqrt(dDx * dDx + dDy * dDy));
+            dGreatest = std::max(dGreatest, dDx * dDx + dDy * dDy);
         }
     }
-    return narvo::TruncToInt(dGreatest + 0.5);
+    return narvo::TruncToInt(std::sqrt(dGreatest) + 0.5);
 }

@@ -1,4 +1,4 @@
-// What the tidying steps share: dropping removed blobs, and the searches of the merge and shadow walks.
+// What the tidying steps share: dropping removed blobs. The walks that mark them have files of their own.
 #pragma once
 
 #include "narvoassem/blobstorage.h"

@@ -23,8 +23,8 @@ void CDefectPair::Reset()
     nSubZone = 0;
 }
 
-void CDefectPair::SetPeak(int nValue, int nThreshold, int nDivisor)
+void CDefectPair::SetPeak(int nValue, int nBase, int nDivisor)
 {
     // 64 bits, so that only a divisor of 0 can trap.
-    nPeak = static_cast<int>((std::abs(static_cast<std::int64_t>(nValue)) - nThreshold) / nDivisor);
+    nPeak = static_cast<int>((std::abs(static_cast<std::int64_t>(nValue)) - nBase) / nDivisor);
 }

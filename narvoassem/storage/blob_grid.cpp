@@ -1,0 +1,93 @@
+// Construction of the grid.
+#include "narvoassem/storage/blob_grid.h"
+
+#include <algorithm>
+#include <bit>
+#include <limits>
+
+#include "narvoassem/storage/thread_scratch.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+constexpr int nFirstShift = 4;            ///< 16 pixels: about the size of a small blob with its surroundings
+constexpr int nLastShift = 33;            ///< one cell holds every widened rectangle, or a few
+constexpr std::int64_t nCellsPerBlob = 4; ///< mean number of registrations above which cells are made larger
+
+SCells GetWidened(const CRect& rt, std::int64_t nMargin, int nShift)
+{
+    return {(rt.left - nMargin) >> nShift, (rt.top - nMargin) >> nShift, (rt.right + nMargin) >> nShift,
+            (rt.bottom + nMargin) >> nShift};
+}
+
+bool IsReversed(const CRect& rt, std::int64_t nMargin)
+{
+    return rt.left - nMargin > rt.right + nMargin || rt.top - nMargin > rt.bottom + nMargin;
+}
+
+// Stops counting once the limit is passed.
+std::int64_t CountRegistrations(const CDefectBlob* pBlobs, int nCount, int nMargin, int nShift, std::int64_t nLimit)
+{
+    std::int64_t nSum = 0;
+    for (int i = 0; i < nCount && nSum <= nLimit; ++i)
+    {
+        if (IsReversed(pBlobs[i].rtDefect, nMargin))
+            continue;
+        const SCells cells = GetWidened(pBlobs[i].rtDefect, nMargin, nShift);
+        const std::int64_t nColumns = cells.nRight - cells.nLeft + 1;
+        const std::int64_t nRows = cells.nBottom - cells.nTop + 1;
+        nSum += std::min(nColumns, nLimit + 1) * std::min(nRows, nLimit + 1);
+    }
+    return nSum;
+}
+
+} // namespace
+
+bool CBlobGrid::Build(const CDefectBlob* pBlobs, int nCount, int nMargin, bool bByType, std::size_t nSpareWords)
+{
+    const std::int64_t nLimit = std::min<std::int64_t>(nCellsPerBlob * nCount, std::numeric_limits<int>::max());
+    std::int64_t nEntries = 0;
+    for (m_nShift = nFirstShift; m_nShift <= nLastShift; ++m_nShift)
+    {
+        nEntries = CountRegistrations(pBlobs, nCount, nMargin, m_nShift, nLimit);
+        if (nEntries <= nLimit)
+            break;
+    }
+    if (nEntries > nLimit)
+        return false;
+
+    const auto nRegistrations = static_cast<std::size_t>(nEntries);
+    const std::size_t nBuckets = std::bit_ceil(std::max<std::size_t>(nRegistrations, 1));
+    m_pHead = GetThreadScratch(nBuckets + 2 * nRegistrations + nSpareWords);
+    if (m_pHead == nullptr)
+        return false;
+    m_pNext = m_pHead + nBuckets;
+    m_pBlob = m_pNext + nRegistrations;
+    m_pSpare = m_pBlob + nRegistrations;
+    m_nBucketMask = nBuckets - 1;
+    m_bByType = bByType;
+    std::fill_n(m_pHead, nBuckets, -1);
+    int nEntry = 0;
+    for (int i = 0; i < nCount; ++i)
+    {
+        if (IsReversed(pBlobs[i].rtDefect, nMargin))
+            continue;
+        const SCells cells = GetWidened(pBlobs[i].rtDefect, nMargin, m_nShift);
+        for (std::int64_t nRow = cells.nTop; nRow <= cells.nBottom; ++nRow)
+        {
+            for (std::int64_t nColumn = cells.nLeft; nColumn <= cells.nRight; ++nColumn)
+            {
+                int& nHead = m_pHead[GetBucket(nColumn, nRow, pBlobs[i].nDefectType)];
+                m_pBlob[nEntry] = i;
+                m_pNext[nEntry] = nHead;
+                nHead = nEntry++;
+            }
+        }
+    }
+    return true;
+}
+
+} // namespace narvo
