@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "narvoassem/compare/pixel_driver.h"
 #include "narvoassem/compare/zone_driver.h"
 #include "narvoassem/fixed_pitch.h"
 
@@ -59,6 +60,22 @@ bool IsZoneReadable(const CConvParam& param, ZoneKernel eKernel, const CZoneCell
     return IsZoneGridWalkable(param, cell);
 }
 
+bool IsPixelReadable(const CConvParam& param)
+{
+    const CPixelChoice choice = ChoosePixelKernel(param);
+    if (!IsPitchReadable(param, param.nDirection == 1, ToPitch16))
+        return false;
+    if (choice.eKernel == PixelKernel::HoriTable && !IsConvTableWhole(param))
+        return false;
+    return !choice.bTwice || (IsPitchUsable(param.dTwicePitch) && ToPitch16(param.dTwicePitch) >= 0);
+}
+
+bool IsFloatReadable(const CConvParam& param)
+{
+    return IsPitchReadable(param, param.nDirection == 1, ToRoundedPitch16) &&
+           (param.nDirection == 1 || IsConvTableWhole(param));
+}
+
 bool IsReadable(const CConvParam& param, Comparison eComparison)
 {
     switch (eComparison)
@@ -68,9 +85,9 @@ bool IsReadable(const CConvParam& param, Comparison eComparison)
     case Comparison::AsgZone:
         return IsZoneReadable(param, ChooseAsgZoneKernel(param), GetAsgZoneCellSize(param));
     case Comparison::Pixel:
-        return IsPitchReadable(param, param.nDirection == 1, ToPitch16) && IsConvTableWhole(param);
+        return IsPixelReadable(param);
     case Comparison::Float:
-        return IsPitchReadable(param, param.nDirection == 1, ToRoundedPitch16) && IsConvTableWhole(param);
+        return IsFloatReadable(param);
     default:
         return true;
     }

@@ -34,6 +34,8 @@ int Compare(CNarvoAssem& engine, Comparison eComparison)
         return engine.Compare_Zone2();
     case Comparison::AsgZone:
         return engine.Compare_ASGZone();
+    case Comparison::Pixel:
+        return engine.Compare_Pixel();
     case Comparison::Average:
         return engine.CompareAverage();
     case Comparison::Binarise:

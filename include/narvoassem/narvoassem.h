@@ -117,6 +117,8 @@ public:
     int Compare_Zone2();
     /// The zone comparison with cells unbounded across the compare direction. @return end line
     int Compare_ASGZone();
+    /// The pixel comparison: scalar thresholds. Only an nDirection of exactly 1 is vertical. @return end line
+    int Compare_Pixel();
 
     /// Binarise mode: reports the pixels of rtInspect with 0 < grey < nThreshold, then builds blobs. @return end line
     int BinalizeInspection();
