@@ -136,8 +136,9 @@ InspectionResult Inspector::Inspect(int lane, const GreyImage& image, const Reci
         result.warnings.push_back("more than " + std::to_string(nVerticalPairLimit) +
                                   " pairs in a pass: its blobs were dropped; raise the thresholds");
     if (std::any_of(engines.begin(), engines.end(),
-                    [&](const CNarvoAssem* one) { return one->GetBlobCount() >= m_maxBlobs; }))
-        result.warnings.push_back("room for blobs ran out: raise max_blobs (" + std::to_string(m_maxBlobs) + ")");
+                    [&](const CNarvoAssem* one) { return one->GetBlobCount() + one->nMergedBlob >= m_maxBlobs; }))
+        result.warnings.push_back("room for blobs ran out, or nearly so: raise max_blobs (" +
+                                  std::to_string(m_maxBlobs) + ")");
     if (result.code == 16 && result.warnings.empty())
         result.warnings.push_back("more pairs than the engine's store holds");
     result.totalMilliseconds = MillisecondsSince(start);

@@ -125,7 +125,7 @@ struct Recipe
     std::string classImageFile; ///< as written in the recipe; empty: none
     GreyImage zoneImage;        ///< painted zones of one cell: a pixel's value is its zone
     GreyImage classImage;       ///< class ids of one cell, 0 .. 15
-    std::vector<ZoneSettings> zones = {ZoneSettings{}};
+    std::vector<ZoneSettings> zones = std::vector<ZoneSettings>(1);
 
     double RealPitchX() const { return pitchX * multipleX; }
     double RealPitchY() const { return pitchY * multipleY; }

@@ -1,0 +1,49 @@
+// Runs the built program as a user would and keeps what it said.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <initializer_list>
+#include <iterator>
+#include <string>
+
+#include <sys/wait.h>
+
+#include "host/host_test_help.h"
+
+namespace narvo
+{
+
+struct Outcome
+{
+    int code;
+    std::string out;
+    std::string error;
+};
+
+inline std::string ReadText(const std::filesystem::path& file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/// Arguments must not contain single quotes.
+inline Outcome RunNarvo(const TestFolder& folder, std::initializer_list<std::string> arguments)
+{
+    std::string command = "cd '" + folder.Path().string() + "' && '" NARVO_PROGRAM "'";
+    for (const std::string& argument : arguments)
+        command += " '" + argument + "'";
+    command += " > out.txt 2> error.txt";
+    const int status = std::system(command.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadText(folder / "out.txt"), ReadText(folder / "error.txt")};
+}
+
+/// A small panel with its recipe and truth: panel.png and so on.
+inline Outcome MakeSmallPanel(const TestFolder& folder)
+{
+    return RunNarvo(folder, {"synth", "--width", "512", "--height", "640", "--pitch-x", "40.5", "--pitch-y", "48.25",
+                             "--defects", "8", "--seed", "3", "--quiet"});
+}
+
+} // namespace narvo

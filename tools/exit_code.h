@@ -1,0 +1,27 @@
+// Exit codes of the program and how problems reach the terminal.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/problem.h"
+
+namespace narvo
+{
+
+enum ExitCode : int
+{
+    ExitCode_Done = 0,
+    ExitCode_Unexpected = 1, ///< an error that the program did not foresee
+    ExitCode_BadInput = 2,   ///< command line, image, recipe or truth
+    ExitCode_NotWritten = 3, ///< a result file could not be written
+    ExitCode_Incomplete = 4  ///< inspected, but part of the image was not looked at or blobs were lost
+};
+
+/// The codes, for the end of --help.
+std::string DescribeExitCodes();
+
+/// One line for each problem on the error stream.
+void PrintProblems(const std::vector<Problem>& found);
+
+} // namespace narvo
