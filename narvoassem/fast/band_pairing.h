@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 
 #include "narvoassem/fast/kernel_call.h"
 
@@ -36,12 +37,28 @@ struct CBands
     std::int64_t nHop = 0; ///< distance of the partner
 };
 
-/// The hit arrays as the pairing walk sees them: nCount hits, sorted along the axis where bSorted.
+/// The hit arrays as the pairing walk sees them.
 struct CHitList
 {
     const CHitArrays* pHits = nullptr;
     std::int64_t nCount = 0;
-    bool bSorted = true;
+};
+
+/// Where the search for a partner may begin: hits in front of nNext lie before nTarget. Targets mostly ascend, so the
+/// way to them is gone once.
+struct CSearchCursor
+{
+    std::int64_t nNext = 0;
+    std::int64_t nTarget = std::numeric_limits<std::int64_t>::min();
+
+    void Advance(const int* pAlong, std::int64_t nCount, std::int64_t i, std::int64_t nWanted)
+    {
+        if (nWanted < nTarget || nNext <= i)
+            nNext = i + 1;
+        nTarget = nWanted;
+        while (nNext < nCount && pAlong[nNext] < nWanted)
+            ++nNext;
+    }
 };
 
 /// A record that may be written: its place in the bands, and the hit whose values it carries, mirrored or not.
@@ -70,21 +87,14 @@ inline bool IsOutOfPlay(short nType)
 /// Index of the first hit behind i that lies at the target and, for columns, in the same column: the partner if its
 /// type allows it. -1 where there is none. Sets bBlocked when an unusable hit at the target ended the search.
 template <CPairingTraits kTraits>
-std::int64_t FindPartner(const CHitList& list, std::int64_t i, std::int64_t nTarget, std::int64_t& nCursor,
+std::int64_t FindPartner(const CHitList& list, std::int64_t i, std::int64_t nTarget, CSearchCursor& cursor,
                          bool& bBlocked)
 {
     const CHitArrays& hits = *list.pHits;
     const int* pAlong = kTraits.eAxis == PairAxis::X ? hits.pX : hits.pY;
     const int* pAcross = kTraits.eAxis == PairAxis::X ? hits.pY : hits.pX;
-    std::int64_t j = i + 1;
-    if (list.bSorted)
-    {
-        // Targets ascend with i, so what lay before an earlier target lies before this one.
-        while (nCursor < list.nCount && pAlong[nCursor] < nTarget)
-            ++nCursor;
-        j = j > nCursor ? j : nCursor;
-    }
-    for (; j < list.nCount; ++j)
+    cursor.Advance(pAlong, list.nCount, i, nTarget);
+    for (std::int64_t j = cursor.nNext; j < list.nCount; ++j)
     {
         if (pAlong[j] < nTarget)
             continue;
@@ -114,7 +124,7 @@ PairingEnd PairHits(const CHitList& list, const CBands& bands, TRecords&& record
 {
     const CHitArrays& hits = *list.pHits;
     constexpr bool bAlongX = kTraits.eAxis == PairAxis::X;
-    std::int64_t nCursor = 0;
+    CSearchCursor cursor;
     for (std::int64_t i = 0; i < list.nCount; ++i)
     {
         if (records.IsFull())
@@ -136,7 +146,7 @@ PairingEnd PairHits(const CHitList& list, const CBands& bands, TRecords&& record
         }
         const DefectPos ePos = bInFirst ? DefectPos_First : DefectPos_Middle;
         bool bBlocked = false;
-        const std::int64_t nPartner = FindPartner<kTraits>(list, i, nTarget, nCursor, bBlocked);
+        const std::int64_t nPartner = FindPartner<kTraits>(list, i, nTarget, cursor, bBlocked);
         if (nPartner >= 0)
         {
             if (records.Write({ePos, DefectPair_Paired, nFarX, nFarY, nPartner, false}))

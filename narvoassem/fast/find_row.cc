@@ -22,12 +22,6 @@
 namespace narvo
 {
 
-enum class FindSample
-{
-    Pixel,
-    Mean
-};
-
 enum class FindReference
 {
     Linear,
@@ -46,7 +40,6 @@ enum class FindThreshold
 
 struct CFindTraits
 {
-    FindSample eSample;
     FindReference eReference;
     FindThreshold eThreshold;
 
@@ -92,14 +85,7 @@ struct CRunMaps
 template <CFindTraits kTraits>
 bool IsHit(const CFindRow& row, const CRunMaps& maps, std::int64_t x, std::int64_t i)
 {
-    const auto sample = [x](const std::uint8_t* pRow, const std::uint8_t* pBelow) -> std::uint16_t
-    {
-        if constexpr (kTraits.eSample == FindSample::Mean)
-            return Mean2by2(pRow[x], pRow[x + 1], pBelow[x], pBelow[x + 1]);
-        else
-            return pRow[x];
-    };
-    std::uint16_t nSrc = sample(row.pSrc, row.pSrcBelow);
+    std::uint16_t nSrc = row.pSrc[x];
     std::uint16_t nCmp;
     if constexpr (kTraits.eReference == FindReference::Column)
         nCmp = narvo::Interpolate(row.pNear[x], static_cast<std::uint16_t>(row.pColumnNear[x]), row.pFar[x],
@@ -109,8 +95,7 @@ bool IsHit(const CFindRow& row, const CRunMaps& maps, std::int64_t x, std::int64
             narvo::Interpolate(row.pNear[x], row.nWeightLeft, row.pNear[x + 1], row.nWeightRight), row.nWeightNear,
             narvo::Interpolate(row.pFar[x], row.nWeightLeft, row.pFar[x + 1], row.nWeightRight), row.nWeightFar);
     else
-        nCmp = narvo::Interpolate(sample(row.pNear, row.pFar), row.nWeightNear, sample(row.pFar, row.pFarBelow),
-                                  row.nWeightFar);
+        nCmp = narvo::Interpolate(row.pNear[x], row.nWeightNear, row.pFar[x], row.nWeightFar);
     if constexpr (kTraits.eThreshold != FindThreshold::Knee)
     {
         nSrc = std::min(nSrc, row.nGrayLimit);
@@ -172,19 +157,6 @@ struct CRowLanes
 };
 
 template <CFindTraits kTraits, class D>
-HWY_INLINE hn::Vec<D> LoadSample(D d, const std::uint8_t* pRow, [[maybe_unused]] const std::uint8_t* pBelow,
-                                 std::int64_t x)
-{
-    if constexpr (kTraits.eSample == FindSample::Mean)
-    {
-        const auto vSum = hn::Add(LoadWide(d, pRow + x), LoadWide(d, pRow + x + 1));
-        return hn::ShiftRight<2>(hn::Add(vSum, hn::Add(LoadWide(d, pBelow + x), LoadWide(d, pBelow + x + 1))));
-    }
-    else
-        return LoadWide(d, pRow + x);
-}
-
-template <CFindTraits kTraits, class D>
 HWY_INLINE hn::Vec<D> LoadReference(D d, const CFindRow& row, const CRowLanes<D>& lanes, std::int64_t x)
 {
     if constexpr (kTraits.eReference == FindReference::Column)
@@ -199,8 +171,7 @@ HWY_INLINE hn::Vec<D> LoadReference(D d, const CFindRow& row, const CRowLanes<D>
         return Interpolate(vNear, lanes.vWeightNear, vFar, lanes.vWeightFar);
     }
     else
-        return Interpolate(LoadSample<kTraits>(d, row.pNear, row.pFar, x), lanes.vWeightNear,
-                           LoadSample<kTraits>(d, row.pFar, row.pFarBelow, x), lanes.vWeightFar);
+        return Interpolate(LoadWide(d, row.pNear + x), lanes.vWeightNear, LoadWide(d, row.pFar + x), lanes.vWeightFar);
 }
 
 template <CFindTraits kTraits, class D>
@@ -241,7 +212,7 @@ template <CFindTraits kTraits, class D>
 HWY_INLINE void FindBlock(D d, const CFindRow& row, const CRowLanes<D>& lanes, const CRunMaps& maps, std::int64_t x,
                           std::int64_t i)
 {
-    auto vSrc = LoadSample<kTraits>(d, row.pSrc, row.pSrcBelow, x);
+    auto vSrc = LoadWide(d, row.pSrc + x);
     auto vCmp = LoadReference<kTraits>(d, row, lanes, x);
     if constexpr (kTraits.eThreshold != FindThreshold::Knee)
     {
@@ -285,52 +256,47 @@ HWY_INLINE void FindRuns(const CFindRow& row)
 // One function for each variant, since the dispatch table takes plain functions.
 void FindLinearMap(const CFindRow& row)
 {
-    FindRuns<CFindTraits{FindSample::Pixel, FindReference::Linear, FindThreshold::Map}>(row);
+    FindRuns<CFindTraits{FindReference::Linear, FindThreshold::Map}>(row);
 }
 
 void FindLinearKnee(const CFindRow& row)
 {
-    FindRuns<CFindTraits{FindSample::Pixel, FindReference::Linear, FindThreshold::Knee}>(row);
+    FindRuns<CFindTraits{FindReference::Linear, FindThreshold::Knee}>(row);
 }
 
 void FindLinearFloor(const CFindRow& row)
 {
-    FindRuns<CFindTraits{FindSample::Pixel, FindReference::Linear, FindThreshold::Floor}>(row);
-}
-
-void FindMeanMap(const CFindRow& row)
-{
-    FindRuns<CFindTraits{FindSample::Mean, FindReference::Linear, FindThreshold::Map}>(row);
+    FindRuns<CFindTraits{FindReference::Linear, FindThreshold::Floor}>(row);
 }
 
 void FindBilinearMap(const CFindRow& row)
 {
-    FindRuns<CFindTraits{FindSample::Pixel, FindReference::Bilinear, FindThreshold::Map}>(row);
+    FindRuns<CFindTraits{FindReference::Bilinear, FindThreshold::Map}>(row);
 }
 
 void FindColumnMap(const CFindRow& row)
 {
-    FindRuns<CFindTraits{FindSample::Pixel, FindReference::Column, FindThreshold::Map}>(row);
+    FindRuns<CFindTraits{FindReference::Column, FindThreshold::Map}>(row);
 }
 
 void FindLinearScalar(const CFindRow& row)
 {
-    FindRuns<CFindTraits{FindSample::Pixel, FindReference::Linear, FindThreshold::Scalar}>(row);
+    FindRuns<CFindTraits{FindReference::Linear, FindThreshold::Scalar}>(row);
 }
 
 void FindLinearSmaller(const CFindRow& row)
 {
-    FindRuns<CFindTraits{FindSample::Pixel, FindReference::Linear, FindThreshold::Smaller}>(row);
+    FindRuns<CFindTraits{FindReference::Linear, FindThreshold::Smaller}>(row);
 }
 
 void FindBilinearSmaller(const CFindRow& row)
 {
-    FindRuns<CFindTraits{FindSample::Pixel, FindReference::Bilinear, FindThreshold::Smaller}>(row);
+    FindRuns<CFindTraits{FindReference::Bilinear, FindThreshold::Smaller}>(row);
 }
 
 void FindColumnScalar(const CFindRow& row)
 {
-    FindRuns<CFindTraits{FindSample::Pixel, FindReference::Column, FindThreshold::Scalar}>(row);
+    FindRuns<CFindTraits{FindReference::Column, FindThreshold::Scalar}>(row);
 }
 
 const char* TargetName()
@@ -351,7 +317,6 @@ namespace narvo
 HWY_EXPORT(FindLinearMap);
 HWY_EXPORT(FindLinearKnee);
 HWY_EXPORT(FindLinearFloor);
-HWY_EXPORT(FindMeanMap);
 HWY_EXPORT(FindBilinearMap);
 HWY_EXPORT(FindColumnMap);
 HWY_EXPORT(FindLinearScalar);
@@ -370,8 +335,6 @@ void FindRow(FindVariant eVariant, const CFindRow& row)
         return HWY_DYNAMIC_DISPATCH(FindLinearKnee)(row);
     case FindVariant::LinearFloor:
         return HWY_DYNAMIC_DISPATCH(FindLinearFloor)(row);
-    case FindVariant::MeanMap:
-        return HWY_DYNAMIC_DISPATCH(FindMeanMap)(row);
     case FindVariant::BilinearMap:
         return HWY_DYNAMIC_DISPATCH(FindBilinearMap)(row);
     case FindVariant::ColumnMap:

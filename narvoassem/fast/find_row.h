@@ -19,7 +19,6 @@ enum class FindVariant
     LinearMap,       ///< pixel against two weighted rows, threshold from maps
     LinearKnee,      ///< the same, two-segment threshold from maps, no grey limit
     LinearFloor,     ///< the same, one threshold for all pixels, no gain
-    MeanMap,         ///< 2 by 2 means against two weighted rows of means, threshold from maps
     BilinearMap,     ///< pixel against four weighted pixels, threshold from maps
     ColumnMap,       ///< pixel against two rows weighted column by column, threshold from maps
     LinearScalar,    ///< pixel against two weighted rows, base and gain for all pixels
@@ -42,11 +41,9 @@ struct CStripRun
 /// test is signed.
 struct CFindRow
 {
-    const std::uint8_t* pSrc = nullptr;      ///< source row (means: +1)
-    const std::uint8_t* pSrcBelow = nullptr; ///< means: the row below the source, +1
-    const std::uint8_t* pNear = nullptr;     ///< reference row (means, bilinear: +1)
-    const std::uint8_t* pFar = nullptr;      ///< the row, or the pixel, behind it (means, bilinear: +1)
-    const std::uint8_t* pFarBelow = nullptr; ///< means: the row below pFar, +1
+    const std::uint8_t* pSrc = nullptr;  ///< source row
+    const std::uint8_t* pNear = nullptr; ///< reference row (bilinear: +1)
+    const std::uint8_t* pFar = nullptr;  ///< the row, or the pixel, behind it (bilinear: +1)
 
     /// Bytes from pFar to the memory that the next row will be the first to read. Asking for it a row ahead hides the
     /// way from main memory, which the processor's own prefetcher does not.

@@ -33,10 +33,10 @@ std::int64_t ReferenceShift(const CKernelCall& call)
 }
 
 /// One sample at (x, y): a pixel, or the mean of the 2 by 2 block whose top left pixel it is.
-template <FindVariant kFind>
+template <CScanTraits kScan>
 std::uint16_t ReadSample(const CImageView& image, std::int64_t x, std::int64_t y)
 {
-    if constexpr (kFind == FindVariant::MeanMap)
+    if constexpr (kScan.bMeans)
         return Mean2by2(ReadPixel(image, x, y), ReadPixel(image, x + 1, y), ReadPixel(image, x, y + 1),
                         ReadPixel(image, x + 1, y + 1));
     else
@@ -64,8 +64,8 @@ std::uint16_t ReadReference(const CKernelCall& call, const CPitch16& pitch, std:
         return Interpolate(readRow(y + pitch.nWhole), nNear, readRow(y + pitch.nWhole + 1), nFar);
     }
     else
-        return Interpolate(ReadSample<kScan.eFind>(image, nAt, y + pitch.nWhole), nNear,
-                           ReadSample<kScan.eFind>(image, nAt, y + pitch.nWhole + 1), nFar);
+        return Interpolate(ReadSample<kScan>(image, nAt, y + pitch.nWhole), nNear,
+                           ReadSample<kScan>(image, nAt, y + pitch.nWhole + 1), nFar);
 }
 
 /// The reference of column x in row y of a kernel with column tables, nDisplacement pixels on.

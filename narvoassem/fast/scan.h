@@ -47,6 +47,7 @@ struct CScanTraits
     int nFreeRows = 2;           ///< vertical: rows at the bottom that stay uncompared, besides the pitch
     bool bRowTable = false;      ///< vertical: pitch from a table of rows
     bool bEndLine = true;        ///< writes its end line
+    bool bMeans = false;         ///< vertical: each sample is the mean of a 2 by 2 block
     StripCut eCut = StripCut::Stays;
     bool bAnyRow = false;  ///< horizontal: hits that the caller put in front may be partners whatever their row
     bool bShifted = false; ///< vertical: the whole part of nVtdPitch16 counts too
@@ -54,8 +55,7 @@ struct CScanTraits
     /// Rows are read one pixel further than their strips reach.
     constexpr bool ReadsOneMore() const
     {
-        return eFind == FindVariant::MeanMap || eFind == FindVariant::BilinearMap ||
-               eFind == FindVariant::BilinearSmaller;
+        return eFind == FindVariant::BilinearMap || eFind == FindVariant::BilinearSmaller;
     }
 };
 
@@ -189,11 +189,9 @@ protected:
     /// Pairs the hits held and empties the list.
     PairingEnd Pair(const CBands& bands)
     {
-        // Hits that the caller put in front are in an order of their own.
-        const CHitList list = {&m_rule.hits, m_nHits, m_bSorted};
+        const CHitList list = {&m_rule.hits, m_nHits};
         m_nHits = 0;
         m_nGroup = 0;
-        m_bSorted = true;
         return PairHits<kPairing>(list, bands, m_rule.records);
     }
 
@@ -211,7 +209,6 @@ protected:
     CRunList m_runs;
     std::int64_t m_nHits;
     std::int64_t m_nGroup = 0; ///< the group that the last hit lay in
-    bool m_bSorted = m_nHits == 0;
     CFindRow m_row;
 };
 

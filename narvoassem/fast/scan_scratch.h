@@ -9,6 +9,7 @@
 #include "narvoassem/fast/find_row.h"
 #include "narvoassem/fast/grow_buffer.h"
 #include "narvoassem/fast/hit_chains.h"
+#include "narvoassem/fast/row_cache.h"
 
 namespace narvo
 {
@@ -23,7 +24,7 @@ struct CRunWalk
 
 struct CScanScratch
 {
-    static constexpr std::size_t kRowCopies = 5;
+    static constexpr std::size_t kRowCopies = 3;
 
     CHitChains chains;
     CGrowBuffer<std::uint16_t> mask;
@@ -31,6 +32,9 @@ struct CScanScratch
     CGrowBuffer<CStripRun> runs;
     CGrowBuffer<std::int16_t> zeroMap;
     CGrowBuffer<std::uint8_t> rowCopy[kRowCopies];
+    CRowCache<std::uint8_t> means;
+    CRowCache<std::uint16_t> sums;        ///< window sums at the source
+    CRowCache<std::uint16_t> shiftedSums; ///< window sums at a reference that is displaced along x
     CGrowBuffer<std::int16_t> columnNear;
     CGrowBuffer<std::int16_t> columnFar;
     CGrowBuffer<std::uint8_t> classId; ///< per hit, for the class-id kernels

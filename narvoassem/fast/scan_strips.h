@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "narvoassem/fast/derive_rows.h"
 #include "narvoassem/fast/pixel_values.h"
+#include "narvoassem/fast/row_cache.h"
 #include "narvoassem/fast/scan.h"
 
 namespace narvo
@@ -33,7 +35,7 @@ public:
         std::int64_t x = region.nLeft;
         if (x < m_nStripEnd)
             m_rule.BeginScan(m_nStripEnd);
-        std::int64_t nTileStrips = kTileStrips;
+        std::int64_t nTileStrips = TileStrips();
         while (x < m_nStripEnd)
         {
             const std::int64_t nStrips = std::min((m_nStripEnd - x + kStripWidth - 1) / kStripWidth, nTileStrips);
@@ -61,14 +63,21 @@ public:
     }
 
 private:
-    /// Strips of a tile at the most: long rows suit the prefetcher.
-    static constexpr std::int64_t kTileStrips = 4096;
+    /// Strips of a tile at the most. Long rows suit the prefetcher; derived rows should stay near the processor.
+    std::int64_t TileStrips() const
+    {
+        if (!kScan.bMeans)
+            return 4096;
+        return std::max<std::int64_t>(CRowCache<std::uint8_t>::ColumnsFor(m_pitch.nWhole) / kStripWidth, 32);
+    }
 
     /// Finds the hits of nStrips strips from column x on. @return false when they cannot be held
     bool FindTile(std::int64_t x, std::int64_t nStrips)
     {
         const std::int64_t nTop = m_call.region.nTop;
         if (!this->ReserveRow(nStrips) || !m_scratch.chains.Begin(nStrips, m_nRowEnd - nTop))
+            return false;
+        if (kScan.bMeans && !m_scratch.means.Begin(m_pitch.nWhole, nStrips * kStripWidth))
             return false;
         m_rule.BeginTile(x, nStrips);
         std::int64_t nNextStep = nTop;
@@ -89,20 +98,40 @@ private:
 
     void SetRow(const CPitch16& pitch, std::int64_t x, std::int64_t y, std::int64_t nStrips)
     {
-        const std::int64_t nColumns = nStrips * kStripWidth + (kScan.ReadsOneMore() ? 1 : 0);
-        const auto read = [&](std::int64_t nColumn, std::int64_t nRow, int nCopy)
-        { return ReadRow(m_call.image, nColumn, nRow, nColumns, m_scratch.rowCopy[nCopy].Data()); };
         m_row.nMapRow = m_rule.MapRow(y);
         this->SetWeights(pitch);
-        const std::int64_t nReference = x + ReferenceShift<kScan>(m_call);
-        m_row.pSrc = read(x, y, 0);
-        m_row.pNear = read(nReference, y + pitch.nWhole, 1);
-        m_row.pFar = read(nReference, y + pitch.nWhole + 1, 2);
-        if constexpr (kScan.eFind == FindVariant::MeanMap)
+        const std::int64_t nColumns = nStrips * kStripWidth + (kScan.ReadsOneMore() ? 1 : 0);
+        if constexpr (kScan.bMeans)
         {
-            m_row.pSrcBelow = read(x, y + 1, 3);
-            m_row.pFarBelow = read(x, y + pitch.nWhole + 2, 4);
+            const auto read = [&](std::int64_t nRow, int nSpare)
+            {
+                return m_scratch.means.Get(nRow, y, nSpare,
+                                           [&](std::int64_t nMade, std::uint8_t* pOut)
+                                           { MakeMeans(x, nMade, nColumns, pOut); });
+            };
+            m_row.pSrc = read(y, 0);
+            m_row.pNear = read(y + pitch.nWhole, 0);
+            m_row.pFar = read(y + pitch.nWhole + 1, 1);
         }
+        else
+        {
+            const auto read = [&](std::int64_t nColumn, std::int64_t nRow, int nCopy)
+            { return ReadRow(m_call.image, nColumn, nRow, nColumns, m_scratch.rowCopy[nCopy].Data()); };
+            const std::int64_t nReference = x + ReferenceShift<kScan>(m_call);
+            m_row.pSrc = read(x, y, 0);
+            m_row.pNear = read(nReference, y + pitch.nWhole, 1);
+            m_row.pFar = read(nReference, y + pitch.nWhole + 1, 2);
+        }
+    }
+
+    /// Means of the blocks at row y and the row below.
+    void MakeMeans(std::int64_t x, std::int64_t y, std::int64_t nColumns, std::uint8_t* pOut)
+    {
+        CSourceRows rows;
+        rows.nPrefetch = m_call.image.nStride;
+        for (int nLine = 0; nLine < 2; ++nLine)
+            rows.pRow[nLine] = ReadRow(m_call.image, x, y + nLine, nColumns + 1, m_scratch.rowCopy[nLine].Data());
+        MakeMeanRow(rows, nColumns, pOut);
     }
 
     /// The pitch that places the comparison of row y. A row table is entered at the region's top and read on every 16

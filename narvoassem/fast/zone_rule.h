@@ -54,7 +54,7 @@ public:
         CFoundHit hit = {};
         hit.nRow = static_cast<std::int32_t>(y);
         hit.nColumn = static_cast<std::uint8_t>(nColumn);
-        hit.nSrc = ReadSample<kScan.eFind>(m_call.image, x, y);
+        hit.nSrc = ReadSample<kScan>(m_call.image, x, y);
         if constexpr (kScan.eFind == FindVariant::ColumnMap)
             hit.nCmp = ReadColumnReference(m_call, BlockDisplacement(x), x, y);
         else

@@ -35,7 +35,7 @@ constexpr CZoneTraits GetZoneTraits(ZoneKernel eKernel, bool bFraction = false)
     using enum FindVariant;
     constexpr CScanTraits kStrips = {.bLastBandFirst = true};
     constexpr CScanTraits kLongStrips = {.bLastBandFirst = true, .nFreeRows = 1};
-    constexpr CScanTraits kMeans = {.eFind = MeanMap, .bLastBandFirst = true, .nFreeRows = 1};
+    constexpr CScanTraits kMeans = {.bLastBandFirst = true, .nFreeRows = 1, .bMeans = true};
     constexpr CScanTraits kTable = {.bLastBandFirst = true, .bRowTable = true};
     const CScanTraits kShifted = {
         .eFind = bFraction ? BilinearMap : LinearMap, .bLastBandFirst = true, .bRowTable = true};
