@@ -75,29 +75,38 @@ public:
         return true;
     }
 
-    /// The same test for whole rows in 32 bits. @return false when the sums could leave 31 bits
-    bool MakeRow(narvo::CAverageRow& row) const
+    /// False when the sums of whole rows could leave 31 bits: then only TestPixel will do.
+    bool HasRows() const
     {
-        // A window of an even size is one pixel wider inside the region: 9/4 of the area at most, so no scaled sum and
-        // no difference exceeds 574 areas, and limits beyond that are as good as any.
-        static constexpr int nUseful = 600;
-        if (m_nDefect < 1 || m_nBack < 1 || m_nArea > INT32_MAX / nUseful || m_rtOrigin.right > narvo::nFastWidthLimit)
-            return false;
+        return m_nDefect >= 1 && m_nBack >= 1 && m_nArea <= INT32_MAX / nUseful &&
+               m_rtOrigin.right <= narvo::nSumWidthLimit && m_rtOrigin.bottom <= narvo::nSumHeightLimit;
+    }
+    /// The same test for whole rows in 32 bits; the window columns are left to the caller.
+    template <typename TSum>
+    narvo::CAverageRow<TSum> MakeRow() const
+    {
         const auto scale = [this](int nLimit)
         { return static_cast<std::int32_t>(std::clamp(nLimit, -nUseful, nUseful) * m_nArea); };
+        narvo::CAverageRow<TSum> row{};
         row.nWidth = m_rtOrigin.right;
         row.nBack = m_nBack;
         row.nDefect = m_nDefect;
         row.nScale = static_cast<std::int32_t>(m_nScale);
         row.nDark = scale(m_nDarkThreshold);
         row.nBright = scale(m_nBrightThreshold);
-        row.nLimit = scale(m_nGrayLimit);
-        return true;
+        // A scaled sum exceeds the scaled limit when the sum itself exceeds the quotient.
+        const std::int64_t nLargest = 255 * (2 * (std::int64_t{m_nDefect} / 2) + 1) * (2 * (m_nDefect / 2) + 1);
+        const std::int64_t nLimit = scale(m_nGrayLimit);
+        row.nLimit = static_cast<std::int32_t>(nLimit < 0 ? -1 : nLimit / m_nScale);
+        row.bLimited = row.nLimit < nLargest;
+        return row;
     }
 
-    int GetDefectSize() const { return m_nDefect; }
-
 private:
+    /// A window of an even size is one pixel wider inside the region: 9/4 of the area at most, so no scaled sum and no
+    /// difference exceeds 574 areas, and limits beyond that are as good as any.
+    static constexpr int nUseful = 600;
+
     CRect m_rtRegion;
     CRect m_rtOrigin;
     const std::int64_t* m_pIntegral;
@@ -151,75 +160,143 @@ void ScanPlain(const unsigned char* pImage, std::int64_t nPitch, std::int64_t* p
             sink.TakePixel(test, x, y);
 }
 
-/// Table and tests row by row, each row tested as soon as the rows of its windows stand. The low halves of the rows in
-/// reach of a window are kept in a ring, since the table itself is not read again but for hits.
+/// Table and tests row by row: while one row of the table is built, the row above its windows is tested, so that the
+/// stores of the one run beside the arithmetic of the other. Window sums are kept per column and change by the image
+/// rows that enter and leave; the sums of the rows in reach stand in a ring. The table itself is not read again but for
+/// hits.
+template <typename TSum>
 class CAverageScan
 {
 public:
-    CAverageScan(std::int64_t nWidth, std::int64_t nHeight, const narvo::CAverageRow& row)
-        : m_row(row), m_nHeight(nHeight), m_nRing(std::min(nHeight, 2 * (row.nBack / 2) + 1) + 1),
-          m_nStride(nWidth + 1 + narvo::nSumRowSlack)
+    CAverageScan(const narvo::CAverageRow<TSum>& row, std::int64_t nHeight)
+        : m_row(row), m_nHeight(nHeight), m_nRing(std::min(nHeight, 2 * (row.nBack / 2) + 3)),
+          m_nStride(row.nWidth + 1 + narvo::nSumRowSlack)
     {
-        m_pRing = Allocate<std::uint32_t>(m_nRing * m_nStride);
-        m_pRunning = Allocate<std::int64_t>(nWidth + 1);
-        m_pColumns = Allocate<std::int32_t>(nWidth + 1);
+        m_pRing = Allocate<TSum>((m_nRing + 1) * m_nStride);
+        m_pLow = Allocate<std::uint32_t>(m_nStride);
+        m_pColumns = Allocate<std::int32_t>(2 * narvo::GetColumnEntries(row.nWidth, nRun));
     }
     ~CAverageScan()
     {
         std::free(m_pRing);
-        std::free(m_pRunning);
+        std::free(m_pLow);
         std::free(m_pColumns);
     }
     CAverageScan(const CAverageScan&) = delete;
     CAverageScan& operator=(const CAverageScan&) = delete;
 
-    bool HasMemory() const { return m_pRing != nullptr && m_pRunning != nullptr && m_pColumns != nullptr; }
+    bool HasMemory() const { return m_pRing != nullptr && m_pLow != nullptr && m_pColumns != nullptr; }
 
     void Run(const unsigned char* pImage, std::int64_t nPitch, std::int64_t* pIntegral, const CAverageTest& test,
              CAverageSink& sink)
     {
-        std::memset(pIntegral, 0, static_cast<std::size_t>(m_row.nWidth + 1) * sizeof *pIntegral);
+        const std::int64_t nWidth = m_row.nWidth;
+        std::memset(pIntegral, 0, static_cast<std::size_t>(nWidth + 1) * sizeof *pIntegral);
         std::int64_t nBuilt = 0;
+        const auto openRow = [&]
+        {
+            narvo::CSumRow<TSum> row{pImage + nBuilt * nPitch, nWidth, GetRow(nBuilt), m_pLow,
+                                     pIntegral + (nBuilt + 1) * (nWidth + 1)};
+            row.pTable[0] = 0;
+            ++nBuilt;
+            return row;
+        };
         const auto buildTo = [&](std::int64_t nRow)
         {
-            for (; nBuilt < nRow; ++nBuilt)
-                narvo::AppendSumRow(pImage + nBuilt * nPitch, m_row.nWidth, GetRow(nBuilt), GetRow(nBuilt + 1),
-                                    m_pRunning, pIntegral + (nBuilt + 1) * (m_row.nWidth + 1));
+            while (nBuilt < nRow)
+            {
+                narvo::CSumRow<TSum> row = openRow();
+                narvo::AppendSums(row, nWidth);
+            }
         };
+        CWindowSpan back{0, 0};
+        CWindowSpan defect{0, 0};
+        const auto getReach = [this](std::int64_t y) { return GetSpan(y, m_row.nBack).nTo; };
+        const auto getCursor = [this] {
+            return narvo::CColumnCursor{m_pColumns, m_pColumns + narvo::GetColumnEntries(m_row.nWidth, nRun)};
+        };
+        buildTo(getReach(0));
         for (std::int64_t y = 0; y < m_nHeight && sink.IsOpen(); ++y)
         {
-            const CWindowSpan back = narvo::FindWindowSpan(y, m_row.nBack, 0, m_nHeight);
-            const CWindowSpan defect = narvo::FindWindowSpan(y, m_row.nDefect, 0, m_nHeight);
-            buildTo(std::max(back.nTo, defect.nTo));
-            m_row.pBackTop = GetRow(back.nFrom);
-            m_row.pBackBottom = GetRow(back.nTo);
-            m_row.pDefectTop = GetRow(defect.nFrom);
-            m_row.pDefectBottom = GetRow(defect.nTo);
-            const std::int64_t nHits = narvo::FindAverageHits(m_row, m_pColumns);
-            for (std::int64_t i = 0; i < nHits && sink.IsOpen(); ++i)
-                sink.TakePixel(test, m_pColumns[i], static_cast<int>(y));
+            const CWindowSpan backEnd = GetSpan(y, m_row.nBack);
+            const CWindowSpan defectEnd = GetSpan(y, m_row.nDefect);
+            std::int32_t nColumns[nRun];
+            // The first row's windows are filled row by row; after that both move by at most one.
+            for (;;)
+            {
+                MoveWindow(back, backEnd, m_row.back);
+                MoveWindow(defect, defectEnd, m_row.defect);
+                if (back.nTo == backEnd.nTo && defect.nTo == defectEnd.nTo)
+                    break;
+                narvo::CAverageRow<TSum> filling = m_row;
+                filling.nDark = INT32_MIN;
+                filling.nBright = INT32_MAX;
+                narvo::CColumnCursor cursor = getCursor();
+                for (std::int64_t x = 0; x < nWidth; x += nRun)
+                    narvo::FindAverageHits(filling, x, std::min(x + nRun, nWidth), cursor, nColumns);
+            }
+            const bool bBuild = y + 1 < m_nHeight && getReach(y + 1) > nBuilt;
+            narvo::CSumRow<TSum> row = bBuild ? openRow() : narvo::CSumRow<TSum>{};
+            narvo::CColumnCursor cursor = getCursor();
+            for (std::int64_t x = 0; x < nWidth; x += nRun)
+            {
+                const std::int64_t nTo = std::min(x + nRun, nWidth);
+                if (bBuild)
+                    narvo::AppendSums(row, nTo);
+                const std::int64_t nHits = narvo::FindAverageHits(m_row, x, nTo, cursor, nColumns);
+                for (std::int64_t i = 0; i < nHits && sink.IsOpen(); ++i)
+                    sink.TakePixel(test, nColumns[i], static_cast<int>(y));
+            }
         }
         buildTo(m_nHeight);
         narvo::FinishSumRows();
     }
 
 private:
+    /// Columns built and tested in turn: as many as the stores under way may lag behind.
+    static constexpr std::int64_t nRun = 512;
+
     template <typename TElement>
     static TElement* Allocate(std::int64_t nCount)
     {
         return static_cast<TElement*>(std::calloc(static_cast<std::size_t>(nCount), sizeof(TElement)));
     }
 
-    std::uint32_t* GetRow(std::int64_t nRow) const { return m_pRing + nRow % m_nRing * m_nStride; }
+    TSum* GetRow(std::int64_t nRow) const { return m_pRing + nRow % m_nRing * m_nStride; }
 
-    narvo::CAverageRow m_row;
+    CWindowSpan GetSpan(std::int64_t y, std::int64_t nSize) const
+    {
+        return narvo::FindWindowSpan(y, nSize, 0, m_nHeight);
+    }
+
+    /// Moves each end of a window down by one row where it is not at its place yet.
+    void MoveWindow(CWindowSpan& span, const CWindowSpan& end, narvo::CWindowMove<TSum>& move) const
+    {
+        const TSum* pNone = m_pRing + m_nRing * m_nStride;
+        move.pEnter = span.nTo < end.nTo ? GetRow(span.nTo++) : pNone;
+        move.pLeave = span.nFrom < end.nFrom ? GetRow(span.nFrom++) : pNone;
+    }
+
+    narvo::CAverageRow<TSum> m_row;
     std::int64_t m_nHeight;
-    std::int64_t m_nRing;   ///< rows kept
+    std::int64_t m_nRing;   ///< rows kept: the reach of a window, the row that leaves it, the row under construction
     std::int64_t m_nStride; ///< entries per row
-    std::uint32_t* m_pRing;
-    std::int64_t* m_pRunning;
-    std::int32_t* m_pColumns;
+    TSum* m_pRing;          ///< the rows, and one of zeros behind them
+    std::uint32_t* m_pLow;
+    std::int32_t* m_pColumns; ///< what the test keeps per column
 };
+
+/// @return false without memory
+template <typename TSum>
+bool ScanRows(const unsigned char* pImage, std::int64_t nPitch, std::int64_t* pIntegral, std::int64_t nHeight,
+              const CAverageTest& test, CAverageSink& sink)
+{
+    CAverageScan<TSum> scan(test.MakeRow<TSum>(), nHeight);
+    if (!scan.HasMemory())
+        return false;
+    scan.Run(pImage, nPitch, pIntegral, test, sink);
+    return true;
+}
 
 } // namespace
 
@@ -247,16 +324,11 @@ int CompareAverageROI(unsigned char* pImage, std::int64_t* pIntegral, int nImage
 
     const unsigned char* pFirst = pImage + std::int64_t{rtInspect->top} * nImagePitch + rtInspect->left;
     CAverageSink sink(pPair, nPairCount, nPairSize);
-    narvo::CAverageRow row{};
-    if (test.MakeRow(row))
-    {
-        CAverageScan scan(rtInspect->Width(), rtInspect->Height(), row);
-        if (scan.HasMemory())
-        {
-            scan.Run(pFirst, nImagePitch, pIntegral, test, sink);
-            return sink.GetCount();
-        }
-    }
-    ScanPlain(pFirst, nImagePitch, pIntegral, rtInspect->Width(), rtInspect->Height(), test, sink);
+    const bool bDone = test.HasRows() &&
+                       (test.GetBackSize() <= narvo::nShortWindowLimit
+                            ? ScanRows<std::uint16_t>(pFirst, nImagePitch, pIntegral, rtInspect->Height(), test, sink)
+                            : ScanRows<std::uint32_t>(pFirst, nImagePitch, pIntegral, rtInspect->Height(), test, sink));
+    if (!bDone)
+        ScanPlain(pFirst, nImagePitch, pIntegral, rtInspect->Width(), rtInspect->Height(), test, sink);
     return sink.GetCount();
 }

@@ -84,6 +84,9 @@ int FindBandPixels(const std::uint8_t* pPixels, std::int64_t nCount, int nFirst,
             emit(x + 3 * nLanes, GetHitBits(d, v3), nLanes) == 0)
             return 0;
     }
+    for (; x + nLanes <= nCount; x += nLanes)
+        if (emit(x, GetHitBits(d, LoadMisses(d, pPixels + x, vFirst, vLast)), nLanes) == 0)
+            return 0;
     const hn::FixedTag<std::uint8_t, 16> dGroup;
     const auto vGroupFirst = hn::Set(dGroup, static_cast<std::uint8_t>(nFirst));
     const auto vGroupLast = hn::Set(dGroup, static_cast<std::uint8_t>(nGrays - 1));

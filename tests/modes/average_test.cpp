@@ -251,8 +251,10 @@ TEST(Average, RandomCasesEqualThePlainFormAtEveryVectorLevel)
     int nHits = 0;
     for (int nCase = 0; nCase < 6000; ++nCase)
     {
-        const int nPitch = random.Int(1, random.OneIn(5) ? 200 : 70);
-        const int nRows = random.Int(1, 40);
+        // Now and then flat or narrow, with room for a large window along one axis.
+        const int nShape = random.Int(0, 9);
+        const int nPitch = nShape == 0 ? random.Int(140, 700) : random.Int(1, nShape == 1 ? 5 : nShape < 4 ? 200 : 70);
+        const int nRows = nShape == 0 ? random.Int(1, 4) : random.Int(1, nShape == 1 ? 400 : 40);
         std::vector<unsigned char> image(static_cast<std::size_t>(nPitch) * static_cast<std::size_t>(nRows));
         const int nKind = random.Int(0, 2);
         const int nBase = random.Int(0, 255);
@@ -264,7 +266,7 @@ TEST(Average, RandomCasesEqualThePlainFormAtEveryVectorLevel)
         const int nTop = random.Int(0, nRows - 1);
         const CRect rt(nLeft, nTop, random.Int(nLeft + 1, nPitch), random.Int(nTop + 1, nRows));
         const int nDefect = random.Int(1, random.OneIn(4) ? 40 : 6);
-        const int nBack = nDefect + random.Int(0, random.OneIn(4) ? 60 : 12);
+        const int nBack = nDefect + random.Int(0, nShape < 2 ? 200 : random.OneIn(4) ? 60 : 12);
         const int nDark = random.OneIn(6) ? random.Int(-3000, 3000) : random.Int(-80, 0);
         const int nBright = random.OneIn(6) ? random.Int(-3000, 3000) : random.Int(0, 80);
         const int nLimit = random.OneIn(2) ? 255 : random.Int(-5, 300);
