@@ -356,6 +356,47 @@ TEST_F(InspectRect, ManyReRunsEndWithTheRegion)
     EXPECT_LE(m_engine.nReinspectCount, 31);
 }
 
+TEST_F(InspectRect, EndLineThatDoesNotMoveEndsTheReRunsOnceNothingNewComes)
+{
+    // Binarise mode ends at the region's bottom; with direction 1 that counts as a column, short of the right side.
+    CZoneScene scene(256, 100, 20, 1);
+    scene.param.pThresholdOffsetMap = nullptr;
+    scene.param.nInspectMode = 2;
+    scene.param.nThreshold = 20;
+    scene.param.nMaxReinspect = std::numeric_limits<int>::max();
+    scene.AddDefect(150, 50, 3, -200); // grey 0 lies outside the band
+    for (int y = 50; y < 53; ++y)
+        scene.Pixel(150, y) = 10;
+    EXPECT_EQ(Inspect(scene.param), 16);
+    // The same blob in every pass until the store is full; then the re-runs count as used up.
+    EXPECT_EQ(m_engine.ConvParam.rtInspect, CRect(100, 0, 256, 100));
+    EXPECT_EQ(m_engine.GetBlobCount(), m_engine.nBlobSize);
+    EXPECT_EQ(m_engine.nReinspectCount, std::numeric_limits<int>::max());
+
+    scene.param.nMaxReinspect = 3;
+    m_engine.ResetReinspectCount();
+    EXPECT_EQ(Inspect(scene.param), 16);
+    EXPECT_EQ(m_engine.GetBlobCount(), 4);
+    EXPECT_EQ(m_engine.nReinspectCount, 3);
+}
+
+TEST_F(InspectRect, BinariseModeReRunsFromTheRowThatFilledTheStore)
+{
+    CZoneScene scene(256, 100, 20, 0);
+    scene.param.pThresholdOffsetMap = nullptr;
+    scene.param.nInspectMode = 2;
+    scene.param.nThreshold = 20;
+    for (int y : {10, 50})
+        for (int x = 100; x < 106; ++x)
+            scene.Pixel(x, y) = 10;
+    m_engine.InitPairStorage(4);
+    EXPECT_EQ(Inspect(scene.param), 16);
+    // Row 10 fills the store and is looked at again: a row with more hits than the store holds is never passed.
+    EXPECT_EQ(m_engine.ConvParam.rtInspect.top, 10);
+    EXPECT_EQ(m_engine.nReinspectCount, 3);
+    EXPECT_EQ(m_engine.GetBlobCount(), 4);
+}
+
 TEST_F(InspectRect, ReRunWithoutAnOriginRecordGivesSixteenAtOnce)
 {
     // Four columns: the search for the entry begins its count at four and has no step to make.
