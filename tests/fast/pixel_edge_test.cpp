@@ -10,8 +10,6 @@ namespace narvo::test
 namespace
 {
 
-using reference::PixelKernel;
-
 // Regions of the tests. Along the compare direction a pitch of 10 leaves these bands:
 // horizontal, 112 wide: compared up to 95, first band below 10, last band above 86;
 // vertical, 64 high:    compared up to 51 (52 in the direct kernel), first band below 10, last above 42 (43).
@@ -29,7 +27,7 @@ CPixelScene SceneOn(const CPicture& picture, PixelKernel eKernel, const CRegion&
     scene.call.hits.nSize = 1000;
     scene.call.pairs.nSize = 100;
     scene.call.nPitch16 = nPitch * 16;
-    scene.call.nThreshold = 10;
+    scene.call.first.nBase = 10;
     scene.call.nGrayLimit = 255;
     scene.call.bKeepSingle = 1;
     return scene;
@@ -80,8 +78,8 @@ private:
 /// Singles of these count only under exactly 1, and their records have no peak but for the mask kernel's.
 bool IsExtendedVertical(PixelKernel eKernel)
 {
-    return eKernel == PixelKernel::VertIntrin || eKernel == PixelKernel::VtdIntrin ||
-           eKernel == PixelKernel::WideVert || eKernel == PixelKernel::WideVtd || eKernel == PixelKernel::VertMask;
+    return eKernel == PixelKernel::VertIntrin || eKernel == PixelKernel::VtdsIntrin ||
+           eKernel == PixelKernel::VertWide || eKernel == PixelKernel::VtdsWide || eKernel == PixelKernel::VertMask;
 }
 
 bool WritesPeak(PixelKernel eKernel)
@@ -109,7 +107,7 @@ TEST_P(PixelKernels, OppositeHitsOnePitchApartGiveOneRecordWithTheSecondHitsValu
         CLine line(eKernel);
         line.At(40) = 200; // darker reference at 30, brighter source at 40
         CPixelScene scene = line.Scene();
-        scene.call.nThreshold = 12;
+        scene.call.first.nBase = 12;
         const CKernelOutcome outcome = RunScene(scene);
 
         ASSERT_EQ(outcome.nReturned, 1);
@@ -165,9 +163,9 @@ TEST_P(PixelKernels, ADifferenceEqualToTheThresholdIsNoHit)
         CLine line(eKernel);
         line.At(40) = 120;
         CPixelScene scene = line.Scene();
-        scene.call.nThreshold = 20;
+        scene.call.first.nBase = 20;
         EXPECT_EQ(RunScene(scene).nReturned, 0);
-        scene.call.nThreshold = 19;
+        scene.call.first.nBase = 19;
         EXPECT_EQ(RunScene(scene).nReturned, 1);
     }
 }
@@ -180,7 +178,7 @@ TEST_P(PixelKernels, WithoutAFractionTheNextPixelHasNoWeight)
         CLine line(eKernel);
         line.At(41) = 200; // next to the compare position of 30
         CPixelScene scene = line.Scene();
-        scene.call.nThreshold = 5;
+        scene.call.first.nBase = 5;
         const bool bHorizontal = IsHorizontal(eKernel);
         CKernelOutcome outcome = RunScene(scene);
         EXPECT_EQ((bHorizontal ? outcome.aX : outcome.aY)[0], 31);
@@ -271,7 +269,7 @@ TEST_P(PixelKernels, AlongAColumnAHitOfTheSamePolarityAtTheTargetEndsTheSearch)
 
 TEST_P(PixelKernels, TenFullDeadZonesExcludeNothingAndNineAllApply)
 {
-    for (const PixelKernel eKernel : {PixelKernel::VertIntrin, PixelKernel::VtdIntrin})
+    for (const PixelKernel eKernel : {PixelKernel::VertIntrin, PixelKernel::VtdsIntrin})
     {
         SCOPED_TRACE(KernelName(eKernel));
         CLine line(eKernel);
@@ -326,9 +324,9 @@ TEST_P(PixelKernels, AGainAbove257WrapsForBrightValues)
         CLine line(eKernel, 200);
         line.At(40) = 255;
         CPixelScene scene = line.Scene();
-        scene.call.nThresholdGain = 257; // 255 x 257 is 65535: threshold 255 + 10
+        scene.call.first.nGain = 257; // 255 x 257 is 65535: threshold 255 + 10
         EXPECT_EQ(RunScene(scene).nReturned, 0);
-        scene.call.nThresholdGain = 258; // 65790 keeps 254 of itself: threshold 0 + 10
+        scene.call.first.nGain = 258; // 65790 keeps 254 of itself: threshold 0 + 10
         const CKernelOutcome outcome = RunScene(scene);
         ASSERT_EQ(outcome.nReturned, 1);
         EXPECT_EQ(outcome.aPairs[0].nThreshold, 10);
@@ -458,7 +456,7 @@ TEST_P(PixelKernels, TheFastFamilyStartsBehindHitsThatItIsHandedAndTheMembersDoN
 {
     const CPicture picture(nWide, nHigh, 100);
     for (const PixelKernel eKernel : {PixelKernel::Hori, PixelKernel::HoriIntrin, PixelKernel::Vert,
-                                      PixelKernel::VertDirect, PixelKernel::VertIntrin, PixelKernel::WideVtd})
+                                      PixelKernel::VertDirect, PixelKernel::VertIntrin, PixelKernel::VtdsWide})
     {
         SCOPED_TRACE(KernelName(eKernel));
         CPixelScene scene = SceneOn(picture, eKernel, {0, 0, 32, nHigh});
@@ -471,14 +469,14 @@ TEST_P(PixelKernels, TheFastFamilyStartsBehindHitsThatItIsHandedAndTheMembersDoN
 
 TEST_P(PixelKernels, TheSecondSetNarrowsTheDarkSideOfTheFastKernelsAlone)
 {
-    for (const PixelKernel eKernel : {PixelKernel::Vert2, PixelKernel::Vtd2})
+    for (const PixelKernel eKernel : {PixelKernel::Vert2, PixelKernel::Vtds2})
     {
         SCOPED_TRACE(KernelName(eKernel));
         CLine dark(eKernel);
         dark.At(40) = 60; // hits of 40 at 30 (type 1) and 40 (type 0)
         CPixelScene scene = dark.Scene();
-        scene.call.nBlackFilterGray = 20;
-        scene.call.nBlackFilterGain = 26; // 100 x 26 / 256 is 10
+        scene.call.second.nBase = 20;
+        scene.call.second.nGain = 26; // 100 x 26 / 256 is 10
         CKernelOutcome outcome = RunScene(scene);
         ASSERT_EQ(outcome.nReturned, 1);
         EXPECT_EQ(outcome.aPairs[0].nThreshold, 30);
@@ -486,18 +484,18 @@ TEST_P(PixelKernels, TheSecondSetNarrowsTheDarkSideOfTheFastKernelsAlone)
         EXPECT_EQ(outcome.aThreshold[1], 30);
         EXPECT_EQ(outcome.aPeak[1], 10);
 
-        scene.call.nBlackFilterGray = 30; // 40 is not above 30 + 10
+        scene.call.second.nBase = 30; // 40 is not above 30 + 10
         outcome = RunScene(scene);
         EXPECT_EQ(outcome.nReturned, 0);
         EXPECT_EQ(outcome.aType[1], 4); // consumed all the same
 
-        scene.call.nBlackFilterGray = 0; // not in force
+        scene.call.second.nBase = 0; // not in force
         EXPECT_EQ(RunScene(scene).nReturned, 1);
 
         CLine bright(eKernel);
         bright.At(40) = 140;
         scene = bright.Scene();
-        scene.call.nBlackFilterGray = 200;
+        scene.call.second.nBase = 200;
         EXPECT_EQ(RunScene(scene).nReturned, 1);
     }
 }
@@ -507,37 +505,37 @@ TEST_P(PixelKernels, ARefusedDarkPairOfTheFirstBandLeavesNoSingle)
     CLine line(PixelKernel::Vert2);
     line.At(15) = 60; // hits at 5 (type 1) and 15 (type 0)
     CPixelScene scene = line.Scene();
-    scene.call.nBlackFilterGray = 50;
+    scene.call.second.nBase = 50;
     EXPECT_EQ(RunScene(scene).nReturned, 0);
-    scene.call.nBlackFilterGray = 39;
+    scene.call.second.nBase = 39;
     EXPECT_EQ(RunScene(scene).nReturned, 1);
 }
 
 TEST_P(PixelKernels, TheMembersJudgeBrightRecordsByTheFirstSetAndDarkOnesByTheSecond)
 {
-    for (const PixelKernel eKernel : {PixelKernel::VertIntrin, PixelKernel::VtdIntrin, PixelKernel::WideVert,
-                                      PixelKernel::WideVtd, PixelKernel::VertMask})
+    for (const PixelKernel eKernel : {PixelKernel::VertIntrin, PixelKernel::VtdsIntrin, PixelKernel::VertWide,
+                                      PixelKernel::VtdsWide, PixelKernel::VertMask})
     {
         SCOPED_TRACE(KernelName(eKernel));
         CLine line(eKernel);
         line.At(25) = 130; // bright by 30
         line.At(41) = 70;  // dark by 30
         CPixelScene scene = line.Scene();
-        scene.call.nThreshold = 50;
-        scene.call.nBlackFilterGray = 20; // the smaller finds both, each set keeps its own
+        scene.call.first.nBase = 50;
+        scene.call.second.nBase = 20; // the smaller finds both, each set keeps its own
         CKernelOutcome outcome = RunScene(scene);
         ASSERT_EQ(outcome.nReturned, 1);
         EXPECT_EQ(outcome.aPairs[0].nDefectType, 0);
         EXPECT_EQ(outcome.aPairs[0].nThreshold, 20);
 
-        scene.call.nThreshold = 20;
-        scene.call.nBlackFilterGray = 50;
+        scene.call.first.nBase = 20;
+        scene.call.second.nBase = 50;
         outcome = RunScene(scene);
         ASSERT_EQ(outcome.nReturned, 1);
         EXPECT_EQ(outcome.aPairs[0].nDefectType, 1);
         EXPECT_EQ(outcome.aPairs[0].nThreshold, 20);
 
-        scene.call.nBlackFilterGray = 0; // the first set stands in
+        scene.call.second.nBase = 0; // the first set stands in
         EXPECT_EQ(RunScene(scene).nReturned, 2);
     }
 }
@@ -547,8 +545,8 @@ TEST_P(PixelKernels, ARefusedPartnerOfTheMembersStaysFreeAndLeavesNoSingle)
     CLine line(PixelKernel::VertIntrin);
     line.At(15) = 130; // hits at 5 (type 0) and 15 (type 1)
     CPixelScene scene = line.Scene();
-    scene.call.nThreshold = 50;
-    scene.call.nBlackFilterGray = 20;
+    scene.call.first.nBase = 50;
+    scene.call.second.nBase = 20;
     const CKernelOutcome outcome = RunScene(scene);
     EXPECT_EQ(outcome.nReturned, 0);
     EXPECT_EQ(outcome.aType[1], 1);
@@ -558,7 +556,7 @@ TEST_P(PixelKernels, ARefusedPartnerOfTheMembersStaysFreeAndLeavesNoSingle)
 TEST_P(PixelKernels, ARowTableSetsThePitchOfItsSixteenRowsAndNotThatOfThePairing)
 {
     for (const PixelKernel eKernel :
-         {PixelKernel::Vtd, PixelKernel::Vtd2, PixelKernel::VtdIntrin, PixelKernel::WideVtd})
+         {PixelKernel::Vtds, PixelKernel::Vtds2, PixelKernel::VtdsIntrin, PixelKernel::VtdsWide})
     {
         SCOPED_TRACE(KernelName(eKernel));
         CPicture picture(16, 96, 100);
@@ -578,7 +576,7 @@ TEST_P(PixelKernels, ARowTableSetsThePitchOfItsSixteenRowsAndNotThatOfThePairing
 TEST_P(PixelKernels, RowsThatAStripNeverHeldCompareAsZero)
 {
     CPicture picture(16, 200, 100);
-    CPixelScene scene = SceneOn(picture, PixelKernel::Vtd, {0, 0, 16, 64});
+    CPixelScene scene = SceneOn(picture, PixelKernel::Vtds, {0, 0, 16, 64});
     const std::vector<int> aTable = {nPitch * 16, nPitch * 16, nPitch * 16, 40 * 16};
     scene.call.pScanPitchTable = aTable.data();
     // Rows 48 to 51 look at rows 88 to 91, below the strip: each pixel a bright hit of the last band.
@@ -639,7 +637,7 @@ TEST_P(PixelKernels, TheMaskRestrictsSourcePixelsAlone)
 
 TEST_P(PixelKernels, AShiftMovesTheComparePositionAlongTheRow)
 {
-    for (const PixelKernel eKernel : {PixelKernel::WideVert, PixelKernel::VertMask})
+    for (const PixelKernel eKernel : {PixelKernel::VertWide, PixelKernel::VertMask})
     {
         SCOPED_TRACE(KernelName(eKernel));
         CPicture picture(48, nHigh, 100);
@@ -658,7 +656,7 @@ TEST_P(PixelKernels, AShiftMovesTheComparePositionAlongTheRow)
 
 TEST_P(PixelKernels, ThePitchInPixelsIsTruncatedToSixteenths)
 {
-    CLine line(PixelKernel::WideVert);
+    CLine line(PixelKernel::VertWide);
     line.At(40) = 200;
     CPixelScene scene = line.Scene();
     scene.bDoublePitch = true;

@@ -6,8 +6,6 @@
 namespace narvo::test
 {
 
-using reference::PixelKernel;
-
 const char* KernelName(PixelKernel eKernel)
 {
     switch (eKernel)
@@ -22,19 +20,19 @@ const char* KernelName(PixelKernel eKernel)
         return "ConvPixelVertSFast";
     case PixelKernel::Vert2:
         return "ConvPixelVertSFast2";
-    case PixelKernel::Vtd:
+    case PixelKernel::Vtds:
         return "ConvPixelVTDSFast";
-    case PixelKernel::Vtd2:
+    case PixelKernel::Vtds2:
         return "ConvPixelVTDSFast2";
     case PixelKernel::HoriIntrin:
         return "ConvPixel_Intrin";
     case PixelKernel::VertIntrin:
         return "ConvPixelVertS_Intrin";
-    case PixelKernel::VtdIntrin:
+    case PixelKernel::VtdsIntrin:
         return "ConvPixelVTDS_Intrin";
-    case PixelKernel::WideVert:
+    case PixelKernel::VertWide:
         return "ConvPixelVert_AVX";
-    case PixelKernel::WideVtd:
+    case PixelKernel::VtdsWide:
         return "ConvPixelVTDS_Intrin_AVX";
     case PixelKernel::VertMask:
         return "ConvPixelVertMask";
@@ -49,16 +47,22 @@ bool IsHorizontal(PixelKernel eKernel)
 
 bool HasRowTable(PixelKernel eKernel)
 {
-    return eKernel == PixelKernel::Vtd || eKernel == PixelKernel::Vtd2 || eKernel == PixelKernel::VtdIntrin ||
-           eKernel == PixelKernel::WideVtd;
+    return eKernel == PixelKernel::Vtds || eKernel == PixelKernel::Vtds2 || eKernel == PixelKernel::VtdsIntrin ||
+           eKernel == PixelKernel::VtdsWide;
+}
+
+bool IsMember(PixelKernel eKernel)
+{
+    return eKernel == PixelKernel::HoriIntrin || eKernel == PixelKernel::VertIntrin ||
+           eKernel == PixelKernel::VtdsIntrin;
 }
 
 const std::vector<PixelKernel>& AllPixelKernels()
 {
     static const std::vector<PixelKernel> aKernels = {
-        PixelKernel::Hori,       PixelKernel::HoriTable, PixelKernel::VertDirect, PixelKernel::Vert,
-        PixelKernel::Vert2,      PixelKernel::Vtd,       PixelKernel::Vtd2,       PixelKernel::HoriIntrin,
-        PixelKernel::VertIntrin, PixelKernel::VtdIntrin, PixelKernel::WideVert,   PixelKernel::WideVtd,
+        PixelKernel::Hori,       PixelKernel::HoriTable,  PixelKernel::VertDirect, PixelKernel::Vert,
+        PixelKernel::Vert2,      PixelKernel::Vtds,       PixelKernel::Vtds2,      PixelKernel::HoriIntrin,
+        PixelKernel::VertIntrin, PixelKernel::VtdsIntrin, PixelKernel::VertWide,   PixelKernel::VtdsWide,
         PixelKernel::VertMask};
     return aKernels;
 }
@@ -70,21 +74,27 @@ std::string CPixelScene::Describe() const
         << call.region.nRight << ',' << call.region.nBottom << " stride " << call.image.nStride << " pitch16 "
         << call.nPitch16 << " hits " << aStartHits.size() << '/' << call.hits.nSize << " pairs " << call.pairs.nCount
         << '/' << call.pairs.nSize << " keep " << call.bKeepSingle << " limit " << call.nGrayLimit << " thresholds "
-        << call.nThreshold << '+' << call.nThresholdGain << " and " << call.nBlackFilterGray << '+'
-        << call.nBlackFilterGain << " shift " << call.nVtdPitch16 << " table " << (call.pScanPitchTable != nullptr)
-        << " mask " << (call.pMask != nullptr);
+        << call.first.nBase << '+' << call.first.nGain << " and " << call.second.nBase << '+' << call.second.nGain
+        << " shift " << call.nVtdPitch16 << " table " << (call.pScanPitchTable != nullptr) << " mask "
+        << (call.pMask != nullptr);
     return out.str();
+}
+
+CPixelCall CallOf(const CPixelScene& scene, CKernelOutcome& outcome)
+{
+    const auto nStart = static_cast<std::int64_t>(scene.aStartHits.size());
+    outcome.Prepare(scene.call.hits.nSize, scene.aStartHits, scene.call.pairs.nCount, scene.call.pairs.nSize);
+    CPixelCall call = scene.call;
+    call.hits = outcome.HitArrays(scene.call.hits.nSize, nStart);
+    call.pairs = outcome.PairSink(scene.call.pairs.nCount, scene.call.pairs.nSize);
+    call.pEndLine = &outcome.nEndLine;
+    call.pParam = IsMember(scene.eKernel) ? &scene.param : nullptr;
+    return call;
 }
 
 void RunReference(const CPixelScene& scene, CKernelOutcome& outcome)
 {
-    const auto nStart = static_cast<std::int64_t>(scene.aStartHits.size());
-    outcome.Prepare(scene.call.hits.nSize, scene.aStartHits, scene.call.pairs.nCount, scene.call.pairs.nSize);
-    reference::CPixelReferenceCall call = scene.call;
-    call.hits = outcome.HitArrays(scene.call.hits.nSize, nStart);
-    call.pairs = outcome.PairSink(scene.call.pairs.nCount, scene.call.pairs.nSize);
-    call.pEndLine = &outcome.nEndLine;
-    call.pParam = &scene.param;
+    const CPixelCall call = CallOf(scene, outcome);
     outcome.nReturned = reference::RunPixelKernel(scene.eKernel, call);
 }
 

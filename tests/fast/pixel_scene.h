@@ -20,25 +20,31 @@ namespace narvo::test
 /// The inputs of a call. Pointers of the call refer to memory of the test; its outputs are not set.
 struct CPixelScene
 {
-    reference::PixelKernel eKernel = reference::PixelKernel::Vert;
-    reference::CPixelReferenceCall call;
+    PixelKernel eKernel = PixelKernel::Vert;
+    CPixelCall call;
     CConvParam param;                  ///< read by the members only; the second threshold set goes there from the call
     std::vector<CStartHit> aStartHits; ///< nPixelCount is their number
-    bool bDoublePitch = false;         ///< WideVert: the overload with the pitch in pixels
+    bool bDoublePitch = false;         ///< VertWide: the overload with the pitch in pixels
     double dPitchRemainder = 0.0;      ///< of 1/16 pixel, lost in the conversion of that overload
 
     std::string Describe() const;
 };
 
-const char* KernelName(reference::PixelKernel eKernel);
-bool IsHorizontal(reference::PixelKernel eKernel);
-bool HasRowTable(reference::PixelKernel eKernel);
+const char* KernelName(PixelKernel eKernel);
+bool IsHorizontal(PixelKernel eKernel);
+bool HasRowTable(PixelKernel eKernel);
+/// Members of the engine.
+bool IsMember(PixelKernel eKernel);
 /// All kernels that compare once.
-const std::vector<reference::PixelKernel>& AllPixelKernels();
+const std::vector<PixelKernel>& AllPixelKernels();
 
+/// The scene's call with an outcome's arrays, prepared.
+CPixelCall CallOf(const CPixelScene& scene, CKernelOutcome& outcome);
 void RunReference(const CPixelScene& scene, CKernelOutcome& outcome);
 /// Through the public function or member of that name; the image's height is not known to it.
 void RunPublic(const CPixelScene& scene, CKernelOutcome& outcome);
+/// Through the common call record, with the scene's image height as given.
+void RunThroughCall(const CPixelScene& scene, CKernelOutcome& outcome);
 
 /// A way to run a scene, for tests that hold for each of them.
 struct CPixelRunner

@@ -61,10 +61,10 @@ CVariant VariantOf(PixelKernel eKernel)
     case PixelKernel::Vert2:
         v.bDarkRetest = true;
         break;
-    case PixelKernel::Vtd:
+    case PixelKernel::Vtds:
         v.bRowTable = true;
         break;
-    case PixelKernel::Vtd2:
+    case PixelKernel::Vtds2:
         v.bRowTable = true;
         v.bDarkRetest = true;
         break;
@@ -73,19 +73,19 @@ CVariant VariantOf(PixelKernel eKernel)
         v.bSmallerOfTwo = true;
         v.bDeadZones = true;
         break;
-    case PixelKernel::VtdIntrin:
+    case PixelKernel::VtdsIntrin:
         v.bRowTable = true;
         v.bMember = true;
         v.bSmallerOfTwo = true;
         v.bDeadZones = true;
         break;
-    case PixelKernel::WideVert:
+    case PixelKernel::VertWide:
         v.bMember = true;
         v.bSmallerOfTwo = true;
         v.bShifted = true;
         v.bOwnHits = true;
         break;
-    case PixelKernel::WideVtd:
+    case PixelKernel::VtdsWide:
         v.bRowTable = true;
         v.bMember = true;
         v.bSmallerOfTwo = true;
@@ -104,7 +104,7 @@ CVariant VariantOf(PixelKernel eKernel)
 class CPixelReference
 {
 public:
-    CPixelReference(const CVariant& variant, const CPixelReferenceCall& pixelCall, const CHitArrays& hitArrays)
+    CPixelReference(const CVariant& variant, const CPixelCall& pixelCall, const CHitArrays& hitArrays)
         : v(variant), call(pixelCall), rt(pixelCall.region), hits(hitArrays)
     {
         nPitchInt = call.nPitch16 >> 4;
@@ -115,9 +115,9 @@ public:
         nHits = v.bMember ? 0 : hits.nCount;
         nPairs = call.pairs.nCount;
 
-        const bool bSecondSet = call.nBlackFilterGray >= 1;
-        nBase2 = bSecondSet ? call.nBlackFilterGray : call.nThreshold;
-        nGain2 = bSecondSet ? call.nBlackFilterGain : call.nThresholdGain;
+        const bool bSecondSet = call.second.nBase >= 1;
+        nBase2 = bSecondSet ? call.second.nBase : call.first.nBase;
+        nGain2 = bSecondSet ? call.second.nGain : call.first.nGain;
     }
 
     int Run()
@@ -131,7 +131,7 @@ public:
 
 private:
     const CVariant v;
-    const CPixelReferenceCall& call;
+    const CPixelCall& call;
     const CRegion& rt;
     const CHitArrays& hits;
 
@@ -214,7 +214,7 @@ private:
         const uint16_t nCmp = std::min(q, nLimit);
         const uint16_t nGrayMax = std::max(nSrc, nCmp);
 
-        int16_t nThresholdHit = LaneThreshold(nGrayMax, call.nThreshold, call.nThresholdGain);
+        int16_t nThresholdHit = LaneThreshold(nGrayMax, call.first.nBase, call.first.nGain);
         if (v.bSmallerOfTwo)
             nThresholdHit = std::min(nThresholdHit, LaneThreshold(nGrayMax, nBase2, nGain2));
 
@@ -438,7 +438,7 @@ private:
             return false;
         if (v.bSmallerOfTwo && !PassesItsSet(nHit, nSrc, nCmp))
             return false;
-        if (v.bDarkRetest && call.nBlackFilterGray > 0 && nType == 0 && !PassesDarkRetest(nHit))
+        if (v.bDarkRetest && call.second.nBase > 0 && nType == 0 && !PassesDarkRetest(nHit))
             return false;
 
         CDefectPair& pair = call.pairs.At(nPairs);
@@ -463,7 +463,7 @@ private:
     bool PassesItsSet(int64_t nHit, int nSrc, int nCmp)
     {
         const int nThreshold = nSrc <= nCmp ? Wrap32(Wrap32(nCmp * nGain2) / 256 + nBase2)
-                                            : Wrap32(Wrap32(nSrc * call.nThresholdGain) / 256 + call.nThreshold);
+                                            : Wrap32(Wrap32(nSrc * call.first.nGain) / 256 + call.first.nBase);
         hits.pThreshold[nHit] = nThreshold;
         return std::abs(nSrc - nCmp) > nThreshold;
     }
@@ -472,7 +472,7 @@ private:
     bool PassesDarkRetest(int64_t nHit)
     {
         const int nLarger = std::max(hits.pSrcGray[nHit], hits.pCmpGray[nHit]);
-        const int nThreshold = Wrap32((Wrap32(nLarger * call.nBlackFilterGain) >> 8) + call.nBlackFilterGray);
+        const int nThreshold = Wrap32((Wrap32(nLarger * call.second.nGain) >> 8) + call.second.nBase);
         const int16_t nMagnitude = Signed16(int64_t{hits.pThreshold[nHit]} + hits.pPeak[nHit]);
         if (Signed16(nThreshold) >= nMagnitude)
             return false;
@@ -484,7 +484,7 @@ private:
 
 } // namespace
 
-int RunPixelKernel(PixelKernel eKernel, const CPixelReferenceCall& call)
+int RunPixelKernel(PixelKernel eKernel, const CPixelCall& call)
 {
     const CVariant v = VariantOf(eKernel);
     if (!v.bOwnHits)

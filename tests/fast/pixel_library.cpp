@@ -1,5 +1,6 @@
-// Runs a scene through the public pixel kernels, argument by argument. Values that a kernel must not read are
-// recognisable nonsense.
+// Runs a scene through the library's pixel kernels: by name, argument by argument, or through the common call record.
+// Values that a kernel must not read are recognisable nonsense.
+#include <algorithm>
 #include <cstring>
 
 #include "fast/pixel_scene.h"
@@ -9,8 +10,6 @@
 
 namespace narvo::test
 {
-
-using reference::PixelKernel;
 
 namespace
 {
@@ -23,12 +22,12 @@ short* UnreadShorts()
 }
 
 #define HIT_VALUES                                                                                                     \
-    pImage, c.nThreshold, c.hits.nSize, c.hits.nCount, c.region.nLeft, c.region.nRight, c.region.nTop,                 \
+    pImage, c.first.nBase, c.hits.nSize, c.hits.nCount, c.region.nLeft, c.region.nRight, c.region.nTop,                \
         c.region.nBottom, c.hits.pX, c.hits.pY, c.hits.pType, c.hits.pPeak, c.hits.pSrcGray, c.hits.pCmpGray,          \
         c.hits.pZoneIndex, c.hits.pThreshold, c.image.nStride
 #define BACK_VALUES                                                                                                    \
     UnreadShorts(), UnreadShorts(), nUnread, UnreadShorts(), c.pairs.pBase, c.pairs.nCount, c.pairs.nSize,             \
-        c.pairs.nStride, nUnread, nUnread, nUnread, nUnread, c.nThresholdGain, c.nGrayLimit, c.bKeepSingle
+        c.pairs.nStride, nUnread, nUnread, nUnread, nUnread, c.first.nGain, c.nGrayLimit, c.bKeepSingle
 #define PIXEL_VALUES HIT_VALUES, c.nPitch16, nUnread, nUnread, BACK_VALUES
 #define VTD_VALUES HIT_VALUES, c.nPitch16, pScanTable, nUnread, BACK_VALUES
 
@@ -44,11 +43,7 @@ void RunPublic(const CPixelScene& scene, CKernelOutcome& outcome)
 {
     static CNarvoAssem engine;
 
-    const auto nStart = static_cast<std::int64_t>(scene.aStartHits.size());
-    outcome.Prepare(scene.call.hits.nSize, scene.aStartHits, scene.call.pairs.nCount, scene.call.pairs.nSize);
-    reference::CPixelReferenceCall c = scene.call;
-    c.hits = outcome.HitArrays(scene.call.hits.nSize, nStart);
-    c.pairs = outcome.PairSink(scene.call.pairs.nCount, scene.call.pairs.nSize);
+    const CPixelCall c = CallOf(scene, outcome);
     int* pEndLine = &outcome.nEndLine;
 
     auto* pImage = const_cast<unsigned char*>(c.image.pPixels);
@@ -58,8 +53,8 @@ void RunPublic(const CPixelScene& scene, CKernelOutcome& outcome)
     short* pStrip = aStrip.data();
 
     engine.ConvParam = scene.param;
-    engine.ConvParam.nBlackFilterGray = Int(c.nBlackFilterGray);
-    engine.ConvParam.nBlackFilterGain = Int(c.nBlackFilterGain);
+    engine.ConvParam.nBlackFilterGray = Int(c.second.nBase);
+    engine.ConvParam.nBlackFilterGain = Int(c.second.nGain);
 
     switch (scene.eKernel)
     {
@@ -81,13 +76,13 @@ void RunPublic(const CPixelScene& scene, CKernelOutcome& outcome)
         outcome.nReturned = ConvPixelVertSFast(PIXEL_VALUES, pStrip, pEndLine, nUnread);
         break;
     case PixelKernel::Vert2:
-        outcome.nReturned = ConvPixelVertSFast2(PIXEL_VALUES, pStrip, pEndLine, c.nBlackFilterGray, c.nBlackFilterGain);
+        outcome.nReturned = ConvPixelVertSFast2(PIXEL_VALUES, pStrip, pEndLine, c.second.nBase, c.second.nGain);
         break;
-    case PixelKernel::Vtd:
+    case PixelKernel::Vtds:
         outcome.nReturned = ConvPixelVTDSFast(VTD_VALUES, pStrip, pEndLine, nUnread);
         break;
-    case PixelKernel::Vtd2:
-        outcome.nReturned = ConvPixelVTDSFast2(VTD_VALUES, pStrip, pEndLine, c.nBlackFilterGray, c.nBlackFilterGain);
+    case PixelKernel::Vtds2:
+        outcome.nReturned = ConvPixelVTDSFast2(VTD_VALUES, pStrip, pEndLine, c.second.nBase, c.second.nGain);
         break;
     case PixelKernel::HoriIntrin:
         outcome.nReturned = engine.ConvPixel_Intrin(PIXEL_VALUES, pEndLine);
@@ -95,45 +90,51 @@ void RunPublic(const CPixelScene& scene, CKernelOutcome& outcome)
     case PixelKernel::VertIntrin:
         outcome.nReturned = engine.ConvPixelVertS_Intrin(PIXEL_VALUES, pStrip, pEndLine, nUnread);
         break;
-    case PixelKernel::VtdIntrin:
+    case PixelKernel::VtdsIntrin:
         outcome.nReturned = engine.ConvPixelVTDS_Intrin(VTD_VALUES, pStrip, pEndLine, nUnread);
         break;
-    case PixelKernel::WideVert:
+    case PixelKernel::VertWide:
         if (scene.bDoublePitch)
         {
             const double dPitch = (static_cast<double>(c.nPitch16) + scene.dPitchRemainder) / 16.0;
             outcome.nReturned = ConvPixelVert_AVX(
-                pImage, c.nThreshold, c.nThresholdGain, c.nGrayLimit, c.region.nLeft, c.region.nRight, c.region.nTop,
+                pImage, c.first.nBase, c.first.nGain, c.nGrayLimit, c.region.nLeft, c.region.nRight, c.region.nTop,
                 c.region.nBottom, c.image.nStride, nullptr, dPitch, 0, c.pairs.pBase, c.pairs.nCount, c.pairs.nSize,
-                c.pairs.nStride, 1.5, c.bKeepSingle, pEndLine, c.nBlackFilterGray, c.nBlackFilterGain);
+                c.pairs.nStride, 1.5, c.bKeepSingle, pEndLine, c.second.nBase, c.second.nGain);
         }
         else
             outcome.nReturned = ConvPixelVert_AVX(
-                pImage, c.nThreshold, c.nThresholdGain, c.nGrayLimit, c.region.nLeft, c.region.nRight, c.region.nTop,
+                pImage, c.first.nBase, c.first.nGain, c.nGrayLimit, c.region.nLeft, c.region.nRight, c.region.nTop,
                 c.region.nBottom, c.image.nStride, nullptr, c.nPitch16, 0, c.pairs.pBase, c.pairs.nCount, c.pairs.nSize,
-                c.pairs.nStride, c.nVtdPitch16, c.bKeepSingle, pEndLine, c.nBlackFilterGray, c.nBlackFilterGain);
+                c.pairs.nStride, c.nVtdPitch16, c.bKeepSingle, pEndLine, c.second.nBase, c.second.nGain);
         break;
-    case PixelKernel::WideVtd:
+    case PixelKernel::VtdsWide:
     {
         ConvPixelParam param;
         std::memset(static_cast<void*>(&param), 0x77, sizeof(param));
-        param.nBase = Int(c.nBlackFilterGray);
-        param.nGain = Int(c.nBlackFilterGain);
+        param.nBase = Int(c.second.nBase);
+        param.nGain = Int(c.second.nGain);
         outcome.nReturned = ConvPixelVTDS_Intrin_AVX(VTD_VALUES, pStrip, pEndLine, nUnread, param);
         break;
     }
     case PixelKernel::VertMask:
         outcome.nReturned = ConvPixelVertMask(
-            pImage, Int(c.nThreshold), Int(c.hits.nSize), Int(c.hits.nCount), Int(c.region.nLeft), Int(c.region.nRight),
-            Int(c.region.nTop), Int(c.region.nBottom), c.hits.pX, c.hits.pY, c.hits.pType, c.hits.pPeak,
-            c.hits.pSrcGray, c.hits.pCmpGray, c.hits.pZoneIndex, c.hits.pThreshold, Int(c.image.nStride),
+            pImage, Int(c.first.nBase), Int(c.hits.nSize), Int(c.hits.nCount), Int(c.region.nLeft),
+            Int(c.region.nRight), Int(c.region.nTop), Int(c.region.nBottom), c.hits.pX, c.hits.pY, c.hits.pType,
+            c.hits.pPeak, c.hits.pSrcGray, c.hits.pCmpGray, c.hits.pZoneIndex, c.hits.pThreshold, Int(c.image.nStride),
             Int(c.nPitch16), nullptr, 0, UnreadShorts(), UnreadShorts(), Int(nUnread), UnreadShorts(), c.pairs.pBase,
             Int(c.pairs.nCount), Int(c.pairs.nSize), Int(c.pairs.nStride), Int(nUnread), Int(nUnread), Int(nUnread),
-            Int(nUnread), Int(c.nThresholdGain), Int(c.nGrayLimit), Int(c.bKeepSingle), pStrip, pEndLine,
-            Int(c.nBlackFilterGray), Int(c.nBlackFilterGain), static_cast<float>(c.nVtdPitch16) / 16.0F,
+            Int(nUnread), Int(c.first.nGain), Int(c.nGrayLimit), Int(c.bKeepSingle), pStrip, pEndLine,
+            Int(c.second.nBase), Int(c.second.nGain), static_cast<float>(c.nVtdPitch16) / 16.0F,
             const_cast<unsigned char*>(c.pMask), Int(nUnread));
         break;
     }
+}
+
+void RunThroughCall(const CPixelScene& scene, CKernelOutcome& outcome)
+{
+    const CPixelCall call = CallOf(scene, outcome);
+    outcome.nReturned = narvo::RunPixelKernel(scene.eKernel, call);
 }
 
 } // namespace narvo::test
