@@ -1,0 +1,171 @@
+// No pixel kernel touches memory beyond what it is given: images, masks and tables against pages that fault.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "fast/pixel_random_scene.h"
+#include "support/guarded_memory.h"
+#include "support/images.h"
+#include "support/seeds.h"
+#include "support/vector_levels.h"
+
+namespace narvo::test
+{
+namespace
+{
+
+constexpr int nCases = 1500;
+constexpr std::size_t nRoom = 64 * 1024;
+
+class PixelKernelsGuarded : public testing::TestWithParam<PixelKernel>
+{
+protected:
+    /// The first nBytes of the block at a front page, or the last of the one at a back page.
+    std::uint8_t* Place(CGuardedMemory::Flush eFlush, std::size_t nBytes) const
+    {
+        return eFlush == CGuardedMemory::Flush::Front ? front.Data() : back.Data() + back.Size() - nBytes;
+    }
+
+    const CGuardedMemory front{nRoom, CGuardedMemory::Flush::Front};
+    const CGuardedMemory back{nRoom, CGuardedMemory::Flush::Back};
+};
+
+/// Whether all that the formulas name lies inside the region: no reference along x, no cut strip beyond its right side.
+bool StaysInsideTheRegion(const CPixelScene& scene)
+{
+    return !IsHorizontal(scene.eKernel) && scene.call.nVtdPitch16 == 0 &&
+           scene.call.hits.nSize > 16 * (scene.call.region.nBottom - scene.call.region.nTop);
+}
+
+TEST_P(PixelKernelsGuarded, WholeImageIsReadToItsBordersAndNoFurther)
+{
+    CPixelSceneSource source;
+    source.Parts().TakeWholeImages();
+    CKernelOutcome expected;
+    CKernelOutcome found;
+    const CGuardedMemory maskFront(nRoom, CGuardedMemory::Flush::Front);
+    const CGuardedMemory maskBack(nRoom, CGuardedMemory::Flush::Back);
+    const std::vector<std::int64_t> aLevels = VectorLevels();
+    CForcedLevel forced(aLevels.front());
+    int nByName = 0;
+
+    for (const std::uint64_t nSeed : CaseSeeds(std::string("guard ") + KernelName(GetParam()), nCases))
+    {
+        CPixelScene scene = source.Make(GetParam(), nSeed);
+        RunReference(scene, expected);
+        const std::size_t nBytes = static_cast<std::size_t>(source.Parts().ImageWidth() * source.Parts().ImageHeight());
+        const std::uint8_t* pImage = scene.call.image.pPixels;
+        const std::uint8_t* pMask = scene.call.pMask;
+        for (const auto eFlush : {CGuardedMemory::Flush::Front, CGuardedMemory::Flush::Back})
+        {
+            std::uint8_t* pPlace = Place(eFlush, nBytes);
+            std::memcpy(pPlace, pImage, nBytes);
+            scene.call.image.pPixels = pPlace;
+            if (pMask != nullptr)
+            {
+                std::uint8_t* pMaskPlace = eFlush == CGuardedMemory::Flush::Front
+                                               ? maskFront.Data()
+                                               : maskBack.Data() + maskBack.Size() - nBytes;
+                std::memcpy(pMaskPlace, pMask, nBytes);
+                scene.call.pMask = pMaskPlace;
+            }
+            for (const std::int64_t nLevel : aLevels)
+            {
+                forced.Change(nLevel);
+                RunThroughCall(scene, found);
+                ASSERT_EQ(found.DifferenceFrom(expected), "") << LevelName(nLevel) << ' ' << scene.Describe() << '\n'
+                                                              << ReplayHint(nSeed);
+                if (!StaysInsideTheRegion(scene))
+                    continue;
+                RunPublic(scene, found);
+                nByName++;
+                ASSERT_EQ(found.DifferenceFrom(expected), "")
+                    << "by name, " << LevelName(nLevel) << ' ' << scene.Describe() << '\n'
+                    << ReplayHint(nSeed);
+            }
+        }
+    }
+    EXPECT_EQ(nByName > 0, !IsHorizontal(GetParam()));
+}
+
+TEST_P(PixelKernelsGuarded, TablesAreReadWhereTheRegionReachesAndNoFurther)
+{
+    const PixelKernel eKernel = GetParam();
+    CKernelOutcome expected;
+    CKernelOutcome found;
+    const std::vector<std::int64_t> aLevels = VectorLevels();
+    CForcedLevel forced(aLevels.front());
+
+    for (const auto eFlush : {CGuardedMemory::Flush::Front, CGuardedMemory::Flush::Back})
+    {
+        const CGuardedMemory scanTable(4096, eFlush);
+        const CGuardedMemory convPitch(4096, eFlush);
+        const CGuardedMemory weightNear(4096, eFlush);
+        const CGuardedMemory weightFar(4096, eFlush);
+        const auto place = [eFlush](const CGuardedMemory& memory, std::size_t nBytes)
+        { return eFlush == CGuardedMemory::Flush::Front ? memory.Data() : memory.Data() + memory.Size() - nBytes; };
+
+        for (const std::uint64_t nSeed : CaseSeeds(std::string("tables ") + KernelName(eKernel), 300))
+        {
+            CRandom random(nSeed);
+            const int nWidth = random.Int(16, 200);
+            const int nHeight = random.Int(12, 40);
+            const int nPitch = random.Int(0, 4);
+            const int nColumns = IsHorizontal(eKernel) ? (nWidth - nPitch) & ~15 : nWidth & ~15;
+            const int nRows = nHeight - nPitch - (eKernel == PixelKernel::VertDirect ? 1 : 2);
+            if (nColumns <= 0)
+                continue;
+            std::vector<std::uint8_t> aImage(static_cast<std::size_t>((nWidth + 16) * (nHeight + 4)));
+            FillImage(random, aImage.data(), nWidth + 16, nHeight + 4, nPitch, nPitch);
+
+            CPixelScene scene;
+            scene.eKernel = eKernel;
+            CPixelCall& call = scene.call;
+            call.image = {aImage.data(), nWidth + 16, nHeight + 4};
+            call.region = {0, 0, nWidth, nHeight};
+            call.nPitch16 = nPitch * 16 + random.Int(0, 15);
+            call.hits.nSize = nWidth * nHeight + 40;
+            call.pairs.nSize = 2000;
+            call.bKeepSingle = 1;
+            call.first = {random.Int(0, 30), random.Int(0, 30)};
+
+            const std::size_t nScanEntries = static_cast<std::size_t>((nRows + 15) / 16);
+            auto* pScan = reinterpret_cast<int*>(place(scanTable, nScanEntries * sizeof(int)));
+            std::fill(pScan, pScan + nScanEntries, static_cast<int>(call.nPitch16));
+            if (HasRowTable(eKernel))
+                call.pScanPitchTable = pScan;
+
+            const std::size_t nConvEntries = static_cast<std::size_t>(nColumns - 16 + 1);
+            auto* pConv = reinterpret_cast<std::uint16_t*>(place(convPitch, nConvEntries * sizeof(std::uint16_t)));
+            std::fill(pConv, pConv + nConvEntries, static_cast<std::uint16_t>(nPitch));
+            call.pConvPitchTable = pConv;
+            const std::size_t nWeights = static_cast<std::size_t>(nColumns - 8);
+            auto* pNear = reinterpret_cast<std::int16_t*>(place(weightNear, nWeights * sizeof(std::int16_t)));
+            auto* pFar = reinterpret_cast<std::int16_t*>(place(weightFar, nWeights * sizeof(std::int16_t)));
+            std::fill(pNear, pNear + nWeights, static_cast<std::int16_t>(9));
+            std::fill(pFar, pFar + nWeights, static_cast<std::int16_t>(7));
+            call.pConvWeightNear = pNear;
+            call.pConvWeightFar = pFar;
+
+            RunReference(scene, expected);
+            for (const std::int64_t nLevel : aLevels)
+            {
+                forced.Change(nLevel);
+                RunThroughCall(scene, found);
+                ASSERT_EQ(found.DifferenceFrom(expected), "") << LevelName(nLevel) << ' ' << scene.Describe() << '\n'
+                                                              << ReplayHint(nSeed);
+                RunPublic(scene, found);
+                ASSERT_EQ(found.DifferenceFrom(expected), "")
+                    << "by name, " << LevelName(nLevel) << ' ' << scene.Describe() << '\n'
+                    << ReplayHint(nSeed);
+            }
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, PixelKernelsGuarded, testing::ValuesIn(AllPixelKernels()),
+                         [](const testing::TestParamInfo<PixelKernel>& kernel) { return KernelName(kernel.param); });
+
+} // namespace
+} // namespace narvo::test
