@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <new>
 
-#include "narvoassem/fast/wrap.h"
 #include "narvoassem/narvoassem.h"
+#include "narvoassem/wrap_int.h"
 
 namespace
 {
@@ -18,9 +18,9 @@ constexpr int nSubEngines = 4;
 int ScreenAverage(CConvParam& param)
 {
     if (param.nBlackFilterGray > 0)
-        param.nBlackFilterGray = narvo::WrapSubtract(0, param.nBlackFilterGray);
+        param.nBlackFilterGray = narvo::WrapSub(0, param.nBlackFilterGray);
     if (param.nThreshold < 0)
-        param.nThreshold = narvo::WrapSubtract(0, param.nThreshold);
+        param.nThreshold = narvo::WrapSub(0, param.nThreshold);
     if (param.nThreshold < 1 || param.nBlackFilterGray > -1)
         return nResultBadParameter;
     if (param.rtInspect.Width() < param.nAverageParam1 || param.rtInspect.Height() < param.nAverageParam1)

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <new>
 
-#include "narvoassem/fast/wrap.h"
+#include "narvoassem/wrap_int.h"
 
 namespace
 {
@@ -52,7 +52,7 @@ int CNarvoAssem::Inspect_RectThread(CConvParam* pParam)
     {
         CConvParam band(*pParam);
         // Left and right whatever the direction: only column bands are meant to come here.
-        band.rtInspect.left = narvo::WrapAdd(narvo::WrapMultiply(nBandSize, i), nStart);
+        band.rtInspect.left = narvo::WrapAdd(narvo::WrapMul(nBandSize, i), nStart);
         band.rtInspect.right = i == nBands - 1 ? nEnd : narvo::WrapAdd(band.rtInspect.left, nBandSize);
         // A band that fails or overflows leaves what it has; the coverage shows in the sum of pairs below.
         pPool->Inspect(i, &band);

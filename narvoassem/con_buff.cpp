@@ -1,9 +1,8 @@
 // The engine's scratch arrays: strip buffers and the integral image.
-#include "narvoassem/narvoassem.h"
+#include "narvoassem/con_buff.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <limits>
 
 namespace
 {
@@ -20,10 +19,7 @@ void ResizeCleared(CScratchArray<TElement>& array, int nCount)
 
 void CNarvoAssem::ResetConBuff(int& nSize)
 {
-    nSize = std::max(nSize, 1);
-    const std::int64_t nWanted = (std::int64_t{nSize} + 32) * 16;
-    // A count beyond the arrays' range asks for the smallest array instead.
-    const int nCount = nWanted > std::numeric_limits<int>::max() ? 1 : static_cast<int>(nWanted);
+    const int nCount = narvo::CountConBuff(nSize);
     ResizeCleared(ConBuffComp, nCount);
     ResizeCleared(ConBuffComp2, nCount);
 }

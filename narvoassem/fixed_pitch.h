@@ -2,8 +2,7 @@
 // with the compare drivers.
 #pragma once
 
-#include <cstdint>
-#include <limits>
+#include "narvoassem/truncate.h"
 
 namespace narvo
 {
@@ -15,18 +14,6 @@ inline constexpr double dPitchLimit = 67108864.0;
 inline bool IsPitchUsable(double dPitch)
 {
     return dPitch >= -dPitchLimit && dPitch <= dPitchLimit;
-}
-
-/// dValue truncated, limited to the int range; 0 for a NaN.
-inline int TruncateToInt(double dValue)
-{
-    constexpr int nLargest = std::numeric_limits<int>::max();
-    constexpr int nSmallest = std::numeric_limits<int>::min();
-    if (dValue >= nLargest)
-        return nLargest;
-    if (dValue <= nSmallest)
-        return nSmallest;
-    return dValue == dValue ? static_cast<int>(dValue) : 0;
 }
 
 /// 1/16 pixel, truncated: zone and pixel comparisons.

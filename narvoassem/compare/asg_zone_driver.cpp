@@ -1,8 +1,9 @@
 // The ASG comparison: the zone kernels with cells that have no limit across the compare direction.
 #include "narvoassem/compare/compare_chain.h"
 #include "narvoassem/compare/zone_driver.h"
-#include "narvoassem/fast/wrap.h"
+#include "narvoassem/con_buff.h"
 #include "narvoassem/narvoassem.h"
+#include "narvoassem/wrap_int.h"
 
 int CNarvoAssem::Compare_ASGZone()
 {
@@ -13,10 +14,7 @@ int CNarvoAssem::Compare_ASGZone()
     // The sides stand exchanged against the zone comparison; nothing reads this end line but a direct caller.
     int nEndLine = bHorizontal ? ConvParam.rtInspect.right : ConvParam.rtInspect.bottom;
     if (!bHorizontal)
-    {
-        int nSize = WrapMultiply(ConvParam.rtInspect.Height(), 4);
-        ResetConBuff(nSize);
-    }
+        SizeConBuff(*this, WrapMul(ConvParam.rtInspect.Height(), 4));
 
     const ZoneKernel eKernel = ChooseAsgZoneKernel(ConvParam);
     nPairCount = RunZoneKernel(eKernel, MakeZoneCall(*this, eKernel, GetAsgZoneCellSize(ConvParam), &nEndLine));

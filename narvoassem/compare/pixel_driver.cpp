@@ -3,6 +3,7 @@
 
 #include "narvoassem/compare/compare_chain.h"
 #include "narvoassem/compare/pixel_twice.h"
+#include "narvoassem/con_buff.h"
 #include "narvoassem/fixed_pitch.h"
 #include "narvoassem/narvoassem.h"
 #include "narvoassem/wrap_int.h"
@@ -76,10 +77,7 @@ int CNarvoAssem::Compare_Pixel()
     const bool bVertical = ConvParam.nDirection == 1;
     int nEndLine = bVertical ? ConvParam.rtInspect.right : ConvParam.rtInspect.bottom;
     if (bVertical)
-    {
-        int nSize = WrapMul(ConvParam.rtInspect.Height(), 16);
-        ResetConBuff(nSize);
-    }
+        SizeConBuff(*this, WrapMul(ConvParam.rtInspect.Height(), 16));
 
     const CPixelChoice choice = ChoosePixelKernel(ConvParam);
     const CPixelCall call = MakeCall(*this, choice.eKernel, &nEndLine);

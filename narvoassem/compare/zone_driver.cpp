@@ -6,9 +6,10 @@
 #include <limits>
 
 #include "narvoassem/compare/compare_chain.h"
-#include "narvoassem/fast/wrap.h"
+#include "narvoassem/con_buff.h"
 #include "narvoassem/fixed_pitch.h"
 #include "narvoassem/narvoassem.h"
+#include "narvoassem/wrap_int.h"
 
 namespace narvo
 {
@@ -124,10 +125,7 @@ int CNarvoAssem::Compare_Zone2()
     const bool bHorizontal = ConvParam.nDirection == 0;
     int nEndLine = bHorizontal ? ConvParam.rtInspect.bottom : ConvParam.rtInspect.right;
     if (!bHorizontal)
-    {
-        int nSize = WrapMultiply(ConvParam.rtInspect.Height(), 16);
-        ResetConBuff(nSize);
-    }
+        SizeConBuff(*this, WrapMul(ConvParam.rtInspect.Height(), 16));
 
     const ZoneKernel eKernel = ChooseZoneKernel(ConvParam);
     if (eKernel == ZoneKernel::ClassIdTable)
