@@ -16,18 +16,20 @@
 namespace narvo
 {
 
-/// The first of nStripCount strips at or behind nStrip whose mask is not 0; nStripCount where there is none. Up to
-/// three masks behind the last are read.
-inline std::int64_t NextMarkedStrip(const std::uint16_t* pMask, std::int64_t nStrip, std::int64_t nStripCount)
+/// The first of nCount masks at or behind nFirst that is not 0; nCount where there is none. Up to 7 bytes behind the
+/// last mask are read.
+template <class TMask>
+std::int64_t NextMarked(const TMask* pMask, std::int64_t nFirst, std::int64_t nCount)
 {
-    for (; nStrip < nStripCount; nStrip += 4)
+    constexpr int nMasks = sizeof(std::uint64_t) / sizeof(TMask);
+    for (; nFirst < nCount; nFirst += nMasks)
     {
-        std::uint64_t nMasks;
-        std::memcpy(&nMasks, pMask + nStrip, sizeof nMasks);
-        if (nMasks != 0)
-            return std::min<std::int64_t>(nStrip + std::countr_zero(nMasks) / 16, nStripCount);
+        std::uint64_t nBits;
+        std::memcpy(&nBits, pMask + nFirst, sizeof nBits);
+        if (nBits != 0)
+            return std::min<std::int64_t>(nFirst + std::countr_zero(nBits) / (64 / nMasks), nCount);
     }
-    return nStripCount;
+    return nCount;
 }
 
 /// A hit, worth what the comparison found.

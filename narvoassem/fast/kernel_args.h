@@ -46,4 +46,19 @@
         (call).first = {nThreshold, nThresholdGain};                                                                   \
     } while (false)
 
+/// The float family.
+#define NARVO_TAKE_FLOAT_ARGUMENTS(call)                                                                               \
+    do                                                                                                                 \
+    {                                                                                                                  \
+        (call).image = {pImage, nImageWidth, 0};                                                                       \
+        (call).region = {nLeft, nTop, nRight, nBottom};                                                                \
+        (call).hits = {nPixelSize, nPixelCount, pPixelX,  pPixelY,    pPixelType,                                      \
+                       pPeak,      pSrcGray,    pCmpGray, pZoneIndex, pThresholds};                                    \
+        (call).pairs = {pPair, nPairCount, nPairSize, nPairStride};                                                    \
+        (call).nPitch16 = nPitch16;                                                                                    \
+        (call).nGrayLimit = nGrayLimit;                                                                                \
+        (call).pEndLine = pEndLine;                                                                                    \
+        (call).first = {nThreshold, nThresholdGain};                                                                   \
+    } while (false)
+
 // NOLINTEND(cppcoreguidelines-macro-usage)

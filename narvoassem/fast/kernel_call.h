@@ -8,6 +8,8 @@
 #include "narvoassem/convparam.h"
 #include "narvoassem/defectpair.h"
 
+class CPairStorage;
+
 namespace narvo
 {
 
@@ -169,5 +171,34 @@ inline CThresholdSet EffectiveSecondSet(const CPixelCall& call)
 
 /// Runs a pixel kernel. @return the new pair count
 int RunPixelKernel(PixelKernel eKernel, const CPixelCall& call);
+
+/// The float kernels of the public interface, by name.
+enum class FloatKernel
+{
+    Hori4,      ///< ConvFloatFast4
+    Hori6,      ///< ConvFloatFast6
+    Hori9,      ///< ConvFloatFast9
+    HoriTable4, ///< ConvFloatTableFast4
+    HoriTable6, ///< ConvFloatTableFast6
+    Vert4,      ///< ConvFloatVertFast4
+    Vert6,      ///< ConvFloatVertFast6
+    Vert9,      ///< ConvFloatVertFast9
+    Vtd,        ///< ConvFloatVTDFast
+    VertIntrin, ///< ConvFloatVert_Intrin
+    VtdIntrin,  ///< ConvFloatVTD_Intrin
+    VertRegion  ///< ConvFloatVJF_Intrin
+};
+
+/// A call of a float kernel: window sums are compared, thresholds are the same for all pixels. Members take pParam for
+/// dead zones, the second threshold set and bKeepSingle.
+struct CFloatCall : CKernelCall
+{
+    CThresholdSet first;            ///< base in units of the window sum
+    CPairStorage* pStore = nullptr; ///< region kernel: singles must pass its JumpFilter_Vert2by2
+    CRect rtRegion;                 ///< region kernel: limits of that filter
+};
+
+/// Runs a float kernel. @return the new pair count
+int RunFloatKernel(FloatKernel eKernel, const CFloatCall& call);
 
 } // namespace narvo

@@ -24,6 +24,24 @@ constexpr std::int64_t ColumnBlockIndex(std::int64_t nLeft, std::int64_t nColumn
     return RoundDownTo16(nLeft + RoundDownTo16(nColumn));
 }
 
+/// Spreads the weight tables to one weight a column and points the row there. @return false without memory
+template <class TRow>
+bool SpreadColumnWeights(const CKernelCall& call, std::int64_t nColumns, CScanScratch& scratch, TRow& row)
+{
+    const auto nCount = static_cast<std::size_t>(nColumns);
+    if (!scratch.columnNear.Reserve(nCount) || !scratch.columnFar.Reserve(nCount))
+        return false;
+    for (std::size_t n = 0; n < nCount; ++n)
+    {
+        const std::int64_t nWeight = ColumnWeightIndex(call.region.nLeft, static_cast<std::int64_t>(n));
+        scratch.columnNear[n] = call.pConvWeightNear[nWeight];
+        scratch.columnFar[n] = call.pConvWeightFar[nWeight];
+    }
+    row.pColumnNear = scratch.columnNear.Data();
+    row.pColumnFar = scratch.columnFar.Data();
+    return true;
+}
+
 /// Whole columns that the reference of a bilinear kernel is shifted by: the zone kernels take the fraction of their
 /// shift alone.
 template <CScanTraits kScan>

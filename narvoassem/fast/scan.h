@@ -146,8 +146,8 @@ protected:
     bool ForEachHit(std::int64_t x, std::int64_t y, const CPitch16& pitch, std::int64_t nStrips, TOnHit&& onHit)
     {
         const CStripRun* pRun = m_row.pRuns;
-        for (std::int64_t nStrip = NextMarkedStrip(m_row.pMask, 0, nStrips); nStrip < nStrips;
-             nStrip = NextMarkedStrip(m_row.pMask, nStrip + 1, nStrips))
+        for (std::int64_t nStrip = NextMarked(m_row.pMask, 0, nStrips); nStrip < nStrips;
+             nStrip = NextMarked(m_row.pMask, nStrip + 1, nStrips))
         {
             while (nStrip >= pRun->nFirstStrip + pRun->nStripCount)
                 ++pRun;

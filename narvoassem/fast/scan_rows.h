@@ -33,7 +33,8 @@ public:
         const CRegion& region = m_call.region;
         if (region.nTop >= region.nBottom)
             return this->End(region.nBottom + 1);
-        if (!this->ReserveRow(m_nStrips) || !SpreadWeights())
+        if (!this->ReserveRow(m_nStrips) ||
+            (kColumnTables && !SpreadColumnWeights(m_call, m_nStrips * kStripWidth, m_scratch, m_row)))
             return this->End(region.nTop);
         const CBands bands = {.nFirstEnd = region.nLeft + m_pitch.nWhole,
                               .nLastStart = m_nScanEnd - m_pitch.nWhole,
@@ -58,26 +59,6 @@ public:
     }
 
 private:
-    /// Column tables, spread to one weight a column. @return false without memory
-    bool SpreadWeights()
-    {
-        if constexpr (kColumnTables)
-        {
-            const auto nColumns = static_cast<std::size_t>(m_nStrips * kStripWidth);
-            if (!m_scratch.columnNear.Reserve(nColumns) || !m_scratch.columnFar.Reserve(nColumns))
-                return false;
-            for (std::size_t n = 0; n < nColumns; ++n)
-            {
-                const std::int64_t nWeight = ColumnWeightIndex(m_call.region.nLeft, static_cast<std::int64_t>(n));
-                m_scratch.columnNear[n] = m_call.pConvWeightNear[nWeight];
-                m_scratch.columnFar[n] = m_call.pConvWeightFar[nWeight];
-            }
-            m_row.pColumnNear = m_scratch.columnNear.Data();
-            m_row.pColumnFar = m_scratch.columnFar.Data();
-        }
-        return true;
-    }
-
     void SetRow(std::int64_t y)
     {
         const CImageView& image = m_call.image;

@@ -1,0 +1,47 @@
+// The float kernels that are members of the engine: the same kernels with the engine's dead zones and second
+// thresholds.
+#include "narvoassem/compare/compare_chain.h"
+#include "narvoassem/fast/kernel_args.h"
+#include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fixed_pitch.h"
+#include "narvoassem/narvoassem.h"
+
+using narvo::CFloatCall;
+using narvo::FloatKernel;
+using narvo::RunFloatKernel;
+
+// Arguments of the shared lists keep the names of the public header, which are those of the stores' members too.
+#pragma GCC diagnostic ignored "-Wshadow"
+#pragma GCC diagnostic ignored "-Wunused-parameter"
+
+int CNarvoAssem::ConvFloatVert_Intrin(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VERT_TAIL)
+{
+    CFloatCall call;
+    NARVO_TAKE_FLOAT_ARGUMENTS(call);
+    call.pParam = &ConvParam;
+    return RunFloatKernel(FloatKernel::VertIntrin, call);
+}
+
+int CNarvoAssem::ConvFloatVTD_Intrin(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VTD_TAIL)
+{
+    CFloatCall call;
+    NARVO_TAKE_FLOAT_ARGUMENTS(call);
+    call.pScanPitchTable = pScanPitchTable;
+    call.nVtdPitch16 = nPitch16Second;
+    call.pParam = &ConvParam;
+    return RunFloatKernel(FloatKernel::VtdIntrin, call);
+}
+
+int CNarvoAssem::ConvFloatVJF_Intrin(CRect rtRegion, int& nEndLine)
+{
+    CFloatCall call;
+    narvo::FillKernelCall(call, *this, &nEndLine);
+    call.region = {rtRegion.left, rtRegion.top, rtRegion.right, rtRegion.bottom};
+    call.hits.nCount = 0;
+    call.nPitch16 = narvo::ToRoundedPitch16(ConvParam.GetRealScanPitch());
+    call.first = {ConvParam.nThreshold, ConvParam.nThresholdGain};
+    call.pParam = &ConvParam;
+    call.pStore = this;
+    call.rtRegion = rtRegion;
+    return RunFloatKernel(FloatKernel::VertRegion, call);
+}

@@ -1,0 +1,165 @@
+// Vector code of the float family's finder, compiled once per instruction set.
+#include "narvoassem/fast/find_sums.h"
+
+#include <cstdint>
+
+#include "narvoassem/fast/compare_sums.h"
+#include "narvoassem/fast/find_row.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "narvoassem/fast/find_sums.cc"
+#include "hwy/foreach_target.h"
+//
+#include "hwy/highway.h"
+//
+#include "narvoassem/fast/lanes-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace narvo
+{
+namespace HWY_NAMESPACE
+{
+namespace
+{
+
+#if HWY_TARGET == HWY_SCALAR
+
+template <SumsVariant kVariant>
+void FindSumsRow(const CSumsRow& row)
+{
+    for (std::int64_t nGroup = 0; nGroup < row.nGroups; ++nGroup)
+    {
+        unsigned nMask = 0;
+        for (int k = 0; k < kGroupWidth; ++k)
+        {
+            const CSumsComparison result = CompareSums<kVariant>(row, nGroup * kGroupWidth + k);
+            nMask |= static_cast<unsigned>(result.IsDark() || result.IsBright()) << k;
+        }
+        row.pMask[nGroup] = static_cast<std::uint8_t>(nMask);
+    }
+}
+
+#else
+
+template <class D>
+HWY_INLINE hn::Vec<D> LoadSums(D d, const std::uint16_t* p)
+{
+    return hn::LoadU(d, p);
+}
+
+/// As many pixels as d has lanes, from column x on.
+template <SumsVariant kVariant, class D>
+HWY_INLINE void FindSumsBlock(D d, const CSumsRow& row, std::int64_t x)
+{
+    constexpr bool bColumn = kVariant == SumsVariant::ColumnLarger || kVariant == SumsVariant::ColumnSource;
+    constexpr bool bSource = kVariant == SumsVariant::Source || kVariant == SumsVariant::ColumnSource;
+    const hn::RebindToSigned<D> di;
+    const auto vLimit = hn::Set(d, row.nLimit);
+
+    const auto vSrc = hn::Min(hn::ShiftLeft<4>(LoadSums(d, row.pSrc + x)), vLimit);
+    auto vCmp = hn::Zero(d);
+    if constexpr (bColumn)
+    {
+        const auto vNear = hn::Mul(LoadSums(d, row.pNear + x), LoadMap(d, row.pColumnNear + x));
+        const auto vFar = hn::Mul(LoadSums(d, row.pFar + x), LoadMap(d, row.pColumnFar + x));
+        vCmp = hn::Add(hn::Add(vNear, vFar), hn::ShiftLeft<4>(LoadSums(d, row.pMiddle + x)));
+    }
+    else
+        vCmp = hn::Add(hn::Mul(LoadSums(d, row.pNear + x), hn::Set(d, row.nWeightNear)),
+                       hn::Mul(LoadSums(d, row.pFar + x), hn::Set(d, row.nWeightFar)));
+    vCmp = hn::Min(vCmp, vLimit);
+
+    // The shift is 6 where the gain works on the larger value and 7 where it works on the source.
+    const auto vGray = bSource ? hn::ShiftRight<7>(vSrc) : hn::ShiftRight<6>(hn::Max(vSrc, vCmp));
+    const auto vUnits = hn::Set(d, row.nUnits);
+    auto vThreshold =
+        hn::BitCast(di, hn::Mul(FormThreshold(vGray, hn::Set(d, row.nGain), hn::Set(d, row.nBase)), vUnits));
+    if constexpr (kVariant == SumsVariant::LargerSmaller)
+        vThreshold = hn::Min(
+            vThreshold,
+            hn::BitCast(di, hn::Mul(FormThreshold(vGray, hn::Set(d, row.nGain2), hn::Set(d, row.nBase2)), vUnits)));
+
+    // One of the two differences is 0, so the larger of both, signed, is the other one or 0.
+    const auto vDiff = hn::Or(hn::SaturatedSub(vSrc, vCmp), hn::SaturatedSub(vCmp, vSrc));
+    const auto vLarger = hn::Max(hn::BitCast(di, vDiff), hn::Zero(di));
+    hn::StoreMaskBits(di, hn::Gt(vLarger, vThreshold), row.pMask + x / kGroupWidth);
+}
+
+template <SumsVariant kVariant>
+HWY_INLINE void FindSumsRow(const CSumsRow& row)
+{
+    const hn::CappedTag<std::uint16_t, 32> d;
+    const hn::CappedTag<std::uint16_t, kGroupWidth> dGroup;
+    const std::int64_t nLanes = static_cast<std::int64_t>(hn::Lanes(d));
+    const std::int64_t nColumns = row.nGroups * kGroupWidth;
+    std::int64_t x = 0;
+    for (; x + nLanes <= nColumns; x += nLanes)
+        FindSumsBlock<kVariant>(d, row, x);
+    for (; x < nColumns; x += kGroupWidth)
+        FindSumsBlock<kVariant>(dGroup, row, x);
+}
+
+#endif
+
+// One function for each variant, since the dispatch table takes plain functions.
+void FindLarger(const CSumsRow& row)
+{
+    FindSumsRow<SumsVariant::Larger>(row);
+}
+
+void FindLargerSmaller(const CSumsRow& row)
+{
+    FindSumsRow<SumsVariant::LargerSmaller>(row);
+}
+
+void FindSource(const CSumsRow& row)
+{
+    FindSumsRow<SumsVariant::Source>(row);
+}
+
+void FindColumnLarger(const CSumsRow& row)
+{
+    FindSumsRow<SumsVariant::ColumnLarger>(row);
+}
+
+void FindColumnSource(const CSumsRow& row)
+{
+    FindSumsRow<SumsVariant::ColumnSource>(row);
+}
+
+} // namespace
+} // namespace HWY_NAMESPACE
+} // namespace narvo
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace narvo
+{
+
+HWY_EXPORT(FindLarger);
+HWY_EXPORT(FindLargerSmaller);
+HWY_EXPORT(FindSource);
+HWY_EXPORT(FindColumnLarger);
+HWY_EXPORT(FindColumnSource);
+
+void FindSums(SumsVariant eVariant, const CSumsRow& row)
+{
+    switch (eVariant)
+    {
+    case SumsVariant::Larger:
+        return HWY_DYNAMIC_DISPATCH(FindLarger)(row);
+    case SumsVariant::LargerSmaller:
+        return HWY_DYNAMIC_DISPATCH(FindLargerSmaller)(row);
+    case SumsVariant::Source:
+        return HWY_DYNAMIC_DISPATCH(FindSource)(row);
+    case SumsVariant::ColumnLarger:
+        return HWY_DYNAMIC_DISPATCH(FindColumnLarger)(row);
+    case SumsVariant::ColumnSource:
+        return HWY_DYNAMIC_DISPATCH(FindColumnSource)(row);
+    }
+}
+
+} // namespace narvo
+
+#endif

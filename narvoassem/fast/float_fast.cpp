@@ -1,0 +1,83 @@
+// The public names of the fast float kernels.
+#include "narvoassem/fastkernels.h"
+
+#include "narvoassem/fast/kernel_args.h"
+#include "narvoassem/fast/kernel_call.h"
+
+using narvo::CFloatCall;
+using narvo::FloatKernel;
+using narvo::RunFloatKernel;
+
+// Arguments of the shared lists that a kernel does not read keep their names in the public header.
+#pragma GCC diagnostic ignored "-Wunused-parameter"
+
+int ConvFloatFast4(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_HORI_TAIL)
+{
+    CFloatCall call;
+    NARVO_TAKE_FLOAT_ARGUMENTS(call);
+    return RunFloatKernel(FloatKernel::Hori4, call);
+}
+
+int ConvFloatFast6(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_HORI_TAIL)
+{
+    CFloatCall call;
+    NARVO_TAKE_FLOAT_ARGUMENTS(call);
+    return RunFloatKernel(FloatKernel::Hori6, call);
+}
+
+int ConvFloatFast9(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_HORI_TAIL)
+{
+    CFloatCall call;
+    NARVO_TAKE_FLOAT_ARGUMENTS(call);
+    return RunFloatKernel(FloatKernel::Hori9, call);
+}
+
+int ConvFloatTableFast4(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_TABLE_TAIL)
+{
+    CFloatCall call;
+    NARVO_TAKE_FLOAT_ARGUMENTS(call);
+    call.pConvPitchTable = pConvPitchTable;
+    call.pConvWeightNear = pConvWeightNear;
+    call.pConvWeightFar = pConvWeightFar;
+    return RunFloatKernel(FloatKernel::HoriTable4, call);
+}
+
+int ConvFloatTableFast6(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_TABLE_TAIL)
+{
+    CFloatCall call;
+    NARVO_TAKE_FLOAT_ARGUMENTS(call);
+    call.pConvPitchTable = pConvPitchTable;
+    call.pConvWeightNear = pConvWeightNear;
+    call.pConvWeightFar = pConvWeightFar;
+    return RunFloatKernel(FloatKernel::HoriTable6, call);
+}
+
+int ConvFloatVertFast4(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VERT_TAIL)
+{
+    CFloatCall call;
+    NARVO_TAKE_FLOAT_ARGUMENTS(call);
+    return RunFloatKernel(FloatKernel::Vert4, call);
+}
+
+int ConvFloatVertFast6(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VERT_TAIL)
+{
+    CFloatCall call;
+    NARVO_TAKE_FLOAT_ARGUMENTS(call);
+    return RunFloatKernel(FloatKernel::Vert6, call);
+}
+
+int ConvFloatVertFast9(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VERT_TAIL)
+{
+    CFloatCall call;
+    NARVO_TAKE_FLOAT_ARGUMENTS(call);
+    return RunFloatKernel(FloatKernel::Vert9, call);
+}
+
+int ConvFloatVTDFast(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VTD_TAIL)
+{
+    CFloatCall call;
+    NARVO_TAKE_FLOAT_ARGUMENTS(call);
+    call.pScanPitchTable = pScanPitchTable;
+    call.nVtdPitch16 = nPitch16Second;
+    return RunFloatKernel(FloatKernel::Vtd, call);
+}
