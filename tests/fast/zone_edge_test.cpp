@@ -383,8 +383,8 @@ TEST(ZoneFlags, FlaggedKernelComparesOneRowMoreThanThePlainOne)
     EXPECT_EQ(CountHits(plain.Run()), 33 * 16);
     for (const ZoneKernel eKernel : {ZoneKernel::VertFlag, ZoneKernel::VertDirect, ZoneKernel::Vert2by2})
     {
-        CPlainScene more(eKernel, 16, 40, 5 * 16);
-        more.Call().region.nBottom = 39; // leaves the means their extra row
+        CPlainScene more(eKernel, 20, 40, 5 * 16);
+        more.Call().region = {0, 0, 16, 39}; // leaves the means their extra row and column
         more.SetThreshold(-1);
         EXPECT_EQ(CountHits(more.Run()), 33 * 16) << KernelName(eKernel);
     }
