@@ -48,7 +48,7 @@ int CBlobStorage::GetAreaValueVert(int x, int y, int nWidth, int nHeight, double
     const narvo::CPixelReader reader(ConvParam);
     const std::int64_t nPitch = narvo::TruncToInt(dPitch);
     const double dFrac = dPitch - static_cast<double>(nPitch);
-    if (y + 1 + nPitch >= ConvParam.nImageHeight)
+    if (y + nPitch + 1 >= ConvParam.nImageHeight)
         return 0;
     return GetMeanDifference(reader, x, y, nWidth, nHeight, nClip,
                              [&](std::int64_t i, std::int64_t j) {

@@ -260,7 +260,7 @@ int CBlobStorage::GetConvolutionValue(int x, int y, double dPitch, int nClip) co
 int CBlobStorage::GetConvolutionValueVert(int x, int y, double dPitch, int nClip) const
 {
     const narvo::SSplitPitch split(dPitch);
-    const std::int64_t nRow = y + 1 + split.nPos;
+    const std::int64_t nRow = y + split.nPos + 1;
     if (nRow >= ConvParam.nImageHeight || nRow <= 0)
         return 0;
     return narvo::GetWindowDifference(

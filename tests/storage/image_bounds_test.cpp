@@ -75,8 +75,10 @@ protected:
         param.dVeriPitchConv[1] = param.dVeriPitchScan[1] = dPitch;
         const CNarvoBufferSudo view(param.pImage, param.nImageWidth, param.nImageHeight);
         m_dSum += narvo::ConvDiffHori3x2(view, x, y, dPitch) + narvo::ConvDiffVert2x3(view, x, y, dPitch);
-        m_dSum += m_store.GetAreaValue(x, y, 3, 5, dPitch, 255) + m_store.GetAreaValueVert(x, y, 5, 3, dPitch, 255);
-        m_dSum += m_store.GetConvolutionValue(x, y, dPitch, 255) + m_store.GetConvolutionValueVert(x, y, dPitch, 255);
+        m_dSum += m_store.GetAreaValue(x, y, 3, 5, dPitch, 255);
+        m_dSum += m_store.GetAreaValueVert(x, y, 5, 3, dPitch, 255);
+        m_dSum += m_store.GetConvolutionValue(x, y, dPitch, 255);
+        m_dSum += m_store.GetConvolutionValueVert(x, y, dPitch, 255);
         m_dSum += m_store.GetReferenceValTilt(y, x, dPitch, -1.0) + m_store.GetReferenceValTilt(y, x, -dPitch, 1.0);
         for (int nMode = 0; nMode < 2; ++nMode)
         {
