@@ -53,4 +53,32 @@ CSumsComparison CompareSums(const CSumsRow& row, std::int64_t x)
     return result;
 }
 
+/// Two values without a threshold of their own; differences stop at 0.
+struct CPlainSums
+{
+    std::uint16_t nSrc;
+    std::uint16_t nCmp;
+
+    int DarkDifference() const { return nCmp > nSrc ? nCmp - nSrc : 0; }
+    int BrightDifference() const { return nSrc > nCmp ? nSrc - nCmp : 0; }
+};
+
+constexpr std::uint16_t WeighSums(std::uint16_t nNear, unsigned nWeightNear, std::uint16_t nFar, unsigned nWeightFar)
+{
+    return static_cast<std::uint16_t>(nNear * nWeightNear + nFar * nWeightFar);
+}
+
+/// Source and reference of pixel x, limited.
+inline CPlainSums ComparePlainSums(const CSumsRow& row, std::int64_t x)
+{
+    return {std::min(WeighSums(row.pSrc[x], 16, 0, 0), row.nLimit),
+            std::min(WeighSums(row.pNear[x], row.nWeightNear, row.pFar[x], row.nWeightFar), row.nLimit)};
+}
+
+/// The same pair of places seen from the reference, back to the source, without the limit.
+inline CPlainSums WitnessSums(const CSumsRow& row, std::int64_t x)
+{
+    return {WeighSums(row.pSrc[x], row.nWeightNear, row.pBack[x], row.nWeightFar), WeighSums(row.pNear[x], 16, 0, 0)};
+}
+
 } // namespace narvo

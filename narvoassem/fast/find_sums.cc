@@ -25,16 +25,34 @@ namespace
 #if HWY_TARGET == HWY_SCALAR
 
 template <SumsVariant kVariant>
+bool IsMarked(const CSumsRow& row, std::int64_t x)
+{
+    if constexpr (kVariant == SumsVariant::Plain || kVariant == SumsVariant::PlainWitness)
+    {
+        const CPlainSums sums = ComparePlainSums(row, x);
+        const auto nThreshold = static_cast<std::int16_t>(row.nBase);
+        const bool bDark = sums.DarkDifference() > nThreshold;
+        const bool bBright = sums.BrightDifference() > nThreshold;
+        if constexpr (kVariant == SumsVariant::Plain)
+            return bDark || bBright;
+        const CPlainSums witness = WitnessSums(row, x);
+        return (bDark && witness.DarkDifference() > nThreshold) || (bBright && witness.BrightDifference() > nThreshold);
+    }
+    else
+    {
+        const CSumsComparison result = CompareSums<kVariant>(row, x);
+        return result.IsDark() || result.IsBright();
+    }
+}
+
+template <SumsVariant kVariant>
 void FindSumsRow(const CSumsRow& row)
 {
     for (std::int64_t nGroup = 0; nGroup < row.nGroups; ++nGroup)
     {
         unsigned nMask = 0;
         for (int k = 0; k < kGroupWidth; ++k)
-        {
-            const CSumsComparison result = CompareSums<kVariant>(row, nGroup * kGroupWidth + k);
-            nMask |= static_cast<unsigned>(result.IsDark() || result.IsBright()) << k;
-        }
+            nMask |= static_cast<unsigned>(IsMarked<kVariant>(row, nGroup * kGroupWidth + k)) << k;
         row.pMask[nGroup] = static_cast<std::uint8_t>(nMask);
     }
 }
@@ -68,6 +86,25 @@ HWY_INLINE void FindSumsBlock(D d, const CSumsRow& row, std::int64_t x)
         vCmp = hn::Add(hn::Mul(LoadSums(d, row.pNear + x), hn::Set(d, row.nWeightNear)),
                        hn::Mul(LoadSums(d, row.pFar + x), hn::Set(d, row.nWeightFar)));
     vCmp = hn::Min(vCmp, vLimit);
+    const auto vDark = hn::SaturatedSub(vCmp, vSrc);
+    const auto vBright = hn::SaturatedSub(vSrc, vCmp);
+
+    if constexpr (kVariant == SumsVariant::Plain || kVariant == SumsVariant::PlainWitness)
+    {
+        const auto vPlain = hn::BitCast(di, hn::Set(d, row.nBase));
+        auto bDark = hn::Gt(hn::BitCast(di, vDark), vPlain);
+        auto bBright = hn::Gt(hn::BitCast(di, vBright), vPlain);
+        if constexpr (kVariant == SumsVariant::PlainWitness)
+        {
+            const auto vAhead = hn::ShiftLeft<4>(LoadSums(d, row.pNear + x));
+            const auto vBack = hn::Add(hn::Mul(LoadSums(d, row.pSrc + x), hn::Set(d, row.nWeightNear)),
+                                       hn::Mul(LoadSums(d, row.pBack + x), hn::Set(d, row.nWeightFar)));
+            bDark = hn::And(bDark, hn::Gt(hn::BitCast(di, hn::SaturatedSub(vAhead, vBack)), vPlain));
+            bBright = hn::And(bBright, hn::Gt(hn::BitCast(di, hn::SaturatedSub(vBack, vAhead)), vPlain));
+        }
+        hn::StoreMaskBits(di, hn::Or(bDark, bBright), row.pMask + x / kGroupWidth);
+        return;
+    }
 
     // The shift is 6 where the gain works on the larger value and 7 where it works on the source.
     const auto vGray = bSource ? hn::ShiftRight<7>(vSrc) : hn::ShiftRight<6>(hn::Max(vSrc, vCmp));
@@ -80,8 +117,7 @@ HWY_INLINE void FindSumsBlock(D d, const CSumsRow& row, std::int64_t x)
             hn::BitCast(di, hn::Mul(FormThreshold(vGray, hn::Set(d, row.nGain2), hn::Set(d, row.nBase2)), vUnits)));
 
     // One of the two differences is 0, so the larger of both, signed, is the other one or 0.
-    const auto vDiff = hn::Or(hn::SaturatedSub(vSrc, vCmp), hn::SaturatedSub(vCmp, vSrc));
-    const auto vLarger = hn::Max(hn::BitCast(di, vDiff), hn::Zero(di));
+    const auto vLarger = hn::Max(hn::BitCast(di, hn::Or(vDark, vBright)), hn::Zero(di));
     hn::StoreMaskBits(di, hn::Gt(vLarger, vThreshold), row.pMask + x / kGroupWidth);
 }
 
@@ -127,6 +163,16 @@ void FindColumnSource(const CSumsRow& row)
     FindSumsRow<SumsVariant::ColumnSource>(row);
 }
 
+void FindPlain(const CSumsRow& row)
+{
+    FindSumsRow<SumsVariant::Plain>(row);
+}
+
+void FindPlainWitness(const CSumsRow& row)
+{
+    FindSumsRow<SumsVariant::PlainWitness>(row);
+}
+
 } // namespace
 } // namespace HWY_NAMESPACE
 } // namespace narvo
@@ -142,6 +188,8 @@ HWY_EXPORT(FindLargerSmaller);
 HWY_EXPORT(FindSource);
 HWY_EXPORT(FindColumnLarger);
 HWY_EXPORT(FindColumnSource);
+HWY_EXPORT(FindPlain);
+HWY_EXPORT(FindPlainWitness);
 
 void FindSums(SumsVariant eVariant, const CSumsRow& row)
 {
@@ -157,6 +205,10 @@ void FindSums(SumsVariant eVariant, const CSumsRow& row)
         return HWY_DYNAMIC_DISPATCH(FindColumnLarger)(row);
     case SumsVariant::ColumnSource:
         return HWY_DYNAMIC_DISPATCH(FindColumnSource)(row);
+    case SumsVariant::Plain:
+        return HWY_DYNAMIC_DISPATCH(FindPlain)(row);
+    case SumsVariant::PlainWitness:
+        return HWY_DYNAMIC_DISPATCH(FindPlainWitness)(row);
     }
 }
 

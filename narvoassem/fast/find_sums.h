@@ -14,7 +14,9 @@ enum class SumsVariant
     LargerSmaller, ///< the same with the smaller of two thresholds
     Source,        ///< the gain works on the source alone
     ColumnLarger,  ///< reference of weighted parts, column by column; the gain works on the larger value
-    ColumnSource   ///< the same with the gain on the source
+    ColumnSource,  ///< the same with the gain on the source
+    Plain,         ///< reference between two sums, threshold nBase as it stands
+    PlainWitness   ///< the same, and a second comparison, one pitch back from the reference, must agree
 };
 
 /// One row. All rows begin at the first pixel and hold 8 elements for each group. Arithmetic is done on 16-bit lanes:
@@ -23,13 +25,15 @@ enum class SumsVariant
 ///
 /// Source value 16 * pSrc, reference pNear * weight near + pFar * weight far; the column variants have their weights by
 /// column and add 16 * pMiddle. Both values are limited. Threshold (((v >> nShift) * nGain >> 8) + nBase) * nUnits.
+/// The witness compares 16 * pNear with pSrc * weight near + pBack * weight far, without the limit.
 struct CSumsRow
 {
     const std::uint16_t* pSrc = nullptr;
     const std::uint16_t* pNear = nullptr;
     const std::uint16_t* pMiddle = nullptr;
     const std::uint16_t* pFar = nullptr;
-    std::uint16_t nWeightNear = 16; ///< sixteenths
+    const std::uint16_t* pBack = nullptr; ///< witness: the sums in front of pSrc
+    std::uint16_t nWeightNear = 16;       ///< sixteenths
     std::uint16_t nWeightFar = 0;
     const std::int16_t* pColumnNear = nullptr;
     const std::int16_t* pColumnFar = nullptr;

@@ -19,8 +19,8 @@ class CRowCache
 public:
     /// Memory that the rows of one tile should keep to, so that they stay near the processor.
     static constexpr std::int64_t kBytes = 1 << 20;
-    /// Rows kept at the most: beyond it, rows are made anew.
-    static constexpr std::int64_t kRowLimit = 1024;
+    /// Rows kept at the most: for longer ways, rows are made anew.
+    static constexpr std::int64_t kRowLimit = 8192;
 
     /// Rows that are kept so that one is still there nDistance rows on.
     static std::int64_t RowsFor(std::int64_t nDistance)
@@ -52,7 +52,7 @@ public:
     const TElement* Get(std::int64_t nRow, std::int64_t nKeep, int nSpare, TMake&& make)
     {
         std::int64_t nSlot = nRow & (m_nRows - 1);
-        if (nRow != nKeep && nSlot == (nKeep & (m_nRows - 1)))
+        if (nRow > nKeep + m_nRows - 3 || nRow < nKeep - m_nRows + 3)
             nSlot = m_nRows + nSpare;
         const auto n = static_cast<std::size_t>(nSlot);
         TElement* pRow = m_rows.Data() + nSlot * m_nColumns;
