@@ -162,7 +162,7 @@ void AddBlobLines(CTable& table, const SOptions& options)
 {
     CScene scene(12096, 11000);
     for (const bool bVertical : {true, false})
-        for (const SPlacement& placement : {SPlacement{"scattered", 1}, SPlacement{"clustered", 15}})
+        for (const SPlacement& placement : {SPlacement{"scattered", 1}, SPlacement{"clusters of 6 by 6", 6}})
             AddGrowthLines(table, scene, bVertical, placement, options.Rounds(9));
 }
 
