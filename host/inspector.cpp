@@ -124,7 +124,7 @@ InspectionResult Inspector::Inspect(int lane, const GreyImage& image, const Reci
                                      [](const CNarvoAssem* one) { return one->GetPairCount() > nVerticalPairLimit; });
 
     for (int i = 0; i < engine.GetBlobCount(); ++i)
-        if (const CDefectBlob& blob = *engine.GetBlobDefect(i); blob.bRemoved == 0)
+        if (const CDefectBlob& blob = *engine.GetBlobDefect(i); blob.bRemoved == 0 && blob.nPairCount >= recipe.minArea)
             result.blobs.push_back(CopyBlob(blob, static_cast<int>(result.blobs.size()) + 1));
 
     if (result.reruns > 0)

@@ -75,6 +75,7 @@ struct Recipe
     bool autoDirection = false;
     int maxReruns = 3;
     int maxBlobs = 20000;
+    int minArea = 1;
     int label = -1;
 
     std::optional<CRect> region;      ///< none: the whole image

@@ -41,6 +41,7 @@ const Field<Recipe> recipeFields[] = {
     {"max_reruns", "runs", &Recipe::maxReruns, 0, dCountHigh, false,
      "runs that may follow an overflow, for each image"},
     {"max_blobs", "blobs", &Recipe::maxBlobs, 1, 1000000, false, "room for blobs; what does not fit is lost"},
+    {"min_area", "pixels", &Recipe::minArea, 1, 1000000, false, "smaller blobs are not reported"},
     {"label", "", &Recipe::label, dIntLow, dIntHigh, false, "copied into every blob"},
     {"pitch.x", "pixels", &Recipe::pitchX, dPitchLow, dPitchHigh, true, "period of the pattern along x"},
     {"pitch.y", "pixels", &Recipe::pitchY, dPitchLow, dPitchHigh, true, "period of the pattern along y"},

@@ -44,6 +44,7 @@ const BadField badFields[] = {
     {"max_reruns", 1001, "whole number, 0 to 1000 runs"},
     {"max_blobs", 0, "whole number, 1 to 1000000 blobs"},
     {"max_blobs", 1000001, "whole number, 1 to 1000000 blobs"},
+    {"min_area", 0, "whole number, 1 to 1000000 pixels"},
     {"label", 2147483648LL, "whole number, -2147483648 to 2147483647"},
     {"pitch.x", 0.99, "1 to 16384 pixels"},
     {"pitch.x", 16384.5, "1 to 16384 pixels"},
