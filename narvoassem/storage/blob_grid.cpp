@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <bit>
-#include <limits>
+#include <new>
 
 #include "narvoassem/storage/thread_scratch.h"
 
@@ -15,7 +15,7 @@ namespace
 
 constexpr int nFirstShift = 4;            ///< 16 pixels: about the size of a small blob with its surroundings
 constexpr int nLastShift = 33;            ///< one cell holds every widened rectangle, or a few
-constexpr std::int64_t nCellsPerBlob = 4; ///< mean number of registrations above which cells are made larger
+constexpr std::int64_t nCellsPerBlob = 2; ///< mean number of registrations above which cells are made larger
 
 SCells GetWidened(const CRect& rt, std::int64_t nMargin, int nShift)
 {
@@ -29,7 +29,7 @@ bool IsReversed(const CRect& rt, std::int64_t nMargin)
 }
 
 // Stops counting once the limit is passed.
-std::int64_t CountRegistrations(const CDefectBlob* pBlobs, int nCount, int nMargin, int nShift, std::int64_t nLimit)
+std::int64_t CountRegistrations(const SGridBlob* pBlobs, int nCount, int nMargin, int nShift, std::int64_t nLimit)
 {
     std::int64_t nSum = 0;
     for (int i = 0; i < nCount && nSum <= nLimit; ++i)
@@ -46,42 +46,54 @@ std::int64_t CountRegistrations(const CDefectBlob* pBlobs, int nCount, int nMarg
 
 } // namespace
 
-bool CBlobGrid::Build(const CDefectBlob* pBlobs, int nCount, int nMargin, bool bByType, std::size_t nSpareWords)
+bool CBlobGrid::Build(const CDefectBlob* pBlobs, int nCount, int nMargin, bool bByType)
 {
-    const std::int64_t nLimit = std::min<std::int64_t>(nCellsPerBlob * nCount, std::numeric_limits<int>::max());
-    std::int64_t nEntries = 0;
+    const auto nBlobs = static_cast<std::size_t>(nCount);
+    const std::size_t nMostEntries = nBlobs * nCellsPerBlob;
+    const std::size_t nMostBuckets = std::bit_ceil(nMostEntries);
+    constexpr std::size_t nWordsPerBlob = sizeof(SGridBlob) / sizeof(int);
+    int* pWords = GetThreadScratch((nWordsPerBlob + 1) * nBlobs + 2 * nMostEntries + nMostBuckets);
+    if (pWords == nullptr)
+        return false;
+    m_pBlobs = reinterpret_cast<SGridBlob*>(pWords);
+    m_pSpare = pWords + nWordsPerBlob * nBlobs;
+    m_pNext = m_pSpare + nBlobs;
+    m_pBlobOf = m_pNext + nMostEntries;
+    m_pHead = m_pBlobOf + nMostEntries;
+    m_bByType = bByType;
+    m_bReversed = false;
+    for (int i = 0; i < nCount; ++i)
+    {
+        new (&m_pBlobs[i]) SGridBlob{pBlobs[i].rtDefect, pBlobs[i].nDefectType, 0};
+        m_bReversed = m_bReversed || IsReversed(pBlobs[i].rtDefect, 0);
+    }
+
+    const std::int64_t nLimit = nCellsPerBlob * nCount;
+    std::int64_t nEntries = nLimit + 1;
     for (m_nShift = nFirstShift; m_nShift <= nLastShift; ++m_nShift)
     {
-        nEntries = CountRegistrations(pBlobs, nCount, nMargin, m_nShift, nLimit);
+        nEntries = CountRegistrations(m_pBlobs, nCount, nMargin, m_nShift, nLimit);
         if (nEntries <= nLimit)
             break;
     }
     if (nEntries > nLimit)
         return false;
 
-    const auto nRegistrations = static_cast<std::size_t>(nEntries);
-    const std::size_t nBuckets = std::bit_ceil(std::max<std::size_t>(nRegistrations, 1));
-    m_pHead = GetThreadScratch(nBuckets + 2 * nRegistrations + nSpareWords);
-    if (m_pHead == nullptr)
-        return false;
-    m_pNext = m_pHead + nBuckets;
-    m_pBlob = m_pNext + nRegistrations;
-    m_pSpare = m_pBlob + nRegistrations;
+    const std::size_t nBuckets = std::bit_ceil(std::max<std::size_t>(static_cast<std::size_t>(nEntries), 1));
     m_nBucketMask = nBuckets - 1;
-    m_bByType = bByType;
     std::fill_n(m_pHead, nBuckets, -1);
     int nEntry = 0;
     for (int i = 0; i < nCount; ++i)
     {
-        if (IsReversed(pBlobs[i].rtDefect, nMargin))
+        if (IsReversed(m_pBlobs[i].rtDefect, nMargin))
             continue;
-        const SCells cells = GetWidened(pBlobs[i].rtDefect, nMargin, m_nShift);
+        const SCells cells = GetWidened(m_pBlobs[i].rtDefect, nMargin, m_nShift);
         for (std::int64_t nRow = cells.nTop; nRow <= cells.nBottom; ++nRow)
         {
             for (std::int64_t nColumn = cells.nLeft; nColumn <= cells.nRight; ++nColumn)
             {
-                int& nHead = m_pHead[GetBucket(nColumn, nRow, pBlobs[i].nDefectType)];
-                m_pBlob[nEntry] = i;
+                int& nHead = m_pHead[GetBucket(nColumn, nRow, m_pBlobs[i].nDefectType)];
+                m_pBlobOf[nEntry] = i;
                 m_pNext[nEntry] = nHead;
                 nHead = nEntry++;
             }

@@ -22,14 +22,27 @@ struct SCells
     bool HasRow(std::int64_t nRow) const { return nTop <= nRow && nRow <= nBottom; }
 };
 
+/// What the walks ask of a blob, close together: the records themselves are far apart in memory.
+struct SGridBlob
+{
+    CRect rtDefect;
+    int nDefectType;
+    int nMark; ///< the walk's own; 0 at first
+};
+
 /// Every blob is registered in all cells that its rectangle, widened by a margin, touches; a rectangle that is reversed
-/// after that stands nowhere. A bucket holds the blobs of its cell and, by chance, of others.
+/// after that stands nowhere. A bucket holds the blobs of its cell and, by chance, of others. All of it lies in the
+/// scratch memory of the thread.
 class CBlobGrid
 {
 public:
-    /// Registers pBlobs[0 .. nCount - 1]; bByType keeps blobs of different types apart. The grid, and nSpareWords ints
-    /// behind it for the caller, lie in the scratch memory of the thread. Answers false when that cannot be had.
-    bool Build(const CDefectBlob* pBlobs, int nCount, int nMargin, bool bByType, std::size_t nSpareWords);
+    /// Registers pBlobs[0 .. nCount - 1]; bByType keeps blobs of different types apart. Answers false when memory
+    /// cannot be had.
+    bool Build(const CDefectBlob* pBlobs, int nCount, int nMargin, bool bByType);
+    SGridBlob& GetBlob(int nBlob) { return m_pBlobs[nBlob]; }
+    /// Whether some rectangle, not widened, is reversed.
+    bool HasReversed() const { return m_bReversed; }
+    /// One int for each blob, for the caller.
     int* GetSpareWords() const { return m_pSpare; }
 
     /// The cells of the area from (nLeft, nTop) to (nRight, nBottom), both included.
@@ -53,7 +66,7 @@ public:
         while (*pLink >= 0)
         {
             const int nEntry = *pLink;
-            const EVisit eVisit = fnVisit(m_pBlob[nEntry]);
+            const EVisit eVisit = fnVisit(m_pBlobOf[nEntry]);
             if (eVisit == EVisit::Stop)
                 return;
             if (eVisit == EVisit::Drop)
@@ -64,19 +77,23 @@ public:
     }
 
 private:
+    // Squares of 4 by 4 cells keep together, in one cache line: ordered lists ask for neighbours one after another.
     std::size_t GetBucket(std::int64_t nColumn, std::int64_t nRow, int nType) const
     {
-        return (static_cast<std::size_t>(nColumn) + static_cast<std::size_t>(nRow) * 0x9E3779B1U +
-                (m_bByType ? static_cast<std::size_t>(nType) * 0x85EBCA77U : 0)) &
-               m_nBucketMask;
+        const std::size_t nSquare = static_cast<std::size_t>(nColumn >> 2) * 0x9E3779B1U +
+                                    static_cast<std::size_t>(nRow >> 2) * 0x85EBCA77U +
+                                    (m_bByType ? static_cast<std::size_t>(nType) * 0xC2B2AE3DU : 0);
+        return (nSquare * 16 + static_cast<std::size_t>((nColumn & 3) * 4 + (nRow & 3))) & m_nBucketMask;
     }
 
     int m_nShift = 0; ///< cells are 1 << m_nShift pixels wide
     bool m_bByType = false;
+    bool m_bReversed = false;
     std::size_t m_nBucketMask = 0;
-    int* m_pHead = nullptr; ///< first registration of each bucket, -1 where there is none
-    int* m_pNext = nullptr; ///< next registration of the bucket
-    int* m_pBlob = nullptr; ///< blob of each registration
+    int* m_pHead = nullptr;   ///< first registration of each bucket, -1 where there is none
+    int* m_pNext = nullptr;   ///< next registration of the bucket
+    int* m_pBlobOf = nullptr; ///< blob of each registration
+    SGridBlob* m_pBlobs = nullptr;
     int* m_pSpare = nullptr;
 };
 

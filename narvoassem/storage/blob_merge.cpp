@@ -31,9 +31,7 @@ void Merge(CBlobStorage& store, CDefectBlob& blob, CDefectBlob& absorbed)
 
 void Finish(CBlobStorage& store, int nFirstBlob)
 {
-    CompactBlobs(store, nFirstBlob);
-    for (int i = nFirstBlob; i < store.nBlobCount; ++i)
-        store.pBlob[i].nRScale = store.CalcRScale(store.pBlob[i].ptExtreme);
+    CompactBlobs(store, nFirstBlob, [&store](CDefectBlob& blob) { blob.nRScale = store.CalcRScale(blob.ptExtreme); });
 }
 
 /// Each blob in turn absorbs the later ones within the distance of its growing rectangle.
@@ -47,33 +45,29 @@ public:
 
     void Run()
     {
-        const bool bGrid = m_nCount > nPlainLimit && BuildGrid();
+        m_bGrid = m_nCount > nPlainLimit && BuildGrid();
         for (int i = 0; i < m_nCount; ++i)
         {
-            if (m_pBlobs[i].bRemoved != 0)
-                continue;
-            if (bGrid)
+            if (m_bGrid && m_grid.GetBlob(i).nMark != nRemovedMark)
                 AbsorbByGrid(i);
-            else
+            else if (!m_bGrid && m_pBlobs[i].bRemoved == 0)
                 AbsorbPlainly(i, i + 1);
         }
     }
 
 private:
+    // Marks of the grid's blobs; otherwise the last blob whose heap took the candidate.
+    static constexpr int nUnseenMark = -1;
+    static constexpr int nRemovedMark = -2;
+
+    // A reversed rectangle can pass the inequalities without touching the area that a search covers.
     bool BuildGrid()
     {
-        // A reversed rectangle can pass the inequalities without touching the area that a search covers.
-        for (int i = 0; i < m_nCount; ++i)
-        {
-            const CRect& rt = m_pBlobs[i].rtDefect;
-            if (rt.left > rt.right || rt.top > rt.bottom)
-                return false;
-        }
-        if (!m_grid.Build(m_pBlobs, m_nCount, 0, true, 2 * static_cast<std::size_t>(m_nCount)))
+        if (!m_grid.Build(m_pBlobs, m_nCount, 0, true) || m_grid.HasReversed())
             return false;
+        for (int i = 0; i < m_nCount; ++i)
+            m_grid.GetBlob(i).nMark = m_pBlobs[i].bRemoved != 0 ? nRemovedMark : nUnseenMark;
         m_pHeap = m_grid.GetSpareWords();
-        m_pSeenBy = m_pHeap + m_nCount;
-        std::fill_n(m_pSeenBy, m_nCount, -1);
         return true;
     }
 
@@ -87,10 +81,26 @@ private:
         return true;
     }
 
+    // As Absorb for a candidate, which is not removed. The records are touched by merges alone.
+    bool AbsorbCandidate(int nBlob, int nOther)
+    {
+        SGridBlob& blob = m_grid.GetBlob(nBlob);
+        SGridBlob& other = m_grid.GetBlob(nOther);
+        if (other.nDefectType != blob.nDefectType || !IsWithin(blob.rtDefect, other.rtDefect, m_nDist))
+            return false;
+        Merge(m_store, m_pBlobs[nBlob], m_pBlobs[nOther]);
+        blob.rtDefect = m_pBlobs[nBlob].rtDefect;
+        other.nMark = nRemovedMark;
+        return true;
+    }
+
     void AbsorbPlainly(int nBlob, int nFrom)
     {
         for (int i = nFrom; i < m_nCount; ++i)
-            Absorb(m_pBlobs[nBlob], i);
+        {
+            if (Absorb(m_pBlobs[nBlob], i) && m_bGrid)
+                m_grid.GetBlob(i).nMark = nRemovedMark;
+        }
     }
 
     // The candidates of the cells within reach wait in a heap and are tested in list order, each once. When the
@@ -98,7 +108,7 @@ private:
     // walk does not go back.
     void AbsorbByGrid(int nBlob)
     {
-        CDefectBlob& blob = m_pBlobs[nBlob];
+        const SGridBlob& blob = m_grid.GetBlob(nBlob);
         m_nHeap = 0;
         int nTested = nBlob;
         SCells done{0, 0, -1, -1};
@@ -111,13 +121,13 @@ private:
                 return;
             }
             if (reach != done)
-                CollectRing(blob, nBlob, nTested, reach, done);
+                CollectRing(nBlob, nTested, reach, done);
             done = reach;
             bool bGrown = false;
             while (m_nHeap > 0 && !bGrown)
             {
                 nTested = PopCandidate();
-                bGrown = Absorb(blob, nTested);
+                bGrown = AbsorbCandidate(nBlob, nTested);
             }
             if (!bGrown)
                 return;
@@ -137,37 +147,38 @@ private:
         return (cells.nRight - cells.nLeft + 1) * (cells.nBottom - cells.nTop + 1);
     }
 
-    void CollectRing(const CDefectBlob& blob, int nBlob, int nTested, const SCells& reach, const SCells& done)
+    void CollectRing(int nBlob, int nTested, const SCells& reach, const SCells& done)
     {
         for (std::int64_t nRow = reach.nTop; nRow <= reach.nBottom; ++nRow)
         {
             if (!done.HasRow(nRow))
             {
-                CollectRow(blob, nBlob, nTested, nRow, reach.nLeft, reach.nRight);
+                CollectRow(nBlob, nTested, nRow, reach.nLeft, reach.nRight);
                 continue;
             }
-            CollectRow(blob, nBlob, nTested, nRow, reach.nLeft, done.nLeft - 1);
-            CollectRow(blob, nBlob, nTested, nRow, done.nRight + 1, reach.nRight);
+            CollectRow(nBlob, nTested, nRow, reach.nLeft, done.nLeft - 1);
+            CollectRow(nBlob, nTested, nRow, done.nRight + 1, reach.nRight);
         }
     }
 
-    void CollectRow(const CDefectBlob& blob, int nBlob, int nTested, std::int64_t nRow, std::int64_t nFirst,
-                    std::int64_t nLast)
+    void CollectRow(int nBlob, int nTested, std::int64_t nRow, std::int64_t nFirst, std::int64_t nLast)
     {
+        const int nType = m_grid.GetBlob(nBlob).nDefectType;
         const auto fnVisit = [&](int nFound)
         {
             // Blobs up to the one in hand, and absorbed ones, are out for all that follow.
-            if (nFound <= nBlob || m_pBlobs[nFound].bRemoved != 0)
+            SGridBlob& found = m_grid.GetBlob(nFound);
+            if (nFound <= nBlob || found.nMark == nRemovedMark)
                 return CBlobGrid::EVisit::Drop;
-            if (nFound > nTested && m_pSeenBy[nFound] != nBlob)
+            if (nFound > nTested && found.nMark != nBlob)
             {
-                m_pSeenBy[nFound] = nBlob;
+                found.nMark = nBlob;
                 PushCandidate(nFound);
             }
             return CBlobGrid::EVisit::GoOn;
         };
         for (std::int64_t nColumn = nFirst; nColumn <= nLast; ++nColumn)
-            m_grid.VisitCell(nColumn, nRow, blob.nDefectType, fnVisit);
+            m_grid.VisitCell(nColumn, nRow, nType, fnVisit);
     }
 
     void PushCandidate(int nFound)
@@ -187,8 +198,8 @@ private:
     int m_nCount;
     std::int64_t m_nDist;
     CBlobGrid m_grid;
-    int* m_pHeap = nullptr;   ///< candidates not yet tested, the smallest index first
-    int* m_pSeenBy = nullptr; ///< the last blob whose heap took the candidate
+    bool m_bGrid = false;
+    int* m_pHeap = nullptr; ///< candidates not yet tested, the smallest index first
     int m_nHeap = 0;
 };
 

@@ -26,7 +26,7 @@ public:
     // Blobs already marked still count as neighbours: of two ghosts one pitch apart both can go.
     void MarkGhosts()
     {
-        const bool bGrid = m_nCount > nPlainLimit && m_grid.Build(m_pBlobs, m_nCount, nWiden, false, 0);
+        const bool bGrid = m_nCount > nPlainLimit && m_grid.Build(m_pBlobs, m_nCount, nWiden, false);
         for (int i = 0; i < m_nCount; ++i)
         {
             CDefectBlob& blob = m_pBlobs[i];
@@ -46,11 +46,10 @@ private:
         return pt;
     }
 
-    bool IsNeighbour(int nBlob, int nOther, const CPoint& pt) const
+    static bool IsNear(const CRect& rt, const CPoint& pt)
     {
-        const CRect& rt = m_pBlobs[nOther].rtDefect;
         const std::int64_t nReach = nWiden;
-        return nOther != nBlob && rt.left - nReach <= pt.x && pt.x < rt.right + nReach && rt.top - nReach <= pt.y &&
+        return rt.left - nReach <= pt.x && pt.x < rt.right + nReach && rt.top - nReach <= pt.y &&
                pt.y < rt.bottom + nReach;
     }
 
@@ -58,7 +57,7 @@ private:
     {
         for (int i = 0; i < m_nCount; ++i)
         {
-            if (IsNeighbour(nBlob, i, pt))
+            if (i != nBlob && IsNear(m_pBlobs[i].rtDefect, pt))
                 return true;
         }
         return false;
@@ -71,7 +70,7 @@ private:
         m_grid.VisitCell(cell.nLeft, cell.nTop, 0,
                          [&](int nOther)
                          {
-                             bFound = IsNeighbour(nBlob, nOther, pt);
+                             bFound = nOther != nBlob && IsNear(m_grid.GetBlob(nOther).rtDefect, pt);
                              return bFound ? CBlobGrid::EVisit::Stop : CBlobGrid::EVisit::GoOn;
                          });
         return bFound;

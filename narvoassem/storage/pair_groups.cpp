@@ -39,10 +39,9 @@ bool IsInWindow(EGroupWindow eWindow, const SOffset& offset)
     return std::abs(offset.x) <= nVertReach && std::abs(offset.y) <= nVertReach;
 }
 
-SOffset GetOffset(const CDefectPair& from, const CDefectPair& to)
+SOffset GetOffset(const CPoint& from, const CPoint& to)
 {
-    return {static_cast<std::int64_t>(to.ptDefect.x) - from.ptDefect.x,
-            static_cast<std::int64_t>(to.ptDefect.y) - from.ptDefect.y};
+    return {static_cast<std::int64_t>(to.x) - from.x, static_cast<std::int64_t>(to.y) - from.y};
 }
 
 struct SPairList
@@ -74,7 +73,7 @@ void GroupPlainly(const SPairList& list, int nLow, int nHigh, bool bOutside)
             const CDefectPair& second = list.pPairs[j];
             if (second.nDefectType != first.nDefectType || list.pLinked[j] != 0)
                 continue;
-            const SOffset offset = GetOffset(first, second);
+            const SOffset offset = GetOffset(first.ptDefect, second.ptDefect);
             if (EndsWalk(list.eWindow, offset))
                 break;
             if (IsInWindow(list.eWindow, offset))
@@ -96,6 +95,7 @@ public:
     {
         std::fill(m_pMax + m_nLeaves + m_nCount, m_pMax + 2 * m_nLeaves, nOut);
     }
+    int Get(int nEntry) const { return m_pMax[m_nLeaves + static_cast<unsigned>(nEntry)]; }
     void Set(int nEntry, int nValue) { m_pMax[m_nLeaves + static_cast<unsigned>(nEntry)] = nValue; }
     /// To be called when all entries are set.
     void Finish()
@@ -156,7 +156,7 @@ public:
     {
         const std::size_t nBuckets = std::bit_ceil(static_cast<std::size_t>(nMembers) * 2);
         const auto nCount = static_cast<std::size_t>(nMembers);
-        int* pWords = GetThreadScratch(2 * nCount + nBuckets + CFirstGreater::GetWords(nMembers));
+        int* pWords = GetThreadScratch(3 * nCount + nBuckets + CFirstGreater::GetWords(nMembers));
         if (pWords == nullptr)
             return false;
         CGroupIndex index(list, nType, nMembers, pWords, nBuckets);
@@ -170,7 +170,7 @@ private:
 
     CGroupIndex(const SPairList& list, int nType, int nMembers, int* pWords, std::size_t nBuckets)
         : m_list(list), m_nBucketMask(nBuckets - 1), m_pMember(pWords), m_pNext(m_pMember + nMembers),
-          m_pHead(m_pNext + nMembers), m_ends(m_pHead + nBuckets, nMembers)
+          m_pAcross(m_pNext + nMembers), m_pHead(m_pAcross + nMembers), m_ends(m_pHead + nBuckets, nMembers)
     {
         int nMember = 0;
         for (int i = 0; i < list.nCount; ++i)
@@ -181,78 +181,86 @@ private:
         std::fill_n(m_pHead, nBuckets, -1);
         for (int i = nMembers - 1; i >= 0; --i)
         {
-            const CPoint& pt = GetPair(i).ptDefect;
-            int& nHead = m_pHead[IsVertical() ? GetBucket(pt.x >> nCellShift, pt.y >> nCellShift) : GetBucket(pt.x, 0)];
+            const CPoint& pt = list.pPairs[m_pMember[i]].ptDefect;
+            int& nHead = m_pHead[IsVertical() ? GetBucket(pt.x >> nCellShift, pt.y >> nCellShift) : GetBucket(0, pt.x)];
             m_pNext[i] = nHead;
             nHead = i;
             m_ends.Set(i, IsVertical() ? pt.x : pt.y);
+            m_pAcross[i] = IsVertical() ? pt.y : pt.x;
         }
         m_ends.Finish();
     }
 
     void Claim(int nFinder)
     {
-        const std::int64_t x = GetPair(nFinder).ptDefect.x;
-        const std::int64_t y = GetPair(nFinder).ptDefect.y;
+        const CPoint& pt = m_list.pPairs[m_pMember[nFinder]].ptDefect;
+        const std::int64_t x = pt.x;
+        const std::int64_t y = pt.y;
         if (!IsVertical())
         {
-            m_nEnd = m_ends.Find(nFinder + 1, y + 1);
+            const int nEnd = m_ends.Find(nFinder + 1, y + 1);
             for (std::int64_t nColumn = x - 1; nColumn <= x + 1; ++nColumn)
-                ClaimInBucket(nFinder, GetBucket(nColumn, 0));
+                ClaimInBucket(nFinder, pt, GetBucket(0, nColumn), nEnd);
             return;
         }
-        m_nEnd = nUnknownEnd;
-        for (std::int64_t nCellY = (y - nVertReach) >> nCellShift; nCellY <= (y + nVertReach) >> nCellShift; ++nCellY)
+        int nEnd = nUnknownEnd;
+        for (std::int64_t nCellX = (x - nVertReach) >> nCellShift; nCellX <= (x + nVertReach) >> nCellShift; ++nCellX)
         {
-            for (std::int64_t nCellX = (x - nVertReach) >> nCellShift; nCellX <= (x + nVertReach) >> nCellShift;
-                 ++nCellX)
-                ClaimInBucket(nFinder, GetBucket(nCellX, nCellY));
+            for (std::int64_t nCellY = (y - nVertReach) >> nCellShift; nCellY <= (y + nVertReach) >> nCellShift;
+                 ++nCellY)
+                nEnd = ClaimInBucket(nFinder, pt, GetBucket(nCellX, nCellY), nEnd);
         }
     }
 
-    void ClaimInBucket(int nFinder, std::size_t nBucket)
+    // nEnd is the member at which the finder's walk ends, as far as it is known; answers the same.
+    int ClaimInBucket(int nFinder, const CPoint& pt, std::size_t nBucket, int nEnd)
     {
         int* pLink = &m_pHead[nBucket];
         while (*pLink >= 0 && *pLink <= nFinder)
             *pLink = m_pNext[*pLink]; // had its own turn: no later pair can claim it
-        while (*pLink >= 0)
+        while (*pLink >= 0 && (nEnd == nUnknownEnd || *pLink < nEnd))
         {
             const int nFound = *pLink;
-            if (m_nEnd != nUnknownEnd && nFound >= m_nEnd)
-                return;
-            if (IsInWindow(m_list.eWindow, GetOffset(GetPair(nFinder), GetPair(nFound))))
+            if (!IsInWindow(m_list.eWindow, GetOffset(pt, GetPlace(nFound))))
             {
-                // Few pairs of a vertical list have a neighbour: the end of the walk is sought for those alone.
-                if (m_nEnd == nUnknownEnd)
-                    m_nEnd = m_ends.Find(nFinder + 1, GetPair(nFinder).ptDefect.x + nLookAhead);
-                if (nFound >= m_nEnd)
-                    return;
-                m_list.Link(m_pMember[nFinder], m_pMember[nFound]);
-                m_ends.TakeOut(nFound);
-                *pLink = m_pNext[nFound];
-            }
-            else
                 pLink = &m_pNext[nFound];
+                continue;
+            }
+            // Few pairs of a vertical list have a neighbour: the end of the walk is sought for those alone.
+            if (nEnd == nUnknownEnd)
+                nEnd = m_ends.Find(nFinder + 1, pt.x + nLookAhead);
+            if (nFound >= nEnd)
+                break;
+            m_list.Link(m_pMember[nFinder], m_pMember[nFound]);
+            m_ends.TakeOut(nFound);
+            *pLink = m_pNext[nFound];
         }
+        return nEnd;
     }
 
     bool IsVertical() const { return m_list.eWindow == EGroupWindow::Vertical; }
-    const CDefectPair& GetPair(int nMember) const { return m_list.pPairs[m_pMember[nMember]]; }
-    std::size_t GetBucket(std::int64_t nColumn, std::int64_t nRow) const
+    // Of a member that nobody has claimed.
+    CPoint GetPlace(int nMember) const
     {
-        // Neighbouring columns fall into neighbouring buckets; rows are spread by an odd multiplier.
-        return (static_cast<std::size_t>(nColumn) + static_cast<std::size_t>(nRow) * 0x9E3779B1U) & m_nBucketMask;
+        return IsVertical() ? CPoint(m_ends.Get(nMember), m_pAcross[nMember])
+                            : CPoint(m_pAcross[nMember], m_ends.Get(nMember));
+    }
+    // Places that follow each other in an ordered list fall into neighbouring buckets: down a strip of columns in the
+    // vertical list, along a row in the horizontal one.
+    std::size_t GetBucket(std::int64_t nOuter, std::int64_t nInner) const
+    {
+        return (static_cast<std::size_t>(nInner) + static_cast<std::size_t>(nOuter) * 0x9E3779B1U) & m_nBucketMask;
     }
 
     static constexpr int nUnknownEnd = -1;
 
     const SPairList& m_list;
     std::size_t m_nBucketMask;
-    int* m_pMember;           ///< member to list index
-    int* m_pNext;             ///< the next member of the same bucket, -1 at the end
-    int* m_pHead;             ///< the first member of each bucket
-    CFirstGreater m_ends;     ///< coordinate that ends walks, of the members nobody has claimed
-    int m_nEnd = nUnknownEnd; ///< member at which the walk in hand ends
+    int* m_pMember;       ///< member to list index
+    int* m_pNext;         ///< the next member of the same bucket, -1 at the end
+    int* m_pAcross;       ///< the coordinate that does not end walks
+    int* m_pHead;         ///< the first member of each bucket
+    CFirstGreater m_ends; ///< coordinate that ends walks, of the members nobody has claimed
 };
 
 } // namespace
