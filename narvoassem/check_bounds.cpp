@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "narvoassem/compare/float_driver.h"
 #include "narvoassem/compare/pixel_driver.h"
 #include "narvoassem/compare/zone_driver.h"
 #include "narvoassem/fixed_pitch.h"
@@ -72,8 +73,12 @@ bool IsPixelReadable(const CConvParam& param)
 
 bool IsFloatReadable(const CConvParam& param)
 {
-    return IsPitchReadable(param, param.nDirection == 1, ToRoundedPitch16) &&
-           (param.nDirection == 1 || IsConvTableWhole(param));
+    if (!IsPitchReadable(param, param.nDirection == 1, ToRoundedPitch16))
+        return false;
+    // The free-form region looks its zones up in grid and maps.
+    if (ChooseFloatKernel(param).ePath == CFloatChoice::Path::FreeForm)
+        return ToPitch16(param.GetRealScanPitch()) >= 0 && param.nZoneColumns >= 0 && param.nZoneMapStride >= 0;
+    return param.nDirection == 1 || IsConvTableWhole(param);
 }
 
 bool IsReadable(const CConvParam& param, Comparison eComparison)

@@ -36,6 +36,8 @@ int Compare(CNarvoAssem& engine, Comparison eComparison)
         return engine.Compare_ASGZone();
     case Comparison::Pixel:
         return engine.Compare_Pixel();
+    case Comparison::Float:
+        return engine.Compare_Float();
     case Comparison::Average:
         return engine.CompareAverage();
     case Comparison::Binarise:

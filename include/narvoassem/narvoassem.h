@@ -119,6 +119,9 @@ public:
     int Compare_ASGZone();
     /// The pixel comparison: scalar thresholds. Only an nDirection of exactly 1 is vertical. @return end line
     int Compare_Pixel();
+    /// The float comparison: sums of windows of nConvWidth times nConvHeight pixels; the area chooses the kernel. Only
+    /// an nDirection of exactly 1 is vertical. @return end line
+    int Compare_Float();
 
     /// Binarise mode: reports the pixels of rtInspect with 0 < grey < nThreshold, then builds blobs. @return end line
     int BinalizeInspection();

@@ -31,6 +31,11 @@ void FinishHorizontal(CBlobStorage& store, int nFirstBlob)
 void FinishVertical(CBlobStorage& store, int nFirstBlob)
 {
     store.BlobDefectVert();
+    TidyVertical(store, nFirstBlob);
+}
+
+void TidyVertical(CBlobStorage& store, int nFirstBlob)
+{
     store.MergeDivision(nFirstBlob, store.ConvParam.nMergeDivision);
     store.ShadowFilterVert(nFirstBlob, store.ConvParam.GetRealScanPitch());
 }

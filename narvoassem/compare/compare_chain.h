@@ -20,7 +20,9 @@ void FillKernelCall(CKernelCall& call, CPairStorage& store, int* pEndLine);
 void FinishHorizontal(CBlobStorage& store, int nFirstBlob);
 /// The same for a vertical comparison.
 void FinishVertical(CBlobStorage& store, int nFirstBlob);
-/// The same, but nothing for a pass above nVerticalPairLimit.
+/// Merge and ghosts of a vertical comparison, behind a build of the caller's own.
+void TidyVertical(CBlobStorage& store, int nFirstBlob);
+/// FinishVertical, but nothing for a pass above nVerticalPairLimit.
 void FinishVerticalWithinLimit(CBlobStorage& store, int nFirstBlob);
 
 } // namespace narvo
