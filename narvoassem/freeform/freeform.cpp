@@ -1,0 +1,96 @@
+// The free-form inspections: a polygon's strips on the float kernels, or the masked pixel kernel, and the thresholds of
+// the zone maps behind both.
+#include "narvoassem/narvoassem.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+#include "narvoassem/compare/compare_chain.h"
+#include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fixed_pitch.h"
+
+namespace
+{
+
+/// Replaces zone and threshold of the pairs from nFirstPair on by those of the zone maps, which the kernels did not
+/// know, and removes pairs that fall below. A pair without a cell is held to the threshold of the pair before.
+void ApplyZoneThresholds(CPairStorage& store, int nFirstPair)
+{
+    const CConvParam& param = store.ConvParam;
+    if (param.pZoneIndexMap == nullptr)
+        return;
+    CGammaPoint FindGamma;
+    int nThreshold = 0;
+    for (int i = nFirstPair; i < store.nPairCount; ++i)
+    {
+        CDefectPair& pair = store.pPair[i];
+        if (pair.nDefectType == DefectType_Removed)
+            continue;
+        FindGamma.FindOrigin(param.pZoneOriginTable, param.nZoneColumns, pair.ptDefect.x, pair.ptDefect.y, -1.0, -1.0);
+        if (FindGamma.x != 0 && FindGamma.y != 0)
+        {
+            const std::int64_t nIndex = (std::int64_t{pair.ptDefect.y} - FindGamma.y) * param.nZoneMapStride +
+                                        (std::int64_t{pair.ptDefect.x} - FindGamma.x);
+            if (param.pThresholdOffsetMap != nullptr)
+                nThreshold = param.pThresholdOffsetMap[nIndex];
+            pair.nZoneIndex = param.pZoneIndexMap[nIndex];
+            pair.nThreshold = nThreshold;
+        }
+        else
+        {
+            pair.nZoneIndex = 0;
+        }
+        if (pair.nPeak < nThreshold)
+            pair.nDefectType = DefectType_Removed;
+    }
+}
+
+} // namespace
+
+int CNarvoAssem::Inspect_FreeForm(int& nEndLine)
+{
+    CRect rtIns;
+    int nRectCount = 0;
+    CRect* prtArry = nullptr;
+    if (MakeFrameRegion(ConvParam.pFreeFormPoint, ConvParam.nFreeFormPointCount, ConvParam.rtInspect, nRectCount,
+                        &prtArry) == 0)
+        return nPairCount;
+
+    const int nFirstPair = nPairCount;
+    for (int i = 0; i < nRectCount; ++i)
+    {
+        rtIns = prtArry[i];
+        if (rtIns.Width() > 15)
+        {
+            // Whole strips of 16 columns on the vector kernel, the rest on the plain one.
+            const int nCut = rtIns.left + rtIns.Width() / 16 * 16;
+            nPairCount = ConvFloatVJF_Intrin(CRect(rtIns.left, rtIns.top, nCut, rtIns.bottom), nEndLine);
+            rtIns.left = nCut;
+            if (rtIns.Width() <= 0)
+                continue;
+        }
+        nPairCount = ConvFloatVJF_Cpp(rtIns, nEndLine);
+    }
+    nEndLine = ConvParam.rtInspect.bottom;
+    ApplyZoneThresholds(*this, nFirstPair);
+    std::free(prtArry);
+    return nPairCount;
+}
+
+int CNarvoAssem::Inspect_FreeFormMask(int& nEndLine)
+{
+    const int nFirstPair = nPairCount;
+    // As ConvPixelVertMask with the engine's fields, and with the image's height, which its arguments do not tell.
+    narvo::CPixelCall call;
+    narvo::FillKernelCall(call, *this, &nEndLine);
+    call.nPitch16 = narvo::ToPitch16(ConvParam.GetRealScanPitch());
+    call.first = {ConvParam.nThreshold, ConvParam.nThresholdGain};
+    call.second = {ConvParam.nBlackFilterGray, ConvParam.nBlackFilterGain};
+    call.nThresholdExtra = 0;
+    call.nVtdPitch16 = narvo::ToShift16(ConvParam.fVtdPitch);
+    call.pMask = static_cast<const unsigned char*>(ConvParam.pFreeFormMask);
+    nPairCount = narvo::RunPixelKernel(narvo::PixelKernel::VertMask, call);
+    nEndLine = ConvParam.rtInspect.bottom;
+    ApplyZoneThresholds(*this, nFirstPair);
+    return nPairCount;
+}
