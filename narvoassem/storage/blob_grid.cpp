@@ -13,7 +13,7 @@ namespace narvo
 namespace
 {
 
-constexpr int nFirstShift = 4;            ///< 16 pixels: about the size of a small blob with its surroundings
+constexpr int nFirstShift = 5;            ///< 32 pixels: a small blob with its surroundings touches one cell or two
 constexpr int nLastShift = 33;            ///< one cell holds every widened rectangle, or a few
 constexpr std::int64_t nCellsPerBlob = 2; ///< mean number of registrations above which cells are made larger
 
@@ -50,7 +50,7 @@ bool CBlobGrid::Build(const CDefectBlob* pBlobs, int nCount, int nMargin, bool b
 {
     const auto nBlobs = static_cast<std::size_t>(nCount);
     const std::size_t nMostEntries = nBlobs * nCellsPerBlob;
-    const std::size_t nMostBuckets = std::bit_ceil(nMostEntries);
+    const std::size_t nMostBuckets = std::bit_ceil(2 * nMostEntries);
     constexpr std::size_t nWordsPerBlob = sizeof(SGridBlob) / sizeof(int);
     int* pWords = GetThreadScratch((nWordsPerBlob + 1) * nBlobs + 2 * nMostEntries + nMostBuckets);
     if (pWords == nullptr)
@@ -64,7 +64,7 @@ bool CBlobGrid::Build(const CDefectBlob* pBlobs, int nCount, int nMargin, bool b
     m_bReversed = false;
     for (int i = 0; i < nCount; ++i)
     {
-        new (&m_pBlobs[i]) SGridBlob{pBlobs[i].rtDefect, pBlobs[i].nDefectType, 0};
+        new (&m_pBlobs[i]) SGridBlob{pBlobs[i].rtDefect, pBlobs[i].nDefectType, pBlobs[i].bRemoved};
         m_bReversed = m_bReversed || IsReversed(pBlobs[i].rtDefect, 0);
     }
 
@@ -79,7 +79,7 @@ bool CBlobGrid::Build(const CDefectBlob* pBlobs, int nCount, int nMargin, bool b
     if (nEntries > nLimit)
         return false;
 
-    const std::size_t nBuckets = std::bit_ceil(std::max<std::size_t>(static_cast<std::size_t>(nEntries), 1));
+    const std::size_t nBuckets = std::bit_ceil(2 * std::max<std::size_t>(static_cast<std::size_t>(nEntries), 1));
     m_nBucketMask = nBuckets - 1;
     std::fill_n(m_pHead, nBuckets, -1);
     int nEntry = 0;

@@ -27,7 +27,7 @@ struct SGridBlob
 {
     CRect rtDefect;
     int nDefectType;
-    int nMark; ///< the walk's own; 0 at first
+    int nMark; ///< bRemoved at first, then the walk's own
 };
 
 /// Every blob is registered in all cells that its rectangle, widened by a margin, touches; a rectangle that is reversed

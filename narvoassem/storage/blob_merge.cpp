@@ -66,7 +66,7 @@ private:
         if (!m_grid.Build(m_pBlobs, m_nCount, 0, true) || m_grid.HasReversed())
             return false;
         for (int i = 0; i < m_nCount; ++i)
-            m_grid.GetBlob(i).nMark = m_pBlobs[i].bRemoved != 0 ? nRemovedMark : nUnseenMark;
+            m_grid.GetBlob(i).nMark = m_grid.GetBlob(i).nMark != 0 ? nRemovedMark : nUnseenMark;
         m_pHeap = m_grid.GetSpareWords();
         return true;
     }
