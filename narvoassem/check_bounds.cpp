@@ -81,6 +81,22 @@ bool IsFloatReadable(const CConvParam& param)
     return param.nDirection == 1 || IsConvTableWhole(param);
 }
 
+/// Of the corners only the sides that the direction reads count.
+bool IsTrapeziumReadable(const CConvParam& param)
+{
+    const bool bVertical = param.nDirection == 1;
+    const CPadPoint* const ptCorner = param.trapInspect.ptCorner;
+    for (int i = 0; i < 4; ++i)
+    {
+        const bool bOuter = i == 0 || i == 3;
+        if ((!bVertical || bOuter) && !IsWithin(ptCorner[i].x, param.nImageWidth))
+            return false;
+        if ((bVertical || bOuter) && !IsWithin(ptCorner[i].y, param.nImageHeight))
+            return false;
+    }
+    return IsPitchReadable(param, bVertical, ToRoundedPitch16);
+}
+
 bool IsReadable(const CConvParam& param, Comparison eComparison)
 {
     switch (eComparison)
@@ -93,6 +109,8 @@ bool IsReadable(const CConvParam& param, Comparison eComparison)
         return IsPixelReadable(param);
     case Comparison::Float:
         return IsFloatReadable(param);
+    case Comparison::Trapezium:
+        return IsTrapeziumReadable(param);
     default:
         return true;
     }

@@ -10,7 +10,8 @@ namespace narvo
 
 /// Tests that a comparison can run on the engine's parameters and stores:
 /// - the stores have memory;
-/// - the region lies inside the image, an empty one too, and one that is not empty has an image;
+/// - the region lies inside the image, an empty one too, and one that is not empty has an image; so do the corners of a
+///   trapezium as far as its direction reads them;
 /// - real pitches are finite and within dPitchLimit, and the one compared along is not negative;
 /// - what selects a table kernel comes with all its tables; map lines and grid rows do not run backward;
 /// - the grid walk, which steps once per row at a cell height below 1, stays in a grid of unknown length.

@@ -14,7 +14,8 @@ enum class Comparison
     Pixel,    ///< Compare_Pixel
     Float,    ///< Compare_Float
     Binarise, ///< BinalizeInspection
-    AsgZone   ///< Compare_ASGZone; chosen by Inspect_ASG alone
+    AsgZone,  ///< Compare_ASGZone; chosen by Inspect_ASG alone
+    Trapezium ///< Compare_Trapezium; run by Inspect_Trapezium alone
 };
 
 /// The choice of a rectangle inspection: average mode first, then the maps, which overrule every other mode.

@@ -161,10 +161,13 @@ int CNarvoAssem::Inspect_Trapezium(CConvParam* pParam)
         return nResultBadParameter;
     SetConvParam(pParam);
     ResetNarvoAssem();
-    const int nResult = CheckDirection(*this);
+    int nResult = CheckDirection(*this);
+    if (nResult == nResultDone)
+        nResult = narvo::CheckBounds(*this, Comparison::Trapezium);
     if (nResult != nResultDone)
         return nResult;
     ConvParam.bKeepSingle = 0;
     ConvParam.nFilterMode = 1;
+    Compare_Trapezium();
     return nPairCount > nPairSize ? nResultPartial : nResultDone;
 }

@@ -122,6 +122,8 @@ public:
     /// The float comparison: sums of windows of nConvWidth times nConvHeight pixels; the area chooses the kernel. Only
     /// an nDirection of exactly 1 is vertical. @return end line
     int Compare_Float();
+    /// The trapezium comparison inside trapInspect: builds and merges blobs, and looks for no ghosts.
+    void Compare_Trapezium();
 
     /// Binarise mode: reports the pixels of rtInspect with 0 < grey < nThreshold, then builds blobs. @return end line
     int BinalizeInspection();

@@ -88,10 +88,7 @@ public:
         param.pImage = Draw(20) == 0 ? nullptr : m_image.GetPixels();
         param.nImageWidth = nWidth;
         param.nImageHeight = nHeight;
-        for (CPadPoint& pt : param.trapInspect.ptCorner)
-            pt = CPadPoint(Draw(nWidth + 20) - 10, Draw(nHeight + 20) - 10);
-        if (Draw(10) == 0)
-            param.trapInspect.ptCorner[Draw(4)].x = Interesting();
+        SetTrapezium(param);
         param.rtInspect = Rect();
         if (Draw(3) == 0)
             param.rtMarginFrame = Rect();
@@ -215,6 +212,31 @@ private:
         default:
             return {Draw(20), Draw(20), nWidth - Draw(20), nHeight - Draw(20)};
         }
+    }
+    void SetTrapezium(CConvParam& param)
+    {
+        CPadPoint(&ptCorner)[4] = param.trapInspect.ptCorner;
+        if (Draw(3) == 0)
+        {
+            for (CPadPoint& pt : ptCorner)
+                pt = CPadPoint(Draw(nWidth + 6) - 3, Draw(nHeight + 6) - 3);
+        }
+        else if (param.nDirection == 1)
+        {
+            ptCorner[0] = CPadPoint(Draw(30), Draw(30));
+            ptCorner[1] = CPadPoint(ptCorner[0].x, nHeight - Draw(30));
+            ptCorner[3] = CPadPoint(nWidth - Draw(30), Draw(30));
+            ptCorner[2] = CPadPoint(ptCorner[3].x, nHeight - Draw(30));
+        }
+        else
+        {
+            ptCorner[0] = CPadPoint(Draw(30), Draw(30));
+            ptCorner[1] = CPadPoint(nWidth - Draw(30), ptCorner[0].y);
+            ptCorner[3] = CPadPoint(Draw(30), nHeight - Draw(30));
+            ptCorner[2] = CPadPoint(nWidth - Draw(30), ptCorner[3].y);
+        }
+        if (Draw(10) == 0)
+            ptCorner[Draw(4)].x = Interesting();
     }
     template <class TElement>
     TElement* Maybe(TElement* pTable, int nOneIn = 3)
