@@ -82,6 +82,7 @@ int CNarvoAssem::Compare_Float()
     const CFloatChoice choice = ChooseFloatKernel(ConvParam);
     if (choice.ePath == CFloatChoice::Path::FreeForm)
     {
+        nPairCount = Inspect_FreeFormMask(nEndLine);
         BlobDefectVert_NonFilter();
         TidyVertical(*this, nBlobStart);
         return nEndLine;

@@ -276,6 +276,43 @@ TEST_F(FloatDriver, FreeFormRegionIsTheWayOfFlaggedColumnScansOfAreaFourAlone)
     EXPECT_EQ(Path(), CFloatChoice::Path::Kernel);
 }
 
+TEST_F(FloatDriver, FreeFormRegionRunsTheMaskedKernelToTheRegionsBottom)
+{
+    p.nDirection = 1;
+    p.bZoneFlagged = 1;
+    p.rtInspect.SetRect(16, 10, 16 + 190, 10 + 190); // ends at a column that the end line, a row, reaches
+    for (std::size_t i = 0; i < m_scene.mask.size(); ++i)
+        m_scene.mask[i] = i % CDriverScene::nWidth < 100;
+    p.pFreeFormMask = m_scene.mask.data();
+    const std::vector<int> masked = Run(
+        [&](CNarvoAssem& e)
+        {
+            return ConvPixelVertMask(p.pImage, p.nThreshold, e.nPixelSize, 0, p.rtInspect.left, p.rtInspect.right,
+                                     p.rtInspect.top, p.rtInspect.bottom, e.pPixelX, e.pPixelY, e.pPixelType, e.pPeak,
+                                     e.pSrcGray, e.pCmpGray, e.pZoneIndex, e.pThreshold, p.nImageWidth, 406, nullptr, 0,
+                                     nullptr, nullptr, 0, nullptr, e.pPair, 0, e.nPairSize, 44, 27, 25, 0, 0,
+                                     p.nThresholdGain, p.nGrayLimit, p.bKeepSingle, m_strip.data(), &m_nEnd, 0, 0, 0.0F,
+                                     m_scene.mask.data(), 0);
+        });
+    EXPECT_EQ(Inspect(), masked);
+    p.pFreeFormMask = nullptr;
+    EXPECT_NE(Inspect(), masked);
+    CTracedEngine engine;
+    engine.SetConvParam(&p);
+    EXPECT_EQ(engine.Compare_Float(), p.rtInspect.bottom);
+}
+
+TEST_F(FloatDriver, FreeFormRegionEndsAtARowWhereColumnsAreCountedAndSoRunsAgain)
+{
+    p.nDirection = 1;
+    p.bZoneFlagged = 1;
+    p.nMaxReinspect = 5;
+    p.rtInspect.SetRect(16, 10, 316, 200);
+    CTracedEngine engine;
+    EXPECT_EQ(engine.Inspect_Rect(&p), 16);
+    EXPECT_EQ(engine.ConvParam.rtInspect, CRect(200, 10, 316, 200));
+}
+
 TEST_F(FloatDriver, PitchIsRoundedToSixteenths)
 {
     p.dConvPitch = 437.0 / 16.0;
