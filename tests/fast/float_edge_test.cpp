@@ -12,8 +12,6 @@ namespace narvo::test
 namespace
 {
 
-using reference::FloatKernel;
-
 // Along the compare direction a pitch of 10 leaves these bands:
 // horizontal, 112 wide: compared up to 95, first band below 10, last band above 86;
 // vertical, 64 high:    compared up to 51, first band below 10, last band above 42.
@@ -58,7 +56,7 @@ CFloatScene SceneOn(const CPicture& picture, FloatKernel eKernel, const CRegion&
     scene.call.hits.nSize = 4000;
     scene.call.pairs.nSize = 400;
     scene.call.nPitch16 = nPitch * 16;
-    scene.call.nThreshold = 10;
+    scene.call.first.nBase = 10;
     scene.call.nGrayLimit = 255;
     scene.call.pConvPitchTable = PlainTables().aDisplacement.data();
     scene.call.pConvWeightNear = PlainTables().aNear.data();
@@ -213,8 +211,8 @@ TEST_P(FloatKernels, TheGainOfTheLargeWindowsWorksOnThreeQuartersOfTheSource)
     CPicture picture = PictureFor(FloatKernel::Vert6);
     picture.At(7, 40) = 220; // hits of 1920 units
     CFloatScene scene = SceneOn(picture, FloatKernel::Vert6, RegionFor(FloatKernel::Vert6));
-    scene.call.nThreshold = 6;
-    scene.call.nThresholdGain = 64;
+    scene.call.first.nBase = 6;
+    scene.call.first.nGain = 64;
     const CKernelOutcome outcome = RunScene(scene);
     const auto itHit = std::find(outcome.aY.begin(), outcome.aY.end(), 29);
     ASSERT_NE(itHit, outcome.aY.end());
@@ -232,7 +230,7 @@ TEST_P(FloatKernels, TheMembersTakeTheDarkBaseInGreyLevelsAndTheBrightOneInQuart
             CPicture picture = PictureFor(eKernel);
             picture.At(7, 40) = static_cast<std::uint8_t>(100 + nSum);
             CFloatScene scene = SceneOn(picture, eKernel, RegionFor(eKernel));
-            scene.call.nThreshold = 5;
+            scene.call.first.nBase = 5;
             scene.param.nBlackFilterGray = 5;
             return RunScene(scene).nReturned;
         };

@@ -1,5 +1,5 @@
-// Runs a scene through the public float kernels, argument by argument. Values that a kernel must not read are
-// recognisable nonsense.
+// Runs a scene through the library's float kernels: by name, argument by argument, or through the common call record.
+// Values that a kernel must not read are recognisable nonsense.
 #include <algorithm>
 
 #include "fast/float_scene.h"
@@ -8,8 +8,6 @@
 
 namespace narvo::test
 {
-
-using reference::FloatKernel;
 
 namespace
 {
@@ -62,14 +60,14 @@ public:
 #define FLOAT_VALUES                                                                                                   \
     pImage, pStrip, c.hits.nSize, c.hits.nCount, c.region.nLeft, c.region.nRight, c.region.nTop, c.region.nBottom,     \
         c.hits.pX, c.hits.pY, c.hits.pType, c.hits.pPeak, c.pairs.pBase, c.pairs.nCount, c.pairs.nSize,                \
-        c.pairs.nStride, c.image.nStride, c.nPitch16, c.nThreshold, c.nGrayLimit
+        c.pairs.nStride, c.image.nStride, c.nPitch16, c.first.nBase, c.nGrayLimit
 #define VALUE_ARRAYS c.hits.pSrcGray, c.hits.pCmpGray, c.hits.pZoneIndex, c.hits.pThreshold
-#define HORI_TAIL VALUE_ARRAYS, nUnread, c.nThresholdGain, pEndLine
-#define VERT_TAIL VALUE_ARRAYS, nUnread, nUnread, c.nThresholdGain, pEndLine
+#define HORI_TAIL VALUE_ARRAYS, nUnread, c.first.nGain, pEndLine
+#define VERT_TAIL VALUE_ARRAYS, nUnread, nUnread, c.first.nGain, pEndLine
 #define TABLE_TAIL                                                                                                     \
     nUnread, const_cast<unsigned short*>(c.pConvPitchTable), const_cast<short*>(c.pConvWeightNear),                    \
-        const_cast<short*>(c.pConvWeightFar), VALUE_ARRAYS, c.nThresholdGain, pEndLine
-#define VTD_TAIL pStrip2, c.nVtdPitch16, const_cast<int*>(c.pScanPitchTable), c.nThresholdGain, VALUE_ARRAYS, pEndLine
+        const_cast<short*>(c.pConvWeightFar), VALUE_ARRAYS, c.first.nGain, pEndLine
+#define VTD_TAIL pStrip2, c.nVtdPitch16, const_cast<int*>(c.pScanPitchTable), c.first.nGain, VALUE_ARRAYS, pEndLine
 
 } // namespace
 
@@ -77,11 +75,7 @@ void RunPublic(const CFloatScene& scene, CKernelOutcome& outcome)
 {
     static CNarvoAssem engine;
 
-    const auto nStart = static_cast<std::int64_t>(scene.aStartHits.size());
-    outcome.Prepare(scene.call.hits.nSize, scene.aStartHits, scene.call.pairs.nCount, scene.call.pairs.nSize);
-    reference::CFloatReferenceCall c = scene.call;
-    c.hits = outcome.HitArrays(scene.call.hits.nSize, nStart);
-    c.pairs = outcome.PairSink(scene.call.pairs.nCount, scene.call.pairs.nSize);
+    const CFloatCall c = CallOf(scene, outcome);
     int* pEndLine = &outcome.nEndLine;
 
     auto* pImage = const_cast<unsigned char*>(c.image.pPixels);
@@ -128,7 +122,16 @@ void RunPublic(const CFloatScene& scene, CKernelOutcome& outcome)
     case FloatKernel::VtdIntrin:
         outcome.nReturned = engine.ConvFloatVTD_Intrin(FLOAT_VALUES, VTD_TAIL);
         break;
+    case FloatKernel::VertRegion:
+        ADD_FAILURE() << "a region kernel takes a region scene";
+        break;
     }
+}
+
+void RunThroughCall(const CFloatScene& scene, CKernelOutcome& outcome)
+{
+    const CFloatCall call = CallOf(scene, outcome);
+    outcome.nReturned = narvo::RunFloatKernel(scene.eKernel, call);
 }
 
 void RunPublic(const CFloatRegionScene& scene, CKernelOutcome& outcome)

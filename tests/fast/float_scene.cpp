@@ -8,8 +8,6 @@
 namespace narvo::test
 {
 
-using reference::FloatKernel;
-
 const char* KernelName(FloatKernel eKernel)
 {
     switch (eKernel)
@@ -36,6 +34,8 @@ const char* KernelName(FloatKernel eKernel)
         return "ConvFloatVert_Intrin";
     case FloatKernel::VtdIntrin:
         return "ConvFloatVTD_Intrin";
+    case FloatKernel::VertRegion:
+        return "ConvFloatVJF_Intrin";
     }
     return "unknown";
 }
@@ -93,7 +93,7 @@ std::string CFloatScene::Describe() const
         << call.region.nRight << ',' << call.region.nBottom << " stride " << call.image.nStride << " pitch16 "
         << call.nPitch16 << " hits " << aStartHits.size() << '/' << call.hits.nSize << " pairs " << call.pairs.nCount
         << '/' << call.pairs.nSize << " keep " << param.bKeepSingle << " limit " << call.nGrayLimit << " thresholds "
-        << call.nThreshold << '+' << call.nThresholdGain << " and " << param.nBlackFilterGray << '+'
+        << call.first.nBase << '+' << call.first.nGain << " and " << param.nBlackFilterGray << '+'
         << param.nBlackFilterGain << " shift " << call.nVtdPitch16 << " table " << (call.pScanPitchTable != nullptr);
     return out.str();
 }
@@ -110,15 +110,21 @@ std::string CFloatRegionScene::Describe() const
     return out.str();
 }
 
-void RunReference(const CFloatScene& scene, CKernelOutcome& outcome)
+CFloatCall CallOf(const CFloatScene& scene, CKernelOutcome& outcome)
 {
     const auto nStart = static_cast<std::int64_t>(scene.aStartHits.size());
     outcome.Prepare(scene.call.hits.nSize, scene.aStartHits, scene.call.pairs.nCount, scene.call.pairs.nSize);
-    reference::CFloatReferenceCall call = scene.call;
+    CFloatCall call = scene.call;
     call.hits = outcome.HitArrays(scene.call.hits.nSize, nStart);
     call.pairs = outcome.PairSink(scene.call.pairs.nCount, scene.call.pairs.nSize);
     call.pEndLine = &outcome.nEndLine;
-    call.pParam = &scene.param;
+    call.pParam = IsMember(scene.eKernel) ? &scene.param : nullptr;
+    return call;
+}
+
+void RunReference(const CFloatScene& scene, CKernelOutcome& outcome)
+{
+    const CFloatCall call = CallOf(scene, outcome);
     outcome.nReturned = reference::RunFloatKernel(scene.eKernel, call);
 }
 

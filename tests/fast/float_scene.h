@@ -20,8 +20,8 @@ namespace narvo::test
 /// The inputs of a call. Pointers of the call refer to memory of the test; its outputs are not set.
 struct CFloatScene
 {
-    reference::FloatKernel eKernel = reference::FloatKernel::Vert4;
-    reference::CFloatReferenceCall call;
+    FloatKernel eKernel = FloatKernel::Vert4;
+    CFloatCall call;
     CConvParam param;                  ///< read by the members only: dead zones, second set, bKeepSingle
     std::vector<CStartHit> aStartHits; ///< nPixelCount is their number
 
@@ -41,21 +41,25 @@ struct CFloatRegionScene
     std::string Describe() const;
 };
 
-const char* KernelName(reference::FloatKernel eKernel);
-bool IsHorizontal(reference::FloatKernel eKernel);
-bool HasColumnTables(reference::FloatKernel eKernel);
-bool IsVtd(reference::FloatKernel eKernel);
-bool IsMember(reference::FloatKernel eKernel);
+const char* KernelName(FloatKernel eKernel);
+bool IsHorizontal(FloatKernel eKernel);
+bool HasColumnTables(FloatKernel eKernel);
+bool IsVtd(FloatKernel eKernel);
+bool IsMember(FloatKernel eKernel);
 /// 4, 6 or 9.
-int WindowArea(reference::FloatKernel eKernel);
+int WindowArea(FloatKernel eKernel);
 /// All kernels with an argument list.
-const std::vector<reference::FloatKernel>& AllFloatKernels();
+const std::vector<FloatKernel>& AllFloatKernels();
 
+/// The scene's call with an outcome's arrays, prepared.
+CFloatCall CallOf(const CFloatScene& scene, CKernelOutcome& outcome);
 void RunReference(const CFloatScene& scene, CKernelOutcome& outcome);
 void RunReference(const CFloatRegionScene& scene, CKernelOutcome& outcome);
 /// Through the public function or member of that name; the image's height is known to the region kernels alone.
 void RunPublic(const CFloatScene& scene, CKernelOutcome& outcome);
 void RunPublic(const CFloatRegionScene& scene, CKernelOutcome& outcome);
+/// Through the common call record, with the scene's image height as given.
+void RunThroughCall(const CFloatScene& scene, CKernelOutcome& outcome);
 
 /// A way to run scenes, for tests that hold for each of them.
 struct CFloatRunner

@@ -71,6 +71,10 @@ CVariant VariantOf(FloatKernel eKernel)
         v.bMember = true;
         v.bVtd = true;
         break;
+    case FloatKernel::VertRegion:
+        v.bMember = true;
+        v.bRegion = true;
+        break;
     }
     return v;
 }
@@ -90,7 +94,7 @@ uint16_t Above(uint16_t a, uint16_t b)
 class CFloatReference
 {
 public:
-    CFloatReference(const CVariant& variant, const CFloatReferenceCall& floatCall,
+    CFloatReference(const CVariant& variant, const CFloatCall& floatCall,
                     const std::function<int(CDefectPair*, CRect)>& fnJump, const CRect& rtJump)
         : v(variant), call(floatCall), rt(floatCall.region), hits(floatCall.hits), fnJumpFilter(fnJump),
           rtJumpArea(rtJump)
@@ -103,8 +107,8 @@ public:
         nHits = hits.nCount;
         nPairs = call.pairs.nCount;
 
-        nBase2 = call.nThreshold;
-        nGain2 = call.nThresholdGain;
+        nBase2 = call.first.nBase;
+        nGain2 = call.first.nGain;
         if (v.bMember && call.pParam->nBlackFilterGray >= 1)
         {
             nBase2 = int64_t{call.pParam->nBlackFilterGray} * 4; // grey levels to quarters
@@ -123,7 +127,7 @@ public:
 
 private:
     const CVariant v;
-    const CFloatReferenceCall& call;
+    const CFloatCall& call;
     const CRegion& rt;
     const CHitArrays& hits;
     const std::function<int(CDefectPair*, CRect)>& fnJumpFilter;
@@ -187,7 +191,7 @@ private:
                 const CWindows windows = fnWindows(k);
                 const uint16_t s = std::min(windows.nSource, nLimit);
                 const uint16_t c = std::min(windows.nCompare, nLimit);
-                int16_t t = LaneThreshold(s, c, call.nThreshold, call.nThresholdGain);
+                int16_t t = LaneThreshold(s, c, call.first.nBase, call.first.nGain);
                 if (v.bMember)
                     t = std::min(t, LaneThreshold(s, c, nBase2, nGain2));
 
@@ -496,9 +500,8 @@ private:
         {
             if (IsInDeadZone(*call.pParam, nX, nY))
                 return false;
-            const int nThreshold = nSrc <= nCmp
-                                       ? Wrap32(Wrap32(nCmp * nGain2) / 256 + nBase2 * 16)
-                                       : Wrap32(Wrap32(nSrc * call.nThresholdGain) / 256 + call.nThreshold * 16);
+            const int nThreshold = nSrc <= nCmp ? Wrap32(Wrap32(nCmp * nGain2) / 256 + nBase2 * 16)
+                                                : Wrap32(Wrap32(nSrc * call.first.nGain) / 256 + call.first.nBase * 16);
             hits.pThreshold[nHit] = nThreshold;
             if (std::abs(nSrc - nCmp) <= nThreshold)
                 return false;
@@ -741,7 +744,7 @@ private:
 
 } // namespace
 
-int RunFloatKernel(FloatKernel eKernel, const CFloatReferenceCall& call)
+int RunFloatKernel(FloatKernel eKernel, const CFloatCall& call)
 {
     return CFloatReference(VariantOf(eKernel), call, nullptr, CRect()).Run();
 }
@@ -749,7 +752,7 @@ int RunFloatKernel(FloatKernel eKernel, const CFloatReferenceCall& call)
 int RunFloatRegionIntrin(const CFloatRegionCall& regionCall)
 {
     const CConvParam& param = *regionCall.pParam;
-    CFloatReferenceCall call;
+    CFloatCall call;
     call.image = {param.pImage, param.nImageWidth, param.nImageHeight};
     call.region = {regionCall.rtRegion.left, regionCall.rtRegion.top, regionCall.rtRegion.right,
                    regionCall.rtRegion.bottom};
@@ -760,13 +763,11 @@ int RunFloatRegionIntrin(const CFloatRegionCall& regionCall)
     call.nGrayLimit = param.nGrayLimit;
     call.pEndLine = regionCall.pEndLine;
     call.pParam = &param;
-    call.nThreshold = param.nThreshold;
-    call.nThresholdGain = param.nThresholdGain;
+    call.first.nBase = param.nThreshold;
+    call.first.nGain = param.nThresholdGain;
 
-    CVariant v;
-    v.bMember = true;
-    v.bRegion = true;
-    return CFloatReference(v, call, regionCall.fnJumpFilter, regionCall.rtRegion).Run();
+    return CFloatReference(VariantOf(FloatKernel::VertRegion), call, regionCall.fnJumpFilter, regionCall.rtRegion)
+        .Run();
 }
 
 int RunFloatRegionCpp(const CFloatRegionCall& call)
