@@ -1,5 +1,5 @@
-// Runs a scene through the public trapezium kernels, argument by argument. Values that a kernel must not read are
-// recognisable nonsense.
+// Runs a scene through the library's trapezium kernels: by name, argument by argument, or through the common record.
+// Values that a kernel must not read are recognisable nonsense.
 #include <algorithm>
 
 #include "modes/trapezium_scene.h"
@@ -23,30 +23,38 @@ std::vector<short> LineBuffer(std::int64_t nLines)
 
 void RunPublic(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome)
 {
-    const auto& c = scene.call;
-    outcome.Prepare(c.hits.nSize, scene.aStartHits, c.pairs.nCount, c.pairs.nSize);
-    const CHitArrays hits = outcome.HitArrays(c.hits.nSize, static_cast<std::int64_t>(scene.aStartHits.size()));
+    const auto c = CallOf(scene, outcome);
+    const CHitArrays& hits = c.hits;
     std::vector<short> aLine = LineBuffer(std::max(c.nRightTop, c.nRightBottom) - std::min(c.nLeftTop, c.nLeftBottom));
     outcome.nReturned = ConvTrapeziumHori(
         const_cast<unsigned char*>(c.image.pPixels), aLine.data(), hits.nSize, hits.nCount, c.nTop, c.nBottom,
         c.nLeftTop, c.nLeftBottom, c.nRightTop, c.nRightBottom, c.nThreshold16, c.nGrayLimit, hits.pX, hits.pY,
-        hits.pType, hits.pPeak, nUnread, c.nPitch16, nUnread, c.nPitchRound, outcome.aPairs.data(), c.pairs.nCount,
-        c.pairs.nSize, static_cast<std::int64_t>(sizeof(CDefectPair)), c.image.nStride, const_cast<int*>(c.pPitchTable),
-        c.bKeepSingle);
+        hits.pType, hits.pPeak, nUnread, c.nPitch16, nUnread, c.nPitchRound, c.pairs.pBase, c.pairs.nCount,
+        c.pairs.nSize, c.pairs.nStride, c.image.nStride, const_cast<int*>(c.pPitchTable), c.bKeepSingle);
 }
 
 void RunPublic(const CTrapeziumVertScene& scene, CKernelOutcome& outcome)
 {
-    const auto& c = scene.call;
-    outcome.Prepare(c.hits.nSize, scene.aStartHits, c.pairs.nCount, c.pairs.nSize);
-    const CHitArrays hits = outcome.HitArrays(c.hits.nSize, static_cast<std::int64_t>(scene.aStartHits.size()));
+    const auto c = CallOf(scene, outcome);
+    const CHitArrays& hits = c.hits;
     std::vector<short> aLine = LineBuffer(std::max(c.nBottomLeft, c.nBottomRight) - std::min(c.nTopLeft, c.nTopRight));
-    outcome.nReturned = ConvTrapeziumVert(const_cast<unsigned char*>(c.image.pPixels), aLine.data(), hits.nSize,
-                                          hits.nCount, c.nLeft, c.nRight, c.nTopLeft, c.nBottomLeft, hits.pX, hits.pY,
-                                          hits.pType, hits.pPeak, outcome.aPairs.data(), c.pairs.nCount, c.pairs.nSize,
-                                          static_cast<std::int64_t>(sizeof(CDefectPair)), c.image.nStride, c.nPitch16,
-                                          c.nThreshold16, c.nGrayLimit, nUnread, c.nTopRight, c.nBottomRight,
-                                          const_cast<int*>(c.pPitchTable), c.nConvPitch16, c.bKeepSingle);
+    outcome.nReturned = ConvTrapeziumVert(
+        const_cast<unsigned char*>(c.image.pPixels), aLine.data(), hits.nSize, hits.nCount, c.nLeft, c.nRight,
+        c.nTopLeft, c.nBottomLeft, hits.pX, hits.pY, hits.pType, hits.pPeak, c.pairs.pBase, c.pairs.nCount,
+        c.pairs.nSize, c.pairs.nStride, c.image.nStride, c.nPitch16, c.nThreshold16, c.nGrayLimit, nUnread, c.nTopRight,
+        c.nBottomRight, const_cast<int*>(c.pPitchTable), c.nConvPitch16, c.bKeepSingle);
+}
+
+void RunThroughCall(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome)
+{
+    const CTrapeziumHoriCall call = CallOf(scene, outcome);
+    outcome.nReturned = narvo::RunTrapeziumHori(call);
+}
+
+void RunThroughCall(const CTrapeziumVertScene& scene, CKernelOutcome& outcome)
+{
+    const CTrapeziumVertCall call = CallOf(scene, outcome);
+    outcome.nReturned = narvo::RunTrapeziumVert(call);
 }
 
 } // namespace narvo::test

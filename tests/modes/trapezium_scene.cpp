@@ -9,7 +9,7 @@ namespace narvo::test
 namespace
 {
 
-void DescribeCommon(std::ostream& out, const reference::CTrapeziumReferenceCall& call, std::size_t nStartHits)
+void DescribeCommon(std::ostream& out, const CTrapeziumCall& call, std::size_t nStartHits)
 {
     out << " stride " << call.image.nStride << " pitch16 " << call.nPitch16 << " table "
         << (call.pPitchTable != nullptr) << " hits " << nStartHits << '/' << call.hits.nSize << " pairs "
@@ -52,15 +52,25 @@ std::string Describe(const CTrapeziumVertScene& scene)
     return out.str();
 }
 
+CTrapeziumHoriCall CallOf(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome)
+{
+    return Prepared(scene, outcome);
+}
+
+CTrapeziumVertCall CallOf(const CTrapeziumVertScene& scene, CKernelOutcome& outcome)
+{
+    return Prepared(scene, outcome);
+}
+
 void RunReference(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome)
 {
-    const auto call = Prepared(scene, outcome);
+    const CTrapeziumHoriCall call = CallOf(scene, outcome);
     outcome.nReturned = reference::RunTrapeziumHori(call);
 }
 
 void RunReference(const CTrapeziumVertScene& scene, CKernelOutcome& outcome)
 {
-    const auto call = Prepared(scene, outcome);
+    const CTrapeziumVertCall call = CallOf(scene, outcome);
     outcome.nReturned = reference::RunTrapeziumVert(call);
 }
 

@@ -15,7 +15,8 @@
 namespace narvo::test
 {
 
-/// The inputs of a call, for either direction. Pointers refer to memory of the test; the outputs are not set.
+/// The inputs of a call, for either direction. Pointers refer to memory of the test; the outputs are not set. No
+/// kernel of this family writes an end line, nor the value arrays of the hits: those keep their pattern.
 template <typename TCall>
 struct CTrapeziumScene
 {
@@ -23,17 +24,22 @@ struct CTrapeziumScene
     std::vector<CStartHit> aStartHits; ///< the hit count at the start is their number
 };
 
-using CTrapeziumHoriScene = CTrapeziumScene<reference::CTrapeziumHoriCall>;
-using CTrapeziumVertScene = CTrapeziumScene<reference::CTrapeziumVertCall>;
+using CTrapeziumHoriScene = CTrapeziumScene<CTrapeziumHoriCall>;
+using CTrapeziumVertScene = CTrapeziumScene<CTrapeziumVertCall>;
 
 std::string Describe(const CTrapeziumHoriScene& scene);
 std::string Describe(const CTrapeziumVertScene& scene);
 
-/// No kernel of this family writes an end line, nor the value arrays of the hits: those keep their pattern.
+/// The scene's call with an outcome's arrays, prepared.
+CTrapeziumHoriCall CallOf(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome);
+CTrapeziumVertCall CallOf(const CTrapeziumVertScene& scene, CKernelOutcome& outcome);
 void RunReference(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome);
 void RunReference(const CTrapeziumVertScene& scene, CKernelOutcome& outcome);
 void RunPublic(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome);
 void RunPublic(const CTrapeziumVertScene& scene, CKernelOutcome& outcome);
+/// Through the common call record, with the scene's image height as given.
+void RunThroughCall(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome);
+void RunThroughCall(const CTrapeziumVertScene& scene, CKernelOutcome& outcome);
 
 /// A way to run scenes, for tests that hold for each of them.
 struct CTrapeziumRunner

@@ -36,7 +36,7 @@ struct CWindows
 class CTrapeziumWalk
 {
 public:
-    explicit CTrapeziumWalk(const CTrapeziumReferenceCall& trapeziumCall)
+    explicit CTrapeziumWalk(const CTrapeziumCall& trapeziumCall)
         : base(trapeziumCall), hits(trapeziumCall.hits), nHits(trapeziumCall.hits.nCount),
           nPairs(trapeziumCall.pairs.nCount)
     {
@@ -44,7 +44,7 @@ public:
     }
 
 protected:
-    const CTrapeziumReferenceCall& base;
+    const CTrapeziumCall& base;
     const CHitArrays& hits;
 
     int64_t P = 0; ///< whole part of the compare distance
