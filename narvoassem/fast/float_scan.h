@@ -61,9 +61,7 @@ protected:
             {
                 const int nColumn = std::countr_zero(nBits);
                 const CSumsComparison result = CompareSums<kTraits.eFind>(m_row, nGroup * kGroupWidth + nColumn);
-                CFoundHit& hit = hits[nCount++];
-                hit.nRow = static_cast<std::int32_t>(y);
-                hit.nColumn = static_cast<std::uint8_t>(nColumn);
+                CFoundHit& hit = hits[nCount++] = CFoundHit(y, nColumn);
                 hit.nSrc = result.nSrc;
                 hit.nCmp = result.nCmp;
                 hit.nThreshold = result.nThreshold;
@@ -123,8 +121,8 @@ private:
     void AppendHit(std::int64_t x, const CFoundHit& hit, DefectType eType, std::int16_t nDifference)
     {
         const CHitArrays& hits = m_call.hits;
-        hits.pX[m_nHits] = static_cast<int>(x + hit.nColumn);
-        hits.pY[m_nHits] = hit.nRow;
+        hits.pX[m_nHits] = static_cast<int>(x + hit.Column());
+        hits.pY[m_nHits] = static_cast<int>(hit.Row());
         hits.pType[m_nHits] = static_cast<short>(eType);
         hits.pPeak[m_nHits] =
             static_cast<short>(kTraits.Area() == 4 ? nDifference >> 6 : nDifference / kTraits.Units());

@@ -177,24 +177,23 @@ private:
     /// @return columns finished: 16, or 0 or 8 when the left or the right half filled the arrays
     std::int64_t AppendStrip(std::int64_t x, std::int64_t nStrip)
     {
-        CHitChains& chains = m_scratch.chains;
         std::int64_t nLastHalf = 0;
         std::int64_t nLastRow = m_call.region.nTop;
         bool bFull = false;
         for (std::int64_t nHalf = 0; nHalf < 2 && !bFull; ++nHalf)
         {
-            const CFoundHit* pHit = chains.First(2 * nStrip + nHalf);
-            while (pHit != nullptr)
+            CHitChains::CCursor hit = m_scratch.chains.Hits(2 * nStrip + nHalf);
+            while (hit)
             {
-                const std::int32_t nRow = pHit->nRow;
+                const std::int64_t nRow = hit->Row();
                 // The strip's first group is taken whatever the capacity.
                 bFull = this->IsCut() && !(nHalf == 0 && nRow == m_call.region.nTop);
                 if (bFull)
                     break;
                 CFoundHit group[kGroupWidth];
                 int nCount = 0;
-                for (; pHit != nullptr && pHit->nRow == nRow; pHit = chains.Next(pHit))
-                    group[nCount++] = *pHit;
+                for (; hit && hit->Row() == nRow; ++hit)
+                    group[nCount++] = *hit;
                 this->AppendGroup(x + nHalf * kGroupWidth, group, nCount);
                 nLastHalf = nHalf;
                 nLastRow = nRow;

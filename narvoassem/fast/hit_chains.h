@@ -35,82 +35,131 @@ std::int64_t NextMarked(const TMask* pMask, std::int64_t nFirst, std::int64_t nC
 /// A hit, worth what the comparison found.
 struct CFoundHit
 {
-    std::int32_t nRow;
-    std::uint32_t nNext; ///< index + 1 of the strip's next hit, 0 at the end
-    std::uint16_t nSrc;
-    std::uint16_t nCmp;
-    std::int16_t nThreshold;
-    std::int16_t nDiff;
-    std::int16_t nZone;
-    std::uint8_t nColumn; ///< within the strip, 0 .. 15
-    std::uint8_t nClassId;
+    std::int64_t nPlace = 0; ///< row in the upper bits, then four bits of class and four of column
+    std::uint16_t nSrc = 0;
+    std::uint16_t nCmp = 0;
+    std::int16_t nThreshold = 0;
+    std::int16_t nZone = 0;
+
+    CFoundHit() = default;
+    /// nColumn: within the strip, 0 .. 15.
+    CFoundHit(std::int64_t nRow, int nColumn) : nPlace(nRow * 256 + nColumn) {}
+
+    std::int64_t Row() const { return nPlace >> 8; }
+    int Column() const { return static_cast<int>(nPlace & 15); }
+    int ClassId() const { return static_cast<int>(nPlace >> 4 & 15); }
+    /// Once a hit; nClassId 0 .. 15.
+    void SetClassId(int nClassId) { nPlace += 16 * nClassId; }
 };
 
+static_assert(sizeof(CFoundHit) == 16);
+
+/// Hits of many strips, each strip's in chunks that follow one another: appending touches one line of memory a strip,
+/// and reading a strip goes through memory in order.
 class CHitChains
 {
 public:
-    /// Hits held at the most, 40 MiB. A denser image is walked in narrower tiles.
-    static constexpr std::size_t kHitLimit = std::size_t{2} << 20;
+    /// Hits held at the most, 48 MiB. A denser image is walked in narrower tiles.
+    static constexpr std::size_t kHitLimit = std::size_t{3} << 20;
+
+    /// Goes through the hits of one strip.
+    class CCursor
+    {
+    public:
+        CCursor(CHitChains& chains, std::size_t nStrip)
+            : m_pChains(&chains), m_nLeft(chains.m_strips[nStrip].nCount),
+              m_nAt(chains.m_strips[nStrip].nFirstChunk * kChunk)
+        {
+        }
+
+        explicit operator bool() const { return m_nLeft != 0; }
+        const CFoundHit& operator*() const { return m_pChains->m_hits[m_nAt]; }
+        const CFoundHit* operator->() const { return &m_pChains->m_hits[m_nAt]; }
+        CCursor& operator++()
+        {
+            --m_nLeft;
+            ++m_nAt;
+            if (m_nAt % kChunk == 0 && m_nLeft != 0)
+                m_nAt = std::size_t{m_pChains->m_nextChunk[m_nAt / kChunk - 1]} * kChunk;
+            return *this;
+        }
+
+    private:
+        CHitChains* m_pChains;
+        std::size_t m_nLeft;
+        std::size_t m_nAt;
+    };
 
     /// Empties the chains of nStripCount strips of nRowCount rows. @return false without memory
     bool Begin(std::int64_t nStripCount, std::int64_t nRowCount)
     {
-        m_nCount = 0;
+        m_nChunks = 0;
         // One strip always fits, whatever its length.
-        m_nLimit =
-            std::max<std::size_t>(kHitLimit, static_cast<std::size_t>(std::max<std::int64_t>(nRowCount, 0)) * 16);
-        if (!m_head.Reserve(static_cast<std::size_t>(nStripCount)) ||
-            !m_tail.Reserve(static_cast<std::size_t>(nStripCount)))
+        const auto nLongest = static_cast<std::size_t>(std::max<std::int64_t>(nRowCount, 0)) * 16;
+        m_nChunkLimit = std::max(kHitLimit, nLongest) / kChunk + 1;
+        if (!m_strips.Reserve(static_cast<std::size_t>(nStripCount)))
             return false;
-        std::fill_n(m_head.Data(), nStripCount, 0U);
+        std::fill_n(m_strips.Data(), nStripCount, CStrip{});
         return true;
     }
 
     /// Appends a hit to a strip, right of or below the hits before. @return false when it does not fit
     bool Append(std::int64_t nStrip, const CFoundHit& hit)
     {
-        if (m_nCount == m_hits.Capacity())
-        {
-            const std::size_t nWanted = std::min(std::max<std::size_t>(2 * m_nCount, 4096), m_nLimit);
-            if (m_nCount >= m_nLimit || !m_hits.Reserve(nWanted))
-                return false;
-        }
-        m_hits[m_nCount] = hit;
-        m_hits[m_nCount].nNext = 0;
-        const auto nIndexPlus1 = static_cast<std::uint32_t>(++m_nCount);
-        std::uint32_t& nHead = m_head[static_cast<std::size_t>(nStrip)];
-        if (nHead == 0)
-            nHead = nIndexPlus1;
-        else
-            m_hits[m_tail[static_cast<std::size_t>(nStrip)] - 1].nNext = nIndexPlus1;
-        m_tail[static_cast<std::size_t>(nStrip)] = nIndexPlus1;
+        CStrip& strip = m_strips[static_cast<std::size_t>(nStrip)];
+        const std::size_t nInChunk = strip.nCount % kChunk;
+        if (nInChunk == 0 && !AddChunk(strip))
+            return false;
+        m_hits[strip.nLastChunk * kChunk + nInChunk] = hit;
+        ++strip.nCount;
         return true;
     }
 
-    /// First hit of a strip, or null.
-    const CFoundHit* First(std::int64_t nStrip) { return At(m_head[static_cast<std::size_t>(nStrip)]); }
-    /// The hit behind, or null.
-    const CFoundHit* Next(const CFoundHit* pHit) { return At(pHit->nNext); }
+    CCursor Hits(std::int64_t nStrip) { return CCursor(*this, static_cast<std::size_t>(nStrip)); }
 
 private:
-    const CFoundHit* At(std::uint32_t nIndexPlus1) { return nIndexPlus1 == 0 ? nullptr : &m_hits[nIndexPlus1 - 1]; }
+    static constexpr std::size_t kChunk = 8; ///< hits of a chunk: two lines of memory
+
+    struct CStrip
+    {
+        std::size_t nCount = 0;
+        std::size_t nFirstChunk = 0;
+        std::size_t nLastChunk = 0;
+    };
+
+    bool AddChunk(CStrip& strip)
+    {
+        if (m_nChunks >= m_nextChunk.Capacity())
+        {
+            const std::size_t nWanted = std::min(std::max<std::size_t>(m_nChunks + m_nChunks / 2, 1024), m_nChunkLimit);
+            if (m_nChunks >= m_nChunkLimit || !m_hits.Reserve(nWanted * kChunk) || !m_nextChunk.Reserve(nWanted))
+                return false;
+        }
+        if (strip.nCount == 0)
+            strip.nFirstChunk = m_nChunks;
+        else
+            m_nextChunk[strip.nLastChunk] = static_cast<std::uint32_t>(m_nChunks);
+        strip.nLastChunk = m_nChunks++;
+        return true;
+    }
 
     CGrowBuffer<CFoundHit> m_hits;
-    CGrowBuffer<std::uint32_t> m_head;
-    CGrowBuffer<std::uint32_t> m_tail;
-    std::size_t m_nCount = 0;
-    std::size_t m_nLimit = 0;
+    CGrowBuffer<std::uint32_t> m_nextChunk; ///< per chunk: the one behind it
+    CGrowBuffer<CStrip> m_strips;
+    std::size_t m_nChunks = 0;
+    std::size_t m_nChunkLimit = 0;
 };
 
 /// Puts a hit of the strip or block at column x into the arrays at nIndex.
 template <bool kPeak>
 void StoreHit(const CHitArrays& hits, std::int64_t nIndex, std::int64_t x, const CFoundHit& hit)
 {
-    hits.pX[nIndex] = static_cast<int>(x + hit.nColumn);
-    hits.pY[nIndex] = hit.nRow;
-    hits.pType[nIndex] = hit.nDiff >= 1 ? DefectType_Bright : DefectType_Dark;
+    const std::int16_t nDiff = SaturatedDifference(hit.nSrc, hit.nCmp);
+    hits.pX[nIndex] = static_cast<int>(x + hit.Column());
+    hits.pY[nIndex] = static_cast<int>(hit.Row());
+    hits.pType[nIndex] = nDiff >= 1 ? DefectType_Bright : DefectType_Dark;
     if (kPeak)
-        hits.pPeak[nIndex] = HitPeak(hit.nDiff, hit.nThreshold);
+        hits.pPeak[nIndex] = HitPeak(nDiff, hit.nThreshold);
     hits.pSrcGray[nIndex] = hit.nSrc;
     hits.pCmpGray[nIndex] = hit.nCmp;
     hits.pZoneIndex[nIndex] = hit.nZone;

@@ -95,9 +95,7 @@ public:
     CFoundHit Compare(const CPitch16& pitch, std::int64_t x, std::int64_t y, std::int64_t /*nElement*/,
                       int nColumn) const
     {
-        CFoundHit hit = {};
-        hit.nRow = static_cast<std::int32_t>(y);
-        hit.nColumn = static_cast<std::uint8_t>(nColumn);
+        CFoundHit hit(y, nColumn);
         hit.nSrc = ReadPixel(m_call.image, x, y);
         if constexpr (kScan.eFind == FindVariant::ColumnScalar)
             hit.nCmp = ReadColumnReference(m_call, BlockDisplacement(x), x, y);
@@ -110,7 +108,6 @@ public:
         if constexpr (kTraits.eSecond == SecondSet::ByType)
             hit.nThreshold =
                 std::min(hit.nThreshold, FormThreshold(std::max(hit.nSrc, hit.nCmp), EffectiveSecondSet(m_call)));
-        hit.nDiff = SaturatedDifference(hit.nSrc, hit.nCmp);
         return hit;
     }
 

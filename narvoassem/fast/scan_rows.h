@@ -50,7 +50,7 @@ public:
             this->ForEachHit(region.nLeft, y, m_pitch, m_nStrips,
                              [&](std::int64_t nStrip, const CFoundHit& hit) {
                                  return this->AppendHit(region.nLeft + nStrip * kStripWidth, hit,
-                                                        2 * nStrip + hit.nColumn / kGroupWidth);
+                                                        2 * nStrip + hit.Column() / kGroupWidth);
                              });
             if (this->Pair(bands) == PairingEnd::PairsFull)
                 return this->End(y + 1);

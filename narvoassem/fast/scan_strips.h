@@ -146,9 +146,8 @@ private:
     /// Fills the hit arrays from the chain of one strip, up to their capacity.
     void AppendStrip(std::int64_t x, std::int64_t nStrip)
     {
-        CHitChains& chains = m_scratch.chains;
-        for (const CFoundHit* pHit = chains.First(nStrip); pHit != nullptr; pHit = chains.Next(pHit))
-            if (!this->AppendHit(x, *pHit, 2 * (pHit->nRow - m_call.region.nTop) + pHit->nColumn / kGroupWidth))
+        for (CHitChains::CCursor hit = m_scratch.chains.Hits(nStrip); hit; ++hit)
+            if (!this->AppendHit(x, *hit, 2 * (hit->Row() - m_call.region.nTop) + hit->Column() / kGroupWidth))
                 return;
     }
 

@@ -212,14 +212,11 @@ private:
         const std::int64_t n = nGroup * kGroupWidth + nColumn;
         const CPlainSums sums = ComparePlainSums(m_row, n);
         const CPlainSums witness = WitnessSums(m_row, n);
-        CFoundHit hit = {};
-        hit.nRow = static_cast<std::int32_t>(y);
-        hit.nColumn = static_cast<std::uint8_t>(nColumn);
+        CFoundHit hit(y, nColumn);
         hit.nSrc = sums.nSrc;
         hit.nCmp = sums.nCmp;
-        hit.nClassId =
-            static_cast<std::uint8_t>((witness.DarkDifference() > m_call.nThreshold16 ? kDarkAgrees : 0) |
-                                      (witness.BrightDifference() > m_call.nThreshold16 ? kBrightAgrees : 0));
+        hit.SetClassId((witness.DarkDifference() > m_call.nThreshold16 ? kDarkAgrees : 0) |
+                       (witness.BrightDifference() > m_call.nThreshold16 ? kBrightAgrees : 0));
         return m_scratch.chains.Append(nChain, hit);
     }
 
@@ -229,15 +226,15 @@ private:
     {
         for (std::int64_t nHalf = 0; nHalf < 2; ++nHalf)
         {
-            const CFoundHit* pHit = m_scratch.chains.First(2 * nBlock + nHalf);
-            while (pHit != nullptr)
+            CHitChains::CCursor hit = m_scratch.chains.Hits(2 * nBlock + nHalf);
+            while (hit)
             {
                 if (m_nHits >= m_call.hits.nSize)
                     return nHalf * kGroupWidth;
-                const CFoundHit* pRow = pHit;
                 const std::int64_t nColumn = x + nHalf * kGroupWidth;
-                pHit = AppendRow(pRow, nColumn, DefectType_Dark, kDarkAgrees);
-                AppendRow(pRow, nColumn, DefectType_Bright, kBrightAgrees);
+                const CHitChains::CCursor next = AppendRow(hit, nColumn, DefectType_Dark, kDarkAgrees);
+                AppendRow(hit, nColumn, DefectType_Bright, kBrightAgrees);
+                hit = next;
             }
             // The row behind the last one is tested for room as well.
             if (m_nHits >= m_call.hits.nSize)
@@ -246,22 +243,22 @@ private:
         return kStripWidth;
     }
 
-    /// Appends the hits of one polarity in the row that pHit begins. @return the first hit behind that row
-    const CFoundHit* AppendRow(const CFoundHit* pHit, std::int64_t x, DefectType eType, unsigned nAgrees)
+    /// Appends the hits of one polarity in the row that `hit` begins. @return the first hit behind that row
+    CHitChains::CCursor AppendRow(CHitChains::CCursor hit, std::int64_t x, DefectType eType, int nAgrees)
     {
-        const std::int32_t nRow = pHit->nRow;
-        for (; pHit != nullptr && pHit->nRow == nRow; pHit = m_scratch.chains.Next(pHit))
+        const std::int64_t nRow = hit->Row();
+        for (; hit && hit->Row() == nRow; ++hit)
         {
-            const CPlainSums sums = {pHit->nSrc, pHit->nCmp};
+            const CPlainSums sums = {hit->nSrc, hit->nCmp};
             const int nDiff = eType == DefectType_Dark ? sums.DarkDifference() : sums.BrightDifference();
-            if (nDiff > m_call.nThreshold16 && (pHit->nClassId & nAgrees) != 0)
-                AppendHit(x + pHit->nColumn, nRow, eType, nDiff);
+            if (nDiff > m_call.nThreshold16 && (hit->ClassId() & nAgrees) != 0)
+                AppendHit(x + hit->Column(), nRow, eType, nDiff);
         }
-        return pHit;
+        return hit;
     }
 
-    static constexpr unsigned kDarkAgrees = 1;
-    static constexpr unsigned kBrightAgrees = 2;
+    static constexpr int kDarkAgrees = 1;
+    static constexpr int kBrightAgrees = 2;
 
     const CTrapeziumVertCall& m_call;
     CImageView m_image;

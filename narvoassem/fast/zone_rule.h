@@ -51,9 +51,7 @@ public:
 
     CFoundHit Compare(const CPitch16& pitch, std::int64_t x, std::int64_t y, std::int64_t nElement, int nColumn) const
     {
-        CFoundHit hit = {};
-        hit.nRow = static_cast<std::int32_t>(y);
-        hit.nColumn = static_cast<std::uint8_t>(nColumn);
+        CFoundHit hit(y, nColumn);
         hit.nSrc = ReadSample<kScan>(m_call.image, x, y);
         if constexpr (kScan.eFind == FindVariant::ColumnMap)
             hit.nCmp = ReadColumnReference(m_call, BlockDisplacement(x), x, y);
@@ -66,10 +64,9 @@ public:
             hit.nCmp = std::min(hit.nCmp, nLimit);
         }
         hit.nThreshold = Threshold(std::max(hit.nSrc, hit.nCmp), nElement);
-        hit.nDiff = SaturatedDifference(hit.nSrc, hit.nCmp);
         hit.nZone = static_cast<std::int16_t>(ReadMap(m_call.pZoneIndexMap, nElement));
         if constexpr (kTraits.bClassId)
-            hit.nClassId = static_cast<std::uint8_t>(ReadMap(m_call.pClassIdMap, nElement) & 15);
+            hit.SetClassId(ReadMap(m_call.pClassIdMap, nElement) & 15);
         return hit;
     }
 
@@ -80,7 +77,7 @@ public:
             const auto n = static_cast<std::size_t>(nIndex);
             if (n >= m_classId.Capacity() && !m_classId.Reserve(2 * n + 64))
                 return false;
-            m_classId[n] = hit.nClassId;
+            m_classId[n] = static_cast<std::uint8_t>(hit.ClassId());
         }
         StoreHit<kTraits.bPeak>(hits, nIndex, x, hit);
         return true;
