@@ -1,0 +1,72 @@
+// Float kernels on regions too large for the random scenes, against the plain reference.
+#include <gtest/gtest.h>
+
+#include "fast/float_scene.h"
+#include "fast/large_picture.h"
+#include "support/vector_levels.h"
+
+namespace narvo::test
+{
+namespace
+{
+
+CFloatScene SceneOn(const CLargePicture& picture, FloatKernel eKernel)
+{
+    CFloatScene scene;
+    scene.eKernel = eKernel;
+    picture.Describe(scene.call);
+    if (IsVtd(eKernel))
+        scene.call.nVtdPitch16 = 2 * 16 + 5;
+    scene.call.nGrayLimit = 227;
+    scene.call.first = {60, 5};
+    scene.param.nBlackFilterGray = 18;
+    scene.param.bKeepSingle = 1;
+    return scene;
+}
+
+/// @return the records written
+int HoldToTheReference(const CFloatScene& scene)
+{
+    CKernelOutcome expected;
+    CKernelOutcome found;
+    RunReference(scene, expected);
+    for (const std::int64_t nLevel : VectorLevels())
+    {
+        const CForcedLevel forced(nLevel);
+        RunPublic(scene, found);
+        EXPECT_EQ(found.DifferenceFrom(expected), "") << LevelName(nLevel) << ' ' << scene.Describe();
+    }
+    return expected.nReturned;
+}
+
+class FloatLarge : public testing::TestWithParam<FloatKernel>
+{
+};
+
+TEST_P(FloatLarge, ARegionWiderThanAnyInnerBlockGivesWhatThePlainWalkGives)
+{
+    const CLargePicture picture(50000, 26, 20000);
+    CFloatScene scene = SceneOn(picture, GetParam());
+    EXPECT_GT(HoldToTheReference(scene), 5000);
+    scene.call.hits.nSize = 70; // strips and rows are cut
+    EXPECT_GT(HoldToTheReference(scene), 10);
+}
+
+TEST_P(FloatLarge, MoreHitsThanAWorkingSetHoldsAreAllPaired)
+{
+    const CLargePicture picture(800, 200, 0);
+    CFloatScene scene = SceneOn(picture, GetParam());
+    scene.call.first = {-16 * 9, 0}; // below no difference
+    scene.param.nBlackFilterGray = 0;
+    HoldToTheReference(scene);
+    scene.call.first = {0, 0};
+    EXPECT_GT(HoldToTheReference(scene), 5000);
+    scene.call.pairs.nSize = 4000;
+    EXPECT_EQ(HoldToTheReference(scene), 4000);
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, FloatLarge, testing::ValuesIn(AllFloatKernels()),
+                         [](const testing::TestParamInfo<FloatKernel>& kernel) { return KernelName(kernel.param); });
+
+} // namespace
+} // namespace narvo::test
