@@ -4,9 +4,9 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
+#include "narvoassem/fast/grow_buffer.h"
 #include "narvoassem/modes/average_rows.h"
 #include "narvoassem/wrap_int.h"
 
@@ -160,6 +160,20 @@ void ScanPlain(const unsigned char* pImage, std::int64_t nPitch, std::int64_t* p
             sink.TakePixel(test, x, y);
 }
 
+/// Working memory of a scan. Each thread keeps its own, so that a second like call allocates nothing.
+struct CAverageScratch
+{
+    narvo::CGrowBuffer<std::uint32_t> ring;
+    narvo::CGrowBuffer<std::uint32_t> low;
+    narvo::CGrowBuffer<std::uint32_t> columns;
+};
+
+CAverageScratch& GetScratch()
+{
+    thread_local CAverageScratch scratch;
+    return scratch;
+}
+
 /// Table and tests row by row: while one row of the table is built, the row above its windows is tested, so that the
 /// stores of the one run beside the arithmetic of the other. Window sums are kept per column and change by the image
 /// rows that enter and leave; the sums of the rows in reach stand in a ring. The table itself is not read again but for
@@ -172,18 +186,13 @@ public:
         : m_row(row), m_nHeight(nHeight), m_nRing(std::min(nHeight, 2 * (row.nBack / 2) + 3)),
           m_nStride(row.nWidth + 1 + narvo::nSumRowSlack)
     {
-        m_pRing = Allocate<TSum>((m_nRing + 1) * m_nStride);
-        m_pLow = Allocate<std::uint32_t>(m_nStride);
-        m_pColumns = Allocate<std::int32_t>(2 * narvo::GetColumnEntries(row.nWidth, nRun));
+        static_assert(alignof(TSum) <= alignof(std::uint32_t));
+        CAverageScratch& scratch = GetScratch();
+        m_pRing = reinterpret_cast<TSum*>(TakeCleared(scratch.ring, (m_nRing + 1) * m_nStride * sizeof(TSum)));
+        m_pLow = TakeCleared(scratch.low, m_nStride * sizeof(std::uint32_t));
+        m_pColumns = reinterpret_cast<std::int32_t*>(
+            TakeCleared(scratch.columns, 2 * narvo::GetColumnEntries(row.nWidth, nRun) * sizeof(std::int32_t)));
     }
-    ~CAverageScan()
-    {
-        std::free(m_pRing);
-        std::free(m_pLow);
-        std::free(m_pColumns);
-    }
-    CAverageScan(const CAverageScan&) = delete;
-    CAverageScan& operator=(const CAverageScan&) = delete;
 
     bool HasMemory() const { return m_pRing != nullptr && m_pLow != nullptr && m_pColumns != nullptr; }
 
@@ -256,10 +265,14 @@ private:
     /// Columns built and tested in turn: as many as the stores under way may lag behind.
     static constexpr std::int64_t nRun = 512;
 
-    template <typename TElement>
-    static TElement* Allocate(std::int64_t nCount)
+    /// nBytes of a buffer, cleared; null without memory.
+    static std::uint32_t* TakeCleared(narvo::CGrowBuffer<std::uint32_t>& buffer, std::int64_t nBytes)
     {
-        return static_cast<TElement*>(std::calloc(static_cast<std::size_t>(nCount), sizeof(TElement)));
+        const auto nWords = static_cast<std::size_t>((nBytes + 3) / 4);
+        if (!buffer.Reserve(nWords))
+            return nullptr;
+        std::fill_n(buffer.Data(), nWords, 0U);
+        return buffer.Data();
     }
 
     TSum* GetRow(std::int64_t nRow) const { return m_pRing + nRow % m_nRing * m_nStride; }

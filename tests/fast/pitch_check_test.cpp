@@ -375,6 +375,44 @@ TEST(PitchCheck, RandomBoxSearchesEqualThePlainFormAtEveryVectorLevel)
         EXPECT_GT(nCount, 10);
 }
 
+TEST(PitchCheck, NoReadGoesBeyondOneCandidateAndTwoPixels)
+{
+    CForcedLevel level(VectorLevels().front());
+    CScratch scratch;
+    constexpr int nLow = -5 * 16 - 3; // whole parts -6 .. 9
+    constexpr int nHigh = 9 * 16 + 7;
+    constexpr int nBefore = 6;
+    constexpr int nBehind = 9 + 2;
+    for (const std::int64_t nLevel : VectorLevels())
+    {
+        level.Change(nLevel);
+        for (const auto eFlush : {CGuardedMemory::Flush::Front, CGuardedMemory::Flush::Back})
+        {
+            int nBest = 0;
+            int nOther = 0;
+            int nFraction = 0;
+            // Three rows of three blocks.
+            constexpr int nStride = nBefore + 48 + nBehind;
+            const CGuardedMemory rows(nStride * 3, eFlush);
+            CAssemUtil::CheckPitchPixel(nLow, nHigh, nBefore, 0, 37, 3, rows.Data(), nStride, 0, nBest);
+            EXPECT_EQ(nBest, nLow / 16);
+            // Two blocks of four rows.
+            const CGuardedMemory columns(32 * (nBefore + 4 + nBehind), eFlush);
+            CAssemUtil::CheckPitchSmallVert16((nLow + nHigh) / 2, (nHigh - nLow) / 2, 0, nBefore, 40, 4, columns.Data(),
+                                              32, 0, nBest, nOther, nFraction);
+            EXPECT_EQ(nBest, nLow);
+            // Two strips of four rows, displaced along both axes; two rows more are filled.
+            constexpr int nBoxStride = nBefore + 32 + nBehind;
+            const CGuardedMemory box(nBoxStride * (nBefore + 6 + 9), eFlush);
+            CAssemUtil::CheckPitchSmallVPT16(nLow, nHigh, nLow, nHigh, nBefore, nBefore + 20, nBefore, nBefore + 4,
+                                             box.Data(), nBoxStride, 0, scratch.nPlain, scratch.nShifted, nBest,
+                                             nOther);
+            EXPECT_EQ(nBest, nLow);
+            EXPECT_EQ(nOther, nLow);
+        }
+    }
+}
+
 TEST(PitchCheck, LongLinesAndTallStripsDoNotOverflowTheirSums)
 {
     // Columns of black and white that answer with the largest difference everywhere.

@@ -8,8 +8,14 @@
 
 #include "gtest/gtest.h"
 
+#include "support/guarded_memory.h"
+#include "support/random.h"
+#include "support/vector_levels.h"
+
 namespace
 {
+
+using namespace narvo::test;
 
 class CFreeFormProbe : public CNarvoAssem
 {
@@ -265,6 +271,50 @@ TEST(FreeForm, StripsGoToTheVectorKernelInSixteensAndTheRestToThePlainOne)
     ASSERT_GT(nCount, 0);
     ASSERT_EQ(nCount, scene.engine.nPairCount);
     EXPECT_EQ(std::memcmp(pairs.data(), scene.engine.pPair, sizeof(CDefectPair) * pairs.size()), 0);
+}
+
+TEST(FreeForm, NoReadLeavesImageOrMask)
+{
+    CForcedLevel level(VectorLevels().front());
+    for (const std::int64_t nLevel : VectorLevels())
+    {
+        level.Change(nLevel);
+        for (const auto eFlush : {CGuardedMemory::Flush::Front, CGuardedMemory::Flush::Back})
+            for (const int nWidth : {33, 64, 77})
+            {
+                const int nHeight = 90;
+                CRandom random(static_cast<std::uint64_t>(nWidth));
+                CGuardedMemory image(static_cast<std::size_t>(nWidth * nHeight), eFlush);
+                CGuardedMemory mask(static_cast<std::size_t>(nWidth * nHeight), eFlush);
+                for (std::size_t i = 0; i < image.Size(); ++i)
+                {
+                    image.Data()[i] = static_cast<std::uint8_t>(random.Int(80, 120));
+                    mask.Data()[i] = static_cast<std::uint8_t>(random.Int(0, 1));
+                }
+                CScene scene;
+                CConvParam& param = scene.engine.ConvParam;
+                param.pImage = image.Data();
+                param.nImageWidth = nWidth;
+                param.nImageHeight = nHeight;
+                param.rtInspect.SetRect(0, 0, nWidth, nHeight);
+                param.dScanPitch = 11.6;
+                param.nThreshold = 20;
+                param.pFreeFormMask = mask.Data();
+                for (const float fShift : {0.0F, 1.4F, -1.4F})
+                {
+                    scene.Reset();
+                    param.fVtdPitch = fShift;
+                    int nEndLine = 0;
+                    EXPECT_GT(scene.engine.Inspect_FreeFormMask(nEndLine), 0);
+                }
+                scene.Reset();
+                scene.polygon = {{0, 0}, {nWidth, 0}, {nWidth, nHeight}, {0, nHeight}};
+                param.pFreeFormPoint = scene.polygon.data();
+                param.nFreeFormPointCount = 4;
+                int nEndLine = 0;
+                EXPECT_GT(scene.engine.Inspect_FreeForm(nEndLine), 0);
+            }
+    }
 }
 
 TEST(FreeForm, WithoutARegionPairCountAndEndLineStay)

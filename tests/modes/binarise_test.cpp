@@ -185,19 +185,19 @@ TEST(Binarise, RandomCasesEqualThePlainFormAtEveryVectorLevel)
         const int nHigh = random.OneIn(5) ? random.Int(-600, 600) : random.Int(0, 255);
         const int nFirst = random.Int(0, 5);
         const int nSize = random.OneIn(3) ? random.Int(0, 40) : 20000;
-        std::vector<CDefectPair> expected(12000);
+        std::vector<CDefectPair> expected(image.size() + 8);
         const CSideModeResult result =
             BinariseReference(image.data(), nLow, nHigh, rt, nPitch, expected, nFirst, nSize);
         for (const std::int64_t nLevel : VectorLevels())
         {
             level.Change(nLevel);
-            std::vector<CDefectPair> pairs(12000);
+            std::vector<CDefectPair> pairs(expected.size());
             int nEndLine = -7;
             const int nCount =
                 engine.BinalizeInspection(image.data(), nLow, nHigh, rt, nPitch, pairs.data(), nFirst, nSize, nEndLine);
             ASSERT_EQ(nCount, result.nPairCount) << "case " << nCase << ", " << LevelName(nLevel);
             ASSERT_EQ(nEndLine, result.nEndLine) << "case " << nCase << ", " << LevelName(nLevel);
-            ASSERT_EQ(std::memcmp(pairs.data(), expected.data(), sizeof(CDefectPair) * 12000), 0)
+            ASSERT_EQ(std::memcmp(pairs.data(), expected.data(), sizeof(CDefectPair) * pairs.size()), 0)
                 << "case " << nCase << ", " << LevelName(nLevel);
         }
     }
