@@ -1,4 +1,5 @@
-// 32-bit arithmetic that wraps where the sums of coordinates and thresholds may leave the range of int.
+// 32-bit arithmetic that wraps where sums of coordinates, thresholds or counters may leave the range of int, and stores
+// that keep the low bits.
 #pragma once
 
 #include <cstdint>
@@ -31,6 +32,18 @@ constexpr int WrapDiv(int a, int b)
 constexpr int WrapAbs(int a)
 {
     return a < 0 ? WrapSub(0, a) : a;
+}
+
+/// Low 16 bits, signed.
+constexpr short LowShort(int a)
+{
+    return static_cast<short>(static_cast<std::uint16_t>(static_cast<std::uint32_t>(a)));
+}
+
+/// Low 8 bits.
+constexpr unsigned char LowByte(int a)
+{
+    return static_cast<unsigned char>(static_cast<std::uint32_t>(a) & 0xFFU);
 }
 
 } // namespace narvo

@@ -8,16 +8,16 @@
 #include "narvoassem/fast/band_pairing.h"
 #include "narvoassem/fast/image_rows.h"
 #include "narvoassem/fast/scan_scratch.h"
-#include "narvoassem/fast/wrap.h"
 #include "narvoassem/fixed_pitch.h"
 #include "narvoassem/narvoassem.h"
+#include "narvoassem/wrap_int.h"
 
 namespace
 {
 
 using narvo::WrapAdd;
-using narvo::WrapMultiply;
-using narvo::WrapSubtract;
+using narvo::WrapMul;
+using narvo::WrapSub;
 
 /// One call over one region.
 class CFloatColumns
@@ -39,7 +39,7 @@ public:
         m_nGain2 = m_param.nThresholdGain;
         if (m_param.nBlackFilterGray >= 1)
         {
-            m_nBase2 = WrapMultiply(m_param.nBlackFilterGray, 4);
+            m_nBase2 = WrapMul(m_param.nBlackFilterGray, 4);
             m_nGain2 = m_param.nBlackFilterGain;
         }
     }
@@ -88,7 +88,7 @@ private:
     void FindHits(int x)
     {
         m_nHits = 0;
-        const int nLimit = WrapMultiply(m_param.nGrayLimit, 4);
+        const int nLimit = WrapMul(m_param.nGrayLimit, 4);
         for (int y = m_rt.top; y < m_nScanEnd; ++y)
         {
             const std::int64_t nAt = std::int64_t{y} + m_nWhole;
@@ -106,14 +106,14 @@ private:
             m_assem.pSrcGray[m_nHits] = nSrc;
             m_assem.pCmpGray[m_nHits] = nCmp;
             m_assem.pThreshold[m_nHits] = nThreshold;
-            m_assem.pPeak[m_nHits] = static_cast<short>(WrapSubtract(nDiff, nThreshold));
+            m_assem.pPeak[m_nHits] = static_cast<short>(WrapSub(nDiff, nThreshold));
             m_assem.pPixelType[m_nHits] = nSrc > nCmp ? DefectType_Bright : DefectType_Dark;
             if (++m_nHits >= m_assem.nPixelSize - 1)
                 return;
         }
     }
 
-    static int Threshold(int nValue, int nGain, int nBase) { return WrapAdd(WrapMultiply(nValue, nGain) / 256, nBase); }
+    static int Threshold(int nValue, int nGain, int nBase) { return WrapAdd(WrapMul(nValue, nGain) / 256, nBase); }
 
     /// The band rule of the column, with two habits of its own in the first band: a pair that its threshold refuses
     /// leaves hit i to stand alone, and so does, beside its pair, any later hit of the column.

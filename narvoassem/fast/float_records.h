@@ -9,8 +9,8 @@
 #include "narvoassem/fast/band_pairing.h"
 #include "narvoassem/fast/dead_zones.h"
 #include "narvoassem/fast/float_traits.h"
-#include "narvoassem/fast/wrap.h"
 #include "narvoassem/pairstorage.h"
+#include "narvoassem/wrap_int.h"
 
 namespace narvo
 {
@@ -79,8 +79,8 @@ private:
     {
         const bool bBright = nSrc > nCmp;
         const CThresholdSet& set = bBright ? m_call.first : m_second;
-        const int nProduct = WrapMultiply(bBright ? nSrc : nCmp, static_cast<int>(set.nGain));
-        const int nThreshold = WrapAdd(nProduct / 256, WrapMultiply(static_cast<int>(set.nBase), 16));
+        const int nProduct = WrapMul(bBright ? nSrc : nCmp, static_cast<int>(set.nGain));
+        const int nThreshold = WrapAdd(nProduct / 256, WrapMul(static_cast<int>(set.nBase), 16));
         m_call.hits.pThreshold[nHit] = nThreshold;
         return std::abs(nSrc - nCmp) > nThreshold;
     }

@@ -8,7 +8,7 @@
 #include "narvoassem/fast/band_pairing.h"
 #include "narvoassem/fast/dead_zones.h"
 #include "narvoassem/fast/pixel_traits.h"
-#include "narvoassem/fast/wrap.h"
+#include "narvoassem/wrap_int.h"
 
 namespace narvo
 {
@@ -59,7 +59,7 @@ public:
         if (kTraits.bPeak)
             pair.nPeak = m_hits.pPeak[nHit];
         if (kTraits.bRecordPeak)
-            pair.nPeak = WrapSubtract(std::abs(nSrc - nCmp), m_hits.pThreshold[nHit]);
+            pair.nPeak = WrapSub(std::abs(nSrc - nCmp), m_hits.pThreshold[nHit]);
         pair.ptDefect = CPoint(candidate.x, candidate.y);
         pair.nSrcGray = nSrc;
         pair.nCmpGray = nCmp;
@@ -74,7 +74,7 @@ private:
     {
         const bool bBright = nSrc > nCmp;
         const CThresholdSet set = bBright ? m_call.first : EffectiveSecondSet(m_call);
-        const int nProduct = WrapMultiply(bBright ? nSrc : nCmp, static_cast<int>(set.nGain));
+        const int nProduct = WrapMul(bBright ? nSrc : nCmp, static_cast<int>(set.nGain));
         m_hits.pThreshold[nHit] = WrapAdd(nProduct / 256, static_cast<int>(set.nBase));
         return std::abs(nSrc - nCmp) > m_hits.pThreshold[nHit];
     }
@@ -83,13 +83,13 @@ private:
     bool PassesSecondSet(std::int64_t nHit)
     {
         const int nMax = std::max(m_hits.pSrcGray[nHit], m_hits.pCmpGray[nHit]);
-        const int nThreshold = WrapAdd(WrapMultiply(nMax, static_cast<int>(m_call.second.nGain)) >> 8,
-                                       static_cast<int>(m_call.second.nBase));
+        const int nThreshold =
+            WrapAdd(WrapMul(nMax, static_cast<int>(m_call.second.nGain)) >> 8, static_cast<int>(m_call.second.nBase));
         const auto nMagnitude = static_cast<std::int16_t>(WrapAdd(m_hits.pThreshold[nHit], m_hits.pPeak[nHit]));
         if (static_cast<std::int16_t>(nThreshold) >= nMagnitude)
             return false;
         m_hits.pThreshold[nHit] = nThreshold;
-        m_hits.pPeak[nHit] = static_cast<std::int16_t>(WrapSubtract(nMagnitude, nThreshold));
+        m_hits.pPeak[nHit] = static_cast<std::int16_t>(WrapSub(nMagnitude, nThreshold));
         return true;
     }
 

@@ -8,8 +8,8 @@
 #include "narvoassem/fast/band_pairing.h"
 #include "narvoassem/fast/dead_zones.h"
 #include "narvoassem/fast/grow_buffer.h"
-#include "narvoassem/fast/wrap.h"
 #include "narvoassem/fast/zone_traits.h"
+#include "narvoassem/wrap_int.h"
 
 namespace narvo
 {
@@ -36,7 +36,7 @@ public:
 
     int Threshold(int nZone, int nGray) const
     {
-        return WrapAdd(WrapMultiply(nGray, Entry(m_pGain, nZone)) >> 8, Entry(m_pOffset, nZone));
+        return WrapAdd(WrapMul(nGray, Entry(m_pGain, nZone)) >> 8, Entry(m_pOffset, nZone));
     }
 
 private:
@@ -124,7 +124,7 @@ private:
             if (nSrc >= nCmp)
                 return true;
             const CConvParam& param = *m_call.pParam;
-            const int nBlack = WrapAdd(WrapMultiply(nCmp, param.nBlackFilterGain) / 256, param.nBlackFilterGray);
+            const int nBlack = WrapAdd(WrapMul(nCmp, param.nBlackFilterGain) / 256, param.nBlackFilterGray);
             if (nDiff <= nBlack)
                 return false;
             m_call.hits.pThreshold[nHit] = nThreshold = nBlack;

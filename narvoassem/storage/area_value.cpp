@@ -4,7 +4,7 @@
 
 #include "narvoassem/blobstorage.h"
 #include "narvoassem/storage/pixel_read.h"
-#include "narvoassem/storage/wrap_arith.h"
+#include "narvoassem/wrap_int.h"
 
 namespace
 {
@@ -22,11 +22,11 @@ int GetMeanDifference(const narvo::CPixelReader& reader, int x, int y, int nWidt
         for (std::int64_t j = 0; j < nWidth; ++j)
         {
             dSum += std::min(reader.Read(x + j, y + i), nClip);
-            dRefSum += std::min(narvo::TruncToInt(fnReference(i, j)), nClip);
+            dRefSum += std::min(narvo::TruncateToInt(fnReference(i, j)), nClip);
         }
     }
     // An empty block divides 0 by 0, which truncates to 0.
-    return narvo::TruncToInt((dSum - dRefSum) / narvo::WrapMul(nWidth, nHeight));
+    return narvo::TruncateToInt((dSum - dRefSum) / narvo::WrapMul(nWidth, nHeight));
 }
 
 } // namespace
@@ -34,7 +34,7 @@ int GetMeanDifference(const narvo::CPixelReader& reader, int x, int y, int nWidt
 int CBlobStorage::GetAreaValue(int x, int y, int nWidth, int nHeight, double dPitch, int nClip) const
 {
     const narvo::CPixelReader reader(ConvParam);
-    const std::int64_t nPitch = narvo::TruncToInt(dPitch);
+    const std::int64_t nPitch = narvo::TruncateToInt(dPitch);
     const double dFrac = dPitch - static_cast<double>(nPitch);
     return GetMeanDifference(reader, x, y, nWidth, nHeight, nClip,
                              [&](std::int64_t i, std::int64_t j) {
@@ -46,7 +46,7 @@ int CBlobStorage::GetAreaValue(int x, int y, int nWidth, int nHeight, double dPi
 int CBlobStorage::GetAreaValueVert(int x, int y, int nWidth, int nHeight, double dPitch, int nClip) const
 {
     const narvo::CPixelReader reader(ConvParam);
-    const std::int64_t nPitch = narvo::TruncToInt(dPitch);
+    const std::int64_t nPitch = narvo::TruncateToInt(dPitch);
     const double dFrac = dPitch - static_cast<double>(nPitch);
     if (y + nPitch + 1 >= ConvParam.nImageHeight)
         return 0;

@@ -10,7 +10,7 @@
 #include "narvoassem/storage/pair_groups.h"
 #include "narvoassem/storage/pitch_verify.h"
 #include "narvoassem/storage/store_memory.h"
-#include "narvoassem/storage/wrap_arith.h"
+#include "narvoassem/wrap_int.h"
 
 namespace narvo
 {

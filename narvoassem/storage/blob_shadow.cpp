@@ -42,7 +42,8 @@ private:
     CPoint GetGhost(const CDefectBlob& blob) const
     {
         CPoint pt = blob.ptCenter;
-        pt.*m_pAxis = TruncToInt(blob.nDefectPos == DefectPos_First ? pt.*m_pAxis + m_dPitch : pt.*m_pAxis - m_dPitch);
+        pt.*m_pAxis =
+            TruncateToInt(blob.nDefectPos == DefectPos_First ? pt.*m_pAxis + m_dPitch : pt.*m_pAxis - m_dPitch);
         return pt;
     }
 

@@ -15,7 +15,7 @@ template <class TRead>
 double GetDifference(TRead fnRead, int nAlong, int nAcross, int nAlongSize, int nAcrossSize, double dPitch)
 {
     const double dPos = nAlong + dPitch;
-    const std::int64_t nPos = TruncToInt(dPos);
+    const std::int64_t nPos = TruncateToInt(dPos);
     const double dFrac = dPos - static_cast<double>(nPos);
 
     double dSrc = 0.0;

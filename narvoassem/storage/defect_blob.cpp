@@ -7,7 +7,7 @@
 #include <new>
 #include <numbers>
 
-#include "narvoassem/storage/wrap_arith.h"
+#include "narvoassem/wrap_int.h"
 
 using narvo::LowByte;
 using narvo::LowShort;

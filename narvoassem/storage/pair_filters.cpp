@@ -7,7 +7,7 @@
 #include "narvoassem/pairstorage.h"
 #include "narvoassem/storage/convolution_difference.h"
 #include "narvoassem/storage/pixel_read.h"
-#include "narvoassem/storage/wrap_arith.h"
+#include "narvoassem/wrap_int.h"
 
 namespace narvo
 {
@@ -52,9 +52,9 @@ int GetValue(const CConvParam& param, EAxis eAxis, int x, int y, double dPitch)
 {
     const CNarvoBufferSudo view(param.pImage, param.nImageWidth, param.nImageHeight);
     if (IsPixelInspection(param))
-        return TruncToInt(eAxis == EAxis::X ? ConvDiffHori1x1(view, x, y, dPitch)
-                                            : ConvDiffVert1x1(view, x, y, dPitch));
-    return TruncToInt(eAxis == EAxis::X ? ConvDiffHori2x2(view, x, y, dPitch) : ConvDiffVert2x2(view, x, y, dPitch));
+        return TruncateToInt(eAxis == EAxis::X ? ConvDiffHori1x1(view, x, y, dPitch)
+                                               : ConvDiffVert1x1(view, x, y, dPitch));
+    return TruncateToInt(eAxis == EAxis::X ? ConvDiffHori2x2(view, x, y, dPitch) : ConvDiffVert2x2(view, x, y, dPitch));
 }
 
 int Exceeds(int nValue, int nLimit)
@@ -70,7 +70,7 @@ int TestAcross(const CConvParam& param, const CDefectPair& pair, EAxis eAxis, do
 // dPitch turned round when its whole pixels, started at nPos, come within nReach of nEnd.
 double TurnAtEnd(double dPitch, int nPos, int nReach, int nEnd)
 {
-    return static_cast<std::int64_t>(nPos) + TruncToInt(dPitch) + nReach >= nEnd ? -dPitch : dPitch;
+    return static_cast<std::int64_t>(nPos) + TruncateToInt(dPitch) + nReach >= nEnd ? -dPitch : dPitch;
 }
 
 // Where and how far a pair of an edge band is tested.
@@ -102,12 +102,12 @@ bool FindEdgeTest(const CConvParam& param, int nDefectPos, int nPos, double dPit
     test.nSign = -1;
     if (nSpanStart > nPos - dPitch - 3.0)
     {
-        test.nPos = TruncToInt(nPos + dPitch + 0.5);
+        test.nPos = TruncateToInt(nPos + dPitch + 0.5);
         test.dPitch = -dPitch;
         test.nAdd = param.nThresholdExtra;
     }
     else
-        test.nPos = WrapSub(nPos, TruncToInt(dPitch + 0.5));
+        test.nPos = WrapSub(nPos, TruncateToInt(dPitch + 0.5));
     return true;
 }
 
@@ -192,7 +192,7 @@ int CPairStorage::JumpFilter_Hori(CDefectPair* pDefect)
     const CRect& rtInspect = ConvParam.rtInspect;
     const int x = pDefect->ptDefect.x;
     const double dPitch = narvo::TurnAtEnd(2.0 * ConvParam.GetRealConvPitch(), x, 1, rtInspect.right);
-    const int nTarget = narvo::TruncToInt(x + dPitch);
+    const int nTarget = narvo::TruncateToInt(x + dPitch);
     if (nTarget < rtInspect.left || nTarget > rtInspect.right)
         return 0;
     return narvo::TestAcross(ConvParam, *pDefect, narvo::EAxis::X, dPitch);
@@ -205,7 +205,7 @@ int CPairStorage::JumpFilter_Vert(CDefectPair* pDefect)
     const CRect& rtInspect = ConvParam.rtInspect;
     const int y = pDefect->ptDefect.y;
     const double dPitch = narvo::TurnAtEnd(2.0 * ConvParam.GetRealScanPitch(), y, 1, rtInspect.bottom);
-    const int nTarget = narvo::TruncToInt(y + dPitch);
+    const int nTarget = narvo::TruncateToInt(y + dPitch);
     // A jump beyond the region keeps the pair here, and removes it along x.
     if (nTarget < rtInspect.top || nTarget > rtInspect.bottom)
         return 1;
@@ -220,7 +220,7 @@ int CPairStorage::JumpFilter_Vert2by2(CDefectPair* pDefect, CRect rtArea)
         return 1;
     const CNarvoBufferSudo view(ConvParam.pImage, ConvParam.nImageWidth, ConvParam.nImageHeight);
     const int nLimit = narvo::WrapMul(narvo::WrapMul(pDefect->nThreshold, ConvParam.nConvWidth), ConvParam.nConvHeight);
-    return narvo::Exceeds(narvo::TruncToInt(narvo::ConvDiffVert2x2(view, pDefect->ptDefect.x, y, dPitch)), nLimit);
+    return narvo::Exceeds(narvo::TruncateToInt(narvo::ConvDiffVert2x2(view, pDefect->ptDefect.x, y, dPitch)), nLimit);
 }
 
 int CPairStorage::MarginFilter_Hori(CDefectPair* pDefect)

@@ -4,7 +4,7 @@
 #include "narvoassem/pairstorage.h"
 #include "narvoassem/storage/pixel_read.h"
 #include "narvoassem/storage/store_memory.h"
-#include "narvoassem/storage/wrap_arith.h"
+#include "narvoassem/wrap_int.h"
 
 namespace narvo
 {
@@ -23,7 +23,7 @@ class CPairingWalk
 {
 public:
     CPairingWalk(CPairStorage& store, double dPitch, EPairFields eFields)
-        : m_store(store), m_eFields(eFields), m_dStep(dPitch + 0.5), m_nStep(TruncToInt(m_dStep))
+        : m_store(store), m_eFields(eFields), m_dStep(dPitch + 0.5), m_nStep(TruncateToInt(m_dStep))
     {
     }
 
@@ -31,7 +31,7 @@ public:
     {
         const CRect& rtInspect = m_store.ConvParam.rtInspect;
         const int nLeftEnd = WrapAdd(rtInspect.left, m_nStep);
-        const int nRightStart = WrapSub(rtInspect.right, TruncToInt(2.0 * m_dStep));
+        const int nRightStart = WrapSub(rtInspect.right, TruncateToInt(2.0 * m_dStep));
         for (int i = 0; i < m_store.nPixelCount && HasRoom(); ++i)
         {
             if (IsOut(i))

@@ -56,7 +56,7 @@ int GetWindowDifference(const CConvParam& param, int x, int y, int nClip, TRefer
         for (std::int64_t j = 0; j < param.nConvHeight; ++j)
         {
             nSum += std::min(reader.Read(x + i, y + j), nClip);
-            nRefSum += std::min(TruncToInt(fnReference(reader, x + i, y + j)), nClip);
+            nRefSum += std::min(TruncateToInt(fnReference(reader, x + i, y + j)), nClip);
         }
     }
     return static_cast<int>(nSum - nRefSum);
@@ -69,13 +69,13 @@ struct SSplitPitch
     {
         if (dPitch >= 0.0)
         {
-            nPos = TruncToInt(dPitch);
+            nPos = TruncateToInt(dPitch);
             dFar = dPitch - static_cast<double>(nPos);
             dNear = 1.0 - dFar;
         }
         else
         {
-            nPos = TruncToInt(dPitch - 1.0);
+            nPos = TruncateToInt(dPitch - 1.0);
             dNear = static_cast<double>(nPos) - (dPitch - 1.0);
             dFar = 1.0 - dNear;
         }
@@ -196,7 +196,7 @@ int CBlobStorage::DPCTiltFiltering(CDefectPair* pDefect)
 {
     if (ConvParam.pScanPitchTable == nullptr || ConvParam.pTiltScanTable == nullptr)
         return 0;
-    const std::int64_t nStep = narvo::TruncToInt(ConvParam.GetRealScanPitch() + 0.5);
+    const std::int64_t nStep = narvo::TruncateToInt(ConvParam.GetRealScanPitch() + 0.5);
     const double dSrc = pDefect->nSrcGray;
     const int nX = pDefect->ptDefect.x;
     const int nY = pDefect->ptDefect.y;
@@ -231,7 +231,7 @@ double CBlobStorage::GetReferenceValTilt(int nY, int nX, double dPitch, double d
 {
     const narvo::CPixelReader reader(ConvParam);
     const double dAbs = std::fabs(dPitch);
-    std::int64_t nNear = narvo::TruncToInt(dAbs);
+    std::int64_t nNear = narvo::TruncateToInt(dAbs);
     const double dFrac = dAbs - static_cast<double>(nNear);
     std::int64_t nFar = nNear + 1;
     double dTiltUse = dTilt;

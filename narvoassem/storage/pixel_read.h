@@ -1,28 +1,16 @@
-// Reads of the image that stay inside its bytes whatever position is asked for, and the double to int conversion
-// that goes with them. Which pixels are read, and with what weights, is the callers' matter.
+// Reads of the image that stay inside its bytes whatever position is asked for. Which pixels are read, and with what
+// weights, is the callers' matter.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
-#include <limits>
 
 #include "narvoassem/convparam.h"
 #include "narvoassem/narvostrg.h"
+#include "narvoassem/truncate.h"
 
 namespace narvo
 {
-
-/// Truncates toward zero; a value beyond int gives the nearest int, a NaN gives 0.
-inline int TruncToInt(double dValue)
-{
-    constexpr int nLow = std::numeric_limits<int>::min();
-    constexpr int nHigh = std::numeric_limits<int>::max();
-    if (dValue >= static_cast<double>(nHigh))
-        return nHigh;
-    if (dValue <= static_cast<double>(nLow))
-        return nLow;
-    return dValue == dValue ? static_cast<int>(dValue) : 0;
-}
 
 /// An image addressed by row and column. Positions outside are settled in this order: a row above the first or below
 /// the last counts as that row; then the flat address is taken, so that a column past the end is the start of the

@@ -4,7 +4,7 @@
 
 #include "narvoassem/blobstorage.h"
 #include "narvoassem/storage/pixel_read.h"
-#include "narvoassem/storage/wrap_arith.h"
+#include "narvoassem/wrap_int.h"
 
 int CBlobStorage::CalcRScale(const CPoint* pPoints) const
 {
@@ -30,5 +30,5 @@ int CBlobStorage::CalcRScale(const CPoint* pPoints) const
             dGreatest[i] = std::max(dGreatest[i], dDx * dDx + dDy * dDy);
         }
     }
-    return narvo::TruncToInt(std::sqrt(*std::max_element(dGreatest, dGreatest + nPoints)) + 0.5);
+    return narvo::TruncateToInt(std::sqrt(*std::max_element(dGreatest, dGreatest + nPoints)) + 0.5);
 }

@@ -7,7 +7,7 @@
 #include "narvoassem/blobstorage.h"
 #include "narvoassem/storage/blob_tidy.h"
 #include "narvoassem/storage/pixel_read.h"
-#include "narvoassem/storage/wrap_arith.h"
+#include "narvoassem/wrap_int.h"
 
 namespace narvo
 {
@@ -19,7 +19,7 @@ class CVerticalClassifier
 {
 public:
     explicit CVerticalClassifier(CBlobStorage& store)
-        : m_store(store), m_dPitch(store.ConvParam.GetRealScanPitch()), m_nPitch(TruncToInt(m_dPitch)),
+        : m_store(store), m_dPitch(store.ConvParam.GetRealScanPitch()), m_nPitch(TruncateToInt(m_dPitch)),
           m_nThreshold(store.ConvParam.nThreshold), m_nClip(store.ConvParam.nGrayLimit)
     {
     }
@@ -31,7 +31,7 @@ public:
         const int nX = blob.ptCenter.x;
         const int nY = WrapRow(blob.ptCenter.y);
         const int nVal1 = m_store.GetConvolutionValueVert(nX, nY, m_dPitch, m_nClip);
-        const int nVal2 = m_store.GetConvolutionValueVert(nX, TruncToInt(nY + m_dPitch), m_dPitch, m_nClip);
+        const int nVal2 = m_store.GetConvolutionValueVert(nX, TruncateToInt(nY + m_dPitch), m_dPitch, m_nClip);
         const bool bReached1 = GetSize(nVal1) >= m_nThreshold;
         const bool bReached2 = GetSize(nVal2) >= m_nThreshold;
         if (!bReached1)
@@ -54,7 +54,8 @@ public:
         const int nY = WrapRow(blob.rtDefect.top);
         const int nBlockW = std::min(nWidth, m_nPitch);
         const int nAhead = m_store.GetAreaValueVert(nX, nY, nBlockW, nHeight, m_dPitch, m_nClip);
-        const int nBack = m_store.GetAreaValueVert(nX, TruncToInt(nY - m_dPitch), nBlockW, nHeight, m_dPitch, m_nClip);
+        const int nBack =
+            m_store.GetAreaValueVert(nX, TruncateToInt(nY - m_dPitch), nBlockW, nHeight, m_dPitch, m_nClip);
         const bool bAhead = GetSize(nAhead) > m_nThreshold;
         const bool bBack = GetSize(nBack) > m_nThreshold;
         if (!bAhead && !bBack)
@@ -129,7 +130,7 @@ int CBlobStorage::ClassifyVertical(int nPairIndex, int nLimit)
     CDefectPair& pair = pPair[nPairIndex];
     const CRect& rtInspect = ConvParam.rtInspect;
     const double dReal = ConvParam.GetRealScanPitch();
-    const std::int64_t nPitch = narvo::TruncToInt(dReal);
+    const std::int64_t nPitch = narvo::TruncateToInt(dReal);
     const double dFrac = dReal - static_cast<double>(nPitch);
     if (rtInspect.Height() <= 2 * nPitch)
         return 0;
@@ -146,8 +147,8 @@ int CBlobStorage::ClassifyVertical(int nPairIndex, int nLimit)
     const std::int64_t nY = pair.ptDefect.y;
     const double dSrc = reader.Read(nX, nY);
     const double dRef = reader.Read(nX, nY + nStep) * dRest + reader.Read(nX, nY + nStep + 1) * dFrac;
-    const bool bFails = (pair.nDefectType == DefectType_Dark && narvo::TruncToInt(dRef - dSrc) < nLimit) ||
-                        (pair.nDefectType == DefectType_Bright && narvo::TruncToInt(dSrc - dRef) < nLimit);
+    const bool bFails = (pair.nDefectType == DefectType_Dark && narvo::TruncateToInt(dRef - dSrc) < nLimit) ||
+                        (pair.nDefectType == DefectType_Bright && narvo::TruncateToInt(dSrc - dRef) < nLimit);
     if (!bFails)
         return 1;
     pair.nDefectType = DefectType_Removed;
