@@ -295,8 +295,8 @@ void CheckSize(const Recipe& recipe, const CRect& region, int imageWidth, int im
                  FormatNumber(real / multiple) +
                      (multiple == 1 ? ""
                                     : " (times multiple." + std::string(axis) + ", " + std::to_string(multiple) + ")"),
-                 "at most " + FormatNumber(room / dPitchesInRegion / multiple) + " pixels, a third of the " + what +
-                     " of " + std::to_string(room)});
+                 "at most " + FormatNumber(std::floor(room / dPitchesInRegion / multiple * 1000.0) / 1000.0) +
+                     " pixels, a third of the " + what + " of " + std::to_string(room)});
     };
     if (direction == Direction_Vertical)
         checkPitch("y", recipe.RealPitchY(), recipe.multipleY, region.Height(), "region's height");
