@@ -95,9 +95,18 @@ CScene::CScene(int nImageWidth, int nImageHeight) : nWidth(nImageWidth), nHeight
     scanPitchTable.resize(static_cast<std::size_t>(nHeight / 16 + 2));
     for (std::size_t i = 0; i < scanPitchTable.size(); ++i)
         scanPitchTable[i] = static_cast<int>(dScanPeriod * 16.0) + static_cast<int>(i / 8 % 2);
-    convPitchTable.assign(static_cast<std::size_t>(nWidth) + 16, static_cast<unsigned short>(dConvPeriod));
-    weightNear.assign(static_cast<std::size_t>(nWidth) + 32, 5);
-    weightFar.assign(static_cast<std::size_t>(nWidth) + 32, 11);
+    // Every eighth strip on, the displacement changes between the pixel before the pitch and the one behind it.
+    convPitchTable.resize(static_cast<std::size_t>(nWidth) + 16);
+    weightNear.resize(static_cast<std::size_t>(nWidth) + 32);
+    weightFar.resize(weightNear.size());
+    for (std::size_t i = 0; i < weightNear.size(); ++i)
+    {
+        const bool bBehind = i / 128 % 2 == 1;
+        if (i < convPitchTable.size())
+            convPitchTable[i] = static_cast<unsigned short>(static_cast<int>(dConvPeriod) + (bBehind ? 1 : 0));
+        weightNear[i] = bBehind ? 16 : 5;
+        weightFar[i] = bBehind ? 0 : 11;
+    }
     std::fill(std::begin(tspOffsets), std::end(tspOffsets), 18);
     std::fill(std::begin(tspGains), std::end(tspGains), 20);
 }

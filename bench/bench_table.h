@@ -37,8 +37,6 @@ public:
     /// A target that this machine cannot show.
     void Absent(const std::string& strName, const std::string& strUnit, Bound eBound, double dTarget);
 
-    void Add(SLine line);
-
     /// True when every measured target is met.
     bool AllMet() const;
     /// One line per target; with bNotes the notes too.
@@ -48,6 +46,7 @@ public:
     void WriteJson(std::ostream& out, const std::string& strCommand) const;
 
 private:
+    void Add(SLine line);
     std::vector<SLine> m_lines;
 };
 

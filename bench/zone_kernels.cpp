@@ -149,21 +149,21 @@ int ClassIdTable(SZoneCall& call)
 std::span<const SZoneKernel> ZoneKernels()
 {
     static const SZoneKernel kernels[] = {
-        {"ConvZoneVertFast", Vert, plainVert, 4.5, 0.2},
-        {"ConvZoneVertDirectFast", VertDirect, plainVertDirect, 3.0, 0.1},
-        {"ConvZoneVert2by2Fast", Vert2by2, plainVert2by2, 3.0, 0.1},
-        {"ConvZoneVertFlagFast", VertFlag, plainVertFlag, 3.0, 0.1},
-        {"ConvZoneVertFlag2by2Fast", VertFlag2by2, plainVertFlag2by2, 3.0, 0.1},
-        {"ConvZoneVertKneeFast", VertKnee, plainVertKnee, 3.0, 0.1},
-        {"ConvZoneVTDFast", Vtd, plainVtd, 3.0, 0.1},
-        {"ConvZoneFast", Hori, plainHori, 3.0, 0.25},
-        {"ConvZoneTableFast", HoriTable, plainHoriTable, 3.0, 0.1},
-        {"ConvZoneVert2S_Intrin", Vert2S, plainMember, 3.0, 0.1},
-        {"ConvZoneVert2S_TSP_Intrin", Vert2STsp, plainMemberZones, 3.0, 0.1},
-        {"ConvZoneVert2S_BlackFilter", Vert2SBlack, plainMemberDark, 3.0, 0.1},
-        {"ConvZoneVTD_Intrin", VtdMember, plainMemberVtd, 3.0, 0.1},
-        {"ConvZone_AVX_ClassID", ClassId, plainVert, 3.0, 0.1},
-        {"ConvZoneVTDSMC_IntrinAVX", ClassIdTable, plainClassIdTable, 3.0, 0.1},
+        {"ConvZoneVertFast", Vert, plainVert, 3.0, 4.5, 0.2},
+        {"ConvZoneVertDirectFast", VertDirect, plainVertDirect, 0.0, 3.0, 0.1},
+        {"ConvZoneVert2by2Fast", Vert2by2, plainVert2by2, 0.0, 3.0, 0.1},
+        {"ConvZoneVertFlagFast", VertFlag, plainVertFlag, 0.0, 3.0, 0.1},
+        {"ConvZoneVertFlag2by2Fast", VertFlag2by2, plainVertFlag2by2, 0.0, 3.0, 0.1},
+        {"ConvZoneVertKneeFast", VertKnee, plainVertKnee, 0.0, 3.0, 0.1},
+        {"ConvZoneVTDFast", Vtd, plainVtd, 0.0, 3.0, 0.1},
+        {"ConvZoneFast", Hori, plainHori, 0.0, 0.0, 0.25},
+        {"ConvZoneTableFast", HoriTable, plainHoriTable, 0.0, 3.0, 0.1},
+        {"ConvZoneVert2S_Intrin", Vert2S, plainMember, 0.0, 3.0, 0.1},
+        {"ConvZoneVert2S_TSP_Intrin", Vert2STsp, plainMemberZones, 0.0, 3.0, 0.1},
+        {"ConvZoneVert2S_BlackFilter", Vert2SBlack, plainMemberDark, 0.0, 3.0, 0.1},
+        {"ConvZoneVTD_Intrin", VtdMember, plainMemberVtd, 0.0, 3.0, 0.1},
+        {"ConvZone_AVX_ClassID", ClassId, plainVert, 0.0, 3.0, 0.1},
+        {"ConvZoneVTDSMC_IntrinAVX", ClassIdTable, plainClassIdTable, 0.0, 3.0, 0.1},
     };
     return kernels;
 }

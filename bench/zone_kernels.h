@@ -13,8 +13,10 @@ struct SZoneKernel
     const char* pName;
     int (*pLibrary)(SZoneCall&); ///< starts with no pairs held; @return the pair count
     PlainZone pPlain;
-    double dOverPlain; ///< target: times the baseline's rate at the widest level
-    double dOfReading; ///< target: share of the read pass's rate at the widest level
+    // Targets, 0 for none.
+    double dOverPlainAvx2;   ///< times the baseline's rate at AVX2
+    double dOverPlainAvx512; ///< the same at AVX-512
+    double dOfReading;       ///< share of the read pass's rate at AVX-512
 };
 
 std::span<const SZoneKernel> ZoneKernels();
