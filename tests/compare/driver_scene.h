@@ -79,7 +79,7 @@ inline std::vector<int> GetTrace(const CNarvoAssem& engine)
     {
         const CDefectPair& pair = engine.pPair[i];
         trace.insert(trace.end(), {pair.nDefectPos, pair.nDefectPair, pair.ptDefect.x, pair.ptDefect.y, pair.nCmpGray,
-                                   pair.nZoneIndex, pair.nThreshold});
+                                   pair.nZoneIndex, pair.nThreshold, pair.nSubZone});
     }
     for (int i = 0; i < CTracedEngine::nTraced; ++i)
         trace.insert(trace.end(), {engine.pPixelX[i], engine.pPixelY[i], engine.pPixelType[i], engine.pPeak[i],
