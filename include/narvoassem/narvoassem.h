@@ -88,8 +88,12 @@ public:
     void InspectPAD_Clear();
 
     /// Inspects rtInspect by nInspectMode and nDirection. Blobs join those held: call ResetNarvoAssem first. An
-    /// overflow starts re-runs from where the pass stopped, as long as nReinspectCount is below nMaxReinspect.
-    /// @return 1, 8 or 16
+    /// overflow starts re-runs from where the pass stopped, as long as nReinspectCount is below nMaxReinspect; when a
+    /// re-run would begin where its pass began and has brought no blob, the count goes to nMaxReinspect at once.
+    /// @return 1, 8 or 16. 8 comes from the checks below (modes 2 and 3 skip them) and, in every mode, for what would
+    /// be read outside the image or the tables: a region not inside the image, a null image under a region that is not
+    /// empty, pitches that are not finite, beyond 2^26 pixels or negative along the compare direction, tables or the
+    /// zone grid missing where they are needed, zone cells less than a pixel high, an engine without stores
     int Inspect_Rect(CConvParam* pParam);
     /// Inspect_Rect in bands of columns, in parallel on the sub-engines, for regions of 2000 pixels or more along the
     /// split axis; blobs of all bands are gathered here, seams are not bridged. @return 1, 8 (no sub-engines) or 16
