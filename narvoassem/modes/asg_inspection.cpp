@@ -101,6 +101,8 @@ CASGInspection::CASGInspection(const CASGInspection& other) : CASGInspection()
 
 CASGInspection& CASGInspection::operator=(const CASGInspection& other)
 {
+    if (this == &other)
+        return *this;
     pPixelX = other.pPixelX;
     pPixelY = other.pPixelY;
     pPixelType = other.pPixelType;

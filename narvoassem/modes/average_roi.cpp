@@ -140,23 +140,33 @@ private:
     bool m_bOpen = true;
 };
 
-/// Table and tests one pixel at a time, in 64 bits: for windows and regions beyond the vector form, and without memory.
-void ScanPlain(const unsigned char* pImage, std::int64_t nPitch, std::int64_t* pIntegral, int nWidth, int nHeight,
-               const CAverageTest& test, CAverageSink& sink)
+/// The pixels of the region.
+struct CRegionPixels
 {
-    const std::int64_t nCells = std::int64_t{nWidth} + 1;
+    const unsigned char* pFirst;
+    std::int64_t nPitch; ///< bytes per row
+    std::int64_t nWidth;
+    std::int64_t nHeight;
+
+    const unsigned char* GetRow(std::int64_t y) const { return pFirst + y * nPitch; }
+};
+
+/// Table and tests one pixel at a time, in 64 bits: for windows and regions beyond the vector form, and without memory.
+void ScanPlain(const CRegionPixels& pixels, std::int64_t* pIntegral, const CAverageTest& test, CAverageSink& sink)
+{
+    const std::int64_t nCells = pixels.nWidth + 1;
     std::memset(pIntegral, 0, static_cast<std::size_t>(nCells) * sizeof *pIntegral);
-    for (std::int64_t y = 0; y < nHeight; ++y)
+    for (std::int64_t y = 0; y < pixels.nHeight; ++y)
     {
-        const unsigned char* pPixels = pImage + y * nPitch;
+        const unsigned char* pPixels = pixels.GetRow(y);
         std::int64_t* pAbove = pIntegral + y * nCells;
         std::int64_t* pRow = pAbove + nCells;
         pRow[0] = 0;
-        for (std::int64_t x = 0; x < nWidth; ++x)
+        for (std::int64_t x = 0; x < pixels.nWidth; ++x)
             pRow[x + 1] = pPixels[x] + pAbove[x + 1] + pRow[x] - pAbove[x];
     }
-    for (int y = 0; y < nHeight && sink.IsOpen(); ++y)
-        for (int x = 0; x < nWidth && sink.IsOpen(); ++x)
+    for (int y = 0; y < pixels.nHeight && sink.IsOpen(); ++y)
+        for (int x = 0; x < pixels.nWidth && sink.IsOpen(); ++x)
             sink.TakePixel(test, x, y);
 }
 
@@ -182,50 +192,29 @@ template <typename TSum>
 class CAverageScan
 {
 public:
-    CAverageScan(const narvo::CAverageRow<TSum>& row, std::int64_t nHeight)
-        : m_row(row), m_nHeight(nHeight), m_nRing(std::min(nHeight, 2 * (row.nBack / 2) + 3)),
-          m_nStride(row.nWidth + 1 + narvo::nSumRowSlack)
+    CAverageScan(const CRegionPixels& pixels, std::int64_t* pIntegral, const narvo::CAverageRow<TSum>& row)
+        : m_pixels(pixels), m_pIntegral(pIntegral), m_row(row),
+          m_nRing(std::min(pixels.nHeight, 2 * (row.nBack / 2) + 3)), m_nStride(pixels.nWidth + 1 + narvo::nSumRowSlack)
     {
         static_assert(alignof(TSum) <= alignof(std::uint32_t));
         CAverageScratch& scratch = GetScratch();
         m_pRing = reinterpret_cast<TSum*>(TakeCleared(scratch.ring, (m_nRing + 1) * m_nStride * sizeof(TSum)));
         m_pLow = TakeCleared(scratch.low, m_nStride * sizeof(std::uint32_t));
         m_pColumns = reinterpret_cast<std::int32_t*>(
-            TakeCleared(scratch.columns, 2 * narvo::GetColumnEntries(row.nWidth, nRun) * sizeof(std::int32_t)));
+            TakeCleared(scratch.columns, 2 * narvo::GetColumnEntries(pixels.nWidth, nRun) * sizeof(std::int32_t)));
     }
 
     bool HasMemory() const { return m_pRing != nullptr && m_pLow != nullptr && m_pColumns != nullptr; }
 
-    void Run(const unsigned char* pImage, std::int64_t nPitch, std::int64_t* pIntegral, const CAverageTest& test,
-             CAverageSink& sink)
+    void Run(const CAverageTest& test, CAverageSink& sink)
     {
-        const std::int64_t nWidth = m_row.nWidth;
-        std::memset(pIntegral, 0, static_cast<std::size_t>(nWidth + 1) * sizeof *pIntegral);
-        std::int64_t nBuilt = 0;
-        const auto openRow = [&]
-        {
-            narvo::CSumRow<TSum> row{pImage + nBuilt * nPitch, nWidth, GetRow(nBuilt), m_pLow,
-                                     pIntegral + (nBuilt + 1) * (nWidth + 1)};
-            row.pTable[0] = 0;
-            ++nBuilt;
-            return row;
-        };
-        const auto buildTo = [&](std::int64_t nRow)
-        {
-            while (nBuilt < nRow)
-            {
-                narvo::CSumRow<TSum> row = openRow();
-                narvo::AppendSums(row, nWidth);
-            }
-        };
+        const std::int64_t nWidth = m_pixels.nWidth;
+        const std::int64_t nHeight = m_pixels.nHeight;
+        std::memset(m_pIntegral, 0, static_cast<std::size_t>(nWidth + 1) * sizeof *m_pIntegral);
         CWindowSpan back{0, 0};
         CWindowSpan defect{0, 0};
-        const auto getReach = [this](std::int64_t y) { return GetSpan(y, m_row.nBack).nTo; };
-        const auto getCursor = [this] {
-            return narvo::CColumnCursor{m_pColumns, m_pColumns + narvo::GetColumnEntries(m_row.nWidth, nRun)};
-        };
-        buildTo(getReach(0));
-        for (std::int64_t y = 0; y < m_nHeight && sink.IsOpen(); ++y)
+        BuildTo(GetReach(0));
+        for (std::int64_t y = 0; y < nHeight && sink.IsOpen(); ++y)
         {
             const CWindowSpan backEnd = GetSpan(y, m_row.nBack);
             const CWindowSpan defectEnd = GetSpan(y, m_row.nDefect);
@@ -240,13 +229,13 @@ public:
                 narvo::CAverageRow<TSum> filling = m_row;
                 filling.nDark = INT32_MIN;
                 filling.nBright = INT32_MAX;
-                narvo::CColumnCursor cursor = getCursor();
+                narvo::CColumnCursor cursor = GetCursor();
                 for (std::int64_t x = 0; x < nWidth; x += nRun)
                     narvo::FindAverageHits(filling, x, std::min(x + nRun, nWidth), cursor, nColumns);
             }
-            const bool bBuild = y + 1 < m_nHeight && getReach(y + 1) > nBuilt;
-            narvo::CSumRow<TSum> row = bBuild ? openRow() : narvo::CSumRow<TSum>{};
-            narvo::CColumnCursor cursor = getCursor();
+            const bool bBuild = y + 1 < nHeight && GetReach(y + 1) > m_nBuilt;
+            narvo::CSumRow<TSum> row = bBuild ? OpenRow() : narvo::CSumRow<TSum>{};
+            narvo::CColumnCursor cursor = GetCursor();
             for (std::int64_t x = 0; x < nWidth; x += nRun)
             {
                 const std::int64_t nTo = std::min(x + nRun, nWidth);
@@ -257,7 +246,7 @@ public:
                     sink.TakePixel(test, nColumns[i], static_cast<int>(y));
             }
         }
-        buildTo(m_nHeight);
+        BuildTo(nHeight);
         narvo::FinishSumRows();
     }
 
@@ -279,7 +268,33 @@ private:
 
     CWindowSpan GetSpan(std::int64_t y, std::int64_t nSize) const
     {
-        return narvo::FindWindowSpan(y, nSize, 0, m_nHeight);
+        return narvo::FindWindowSpan(y, nSize, 0, m_pixels.nHeight);
+    }
+    /// Rows of the table that the windows of row y need; the defect window lies within the other.
+    std::int64_t GetReach(std::int64_t y) const { return GetSpan(y, m_row.nBack).nTo; }
+
+    narvo::CColumnCursor GetCursor() const
+    {
+        return {m_pColumns, m_pColumns + narvo::GetColumnEntries(m_pixels.nWidth, nRun)};
+    }
+
+    /// The next row of the table, none of it built.
+    narvo::CSumRow<TSum> OpenRow()
+    {
+        narvo::CSumRow<TSum> row{m_pixels.GetRow(m_nBuilt), m_pixels.nWidth, GetRow(m_nBuilt), m_pLow,
+                                 m_pIntegral + (m_nBuilt + 1) * (m_pixels.nWidth + 1)};
+        row.pTable[0] = 0;
+        ++m_nBuilt;
+        return row;
+    }
+
+    void BuildTo(std::int64_t nRow)
+    {
+        while (m_nBuilt < nRow)
+        {
+            narvo::CSumRow<TSum> row = OpenRow();
+            narvo::AppendSums(row, m_pixels.nWidth);
+        }
     }
 
     /// Moves each end of a window down by one row where it is not at its place yet.
@@ -290,24 +305,25 @@ private:
         move.pLeave = span.nFrom < end.nFrom ? GetRow(span.nFrom++) : pNone;
     }
 
+    CRegionPixels m_pixels;
+    std::int64_t* m_pIntegral;
     narvo::CAverageRow<TSum> m_row;
-    std::int64_t m_nHeight;
-    std::int64_t m_nRing;   ///< rows kept: the reach of a window, the row that leaves it, the row under construction
-    std::int64_t m_nStride; ///< entries per row
-    TSum* m_pRing;          ///< the rows, and one of zeros behind them
+    std::int64_t m_nBuilt = 0; ///< rows of the table that stand or are under construction, the row of zeros apart
+    std::int64_t m_nRing;      ///< rows kept: the reach of a window, the row that leaves it, the row under construction
+    std::int64_t m_nStride;    ///< entries per row
+    TSum* m_pRing;             ///< the rows, and one of zeros behind them
     std::uint32_t* m_pLow;
     std::int32_t* m_pColumns; ///< what the test keeps per column
 };
 
 /// @return false without memory
 template <typename TSum>
-bool ScanRows(const unsigned char* pImage, std::int64_t nPitch, std::int64_t* pIntegral, std::int64_t nHeight,
-              const CAverageTest& test, CAverageSink& sink)
+bool ScanRows(const CRegionPixels& pixels, std::int64_t* pIntegral, const CAverageTest& test, CAverageSink& sink)
 {
-    CAverageScan<TSum> scan(test.MakeRow<TSum>(), nHeight);
+    CAverageScan<TSum> scan(pixels, pIntegral, test.MakeRow<TSum>());
     if (!scan.HasMemory())
         return false;
-    scan.Run(pImage, nPitch, pIntegral, test, sink);
+    scan.Run(test, sink);
     return true;
 }
 
@@ -335,13 +351,13 @@ int CompareAverageROI(unsigned char* pImage, std::int64_t* pIntegral, int nImage
     if (rtInspect->IsRectEmpty() || pImage == nullptr || pIntegral == nullptr || pPair == nullptr || !test.HasWindows())
         return nPairCount;
 
-    const unsigned char* pFirst = pImage + std::int64_t{rtInspect->top} * nImagePitch + rtInspect->left;
+    const CRegionPixels pixels{pImage + std::int64_t{rtInspect->top} * nImagePitch + rtInspect->left, nImagePitch,
+                               rtInspect->Width(), rtInspect->Height()};
     CAverageSink sink(pPair, nPairCount, nPairSize);
-    const bool bDone = test.HasRows() &&
-                       (test.GetBackSize() <= narvo::nShortWindowLimit
-                            ? ScanRows<std::uint16_t>(pFirst, nImagePitch, pIntegral, rtInspect->Height(), test, sink)
-                            : ScanRows<std::uint32_t>(pFirst, nImagePitch, pIntegral, rtInspect->Height(), test, sink));
+    const bool bDone = test.HasRows() && (test.GetBackSize() <= narvo::nShortWindowLimit
+                                              ? ScanRows<std::uint16_t>(pixels, pIntegral, test, sink)
+                                              : ScanRows<std::uint32_t>(pixels, pIntegral, test, sink));
     if (!bDone)
-        ScanPlain(pFirst, nImagePitch, pIntegral, rtInspect->Width(), rtInspect->Height(), test, sink);
+        ScanPlain(pixels, pIntegral, test, sink);
     return sink.GetCount();
 }

@@ -19,8 +19,9 @@ struct CFree
 template <typename TElement>
 std::unique_ptr<TElement[], CFree> Allocate(std::size_t nCount)
 {
-    return std::unique_ptr<TElement[], CFree>(
-        static_cast<TElement*>(std::malloc(std::max<std::size_t>(nCount, 1) * sizeof(TElement))));
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): arrays of pointers are meant
+    const std::size_t nBytes = std::max<std::size_t>(nCount, 1) * sizeof(TElement);
+    return std::unique_ptr<TElement[], CFree>(static_cast<TElement*>(std::malloc(nBytes)));
 }
 
 /// An edge on its way down: the crossing with row nRow is nFloor + nRest / nHeight, 0 <= nRest < nHeight.
