@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iomanip>
 #include <iostream>
+#include <map>
 #include <sstream>
 #include <thread>
 
@@ -86,13 +87,51 @@ void CTable::WriteText(std::ostream& out, bool bNotes) const
                 << std::setw(12) << Target(line) << Verdict(line) << '\n';
 }
 
-void CTable::WriteMarkdown(std::ostream& out) const
+void CTable::WriteMarkdown(std::ostream& out, const std::string& strCommand) const
 {
-    out << "Machine: " << MachineName() << ". Compiler: " << CompilerName() << ".\n\n";
+    out << "Machine: " << MachineName() << ". Compiler: " << CompilerName() << ". Command: `" << strCommand << "`.\n\n";
     out << "| figure | value | target | |\n|---|---:|---:|---|\n";
     for (const SLine& line : m_lines)
-        out << "| " << line.strName << " | " << (line.bMeasured ? Number(line.dValue) + " " + line.strUnit : "-")
-            << " | " << Target(line) << " | " << Verdict(line) << " |\n";
+        if (line.eBound != Bound::None)
+            out << "| " << line.strName << " | " << (line.bMeasured ? Number(line.dValue) + " " + line.strUnit : "-")
+                << " | " << Target(line) << " | " << Verdict(line) << " |\n";
+
+    // Rates of one case at several levels make one row.
+    const std::vector<std::string> columns = {"plain kernel", "SSSE3", "SSE4", "AVX2", "AVX-512"};
+    std::vector<std::pair<std::string, std::map<std::string, std::string>>> rows;
+    std::ostringstream others;
+    for (const SLine& line : m_lines)
+    {
+        if (line.eBound != Bound::None)
+            continue;
+        const std::size_t nComma = line.strName.rfind(", ");
+        const std::string strColumn = nComma == std::string::npos ? "" : line.strName.substr(nComma + 2);
+        if (line.strUnit != "GPix/s" || std::find(columns.begin(), columns.end(), strColumn) == columns.end())
+        {
+            others << "| " << line.strName << " | " << Number(line.dValue) << ' ' << line.strUnit << " |\n";
+            continue;
+        }
+        const std::string strRow = line.strName.substr(0, nComma);
+        if (rows.empty() || rows.back().first != strRow)
+            rows.push_back({strRow, {}});
+        rows.back().second[strColumn] = Number(line.dValue);
+    }
+    if (!rows.empty())
+    {
+        out << "\nRates in GPix/s:\n\n| case |";
+        for (const std::string& strColumn : columns)
+            out << ' ' << strColumn << " |";
+        out << "\n|---|---:|---:|---:|---:|---:|\n";
+        for (const auto& [strRow, values] : rows)
+        {
+            out << "| " << strRow << " |";
+            for (const std::string& strColumn : columns)
+                out << ' ' << (values.count(strColumn) != 0 ? values.at(strColumn) : "-") << " |";
+            out << '\n';
+        }
+    }
+    if (!others.str().empty())
+        out << "\nFor information:\n\n| figure | value |\n|---|---:|\n" << others.str();
 }
 
 void CTable::WriteJson(std::ostream& out, const std::string& strCommand) const

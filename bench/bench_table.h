@@ -41,7 +41,8 @@ public:
     bool AllMet() const;
     /// One line per target; with bNotes the notes too.
     void WriteText(std::ostream& out, bool bNotes) const;
-    void WriteMarkdown(std::ostream& out) const;
+    /// All lines: those with a target, rates by vector level, the rest.
+    void WriteMarkdown(std::ostream& out, const std::string& strCommand) const;
     /// All lines, with machine, compiler and command.
     void WriteJson(std::ostream& out, const std::string& strCommand) const;
 

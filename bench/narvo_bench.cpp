@@ -1,16 +1,34 @@
 // The bench: measures everything in one run and in one process, prints one line for each target and exits with 1 when
 // one falls short.
-#include <exception>
+#include <algorithm>
 #include <fstream>
-#include <functional>
 #include <iostream>
-#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 
 #include "bench/bench_lines.h"
+
+namespace
+{
+
+/// What a document holds up to its marker, the marker's line included; nothing of a file without one.
+std::string UpToMarker(const std::string& strFile)
+{
+    std::ifstream file(strFile);
+    std::string strKept;
+    for (std::string strLine; std::getline(file, strLine);)
+    {
+        strKept += strLine + '\n';
+        if (strLine == "<!-- figures -->")
+            return strKept + '\n';
+    }
+    return {};
+}
+
+} // namespace
 
 int main(int nArguments, char** ppArguments)
 {
@@ -24,7 +42,8 @@ int main(int nArguments, char** ppArguments)
     std::vector<std::string> wanted;
     bool bAll = false;
     app.add_option("--json", strJson, "write all lines as JSON to this file");
-    app.add_option("--markdown", strMarkdown, "write all lines as a Markdown table to this file");
+    app.add_option("--markdown", strMarkdown,
+                   "write all lines as Markdown tables to this file, behind its line <!-- figures --> if there is one");
     app.add_option("--only", wanted, "measure these families only (zone, engine, blob)");
     app.add_flag("--all", bAll, "print the lines without a target too");
     app.add_flag("--quick", options.bQuick, "small images, one round: checks results, judges no speed");
@@ -37,7 +56,7 @@ int main(int nArguments, char** ppArguments)
 
     std::string strCommand;
     for (int i = 0; i < nArguments; ++i)
-        strCommand += (i == 0 ? "" : " ") + std::string(i == 0 ? "narvo_bench" : ppArguments[i]);
+        strCommand += (i == 0 ? "" : " ") + std::string(i == 0 ? "scripts/bench" : ppArguments[i]);
     table.WriteText(std::cout, bAll);
     if (!strJson.empty())
     {
@@ -46,8 +65,10 @@ int main(int nArguments, char** ppArguments)
     }
     if (!strMarkdown.empty())
     {
+        const std::string strKept = UpToMarker(strMarkdown);
         std::ofstream file(strMarkdown);
-        table.WriteMarkdown(file);
+        file << strKept;
+        table.WriteMarkdown(file, strCommand);
     }
     return table.AllMet() || options.bQuick ? 0 : 1;
 }
