@@ -209,8 +209,8 @@ HWY_INLINE hn::Vec<D> LoadThreshold(D d, const CRowLanes<D>& lanes, const CRunMa
 
 /// As many pixels as d has lanes, at column x of the row, element i of the run.
 template <CFindTraits kTraits, class D>
-HWY_INLINE void FindBlock(D d, const CFindRow& row, const CRowLanes<D>& lanes, const CRunMaps& maps, std::int64_t x,
-                          std::int64_t i)
+HWY_INLINE hn::Mask<hn::RebindToSigned<D>> FindBlock(D d, const CFindRow& row, const CRowLanes<D>& lanes,
+                                                     const CRunMaps& maps, std::int64_t x, std::int64_t i)
 {
     auto vSrc = LoadWide(d, row.pSrc + x);
     auto vCmp = LoadReference<kTraits>(d, row, lanes, x);
@@ -219,29 +219,38 @@ HWY_INLINE void FindBlock(D d, const CFindRow& row, const CRowLanes<D>& lanes, c
         vSrc = hn::Min(vSrc, lanes.vGrayLimit);
         vCmp = hn::Min(vCmp, lanes.vGrayLimit);
     }
-    const auto vThreshold = LoadThreshold<kTraits>(d, lanes, maps, hn::Max(vSrc, vCmp), i);
-    StoreHits(d, vSrc, vCmp, vThreshold, reinterpret_cast<std::uint8_t*>(row.pMask) + x / 8);
+    return IsHit(d, vSrc, vCmp, LoadThreshold<kTraits>(d, lanes, maps, hn::Max(vSrc, vCmp), i));
 }
 
+/// The widest vector, and the one that a strip is always a multiple of.
+using CWideTag = hn::CappedTag<std::uint16_t, 2 * kStripWidth>;
+using CStripTag = hn::CappedTag<std::uint16_t, kStripWidth>;
+
 template <CFindTraits kTraits>
-HWY_INLINE void FindRun(const CFindRow& row, const CStripRun& run)
+HWY_INLINE void FindRun(const CFindRow& row, const CStripRun& run, const CRowLanes<CWideTag>& lanes,
+                        const CRowLanes<CStripTag>& lanesStrip)
 {
-    const hn::CappedTag<std::uint16_t, 2 * kStripWidth> d;
-    const hn::CappedTag<std::uint16_t, kStripWidth> dStrip;
-    const CRowLanes lanes(d, row);
-    const CRowLanes lanesStrip(dStrip, row);
+    const CWideTag d;
+    const CStripTag dStrip;
+    const hn::RebindToSigned<CWideTag> di;
+    const hn::RebindToSigned<CStripTag> diStrip;
     const CRunMaps maps(row, run);
-    const std::int64_t nLanes = static_cast<std::int64_t>(hn::Lanes(d));
+    const auto nLanes = static_cast<std::int64_t>(hn::Lanes(d));
     const std::int64_t nFirst = run.nFirstStrip * kStripWidth;
     const std::int64_t nColumns = run.nStripCount * kStripWidth;
+    std::uint8_t* pBits = reinterpret_cast<std::uint8_t*>(row.pMask) + nFirst / 8;
     std::int64_t i = 0;
-    for (; i + nLanes <= nColumns; i += nLanes)
+    for (; i + 2 * nLanes <= nColumns; i += 2 * nLanes)
     {
         hwy::Prefetch(row.pFar + row.nPrefetch + nFirst + i);
-        FindBlock<kTraits>(d, row, lanes, maps, nFirst + i, i);
+        const auto bFirst = FindBlock<kTraits>(d, row, lanes, maps, nFirst + i, i);
+        const auto bSecond = FindBlock<kTraits>(d, row, lanes, maps, nFirst + i + nLanes, i + nLanes);
+        StoreMaskPair(di, bFirst, bSecond, pBits + i / 8);
     }
+    for (; i + nLanes <= nColumns; i += nLanes)
+        hn::StoreMaskBits(di, FindBlock<kTraits>(d, row, lanes, maps, nFirst + i, i), pBits + i / 8);
     for (; i < nColumns; i += static_cast<std::int64_t>(hn::Lanes(dStrip)))
-        FindBlock<kTraits>(dStrip, row, lanesStrip, maps, nFirst + i, i);
+        hn::StoreMaskBits(diStrip, FindBlock<kTraits>(dStrip, row, lanesStrip, maps, nFirst + i, i), pBits + i / 8);
 }
 
 #endif
@@ -249,8 +258,15 @@ HWY_INLINE void FindRun(const CFindRow& row, const CStripRun& run)
 template <CFindTraits kTraits>
 HWY_INLINE void FindRuns(const CFindRow& row)
 {
+#if HWY_TARGET == HWY_SCALAR
     for (std::size_t n = 0; n < row.nRunCount; ++n)
         FindRun<kTraits>(row, row.pRuns[n]);
+#else
+    const CRowLanes lanes(CWideTag(), row);
+    const CRowLanes lanesStrip(CStripTag(), row);
+    for (std::size_t n = 0; n < row.nRunCount; ++n)
+        FindRun<kTraits>(row, row.pRuns[n], lanes, lanesStrip);
+#endif
 }
 
 // One function for each variant, since the dispatch table takes plain functions.

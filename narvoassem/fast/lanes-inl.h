@@ -48,13 +48,33 @@ HWY_INLINE V FormThreshold(V vGray, V vGain, V vBase)
     return hn::Add(hn::ShiftRight<8>(hn::Mul(vGray, vGain)), vBase);
 }
 
-/// Writes the bits of |vSrc - vCmp| > vThreshold, signed; one bit a lane, the lowest first.
+/// |vSrc - vCmp| > vThreshold, signed; all bits of a lane that is a hit are set.
 template <class D>
-HWY_INLINE void StoreHits(D d, hn::Vec<D> vSrc, hn::Vec<D> vCmp, hn::Vec<D> vThreshold, std::uint8_t* pBits)
+HWY_INLINE hn::Mask<hn::RebindToSigned<D>> IsHit(D d, hn::Vec<D> vSrc, hn::Vec<D> vCmp, hn::Vec<D> vThreshold)
 {
     const hn::RebindToSigned<D> di;
+    (void)d;
     const auto vDiff = hn::SaturatedSub(hn::BitCast(di, vSrc), hn::BitCast(di, vCmp));
-    hn::StoreMaskBits(di, hn::Gt(hn::Abs(vDiff), hn::BitCast(di, vThreshold)), pBits);
+    return hn::Gt(hn::Abs(vDiff), hn::BitCast(di, vThreshold));
+}
+
+/// Writes the bits of two neighbouring masks of 16-bit lanes, the lowest first: one narrowing serves both where the
+/// instruction set has no mask registers.
+template <class DI>
+HWY_INLINE void StoreMaskPair(DI di, hn::Mask<DI> bFirst, hn::Mask<DI> bSecond, std::uint8_t* pBits)
+{
+#if HWY_TARGET == HWY_AVX2
+    const __m256i vPacked = _mm256_packs_epi16(hn::VecFromMask(di, bFirst).raw, hn::VecFromMask(di, bSecond).raw);
+    const int nBits = _mm256_movemask_epi8(_mm256_permute4x64_epi64(vPacked, 0xD8));
+    hwy::CopyBytes<4>(&nBits, pBits);
+#elif HWY_TARGET == HWY_SSE4 || HWY_TARGET == HWY_SSSE3
+    const int nBits =
+        _mm_movemask_epi8(_mm_packs_epi16(hn::VecFromMask(di, bFirst).raw, hn::VecFromMask(di, bSecond).raw));
+    hwy::CopyBytes<2>(&nBits, pBits);
+#else
+    hn::StoreMaskBits(di, bFirst, pBits);
+    hn::StoreMaskBits(di, bSecond, pBits + hn::Lanes(di) / 8);
+#endif
 }
 
 #endif
