@@ -254,14 +254,17 @@ private:
     /// Columns built and tested in turn: as many as the stores under way may lag behind.
     static constexpr std::int64_t nRun = 512;
 
-    /// nBytes of a buffer, cleared; null without memory.
+    /// nBytes of a buffer, cleared, on a cache line's start; null without memory.
     static std::uint32_t* TakeCleared(narvo::CGrowBuffer<std::uint32_t>& buffer, std::int64_t nBytes)
     {
+        constexpr std::size_t nLineWords = 16;
         const auto nWords = static_cast<std::size_t>((nBytes + 3) / 4);
-        if (!buffer.Reserve(nWords))
+        if (!buffer.Reserve(nWords + nLineWords))
             return nullptr;
-        std::fill_n(buffer.Data(), nWords, 0U);
-        return buffer.Data();
+        const std::size_t nPast = reinterpret_cast<std::uintptr_t>(buffer.Data()) / sizeof(std::uint32_t) % nLineWords;
+        std::uint32_t* pFirst = buffer.Data() + (nPast == 0 ? 0 : nLineWords - nPast);
+        std::fill_n(pFirst, nWords, 0U);
+        return pFirst;
     }
 
     TSum* GetRow(std::int64_t nRow) const { return m_pRing + nRow % m_nRing * m_nStride; }

@@ -89,7 +89,7 @@ struct CAverageRow
 /// Entries of each of the two columns' arrays for a region of nWidth, walked in calls of nRun columns.
 constexpr std::int64_t GetColumnEntries(std::int64_t nWidth, std::int64_t nRun)
 {
-    return nWidth + (nWidth / nRun + 6) * nSumRowSlack;
+    return (nWidth + (nWidth / nRun + 6) * nSumRowSlack + 15) / 16 * 16;
 }
 
 /// Where the walk along a row stands in the two arrays; their order is the vector code's own, and the same for every

@@ -29,18 +29,24 @@ std::uint32_t FindGroup(const std::uint8_t* pPixels, int nFirst, int nGrays)
     return nBits;
 }
 #else
-/// Nonzero lanes are no hits: what lies outside the band is brought above its width by wrapping and saturates.
+/// Pixels as distances from the band's first grey, greys below it wrapping to the far end: up to the last is a hit.
 template <class D>
-hn::Vec<D> LoadMisses(D d, const std::uint8_t* pPixels, hn::Vec<D> vFirst, hn::Vec<D> vLast)
+hn::Vec<D> LoadDistances(D d, const std::uint8_t* pPixels, hn::Vec<D> vFirst)
 {
-    return hn::SaturatedSub(hn::Sub(hn::LoadU(d, pPixels), vFirst), vLast);
+    return hn::Sub(hn::LoadU(d, pPixels), vFirst);
 }
 
 template <class D>
-std::uint64_t GetHitBits(D d, hn::Vec<D> vMisses)
+hn::Mask<D> GetHits(D d, hn::Vec<D> vDistances, hn::Vec<D> vLast)
+{
+    return hn::Eq(hn::SaturatedSub(vDistances, vLast), hn::Zero(d));
+}
+
+template <class D>
+std::uint64_t GetHitBits(D d, hn::Vec<D> vDistances, hn::Vec<D> vLast)
 {
     std::uint8_t cBits[8] = {};
-    hn::StoreMaskBits(d, hn::Eq(vMisses, hn::Zero(d)), cBits);
+    hn::StoreMaskBits(d, GetHits(d, vDistances, vLast), cBits);
     std::uint64_t nBits = 0;
     std::memcpy(&nBits, cBits, sizeof nBits);
     return nBits;
@@ -72,26 +78,25 @@ int FindBandPixels(const std::uint8_t* pPixels, std::int64_t nCount, int nFirst,
     };
     for (; x + 4 * nLanes <= nCount; x += 4 * nLanes)
     {
-        const auto v0 = LoadMisses(d, pPixels + x, vFirst, vLast);
-        const auto v1 = LoadMisses(d, pPixels + x + nLanes, vFirst, vLast);
-        const auto v2 = LoadMisses(d, pPixels + x + 2 * nLanes, vFirst, vLast);
-        const auto v3 = LoadMisses(d, pPixels + x + 3 * nLanes, vFirst, vLast);
-        const auto vAll = hn::Min(hn::Min(v0, v1), hn::Min(v2, v3));
-        if (HWY_LIKELY(hn::AllFalse(d, hn::Eq(vAll, hn::Zero(d)))))
+        const auto v0 = LoadDistances(d, pPixels + x, vFirst);
+        const auto v1 = LoadDistances(d, pPixels + x + nLanes, vFirst);
+        const auto v2 = LoadDistances(d, pPixels + x + 2 * nLanes, vFirst);
+        const auto v3 = LoadDistances(d, pPixels + x + 3 * nLanes, vFirst);
+        if (HWY_LIKELY(hn::AllFalse(d, GetHits(d, hn::Min(hn::Min(v0, v1), hn::Min(v2, v3)), vLast))))
             continue;
-        if (emit(x, GetHitBits(d, v0), nLanes) == 0 || emit(x + nLanes, GetHitBits(d, v1), nLanes) == 0 ||
-            emit(x + 2 * nLanes, GetHitBits(d, v2), nLanes) == 0 ||
-            emit(x + 3 * nLanes, GetHitBits(d, v3), nLanes) == 0)
+        if (emit(x, GetHitBits(d, v0, vLast), nLanes) == 0 || emit(x + nLanes, GetHitBits(d, v1, vLast), nLanes) == 0 ||
+            emit(x + 2 * nLanes, GetHitBits(d, v2, vLast), nLanes) == 0 ||
+            emit(x + 3 * nLanes, GetHitBits(d, v3, vLast), nLanes) == 0)
             return 0;
     }
     for (; x + nLanes <= nCount; x += nLanes)
-        if (emit(x, GetHitBits(d, LoadMisses(d, pPixels + x, vFirst, vLast)), nLanes) == 0)
+        if (emit(x, GetHitBits(d, LoadDistances(d, pPixels + x, vFirst), vLast), nLanes) == 0)
             return 0;
     const hn::FixedTag<std::uint8_t, 16> dGroup;
     const auto vGroupFirst = hn::Set(dGroup, static_cast<std::uint8_t>(nFirst));
     const auto vGroupLast = hn::Set(dGroup, static_cast<std::uint8_t>(nGrays - 1));
     for (; x < nCount; x += 16)
-        if (emit(x, GetHitBits(dGroup, LoadMisses(dGroup, pPixels + x, vGroupFirst, vGroupLast)), 16) == 0)
+        if (emit(x, GetHitBits(dGroup, LoadDistances(dGroup, pPixels + x, vGroupFirst), vGroupLast), 16) == 0)
             return 0;
 #endif
     return 1;

@@ -371,6 +371,28 @@ TEST(Average, EngineRunReportsBlobsAndItsEndLineIsOne)
     EXPECT_EQ(engine.nReinspectCount, 0);
 }
 
+TEST(Average, WindowsWithoutAreaThroughThePoolGiveNoBlob)
+{
+    std::vector<unsigned char> image = MakeFlat(128, 128, 100);
+    image[64 * 128 + 64] = 255;
+    CAssemControl pool;
+    ASSERT_EQ(pool.InitAssemControl(1, 100), 1);
+    for (const int nDefect : {0, 46, 1000})
+    {
+        CConvParam param;
+        param.nInspectMode = 3;
+        param.pImage = image.data();
+        param.nImageWidth = 128;
+        param.nImageHeight = 128;
+        param.rtInspect.SetRect(0, 0, 128, 128);
+        param.nBlackFilterGray = 10;
+        param.nAverageParam2 = nDefect;
+        EXPECT_EQ(pool.Inspect_Rect(0, &param, 0), 1);
+        EXPECT_EQ(pool.GetNarvoAssem(0)->GetPairCount(), 0);
+        EXPECT_EQ(pool.GetNarvoAssem(0)->GetBlobCount(), 0);
+    }
+}
+
 TEST(Average, TableBeyondAnIntOfCellsMakesNoHit)
 {
     std::vector<unsigned char> image = MakeFlat(64, 64, 100);
