@@ -35,20 +35,23 @@ public:
         std::int64_t x = region.nLeft;
         if (x < m_nStripEnd)
             m_rule.BeginScan(m_nStripEnd);
-        std::int64_t nTileStrips = TileStrips();
+        std::int64_t nMostStrips = TileStrips();
+        std::int64_t nTileStrips = nMostStrips;
         while (x < m_nStripEnd)
         {
+            nTileStrips = std::min(nTileStrips, nMostStrips);
             const std::int64_t nStrips = std::min((m_nStripEnd - x + kStripWidth - 1) / kStripWidth, nTileStrips);
             if (!FindTile(x, nStrips))
             {
                 // Too many hits to hold, or no memory: look at fewer strips at once.
                 if (nStrips == 1)
                     return this->End(x);
-                nTileStrips = nStrips / 2;
+                nMostStrips = nStrips / 2;
                 continue;
             }
             bool bInTile = true;
-            for (std::int64_t nStrip = 0; nStrip < nStrips && bInTile; ++nStrip)
+            std::int64_t nStrip = 0;
+            for (; nStrip < nStrips && bInTile; ++nStrip)
             {
                 m_rule.EnterStrip(x);
                 AppendStrip(x, nStrip);
@@ -58,6 +61,9 @@ public:
                 x += nAdvance;
                 bInTile = nAdvance == kStripWidth;
             }
+            // A cut moves the strips behind it, and what was found there is lost: where one strip is cut, look at
+            // fewer.
+            nTileStrips = bInTile ? 2 * nTileStrips : nStrip;
         }
         return this->End(x + kStripWidth);
     }
