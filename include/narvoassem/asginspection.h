@@ -15,14 +15,14 @@ class NARVO_API CASGInspection
 public:
     static constexpr int nParingLimit = 10000; ///< records the pair buffer must hold
 
-    std::mutex csParing;   ///< guards the pair buffer and its count
-    int* pPixelX;          ///< host's arrays, see SetPixelBuf
+    std::mutex csParing; ///< guards the pair buffer and its count
+    int* pPixelX;        ///< host's arrays, see SetPixelBuf
     int* pPixelY;
     short* pPixelType;
     short* pPeak;
-    int* pPixelCount;      ///< host's write position
-    CDefectPair* pParing;  ///< host's pair buffer, nParingLimit records
-    int nParingCnt;        ///< records written
+    int* pPixelCount;     ///< host's write position
+    CDefectPair* pParing; ///< host's pair buffer, nParingLimit records
+    int nParingCnt;       ///< records written
 
     CASGInspection();
     /// A copy shares the host's buffers and takes the count; its lock is its own.

@@ -11,8 +11,8 @@ class CNarvoAssem;
 class NARVO_API CAssemControl
 {
 public:
-    int nAssemCount;    ///< lanes in use
-    int nAssemCapacity; ///< engines allocated
+    int nAssemCount;     ///< lanes in use
+    int nAssemCapacity;  ///< engines allocated
     CNarvoAssem* pAssem; ///< the engines, owned
 
     CAssemControl();
@@ -44,8 +44,8 @@ public:
 class NARVO_API CAssemThreadControl
 {
 public:
-    int nAssemCount;    ///< sub-engines in use
-    int nAssemCapacity; ///< sub-engines allocated
+    int nAssemCount;     ///< sub-engines in use
+    int nAssemCapacity;  ///< sub-engines allocated
     CNarvoAssem* pAssem; ///< owned
 
     CAssemThreadControl();

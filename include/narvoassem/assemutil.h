@@ -24,8 +24,8 @@ public:
                                   int& nBestFraction);
     /// Column displacement, as CheckPitchSmall16; the width is rounded down to a multiple of 16.
     static void CheckPitchSmallVert16(std::int64_t nCenter, int nPitchRange, int x0, int y0, int nWidth, int nHeight,
-                                      const unsigned char* pImage, int nStride, int nNoise, int& nBest,
-                                      int& nBestWhole, int& nBestFraction);
+                                      const unsigned char* pImage, int nStride, int nNoise, int& nBest, int& nBestWhole,
+                                      int& nBestFraction);
     /// Row displacement over the candidates nLow .. nHigh (1/16 pixel); the answer is whole pixels, truncated.
     static void CheckPitchPixel(int nLow, int nHigh, int x0, int y0, int nWidth, int nHeight,
                                 const unsigned char* pImage, int nStride, int nNoise, int& nBestWhole);
@@ -34,9 +34,9 @@ public:
     // hold 16 shorts per row for y1 - y0 + 2 rows, 16-byte aligned, and are scratch. nUnused is not read.
 
     /// Both displacements searched: column outside, row inside.
-    static void CheckPitchSmallVPT16(int nColumnLow, int nColumnHigh, int nRowLow, int nRowHigh, int x0, int x1,
-                                     int y0, int y1, const unsigned char* pImage, int nStride, int nUnused,
-                                     short* pBuffer1, short* pBuffer2, int& nBestColumn, int& nBestRow);
+    static void CheckPitchSmallVPT16(int nColumnLow, int nColumnHigh, int nRowLow, int nRowHigh, int x0, int x1, int y0,
+                                     int y1, const unsigned char* pImage, int nStride, int nUnused, short* pBuffer1,
+                                     short* pBuffer2, int& nBestColumn, int& nBestRow);
     /// Row displacement searched, column displacement fixed.
     static void CheckPitchSmallVP_T16(int nColumn, int nLow, int nHigh, int x0, int x1, int y0, int y1,
                                       const unsigned char* pImage, int nStride, int nUnused, short* pBuffer1,

@@ -10,11 +10,11 @@
 class NARVO_API CBlobStorage : public CPairStorage
 {
 public:
-    int nBlobCount;     ///< blobs held
-    CDefectBlob* pBlob; ///< the blobs, owned
-    int nBlobSize;      ///< size last asked for: the limit for opening a blob
-    int nBlobCapacity;  ///< blobs allocated, not counting 16 spare ones
-    double dBlobTime;   ///< milliseconds of the last vertical build
+    int nBlobCount;      ///< blobs held
+    CDefectBlob* pBlob;  ///< the blobs, owned
+    int nBlobSize;       ///< size last asked for: the limit for opening a blob
+    int nBlobCapacity;   ///< blobs allocated, not counting 16 spare ones
+    double dBlobTime;    ///< milliseconds of the last vertical build
     int nRemovedByFalse; ///< cleared and copied, never counted
     int nRemovedPair;    ///< pairs dropped in the last build
     int nRemovedByClass; ///< counted by ClassificationDefectVert
@@ -84,7 +84,8 @@ public:
     int VeriPitchDPCFiltering(CDefectPair* pDefect);
     /// @return 1: the pair matches along the tilted direction; 0: it stands.
     int DPCTiltFiltering(CDefectPair* pDefect);
-    /// Bilinear grey value at row nY + dPitch, column nX + dTilt; dTilt within -1 .. 1, reversed with a negative dPitch.
+    /// Bilinear grey value at row nY + dPitch, column nX + dTilt; dTilt within -1 .. 1, reversed with a negative
+    /// dPitch.
     double GetReferenceValTilt(int nY, int nX, double dPitch, double dTilt) const;
     /// Sum difference of an nConvWidth by nConvHeight window and the window dPitch along x, clipped above to nClip.
     int GetConvolutionValue(int x, int y, double dPitch, int nClip) const;

@@ -20,21 +20,22 @@ public:
     static constexpr int nZoneLimit = 16;
 
     // --- task and image ---
-    int nInspectMode;   ///< 0 float, 1 pixel, 2 binarise, 3 average; 0 to 2 give way to pThresholdOffsetMap
-    int nDirection;     ///< 0 horizontal (reference along x), 1 vertical (reference along y)
-    int nMaxReinspect;  ///< re-runs that may follow overflows, counted per image; default 3
-    int bAverage2by2;   ///< zone kernels: each sample is the mean of a 2 by 2 block
-    int bExtendedKernel; ///< nonzero selects the extended kernels over the plain fast ones
-    int bZoneFlagged;   ///< zone origin records have three ints (x, y, skip); in float mode: free-form region
-    unsigned char* pImage; ///< 8-bit grey image, row-major
-    int nImageWidth;    ///< pixels, also the row stride in bytes
-    int nImageHeight;   ///< pixels
+    int nInspectMode;       ///< 0 float, 1 pixel, 2 binarise, 3 average; 0 to 2 give way to pThresholdOffsetMap
+    int nDirection;         ///< 0 horizontal (reference along x), 1 vertical (reference along y)
+    int nMaxReinspect;      ///< re-runs that may follow overflows, counted per image; default 3
+    int bAverage2by2;       ///< zone kernels: each sample is the mean of a 2 by 2 block
+    int bExtendedKernel;    ///< nonzero selects the extended kernels over the plain fast ones
+    int bZoneFlagged;       ///< zone origin records have three ints (x, y, skip); in float mode: free-form region
+    unsigned char* pImage;  ///< 8-bit grey image, row-major
+    int nImageWidth;        ///< pixels, also the row stride in bytes
+    int nImageHeight;       ///< pixels
     CTrapezium trapInspect; ///< inspection trapezium; Reset leaves it
-    CRect rtInspect;    ///< region to inspect, inside the image
-    CRect rtMarginFrame; ///< frame of the margin filters when its height is at least 1
-    CRect rtDeadZone[nDeadZoneLimit]; ///< hits inside are dropped; used up to the first empty one, ten full ones count as none
-    CPoint* pFreeFormPoint; ///< vertices of a free-form region
-    int nFreeFormPointCount; ///< number of those vertices
+    CRect rtInspect;        ///< region to inspect, inside the image
+    CRect rtMarginFrame;    ///< frame of the margin filters when its height is at least 1
+    CRect rtDeadZone[nDeadZoneLimit]; ///< hits inside are dropped; used up to the first empty one, ten full ones count
+                                      ///< as none
+    CPoint* pFreeFormPoint;           ///< vertices of a free-form region
+    int nFreeFormPointCount;          ///< number of those vertices
 
     // --- window and pitch ---
     int nConvWidth;     ///< compare window width, 1 .. 1023 pixels
@@ -47,18 +48,19 @@ public:
     double dClassPitch; ///< nonzero selects the double overload of the class-id and wide pixel kernels
 
     // --- thresholds and switches ---
-    int nThreshold;     ///< base, at least 1: grey levels (pixel), window-sum units (float); binarise: upper limit; default 10
+    int nThreshold; ///< base, at least 1: grey levels (pixel), window-sum units (float); binarise: upper limit; default
+                    ///< 10
     int nThresholdGain; ///< gain on the larger compared value, 1/256; default 20
     int nGrayLimit;     ///< grey values are limited to this before comparing, 1 .. 255; default 255
     int nReservedGray;
     int nBlackFilterGray; ///< base of the second set, for dark hits; in force at 1 or more. Average: dark threshold
     int nBlackFilterGain; ///< gain of the second set, 1/256
-    int bBandThread;    ///< nonzero lets the pool use the band split in vertical direction; default 1
-    int bUseLineBuffer; ///< 0 selects the kernel that reads the image directly; default 1
-    int bAutoDirection; ///< nonzero lets the pool swap nDirection when the region is too small along the chosen axis
-    int bKeepSingle;    ///< 1 keeps unpaired hits of the edge bands as singles; default 1
+    int bBandThread;      ///< nonzero lets the pool use the band split in vertical direction; default 1
+    int bUseLineBuffer;   ///< 0 selects the kernel that reads the image directly; default 1
+    int bAutoDirection;   ///< nonzero lets the pool swap nDirection when the region is too small along the chosen axis
+    int bKeepSingle;      ///< 1 keeps unpaired hits of the edge bands as singles; default 1
     int nPairSearchSlack; ///< handed to the kernels, read by none
-    int nThresholdExtra; ///< a single's peak must exceed this; the pair filters add it to the pair's threshold
+    int nThresholdExtra;  ///< a single's peak must exceed this; the pair filters add it to the pair's threshold
 
     // --- tables and maps ---
     int* pScanPitchTable; ///< scan pitch, 1/16 pixel, one int per 16 rows, index y >> 4; selects the table kernels
@@ -66,31 +68,32 @@ public:
     int nReservedTable;
     int* pTiltScanTable; ///< one int per 16 rows, index y >> 4, 1/16 pixel
     int* pTiltConvTable; ///< one int per 16 columns, index x >> 4, 1/16 pixel; horizontal trapezia: pitch per 16 rows
-    unsigned short* pConvPitchTable; ///< whole-pixel displacement per column, read at x & ~15; selects the table kernels
-    short* pConvWeightNear; ///< near-sample weights, 16 shorts per 16 columns, the first 8 read
-    short* pConvWeightFar;  ///< far-sample weights, same layout
-    int bTwoSegmentThreshold; ///< with pThresholdKneeMap selects the two-segment kernel
-    short* pZoneIndexMap;    ///< zone index of each map cell
-    short* pThresholdOffsetMap; ///< additive threshold of each map cell; not null means zone comparison
-    short* pThresholdGainMap;   ///< gain of each map cell, 1/256
+    unsigned short*
+        pConvPitchTable;         ///< whole-pixel displacement per column, read at x & ~15; selects the table kernels
+    short* pConvWeightNear;      ///< near-sample weights, 16 shorts per 16 columns, the first 8 read
+    short* pConvWeightFar;       ///< far-sample weights, same layout
+    int bTwoSegmentThreshold;    ///< with pThresholdKneeMap selects the two-segment kernel
+    short* pZoneIndexMap;        ///< zone index of each map cell
+    short* pThresholdOffsetMap;  ///< additive threshold of each map cell; not null means zone comparison
+    short* pThresholdGainMap;    ///< gain of each map cell, 1/256
     short* pThresholdOffsetMap2; ///< additive threshold of the upper segment
     short* pThresholdGainMap2;   ///< gain of the upper segment, 1/256
     short* pThresholdKneeMap;    ///< grey level above which the upper segment applies
-    short* pClassIdMap;      ///< class id of each map cell, for the class-id kernels
-    int nZoneMapStride;      ///< line stride of the maps, elements; default 12000
-    int nZoneMapHeight;      ///< never read; default 1024
-    int nZoneMapLeft;        ///< at least 0 in pixel mode with maps; otherwise unread
-    int nZoneMapTop;         ///< as nZoneMapLeft
-    int* pZoneOriginTable;   ///< grid of cell origins, image pixels
-    int nZoneColumns;        ///< records per grid row; default 300
-    int nZoneConvMultiple;   ///< cell width in periods; default 1
-    int nZoneScanMultiple;   ///< cell height in periods; default 1
-    int* pFilterOffset;      ///< pair filters: threshold offset per zone, types other than bright
-    int* pFilterGain;        ///< pair filters: gain per zone, 1/256, types other than bright
-    int* pFilterOffset1;     ///< the same for bright
-    int* pFilterGain1;       ///< the same for bright
-    int* pTspTable;          ///< 16 zone offsets; with bExtendedKernel selects the zone-table kernel
-    int* pTspTable2;         ///< 16 zone gains, 1/256
+    short* pClassIdMap;          ///< class id of each map cell, for the class-id kernels
+    int nZoneMapStride;          ///< line stride of the maps, elements; default 12000
+    int nZoneMapHeight;          ///< never read; default 1024
+    int nZoneMapLeft;            ///< at least 0 in pixel mode with maps; otherwise unread
+    int nZoneMapTop;             ///< as nZoneMapLeft
+    int* pZoneOriginTable;       ///< grid of cell origins, image pixels
+    int nZoneColumns;            ///< records per grid row; default 300
+    int nZoneConvMultiple;       ///< cell width in periods; default 1
+    int nZoneScanMultiple;       ///< cell height in periods; default 1
+    int* pFilterOffset;          ///< pair filters: threshold offset per zone, types other than bright
+    int* pFilterGain;            ///< pair filters: gain per zone, 1/256, types other than bright
+    int* pFilterOffset1;         ///< the same for bright
+    int* pFilterGain1;           ///< the same for bright
+    int* pTspTable;              ///< 16 zone offsets; with bExtendedKernel selects the zone-table kernel
+    int* pTspTable2;             ///< 16 zone gains, 1/256
 
     // --- limits, filters and the rest ---
     int nAverageParam1; ///< average: background window, and the smallest region side; default 45
@@ -109,20 +112,20 @@ public:
     double dPixelSizeY; ///< multiplies the x distance in CalcRScale
     unsigned short nReservedShort;
     int nReservedSize;
-    int nMultiType;     ///< copied into every closed blob; default -1
-    int bTwice;         ///< pixel mode: selects the twice kernels
-    int nTwiceThreshold; ///< threshold base of the second pass; default 255
+    int nMultiType;          ///< copied into every closed blob; default -1
+    int bTwice;              ///< pixel mode: selects the twice kernels
+    int nTwiceThreshold;     ///< threshold base of the second pass; default 255
     int nTwiceThresholdGain; ///< gain of the second pass, 1/256
-    double dTwicePitch; ///< pitch of the second pass, pixels
+    double dTwicePitch;      ///< pitch of the second pass, pixels
     int nReservedTwice[5];
-    void* pFreeFormMask; ///< one byte a pixel, row stride nImageWidth; source pixels with 0 are not inspected
-    int nReservedMask[2]; ///< Reset leaves them
+    void* pFreeFormMask;    ///< one byte a pixel, row stride nImageWidth; source pixels with 0 are not inspected
+    int nReservedMask[2];   ///< Reset leaves them
     int nFreeFormMaskParam; ///< handed to ConvPixelVertMask, not read; Reset leaves it
-    int nDarkGrayLimit[nZoneLimit]; ///< per zone: if nonzero, a dark pair at or above this grey is removed
-    int nBrightMinDiff[nZoneLimit]; ///< per zone: if nonzero, a bright pair that stands out by less is removed
+    int nDarkGrayLimit[nZoneLimit];    ///< per zone: if nonzero, a dark pair at or above this grey is removed
+    int nBrightMinDiff[nZoneLimit];    ///< per zone: if nonzero, a bright pair that stands out by less is removed
     double dVeriPitchConv[nZoneLimit]; ///< per zone: first verification pitch, pixels
     double dVeriPitchScan[nZoneLimit]; ///< per zone: second verification pitch, pixels
-    CString* pVeriPitchString; ///< 16 strings, indexed by zone, which list the verification checks
+    CString* pVeriPitchString;         ///< 16 strings, indexed by zone, which list the verification checks
 
     /// As Reset, with the fields that Reset leaves set to 0.
     CConvParam();

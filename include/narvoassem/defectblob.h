@@ -13,17 +13,17 @@ public:
     static constexpr int nZoneLimit = 16;
     static constexpr int nExtremeCount = 8;
 
-    int nDefectPos;  ///< a DefectPos
-    int nDefectPair; ///< a DefectPair
-    int nDefectType; ///< a DefectType, that of the first pair
-    int nBlobId;     ///< label of the group that opened the blob; meaningful within its build only
-    int nPairCount;  ///< pairs in the blob: its area in pixels
-    int nClass;      ///< class mark, -1; the library writes no other value
-    CPoint ptCenter; ///< while building the sum of the pair positions, when closed their mean
-    CPoint ptPeak;   ///< position of the pair of highest nPeak; (-1, -1) after Reset
+    int nDefectPos;   ///< a DefectPos
+    int nDefectPair;  ///< a DefectPair
+    int nDefectType;  ///< a DefectType, that of the first pair
+    int nBlobId;      ///< label of the group that opened the blob; meaningful within its build only
+    int nPairCount;   ///< pairs in the blob: its area in pixels
+    int nClass;       ///< class mark, -1; the library writes no other value
+    CPoint ptCenter;  ///< while building the sum of the pair positions, when closed their mean
+    CPoint ptPeak;    ///< position of the pair of highest nPeak; (-1, -1) after Reset
     CPoint ptMaxGray; ///< position of the pair of highest nSrcGray
-    int nRScale;     ///< diameter in real units, see CBlobStorage::CalcRScale
-    CRect rtDefect;  ///< bounds, right and bottom exclusive
+    int nRScale;      ///< diameter in real units, see CBlobStorage::CalcRScale
+    CRect rtDefect;   ///< bounds, right and bottom exclusive
     short nMaxPeak;
     short nMinSrcGray, nMaxSrcGray, nAvgSrcGray;
     short nMinCmpGray, nMaxCmpGray, nAvgCmpGray;
@@ -36,15 +36,16 @@ public:
     short nZoneMinPeak[nZoneLimit];           ///< lowest peak per zone, 256 where there is none
     unsigned char nZoneMaxPeak[nZoneLimit];   ///< highest peak per zone, in 8 bits
     int nZoneSumPeak[nZoneLimit];             ///< sum of peaks per zone
-    int nMultiType;  ///< the parameter nMultiType at closing; -1 before
-    int bRemoved;    ///< 1: dead, dropped at the next compaction, not to be reported
+    int nMultiType;                           ///< the parameter nMultiType at closing; -1 before
+    int bRemoved;                             ///< 1: dead, dropped at the next compaction, not to be reported
     CPoint ptExtreme[nExtremeCount]; ///< corners of pixels: left top-most, left bottom-most, top left-most, top
-                                     ///< right-most, right top-most, right bottom-most, bottom left-most, bottom right-most
-    double dAngle;       ///< axis angle, degrees
-    double dMajorAxis;   ///< pixels
-    double dMinorAxis;   ///< pixels
-    double dCircularity; ///< area against the circle on the major axis, at most 1
-    double dElongation;  ///< area over major axis
+                                     ///< right-most, right top-most, right bottom-most, bottom left-most, bottom
+                                     ///< right-most
+    double dAngle;                   ///< axis angle, degrees
+    double dMajorAxis;               ///< pixels
+    double dMinorAxis;               ///< pixels
+    double dCircularity;             ///< area against the circle on the major axis, at most 1
+    double dElongation;              ///< area over major axis
 
     /// As Reset.
     CDefectBlob();

@@ -16,11 +16,11 @@ enum DefectPos : int
 /// How a pair record came about. Value 2 is not used.
 enum DefectPair : int
 {
-    DefectPair_None = 0,         ///< not set
-    DefectPair_Paired = 1,       ///< both answers found
-    DefectPair_FirstSettled = 3, ///< was a single in the first band, settled by classification
+    DefectPair_None = 0,          ///< not set
+    DefectPair_Paired = 1,        ///< both answers found
+    DefectPair_FirstSettled = 3,  ///< was a single in the first band, settled by classification
     DefectPair_MiddleSettled = 4, ///< was a single in the middle band, settled by classification
-    DefectPair_Single = 5        ///< no partner found
+    DefectPair_Single = 5         ///< no partner found
 };
 
 /// Polarity.

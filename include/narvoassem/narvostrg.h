@@ -1,8 +1,8 @@
 // Helpers of the engine's working memory: the grow-only scratch array and the read-only image view.
 #pragma once
 
-#include <cstdint>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 
 #include "narvoassem/export.h"
