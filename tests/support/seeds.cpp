@@ -1,6 +1,7 @@
 // See seeds.h.
 #include "support/seeds.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "support/random.h"
@@ -12,6 +13,9 @@ std::vector<std::uint64_t> CaseSeeds(const std::string& strName, int nCount)
 {
     if (const char* pText = std::getenv("NARVO_TEST_SEED"); pText != nullptr && *pText != '\0')
         return {std::strtoull(pText, nullptr, 0)};
+
+    if (const char* pText = std::getenv("NARVO_TEST_SHARE"); pText != nullptr && *pText != '\0')
+        nCount = std::max(nCount / std::max(std::atoi(pText), 1), 1);
 
     std::uint64_t nHash = 0xCBF29CE484222325U; // FNV-1a of the name
     for (const char c : strName)

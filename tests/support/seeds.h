@@ -9,7 +9,8 @@ namespace narvo::test
 {
 
 /// nCount seeds that follow from strName; or the single seed that the environment variable NARVO_TEST_SEED holds, to
-/// replay the case a failure named.
+/// replay the case a failure named. The environment variable NARVO_TEST_SHARE, n, leaves the first nth part of them,
+/// for runs that are slow by nature.
 std::vector<std::uint64_t> CaseSeeds(const std::string& strName, int nCount);
 
 /// The line a failing case prints.
