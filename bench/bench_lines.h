@@ -1,6 +1,7 @@
 // The families of figures. A new family is a file of its own with one function here and one entry in narvo_bench.cpp.
 #pragma once
 
+#include "bench/bench_scene.h"
 #include "bench/bench_table.h"
 
 namespace bench
@@ -9,14 +10,25 @@ namespace bench
 struct SOptions
 {
     bool bQuick = false; ///< small images and few rounds: shows that everything runs, says nothing about speed
+    bool bAll = false;   ///< also what carries no target: more hit densities, an image in cache, every vector level
     int Rounds(int nUsual) const { return bQuick ? 1 : nUsual; }
 };
 
+// Each adds its figures of the large image, which the families share; a family sets the hit density that it needs.
+
 /// Zone kernels against the plain ones and the read pass.
-void AddZoneLines(CTable& table, const SOptions& options);
-/// A whole inspection against its kernel and against OpenCV, the band split, two lanes, memory.
-void AddEngineLines(CTable& table, const SOptions& options);
+void AddZoneLines(CTable& table, CScene& large, const SOptions& options);
+/// A whole zone inspection against its kernel and against OpenCV, the band split, two lanes, memory.
+void AddEngineLines(CTable& table, CScene& large, const SOptions& options);
 /// Growth of builder, merge and shadow removal with the number of pairs.
-void AddBlobLines(CTable& table, const SOptions& options);
+void AddBlobLines(CTable& table, CScene& large, const SOptions& options);
+/// Pixel kernels against the plain ones and the read pass, and whole pixel inspections.
+void AddPixelLines(CTable& table, CScene& large, const SOptions& options);
+/// Float kernels against the read pass, whole float inspections, and free-form regions.
+void AddFloatLines(CTable& table, CScene& large, const SOptions& options);
+/// Binarise and average mode, and the trapezium kernels.
+void AddModeLines(CTable& table, CScene& large, const SOptions& options);
+/// Pitch search against its scalar form.
+void AddPitchLines(CTable& table, CScene& large, const SOptions& options);
 
 } // namespace bench

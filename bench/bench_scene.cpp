@@ -127,7 +127,7 @@ void CScene::SetDensity(const SDensity& density)
         const std::size_t nAt = place(random);
         m_changed.push_back(nAt);
         m_before.push_back(pixels[nAt]);
-        pixels[nAt] = static_cast<std::uint8_t>(pixels[nAt] + (i % 2 == 0 ? 60 : -60));
+        pixels[nAt] = static_cast<std::uint8_t>(pixels[nAt] + (i % 2 == 0 ? density.nRise : -density.nFall));
     }
 }
 
@@ -137,7 +137,7 @@ int* CScene::Origins(bool bVertical, bool bFlagged)
     return grid.data() + (bVertical ? 0 : nColumns * (bFlagged ? 3 : 2));
 }
 
-CConvParam CScene::ZoneParam(bool bVertical)
+CConvParam CScene::RegionParam(bool bVertical)
 {
     CConvParam param;
     param.nInspectMode = 1;
@@ -151,6 +151,13 @@ CConvParam CScene::ZoneParam(bool bVertical)
     param.dConvPitch = dConvPeriod;
     param.dScanPitch = dScanPeriod;
     param.nConvMultiple = param.nScanMultiple = 1;
+    param.dPixelSizeX = param.dPixelSizeY = 1.0;
+    return param;
+}
+
+CConvParam CScene::ZoneParam(bool bVertical)
+{
+    CConvParam param = RegionParam(bVertical);
     param.nZoneConvMultiple = param.nZoneScanMultiple = nCellPeriods;
     param.pThresholdOffsetMap = offsetMap.data();
     param.pThresholdGainMap = gainMap.data();
@@ -158,7 +165,6 @@ CConvParam CScene::ZoneParam(bool bVertical)
     param.nZoneMapStride = static_cast<int>(nMapStride);
     param.pZoneOriginTable = Origins(bVertical, false);
     param.nZoneColumns = nColumns;
-    param.dPixelSizeX = param.dPixelSizeY = 1.0;
     return param;
 }
 

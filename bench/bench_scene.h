@@ -19,6 +19,8 @@ struct SDensity
 {
     double dOutliers;
     const char* pName;
+    int nRise = 60; ///< grey levels by which every other outlier is brighter, the rest darker
+    int nFall = 60;
 };
 constexpr SDensity densityNone = {0.0, "0 hits"};
 constexpr SDensity densityFew = {0.00025, "0.05 % hits"};
@@ -57,7 +59,9 @@ public:
     std::int64_t Pixels() const { return static_cast<std::int64_t>(nWidth) * nHeight; }
     /// Origin record at which kernels enter: vertical ones skip one grid row by themselves.
     int* Origins(bool bVertical, bool bFlagged);
-    /// A parameter block for a zone inspection of the whole image.
+    /// A parameter block for an inspection of the whole image, without thresholds.
+    CConvParam RegionParam(bool bVertical);
+    /// The same for a zone inspection.
     CConvParam ZoneParam(bool bVertical);
 
     int nWidth;

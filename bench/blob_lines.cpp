@@ -158,12 +158,11 @@ void AddGrowthLines(CTable& table, CScene& scene, bool bVertical, const SPlaceme
 
 } // namespace
 
-void AddBlobLines(CTable& table, const SOptions& options)
+void AddBlobLines(CTable& table, CScene& scene, const SOptions& options)
 {
-    CScene scene(12096, 11000);
     for (const bool bVertical : {true, false})
         for (const SPlacement& placement : {SPlacement{"scattered", 1}, SPlacement{"clusters of 6 by 6", 6}})
-            AddGrowthLines(table, scene, bVertical, placement, options.Rounds(9));
+            AddGrowthLines(table, scene, bVertical, placement, options.Rounds(5));
 }
 
 } // namespace bench

@@ -1,5 +1,5 @@
-// Figures of whole inspections: against the kernel that they run and against OpenCV's way to connected defects, in
-// parallel bands and lanes, and what they take from the heap.
+// Figures of whole zone inspections: against their kernel and OpenCV, in parallel bands and lanes, and what they take
+// from the heap.
 #include <barrier>
 #include <string>
 #include <thread>
@@ -7,9 +7,8 @@
 #include "bench/bench_lines.h"
 #include "bench/bench_scene.h"
 #include "bench/bench_timer.h"
+#include "bench/inspection_lines.h"
 #include "bench/malloc_count.h"
-#include "bench/opencv_compare.h"
-#include "bench/zone_kernels.h"
 
 namespace bench
 {
@@ -17,61 +16,7 @@ namespace bench
 namespace
 {
 
-constexpr int nBlobs = 100000;
 constexpr double dMiB = 1024.0 * 1024.0;
-
-/// One inspection of the whole image straight on an engine.
-int Inspect(CNarvoAssem& engine, CConvParam& param)
-{
-    engine.ResetNarvoAssem();
-    engine.ResetReinspectCount();
-    return engine.Inspect_Rect(&param);
-}
-
-void AddInspectLines(CTable& table, CScene& scene, const SOptions& options)
-{
-    scene.SetDensity(densitySparse);
-    CNarvoAssem engine;
-    engine.InitAssem(0, nBlobs);
-    CConvParam param = scene.ZoneParam(true);
-
-    SHitBuffers hits(160000);
-    std::vector<CDefectPair> pairs(200000);
-    std::vector<short> buffer(static_cast<std::size_t>(scene.nHeight + 4) * 16);
-    SZoneCall call = {&scene, &hits, &pairs, &buffer, &engine, param.nThresholdExtra, param.nGrayLimit, 0, 0};
-    const SZoneKernel& kernel = ZoneKernels().front();
-
-    COpenCvCompare peer(scene);
-    const int nRows = peer.FastestRows();
-    const std::vector<double> fast =
-        TimeInterleaved({[&] { Inspect(engine, param); }, [&] { kernel.pLibrary(call); }, [&] { peer.Compare(nRows); }},
-                        options.Rounds(7));
-    // With components or contours behind it a run takes seconds: few rounds, and nothing hangs on their noise.
-    const std::vector<double> slow = TimeInterleaved({[&]
-                                                      {
-                                                          peer.Compare(nRows);
-                                                          peer.Components();
-                                                      },
-                                                      [&]
-                                                      {
-                                                          peer.Compare(nRows);
-                                                          peer.Contours();
-                                                      },
-                                                      [&] { Inspect(engine, param); }},
-                                                     options.Rounds(3));
-    const double dPixels = static_cast<double>(scene.Pixels());
-    const std::string strCase = std::string("Inspect_Rect to blobs, ") + densitySparse.pName;
-    table.Note(strCase, dPixels / fast[0] * 1e-9, "GPix/s");
-    table.Note(strCase + ", blobs", engine.GetBlobCount(), "");
-    table.Note("OpenCV operators, blocks of " + std::to_string(nRows) + " rows", dPixels / fast[2] * 1e-9, "GPix/s");
-    table.Note("OpenCV operators, mask pixels", 100.0 * peer.CountMask() / dPixels, "%");
-    table.Note("OpenCV operators and components", dPixels / slow[0] * 1e-9, "GPix/s");
-    table.Note("OpenCV operators and contours", dPixels / slow[1] * 1e-9, "GPix/s");
-    table.Note("ConvZoneVertFast, times OpenCV operators", fast[2] / fast[1], "x");
-    table.Require(strCase + ", share of its kernel's rate", fast[1] / fast[0], "x", Bound::AtLeast, 0.85);
-    table.Require(strCase + ", times OpenCV operators and components", slow[0] / slow[2], "x", Bound::AtLeast, 40.0);
-    table.Require(strCase + ", times OpenCV operators and contours", slow[1] / slow[2], "x", Bound::AtLeast, 5.0);
-}
 
 void AddBandLine(CTable& table, CScene& scene, const SOptions& options)
 {
@@ -91,7 +36,7 @@ void AddBandLine(CTable& table, CScene& scene, const SOptions& options)
             engine.pThreadControl->GetAssem(i)->ResetReinspectCount();
         engine.Inspect_RectThread(&param);
     };
-    const std::vector<double> times = TimeInterleaved({[&] { run(one); }, [&] { run(two); }}, options.Rounds(9));
+    const std::vector<double> times = TimeInterleaved({[&] { run(one); }, [&] { run(two); }}, options.Rounds(7));
     table.Require("band split, two bands on two cores, times one band", times[0] / times[1], "x", Bound::AtLeast, 1.7);
 }
 
@@ -128,7 +73,7 @@ void AddLaneLine(CTable& table, CScene& scene, const SOptions& options)
                                                            run(0);
                                                            gate.arrive_and_wait();
                                                        }},
-                                                      options.Rounds(9));
+                                                      options.Rounds(7));
     bStop = true;
     gate.arrive_and_wait();
     second.join();
@@ -164,7 +109,7 @@ void AddHeapLines(CTable& table, CScene& scene, const SOptions& options)
         {
             CConvParam param = scene.ZoneParam(bVertical);
             AddMemoryLines(table, scene, bVertical ? "a vertical inspection" : "a horizontal inspection",
-                           [&] { Inspect(engine, param); });
+                           [&] { InspectAnew(engine, param); });
         }
     }
     CAssemControl control;
@@ -181,10 +126,13 @@ void AddHeapLines(CTable& table, CScene& scene, const SOptions& options)
 
 } // namespace
 
-void AddEngineLines(CTable& table, const SOptions& options)
+void AddEngineLines(CTable& table, CScene& scene, const SOptions& options)
 {
-    CScene scene(options.bQuick ? 4096 : 12096, options.bQuick ? 512 : 11000);
-    AddInspectLines(table, scene, options);
+    scene.SetDensity(densitySparse);
+    AddInspectionLines(table, scene,
+                       {"zone inspection to blobs", densitySparse.pName, scene.ZoneParam(true), "ConvZoneVertFast",
+                        RunZoneVert, 1, 18.0, 20.0},
+                       options);
     AddBandLine(table, scene, options);
     AddLaneLine(table, scene, options);
     AddHeapLines(table, scene, options);

@@ -32,32 +32,37 @@ std::string UpToMarker(const std::string& strFile)
 
 int main(int nArguments, char** ppArguments)
 {
-    const std::vector<std::pair<std::string, void (*)(bench::CTable&, const bench::SOptions&)>> families = {
-        {"zone", bench::AddZoneLines}, {"engine", bench::AddEngineLines}, {"blob", bench::AddBlobLines}};
+    const std::vector<std::pair<std::string, void (*)(bench::CTable&, bench::CScene&, const bench::SOptions&)>>
+        families = {{"zone", bench::AddZoneLines},  {"pixel", bench::AddPixelLines}, {"float", bench::AddFloatLines},
+                    {"modes", bench::AddModeLines}, {"pitch", bench::AddPitchLines}, {"engine", bench::AddEngineLines},
+                    {"blob", bench::AddBlobLines}};
+    std::vector<std::string> names;
+    for (const auto& family : families)
+        names.push_back(family.first);
 
     CLI::App app("Measures the library against its baselines", "narvo_bench");
     bench::SOptions options;
     std::string strJson;
     std::string strMarkdown;
     std::vector<std::string> wanted;
-    bool bAll = false;
     app.add_option("--json", strJson, "write all lines as JSON to this file");
     app.add_option("--markdown", strMarkdown,
                    "write all lines as Markdown tables to this file, behind its line <!-- figures --> if there is one");
-    app.add_option("--only", wanted, "measure these families only (zone, engine, blob)");
-    app.add_flag("--all", bAll, "print the lines without a target too");
+    app.add_option("--only", wanted, "measure these families only")->check(CLI::IsMember(names));
+    app.add_flag("--all", options.bAll, "measure and print what carries no target too: more densities and levels");
     app.add_flag("--quick", options.bQuick, "small images, one round: checks results, judges no speed");
     CLI11_PARSE(app, nArguments, ppArguments);
 
+    bench::CScene large(options.bQuick ? 2304 : 12096, options.bQuick ? 1100 : 11000);
     bench::CTable table;
     for (const auto& [strName, pAdd] : families)
         if (wanted.empty() || std::find(wanted.begin(), wanted.end(), strName) != wanted.end())
-            pAdd(table, options);
+            pAdd(table, large, options);
 
     std::string strCommand;
     for (int i = 0; i < nArguments; ++i)
         strCommand += (i == 0 ? "" : " ") + std::string(i == 0 ? "scripts/bench" : ppArguments[i]);
-    table.WriteText(std::cout, bAll);
+    table.WriteText(std::cout, options.bAll);
     if (!strJson.empty())
     {
         std::ofstream file(strJson);

@@ -14,7 +14,9 @@ namespace bench
 class COpenCvCompare
 {
 public:
-    explicit COpenCvCompare(CScene& scene);
+    /// Compares pixels, or with nWindow above 1 the means of windows of that side. dBase in grey levels, dGain in grey
+    /// levels per grey level.
+    COpenCvCompare(CScene& scene, int nWindow, double dBase, double dGain);
 
     /// The comparison over the image in blocks of nRows rows, into the mask; 0 takes the image whole.
     void Compare(int nRows);
@@ -27,7 +29,11 @@ public:
     int CountMask() const;
 
 private:
-    cv::Mat m_image;
+    int m_nWindow;
+    double m_dBase;
+    double m_dGain;
+    cv::Mat m_pixels;
+    cv::Mat m_image; ///< what is compared
     cv::Mat m_mask;
     cv::Mat m_reference, m_difference, m_larger, m_threshold;
     cv::Mat m_labels, m_stats, m_centroids;

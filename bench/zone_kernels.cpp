@@ -1,5 +1,5 @@
-// See zone_kernels.h.
-#include "bench/zone_kernels.h"
+// The zone kernels of kernel_rows.h.
+#include "bench/kernel_rows.h"
 
 namespace bench
 {
@@ -14,7 +14,7 @@ constexpr Long nHoriPitch16 = static_cast<Long>(dConvPeriod * 16.0);
 
 /// Calls a kernel with the common list of the family; the three arguments behind the row stride and the tail differ.
 template <class TKernel, class T17, class T18, class... TTail>
-int Call(TKernel kernel, SZoneCall& call, bool bVertical, bool bFlagged, T17 arg17, T18 arg18, TTail... tail)
+int Call(TKernel kernel, SKernelCall& call, bool bVertical, bool bFlagged, T17 arg17, T18 arg18, TTail... tail)
 {
     CScene& scene = *call.pScene;
     SHitBuffers& hits = *call.pHits;
@@ -30,7 +30,7 @@ int Call(TKernel kernel, SZoneCall& call, bool bVertical, bool bFlagged, T17 arg
 
 /// The vertical kernels whose tail is strip buffer, singles, end line, least peak, grey limit.
 template <class TKernel>
-int CallVert(TKernel kernel, SZoneCall& call, bool bFlagged = false)
+int CallVert(TKernel kernel, SKernelCall& call, bool bFlagged = false)
 {
     return Call(kernel, call, true, bFlagged, nVertPitch16, Long{0}, call.pStripBuffer->data(), Long{1}, &call.nEndLine,
                 call.nThresholdExtra, call.nGrayLimit);
@@ -38,7 +38,7 @@ int CallVert(TKernel kernel, SZoneCall& call, bool bFlagged = false)
 
 /// A member function of the call's engine as a plain callable.
 template <class TMember>
-auto Member(TMember pMember, SZoneCall& call)
+auto Member(TMember pMember, SKernelCall& call)
 {
     return [pMember, &call](auto... args) { return (call.pEngine->*pMember)(args...); };
 }
@@ -48,51 +48,46 @@ int* NoTable()
     return nullptr;
 }
 
-int Vert(SZoneCall& call)
-{
-    return CallVert(ConvZoneVertFast, call);
-}
-
-int Vert2by2(SZoneCall& call)
+int Vert2by2(SKernelCall& call)
 {
     return CallVert(ConvZoneVert2by2Fast, call);
 }
 
-int VertFlag(SZoneCall& call)
+int VertFlag(SKernelCall& call)
 {
     return CallVert(ConvZoneVertFlagFast, call, true);
 }
 
-int VertFlag2by2(SZoneCall& call)
+int VertFlag2by2(SKernelCall& call)
 {
     return CallVert(ConvZoneVertFlag2by2Fast, call, true);
 }
 
-int VertDirect(SZoneCall& call)
+int VertDirect(SKernelCall& call)
 {
     return Call(ConvZoneVertDirectFast, call, true, false, nVertPitch16, Long{0}, call.pStripBuffer->data(), Long{1},
                 &call.nEndLine, call.nGrayLimit);
 }
 
-int VertKnee(SZoneCall& call)
+int VertKnee(SKernelCall& call)
 {
     CScene& scene = *call.pScene;
     return Call(ConvZoneVertKneeFast, call, true, false, nVertPitch16, Long{0}, call.pStripBuffer->data(), Long{1},
                 &call.nEndLine, scene.kneeMap.data(), scene.offsetMap2.data(), scene.gainMap2.data(), call.nGrayLimit);
 }
 
-int Vtd(SZoneCall& call)
+int Vtd(SKernelCall& call)
 {
     return Call(ConvZoneVTDFast, call, true, false, NoTable(), nVertPitch16, call.nVtdPitch16, Long{1}, &call.nEndLine,
                 call.nThresholdExtra, call.nGrayLimit);
 }
 
-int Hori(SZoneCall& call)
+int Hori(SKernelCall& call)
 {
     return Call(ConvZoneFast, call, false, false, nHoriPitch16, Long{0}, Long{1}, &call.nEndLine, call.nGrayLimit);
 }
 
-int HoriTable(SZoneCall& call)
+int HoriTable(SKernelCall& call)
 {
     CScene& scene = *call.pScene;
     SHitBuffers& hits = *call.pHits;
@@ -106,28 +101,28 @@ int HoriTable(SZoneCall& call)
                              &call.nEndLine, call.nGrayLimit);
 }
 
-int Vert2S(SZoneCall& call)
+int Vert2S(SKernelCall& call)
 {
     return CallVert(Member(&CNarvoAssem::ConvZoneVert2S_Intrin, call), call);
 }
 
-int Vert2STsp(SZoneCall& call)
+int Vert2STsp(SKernelCall& call)
 {
     return CallVert(Member(&CNarvoAssem::ConvZoneVert2S_TSP_Intrin, call), call);
 }
 
-int Vert2SBlack(SZoneCall& call)
+int Vert2SBlack(SKernelCall& call)
 {
     return CallVert(Member(&CNarvoAssem::ConvZoneVert2S_BlackFilter, call), call);
 }
 
-int VtdMember(SZoneCall& call)
+int VtdMember(SKernelCall& call)
 {
     return Call(Member(&CNarvoAssem::ConvZoneVTD_Intrin, call), call, true, false, NoTable(), nVertPitch16,
                 call.nVtdPitch16, Long{1}, &call.nEndLine, call.nThresholdExtra, call.nGrayLimit);
 }
 
-int ClassId(SZoneCall& call)
+int ClassId(SKernelCall& call)
 {
     short* const pNoMap = nullptr;
     return Call([](auto... args) { return ConvZone_AVX_ClassID(args...); }, call, true, false, NoTable(), nVertPitch16,
@@ -135,7 +130,7 @@ int ClassId(SZoneCall& call)
                 call.pStripBuffer->data(), 0, pNoMap);
 }
 
-int ClassIdTable(SZoneCall& call)
+int ClassIdTable(SKernelCall& call)
 {
     CScene& scene = *call.pScene;
     short* const pNoMap = nullptr;
@@ -146,10 +141,15 @@ int ClassIdTable(SZoneCall& call)
 
 } // namespace
 
-std::span<const SZoneKernel> ZoneKernels()
+int RunZoneVert(SKernelCall& call)
 {
-    static const SZoneKernel kernels[] = {
-        {"ConvZoneVertFast", Vert, plainVert, 3.0, 4.5, 0.2},
+    return CallVert(ConvZoneVertFast, call);
+}
+
+std::span<const SKernelRow> ZoneKernels()
+{
+    static const SKernelRow kernels[] = {
+        {"ConvZoneVertFast", RunZoneVert, plainVert, 3.0, 4.5, 0.2},
         {"ConvZoneVertDirectFast", VertDirect, plainVertDirect, 0.0, 3.0, 0.1},
         {"ConvZoneVert2by2Fast", Vert2by2, plainVert2by2, 0.0, 3.0, 0.1},
         {"ConvZoneVertFlagFast", VertFlag, plainVertFlag, 0.0, 3.0, 0.1},

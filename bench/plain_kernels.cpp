@@ -1,5 +1,5 @@
-// See plain_zone.h. Compiled for SSE4.1.
-#include "bench/plain_zone.h"
+// See plain_kernels.h. Compiled for SSE4.1.
+#include "bench/plain_kernels.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -16,18 +16,21 @@ namespace
 /// What sets one kernel apart from the plain vertical one.
 struct SPlainOptions
 {
-    bool bMean2by2 = false;   ///< samples are means of 2 by 2 pixels
-    bool bDirect = false;     ///< reads the image, not the strip buffer
-    bool bBilinear = false;   ///< reference shifted across
-    bool bRowTable = false;   ///< pitch per 16 rows from a table
-    bool bFlagged = false;    ///< origin records have a skip field
-    bool bKnee = false;       ///< two-segment threshold, no grey limit
-    bool bZoneTables = false; ///< threshold by zone, judged while pairing
-    bool bDarkAgain = false;  ///< dark records are judged again while pairing
-    bool bMember = false;     ///< dead zones, no peak
+    bool bMean2by2 = false;    ///< samples are means of 2 by 2 pixels
+    bool bDirect = false;      ///< reads the image, not the strip buffer
+    bool bBilinear = false;    ///< reference shifted across
+    bool bRowTable = false;    ///< pitch per 16 rows from a table
+    bool bColumnTable = false; ///< displacement and weights per 16 columns from tables
+    bool bFlagged = false;     ///< origin records have a skip field
+    bool bKnee = false;        ///< two-segment threshold, no grey limit
+    bool bZoneTables = false;  ///< threshold by zone, judged while pairing
+    bool bDarkAgain = false;   ///< dark records are judged again while pairing
+    bool bMember = false;      ///< dead zones, no peak
     bool bOneRowMore = false;
     bool bAnySingle = false; ///< singles whatever their peak
     bool bClassId = false;
+    bool bFlat = false;    ///< one base and one gain for all pixels, no cells
+    bool bTwoSets = false; ///< hits exceed the smaller of two sets, each record that of its polarity
 };
 
 constexpr int nGroup = 8;
@@ -90,6 +93,20 @@ SGroup Judge(__m128i a, __m128i b, __m128i threshold)
     return group;
 }
 
+constexpr short nNoZones[nGroup] = {};
+
+/// One threshold set in all lanes.
+struct SFlatThreshold
+{
+    __m128i base, gain;
+
+    explicit SFlatThreshold(const SThresholdSet& set)
+        : base(_mm_set1_epi16(static_cast<short>(set.nBase))), gain(_mm_set1_epi16(static_cast<short>(set.nGain)))
+    {
+    }
+    __m128i Of(__m128i larger) const { return _mm_add_epi16(_mm_srli_epi16(_mm_mullo_epi16(larger, gain), 8), base); }
+};
+
 __m128i MapThreshold(__m128i larger, const short* pGain, const short* pOffset)
 {
     return _mm_add_epi16(_mm_srli_epi16(_mm_mullo_epi16(larger, Load(pGain)), 8), Load(pOffset));
@@ -135,9 +152,9 @@ std::size_t StoreHits(const SGroup& group, std::int64_t x, std::int64_t y, const
 }
 
 template <SPlainOptions tOptions>
-int PlainZoneVert(SZoneCall& call)
+int PlainStrips(SKernelCall& call)
 {
-    constexpr bool bMapThreshold = !tOptions.bZoneTables;
+    constexpr bool bMapThreshold = !tOptions.bZoneTables && !tOptions.bFlat;
     CScene& scene = *call.pScene;
     SHitBuffers& hits = *call.pHits;
     const std::uint8_t* const pImage = scene.pixels.data();
@@ -174,6 +191,8 @@ int PlainZoneVert(SZoneCall& call)
                 nZoneLow = param.pTspTable[i];
 
     std::vector<std::ptrdiff_t> places(tOptions.bClassId ? hits.x.size() : 0);
+    const SFlatThreshold flat(flatFirst);
+    const SFlatThreshold flatDark(flatSecond);
     const __m128i limit = _mm_set1_epi16(static_cast<short>(call.nGrayLimit));
     const __m128i shiftFar = _mm_set1_epi16(static_cast<short>(nShift));
     const __m128i shiftNear = _mm_set1_epi16(static_cast<short>(16 - nShift));
@@ -200,7 +219,7 @@ int PlainZoneVert(SZoneCall& call)
                     _mm_storeu_si128(reinterpret_cast<__m128i*>(pBuffer + (y - nTop) * nStrip + nHalf), value);
                 }
         }
-        if (x >= nCellRight)
+        if (!tOptions.bFlat && x >= nCellRight)
         {
             pColumn += nRecordBytes;
             pRecord = pColumn;
@@ -221,7 +240,7 @@ int PlainZoneVert(SZoneCall& call)
 
         for (std::int64_t y = nTop; y < nRowEnd && !bFull; ++y, nPlace += scene.nMapStride)
         {
-            if (y >= nCellBottom)
+            if (!tOptions.bFlat && y >= nCellBottom)
             {
                 pRecord += nRowBytes;
                 const SCell cell = ReadCell(pRecord, tOptions.bFlagged);
@@ -287,7 +306,14 @@ int PlainZoneVert(SZoneCall& call)
                 {
                     a = _mm_min_epu16(a, limit);
                     b = _mm_min_epu16(b, limit);
-                    if constexpr (bMapThreshold)
+                    if constexpr (tOptions.bFlat)
+                    {
+                        const __m128i larger = _mm_max_epu16(a, b);
+                        threshold = flat.Of(larger);
+                        if constexpr (tOptions.bTwoSets)
+                            threshold = _mm_min_epi16(threshold, flatDark.Of(larger));
+                    }
+                    else if constexpr (bMapThreshold)
                         threshold =
                             MapThreshold(_mm_max_epu16(a, b), scene.gainMap.data() + nAt, scene.offsetMap.data() + nAt);
                     else
@@ -296,7 +322,8 @@ int PlainZoneVert(SZoneCall& call)
                 const SGroup group = Judge(a, b, threshold);
                 if (group.nMask != 0)
                     nHits = StoreHits<!tOptions.bMember, tOptions.bClassId>(
-                        group, x + nHalf, y, scene.zoneMap.data() + nAt, hits, nHits, &places, nAt);
+                        group, x + nHalf, y, tOptions.bFlat ? nNoZones : scene.zoneMap.data() + nAt, hits, nHits,
+                        &places, nAt);
                 if (nHits >= static_cast<std::size_t>(hits.nSize))
                 {
                     bFull = true;
@@ -338,6 +365,13 @@ int PlainZoneVert(SZoneCall& call)
                             return false;
                         hits.threshold[nFrom] = nThreshold;
                     }
+                if constexpr (tOptions.bTwoSets)
+                {
+                    const SThresholdSet& set = nSrc <= nCmp ? flatSecond : flatFirst;
+                    nThreshold = std::max(nSrc, nCmp) * set.nGain / 256 + set.nBase;
+                    if (std::abs(nSrc - nCmp) <= nThreshold)
+                        return false;
+                }
                 pair.nDefectPos = nPos;
                 pair.nDefectPair = nPair;
                 pair.nDefectType = bMirror ? (hits.type[nFrom] + 1) & 1 : hits.type[nFrom];
@@ -384,8 +418,8 @@ int PlainZoneVert(SZoneCall& call)
 }
 
 /// The horizontal kernels: rows outside, 16 columns at a time inside, no strip buffer.
-template <bool bTable>
-int PlainZoneRows(SZoneCall& call)
+template <SPlainOptions tOptions>
+int PlainRows(SKernelCall& call)
 {
     CScene& scene = *call.pScene;
     SHitBuffers& hits = *call.pHits;
@@ -400,6 +434,7 @@ int PlainZoneRows(SZoneCall& call)
     SCell first = ReadCell(pRow, false);
     std::int64_t nCellBottom = first.y0 + scene.nCellHeight;
 
+    const SFlatThreshold flat(flatFirst);
     const __m128i limit = _mm_set1_epi16(static_cast<short>(call.nGrayLimit));
     CDefectPair* const pPairs = call.pPairs->data();
     const auto nPairSize = static_cast<int>(call.pPairs->size());
@@ -407,7 +442,7 @@ int PlainZoneRows(SZoneCall& call)
 
     for (std::int64_t y = 0; y < scene.nHeight; ++y)
     {
-        if (y >= nCellBottom)
+        if (!tOptions.bFlat && y >= nCellBottom)
         {
             pRow += nRowBytes;
             first = ReadCell(pRow, false);
@@ -423,7 +458,7 @@ int PlainZoneRows(SZoneCall& call)
         bool bFull = false;
         for (std::int64_t x = 0; x < nScanEnd && !bFull; x += nStrip)
         {
-            if (x >= nCellRight)
+            if (!tOptions.bFlat && x >= nCellRight)
             {
                 pRecord += 8;
                 const SCell cell = ReadCell(pRecord, false);
@@ -435,7 +470,7 @@ int PlainZoneRows(SZoneCall& call)
             std::int64_t nReach = nWhole;
             __m128i nearWeight = _mm_set1_epi16(static_cast<short>(16 - (nPitch16 & 15)));
             __m128i farWeight = _mm_set1_epi16(static_cast<short>(nPitch16 & 15));
-            if constexpr (bTable)
+            if constexpr (tOptions.bColumnTable)
             {
                 nReach = scene.convPitchTable[static_cast<std::size_t>(x) & ~std::size_t{15}];
                 nearWeight = Load(scene.weightNear.data() + (x >> 4) * 16);
@@ -449,10 +484,14 @@ int PlainZoneRows(SZoneCall& call)
                     Blend(Widen(pPixels + nX + nReach), nearWeight, Widen(pPixels + nX + nReach + 1), farWeight),
                     limit);
                 const std::ptrdiff_t nAt = nPlace + nX;
+                const __m128i larger = _mm_max_epu16(a, b);
                 const SGroup group = Judge(
-                    a, b, MapThreshold(_mm_max_epu16(a, b), scene.gainMap.data() + nAt, scene.offsetMap.data() + nAt));
+                    a, b,
+                    tOptions.bFlat ? flat.Of(larger)
+                                   : MapThreshold(larger, scene.gainMap.data() + nAt, scene.offsetMap.data() + nAt));
                 if (group.nMask != 0)
-                    nHits = StoreHits<true, false>(group, nX, y, scene.zoneMap.data() + nAt, hits, nHits, nullptr, 0);
+                    nHits = StoreHits<!tOptions.bMember, false>(
+                        group, nX, y, tOptions.bFlat ? nNoZones : scene.zoneMap.data() + nAt, hits, nHits, nullptr, 0);
                 if (nHits >= static_cast<std::size_t>(hits.nSize))
                 {
                     bFull = true;
@@ -476,7 +515,8 @@ int PlainZoneRows(SZoneCall& call)
                 pair.nDefectPos = nPos;
                 pair.nDefectPair = nPair;
                 pair.nDefectType = bMirror ? (hits.type[nFrom] + 1) & 1 : hits.type[nFrom];
-                pair.nPeak = hits.peak[nFrom];
+                if constexpr (!tOptions.bMember)
+                    pair.nPeak = hits.peak[nFrom];
                 pair.ptDefect = CPoint(nX, static_cast<int>(y));
                 pair.nSrcGray = bMirror ? hits.cmp[nFrom] : hits.src[nFrom];
                 pair.nCmpGray = bMirror ? hits.src[nFrom] : hits.cmp[nFrom];
@@ -510,20 +550,27 @@ int PlainZoneRows(SZoneCall& call)
 
 } // namespace
 
-const PlainZone plainHori = PlainZoneRows<false>;
-const PlainZone plainHoriTable = PlainZoneRows<true>;
-const PlainZone plainVert = PlainZoneVert<SPlainOptions{}>;
-const PlainZone plainVertDirect =
-    PlainZoneVert<SPlainOptions{.bDirect = true, .bOneRowMore = true, .bAnySingle = true}>;
-const PlainZone plainVert2by2 = PlainZoneVert<SPlainOptions{.bMean2by2 = true}>;
-const PlainZone plainVertFlag = PlainZoneVert<SPlainOptions{.bFlagged = true}>;
-const PlainZone plainVertFlag2by2 = PlainZoneVert<SPlainOptions{.bMean2by2 = true, .bFlagged = true}>;
-const PlainZone plainVertKnee = PlainZoneVert<SPlainOptions{.bKnee = true, .bAnySingle = true}>;
-const PlainZone plainVtd = PlainZoneVert<SPlainOptions{.bDirect = true, .bBilinear = true}>;
-const PlainZone plainMember = PlainZoneVert<SPlainOptions{.bMember = true}>;
-const PlainZone plainMemberZones = PlainZoneVert<SPlainOptions{.bZoneTables = true, .bMember = true}>;
-const PlainZone plainMemberDark = PlainZoneVert<SPlainOptions{.bDarkAgain = true, .bMember = true}>;
-const PlainZone plainMemberVtd = PlainZoneVert<SPlainOptions{.bDirect = true, .bBilinear = true, .bMember = true}>;
-const PlainZone plainClassIdTable = PlainZoneVert<SPlainOptions{.bDirect = true, .bRowTable = true, .bClassId = true}>;
+const PlainKernel plainHori = PlainRows<SPlainOptions{}>;
+const PlainKernel plainHoriTable = PlainRows<SPlainOptions{.bColumnTable = true}>;
+const PlainKernel plainVert = PlainStrips<SPlainOptions{}>;
+const PlainKernel plainVertDirect =
+    PlainStrips<SPlainOptions{.bDirect = true, .bOneRowMore = true, .bAnySingle = true}>;
+const PlainKernel plainVert2by2 = PlainStrips<SPlainOptions{.bMean2by2 = true}>;
+const PlainKernel plainVertFlag = PlainStrips<SPlainOptions{.bFlagged = true}>;
+const PlainKernel plainVertFlag2by2 = PlainStrips<SPlainOptions{.bMean2by2 = true, .bFlagged = true}>;
+const PlainKernel plainVertKnee = PlainStrips<SPlainOptions{.bKnee = true, .bAnySingle = true}>;
+const PlainKernel plainVtd = PlainStrips<SPlainOptions{.bDirect = true, .bBilinear = true}>;
+const PlainKernel plainMember = PlainStrips<SPlainOptions{.bMember = true}>;
+const PlainKernel plainMemberZones = PlainStrips<SPlainOptions{.bZoneTables = true, .bMember = true}>;
+const PlainKernel plainMemberDark = PlainStrips<SPlainOptions{.bDarkAgain = true, .bMember = true}>;
+const PlainKernel plainMemberVtd = PlainStrips<SPlainOptions{.bDirect = true, .bBilinear = true, .bMember = true}>;
+const PlainKernel plainClassIdTable = PlainStrips<SPlainOptions{.bDirect = true, .bRowTable = true, .bClassId = true}>;
+
+const PlainKernel plainPixelHori = PlainRows<SPlainOptions{.bFlat = true}>;
+const PlainKernel plainPixelHoriMember = PlainRows<SPlainOptions{.bMember = true, .bFlat = true}>;
+const PlainKernel plainPixelVert = PlainStrips<SPlainOptions{.bAnySingle = true, .bFlat = true}>;
+const PlainKernel plainPixelMember = PlainStrips<SPlainOptions{.bMember = true, .bFlat = true, .bTwoSets = true}>;
+const PlainKernel plainPixelMemberTable =
+    PlainStrips<SPlainOptions{.bRowTable = true, .bMember = true, .bFlat = true, .bTwoSets = true}>;
 
 } // namespace bench
