@@ -8,6 +8,7 @@
 #include "host/parameter_set.h"
 #include "host/problem.h"
 #include "host/recipe_check.h"
+#include "host/region_shape.h"
 #include "narvoassem/narvoassem.h"
 
 namespace narvo
@@ -21,10 +22,9 @@ constexpr int nBlobLimit = 1000000;
 // A vertical pass with more pairs builds no blobs.
 constexpr int nVerticalPairLimit = 100000;
 
-Blob CopyBlob(const CDefectBlob& source, int number)
+Blob CopyBlob(const CDefectBlob& source)
 {
     Blob blob{};
-    blob.number = number;
     blob.bright = source.nDefectType == DefectType_Bright;
     blob.band = source.nDefectPos;
     blob.single = source.nDefectPair == DefectPair_Single;
@@ -59,6 +59,36 @@ std::vector<CNarvoAssem*> EnginesOf(CNarvoAssem& lane)
     return engines;
 }
 
+void CollectBlobs(CNarvoAssem& engine, const Recipe& recipe, InspectionResult& result)
+{
+    for (int i = 0; i < engine.GetBlobCount(); ++i)
+        if (const CDefectBlob& blob = *engine.GetBlobDefect(i); blob.bRemoved == 0 && blob.nPairCount >= recipe.minArea)
+            result.blobs.push_back(CopyBlob(blob));
+}
+
+/// The second pass of a two-pass kernel builds blobs from the pairs of both, so that those of the first come twice: of
+/// two blobs of one polarity that overlap the larger stands, of equal ones the first.
+void DropRepeated(std::vector<Blob>& blobs)
+{
+    const auto overlap = [](const CRect& a, const CRect& b)
+    { return a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom; };
+    std::stable_sort(blobs.begin(), blobs.end(), [](const Blob& a, const Blob& b) { return a.area > b.area; });
+    std::vector<Blob> kept;
+    for (const Blob& blob : blobs)
+        if (std::none_of(kept.begin(), kept.end(),
+                         [&](const Blob& other)
+                         { return other.bright == blob.bright && overlap(other.box, blob.box); }))
+            kept.push_back(blob);
+    blobs = std::move(kept);
+}
+
+void ThrowUnlessDone(int code)
+{
+    if (code != 1 && code != 16)
+        throw HostError({{"inspection", "refused by the engine with code " + std::to_string(code),
+                          "a recipe that passes the engine's checks"}});
+}
+
 double MillisecondsSince(std::chrono::steady_clock::time_point start)
 {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
@@ -83,6 +113,28 @@ Inspector::Inspector(int lanes, int maxBlobs)
 
 Inspector::~Inspector() = default;
 
+/// The engine clears itself at each trapezium, so blobs are collected in between. @return the engine's code
+int Inspector::InspectTrapezia(int lane, ParameterSet& set, const Recipe& recipe, InspectionResult& result)
+{
+    CNarvoAssem& engine = *m_pool->GetNarvoAssem(lane);
+    int worst = 1;
+    for (const CTrapezium& trapezium : set.Trapezia())
+    {
+        set.Block().trapInspect = trapezium;
+        result.outlines.push_back(CornersOf(trapezium));
+        const auto start = std::chrono::steady_clock::now();
+        const int code = m_pool->Inspect_Trapezium(lane, &set.Block());
+        ThrowUnlessDone(code);
+        result.inspectMilliseconds += MillisecondsSince(start);
+        result.blobMilliseconds += engine.dBlobTime;
+        result.pairs += engine.GetPairCount();
+        result.overflowed = result.overflowed || engine.GetPairCount() >= engine.nPairSize;
+        worst = std::max(worst, code);
+        CollectBlobs(engine, recipe, result);
+    }
+    return worst;
+}
+
 InspectionResult Inspector::Inspect(int lane, const GreyImage& image, const Recipe& recipe)
 {
     if (lane < 0 || lane >= m_lanes)
@@ -101,14 +153,23 @@ InspectionResult Inspector::Inspect(int lane, const GreyImage& image, const Reci
     InspectionResult result;
     result.region = set.Block().rtInspect;
     result.direction = ResolveDirection(recipe, result.region);
-    result.code = m_pool->Inspect_Rect(lane, &set.Block(), 0);
-    if (result.code != 1 && result.code != 16)
-        throw HostError({{"inspection", "refused by the engine with code " + std::to_string(result.code),
-                          "a recipe that passes the engine's checks"}});
+    if (recipe.GetKind() == Kind_FreeForm)
+        result.outlines.push_back(recipe.regionPoints);
+    if (recipe.GetKind() == Kind_Trapezium)
+        result.code = InspectTrapezia(lane, set, recipe, result);
+    else
+    {
+        result.code = m_pool->Inspect_Rect(lane, &set.Block(), recipe.GetKind() == Kind_Asg ? 1 : 0);
+        ThrowUnlessDone(result.code);
+        CollectBlobs(engine, recipe, result);
+    }
 
-    result.pairs = engine.GetPairCount();
-    result.inspectMilliseconds = engine.dInspectTime;
-    result.blobMilliseconds = engine.dBlobTime;
+    if (recipe.GetKind() != Kind_Trapezium)
+    {
+        result.pairs = engine.GetPairCount();
+        result.inspectMilliseconds = engine.dInspectTime;
+        result.blobMilliseconds = engine.dBlobTime;
+    }
     for (const CNarvoAssem* one : engines)
         result.reruns += one->nReinspectCount;
     // After a band split the lane's own pair count is the sum over the bands, with no pass behind it.
@@ -117,20 +178,25 @@ InspectionResult Inspector::Inspect(int lane, const GreyImage& image, const Reci
                  [](const CNarvoAssem* one) { return one->GetPairCount() > 0; });
     if (passes.empty())
         passes.push_back(&engine);
-    const bool overflowed = std::any_of(passes.begin(), passes.end(),
-                                        [](const CNarvoAssem* one) { return one->GetPairCount() >= one->nPairSize; });
-    const bool dropped = result.direction == Direction_Vertical &&
+    result.overflowed =
+        result.overflowed || std::any_of(passes.begin(), passes.end(),
+                                         [](const CNarvoAssem* one) { return one->GetPairCount() >= one->nPairSize; });
+    // Of the vertical paths, these leave out the blob step.
+    const bool limited = recipe.GetKind() == Kind_Zone || recipe.GetKind() == Kind_Float ||
+                         (recipe.GetKind() == Kind_Pixel && recipe.twicePitch == 0.0);
+    const bool dropped = limited && result.direction == Direction_Vertical &&
                          std::any_of(passes.begin(), passes.end(),
                                      [](const CNarvoAssem* one) { return one->GetPairCount() > nVerticalPairLimit; });
 
-    for (int i = 0; i < engine.GetBlobCount(); ++i)
-        if (const CDefectBlob& blob = *engine.GetBlobDefect(i); blob.bRemoved == 0 && blob.nPairCount >= recipe.minArea)
-            result.blobs.push_back(CopyBlob(blob, static_cast<int>(result.blobs.size()) + 1));
+    if (recipe.twicePitch != 0.0)
+        DropRepeated(result.blobs);
+    for (std::size_t i = 0; i < result.blobs.size(); ++i)
+        result.blobs[i].number = static_cast<int>(i) + 1;
 
     if (result.reruns > 0)
         result.warnings.push_back("overflow: " + std::to_string(result.reruns) +
                                   " re-runs; defects of the passes that overflowed may be missing");
-    if (overflowed)
+    if (result.overflowed)
         result.warnings.push_back("the last pass ran full: the rest of its region was not looked at");
     if (dropped)
         result.warnings.push_back("more than " + std::to_string(nVerticalPairLimit) +

@@ -14,6 +14,8 @@ class CAssemControl;
 namespace narvo
 {
 
+class ParameterSet;
+
 /// One reported defect.
 struct Blob
 {
@@ -46,8 +48,10 @@ struct InspectionResult
     int code = 0; ///< the engine's: 1 done, 16 done with re-runs or more pairs than fit
     Direction direction = Direction_Vertical;
     CRect region;
-    int pairs = 0;  ///< pair records of the last pass, all bands
-    int reruns = 0; ///< passes that had to be started again behind an overflow
+    std::vector<std::vector<CPoint>> outlines; ///< corners of the region's parts where it is no rectangle
+    int pairs = 0;                             ///< pair records of the last pass, all bands or trapezia
+    bool overflowed = false;                   ///< a pass ran full
+    int reruns = 0;                            ///< passes that had to be started again behind an overflow
     double inspectMilliseconds = 0.0;
     double blobMilliseconds = 0.0;
     double totalMilliseconds = 0.0;    ///< tables and copies included
@@ -73,6 +77,8 @@ public:
     InspectionResult Inspect(int lane, const GreyImage& image, const Recipe& recipe);
 
 private:
+    int InspectTrapezia(int lane, ParameterSet& set, const Recipe& recipe, InspectionResult& result);
+
     std::unique_ptr<CAssemControl> m_pool;
     int m_lanes;
     int m_maxBlobs;

@@ -6,6 +6,7 @@
 
 #include "host/problem.h"
 #include "host/recipe_check.h"
+#include "host/region_shape.h"
 
 namespace narvo
 {
@@ -27,11 +28,29 @@ const Recipe& Checked(const GreyImage& image, const Recipe& recipe)
     return recipe;
 }
 
+/// Behind zone maps the mode says what the pair filters compare, single pixels or blocks.
+int InspectModeOf(const Recipe& recipe)
+{
+    switch (recipe.GetKind())
+    {
+    case Kind_Pixel:
+        return 1;
+    case Kind_Float:
+    case Kind_Trapezium:
+    case Kind_FreeForm:
+        return 0;
+    case Kind_Binarise:
+        return 2;
+    case Kind_Average:
+        return 3;
+    default:
+        return recipe.filterSample == FilterSample_Pixel ? 1 : 0;
+    }
+}
+
 } // namespace
 
-ParameterSet::ParameterSet(const GreyImage& image, const Recipe& recipe)
-    : m_cell(CellOf(Checked(image, recipe))),
-      m_origins(m_cell, RegionOf(recipe, image.Width(), image.Height()), recipe.skippedCells)
+ParameterSet::ParameterSet(const GreyImage& image, const Recipe& recipe) : m_cell(CellOf(Checked(image, recipe)))
 {
     m_param.pImage = const_cast<unsigned char*>(image.Row(0));
     m_param.nImageWidth = image.Stride();
@@ -40,22 +59,33 @@ ParameterSet::ParameterSet(const GreyImage& image, const Recipe& recipe)
     m_param.rtMarginFrame = recipe.marginFrame.value_or(CRect());
     std::copy(recipe.deadZones.begin(), recipe.deadZones.end(), m_param.rtDeadZone);
     FillScalars(recipe);
-    FillMaps(recipe);
+    FillThresholds(recipe);
     FillTables(image, recipe);
-    FillZoneTables(recipe);
+    FillShape(recipe);
+    if (recipe.GetKind() != Kind_Zone && recipe.GetKind() != Kind_Asg)
+        return;
 
     const bool vertical = ResolveDirection(recipe, m_param.rtInspect) == Direction_Vertical;
-    m_param.pZoneOriginTable = m_origins.Entry(vertical);
-    m_param.nZoneColumns = m_origins.Columns();
+    m_mapExtent = CellMap::Extent(m_cell);
+    // The asg kernels stay in the first cell that they meet across the direction.
+    if (recipe.GetKind() == Kind_Asg && vertical)
+        m_mapExtent.right += m_param.rtInspect.Width();
+    else if (recipe.GetKind() == Kind_Asg)
+        m_mapExtent.bottom += m_param.rtInspect.Height();
+    FillMaps(recipe);
+    FillZoneTables(recipe);
+    m_origins.emplace(m_cell, m_param.rtInspect, recipe.skippedCells);
+    m_param.pZoneOriginTable = m_origins->Entry(vertical);
+    m_param.nZoneColumns = m_origins->Columns();
 }
 
 void ParameterSet::FillScalars(const Recipe& recipe)
 {
-    // Zone maps take precedence over these two modes; between them the mode says what the pair filters compare.
-    m_param.nInspectMode = recipe.filterSample == FilterSample_Pixel ? 1 : 0;
-    m_param.nDirection = recipe.direction;
+    m_param.nInspectMode = InspectModeOf(recipe);
+    m_param.nDirection = recipe.autoDirection ? recipe.direction : ResolveDirection(recipe, m_param.rtInspect);
     m_param.bAutoDirection = recipe.autoDirection;
-    m_param.nMaxReinspect = recipe.maxReruns;
+    // A free-form pass ends at a row, which the search for the column to go on from would misread.
+    m_param.nMaxReinspect = recipe.GetKind() == Kind_FreeForm ? 0 : recipe.maxReruns;
     m_param.nMultiType = recipe.label;
     m_param.nConvWidth = recipe.windowWidth;
     m_param.nConvHeight = recipe.windowHeight;
@@ -64,7 +94,6 @@ void ParameterSet::FillScalars(const Recipe& recipe)
     m_param.dScanPitch = recipe.pitchY;
     m_param.nScanMultiple = recipe.multipleY;
     m_param.nGrayLimit = recipe.greyLimit;
-    m_param.nThresholdExtra = recipe.thresholdExtra;
     m_param.bKeepSingle = recipe.keepSingles;
     m_param.bBandThread = recipe.bandSplit;
     m_param.nMergeDivision = recipe.mergeDistance;
@@ -76,8 +105,6 @@ void ParameterSet::FillScalars(const Recipe& recipe)
     m_param.bUseLineBuffer = recipe.lineBuffer;
     m_param.fVtdPitch = static_cast<float>(recipe.crossShift);
     m_param.dClassPitch = recipe.classPitch;
-    m_param.nBlackFilterGray = recipe.darkFilterBase;
-    m_param.nBlackFilterGain = recipe.darkFilterGain;
     m_param.bFalseFilter = recipe.filters;
     m_param.bMarginFilter = recipe.marginFilter;
     m_param.nFilterMode = recipe.filterTest == FilterTest_Jump ? 1 : 0;
@@ -85,6 +112,55 @@ void ParameterSet::FillScalars(const Recipe& recipe)
     m_param.nZoneConvMultiple = recipe.zoneMultipleX;
     m_param.nZoneScanMultiple = recipe.zoneMultipleY;
     m_param.bZoneFlagged = recipe.skippedCells.empty() ? 0 : 1;
+}
+
+void ParameterSet::FillThresholds(const Recipe& recipe)
+{
+    m_param.nThresholdExtra = recipe.thresholdExtra;
+    m_param.nBlackFilterGray = recipe.darkFilterBase;
+    m_param.nBlackFilterGain = recipe.darkFilterGain;
+    switch (recipe.GetKind())
+    {
+    case Kind_Pixel:
+    case Kind_Float:
+    case Kind_FreeForm:
+    case Kind_Trapezium:
+        m_param.nThreshold = recipe.thresholdBase;
+        m_param.nThresholdGain = recipe.thresholdGain;
+        break;
+    case Kind_Binarise:
+        m_param.nThreshold = recipe.binariseLimit;
+        break;
+    case Kind_Average:
+        m_param.nThreshold = recipe.averageBright;
+        m_param.nBlackFilterGray = recipe.averageDark;
+        m_param.nAverageParam1 = recipe.averageBackground;
+        m_param.nAverageParam2 = recipe.averageWindow;
+        break;
+    default:
+        break; // thresholds of the zones
+    }
+    if (recipe.twicePitch != 0.0)
+    {
+        m_param.bTwice = 1;
+        m_param.dTwicePitch = recipe.twicePitch;
+        m_param.nTwiceThreshold = recipe.twiceBase;
+        m_param.nTwiceThresholdGain = recipe.twiceGain;
+    }
+}
+
+void ParameterSet::FillShape(const Recipe& recipe)
+{
+    if (recipe.GetKind() == Kind_Trapezium)
+        m_trapezia = TrapeziaOf(recipe);
+    if (recipe.GetKind() != Kind_FreeForm)
+        return;
+    m_points = recipe.regionPoints;
+    m_mask = MakeMask(m_points, m_param.nImageWidth, m_param.nImageHeight);
+    m_param.bZoneFlagged = 1;
+    m_param.pFreeFormPoint = m_points.data();
+    m_param.nFreeFormPointCount = static_cast<int>(m_points.size());
+    m_param.pFreeFormMask = m_mask.data();
 }
 
 short* ParameterSet::AddMap(const Recipe& recipe, const GreyImage& painted, int ZoneSettings::*member)
@@ -96,7 +172,7 @@ short* ParameterSet::AddMap(const Recipe& recipe, const GreyImage& painted, int 
     else
         for (const ZoneSettings& zone : recipe.zones)
             values[static_cast<std::size_t>(zone.index)] = static_cast<short>(zone.*member);
-    return m_maps.emplace_back(m_cell, painted, values).Data();
+    return m_maps.emplace_back(m_cell, painted, values, m_mapExtent).Data();
 }
 
 void ParameterSet::FillMaps(const Recipe& recipe)
@@ -116,7 +192,7 @@ void ParameterSet::FillMaps(const Recipe& recipe)
         std::array<short, CConvParam::nZoneLimit> ids{};
         for (std::size_t i = 0; i < ids.size(); ++i)
             ids[i] = static_cast<short>(i);
-        m_param.pClassIdMap = m_maps.emplace_back(m_cell, recipe.classImage, ids).Data();
+        m_param.pClassIdMap = m_maps.emplace_back(m_cell, recipe.classImage, ids, m_mapExtent).Data();
     }
     m_param.nZoneMapStride = m_maps.front().Stride();
 }

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <deque>
+#include <optional>
 #include <vector>
 
 #include "host/grey_image.h"
@@ -27,8 +29,13 @@ public:
     CConvParam& Block() { return m_param; }
     const CConvParam& Block() const { return m_param; }
 
+    /// The trapezia of a region of that shape, to be set into the block one after the other; otherwise empty.
+    const std::vector<CTrapezium>& Trapezia() const { return m_trapezia; }
+
 private:
     void FillScalars(const Recipe& recipe);
+    void FillThresholds(const Recipe& recipe);
+    void FillShape(const Recipe& recipe);
     void FillMaps(const Recipe& recipe);
     void FillTables(const GreyImage& image, const Recipe& recipe);
     void FillZoneTables(const Recipe& recipe);
@@ -38,13 +45,17 @@ private:
 
     CConvParam m_param;
     CellGeometry m_cell;
+    CRect m_mapExtent;
     std::deque<CellMap> m_maps;
     std::deque<ZoneTable> m_zoneTables;
     std::vector<int> m_scanPitch;
     std::vector<unsigned short> m_convPitch;
     std::vector<short> m_convNear;
     std::vector<short> m_convFar;
-    OriginTable m_origins;
+    std::optional<OriginTable> m_origins;
+    std::vector<CPoint> m_points;
+    std::vector<std::uint8_t> m_mask;
+    std::vector<CTrapezium> m_trapezia;
 };
 
 } // namespace narvo

@@ -30,8 +30,8 @@ constexpr const char* szScanPitch = "tables.scan_pitch";
 constexpr const char* szConvPitch = "tables.conv_pitch";
 constexpr const char* szZoneList = "zones.list";
 constexpr const char* szZoneSkip = "zones.skip";
-constexpr const char* structuredPaths[] = {szRegion,    szMarginFrame, szDeadZones, szScanPitch,
-                                           szConvPitch, szZoneList,    szZoneSkip};
+
+constexpr std::string_view shapeWords[] = {"rectangle", "trapezium", "polygon"};
 
 std::string Shorten(const json& value)
 {
@@ -99,9 +99,10 @@ template <typename Owner>
 class FieldReader
 {
 public:
-    FieldReader(std::span<const Field<Owner>> fields, std::span<const char* const> structured, Owner& owner,
-                std::string prefix, Problems& found)
-        : m_fields(fields), m_structured(structured), m_owner(owner), m_prefix(std::move(prefix)), m_found(found)
+    FieldReader(std::span<const Field<Owner>> fields, std::span<const StructuredField> structured, Kind kind,
+                Owner& owner, std::string prefix, Problems& found)
+        : m_fields(fields), m_structured(structured), m_kind(kind), m_owner(owner), m_prefix(std::move(prefix)),
+          m_found(found)
     {
     }
 
@@ -111,7 +112,7 @@ public:
     {
         Walk(document, "", visit);
         for (const Field<Owner>& field : m_fields)
-            if (field.required && !m_given.contains(field.path))
+            if ((field.required & SetOf(m_kind)) != 0 && !m_given.contains(field.path))
                 m_found.push_back({m_prefix + std::string(field.path), "missing", AllowedText(field)});
     }
 
@@ -122,15 +123,14 @@ private:
         for (const auto& [key, value] : object.items())
         {
             const std::string path = parent + key;
-            const auto field = std::find_if(m_fields.begin(), m_fields.end(),
-                                            [&](const Field<Owner>& candidate) { return candidate.path == path; });
-            if (field != m_fields.end())
+            if (const Field<Owner>* field = FindField(m_fields, path, m_kind))
             {
                 m_given.insert(field->path);
                 if (!Store(*field, value, m_owner))
                     m_found.push_back({m_prefix + path, Shorten(value), AllowedText(*field)});
             }
-            else if (std::find(m_structured.begin(), m_structured.end(), path) != m_structured.end())
+            else if (std::any_of(m_structured.begin(), m_structured.end(),
+                                 [&](const StructuredField& candidate) { return candidate.path == path; }))
                 visit(path, value);
             else if (const std::string known = Members(path + "."); known.empty())
                 m_found.push_back({m_prefix + path, "unknown field", "one of " + Members(parent)});
@@ -156,8 +156,8 @@ private:
         };
         for (const Field<Owner>& field : m_fields)
             note(field.path);
-        for (const char* path : m_structured)
-            note(path);
+        for (const StructuredField& field : m_structured)
+            note(field.path);
         std::string text;
         for (const std::string& name : names)
             text += (text.empty() ? "" : ", ") + name;
@@ -165,13 +165,15 @@ private:
     }
 
     std::span<const Field<Owner>> m_fields;
-    std::span<const char* const> m_structured;
+    std::span<const StructuredField> m_structured;
+    Kind m_kind;
     Owner& m_owner;
     std::string m_prefix;
     Problems& m_found;
     std::set<std::string_view> m_given;
 };
 
+/// Of the region object's members, `shape` is read elsewhere.
 std::optional<CRect> ReadRect(const std::string& path, const json& value, bool withShape, Problems& found)
 {
     static constexpr const char* sides[] = {"left", "top", "right", "bottom"};
@@ -197,11 +199,8 @@ std::optional<CRect> ReadRect(const std::string& path, const json& value, bool w
     for (const auto& [key, member] : value.items())
     {
         if (withShape && key == "shape")
-        {
-            if (member != "rectangle")
-                found.push_back({path + ".shape", Shorten(member), "rectangle"});
-        }
-        else if (std::find(std::begin(sides), std::end(sides), key) == std::end(sides))
+            continue;
+        if (std::find(std::begin(sides), std::end(sides), key) == std::end(sides))
             found.push_back({path + "." + key, "unknown field",
                              withShape ? "one of shape, left, top, right, bottom" : "one of left, top, right, bottom"});
     }
@@ -222,21 +221,65 @@ void ReadList(const std::string& path, const json& value, const char* content, P
         read(path + "[" + std::to_string(i) + "]", value[i]);
 }
 
-void ReadStructured(const std::string& path, const json& value, Recipe& recipe, Problems& found)
+void ReadRegion(const json& value, Recipe& recipe, Problems& found)
 {
-    if (path == szRegion)
+    const std::string path = szRegion;
+    if (value.is_object() && value.contains("shape"))
+    {
+        const auto word = std::find(std::begin(shapeWords), std::end(shapeWords),
+                                    value["shape"].is_string() ? value["shape"].get<std::string>() : "");
+        if (word == std::end(shapeWords))
+        {
+            found.push_back({path + ".shape", Shorten(value["shape"]), "rectangle, trapezium or polygon"});
+            return;
+        }
+        recipe.regionShape = static_cast<int>(word - std::begin(shapeWords));
+    }
+    if (recipe.regionShape == RegionShape_Rectangle)
+    {
         recipe.region = ReadRect(path, value, true, found);
-    else if (path == szMarginFrame)
-        recipe.marginFrame = ReadRect(path, value, false, found);
+        return;
+    }
+    const auto isPlace = [](const json& pair)
+    { return pair.is_array() && pair.size() == 2 && FitsInt(pair[0]) && FitsInt(pair[1]); };
+    const bool withColumns = recipe.regionShape == RegionShape_Trapezium;
+    for (const auto& [key, member] : value.items())
+    {
+        if (key == "points")
+            ReadList(path + ".points", member, "corners", found,
+                     [&](const std::string& entry, const json& corner)
+                     {
+                         if (isPlace(corner))
+                             recipe.regionPoints.emplace_back(corner[0].get<int>(), corner[1].get<int>());
+                         else
+                             found.push_back({entry, Shorten(corner), "[x, y] in whole pixels"});
+                     });
+        else if (key == "columns" && withColumns)
+        {
+            if (isPlace(member))
+                recipe.regionColumns = {member[0].get<int>(), member[1].get<int>()};
+            else
+                found.push_back({path + ".columns", Shorten(member), "[first, last] in whole pixels"});
+        }
+        else if (key != "shape")
+            found.push_back({path + "." + key, "unknown field",
+                             withColumns ? "one of shape, points, columns" : "one of shape, points"});
+    }
+}
+
+void ReadStructured(std::string_view path, const json& value, Recipe& recipe, Problems& found)
+{
+    if (path == szMarginFrame)
+        recipe.marginFrame = ReadRect(szMarginFrame, value, false, found);
     else if (path == szDeadZones)
-        ReadList(path, value, "rectangles", found,
+        ReadList(szDeadZones, value, "rectangles", found,
                  [&](const std::string& entry, const json& member)
                  {
                      if (const auto rect = ReadRect(entry, member, false, found))
                          recipe.deadZones.push_back(*rect);
                  });
     else if (path == szZoneSkip)
-        ReadList(path, value, "cells", found,
+        ReadList(szZoneSkip, value, "cells", found,
                  [&](const std::string& entry, const json& member)
                  {
                      if (member.is_array() && member.size() == 2 && FitsInt(member[0]) && FitsInt(member[1]))
@@ -247,7 +290,7 @@ void ReadStructured(const std::string& path, const json& value, Recipe& recipe, 
     else if (path == szZoneList)
     {
         recipe.zones.clear();
-        ReadList(path, value, "zones", found,
+        ReadList(szZoneList, value, "zones", found,
                  [&](const std::string& entry, const json& member)
                  {
                      if (!member.is_object())
@@ -256,7 +299,7 @@ void ReadStructured(const std::string& path, const json& value, Recipe& recipe, 
                          return;
                      }
                      ZoneSettings zone;
-                     FieldReader<ZoneSettings>(ZoneFields(), {}, zone, entry + ".", found)
+                     FieldReader<ZoneSettings>(ZoneFields(), {}, recipe.GetKind(), zone, entry + ".", found)
                          .Read(member, [](const std::string&, const json&) {});
                      recipe.zones.push_back(zone);
                  });
@@ -264,7 +307,7 @@ void ReadStructured(const std::string& path, const json& value, Recipe& recipe, 
     else
     {
         std::vector<double>& table = path == szScanPitch ? recipe.scanPitches : recipe.convPitches;
-        ReadList(path, value, "pitches in pixels", found,
+        ReadList(std::string(path), value, "pitches in pixels", found,
                  [&](const std::string& entry, const json& member)
                  {
                      if (member.is_number())
@@ -326,11 +369,36 @@ void DescribeFields(std::span<const Field<Owner>> fields, const Owner& defaults,
                     std::ostream& out)
 {
     for (const Field<Owner>& field : fields)
+    {
+        const std::string kinds = KindsText(field.kinds);
         out << prefix << field.path << ": " << AllowedText(field) << "; "
-            << (field.required ? "required" : "default " + ValueText(field, defaults)) << "; " << field.meaning << '\n';
+            << (field.required != 0 ? "required" : "default " + ValueText(field, defaults)) << "; "
+            << (kinds.empty() ? "" : kinds + "; ") << field.meaning << '\n';
+    }
 }
 
 } // namespace
+
+Kind KindOf(int mode, int regionShape)
+{
+    switch (mode)
+    {
+    case Mode_Pixel:
+        return Kind_Pixel;
+    case Mode_Float:
+        return regionShape == RegionShape_Trapezium ? Kind_Trapezium
+               : regionShape == RegionShape_Polygon ? Kind_FreeForm
+                                                    : Kind_Float;
+    case Mode_Binarise:
+        return Kind_Binarise;
+    case Mode_Average:
+        return Kind_Average;
+    case Mode_Asg:
+        return Kind_Asg;
+    default:
+        return Kind_Zone;
+    }
+}
 
 Recipe ParseRecipe(const json& document, const std::filesystem::path& folder)
 {
@@ -338,9 +406,18 @@ Recipe ParseRecipe(const json& document, const std::filesystem::path& folder)
     Recipe recipe;
     if (!document.is_object())
         throw HostError({{"recipe", Shorten(document), "a JSON object"}});
-    FieldReader<Recipe>(RecipeFields(), structuredPaths, recipe, "", found)
+    // Mode and region say which of a field's rows holds.
+    if (document.contains("mode"))
+        Store(*FindField(RecipeFields(), "mode", Kind_Zone), document["mode"], recipe);
+    if (document.contains(szRegion))
+        ReadRegion(document[szRegion], recipe, found);
+    FieldReader<Recipe>(RecipeFields(), StructuredFields(), recipe.GetKind(), recipe, "", found)
         .Read(document,
-              [&](const std::string& path, const json& value) { ReadStructured(path, value, recipe, found); });
+              [&](const std::string& path, const json& value)
+              {
+                  if (path != szRegion)
+                      ReadStructured(path, value, recipe, found);
+              });
     LoadPainted("zones.image", recipe.zoneImageFile, folder, recipe.zoneImage, found);
     LoadPainted("zones.class_image", recipe.classImageFile, folder, recipe.classImage, found);
 
@@ -382,9 +459,19 @@ ordered_json RecipeToJson(const Recipe& recipe)
 {
     ordered_json document;
     WriteFields(RecipeFields(), recipe, document);
-    if (recipe.region)
+    if (recipe.regionShape != RegionShape_Rectangle)
     {
-        document[szRegion] = {{"shape", "rectangle"}};
+        ordered_json& region = document[szRegion];
+        region["shape"] = shapeWords[recipe.regionShape];
+        region["points"] = ordered_json::array();
+        for (const CPoint& point : recipe.regionPoints)
+            region["points"].push_back({point.x, point.y});
+        if (recipe.regionColumns)
+            region["columns"] = {recipe.regionColumns->first, recipe.regionColumns->second};
+    }
+    else if (recipe.region)
+    {
+        document[szRegion] = {{"shape", shapeWords[recipe.regionShape]}};
         document[szRegion].update(RectToJson(*recipe.region));
     }
     if (recipe.marginFrame)
@@ -417,6 +504,11 @@ std::string DescribeRecipeFields()
     DescribeFields(RecipeFields(), defaults, "", out);
     out << "region: object with shape (rectangle), left, top, right, bottom, in pixels, right and bottom exclusive; "
            "default the whole image; what is inspected\n"
+           "region: object with shape (trapezium), points, columns; modes float; points: list of [x, y], at most 10, "
+           "corners of a convex polygon, which is cut into trapezia; columns: [first, last], optional, what is left "
+           "of it; singles are not kept, blobs are not joined across trapezia\n"
+           "region: object with shape (polygon), points; modes float; vertical; points: list of [x, y], corners of any "
+           "polygon, even-odd rule; pixels inside are compared one by one\n"
            "margin_frame: object with left, top, right, bottom; default none; frame of the edge tests\n"
            "dead_zones: list of at most 9 rectangles; default empty; no hits inside\n"
            "tables.scan_pitch: list of pitches along y in pixels, one for each 16 rows; default empty; row table\n"

@@ -24,7 +24,32 @@ constexpr int nRecipeZoneLimit = 16;
 
 enum Mode : int
 {
-    Mode_Zone = 0 ///< thresholds from zone maps laid over the pattern's cell
+    Mode_Zone = 0,     ///< thresholds from zone maps laid over the pattern's cell
+    Mode_Pixel = 1,    ///< one threshold, single pixels
+    Mode_Float = 2,    ///< one threshold, sums of small windows
+    Mode_Binarise = 3, ///< dark pixels, without a comparison
+    Mode_Average = 4,  ///< a small window's mean against a large one's
+    Mode_Asg = 5       ///< zone thresholds in cells unbounded across the compare direction; no singles
+};
+
+enum RegionShape : int
+{
+    RegionShape_Rectangle = 0,
+    RegionShape_Trapezium = 1, ///< a convex polygon, cut into trapezia; float mode
+    RegionShape_Polygon = 2    ///< any polygon, by the even-odd rule; float mode
+};
+
+/// The engine's path that a recipe takes: its mode, and in float mode the region's shape.
+enum Kind : int
+{
+    Kind_Zone,
+    Kind_Pixel,
+    Kind_Float,
+    Kind_Trapezium,
+    Kind_FreeForm,
+    Kind_Binarise,
+    Kind_Average,
+    Kind_Asg
 };
 
 enum Direction : int
@@ -66,6 +91,9 @@ struct ZoneSettings
     int brightMinDifference = 0; ///< bright pairs that stand out by less are dropped; 0 is off
 };
 
+/// The path that a mode takes over a region of a shape.
+Kind KindOf(int mode, int regionShape);
+
 /// One region's inspection. Defaults are those of the JSON form.
 struct Recipe
 {
@@ -78,8 +106,11 @@ struct Recipe
     int minArea = 1;
     int label = -1;
 
-    std::optional<CRect> region;      ///< none: the whole image
-    std::optional<CRect> marginFrame; ///< none: the filters' own choice
+    int regionShape = RegionShape_Rectangle;
+    std::optional<CRect> region;                      ///< rectangle; none: the whole image
+    std::vector<CPoint> regionPoints;                 ///< corners of the other shapes
+    std::optional<std::pair<int, int>> regionColumns; ///< trapezium: first and last column that the polygon is cut to
+    std::optional<CRect> marginFrame;                 ///< none: the filters' own choice
     std::vector<CRect> deadZones;
     std::vector<std::pair<int, int>> skippedCells; ///< column and row in the zone grid, counted from zoneOrigin
 
@@ -91,6 +122,8 @@ struct Recipe
     int windowHeight = 2;
 
     int greyLimit = 255;
+    int thresholdBase = 0;
+    int thresholdGain = 0;
     int thresholdExtra = 0;
     bool keepSingles = true;
     bool bandSplit = true;
@@ -107,6 +140,16 @@ struct Recipe
     double classPitch = 0.0;
     int darkFilterBase = 0;
     int darkFilterGain = 0;
+
+    double twicePitch = 0.0;
+    int twiceBase = 20;
+    int twiceGain = 0;
+
+    int binariseLimit = 0;
+    int averageBright = 0;
+    int averageDark = 0;
+    int averageWindow = 9;
+    int averageBackground = 45;
 
     bool filters = true;
     bool marginFilter = true;
@@ -128,6 +171,7 @@ struct Recipe
     GreyImage classImage;       ///< class ids of one cell, 0 .. 15
     std::vector<ZoneSettings> zones = std::vector<ZoneSettings>(1);
 
+    Kind GetKind() const { return KindOf(mode, regionShape); }
     double RealPitchX() const { return pitchX * multipleX; }
     double RealPitchY() const { return pitchY * multipleY; }
     double CellWidth() const { return pitchX * zoneMultipleX; }

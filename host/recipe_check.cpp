@@ -8,6 +8,7 @@
 #include <string>
 
 #include "host/recipe_fields.h"
+#include "host/region_shape.h"
 #include "narvoassem/convparam.h"
 
 namespace narvo
@@ -33,18 +34,69 @@ std::string Range(double low, double high, const char* unit)
     return FormatNumber(low) + " to " + FormatNumber(high) + " " + unit;
 }
 
+/// A field that has been found wrong is not told of again.
+void AddOnce(Problem problem, Problems& found)
+{
+    if (std::none_of(found.begin(), found.end(), [&](const Problem& other) { return other.field == problem.field; }))
+        found.push_back(std::move(problem));
+}
+
 std::string RectText(const CRect& rect)
 {
     return std::to_string(rect.left) + ", " + std::to_string(rect.top) + " to " + std::to_string(rect.right) + ", " +
            std::to_string(rect.bottom);
 }
 
+/// Ranges of the fields that the kind reads; the others stay at their defaults.
 template <typename Owner>
-void CheckRanges(std::span<const Field<Owner>> fields, const Owner& owner, const std::string& prefix, Problems& found)
+void CheckRanges(std::span<const Field<Owner>> fields, Kind kind, const Owner& owner, const std::string& prefix,
+                 Problems& found)
 {
+    static const Owner defaults;
     for (const Field<Owner>& field : fields)
-        if (!IsInRange(field, owner))
-            found.push_back({prefix + std::string(field.path), ValueText(field, owner), AllowedText(field)});
+    {
+        if (FindField(fields, field.path, kind) != &field)
+            continue;
+        const std::string path = prefix + std::string(field.path);
+        if ((field.kinds & SetOf(kind)) != 0)
+        {
+            if (!IsInRange(field, owner))
+                found.push_back({path, ValueText(field, owner), AllowedText(field)});
+        }
+        else if (ValueText(field, owner) != ValueText(field, defaults))
+            found.push_back({path, ValueText(field, owner),
+                             "left out in " + std::string(KindName(kind)) + ", which does not read it"});
+    }
+}
+
+/// Lists and rectangles that the kind does not read.
+void CheckStructured(const Recipe& recipe, Problems& found)
+{
+    const auto isGiven = [&](std::string_view path)
+    {
+        if (path == "margin_frame")
+            return recipe.marginFrame.has_value();
+        if (path == "dead_zones")
+            return !recipe.deadZones.empty();
+        if (path == "tables.scan_pitch")
+            return !recipe.scanPitches.empty();
+        if (path == "tables.conv_pitch")
+            return !recipe.convPitches.empty();
+        if (path == "zones.skip")
+            return !recipe.skippedCells.empty();
+        if (path != "zones.list")
+            return false;
+        static const ZoneSettings defaults;
+        return recipe.zones.size() != 1 ||
+               std::any_of(ZoneFields().begin(), ZoneFields().end(),
+                           [&](const Field<ZoneSettings>& field)
+                           { return ValueText(field, recipe.zones.front()) != ValueText(field, defaults); });
+    };
+    const Kind kind = recipe.GetKind();
+    for (const StructuredField& field : StructuredFields())
+        if ((field.kinds & SetOf(kind)) == 0 && isGiven(field.path))
+            found.push_back({std::string(field.path), "given",
+                             "left out in " + std::string(KindName(kind)) + ", which does not read it"});
 }
 
 // --- which kernel the settings select, and which settings it reads ---
@@ -63,7 +115,11 @@ enum Option : unsigned
     Option_DarkFilter = 1U << 9,
     Option_ClassPitch = 1U << 10,
     Option_ClassImage = 1U << 11,
-    Option_DeadZones = 1U << 12
+    Option_DeadZones = 1U << 12,
+    Option_Twice = 1U << 13,
+    Option_NoSingles = 1U << 14,
+    Option_Window6 = 1U << 15, ///< 3 along the direction by 2
+    Option_Window9 = 1U << 16
 };
 
 struct OptionName
@@ -88,18 +144,26 @@ constexpr OptionName optionNames[] = {
     {Option_ClassPitch, "kernel.class_pitch", "nonzero", "0"},
     {Option_ClassImage, "zones.class_image", "given", "left out"},
     {Option_DeadZones, "dead_zones", "given", "left out"},
+    {Option_Twice, "twice.pitch", "nonzero", "0"},
+    {Option_NoSingles, "keep_singles", "false", "true"},
+    {Option_Window6, "window", "area of 6 pixels", "2 by 2 pixels"},
+    {Option_Window9, "window", "3 by 3 pixels", "2 by 2 pixels"},
 };
 
 unsigned OptionsOf(const Recipe& recipe)
 {
     const auto bit = [](Option option, bool given) { return given ? static_cast<unsigned>(option) : 0U; };
+    const int area = (SetOf(recipe.GetKind()) & (SetOf(Kind_Zone) | SetOf(Kind_Asg))) != 0
+                         ? 0
+                         : recipe.windowWidth * recipe.windowHeight;
     return bit(Option_ConvPitches, !recipe.convPitches.empty()) | bit(Option_ScanPitches, !recipe.scanPitches.empty()) |
            bit(Option_Extended, recipe.extendedKernel) | bit(Option_CrossShift, recipe.crossShift != 0.0) |
            bit(Option_NoLineBuffer, !recipe.lineBuffer) | bit(Option_TwoSegment, recipe.twoSegment) |
            bit(Option_Skip, !recipe.skippedCells.empty()) | bit(Option_Average, recipe.average2by2) |
            bit(Option_ZoneTables, recipe.zoneTables) | bit(Option_DarkFilter, recipe.darkFilterBase > 0) |
            bit(Option_ClassPitch, recipe.classPitch != 0.0) | bit(Option_ClassImage, !recipe.classImage.IsEmpty()) |
-           bit(Option_DeadZones, !recipe.deadZones.empty());
+           bit(Option_DeadZones, !recipe.deadZones.empty()) | bit(Option_Twice, recipe.twicePitch != 0.0) |
+           bit(Option_NoSingles, !recipe.keepSingles) | bit(Option_Window6, area == 6) | bit(Option_Window9, area == 9);
 }
 
 struct KernelChoice
@@ -110,40 +174,214 @@ struct KernelChoice
 };
 
 // In the engine's own order of decision.
-constexpr KernelChoice horizontalChoices[] = {
+constexpr KernelChoice zoneHorizontal[] = {
+    {Option_ConvPitches, Option_NoSingles, "horizontal table"},
+    {0, Option_NoSingles, "horizontal"},
+};
+constexpr KernelChoice zoneVertical[] = {
+    {Option_ScanPitches | Option_Extended, Option_ClassImage | Option_NoSingles, "extended row table"},
+    {Option_ScanPitches, Option_CrossShift | Option_NoSingles, "row table"},
+    {Option_CrossShift | Option_Extended, Option_DeadZones | Option_NoSingles, "extended cross shift"},
+    {Option_CrossShift, Option_NoSingles, "cross shift"},
+    {Option_NoLineBuffer, Option_NoSingles, "direct"},
+    {Option_TwoSegment, Option_NoSingles, "two-segment"},
+    {Option_Skip, Option_Average | Option_NoSingles, "skipping"},
+    {Option_Average, Option_NoSingles, "2 by 2 mean"},
+    {Option_Extended | Option_ZoneTables, Option_DeadZones | Option_NoSingles, "zone table"},
+    {Option_Extended | Option_DarkFilter, Option_DeadZones | Option_NoSingles, "dark filter"},
+    {Option_Extended | Option_ClassPitch, Option_NoSingles, "extended real-pitch"},
+    {Option_Extended, Option_NoSingles, "extended"},
+    {0, Option_NoSingles, "plain vertical"},
+};
+constexpr KernelChoice asgHorizontal[] = {
     {Option_ConvPitches, 0, "horizontal table"},
     {0, 0, "horizontal"},
 };
-constexpr KernelChoice verticalChoices[] = {
-    {Option_ScanPitches | Option_Extended, Option_ClassImage, "extended row table"},
-    {Option_ScanPitches, Option_CrossShift, "row table"},
-    {Option_CrossShift | Option_Extended, Option_DeadZones, "extended cross shift"},
-    {Option_CrossShift, 0, "cross shift"},
+constexpr KernelChoice asgVertical[] = {
     {Option_NoLineBuffer, 0, "direct"},
     {Option_TwoSegment, 0, "two-segment"},
-    {Option_Skip, Option_Average, "skipping"},
     {Option_Average, 0, "2 by 2 mean"},
-    {Option_Extended | Option_ZoneTables, Option_DeadZones, "zone table"},
-    {Option_Extended | Option_DarkFilter, Option_DeadZones, "dark filter"},
-    {Option_Extended | Option_ClassPitch, 0, "extended real-pitch"},
-    {Option_Extended, 0, "extended"},
     {0, 0, "plain vertical"},
 };
+constexpr KernelChoice pixelHorizontal[] = {
+    {Option_ConvPitches, Option_NoSingles, "horizontal table"},
+    {Option_Extended | Option_Twice, Option_NoSingles, "two-pass horizontal"},
+    {Option_Extended, Option_NoSingles, "extended horizontal"},
+    {0, Option_NoSingles, "horizontal"},
+};
+constexpr KernelChoice pixelVertical[] = {
+    {Option_ScanPitches | Option_Extended, Option_DarkFilter | Option_NoSingles, "extended row table"},
+    {Option_ScanPitches | Option_DarkFilter, Option_NoSingles, "dark filter row table"},
+    {Option_ScanPitches, Option_NoSingles, "row table"},
+    {Option_NoLineBuffer, Option_NoSingles, "direct"},
+    {Option_Extended | Option_Twice, Option_DeadZones | Option_DarkFilter | Option_NoSingles, "two-pass"},
+    {Option_Extended | Option_ClassPitch, Option_DarkFilter | Option_NoSingles, "extended real-pitch"},
+    {Option_Extended, Option_DarkFilter | Option_CrossShift | Option_NoSingles, "extended"},
+    {Option_DarkFilter, Option_NoSingles, "dark filter"},
+    {0, Option_NoSingles, "plain vertical"},
+};
+// The plain float kernels keep singles whatever the block says.
+constexpr KernelChoice floatHorizontal[] = {
+    {Option_ConvPitches, Option_Window6, "horizontal table"},
+    {Option_Window6, 0, "3 by 2 horizontal"},
+    {Option_Window9, 0, "3 by 3 horizontal"},
+    {0, 0, "horizontal"},
+};
+constexpr unsigned nFloatExtended = Option_DarkFilter | Option_DeadZones | Option_NoSingles;
+constexpr KernelChoice floatVertical[] = {
+    {Option_ScanPitches | Option_Extended, Option_CrossShift | nFloatExtended, "extended row table"},
+    {Option_CrossShift | Option_Extended, nFloatExtended, "extended cross shift"},
+    {Option_ScanPitches, Option_CrossShift, "row table"},
+    {Option_CrossShift, 0, "cross shift"},
+    {Option_Window6, 0, "2 by 3 vertical"},
+    {Option_Window9, 0, "3 by 3 vertical"},
+    {Option_Extended, nFloatExtended, "extended"},
+    {0, 0, "plain vertical"},
+};
+constexpr KernelChoice trapeziumChoices[] = {
+    {0, 0, "trapezium"},
+};
+constexpr KernelChoice freeFormChoices[] = {
+    {0, Option_DarkFilter | Option_NoSingles, "mask"},
+};
+constexpr KernelChoice otherChoices[] = {
+    {0, Option_Window6 | Option_Window9, "only"},
+};
+
+std::span<const KernelChoice> ChoicesOf(Kind kind, Direction direction)
+{
+    const bool vertical = direction == Direction_Vertical;
+    const auto either = [&](std::span<const KernelChoice> down, std::span<const KernelChoice> across)
+    { return vertical ? down : across; };
+    switch (kind)
+    {
+    case Kind_Zone:
+        return either(zoneVertical, zoneHorizontal);
+    case Kind_Asg:
+        return either(asgVertical, asgHorizontal);
+    case Kind_Pixel:
+        return either(pixelVertical, pixelHorizontal);
+    case Kind_Float:
+        return either(floatVertical, floatHorizontal);
+    case Kind_Trapezium:
+        return trapeziumChoices;
+    case Kind_FreeForm:
+        return freeFormChoices;
+    default:
+        return otherChoices;
+    }
+}
 
 void CheckOptions(const Recipe& recipe, Direction direction, Problems& found)
 {
     const unsigned given = OptionsOf(recipe);
-    const auto choices = direction == Direction_Vertical ? std::span<const KernelChoice>(verticalChoices)
-                                                         : std::span<const KernelChoice>(horizontalChoices);
+    const auto choices = ChoicesOf(recipe.GetKind(), direction);
     const auto chosen =
         std::find_if(choices.begin(), choices.end(),
                      [&](const KernelChoice& choice) { return (choice.needs & given) == choice.needs; });
     const unsigned ignored = given & ~(chosen->needs | chosen->reads);
     for (const OptionName& name : optionNames)
         if ((ignored & name.option) != 0)
-            found.push_back({name.field, name.given,
-                             std::string(name.neutral) + ", since the other settings select the " + chosen->name +
-                                 " kernel, which does not read it"});
+            AddOnce({name.field, name.given,
+                     std::string(name.neutral) + ", since the other settings select the " + chosen->name +
+                         " kernel, which does not read it"},
+                    found);
+
+    const bool turned = direction == Direction_Vertical ? recipe.windowWidth > recipe.windowHeight
+                                                        : recipe.windowHeight > recipe.windowWidth;
+    if (recipe.GetKind() == Kind_Float && turned)
+        found.push_back({"window",
+                         std::to_string(recipe.windowWidth) + " by " + std::to_string(recipe.windowHeight) + " pixels",
+                         direction == Direction_Vertical ? "2 by 3 pixels, since the direction is vertical"
+                                                         : "3 by 2 pixels, since the direction is horizontal"});
+    if (recipe.GetKind() == Kind_Asg && direction == Direction_Horizontal && recipe.zoneMultipleX != recipe.multipleX)
+        found.push_back({"zones.multiple.x", std::to_string(recipe.zoneMultipleX),
+                         std::to_string(recipe.multipleX) +
+                             ", as multiple.x: horizontal cells of asg mode are as wide as the compare distance"});
+}
+
+/// Fields that another one switches on.
+void CheckDependents(const Recipe& recipe, Problems& found)
+{
+    const Recipe defaults;
+    const auto check = [&](bool on, const char* field, int value, int neutral, const char* master)
+    {
+        if (!on && value != neutral)
+            AddOnce({field, std::to_string(value), std::to_string(neutral) + " where " + std::string(master) + " is 0"},
+                    found);
+    };
+    check(recipe.darkFilterBase != 0, "kernel.dark_gain", recipe.darkFilterGain, defaults.darkFilterGain,
+          "kernel.dark_base");
+    check(recipe.twicePitch != 0.0, "twice.base", recipe.twiceBase, defaults.twiceBase, "twice.pitch");
+    check(recipe.twicePitch != 0.0, "twice.gain", recipe.twiceGain, defaults.twiceGain, "twice.pitch");
+    if (recipe.twicePitch > 0.0 && recipe.twicePitch < dPitchLow)
+        AddOnce({"twice.pitch", FormatNumber(recipe.twicePitch), "0, or " + Range(dPitchLow, dPitchHigh, "pixels")},
+                found);
+    if (recipe.averageWindow > recipe.averageBackground)
+        AddOnce({"average.window", std::to_string(recipe.averageWindow),
+                 "at most average.background, " + std::to_string(recipe.averageBackground)},
+                found);
+}
+
+// --- regions ---
+
+void CheckShape(const Recipe& recipe, Problems& found)
+{
+    static constexpr const char* shapes[] = {"rectangle", "trapezium", "polygon"};
+    if (recipe.regionShape < 0 || recipe.regionShape > RegionShape_Polygon)
+    {
+        found.push_back({"region.shape", std::to_string(recipe.regionShape), "rectangle, trapezium or polygon"});
+        return;
+    }
+    const auto corners = [&](const std::vector<CPoint>& points, const char* allowed) {
+        found.push_back({"region.points", std::to_string(points.size()) + " corners", allowed});
+    };
+    if (recipe.regionShape == RegionShape_Rectangle)
+        return;
+    if (recipe.mode != Mode_Float)
+        found.push_back({"region.shape", shapes[recipe.regionShape], "rectangle where mode is not float"});
+    const std::vector<CPoint> points = WithoutNeedlessCorners(recipe.regionPoints);
+    if (points.size() < 3)
+    {
+        corners(recipe.regionPoints, "at least 3 corners that do not lie on one line");
+        return;
+    }
+    if (recipe.regionShape == RegionShape_Polygon)
+        return;
+    const CRect bounds = BoundsOf(points);
+    constexpr std::size_t nLimit = CPadPoligon::nPointLimit;
+    if (points.size() > (recipe.regionColumns ? nLimit - 2 : nLimit))
+        corners(points,
+                recipe.regionColumns ? "at most 8 corners where region.columns is given" : "at most 10 corners");
+    else if (std::int64_t{bounds.right} - bounds.left > nCutSpan || std::int64_t{bounds.bottom} - bounds.top > nCutSpan)
+        found.push_back({"region.points", RectText(bounds), "at most 46340 pixels wide and high"});
+    else if (!IsConvex(points))
+        found.push_back({"region.points", "not convex", "a convex polygon that does not cross itself"});
+    if (recipe.regionColumns && recipe.regionColumns->first >= recipe.regionColumns->second)
+        found.push_back(
+            {"region.columns",
+             std::to_string(recipe.regionColumns->first) + " to " + std::to_string(recipe.regionColumns->second),
+             "first below last"});
+}
+
+void CheckCorners(const Recipe& recipe, int width, int height, Problems& found)
+{
+    const auto check = [&](std::size_t i, const char* axis, int value, int limit)
+    {
+        if (value < 0 || value > limit)
+            found.push_back(
+                {"region.points[" + std::to_string(i) + "]." + axis, std::to_string(value), Range(0, limit, "pixels")});
+    };
+    for (std::size_t i = 0; i < recipe.regionPoints.size(); ++i)
+    {
+        check(i, "x", recipe.regionPoints[i].x, width);
+        check(i, "y", recipe.regionPoints[i].y, height);
+    }
+    if (found.empty() && recipe.regionColumns && CheckRecipe(recipe).empty() && TrapeziaOf(recipe).empty())
+        found.push_back(
+            {"region.columns",
+             std::to_string(recipe.regionColumns->first) + " to " + std::to_string(recipe.regionColumns->second),
+             "columns that the polygon crosses"});
 }
 
 // --- zones ---
@@ -184,7 +422,7 @@ void CheckZones(const Recipe& recipe, Problems& found)
     {
         const ZoneSettings& zone = recipe.zones[i];
         const std::string prefix = "zones.list[" + std::to_string(i) + "].";
-        CheckRanges(ZoneFields(), zone, prefix, found);
+        CheckRanges(ZoneFields(), recipe.GetKind(), zone, prefix, found);
         if (!seen.insert(zone.index).second)
             found.push_back({prefix + "index", std::to_string(zone.index), "each zone once"});
         if (zone.index == 0 && zone.darkGreyLimit != 0)
@@ -284,8 +522,33 @@ void CheckTableLength(const char* field, const std::vector<double>& table, int p
                          "at least " + std::to_string(wanted) + " entries, one for each 16 pixels of the image"});
 }
 
+void CheckSide(const char* field, int value, int wanted, const std::string& why, Problems& found)
+{
+    if (value < wanted)
+        found.push_back(
+            {field, std::to_string(value) + " pixels", "at least " + std::to_string(wanted) + " pixels, " + why});
+}
+
+/// The modes without a comparison at a pitch.
+void CheckPlainSize(const Recipe& recipe, const CRect& region, Problems& found)
+{
+    if (recipe.GetKind() == Kind_Binarise)
+        CheckSide("region's width", region.Width(), nStripWidth + 1, "one block and the column behind it", found);
+    else
+    {
+        CheckSide("region's width", region.Width(), recipe.averageBackground, "average.background", found);
+        CheckSide("region's height", region.Height(), recipe.averageBackground, "average.background", found);
+    }
+}
+
 void CheckSize(const Recipe& recipe, const CRect& region, int imageWidth, int imageHeight, Problems& found)
 {
+    const Kind kind = recipe.GetKind();
+    if (kind == Kind_Binarise || kind == Kind_Average)
+    {
+        CheckPlainSize(recipe, region, found);
+        return;
+    }
     const Direction direction = ResolveDirection(recipe, region);
     const auto checkPitch = [&](const char* axis, double real, int multiple, int room, const char* what)
     {
@@ -307,11 +570,13 @@ void CheckSize(const Recipe& recipe, const CRect& region, int imageWidth, int im
         checkPitch("x", recipe.RealPitchX(), recipe.multipleX, imageWidth, "image's width");
 
     const auto checkSide = [&](const char* field, int value, int wanted, const std::string& why)
-    {
-        if (value < wanted)
-            found.push_back(
-                {field, std::to_string(value) + " pixels", "at least " + std::to_string(wanted) + " pixels, " + why});
-    };
+    { CheckSide(field, value, wanted, why, found); };
+    const int along = direction == Direction_Vertical ? region.Height() : region.Width();
+    if (recipe.twicePitch * dPitchesInRegion > along)
+        found.push_back({"twice.pitch", FormatNumber(recipe.twicePitch),
+                         "at most " + FormatNumber(std::floor(along / dPitchesInRegion * 1000.0) / 1000.0) +
+                             " pixels, a third of the region's " +
+                             (direction == Direction_Vertical ? "height" : "width") + " of " + std::to_string(along)});
     const int reach = direction == Direction_Horizontal ? static_cast<int>(recipe.RealPitchX()) : 0;
     checkSide("region's width", region.Width(), nStripWidth + reach,
               reach == 0 ? "one strip" : "one strip and the compare distance");
@@ -319,12 +584,12 @@ void CheckSize(const Recipe& recipe, const CRect& region, int imageWidth, int im
     checkSide("region's height", region.Height(), 2 * recipe.windowHeight, "twice window.height");
     checkSide("image's height", imageHeight, 2 * recipe.windowHeight, "twice window.height");
 
-    const CellGeometry cell = CellOf(recipe);
-    const int rows = OriginTable::RowsFor(cell, region);
-    if (direction == Direction_Horizontal && recipe.maxReruns > 0 && rows > nGridRowLimit)
-        found.push_back(
-            {"zones.multiple.y", std::to_string(recipe.zoneMultipleY) + " (" + std::to_string(rows) + " grid rows)",
-             "enough periods for at most " + std::to_string(nGridRowLimit) + " grid rows where re-runs are allowed"});
+    if (kind == Kind_Zone && direction == Direction_Horizontal && recipe.maxReruns > 0)
+        if (const int rows = OriginTable::RowsFor(CellOf(recipe), region); rows > nGridRowLimit)
+            found.push_back({"zones.multiple.y",
+                             std::to_string(recipe.zoneMultipleY) + " (" + std::to_string(rows) + " grid rows)",
+                             "enough periods for at most " + std::to_string(nGridRowLimit) +
+                                 " grid rows where re-runs are allowed"});
     CheckOptions(recipe, direction, found);
 }
 
@@ -333,10 +598,14 @@ void CheckSize(const Recipe& recipe, const CRect& region, int imageWidth, int im
 std::vector<Problem> CheckRecipe(const Recipe& recipe)
 {
     Problems found;
-    CheckRanges(RecipeFields(), recipe, "", found);
+    const bool zoned = (SetOf(recipe.GetKind()) & (SetOf(Kind_Zone) | SetOf(Kind_Asg))) != 0;
+    CheckRanges(RecipeFields(), recipe.GetKind(), recipe, "", found);
     const bool measurable = found.empty();
+    CheckShape(recipe, found);
+    CheckStructured(recipe, found);
     CheckLists(recipe, found);
-    if (measurable)
+    CheckDependents(recipe, found);
+    if (measurable && zoned)
         CheckZones(recipe, found);
     if (measurable && !recipe.autoDirection)
         CheckOptions(recipe, static_cast<Direction>(recipe.direction), found);
@@ -346,7 +615,9 @@ std::vector<Problem> CheckRecipe(const Recipe& recipe)
 std::vector<Problem> CheckRecipeForImage(const Recipe& recipe, int width, int height)
 {
     Problems found;
-    if (recipe.region)
+    if (recipe.regionShape != RegionShape_Rectangle)
+        CheckCorners(recipe, width, height, found);
+    else if (recipe.region)
         CheckInside("region", *recipe.region, width, height, found);
     const bool measurable = found.empty() && CheckRecipe(recipe).empty();
     if (recipe.marginFrame)
@@ -362,11 +633,23 @@ std::vector<Problem> CheckRecipeForImage(const Recipe& recipe, int width, int he
 
 CRect RegionOf(const Recipe& recipe, int width, int height)
 {
-    return recipe.region.value_or(CRect(0, 0, width, height));
+    if (recipe.regionShape == RegionShape_Rectangle)
+        return recipe.region.value_or(CRect(0, 0, width, height));
+    std::vector<CPoint> points = recipe.regionPoints;
+    if (recipe.regionShape == RegionShape_Trapezium)
+    {
+        points.clear();
+        for (const CTrapezium& trapezium : TrapeziaOf(recipe))
+            for (const CPoint& corner : CornersOf(trapezium))
+                points.push_back(corner);
+    }
+    return BoundsOf(points);
 }
 
 Direction ResolveDirection(const Recipe& recipe, const CRect& region)
 {
+    if (recipe.GetKind() == Kind_Binarise || recipe.GetKind() == Kind_Average)
+        return Direction_Horizontal;
     const bool horizontalFits = recipe.RealPitchX() * dPitchesInRegion <= region.Width();
     const bool verticalFits = recipe.RealPitchY() * dPitchesInRegion <= region.Height();
     if (recipe.autoDirection && recipe.direction == Direction_Horizontal && !horizontalFits && verticalFits)
@@ -374,6 +657,12 @@ Direction ResolveDirection(const Recipe& recipe, const CRect& region)
     if (recipe.autoDirection && recipe.direction == Direction_Vertical && !verticalFits && horizontalFits)
         return Direction_Horizontal;
     return static_cast<Direction>(recipe.direction);
+}
+
+std::vector<CTrapezium> TrapeziaOf(const Recipe& recipe)
+{
+    return CutTrapezia(WithoutNeedlessCorners(recipe.regionPoints), recipe.regionColumns,
+                       static_cast<Direction>(recipe.direction));
 }
 
 CellGeometry CellOf(const Recipe& recipe)

@@ -8,6 +8,7 @@
 #include "host/problem.h"
 #include "host/recipe.h"
 #include "host/zone_tables.h"
+#include "narvoassem/padpoligon.h"
 
 namespace narvo
 {
@@ -18,11 +19,15 @@ std::vector<Problem> CheckRecipe(const Recipe& recipe);
 /// What an image of this size adds: region, dead zones, room for three pitches, length of tables.
 std::vector<Problem> CheckRecipeForImage(const Recipe& recipe, int width, int height);
 
-/// The region that an image of this size is inspected over.
+/// The region that an image of this size is inspected over; of shapes, the bounds.
 CRect RegionOf(const Recipe& recipe, int width, int height);
 
-/// The direction that the engine will take over a region, auto_direction considered.
+/// The direction that the engine will take over a region, auto_direction considered; modes without a comparison at a
+/// pitch go down the rows, as horizontal ones do.
 Direction ResolveDirection(const Recipe& recipe, const CRect& region);
+
+/// The trapezia that a region of that shape is cut into, in the form of the recipe's direction.
+std::vector<CTrapezium> TrapeziaOf(const Recipe& recipe);
 
 /// The zone cell that the recipe describes.
 CellGeometry CellOf(const Recipe& recipe);

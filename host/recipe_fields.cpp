@@ -25,85 +25,164 @@ constexpr double dOffsetHigh = 32512.0;
 constexpr double dIntLow = std::numeric_limits<int>::min();
 constexpr double dIntHigh = std::numeric_limits<int>::max();
 constexpr double dOriginHigh = 1000000.0;
+constexpr double dWindowHigh = 4096.0;
 
-constexpr std::array<std::string_view, 1> modeWords = {"zone"};
+constexpr std::array<std::string_view, 6> modeWords = {"zone", "pixel", "float", "binarise", "average", "asg"};
 constexpr std::array<std::string_view, 2> directionWords = {"horizontal", "vertical"};
 constexpr std::array<std::string_view, 2> testWords = {"cross", "jump"};
 constexpr std::array<std::string_view, 2> sampleWords = {"pixel", "block"};
 
+constexpr std::array<std::string_view, 8> kindNames = {
+    "zone mode",     "pixel mode",   "float mode", "float mode with a trapezium", "float mode with a polygon",
+    "binarise mode", "average mode", "asg mode"};
+constexpr std::array<std::string_view, 8> kindWords = {"zone",          "pixel",    "float",   "float/trapezium",
+                                                       "float/polygon", "binarise", "average", "asg"};
+
+constexpr KindSet nNone = 0;
+constexpr KindSet nZone = SetOf(Kind_Zone);
+constexpr KindSet nPixel = SetOf(Kind_Pixel);
+constexpr KindSet nFloat = SetOf(Kind_Float);
+constexpr KindSet nTrapezium = SetOf(Kind_Trapezium);
+constexpr KindSet nFreeForm = SetOf(Kind_FreeForm);
+constexpr KindSet nBinarise = SetOf(Kind_Binarise);
+constexpr KindSet nAverage = SetOf(Kind_Average);
+constexpr KindSet nAsg = SetOf(Kind_Asg);
+constexpr KindSet nAll = (1U << kindNames.size()) - 1;
+constexpr KindSet nZoned = nZone | nAsg;
+constexpr KindSet nRectangles = nZone | nPixel | nFloat;       ///< the paths with extended kernels, tables, re-runs
+constexpr KindSet nFiltered = nRectangles | nTrapezium | nAsg; ///< the paths whose pairs the filters see
+constexpr KindSet nCompared = nFiltered | nFreeForm;           ///< the paths that compare at the pattern's pitch
+
 const Field<Recipe> recipeFields[] = {
-    {"version", "", &Recipe::version, nRecipeVersion, nRecipeVersion, true, "form of this file"},
-    {"mode", "", Choice<Recipe>{&Recipe::mode, modeWords}, 0, 0, false, "zone: thresholds from zones of the cell"},
-    {"direction", "", Choice<Recipe>{&Recipe::direction, directionWords}, 0, 0, false,
+    {"version", "", &Recipe::version, nRecipeVersion, nRecipeVersion, nAll, nAll, "form of this file"},
+    {"mode", "", Choice<Recipe>{&Recipe::mode, modeWords}, 0, 0, nNone, nAll,
+     "zone: thresholds from zones of the cell; pixel: one threshold for pixels; float: one for sums of small windows; "
+     "binarise: dark pixels; average: a small window's mean against a large one's; asg: zone, in cells unbounded "
+     "across the direction, pairs only"},
+    {"direction", "", Choice<Recipe>{&Recipe::direction, directionWords}, 0, 0, nNone, nFiltered,
      "axis along which a pixel is compared with the one a pitch on"},
-    {"auto_direction", "", &Recipe::autoDirection, 0, 0, false,
+    {"auto_direction", "", &Recipe::autoDirection, 0, 0, nNone, nRectangles | nAsg,
      "take the other direction where the region is too small for three pitches"},
-    {"max_reruns", "runs", &Recipe::maxReruns, 0, dCountHigh, false,
+    {"max_reruns", "runs", &Recipe::maxReruns, 0, dCountHigh, nNone, nRectangles | nBinarise,
      "runs that may follow an overflow, for each image"},
-    {"max_blobs", "blobs", &Recipe::maxBlobs, 1, 1000000, false, "room for blobs; what does not fit is lost"},
-    {"min_area", "pixels", &Recipe::minArea, 1, 1000000, false, "smaller blobs are not reported"},
-    {"label", "", &Recipe::label, dIntLow, dIntHigh, false, "copied into every blob"},
-    {"pitch.x", "pixels", &Recipe::pitchX, dPitchLow, dPitchHigh, true, "period of the pattern along x"},
-    {"pitch.y", "pixels", &Recipe::pitchY, dPitchLow, dPitchHigh, true, "period of the pattern along y"},
-    {"multiple.x", "periods", &Recipe::multipleX, 1, dCountHigh, false, "periods that a comparison spans along x"},
-    {"multiple.y", "periods", &Recipe::multipleY, 1, dCountHigh, false, "periods that a comparison spans along y"},
-    {"window.width", "pixels", &Recipe::windowWidth, 1, 1023, false, "window of the block filters"},
-    {"window.height", "pixels", &Recipe::windowHeight, 1, 1023, false, "window of the block filters"},
-    {"grey_limit", "grey levels", &Recipe::greyLimit, 1, dGreyHigh, false, "brighter values count as this"},
-    {"threshold_extra", "grey levels", &Recipe::thresholdExtra, 0, dGreyHigh, false,
+    {"max_blobs", "blobs", &Recipe::maxBlobs, 1, 1000000, nNone, nAll, "room for blobs; what does not fit is lost"},
+    {"min_area", "pixels", &Recipe::minArea, 1, 1000000, nNone, nAll, "smaller blobs are not reported"},
+    {"label", "", &Recipe::label, dIntLow, dIntHigh, nNone, nAll, "copied into every blob"},
+    {"pitch.x", "pixels", &Recipe::pitchX, dPitchLow, dPitchHigh, nCompared, nCompared,
+     "period of the pattern along x"},
+    {"pitch.y", "pixels", &Recipe::pitchY, dPitchLow, dPitchHigh, nCompared, nCompared,
+     "period of the pattern along y"},
+    {"multiple.x", "periods", &Recipe::multipleX, 1, dCountHigh, nNone, nCompared,
+     "periods that a comparison spans along x"},
+    {"multiple.y", "periods", &Recipe::multipleY, 1, dCountHigh, nNone, nCompared,
+     "periods that a comparison spans along y"},
+    {"window.width", "pixels", &Recipe::windowWidth, 1, 1023, nNone, nZoned, "window of the block filters"},
+    {"window.height", "pixels", &Recipe::windowHeight, 1, 1023, nNone, nZoned, "window of the block filters"},
+    {"window.width", "pixels", &Recipe::windowWidth, 2, 3, nNone, nFloat | nTrapezium | nFreeForm,
+     "compared window: 2 by 2, 3 along the direction by 2, or 3 by 3; regions other than rectangles take 2 by 2"},
+    {"window.height", "pixels", &Recipe::windowHeight, 2, 3, nNone, nFloat | nTrapezium | nFreeForm, "compared window"},
+    {"grey_limit", "grey levels", &Recipe::greyLimit, 1, dGreyHigh, nNone, nCompared | nAverage,
+     "brighter values count as this"},
+    {"threshold.base", "grey levels", &Recipe::thresholdBase, 1, dGreyHigh, nPixel | nFreeForm, nPixel | nFreeForm,
+     "fixed part of the threshold"},
+    {"threshold.base", "grey levels of the window's sum", &Recipe::thresholdBase, 1, dGreyHigh * 9, nFloat | nTrapezium,
+     nFloat | nTrapezium, "fixed part of the threshold: 4 is one grey level of a 2 by 2 window"},
+    {"threshold.gain", "in 1/256", &Recipe::thresholdGain, 0, dGainHigh, nNone, nPixel | nFloat | nFreeForm,
+     "part that grows with the larger compared value"},
+    {"threshold_extra", "grey levels", &Recipe::thresholdExtra, 0, dGreyHigh, nNone, nFiltered,
      "what an unpaired hit must rise above its threshold, and an addend of the edge filters"},
-    {"keep_singles", "", &Recipe::keepSingles, 0, 0, false, "keep unpaired hits of the edge bands"},
-    {"band_split", "", &Recipe::bandSplit, 0, 0, false, "inspect wide vertical regions in parallel bands"},
-    {"merge_distance", "pixels", &Recipe::mergeDistance, 0, 10000, false, "blobs of one polarity this near are one"},
-    {"pixel_size.x", "length units", &Recipe::pixelSizeX, 0, 1e6, false, "size of a pixel along x, for the diameter"},
-    {"pixel_size.y", "length units", &Recipe::pixelSizeY, 0, 1e6, false, "size of a pixel along y, for the diameter"},
-    {"kernel.extended", "", &Recipe::extendedKernel, 0, 0, false, "take the extended kernels"},
-    {"kernel.average_2by2", "", &Recipe::average2by2, 0, 0, false, "compare means of 2 by 2 pixels"},
-    {"kernel.line_buffer", "", &Recipe::lineBuffer, 0, 0, false, "false: read the image without a line buffer"},
-    {"kernel.two_segment", "", &Recipe::twoSegment, 0, 0, false, "zones have an upper threshold segment"},
-    {"kernel.zone_tables", "", &Recipe::zoneTables, 0, 0, false, "thresholds by the zones' table values"},
-    {"kernel.cross_shift", "pixels", &Recipe::crossShift, -1, 1, false,
+    {"keep_singles", "", &Recipe::keepSingles, 0, 0, nNone, nRectangles | nFreeForm,
+     "keep unpaired hits of the edge bands"},
+    {"band_split", "", &Recipe::bandSplit, 0, 0, nNone, nRectangles | nFreeForm,
+     "inspect wide vertical regions in parallel bands"},
+    {"merge_distance", "pixels", &Recipe::mergeDistance, 0, 10000, nNone, nAll,
+     "blobs of one polarity this near are one"},
+    {"pixel_size.x", "length units", &Recipe::pixelSizeX, 0, 1e6, nNone, nAll,
+     "size of a pixel along x, for the diameter"},
+    {"pixel_size.y", "length units", &Recipe::pixelSizeY, 0, 1e6, nNone, nAll,
+     "size of a pixel along y, for the diameter"},
+    {"kernel.extended", "", &Recipe::extendedKernel, 0, 0, nNone, nRectangles, "take the extended kernels"},
+    {"kernel.average_2by2", "", &Recipe::average2by2, 0, 0, nNone, nZoned, "compare means of 2 by 2 pixels"},
+    {"kernel.line_buffer", "", &Recipe::lineBuffer, 0, 0, nNone, nZoned | nPixel,
+     "false: read the image without a line buffer"},
+    {"kernel.two_segment", "", &Recipe::twoSegment, 0, 0, nNone, nZoned, "zones have an upper threshold segment"},
+    {"kernel.zone_tables", "", &Recipe::zoneTables, 0, 0, nNone, nZone, "thresholds by the zones' table values"},
+    {"kernel.cross_shift", "pixels", &Recipe::crossShift, -1, 1, nNone, nRectangles,
      "displacement across the vertical compare, in steps of 1/16"},
-    {"kernel.class_pitch", "pixels", &Recipe::classPitch, 0, dPitchHigh, false,
+    {"kernel.class_pitch", "pixels", &Recipe::classPitch, 0, dPitchHigh, nNone, nZone | nPixel,
      "nonzero: take the extended kernel that is handed its pitches as real numbers"},
-    {"kernel.dark_base", "grey levels", &Recipe::darkFilterBase, 0, dGreyHigh, false,
+    {"kernel.dark_base", "grey levels", &Recipe::darkFilterBase, 0, dGreyHigh, nNone, nRectangles | nFreeForm,
      "second threshold of dark hits; 0 is off"},
-    {"kernel.dark_gain", "in 1/256", &Recipe::darkFilterGain, 0, dGainHigh, false, "gain of that threshold"},
-    {"filters.enabled", "", &Recipe::filters, 0, 0, false,
+    {"kernel.dark_gain", "in 1/256", &Recipe::darkFilterGain, 0, dGainHigh, nNone, nRectangles | nFreeForm,
+     "gain of that threshold"},
+    {"twice.pitch", "pixels", &Recipe::twicePitch, 0, dPitchHigh, nNone, nPixel,
+     "nonzero: a second pass at this pitch, with thresholds of its own"},
+    {"twice.base", "grey levels", &Recipe::twiceBase, 1, dGreyHigh, nNone, nPixel, "threshold of the second pass"},
+    {"twice.gain", "in 1/256", &Recipe::twiceGain, 0, dGainHigh, nNone, nPixel, "gain of the second pass"},
+    {"binarise.limit", "grey levels", &Recipe::binariseLimit, 2, dGreyHigh, nBinarise, nBinarise,
+     "pixels darker than this are defects, but for 0; each row's last 1 to 16 columns stay out"},
+    {"average.bright", "grey levels", &Recipe::averageBright, 1, dGreyHigh, nAverage, nAverage,
+     "a window whose mean lies above its background's by more is a defect"},
+    {"average.dark", "grey levels", &Recipe::averageDark, 1, dGreyHigh, nAverage, nAverage,
+     "a window whose mean lies below its background's by more is a defect"},
+    {"average.window", "pixels", &Recipe::averageWindow, 1, dWindowHigh, nNone, nAverage, "side of the small window"},
+    {"average.background", "pixels", &Recipe::averageBackground, 1, dWindowHigh, nNone, nAverage,
+     "side of the large window, cut to a multiple of the small one's"},
+    {"filters.enabled", "", &Recipe::filters, 0, 0, nNone, nFiltered,
      "false: the edge test alone, and none in horizontal direction"},
-    {"filters.margin", "", &Recipe::marginFilter, 0, 0, false, "test hits of the edge bands to their other side"},
-    {"filters.test", "", Choice<Recipe>{&Recipe::filterTest, testWords}, 0, 0, false, "further reference of the test"},
-    {"filters.all_pairs", "", &Recipe::filterPairs, 0, 0, false, "test true pairs too, not only single hits"},
-    {"filters.sample", "", Choice<Recipe>{&Recipe::filterSample, sampleWords}, 0, 0, false, "what the test compares"},
-    {"filters.zone_thresholds", "", &Recipe::zoneFilterThresholds, 0, 0, false,
+    {"filters.margin", "", &Recipe::marginFilter, 0, 0, nNone, nFiltered,
+     "test hits of the edge bands to their other side"},
+    {"filters.test", "", Choice<Recipe>{&Recipe::filterTest, testWords}, 0, 0, nNone, nRectangles,
+     "further reference of the test"},
+    {"filters.all_pairs", "", &Recipe::filterPairs, 0, 0, nNone, nFiltered,
+     "test true pairs too, not only single hits"},
+    {"filters.sample", "", Choice<Recipe>{&Recipe::filterSample, sampleWords}, 0, 0, nNone, nZoned,
+     "what the test compares"},
+    {"filters.zone_thresholds", "", &Recipe::zoneFilterThresholds, 0, 0, nNone, nZoned,
      "the test takes the zones' filter values in place of the hit's threshold"},
-    {"zones.multiple.x", "periods", &Recipe::zoneMultipleX, 1, dCountHigh, false, "width of a zone cell"},
-    {"zones.multiple.y", "periods", &Recipe::zoneMultipleY, 1, dCountHigh, false, "height of a zone cell"},
-    {"zones.origin.x", "pixels", &Recipe::zoneOriginX, -dOriginHigh, dOriginHigh, false, "left side of some cell"},
-    {"zones.origin.y", "pixels", &Recipe::zoneOriginY, -dOriginHigh, dOriginHigh, false, "top side of some cell"},
-    {"zones.image", "", &Recipe::zoneImageFile, 0, 0, false,
+    {"zones.multiple.x", "periods", &Recipe::zoneMultipleX, 1, dCountHigh, nNone, nZoned, "width of a zone cell"},
+    {"zones.multiple.y", "periods", &Recipe::zoneMultipleY, 1, dCountHigh, nNone, nZoned, "height of a zone cell"},
+    {"zones.origin.x", "pixels", &Recipe::zoneOriginX, -dOriginHigh, dOriginHigh, nNone, nZoned,
+     "left side of some cell"},
+    {"zones.origin.y", "pixels", &Recipe::zoneOriginY, -dOriginHigh, dOriginHigh, nNone, nZoned,
+     "top side of some cell"},
+    {"zones.image", "", &Recipe::zoneImageFile, 0, 0, nNone, nZoned,
      "painted cell, a pixel's value is its zone; empty: one flat zone"},
-    {"zones.class_image", "", &Recipe::classImageFile, 0, 0, false, "painted cell of class ids; empty: none"},
+    {"zones.class_image", "", &Recipe::classImageFile, 0, 0, nNone, nZone, "painted cell of class ids; empty: none"},
 };
 
 const Field<ZoneSettings> zoneFields[] = {
-    {"index", "", &ZoneSettings::index, 0, nRecipeZoneLimit - 1, true, "value in the painted cell"},
-    {"offset", "grey levels", &ZoneSettings::offset, 0, dOffsetHigh, false, "fixed part of the threshold"},
-    {"gain", "in 1/256", &ZoneSettings::gain, 0, dGainHigh, false, "part that grows with the larger compared value"},
-    {"upper.knee", "grey levels", &ZoneSettings::knee, 0, dGreyHigh, false, "above it the upper segment applies"},
-    {"upper.offset", "grey levels", &ZoneSettings::upperOffset, 0, dOffsetHigh, false, "offset of the upper segment"},
-    {"upper.gain", "in 1/256", &ZoneSettings::upperGain, 0, dGainHigh, false, "gain of the upper segment"},
-    {"filter.dark_offset", "grey levels", &ZoneSettings::darkFilterOffset, 0, dGreyHigh, false, "filters, dark hits"},
-    {"filter.dark_gain", "in 1/256", &ZoneSettings::darkFilterGain, 0, dGainHigh, false, "filters, dark hits"},
-    {"filter.bright_offset", "grey levels", &ZoneSettings::brightFilterOffset, 0, dGreyHigh, false,
+    {"index", "", &ZoneSettings::index, 0, nRecipeZoneLimit - 1, nAll, nAll, "value in the painted cell"},
+    {"offset", "grey levels", &ZoneSettings::offset, 0, dOffsetHigh, nNone, nAll, "fixed part of the threshold"},
+    {"gain", "in 1/256", &ZoneSettings::gain, 0, dGainHigh, nNone, nAll,
+     "part that grows with the larger compared value"},
+    {"upper.knee", "grey levels", &ZoneSettings::knee, 0, dGreyHigh, nNone, nAll, "above it the upper segment applies"},
+    {"upper.offset", "grey levels", &ZoneSettings::upperOffset, 0, dOffsetHigh, nNone, nAll,
+     "offset of the upper segment"},
+    {"upper.gain", "in 1/256", &ZoneSettings::upperGain, 0, dGainHigh, nNone, nAll, "gain of the upper segment"},
+    {"filter.dark_offset", "grey levels", &ZoneSettings::darkFilterOffset, 0, dGreyHigh, nNone, nAll,
+     "filters, dark hits"},
+    {"filter.dark_gain", "in 1/256", &ZoneSettings::darkFilterGain, 0, dGainHigh, nNone, nAll, "filters, dark hits"},
+    {"filter.bright_offset", "grey levels", &ZoneSettings::brightFilterOffset, 0, dGreyHigh, nNone, nAll,
      "filters, bright hits"},
-    {"filter.bright_gain", "in 1/256", &ZoneSettings::brightFilterGain, 0, dGainHigh, false, "filters, bright hits"},
-    {"table.offset", "grey levels", &ZoneSettings::tableOffset, 0, dGreyHigh, false, "zone tables"},
-    {"table.gain", "in 1/256", &ZoneSettings::tableGain, 0, dGainHigh, false, "zone tables"},
-    {"dark_grey_limit", "grey levels", &ZoneSettings::darkGreyLimit, 0, dGreyHigh, false,
+    {"filter.bright_gain", "in 1/256", &ZoneSettings::brightFilterGain, 0, dGainHigh, nNone, nAll,
+     "filters, bright hits"},
+    {"table.offset", "grey levels", &ZoneSettings::tableOffset, 0, dGreyHigh, nNone, nAll, "zone tables"},
+    {"table.gain", "in 1/256", &ZoneSettings::tableGain, 0, dGainHigh, nNone, nAll, "zone tables"},
+    {"dark_grey_limit", "grey levels", &ZoneSettings::darkGreyLimit, 0, dGreyHigh, nNone, nAll,
      "dark pairs at or above this grey are dropped; 0 is off"},
-    {"bright_min_difference", "grey levels", &ZoneSettings::brightMinDifference, 0, dGreyHigh, false,
+    {"bright_min_difference", "grey levels", &ZoneSettings::brightMinDifference, 0, dGreyHigh, nNone, nAll,
      "bright pairs that stand out by less are dropped; 0 is off"},
+};
+
+const StructuredField structuredFields[] = {
+    {"region", nAll},
+    {"margin_frame", nFiltered},
+    {"dead_zones", nRectangles},
+    {"tables.scan_pitch", nRectangles},
+    {"tables.conv_pitch", nRectangles | nAsg},
+    {"zones.list", nZoned},
+    {"zones.skip", nZone},
 };
 
 template <typename... Functions>
@@ -133,6 +212,27 @@ std::span<const Field<Recipe>> RecipeFields()
 std::span<const Field<ZoneSettings>> ZoneFields()
 {
     return zoneFields;
+}
+
+std::span<const StructuredField> StructuredFields()
+{
+    return structuredFields;
+}
+
+std::string_view KindName(Kind kind)
+{
+    return kindNames[static_cast<std::size_t>(kind)];
+}
+
+std::string KindsText(KindSet kinds)
+{
+    if (kinds == nAll)
+        return "";
+    std::string text;
+    for (std::size_t i = 0; i < kindWords.size(); ++i)
+        if ((kinds & SetOf(static_cast<Kind>(i))) != 0)
+            text += (text.empty() ? "modes " : ", ") + std::string(kindWords[i]);
+    return text;
 }
 
 template <typename Owner>

@@ -23,7 +23,15 @@ struct Choice
 template <typename Owner>
 using FieldMember = std::variant<int Owner::*, double Owner::*, bool Owner::*, std::string Owner::*, Choice<Owner>>;
 
-/// One scalar field. Ranges include both ends and mean something for numbers only.
+/// A set of kinds, one bit each.
+using KindSet = unsigned;
+constexpr KindSet SetOf(Kind kind)
+{
+    return 1U << kind;
+}
+
+/// One scalar field. Ranges include both ends and mean something for numbers only. A path may have several rows, for
+/// different kinds.
 template <typename Owner>
 struct Field
 {
@@ -32,14 +40,41 @@ struct Field
     FieldMember<Owner> member;
     double low;
     double high;
-    bool required;
+    KindSet required; ///< kinds that have no default for it
+    KindSet kinds;    ///< kinds that read it; in the others it stays at its default
     std::string_view meaning;
+};
+
+/// A list or rectangle: read and written by code of its own.
+struct StructuredField
+{
+    std::string_view path;
+    KindSet kinds; ///< kinds that read it; in the others it is left out
 };
 
 /// Fields of the recipe but for lists and rectangles.
 std::span<const Field<Recipe>> RecipeFields();
 /// Fields of an entry of zones.list.
 std::span<const Field<ZoneSettings>> ZoneFields();
+
+/// Lists and rectangles of the recipe.
+std::span<const StructuredField> StructuredFields();
+
+/// "pixel mode", "float mode with a polygon".
+std::string_view KindName(Kind kind);
+/// "modes pixel, float", or empty for all kinds.
+std::string KindsText(KindSet kinds);
+
+/// The row of a path that a kind goes by: its own, or else any; null for an unknown path.
+template <typename Owner>
+const Field<Owner>* FindField(std::span<const Field<Owner>> fields, std::string_view path, Kind kind)
+{
+    const Field<Owner>* found = nullptr;
+    for (const Field<Owner>& field : fields)
+        if (field.path == path && (found == nullptr || (field.kinds & SetOf(kind)) != 0))
+            found = &field;
+    return found;
+}
 
 /// "0 to 255 grey levels", "true or false", "horizontal or vertical".
 template <typename Owner>

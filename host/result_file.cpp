@@ -54,6 +54,13 @@ ordered_json ResultToJson(const InspectionResult& result)
     ordered_json blobs = ordered_json::array();
     for (const Blob& blob : result.blobs)
         blobs.push_back(BlobToJson(blob));
+    ordered_json outlines = ordered_json::array();
+    for (const std::vector<CPoint>& outline : result.outlines)
+    {
+        ordered_json& corners = outlines.emplace_back(ordered_json::array());
+        for (const CPoint& corner : outline)
+            corners.push_back({corner.x, corner.y});
+    }
     return {{"version", nResultVersion},
             {"code", result.code},
             {"direction", result.direction == Direction_Vertical ? "vertical" : "horizontal"},
@@ -62,6 +69,7 @@ ordered_json ResultToJson(const InspectionResult& result)
               {"top", result.region.top},
               {"right", result.region.right},
               {"bottom", result.region.bottom}}},
+            {"outlines", outlines},
             {"pairs", result.pairs},
             {"reruns", result.reruns},
             {"milliseconds",

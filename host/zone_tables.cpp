@@ -64,8 +64,13 @@ CRect CellMap::Extent(const CellGeometry& cell)
 }
 
 CellMap::CellMap(const CellGeometry& cell, const GreyImage& painted, const std::array<short, 16>& values)
+    : CellMap(cell, painted, values, Extent(cell))
 {
-    const CRect extent = Extent(cell);
+}
+
+CellMap::CellMap(const CellGeometry& cell, const GreyImage& painted, const std::array<short, 16>& values,
+                 const CRect& extent)
+{
     m_stride = extent.Width();
     m_first = static_cast<std::size_t>(-extent.top) * static_cast<std::size_t>(m_stride) +
               static_cast<std::size_t>(-extent.left);

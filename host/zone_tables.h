@@ -45,6 +45,9 @@ public:
     /// `painted` holds a value below 16 for each pixel of the cell, or is empty for value 0 everywhere; `values` is
     /// what the map holds for each of them.
     CellMap(const CellGeometry& cell, const GreyImage& painted, const std::array<short, 16>& values);
+    /// The same over `extent` in place of Extent(cell), for kernels whose cells are unbounded along an axis.
+    CellMap(const CellGeometry& cell, const GreyImage& painted, const std::array<short, 16>& values,
+            const CRect& extent);
 
     /// The element of the cell's own first pixel.
     short* Data() { return m_values.data() + m_first; }

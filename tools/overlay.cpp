@@ -50,7 +50,15 @@ void SaveOverlay(const std::filesystem::path& file, const GreyImage& image, cons
     cv::Mat picture;
     cv::cvtColor(grey, picture, cv::COLOR_GRAY2BGR);
     const CRect& region = result.region;
-    cv::rectangle(picture, {region.left, region.top}, {region.right - 1, region.bottom - 1}, colourRegion, 1);
+    if (result.outlines.empty())
+        cv::rectangle(picture, {region.left, region.top}, {region.right - 1, region.bottom - 1}, colourRegion, 1);
+    for (const std::vector<CPoint>& outline : result.outlines)
+    {
+        std::vector<cv::Point> corners;
+        for (const CPoint& corner : outline)
+            corners.emplace_back(corner.x, corner.y);
+        cv::polylines(picture, corners, true, colourRegion, 1);
+    }
     for (const CRect& box : missed)
         Frame(picture, box, colourMissed, "missed");
     for (const Blob& blob : result.blobs)

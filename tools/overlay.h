@@ -10,9 +10,9 @@
 namespace narvo
 {
 
-/// Writes the image in colour with the region framed green, dark blobs cyan, bright ones orange, each with its number,
-/// and the boxes of `missed` magenta. The pixels inside the frames stay as they are. @throws HostError when it cannot
-/// be written
+/// Writes the image in colour with the region framed green (its polygon or trapezia where it is no rectangle), dark
+/// blobs cyan, bright ones orange, each with its number, and the boxes of `missed` magenta. The pixels inside the
+/// frames stay as they are. @throws HostError when it cannot be written
 void SaveOverlay(const std::filesystem::path& file, const GreyImage& image, const InspectionResult& result,
                  const std::vector<CRect>& missed);
 

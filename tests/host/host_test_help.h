@@ -55,6 +55,24 @@ inline nlohmann::json SmallestRecipe()
     return {{"version", 1}, {"pitch", {{"x", 20.5}, {"y", 30.25}}}};
 }
 
+/// The same for a mode, with the fields that it has no default for.
+inline nlohmann::json SmallestRecipe(const std::string& mode)
+{
+    nlohmann::json document = SmallestRecipe();
+    document["mode"] = mode;
+    if (mode == "binarise" || mode == "average")
+        document.erase("pitch");
+    if (mode == "pixel")
+        document["threshold"]["base"] = 20;
+    if (mode == "float")
+        document["threshold"]["base"] = 80;
+    if (mode == "binarise")
+        document["binarise"]["limit"] = 40;
+    if (mode == "average")
+        document["average"] = {{"bright", 20}, {"dark", 20}};
+    return document;
+}
+
 inline Recipe SmallestParsed()
 {
     return ParseRecipe(SmallestRecipe(), {});

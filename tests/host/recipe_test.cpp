@@ -32,11 +32,12 @@ struct BadField
     const char* path;
     json value;
     const char* allowed;
+    const char* mode = "zone";
 };
 
 const BadField badFields[] = {
     {"version", 2, "whole number, 1"},
-    {"mode", "average", "zone"},
+    {"mode", "median", "zone, pixel, float, binarise, average or asg"},
     {"direction", "diagonal", "horizontal or vertical"},
     {"direction", 1, "horizontal or vertical"},
     {"auto_direction", 1, "true or false"},
@@ -58,6 +59,24 @@ const BadField badFields[] = {
     {"window.height", 1024, "whole number, 1 to 1023 pixels"},
     {"grey_limit", 0, "whole number, 1 to 255 grey levels"},
     {"grey_limit", 256, "whole number, 1 to 255 grey levels"},
+    {"grey_limit", 256, "whole number, 1 to 255 grey levels", "average"},
+    {"window.width", 4, "whole number, 2 to 3 pixels", "float"},
+    {"window.height", 1, "whole number, 2 to 3 pixels", "float"},
+    {"threshold.base", 0, "whole number, 1 to 255 grey levels", "pixel"},
+    {"threshold.base", 256, "whole number, 1 to 255 grey levels", "pixel"},
+    {"threshold.base", 2296, "whole number, 1 to 2295 grey levels of the window's sum", "float"},
+    {"threshold.gain", -1, "whole number, 0 to 256 in 1/256", "pixel"},
+    {"threshold.gain", 257, "whole number, 0 to 256 in 1/256", "float"},
+    {"twice.pitch", 16385, "0 to 16384 pixels", "pixel"},
+    {"twice.pitch", "24", "0 to 16384 pixels", "pixel"},
+    {"twice.base", true, "whole number, 1 to 255 grey levels", "pixel"},
+    {"twice.gain", true, "whole number, 0 to 256 in 1/256", "pixel"},
+    {"binarise.limit", 1, "whole number, 2 to 255 grey levels", "binarise"},
+    {"binarise.limit", 256, "whole number, 2 to 255 grey levels", "binarise"},
+    {"average.bright", 0, "whole number, 1 to 255 grey levels", "average"},
+    {"average.dark", 256, "whole number, 1 to 255 grey levels", "average"},
+    {"average.window", 0, "whole number, 1 to 4096 pixels", "average"},
+    {"average.background", 4097, "whole number, 1 to 4096 pixels", "average"},
     {"threshold_extra", -1, "whole number, 0 to 255 grey levels"},
     {"threshold_extra", 256, "whole number, 0 to 255 grey levels"},
     {"keep_singles", 1, "true or false"},
@@ -96,7 +115,7 @@ TEST(Recipe, EveryFieldIsRefusedOutsideItsRangeByNameValueAndRange)
 {
     for (const BadField& bad : badFields)
     {
-        json document = SmallestRecipe();
+        json document = SmallestRecipe(bad.mode);
         Set(document, bad.path, bad.value);
         const auto found = ParseProblems(document);
         EXPECT_THAT(found, Contains(IsProblem(bad.path, bad.value.dump(), bad.allowed)))
@@ -214,7 +233,8 @@ TEST(Recipe, RectanglesNeedTheirFourSides)
     EXPECT_THAT(ParseProblems(document), ElementsAre(IsProblem("region.top", "\"0\"", "whole number of pixels"),
                                                      IsProblem("region.bottom", "missing", "whole number of pixels")));
     document["region"] = {{"left", 0}, {"top", 0}, {"right", 9}, {"bottom", 9}, {"shape", "circle"}};
-    EXPECT_THAT(ParseProblems(document), ElementsAre(IsProblem("region.shape", "\"circle\"", "rectangle")));
+    EXPECT_THAT(ParseProblems(document),
+                ElementsAre(IsProblem("region.shape", "\"circle\"", "rectangle, trapezium or polygon")));
     document["region"] = 5;
     EXPECT_THAT(ParseProblems(document), ElementsAre(IsAbout("region")));
 }

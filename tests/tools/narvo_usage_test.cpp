@@ -58,8 +58,9 @@ TEST(NarvoUsage, RecipeListsFieldsWithRangeAndDefault)
     const TestFolder folder;
     const Outcome outcome = RunNarvo(folder, {"recipe"});
     EXPECT_EQ(outcome.code, 0);
-    EXPECT_THAT(outcome.out, HasSubstr("pitch.x: 1 to 16384 pixels; required; period of the pattern along x\n"));
-    EXPECT_THAT(outcome.out, HasSubstr("grey_limit: whole number, 1 to 255 grey levels; default 255; "));
+    EXPECT_THAT(outcome.out, HasSubstr("pitch.x: 1 to 16384 pixels; required; modes zone, pixel, float, "
+                                       "float/trapezium, float/polygon, asg; period of the pattern along x\n"));
+    EXPECT_THAT(outcome.out, HasSubstr("grey_limit: whole number, 1 to 255 grey levels; default 255; modes "));
 }
 
 } // namespace
