@@ -1,6 +1,7 @@
 // Figures of the pitch search against its scalar form. Both must answer the same.
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
 #include <iostream>
 #include <string>
 
