@@ -26,6 +26,7 @@ constexpr int nGridRowLimit = 1996;                           // the search for 
 constexpr int nDeadZoneHigh = CConvParam::nDeadZoneLimit - 1; // the engine takes a full list for an empty one
 constexpr double dPitchLow = 1.0;
 constexpr double dPitchHigh = 16384.0;
+constexpr int nGreyLimitOf9 = 227;
 
 using Problems = std::vector<Problem>;
 
@@ -294,6 +295,10 @@ void CheckOptions(const Recipe& recipe, Direction direction, Problems& found)
                          std::to_string(recipe.windowWidth) + " by " + std::to_string(recipe.windowHeight) + " pixels",
                          direction == Direction_Vertical ? "2 by 3 pixels, since the direction is vertical"
                                                          : "3 by 2 pixels, since the direction is horizontal"});
+    // 144 units a grey level: a greater difference would leave the 16-bit lanes and not count as a hit.
+    if (recipe.GetKind() == Kind_Float && (given & Option_Window9) != 0 && recipe.greyLimit > nGreyLimitOf9)
+        found.push_back({"grey_limit", std::to_string(recipe.greyLimit),
+                         "at most " + std::to_string(nGreyLimitOf9) + " where the window is 3 by 3 pixels"});
     if (recipe.GetKind() == Kind_Asg && direction == Direction_Horizontal && recipe.zoneMultipleX != recipe.multipleX)
         found.push_back({"zones.multiple.x", std::to_string(recipe.zoneMultipleX),
                          std::to_string(recipe.multipleX) +

@@ -75,8 +75,8 @@ TEST(ModeCheck, EveryRowOfAFieldWithSeveralServesKindsOfItsOwn)
 {
     for (const Field<Recipe>& field : RecipeFields())
         for (const Field<Recipe>& other : RecipeFields())
-            if (&field != &other && field.path == other.path)
-                EXPECT_EQ(field.kinds & other.kinds, 0U) << field.path;
+            EXPECT_TRUE(&field == &other || field.path != other.path || (field.kinds & other.kinds) == 0U)
+                << field.path;
 }
 
 struct Setting
@@ -109,6 +109,7 @@ const Setting settings[] = {
      {
          recipe.windowWidth = 3;
          recipe.windowHeight = 3;
+         recipe.greyLimit = 227;
      }},
     {"polygon",
      [](Recipe& recipe)
@@ -220,6 +221,17 @@ TEST(ModeCheck, FloatWindowsOfSixPixelsLieAlongTheDirection)
     EXPECT_THAT(CheckRecipe(recipe),
                 ElementsAre(IsProblem("window", "3 by 2 pixels", "2 by 3 pixels, since the direction is vertical")));
     recipe.direction = Direction_Horizontal;
+    EXPECT_THAT(CheckRecipe(recipe), IsEmpty());
+}
+
+TEST(ModeCheck, WindowsOfNinePixelsHoldTheGreyLimitDown)
+{
+    Recipe recipe = SmallestOf("float");
+    recipe.windowWidth = 3;
+    recipe.windowHeight = 3;
+    EXPECT_THAT(CheckRecipe(recipe),
+                ElementsAre(IsProblem("grey_limit", "255", "at most 227 where the window is 3 by 3 pixels")));
+    recipe.greyLimit = 227;
     EXPECT_THAT(CheckRecipe(recipe), IsEmpty());
 }
 

@@ -39,6 +39,7 @@ void SetWindow(Recipe& recipe, int width, int height)
     recipe.windowWidth = width;
     recipe.windowHeight = height;
     recipe.thresholdBase = 20 * width * height;
+    recipe.greyLimit = width * height == 9 ? 227 : 255;
 }
 
 const ModeCase modeCases[] = {
