@@ -131,7 +131,7 @@ private:
     {
         if (m_nChunks >= m_nextChunk.Capacity())
         {
-            const std::size_t nWanted = std::min(std::max<std::size_t>(m_nChunks + m_nChunks / 2, 1024), m_nChunkLimit);
+            const std::size_t nWanted = std::min(std::max<std::size_t>(m_nChunks + m_nChunks / 4, 1024), m_nChunkLimit);
             if (m_nChunks >= m_nChunkLimit || !m_hits.Reserve(nWanted * kChunk) || !m_nextChunk.Reserve(nWanted))
                 return false;
         }

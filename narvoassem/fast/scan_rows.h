@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "hwy/cache_control.h"
 #include "narvoassem/fast/pixel_values.h"
 #include "narvoassem/fast/scan.h"
 
@@ -34,7 +35,8 @@ public:
         if (region.nTop >= region.nBottom)
             return this->End(region.nBottom + 1);
         if (!this->ReserveRow(m_nStrips) ||
-            (kColumnTables && !SpreadColumnWeights(m_call, m_nStrips * kStripWidth, m_scratch, m_row)))
+            (kColumnTables &&
+             (!ReadDisplacements() || !SpreadColumnWeights(m_call, m_nStrips * kStripWidth, m_scratch, m_row))))
             return this->End(region.nTop);
         const CBands bands = {.nFirstEnd = region.nLeft + m_pitch.nWhole,
                               .nLastStart = m_nScanEnd - m_pitch.nWhole,
@@ -78,26 +80,52 @@ private:
         }
     }
 
+    /// Reads the displacement of every block once. @return false without memory
+    bool ReadDisplacements()
+    {
+        if (!m_scratch.displacement.Reserve(static_cast<std::size_t>(m_nStrips)))
+            return false;
+        for (std::int64_t nStrip = 0; nStrip < m_nStrips; ++nStrip)
+        {
+            const std::int64_t nDisplacement = m_rule.BlockDisplacement(m_call.region.nLeft + nStrip * kStripWidth);
+            m_scratch.displacement[static_cast<std::size_t>(nStrip)] = nDisplacement;
+            m_nLeastPlace = std::min(m_nLeastPlace, nStrip * kStripWidth + nDisplacement);
+            m_nLastPlace = std::max(m_nLastPlace, nStrip * kStripWidth + nDisplacement + kStripWidth);
+        }
+        return true;
+    }
+
     /// Lays the displaced blocks of a row side by side.
     void GatherReference(std::int64_t y)
     {
+        const CImageView& image = m_call.image;
+        const std::int64_t nLeft = m_call.region.nLeft;
+        const std::int64_t nFirst = y * image.nStride + nLeft;
+        // The border rule is asked for block by block only where a block may reach beyond the image's bytes.
+        const bool bInside =
+            image.nRows == 0 || (nFirst + m_nLeastPlace >= 0 && nFirst + m_nLastPlace < image.nRows * image.nStride);
+        const std::uint8_t* pRow = image.pPixels + nFirst;
         std::uint8_t* pNear = m_scratch.rowCopy[1].Data();
         std::uint8_t* pFar = m_scratch.rowCopy[2].Data();
-        for (std::int64_t nStrip = 0; nStrip < m_nStrips; ++nStrip)
+        for (std::int64_t n = 0; n < m_nStrips * kStripWidth; n += kStripWidth)
         {
-            const std::int64_t x = m_call.region.nLeft + nStrip * kStripWidth;
+            const std::int64_t nPlace = n + m_scratch.displacement[static_cast<std::size_t>(n / kStripWidth)];
             std::uint8_t copy[kStripWidth + 1];
             const std::uint8_t* pBlock =
-                ReadRow(m_call.image, x + m_rule.BlockDisplacement(x), y, kStripWidth + 1, copy);
-            std::memcpy(pNear + nStrip * kStripWidth, pBlock, kStripWidth);
-            std::memcpy(pFar + nStrip * kStripWidth, pBlock + 1, kStripWidth);
+                bInside ? pRow + nPlace : ReadRow(image, nLeft + nPlace, y, kStripWidth + 1, copy);
+            hwy::Prefetch(pRow + n + image.nStride);
+            std::memcpy(pNear + n, pBlock, kStripWidth);
+            std::memcpy(pFar + n, pBlock + 1, kStripWidth);
         }
         m_row.pNear = pNear;
         m_row.pFar = pFar;
+        m_row.nPrefetch = 0; // the copies are at hand
     }
 
     std::int64_t m_nScanEnd;
     std::int64_t m_nStrips;
+    std::int64_t m_nLeastPlace = 0; ///< column tables: least and last place that a block reads, from the region's left
+    std::int64_t m_nLastPlace = 0;
 };
 
 } // namespace narvo

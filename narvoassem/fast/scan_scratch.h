@@ -36,6 +36,7 @@ struct CScanScratch
     CRowCache<std::uint16_t> sums;          ///< window sums at the source
     CRowCache<std::uint16_t> shiftedSums;   ///< window sums at a reference that is displaced along x
     CGrowBuffer<std::uint16_t> lineSums[5]; ///< sums of one row, and the parts of its reference
+    CGrowBuffer<std::int64_t> displacement; ///< per block of 16 columns
     CGrowBuffer<std::int16_t> columnNear;
     CGrowBuffer<std::int16_t> columnFar;
     CGrowBuffer<std::uint8_t> classId; ///< per hit, for the class-id kernels
