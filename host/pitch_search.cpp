@@ -3,8 +3,11 @@
 #include "host/pitch_search.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
+#include <iterator>
 #include <numbers>
 #include <string>
 
@@ -233,7 +236,7 @@ const Dip* DipNear(const std::vector<Dip>& dips, double place, double reach)
 Dip FindFundamental(const Curve& curve, const std::vector<Dip>& dips)
 {
     constexpr double dSlack = 0.004;       // how much worse it may be
-    constexpr double dSlackShare = 0.05;   // and by this share of the best one's own cost
+    constexpr double dSlackShare = 0.5;    // and by this share of the best one's own cost
     constexpr double dFullHeight = 0.75;   // a whole period meets nearly all of the curve's height
     constexpr double dNear = 0.5 * nSteps; // how far a fraction's dip may lie from its place
     const Dip best =
@@ -293,24 +296,62 @@ int RunFine(const GreyImage& image, const CRect& region, bool alongX, int center
     return best;
 }
 
-/// Sharpens a pitch over twice as many periods each time, while a third of the region remains to compare. Differences
-/// that noise alone explains are left out of the engine's cost: its reference is smoother between whole pixels than at
-/// them, so that noise would draw the answer there.
-void Refine(const GreyImage& image, const CRect& region, bool alongX, double noise, AxisPitch& axis)
+/// Sharpens the pitch with the dips at its multiples, twice as far out each time. @return periods to the last dip
+int FollowMultiples(const std::vector<Dip>& dips, int most, double& place)
+{
+    constexpr double dNear = 0.5 * nSteps;
+    int periods = 1;
+    while (periods < most)
+    {
+        const int next = std::min(2 * periods, most);
+        const Dip* dip = DipNear(dips, next * place, dNear);
+        if (dip == nullptr)
+            break;
+        place = dip->place / next;
+        periods = next;
+    }
+    return periods;
+}
+
+/// Standard deviation of the noise of a pixel, from the median difference one pitch on: places where the pattern
+/// itself differs hardly count.
+double MeasureNoise(const GreyImage& image, const CRect& region, bool alongX, double pitch)
+{
+    constexpr double dMedianOfNormal = 0.6745;
+    constexpr int nRowStep = 3;
+    const int reach = static_cast<int>(std::lround(pitch));
+    const int right = region.right - (alongX ? reach : 0);
+    const int bottom = region.bottom - (alongX ? 0 : reach);
+    std::array<std::int64_t, 256> counts{};
+    std::int64_t all = 0;
+    for (int y = region.top; y < bottom; y += nRowStep)
+    {
+        const std::uint8_t* source = image.Row(y);
+        const std::uint8_t* other = alongX ? source + reach : image.Row(y + reach);
+        for (int x = region.left; x < right; ++x, ++all)
+            ++counts[static_cast<std::size_t>(std::abs(source[x] - other[x]))];
+    }
+    // Between the whole grey levels, as if the differences were spread evenly over them.
+    std::int64_t below = 0;
+    std::size_t level = 0;
+    while (2 * (below + counts[level]) < all)
+        below += counts[level++];
+    const double part = (0.5 * static_cast<double>(all - 2 * below)) / static_cast<double>(counts[level]);
+    const double median = std::max(0.0, static_cast<double>(level) - 0.5 + part);
+    return median / dMedianOfNormal / std::numbers::sqrt2;
+}
+
+/// The engine's own answer over the most periods that leave a third of the region to compare. Differences that noise
+/// alone explains are left out of its cost: the engine's reference is smoother between whole pixels than at them, so
+/// that noise would draw the answer there.
+void Refine(const GreyImage& image, const CRect& region, bool alongX, AxisPitch& axis)
 {
     constexpr int nRange = 2; // 1/16 pixel: the coarse search is that close
     constexpr double dSigmas = 4.0;
-    const int length = alongX ? region.Width() : region.Height();
-    const int most = std::max(1, static_cast<int>(2.0 * length / (3.0 * axis.pitch)));
-    for (int periods = 1;; periods = std::min(2 * periods, most))
-    {
-        const int center = static_cast<int>(std::lround(axis.pitch * periods * nSteps));
-        axis.pitch = RunFine(image, region, alongX, center, nRange, static_cast<int>(dSigmas * noise)) /
-                     static_cast<double>(nSteps * periods);
-        axis.periods = periods;
-        if (periods == most)
-            break;
-    }
+    const double noise = MeasureNoise(image, region, alongX, axis.pitch);
+    const int center = static_cast<int>(std::lround(axis.pitch * axis.periods * nSteps));
+    axis.pitch = RunFine(image, region, alongX, center, nRange, static_cast<int>(dSigmas * noise)) /
+                 static_cast<double>(nSteps * axis.periods);
     axis.sixteenths = static_cast<int>(std::lround(axis.pitch * nSteps));
 }
 
@@ -318,9 +359,12 @@ AxisPitch SearchAxis(const GreyImage& image, const CRect& region, bool alongX)
 {
     constexpr int nMultiples = 3;
     const Lines lines(image, region, alongX);
-    const double high = lines.Length() / dPitchSearchShare;
+    const double high = lines.Length() / dPitchSearchShare; // longest pitch, pixels
     const Curve curve = MeasureCost(lines, static_cast<int>(high * 2.0));
-    const std::vector<Dip> dips = FindDips(curve.cost, dPitchSearchLow * nSteps, high * nSteps);
+    const std::vector<Dip> all = FindDips(curve.cost, dPitchSearchLow * nSteps, 2.0 * high * nSteps);
+    std::vector<Dip> dips;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(dips),
+                 [&](const Dip& dip) { return dip.place <= high * nSteps; });
 
     AxisPitch axis;
     axis.cost.assign(curve.cost.begin(), curve.cost.begin() + static_cast<std::ptrdiff_t>(high * nSteps) + 1);
@@ -330,11 +374,14 @@ AxisPitch SearchAxis(const GreyImage& image, const CRect& region, bool alongX)
     axis.confidence = std::clamp(1.0 - dip.cost, 0.0, 1.0);
     for (int multiple = 2; multiple <= nMultiples; ++multiple)
         axis.confidence = std::clamp(StrengthAt(curve, multiple * dip.place), 0.0, axis.confidence);
-    axis.pitch = dip.place / nSteps;
     axis.runnerUp = FindRunnerUp(dips, dip);
     axis.found = axis.confidence >= dPitchConfidenceLow;
-    if (axis.found)
-        Refine(image, region, alongX, std::sqrt(std::max(dip.cost, 0.0) * curve.variance), axis);
+    if (!axis.found)
+        return axis;
+    double place = dip.place;
+    axis.periods = FollowMultiples(all, static_cast<int>(2.0 * high * nSteps / place), place);
+    axis.pitch = place / nSteps;
+    Refine(image, region, alongX, axis);
     return axis;
 }
 

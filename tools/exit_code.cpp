@@ -13,7 +13,8 @@ std::string DescribeExitCodes()
            "  1  unexpected error\n"
            "  2  bad command line, image, recipe or truth file; one line on the error stream for each problem\n"
            "  3  a result file could not be written\n"
-           "  4  inspected, but part of the image was not looked at or blobs were lost; results are written";
+           "  4  inspected, but part of the image was not looked at or blobs were lost; results are written\n"
+           "  5  pitch search: the image has no period along either axis";
 }
 
 void PrintProblems(const std::vector<Problem>& found)

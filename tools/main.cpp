@@ -9,6 +9,7 @@
 #include "narvoassem/version.h"
 #include "tools/exit_code.h"
 #include "tools/inspect_command.h"
+#include "tools/pitch_command.h"
 #include "tools/synth_command.h"
 
 namespace
@@ -54,6 +55,15 @@ int Run(int argc, char** argv)
     synthCommand->add_option("-o,--output", synth.output, "beginning of the files' names")->capture_default_str();
     synthCommand->add_flag("-q,--quiet", synth.quiet, "print problems only");
 
+    PitchOptions pitch;
+    CLI::App* pitchCommand = app.add_subcommand("pitch", "Find the period of an image's pattern along x and y");
+    pitchCommand->add_option("image", pitch.image, "image file, as for inspect")->required();
+    pitchCommand->add_option("--region", pitch.region, "left,top,right,bottom in pixels (default: the whole image)")
+        ->delimiter(',')
+        ->expected(4);
+    pitchCommand->add_option("--plot", pitch.plot, "PNG file for the cost curves");
+    pitchCommand->add_option("--recipe", pitch.recipe, "file for a recipe ready for inspect; its zones go beside it");
+
     CLI::App* recipeCommand = app.add_subcommand("recipe", "List the fields of a recipe: range, default, meaning");
 
     try
@@ -69,6 +79,8 @@ int Run(int argc, char** argv)
         std::cout << DescribeRecipeFields();
         return ExitCode_Done;
     }
+    if (pitchCommand->parsed())
+        return RunPitch(pitch);
     return inspectCommand->parsed() ? RunInspect(inspect) : RunSynth(synth);
 }
 

@@ -15,7 +15,8 @@ TEST(NarvoUsage, HelpNamesCommandsAndExitCodes)
     const TestFolder folder;
     const Outcome outcome = RunNarvo(folder, {"--help"});
     EXPECT_EQ(outcome.code, 0);
-    for (const char* text : {"inspect", "synth", "recipe", "Exit codes:", "  0  ", "  1  ", "  2  ", "  3  ", "  4  "})
+    for (const char* text :
+         {"inspect", "pitch", "synth", "recipe", "Exit codes:", "  0  ", "  1  ", "  2  ", "  3  ", "  4  ", "  5  "})
         EXPECT_THAT(outcome.out, HasSubstr(text));
 }
 

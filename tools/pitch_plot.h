@@ -1,0 +1,14 @@
+// The picture of a pitch search: the cost over the displacement, one chart for each axis.
+#pragma once
+
+#include <filesystem>
+
+#include "host/pitch_search.h"
+
+namespace narvo
+{
+
+/// Writes both charts with pitch and runner-up marked. @throws HostError when it cannot be written
+void SavePitchPlot(const std::filesystem::path& file, const PitchResult& result);
+
+} // namespace narvo
