@@ -27,7 +27,7 @@ struct AxisPitch
     double confidence = 0.0; ///< least correlation at one, two and three pitches, 0 .. 1
     PitchPeak runnerUp;      ///< strongest period that is no multiple of the pitch; strength 0: there is none
     /// Cost of every displacement in steps of 1/16 pixel from 0 on: mean square of the differences over that of
-    /// unrelated values, 0 .. about 1.
+    /// unrelated values; 0 is the same, 1 unrelated, 2 the opposite.
     std::vector<float> cost;
 };
 
