@@ -44,10 +44,10 @@ struct CScanScratch
     CGrowBuffer<short> ownTypes;
     std::size_t nZeros = 0; ///< elements of zeroMap that are known to be 0
 
-    /// Makes room for a row of nStrips strips. @return false without memory
+    /// Makes room for a row of nStrips strips, which may be none. @return false without memory
     bool ReserveRow(std::int64_t nStrips)
     {
-        const auto nCount = static_cast<std::size_t>(nStrips);
+        const std::size_t nCount = static_cast<std::size_t>(nStrips) + 1;
         const std::size_t nColumns = nCount * kStripWidth;
         if (!mask.Reserve(nCount + kSpareMasks) || !walks.Reserve(nCount) || !runs.Reserve(nCount) ||
             !zeroMap.Reserve(nColumns))
