@@ -8,6 +8,8 @@
 
 int CBlobStorage::CalcRScale(const CPoint* pPoints) const
 {
+    if (ConvParam.dPixelSizeX == 0.0 && ConvParam.dPixelSizeY == 0.0)
+        return 0; // hosts that give no pixel sizes ask for no diameter
     constexpr int nPoints = CDefectBlob::nExtremeCount;
     constexpr int nHalf = nPoints / 2;
     // Laid out as a ring, so that the points four steps on and nearer make all pairs, in loops of one fixed length
