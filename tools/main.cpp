@@ -40,18 +40,18 @@ int Run(int argc, char** argv)
 
     SynthOptions synth;
     CLI::App* synthCommand = app.add_subcommand("synth", "Make a panel image with known defects, its zones and recipe");
-    PanelSpec& spec = synth.spec;
-    synthCommand->add_option("--width", spec.width, "pixels")->capture_default_str();
-    synthCommand->add_option("--height", spec.height, "pixels")->capture_default_str();
-    synthCommand->add_option("--pitch-x", spec.pitchX, "period along x, pixels, in steps of 1/16")
+    PanelPlan& plan = synth.plan;
+    synthCommand->add_option("--width", plan.width, "pixels")->capture_default_str();
+    synthCommand->add_option("--height", plan.height, "pixels")->capture_default_str();
+    synthCommand->add_option("--pitch-x", plan.pitchX, "period along x, pixels, in steps of 1/16")
         ->capture_default_str();
-    synthCommand->add_option("--pitch-y", spec.pitchY, "period along y, pixels, in steps of 1/16")
+    synthCommand->add_option("--pitch-y", plan.pitchY, "period along y, pixels, in steps of 1/16")
         ->capture_default_str();
-    synthCommand->add_option("--noise", spec.noise, "standard deviation, grey levels")->capture_default_str();
-    synthCommand->add_option("--drift", spec.drift, "slow change of brightness, share of the mean")
+    synthCommand->add_option("--noise", plan.noise, "standard deviation, grey levels")->capture_default_str();
+    synthCommand->add_option("--drift", plan.drift, "slow change of brightness, share of the mean")
         ->capture_default_str();
-    synthCommand->add_option("--defects", spec.defects, "number of defects")->capture_default_str();
-    synthCommand->add_option("--seed", spec.seed, "the same numbers give the same panel")->capture_default_str();
+    synthCommand->add_option("--defects", plan.defects, "number of defects")->capture_default_str();
+    synthCommand->add_option("--seed", plan.seed, "the same numbers give the same panel")->capture_default_str();
     synthCommand->add_option("-o,--output", synth.output, "beginning of the files' names")->capture_default_str();
     synthCommand->add_flag("-q,--quiet", synth.quiet, "print problems only");
 

@@ -204,11 +204,11 @@ Shape MakeDot(Random& random, double x, double y)
 }
 
 /// Shorter than the pitch: what repeats one pitch on is no defect to a comparison of neighbours.
-Shape MakeLine(Random& random, double x, double y, const PanelSpec& spec)
+Shape MakeLine(Random& random, double x, double y, const PanelPlan& plan)
 {
     const bool bright = random.Whole(0, 1) == 1;
     const double angle = random.Real(0.0, std::numbers::pi);
-    const double length = random.Real(0.2, 0.7) * std::min(spec.pitchX, spec.pitchY);
+    const double length = random.Real(0.2, 0.7) * std::min(plan.pitchX, plan.pitchY);
     const double half = random.Real(0.6, 1.5);
     const double step = random.Real(45.0, 110.0) * (bright ? 1.0 : -1.0);
     const double dx = 0.5 * length * std::cos(angle);
@@ -221,24 +221,24 @@ Shape MakeLine(Random& random, double x, double y, const PanelSpec& spec)
 }
 
 /// A stripe of the period that was left out, or a piece of stripe where matrix should be.
-Shape MakeCell(Random& random, double x, double y, const PanelSpec& spec, bool missing)
+Shape MakeCell(Random& random, double x, double y, const PanelPlan& plan, bool missing)
 {
-    const double left = std::floor(x / spec.pitchX) * spec.pitchX;
-    const double top = std::floor(y / spec.pitchY) * spec.pitchY;
+    const double left = std::floor(x / plan.pitchX) * plan.pitchX;
+    const double top = std::floor(y / plan.pitchY) * plan.pitchY;
     const Feature& stripe = features[nFirstStripe + random.Whole(0, nStripes - 1)];
-    double x0 = left + stripe.left * spec.pitchX;
-    double x1 = left + stripe.right * spec.pitchX;
-    double y0 = top + dStripeTop * spec.pitchY;
-    double y1 = top + dStripeBottom * spec.pitchY;
+    double x0 = left + stripe.left * plan.pitchX;
+    double x1 = left + stripe.right * plan.pitchX;
+    double y0 = top + dStripeTop * plan.pitchY;
+    double y1 = top + dStripeBottom * plan.pitchY;
     double level = fMatrix;
     if (!missing)
     {
         // Between this stripe and the next, over part of its height.
-        const double gap = 0.09 * spec.pitchX;
+        const double gap = 0.09 * plan.pitchX;
         x0 = x1;
         x1 = x0 + gap;
-        y0 += random.Real(0.0, 0.4) * spec.pitchY;
-        y1 = y0 + random.Real(0.08, 0.25) * spec.pitchY;
+        y0 += random.Real(0.0, 0.4) * plan.pitchY;
+        y1 = y0 + random.Real(0.08, 0.25) * plan.pitchY;
         level = stripe.level;
     }
     return {missing ? "missing_cell" : "extra_cell", !missing, Around(x0, y0, x1, y1),
@@ -261,10 +261,10 @@ Shape MakeMura(Random& random, double x, double y)
             }};
 }
 
-Shape MakeShape(Random& random, const PanelSpec& spec)
+Shape MakeShape(Random& random, const PanelPlan& plan)
 {
-    const double x = random.Real(0.0, spec.width);
-    const double y = random.Real(0.0, spec.height);
+    const double x = random.Real(0.0, plan.width);
+    const double y = random.Real(0.0, plan.height);
     switch (random.Whole(0, 7))
     {
     case 0:
@@ -273,11 +273,11 @@ Shape MakeShape(Random& random, const PanelSpec& spec)
         return MakeDot(random, x, y);
     case 3:
     case 4:
-        return MakeLine(random, x, y, spec);
+        return MakeLine(random, x, y, plan);
     case 5:
-        return MakeCell(random, x, y, spec, true);
+        return MakeCell(random, x, y, plan, true);
     case 6:
-        return MakeCell(random, x, y, spec, false);
+        return MakeCell(random, x, y, plan, false);
     default:
         return MakeMura(random, x, y);
     }
@@ -332,20 +332,20 @@ bool Apply(const Shape& shape, Canvas& canvas, TruthDefect& defect)
     return true;
 }
 
-void AddDefects(const PanelSpec& spec, Canvas& canvas, std::vector<TruthDefect>& truth)
+void AddDefects(const PanelPlan& plan, Canvas& canvas, std::vector<TruthDefect>& truth)
 {
     constexpr int nTries = 200; // for each defect
     constexpr int nBorder = 4;  // pixels that stay good along the image's sides
-    Random random(spec.seed * 2 + 1);
+    Random random(plan.seed * 2 + 1);
     std::vector<CRect> taken;
-    for (int tries = 0; tries < spec.defects * nTries && static_cast<int>(truth.size()) < spec.defects; ++tries)
+    for (int tries = 0; tries < plan.defects * nTries && static_cast<int>(truth.size()) < plan.defects; ++tries)
     {
-        const Shape shape = MakeShape(random, spec);
-        if (shape.reach.left < nBorder || shape.reach.top < nBorder || shape.reach.right > spec.width - nBorder ||
-            shape.reach.bottom > spec.height - nBorder)
+        const Shape shape = MakeShape(random, plan);
+        if (shape.reach.left < nBorder || shape.reach.top < nBorder || shape.reach.right > plan.width - nBorder ||
+            shape.reach.bottom > plan.height - nBorder)
             continue;
         // Two defects at the same place of neighbouring periods would answer for each other.
-        const CRect guarded = Grow(shape.reach, spec.pitchX, spec.pitchY);
+        const CRect guarded = Grow(shape.reach, plan.pitchX, plan.pitchY);
         if (std::any_of(taken.begin(), taken.end(), [&](const CRect& other) { return Touches(guarded, other); }))
             continue;
         TruthDefect defect;
@@ -372,23 +372,23 @@ void DrawPattern(const FinePeriod& period, Canvas& canvas)
 }
 
 /// Brightness drift, noise and rounding.
-GreyImage Expose(const PanelSpec& spec, Canvas& canvas)
+GreyImage Expose(const PanelPlan& plan, Canvas& canvas)
 {
-    Random random(spec.seed * 2);
+    Random random(plan.seed * 2);
     const double phaseX = random.Real(0.0, 2.0 * std::numbers::pi);
     const double phaseY = random.Real(0.0, 2.0 * std::numbers::pi);
-    std::vector<double> along(static_cast<std::size_t>(spec.width));
-    for (int x = 0; x < spec.width; ++x)
-        along[static_cast<std::size_t>(x)] = 0.5 * spec.drift * std::sin(phaseX + 5.0 * x / spec.width);
+    std::vector<double> along(static_cast<std::size_t>(plan.width));
+    for (int x = 0; x < plan.width; ++x)
+        along[static_cast<std::size_t>(x)] = 0.5 * plan.drift * std::sin(phaseX + 5.0 * x / plan.width);
 
-    GreyImage image(spec.width, spec.height);
-    for (int y = 0; y < spec.height; ++y)
+    GreyImage image(plan.width, plan.height);
+    for (int y = 0; y < plan.height; ++y)
     {
-        const double down = 1.0 + 0.5 * spec.drift * std::sin(phaseY + 4.0 * y / spec.height);
+        const double down = 1.0 + 0.5 * plan.drift * std::sin(phaseY + 4.0 * y / plan.height);
         const float* source = canvas.Row(y);
         std::uint8_t* target = image.Row(y);
         double spare = 0.0;
-        for (int x = 0; x < spec.width; ++x)
+        for (int x = 0; x < plan.width; ++x)
         {
             // Two normal numbers come at a time.
             double normal = spare;
@@ -399,10 +399,10 @@ GreyImage Expose(const PanelSpec& spec, Canvas& canvas)
                 normal = radius * std::cos(angle);
                 spare = radius * std::sin(angle);
             }
-            const double value = source[x] * (down + along[static_cast<std::size_t>(x)]) + spec.noise * normal;
+            const double value = source[x] * (down + along[static_cast<std::size_t>(x)]) + plan.noise * normal;
             target[x] = static_cast<std::uint8_t>(std::clamp(std::lround(value), 0L, 255L));
         }
-        std::fill(target + spec.width, target + image.Stride(), target[spec.width - 1]);
+        std::fill(target + plan.width, target + image.Stride(), target[plan.width - 1]);
     }
     return image;
 }
@@ -428,7 +428,7 @@ double InterpolationError(const FinePeriod& period, int x, int y, int fractionX,
 }
 
 /// Zones by how well a comparison can do at a place of the cell, thresholds by the noise that is left there.
-Recipe MakeRecipe(const PanelSpec& spec, const FinePeriod& period)
+Recipe MakeRecipe(const PanelPlan& plan, const FinePeriod& period)
 {
     constexpr std::array<double, 3> dErrorLimit = {1.0, 3.0, 1e9}; // grey levels, by zone
     constexpr double dSigmas = 6.0;
@@ -436,10 +436,10 @@ Recipe MakeRecipe(const PanelSpec& spec, const FinePeriod& period)
     const int fractionY = period.Height() % nFine;
 
     Recipe recipe;
-    recipe.pitchX = spec.pitchX;
-    recipe.pitchY = spec.pitchY;
+    recipe.pitchX = plan.pitchX;
+    recipe.pitchY = plan.pitchY;
     recipe.zones.clear();
-    recipe.zoneImage = GreyImage(static_cast<int>(std::ceil(spec.pitchX)), static_cast<int>(std::ceil(spec.pitchY)));
+    recipe.zoneImage = GreyImage(static_cast<int>(std::ceil(plan.pitchX)), static_cast<int>(std::ceil(plan.pitchY)));
     std::array<double, 3> worst = {};
     for (int y = 0; y < recipe.zoneImage.Height(); ++y)
         for (int x = 0; x < recipe.zoneImage.Width(); ++x)
@@ -453,12 +453,12 @@ Recipe MakeRecipe(const PanelSpec& spec, const FinePeriod& period)
         }
 
     // A pixel's noise and rounding, against those of the reference that two pixels are mixed into.
-    const double single = std::hypot(spec.noise, 0.3);
+    const double single = std::hypot(plan.noise, 0.3);
     const double share = std::min(std::max(fractionX, nFine - fractionX), std::max(fractionY, nFine - fractionY)) /
                          static_cast<double>(nFine);
     const double both = single * std::sqrt(1.0 + share * share + (1.0 - share) * (1.0 - share));
     // The drift's steepest change from one period to the next.
-    const double slope = spec.drift * 2.5 * std::max(spec.pitchX / spec.width, spec.pitchY / spec.height);
+    const double slope = plan.drift * 2.5 * std::max(plan.pitchX / plan.width, plan.pitchY / plan.height);
     for (std::size_t zone = 0; zone < worst.size(); ++zone)
     {
         ZoneSettings settings;
@@ -470,7 +470,7 @@ Recipe MakeRecipe(const PanelSpec& spec, const FinePeriod& period)
     return recipe;
 }
 
-void Check(const PanelSpec& spec)
+void Check(const PanelPlan& plan)
 {
     constexpr int nSideLow = 256;
     constexpr int nSideHigh = 32768;
@@ -489,28 +489,28 @@ void Check(const PanelSpec& spec)
         if (pitch * nFine != std::floor(pitch * nFine))
             found.push_back({field, FormatNumber(pitch), "multiples of 0.0625 pixels"});
     };
-    check("--width", spec.width, nSideLow, nSideHigh, "pixels");
-    check("--height", spec.height, nSideLow, nSideHigh, "pixels");
-    checkPitch("--pitch-x", spec.pitchX, spec.width);
-    checkPitch("--pitch-y", spec.pitchY, spec.height);
-    check("--noise", spec.noise, 0.0, 20.0, "grey levels");
-    check("--drift", spec.drift, 0.0, 0.3, "");
-    check("--defects", spec.defects, 0, 20000, "");
+    check("--width", plan.width, nSideLow, nSideHigh, "pixels");
+    check("--height", plan.height, nSideLow, nSideHigh, "pixels");
+    checkPitch("--pitch-x", plan.pitchX, plan.width);
+    checkPitch("--pitch-y", plan.pitchY, plan.height);
+    check("--noise", plan.noise, 0.0, 20.0, "grey levels");
+    check("--drift", plan.drift, 0.0, 0.3, "");
+    check("--defects", plan.defects, 0, 20000, "");
     ThrowIfAny(std::move(found));
 }
 
 } // namespace
 
-Panel MakePanel(const PanelSpec& spec)
+Panel MakePanel(const PanelPlan& plan)
 {
-    Check(spec);
-    const FinePeriod period(static_cast<int>(spec.pitchX * nFine), static_cast<int>(spec.pitchY * nFine));
+    Check(plan);
+    const FinePeriod period(static_cast<int>(plan.pitchX * nFine), static_cast<int>(plan.pitchY * nFine));
     Panel panel;
-    Canvas canvas(spec.width, spec.height);
+    Canvas canvas(plan.width, plan.height);
     DrawPattern(period, canvas);
-    AddDefects(spec, canvas, panel.truth);
-    panel.image = Expose(spec, canvas);
-    panel.recipe = MakeRecipe(spec, period);
+    AddDefects(plan, canvas, panel.truth);
+    panel.image = Expose(plan, canvas);
+    panel.recipe = MakeRecipe(plan, period);
     return panel;
 }
 

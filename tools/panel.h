@@ -1,5 +1,5 @@
 // A made-up panel: a periodic pattern as a camera would see it, with known defects. Everything follows from the
-// numbers in PanelSpec, the seed among them.
+// numbers in PanelPlan, the seed among them.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@
 namespace narvo
 {
 
-struct PanelSpec
+struct PanelPlan
 {
     int width = 4096;
     int height = 4096;
@@ -33,6 +33,6 @@ struct Panel
 
 /// Sides 256 .. 32768, pitches 24 .. 300 and at most a fifth of the side, noise 0 .. 20, drift 0 .. 0.3, defects
 /// 0 .. 20000. @throws HostError otherwise, with all problems
-Panel MakePanel(const PanelSpec& spec);
+Panel MakePanel(const PanelPlan& plan);
 
 } // namespace narvo

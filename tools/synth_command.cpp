@@ -17,13 +17,13 @@ int RunSynth(const SynthOptions& options)
         if (!options.quiet)
             std::cout << text << std::endl;
     };
-    const PanelSpec& spec = options.spec;
+    const PanelPlan& plan = options.plan;
     Panel panel;
     try
     {
-        say("drawing " + std::to_string(spec.width) + " by " + std::to_string(spec.height) + " pixels, pitch " +
-            FormatNumber(spec.pitchX) + " by " + FormatNumber(spec.pitchY) + ", seed " + std::to_string(spec.seed));
-        panel = MakePanel(spec);
+        say("drawing " + std::to_string(plan.width) + " by " + std::to_string(plan.height) + " pixels, pitch " +
+            FormatNumber(plan.pitchX) + " by " + FormatNumber(plan.pitchY) + ", seed " + std::to_string(plan.seed));
+        panel = MakePanel(plan);
     }
     catch (const HostError& error)
     {
@@ -48,7 +48,7 @@ int RunSynth(const SynthOptions& options)
         PrintProblems(error.Problems());
         return ExitCode_NotWritten;
     }
-    say("defects placed: " + std::to_string(panel.truth.size()) + " of " + std::to_string(spec.defects));
+    say("defects placed: " + std::to_string(panel.truth.size()) + " of " + std::to_string(plan.defects));
     say("image:  " + image + "\nzones:  " + zones + "\nrecipe: " + recipe + "\ntruth:  " + truth);
     return ExitCode_Done;
 }

@@ -10,7 +10,7 @@ namespace narvo
 
 struct SynthOptions
 {
-    PanelSpec spec;
+    PanelPlan plan;
     std::string output = "panel"; ///< what the files' names begin with
     bool quiet = false;
 };
