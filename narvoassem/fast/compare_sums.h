@@ -28,23 +28,21 @@ struct CSumsComparison
 template <SumsVariant kVariant>
 CSumsComparison CompareSums(const CSumsRow& row, std::int64_t x)
 {
-    constexpr bool bColumn = kVariant == SumsVariant::ColumnLarger || kVariant == SumsVariant::ColumnSource;
-    constexpr bool bSource = kVariant == SumsVariant::Source || kVariant == SumsVariant::ColumnSource;
     const auto weigh = [](std::uint16_t nSum, unsigned nWeight) { return static_cast<unsigned>(nSum) * nWeight; };
     CSumsComparison result;
     result.nSrc = std::min(static_cast<std::uint16_t>(weigh(row.pSrc[x], 16)), row.nLimit);
     unsigned nCmp;
-    if constexpr (bColumn)
+    if constexpr (HasColumnWeights(kVariant))
         nCmp = weigh(row.pNear[x], static_cast<std::uint16_t>(row.pColumnNear[x])) + weigh(row.pMiddle[x], 16) +
                weigh(row.pFar[x], static_cast<std::uint16_t>(row.pColumnFar[x]));
     else
         nCmp = weigh(row.pNear[x], row.nWeightNear) + weigh(row.pFar[x], row.nWeightFar);
     result.nCmp = std::min(static_cast<std::uint16_t>(nCmp), row.nLimit);
-    const std::uint16_t nValue = bSource ? result.nSrc : std::max(result.nSrc, result.nCmp);
+    const std::uint16_t nValue = WorksOnSource(kVariant) ? result.nSrc : std::max(result.nSrc, result.nCmp);
     const auto threshold = [&](std::uint16_t nGain, std::uint16_t nBase)
     {
-        const auto nGray =
-            static_cast<std::uint16_t>(FormThreshold(static_cast<std::uint16_t>(nValue >> row.nShift), nGain, nBase));
+        const auto nGray = static_cast<std::uint16_t>(
+            FormThreshold(static_cast<std::uint16_t>(nValue >> GrayShift(kVariant)), nGain, nBase));
         return static_cast<std::int16_t>(static_cast<std::uint16_t>(weigh(nGray, row.nUnits)));
     };
     result.nThreshold = threshold(row.nGain, row.nBase);

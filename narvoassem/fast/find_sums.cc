@@ -69,14 +69,12 @@ HWY_INLINE hn::Vec<D> LoadSums(D d, const std::uint16_t* p)
 template <SumsVariant kVariant, class D>
 HWY_INLINE void FindSumsBlock(D d, const CSumsRow& row, std::int64_t x)
 {
-    constexpr bool bColumn = kVariant == SumsVariant::ColumnLarger || kVariant == SumsVariant::ColumnSource;
-    constexpr bool bSource = kVariant == SumsVariant::Source || kVariant == SumsVariant::ColumnSource;
     const hn::RebindToSigned<D> di;
     const auto vLimit = hn::Set(d, row.nLimit);
 
     const auto vSrc = hn::Min(hn::ShiftLeft<4>(LoadSums(d, row.pSrc + x)), vLimit);
     auto vCmp = hn::Zero(d);
-    if constexpr (bColumn)
+    if constexpr (HasColumnWeights(kVariant))
     {
         const auto vNear = hn::Mul(LoadSums(d, row.pNear + x), LoadMap(d, row.pColumnNear + x));
         const auto vFar = hn::Mul(LoadSums(d, row.pFar + x), LoadMap(d, row.pColumnFar + x));
@@ -106,8 +104,7 @@ HWY_INLINE void FindSumsBlock(D d, const CSumsRow& row, std::int64_t x)
         return;
     }
 
-    // The shift is 6 where the gain works on the larger value and 7 where it works on the source.
-    const auto vGray = bSource ? hn::ShiftRight<7>(vSrc) : hn::ShiftRight<6>(hn::Max(vSrc, vCmp));
+    const auto vGray = hn::ShiftRight<GrayShift(kVariant)>(WorksOnSource(kVariant) ? vSrc : hn::Max(vSrc, vCmp));
     const auto vUnits = hn::Set(d, row.nUnits);
     auto vThreshold =
         hn::BitCast(di, hn::Mul(FormThreshold(vGray, hn::Set(d, row.nGain), hn::Set(d, row.nBase)), vUnits));

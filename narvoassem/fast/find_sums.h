@@ -19,12 +19,30 @@ enum class SumsVariant
     PlainWitness   ///< the same, and a second comparison, one pitch back from the reference, must agree
 };
 
+/// The gain works on the source alone, not on the larger value.
+constexpr bool WorksOnSource(SumsVariant eVariant)
+{
+    return eVariant == SumsVariant::Source || eVariant == SumsVariant::ColumnSource;
+}
+
+/// Shift of a value before its gain: one more where the gain works on the source, and so on three quarters of its mean.
+constexpr int GrayShift(SumsVariant eVariant)
+{
+    return WorksOnSource(eVariant) ? 7 : 6;
+}
+
+/// The reference has its weights by column.
+constexpr bool HasColumnWeights(SumsVariant eVariant)
+{
+    return eVariant == SumsVariant::ColumnLarger || eVariant == SumsVariant::ColumnSource;
+}
+
 /// One row. All rows begin at the first pixel and hold 8 elements for each group. Arithmetic is done on 16-bit lanes:
 /// products and sums wrap, shifts are logical. A pixel is marked when either difference, stopped at 0, exceeds the
 /// threshold as signed 16-bit values.
 ///
 /// Source value 16 * pSrc, reference pNear * weight near + pFar * weight far; the column variants have their weights by
-/// column and add 16 * pMiddle. Both values are limited. Threshold (((v >> nShift) * nGain >> 8) + nBase) * nUnits.
+/// column and add 16 * pMiddle. Both values are limited. Threshold (((v >> GrayShift) * nGain >> 8) + nBase) * nUnits.
 /// The witness compares 16 * pNear with pSrc * weight near + pBack * weight far, without the limit.
 struct CSumsRow
 {
@@ -39,7 +57,6 @@ struct CSumsRow
     const std::int16_t* pColumnFar = nullptr;
 
     std::uint16_t nLimit = 0;
-    int nShift = 6;
     std::uint16_t nUnits = 64; ///< units per grey level
     std::uint16_t nBase = 0;   ///< grey levels
     std::uint16_t nGain = 0;   ///< 1/256

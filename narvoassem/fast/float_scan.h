@@ -33,7 +33,6 @@ protected:
         const CThresholdSet second = SecondFloatSet(call);
         SetWeights(m_pitch);
         m_row.nLimit = static_cast<std::uint16_t>(call.nGrayLimit * kTraits.Units());
-        m_row.nShift = kTraits.Area() == 4 ? 6 : 7;
         m_row.nUnits = static_cast<std::uint16_t>(kTraits.Units());
         m_row.nBase = GrayBase(call.first.nBase);
         m_row.nGain = static_cast<std::uint16_t>(call.first.nGain);

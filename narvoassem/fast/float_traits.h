@@ -22,10 +22,7 @@ struct CFloatTraits
     constexpr int Area() const { return nAcross * nAlong; }
     /// Units per grey level of the values compared.
     constexpr int Units() const { return 16 * Area(); }
-    constexpr bool HasColumnTables() const
-    {
-        return eFind == SumsVariant::ColumnLarger || eFind == SumsVariant::ColumnSource;
-    }
+    constexpr bool HasColumnTables() const { return HasColumnWeights(eFind); }
 };
 
 constexpr CFloatTraits GetFloatTraits(FloatKernel eKernel)

@@ -8,8 +8,8 @@
 
 // NOLINTBEGIN(cppcoreguidelines-macro-usage): they stand for parameter lists that are macros themselves
 
-/// The parts common to the zone and pixel families.
-#define NARVO_TAKE_HIT_AND_PAIR_ARGUMENTS(call)                                                                        \
+/// The parts common to all three families.
+#define NARVO_TAKE_COMMON_ARGUMENTS(call)                                                                              \
     do                                                                                                                 \
     {                                                                                                                  \
         (call).image = {pImage, nImageWidth, 0};                                                                       \
@@ -18,7 +18,6 @@
                        pPeak,      pSrcGray,    pCmpGray, pZoneIndex, pThresholds};                                    \
         (call).pairs = {pPair, nPairCount, nPairSize, nPairStride};                                                    \
         (call).nPitch16 = nPitch16;                                                                                    \
-        (call).bKeepSingle = bKeepSingle;                                                                              \
         (call).nGrayLimit = nGrayLimit;                                                                                \
         (call).pEndLine = pEndLine;                                                                                    \
     } while (false)
@@ -27,7 +26,8 @@
 #define NARVO_TAKE_ZONE_ARGUMENTS(call)                                                                                \
     do                                                                                                                 \
     {                                                                                                                  \
-        NARVO_TAKE_HIT_AND_PAIR_ARGUMENTS(call);                                                                       \
+        NARVO_TAKE_COMMON_ARGUMENTS(call);                                                                             \
+        (call).bKeepSingle = bKeepSingle;                                                                              \
         (call).pOffsetMap = pThresholdOffsetMap;                                                                       \
         (call).pGainMap = pThresholdGainMap;                                                                           \
         (call).pZoneIndexMap = pZoneIndexMap;                                                                          \
@@ -42,22 +42,16 @@
 #define NARVO_TAKE_PIXEL_ARGUMENTS(call)                                                                               \
     do                                                                                                                 \
     {                                                                                                                  \
-        NARVO_TAKE_HIT_AND_PAIR_ARGUMENTS(call);                                                                       \
+        NARVO_TAKE_COMMON_ARGUMENTS(call);                                                                             \
+        (call).bKeepSingle = bKeepSingle;                                                                              \
         (call).first = {nThreshold, nThresholdGain};                                                                   \
     } while (false)
 
-/// The float family.
+/// The same with the threshold set of the float family, whose singles do not depend on an argument.
 #define NARVO_TAKE_FLOAT_ARGUMENTS(call)                                                                               \
     do                                                                                                                 \
     {                                                                                                                  \
-        (call).image = {pImage, nImageWidth, 0};                                                                       \
-        (call).region = {nLeft, nTop, nRight, nBottom};                                                                \
-        (call).hits = {nPixelSize, nPixelCount, pPixelX,  pPixelY,    pPixelType,                                      \
-                       pPeak,      pSrcGray,    pCmpGray, pZoneIndex, pThresholds};                                    \
-        (call).pairs = {pPair, nPairCount, nPairSize, nPairStride};                                                    \
-        (call).nPitch16 = nPitch16;                                                                                    \
-        (call).nGrayLimit = nGrayLimit;                                                                                \
-        (call).pEndLine = pEndLine;                                                                                    \
+        NARVO_TAKE_COMMON_ARGUMENTS(call);                                                                             \
         (call).first = {nThreshold, nThresholdGain};                                                                   \
     } while (false)
 
