@@ -10,7 +10,7 @@ install(EXPORT narvoassem-targets NAMESPACE narvoassem:: DESTINATION ${package_d
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/narvoassem-config.cmake.in
   ${PROJECT_BINARY_DIR}/narvoassem-config.cmake INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/narvoassem-config-version.cmake
-  COMPATIBILITY SameMinorVersion)
+  COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/narvoassem-config.cmake ${PROJECT_BINARY_DIR}/narvoassem-config-version.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
