@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <new>
 
+#include "narvoassem/memory_shortage.h"
 #include "narvoassem/wrap_int.h"
 
 namespace
@@ -47,15 +48,19 @@ int CNarvoAssem::Inspect_RectThread(CConvParam* pParam)
     const int nBandSize = static_cast<int>(nExactSize / nBandAlignment * nBandAlignment);
 
     CAssemThreadControl* const pPool = pThreadControl;
-#pragma omp parallel for num_threads(nBands) schedule(static)
+    bool bShortage = false;
+#pragma omp parallel for num_threads(nBands) schedule(static) reduction(|| : bShortage)
     for (int i = 0; i < nBands; ++i)
     {
         CConvParam band(*pParam);
         // Left and right whatever the direction: only column bands are meant to come here.
         band.rtInspect.left = narvo::WrapAdd(narvo::WrapMul(nBandSize, i), nStart);
         band.rtInspect.right = i == nBands - 1 ? nEnd : narvo::WrapAdd(band.rtInspect.left, nBandSize);
-        // A band that fails or overflows leaves what it has; the coverage shows in the sum of pairs below.
+        // A band that fails or overflows leaves what it has; the coverage shows in the sum of pairs below, and lack of
+        // memory in its own way.
+        narvo::ClearMemoryShortage();
         pPool->Inspect(i, &band);
+        bShortage = bShortage || narvo::HadMemoryShortage();
     }
 
     ResetNarvoAssem();
@@ -67,5 +72,5 @@ int CNarvoAssem::Inspect_RectThread(CConvParam* pParam)
         nPairCount = narvo::WrapAdd(nPairCount, pBand->nPairCount);
         ReadBlob(pBand);
     }
-    return nPairCount > nPairSize ? 16 : 1;
+    return nPairCount > nPairSize || bShortage ? 16 : 1;
 }

@@ -7,6 +7,7 @@
 #include "narvoassem/compare/pixel_driver.h"
 #include "narvoassem/compare/zone_driver.h"
 #include "narvoassem/fixed_pitch.h"
+#include "narvoassem/memory_shortage.h"
 
 namespace narvo
 {
@@ -125,7 +126,11 @@ int CheckBounds(const CPairStorage& store, Comparison eComparison)
     if (eComparison == Comparison::None)
         return nPasses;
     if (store.pPixelX == nullptr || store.pPair == nullptr)
+    {
+        // A sub-engine's refusal is not looked at; its missing stores must show all the same.
+        NoteMemoryShortage();
         return nBadParameter;
+    }
     return IsRegionReadable(store.ConvParam) && IsReadable(store.ConvParam, eComparison) ? nPasses : nBadParameter;
 }
 

@@ -5,6 +5,7 @@
 
 #include "narvoassem/check_bounds.h"
 #include "narvoassem/comparison.h"
+#include "narvoassem/memory_shortage.h"
 #include "narvoassem/stopwatch.h"
 
 namespace
@@ -23,6 +24,12 @@ int CheckDirection(CNarvoAssem& engine)
     const int nResult = engine.ConvParam.nDirection == 1 ? engine.CheckParameter_Vert(nCheck) //
                                                          : engine.CheckParameter(nCheck);
     return nResult == nResultDone && nCheck != 0 ? nResultBadParameter : nResult;
+}
+
+/// The code of a call that ran to its end with nResult.
+int GetFinalResult(const CNarvoAssem& engine, int nResult)
+{
+    return engine.nPairCount > engine.nPairSize || narvo::HadMemoryShortage() ? nResultPartial : nResult;
 }
 
 /// Runs a comparison to its blobs. @return its end line
@@ -77,6 +84,7 @@ int CNarvoAssem::Inspect_Rect(CConvParam* pParam)
         return nResultBadParameter;
     CStopWatch watch;
     watch.Start();
+    narvo::ClearMemoryShortage();
     SetConvParam(pParam);
 
     // One pass a round. The first pass alone can refuse the call: a refusal later on only ends the re-runs, since
@@ -134,13 +142,14 @@ int CNarvoAssem::Inspect_Rect(CConvParam* pParam)
 
     watch.Stop();
     dInspectTime = watch.GetElapsedMs();
-    return nPairCount > nPairSize ? nResultPartial : nResult;
+    return GetFinalResult(*this, nResult);
 }
 
 int CNarvoAssem::Inspect_ASG(CConvParam* pParam)
 {
     if (pParam == nullptr)
         return nResultBadParameter;
+    narvo::ClearMemoryShortage();
     SetConvParam(pParam);
     ResetNarvoAssem();
     const Comparison eComparison = narvo::ChooseAsgComparison(ConvParam);
@@ -152,13 +161,14 @@ int CNarvoAssem::Inspect_ASG(CConvParam* pParam)
     ConvParam.bKeepSingle = 0;
     ConvParam.nFilterMode = 1;
     Compare(*this, eComparison);
-    return nPairCount > nPairSize ? nResultPartial : nResultDone;
+    return GetFinalResult(*this, nResultDone);
 }
 
 int CNarvoAssem::Inspect_Trapezium(CConvParam* pParam)
 {
     if (pParam == nullptr)
         return nResultBadParameter;
+    narvo::ClearMemoryShortage();
     SetConvParam(pParam);
     ResetNarvoAssem();
     int nResult = CheckDirection(*this);
@@ -169,5 +179,5 @@ int CNarvoAssem::Inspect_Trapezium(CConvParam* pParam)
     ConvParam.bKeepSingle = 0;
     ConvParam.nFilterMode = 1;
     Compare_Trapezium();
-    return nPairCount > nPairSize ? nResultPartial : nResultDone;
+    return GetFinalResult(*this, nResultDone);
 }

@@ -32,7 +32,8 @@ public:
 
     /// Inspects a rectangle on a lane. Writes to *pParam: nDirection when it swaps the direction (bAutoDirection), and
     /// the signs of nThreshold and nBlackFilterGray in average mode.
-    /// @return 1 done; 8 bad index or parameter; 16 done, with re-runs or more pairs than fit; 64 region too small
+    /// @return 1 done; 8 bad index or parameter; 16 done, with re-runs, more pairs than fit or memory short; 64 region
+    /// too small
     int Inspect_Rect(int nIndex, CConvParam* pParam, int bASG);
     /// Inspects a trapezium. @return 8 for a bad index; otherwise as CNarvoAssem::Inspect_Trapezium
     int Inspect_Trapezium(int nIndex, CConvParam* pParam);

@@ -9,6 +9,7 @@
 #include "narvoassem/fast/image_rows.h"
 #include "narvoassem/fast/scan_scratch.h"
 #include "narvoassem/fixed_pitch.h"
+#include "narvoassem/memory_shortage.h"
 #include "narvoassem/narvoassem.h"
 #include "narvoassem/wrap_int.h"
 
@@ -51,6 +52,7 @@ public:
             return m_nPairs;
         if (!m_sums.Reserve(static_cast<std::size_t>(std::max(m_rt.Height(), 0)) + 1))
         {
+            narvo::NoteMemoryShortage();
             nEndLine = m_rt.left;
             return m_nPairs;
         }

@@ -33,7 +33,7 @@ public:
         if (region.nTop >= region.nBottom)
             return this->End(region.nBottom + 1);
         if (!Reserve())
-            return this->End(region.nTop);
+            return this->EndWithoutMemory(region.nTop);
         const CBands bands = {.nFirstEnd = region.nLeft + m_pitch.nWhole,
                               .nLastStart = region.nLeft + m_nCompared - m_pitch.nWhole,
                               .nHop = m_pitch.nHop};

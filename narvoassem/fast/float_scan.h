@@ -14,6 +14,7 @@
 #include "narvoassem/fast/hit_chains.h"
 #include "narvoassem/fast/pitch16.h"
 #include "narvoassem/fast/scan_scratch.h"
+#include "narvoassem/memory_shortage.h"
 
 namespace narvo
 {
@@ -93,6 +94,12 @@ protected:
         return PairHits<kPairing>(list, bands, m_records);
     }
 
+    /// Ends the scan in front of nLine.
+    int EndWithoutMemory(std::int64_t nLine)
+    {
+        NoteMemoryShortage();
+        return End(nLine);
+    }
     int End(std::int64_t nLine)
     {
         *m_call.pEndLine = static_cast<int>(nLine);

@@ -52,7 +52,7 @@ public:
             {
                 // Too many hits to hold, or no memory: look at fewer strips at once.
                 if (nStrips == 1)
-                    return this->End(x);
+                    return this->EndWithoutMemory(x);
                 nTileStrips = nStrips / 2;
                 continue;
             }

@@ -10,8 +10,8 @@
 #include <cstring>
 
 #include "narvoassem/fast/compare_pixel.h"
-#include "narvoassem/fast/grow_buffer.h"
 #include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/grow_buffer.h"
 
 namespace narvo
 {

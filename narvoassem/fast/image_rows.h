@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include "narvoassem/fast/grow_buffer.h"
 #include "narvoassem/fast/kernel_call.h"
 
 namespace narvo

@@ -20,20 +20,17 @@ class COwnHits
 public:
     explicit COwnHits(CScanScratch& scratch) : m_scratch(scratch) {}
 
-    /// Makes room for the hit nIndex and points the arrays there. @return false without memory
+    /// Makes room for the hit nIndex and points the arrays there. @return false without memory; the hits held stay
     bool Reserve(CHitArrays& hits, std::int64_t nIndex)
     {
         const auto nWanted = static_cast<std::size_t>(nIndex) + 1;
-        if (nWanted > m_nRoom)
-        {
-            const std::size_t nRoom = 2 * nWanted + 64;
-            for (CGrowBuffer<int>& buffer : m_scratch.ownHits)
-                if (!buffer.Reserve(nRoom))
-                    return false;
-            if (!m_scratch.ownTypes.Reserve(nRoom))
-                return false;
-            m_nRoom = nRoom;
-        }
+        if (nWanted <= m_nRoom)
+            return true;
+        const std::size_t nRoom = 2 * nWanted + 64;
+        bool bRoom = m_scratch.ownTypes.Reserve(nRoom);
+        for (CGrowBuffer<int>& buffer : m_scratch.ownHits)
+            bRoom = bRoom && buffer.Reserve(nRoom);
+        // Buffers in front of one that could not grow have moved.
         hits.pX = m_scratch.ownHits[0].Data();
         hits.pY = m_scratch.ownHits[1].Data();
         hits.pSrcGray = m_scratch.ownHits[2].Data();
@@ -41,7 +38,9 @@ public:
         hits.pZoneIndex = m_scratch.ownHits[4].Data();
         hits.pThreshold = m_scratch.ownHits[5].Data();
         hits.pType = m_scratch.ownTypes.Data();
-        return true;
+        if (bRoom)
+            m_nRoom = nRoom;
+        return bRoom;
     }
 
 private:

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "narvoassem/fast/grow_buffer.h"
+#include "narvoassem/grow_buffer.h"
 
 namespace narvo
 {

@@ -27,6 +27,7 @@
 #include "narvoassem/fast/kernel_call.h"
 #include "narvoassem/fast/pitch16.h"
 #include "narvoassem/fast/scan_scratch.h"
+#include "narvoassem/memory_shortage.h"
 
 namespace narvo
 {
@@ -176,7 +177,10 @@ protected:
             m_nGroup = nGroup;
         }
         if (!m_rule.Store(m_nHits, x, hit))
+        {
+            NoteMemoryShortage();
             return false;
+        }
         ++m_nHits;
         return true;
     }
@@ -195,6 +199,12 @@ protected:
         return PairHits<kPairing>(list, bands, m_rule.records);
     }
 
+    /// Ends the scan in front of nLine.
+    int EndWithoutMemory(std::int64_t nLine)
+    {
+        NoteMemoryShortage();
+        return End(nLine);
+    }
     int End(std::int64_t nLine)
     {
         if (kScan.bEndLine)

@@ -37,7 +37,7 @@ public:
         if (!this->ReserveRow(m_nStrips) ||
             (kColumnTables &&
              (!ReadDisplacements() || !SpreadColumnWeights(m_call, m_nStrips * kStripWidth, m_scratch, m_row))))
-            return this->End(region.nTop);
+            return this->EndWithoutMemory(region.nTop);
         const CBands bands = {.nFirstEnd = region.nLeft + m_pitch.nWhole,
                               .nLastStart = m_nScanEnd - m_pitch.nWhole,
                               .nHop = m_pitch.nHop};

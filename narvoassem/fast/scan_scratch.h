@@ -7,9 +7,9 @@
 
 #include "narvoassem/fast/cell_walk.h"
 #include "narvoassem/fast/find_row.h"
-#include "narvoassem/fast/grow_buffer.h"
 #include "narvoassem/fast/hit_chains.h"
 #include "narvoassem/fast/row_cache.h"
+#include "narvoassem/grow_buffer.h"
 
 namespace narvo
 {

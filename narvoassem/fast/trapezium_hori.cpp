@@ -6,6 +6,7 @@
 #include "narvoassem/fast/derive_rows.h"
 #include "narvoassem/fast/image_rows.h"
 #include "narvoassem/fast/trapezium_scan.h"
+#include "narvoassem/memory_shortage.h"
 
 namespace narvo
 {
@@ -54,15 +55,20 @@ private:
     static constexpr CPairingTraits kPairing = {
         .eAxis = PairAxis::X, .bLastBandFirst = false, .bPassUnusable = true, .bAnyAcross = true};
 
-    /// @return false without memory
+    /// @return false without memory, and for a row out of all measure
     bool FindHits(std::int64_t y)
     {
         // Columns outside the row's width are not summed and count as 0; a negative pitch reaches them on both sides.
         const std::int64_t nBefore = std::max<std::int64_t>(-m_pitch.nWhole, 0) + 1;
         const std::int64_t nColumns = std::max(m_nCompared, m_nWidth) + kStripWidth;
-        if (nBefore + nColumns > kColumnLimit || !m_scratch.ReserveRow(nColumns / kStripWidth + 1) ||
-            !m_scratch.lineSums[0].Reserve(static_cast<std::size_t>(nBefore + nColumns)))
+        if (nBefore + nColumns > kColumnLimit)
             return false;
+        if (!m_scratch.ReserveRow(nColumns / kStripWidth + 1) ||
+            !m_scratch.lineSums[0].Reserve(static_cast<std::size_t>(nBefore + nColumns)))
+        {
+            NoteMemoryShortage();
+            return false;
+        }
         FormSums(y, nBefore, nColumns);
         m_row.nGroups = m_nCompared / kGroupWidth;
         m_row.pMask = reinterpret_cast<std::uint8_t*>(m_scratch.mask.Data());

@@ -8,6 +8,7 @@
 #include "narvoassem/fast/image_rows.h"
 #include "narvoassem/fast/row_cache.h"
 #include "narvoassem/fast/trapezium_scan.h"
+#include "narvoassem/memory_shortage.h"
 
 namespace narvo
 {
@@ -53,7 +54,10 @@ public:
             {
                 // Too many hits to hold, or no memory: look at fewer blocks at once.
                 if (nBlocks == 1)
+                {
+                    NoteMemoryShortage();
                     break;
+                }
                 nTileBlocks = nBlocks / 2;
                 continue;
             }

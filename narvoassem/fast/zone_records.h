@@ -7,8 +7,8 @@
 
 #include "narvoassem/fast/band_pairing.h"
 #include "narvoassem/fast/dead_zones.h"
-#include "narvoassem/fast/grow_buffer.h"
 #include "narvoassem/fast/zone_traits.h"
+#include "narvoassem/grow_buffer.h"
 #include "narvoassem/wrap_int.h"
 
 namespace narvo

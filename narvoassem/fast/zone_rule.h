@@ -27,8 +27,13 @@ public:
           m_call(call), m_classId(GetScanScratch().classId), m_nFloor(records.Tsp().Floor())
     {
         // Hits that the caller put in front have no class.
-        if (kTraits.bClassId && m_classId.Reserve(static_cast<std::size_t>(std::max<std::int64_t>(hits.nCount, 1))))
-            std::fill_n(m_classId.Data(), std::max<std::int64_t>(hits.nCount, 0), std::uint8_t{0});
+        if constexpr (kTraits.bClassId)
+        {
+            // Without memory for all of them the records take those beyond for 0.
+            const auto nFirst = static_cast<std::size_t>(std::max<std::int64_t>(hits.nCount, 0));
+            m_classId.Reserve(std::max<std::size_t>(nFirst, 1));
+            std::fill_n(m_classId.Data(), std::min(nFirst, m_classId.Capacity()), std::uint8_t{0});
+        }
     }
 
     void SetUpRow(CFindRow& row) const

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 
+#include "narvoassem/memory_shortage.h"
 #include "narvoassem/wrap_int.h"
 
 namespace
@@ -85,6 +86,13 @@ private:
     int m_nGathered = 0; ///< height of the thin bands in the open group
 };
 
+/// The answer of a call that could not have the memory it needs.
+int FailWithoutMemory()
+{
+    narvo::NoteMemoryShortage();
+    return 0;
+}
+
 CRect* AllocateRects(std::size_t nCount)
 {
     return static_cast<CRect*>(std::calloc(std::max<std::size_t>(nCount, 1), sizeof(CRect)));
@@ -97,25 +105,25 @@ int CNarvoAssem::MakeFrameRegion(CPoint* pPoint, int nCount, CRect rtFrame, int&
     const CRect rtTransposed(rtFrame.top, rtFrame.left, rtFrame.bottom, rtFrame.right);
     CRgn InsRgn;
     if (InsRgn.CreateRectRgnIndirect(&rtTransposed) == 0)
-        return 0;
+        return FailWithoutMemory();
     if (nCount <= 0 || pPoint == nullptr)
         return 0;
     const std::unique_ptr<CPoint[], CFree> pTransposed(
         static_cast<CPoint*>(std::malloc(static_cast<std::size_t>(nCount) * sizeof(CPoint))));
     if (pTransposed == nullptr)
-        return 0;
+        return FailWithoutMemory();
     for (int i = 0; i < nCount; ++i)
         pTransposed[i] = CPoint(pPoint[i].y, pPoint[i].x);
     CRgn PolygonRgn;
     if (PolygonRgn.CreatePolygonRgn(pTransposed.get(), nCount, ALTERNATE) == 0)
-        return 0;
+        return nCount < 2 ? 0 : FailWithoutMemory();
     CRgn FrameRgn;
     if (FrameRgn.CreateRectRgn(0, 0, 0, 0) == 0)
-        return 0;
+        return FailWithoutMemory();
     const int nCombined = FrameRgn.CombineRgn(&InsRgn, &PolygonRgn, RGN_AND);
-    return nCombined != RGN_ERROR && nCombined != NULLREGION && ExtractRectInRgn(FrameRgn, nRectCount, prtArry) == 1
-               ? 1
-               : 0;
+    if (nCombined == RGN_ERROR)
+        return FailWithoutMemory();
+    return nCombined != NULLREGION && ExtractRectInRgn(FrameRgn, nRectCount, prtArry) == 1 ? 1 : 0;
 }
 
 int CNarvoAssem::ExtractRectInRgn(CRgn& rgn, int& nRectCount, CRect** prtArry)
@@ -126,7 +134,7 @@ int CNarvoAssem::ExtractRectInRgn(CRgn& rgn, int& nRectCount, CRect** prtArry)
     const std::unique_ptr<RGNDATA, CFree> pData(
         static_cast<RGNDATA*>(std::malloc(std::max(static_cast<std::size_t>(nSize), sizeof(RGNDATA)))));
     if (pData == nullptr || rgn.GetRegionData(pData.get(), nSize) < 1)
-        return 0;
+        return FailWithoutMemory();
     nRectCount = static_cast<int>(pData->rdh.nCount);
     if (nRectCount <= 0)
         return 0;
@@ -139,7 +147,7 @@ int CNarvoAssem::ExtractRectInRgn(CRgn& rgn, int& nRectCount, CRect** prtArry)
 
     const std::unique_ptr<CRect[], CFree> pSlot(AllocateRects(static_cast<std::size_t>(nRectCount)));
     if (pSlot == nullptr)
-        return 0;
+        return FailWithoutMemory();
     CBandJoiner joiner(pSlot.get());
     CRect rtBefore;
     for (int i = 0; i < nRectCount; ++i)
@@ -152,7 +160,7 @@ int CNarvoAssem::ExtractRectInRgn(CRgn& rgn, int& nRectCount, CRect** prtArry)
     const int nGroups = joiner.GetCount();
     CRect* pList = AllocateRects(static_cast<std::size_t>(nGroups));
     if (pList == nullptr)
-        return 0;
+        return FailWithoutMemory();
     for (int i = 0; i < nGroups; ++i)
         pList[i] = CRect(pSlot[i].top, pSlot[i].left, pSlot[i].bottom, pSlot[i].right);
     nRectCount = nGroups;

@@ -4,6 +4,8 @@
 #include <climits>
 #include <cstdint>
 
+#include "narvoassem/memory_shortage.h"
+
 int CNarvoAssem::CompareAverage()
 {
     const int nFirstBlob = nBlobCount;
@@ -14,9 +16,13 @@ int CNarvoAssem::CompareAverage()
     const std::int64_t nWidth = std::int64_t{rtInspect.right} - rtInspect.left;
     const std::int64_t nHeight = std::int64_t{rtInspect.bottom} - rtInspect.top;
     std::int64_t* pIntegral = nullptr;
-    if (!rtInspect.IsRectEmpty() && nWidth < INT_MAX && nHeight < INT_MAX && (nWidth + 1) * (nHeight + 1) <= INT_MAX &&
-        Int64BuffComp.Resize(static_cast<int>((nWidth + 1) * (nHeight + 1))) != 0)
-        pIntegral = Int64BuffComp.GetData();
+    if (!rtInspect.IsRectEmpty() && nWidth < INT_MAX && nHeight < INT_MAX && (nWidth + 1) * (nHeight + 1) <= INT_MAX)
+    {
+        if (Int64BuffComp.Resize(static_cast<int>((nWidth + 1) * (nHeight + 1))) != 0)
+            pIntegral = Int64BuffComp.GetData();
+        else
+            narvo::NoteMemoryShortage();
+    }
     nPairCount =
         CompareAverageROI(ConvParam.pImage, pIntegral, ConvParam.nImageWidth, &rtInspect, ConvParam.nBlackFilterGray,
                           ConvParam.nThreshold, ConvParam.nGrayLimit, ConvParam.rtDeadZone, pPair, nPairCount,

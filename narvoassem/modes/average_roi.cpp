@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "narvoassem/fast/grow_buffer.h"
+#include "narvoassem/grow_buffer.h"
 #include "narvoassem/modes/average_rows.h"
 #include "narvoassem/wrap_int.h"
 

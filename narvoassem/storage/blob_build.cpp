@@ -4,6 +4,7 @@
 #include <numeric>
 
 #include "narvoassem/blobstorage.h"
+#include "narvoassem/memory_shortage.h"
 #include "narvoassem/stopwatch.h"
 #include "narvoassem/storage/label_search.h"
 #include "narvoassem/storage/pair_capacity.h"
@@ -189,7 +190,10 @@ int CBlobStorage::BlobDefectVert(CPairStorage* pPairs)
     CPairStorage& source = pPairs != nullptr ? *pPairs : *this;
     const int nCount = narvo::GetUsablePairs(source);
     if (narvo::GrowPairArrays(*this, nCount) == 0)
+    {
+        narvo::NoteMemoryShortage();
         return 1;
+    }
     narvo::CBlobBuild build(*this, source.pPair, nCount, false);
     build.Prepare(0);
     source.CorrectDefGray();

@@ -1,14 +1,20 @@
-// Working memory of the searches in this folder: one grow-only block per thread, so that a second like call allocates
-// nothing. The stores' own arrays are elsewhere.
+// Working memory of the searches in this folder: one growing block per thread, so that a second like call allocates
+// nothing; it goes with the thread. The stores' own arrays are elsewhere.
 #pragma once
 
 #include <cstddef>
+
+#include "narvoassem/grow_buffer.h"
 
 namespace narvo
 {
 
 /// nWords ints of the calling thread, contents undefined; null when memory could not be had. The next call on the same
 /// thread takes the block over: one user at a time.
-int* GetThreadScratch(std::size_t nWords);
+inline int* GetThreadScratch(std::size_t nWords)
+{
+    thread_local CGrowBuffer<int> scratch;
+    return scratch.Renew(nWords) ? scratch.Data() : nullptr;
+}
 
 } // namespace narvo
