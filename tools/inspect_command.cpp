@@ -7,7 +7,10 @@
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
+#include <memory>
+#include <string>
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include "host/grey_image.h"
@@ -26,6 +29,15 @@ namespace narvo
 
 namespace
 {
+
+struct InspectOptions
+{
+    std::string image;
+    std::string recipe;
+    std::string truth;  ///< empty: none
+    std::string output; ///< what the files' names begin with; empty: the image's name without its ending
+    bool quiet = false;
+};
 
 using Clock = std::chrono::steady_clock;
 
@@ -101,8 +113,6 @@ void Summarise(const InspectionResult& result, const Progress& progress)
     for (const std::string& warning : result.warnings)
         std::cerr << "narvo: warning: " << warning << '\n';
 }
-
-} // namespace
 
 int RunInspect(const InspectOptions& options)
 {
@@ -180,6 +190,22 @@ int RunInspect(const InspectOptions& options)
     }
     progress.Step("written: " + prefix + ".blobs.json, " + prefix + ".blobs.csv, " + prefix + ".overlay.png");
     return result.warnings.empty() ? ExitCode_Done : ExitCode_Incomplete;
+}
+
+} // namespace
+
+void AddInspectCommand(CLI::App& app, Action& action)
+{
+    const auto options = std::make_shared<InspectOptions>();
+    CLI::App* command = app.add_subcommand("inspect", "Inspect an image by a recipe");
+    command->add_option("image", options->image, "image file (PNG, TIFF, BMP, PGM, JPEG; 8-bit grey or equal to it)")
+        ->required();
+    command->add_option("-r,--recipe", options->recipe, "recipe file; its fields: narvo recipe")->required();
+    command->add_option("-t,--truth", options->truth, "true defects to compare with: recall and false blobs");
+    command->add_option("-o,--output", options->output,
+                        "beginning of the result files' names (default: the image's name without its ending)");
+    command->add_flag("-q,--quiet", options->quiet, "print warnings and problems only");
+    command->callback([options, &action] { action = [options] { return RunInspect(*options); }; });
 }
 
 } // namespace narvo

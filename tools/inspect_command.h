@@ -1,21 +1,12 @@
 // The command `narvo inspect`.
 #pragma once
 
-#include <string>
+#include "tools/command.h"
 
 namespace narvo
 {
 
-struct InspectOptions
-{
-    std::string image;
-    std::string recipe;
-    std::string truth;  ///< empty: none
-    std::string output; ///< what the files' names begin with; empty: the image's name without its ending
-    bool quiet = false;
-};
-
-/// Inspects an image and writes blobs and overlay. @return exit code
-int RunInspect(const InspectOptions& options);
+/// Adds the command that inspects an image and writes blobs and overlay.
+void AddInspectCommand(CLI::App& app, Action& action);
 
 } // namespace narvo

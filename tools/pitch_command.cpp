@@ -4,6 +4,11 @@
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
 
 #include "host/grey_image.h"
 #include "host/pitch_recipe.h"
@@ -19,6 +24,14 @@ namespace narvo
 
 namespace
 {
+
+struct PitchOptions
+{
+    std::string image;
+    std::vector<int> region; ///< left, top, right, bottom; empty: the whole image
+    std::string plot;        ///< file of the charts; empty: none
+    std::string recipe;      ///< file of the recipe; empty: none
+};
 
 std::string Describe(const char* name, const AxisPitch& axis)
 {
@@ -37,8 +50,6 @@ std::string Describe(const char* name, const AxisPitch& axis)
     std::snprintf(text, sizeof text, "runner-up %.3f (%.3f)", axis.runnerUp.pitch, axis.runnerUp.strength);
     return line + text;
 }
-
-} // namespace
 
 int RunPitch(const PitchOptions& options)
 {
@@ -90,6 +101,21 @@ int RunPitch(const PitchOptions& options)
     std::cerr << "narvo: no period found along x or y; a period must be 3 pixels or more and fit three times into the "
                  "region\n";
     return ExitCode_NoPeriod;
+}
+
+} // namespace
+
+void AddPitchCommand(CLI::App& app, Action& action)
+{
+    const auto options = std::make_shared<PitchOptions>();
+    CLI::App* command = app.add_subcommand("pitch", "Find the period of an image's pattern along x and y");
+    command->add_option("image", options->image, "image file, as for inspect")->required();
+    command->add_option("--region", options->region, "left,top,right,bottom in pixels (default: the whole image)")
+        ->delimiter(',')
+        ->expected(4);
+    command->add_option("--plot", options->plot, "PNG file for the cost curves");
+    command->add_option("--recipe", options->recipe, "file for a recipe ready for inspect; its zones go beside it");
+    command->callback([options, &action] { action = [options] { return RunPitch(*options); }; });
 }
 
 } // namespace narvo

@@ -3,12 +3,27 @@
 
 #include <filesystem>
 #include <iostream>
+#include <memory>
+#include <string>
+
+#include <CLI/CLI.hpp>
 
 #include "host/problem.h"
 #include "tools/exit_code.h"
+#include "tools/panel.h"
 
 namespace narvo
 {
+
+namespace
+{
+
+struct SynthOptions
+{
+    PanelPlan plan;
+    std::string output = "panel"; ///< what the files' names begin with
+    bool quiet = false;
+};
 
 int RunSynth(const SynthOptions& options)
 {
@@ -51,6 +66,26 @@ int RunSynth(const SynthOptions& options)
     say("defects placed: " + std::to_string(panel.truth.size()) + " of " + std::to_string(plan.defects));
     say("image:  " + image + "\nzones:  " + zones + "\nrecipe: " + recipe + "\ntruth:  " + truth);
     return ExitCode_Done;
+}
+
+} // namespace
+
+void AddSynthCommand(CLI::App& app, Action& action)
+{
+    const auto options = std::make_shared<SynthOptions>();
+    PanelPlan& plan = options->plan;
+    CLI::App* command = app.add_subcommand("synth", "Make a panel image with known defects, its zones and recipe");
+    command->add_option("--width", plan.width, "pixels")->capture_default_str();
+    command->add_option("--height", plan.height, "pixels")->capture_default_str();
+    command->add_option("--pitch-x", plan.pitchX, "period along x, pixels, in steps of 1/16")->capture_default_str();
+    command->add_option("--pitch-y", plan.pitchY, "period along y, pixels, in steps of 1/16")->capture_default_str();
+    command->add_option("--noise", plan.noise, "standard deviation, grey levels")->capture_default_str();
+    command->add_option("--drift", plan.drift, "slow change of brightness, share of the mean")->capture_default_str();
+    command->add_option("--defects", plan.defects, "number of defects")->capture_default_str();
+    command->add_option("--seed", plan.seed, "the same numbers give the same panel")->capture_default_str();
+    command->add_option("-o,--output", options->output, "beginning of the files' names")->capture_default_str();
+    command->add_flag("-q,--quiet", options->quiet, "print problems only");
+    command->callback([options, &action] { action = [options] { return RunSynth(*options); }; });
 }
 
 } // namespace narvo
