@@ -151,6 +151,7 @@ InspectionResult Inspector::Inspect(int lane, const GreyImage& image, const Reci
     }
 
     InspectionResult result;
+    result.name = recipe.name;
     result.region = set.Block().rtInspect;
     result.direction = ResolveDirection(recipe, result.region);
     if (recipe.GetKind() == Kind_FreeForm)

@@ -45,7 +45,8 @@ struct Blob
 /// What came out of one inspection.
 struct InspectionResult
 {
-    int code = 0; ///< the engine's: 1 done, 16 done with re-runs or more pairs than fit
+    std::string name; ///< the recipe's
+    int code = 0;     ///< the engine's: 1 done, 16 done with re-runs or more pairs than fit
     Direction direction = Direction_Vertical;
     CRect region;
     std::vector<std::vector<CPoint>> outlines; ///< corners of the region's parts where it is no rectangle

@@ -66,6 +66,12 @@ ParameterSet::ParameterSet(const GreyImage& image, const Recipe& recipe) : m_cel
         return;
 
     const bool vertical = ResolveDirection(recipe, m_param.rtInspect) == Direction_Vertical;
+    FillZoneTables(recipe);
+    if (recipe.maps != nullptr)
+    {
+        FillRegionMaps(recipe, vertical);
+        return;
+    }
     m_mapExtent = CellMap::Extent(m_cell);
     // The asg kernels stay in the first cell that they meet across the direction.
     if (recipe.GetKind() == Kind_Asg && vertical)
@@ -73,7 +79,6 @@ ParameterSet::ParameterSet(const GreyImage& image, const Recipe& recipe) : m_cel
     else if (recipe.GetKind() == Kind_Asg)
         m_mapExtent.bottom += m_param.rtInspect.Height();
     FillMaps(recipe);
-    FillZoneTables(recipe);
     m_origins.emplace(m_cell, m_param.rtInspect, recipe.skippedCells);
     m_param.pZoneOriginTable = m_origins->Entry(vertical);
     m_param.nZoneColumns = m_origins->Columns();
@@ -195,6 +200,30 @@ void ParameterSet::FillMaps(const Recipe& recipe)
         m_param.pClassIdMap = m_maps.emplace_back(m_cell, recipe.classImage, ids, m_mapExtent).Data();
     }
     m_param.nZoneMapStride = m_maps.front().Stride();
+}
+
+void ParameterSet::FillRegionMaps(const Recipe& recipe, bool vertical)
+{
+    m_regionMaps = recipe.maps;
+    const auto data = [&](RegionMaps::Map map) { return m_regionMaps->IsSet(map) ? m_regionMaps->Data(map) : nullptr; };
+    m_param.pThresholdOffsetMap = data(RegionMaps::Map_Offset);
+    m_param.pThresholdGainMap = data(RegionMaps::Map_Gain);
+    m_param.pZoneIndexMap = data(RegionMaps::Map_Zone);
+    if (recipe.twoSegment)
+    {
+        m_param.bTwoSegmentThreshold = 1;
+        m_param.pThresholdKneeMap = data(RegionMaps::Map_Knee);
+        m_param.pThresholdOffsetMap2 = data(RegionMaps::Map_UpperOffset);
+        m_param.pThresholdGainMap2 = data(RegionMaps::Map_UpperGain);
+    }
+    m_param.pClassIdMap = data(RegionMaps::Map_Class);
+    m_param.nZoneMapStride = m_regionMaps->Stride();
+    m_regionOrigins.emplace(m_param.rtInspect, m_regionMaps->Stride(), vertical);
+    m_param.pZoneOriginTable = m_regionOrigins->Entry();
+    m_param.nZoneColumns = RegionOrigins::Columns();
+    // One cell that no walk comes to the end of.
+    m_param.nZoneConvMultiple = static_cast<int>((m_regionMaps->Stride() + 1) / recipe.pitchX) + 1;
+    m_param.nZoneScanMultiple = static_cast<int>((m_param.rtInspect.Height() + 2) / recipe.pitchY) + 1;
 }
 
 void ParameterSet::FillTables(const GreyImage& image, const Recipe& recipe)

@@ -4,19 +4,21 @@
 #include <array>
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <optional>
 #include <vector>
 
 #include "host/grey_image.h"
 #include "host/recipe.h"
+#include "host/region_maps.h"
 #include "host/zone_tables.h"
 #include "narvoassem/convparam.h"
 
 namespace narvo
 {
 
-/// Owns tables and maps and fills a block that points at them. The image is not copied and must outlive this object;
-/// the engine only reads it.
+/// Owns tables and maps, its share of the recipe's whole-region maps included, and fills a block that points at them.
+/// The image is not copied and must outlive this object; the engine only reads it.
 class ParameterSet
 {
 public:
@@ -37,6 +39,7 @@ private:
     void FillThresholds(const Recipe& recipe);
     void FillShape(const Recipe& recipe);
     void FillMaps(const Recipe& recipe);
+    void FillRegionMaps(const Recipe& recipe, bool vertical);
     void FillTables(const GreyImage& image, const Recipe& recipe);
     void FillZoneTables(const Recipe& recipe);
     short* AddMap(const Recipe& recipe, const GreyImage& painted, int ZoneSettings::*member);
@@ -53,6 +56,8 @@ private:
     std::vector<short> m_convNear;
     std::vector<short> m_convFar;
     std::optional<OriginTable> m_origins;
+    std::shared_ptr<const RegionMaps> m_regionMaps;
+    std::optional<RegionOrigins> m_regionOrigins;
     std::vector<CPoint> m_points;
     std::vector<std::uint8_t> m_mask;
     std::vector<CTrapezium> m_trapezia;

@@ -18,6 +18,7 @@ struct Problem
 
     /// "field: value; allowed: range", one line.
     std::string Text() const;
+    bool operator==(const Problem& other) const = default;
 };
 
 /// Everything that was wrong with a call.

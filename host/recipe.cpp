@@ -24,6 +24,7 @@ using nlohmann::ordered_json;
 using Problems = std::vector<Problem>;
 
 constexpr const char* szRegion = "region";
+constexpr const char* szRegions = "regions";
 constexpr const char* szMarginFrame = "margin_frame";
 constexpr const char* szDeadZones = "dead_zones";
 constexpr const char* szScanPitch = "tables.scan_pitch";
@@ -400,7 +401,10 @@ Kind KindOf(int mode, int regionShape)
     }
 }
 
-Recipe ParseRecipe(const json& document, const std::filesystem::path& folder)
+namespace
+{
+
+Recipe ParseRegion(const json& document, const std::filesystem::path& folder)
 {
     Problems found;
     Recipe recipe;
@@ -432,7 +436,46 @@ Recipe ParseRecipe(const json& document, const std::filesystem::path& folder)
     return recipe;
 }
 
-Recipe LoadRecipe(const std::filesystem::path& file)
+/// Lays one region's fields over the common ones.
+void LayOver(json& fields, const json& region)
+{
+    for (const auto& [key, value] : region.items())
+        if (value.is_null())
+            fields.erase(key);
+        else if (value.is_object() && fields.contains(key) && fields[key].is_object() && key != szRegion &&
+                 key != szMarginFrame)
+            LayOver(fields[key], value);
+        else
+            fields[key] = value;
+}
+
+/// Regions by the problems that each has. A problem of the common fields is one that all regions have.
+Problems JoinProblems(const std::vector<Problems>& byRegion, const json& regions)
+{
+    Problems joined;
+    const auto has = [](const Problems& problems, const Problem& problem)
+    { return std::find(problems.begin(), problems.end(), problem) != problems.end(); };
+    const auto isCommon = [&](const Problem& problem)
+    {
+        const std::string key = problem.field.substr(0, problem.field.find_first_of(".["));
+        return std::all_of(byRegion.begin(), byRegion.end(),
+                           [&](const Problems& other) { return has(other, problem); }) &&
+               std::none_of(regions.begin(), regions.end(), [&](const json& region) { return region.contains(key); });
+    };
+    for (std::size_t i = 0; i < byRegion.size(); ++i)
+        for (Problem problem : byRegion[i])
+        {
+            if (problem.field.empty())
+                problem.field = std::string(szRegions) + "[" + std::to_string(i) + "]";
+            else if (!isCommon(problem))
+                problem.field = RegionPrefix(i) + problem.field;
+            if (!has(joined, problem))
+                joined.push_back(std::move(problem));
+        }
+    return joined;
+}
+
+json ReadDocument(const std::filesystem::path& file)
 {
     std::ifstream stream(file, std::ios::binary);
     std::error_code error;
@@ -440,10 +483,9 @@ Recipe LoadRecipe(const std::filesystem::path& file)
         throw HostError(
             {{"recipe " + file.string(), std::filesystem::exists(file, error) ? "cannot be read" : "no such file",
               "a readable JSON file"}});
-    json document;
     try
     {
-        document = json::parse(stream);
+        return json::parse(stream);
     }
     catch (const json::parse_error& broken)
     {
@@ -452,7 +494,71 @@ Recipe LoadRecipe(const std::filesystem::path& file)
             text.erase(0, start);
         throw HostError({{"recipe " + file.string(), text, "a JSON object"}});
     }
-    return ParseRecipe(document, file.parent_path());
+}
+
+} // namespace
+
+std::string RegionPrefix(std::size_t region)
+{
+    return std::string(szRegions) + "[" + std::to_string(region) + "].";
+}
+
+std::vector<Recipe> ParseRecipes(const json& document, const std::filesystem::path& folder)
+{
+    if (!document.is_object() || !document.contains(szRegions))
+        return {ParseRegion(document, folder)};
+    const json& regions = document[szRegions];
+    if (!regions.is_array() || regions.empty())
+        throw HostError({{szRegions, Shorten(regions), "a list of one region or more"}});
+    json common = document;
+    common.erase(szRegions);
+    std::vector<Recipe> recipes;
+    std::vector<Problems> byRegion(regions.size());
+    for (std::size_t i = 0; i < regions.size(); ++i)
+    {
+        if (!regions[i].is_object())
+        {
+            byRegion[i] = {{"", Shorten(regions[i]), "an object with the fields of one region"}};
+            continue;
+        }
+        json fields = common;
+        LayOver(fields, regions[i]);
+        try
+        {
+            recipes.push_back(ParseRegion(fields, folder));
+        }
+        catch (const HostError& error)
+        {
+            byRegion[i] = error.Problems();
+            continue;
+        }
+        Recipe& recipe = recipes.back();
+        if (recipe.name.empty() && regions.size() > 1)
+            recipe.name = "region " + std::to_string(i + 1);
+        if (std::any_of(recipes.begin(), recipes.end() - 1,
+                        [&](const Recipe& other) { return other.name == recipe.name; }))
+            byRegion[i] = {{"name", "\"" + recipe.name + "\"", "a name for each region of its own"}};
+    }
+    ThrowIfAny(JoinProblems(byRegion, regions));
+    return recipes;
+}
+
+Recipe ParseRecipe(const json& document, const std::filesystem::path& folder)
+{
+    std::vector<Recipe> recipes = ParseRecipes(document, folder);
+    if (recipes.size() != 1)
+        throw HostError({{szRegions, std::to_string(recipes.size()) + " regions", "one region here"}});
+    return std::move(recipes.front());
+}
+
+Recipe LoadRecipe(const std::filesystem::path& file)
+{
+    return ParseRecipe(ReadDocument(file), file.parent_path());
+}
+
+std::vector<Recipe> LoadRecipes(const std::filesystem::path& file)
+{
+    return ParseRecipes(ReadDocument(file), file.parent_path());
 }
 
 ordered_json RecipeToJson(const Recipe& recipe)
@@ -486,6 +592,20 @@ ordered_json RecipeToJson(const Recipe& recipe)
     ordered_json& skip = document["zones"]["skip"] = ordered_json::array();
     for (const auto& [column, row] : recipe.skippedCells)
         skip.push_back({column, row});
+    return document;
+}
+
+ordered_json RecipesToJson(const std::vector<Recipe>& recipes)
+{
+    if (recipes.size() == 1)
+        return RecipeToJson(recipes.front());
+    ordered_json document = {{"version", nRecipeVersion}, {szRegions, ordered_json::array()}};
+    for (const Recipe& recipe : recipes)
+    {
+        ordered_json region = RecipeToJson(recipe);
+        region.erase("version");
+        document[szRegions].push_back(std::move(region));
+    }
     return document;
 }
 

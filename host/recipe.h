@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,6 +17,8 @@
 
 namespace narvo
 {
+
+class RegionMaps;
 
 /// Version of the recipe's JSON form.
 constexpr int nRecipeVersion = 1;
@@ -98,6 +101,7 @@ Kind KindOf(int mode, int regionShape);
 struct Recipe
 {
     int version = nRecipeVersion;
+    std::string name; ///< of the region, for results
     int mode = Mode_Zone;
     int direction = Direction_Vertical;
     bool autoDirection = false;
@@ -170,6 +174,9 @@ struct Recipe
     GreyImage zoneImage;        ///< painted zones of one cell: a pixel's value is its zone
     GreyImage classImage;       ///< class ids of one cell, 0 .. 15
     std::vector<ZoneSettings> zones = std::vector<ZoneSettings>(1);
+    /// Zone mode: thresholds pixel by pixel over the whole region, in place of the painted cell and the thresholds of
+    /// the zones, whose filter values stay in force. Given by a program; not part of the JSON form.
+    std::shared_ptr<const RegionMaps> maps;
 
     Kind GetKind() const { return KindOf(mode, regionShape); }
     double RealPitchX() const { return pitchX * multipleX; }
@@ -178,15 +185,30 @@ struct Recipe
     double CellHeight() const { return pitchY * zoneMultipleY; }
 };
 
-/// Reads a recipe from JSON. Image files that it names are looked up in `folder`.
+/// Reads a recipe of one region from JSON. Image files that it names are looked up in `folder`.
 /// @throws HostError with all that is wrong: unknown, missing, ill-typed and out-of-range fields, broken rules
 Recipe ParseRecipe(const nlohmann::json& document, const std::filesystem::path& folder);
+
+/// Reads a recipe that may hold several regions: a list `regions` of objects, each with the fields in which its region
+/// differs from the fields beside the list. Objects are laid over objects member by member, but for region and
+/// margin_frame; null takes a field back. Without the list there is one region.
+/// @throws HostError as ParseRecipe; what is wrong in one region is told as regions[0].field
+std::vector<Recipe> ParseRecipes(const nlohmann::json& document, const std::filesystem::path& folder);
 
 /// Reads a recipe file; image files are looked up beside it. @throws HostError as ParseRecipe, or when unreadable
 Recipe LoadRecipe(const std::filesystem::path& file);
 
+/// The same for a recipe of several regions. @throws HostError as ParseRecipes, or when unreadable
+std::vector<Recipe> LoadRecipes(const std::filesystem::path& file);
+
+/// How problems name a region among several: "regions[0].".
+std::string RegionPrefix(std::size_t region);
+
 /// The recipe with every field written out.
 nlohmann::ordered_json RecipeToJson(const Recipe& recipe);
+
+/// The same for several regions; one alone is written without a list.
+nlohmann::ordered_json RecipesToJson(const std::vector<Recipe>& recipes);
 
 /// Writes a recipe file; the images that it names are not written. @throws HostError when that fails
 void SaveRecipe(const std::filesystem::path& file, const Recipe& recipe);

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "host/recipe_fields.h"
+#include "host/region_maps.h"
 #include "host/region_shape.h"
 #include "narvoassem/convparam.h"
 
@@ -162,7 +163,9 @@ unsigned OptionsOf(const Recipe& recipe)
            bit(Option_NoLineBuffer, !recipe.lineBuffer) | bit(Option_TwoSegment, recipe.twoSegment) |
            bit(Option_Skip, !recipe.skippedCells.empty()) | bit(Option_Average, recipe.average2by2) |
            bit(Option_ZoneTables, recipe.zoneTables) | bit(Option_DarkFilter, recipe.darkFilterBase > 0) |
-           bit(Option_ClassPitch, recipe.classPitch != 0.0) | bit(Option_ClassImage, !recipe.classImage.IsEmpty()) |
+           bit(Option_ClassPitch, recipe.classPitch != 0.0) |
+           bit(Option_ClassImage,
+               !recipe.classImage.IsEmpty() || (recipe.maps != nullptr && recipe.maps->IsSet(RegionMaps::Map_Class))) |
            bit(Option_DeadZones, !recipe.deadZones.empty()) | bit(Option_Twice, recipe.twicePitch != 0.0) |
            bit(Option_NoSingles, !recipe.keepSingles) | bit(Option_Window6, area == 6) | bit(Option_Window9, area == 9);
 }
@@ -420,6 +423,35 @@ void CheckPainted(const std::string& field, const GreyImage& painted, const Reci
         }
 }
 
+/// Whole-region maps in place of a painted cell.
+void CheckMaps(const Recipe& recipe, Problems& found)
+{
+    const RegionMaps& maps = *recipe.maps;
+    const auto check = [&](bool right, const char* field, const char* value, const char* allowed)
+    {
+        if (!right)
+            AddOnce({field, value, allowed}, found);
+    };
+    check(recipe.zoneImage.IsEmpty(), "zones.image", "given", "empty where whole-region maps are given");
+    check(recipe.classImage.IsEmpty(), "zones.class_image", "given", "empty where whole-region maps are given");
+    check(recipe.skippedCells.empty(), "zones.skip", "given", "left out where whole-region maps are given");
+    check(recipe.regionShape == RegionShape_Rectangle, "region.shape", "no rectangle",
+          "rectangle where whole-region maps are given");
+    const bool upper = maps.IsSet(RegionMaps::Map_Knee) && maps.IsSet(RegionMaps::Map_UpperOffset) &&
+                       maps.IsSet(RegionMaps::Map_UpperGain);
+    check(upper || !recipe.twoSegment, "kernel.two_segment", "true",
+          "false, or maps with knee, upper offset and upper gain");
+    check(!upper || recipe.twoSegment, "kernel.two_segment", "false", "true where the maps have an upper segment");
+
+    unsigned listed = 0;
+    for (const ZoneSettings& zone : recipe.zones)
+        listed |= 1U << (zone.index & 15);
+    const unsigned used = maps.IsSet(RegionMaps::Map_Zone) ? maps.UsedZones() : 1U;
+    for (int zone = 0; zone < nRecipeZoneLimit; ++zone)
+        if ((used & ~listed & (1U << zone)) != 0)
+            found.push_back({"maps, zone", std::to_string(zone), "the zones of zones.list"});
+}
+
 void CheckZones(const Recipe& recipe, Problems& found)
 {
     std::set<int> seen;
@@ -436,6 +468,11 @@ void CheckZones(const Recipe& recipe, Problems& found)
         if (zone.index == 0 && zone.brightMinDifference != 0)
             found.push_back({prefix + "bright_min_difference", std::to_string(zone.brightMinDifference),
                              "0 in zone 0, which has no grey limits"});
+    }
+    if (recipe.maps != nullptr)
+    {
+        CheckMaps(recipe, found);
+        return;
     }
     if (recipe.zoneImage.IsEmpty() && recipe.zones.size() != 1)
         found.push_back(
@@ -589,7 +626,12 @@ void CheckSize(const Recipe& recipe, const CRect& region, int imageWidth, int im
     checkSide("region's height", region.Height(), 2 * recipe.windowHeight, "twice window.height");
     checkSide("image's height", imageHeight, 2 * recipe.windowHeight, "twice window.height");
 
-    if (kind == Kind_Zone && direction == Direction_Horizontal && recipe.maxReruns > 0)
+    if (recipe.maps != nullptr && (recipe.maps->Width() != region.Width() || recipe.maps->Height() != region.Height()))
+        found.push_back(
+            {"maps", std::to_string(recipe.maps->Width()) + " by " + std::to_string(recipe.maps->Height()) + " pixels",
+             std::to_string(region.Width()) + " by " + std::to_string(region.Height()) +
+                 " pixels, the size of the region"});
+    if (kind == Kind_Zone && direction == Direction_Horizontal && recipe.maxReruns > 0 && recipe.maps == nullptr)
         if (const int rows = OriginTable::RowsFor(CellOf(recipe), region); rows > nGridRowLimit)
             found.push_back({"zones.multiple.y",
                              std::to_string(recipe.zoneMultipleY) + " (" + std::to_string(rows) + " grid rows)",
@@ -610,7 +652,9 @@ std::vector<Problem> CheckRecipe(const Recipe& recipe)
     CheckStructured(recipe, found);
     CheckLists(recipe, found);
     CheckDependents(recipe, found);
-    if (measurable && zoned)
+    if (recipe.maps != nullptr && recipe.GetKind() != Kind_Zone)
+        found.push_back({"maps", "given", "none in " + std::string(KindName(recipe.GetKind()))});
+    else if (measurable && zoned)
         CheckZones(recipe, found);
     if (measurable && !recipe.autoDirection)
         CheckOptions(recipe, static_cast<Direction>(recipe.direction), found);

@@ -55,6 +55,7 @@ constexpr KindSet nCompared = nFiltered | nFreeForm;           ///< the paths th
 
 const Field<Recipe> recipeFields[] = {
     {"version", "", &Recipe::version, nRecipeVersion, nRecipeVersion, nAll, nAll, "form of this file"},
+    {"name", "text", &Recipe::name, 0, 0, nNone, nAll, "of the region, for results"},
     {"mode", "", Choice<Recipe>{&Recipe::mode, modeWords}, 0, 0, nNone, nAll,
      "zone: thresholds from zones of the cell; pixel: one threshold for pixels; float: one for sums of small windows; "
      "binarise: dark pixels; average: a small window's mean against a large one's; asg: zone, in cells unbounded "
@@ -146,9 +147,10 @@ const Field<Recipe> recipeFields[] = {
      "left side of some cell"},
     {"zones.origin.y", "pixels", &Recipe::zoneOriginY, -dOriginHigh, dOriginHigh, nNone, nZoned,
      "top side of some cell"},
-    {"zones.image", "", &Recipe::zoneImageFile, 0, 0, nNone, nZoned,
+    {"zones.image", "name of an image file", &Recipe::zoneImageFile, 0, 0, nNone, nZoned,
      "painted cell, a pixel's value is its zone; empty: one flat zone"},
-    {"zones.class_image", "", &Recipe::classImageFile, 0, 0, nNone, nZone, "painted cell of class ids; empty: none"},
+    {"zones.class_image", "name of an image file", &Recipe::classImageFile, 0, 0, nNone, nZone,
+     "painted cell of class ids; empty: none"},
 };
 
 const Field<ZoneSettings> zoneFields[] = {
@@ -247,7 +249,7 @@ std::string AllowedText(const Field<Owner>& field)
     return std::visit(Overload{[&](int Owner::*) { return numberText("whole number, "); },
                                [&](double Owner::*) { return numberText(""); },
                                [](bool Owner::*) { return std::string("true or false"); },
-                               [](std::string Owner::*) { return std::string("name of an image file, or empty"); },
+                               [&](std::string Owner::*) { return std::string(field.unit) + ", or empty"; },
                                [](const Choice<Owner>& choice) { return Words(choice); }},
                       field.member);
 }

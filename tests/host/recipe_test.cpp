@@ -37,6 +37,7 @@ struct BadField
 
 const BadField badFields[] = {
     {"version", 2, "whole number, 1"},
+    {"name", 5, "text, or empty"},
     {"mode", "median", "zone, pixel, float, binarise, average or asg"},
     {"direction", "diagonal", "horizontal or vertical"},
     {"direction", 1, "horizontal or vertical"},
