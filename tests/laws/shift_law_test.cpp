@@ -1,0 +1,39 @@
+// Where a region lies changes nothing but positions.
+#include "laws/law_test.h"
+
+namespace narvo::test
+{
+namespace
+{
+
+class ShiftLaws : public LawTest
+{
+};
+
+INSTANTIATE_TEST_SUITE_P(Each, ShiftLaws, testing::ValuesIn(LawModes()), ModeOfTest);
+
+// The margin frame moves along: where there is none, the filters along x go by the image's sides. Shifts are whole
+// strips, since pitch tables count blocks of 16 from the image's corner.
+TEST_P(ShiftLaws, AShiftedImageShiftsThePositionsAndNothingElse)
+{
+    ForEachCase(
+        [&](const CLawPath& path, std::uint64_t nSeed)
+        {
+            CLawScene scene(path, nSeed);
+            const CLawOutcome here = scene.Run(m_pool);
+            Count(here);
+            CRandom random(nSeed + 1);
+            const int nX = 16 * random.Int(-6, 6);
+            const int nY = 16 * random.Int(-6, 6);
+            // The window moves against the picture, so that the picture moves with all its regions in the image; back
+            // in the picture's coordinates both outcomes are the same.
+            scene.rtImage = CRect(scene.rtImage.left - 96 - nX, scene.rtImage.top - 96 - nY,
+                                  scene.rtImage.right + 96 - nX, scene.rtImage.bottom + 96 - nY);
+            const CLawOutcome there = scene.Run(m_pool);
+            EXPECT_EQ(here.nCode, 1);
+            EXPECT_EQ(there.DifferenceFrom(here), "") << "moved by " << nX << ' ' << nY << ", " << scene.Describe();
+        });
+}
+
+} // namespace
+} // namespace narvo::test
