@@ -37,7 +37,8 @@ std::vector<std::vector<CDefectBlob>> Inspect(std::vector<unsigned char>& image,
     pool.ResetReinspectCount(); // once per image
 
     std::atomic<int> nNext = 0;
-    const auto work = [&](int nLane) {
+    const auto work = [&](int nLane)
+    {
         for (int region = nNext++; region < nRegions; region = nNext++)
         {
             CConvParam param; // each call has its own: the pool may write to it
@@ -75,9 +76,11 @@ int main()
     for (int region = 0; region < nRegions; ++region)
     {
         const auto& blobs = shared[region];
-        bSame = bSame && blobs.size() == 1 && alone[region].size() == 1 && blobs[0].ptCenter == alone[region][0].ptCenter;
+        bSame =
+            bSame && blobs.size() == 1 && alone[region].size() == 1 && blobs[0].ptCenter == alone[region][0].ptCenter;
         for (const CDefectBlob& blob : blobs)
-            std::printf("region %d: %d pixels around %d, %d\n", region, blob.nPairCount, blob.ptCenter.x, blob.ptCenter.y);
+            std::printf("region %d: %d pixels around %d, %d\n", region, blob.nPairCount, blob.ptCenter.x,
+                        blob.ptCenter.y);
     }
     return bSame ? 0 : 1;
 }

@@ -43,7 +43,8 @@ int main()
     for (int y = 0; y < nHeight; ++y)
         for (int x = 0; x < nWidth; ++x)
             image[y * nWidth + x] = ZoneAt(x % nCellWidth, y % nCellHeight) == 1 ? 140 : 50;
-    const auto spot = [&](int nLeft, int nTop) {
+    const auto spot = [&](int nLeft, int nTop)
+    {
         for (int y = nTop; y < nTop + 4; ++y)
             for (int x = nLeft; x < nLeft + 4; ++x)
                 image[y * nWidth + x] += 30;
