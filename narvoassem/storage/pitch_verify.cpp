@@ -15,7 +15,8 @@ namespace narvo
 namespace
 {
 
-constexpr int nVerifyClip = 255; ///< the grey limit plays no part here
+constexpr int nVerifyClip = 255;   ///< the grey limit plays no part here
+constexpr int nWindowLimit = 1023; ///< of the parameter checks, which binarise mode with maps does not pass through
 
 // Form: the mode digit, then for each check a ';' and three characters, direction digit and two digits of cycle. The
 // search for the next ';' goes on right behind the last one, wherever its three characters end.
@@ -51,9 +52,11 @@ int GetWindowDifference(const CConvParam& param, int x, int y, int nClip, TRefer
     const CPixelReader reader(param);
     std::int64_t nSum = 0;
     std::int64_t nRefSum = 0;
-    for (std::int64_t i = 0; i < param.nConvWidth; ++i)
+    const int nWidth = std::min(param.nConvWidth, nWindowLimit);
+    const int nHeight = std::min(param.nConvHeight, nWindowLimit);
+    for (std::int64_t i = 0; i < nWidth; ++i)
     {
-        for (std::int64_t j = 0; j < param.nConvHeight; ++j)
+        for (std::int64_t j = 0; j < nHeight; ++j)
         {
             nSum += std::min(reader.Read(x + i, y + j), nClip);
             nRefSum += std::min(TruncateToInt(fnReference(reader, x + i, y + j)), nClip);

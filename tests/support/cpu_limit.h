@@ -1,0 +1,26 @@
+// Ends the program with a message when a piece of work takes more processor time than it can ever need: a loop without
+// end fails its test by name, and does not hang the run.
+#pragma once
+
+#include <string>
+
+namespace narvo::test
+{
+
+/// While it lives, processor time of the whole process counts; other programs' does not. One at a time.
+class CCpuLimit
+{
+public:
+    explicit CCpuLimit(int nSeconds);
+    ~CCpuLimit();
+    CCpuLimit(const CCpuLimit&) = delete;
+    CCpuLimit& operator=(const CCpuLimit&) = delete;
+
+    /// Starts the time anew for the work of that name, which must stay valid until the next call.
+    void Restart(const std::string& strWork);
+
+private:
+    int m_nSeconds;
+};
+
+} // namespace narvo::test
