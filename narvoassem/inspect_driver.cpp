@@ -60,7 +60,7 @@ bool CanRerun(Comparison eComparison)
     return eComparison != Comparison::Average && eComparison != Comparison::None;
 }
 
-/// Where a pass begins, and what it finds on entry. A pass that leaves it unchanged would repeat itself for ever.
+/// Where a pass begins, and what it finds on entry: two passes alike in this do the same.
 struct CPassState
 {
     int nTop;
@@ -74,6 +74,35 @@ struct CPassState
     {
     }
     bool operator==(const CPassState& other) const = default;
+};
+
+/// Finds out when passes go in a circle: each state is compared with one of an earlier pass, which is replaced after
+/// 1, 2, 4 ... passes, so that a circle of any length is found.
+class CPassCircle
+{
+public:
+    explicit CPassCircle(const CNarvoAssem& engine) : m_earlier(engine) {}
+
+    /// To be asked before each pass but the first. @return the passes of a round, or 0 while there is no circle
+    int FindRound(const CNarvoAssem& engine)
+    {
+        const CPassState state(engine);
+        ++m_nPasses;
+        if (state == m_earlier)
+            return m_nPasses;
+        if (m_nPasses == m_nLimit)
+        {
+            m_earlier = state;
+            m_nPasses = 0;
+            m_nLimit *= 2;
+        }
+        return 0;
+    }
+
+private:
+    CPassState m_earlier;
+    int m_nPasses = 0;
+    std::int64_t m_nLimit = 1;
 };
 
 } // namespace
@@ -90,6 +119,7 @@ int CNarvoAssem::Inspect_Rect(CConvParam* pParam)
     // One pass a round. The first pass alone can refuse the call: a refusal later on only ends the re-runs, since
     // what the passes before found stands.
     int nResult = nResultDone;
+    CPassCircle circle(*this);
     for (;;)
     {
         const bool bFirstPass = nResult == nResultDone;
@@ -107,7 +137,6 @@ int CNarvoAssem::Inspect_Rect(CConvParam* pParam)
             break;
         }
 
-        const CPassState before(*this);
         const int nEndLine = Compare(*this, eComparison);
         if (!CanRerun(eComparison) || ConvParam.IsAllInspected(nEndLine) != 0 ||
             nReinspectCount >= ConvParam.nMaxReinspect)
@@ -132,12 +161,10 @@ int CNarvoAssem::Inspect_Rect(CConvParam* pParam)
             }
             ConvParam.pZoneOriginTable = pEntry;
         }
-        if (CPassState(*this) == before)
-        {
-            // The end line has not moved and no blob has come: the re-runs that are left would change nothing.
-            nReinspectCount = ConvParam.nMaxReinspect;
-            break;
-        }
+        // Rounds that bring no blob and lead back to where they began change nothing, however many are left.
+        if (const std::int64_t nRound = circle.FindRound(*this); nRound != 0)
+            nReinspectCount = ConvParam.nMaxReinspect -
+                              static_cast<int>((std::int64_t{ConvParam.nMaxReinspect} - nReinspectCount) % nRound);
     }
 
     watch.Stop();

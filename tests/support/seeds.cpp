@@ -14,8 +14,7 @@ std::vector<std::uint64_t> CaseSeeds(const std::string& strName, int nCount)
     if (const char* pText = std::getenv("NARVO_TEST_SEED"); pText != nullptr && *pText != '\0')
         return {std::strtoull(pText, nullptr, 0)};
 
-    if (const char* pText = std::getenv("NARVO_TEST_SHARE"); pText != nullptr && *pText != '\0')
-        nCount = std::max(nCount / std::max(std::atoi(pText), 1), 1);
+    nCount = std::max(nCount / CaseShare(), 1);
 
     std::uint64_t nHash = 0xCBF29CE484222325U; // FNV-1a of the name
     for (const char c : strName)
@@ -26,6 +25,12 @@ std::vector<std::uint64_t> CaseSeeds(const std::string& strName, int nCount)
     for (std::uint64_t& nSeed : aSeeds)
         nSeed = random.Next();
     return aSeeds;
+}
+
+int CaseShare()
+{
+    const char* const pText = std::getenv("NARVO_TEST_SHARE");
+    return pText != nullptr ? std::max(std::atoi(pText), 1) : 1;
 }
 
 std::string ReplayHint(std::uint64_t nSeed)

@@ -13,6 +13,9 @@ namespace narvo::test
 /// for runs that are slow by nature.
 std::vector<std::uint64_t> CaseSeeds(const std::string& strName, int nCount);
 
+/// The n of NARVO_TEST_SHARE, 1 without it: tests that are systematic, not random, take every nth of their cases.
+int CaseShare();
+
 /// The line a failing case prints.
 std::string ReplayHint(std::uint64_t nSeed);
 
