@@ -10,6 +10,7 @@
 #include "tools/inspect_command.h"
 #include "tools/pitch_command.h"
 #include "tools/recipe_command.h"
+#include "tools/report_command.h"
 #include "tools/synth_command.h"
 
 namespace narvo
@@ -22,6 +23,7 @@ namespace
 constexpr AddCommand commands[] = {
     AddInspectCommand,
     AddPitchCommand,
+    AddReportCommand,
     AddSynthCommand,
     AddRecipeCommand,
 };

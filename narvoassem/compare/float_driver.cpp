@@ -42,7 +42,15 @@ CFloatChoice ChooseVertical(const CConvParam& param, int nArea)
     return UseKernel(bExtended ? FloatKernel::VertIntrin : FloatKernel::Vert4);
 }
 
-CFloatCall MakeCall(CPairStorage& store, FloatKernel eKernel, int* pEndLine)
+} // namespace
+
+CFloatChoice ChooseFloatKernel(const CConvParam& param)
+{
+    const int nArea = WrapMul(param.nConvWidth, param.nConvHeight);
+    return param.nDirection == 1 ? ChooseVertical(param, nArea) : ChooseHorizontal(param, nArea);
+}
+
+CFloatCall MakeFloatCall(CPairStorage& store, FloatKernel eKernel, int* pEndLine)
 {
     const CConvParam& param = store.ConvParam;
     const bool bVertical = param.nDirection == 1;
@@ -58,14 +66,6 @@ CFloatCall MakeCall(CPairStorage& store, FloatKernel eKernel, int* pEndLine)
     if (eKernel == FloatKernel::VertIntrin || eKernel == FloatKernel::VtdIntrin)
         call.pParam = &param;
     return call;
-}
-
-} // namespace
-
-CFloatChoice ChooseFloatKernel(const CConvParam& param)
-{
-    const int nArea = WrapMul(param.nConvWidth, param.nConvHeight);
-    return param.nDirection == 1 ? ChooseVertical(param, nArea) : ChooseHorizontal(param, nArea);
 }
 
 } // namespace narvo
@@ -88,7 +88,7 @@ int CNarvoAssem::Compare_Float()
         return nEndLine;
     }
     if (choice.ePath == CFloatChoice::Path::Kernel)
-        nPairCount = RunFloatKernel(choice.eKernel, MakeCall(*this, choice.eKernel, &nEndLine));
+        nPairCount = RunFloatKernel(choice.eKernel, MakeFloatCall(*this, choice.eKernel, &nEndLine));
     if (bVertical)
         FinishVerticalWithinLimit(*this, nBlobStart);
     else

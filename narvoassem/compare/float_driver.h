@@ -25,4 +25,7 @@ struct CFloatChoice
 /// The window's area chooses the kernel, its shape does not. Only an nDirection of exactly 1 is vertical.
 CFloatChoice ChooseFloatKernel(const CConvParam& param);
 
+/// The call of eKernel on the parameters and stores of an engine.
+CFloatCall MakeFloatCall(CPairStorage& store, FloatKernel eKernel, int* pEndLine);
+
 } // namespace narvo

@@ -36,13 +36,20 @@ CPixelChoice ChooseVertical(const CConvParam& param)
         return {PixelKernel::VertDirect};
     if (bExtended && param.bTwice != 0)
         return {PixelKernel::VertIntrin, true};
-    // Both forms of the wide kernel, by dClassPitch and without, run as this one; MakeCall tells them apart.
+    // Both forms of the wide kernel, by dClassPitch and without, run as this one; MakePixelCall tells them apart.
     if (bExtended)
         return {PixelKernel::VertWide};
     return {bSecondSet ? PixelKernel::Vert2 : PixelKernel::Vert};
 }
 
-CPixelCall MakeCall(CPairStorage& store, PixelKernel eKernel, int* pEndLine)
+} // namespace
+
+CPixelChoice ChoosePixelKernel(const CConvParam& param)
+{
+    return param.nDirection == 1 ? ChooseVertical(param) : ChooseHorizontal(param);
+}
+
+CPixelCall MakePixelCall(CPairStorage& store, PixelKernel eKernel, int* pEndLine)
 {
     const CConvParam& param = store.ConvParam;
     const bool bVertical = param.nDirection == 1;
@@ -60,13 +67,6 @@ CPixelCall MakeCall(CPairStorage& store, PixelKernel eKernel, int* pEndLine)
     return call;
 }
 
-} // namespace
-
-CPixelChoice ChoosePixelKernel(const CConvParam& param)
-{
-    return param.nDirection == 1 ? ChooseVertical(param) : ChooseHorizontal(param);
-}
-
 } // namespace narvo
 
 int CNarvoAssem::Compare_Pixel()
@@ -80,7 +80,7 @@ int CNarvoAssem::Compare_Pixel()
         SizeConBuff(*this, WrapMul(ConvParam.rtInspect.Height(), 16));
 
     const CPixelChoice choice = ChoosePixelKernel(ConvParam);
-    const CPixelCall call = MakeCall(*this, choice.eKernel, &nEndLine);
+    const CPixelCall call = MakePixelCall(*this, choice.eKernel, &nEndLine);
     if (choice.bTwice)
     {
         nPairCount = RunPixelTwice(*this, choice.eKernel, call, ToPitch16(ConvParam.dTwicePitch),

@@ -19,4 +19,7 @@ struct CPixelChoice
 /// The kernel of Compare_Pixel, by the first test that holds. Only an nDirection of exactly 1 is vertical.
 CPixelChoice ChoosePixelKernel(const CConvParam& param);
 
+/// The call of eKernel on the parameters and stores of an engine; of a twice kernel, its first pass.
+CPixelCall MakePixelCall(CPairStorage& store, PixelKernel eKernel, int* pEndLine);
+
 } // namespace narvo

@@ -19,6 +19,8 @@ class CFloatRows : CFloatScan<kTraits>
     using CBase::m_call, CBase::m_pitch, CBase::m_scratch, CBase::m_row;
 
 public:
+    using CBase::AppendGroup, CBase::kPairing, CBase::m_records;
+
     explicit CFloatRows(const CFloatCall& call) : CBase(call), m_nWidth(call.region.nRight - call.region.nLeft)
     {
         const std::int64_t nCompared = (RoundDownTo16(m_nWidth) - m_pitch.nWhole - 1) & ~std::int64_t{7};
@@ -34,9 +36,7 @@ public:
             return this->End(region.nBottom + 1);
         if (!Reserve())
             return this->EndWithoutMemory(region.nTop);
-        const CBands bands = {.nFirstEnd = region.nLeft + m_pitch.nWhole,
-                              .nLastStart = region.nLeft + m_nCompared - m_pitch.nWhole,
-                              .nHop = m_pitch.nHop};
+        const CBands bands = Bands();
         for (std::int64_t y = region.nTop; y < region.nBottom; ++y)
         {
             if (m_row.nGroups > 0)
@@ -57,6 +57,31 @@ public:
                 return this->End(y + 1);
         }
         return this->End(region.nBottom + 1);
+    }
+
+    CBands Bands() const
+    {
+        return {.nFirstEnd = m_call.region.nLeft + m_pitch.nWhole,
+                .nLastStart = m_call.region.nLeft + m_nCompared - m_pitch.nWhole,
+                .nHop = m_pitch.nHop};
+    }
+
+    /// Pixel (x, y) is compared where no full hit array cuts its row.
+    bool Covers(std::int64_t x, std::int64_t y) const
+    {
+        const CRegion& region = m_call.region;
+        return region.nLeft <= x && x < region.nLeft + Columns() && region.nTop <= y && y < region.nBottom;
+    }
+    CPitch16 PitchAt(std::int64_t /*x*/, std::int64_t /*y*/) const { return m_pitch; }
+
+    /// The comparison of one pixel that the scan covers. @return false without memory
+    bool Compare(std::int64_t x, std::int64_t y, CSumsComparison& result)
+    {
+        if (!Reserve())
+            return false;
+        SetRow(y);
+        result = CompareSums<kTraits.eFind>(m_row, x - m_call.region.nLeft);
+        return true;
     }
 
 private:

@@ -21,6 +21,8 @@ class CFloatStrips : CFloatScan<kTraits>
     using CSumCache = CRowCache<std::uint16_t>;
 
 public:
+    using CBase::AppendGroup, CBase::kPairing, CBase::m_records;
+
     explicit CFloatStrips(const CFloatCall& call)
         : CBase(call), m_image(call.image),
           m_nStripEnd(call.region.nLeft + RoundDownTo16(call.region.nRight - call.region.nLeft)),
@@ -36,9 +38,7 @@ public:
     int Run()
     {
         const CRegion& region = m_call.region;
-        const CBands bands = {.nFirstEnd = region.nTop + m_pitch.nWhole,
-                              .nLastStart = region.nBottom - 2 * m_pitch.nWhole - 2,
-                              .nHop = m_pitch.nHop};
+        const CBands bands = Bands();
         // A strip that is cut moves on by 16 in the image and by less in the positions of its hits, which lag behind
         // the image from there on: a deliberate rule.
         std::int64_t x = region.nLeft;
@@ -67,6 +67,38 @@ public:
             }
         }
         return this->End(x + kStripWidth);
+    }
+
+    CBands Bands() const
+    {
+        return {.nFirstEnd = m_call.region.nTop + m_pitch.nWhole,
+                .nLastStart = m_call.region.nBottom - 2 * m_pitch.nWhole - 2,
+                .nHop = m_pitch.nHop};
+    }
+
+    /// Pixel (x, y) is compared where no full hit array cuts its strip.
+    bool Covers(std::int64_t x, std::int64_t y) const
+    {
+        return m_call.region.nLeft <= x && x < m_nStripEnd && m_call.region.nTop <= y && y < m_nRowEnd;
+    }
+
+    /// The pitch that places the comparison of pixel (x, y).
+    CPitch16 PitchAt(std::int64_t x, std::int64_t y) const
+    {
+        const bool bBeforeTable = y < m_nTableStart && x < m_call.region.nLeft + kGroupWidth;
+        return bBeforeTable ? m_pitch : PitchAt(y);
+    }
+
+    /// The comparison of one pixel that the scan covers. @return false without memory
+    bool Compare(std::int64_t x, std::int64_t y, CSumsComparison& result)
+    {
+        const std::int64_t nStrip = m_call.region.nLeft + RoundDownTo16(x - m_call.region.nLeft);
+        if (!m_scratch.ReserveRow(1) || !m_scratch.sums.Begin(m_pitch.nWhole, kStripWidth) ||
+            (IsShifted() && !m_scratch.shiftedSums.Begin(1, kStripWidth)))
+            return false;
+        SetRow(PitchAt(x, y), nStrip, y, kStripWidth);
+        result = CompareSums<kTraits.eFind>(m_row, x - nStrip);
+        return true;
     }
 
 private:

@@ -21,6 +21,8 @@ class CRowScan : CScan<TRule>
         kScan.eFind == FindVariant::ColumnMap || kScan.eFind == FindVariant::ColumnScalar;
 
 public:
+    using CBase::kPairing;
+
     CRowScan(const CKernelCall& call, TRule& rule)
         : CBase(call, rule),
           m_nScanEnd(call.region.nLeft + RoundDownTo16(call.region.nRight - call.region.nLeft - m_pitch.nWhole)),
@@ -38,9 +40,7 @@ public:
             (kColumnTables &&
              (!ReadDisplacements() || !SpreadColumnWeights(m_call, m_nStrips * kStripWidth, m_scratch, m_row))))
             return this->EndWithoutMemory(region.nTop);
-        const CBands bands = {.nFirstEnd = region.nLeft + m_pitch.nWhole,
-                              .nLastStart = m_nScanEnd - m_pitch.nWhole,
-                              .nHop = m_pitch.nHop};
+        const CBands bands = Bands();
         m_rule.BeginScan(m_nScanEnd);
         std::int64_t nNextStep = region.nTop;
         for (std::int64_t y = region.nTop; y < region.nBottom; ++y)
@@ -59,6 +59,21 @@ public:
         }
         return this->End(region.nBottom + 1);
     }
+
+    CBands Bands() const
+    {
+        return {.nFirstEnd = m_call.region.nLeft + m_pitch.nWhole,
+                .nLastStart = m_nScanEnd - m_pitch.nWhole,
+                .nHop = m_pitch.nHop};
+    }
+
+    /// Pixel (x, y) is compared where no full hit array cuts its row.
+    bool Covers(std::int64_t x, std::int64_t y) const
+    {
+        return m_call.region.nLeft <= x && x < m_nScanEnd && m_call.region.nTop <= y && y < m_call.region.nBottom;
+    }
+    std::int64_t ScanEnd() const { return m_nScanEnd; }
+    CPitch16 PitchAt(std::int64_t /*y*/) const { return m_pitch; }
 
 private:
     void SetRow(std::int64_t y)

@@ -19,6 +19,8 @@ class CStripScan : CScan<TRule>
     using CBase::kScan, CBase::m_call, CBase::m_rule, CBase::m_pitch, CBase::m_scratch, CBase::m_row;
 
 public:
+    using CBase::kPairing;
+
     CStripScan(const CKernelCall& call, TRule& rule)
         : CBase(call, rule), m_nStripEnd(call.region.nLeft + RoundDownTo16(call.region.nRight - call.region.nLeft)),
           m_nRowEnd(call.region.nBottom - kScan.nFreeRows - m_pitch.nWhole)
@@ -29,9 +31,7 @@ public:
     int Run()
     {
         const CRegion& region = m_call.region;
-        const CBands bands = {.nFirstEnd = region.nTop + m_pitch.nWhole,
-                              .nLastStart = region.nBottom - kScan.nFreeRows - 2 * m_pitch.nWhole,
-                              .nHop = m_pitch.nHop};
+        const CBands bands = Bands();
         std::int64_t x = region.nLeft;
         if (x < m_nStripEnd)
             m_rule.BeginScan(m_nStripEnd);
@@ -66,6 +66,29 @@ public:
             nTileStrips = bInTile ? 2 * nTileStrips : nStrip;
         }
         return this->End(x + kStripWidth);
+    }
+
+    CBands Bands() const
+    {
+        return {.nFirstEnd = m_call.region.nTop + m_pitch.nWhole,
+                .nLastStart = m_call.region.nBottom - kScan.nFreeRows - 2 * m_pitch.nWhole,
+                .nHop = m_pitch.nHop};
+    }
+
+    /// Pixel (x, y) is compared where no full hit array cuts its strip.
+    bool Covers(std::int64_t x, std::int64_t y) const
+    {
+        return m_call.region.nLeft <= x && x < m_nStripEnd && m_call.region.nTop <= y && y < m_nRowEnd;
+    }
+    std::int64_t ScanEnd() const { return m_nStripEnd; }
+
+    /// The pitch that places the comparison of row y. A row table is entered at the region's top and read on every 16
+    /// rows counted from there; bands and pairing keep the pitch of the call.
+    CPitch16 PitchAt(std::int64_t y) const
+    {
+        if (!kScan.bRowTable || m_call.pScanPitchTable == nullptr)
+            return m_pitch;
+        return CPitch16(m_call.pScanPitchTable[(m_call.region.nTop >> 4) + (y - m_call.region.nTop) / 16]);
     }
 
 private:
@@ -138,15 +161,6 @@ private:
         for (int nLine = 0; nLine < 2; ++nLine)
             rows.pRow[nLine] = ReadRow(m_call.image, x, y + nLine, nColumns + 1, m_scratch.rowCopy[nLine].Data());
         MakeMeanRow(rows, nColumns, pOut);
-    }
-
-    /// The pitch that places the comparison of row y. A row table is entered at the region's top and read on every 16
-    /// rows counted from there; bands and pairing keep the pitch of the call.
-    CPitch16 PitchAt(std::int64_t y) const
-    {
-        if (!kScan.bRowTable || m_call.pScanPitchTable == nullptr)
-            return m_pitch;
-        return CPitch16(m_call.pScanPitchTable[(m_call.region.nTop >> 4) + (y - m_call.region.nTop) / 16]);
     }
 
     /// Fills the hit arrays from the chain of one strip, up to their capacity.

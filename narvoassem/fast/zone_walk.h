@@ -31,6 +31,17 @@ public:
     void BeginScan(std::int64_t nStripEnd) { m_cursor = CStripCursor(m_grid, nStripEnd); }
     void EnterStrip(std::int64_t x) { m_cursor.Enter(x); }
 
+    /// The cell of one pixel, by a walk of its own from the region's corner; BeginScan comes first.
+    CCellOrigin FindCell(std::int64_t x, std::int64_t y) const
+    {
+        CStripCursor cursor = m_cursor;
+        for (std::int64_t nStrip = m_call.region.nLeft; nStrip <= x; nStrip += kStripWidth)
+            cursor.Enter(nStrip);
+        CCellRows rows(cursor, m_call.region.nTop, m_call.region.nBottom);
+        rows.Advance(y);
+        return rows.Origin();
+    }
+
     /// Groups the strips of a tile that walk their cells alike: the first of each cell column, and the others of it.
     void BeginTile(std::int64_t x, std::int64_t nStrips)
     {
@@ -86,6 +97,18 @@ public:
     {
         m_cursor = CRowCursor(m_grid, m_call.region.nBottom);
         m_nScanEnd = nScanEnd;
+    }
+
+    /// The cell of one pixel, by a walk of its own from the region's corner; BeginScan comes first.
+    CCellOrigin FindCell(std::int64_t x, std::int64_t y) const
+    {
+        CRowCursor cursor = m_cursor;
+        for (std::int64_t nRow = m_call.region.nTop; nRow <= y; nRow = std::max(nRow + 1, cursor.CellBottom()))
+            cursor.Enter(nRow);
+        CCellColumns columns(cursor, m_nScanEnd);
+        for (std::int64_t nBlock = m_call.region.nLeft; nBlock <= x; nBlock += kStripWidth)
+            columns.Enter(nBlock);
+        return columns.Origin();
     }
 
     /// Lists the runs of row y. @return the next row at which the grid row changes

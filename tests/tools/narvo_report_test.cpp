@@ -1,0 +1,118 @@
+// narvo report as a user runs it: from results and from images, its notes, its exit codes.
+#include "tools/run_narvo.h"
+
+#include "host/result_reader.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+using testing::HasSubstr;
+
+/// A small panel that has been inspected: panel.blobs.json and its like.
+TestFolder& InspectSmallPanel(TestFolder& folder)
+{
+    EXPECT_EQ(MakeSmallPanel(folder).code, 0);
+    EXPECT_EQ(RunNarvo(folder, {"inspect", "panel.png", "-r", "panel.recipe.json", "-q"}).code, 0);
+    return folder;
+}
+
+/// Pages are too long to be shown where a match fails.
+bool Contains(const std::filesystem::path& file, const std::string& part)
+{
+    return ReadText(file).find(part) != std::string::npos;
+}
+
+TEST(NarvoReport, ResultAndImageGiveTheSameDefects)
+{
+    TestFolder folder;
+    InspectSmallPanel(folder);
+    const Outcome result = RunNarvo(folder, {"report", "panel.blobs.json"});
+    EXPECT_EQ(result.code, 0) << result.error;
+    EXPECT_THAT(result.out, HasSubstr("report: panel.report.html, 1 image"));
+    const Outcome image = RunNarvo(folder, {"report", "panel.png", "-r", "panel.recipe.json", "-o", "image.html"});
+    EXPECT_EQ(image.code, 0) << image.error;
+    const auto rows = [&](const char* file)
+    {
+        const std::string text = ReadText(folder / file);
+        EXPECT_TRUE(text.find("data:image/jpeg;base64,") != std::string::npos);
+        const std::size_t start = text.find("\"blobs\":[");
+        return text.substr(start, text.find("</script>", start) - start);
+    };
+    EXPECT_EQ(rows("panel.report.html"), rows("image.html"));
+    EXPECT_GT(rows("image.html").size(), 200U);
+}
+
+TEST(NarvoReport, ThumbnailsBeyondTheLimitAreSaidToBeMissing)
+{
+    TestFolder folder;
+    InspectSmallPanel(folder);
+    const Outcome few = RunNarvo(folder, {"report", "panel.blobs.json", "--thumbnails", "3"});
+    EXPECT_EQ(few.code, 0);
+    EXPECT_THAT(few.error, HasSubstr("defects the 3 largest come with thumbnails"));
+    EXPECT_TRUE(Contains(folder / "panel.report.html", "the 3 largest come with thumbnails"));
+}
+
+TEST(NarvoReport, MissingImageIsANoteAndLeavesTheTable)
+{
+    TestFolder folder;
+    InspectSmallPanel(folder);
+    std::filesystem::remove(folder / "panel.png");
+    const Outcome outcome = RunNarvo(folder, {"report", "panel.blobs.json"});
+    EXPECT_EQ(outcome.code, 0);
+    EXPECT_THAT(outcome.error, HasSubstr("without pictures"));
+    EXPECT_FALSE(Contains(folder / "panel.report.html", "data:image/jpeg"));
+    EXPECT_TRUE(Contains(folder / "panel.report.html", "\"blobs\":[["));
+}
+
+TEST(NarvoReport, ModesWithoutAReferenceShowTheImageAlone)
+{
+    TestFolder folder;
+    MakeSmallPanel(folder);
+    std::ofstream(folder / "dark.json") << R"({"version": 1, "mode": "binarise", "binarise": {"limit": 30}})";
+    const Outcome outcome = RunNarvo(folder, {"report", "panel.png", "-r", "dark.json"});
+    EXPECT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_TRUE(Contains(folder / "panel.report.html", "\"parts\":1"));
+}
+
+TEST(NarvoReport, EveryProblemIsToldAndNothingWritten)
+{
+    TestFolder folder;
+    std::ofstream(folder / "no.json") << "{}";
+    std::ofstream(folder / "bad.json") << R"({"blobs": [{"number": "one"}], "code": 1})";
+    const Outcome outcome = RunNarvo(folder, {"report", "no.json", "bad.json", "gone.png", "-o", "page.html"});
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_THAT(outcome.error, HasSubstr("--recipe"));
+    EXPECT_THAT(outcome.error, HasSubstr("no.json"));
+    EXPECT_THAT(outcome.error, HasSubstr("bad.json, blobs[0].number"));
+    EXPECT_THAT(outcome.error, HasSubstr("gone.png"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "page.html"));
+    EXPECT_EQ(RunNarvo(folder, {"report"}).code, 2);
+}
+
+TEST(NarvoReport, PageThatCannotBeWrittenIsAnExitCodeOfItsOwn)
+{
+    TestFolder folder;
+    InspectSmallPanel(folder);
+    EXPECT_EQ(RunNarvo(folder, {"report", "panel.blobs.json", "-o", "none/page.html"}).code, 3);
+}
+
+TEST(ResultReader, ReadsWhatInspectWrites)
+{
+    TestFolder folder;
+    InspectSmallPanel(folder);
+    const SavedResult saved = LoadResult(folder / "panel.blobs.json");
+    EXPECT_EQ(saved.image, "panel.png");
+    EXPECT_EQ(saved.recipe, "panel.recipe.json");
+    EXPECT_EQ(saved.result.code, 1);
+    EXPECT_EQ(saved.result.region, CRect(0, 0, 512, 640));
+    ASSERT_FALSE(saved.result.blobs.empty());
+    EXPECT_EQ(saved.result.blobs[0].number, 1);
+    EXPECT_GT(saved.result.blobs[0].area, 0);
+}
+
+} // namespace
+
+} // namespace narvo

@@ -1,0 +1,56 @@
+// The report page: what it holds, and its text. Pictures come ready; nothing here reads a file.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/inspector.h"
+#include "host/recipe.h"
+
+namespace narvo
+{
+
+/// A defect's place on a sheet of thumbnails.
+struct ThumbnailPlace
+{
+    int sheet = -1; ///< -1: none is kept
+    int place = 0;
+};
+
+struct ReportImage
+{
+    std::string name;
+    int width = 0;
+    int height = 0;
+    InspectionResult result;
+    std::string overview;                   ///< data URI; empty: none is kept
+    std::vector<ThumbnailPlace> thumbnails; ///< for each blob of the result, or empty
+    std::vector<bool> kept;                 ///< for each blob of the result, or empty: all
+};
+
+struct ReportRecipe
+{
+    std::string name;
+    Recipe recipe;
+};
+
+struct ReportPage
+{
+    std::string title;
+    std::string made; ///< program, version, time
+    std::vector<ReportImage> images;
+    std::vector<ReportRecipe> recipes;
+    std::vector<std::string> sheets; ///< data URIs
+    int sheetCell = 0;               ///< side of a thumbnail, pixels
+    int sheetColumns = 0;
+    int thumbnailParts = 1;         ///< 3: source, reference, difference
+    std::vector<std::string> notes; ///< what was left out, and other warnings
+};
+
+/// The text with & < > " ' as entities.
+std::string EscapeHtml(const std::string& text);
+
+/// The page as one self-contained HTML text.
+std::string BuildReportPage(const ReportPage& page);
+
+} // namespace narvo

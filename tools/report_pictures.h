@@ -1,0 +1,44 @@
+// Pictures of a report as data URIs: overviews of images, and sheets of small crops of defects.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <opencv2/core.hpp>
+
+#include "host/grey_image.h"
+#include "host/inspector.h"
+#include "host/kernel_probe.h"
+
+namespace narvo
+{
+
+/// The image as JPEG, reduced to at most `pixels` pixels and never enlarged.
+std::string MakeOverview(const GreyImage& image, double pixels);
+
+/// Crops of defects side by side: for each defect its place in the image, and where something is compared, what the
+/// engine compared it with and the difference (orange brighter, blue darker).
+class ThumbnailSheet
+{
+public:
+    static constexpr int nCell = 48;        ///< side of a crop in the sheet, pixels
+    static constexpr int nColumns = 24;     ///< cells side by side
+    static constexpr int nDefectMost = 200; ///< defects on a sheet
+
+    /// Cells of one defect: 3, or 1 without a comparison.
+    explicit ThumbnailSheet(int parts) : m_parts(parts) {}
+
+    bool IsFull() const { return m_count >= nDefectMost; }
+    bool IsEmpty() const { return m_count == 0; }
+    /// @param probe null where nothing is compared at a pitch; the cells besides the first stay blank then
+    /// @return the defect's place on the sheet
+    int Add(const GreyImage& image, const KernelProbe* probe, const Blob& blob);
+    std::string Encode() const;
+
+private:
+    int m_parts;
+    int m_count = 0;
+    std::vector<cv::Mat> m_cells;
+};
+
+} // namespace narvo
