@@ -223,9 +223,8 @@ private:
         entry.readable = entry.nextRegion < m_batch.m_recipes.size();
         const GreyImage& image = *entry.image;
         lock.unlock();
-        entry.problems[region] =
-            ProblemsOfCall(entry.result.name,
-                           [&] { entry.result.regions[region] = m_batch.Inspect(lane, image, region); });
+        entry.problems[region] = ProblemsOfCall(
+            entry.result.name, [&] { entry.result.regions[region] = m_batch.Inspect(lane, image, region); });
         lock.lock();
         if (--entry.openRegions == 0)
         {

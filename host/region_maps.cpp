@@ -65,10 +65,10 @@ void RegionMaps::Set(Map map, const short* values, std::ptrdiff_t stride)
         {
             const short value = values[y * stride + x];
             if (value < 0 || value > range.high)
-                throw HostError({{std::string("maps, ") + range.name,
-                                  std::to_string(value) + " at column " + std::to_string(x) + ", row " +
-                                      std::to_string(y),
-                                  "0 to " + std::to_string(range.high)}});
+                throw HostError(
+                    {{std::string("maps, ") + range.name,
+                      std::to_string(value) + " at column " + std::to_string(x) + ", row " + std::to_string(y),
+                      "0 to " + std::to_string(range.high)}});
             used |= 1U << (value & 15);
         }
     if (map == Map_Zone)

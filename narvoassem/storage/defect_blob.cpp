@@ -7,10 +7,12 @@
 #include <new>
 #include <numbers>
 
+#include "narvoassem/storage/polar_angle.h"
 #include "narvoassem/wrap_int.h"
 
 using narvo::LowByte;
 using narvo::LowShort;
+using narvo::PolarAngle;
 using narvo::WrapAdd;
 using narvo::WrapMul;
 
@@ -333,5 +335,5 @@ void CDefectBlob::CalcExtraFeature()
     dMinorAxis = std::numbers::sqrt2 * std::sqrt(dA + dB - dR);
     dElongation = nPairCount / dMajorAxis;
     dCircularity = std::min(4.0 * nPairCount / (std::numbers::pi * dMajorAxis * dMajorAxis), 1.0);
-    dAngle = 0.5 * std::atan2(2.0 * dC, dE) * 180.0 / std::numbers::pi;
+    dAngle = 0.5 * PolarAngle(2.0 * dC, dE) * 180.0 / std::numbers::pi;
 }

@@ -127,8 +127,7 @@ TEST(Batch, ImageThatCannotBeReadIsAProblemOfItsOwn)
     images[3].load = [] { return GreyImage(8, 8); };
     Batch batch(TwoRegions(), 3);
     std::vector<ImageResult> results;
-    const BatchSummary summary =
-        batch.Run(images, [&](const ImageResult& result) { results.push_back(result); });
+    const BatchSummary summary = batch.Run(images, [&](const ImageResult& result) { results.push_back(result); });
     EXPECT_EQ(summary.images, 5U);
     EXPECT_EQ(summary.refused, 2U);
     EXPECT_FALSE(summary.stopped);
@@ -153,10 +152,11 @@ TEST(Batch, WhateverLoadingThrowsStaysWithItsImage)
     Batch batch(TwoRegions(), 2);
     std::vector<std::vector<Problem>> problems;
     batch.Run(images, [&](const ImageResult& result) { problems.push_back(result.problems); });
-    EXPECT_THAT(problems,
-                ElementsAre(ElementsAre(IsProblem("image image 0", "not enough memory", "fewer lanes or a smaller image")),
-                            ElementsAre(IsProblem("image image 1", "camera gone", "an image that can be inspected")),
-                            SizeIs(0)));
+    EXPECT_THAT(
+        problems,
+        ElementsAre(ElementsAre(IsProblem("image image 0", "not enough memory", "fewer lanes or a smaller image")),
+                    ElementsAre(IsProblem("image image 1", "camera gone", "an image that can be inspected")),
+                    SizeIs(0)));
 }
 
 TEST(Batch, StopRequestLeavesABeginningOfTheList)

@@ -64,8 +64,8 @@ TEST(RecipeRegions, RegionOfAnotherShapeReplacesTheCommonOneWhole)
 {
     json document = SmallestRecipe("float");
     document["region"] = Rect(0, 0, 100, 100);
-    document["regions"] = {{{"name", "a"}},
-                           {{"name", "b"}, {"region", {{"shape", "polygon"}, {"points", {{0, 0}, {200, 0}, {0, 200}}}}}}};
+    document["regions"] = {
+        {{"name", "a"}}, {{"name", "b"}, {"region", {{"shape", "polygon"}, {"points", {{0, 0}, {200, 0}, {0, 200}}}}}}};
     const std::vector<Recipe> recipes = ParseRecipes(document, {});
     ASSERT_THAT(recipes, SizeIs(2));
     EXPECT_EQ(recipes[0].GetKind(), Kind_Float);
@@ -79,12 +79,13 @@ TEST(RecipeRegions, ProblemsNameTheirRegionAndCommonOnesComeOnce)
     document["grey_limit"] = 300;
     document["colour"] = 1;
     document["regions"] = {{{"name", "a"}, {"multiple", {{"x", 0}}}}, {{"name", "b"}, {"min_area", 0}}, 7};
-    EXPECT_THAT(RegionProblems(document),
-                testing::UnorderedElementsAre(IsProblem("regions[0].grey_limit", "300", "whole number, 1 to 255 grey levels"),
-                                              IsProblem("regions[1].grey_limit", "300", "whole number, 1 to 255 grey levels"),
-                                              IsAbout("regions[0].colour"), IsAbout("regions[1].colour"),
-                                              IsAbout("regions[0].multiple.x"), IsAbout("regions[1].min_area"),
-                                              IsProblem("regions[2]", "7", "an object with the fields of one region")));
+    EXPECT_THAT(
+        RegionProblems(document),
+        testing::UnorderedElementsAre(IsProblem("regions[0].grey_limit", "300", "whole number, 1 to 255 grey levels"),
+                                      IsProblem("regions[1].grey_limit", "300", "whole number, 1 to 255 grey levels"),
+                                      IsAbout("regions[0].colour"), IsAbout("regions[1].colour"),
+                                      IsAbout("regions[0].multiple.x"), IsAbout("regions[1].min_area"),
+                                      IsProblem("regions[2]", "7", "an object with the fields of one region")));
     document["regions"].erase(2);
     EXPECT_THAT(RegionProblems(document),
                 testing::UnorderedElementsAre(IsProblem("grey_limit", "300", "whole number, 1 to 255 grey levels"),

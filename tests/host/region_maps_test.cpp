@@ -153,8 +153,9 @@ TEST_P(RegionMapsBothWays, ReRunGoesOnWithTheSameMaps)
     const bool vertical = GetParam();
     const int full = 320;
     const CRect region(0, 0, vertical ? 900 : 1400, vertical ? 1400 : 900);
-    Scene scene = MakeScene(region.right, region.bottom, region, [&](const CPoint& corner)
-                            { return (vertical ? corner.x : corner.y) >= full + 4 * nPitch; });
+    Scene scene =
+        MakeScene(region.right, region.bottom, region,
+                  [&](const CPoint& corner) { return (vertical ? corner.x : corner.y) >= full + 4 * nPitch; });
     for (int y = 0; y < (vertical ? scene.image.Height() : full); ++y)
         for (int x = 0; x < (vertical ? full : scene.image.Width()); ++x)
             scene.image.Row(y)[x] = (vertical ? y : x) / nPitch % 2 == 0 ? 60 : 180;
@@ -164,8 +165,8 @@ TEST_P(RegionMapsBothWays, ReRunGoesOnWithTheSameMaps)
     recipe.maps = MapsFor(scene, wanted, vertical);
     InspectionResult result = Inspector(1, 5000).Inspect(0, scene.image, recipe);
     EXPECT_GE(result.reruns, 1);
-    std::erase_if(result.blobs, [&](const Blob& blob)
-                  { return (vertical ? blob.box.left : blob.box.top) < full + 2 * nPitch; });
+    std::erase_if(result.blobs,
+                  [&](const Blob& blob) { return (vertical ? blob.box.left : blob.box.top) < full + 2 * nPitch; });
     result.warnings.clear();
     ExpectOnlyTheWanted(scene, wanted, result);
 }

@@ -17,8 +17,8 @@ struct CSoakConstant
 
 inline constexpr CSoakConstant aSoakConstants[] = {
     {1000, 0x6be3f18f5eb777d8, 0x2dab34dd49be255c, 0x2dab34dd49be255c},
-    {2000, 0x1425d1cd8750b45d, 0x5c887468e7263dc9, 0xe2bfe9157ae853d2},
-    {20000, 0xcea92352d8b7e4f8, 0xd6f258fc68e3c354, 0xd174f53ee66ab0e4},
+    {2000, 0xe11e9acd8d0815d0, 0x5c887468e7263dc9, 0xe2bfe9157ae853d2},
+    {20000, 0x76c137f39a0c55c1, 0xd6f258fc68e3c354, 0x1d3610b0323e90c3},
 };
 
 /// The constant for that many cases; null where there is none.
