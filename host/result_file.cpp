@@ -2,7 +2,6 @@
 #include "host/result_file.h"
 
 #include <fstream>
-#include <sstream>
 
 #include <nlohmann/json.hpp>
 
@@ -62,6 +61,7 @@ ordered_json ResultToJson(const InspectionResult& result)
             corners.push_back({corner.x, corner.y});
     }
     return {{"version", nResultVersion},
+            {"name", result.name},
             {"code", result.code},
             {"direction", result.direction == Direction_Vertical ? "vertical" : "horizontal"},
             {"region",
@@ -80,23 +80,39 @@ ordered_json ResultToJson(const InspectionResult& result)
             {"blobs", blobs}};
 }
 
+std::string BlobColumns()
+{
+    std::string columns;
+    const ordered_json blob = BlobToJson(Blob{});
+    for (const auto& [name, value] : blob.items())
+        columns += (columns.empty() ? "" : ",") + name;
+    return columns;
+}
+
+std::string TableField(const std::string& text)
+{
+    if (text.find_first_of(",\"\r\n") == std::string::npos)
+        return text;
+    std::string quoted = "\"";
+    for (const char letter : text)
+        quoted += letter == '"' ? std::string("\"\"") : std::string(1, letter);
+    return quoted + "\"";
+}
+
+std::string BlobRow(const ordered_json& blob)
+{
+    std::string row;
+    for (const auto& [name, value] : blob.items())
+        row += (row.empty() ? "" : ",") + (value.is_string() ? value.get<std::string>() : value.dump());
+    return row;
+}
+
 std::string ResultToCsv(const InspectionResult& result)
 {
-    std::ostringstream out;
-    const auto line = [&](const ordered_json& blob, bool header)
-    {
-        const char* separator = "";
-        for (const auto& [name, value] : blob.items())
-        {
-            out << separator << (header ? name : value.is_string() ? value.get<std::string>() : value.dump());
-            separator = ",";
-        }
-        out << '\n';
-    };
-    line(BlobToJson(Blob{}), true);
+    std::string text = BlobColumns() + "\n";
     for (const Blob& blob : result.blobs)
-        line(BlobToJson(blob), false);
-    return out.str();
+        text += BlobRow(BlobToJson(blob)) + "\n";
+    return text;
 }
 
 void WriteTextFile(const std::filesystem::path& file, const std::string& text)

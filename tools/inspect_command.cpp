@@ -1,4 +1,4 @@
-// Inspection of one image: input, run, result files, summary.
+// Options of the inspection, and the run over one image: input, result files, summary.
 #include "tools/inspect_command.h"
 
 #include <algorithm>
@@ -13,6 +13,7 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "host/batch.h"
 #include "host/grey_image.h"
 #include "host/inspector.h"
 #include "host/problem.h"
@@ -20,6 +21,8 @@
 #include "host/recipe_check.h"
 #include "host/result_file.h"
 #include "tools/exit_code.h"
+#include "tools/image_list.h"
+#include "tools/inspect_batch.h"
 #include "tools/overlay.h"
 #include "tools/quiet_codecs.h"
 #include "tools/truth.h"
@@ -32,11 +35,23 @@ namespace
 
 struct InspectOptions
 {
-    std::string image;
+    ImageSelection images;
     std::string recipe;
     std::string truth;  ///< empty: none
-    std::string output; ///< what the files' names begin with; empty: the image's name without its ending
+    std::string output; ///< what the files' names begin with; empty: by the kind of run
+    int lanes = 0;      ///< 0: one for each processor
+    bool resume = false;
+    bool overwrite = false;
+    bool retry = false;
     bool quiet = false;
+
+    /// One image is told of in detail and leaves an overlay.
+    bool IsSingle() const
+    {
+        std::error_code error;
+        return images.places.size() == 1 && images.list.empty() && !resume && !overwrite &&
+               !std::filesystem::is_directory(images.places[0], error);
+    }
 };
 
 using Clock = std::chrono::steady_clock;
@@ -90,14 +105,10 @@ std::string Percent(double share)
     return text;
 }
 
-void Summarise(const InspectionResult& result, const Progress& progress)
+void PrintLargest(const std::vector<Blob>& blobs, const Progress& progress)
 {
-    const auto bright = std::count_if(result.blobs.begin(), result.blobs.end(), [](const Blob& b) { return b.bright; });
-    progress.Line("blobs:  " + std::to_string(result.blobs.size()) + " (" +
-                  std::to_string(static_cast<long>(result.blobs.size()) - bright) + " dark, " + std::to_string(bright) +
-                  " bright), pairs " + std::to_string(result.pairs) + ", code " + std::to_string(result.code));
     std::vector<const Blob*> largest;
-    for (const Blob& blob : result.blobs)
+    for (const Blob& blob : blobs)
         largest.push_back(&blob);
     const auto shown = std::min<std::size_t>(largest.size(), 5);
     std::partial_sort(largest.begin(), largest.begin() + static_cast<std::ptrdiff_t>(shown), largest.end(),
@@ -110,59 +121,135 @@ void Summarise(const InspectionResult& result, const Progress& progress)
                       std::to_string(blob.area) + " pixels at " + std::to_string(blob.center.x) + ", " +
                       std::to_string(blob.center.y) + ", difference up to " + std::to_string(blob.maxDifference));
     }
-    for (const std::string& warning : result.warnings)
-        std::cerr << "narvo: warning: " << warning << '\n';
 }
 
-int RunInspect(const InspectOptions& options)
+void Summarise(const InspectionResult& result, Progress& progress)
+{
+    const std::string of = result.name.empty() ? "" : " " + result.name;
+    progress.Step("inspected" + of + (result.direction == Direction_Vertical ? " vertically" : " horizontally") +
+                  ", engine " + FormatNumber(std::round(result.inspectMilliseconds * 10.0) / 10.0) + " ms");
+    const auto bright = std::count_if(result.blobs.begin(), result.blobs.end(), [](const Blob& b) { return b.bright; });
+    progress.Line("blobs:  " + std::to_string(result.blobs.size()) + " (" +
+                  std::to_string(static_cast<long>(result.blobs.size()) - bright) + " dark, " + std::to_string(bright) +
+                  " bright), pairs " + std::to_string(result.pairs) + ", code " + std::to_string(result.code));
+    PrintLargest(result.blobs, progress);
+    for (const std::string& warning : result.warnings)
+        std::cerr << "narvo: warning: " << (of.empty() ? "" : result.name + ": ") << warning << '\n';
+}
+
+/// All regions as one result, for what is drawn and scored over the whole image.
+InspectionResult Together(const std::vector<InspectionResult>& regions)
+{
+    InspectionResult all = regions.front();
+    if (regions.size() == 1)
+        return all;
+    all.outlines.clear();
+    all.blobs.clear();
+    for (const InspectionResult& region : regions)
+    {
+        const CRect& frame = region.region;
+        const std::vector<std::vector<CPoint>> rectangle = {{{frame.left, frame.top},
+                                                             {frame.right - 1, frame.top},
+                                                             {frame.right - 1, frame.bottom - 1},
+                                                             {frame.left, frame.bottom - 1}}};
+        const auto& outlines = region.outlines.empty() ? rectangle : region.outlines;
+        all.outlines.insert(all.outlines.end(), outlines.begin(), outlines.end());
+        all.blobs.insert(all.blobs.end(), region.blobs.begin(), region.blobs.end());
+    }
+    return all;
+}
+
+/// Blobs as JSON and table, one region as it has always been written, several with their names.
+void WriteResults(const std::string& prefix, const InspectOptions& options,
+                  const std::vector<InspectionResult>& regions)
+{
+    nlohmann::ordered_json document;
+    std::string table;
+    if (regions.size() == 1)
+    {
+        document = ResultToJson(regions.front());
+        table = ResultToCsv(regions.front());
+    }
+    else
+    {
+        document["version"] = nResultVersion;
+        document["regions"] = nlohmann::ordered_json::array();
+        table = "region," + BlobColumns() + "\n";
+        for (const InspectionResult& region : regions)
+        {
+            document["regions"].push_back(ResultToJson(region));
+            for (const nlohmann::ordered_json& blob : document["regions"].back()["blobs"])
+                table += TableField(region.name) + "," + BlobRow(blob) + "\n";
+        }
+    }
+    document["image"] = options.images.places[0];
+    document["recipe"] = options.recipe;
+    WriteTextFile(prefix + ".blobs.json", document.dump(2) + "\n");
+    WriteTextFile(prefix + ".blobs.csv", table);
+}
+
+int RunSingle(const InspectOptions& options)
 {
     Progress progress(options.quiet);
     std::vector<Problem> found;
+    const std::string& file = options.images.places[0];
     GreyImage image;
-    Recipe recipe;
+    std::vector<Recipe> recipes;
     std::vector<TruthDefect> truth;
     const bool imageRead = Collect(found,
                                    [&]
                                    {
                                        const QuietCodecs quiet;
-                                       image = LoadGreyImage(options.image);
+                                       image = LoadGreyImage(file);
                                    });
     if (imageRead)
-        progress.Step("image:  " + options.image + ", " + std::to_string(image.Width()) + " by " +
+        progress.Step("image:  " + file + ", " + std::to_string(image.Width()) + " by " +
                       std::to_string(image.Height()) + " pixels");
     const bool recipeRead = Collect(found,
                                     [&]
                                     {
                                         const QuietCodecs quiet;
-                                        recipe = LoadRecipe(options.recipe);
+                                        recipes = LoadRecipes(options.recipe);
                                     });
     if (recipeRead)
         progress.Step("recipe: " + options.recipe);
     if (!options.truth.empty())
         Collect(found, [&] { truth = LoadTruth(options.truth); });
-    if (imageRead && recipeRead)
-        for (Problem& problem : CheckRecipeForImage(recipe, image.Width(), image.Height()))
-            found.push_back(std::move(problem));
+    if (imageRead)
+        for (std::size_t i = 0; i < recipes.size(); ++i)
+            for (Problem& problem : CheckRecipeForImage(recipes[i], image.Width(), image.Height()))
+            {
+                if (recipes.size() > 1)
+                    problem.field = RegionPrefix(i) + problem.field;
+                found.push_back(std::move(problem));
+            }
+    std::vector<InspectionResult> regions;
+    if (found.empty())
+        Collect(found,
+                [&]
+                {
+                    const int lanes = options.lanes > 0 ? options.lanes : DefaultLanes(recipes.size());
+                    Batch(recipes, lanes)
+                        .Run({{file, [&] { return image; }}},
+                             [&](const ImageResult& result)
+                             {
+                                 ThrowIfAny(result.problems);
+                                 regions = result.regions;
+                             });
+                });
     if (!found.empty())
     {
         PrintProblems(found);
         return ExitCode_BadInput;
     }
+    for (const InspectionResult& region : regions)
+        Summarise(region, progress);
 
-    InspectionResult result;
-    if (!Collect(found, [&] { result = Inspector(1, recipe.maxBlobs).Inspect(0, image, recipe); }))
-    {
-        PrintProblems(found);
-        return ExitCode_BadInput;
-    }
-    progress.Step("inspected " + std::string(result.direction == Direction_Vertical ? "vertically" : "horizontally") +
-                  ", engine " + FormatNumber(std::round(result.inspectMilliseconds * 10.0) / 10.0) + " ms");
-    Summarise(result, progress);
-
+    const InspectionResult all = Together(regions);
     std::vector<CRect> missed;
     if (!options.truth.empty())
     {
-        const TruthScore score = CompareWithTruth(truth, result.blobs);
+        const TruthScore score = CompareWithTruth(truth, all.blobs);
         for (std::size_t i = 0; i < truth.size(); ++i)
             if (!score.found[i])
                 missed.push_back(truth[i].box);
@@ -172,16 +259,12 @@ int RunInspect(const InspectOptions& options)
     }
 
     const std::string prefix =
-        options.output.empty() ? std::filesystem::path(options.image).replace_extension().string() : options.output;
+        options.output.empty() ? std::filesystem::path(file).replace_extension().string() : options.output;
     const bool written = Collect(found,
                                  [&]
                                  {
-                                     nlohmann::ordered_json document = ResultToJson(result);
-                                     document["image"] = options.image;
-                                     document["recipe"] = options.recipe;
-                                     WriteTextFile(prefix + ".blobs.json", document.dump(2) + "\n");
-                                     WriteTextFile(prefix + ".blobs.csv", ResultToCsv(result));
-                                     SaveOverlay(prefix + ".overlay.png", image, result, missed);
+                                     WriteResults(prefix, options, regions);
+                                     SaveOverlay(prefix + ".overlay.png", image, all, missed);
                                  });
     if (!written)
     {
@@ -189,7 +272,29 @@ int RunInspect(const InspectOptions& options)
         return ExitCode_NotWritten;
     }
     progress.Step("written: " + prefix + ".blobs.json, " + prefix + ".blobs.csv, " + prefix + ".overlay.png");
-    return result.warnings.empty() ? ExitCode_Done : ExitCode_Incomplete;
+    const bool complete = std::all_of(regions.begin(), regions.end(),
+                                      [](const InspectionResult& region) { return region.warnings.empty(); });
+    return complete ? ExitCode_Done : ExitCode_Incomplete;
+}
+
+int RunMany(const InspectOptions& options)
+{
+    if (!options.truth.empty())
+    {
+        PrintProblems({{"--truth", options.truth, "a single image"}});
+        return ExitCode_BadInput;
+    }
+    InspectBatchOptions batch;
+    batch.images = options.images;
+    batch.recipe = options.recipe;
+    batch.prefix = options.output.empty() ? "results" : options.output;
+    batch.lanes = options.lanes;
+    batch.start = options.resume      ? ResultLines::Start_Resume
+                  : options.overwrite ? ResultLines::Start_Afresh
+                                      : ResultLines::Start_New;
+    batch.retry = options.retry;
+    batch.quiet = options.quiet;
+    return RunInspectBatch(std::move(batch));
 }
 
 } // namespace
@@ -197,15 +302,40 @@ int RunInspect(const InspectOptions& options)
 void AddInspectCommand(CLI::App& app, Action& action)
 {
     const auto options = std::make_shared<InspectOptions>();
-    CLI::App* command = app.add_subcommand("inspect", "Inspect an image by a recipe");
-    command->add_option("image", options->image, "image file (PNG, TIFF, BMP, PGM, JPEG; 8-bit grey or equal to it)")
-        ->required();
+    CLI::App* command = app.add_subcommand("inspect", "Inspect images by a recipe");
+    CLI::Option* images =
+        command->add_option("images", options->images.places,
+                            "image files (PNG, TIFF, BMP, PGM, JPEG; 8-bit grey or equal to it) and folders of them");
     command->add_option("-r,--recipe", options->recipe, "recipe file; its fields: narvo recipe")->required();
-    command->add_option("-t,--truth", options->truth, "true defects to compare with: recall and false blobs");
+    command->add_option("-l,--list", options->images.list,
+                        "file with the name of an image in each line, - for the standard input");
+    command->add_flag("-R,--recursive", options->images.recursive, "look for images below the folders too");
+    command
+        ->add_option("-j,--lanes", options->lanes,
+                     "inspections at once, 1 to 256, each with engines of its own (default: one for each processor)")
+        ->check(CLI::Range(1, 256));
+    command->add_option("-t,--truth", options->truth,
+                        "true defects of a single image to compare with: recall and false blobs");
     command->add_option("-o,--output", options->output,
-                        "beginning of the result files' names (default: the image's name without its ending)");
+                        "beginning of the result files' names (default: for one image its name without the ending; "
+                        "for many, results)");
+    CLI::Option* resume = command->add_flag("--resume", options->resume,
+                                            "go on behind an earlier run: images that are done are left out, unless "
+                                            "their files have changed");
+    command->add_flag("--retry", options->retry, "with --resume: try images again that were refused")->needs(resume);
+    command->add_flag("--overwrite", options->overwrite, "begin afresh where results of many images are there already")
+        ->excludes(resume);
     command->add_flag("-q,--quiet", options->quiet, "print warnings and problems only");
-    command->callback([options, &action] { action = [options] { return RunInspect(*options); }; });
+    command->footer("One image leaves OUTPUT.blobs.json, OUTPUT.blobs.csv and OUTPUT.overlay.png. Several images, a "
+                    "folder or a list leave\nOUTPUT.jsonl with one line for each image as it ends, and OUTPUT.csv with "
+                    "one line for each blob.");
+    command->callback(
+        [options, images, &action]
+        {
+            if (images->count() == 0 && options->images.list.empty())
+                throw CLI::RequiredError("images or --list");
+            action = [options] { return options->IsSingle() ? RunSingle(*options) : RunMany(*options); };
+        });
 }
 
 } // namespace narvo

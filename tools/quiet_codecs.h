@@ -5,7 +5,7 @@ namespace narvo
 {
 
 /// While it lives, nothing reaches the error stream: the codecs write there directly about broken files, which the
-/// user gets told in one line of our own. For programs that do nothing else meanwhile.
+/// user gets told in one line of our own. It holds for all threads of the program.
 class QuietCodecs
 {
 public:
@@ -13,6 +13,9 @@ public:
     ~QuietCodecs();
     QuietCodecs(const QuietCodecs&) = delete;
     QuietCodecs& operator=(const QuietCodecs&) = delete;
+
+    /// The descriptor behind which the error stream can be reached meanwhile; -1 when it could not be set aside.
+    int ErrorStream() const { return m_errorStream; }
 
 private:
     int m_errorStream; ///< the stream's own descriptor, put back at the end; -1 when it could not be set aside
