@@ -354,10 +354,11 @@ void CLawScene::ChooseZones(CRandom& random, const CLawWishes& wishes)
                     param.rtInspect.top - random.Int(0, nCellHeight - 1));
     const std::size_t nSize = static_cast<std::size_t>(nCellWidth) * static_cast<std::size_t>(nCellHeight);
     const int nThreshold = random.Int(4, 40);
+    const int nClosed = 32700; // passes no pixel; with a gain, a higher value would wrap and pass all
     const bool bGain = !wishes.bNoGain && !wishes.bEvenHanded;
     for (std::size_t i = 0; i < nSize; ++i)
     {
-        aOffset.push_back(static_cast<short>(random.OneIn(40) ? 32767 : nThreshold + random.Int(0, 3)));
+        aOffset.push_back(static_cast<short>(random.OneIn(40) ? nClosed : nThreshold + random.Int(0, 3)));
         aGain.push_back(static_cast<short>(bGain ? random.Int(0, 20) : 0));
         aZone.push_back(static_cast<short>(random.Int(0, 3)));
         aKnee.push_back(static_cast<short>(random.Int(60, 180)));
@@ -430,6 +431,14 @@ double CLawScene::RealPitch() const
     return path.IsVertical() ? param.GetRealScanPitch() : param.GetRealConvPitch();
 }
 
+void CLawScene::EnterGridAtRegion()
+{
+    if (!path.IsZone())
+        return;
+    ptCell.x += (param.rtInspect.left - ptCell.x) / nCellWidth * nCellWidth;
+    ptCell.y += (param.rtInspect.top - ptCell.y) / nCellHeight * nCellHeight;
+}
+
 CPoint CLawScene::Middle() const
 {
     return {(param.rtInspect.left + param.rtInspect.right) / 2, (param.rtInspect.top + param.rtInspect.bottom) / 2};
@@ -454,8 +463,8 @@ CLawOutcome CLawScene::Run(CLawPool& pool, int nLane) const
         nCode = control.Inspect_Rect(nLane, &host.param, 0);
         break;
     }
-    CLawOutcome outcome =
-        CLawOutcome::Read(pool.Lane(nLane), nCode, path.IsVertical() && param.rtInspect.Width() >= 4000);
+    CLawOutcome outcome = CLawOutcome::Read(
+        pool.Lane(nLane), nCode, path.IsVertical() && param.bBandThread != 0 && param.rtInspect.Width() >= 4000);
     outcome.Move(rtImage.left, rtImage.top);
     return outcome;
 }

@@ -59,6 +59,8 @@ public:
     int Reach() const;
     /// The compare distance along the compared axis, pixels.
     double RealPitch() const;
+    /// Moves ptCell by whole cells to the one in which the region's corner lies: for regions that were changed.
+    void EnterGridAtRegion();
     /// The region's middle.
     CPoint Middle() const;
     /// What a failing case prints.
