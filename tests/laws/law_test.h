@@ -18,7 +18,7 @@ namespace narvo::test
 class LawTest : public testing::TestWithParam<LawMode>
 {
 protected:
-    static constexpr int nCases = 24; ///< scenes on each path
+    static constexpr int nCases = 16; ///< scenes on each path
 
     /// Calls Try(path, nSeed) for every path of the mode and every seed, each time at another vector level, until one
     /// of them fails.

@@ -56,8 +56,8 @@ CLawScene LoneDefects(const CLawPath& path, std::uint64_t nSeed)
     for (const int nPlace : {52, 64, 76})
     {
         const CPoint pt(rt.left + nPlace, rt.top + nPlace);
-        scene.world.aDefects.push_back({CRect(pt.x, pt.y, pt.x + random.Int(1, 4), pt.y + random.Int(1, 4)),
-                                        random.OneIn(2) ? 80 : -80});
+        scene.world.aDefects.push_back(
+            {CRect(pt.x, pt.y, pt.x + random.Int(1, 4), pt.y + random.Int(1, 4)), random.OneIn(2) ? 80 : -80});
     }
     return scene;
 }
