@@ -81,6 +81,11 @@ GreyImage::GreyImage(const std::uint8_t* pixels, int width, int height, std::ptr
     }
 }
 
+GreyImage& GreyImage::operator=(const GreyImage& other)
+{
+    return *this = GreyImage(other);
+}
+
 GreyImage LoadGreyImage(const std::filesystem::path& file)
 {
     std::error_code error;

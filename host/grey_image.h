@@ -21,6 +21,12 @@ public:
     GreyImage(int width, int height, std::uint8_t value = 0);
     /// Copies `height` rows of `width` pixels that lie `stride` bytes apart.
     GreyImage(const std::uint8_t* pixels, int width, int height, std::ptrdiff_t stride);
+    GreyImage(const GreyImage& other) = default;
+    GreyImage(GreyImage&& other) = default;
+    /// Changes nothing where memory runs out.
+    GreyImage& operator=(const GreyImage& other);
+    GreyImage& operator=(GreyImage&& other) = default;
+    ~GreyImage() = default;
 
     int Width() const { return m_width; }
     int Height() const { return m_height; }

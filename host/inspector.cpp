@@ -59,6 +59,16 @@ std::vector<CNarvoAssem*> EnginesOf(CNarvoAssem& lane)
     return engines;
 }
 
+/// Whether every engine of a lane has all its stores. The pool tells of missing lanes only.
+bool IsWhole(CNarvoAssem& lane, int maxBlobs)
+{
+    const std::vector<CNarvoAssem*> engines = EnginesOf(lane);
+    return engines.size() > 1 &&
+           std::all_of(engines.begin(), engines.end(),
+                       [maxBlobs](const CNarvoAssem* one)
+                       { return one->pPixelX != nullptr && one->pPair != nullptr && one->nBlobSize == maxBlobs; });
+}
+
 void CollectBlobs(CNarvoAssem& engine, const Recipe& recipe, InspectionResult& result)
 {
     for (int i = 0; i < engine.GetBlobCount(); ++i)
@@ -105,7 +115,10 @@ Inspector::Inspector(int lanes, int maxBlobs)
     if (maxBlobs < 1 || maxBlobs > nBlobLimit)
         found.push_back({"max_blobs", std::to_string(maxBlobs), "1 to " + std::to_string(nBlobLimit)});
     ThrowIfAny(std::move(found));
-    if (m_pool->InitAssemControl(lanes, maxBlobs) != lanes || m_pool->GetNarvoAssem(lanes - 1)->nBlobSize != maxBlobs)
+    bool whole = m_pool->InitAssemControl(lanes, maxBlobs) == lanes;
+    for (int i = 0; whole && i < lanes; ++i)
+        whole = IsWhole(*m_pool->GetNarvoAssem(i), maxBlobs);
+    if (!whole)
         throw HostError(
             {{"memory", "not enough for " + std::to_string(lanes) + " lanes of " + std::to_string(maxBlobs) + " blobs",
               "fewer lanes or a smaller max_blobs"}});
@@ -207,7 +220,9 @@ InspectionResult Inspector::Inspect(int lane, const GreyImage& image, const Reci
         result.warnings.push_back("room for blobs ran out, or nearly so: raise max_blobs (" +
                                   std::to_string(m_maxBlobs) + ")");
     if (result.code == 16 && result.warnings.empty())
-        result.warnings.push_back("more pairs than the engine's store holds");
+        result.warnings.push_back(engine.GetPairCount() > engine.nPairSize
+                                      ? "more pairs than the engine's store holds"
+                                      : "not enough memory for the search: part of the region was not looked at");
     result.totalMilliseconds = MillisecondsSince(start);
     return result;
 }

@@ -46,7 +46,7 @@ struct Blob
 struct InspectionResult
 {
     std::string name; ///< the recipe's
-    int code = 0;     ///< the engine's: 1 done, 16 done with re-runs or more pairs than fit
+    int code = 0;     ///< the engine's: 1 done, 16 done with re-runs, more pairs than fit or memory short
     Direction direction = Direction_Vertical;
     CRect region;
     std::vector<std::vector<CPoint>> outlines; ///< corners of the region's parts where it is no rectangle
@@ -64,7 +64,8 @@ struct InspectionResult
 class Inspector
 {
 public:
-    /// @throws HostError for lanes outside 1 .. 256, blobs outside 1 .. 1000000, or without memory
+    /// @throws HostError for lanes outside 1 .. 256, blobs outside 1 .. 1000000, or without memory for the engines;
+    /// std::bad_alloc without memory for anything else
     Inspector(int lanes, int maxBlobs);
     ~Inspector();
     Inspector(const Inspector&) = delete;
@@ -74,7 +75,8 @@ public:
 
     /// Inspects one image. Re-run budgets of the lane and of its band engines start afresh, so that no image inherits
     /// another's.
-    /// @throws HostError when recipe, image or lane is not valid
+    /// @throws HostError when recipe, image or lane is not valid; std::bad_alloc without memory for tables or results,
+    /// and the lane stays usable. Memory that the engine lacks for its search turns the code to 16, with a warning
     InspectionResult Inspect(int lane, const GreyImage& image, const Recipe& recipe);
 
 private:

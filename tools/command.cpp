@@ -21,11 +21,7 @@ namespace
 
 // In the order in which the help shows them.
 constexpr AddCommand commands[] = {
-    AddInspectCommand,
-    AddPitchCommand,
-    AddReportCommand,
-    AddSynthCommand,
-    AddRecipeCommand,
+    AddInspectCommand, AddPitchCommand, AddReportCommand, AddSynthCommand, AddRecipeCommand,
 };
 
 } // namespace

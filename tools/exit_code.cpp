@@ -10,7 +10,7 @@ std::string DescribeExitCodes()
 {
     return "Exit codes:\n"
            "  0  done\n"
-           "  1  unexpected error\n"
+           "  1  unexpected error, or not enough memory\n"
            "  2  bad command line, image, recipe or truth file; one line on the error stream for each problem\n"
            "  3  a result file could not be written\n"
            "  4  inspected, but part of the image was not looked at or blobs were lost; results are written\n"

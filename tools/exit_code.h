@@ -12,7 +12,7 @@ namespace narvo
 enum ExitCode : int
 {
     ExitCode_Done = 0,
-    ExitCode_Unexpected = 1,  ///< an error that the program did not foresee
+    ExitCode_Unexpected = 1,  ///< an error that the program did not foresee, or not enough memory
     ExitCode_BadInput = 2,    ///< command line, image, recipe or truth
     ExitCode_NotWritten = 3,  ///< a result file could not be written
     ExitCode_Incomplete = 4,  ///< inspected, but part of the image was not looked at or blobs were lost
