@@ -27,6 +27,8 @@ inline std::uint8_t ReadPixel(const CImageView& image, std::int64_t x, std::int6
 inline const std::uint8_t* ReadRow(const CImageView& image, std::int64_t x, std::int64_t y, std::int64_t nCount,
                                    std::uint8_t* pCopy)
 {
+    if (nCount <= 0)
+        return pCopy; // empty regions come without an image, too
     if (!image.IsFilled(y))
     {
         std::memset(pCopy, 0, static_cast<std::size_t>(nCount));

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "narvoassem/fixed_pitch.h"
 #include "narvoassem/truncate.h"
 #include "narvoassem/wrap_int.h"
 
@@ -30,6 +31,15 @@ CRowStep MakeRowStep(double dPitch)
     const int nRows = narvo::TruncateToInt(dPitch);
     const int nFar = narvo::TruncateToInt((dPitch - nRows) * 16 + 0.5);
     return {nRows, 16 - nFar, nFar};
+}
+
+/// False where sums would run over nothing or, for all that matters, for ever: windows beyond those of the parameter
+/// checks, distances that no image holds.
+bool HasExtent(const CConvParam& param, double dPitch)
+{
+    constexpr int nWindowLimit = 1023;
+    return param.pImage != nullptr && narvo::IsPitchUsable(dPitch) && param.nConvWidth <= nWindowLimit &&
+           param.nConvHeight <= nWindowLimit && (param.nImageHeight <= 0 || std::fabs(dPitch) <= param.nImageHeight);
 }
 
 /// Window sums of one image, values limited from above.
@@ -177,7 +187,7 @@ void CASGInspection::VConvolutionConvC(CConvParam* pParam)
     nParingCnt = 0;
 
     const double dPitch = pParam->GetRealScanPitch();
-    if (!std::isfinite(dPitch))
+    if (!HasExtent(*pParam, dPitch))
         return;
     const CRowStep single = MakeRowStep(dPitch);
     const CRowStep twice = MakeRowStep(dPitch * 2);

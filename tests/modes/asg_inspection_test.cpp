@@ -322,15 +322,36 @@ TEST(AsgInspection, RandomCasesEqualThePlainForm)
     EXPECT_GT(nHits, 1000U);
 }
 
-TEST(AsgInspection, PitchThatIsNoNumberInspectsNothing)
+TEST(AsgInspection, PitchThatIsNoNumberOrThatNoImageHoldsInspectsNothing)
 {
     CColumn column(std::vector<unsigned char>(40, 100));
     column.param.nThreshold = -1;
-    for (const double dPitch : {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()})
+    column.param.dScanPitch = 40.0;
+    EXPECT_FALSE(RunCompare(column.param).empty());
+    for (const double dPitch : {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
+                                40.01, -40.01, 1e9, -1e300})
     {
         column.param.dScanPitch = dPitch;
         EXPECT_TRUE(RunCompare(column.param).empty());
     }
+}
+
+TEST(AsgInspection, WindowsBeyondThoseOfTheChecksAndANullImageInspectNothing)
+{
+    CColumn column(std::vector<unsigned char>(40, 100));
+    column.param.nThreshold = -1;
+    column.param.dScanPitch = 5.0;
+    for (int CConvParam::*pSide : {&CConvParam::nConvWidth, &CConvParam::nConvHeight})
+    {
+        for (const int nSide : {1024, std::numeric_limits<int>::max()})
+        {
+            CConvParam param(column.param);
+            param.*pSide = nSide;
+            EXPECT_TRUE(RunCompare(param).empty()) << nSide;
+        }
+    }
+    column.param.pImage = nullptr;
+    EXPECT_TRUE(RunCompare(column.param).empty());
 }
 
 } // namespace
