@@ -68,8 +68,8 @@ std::string TableRows(const ordered_json& line)
     std::string rows;
     for (const ordered_json& region : line["regions"])
         for (const ordered_json& blob : region["blobs"])
-            rows += TableField(line["image"].get<std::string>()) + "," + TableField(region["name"].get<std::string>()) + "," +
-                    BlobRow(blob) + "\n";
+            rows += TableField(line["image"].get<std::string>()) + "," + TableField(region["name"].get<std::string>()) +
+                    "," + BlobRow(blob) + "\n";
     return rows;
 }
 

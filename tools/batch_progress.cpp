@@ -99,9 +99,9 @@ void BatchProgress::Show(bool last)
     if (room >= 10)
     {
         const int width = std::min(room, 40);
-        const int full = m_total == 0 ? width
-                                      : static_cast<int>(static_cast<double>(m_count) / static_cast<double>(m_total) *
-                                                         width);
+        const int full = m_total == 0
+                             ? width
+                             : static_cast<int>(static_cast<double>(m_count) / static_cast<double>(m_total) * width);
         line = "[" + std::string(static_cast<std::size_t>(full), '#') +
                std::string(static_cast<std::size_t>(width - full), '.') + "] ";
     }

@@ -217,8 +217,7 @@ TEST(NarvoBatch, ChangedImageIsDoneAgainAndATouchedOneIsNot)
     fs::last_write_time(folder / "images/i001.pgm", fs::file_time_type::clock::now());
     const Outcome outcome = RunNarvo(folder, {"inspect", "images", "-r", "panel.recipe.json", "--resume"});
     EXPECT_EQ(outcome.code, 0);
-    EXPECT_THAT(outcome.out,
-                HasSubstr("images: 1 to inspect, 2 done before, 1 earlier results no longer hold\n"));
+    EXPECT_THAT(outcome.out, HasSubstr("images: 1 to inspect, 2 done before, 1 earlier results no longer hold\n"));
     const std::vector<json> lines = Lines(folder);
     EXPECT_THAT(Images(lines), ElementsAre("images/i001.pgm", "images/i002.pgm", "images/i000.pgm"));
     EXPECT_EQ(lines[2]["regions"], lines[1]["regions"]);
@@ -303,7 +302,8 @@ TEST(NarvoBatch, BadSelectionsAreToldAllAtOnce)
     EXPECT_FALSE(fs::exists(folder / "results.jsonl"));
     EXPECT_EQ(RunNarvo(folder, {"inspect", "-r", "panel.recipe.json"}).code, 2);
     EXPECT_EQ(RunNarvo(folder, {"inspect", "images", "-r", "panel.recipe.json", "--lanes", "0"}).code, 2);
-    EXPECT_EQ(RunNarvo(folder, {"inspect", "images", "-r", "panel.recipe.json", "--truth", "panel.truth.json"}).code, 2);
+    EXPECT_EQ(RunNarvo(folder, {"inspect", "images", "-r", "panel.recipe.json", "--truth", "panel.truth.json"}).code,
+              2);
     EXPECT_EQ(RunNarvo(folder, {"inspect", "images", "-r", "panel.recipe.json", "-o", "no/such/folder/x"}).code, 3);
 }
 
@@ -312,8 +312,9 @@ TEST(NarvoBatch, SeveralRegionsComeBySingleAndByBatchRuns)
     const TestFolder folder;
     MakeImages(folder, 2);
     json recipe = json::parse(ReadText(folder / "panel.recipe.json"));
-    recipe["regions"] = {{{"name", "left, upper"}, {"region", {{"left", 0}, {"top", 0}, {"right", 256}, {"bottom", 640}}}},
-                         {{"name", "right"}, {"region", {{"left", 256}, {"top", 0}, {"right", 512}, {"bottom", 640}}}}};
+    recipe["regions"] = {
+        {{"name", "left, upper"}, {"region", {{"left", 0}, {"top", 0}, {"right", 256}, {"bottom", 640}}}},
+        {{"name", "right"}, {"region", {{"left", 256}, {"top", 0}, {"right", 512}, {"bottom", 640}}}}};
     std::ofstream(folder / "two.json") << recipe;
     ASSERT_EQ(RunNarvo(folder, {"inspect", "images", "-r", "two.json", "-q", "--lanes", "3"}).code, 0);
     const std::vector<json> lines = Lines(folder);
