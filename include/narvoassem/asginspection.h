@@ -37,7 +37,7 @@ public:
     /// The comparison over rtInspect with the window nConvWidth by nConvHeight, threshold nThreshold (window-sum
     /// units) and nGrayLimit. Without a pair buffer nothing happens; the 10001st hit ends the run. Rows outside an
     /// image of known height count as its first or last row. Nothing is found without an image, with windows beyond
-    /// 1023 pixels, and at a pitch that is not finite or beyond the image's height.
+    /// 1023 pixels, and at a pitch that is not finite or beyond 2^26 pixels.
     void VConvolutionConvC(CConvParam* pParam);
     int GetParingCnt() const;
 

@@ -3,7 +3,6 @@
 #include "narvoassem/asginspection.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 
 #include "narvoassem/fixed_pitch.h"
@@ -33,13 +32,13 @@ CRowStep MakeRowStep(double dPitch)
     return {nRows, 16 - nFar, nFar};
 }
 
-/// False where sums would run over nothing or, for all that matters, for ever: windows beyond those of the parameter
-/// checks, distances that no image holds.
+/// False where there is nothing to sum, or no end to it: windows beyond those of the parameter checks, distances that
+/// no image holds.
 bool HasExtent(const CConvParam& param, double dPitch)
 {
     constexpr int nWindowLimit = 1023;
     return param.pImage != nullptr && narvo::IsPitchUsable(dPitch) && param.nConvWidth <= nWindowLimit &&
-           param.nConvHeight <= nWindowLimit && (param.nImageHeight <= 0 || std::fabs(dPitch) <= param.nImageHeight);
+           param.nConvHeight <= nWindowLimit;
 }
 
 /// Window sums of one image, values limited from above.
@@ -223,6 +222,10 @@ void CASGInspection::VConvolutionConvC(CConvParam* pParam)
     // The first band looks down, the last one up, the middle one both ways. In a low region the bands overlap.
     const std::int64_t nMiddle = nTop + single.nRows + 1;
     const std::int64_t nLast = nBottom - (single.nRows + 1);
-    if (scanBand(nTop, nMiddle, 1, twice, 1) && scanBand(nMiddle, nLast, 1, single, -1))
-        scanBand(nLast, nBottom, -1, twice, -1);
+    // A band that looks on from beyond an image of known height sees the same row everywhere, and finds nothing.
+    const bool bBounded = pParam->nImageHeight > 0 && nThreshold >= 0;
+    const std::int64_t nFirstEnd = bBounded ? std::min<std::int64_t>(nMiddle, pParam->nImageHeight) : nMiddle;
+    const std::int64_t nLastBegin = bBounded ? std::max<std::int64_t>(nLast, -pParam->nConvHeight) : nLast;
+    if (scanBand(nTop, nFirstEnd, 1, twice, 1) && scanBand(nMiddle, nLast, 1, single, -1))
+        scanBand(nLastBegin, nBottom, -1, twice, -1);
 }

@@ -326,13 +326,27 @@ TEST(AsgInspection, PitchThatIsNoNumberOrThatNoImageHoldsInspectsNothing)
 {
     CColumn column(std::vector<unsigned char>(40, 100));
     column.param.nThreshold = -1;
-    column.param.dScanPitch = 40.0;
+    column.param.dScanPitch = 1000.0;
     EXPECT_FALSE(RunCompare(column.param).empty());
-    for (const double dPitch : {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
-                                40.01, -40.01, 1e9, -1e300})
+    for (const double dPitch :
+         {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(), 1e8, -1e300})
     {
         column.param.dScanPitch = dPitch;
         EXPECT_TRUE(RunCompare(column.param).empty());
+    }
+}
+
+TEST(AsgInspection, PitchFarBeyondTheImageEndsAtItsRows)
+{
+    CColumn column(std::vector<unsigned char>(40, 100));
+    column.image[0] = column.image[1] = 200; // row 0 against the last row, which all rows below count as
+    column.param.nThreshold = 20;
+    for (const double dPitch : {60.0, 60000000.0})
+    {
+        column.param.dScanPitch = dPitch;
+        const std::vector<CDefectPair> pairs = RunCompare(column.param);
+        ASSERT_FALSE(pairs.empty());
+        EXPECT_EQ(pairs.front().ptDefect, CPoint(0, 0));
     }
 }
 
