@@ -17,7 +17,6 @@ namespace narvo
 namespace
 {
 
-constexpr int nRowMultiple = 4;
 constexpr int nWordPerByte = 257; // 16-bit full scale over 8-bit full scale
 
 const char* const szLossless = "8-bit grey, or an image that 8-bit grey can hold without loss (equal colour channels, "

@@ -1,5 +1,5 @@
-// An 8-bit grey image that owns its pixels, and its way from and to image files. Nothing here knows the engine but for
-// the row length that it likes.
+// An 8-bit grey image that owns its pixels, a view of one that lies elsewhere, and the way from and to image files.
+// Nothing here knows the engine but for the row length that it likes.
 #pragma once
 
 #include <cstddef>
@@ -9,6 +9,9 @@
 
 namespace narvo
 {
+
+/// Rows of this many bytes, or a multiple, are what the engine's pair filters read at.
+constexpr int nRowMultiple = 4;
 
 /// Row-major 8-bit grey image. Rows are padded to a multiple of 4 pixels by repeating the last one: the engine's pair
 /// filters address rows at that length.
@@ -42,6 +45,36 @@ private:
     int m_height = 0;
     int m_stride = 0;
     std::vector<std::uint8_t> m_pixels;
+};
+
+/// What an inspection reads: the pixels of a GreyImage, or of an image that a host holds in memory. It owns nothing
+/// and must not outlive the pixels.
+class GreyView
+{
+public:
+    GreyView(const GreyImage& image)
+        : m_pixels(image.IsEmpty() ? nullptr : image.Row(0)), m_width(image.Width()), m_height(image.Height()),
+          m_stride(image.Stride())
+    {
+    }
+    /// `height` rows of `width` pixels without gaps; `width` is a multiple of 4 (nRowMultiple).
+    GreyView(const std::uint8_t* pixels, int width, int height)
+        : m_pixels(pixels), m_width(width), m_height(height), m_stride(width)
+    {
+    }
+
+    int Width() const { return m_width; }
+    int Height() const { return m_height; }
+    /// Bytes from row to row, a multiple of 4.
+    int Stride() const { return m_stride; }
+    bool IsEmpty() const { return m_width <= 0 || m_height <= 0; }
+    const std::uint8_t* Row(int y) const { return m_pixels + static_cast<std::ptrdiff_t>(y) * m_stride; }
+
+private:
+    const std::uint8_t* m_pixels;
+    int m_width;
+    int m_height;
+    int m_stride;
 };
 
 /// Reads PNG, TIFF, BMP, PGM or JPEG. Colour, 16-bit and alpha images are taken only where 8-bit grey says the same:

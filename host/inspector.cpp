@@ -76,6 +76,19 @@ void CollectBlobs(CNarvoAssem& engine, const Recipe& recipe, InspectionResult& r
             result.blobs.push_back(CopyBlob(blob));
 }
 
+void CollectPairs(CNarvoAssem& engine, InspectionResult& result)
+{
+    // The count goes on where the store is full.
+    for (int i = 0; i < std::min(engine.GetPairCount(), engine.nPairSize); ++i)
+    {
+        const CDefectPair& source = *engine.GetPairDefect(i);
+        result.pairRecords.push_back({source.ptDefect, source.nDefectType == DefectType_Bright,
+                                      source.nDefectType == DefectType_Removed, source.nDefectPos, source.nDefectPair,
+                                      source.nPeak, source.nSrcGray, source.nCmpGray, source.nThreshold,
+                                      source.nZoneIndex});
+    }
+}
+
 /// The second pass of a two-pass kernel builds blobs from the pairs of both, so that those of the first come twice: of
 /// two blobs of one polarity that overlap the larger stands, of equal ones the first.
 void DropRepeated(std::vector<Blob>& blobs)
@@ -127,7 +140,8 @@ Inspector::Inspector(int lanes, int maxBlobs)
 Inspector::~Inspector() = default;
 
 /// The engine clears itself at each trapezium, so blobs are collected in between. @return the engine's code
-int Inspector::InspectTrapezia(int lane, ParameterSet& set, const Recipe& recipe, InspectionResult& result)
+int Inspector::InspectTrapezia(int lane, ParameterSet& set, const Recipe& recipe, bool withPairs,
+                               InspectionResult& result)
 {
     CNarvoAssem& engine = *m_pool->GetNarvoAssem(lane);
     int worst = 1;
@@ -144,11 +158,13 @@ int Inspector::InspectTrapezia(int lane, ParameterSet& set, const Recipe& recipe
         result.overflowed = result.overflowed || engine.GetPairCount() >= engine.nPairSize;
         worst = std::max(worst, code);
         CollectBlobs(engine, recipe, result);
+        if (withPairs)
+            CollectPairs(engine, result);
     }
     return worst;
 }
 
-InspectionResult Inspector::Inspect(int lane, const GreyImage& image, const Recipe& recipe)
+InspectionResult Inspector::Inspect(int lane, const GreyView& image, const Recipe& recipe, bool withPairs)
 {
     if (lane < 0 || lane >= m_lanes)
         throw HostError({{"lane", std::to_string(lane), "0 to " + std::to_string(m_lanes - 1)}});
@@ -170,7 +186,7 @@ InspectionResult Inspector::Inspect(int lane, const GreyImage& image, const Reci
     if (recipe.GetKind() == Kind_FreeForm)
         result.outlines.push_back(recipe.regionPoints);
     if (recipe.GetKind() == Kind_Trapezium)
-        result.code = InspectTrapezia(lane, set, recipe, result);
+        result.code = InspectTrapezia(lane, set, recipe, withPairs, result);
     else
     {
         result.code = m_pool->Inspect_Rect(lane, &set.Block(), recipe.GetKind() == Kind_Asg ? 1 : 0);
@@ -192,6 +208,9 @@ InspectionResult Inspector::Inspect(int lane, const GreyImage& image, const Reci
                  [](const CNarvoAssem* one) { return one->GetPairCount() > 0; });
     if (passes.empty())
         passes.push_back(&engine);
+    if (withPairs && recipe.GetKind() != Kind_Trapezium)
+        for (CNarvoAssem* one : passes)
+            CollectPairs(*one, result);
     result.overflowed =
         result.overflowed || std::any_of(passes.begin(), passes.end(),
                                          [](const CNarvoAssem* one) { return one->GetPairCount() >= one->nPairSize; });

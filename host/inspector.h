@@ -42,6 +42,21 @@ struct Blob
     double elongation;
 };
 
+/// One answer of the comparison, as it stands once blobs have been built from all of them.
+struct Pair
+{
+    CPoint place;
+    bool bright;   ///< brighter than its reference, otherwise darker; of a removed pair, darker
+    bool removed;  ///< a filter took it for a false answer: it is in no blob
+    int band;      ///< 1 first pitch of the region, 2 middle, 3 last
+    int origin;    ///< a DefectPair of the engine: 1 both answers found, 3 or 4 settled by classification, 5 single
+    int peak;      ///< how far it rises above its threshold, grey levels; of window sums, in their units
+    int grey;      ///< at its place
+    int reference; ///< what it was compared with
+    int threshold; ///< that applied there
+    int zone;
+};
+
 /// What came out of one inspection.
 struct InspectionResult
 {
@@ -58,6 +73,7 @@ struct InspectionResult
     double totalMilliseconds = 0.0;    ///< tables and copies included
     std::vector<std::string> warnings; ///< what was perhaps not looked at, or lost
     std::vector<Blob> blobs;
+    std::vector<Pair> pairRecords; ///< the counted pairs themselves, where they were asked for
 };
 
 /// Engines for `lanes` inspections at once. Calls on different lanes may run on different threads.
@@ -74,13 +90,13 @@ public:
     int Lanes() const { return m_lanes; }
 
     /// Inspects one image. Re-run budgets of the lane and of its band engines start afresh, so that no image inherits
-    /// another's.
+    /// another's. `withPairs` asks for pairRecords.
     /// @throws HostError when recipe, image or lane is not valid; std::bad_alloc without memory for tables or results,
     /// and the lane stays usable. Memory that the engine lacks for its search turns the code to 16, with a warning
-    InspectionResult Inspect(int lane, const GreyImage& image, const Recipe& recipe);
+    InspectionResult Inspect(int lane, const GreyView& image, const Recipe& recipe, bool withPairs = false);
 
 private:
-    int InspectTrapezia(int lane, ParameterSet& set, const Recipe& recipe, InspectionResult& result);
+    int InspectTrapezia(int lane, ParameterSet& set, const Recipe& recipe, bool withPairs, InspectionResult& result);
 
     std::unique_ptr<CAssemControl> m_pool;
     int m_lanes;

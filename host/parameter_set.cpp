@@ -17,7 +17,7 @@ namespace
 constexpr int nFraction = 16; // pitches of tables are in 1/16 pixel
 constexpr int nGroup = 16;    // a table entry serves 16 rows or columns
 
-const Recipe& Checked(const GreyImage& image, const Recipe& recipe)
+const Recipe& Checked(const GreyView& image, const Recipe& recipe)
 {
     if (image.IsEmpty())
         throw HostError({{"image", "empty", "an image of at least one pixel"}});
@@ -50,7 +50,7 @@ int InspectModeOf(const Recipe& recipe)
 
 } // namespace
 
-ParameterSet::ParameterSet(const GreyImage& image, const Recipe& recipe) : m_cell(CellOf(Checked(image, recipe)))
+ParameterSet::ParameterSet(const GreyView& image, const Recipe& recipe) : m_cell(CellOf(Checked(image, recipe)))
 {
     m_param.pImage = const_cast<unsigned char*>(image.Row(0));
     m_param.nImageWidth = image.Stride();
@@ -226,7 +226,7 @@ void ParameterSet::FillRegionMaps(const Recipe& recipe, bool vertical)
     m_param.nZoneScanMultiple = static_cast<int>((m_param.rtInspect.Height() + 2) / recipe.pitchY) + 1;
 }
 
-void ParameterSet::FillTables(const GreyImage& image, const Recipe& recipe)
+void ParameterSet::FillTables(const GreyView& image, const Recipe& recipe)
 {
     // One entry more than the image's sixteenths: the kernels count from the region's top and fetch ahead.
     const auto entries = [](int pixels) { return static_cast<std::size_t>((pixels + nGroup - 1) / nGroup + 1); };

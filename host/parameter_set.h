@@ -23,7 +23,7 @@ class ParameterSet
 {
 public:
     /// @throws HostError unless the recipe is valid for the image
-    ParameterSet(const GreyImage& image, const Recipe& recipe);
+    ParameterSet(const GreyView& image, const Recipe& recipe);
     ParameterSet(const ParameterSet&) = delete;
     ParameterSet& operator=(const ParameterSet&) = delete;
 
@@ -40,7 +40,7 @@ private:
     void FillShape(const Recipe& recipe);
     void FillMaps(const Recipe& recipe);
     void FillRegionMaps(const Recipe& recipe, bool vertical);
-    void FillTables(const GreyImage& image, const Recipe& recipe);
+    void FillTables(const GreyView& image, const Recipe& recipe);
     void FillZoneTables(const Recipe& recipe);
     short* AddMap(const Recipe& recipe, const GreyImage& painted, int ZoneSettings::*member);
 

@@ -28,7 +28,7 @@ double PitchOr(const AxisPitch& axis, const AxisPitch& other, int side)
 class Differences
 {
 public:
-    Differences(const GreyImage& image, bool alongX, double pitch)
+    Differences(const GreyView& image, bool alongX, double pitch)
         : m_image(image), m_alongX(alongX), m_whole(static_cast<int>(pitch)),
           m_part(static_cast<int>(pitch * nSixteenths) % nSixteenths)
     {
@@ -43,7 +43,7 @@ public:
     }
 
 private:
-    const GreyImage& m_image;
+    GreyView m_image;
     bool m_alongX;
     int m_whole;
     int m_part;
@@ -94,7 +94,7 @@ std::vector<double> Widen(const std::vector<double>& values, int width, int heig
 }
 
 /// The threshold that every place of the cell needs, row by row.
-std::vector<double> MeasureThresholds(const GreyImage& image, const CRect& region, const Recipe& recipe, bool alongX)
+std::vector<double> MeasureThresholds(const GreyView& image, const CRect& region, const Recipe& recipe, bool alongX)
 {
     constexpr double dSigmas = 6.0;
     constexpr double dRounding = 0.5; // grey levels: least spread that whole numbers leave
@@ -164,7 +164,7 @@ void PaintZones(const std::vector<double>& thresholds, Recipe& recipe)
 
 } // namespace
 
-Recipe MakePitchRecipe(const GreyImage& image, const CRect& region, const PitchResult& pitch)
+Recipe MakePitchRecipe(const GreyView& image, const CRect& region, const PitchResult& pitch)
 {
     constexpr double dCellWidth = 16.0; // narrowest zone cell, pixels
     const bool alongX = !pitch.y.found;

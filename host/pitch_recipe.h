@@ -15,6 +15,6 @@ namespace narvo
 /// differences from one period to the next there; rare ones, which may be defects, do not count. The name of the zone
 /// image's file is left empty. At least one axis must have been found.
 /// @throws HostError when no valid recipe comes of it
-Recipe MakePitchRecipe(const GreyImage& image, const CRect& region, const PitchResult& pitch);
+Recipe MakePitchRecipe(const GreyView& image, const CRect& region, const PitchResult& pitch);
 
 } // namespace narvo

@@ -32,7 +32,7 @@ constexpr double dFlat = 0.25;    // variance below which there is no pattern, s
 class Lines
 {
 public:
-    Lines(const GreyImage& image, const CRect& region, bool alongX) : m_image(image), m_region(region), m_alongX(alongX)
+    Lines(const GreyView& image, const CRect& region, bool alongX) : m_image(image), m_region(region), m_alongX(alongX)
     {
     }
     int Length() const { return m_alongX ? m_region.Width() : m_region.Height(); }
@@ -45,7 +45,7 @@ public:
     }
 
 private:
-    const GreyImage& m_image;
+    GreyView m_image;
     const CRect& m_region;
     bool m_alongX;
 };
@@ -279,7 +279,7 @@ PitchPeak FindRunnerUp(const std::vector<Dip>& dips, const Dip& pitch)
 }
 
 /// One run of the engine's search along the axis: the best displacement around `center`, 1/16 pixel.
-int RunFine(const GreyImage& image, const CRect& region, bool alongX, int center, int range, int noise)
+int RunFine(const GreyView& image, const CRect& region, bool alongX, int center, int range, int noise)
 {
     constexpr int nReadOn = 3; // pixels read behind the displaced place
     const int reach = (center + range) / nSteps + nReadOn;
@@ -315,7 +315,7 @@ int FollowMultiples(const std::vector<Dip>& dips, int most, double& place)
 
 /// Standard deviation of the noise of a pixel, from the median difference one pitch on: places where the pattern
 /// itself differs hardly count.
-double MeasureNoise(const GreyImage& image, const CRect& region, bool alongX, double pitch)
+double MeasureNoise(const GreyView& image, const CRect& region, bool alongX, double pitch)
 {
     constexpr double dMedianOfNormal = 0.6745;
     constexpr int nRowStep = 3;
@@ -344,7 +344,7 @@ double MeasureNoise(const GreyImage& image, const CRect& region, bool alongX, do
 /// The engine's own answer over the most periods that leave a third of the region to compare. Differences that noise
 /// alone explains are left out of its cost: the engine's reference is smoother between whole pixels than at them, so
 /// that noise would draw the answer there.
-void Refine(const GreyImage& image, const CRect& region, bool alongX, AxisPitch& axis)
+void Refine(const GreyView& image, const CRect& region, bool alongX, AxisPitch& axis)
 {
     constexpr int nRange = 2; // 1/16 pixel: the coarse search is that close
     constexpr double dSigmas = 4.0;
@@ -355,7 +355,7 @@ void Refine(const GreyImage& image, const CRect& region, bool alongX, AxisPitch&
     axis.sixteenths = static_cast<int>(std::lround(axis.pitch * nSteps));
 }
 
-AxisPitch SearchAxis(const GreyImage& image, const CRect& region, bool alongX)
+AxisPitch SearchAxis(const GreyView& image, const CRect& region, bool alongX)
 {
     constexpr int nMultiples = 3;
     const Lines lines(image, region, alongX);
@@ -387,7 +387,7 @@ AxisPitch SearchAxis(const GreyImage& image, const CRect& region, bool alongX)
 
 } // namespace
 
-PitchResult SearchPitch(const GreyImage& image, const CRect& region)
+PitchResult SearchPitch(const GreyView& image, const CRect& region)
 {
     std::vector<Problem> found;
     const auto check = [&](const char* side, int value, int low, int highest)

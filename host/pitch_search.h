@@ -47,6 +47,6 @@ constexpr int nPitchSearchSide = 64;
 constexpr double dPitchConfidenceLow = 0.3;
 
 /// Searches a region, which must lie inside the image. @throws HostError when it does not, or is too small
-PitchResult SearchPitch(const GreyImage& image, const CRect& region);
+PitchResult SearchPitch(const GreyView& image, const CRect& region);
 
 } // namespace narvo

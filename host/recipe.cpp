@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <limits>
 #include <set>
 #include <sstream>
@@ -319,10 +320,12 @@ void ReadStructured(std::string_view path, const json& value, Recipe& recipe, Pr
     }
 }
 
-void LoadPainted(const char* field, const std::string& name, const std::filesystem::path& folder, GreyImage& image,
-                 Problems& found)
+void LoadPainted(const char* field, const std::string& name, const std::filesystem::path& folder,
+                 std::optional<GreyImage>& given, GreyImage& image, Problems& found)
 {
-    if (name.empty())
+    if (given)
+        image = std::move(*given);
+    if (given || name.empty())
         return;
     try
     {
@@ -404,7 +407,7 @@ Kind KindOf(int mode, int regionShape)
 namespace
 {
 
-Recipe ParseRegion(const json& document, const std::filesystem::path& folder)
+Recipe ParseRegion(const json& document, const std::filesystem::path& folder, RecipeImages given)
 {
     Problems found;
     Recipe recipe;
@@ -422,8 +425,9 @@ Recipe ParseRegion(const json& document, const std::filesystem::path& folder)
                   if (path != szRegion)
                       ReadStructured(path, value, recipe, found);
               });
-    LoadPainted("zones.image", recipe.zoneImageFile, folder, recipe.zoneImage, found);
-    LoadPainted("zones.class_image", recipe.classImageFile, folder, recipe.classImage, found);
+    LoadPainted("zones.image", recipe.zoneImageFile, folder, given.zoneImage, recipe.zoneImage, found);
+    LoadPainted("zones.class_image", recipe.classImageFile, folder, given.classImage, recipe.classImage, found);
+    recipe.maps = std::move(given.maps);
 
     // A field that could not be read still holds its default, which must not be reported a second time.
     std::set<std::string> named;
@@ -475,7 +479,32 @@ Problems JoinProblems(const std::vector<Problems>& byRegion, const json& regions
     return joined;
 }
 
-json ReadDocument(const std::filesystem::path& file)
+} // namespace
+
+json ParseJsonText(const std::string& text, const std::string& name)
+{
+    constexpr int nDepthLimit = 16; // no form of ours goes as deep, and texts of values are written recursively
+    try
+    {
+        return json::parse(text,
+                           [&](int depth, json::parse_event_t, const json&)
+                           {
+                               if (depth > nDepthLimit)
+                                   throw HostError({{name, "nested more than " + std::to_string(nDepthLimit) + " deep",
+                                                     "a JSON object"}});
+                               return true;
+                           });
+    }
+    catch (const json::exception& broken)
+    {
+        std::string reason = broken.what(); // behind a name of the library's own in brackets
+        if (const std::size_t end = reason.find("] "); end != std::string::npos)
+            reason.erase(0, end + 2);
+        throw HostError({{name, reason, "a JSON object"}});
+    }
+}
+
+json LoadRecipeDocument(const std::filesystem::path& file)
 {
     std::ifstream stream(file, std::ios::binary);
     std::error_code error;
@@ -483,20 +512,9 @@ json ReadDocument(const std::filesystem::path& file)
         throw HostError(
             {{"recipe " + file.string(), std::filesystem::exists(file, error) ? "cannot be read" : "no such file",
               "a readable JSON file"}});
-    try
-    {
-        return json::parse(stream);
-    }
-    catch (const json::parse_error& broken)
-    {
-        std::string text = broken.what();
-        if (const std::size_t start = text.find("parse error"); start != std::string::npos)
-            text.erase(0, start);
-        throw HostError({{"recipe " + file.string(), text, "a JSON object"}});
-    }
+    const std::string text{std::istreambuf_iterator<char>(stream), {}};
+    return ParseJsonText(text, "recipe " + file.string());
 }
-
-} // namespace
 
 std::string RegionPrefix(std::size_t region)
 {
@@ -506,7 +524,7 @@ std::string RegionPrefix(std::size_t region)
 std::vector<Recipe> ParseRecipes(const json& document, const std::filesystem::path& folder)
 {
     if (!document.is_object() || !document.contains(szRegions))
-        return {ParseRegion(document, folder)};
+        return {ParseRegion(document, folder, {})};
     const json& regions = document[szRegions];
     if (!regions.is_array() || regions.empty())
         throw HostError({{szRegions, Shorten(regions), "a list of one region or more"}});
@@ -525,7 +543,7 @@ std::vector<Recipe> ParseRecipes(const json& document, const std::filesystem::pa
         LayOver(fields, regions[i]);
         try
         {
-            recipes.push_back(ParseRegion(fields, folder));
+            recipes.push_back(ParseRegion(fields, folder, {}));
         }
         catch (const HostError& error)
         {
@@ -543,8 +561,10 @@ std::vector<Recipe> ParseRecipes(const json& document, const std::filesystem::pa
     return recipes;
 }
 
-Recipe ParseRecipe(const json& document, const std::filesystem::path& folder)
+Recipe ParseRecipe(const json& document, const std::filesystem::path& folder, RecipeImages given)
 {
+    if (!given.IsEmpty())
+        return ParseRegion(document, folder, std::move(given));
     std::vector<Recipe> recipes = ParseRecipes(document, folder);
     if (recipes.size() != 1)
         throw HostError({{szRegions, std::to_string(recipes.size()) + " regions", "one region here"}});
@@ -553,12 +573,12 @@ Recipe ParseRecipe(const json& document, const std::filesystem::path& folder)
 
 Recipe LoadRecipe(const std::filesystem::path& file)
 {
-    return ParseRecipe(ReadDocument(file), file.parent_path());
+    return ParseRecipe(LoadRecipeDocument(file), file.parent_path());
 }
 
 std::vector<Recipe> LoadRecipes(const std::filesystem::path& file)
 {
-    return ParseRecipes(ReadDocument(file), file.parent_path());
+    return ParseRecipes(LoadRecipeDocument(file), file.parent_path());
 }
 
 ordered_json RecipeToJson(const Recipe& recipe)
@@ -617,25 +637,33 @@ void SaveRecipe(const std::filesystem::path& file, const Recipe& recipe)
         throw HostError({{"file " + file.string(), "cannot be written", "a writable place"}});
 }
 
+void SaveRecipeWithImages(const std::filesystem::path& file, Recipe recipe)
+{
+    const auto save = [&](const GreyImage& image, const char* ending, std::string& name)
+    {
+        if (image.IsEmpty())
+            return;
+        const std::filesystem::path beside = std::filesystem::path(file).replace_extension(ending);
+        name = beside.filename().string();
+        SaveGreyImage(beside, image);
+    };
+    save(recipe.zoneImage, ".zones.png", recipe.zoneImageFile);
+    save(recipe.classImage, ".classes.png", recipe.classImageFile);
+    SaveRecipe(file, recipe);
+}
+
 std::string DescribeRecipeFields()
 {
     std::ostringstream out;
     const Recipe defaults;
     DescribeFields(RecipeFields(), defaults, "", out);
-    out << "region: object with shape (rectangle), left, top, right, bottom, in pixels, right and bottom exclusive; "
-           "default the whole image; what is inspected\n"
-           "region: object with shape (trapezium), points, columns; modes float; points: list of [x, y], at most 10, "
-           "corners of a convex polygon, which is cut into trapezia; columns: [first, last], optional, what is left "
-           "of it; singles are not kept, blobs are not joined across trapezia\n"
-           "region: object with shape (polygon), points; modes float; vertical; points: list of [x, y], corners of any "
-           "polygon, even-odd rule; pixels inside are compared one by one\n"
-           "margin_frame: object with left, top, right, bottom; default none; frame of the edge tests\n"
-           "dead_zones: list of at most 9 rectangles; default empty; no hits inside\n"
-           "tables.scan_pitch: list of pitches along y in pixels, one for each 16 rows; default empty; row table\n"
-           "tables.conv_pitch: list of pitches along x in pixels, one for each 16 columns; default empty; column "
-           "table\n"
-           "zones.skip: list of [column, row]; default empty; cells that are not inspected\n"
-           "zones.list: list of zones, each an object with the fields below\n";
+    for (const StructuredField& field : StructuredFields())
+    {
+        const std::string kinds = KindsText(field.kinds);
+        out << field.path << ": " << field.content << "; "
+            << (field.required != 0 ? "required" : "default " + std::string(field.fallback)) << "; "
+            << (kinds.empty() ? "" : kinds + "; ") << field.meaning << '\n';
+    }
     DescribeFields(ZoneFields(), ZoneSettings{}, "zones.list[].", out);
     return out.str();
 }

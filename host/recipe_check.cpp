@@ -442,6 +442,9 @@ void CheckMaps(const Recipe& recipe, Problems& found)
     check(upper || !recipe.twoSegment, "kernel.two_segment", "true",
           "false, or maps with knee, upper offset and upper gain");
     check(!upper || recipe.twoSegment, "kernel.two_segment", "false", "true where the maps have an upper segment");
+    const bool part = maps.IsSet(RegionMaps::Map_Knee) || maps.IsSet(RegionMaps::Map_UpperOffset) ||
+                      maps.IsSet(RegionMaps::Map_UpperGain);
+    check(upper || !part, "maps", "part of an upper segment", "knee, upper offset and upper gain, or none of them");
 
     unsigned listed = 0;
     for (const ZoneSettings& zone : recipe.zones)

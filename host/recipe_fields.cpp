@@ -178,13 +178,26 @@ const Field<ZoneSettings> zoneFields[] = {
 };
 
 const StructuredField structuredFields[] = {
-    {"region", nAll},
-    {"margin_frame", nFiltered},
-    {"dead_zones", nRectangles},
-    {"tables.scan_pitch", nRectangles},
-    {"tables.conv_pitch", nRectangles | nAsg},
-    {"zones.list", nZoned},
-    {"zones.skip", nZone},
+    {"region", "object with shape (rectangle), left, top, right, bottom, in pixels, right and bottom exclusive",
+     "the whole image", nNone, nAll & ~(nTrapezium | nFreeForm), "what is inspected"},
+    {"region",
+     "object with shape (trapezium), points, columns; points: list of [x, y] in pixels, at most 10, corners of a "
+     "convex polygon; columns: [first, last], optional, what is left of it",
+     "", nTrapezium, nTrapezium,
+     "polygon that is cut into trapezia; singles are not kept, blobs are not joined across trapezia"},
+    {"region",
+     "object with shape (polygon), points; points: list of [x, y] in pixels, corners of any polygon, even-odd rule", "",
+     nFreeForm, nFreeForm, "polygon whose pixels inside are compared one by one; vertical"},
+    {"margin_frame", "object with left, top, right, bottom, in pixels", "none", nNone, nFiltered,
+     "frame of the edge tests"},
+    {"dead_zones", "list of at most 9 rectangles, in pixels", "empty", nNone, nRectangles, "no hits inside"},
+    {"tables.scan_pitch", "list of pitches along y in pixels, one for each 16 rows", "empty", nNone, nRectangles,
+     "row table"},
+    {"tables.conv_pitch", "list of pitches along x in pixels, one for each 16 columns", "empty", nNone,
+     nRectangles | nAsg, "column table"},
+    {"zones.skip", "list of [column, row]", "empty", nNone, nZone, "cells that are not inspected"},
+    {"zones.list", "list of zones, each an object with the fields of zones.list[]", "one zone with its defaults", nNone,
+     nZoned, "thresholds of the zones"},
 };
 
 template <typename... Functions>

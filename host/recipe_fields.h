@@ -45,11 +45,15 @@ struct Field
     std::string_view meaning;
 };
 
-/// A list or rectangle: read and written by code of its own.
+/// A list or rectangle: read and written by code of its own. As with scalar fields, a path may have several rows.
 struct StructuredField
 {
     std::string_view path;
-    KindSet kinds; ///< kinds that read it; in the others it is left out
+    std::string_view content;  ///< what it is written as, with units
+    std::string_view fallback; ///< what holds where it is left out
+    KindSet required;          ///< kinds that have no default for it
+    KindSet kinds;             ///< kinds that read it; in the others it is left out
+    std::string_view meaning;
 };
 
 /// Fields of the recipe but for lists and rectangles.

@@ -16,6 +16,7 @@
 #include "host/batch.h"
 #include "host/grey_image.h"
 #include "host/inspector.h"
+#include "host/overlay.h"
 #include "host/problem.h"
 #include "host/recipe.h"
 #include "host/recipe_check.h"
@@ -23,7 +24,6 @@
 #include "tools/exit_code.h"
 #include "tools/image_list.h"
 #include "tools/inspect_batch.h"
-#include "tools/overlay.h"
 #include "tools/quiet_codecs.h"
 #include "tools/truth.h"
 

@@ -234,6 +234,36 @@ TEST(Inspector, BandsReportAsOneRegionDoes)
     }
 }
 
+TEST(Inspector, PairRecordsComeWhenAskedForAndLieInTheirBlobs)
+{
+    Inspector inspector(1, 1000);
+    Recipe recipe = PatternRecipe();
+    for (const int width : {nWidth, 4160}) // whole, and in bands
+    {
+        const GreyImage image = MakePattern(width, 200, 203, 101, 70);
+        EXPECT_THAT(inspector.Inspect(0, image, recipe).pairRecords, IsEmpty());
+        const InspectionResult result = inspector.Inspect(0, image, recipe, true);
+        ASSERT_THAT(result.blobs, SizeIs(1));
+        ASSERT_EQ(static_cast<int>(result.pairRecords.size()), result.pairs);
+        int standing = 0;
+        for (const Pair& pair : result.pairRecords)
+        {
+            standing += pair.removed ? 0 : 1;
+            EXPECT_TRUE(pair.removed || (pair.bright && result.blobs[0].box.PtInRect(pair.place)));
+            EXPECT_GT(std::abs(pair.grey - pair.reference), pair.threshold);
+        }
+        EXPECT_EQ(standing, result.blobs[0].area);
+    }
+}
+
+TEST(Inspector, PixelsThatLieElsewhereAreReadWithoutACopy)
+{
+    const GreyImage image = MakePattern(nWidth, nHeight, 203, 151, 70);
+    const std::vector<std::uint8_t> pixels(image.Row(0), image.Row(nHeight - 1) + nWidth);
+    const GreyView view(pixels.data(), nWidth, nHeight);
+    ExpectTheSquare(Inspector(1, 1000).Inspect(0, view, PatternRecipe()), 203, 151, true);
+}
+
 TEST(Inspector, LanesOnThreadsGiveWhatOneLaneGives)
 {
     constexpr int nLanes = 3;

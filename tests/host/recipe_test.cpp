@@ -321,6 +321,48 @@ TEST(RecipeFile, MissingFileIsNamed)
     EXPECT_EQ(found[0].value, "no such file");
 }
 
+TEST(RecipeFile, DeepNestingAndNumbersBeyondDoubleAreProblemsAndNoCrash)
+{
+    const TestFolder folder;
+    const std::size_t nDepth = 1000000;
+    std::ofstream(folder / "deep.json") << "{\"pitch\": " << std::string(nDepth, '[') << std::string(nDepth, ']')
+                                        << "}";
+    auto found = ProblemsOf([&] { LoadRecipe(folder / "deep.json"); });
+    ASSERT_THAT(found, SizeIs(1));
+    EXPECT_THAT(found[0].value, HasSubstr("nested more than"));
+
+    std::ofstream(folder / "large.json") << "{\"version\": 1e999}";
+    found = ProblemsOf([&] { LoadRecipe(folder / "large.json"); });
+    ASSERT_THAT(found, SizeIs(1));
+    EXPECT_THAT(found[0].value, HasSubstr("1e999"));
+}
+
+TEST(RecipeFile, ImagesAreWrittenBesideAndReadBack)
+{
+    const TestFolder folder;
+    Recipe recipe = SmallestParsed();
+    recipe.zoneImage = GreyImage(21, 31, 0);
+    recipe.zoneImage.Row(7)[5] = 0;
+    recipe.zones = {ZoneSettings{}};
+    SaveRecipeWithImages(folder / "a.json", recipe);
+    const Recipe read = LoadRecipe(folder / "a.json");
+    EXPECT_EQ(read.zoneImageFile, "a.zones.png");
+    EXPECT_TRUE(read.classImage.IsEmpty());
+    ASSERT_EQ(read.zoneImage.Width(), 21);
+    ASSERT_EQ(read.zoneImage.Height(), 31);
+}
+
+TEST(RecipeFile, GivenImagesTakeThePlaceOfFiles)
+{
+    nlohmann::json document = SmallestRecipe();
+    document["zones"]["image"] = "no_such_file.png";
+    RecipeImages images;
+    images.zoneImage = GreyImage(21, 31, 0);
+    EXPECT_EQ(ParseRecipe(document, {}, images).zoneImage.Width(), 21);
+    images.zoneImage = GreyImage(5, 31, 0);
+    EXPECT_THAT(ProblemsOf([&] { ParseRecipe(document, {}, images); }), Contains(IsAbout("zones.image")));
+}
+
 TEST(RecipeFile, BrokenJsonIsNamedWithItsPlace)
 {
     const TestFolder folder;

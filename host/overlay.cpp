@@ -1,5 +1,5 @@
 // Drawing of the overlay with OpenCV.
-#include "tools/overlay.h"
+#include "host/overlay.h"
 
 #include <string>
 
@@ -18,10 +18,10 @@ constexpr int nFrameMargin = 5; // pixels between a box and its frame
 constexpr int nFrameWidth = 2;
 constexpr double dTextScale = 0.5;
 
-// Blue, green, red.
+// Red, green, blue.
 const cv::Scalar colourRegion(0, 160, 0);
-const cv::Scalar colourDark(255, 220, 0);
-const cv::Scalar colourBright(0, 130, 255);
+const cv::Scalar colourDark(0, 220, 255);
+const cv::Scalar colourBright(255, 130, 0);
 const cv::Scalar colourMissed(255, 0, 255);
 
 void Frame(cv::Mat& picture, const CRect& box, const cv::Scalar& colour, const std::string& text)
@@ -42,13 +42,13 @@ void Frame(cv::Mat& picture, const CRect& box, const cv::Scalar& colour, const s
 
 } // namespace
 
-void SaveOverlay(const std::filesystem::path& file, const GreyImage& image, const InspectionResult& result,
+void DrawOverlay(std::uint8_t* rgb, const GreyView& image, const InspectionResult& result,
                  const std::vector<CRect>& missed)
 {
     const cv::Mat grey(image.Height(), image.Width(), CV_8UC1, const_cast<std::uint8_t*>(image.Row(0)),
                        static_cast<std::size_t>(image.Stride()));
-    cv::Mat picture;
-    cv::cvtColor(grey, picture, cv::COLOR_GRAY2BGR);
+    cv::Mat picture(image.Height(), image.Width(), CV_8UC3, rgb);
+    cv::cvtColor(grey, picture, cv::COLOR_GRAY2RGB);
     const CRect& region = result.region;
     if (result.outlines.empty())
         cv::rectangle(picture, {region.left, region.top}, {region.right - 1, region.bottom - 1}, colourRegion, 1);
@@ -63,10 +63,15 @@ void SaveOverlay(const std::filesystem::path& file, const GreyImage& image, cons
         Frame(picture, box, colourMissed, "missed");
     for (const Blob& blob : result.blobs)
         Frame(picture, blob.box, blob.bright ? colourBright : colourDark, std::to_string(blob.number));
+}
 
+void SaveColourImage(const std::filesystem::path& file, const std::uint8_t* rgb, int width, int height)
+{
     bool written = false;
     try
     {
+        cv::Mat picture;
+        cv::cvtColor(cv::Mat(height, width, CV_8UC3, const_cast<std::uint8_t*>(rgb)), picture, cv::COLOR_RGB2BGR);
         written = cv::imwrite(file.string(), picture, {cv::IMWRITE_PNG_COMPRESSION, 2});
     }
     catch (const cv::Exception&)
@@ -74,7 +79,17 @@ void SaveOverlay(const std::filesystem::path& file, const GreyImage& image, cons
         written = false;
     }
     if (!written)
-        throw HostError({{"file " + file.string(), "cannot be written", "a writable place"}});
+        throw HostError({{"file " + file.string(), "cannot be written",
+                          "a writable place and a name ending in an image format (.png, .tif, .bmp, .ppm)"}});
+}
+
+void SaveOverlay(const std::filesystem::path& file, const GreyView& image, const InspectionResult& result,
+                 const std::vector<CRect>& missed)
+{
+    std::vector<std::uint8_t> rgb(std::size_t{3} * static_cast<std::size_t>(image.Width()) *
+                                  static_cast<std::size_t>(image.Height()));
+    DrawOverlay(rgb.data(), image, result, missed);
+    SaveColourImage(file, rgb.data(), image.Width(), image.Height());
 }
 
 } // namespace narvo
