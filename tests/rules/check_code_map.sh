@@ -1,5 +1,5 @@
 #!/bin/bash
-# Fails when the code map leaves out a folder of the tree, or a source of the library, the host layer, the program or
+# Fails when the code map leaves out a folder of the tree, or a source of the library, the host layer, Python, the program or
 # the bench, or names a source that is gone. Usage: check_code_map.sh SOURCE_FOLDER
 set -euo pipefail
 export LC_ALL=C
@@ -21,7 +21,7 @@ for file in "${files[@]}"; do
   folder=${file%/*}
   [[ $folder == "$file" ]] || grep -qF "$folder/" $map || fault "$map does not name $folder/"
   case $file in
-    narvoassem/*.h | narvoassem/*.c* | host/*.h | host/*.c* | tools/*.h | tools/*.c* | bench/*.h | bench/*.c*)
+    narvoassem/*.h | narvoassem/*.c* | host/*.h | host/*.c* | python/*.h | python/*.c* | tools/*.h | tools/*.c* | bench/*.h | bench/*.c*)
       name=${file##*/}
       stem=${name%.*}
       stems[$stem]=1

@@ -1,0 +1,22 @@
+// The parts of the extension module, each in a file of its own; bind_module.cpp puts them together.
+#pragma once
+
+#include <pybind11/pybind11.h>
+
+#include "host/recipe.h"
+
+namespace narvo::python
+{
+
+void BindImages(pybind11::module_& module);
+void BindRecipe(pybind11::module_& module);
+void BindResult(pybind11::module_& module);
+void BindInspection(pybind11::module_& module);
+void BindPitch(pybind11::module_& module);
+void BindRegions(pybind11::module_& module);
+
+/// The recipe that an argument stands for: a Recipe, a dict, JSON text, or the path of a file.
+/// @throws HostError with all that is wrong with it
+Recipe ToRecipe(const pybind11::handle& value);
+
+} // namespace narvo::python

@@ -1,0 +1,82 @@
+// Image files as arrays.
+#include <filesystem>
+
+#include "host/overlay.h"
+#include "python/bind.h"
+#include "python/image_array.h"
+#include "python/narvo_errors.h"
+#include "python/values.h"
+
+namespace narvo::python
+{
+
+namespace
+{
+
+py::array_t<std::uint8_t> ReadImage(const py::handle& path)
+{
+    const std::filesystem::path file = ToPath(path);
+    const GreyImage image = Translated(Fault::Image,
+                                       [&]
+                                       {
+                                           const py::gil_scoped_release released;
+                                           return LoadGreyImage(file);
+                                       });
+    return ToArray(image);
+}
+
+void WriteColour(const std::filesystem::path& file, const py::array& array)
+{
+    constexpr py::ssize_t nSideHigh = 65500;
+    Translated(Fault::Image,
+               [&]
+               {
+                   if (!py::isinstance<py::array_t<std::uint8_t>>(array) || array.shape(2) != 3 || array.shape(0) < 1 ||
+                       array.shape(1) < 1 || array.shape(0) > nSideHigh || array.shape(1) > nSideHigh ||
+                       (array.flags() & py::array::c_style) == 0)
+                       throw HostError({{"image",
+                                         "array of dtype " + std::string(py::str(array.dtype())) + ", shape " +
+                                             std::string(py::str(array.attr("shape"))) + ", strides " +
+                                             std::string(py::str(array.attr("strides"))),
+                                         "a C-contiguous uint8 array of shape (rows, columns, 3)"}});
+               });
+    Translated(Fault::File,
+               [&]
+               {
+                   const auto* pixels = static_cast<const std::uint8_t*>(array.data());
+                   const auto width = static_cast<int>(array.shape(1));
+                   const auto height = static_cast<int>(array.shape(0));
+                   const py::gil_scoped_release released;
+                   SaveColourImage(file, pixels, width, height);
+               });
+}
+
+void WriteImage(const py::handle& path, const py::handle& image)
+{
+    const std::filesystem::path file = ToPath(path);
+    if (py::isinstance<py::array>(image) && py::reinterpret_borrow<py::array>(image).ndim() == 3)
+        return WriteColour(file, py::reinterpret_borrow<py::array>(image));
+    const ImageArgument grey = Translated(Fault::Image, [&] { return ImageArgument(image, "image"); });
+    Translated(Fault::File,
+               [&]
+               {
+                   const py::gil_scoped_release released;
+                   const GreyView& view = grey.View();
+                   SaveGreyImage(file, GreyImage(view.Row(0), view.Width(), view.Height(), view.Stride()));
+               });
+}
+
+} // namespace
+
+void BindImages(py::module_& module)
+{
+    module.def("read_image", &ReadImage, py::arg("path"),
+               "Read an image file (PNG, TIFF, BMP, PGM, JPEG) as an array that inspect() takes.\n\n"
+               "Colour, 16-bit and transparent images are taken only where 8-bit grey says the same; ImageError tells "
+               "the first place where it does not.");
+    module.def("write_image", &WriteImage, py::arg("path"), py::arg("image"),
+               "Write a grey image of shape (rows, columns) or a red-green-blue one of shape (rows, columns, 3), dtype "
+               "uint8, in the format that the file name's ending says.\n\nRaises ImageError or FileError.");
+}
+
+} // namespace narvo::python

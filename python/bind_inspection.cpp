@@ -1,0 +1,115 @@
+// Inspections: one image at a time, or from many threads on a pool of lanes. The interpreter lock is free while the
+// engine works.
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "host/inspector.h"
+#include "python/bind.h"
+#include "python/image_array.h"
+#include "python/lane_queue.h"
+#include "python/narvo_errors.h"
+#include "python/result_arrays.h"
+#include "python/sealed_class.h"
+#include "python/values.h"
+
+namespace narvo::python
+{
+
+namespace
+{
+
+/// An inspector whose lanes are handed out to whatever thread asks.
+class LanePool
+{
+public:
+    LanePool(int lanes, int maxBlobs) : m_inspector(lanes, maxBlobs), m_maxBlobs(maxBlobs), m_queue(lanes) {}
+
+    int Lanes() const { return m_inspector.Lanes(); }
+    int MaxBlobs() const { return m_maxBlobs; }
+
+    /// Without the interpreter lock. Waits for a free lane.
+    InspectionResult Inspect(const GreyView& image, const Recipe& recipe)
+    {
+        if (recipe.maxBlobs > m_maxBlobs)
+            throw HostError({{"max_blobs", std::to_string(recipe.maxBlobs),
+                              "at most " + std::to_string(m_maxBlobs) + ", the inspector's own"}});
+        const LaneQueue::Hold hold(m_queue);
+        return m_inspector.Inspect(hold.Lane(), image, recipe, true);
+    }
+
+private:
+    Inspector m_inspector;
+    int m_maxBlobs;
+    LaneQueue m_queue;
+};
+
+/// On an inspector that the calling thread keeps for its next call: what it works in takes longer to get than most
+/// images to inspect. Its room for blobs is the recipe's, so that no result depends on the calls before.
+InspectionResult InspectOnOwn(const GreyView& image, const Recipe& recipe)
+{
+    thread_local std::unique_ptr<Inspector> own;
+    thread_local int room = 0;
+    if (own == nullptr || room != recipe.maxBlobs)
+    {
+        own.reset();
+        own = std::make_unique<Inspector>(1, recipe.maxBlobs);
+        room = recipe.maxBlobs;
+    }
+    return own->Inspect(0, image, recipe, true);
+}
+
+template <typename Run>
+Result InspectWith(const py::handle& image, const py::handle& recipe, Run run)
+{
+    const ImageArgument pixels = Translated(Fault::Image, [&] { return ImageArgument(image, "image"); });
+    return Translated(Fault::Recipe,
+                      [&]
+                      {
+                          const Recipe made = ToRecipe(recipe);
+                          InspectionResult outcome;
+                          {
+                              const py::gil_scoped_release released;
+                              outcome = run(pixels.View(), made);
+                          }
+                          return Result(std::move(outcome), pixels.View().Width(), pixels.View().Height());
+                      });
+}
+
+} // namespace
+
+void BindInspection(py::module_& module)
+{
+    module.def(
+        "inspect",
+        [](const py::handle& image, const py::handle& recipe) { return InspectWith(image, recipe, &InspectOnOwn); },
+        py::arg("image"), py::arg("recipe"),
+        "Inspect an image: a C-contiguous uint8 array of shape (rows, columns), which is read where it lies if its "
+        "width is a multiple of 4 and must not change meanwhile.\n\n"
+        "recipe is a Recipe or what Recipe() takes. Other threads run while the engine works. A thread keeps the "
+        "engine's "
+        "working memory, some 80 MB, for its next call; an Inspector lets go of it with itself.\n\n"
+        "Raises ImageError, RecipeError or InspectionError.");
+
+    py::class_<LanePool>(module, "LanePool", py::is_final(),
+                         "Engines for inspections at once; Inspector is the class to use.")
+        .def(py::init(
+                 [](int lanes, int maxBlobs)
+                 { return Translated(Fault::Argument, [&] { return std::make_unique<LanePool>(lanes, maxBlobs); }); }),
+             py::arg("lanes"), py::arg("max_blobs"))
+        .def(
+            "inspect",
+            [](LanePool& pool, const py::handle& image, const py::handle& recipe)
+            {
+                return InspectWith(image, recipe,
+                                   [&](const GreyView& pixels, const Recipe& made)
+                                   { return pool.Inspect(pixels, made); });
+            },
+            py::arg("image"), py::arg("recipe"),
+            "As the function inspect(), on the next free lane. Any number of threads may call.")
+        .def_property_readonly("lanes", &LanePool::Lanes, "Inspections at once.")
+        .def_property_readonly("max_blobs", &LanePool::MaxBlobs, "Room for blobs of each lane.");
+    SealConstructed(module.attr("LanePool"));
+}
+
+} // namespace narvo::python

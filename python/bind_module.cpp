@@ -1,0 +1,21 @@
+// The extension module narvoassem._narvoassem: the host layer for Python. What is pure Python of the package lies
+// beside it in narvoassem/.
+#include <string>
+
+#include "narvoassem/version.h"
+#include "python/bind.h"
+
+PYBIND11_MODULE(_narvoassem, module)
+{
+    using namespace narvo::python;
+    module.doc() = "Compiled part of the package narvoassem, which has all of it under its own name.";
+    module.attr("__version__") = std::to_string(NARVOASSEM_VERSION_MAJOR) + "." +
+                                 std::to_string(NARVOASSEM_VERSION_MINOR) + "." +
+                                 std::to_string(NARVOASSEM_VERSION_PATCH);
+    BindImages(module);
+    BindRecipe(module);
+    BindResult(module);
+    BindInspection(module);
+    BindPitch(module);
+    BindRegions(module);
+}

@@ -1,0 +1,35 @@
+// Images between NumPy and the host layer: what arrays are taken, and pixels handed over without a copy.
+#pragma once
+
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+
+#include "host/grey_image.h"
+
+namespace narvo::python
+{
+
+namespace py = pybind11;
+
+/// An array that a caller handed over to be read, held until this object goes. Pixels of images whose width is a
+/// multiple of 4 are read where they lie; others are copied once, into rows of the length that the engine needs.
+class ImageArgument
+{
+public:
+    /// @throws HostError unless `value` is a C-contiguous two-dimensional array of unsigned bytes with a pixel or more
+    ImageArgument(const py::handle& value, const char* name);
+
+    ImageArgument(ImageArgument&&) = default;
+
+    const GreyView& View() const { return m_view; }
+
+private:
+    py::array m_array;
+    GreyImage m_padded;
+    GreyView m_view;
+};
+
+/// The image as an array of its own.
+py::array_t<std::uint8_t> ToArray(const GreyImage& image);
+
+} // namespace narvo::python

@@ -1,0 +1,38 @@
+// The way from a HostError to the package's exception classes, which are written in Python (narvoassem/errors.py).
+#pragma once
+
+#include <utility>
+
+#include "host/problem.h"
+
+namespace narvo::python
+{
+
+/// Which class of exception a call's problems become. Lack of memory and a refusal by the engine have classes of
+/// their own whatever the call says.
+enum class Fault
+{
+    Recipe,
+    Image,
+    Argument,
+    File
+};
+
+/// Throws the Python exception. The interpreter lock must be held.
+[[noreturn]] void Raise(Fault fault, const HostError& error);
+
+/// Runs `call`, which may release the interpreter lock as long as it holds it again at its end.
+template <typename Call>
+auto Translated(Fault fault, Call call)
+{
+    try
+    {
+        return call();
+    }
+    catch (const HostError& error)
+    {
+        Raise(fault, error);
+    }
+}
+
+} // namespace narvo::python

@@ -1,0 +1,56 @@
+"""Defects on periodic patterns: every pixel of a grey image is compared with the place one pattern pitch away.
+
+    import narvoassem as na
+
+    image = na.read_image("panel.png")
+    recipe = na.pitch_recipe(image, na.search_pitch(image))
+    result = na.inspect(image, recipe)
+    table = pandas.DataFrame(result.blobs)
+
+Images are C-contiguous uint8 arrays of shape (rows, columns). Coordinates are x, y in pixels, y downward; rectangles are
+(left, top, right, bottom), right and bottom exclusive. What is wrong with an image or a recipe comes as one exception
+with the list of all problems (ImageError, RecipeError). The module narvoassem.batch inspects many image files, on one
+machine or on many.
+"""
+
+from . import regions
+from ._narvoassem import (
+    AxisPitch,
+    PitchResult,
+    Recipe,
+    Result,
+    __version__,
+    inspect,
+    pitch_recipe,
+    read_image,
+    search_pitch,
+    write_image,
+)
+from .errors import ArgumentError, FileError, ImageError, InspectionError, NarvoError, Problem, RecipeError
+from .fields import RecipeField
+from .inspector import Inspector
+from .regions import Rect
+
+__all__ = [
+    "ArgumentError",
+    "AxisPitch",
+    "FileError",
+    "ImageError",
+    "InspectionError",
+    "Inspector",
+    "NarvoError",
+    "PitchResult",
+    "Problem",
+    "Recipe",
+    "RecipeError",
+    "RecipeField",
+    "Rect",
+    "Result",
+    "__version__",
+    "inspect",
+    "pitch_recipe",
+    "read_image",
+    "regions",
+    "search_pitch",
+    "write_image",
+]
