@@ -61,8 +61,7 @@ void WriteImage(const py::handle& path, const py::handle& image)
                [&]
                {
                    const py::gil_scoped_release released;
-                   const GreyView& view = grey.View();
-                   SaveGreyImage(file, GreyImage(view.Row(0), view.Width(), view.Height(), view.Stride()));
+                   SaveGreyImage(file, grey.Copy());
                });
 }
 

@@ -31,12 +31,6 @@ namespace
 using nlohmann::json;
 using nlohmann::ordered_json;
 
-GreyImage CopyOf(const ImageArgument& image)
-{
-    const GreyView& view = image.View();
-    return {view.Row(0), view.Width(), view.Height(), view.Stride()};
-}
-
 // Whole-region maps by their names here.
 constexpr std::array<const char*, RegionMaps::nMaps> mapNames = {"offset",       "gain",       "zone", "knee",
                                                                  "upper_offset", "upper_gain", "class"};
@@ -117,9 +111,9 @@ RecipeImages ToImages(const py::handle& zoneImage, const py::handle& classImage,
     RecipeImages images;
     images.maps = ToMaps(maps);
     if (!zoneImage.is_none())
-        images.zoneImage = CopyOf(ImageArgument(zoneImage, "zone_image"));
+        images.zoneImage = ImageArgument(zoneImage, "zone_image").Copy();
     if (!classImage.is_none())
-        images.classImage = CopyOf(ImageArgument(classImage, "class_image"));
+        images.classImage = ImageArgument(classImage, "class_image").Copy();
     return images;
 }
 

@@ -22,6 +22,8 @@ public:
     ImageArgument(ImageArgument&&) = default;
 
     const GreyView& View() const { return m_view; }
+    /// The image for those who keep it.
+    GreyImage Copy() const { return {m_view.Row(0), m_view.Width(), m_view.Height(), m_view.Stride()}; }
 
 private:
     py::array m_array;

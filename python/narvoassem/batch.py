@@ -87,9 +87,11 @@ def _cluster(scheduler: Optional[str], workers: int) -> "Iterator[Client]":
         with Client(scheduler, set_as_default=False) as client:
             yield client
         return
-    # Processes on this machine, reachable from nowhere else; no limit of memory at which they would be ended. A process
-    # that died is replaced however long that takes: by default the cluster gives up on slow ones, and waits for none.
-    with dask.config.set({"distributed.deploy.lost-worker-timeout": "1 day"}), LocalCluster(
+    # Processes on this machine, reachable from nowhere else; no limit of memory at which they would be ended. A busy
+    # machine is slow to answer; and a process that died is replaced however long that takes: by default the cluster
+    # gives up on slow ones, and waits for none.
+    patience = {"distributed.deploy.lost-worker-timeout": "1 day", "distributed.comm.timeouts.connect": "120s"}
+    with dask.config.set(patience), LocalCluster(
         n_workers=workers,
         threads_per_worker=1,
         processes=True,
