@@ -6,7 +6,9 @@
 #include <CLI/CLI.hpp>
 
 #include "narvoassem/version.h"
+#include "tools/board_command.h"
 #include "tools/exit_code.h"
+#include "tools/golden_command.h"
 #include "tools/inspect_command.h"
 #include "tools/pitch_command.h"
 #include "tools/recipe_command.h"
@@ -21,7 +23,8 @@ namespace
 
 // In the order in which the help shows them.
 constexpr AddCommand commands[] = {
-    AddInspectCommand, AddPitchCommand, AddReportCommand, AddSynthCommand, AddRecipeCommand,
+    AddInspectCommand, AddGoldenCommand, AddPitchCommand,  AddReportCommand,
+    AddSynthCommand,   AddBoardCommand,  AddRecipeCommand,
 };
 
 } // namespace

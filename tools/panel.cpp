@@ -12,6 +12,7 @@
 #include <string>
 
 #include "host/problem.h"
+#include "tools/drawing.h"
 
 namespace narvo
 {
@@ -47,31 +48,6 @@ constexpr Feature features[] = {
 };
 constexpr int nFirstStripe = 1;
 constexpr int nStripes = 3;
-
-/// Generator whose sequence is the same with every compiler and library.
-class Random
-{
-public:
-    explicit Random(std::uint64_t seed) : m_state(seed) {}
-
-    std::uint64_t Next()
-    {
-        m_state += 0x9E3779B97F4A7C15ULL;
-        std::uint64_t mixed = m_state;
-        mixed = (mixed ^ (mixed >> 30)) * 0xBF58476D1CE4E5B9ULL;
-        mixed = (mixed ^ (mixed >> 27)) * 0x94D049BB133111EBULL;
-        return mixed ^ (mixed >> 31);
-    }
-    /// In [low, high).
-    double Real(double low, double high)
-    {
-        return low + (high - low) * (static_cast<double>(Next() >> 11) / 9007199254740992.0);
-    }
-    int Whole(int low, int high) { return low + static_cast<int>(Next() % static_cast<std::uint64_t>(high - low + 1)); }
-
-private:
-    std::uint64_t m_state;
-};
 
 /// One period at the fine resolution, wrapping around on all sides.
 class FinePeriod
@@ -166,20 +142,6 @@ struct Shape
     CRect reach; ///< outside it nothing changes
     Change change;
 };
-
-/// Share of a pixel that lies inside an edge at a signed distance (negative inside), softened by the lens.
-double Cover(double distance)
-{
-    constexpr double dSoftness = 1.6; // pixels from nothing to all
-    return std::clamp(0.5 - distance / dSoftness, 0.0, 1.0);
-}
-
-double DistanceToSegment(double x, double y, double x0, double y0, double x1, double y1)
-{
-    const double length = (x1 - x0) * (x1 - x0) + (y1 - y0) * (y1 - y0);
-    const double along = std::clamp(((x - x0) * (x1 - x0) + (y - y0) * (y1 - y0)) / length, 0.0, 1.0);
-    return std::hypot(x - x0 - along * (x1 - x0), y - y0 - along * (y1 - y0));
-}
 
 double DistanceToBox(double x, double y, double left, double top, double right, double bottom)
 {

@@ -1,0 +1,287 @@
+// Registration: made-up boards in known places, and what is refused.
+#include "host/registration.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "host/golden_model.h"
+#include "tools/board.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+BoardPlan SmallPlan()
+{
+    BoardPlan plan;
+    plan.width = 420;
+    plan.height = 388;
+    plan.defects = 0;
+    return plan;
+}
+
+RealPoint TruePlace(const Board& board, double x, double y)
+{
+    const auto& a = board.affine;
+    return {a[0] * x + a[1] * y + a[2], a[3] * x + a[4] * y + a[5] + board.swayDepth * std::sin(board.swayRate * y)};
+}
+
+/// Largest distance of where the registration sees the image's pixels from where they are, over what both show but for
+/// a margin.
+double LargestError(const Registration& registration, const Board& board, int margin)
+{
+    double largest = 0.0;
+    for (int y = margin; y < board.image.Height() - margin; y += 7)
+        for (int x = margin; x < board.image.Width() - margin; x += 7)
+        {
+            const RealPoint found = registration.Map(x, y);
+            const RealPoint place = TruePlace(board, x, y);
+            if (place.x < 0.0 || place.y < 0.0 || place.x > board.references[0].Width() - 1 ||
+                place.y > board.references[0].Height() - 1)
+                continue;
+            largest = std::max(largest, std::hypot(found.x - place.x, found.y - place.y));
+        }
+    return largest;
+}
+
+/// Root mean square of the same across the image's edges, which is what an inspection gets to see of it.
+double ErrorAtEdges(const Registration& registration, const Board& board, int margin)
+{
+    const GreyImage& image = board.image;
+    double sum = 0.0;
+    int count = 0;
+    for (int y = margin; y < image.Height() - margin; ++y)
+        for (int x = margin; x < image.Width() - margin; ++x)
+        {
+            const double gx = image.Row(y)[x + 1] - image.Row(y)[x - 1];
+            const double gy = image.Row(y + 1)[x] - image.Row(y - 1)[x];
+            if (std::hypot(gx, gy) < 60.0)
+                continue;
+            const RealPoint found = registration.Map(x, y);
+            const RealPoint place = TruePlace(board, x, y);
+            const double error = ((found.x - place.x) * gx + (found.y - place.y) * gy) / std::hypot(gx, gy);
+            sum += error * error;
+            ++count;
+        }
+    return std::sqrt(sum / count);
+}
+
+std::string ProblemsOf(const GreyImage& reference, const GreyImage& image, const RegistrationSettings& settings)
+{
+    try
+    {
+        RegisterImage(reference, image, settings);
+        return "";
+    }
+    catch (const HostError& error)
+    {
+        return error.what();
+    }
+}
+
+TEST(Registration, FindsKnownPlacesToATenthOfAPixel)
+{
+    struct Place
+    {
+        double shiftX, shiftY, rotation, scaleX, scaleY;
+    };
+    RegistrationSettings settings;
+    for (const Place& place :
+         {Place{0.0, 0.0, 0.0, 1.0, 1.0}, Place{6.3, -4.7, 0.0, 1.0, 1.0}, Place{-29.6, 31.2, 0.0, 1.0, 1.0},
+          Place{0.4, 0.1, 0.97, 1.0, 1.0}, Place{12.5, -8.25, -0.6, 1.018, 0.984}})
+    {
+        BoardPlan plan = SmallPlan();
+        plan.shiftX = place.shiftX;
+        plan.shiftY = place.shiftY;
+        plan.rotation = place.rotation;
+        plan.scaleX = place.scaleX;
+        plan.scaleY = place.scaleY;
+        const Board board = MakeBoard(plan);
+        const Registration registration = RegisterImage(board.references[0], board.image, settings);
+        EXPECT_LT(LargestError(registration, board, 36), 0.1) << place.shiftX << ", " << place.rotation;
+        const double x = 0.5 * (plan.width - 1);
+        const double y = 0.5 * (plan.height - 1);
+        EXPECT_NEAR(registration.shiftX, x - TruePlace(board, x, y).x, 0.05);
+        EXPECT_NEAR(registration.shiftY, y - TruePlace(board, x, y).y, 0.05);
+        EXPECT_NEAR(registration.rotation, place.rotation, 0.02);
+        EXPECT_NEAR(registration.scaleX, place.scaleX, 0.0005);
+        EXPECT_NEAR(registration.scaleY, place.scaleY, 0.0005);
+        EXPECT_GT(registration.correlation, 0.97);
+    }
+}
+
+TEST(Registration, FindsRotationsUpToItsLimit)
+{
+    RegistrationSettings settings;
+    settings.maxRotation = 10.0;
+    for (const double rotation : {-9.9, -4.0, 7.3})
+    {
+        BoardPlan plan = SmallPlan();
+        plan.rotation = rotation;
+        plan.shiftX = -11.0;
+        const Board board = MakeBoard(plan);
+        EXPECT_LT(LargestError(RegisterImage(board.references[0], board.image, settings), board, 70), 0.1) << rotation;
+    }
+}
+
+TEST(Registration, MeshFollowsUnevenFeed)
+{
+    BoardPlan plan = SmallPlan();
+    plan.sway = 1.5;
+    plan.shiftX = 3.0;
+    const Board board = MakeBoard(plan);
+    RegistrationSettings settings;
+    const double with = ErrorAtEdges(RegisterImage(board.references[0], board.image, settings), board, 10);
+    settings.meshSpacing = 0;
+    const double without = ErrorAtEdges(RegisterImage(board.references[0], board.image, settings), board, 10);
+    EXPECT_LT(with, 0.1);
+    EXPECT_GT(without, 4.0 * with);
+}
+
+TEST(Registration, DefectsDoNotPullIt)
+{
+    BoardPlan plan = SmallPlan();
+    plan.defects = 12;
+    plan.shiftX = 5.5;
+    const Board board = MakeBoard(plan);
+    ASSERT_GE(board.truth.size(), 8U);
+    EXPECT_LT(ErrorAtEdges(RegisterImage(board.references[0], board.image, {}), board, 10), 0.1);
+}
+
+TEST(Registration, TakesImagesOfAnotherSizeAndTellsTheirOverlap)
+{
+    const Board board = MakeBoard(SmallPlan());
+    const GreyImage& whole = board.image;
+    const GreyImage part(whole.Row(20) + 31, whole.Width() - 31, whole.Height() - 20, whole.Stride());
+    const Registration inside = RegisterImage(board.references[0], part, {});
+    EXPECT_NEAR(inside.Map(0.0, 0.0).x, 31.0, 0.1);
+    EXPECT_NEAR(inside.Map(0.0, 0.0).y, 20.0, 0.1);
+    EXPECT_DOUBLE_EQ(inside.overlap, 1.0);
+    const Registration around = RegisterImage(part, board.references[0], {});
+    EXPECT_NEAR(around.Map(31.0, 20.0).x, 0.0, 0.1);
+    const double shared = static_cast<double>(part.Width()) * part.Height() / whole.Width() / whole.Height();
+    EXPECT_NEAR(around.overlap, shared, 0.01);
+}
+
+TEST(Registration, RefusesSizesThatDifferByMoreThanTheShift)
+{
+    const Board board = MakeBoard(SmallPlan());
+    const GreyImage narrow(board.image.Row(0), board.image.Width() - 33, board.image.Height(), board.image.Stride());
+    const std::string text = ProblemsOf(board.references[0], narrow, {});
+    EXPECT_THAT(text, HasSubstr("image: 387 by 388 pixels"));
+    EXPECT_THAT(text, HasSubstr("max_shift (32 pixels)"));
+}
+
+TEST(Registration, RefusesSmallImages)
+{
+    const GreyImage small(63, 400, 9);
+    EXPECT_THAT(ProblemsOf(small, small, {}), HasSubstr("63 by 400 pixels; allowed: sides of at least 64 pixels"));
+}
+
+TEST(Registration, RefusesAShiftThatAnImageHasNoRoomFor)
+{
+    const GreyImage image(100, 400, 9);
+    EXPECT_THAT(ProblemsOf(image, image, {}), HasSubstr("max_shift: 32; allowed: 0 to 25 pixels"));
+}
+
+TEST(Registration, SaysWhichPictureHasNoStructure)
+{
+    const Board board = MakeBoard(SmallPlan());
+    const GreyImage flat(420, 388, 128);
+    EXPECT_THAT(ProblemsOf(flat, board.image, {}), HasSubstr("reference: no structure to register by"));
+    EXPECT_THAT(ProblemsOf(board.image, flat, {}), HasSubstr("image: no structure to register by"));
+}
+
+TEST(Registration, RefusesAnotherBoard)
+{
+    BoardPlan plan = SmallPlan();
+    const Board board = MakeBoard(plan);
+    plan.seed = 99;
+    const Board other = MakeBoard(plan);
+    const std::string text = ProblemsOf(board.references[0], other.image, {});
+    EXPECT_THAT(
+        text, testing::AnyOf(HasSubstr("correlation with the registered reference"), HasSubstr("found no agreement")));
+}
+
+TEST(Registration, RefusesWhatLiesBeyondItsLimits)
+{
+    BoardPlan plan = SmallPlan();
+    plan.shiftX = 26.0;
+    const Board shifted = MakeBoard(plan);
+    RegistrationSettings settings;
+    EXPECT_EQ(ProblemsOf(shifted.references[0], shifted.image, settings), "");
+    settings.maxShift = 20.0;
+    EXPECT_THAT(ProblemsOf(shifted.references[0], shifted.image, settings), HasSubstr("max_shift"));
+
+    plan.shiftX = 0.0;
+    plan.rotation = 3.0;
+    const Board turned = MakeBoard(plan);
+    EXPECT_THAT(ProblemsOf(turned.references[0], turned.image, {}), HasSubstr("max_rotation"));
+
+    plan.rotation = 0.0;
+    plan.scaleX = 1.04;
+    const Board stretched = MakeBoard(plan);
+    EXPECT_THAT(ProblemsOf(stretched.references[0], stretched.image, {}), HasSubstr("max_scale"));
+}
+
+TEST(Registration, SeesThatStripesLeaveOneDirectionOpen)
+{
+    GreyImage stripes(300, 300);
+    for (int y = 0; y < 300; ++y)
+        for (int x = 0; x < stripes.Stride(); ++x)
+            stripes.Row(y)[x] = static_cast<std::uint8_t>(128.0 + 90.0 * std::sin(0.0007 * x * x));
+    EXPECT_LT(RegisterImage(stripes, stripes, {}).directions, 0.1);
+    const Board board = MakeBoard(SmallPlan());
+    EXPECT_GT(RegisterImage(board.references[0], board.image, {}).directions, 0.3);
+}
+
+TEST(Registration, NamesEverySettingOutOfRange)
+{
+    RegistrationSettings settings;
+    settings.maxShift = -1.0;
+    settings.maxRotation = 10.5;
+    settings.maxScale = std::nan("");
+    settings.meshSpacing = 15;
+    settings.minCorrelation = 1.5;
+    std::vector<std::string> fields;
+    for (const Problem& problem : CheckRegistrationSettings(settings))
+        fields.push_back(problem.field);
+    EXPECT_THAT(fields, ElementsAre("max_shift", "max_rotation", "max_scale", "min_correlation", "mesh_spacing"));
+    EXPECT_TRUE(CheckRegistrationSettings({}).empty());
+}
+
+TEST(Registration, WarpsAPictureToTheImage)
+{
+    BoardPlan plan = SmallPlan();
+    plan.shiftX = 9.0;
+    plan.noise = 0.0;
+    const Board board = MakeBoard(plan);
+    const Registration registration = RegisterImage(board.references[0], board.image, {});
+    const GreyImage warped = WarpToImage(board.references[0], registration, 420, 388);
+    const GreyImage inside = InsideReference(registration, 420, 388, {0, 0, 420, 388});
+    double sum = 0.0;
+    int count = 0;
+    for (int y = 0; y < 388; ++y)
+        for (int x = 0; x < 420; ++x)
+        {
+            ASSERT_EQ(inside.Row(y)[x], x >= 9 ? 255 : 0) << x << ", " << y;
+            if (x < 9)
+                continue;
+            sum += std::abs(warped.Row(y)[x] - board.image.Row(y)[x]);
+            ++count;
+        }
+    EXPECT_LT(sum / count, 0.5);
+}
+
+} // namespace
+
+} // namespace narvo
