@@ -16,11 +16,13 @@ namespace
 {
 
 constexpr int nSteps = 8;
-constexpr int nSweeps = 100;  // of the relaxation that solves a step
-constexpr double dBlur = 2.0; // pixels: what the linear model of a step reaches
-constexpr double dTie = 0.05; // of neighbouring nodes, in shares of a node's mean weight
-constexpr double dFar = 16.0; // mean squares of the difference at edges: from there on it weighs less than half
-constexpr int nApron = 8;     // rows around a band that the blur needs
+constexpr int nSweeps = 100;   // of the relaxation that solves a step
+constexpr double dBlur = 2.0;  // pixels: what the linear model of a step reaches
+constexpr double dTie = 0.05;  // of neighbouring nodes, in shares of a node's mean weight
+constexpr double dLeash = 0.2; // to no offset, in shares of the tie: far from all structure the affine map holds
+constexpr double dFar = 16.0;  // mean squares of the difference at edges: from there on it weighs less than half
+constexpr int nApron = 8;      // rows around a band that the blur needs
+constexpr int nRim = 6;        // pixels that the blur reaches, as good as
 constexpr int nBandRows = 256;
 constexpr int nSums = 5;
 
@@ -125,7 +127,12 @@ Band LookAt(const cv::Mat& reference, const cv::Mat& image, const std::array<dou
     cv::Sobel(smooth, gradient, CV_32F, 0, 1, 3, 0.125);
     band.gradientY = warp(gradient);
     band.difference = BlurRows(image, top, bottom) - warp(smooth);
-    band.inside = (x >= 1.0) & (x <= reference.cols - 2.0) & (y >= 1.0) & (y <= reference.rows - 2.0);
+    // Where the blur does not reach over either picture's border, which the other goes on behind.
+    band.inside = (x >= nRim) & (x <= reference.cols - 1 - nRim) & (y >= nRim) & (y <= reference.rows - 1 - nRim);
+    band.inside.colRange(0, nRim).setTo(0);
+    band.inside.colRange(image.cols - nRim, image.cols).setTo(0);
+    band.inside.rowRange(0, std::clamp(nRim - top, 0, bottom - top)).setTo(0);
+    band.inside.rowRange(std::clamp(image.rows - nRim - top, 0, bottom - top), bottom - top).setTo(0);
     return band;
 }
 
@@ -177,8 +184,8 @@ void Solve(NodeSums& sums, OffsetMesh& mesh)
                 add(column + 1, row);
                 add(column, row - 1);
                 add(column, row + 1);
-                const double xx = s[0] + tie * neighbours;
-                const double yy = s[2] + tie * neighbours;
+                const double xx = s[0] + tie * (neighbours + dLeash);
+                const double yy = s[2] + tie * (neighbours + dLeash);
                 const double determinant = xx * yy - s[1] * s[1];
                 const auto node = static_cast<std::size_t>(row) * mesh.columns + column;
                 mesh.x[node] = static_cast<float>(std::clamp((yy * bx - s[1] * by) / determinant, -reach, reach));
