@@ -19,7 +19,7 @@ namespace
 // Grey levels of the good board.
 constexpr double dBase = 190.0;
 constexpr double dCopper = 60.0;
-constexpr double dPrint = 235.0;
+constexpr double dPrint = 15.0;
 
 struct Point
 {
@@ -83,7 +83,7 @@ Layout MakeLayout(const BoardPlan& plan, Random& random)
                 return Point{20.0 + 18.0 * i + 6.0 * random.Whole(0, 2), line + 8.0 * random.Whole(0, 2)};
             };
             const Point from = corner();
-            layout.label.push_back({from, corner(), 1.3, dPrint});
+            layout.label.push_back({from, corner(), 1.8, dPrint});
         }
     return layout;
 }
