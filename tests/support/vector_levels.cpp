@@ -19,7 +19,9 @@ void Force(std::int64_t nLevels)
 
 std::vector<std::int64_t> VectorLevels()
 {
-    return hwy::SupportedAndGeneratedTargets();
+    // Asked once, since a forced level is the only one supported from then on.
+    static const std::vector<std::int64_t> aLevels = hwy::SupportedAndGeneratedTargets();
+    return aLevels;
 }
 
 std::string LevelName(std::int64_t nLevel)
