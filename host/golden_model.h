@@ -45,7 +45,7 @@ public:
     const GreyImage& Mean() const { return m_mean; }
     /// Grey levels that a good board may differ from the mean.
     const GreyImage& Tolerance() const { return m_tolerance; }
-    /// How the second and further references lie on the first.
+    /// How the first reference lies on the second and further ones, one for each of these.
     const std::vector<Registration>& Registrations() const { return m_registrations; }
 
 private:

@@ -17,5 +17,6 @@ PYBIND11_MODULE(_narvoassem, module)
     BindResult(module);
     BindInspection(module);
     BindPitch(module);
+    BindGolden(module);
     BindRegions(module);
 }

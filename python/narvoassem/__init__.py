@@ -16,8 +16,11 @@ machine or on many.
 from . import regions
 from ._narvoassem import (
     AxisPitch,
+    GoldenModel,
+    GoldenResult,
     PitchResult,
     Recipe,
+    Registration,
     Result,
     __version__,
     inspect,
@@ -35,6 +38,8 @@ __all__ = [
     "ArgumentError",
     "AxisPitch",
     "FileError",
+    "GoldenModel",
+    "GoldenResult",
     "ImageError",
     "InspectionError",
     "Inspector",
@@ -45,6 +50,7 @@ __all__ = [
     "RecipeError",
     "RecipeField",
     "Rect",
+    "Registration",
     "Result",
     "__version__",
     "inspect",
