@@ -1,4 +1,4 @@
-// Helpers round regions: masks, trapezia, bounds.
+// What an inspection makes of a shape: masks, trapezia, bounds.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>

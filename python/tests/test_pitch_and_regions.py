@@ -1,4 +1,4 @@
-"""The pitch search with the recipe that follows from it, and the helpers round regions."""
+"""The pitch search with the recipe that follows from it, and regions as masks, trapezia and bounds."""
 
 import numpy
 import pytest
