@@ -7,10 +7,13 @@
 #include <climits>
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <iterator>
 #include <new>
 #include <thread>
+
+#include <malloc.h>
 
 #include "gtest/gtest.h"
 
@@ -47,6 +50,17 @@ std::ptrdiff_t CountThreads()
     return std::distance(begin(threads), end(threads));
 }
 
+/// Fills the bytes of a fresh block with another value each time: a result that depends on what memory holds differs
+/// from run to run. Of long blocks the beginning, which is what small scenes reach.
+void Litter(void* pBlock, std::size_t nFirst, std::size_t nEnd)
+{
+    static std::atomic<unsigned> nLitter{0};
+    constexpr std::size_t nLimit = std::size_t{1} << 18;
+    nEnd = std::min(nEnd, nFirst + nLimit);
+    if (pBlock != nullptr && nFirst < nEnd)
+        std::memset(static_cast<char*>(pBlock) + nFirst, static_cast<int>(nLitter += 37), nEnd - nFirst);
+}
+
 void* Count(void* pBlock)
 {
     if (pBlock != nullptr)
@@ -60,7 +74,11 @@ extern "C"
 {
     void* __wrap_malloc(std::size_t nBytes)
     {
-        return IsGranted() ? Count(__real_malloc(nBytes)) : nullptr;
+        if (!IsGranted())
+            return nullptr;
+        void* const pBlock = Count(__real_malloc(nBytes));
+        Litter(pBlock, 0, nBytes);
+        return pBlock;
     }
 
     void* __wrap_calloc(std::size_t nCount, std::size_t nBytes)
@@ -72,7 +90,9 @@ extern "C"
     {
         if (!IsGranted())
             return nullptr;
+        const std::size_t nOld = pBlock == nullptr ? 0 : malloc_usable_size(pBlock);
         void* const pNew = __real_realloc(pBlock, nBytes);
+        Litter(pNew, nOld, nBytes);
         return pBlock == nullptr ? Count(pNew) : pNew;
     }
 

@@ -1,6 +1,7 @@
-// The heap as the library sees it in these tests: allocations can be told to fail, and the blocks that are held are
-// counted. What the library, pixman and the C++ library's templates allocate is covered; what shared libraries allocate
-// for themselves (C library, OpenMP runtime) is not, but for their C++ operators.
+// The heap as the library sees it in these tests: allocations can be told to fail, blocks that are held are counted,
+// and fresh blocks hold litter, another one each time. What the library, pixman and the C++ library's templates
+// allocate is covered; what shared libraries allocate for themselves (C library, OpenMP runtime) is not, but for their
+// C++ operators.
 #pragma once
 
 #include <functional>
