@@ -110,6 +110,7 @@ std::string DigestOfRecipes(const std::vector<Recipe>& recipes)
     {
         AddImage(digest, recipe.zoneImage);
         AddImage(digest, recipe.classImage);
+        AddImage(digest, recipe.deadImage);
         if (recipe.maps != nullptr)
             AddMaps(digest, *recipe.maps);
     }

@@ -21,7 +21,7 @@ namespace
 
 constexpr int nTiles = 3;         // reference, image, reference: the three pitches that a comparison wants
 constexpr int nColumnGroup = 16;  // a horizontal comparison ends at a multiple of 16 columns
-constexpr int nMergeDistance = 0;  // pieces of one blob whose boxes touch
+constexpr int nMergeDistance = 0; // pieces of one blob whose boxes touch
 constexpr double dFewDirections = 0.1;
 constexpr short nNoDifference = 256; // a threshold that no difference exceeds
 

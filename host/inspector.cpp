@@ -105,6 +105,11 @@ void DropRepeated(std::vector<Blob>& blobs)
     blobs = std::move(kept);
 }
 
+bool IsPainted(const GreyImage& painted, const CPoint& place)
+{
+    return CRect(0, 0, painted.Width(), painted.Height()).PtInRect(place) && painted.Row(place.y)[place.x] != 0;
+}
+
 void ThrowUnlessDone(int code)
 {
     if (code != 1 && code != 16)
@@ -223,6 +228,9 @@ InspectionResult Inspector::Inspect(int lane, const GreyView& image, const Recip
 
     if (recipe.twicePitch != 0.0)
         DropRepeated(result.blobs);
+    if (!recipe.deadImage.IsEmpty())
+        result.deadBlobs = static_cast<int>(
+            std::erase_if(result.blobs, [&](const Blob& blob) { return IsPainted(recipe.deadImage, blob.peakPlace); }));
     for (std::size_t i = 0; i < result.blobs.size(); ++i)
         result.blobs[i].number = static_cast<int>(i) + 1;
 

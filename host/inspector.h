@@ -71,6 +71,7 @@ struct InspectionResult
     double inspectMilliseconds = 0.0;
     double blobMilliseconds = 0.0;
     double totalMilliseconds = 0.0;    ///< tables and copies included
+    int deadBlobs = 0;                 ///< left out as lying in the recipe's painted dead places
     std::vector<std::string> warnings; ///< what was perhaps not looked at, or lost
     std::vector<Blob> blobs;
     std::vector<Pair> pairRecords; ///< the counted pairs themselves, where they were asked for

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string>
 
 #include "host/problem.h"
 #include "host/recipe_check.h"
@@ -14,8 +15,10 @@ namespace narvo
 namespace
 {
 
-constexpr int nFraction = 16; // pitches of tables are in 1/16 pixel
-constexpr int nGroup = 16;    // a table entry serves 16 rows or columns
+constexpr int nFraction = 16;        // pitches of tables are in 1/16 pixel
+constexpr int nGroup = 16;           // a table entry serves 16 rows or columns
+constexpr short nDeadOffset = 32512; // above every difference
+constexpr int nDeadTable = 255;      // no difference is greater, and the zone tables go no further
 
 const Recipe& Checked(const GreyView& image, const Recipe& recipe)
 {
@@ -171,12 +174,20 @@ void ParameterSet::FillShape(const Recipe& recipe)
 short* ParameterSet::AddMap(const Recipe& recipe, const GreyImage& painted, int ZoneSettings::*member)
 {
     std::array<short, CConvParam::nZoneLimit> values{};
+    const auto valueOf = [&](const ZoneSettings& zone)
+    {
+        if (zone.dead && (member == &ZoneSettings::offset || member == &ZoneSettings::upperOffset))
+            return nDeadOffset;
+        if (zone.dead && (member == &ZoneSettings::gain || member == &ZoneSettings::upperGain))
+            return short{0};
+        return static_cast<short>(zone.*member);
+    };
     // Without a painted cell the whole map takes value 0, which stands for the only zone.
     if (painted.IsEmpty())
-        values[0] = static_cast<short>(recipe.zones.front().*member);
+        values[0] = valueOf(recipe.zones.front());
     else
         for (const ZoneSettings& zone : recipe.zones)
-            values[static_cast<std::size_t>(zone.index)] = static_cast<short>(zone.*member);
+            values[static_cast<std::size_t>(zone.index)] = valueOf(zone);
     return m_maps.emplace_back(m_cell, painted, values, m_mapExtent).Data();
 }
 
@@ -230,29 +241,66 @@ void ParameterSet::FillTables(const GreyView& image, const Recipe& recipe)
 {
     // One entry more than the image's sixteenths: the kernels count from the region's top and fetch ahead.
     const auto entries = [](int pixels) { return static_cast<std::size_t>((pixels + nGroup - 1) / nGroup + 1); };
-    if (!recipe.scanPitches.empty())
+    const auto at = [](const std::vector<double>& table, std::size_t i)
+    { return static_cast<int>(table[std::min(i, table.size() - 1)] * nFraction); };
+    const auto fill = [&](const std::vector<double>& source, int pixels, std::vector<int>& target) -> int*
     {
-        for (std::size_t i = 0; i < entries(image.Height()); ++i)
-        {
-            const double pitch = recipe.scanPitches[std::min(i, recipe.scanPitches.size() - 1)];
-            m_scanPitch.push_back(static_cast<int>(pitch * nFraction));
-        }
-        m_param.pScanPitchTable = m_scanPitch.data();
-    }
-    if (!recipe.convPitches.empty())
+        if (source.empty())
+            return nullptr;
+        for (std::size_t i = 0; i < entries(pixels); ++i)
+            target.push_back(at(source, i));
+        return target.data();
+    };
+    m_param.pScanPitchTable = fill(recipe.scanPitches, image.Height(), m_scanPitch);
+    m_param.pTiltScanTable = fill(recipe.scanTilts, image.Height(), m_scanTilt);
+    // The trapezium kernels take their tables in places of their own, the vertical one in that of the scan pitch.
+    m_param.pTiltConvTable = fill(recipe.rowPitches, image.Height(), m_rowPitch);
+    if (int* const columns = fill(recipe.columnPitches, image.Stride(), m_columnPitch))
+        m_param.pScanPitchTable = columns;
+    if (recipe.convPitches.empty())
+        return;
+    if (ResolveDirection(recipe, m_param.rtInspect) == Direction_Vertical)
     {
+        // Only the verification reads the table here: an entry for each 16 columns, in 1/16 pixel.
         for (std::size_t i = 0; i < entries(image.Stride()); ++i)
-        {
-            const double pitch = recipe.convPitches[std::min(i, recipe.convPitches.size() - 1)];
-            const int fixed = static_cast<int>(pitch * nFraction);
-            m_convPitch.insert(m_convPitch.end(), nGroup, static_cast<unsigned short>(fixed / nFraction));
-            m_convNear.insert(m_convNear.end(), nGroup, static_cast<short>(nFraction - fixed % nFraction));
-            m_convFar.insert(m_convFar.end(), nGroup, static_cast<short>(fixed % nFraction));
-        }
+            m_convPitch.push_back(static_cast<unsigned short>(at(recipe.convPitches, i)));
         m_param.pConvPitchTable = m_convPitch.data();
-        m_param.pConvWeightNear = m_convNear.data();
-        m_param.pConvWeightFar = m_convFar.data();
+        return;
     }
+    for (std::size_t i = 0; i < entries(image.Stride()); ++i)
+    {
+        const int fixed = at(recipe.convPitches, i);
+        m_convPitch.insert(m_convPitch.end(), nGroup, static_cast<unsigned short>(fixed / nFraction));
+        m_convNear.insert(m_convNear.end(), nGroup, static_cast<short>(nFraction - fixed % nFraction));
+        m_convFar.insert(m_convFar.end(), nGroup, static_cast<short>(fixed % nFraction));
+    }
+    m_param.pConvPitchTable = m_convPitch.data();
+    m_param.pConvWeightNear = m_convNear.data();
+    m_param.pConvWeightFar = m_convFar.data();
+}
+
+/// The engine takes the checks of a zone as a text: the mode, then one digit of direction and two of cycles for each.
+void ParameterSet::FillVerification(const Recipe& recipe)
+{
+    const bool any = std::any_of(recipe.zones.begin(), recipe.zones.end(),
+                                 [](const ZoneSettings& zone) { return zone.verifyMode != VerifyMode_Off; });
+    if (!any)
+        return;
+    m_verify.resize(CConvParam::nZoneLimit);
+    for (const ZoneSettings& zone : recipe.zones)
+    {
+        if (zone.verifyMode == VerifyMode_Off)
+            continue;
+        std::string text = std::to_string(zone.verifyMode);
+        for (const VerifyCheck& check : zone.verifyChecks)
+            text +=
+                ";" + std::to_string(check.along + 1) + (check.cycles < 10 ? "0" : "") + std::to_string(check.cycles);
+        m_verify[static_cast<std::size_t>(zone.index)] = CString(text.c_str());
+        // Both are divided by the periods along y before they are used.
+        m_param.dVeriPitchConv[zone.index] = zone.verifyPitchX * recipe.multipleY;
+        m_param.dVeriPitchScan[zone.index] = zone.verifyPitchY * recipe.multipleY;
+    }
+    m_param.pVeriPitchString = m_verify.data();
 }
 
 void ParameterSet::FillZoneTables(const Recipe& recipe)
@@ -277,7 +325,11 @@ void ParameterSet::FillZoneTables(const Recipe& recipe)
         // The lowest nonzero offset is the first hurdle of every pixel: zones that are not there must not set it.
         m_param.pTspTable = add(&ZoneSettings::tableOffset, 0);
         m_param.pTspTable2 = add(&ZoneSettings::tableGain, 0);
+        for (const ZoneSettings& zone : recipe.zones)
+            if (zone.dead)
+                m_param.pTspTable[zone.index] = nDeadTable;
     }
+    FillVerification(recipe);
     for (const ZoneSettings& zone : recipe.zones)
     {
         m_param.nDarkGrayLimit[zone.index] = zone.darkGreyLimit;

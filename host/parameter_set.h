@@ -42,6 +42,7 @@ private:
     void FillRegionMaps(const Recipe& recipe, bool vertical);
     void FillTables(const GreyView& image, const Recipe& recipe);
     void FillZoneTables(const Recipe& recipe);
+    void FillVerification(const Recipe& recipe);
     short* AddMap(const Recipe& recipe, const GreyImage& painted, int ZoneSettings::*member);
 
     using ZoneTable = std::array<int, CConvParam::nZoneLimit>;
@@ -52,6 +53,10 @@ private:
     std::deque<CellMap> m_maps;
     std::deque<ZoneTable> m_zoneTables;
     std::vector<int> m_scanPitch;
+    std::vector<int> m_scanTilt;
+    std::vector<int> m_rowPitch;
+    std::vector<int> m_columnPitch;
+    std::vector<CString> m_verify; ///< 16, by zone
     std::vector<unsigned short> m_convPitch;
     std::vector<short> m_convNear;
     std::vector<short> m_convFar;

@@ -26,10 +26,14 @@ using Problems = std::vector<Problem>;
 
 constexpr const char* szRegion = "region";
 constexpr const char* szRegions = "regions";
+constexpr const char* szSchema = "$schema";
 constexpr const char* szMarginFrame = "margin_frame";
 constexpr const char* szDeadZones = "dead_zones";
 constexpr const char* szScanPitch = "tables.scan_pitch";
 constexpr const char* szConvPitch = "tables.conv_pitch";
+constexpr const char* szScanTilt = "tables.scan_tilt";
+constexpr const char* szRowPitch = "tables.row_pitch";
+constexpr const char* szColumnPitch = "tables.column_pitch";
 constexpr const char* szZoneList = "zones.list";
 constexpr const char* szZoneSkip = "zones.skip";
 
@@ -269,6 +273,52 @@ void ReadRegion(const json& value, Recipe& recipe, Problems& found)
     }
 }
 
+/// The list of a table of numbers; null for other paths.
+std::vector<double> Recipe::*TableOf(std::string_view path)
+{
+    return path == szScanPitch     ? &Recipe::scanPitches
+           : path == szConvPitch   ? &Recipe::convPitches
+           : path == szScanTilt    ? &Recipe::scanTilts
+           : path == szRowPitch    ? &Recipe::rowPitches
+           : path == szColumnPitch ? &Recipe::columnPitches
+                                   : nullptr;
+}
+
+void ReadVerifyChecks(const std::string& path, const json& value, ZoneSettings& zone, Problems& found)
+{
+    ReadList(path, value, "checks", found,
+             [&](const std::string& entry, const json& member)
+             {
+                 const auto words = VerifyAlongWords();
+                 if (!member.is_object())
+                 {
+                     found.push_back({entry, Shorten(member), "an object with along and cycles"});
+                     return;
+                 }
+                 VerifyCheck check;
+                 bool known = false;
+                 for (const auto& [key, part] : member.items())
+                     if (key == "along")
+                     {
+                         const auto word =
+                             std::find(words.begin(), words.end(), part.is_string() ? part.get<std::string>() : "");
+                         known = word != words.end();
+                         check.along = static_cast<int>(word - words.begin());
+                     }
+                     else if (key != "cycles")
+                         found.push_back({entry + "." + key, "unknown field", "one of along, cycles"});
+                     else if (!FitsInt(part))
+                         found.push_back({entry + ".cycles", Shorten(part), "whole number, 1 to 99 short periods"});
+                     else
+                         check.cycles = part.get<int>();
+                 if (!known)
+                     found.push_back({entry + ".along", member.contains("along") ? Shorten(member["along"]) : "missing",
+                                      "x, y or tilt"});
+                 else
+                     zone.verifyChecks.push_back(check);
+             });
+}
+
 void ReadStructured(std::string_view path, const json& value, Recipe& recipe, Problems& found)
 {
     if (path == szMarginFrame)
@@ -301,21 +351,24 @@ void ReadStructured(std::string_view path, const json& value, Recipe& recipe, Pr
                          return;
                      }
                      ZoneSettings zone;
-                     FieldReader<ZoneSettings>(ZoneFields(), {}, recipe.GetKind(), zone, entry + ".", found)
-                         .Read(member, [](const std::string&, const json&) {});
+                     FieldReader<ZoneSettings>(ZoneFields(), ZoneStructuredFields(), recipe.GetKind(), zone,
+                                               entry + ".", found)
+                         .Read(member, [&](const std::string& list, const json& checks)
+                               { ReadVerifyChecks(entry + "." + list, checks, zone, found); });
                      recipe.zones.push_back(zone);
                  });
     }
     else
     {
-        std::vector<double>& table = path == szScanPitch ? recipe.scanPitches : recipe.convPitches;
-        ReadList(std::string(path), value, "pitches in pixels", found,
+        std::vector<double>& table = recipe.*TableOf(path);
+        ReadList(std::string(path), value, path == szScanTilt ? "shifts in pixels" : "pitches in pixels", found,
                  [&](const std::string& entry, const json& member)
                  {
                      if (member.is_number())
                          table.push_back(member.get<double>());
                      else
-                         found.push_back({entry, Shorten(member), "a pitch in pixels"});
+                         found.push_back(
+                             {entry, Shorten(member), path == szScanTilt ? "a shift in pixels" : "a pitch in pixels"});
                  });
     }
 }
@@ -381,6 +434,17 @@ void DescribeFields(std::span<const Field<Owner>> fields, const Owner& defaults,
     }
 }
 
+void DescribeStructured(std::span<const StructuredField> fields, const std::string& prefix, std::ostream& out)
+{
+    for (const StructuredField& field : fields)
+    {
+        const std::string kinds = KindsText(field.kinds);
+        out << prefix << field.path << ": " << field.content << "; "
+            << (field.required != 0 ? "required" : "default " + std::string(field.fallback)) << "; "
+            << (kinds.empty() ? "" : kinds + "; ") << field.meaning << '\n';
+    }
+}
+
 } // namespace
 
 Kind KindOf(int mode, int regionShape)
@@ -427,6 +491,7 @@ Recipe ParseRegion(const json& document, const std::filesystem::path& folder, Re
               });
     LoadPainted("zones.image", recipe.zoneImageFile, folder, given.zoneImage, recipe.zoneImage, found);
     LoadPainted("zones.class_image", recipe.classImageFile, folder, given.classImage, recipe.classImage, found);
+    LoadPainted("dead_image", recipe.deadImageFile, folder, given.deadImage, recipe.deadImage, found);
     recipe.maps = std::move(given.maps);
 
     // A field that could not be read still holds its default, which must not be reported a second time.
@@ -523,6 +588,13 @@ std::string RegionPrefix(std::size_t region)
 
 std::vector<Recipe> ParseRecipes(const json& document, const std::filesystem::path& folder)
 {
+    if (document.is_object() && document.contains(szSchema))
+    {
+        // Where editors look for the schema.
+        json rest = document;
+        rest.erase(szSchema);
+        return ParseRecipes(rest, folder);
+    }
     if (!document.is_object() || !document.contains(szRegions))
         return {ParseRegion(document, folder, {})};
     const json& regions = document[szRegions];
@@ -605,10 +677,21 @@ ordered_json RecipeToJson(const Recipe& recipe)
     document[szDeadZones] = ordered_json::array();
     for (const CRect& rect : recipe.deadZones)
         document[szDeadZones].push_back(RectToJson(rect));
-    document["tables"] = {{"scan_pitch", recipe.scanPitches}, {"conv_pitch", recipe.convPitches}};
+    document["tables"] = {{"scan_pitch", recipe.scanPitches},
+                          {"conv_pitch", recipe.convPitches},
+                          {"scan_tilt", recipe.scanTilts},
+                          {"row_pitch", recipe.rowPitches},
+                          {"column_pitch", recipe.columnPitches}};
     ordered_json& list = document["zones"]["list"] = ordered_json::array();
     for (const ZoneSettings& zone : recipe.zones)
-        WriteFields(ZoneFields(), zone, list.emplace_back());
+    {
+        ordered_json& entry = list.emplace_back();
+        WriteFields(ZoneFields(), zone, entry);
+        ordered_json& checks = entry["verify"]["checks"] = ordered_json::array();
+        for (const VerifyCheck& check : zone.verifyChecks)
+            checks.push_back(
+                {{"along", VerifyAlongWords()[static_cast<std::size_t>(check.along)]}, {"cycles", check.cycles}});
+    }
     ordered_json& skip = document["zones"]["skip"] = ordered_json::array();
     for (const auto& [column, row] : recipe.skippedCells)
         skip.push_back({column, row});
@@ -657,14 +740,11 @@ std::string DescribeRecipeFields()
     std::ostringstream out;
     const Recipe defaults;
     DescribeFields(RecipeFields(), defaults, "", out);
-    for (const StructuredField& field : StructuredFields())
-    {
-        const std::string kinds = KindsText(field.kinds);
-        out << field.path << ": " << field.content << "; "
-            << (field.required != 0 ? "required" : "default " + std::string(field.fallback)) << "; "
-            << (kinds.empty() ? "" : kinds + "; ") << field.meaning << '\n';
-    }
+    DescribeStructured(StructuredFields(), "", out);
     DescribeFields(ZoneFields(), ZoneSettings{}, "zones.list[].", out);
+    DescribeStructured(ZoneStructuredFields(), "zones.list[].", out);
+    out << "regions: list of objects, each with the fields in which one of several regions differs from those beside "
+           "the list\n";
     return out.str();
 }
 

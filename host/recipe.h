@@ -75,6 +75,30 @@ enum FilterSample : int
     FilterSample_Block = 1  ///< 2 by 2 blocks, against the threshold times the window's area
 };
 
+/// How a zone's pairs are held against the pattern's short period.
+enum VerifyMode : int
+{
+    VerifyMode_Off = 0,
+    VerifyMode_Fixed = 1, ///< at the zone's own short pitches
+    VerifyMode_Table = 2  ///< at parts of the pitch tables, both ways, and along the tilt
+};
+
+enum VerifyAlong : int
+{
+    VerifyAlong_X = 0,
+    VerifyAlong_Y = 1,
+    VerifyAlong_Tilt = 2
+};
+
+/// One comparison at the short period: a pair that fits there is pattern.
+struct VerifyCheck
+{
+    int along = VerifyAlong_X;
+    int cycles = 1; ///< by tables: short pitches to go; not more than the periods that a comparison spans
+};
+
+constexpr int nVerifyCheckLimit = 5;
+
 /// Thresholds of one zone. A threshold is offset + (larger compared value * gain) / 256.
 struct ZoneSettings
 {
@@ -92,6 +116,11 @@ struct ZoneSettings
     int tableGain = 0;
     int darkGreyLimit = 0;       ///< dark pairs at or above this grey are dropped; 0 is off
     int brightMinDifference = 0; ///< bright pairs that stand out by less are dropped; 0 is off
+    bool dead = false;           ///< nothing is found there, whatever the thresholds
+    int verifyMode = VerifyMode_Off;
+    double verifyPitchX = 0.0;
+    double verifyPitchY = 0.0;
+    std::vector<VerifyCheck> verifyChecks = {}; ///< at most nVerifyCheckLimit
 };
 
 /// The path that a mode takes over a region of a shape.
@@ -116,6 +145,8 @@ struct Recipe
     std::optional<std::pair<int, int>> regionColumns; ///< trapezium: first and last column that the polygon is cut to
     std::optional<CRect> marginFrame;                 ///< none: the filters' own choice
     std::vector<CRect> deadZones;
+    std::string deadImageFile;                     ///< as written in the recipe; empty: none
+    GreyImage deadImage;                           ///< painted dead places of the whole image: not 0
     std::vector<std::pair<int, int>> skippedCells; ///< column and row in the zone grid, counted from zoneOrigin
 
     double pitchX = 0.0;
@@ -165,6 +196,10 @@ struct Recipe
     std::vector<double> scanPitches; ///< along y, pixels, one for each 16 rows of the image; empty: pitchY everywhere
     std::vector<double> convPitches; ///< along x, pixels, one for each 16 columns; empty: pitchX everywhere
 
+    std::vector<double> scanTilts;     ///< verification: shift along x a pitch further down, pixels, for each 16 rows
+    std::vector<double> rowPitches;    ///< horizontal trapezia: along x, pixels, one for each 16 rows
+    std::vector<double> columnPitches; ///< vertical trapezia: along y, pixels, one for each 16 columns
+
     int zoneMultipleX = 1;
     int zoneMultipleY = 1;
     double zoneOriginX = 0.0;
@@ -191,8 +226,9 @@ struct RecipeImages
     std::optional<GreyImage> zoneImage;
     std::optional<GreyImage> classImage;
     std::shared_ptr<const RegionMaps> maps;
+    std::optional<GreyImage> deadImage;
 
-    bool IsEmpty() const { return !zoneImage && !classImage && maps == nullptr; }
+    bool IsEmpty() const { return !zoneImage && !classImage && !deadImage && maps == nullptr; }
 };
 
 /// Reads a recipe of one region from JSON. Image files that it names are looked up in `folder`, but for those that are

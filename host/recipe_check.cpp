@@ -28,6 +28,8 @@ constexpr int nDeadZoneHigh = CConvParam::nDeadZoneLimit - 1; // the engine take
 constexpr double dPitchLow = 1.0;
 constexpr double dPitchHigh = 16384.0;
 constexpr int nGreyLimitOf9 = 227;
+constexpr double dColumnTableHigh = 4095.0; // verification reads 16-bit entries of 1/16 pixel
+constexpr int nCyclesHigh = 99;
 
 using Problems = std::vector<Problem>;
 
@@ -84,12 +86,18 @@ void CheckStructured(const Recipe& recipe, Problems& found)
             return !recipe.scanPitches.empty();
         if (path == "tables.conv_pitch")
             return !recipe.convPitches.empty();
+        if (path == "tables.scan_tilt")
+            return !recipe.scanTilts.empty();
+        if (path == "tables.row_pitch")
+            return !recipe.rowPitches.empty();
+        if (path == "tables.column_pitch")
+            return !recipe.columnPitches.empty();
         if (path == "zones.skip")
             return !recipe.skippedCells.empty();
         if (path != "zones.list")
             return false;
         static const ZoneSettings defaults;
-        return recipe.zones.size() != 1 ||
+        return recipe.zones.size() != 1 || !recipe.zones.front().verifyChecks.empty() ||
                std::any_of(ZoneFields().begin(), ZoneFields().end(),
                            [&](const Field<ZoneSettings>& field)
                            { return ValueText(field, recipe.zones.front()) != ValueText(field, defaults); });
@@ -276,9 +284,43 @@ std::span<const KernelChoice> ChoicesOf(Kind kind, Direction direction)
     }
 }
 
+/// Whether some zone verifies by tables along an axis or the tilt.
+bool VerifiesByTables(const Recipe& recipe, int along)
+{
+    return std::any_of(recipe.zones.begin(), recipe.zones.end(),
+                       [&](const ZoneSettings& zone)
+                       {
+                           return zone.verifyMode == VerifyMode_Table &&
+                                  std::any_of(zone.verifyChecks.begin(), zone.verifyChecks.end(),
+                                              [&](const VerifyCheck& check) { return check.along == along; });
+                       });
+}
+
+/// What the filters of one direction alone read.
+void CheckVerifyDirection(const Recipe& recipe, Direction direction, Problems& found)
+{
+    if (direction == Direction_Vertical)
+        return;
+    for (std::size_t i = 0; i < recipe.zones.size(); ++i)
+        if (recipe.zones[i].verifyMode != VerifyMode_Off)
+            AddOnce({"zones.list[" + std::to_string(i) + "].verify.mode", "on", "off in horizontal direction"}, found);
+}
+
+void CheckTableDirection(const Recipe& recipe, Direction direction, Problems& found)
+{
+    if (direction == Direction_Vertical && !recipe.rowPitches.empty())
+        AddOnce({"tables.row_pitch", "given", "left out in vertical direction"}, found);
+    if (direction == Direction_Horizontal && !recipe.columnPitches.empty())
+        AddOnce({"tables.column_pitch", "given", "left out in horizontal direction"}, found);
+}
+
 void CheckOptions(const Recipe& recipe, Direction direction, Problems& found)
 {
-    const unsigned given = OptionsOf(recipe);
+    CheckVerifyDirection(recipe, direction, found);
+    CheckTableDirection(recipe, direction, found);
+    // The kernels down the image leave the column table to the verification.
+    const bool verified = direction == Direction_Vertical && VerifiesByTables(recipe, VerifyAlong_X);
+    const unsigned given = OptionsOf(recipe) & ~(verified ? static_cast<unsigned>(Option_ConvPitches) : 0U);
     const auto choices = ChoicesOf(recipe.GetKind(), direction);
     const auto chosen =
         std::find_if(choices.begin(), choices.end(),
@@ -423,6 +465,58 @@ void CheckPainted(const std::string& field, const GreyImage& painted, const Reci
         }
 }
 
+void CheckVerification(const ZoneSettings& zone, const std::string& prefix, const Recipe& recipe, Problems& found)
+{
+    const auto check = [&](bool right, const std::string& field, const std::string& value, const std::string& allowed)
+    {
+        if (!right)
+            AddOnce({prefix + field, value, allowed}, found);
+    };
+    const bool off = zone.verifyMode == VerifyMode_Off;
+    const bool fixed = zone.verifyMode == VerifyMode_Fixed;
+    const std::string count = std::to_string(zone.verifyChecks.size()) + " checks";
+    check(off || zone.index != 0, "verify.mode", "on", "off in zone 0, which is never verified");
+    check(!off || zone.verifyChecks.empty(), "verify.checks", count, "none where verify.mode is off");
+    check(off || (!zone.verifyChecks.empty() && zone.verifyChecks.size() <= nVerifyCheckLimit), "verify.checks", count,
+          "1 to 5 checks where verify.mode is on");
+    const auto has = [&](int along)
+    {
+        return std::any_of(zone.verifyChecks.begin(), zone.verifyChecks.end(),
+                           [&](const VerifyCheck& one) { return one.along == along; });
+    };
+    const auto checkPitch = [&](const char* field, double pitch, int along)
+    {
+        const bool needed = fixed && has(along);
+        check(needed ? pitch >= dPitchLow : pitch == 0.0, field, FormatNumber(pitch),
+              needed ? Range(dPitchLow, dPitchHigh, "pixels") : "0 where no fixed check goes along it");
+    };
+    checkPitch("verify.pitch.x", zone.verifyPitchX, VerifyAlong_X);
+    checkPitch("verify.pitch.y", zone.verifyPitchY, VerifyAlong_Y);
+    for (std::size_t i = 0; i < zone.verifyChecks.size(); ++i)
+    {
+        const VerifyCheck& one = zone.verifyChecks[i];
+        const std::string entry = "verify.checks[" + std::to_string(i) + "].";
+        const int high = one.along == VerifyAlong_X   ? std::min(recipe.multipleX, nCyclesHigh)
+                         : one.along == VerifyAlong_Y ? std::min(recipe.multipleY, nCyclesHigh)
+                                                      : nCyclesHigh;
+        check(one.along >= VerifyAlong_X && one.along <= VerifyAlong_Tilt, entry + "along", std::to_string(one.along),
+              "x, y or tilt");
+        check(one.along != VerifyAlong_Tilt || !fixed, entry + "along", "tilt", "x or y where verify.mode is fixed");
+        check(one.cycles >= 1 && one.cycles <= high, entry + "cycles", std::to_string(one.cycles),
+              "1 to " + std::to_string(high) + " short periods, those that a comparison spans");
+    }
+    const bool byTables = zone.verifyMode == VerifyMode_Table;
+    const auto needTable = [&](bool given, int along, const char* table, const char* what)
+    {
+        if (byTables && has(along) && !given)
+            AddOnce({table, "empty", std::string("given where a zone verifies ") + what + " by tables"}, found);
+    };
+    needTable(!recipe.convPitches.empty(), VerifyAlong_X, "tables.conv_pitch", "along x");
+    needTable(!recipe.scanPitches.empty(), VerifyAlong_Y, "tables.scan_pitch", "along y");
+    needTable(!recipe.scanPitches.empty(), VerifyAlong_Tilt, "tables.scan_pitch", "along the tilt");
+    needTable(!recipe.scanTilts.empty(), VerifyAlong_Tilt, "tables.scan_tilt", "along the tilt");
+}
+
 /// Whole-region maps in place of a painted cell.
 void CheckMaps(const Recipe& recipe, Problems& found)
 {
@@ -446,6 +540,9 @@ void CheckMaps(const Recipe& recipe, Problems& found)
                       maps.IsSet(RegionMaps::Map_UpperGain);
     check(upper || !part, "maps", "part of an upper segment", "knee, upper offset and upper gain, or none of them");
 
+    check(std::none_of(recipe.zones.begin(), recipe.zones.end(), [](const ZoneSettings& zone) { return zone.dead; }),
+          "zones.list", "dead zones", "none dead where whole-region maps are given");
+
     unsigned listed = 0;
     for (const ZoneSettings& zone : recipe.zones)
         listed |= 1U << (zone.index & 15);
@@ -465,6 +562,7 @@ void CheckZones(const Recipe& recipe, Problems& found)
         CheckRanges(ZoneFields(), recipe.GetKind(), zone, prefix, found);
         if (!seen.insert(zone.index).second)
             found.push_back({prefix + "index", std::to_string(zone.index), "each zone once"});
+        CheckVerification(zone, prefix, recipe, found);
         if (zone.index == 0 && zone.darkGreyLimit != 0)
             found.push_back({prefix + "dark_grey_limit", std::to_string(zone.darkGreyLimit),
                              "0 in zone 0, which has no grey limits"});
@@ -531,6 +629,20 @@ void CheckLists(const Recipe& recipe, Problems& found)
     };
     checkPitches("tables.scan_pitch", recipe.scanPitches);
     checkPitches("tables.conv_pitch", recipe.convPitches);
+    checkPitches("tables.row_pitch", recipe.rowPitches);
+    checkPitches("tables.column_pitch", recipe.columnPitches);
+    for (std::size_t i = 0; i < recipe.scanTilts.size(); ++i)
+        if (!(recipe.scanTilts[i] >= -1.0 && recipe.scanTilts[i] <= 1.0))
+            found.push_back({"tables.scan_tilt[" + std::to_string(i) + "]", FormatNumber(recipe.scanTilts[i]),
+                             Range(-1.0, 1.0, "pixels")});
+    const bool byTilt = VerifiesByTables(recipe, VerifyAlong_Tilt);
+    if (!recipe.scanTilts.empty() && !byTilt)
+        AddOnce({"tables.scan_tilt", "given", "left out where no zone verifies along the tilt"}, found);
+    if (VerifiesByTables(recipe, VerifyAlong_X))
+        for (std::size_t i = 0; i < recipe.convPitches.size(); ++i)
+            if (recipe.convPitches[i] > dColumnTableHigh && recipe.convPitches[i] <= dPitchHigh)
+                found.push_back({"tables.conv_pitch[" + std::to_string(i) + "]", FormatNumber(recipe.convPitches[i]),
+                                 Range(dPitchLow, dColumnTableHigh, "pixels") + " where zones verify by it"});
 
     // The search for the entry of a band or of a re-run steps over records of two ints.
     if (!recipe.skippedCells.empty() && recipe.maxReruns != 0)
@@ -678,6 +790,14 @@ std::vector<Problem> CheckRecipeForImage(const Recipe& recipe, int width, int he
         CheckInside("dead_zones[" + std::to_string(i) + "]", recipe.deadZones[i], width, height, found);
     CheckTableLength("tables.scan_pitch", recipe.scanPitches, height, found);
     CheckTableLength("tables.conv_pitch", recipe.convPitches, width, found);
+    CheckTableLength("tables.scan_tilt", recipe.scanTilts, height, found);
+    CheckTableLength("tables.row_pitch", recipe.rowPitches, height, found);
+    CheckTableLength("tables.column_pitch", recipe.columnPitches, width, found);
+    if (!recipe.deadImage.IsEmpty() && (recipe.deadImage.Width() < width || recipe.deadImage.Height() < height))
+        found.push_back(
+            {"dead_image",
+             std::to_string(recipe.deadImage.Width()) + " by " + std::to_string(recipe.deadImage.Height()) + " pixels",
+             "at least " + std::to_string(width) + " by " + std::to_string(height) + " pixels, the size of the image"});
     if (measurable)
         CheckSize(recipe, RegionOf(recipe, width, height), width, height, found);
     return found;

@@ -31,6 +31,8 @@ constexpr std::array<std::string_view, 6> modeWords = {"zone", "pixel", "float",
 constexpr std::array<std::string_view, 2> directionWords = {"horizontal", "vertical"};
 constexpr std::array<std::string_view, 2> testWords = {"cross", "jump"};
 constexpr std::array<std::string_view, 2> sampleWords = {"pixel", "block"};
+constexpr std::array<std::string_view, 3> verifyWords = {"off", "fixed", "table"};
+constexpr std::array<std::string_view, 3> alongWords = {"x", "y", "tilt"};
 
 constexpr std::array<std::string_view, 8> kindNames = {
     "zone mode",     "pixel mode",   "float mode", "float mode with a trapezium", "float mode with a polygon",
@@ -69,6 +71,8 @@ const Field<Recipe> recipeFields[] = {
     {"max_blobs", "blobs", &Recipe::maxBlobs, 1, 1000000, nNone, nAll, "room for blobs; what does not fit is lost"},
     {"min_area", "pixels", &Recipe::minArea, 1, 1000000, nNone, nAll, "smaller blobs are not reported"},
     {"label", "", &Recipe::label, dIntLow, dIntHigh, nNone, nAll, "copied into every blob"},
+    {"dead_image", "name of an image file", &Recipe::deadImageFile, 0, 0, nNone, nAll,
+     "painted dead places of the whole image: blobs that stand out most where it is not 0 are not reported"},
     {"pitch.x", "pixels", &Recipe::pitchX, dPitchLow, dPitchHigh, nCompared, nCompared,
      "period of the pattern along x"},
     {"pitch.y", "pixels", &Recipe::pitchY, dPitchLow, dPitchHigh, nCompared, nCompared,
@@ -175,6 +179,12 @@ const Field<ZoneSettings> zoneFields[] = {
      "dark pairs at or above this grey are dropped; 0 is off"},
     {"bright_min_difference", "grey levels", &ZoneSettings::brightMinDifference, 0, dGreyHigh, nNone, nAll,
      "bright pairs that stand out by less are dropped; 0 is off"},
+    {"dead", "", &ZoneSettings::dead, 0, 0, nNone, nAll, "nothing is found there, whatever the thresholds"},
+    {"verify.mode", "", Choice<ZoneSettings>{&ZoneSettings::verifyMode, verifyWords}, 0, 0, nNone, nAll,
+     "drop pairs that fit the pattern at its short period: fixed: at the pitches below; table: at parts of the pitch "
+     "tables"},
+    {"verify.pitch.x", "pixels", &ZoneSettings::verifyPitchX, 0, dPitchHigh, nNone, nAll, "short period along x"},
+    {"verify.pitch.y", "pixels", &ZoneSettings::verifyPitchY, 0, dPitchHigh, nNone, nAll, "short period along y"},
 };
 
 const StructuredField structuredFields[] = {
@@ -195,9 +205,22 @@ const StructuredField structuredFields[] = {
      "row table"},
     {"tables.conv_pitch", "list of pitches along x in pixels, one for each 16 columns", "empty", nNone,
      nRectangles | nAsg, "column table"},
+    {"tables.scan_tilt", "list of shifts along x in pixels, -1 to 1, one for each 16 rows", "empty", nNone, nZone,
+     "how far the pattern leans over one compare distance down, for checks along the tilt"},
+    {"tables.row_pitch", "list of pitches along x in pixels, one for each 16 rows", "empty", nNone, nTrapezium,
+     "horizontal direction"},
+    {"tables.column_pitch", "list of pitches along y in pixels, one for each 16 columns", "empty", nNone, nTrapezium,
+     "vertical direction"},
     {"zones.skip", "list of [column, row]", "empty", nNone, nZone, "cells that are not inspected"},
     {"zones.list", "list of zones, each an object with the fields of zones.list[]", "one zone with its defaults", nNone,
      nZoned, "thresholds of the zones"},
+};
+
+const StructuredField zoneStructuredFields[] = {
+    {"verify.checks", "list of at most 5 objects with along (x, y or tilt) and cycles (whole number, default 1)",
+     "empty", nNone, nAll,
+     "where a pair that fits is no defect: by tables, cycles short periods away both ways; not more than the periods "
+     "that a comparison spans"},
 };
 
 template <typename... Functions>
@@ -232,6 +255,16 @@ std::span<const Field<ZoneSettings>> ZoneFields()
 std::span<const StructuredField> StructuredFields()
 {
     return structuredFields;
+}
+
+std::span<const StructuredField> ZoneStructuredFields()
+{
+    return zoneStructuredFields;
+}
+
+std::span<const std::string_view> VerifyAlongWords()
+{
+    return alongWords;
 }
 
 std::string_view KindName(Kind kind)

@@ -63,6 +63,10 @@ std::span<const Field<ZoneSettings>> ZoneFields();
 
 /// Lists and rectangles of the recipe.
 std::span<const StructuredField> StructuredFields();
+/// Lists of an entry of zones.list.
+std::span<const StructuredField> ZoneStructuredFields();
+/// Words for the direction of a verification check, in the order of VerifyAlong.
+std::span<const std::string_view> VerifyAlongWords();
 
 /// "pixel mode", "float mode with a polygon".
 std::string_view KindName(Kind kind);

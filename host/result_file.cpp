@@ -72,6 +72,7 @@ ordered_json ResultToJson(const InspectionResult& result)
             {"outlines", outlines},
             {"pairs", result.pairs},
             {"reruns", result.reruns},
+            {"dead_blobs", result.deadBlobs},
             {"milliseconds",
              {{"inspect", result.inspectMilliseconds},
               {"blobs", result.blobMilliseconds},

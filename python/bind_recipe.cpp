@@ -106,7 +106,8 @@ py::object ToPython(const std::shared_ptr<const RegionMaps>& maps)
     return made;
 }
 
-RecipeImages ToImages(const py::handle& zoneImage, const py::handle& classImage, const py::handle& maps)
+RecipeImages ToImages(const py::handle& zoneImage, const py::handle& classImage, const py::handle& deadImage,
+                      const py::handle& maps)
 {
     RecipeImages images;
     images.maps = ToMaps(maps);
@@ -114,6 +115,8 @@ RecipeImages ToImages(const py::handle& zoneImage, const py::handle& classImage,
         images.zoneImage = ImageArgument(zoneImage, "zone_image").Copy();
     if (!classImage.is_none())
         images.classImage = ImageArgument(classImage, "class_image").Copy();
+    if (!deadImage.is_none())
+        images.deadImage = ImageArgument(deadImage, "dead_image").Copy();
     return images;
 }
 
@@ -200,7 +203,7 @@ bool IsField(const std::string& path)
 
 /// The recipe once more with some of its fields replaced, read anew.
 Recipe Replaced(const Recipe& recipe, const py::dict& changes, const py::handle& zoneImage,
-                const py::handle& classImage, const py::handle& maps)
+                const py::handle& classImage, const py::handle& deadImage, const py::handle& maps)
 {
     ordered_json written = RecipeToJson(recipe);
     json document = json::parse(written.dump());
@@ -225,7 +228,7 @@ Recipe Replaced(const Recipe& recipe, const py::dict& changes, const py::handle&
         else
             throw HostError({{path, "unknown field", "a dotted path as in Recipe.fields()"}});
     }
-    RecipeImages images = ToImages(zoneImage, classImage, maps);
+    RecipeImages images = ToImages(zoneImage, classImage, deadImage, maps);
     if (images.maps == nullptr)
         images.maps = recipe.maps;
     // A new name in the recipe stands for a new image.
@@ -233,6 +236,8 @@ Recipe Replaced(const Recipe& recipe, const py::dict& changes, const py::handle&
         images.zoneImage = recipe.zoneImage;
     if (!images.classImage && !recipe.classImage.IsEmpty() && !changes.contains("zones.class_image"))
         images.classImage = recipe.classImage;
+    if (!images.deadImage && !recipe.deadImage.IsEmpty() && !changes.contains("dead_image"))
+        images.deadImage = recipe.deadImage;
     return ParseRecipe(document, {}, std::move(images));
 }
 
@@ -370,7 +375,7 @@ void BindRecipe(py::module_& module)
                        "Recipe.fields() describes every field with type, unit, range and default.")
         .def(py::init(
                  [](const py::handle& source, const py::handle& folder, const py::handle& zoneImage,
-                    const py::handle& classImage, const py::handle& maps)
+                    const py::handle& classImage, const py::handle& deadImage, const py::handle& maps)
                  {
                      return Translated(Fault::Recipe,
                                        [&]
@@ -378,14 +383,15 @@ void BindRecipe(py::module_& module)
                                            return py::isinstance<Recipe>(source)
                                                       ? source.cast<const Recipe&>()
                                                       : MakeRecipe(source, folder,
-                                                                   ToImages(zoneImage, classImage, maps));
+                                                                   ToImages(zoneImage, classImage, deadImage, maps));
                                        });
                  }),
              py::arg("source"), py::kw_only(), py::arg("folder") = py::none(), py::arg("zone_image") = py::none(),
-             py::arg("class_image") = py::none(), py::arg("maps") = py::none(),
+             py::arg("class_image") = py::none(), py::arg("dead_image") = py::none(), py::arg("maps") = py::none(),
              "source is a dict, JSON text (it begins with a brace), the path of a recipe file, or a Recipe.\n\n"
              "Image files that it names are looked up in folder: by default beside the recipe file, or in the current "
-             "folder. zone_image and class_image, uint8 arrays, take their place. maps is a dict of arrays of the "
+             "folder. zone_image, class_image and dead_image, uint8 arrays, take their place. maps is a dict of arrays "
+             "of the "
              "region's shape, thresholds pixel by pixel in zone mode: offset, gain, zone, knee, upper_offset, "
              "upper_gain, class; they are not part of dict and text.\n\n"
              "Raises RecipeError, whose list problems holds everything that is wrong.")
@@ -435,12 +441,13 @@ void BindRecipe(py::module_& module)
         .def(
             "replace",
             [](const Recipe& recipe, const py::dict& changes, const py::handle& zoneImage, const py::handle& classImage,
-               const py::handle& maps) {
+               const py::handle& deadImage, const py::handle& maps)
+            {
                 return Translated(Fault::Recipe,
-                                  [&] { return Replaced(recipe, changes, zoneImage, classImage, maps); });
+                                  [&] { return Replaced(recipe, changes, zoneImage, classImage, deadImage, maps); });
             },
             py::arg("changes"), py::kw_only(), py::arg("zone_image") = py::none(), py::arg("class_image") = py::none(),
-            py::arg("maps") = py::none(),
+            py::arg("dead_image") = py::none(), py::arg("maps") = py::none(),
             "Another recipe in which the fields of the dict changes, by dotted path, have new values; None stands for "
             "the default.\n\nRaises RecipeError.")
         .def(
@@ -461,6 +468,9 @@ void BindRecipe(py::module_& module)
             "class_image", [](const Recipe& recipe) { return ToState(recipe.classImage); },
             "The class ids of one cell as an array, or None.")
         .def_property_readonly(
+            "dead_image", [](const Recipe& recipe) { return ToState(recipe.deadImage); },
+            "The dead places of the whole image as an array, not 0 where dead, or None.")
+        .def_property_readonly(
             "maps", [](const Recipe& recipe) { return ToPython(recipe.maps); },
             "Thresholds pixel by pixel over the region as a dict of arrays, or None.")
         .def(
@@ -472,7 +482,8 @@ void BindRecipe(py::module_& module)
                 const auto& second = other.cast<const Recipe&>();
                 return py::bool_(RecipeToJson(recipe) == RecipeToJson(second) &&
                                  IsSame(recipe.zoneImage, second.zoneImage) &&
-                                 IsSame(recipe.classImage, second.classImage) && IsSame(recipe.maps, second.maps));
+                                 IsSame(recipe.classImage, second.classImage) &&
+                                 IsSame(recipe.deadImage, second.deadImage) && IsSame(recipe.maps, second.maps));
             },
             py::arg("other"), "Whether all fields and painted images are the same.")
         .def("__repr__",
@@ -489,6 +500,7 @@ void BindRecipe(py::module_& module)
                 py::dict images;
                 images["zone_image"] = ToState(recipe.zoneImage);
                 images["class_image"] = ToState(recipe.classImage);
+                images["dead_image"] = ToState(recipe.deadImage);
                 images["maps"] = ToPython(recipe.maps);
                 const py::object partial = py::module_::import("functools").attr("partial");
                 return py::make_tuple(partial(py::type::of(self), ToText(RecipeToJson(recipe).dump()), **images),

@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "narvoassem/version.h"
+#include "tools/bench_command.h"
 #include "tools/board_command.h"
 #include "tools/exit_code.h"
 #include "tools/golden_command.h"
@@ -13,6 +14,7 @@
 #include "tools/pitch_command.h"
 #include "tools/recipe_command.h"
 #include "tools/report_command.h"
+#include "tools/shell_command.h"
 #include "tools/synth_command.h"
 
 namespace narvo
@@ -23,8 +25,8 @@ namespace
 
 // In the order in which the help shows them.
 constexpr AddCommand commands[] = {
-    AddInspectCommand, AddGoldenCommand, AddPitchCommand,  AddReportCommand,
-    AddSynthCommand,   AddBoardCommand,  AddRecipeCommand,
+    AddInspectCommand, AddGoldenCommand, AddPitchCommand, AddReportCommand,     AddSynthCommand,
+    AddBoardCommand,   AddRecipeCommand, AddBenchCommand, AddCompletionCommand, AddManualCommand,
 };
 
 } // namespace

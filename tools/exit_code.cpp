@@ -6,17 +6,29 @@
 namespace narvo
 {
 
+const std::vector<std::pair<int, std::string>>& ExitCodes()
+{
+    static const std::vector<std::pair<int, std::string>> codes = {
+        {ExitCode_Done, "done"},
+        {ExitCode_Unexpected, "unexpected error, or not enough memory"},
+        {ExitCode_BadInput,
+         "bad command line, image, recipe or truth file; one line on the error stream for each problem"},
+        {ExitCode_NotWritten, "a result file could not be written"},
+        {ExitCode_Incomplete,
+         "inspected, but part of the image was not looked at or blobs were lost; results are written"},
+        {ExitCode_NoPeriod, "pitch search: the image has no period along either axis"},
+        {ExitCode_Interrupted, "interrupted; the results until then are written"},
+        {ExitCode_SomeRefused, "of many images some could not be inspected; the results of the others are written"},
+    };
+    return codes;
+}
+
 std::string DescribeExitCodes()
 {
-    return "Exit codes:\n"
-           "  0  done\n"
-           "  1  unexpected error, or not enough memory\n"
-           "  2  bad command line, image, recipe or truth file; one line on the error stream for each problem\n"
-           "  3  a result file could not be written\n"
-           "  4  inspected, but part of the image was not looked at or blobs were lost; results are written\n"
-           "  5  pitch search: the image has no period along either axis\n"
-           "  6  interrupted; the results until then are written\n"
-           "  7  of many images some could not be inspected; the results of the others are written";
+    std::string text = "Exit codes:";
+    for (const auto& [code, meaning] : ExitCodes())
+        text += "\n  " + std::to_string(code) + "  " + meaning;
+    return text;
 }
 
 void PrintProblems(const std::vector<Problem>& found)

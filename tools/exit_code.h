@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/problem.h"
@@ -20,6 +21,9 @@ enum ExitCode : int
     ExitCode_Interrupted = 6, ///< ended on request; what was done until then is written
     ExitCode_SomeRefused = 7  ///< of many images some could not be inspected
 };
+
+/// All codes with their meanings, in ascending order.
+const std::vector<std::pair<int, std::string>>& ExitCodes();
 
 /// The codes, for the end of --help.
 std::string DescribeExitCodes();

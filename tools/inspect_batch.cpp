@@ -34,7 +34,7 @@ std::vector<std::filesystem::path> PaintedImages(const std::vector<Recipe>& reci
     const std::filesystem::path folder = std::filesystem::path(recipeFile).parent_path();
     std::vector<std::filesystem::path> files;
     for (const Recipe& recipe : recipes)
-        for (const std::string& name : {recipe.zoneImageFile, recipe.classImageFile})
+        for (const std::string& name : {recipe.zoneImageFile, recipe.classImageFile, recipe.deadImageFile})
             if (!name.empty())
                 files.push_back(folder / name);
     return files;

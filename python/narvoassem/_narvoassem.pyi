@@ -52,6 +52,7 @@ class Recipe:
         folder: Optional[_Path] = ...,
         zone_image: Optional[NDArray[np.uint8]] = ...,
         class_image: Optional[NDArray[np.uint8]] = ...,
+        dead_image: Optional[NDArray[np.uint8]] = ...,
         maps: Optional[Dict[str, NDArray[np.integer[Any]]]] = ...,
     ) -> None: ...
     @staticmethod
@@ -71,12 +72,15 @@ class Recipe:
         *,
         zone_image: Optional[NDArray[np.uint8]] = ...,
         class_image: Optional[NDArray[np.uint8]] = ...,
+        dead_image: Optional[NDArray[np.uint8]] = ...,
         maps: Optional[Dict[str, NDArray[np.integer[Any]]]] = ...,
     ) -> Recipe: ...
     @property
     def zone_image(self) -> Optional[NDArray[np.uint8]]: ...
     @property
     def class_image(self) -> Optional[NDArray[np.uint8]]: ...
+    @property
+    def dead_image(self) -> Optional[NDArray[np.uint8]]: ...
     @property
     def maps(self) -> Optional[Dict[str, NDArray[np.int16]]]: ...
     def __getitem__(self, path: str) -> Any: ...

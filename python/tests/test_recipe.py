@@ -261,3 +261,14 @@ def test_recipes_cannot_be_hashed_and_show_themselves(recipe_dict):
     with pytest.raises(TypeError):
         hash(recipe)
     assert "zone mode" in repr(recipe) and "32.5" in repr(recipe)
+
+
+def test_dead_places_stay_with_the_recipe() -> None:
+    dead = numpy.zeros((300, 400), numpy.uint8)
+    dead[10:20, 30:40] = 255
+    recipe = narvoassem.Recipe({"version": 1, "pitch": {"x": 20.5, "y": 30.25}}, dead_image=dead)
+    assert numpy.array_equal(recipe.dead_image, dead)
+    assert numpy.array_equal(pickle.loads(pickle.dumps(recipe)).dead_image, dead)
+    other = recipe.replace({"min_area": 2})
+    assert numpy.array_equal(other.dead_image, dead)
+    assert recipe != recipe.replace({}, dead_image=numpy.zeros_like(dead))

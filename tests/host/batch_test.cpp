@@ -242,6 +242,143 @@ TEST(Batch, RegionsWithDifferentRoomForBlobsKeepTheirOwn)
               });
 }
 
+struct HistoryCase
+{
+    const char* name;
+    void (*set)(Recipe&);
+};
+
+void PrintTo(const HistoryCase& tested, std::ostream* out)
+{
+    *out << tested.name;
+}
+
+class BatchHistory : public testing::TestWithParam<HistoryCase>
+{
+};
+
+/// Grey noise and squares: enough hits to leave something behind in every store.
+GreyImage NoisyImage(unsigned seed)
+{
+    GreyImage image = DefectImage(static_cast<int>(seed));
+    unsigned state = seed * 2654435761U + 1U;
+    for (int y = 0; y < image.Height(); ++y)
+        for (int x = 0; x < image.Stride(); ++x)
+        {
+            state = state * 1664525U + 1013904223U;
+            image.Row(y)[x] = static_cast<std::uint8_t>(image.Row(y)[x] + (state >> 24) % 24);
+            if (state % 97 == 0)
+                image.Row(y)[x] = static_cast<std::uint8_t>(255 - image.Row(y)[x]);
+        }
+    return image;
+}
+
+TEST_P(BatchHistory, ImageIsInspectedAsOnEnginesThatNeverSawAnother)
+{
+    Recipe recipe = SmallestParsed();
+    recipe.pitchX = dPitchX;
+    recipe.pitchY = dPitchY;
+    recipe.thresholdBase = 20;
+    GetParam().set(recipe);
+    const auto run = [&](Inspector& inspector, unsigned seed)
+    {
+        ImageResult result;
+        result.regions = {inspector.Inspect(0, NoisyImage(seed), recipe)};
+        return TextOf(result);
+    };
+    Inspector used(1, recipe.maxBlobs);
+    for (const unsigned seed : {7U, 3U, 11U})
+    {
+        Inspector fresh(1, recipe.maxBlobs);
+        EXPECT_EQ(run(used, seed), run(fresh, seed)) << seed;
+    }
+}
+
+const HistoryCase historyCases[] = {
+    {"Zone", [](Recipe& recipe) { recipe.thresholdBase = 0; }},
+    {"ZoneExtendedDark",
+     [](Recipe& recipe)
+     {
+         recipe.thresholdBase = 0;
+         recipe.extendedKernel = true;
+         recipe.darkFilterBase = 10;
+     }},
+    {"ZoneTables",
+     [](Recipe& recipe)
+     {
+         recipe.thresholdBase = 0;
+         recipe.extendedKernel = recipe.zoneTables = true;
+     }},
+    {"ZoneHorizontal",
+     [](Recipe& recipe)
+     {
+         recipe.thresholdBase = 0;
+         recipe.direction = Direction_Horizontal;
+     }},
+    {"Pixel", [](Recipe& recipe) { recipe.mode = Mode_Pixel; }},
+    {"PixelTwice",
+     [](Recipe& recipe)
+     {
+         recipe.mode = Mode_Pixel;
+         recipe.extendedKernel = true;
+         recipe.twicePitch = 2 * dPitchY;
+         recipe.twiceBase = 25;
+     }},
+    {"Float",
+     [](Recipe& recipe)
+     {
+         recipe.mode = Mode_Float;
+         recipe.thresholdBase = 80;
+     }},
+    {"FloatExtended",
+     [](Recipe& recipe)
+     {
+         recipe.mode = Mode_Float;
+         recipe.thresholdBase = 80;
+         recipe.extendedKernel = true;
+     }},
+    {"Trapezium",
+     [](Recipe& recipe)
+     {
+         recipe.mode = Mode_Float;
+         recipe.thresholdBase = 80;
+         recipe.regionShape = RegionShape_Trapezium;
+         recipe.regionPoints = {{10, 10}, {310, 10}, {300, 290}, {20, 290}};
+     }},
+    {"TrapeziumHorizontal",
+     [](Recipe& recipe)
+     {
+         recipe.mode = Mode_Float;
+         recipe.thresholdBase = 80;
+         recipe.direction = Direction_Horizontal;
+         recipe.regionShape = RegionShape_Trapezium;
+         recipe.regionPoints = {{10, 10}, {310, 10}, {300, 290}, {20, 290}};
+     }},
+    {"Polygon",
+     [](Recipe& recipe)
+     {
+         recipe.mode = Mode_Float;
+         recipe.regionShape = RegionShape_Polygon;
+         recipe.regionPoints = {{10, 10}, {310, 40}, {300, 290}, {150, 200}, {20, 290}};
+     }},
+    {"Binarise",
+     [](Recipe& recipe)
+     {
+         recipe = ParseRecipe(SmallestRecipe("binarise"), {});
+         recipe.binariseLimit = 60;
+     }},
+    {"Average", [](Recipe& recipe) { recipe = ParseRecipe(SmallestRecipe("average"), {}); }},
+    {"Asg",
+     [](Recipe& recipe)
+     {
+         recipe.mode = Mode_Asg;
+         recipe.thresholdBase = 0;
+     }},
+};
+
+INSTANTIATE_TEST_SUITE_P(Paths, BatchHistory, testing::ValuesIn(historyCases),
+                         [](const testing::TestParamInfo<HistoryCase>& one) { return std::string(one.param.name); });
+
 TEST(Batch, BadRecipesAndLanesAreRefusedWithAllThatIsWrong)
 {
     EXPECT_THAT(ProblemsOf([] { Batch({}, 1); }), ElementsAre(IsProblem("recipes", "none", "at least one")));

@@ -110,6 +110,7 @@ const BadField badFields[] = {
     {"zones.origin.y", -1000001, "-1000000 to 1000000 pixels"},
     {"zones.image", 5, "name of an image file, or empty"},
     {"zones.class_image", 5, "name of an image file, or empty"},
+    {"dead_image", 5, "name of an image file, or empty"},
 };
 
 TEST(Recipe, EveryFieldIsRefusedOutsideItsRangeByNameValueAndRange)
@@ -151,6 +152,10 @@ const BadField badZoneFields[] = {
     {"table.gain", 257, "whole number, 0 to 256 in 1/256"},
     {"dark_grey_limit", 256, "whole number, 0 to 255 grey levels"},
     {"bright_min_difference", 256, "whole number, 0 to 255 grey levels"},
+    {"dead", 1, "true or false"},
+    {"verify.mode", "on", "off, fixed or table"},
+    {"verify.pitch.x", -1, "0 to 16384 pixels"},
+    {"verify.pitch.y", 16385, "0 to 16384 pixels"},
 };
 
 TEST(Recipe, EveryZoneFieldIsRefusedOutsideItsRange)
