@@ -16,6 +16,14 @@ void Add(CBlobStorage& store, const CDefectBlob& blob)
     store.AddBlob(&copy);
 }
 
+/// Blobs that are neither near each other nor near anything below 1000: with them a list is long enough to be searched
+/// by place.
+void AddFarBlobs(CBlobStorage& store)
+{
+    for (int i = 0; i < 80; ++i)
+        Add(store, MakeBlob(CRect(1000 + 50 * i, 1000, 1002 + 50 * i, 1002)));
+}
+
 TEST(MergeDivision, RectanglesAtTheDistanceMergeAndOneFurtherDoNot)
 {
     for (const int nGap : {4, 5})
@@ -97,6 +105,21 @@ TEST(MergeDivision, CompactionKeepsTheSumOfThresholdsOfThePlace)
     EXPECT_EQ(store.pBlob[1].nSumThreshold, 101);
 }
 
+TEST(MergeDivision, AReversedRectangleMergesByTheBareInequalitiesInAnyListLength)
+{
+    for (const bool bLong : {false, true})
+        for (const int nDist : {9, 10})
+        {
+            CSampleStore store(64, 128);
+            Add(store, MakeBlob(CRect(20, 20, 21, 21)));
+            Add(store, MakeBlob(CRect(30, 20, 10, 21)));
+            if (bLong)
+                AddFarBlobs(store);
+            store.MergeDivision(0, nDist);
+            EXPECT_EQ(store.nMergedBlob, nDist == 10 ? 1 : 0) << "distance " << nDist << ", long " << bLong;
+        }
+}
+
 TEST(MergeMix, DistanceZeroLeavesOneBlobOfAnyList)
 {
     CSampleStore store;
@@ -157,6 +180,21 @@ TEST(ShadowFilter, TheLastBandLooksBackAndSumsAreTruncated)
     EXPECT_EQ(CountAfterShadow(DefectPos_Last, CRect(100, 82, 101, 83), true), 1);
     EXPECT_EQ(CountAfterShadow(DefectPos_First, CRect(100, 123, 101, 124), true), 1);
     EXPECT_EQ(CountAfterShadow(DefectPos_First, CRect(120, 100, 121, 101), true), 2);
+}
+
+TEST(ShadowFilter, AReversedRectangleHidesNoGhostInAnyListLength)
+{
+    for (const bool bLong : {false, true})
+    {
+        CSampleStore store(64, 128);
+        Add(store, MakeBlob(CRect(100, 100, 101, 101), DefectType_Dark, DefectPos_First));
+        Add(store, MakeBlob(CRect(130, 100, 110, 101)));
+        if (bLong)
+            AddFarBlobs(store);
+        const int nBefore = store.nBlobCount;
+        store.ShadowFilter(0, 20.0);
+        EXPECT_EQ(store.nBlobCount, nBefore) << "long " << bLong;
+    }
 }
 
 TEST(ShadowFilter, OfTwoBandBlobsOnePitchApartBothGo)

@@ -84,6 +84,27 @@ TEST_F(Pairing, HitsOfTypeThreeAndFourTakeNoPart)
     EXPECT_EQ(m_store.pPair[0].nDefectType, 5);
 }
 
+TEST_F(Pairing, TheSearchStepsOverHitsThatTakeNoPart)
+{
+    for (const bool bVertical : {false, true})
+    {
+        m_store.ResetPixelStorage();
+        m_store.ResetPairStorage();
+        const CPoint ptTarget = bVertical ? CPoint(20, 13) : CPoint(28, 5);
+        AddHit(m_store, 20, 5, 1);
+        for (const int nType : {4, 3, 1, 0})
+            AddHit(m_store, ptTarget.x, ptTarget.y, nType);
+        bVertical ? m_store.PairingPlus_Vert(8.0) : m_store.PairingPlus_Pixel(8.0);
+        ASSERT_GE(m_store.nPairCount, 1);
+        EXPECT_EQ(m_store.pPair[0].ptDefect, ptTarget);
+        EXPECT_EQ(m_store.pPair[0].nDefectPair, DefectPair_Paired);
+        EXPECT_EQ(m_store.pPixelType[1], 4);
+        EXPECT_EQ(m_store.pPixelType[2], 3);
+        EXPECT_EQ(m_store.pPixelType[3], 1) << "of the same type: stepped over, not consumed";
+        EXPECT_EQ(m_store.pPixelType[4], 4) << "consumed";
+    }
+}
+
 TEST_F(Pairing, AFirstBandHitWithoutPartnerIsASingleAtItsOwnPlace)
 {
     AddHit(m_store, 7, 5, 1);
