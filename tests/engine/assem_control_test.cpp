@@ -273,6 +273,25 @@ TEST_F(PoolInspect, AsgFlagLeadsToTheAsgInspection)
     EXPECT_EQ(m_control.Inspect_ASG(0, nullptr), 8);
 }
 
+TEST_F(PoolInspect, ANullBlockOrALaneThatIsNotThereGivesEight)
+{
+    CZoneScene scene(256, 256, 40, 0);
+    EXPECT_EQ(m_control.Inspect_Rect(1, nullptr, 0), 8);
+    EXPECT_EQ(m_control.Inspect_Rect(1, nullptr, 1), 8);
+    EXPECT_EQ(m_control.Inspect_Trapezium(1, nullptr), 8);
+    EXPECT_EQ(m_control.Inspect_ASG(1, nullptr), 8);
+    EXPECT_EQ(Lane().Inspect_RectThread(nullptr), 8);
+    EXPECT_EQ(Lane().pThreadControl->Inspect(0, nullptr), 8);
+    for (const int nIndex : {-1, 2})
+    {
+        EXPECT_EQ(m_control.Inspect_Rect(nIndex, &scene.param, 0), 8);
+        EXPECT_EQ(m_control.Inspect_Trapezium(nIndex, &scene.param), 8);
+        EXPECT_EQ(m_control.Inspect_ASG(nIndex, &scene.param), 8);
+    }
+    for (const int nIndex : {-1, 4})
+        EXPECT_EQ(Lane().pThreadControl->Inspect(nIndex, &scene.param), 8);
+}
+
 TEST_F(PoolInspect, VerticalRegionsTakeTheBandSplitUnlessItIsSwitchedOff)
 {
     CZoneScene scene(4400, 130, 40, 1);
