@@ -656,9 +656,16 @@ void CCaseMaker::MakeQuiet(CCaseSource& source)
     p.dConvPitch = source.Int(16, 4000) / 16.0;
     p.dScanPitch = source.Int(16, std::max(p.rtInspect.Height() * 16 / 3 / p.nScanMultiple, 17)) / 16.0;
     p.dTwicePitch = source.Int(16, 160) / 16.0;
+    // A table that leads below the region's rows would bring a crowd of hits.
+    const int nReal16 = static_cast<int>(p.GetRealScanPitch() * 16.0);
+    for (std::size_t i = 0; p.pScanPitchTable != nullptr && i < m_scanTable.Count(); ++i)
+        p.pScanPitchTable[i] = std::max(nReal16 - (p.pScanPitchTable[i] & 7), 0);
     p.nCheckLimit1 = p.nCheckLimit2 = 10000;
     p.fVtdPitch = std::clamp(p.fVtdPitch, -8.0F, 8.0F);
     p.nThreshold = source.Int(3, 40);
+    p.nThresholdGain = std::clamp(p.nThresholdGain, 0, 60);
+    p.nBlackFilterGain = std::clamp(p.nBlackFilterGain, 0, 60);
+    p.nThresholdExtra = std::clamp(p.nThresholdExtra, 0, 20);
     p.nMergeDivision = source.Int(0, 9);
     m_case.nLane = 0;
     m_case.nPixelSize = m_case.nPairSize = 20000;
@@ -701,7 +708,8 @@ void CCaseMaker::SettleSplit()
     // Sides apart by more than an int are measured as the library does, modulo 2^32.
     const int nWidth = p.rtInspect.Width();
     const int nHeight = p.rtInspect.Height();
-    if (m_bQuiet)
+    // Twice kernels build their blobs in two rounds: bands have both rounds one after the other, the whole has not.
+    if (m_bQuiet && (p.bTwice == 0 || p.nInspectMode != 1))
         m_case.eSplit = CaseSplit::Quiet;
     else if (m_case.eCall == CaseCall::Rect && (nWidth >= nSplitWidth || nHeight >= nSplitWidth))
         m_case.eSplit = CaseSplit::Open;

@@ -16,9 +16,11 @@ struct CSoakConstant
 };
 
 inline constexpr CSoakConstant aSoakConstants[] = {
-    {1000, 0x6be3f18f5eb777d8, 0x2dab34dd49be255c, 0x2dab34dd49be255c},
-    {2000, 0xe11e9acd8d0815d0, 0x5c887468e7263dc9, 0xe2bfe9157ae853d2},
-    {20000, 0x76c137f39a0c55c1, 0xd6f258fc68e3c354, 0x1d3610b0323e90c3},
+    {1000, 0xfa984e171f117077, 0x9ef6d85589642cbd, 0x9ef6d85589642cbd},
+    {2000, 0x42fd396b9bc6d0d0, 0xcdd417e126cc452a, 0x540b8c8dba8e5b33},
+    {20000, 0xd2a54fb688abc2f2, 0x77a438f441a4de48, 0xbde7f0a80affabb7},
+    {200000, 0x9ffd718afaf2c85d, 0x0049a893e19af64a, 0x2556e26ef26b5d1c},
+    {2000000, 0x44e51d5631aae9c9, 0xd70cad6ec67f1a22, 0x796fe5cef6b11080},
 };
 
 /// The constant for that many cases; null where there is none.
