@@ -732,6 +732,7 @@ void SaveRecipeWithImages(const std::filesystem::path& file, Recipe recipe)
     };
     save(recipe.zoneImage, ".zones.png", recipe.zoneImageFile);
     save(recipe.classImage, ".classes.png", recipe.classImageFile);
+    save(recipe.deadImage, ".dead.png", recipe.deadImageFile);
     SaveRecipe(file, recipe);
 }
 

@@ -266,8 +266,8 @@ nlohmann::ordered_json RecipesToJson(const std::vector<Recipe>& recipes);
 /// Writes a recipe file; the images that it names are not written. @throws HostError when that fails
 void SaveRecipe(const std::filesystem::path& file, const Recipe& recipe);
 
-/// Writes a recipe file and beside it the images that the recipe holds, under the file's own name with ".zones.png"
-/// and ".classes.png" for its ending. @throws HostError when that fails
+/// Writes a recipe file and beside it the images that the recipe holds, under the file's own name with ".zones.png",
+/// ".classes.png" and ".dead.png" for its ending. @throws HostError when that fails
 void SaveRecipeWithImages(const std::filesystem::path& file, Recipe recipe);
 
 /// One line for each field of the JSON form: name, unit, range, default, meaning.

@@ -202,12 +202,13 @@ py::tuple ToState(const Result& result)
     return py::make_tuple(result.width, result.height, outcome.code, static_cast<int>(outcome.direction),
                           ToPython(outcome.region), outlines, outcome.pairs, outcome.overflowed, outcome.reruns,
                           outcome.inspectMilliseconds, outcome.blobMilliseconds, outcome.totalMilliseconds, warnings,
-                          ToBytes(outcome.blobs), ToBytes(outcome.pairRecords), ToText(outcome.name));
+                          ToBytes(outcome.blobs), ToBytes(outcome.pairRecords), ToText(outcome.name),
+                          outcome.deadBlobs);
 }
 
 Result FromState(const py::tuple& state)
 {
-    constexpr std::size_t nMembers = 16;
+    constexpr std::size_t nMembers = 17;
     if (state.size() != nMembers)
         throw py::value_error("not the state of a Result of this version");
     return Translated(Fault::Argument,
@@ -231,6 +232,7 @@ Result FromState(const py::tuple& state)
                           outcome.blobs = FromBytes<Blob>(state[13]);
                           outcome.pairRecords = FromBytes<Pair>(state[14]);
                           outcome.name = state[15].cast<std::string>();
+                          outcome.deadBlobs = state[16].cast<int>();
                           return Result(std::move(outcome), state[0].cast<int>(), state[1].cast<int>());
                       });
 }
@@ -329,6 +331,9 @@ void BindResult(py::module_& module)
         .def_property_readonly(
             "reruns", [](const Result& result) { return result.outcome.reruns; },
             "Passes that had to be started again behind an overflow.")
+        .def_property_readonly(
+            "dead_blobs", [](const Result& result) { return result.outcome.deadBlobs; },
+            "Blobs that were left out as lying in the recipe's painted dead places.")
         .def_property_readonly(
             "overflowed", [](const Result& result) { return result.outcome.overflowed; }, "Whether a pass ran full.")
         .def_property_readonly(

@@ -148,7 +148,7 @@ def test_results_go_through_pickle(image):
     assert other.to_dict() == result.to_dict() and other.shape == result.shape
     assert other.blobs.tobytes() == result.blobs.tobytes() and other.pairs.tobytes() == result.pairs.tobytes()
     assert (other.overlay(image) == result.overlay(image)).all()
-    for state in ((), (1, 2), tuple(range(16)), (None,) * 16):
+    for state in ((), (1, 2), tuple(range(17)), (None,) * 17):
         with pytest.raises((ValueError, TypeError, RuntimeError)):
             narvoassem.Result._from_state(state)
 
@@ -280,6 +280,17 @@ def test_a_recipe_that_wants_more_room_than_its_inspector_has_is_refused(image, 
     assert (inspector.lanes, inspector.max_blobs) == (1, 499)
     with pytest.raises(narvoassem.RecipeError, match="max_blobs: 500; allowed: at most 499"):
         inspector.inspect(image, recipe_dict)
+
+
+def test_blobs_in_dead_places_are_counted_and_left_out(image, recipe_dict, tmp_path):
+    dead = numpy.zeros(image.shape, numpy.uint8)
+    dead[140:160, 195:215] = 1
+    recipe = narvoassem.Recipe(recipe_dict, dead_image=dead)
+    result = narvoassem.inspect(image, recipe)
+    assert (len(result.blobs), result.dead_blobs) == (0, 1)
+    assert pickle.loads(pickle.dumps(result)).to_dict() == result.to_dict()
+    recipe.save(tmp_path / "r.json")
+    assert numpy.array_equal(narvoassem.Recipe(tmp_path / "r.json").dead_image, dead)
 
 
 def test_a_full_store_is_told_by_warnings(recipe_dict):

@@ -263,7 +263,7 @@ def test_recipes_cannot_be_hashed_and_show_themselves(recipe_dict):
     assert "zone mode" in repr(recipe) and "32.5" in repr(recipe)
 
 
-def test_dead_places_stay_with_the_recipe() -> None:
+def test_dead_places_stay_with_the_recipe():
     dead = numpy.zeros((300, 400), numpy.uint8)
     dead[10:20, 30:40] = 255
     recipe = narvoassem.Recipe({"version": 1, "pitch": {"x": 20.5, "y": 30.25}}, dead_image=dead)
