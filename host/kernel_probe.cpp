@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <map>
 #include <optional>
 #include <string_view>
 #include <type_traits>
@@ -22,6 +23,7 @@
 #include "narvoassem/fast/scan_strips.h"
 #include "narvoassem/fast/zone_rule.h"
 #include "narvoassem/fast/zone_traits.h"
+#include "narvoassem/narvoassem.h"
 
 namespace narvo
 {
@@ -71,20 +73,24 @@ constexpr std::array<std::string_view, 12> floatNames = {"float, horizontal, 2 b
                                                          "float, vertical, 2 by 2, region"};
 
 /// Listens to the pairing of one chain: passes every question on to the kernel's records and notes the answers for the
-/// hit whose turn it is.
+/// hit whose turn it is. Links of a chain lie one hop apart, so the first hit of a pair is that of the link before.
 template <class TRecords>
 class ListeningRecords
 {
 public:
-    ListeningRecords(TRecords& records, std::vector<ChainLink*> hits) : m_records(records), m_hits(std::move(hits)) {}
+    /// For each hit its link, or -1 for hits of other chains.
+    ListeningRecords(TRecords& records, std::vector<ChainLink>& links, const std::vector<int>& owners)
+        : m_records(records), m_links(links), m_owners(owners)
+    {
+    }
 
     bool IsFull() const { return m_records.IsFull(); }
 
     bool KeepsSingle(std::int64_t hit) const
     {
         const bool keeps = m_records.KeepsSingle(hit);
-        if (!keeps)
-            m_hits[static_cast<std::size_t>(hit)]->fate = HitFate::SingleUnkept;
+        if (ChainLink* link = Link(hit); link != nullptr && !keeps)
+            link->fate = HitFate::SingleUnkept;
         return keeps;
     }
 
@@ -94,22 +100,31 @@ public:
         const bool settled = m_records.Write(candidate);
         const bool written = m_records.Count() > before;
         const bool pair = candidate.ePair == DefectPair_Paired;
-        ChainLink& link = *m_hits[static_cast<std::size_t>(pair ? FirstOf(candidate) : candidate.nHit)];
-        link.fate = pair ? (written ? HitFate::Paired : HitFate::PairRefused)
-                         : (written ? HitFate::Single : HitFate::SingleRefused);
+        ChainLink* const carrier = Link(candidate.nHit);
+        if (carrier == nullptr)
+            return settled;
+        ChainLink& turn = pair ? *(carrier - 1) : *carrier;
+        if (pair)
+            turn.fate = written ? HitFate::Paired : HitFate::PairRefused;
+        else
+            turn.fate = written ? HitFate::Single : HitFate::SingleRefused;
         if (written)
-            link.record = static_cast<int>(before);
+            turn.record = static_cast<int>(before);
         if (pair && settled)
-            m_hits[static_cast<std::size_t>(candidate.nHit)]->fate = HitFate::Consumed;
+            carrier->fate = HitFate::Consumed;
         return settled;
     }
 
 private:
-    /// Links of a chain lie one hop apart, so the first hit of a pair is the hit before the second.
-    static std::int64_t FirstOf(const CPairCandidate& candidate) { return candidate.nHit - 1; }
+    ChainLink* Link(std::int64_t hit) const
+    {
+        const int owner = m_owners[static_cast<std::size_t>(hit)];
+        return owner >= 0 ? &m_links[static_cast<std::size_t>(owner)] : nullptr;
+    }
 
     TRecords& m_records;
-    std::vector<ChainLink*> m_hits;
+    std::vector<ChainLink>& m_links;
+    const std::vector<int>& m_owners;
 };
 
 } // namespace
@@ -170,15 +185,15 @@ protected:
 
     virtual bool LastBandFirst() const = 0;
 
-    /// Runs the pairing over the hits of a chain that stand in `hits`, in the order of `owners`.
+    /// Runs the pairing over hits in the kernel's order. owners: for each its link, or -1 for hits of other chains.
     template <CPairingTraits kPairing, class TRecords>
-    void RunPairing(ProbedChain& chain, const CHitArrays& hits, const std::vector<ChainLink*>& owners,
-                    TRecords& records) const
+    void RunPairing(ProbedChain& chain, const CHitArrays& hits, const std::vector<int>& owners, TRecords& records) const
     {
-        for (ChainLink* owner : owners)
-            owner->fate = owner->band == DefectPos_Middle ? HitFate::NoPartner : HitFate::Blocked;
+        for (ChainLink& link : chain.links)
+            if (link.pixel.hit)
+                link.fate = link.band == DefectPos_Middle ? HitFate::NoPartner : HitFate::Blocked;
         PairHits<kPairing>({&hits, static_cast<std::int64_t>(owners.size())}, Bands(),
-                           ListeningRecords<TRecords>(records, owners));
+                           ListeningRecords<TRecords>(records, chain.links, owners));
         // A middle hit that gave nothing although there is a hit one hop on was blocked by it.
         for (std::size_t i = 0; i + 1 < chain.links.size(); ++i)
             if (chain.links[i].fate == HitFate::NoPartner && chain.links[i + 1].pixel.hit)
@@ -228,9 +243,10 @@ public:
         ProbedChain chain = MakeChain(x, y);
         TRule rule(m_call);
         rule.BeginScan(m_scan.ScanEnd());
-        std::vector<ChainLink*> owners;
-        for (ChainLink& link : chain.links)
+        std::vector<int> owners;
+        for (std::size_t i = 0; i < chain.links.size(); ++i)
         {
+            const ChainLink& link = chain.links[i];
             ProbedPixel again;
             CFoundHit found;
             if (!link.pixel.hit || !Find(link.pixel.place.x, link.pixel.place.y, true, again, found))
@@ -238,7 +254,7 @@ public:
             const std::int64_t column = found.Column();
             if (!rule.Store(static_cast<std::int64_t>(owners.size()), link.pixel.place.x - column, found))
                 throw HostError({{"memory", "not enough for the hits of one column", "a smaller region"}});
-            owners.push_back(&link);
+            owners.push_back(static_cast<int>(i));
         }
         this->template RunPairing<TScan::kPairing>(chain, rule.hits, owners, rule.records);
         return chain;
@@ -270,11 +286,42 @@ private:
         pixel.reference = found.nCmp;
         pixel.threshold = found.nThreshold;
         pixel.zone = found.nZone;
+        if (zones)
+            FindThresholdSet(pixel, element);
         const std::int16_t difference = SaturatedDifference(found.nSrc, found.nCmp);
         pixel.bright = difference >= 1;
         pixel.hit = !pixel.skipped && ExceedsThreshold(difference, found.nThreshold);
         pixel.pitch16 = static_cast<int>(pitch.nWhole * 16 + pitch.nFraction);
         return true;
+    }
+
+    /// The first of the kernel's threshold sets that gives the threshold.
+    void FindThresholdSet(ProbedPixel& pixel, std::int64_t element) const
+    {
+        const auto larger = static_cast<std::uint16_t>(std::max(pixel.source, pixel.reference));
+        const auto offer = [&](std::int64_t base, std::int64_t gain)
+        {
+            if (pixel.thresholdBase >= 0 || FormThreshold(larger, static_cast<std::uint16_t>(gain),
+                                                          static_cast<std::uint16_t>(base)) != pixel.threshold)
+                return;
+            pixel.thresholdBase = static_cast<int>(base);
+            pixel.thresholdGain = static_cast<int>(gain);
+        };
+        if constexpr (std::is_same_v<TCall, CZoneCall>)
+        {
+            const auto read = [&](const std::int16_t* map) { return map != nullptr ? map[element] : std::int16_t{0}; };
+            if constexpr (kScan.eFind == FindVariant::LinearFloor)
+                return offer(pixel.threshold, 0);
+            const bool upper =
+                kScan.eFind == FindVariant::LinearKnee && m_call.pKneeMap != nullptr && larger > read(m_call.pKneeMap);
+            offer(read(upper ? m_call.pOffsetMap2 : m_call.pOffsetMap),
+                  read(upper ? m_call.pGainMap2 : m_call.pGainMap));
+        }
+        else
+        {
+            offer(m_call.first.nBase, m_call.first.nGain);
+            offer(m_call.second.nBase, m_call.second.nGain);
+        }
     }
 
     TCall m_call;
@@ -320,19 +367,16 @@ public:
     {
         ProbedChain chain = MakeChain(x, y);
         TScan scan(m_call);
-        std::vector<ChainLink*> owners;
-        for (ChainLink& link : chain.links)
-        {
-            const ProbedPixel& pixel = link.pixel;
-            if (!pixel.hit)
-                continue;
-            CFoundHit found(pixel.place.y, 0);
-            found.nSrc = static_cast<std::uint16_t>(pixel.source);
-            found.nCmp = static_cast<std::uint16_t>(pixel.reference);
-            found.nThreshold = static_cast<std::int16_t>(pixel.threshold);
-            scan.AppendGroup(pixel.place.x, &found, 1);
-            owners.push_back(&link);
-        }
+        std::vector<int> owners;
+        if constexpr (kTraits.bHorizontal)
+            AppendRow(scan, chain, y, owners);
+        else
+            for (std::size_t i = 0; i < chain.links.size(); ++i)
+            {
+                const ProbedPixel& pixel = chain.links[i].pixel;
+                if (pixel.hit)
+                    Append(scan, Found(pixel), static_cast<int>(i), pixel.place.x, owners);
+            }
         this->template RunPairing<TScan::kPairing>(chain, m_call.hits, owners, scan.m_records);
         return chain;
     }
@@ -341,6 +385,60 @@ protected:
     bool LastBandFirst() const override { return false; }
 
 private:
+    static CFoundHit Found(const ProbedPixel& pixel)
+    {
+        CFoundHit found(pixel.place.y, 0);
+        found.nSrc = static_cast<std::uint16_t>(pixel.source);
+        found.nCmp = static_cast<std::uint16_t>(pixel.reference);
+        found.nThreshold = static_cast<std::int16_t>(pixel.threshold);
+        return found;
+    }
+
+    static void Append(TScan& scan, const CFoundHit& found, int owner, std::int64_t x, std::vector<int>& owners)
+    {
+        scan.AppendGroup(x, &found, 1);
+        owners.push_back(owner);
+    }
+
+    /// All hits of the row: in each group of 8 the dark ones come first, and that order decides where the search for a
+    /// partner ends, so a chain cannot be paired apart from the others.
+    void AppendRow(TScan& scan, const ProbedChain& chain, int y, std::vector<int>& owners) const
+    {
+        std::map<std::int64_t, int> linkAt;
+        for (std::size_t i = 0; i < chain.links.size(); ++i)
+            linkAt[chain.links[i].pixel.place.x] = static_cast<int>(i);
+        std::vector<CFoundHit> group;
+        const std::int64_t left = m_call.region.nLeft;
+        const auto close = [&](std::int64_t x)
+        {
+            for (const bool dark : {true, false})
+                for (const CFoundHit& hit : group)
+                    if (const CSumsComparison result = {hit.nSrc, hit.nCmp, hit.nThreshold};
+                        dark ? result.IsDark() : result.IsBright())
+                    {
+                        const auto link = linkAt.find(x + hit.Column());
+                        owners.push_back(link != linkAt.end() ? link->second : -1);
+                    }
+            scan.AppendGroup(x, group.data(), static_cast<int>(group.size()));
+            group.clear();
+        };
+        const auto take = [&](std::int64_t x, const CSumsComparison& result)
+        {
+            const int column = static_cast<int>((x - left) % kGroupWidth);
+            if (result.IsDark() || result.IsBright())
+            {
+                CFoundHit& hit = group.emplace_back(y, column);
+                hit.nSrc = result.nSrc;
+                hit.nCmp = result.nCmp;
+                hit.nThreshold = result.nThreshold;
+            }
+            if (column == kGroupWidth - 1)
+                close(x - column);
+        };
+        if (y < m_call.region.nTop || y >= m_call.region.nBottom || !m_scan.CompareRow(y, left, m_scan.ScanEnd(), take))
+            owners.clear();
+    }
+
     CFloatCall m_call;
     mutable TScan m_scan;
 };
@@ -441,6 +539,62 @@ KernelProbe::KernelProbe(const CConvParam& param, bool asg)
 }
 
 KernelProbe::~KernelProbe() = default;
+
+void RunComparisonAlone(CNarvoAssem& engine, bool asg)
+{
+    /// Reaches what the engine keeps to itself and to those that derive from it.
+    struct OpenEngine : CNarvoAssem
+    {
+        using CNarvoAssem::Inspect_FreeFormMask;
+    };
+    const CConvParam& param = engine.ConvParam;
+    engine.ResetPixelStorage();
+    engine.ResetPairStorage();
+    int endLine = param.nDirection != 0 ? param.rtInspect.right : param.rtInspect.bottom;
+    switch (asg ? ChooseAsgComparison(param) : ChooseComparison(param))
+    {
+    case Comparison::Zone:
+    case Comparison::AsgZone:
+    {
+        const ZoneKernel kernel = asg ? ChooseAsgZoneKernel(param) : ChooseZoneKernel(param);
+        const CZoneCellSize cell = asg ? GetAsgZoneCellSize(param) : GetZoneCellSize(param);
+        engine.nPairCount = RunZoneKernel(kernel, MakeZoneCall(engine, kernel, cell, &endLine));
+        break;
+    }
+    case Comparison::Pixel:
+    {
+        const PixelKernel kernel = ChoosePixelKernel(param).eKernel;
+        engine.nPairCount = RunPixelKernel(kernel, MakePixelCall(engine, kernel, &endLine));
+        break;
+    }
+    case Comparison::Float:
+    {
+        const CFloatChoice choice = ChooseFloatKernel(param);
+        if (choice.ePath == CFloatChoice::Path::Kernel)
+            engine.nPairCount = RunFloatKernel(choice.eKernel, MakeFloatCall(engine, choice.eKernel, &endLine));
+        else if (choice.ePath == CFloatChoice::Path::FreeForm)
+            engine.nPairCount = (engine.*&OpenEngine::Inspect_FreeFormMask)(endLine);
+        break;
+    }
+    case Comparison::Binarise:
+        engine.nPairCount = engine.BinalizeInspection(param.pImage, 0, param.nThreshold, param.rtInspect,
+                                                      param.nImageWidth, engine.pPair, 0, engine.nPairSize, endLine);
+        break;
+    case Comparison::Average:
+    {
+        CRect region = param.rtInspect;
+        std::vector<std::int64_t> sums((static_cast<std::size_t>(region.Width()) + 1) *
+                                       (static_cast<std::size_t>(region.Height()) + 1));
+        engine.nPairCount =
+            CompareAverageROI(param.pImage, sums.data(), param.nImageWidth, &region, param.nBlackFilterGray,
+                              param.nThreshold, param.nGrayLimit, engine.ConvParam.rtDeadZone, engine.pPair, 0,
+                              engine.nPairSize, param.nAverageParam2, param.nAverageParam1, &endLine);
+        break;
+    }
+    default:
+        break;
+    }
+}
 
 int KernelProbe::Units() const
 {

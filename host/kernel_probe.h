@@ -9,8 +9,14 @@
 #include "narvoassem/convparam.h"
 #include "narvoassem/defectpair.h"
 
+class CNarvoAssem;
+
 namespace narvo
 {
+
+/// The comparison of a rectangle inspection without its blob steps: the records as the kernel writes them, in the
+/// engine's pair store, by the parameters that the engine holds. Any mode but the twice kernels.
+void RunComparisonAlone(CNarvoAssem& engine, bool asg);
 
 /// The comparison of one pixel with the value one compare distance on. Values are in the kernel's units, limited to
 /// the grey limit.
@@ -22,6 +28,8 @@ struct ProbedPixel
     int source = 0;
     int reference = 0;
     int threshold = 0;
+    int thresholdBase = -1; ///< zone and pixel kernels: the set that applied; -1 where it is not told
+    int thresholdGain = 0;  ///< in 1/256 of the larger value
     bool hit = false;
     bool bright = false; ///< the source is the brighter
     int zone = 0;

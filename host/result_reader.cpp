@@ -104,40 +104,29 @@ Blob ReadBlob(Reader& reader, const json& entry, const std::string& where)
     return blob;
 }
 
-} // namespace
-
-SavedResult LoadResult(const std::filesystem::path& file)
+/// One region's part of a document. Times are not part of every form.
+InspectionResult ReadRegion(Reader& reader, const json& document, const std::string& where)
 {
-    const std::string name = "result " + file.string();
-    std::error_code error;
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream || std::filesystem::is_directory(file, error))
-        throw HostError(
-            {{name, std::filesystem::exists(file, error) ? "cannot be read" : "no such file", "a readable JSON file"}});
-    const json document = json::parse(stream, nullptr, false);
-    if (!document.is_object() || !document.contains("blobs") || !document["blobs"].is_array())
-        throw HostError({{name, "no list of blobs", "a result file as narvo inspect writes it"}});
-
-    Reader reader(name);
-    SavedResult saved;
-    InspectionResult& result = saved.result;
+    InspectionResult result;
     const auto object = [&](const char* key)
     { return document.contains(key) && document[key].is_object() ? document[key] : json::object(); };
     std::string direction;
-    reader.Read(document, "", "code", result.code);
-    reader.Read(document, "", "direction", direction);
+    reader.Read(document, where, "code", result.code);
+    reader.Read(document, where, "direction", direction);
     result.direction = direction == "horizontal" ? Direction_Horizontal : Direction_Vertical;
-    reader.Read(document, "", "pairs", result.pairs);
-    reader.Read(document, "", "reruns", result.reruns);
+    reader.Read(document, where, "pairs", result.pairs);
+    reader.Read(document, where, "reruns", result.reruns);
     const json region = object("region");
-    reader.Read(region, "region.", "left", result.region.left);
-    reader.Read(region, "region.", "top", result.region.top);
-    reader.Read(region, "region.", "right", result.region.right);
-    reader.Read(region, "region.", "bottom", result.region.bottom);
-    const json times = object("milliseconds");
-    reader.Read(times, "milliseconds.", "inspect", result.inspectMilliseconds);
-    reader.Read(times, "milliseconds.", "blobs", result.blobMilliseconds);
-    reader.Read(times, "milliseconds.", "total", result.totalMilliseconds);
+    reader.Read(region, where + "region.", "left", result.region.left);
+    reader.Read(region, where + "region.", "top", result.region.top);
+    reader.Read(region, where + "region.", "right", result.region.right);
+    reader.Read(region, where + "region.", "bottom", result.region.bottom);
+    if (const json times = object("milliseconds"); !times.empty())
+    {
+        reader.Read(times, where + "milliseconds.", "inspect", result.inspectMilliseconds);
+        reader.Read(times, where + "milliseconds.", "blobs", result.blobMilliseconds);
+        reader.Read(times, where + "milliseconds.", "total", result.totalMilliseconds);
+    }
     const auto isPoint = [](const json& corner) {
         return corner.is_array() && corner.size() == 2 && corner[0].is_number_integer() &&
                corner[1].is_number_integer();
@@ -149,18 +138,82 @@ SavedResult LoadResult(const std::filesystem::path& file)
             if (isPoint(corner))
                 corners.emplace_back(corner[0].get<int>(), corner[1].get<int>());
             else
-                reader.Fault("outlines", corner.dump(), "corners as [x, y]");
+                reader.Fault(where + "outlines", corner.dump(), "corners as [x, y]");
     }
     for (const json& warning : document.value("warnings", json::array()))
         if (warning.is_string())
             result.warnings.push_back(warning.get<std::string>());
-    const json& blobs = document["blobs"];
-    for (std::size_t i = 0; i < blobs.size(); ++i)
-        result.blobs.push_back(ReadBlob(reader, blobs[i], "blobs[" + std::to_string(i) + "]"));
-    if (document.contains("image") && document["image"].is_string())
-        saved.image = document["image"].get<std::string>();
-    if (document.contains("recipe") && document["recipe"].is_string())
-        saved.recipe = document["recipe"].get<std::string>();
+    if (document.contains("name") && document["name"].is_string())
+        result.name = document["name"].get<std::string>();
+    const json blobs = document.contains("blobs") ? document["blobs"] : json();
+    if (!blobs.is_array())
+        reader.Fault(where + "blobs", "no list", "a list of blobs");
+    for (std::size_t i = 0; i < blobs.size() && blobs.is_array(); ++i)
+        result.blobs.push_back(ReadBlob(reader, blobs[i], where + "blobs[" + std::to_string(i) + "]"));
+    return result;
+}
+
+/// All regions of one image.
+void ReadImage(Reader& reader, const json& document, const std::string& where, std::vector<SavedResult>& saved)
+{
+    const auto text = [&](const char* key)
+    { return document.contains(key) && document[key].is_string() ? document[key].get<std::string>() : std::string(); };
+    const auto number = [&](const char* key)
+    { return document.contains(key) && document[key].is_number_integer() ? document[key].get<int>() : 0; };
+    const bool several = document.contains("regions") && document["regions"].is_array();
+    const int regions = several ? static_cast<int>(document["regions"].size()) : 1;
+    for (int i = 0; i < regions; ++i)
+    {
+        SavedResult& one = saved.emplace_back();
+        const std::string inside = several ? where + "regions[" + std::to_string(i) + "]." : where;
+        const json& part = several ? document["regions"][static_cast<std::size_t>(i)] : document;
+        if (part.is_object())
+            one.result = ReadRegion(reader, part, inside);
+        else
+            reader.Fault(inside, "not an object", "a region");
+        one.image = text("image");
+        one.recipe = text("recipe");
+        one.region = i;
+        one.regions = regions;
+        one.width = number("width");
+        one.height = number("height");
+    }
+}
+
+} // namespace
+
+std::vector<SavedResult> LoadResults(const std::filesystem::path& file)
+{
+    const std::string name = "result " + file.string();
+    std::error_code error;
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream || std::filesystem::is_directory(file, error))
+        throw HostError(
+            {{name, std::filesystem::exists(file, error) ? "cannot be read" : "no such file", "a readable JSON file"}});
+    const HostError none({{name, "no list of blobs", "a result file as narvo inspect writes it"}});
+    Reader reader(name);
+    std::vector<SavedResult> saved;
+    const auto isResult = [](const json& document)
+    { return document.is_object() && (document.contains("blobs") || document.contains("regions")); };
+    if (file.extension() == ".jsonl")
+    {
+        std::size_t number = 0;
+        for (std::string line; std::getline(stream, line);)
+        {
+            ++number;
+            const json document = json::parse(line, nullptr, false);
+            if (!isResult(document))
+                throw none;
+            ReadImage(reader, document, "line " + std::to_string(number) + ", ", saved);
+        }
+    }
+    else
+    {
+        const json document = json::parse(stream, nullptr, false);
+        if (!isResult(document))
+            throw none;
+        ReadImage(reader, document, "", saved);
+    }
     reader.Finish();
     return saved;
 }

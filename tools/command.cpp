@@ -9,6 +9,7 @@
 #include "tools/bench_command.h"
 #include "tools/board_command.h"
 #include "tools/exit_code.h"
+#include "tools/explain_command.h"
 #include "tools/golden_command.h"
 #include "tools/inspect_command.h"
 #include "tools/pitch_command.h"
@@ -16,6 +17,7 @@
 #include "tools/report_command.h"
 #include "tools/shell_command.h"
 #include "tools/synth_command.h"
+#include "tools/tune_command.h"
 
 namespace narvo
 {
@@ -25,8 +27,8 @@ namespace
 
 // In the order in which the help shows them.
 constexpr AddCommand commands[] = {
-    AddInspectCommand, AddGoldenCommand, AddPitchCommand, AddReportCommand,     AddSynthCommand,
-    AddBoardCommand,   AddRecipeCommand, AddBenchCommand, AddCompletionCommand, AddManualCommand,
+    AddInspectCommand, AddGoldenCommand, AddPitchCommand,  AddReportCommand, AddExplainCommand,    AddTuneCommand,
+    AddSynthCommand,   AddBoardCommand,  AddRecipeCommand, AddBenchCommand,  AddCompletionCommand, AddManualCommand,
 };
 
 } // namespace

@@ -7,13 +7,15 @@
 #include <iostream>
 #include <map>
 #include <memory>
+#include <numeric>
 #include <optional>
 #include <set>
+#include <thread>
 
 #include <CLI/CLI.hpp>
 
+#include "host/batch.h"
 #include "host/grey_image.h"
-#include "host/inspector.h"
 #include "host/parameter_set.h"
 #include "host/problem.h"
 #include "host/recipe_check.h"
@@ -35,11 +37,12 @@ namespace fs = std::filesystem;
 
 struct ReportOptions
 {
-    std::vector<std::string> inputs; ///< result files (.json), or images to inspect
+    std::vector<std::string> inputs; ///< result files (.json, .jsonl), or images to inspect
     std::string recipe;              ///< for images; for results, in place of the one that they name
     std::string output;              ///< empty: the first input's name with .report.html
     std::string title;               ///< empty: made from the inputs
     int thumbnails = 400;            ///< defects whose crops the page keeps
+    int lanes = 0;                   ///< 0: one for each processor
     bool quiet = false;
 };
 
@@ -55,11 +58,13 @@ struct Source
 {
     std::string imageFile; ///< empty: not known
     int recipe = -1;       ///< index into the page's recipes; -1: not known
+    std::string region{};  ///< its name, where the image has several
 };
 
 bool IsResultFile(const std::string& name)
 {
-    return fs::path(name).extension() == ".json";
+    const fs::path extension = fs::path(name).extension();
+    return extension == ".json" || extension == ".jsonl";
 }
 
 /// A file that a result names: as it stands, or else beside the result.
@@ -109,14 +114,25 @@ private:
             std::cout << text << std::endl;
     }
 
-    int RecipeIndex(const std::string& file)
+    /// Where the regions of a recipe file stand among the page's recipes.
+    const std::vector<int>& RecipesOf(const std::string& file)
     {
-        const auto known = m_recipeIndex.find(file);
-        if (known != m_recipeIndex.end())
+        const auto known = m_recipesOf.find(file);
+        if (known != m_recipesOf.end())
             return known->second;
-        const QuietCodecs quiet;
-        m_page.recipes.push_back({fs::path(file).filename().string(), LoadRecipe(file)});
-        return m_recipeIndex[file] = static_cast<int>(m_page.recipes.size()) - 1;
+        std::vector<Recipe> recipes;
+        {
+            const QuietCodecs quiet;
+            recipes = LoadRecipes(file);
+        }
+        std::vector<int> places;
+        for (Recipe& recipe : recipes)
+        {
+            const std::string name = fs::path(file).filename().string();
+            m_page.recipes.push_back({recipes.size() == 1 ? name : name + ", " + recipe.name, std::move(recipe)});
+            places.push_back(static_cast<int>(m_page.recipes.size()) - 1);
+        }
+        return m_recipesOf[file] = places;
     }
 
     static GreyImage LoadImage(const std::string& file)
@@ -132,7 +148,6 @@ private:
                                         [](const auto& n) { return !IsResultFile(n); });
         if (images && m_options.recipe.empty())
             found.push_back({"--recipe", "missing", "a recipe file, since images are to be inspected"});
-        std::optional<int> recipe;
         const auto collect = [&](auto&& step)
         {
             try
@@ -144,74 +159,101 @@ private:
                 found.insert(found.end(), error.Problems().begin(), error.Problems().end());
             }
         };
+        std::vector<int> recipes;
         if (!m_options.recipe.empty())
-            collect([&] { recipe = RecipeIndex(m_options.recipe); });
-        std::unique_ptr<Inspector> inspector;
+            collect([&] { recipes = RecipesOf(m_options.recipe); });
         for (const std::string& input : m_options.inputs)
-            collect(
-                [&]
-                {
-                    if (IsResultFile(input))
-                        ReadResult(input, recipe);
-                    else if (recipe)
-                        InspectImage(input, *recipe, inspector);
-                    else
-                        LoadImage(input); // its own problems are told along with those of the recipe
-                });
+            if (IsResultFile(input))
+                collect([&] { ReadResults(input, recipes); });
+        if (images && !recipes.empty())
+            collect([&] { InspectImages(recipes, found); });
+        else // told along with the other problems
+            for (const std::string& input : m_options.inputs)
+                if (!IsResultFile(input))
+                    collect([&] { LoadImage(input); });
         if (found.empty())
             return ExitCode_Done;
         PrintProblems(found);
         return ExitCode_BadInput;
     }
 
-    void ReadResult(const std::string& input, std::optional<int> recipe)
+    void ReadResults(const std::string& input, const std::vector<int>& given)
     {
-        SavedResult saved = LoadResult(input);
-        Source source;
-        source.imageFile = FindBeside(saved.image, input);
-        if (source.imageFile.empty())
-            m_page.notes.push_back(input + ": the image " + (saved.image.empty() ? "" : saved.image + " ") +
-                                   "is not there, so it comes without pictures.");
-        const std::string recipeFile = FindBeside(saved.recipe, input);
-        if (recipe)
-            source.recipe = *recipe;
-        else if (!recipeFile.empty())
-            source.recipe = RecipeIndex(recipeFile);
-        else
-            m_page.notes.push_back(input + ": the recipe is not there, so no references are shown.");
+        bool imageMissing = false;
+        bool recipeMissing = false;
+        for (SavedResult& saved : LoadResults(input))
+        {
+            Source source;
+            source.imageFile = FindBeside(saved.image, input);
+            imageMissing = imageMissing || source.imageFile.empty();
+            std::vector<int> recipes = given;
+            if (const std::string file = FindBeside(saved.recipe, input); recipes.empty() && !file.empty())
+                recipes = RecipesOf(file);
+            if (static_cast<int>(recipes.size()) == saved.regions)
+                source.recipe = recipes[static_cast<std::size_t>(saved.region)];
+            recipeMissing = recipeMissing || source.recipe < 0;
+            Add(saved.image.empty() ? input : saved.image, saved.regions, std::move(saved.result), source);
+            ReportImage& image = m_page.images.back();
+            image.width = std::max(saved.width, image.result.region.right);
+            image.height = std::max(saved.height, image.result.region.bottom);
+        }
+        if (imageMissing)
+            m_page.notes.push_back(input + ": images that it names are not there, so they come without pictures.");
+        if (recipeMissing)
+            m_page.notes.push_back(input + ": its recipe is not there, so no references are shown (--recipe).");
+    }
+
+    void InspectImages(const std::vector<int>& indices, std::vector<Problem>& found)
+    {
+        std::vector<Recipe> recipes;
+        for (const int index : indices)
+            recipes.push_back(m_page.recipes[static_cast<std::size_t>(index)].recipe);
+        std::vector<BatchImage> images;
+        for (const std::string& input : m_options.inputs)
+            if (!IsResultFile(input))
+                images.push_back(ImageFromFile(input));
+        const int processors = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 256);
+        Batch batch(std::move(recipes), m_options.lanes > 0 ? m_options.lanes : processors);
+        const auto take = [&](const ImageResult& result)
+        {
+            found.insert(found.end(), result.problems.begin(), result.problems.end());
+            for (std::size_t i = 0; i < result.regions.size(); ++i)
+            {
+                Add(result.name, static_cast<int>(result.regions.size()), result.regions[i], {result.name, indices[i]});
+                m_page.images.back().width = result.width;
+                m_page.images.back().height = result.height;
+            }
+            Say("inspected " + result.name + ": " + Count(result.BlobCount(), "defect", "defects"));
+        };
+        const QuietCodecs quiet;
+        batch.Run(images, take);
+    }
+
+    void Add(const std::string& name, int regions, InspectionResult result, Source source)
+    {
         ReportImage& image = m_page.images.emplace_back();
-        image.name = saved.image.empty() ? input : saved.image;
-        image.result = std::move(saved.result);
-        image.width = image.result.region.right;
-        image.height = image.result.region.bottom;
-        m_sources.push_back(source);
+        image.name = name;
+        source.region = regions > 1 ? (result.name.empty() ? "region" : result.name) : "";
+        image.result = std::move(result);
+        m_sources.push_back(std::move(source));
     }
 
-    void InspectImage(const std::string& input, int recipeIndex, std::unique_ptr<Inspector>& inspector)
-    {
-        const Recipe& recipe = m_page.recipes[static_cast<std::size_t>(recipeIndex)].recipe;
-        const GreyImage image = LoadImage(input);
-        ThrowIfAny(CheckRecipeForImage(recipe, image.Width(), image.Height()));
-        if (inspector == nullptr)
-            inspector = std::make_unique<Inspector>(1, recipe.maxBlobs);
-        ReportImage& entry = m_page.images.emplace_back();
-        entry.name = input;
-        entry.width = image.Width();
-        entry.height = image.Height();
-        entry.result = inspector->Inspect(0, image, recipe);
-        m_sources.push_back({input, recipeIndex});
-        Say("inspected " + input + ": " + Count(entry.result.blobs.size(), "defect", "defects"));
-    }
-
-    /// File names alone where they tell the images apart.
+    /// File names alone where they tell the images apart; and the region where there are several.
     void NameImages()
     {
-        std::set<std::string> names;
+        std::map<std::string, std::set<std::string>> places;
         for (const ReportImage& image : m_page.images)
-            names.insert(fs::path(image.name).filename().string());
-        if (names.size() == m_page.images.size())
-            for (ReportImage& image : m_page.images)
-                image.name = fs::path(image.name).filename().string();
+            places[fs::path(image.name).filename().string()].insert(image.name);
+        const bool clear =
+            std::all_of(places.begin(), places.end(), [](const auto& one) { return one.second.size() == 1; });
+        for (std::size_t i = 0; i < m_page.images.size(); ++i)
+        {
+            std::string& name = m_page.images[i].name;
+            if (clear)
+                name = fs::path(name).filename().string();
+            if (!m_sources[i].region.empty())
+                name += ", " + m_sources[i].region;
+        }
         for (const ReportImage& image : m_page.images)
             for (const std::string& warning : image.result.warnings)
                 m_page.notes.push_back(image.name + ": " + warning);
@@ -253,11 +295,28 @@ private:
                                    std::to_string(nBlobMost) + " largest.");
         }
         const std::size_t thumbnails = std::min(places.size(), static_cast<std::size_t>(m_options.thumbnails));
+        // Half of the crops for either polarity, where it has so many: one kind of large defect must not take them all.
+        if (thumbnails < places.size())
+        {
+            std::vector<std::size_t> rank(places.size());
+            std::size_t counts[2] = {0, 0};
+            for (std::size_t i = 0; i < places.size(); ++i)
+                rank[i] = counts[BlobAt(places[i]).bright ? 1 : 0]++;
+            std::vector<std::size_t> order(places.size());
+            std::iota(order.begin(), order.end(), std::size_t{0});
+            std::stable_sort(order.begin(), order.end(),
+                             [&](std::size_t a, std::size_t b) { return rank[a] < rank[b]; });
+            std::vector<BlobPlace> mixed;
+            for (const std::size_t i : order)
+                mixed.push_back(places[i]);
+            places = std::move(mixed);
+        }
         if (thumbnails < places.size())
             m_page.notes.push_back(thumbnails == 0 ? "No thumbnails are kept."
                                                    : "Of " + std::to_string(places.size()) + " defects the " +
                                                          std::to_string(thumbnails) +
-                                                         " largest come with thumbnails (--thumbnails).");
+                                                         " largest dark and bright ones come with thumbnails "
+                                                         "(--thumbnails).");
         places.resize(thumbnails);
         m_thumbnails = std::move(places);
     }
@@ -431,7 +490,7 @@ private:
     ReportPage m_page;
     std::vector<Source> m_sources; ///< for each image of the page
     std::vector<BlobPlace> m_thumbnails;
-    std::map<std::string, int> m_recipeIndex;
+    std::map<std::string, std::vector<int>> m_recipesOf;
 };
 
 } // namespace
@@ -442,7 +501,7 @@ void AddReportCommand(CLI::App& app, Action& action)
     CLI::App* command = app.add_subcommand("report", "Write results as one HTML page that needs nothing else");
     command
         ->add_option("inputs", options->inputs,
-                     "result files of narvo inspect (.json), or image files to inspect by --recipe")
+                     "result files of narvo inspect (.json, .jsonl), or image files to inspect by --recipe")
         ->required();
     command->add_option("-r,--recipe", options->recipe,
                         "recipe file for images; for result files, in place of the one that they name");
@@ -451,9 +510,12 @@ void AddReportCommand(CLI::App& app, Action& action)
     command->add_option("--title", options->title, "title of the page (default: from the inputs)");
     command
         ->add_option("--thumbnails", options->thumbnails,
-                     "defects that come with crops of image, reference and difference, the largest first; 0 to 5000")
+                     "defects that come with crops of image, reference and difference, the largest dark and bright "
+                     "ones; 0 to 5000")
         ->check(CLI::Range(0, 5000))
         ->capture_default_str();
+    command->add_option("-j,--lanes", options->lanes, "inspections at once, 1 to 256 (default: one for each processor)")
+        ->check(CLI::Range(1, 256));
     command->add_flag("-q,--quiet", options->quiet, "print notes and problems only");
     command->callback([options, &action] { action = [options] { return ReportMaker(*options).Run(); }; });
 }

@@ -77,12 +77,21 @@ public:
     /// The comparison of one pixel that the scan covers. @return false without memory
     bool Compare(std::int64_t x, std::int64_t y, CSumsComparison& result)
     {
+        return CompareRow(y, x, x + 1, [&](std::int64_t, const CSumsComparison& found) { result = found; });
+    }
+
+    /// Calls onPixel(x, comparison) for the pixels nFirst .. nEnd - 1 of row y. @return false without memory
+    template <class TOnPixel>
+    bool CompareRow(std::int64_t y, std::int64_t nFirst, std::int64_t nEnd, TOnPixel&& onPixel)
+    {
         if (!Reserve())
             return false;
         SetRow(y);
-        result = CompareSums<kTraits.eFind>(m_row, x - m_call.region.nLeft);
+        for (std::int64_t x = nFirst; x < nEnd; ++x)
+            onPixel(x, CompareSums<kTraits.eFind>(m_row, x - m_call.region.nLeft));
         return true;
     }
+    std::int64_t ScanEnd() const { return m_call.region.nLeft + Columns(); }
 
 private:
     enum Line

@@ -51,8 +51,8 @@ TEST(NarvoReport, ThumbnailsBeyondTheLimitAreSaidToBeMissing)
     InspectSmallPanel(folder);
     const Outcome few = RunNarvo(folder, {"report", "panel.blobs.json", "--thumbnails", "3"});
     EXPECT_EQ(few.code, 0);
-    EXPECT_THAT(few.error, HasSubstr("defects the 3 largest come with thumbnails"));
-    EXPECT_TRUE(Contains(folder / "panel.report.html", "the 3 largest come with thumbnails"));
+    EXPECT_THAT(few.error, HasSubstr("defects the 3 largest dark and bright ones come with thumbnails"));
+    EXPECT_TRUE(Contains(folder / "panel.report.html", "the 3 largest dark and bright ones come with thumbnails"));
 }
 
 TEST(NarvoReport, MissingImageIsANoteAndLeavesTheTable)
@@ -75,6 +75,45 @@ TEST(NarvoReport, ModesWithoutAReferenceShowTheImageAlone)
     const Outcome outcome = RunNarvo(folder, {"report", "panel.png", "-r", "dark.json"});
     EXPECT_EQ(outcome.code, 0) << outcome.error;
     EXPECT_TRUE(Contains(folder / "panel.report.html", "\"parts\":1"));
+}
+
+TEST(NarvoReport, ManyImagesComeFromOneFileOfLines)
+{
+    TestFolder folder;
+    MakeSmallPanel(folder);
+    std::filesystem::copy_file(folder / "panel.png", folder / "again.png");
+    ASSERT_EQ(
+        RunNarvo(folder, {"inspect", "panel.png", "again.png", "-r", "panel.recipe.json", "-q", "-o", "many"}).code, 0);
+    const Outcome lines = RunNarvo(folder, {"report", "many.jsonl", "-r", "panel.recipe.json"});
+    EXPECT_EQ(lines.code, 0) << lines.error;
+    EXPECT_THAT(lines.out, HasSubstr("report: many.report.html, 2 images"));
+    EXPECT_TRUE(Contains(folder / "many.report.html", "\"name\":\"again.png\",\"width\":512,\"height\":640"));
+    EXPECT_TRUE(Contains(folder / "many.report.html", "\"parts\":3"));
+    const Outcome images = RunNarvo(folder, {"report", "panel.png", "again.png", "-r", "panel.recipe.json"});
+    EXPECT_THAT(images.out, HasSubstr("panel.report.html, 2 images"));
+}
+
+TEST(NarvoReport, RegionsOfAnImageAreToldApart)
+{
+    TestFolder folder;
+    MakeSmallPanel(folder);
+    nlohmann::json recipe = nlohmann::json::parse(ReadText(folder / "panel.recipe.json"));
+    nlohmann::json regions = {{"version", 1}, {"regions", nlohmann::json::array()}};
+    for (const char* name : {"upper", "lower"})
+    {
+        nlohmann::json region = recipe;
+        region.erase("version");
+        region["name"] = name;
+        const int top = std::string(name) == "upper" ? 0 : 320;
+        region["region"] = {{"left", 0}, {"top", top}, {"right", 512}, {"bottom", top + 320}};
+        regions["regions"].push_back(region);
+    }
+    std::ofstream(folder / "two.json") << regions;
+    const Outcome outcome = RunNarvo(folder, {"report", "panel.png", "-r", "two.json"});
+    EXPECT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_TRUE(Contains(folder / "panel.report.html", "\"name\":\"panel.png, upper\""));
+    EXPECT_TRUE(Contains(folder / "panel.report.html", "\"name\":\"panel.png, lower\""));
+    EXPECT_TRUE(Contains(folder / "panel.report.html", "\"name\":\"two.json, lower\""));
 }
 
 TEST(NarvoReport, EveryProblemIsToldAndNothingWritten)
@@ -103,7 +142,9 @@ TEST(ResultReader, ReadsWhatInspectWrites)
 {
     TestFolder folder;
     InspectSmallPanel(folder);
-    const SavedResult saved = LoadResult(folder / "panel.blobs.json");
+    const std::vector<SavedResult> all = LoadResults(folder / "panel.blobs.json");
+    ASSERT_EQ(all.size(), 1U);
+    const SavedResult& saved = all[0];
     EXPECT_EQ(saved.image, "panel.png");
     EXPECT_EQ(saved.recipe, "panel.recipe.json");
     EXPECT_EQ(saved.result.code, 1);

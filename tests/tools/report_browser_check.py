@@ -1,3 +1,4 @@
+#!/usr/bin/python3
 """Opens a report page in headless Chromium and uses it as a person would: sorts, filters, selects, zooms.
 
 Usage: report_browser_check.py NARVO FOLDER [SCREENSHOTS]

@@ -57,7 +57,6 @@
     { key: "meanReference", title: "Reference", unit: "grey levels, mean" },
     { key: "zone", title: "Zone", ascending: true },
     { key: "band", title: "Band", text: true, ascending: true, show: (d) => bandName(d.band) },
-    { key: "single", title: "Seen", text: true, show: (d) => (d.single ? "once" : "twice") },
     { key: "diameter", title: "Diameter", unit: "in the recipe's pixel sizes" },
   ].filter((column) => !column.when || column.when());
 
@@ -98,6 +97,27 @@
     return canvas;
   }
 
+  // For defects without a thumbnail: the overview round them, coarser than the image may be.
+  function cutFromOverview(d) {
+    const source = d.image === state.image ? picture() : null;
+    if (!source)
+      return null;
+    const image = data.images[d.image];
+    const side = Math.max(96, 1.5 * Math.max(d.right - d.left, d.bottom - d.top));
+    const canvas = element("canvas", { class: "cut", role: "img", "aria-label": "overview round defect " + d.number });
+    canvas.width = canvas.height = 192;
+    const draw = () => {
+      const scale = source.naturalWidth / image.width;
+      canvas.getContext("2d").drawImage(source, (d.x - side / 2) * scale, (d.y - side / 2) * scale, side * scale,
+        side * scale, 0, 0, 192, 192);
+    };
+    if (source.complete && source.naturalWidth)
+      draw();
+    else
+      source.addEventListener("load", draw, { once: true });
+    return canvas;
+  }
+
   function thumbnails(d) {
     if (!d.thumb)
       return element("span", { class: "faint" }, "not kept");
@@ -123,7 +143,8 @@
       tile(say(defects.length - bright), "dark", "dark"),
       tile(say(bright), "bright", "bright"),
       tile(codes.join(", ") || "none", codes.length > 1 ? "return codes" : "return code"),
-      tile(say(time, 1) + " ms", data.images.length > 1 ? "inspection, all images" : "inspection"));
+      tile(time > 0 ? say(time, 1) + " ms" : "not kept",
+        data.images.length > 1 ? "inspection time, all images" : "inspection time"));
     if (data.images.length === 1) {
       const image = data.images[0];
       byId("tiles").append(tile(say(image.width) + " \u00d7 " + say(image.height), "pixels"),
@@ -431,8 +452,11 @@
         trio.append(element("figure", {}, drawCell(element("canvas"), d, part),
           element("figcaption", {}, parts[part])));
       box.append(trio);
-    } else
-      box.append(element("p", { class: "help" }, "No thumbnail of this defect is kept in the page."));
+    } else {
+      const cut = cutFromOverview(d);
+      box.append(cut || "", element("p", { class: "help" },
+        "No thumbnail of this defect is kept in the page" + (cut ? "; this is from the overview." : ".")));
+    }
     const list = element("dl");
     const add = (name, value) => list.append(element("dt", {}, name), element("dd", {}, value));
     if (data.images.length > 1)
