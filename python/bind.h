@@ -14,6 +14,7 @@ void BindResult(pybind11::module_& module);
 void BindInspection(pybind11::module_& module);
 void BindPitch(pybind11::module_& module);
 void BindGolden(pybind11::module_& module);
+void BindExplain(pybind11::module_& module);
 void BindRegions(pybind11::module_& module);
 
 /// The recipe that an argument stands for: a Recipe, a dict, JSON text, or the path of a file.

@@ -18,5 +18,6 @@ PYBIND11_MODULE(_narvoassem, module)
     BindInspection(module);
     BindPitch(module);
     BindGolden(module);
+    BindExplain(module);
     BindRegions(module);
 }

@@ -16,6 +16,8 @@ machine or on many.
 from . import regions
 from ._narvoassem import (
     AxisPitch,
+    Explainer,
+    Explanation,
     GoldenModel,
     GoldenResult,
     PitchResult,
@@ -23,6 +25,7 @@ from ._narvoassem import (
     Registration,
     Result,
     __version__,
+    explain,
     inspect,
     pitch_recipe,
     read_image,
@@ -37,6 +40,8 @@ from .regions import Rect
 __all__ = [
     "ArgumentError",
     "AxisPitch",
+    "Explainer",
+    "Explanation",
     "FileError",
     "GoldenModel",
     "GoldenResult",
@@ -53,6 +58,7 @@ __all__ = [
     "Registration",
     "Result",
     "__version__",
+    "explain",
     "inspect",
     "pitch_recipe",
     "read_image",

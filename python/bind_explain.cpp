@@ -1,0 +1,125 @@
+// Why a pixel was reported, or why it was not.
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+#include "host/explain.h"
+#include "python/bind.h"
+#include "python/image_array.h"
+#include "python/narvo_errors.h"
+#include "python/result_arrays.h"
+#include "python/sealed_class.h"
+#include "python/values.h"
+
+namespace narvo::python
+{
+
+namespace
+{
+
+/// An explainer with an image of its own, for any number of threads, one after the other.
+class HeldExplainer
+{
+public:
+    HeldExplainer(GreyImage image, const Recipe& recipe) : m_image(std::move(image)), m_explainer(m_image, recipe) {}
+
+    const InspectionResult& Outcome() const { return m_explainer.Result(); }
+    int Width() const { return m_image.Width(); }
+    int Height() const { return m_image.Height(); }
+
+    Explanation Explain(CPoint place)
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_explainer.Explain(place);
+    }
+
+private:
+    GreyImage m_image;
+    Explainer m_explainer;
+    std::mutex m_mutex;
+};
+
+std::unique_ptr<HeldExplainer> MakeExplainer(const py::handle& image, const py::handle& recipe)
+{
+    const ImageArgument pixels = Translated(Fault::Image, [&] { return ImageArgument(image, "image"); });
+    return Translated(Fault::Recipe,
+                      [&]
+                      {
+                          const Recipe made = ToRecipe(recipe);
+                          const py::gil_scoped_release released;
+                          return std::make_unique<HeldExplainer>(pixels.Copy(), made);
+                      });
+}
+
+Explanation ExplainAt(HeldExplainer& explainer, int x, int y)
+{
+    return Translated(Fault::Argument,
+                      [&]
+                      {
+                          const py::gil_scoped_release released;
+                          return explainer.Explain(CPoint(x, y));
+                      });
+}
+
+} // namespace
+
+void BindExplain(py::module_& module)
+{
+    py::class_<Explanation>(module, "Explanation", py::is_final(),
+                            "The way of one pixel through an inspection; str() tells it in lines.")
+        .def_property_readonly(
+            "place", [](const Explanation& told) { return py::make_tuple(told.place.x, told.place.y); },
+            "The pixel, x and y.")
+        .def_property_readonly(
+            "outcome", [](const Explanation& told) { return OutcomeName(told.outcome); },
+            "Where its way ended, in a word or two: \"reported\", \"no hit\", ...")
+        .def_readonly("blob", &Explanation::blob, "Number of the reported defect that it is part of, or 0.")
+        .def_property_readonly(
+            "why",
+            [](const Explanation& told)
+            {
+                py::list lines;
+                for (const std::string& line : told.why)
+                    lines.append(ToText(line));
+                return lines;
+            },
+            "Its way in sentences, ending with the outcome.")
+        .def(
+            "to_dict", [](const Explanation& told) { return ToPython(ExplanationToJson(told)); },
+            "Everything as a dict: comparisons, thresholds, filters, blob.")
+        .def("__str__", [](const Explanation& told) { return ToText(DescribeExplanation(told)); })
+        .def("__repr__",
+             [](const Explanation& told)
+             {
+                 return "<narvoassem.Explanation: " + std::to_string(told.place.x) + ", " +
+                        std::to_string(told.place.y) + " " + OutcomeName(told.outcome) + ">";
+             });
+    SealUnconstructed(module.attr("Explanation"));
+
+    py::class_<HeldExplainer>(module, "Explainer", py::is_final(),
+                              "Explains pixels of one inspection, which is run once. Any number of threads may ask.")
+        .def(py::init(&MakeExplainer), py::arg("image"), py::arg("recipe"),
+             "image and recipe are those of inspect(). Raises ImageError or RecipeError.")
+        .def("explain", &ExplainAt, py::arg("x"), py::arg("y"),
+             "The way of the pixel at x, y. Raises ArgumentError for a place outside the image.")
+        .def_property_readonly(
+            "result",
+            [](const HeldExplainer& explainer)
+            { return Result(explainer.Outcome(), explainer.Width(), explainer.Height()); },
+            "What the inspection reports; its pairs are left out.");
+    SealConstructed(module.attr("Explainer"));
+
+    module.def(
+        "explain",
+        [](const py::handle& image, const py::handle& recipe, int x, int y)
+        { return ExplainAt(*MakeExplainer(image, recipe), x, y); },
+        py::arg("image"), py::arg("recipe"), py::arg("x"), py::arg("y"),
+        "Why the pixel at x, y is reported by an inspection, or why it is not. An Explainer answers for many "
+        "pixels.\n\n"
+        "Raises ImageError, RecipeError or ArgumentError.");
+}
+
+} // namespace narvo::python
