@@ -60,15 +60,10 @@ void CheckSide(const char* field, const GreyImage& picture, std::vector<Problem>
 void CheckSizes(const GreyImage& reference, const GreyImage& image, const RegistrationSettings& settings)
 {
     std::vector<Problem> found = CheckRegistrationSettings(settings);
-    const auto checkSide = [&](const char* field, const GreyImage& picture)
-    {
-        if (std::min(picture.Width(), picture.Height()) < nRegistrationSide)
-            found.push_back(
-                {field, SizeText(picture), "sides of at least " + std::to_string(nRegistrationSide) + " pixels"});
-    };
-    checkSide("reference", reference);
-    checkSide("image", image);
-    ThrowIfAny(std::move(found));
+    CheckSide("reference", reference, found);
+    CheckSide("image", image, found);
+    if (!found.empty())
+        throw HostError(std::move(found));
 
     const int side = std::min({image.Width(), image.Height(), reference.Width(), reference.Height()});
     if (settings.maxShift > side / dMaxShiftShare)
@@ -301,15 +296,12 @@ void Describe(const cv::Size& image, Registration& registration)
 
 void CheckLimits(const Registration& registration, const RegistrationSettings& settings)
 {
-    std::vector<Problem> found;
     if (!(registration.correlation >= settings.minCorrelation))
-    {
-        found.push_back({"image", "correlation with the registered reference " + Short(registration.correlation),
-                         "at least " + FormatNumber(settings.minCorrelation) +
-                             " (min_correlation); the image shows something else, or lies further off than max_shift, "
-                             "max_rotation and max_scale let it be sought"});
-        ThrowIfAny(std::move(found));
-    }
+        throw HostError({{"image", "correlation with the registered reference " + Short(registration.correlation),
+                          "at least " + FormatNumber(settings.minCorrelation) +
+                              " (min_correlation); the image shows something else, or lies further off than max_shift, "
+                              "max_rotation and max_scale let it be sought"}});
+    std::vector<Problem> found;
     const auto check =
         [&](const char* what, double value, double limit, double slack, const char* unit, const char* field)
     {

@@ -137,7 +137,7 @@ std::vector<TruePair> LoadPairs(const ScoreOptions& options)
     std::mt19937_64 random(options.seed);
     const auto move = [&]
     {
-        const auto steps = static_cast<std::uint64_t>(2 * options.displacement + 1);
+        const std::uint64_t steps = 2 * static_cast<std::uint64_t>(options.displacement) + 1;
         return static_cast<int>(random() % steps) - options.displacement;
     };
     std::vector<TruePair> pairs;

@@ -1,0 +1,132 @@
+// Boards and golden inspection from files to files, measurement on a folder of pairs, and bad input.
+#include <filesystem>
+
+#include "tools/run_narvo.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::Not;
+
+/// board.png with its truth, and as many good boards as asked for.
+Outcome MakeSmallBoard(const TestFolder& folder, const std::string& output, const std::string& seed,
+                       const std::string& references = "1")
+{
+    return RunNarvo(folder, {"board", "--width", "300", "--height", "280", "--defects", "5", "--seed", seed,
+                             "--shift-x", "4.3", "--rotation", "0.4", "--references", references, "--output", output});
+}
+
+TEST(NarvoGolden, BoardIsInspectedToItsTruth)
+{
+    const TestFolder folder;
+    const Outcome made = MakeSmallBoard(folder, "board", "4");
+    ASSERT_EQ(made.code, 0) << made.error;
+    EXPECT_THAT(made.out, HasSubstr("defects placed: 5 of 5"));
+    const Outcome outcome =
+        RunNarvo(folder, {"golden", "board.good.png", "board.png", "--truth", "board.truth.json", "--steps"});
+    EXPECT_EQ(outcome.code, 0);
+    EXPECT_EQ(outcome.error, "");
+    EXPECT_THAT(outcome.out, HasSubstr("recall: 1.000 (5 of 5)\nfalse blobs: 0\n"));
+    for (const char* ending : {".blobs.csv", ".overlay.png", ".reference.png", ".threshold.png"})
+        EXPECT_TRUE(std::filesystem::exists(folder / ("board" + std::string(ending)))) << ending;
+    const json document = json::parse(ReadText(folder / "board.blobs.json"));
+    EXPECT_EQ(document["references"], json({"board.good.png"}));
+    EXPECT_NEAR(document["registration"]["rotation"].get<double>(), 0.4, 0.03);
+    EXPECT_EQ(document["blobs"].size(), 5U);
+}
+
+TEST(NarvoGolden, SeveralReferencesServeSeveralImages)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallBoard(folder, "board", "4", "2").code, 0);
+    const Outcome outcome =
+        RunNarvo(folder, {"golden", "--reference", "board.good.png", "--reference", "board.good2.png", "board.png",
+                          "board.good.png", "--output", "run-", "--max-shift", "20"});
+    EXPECT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_EQ(json::parse(ReadText(folder / "run-board.blobs.json"))["blobs"].size(), 5U);
+    EXPECT_TRUE(json::parse(ReadText(folder / "run-board.good.blobs.json"))["blobs"].empty());
+}
+
+TEST(NarvoGolden, AStrangeImageIsRefusedAndTheOthersAreInspected)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallBoard(folder, "board", "4").code, 0);
+    ASSERT_EQ(MakeSmallBoard(folder, "other", "5").code, 0);
+    const Outcome outcome = RunNarvo(folder, {"golden", "board.good.png", "other.png", "board.png", "--quiet"});
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_THAT(outcome.error, HasSubstr("narvo: image other.png: "));
+    EXPECT_FALSE(std::filesystem::exists(folder / "other.blobs.json"));
+    EXPECT_TRUE(std::filesystem::exists(folder / "board.blobs.json"));
+}
+
+TEST(NarvoGolden, EveryValueOutOfRangeIsNamed)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallBoard(folder, "board", "4").code, 0);
+    const Outcome outcome = RunNarvo(folder, {"golden", "board.good.png", "board.png", "--max-rotation", "11",
+                                              "--threshold", "0", "--edge-tolerance", "-1", "--mesh", "8"});
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_THAT(outcome.error, HasSubstr("max_rotation: 11; allowed: 0 to 10 degrees"));
+    EXPECT_THAT(outcome.error, HasSubstr("threshold: 0; allowed: 1 to 255 grey levels"));
+    EXPECT_THAT(outcome.error, HasSubstr("edge_tolerance: -1; allowed: 0 to 16 pixels"));
+    EXPECT_THAT(outcome.error, HasSubstr("mesh_spacing: 8; allowed: 16 to 1024 pixels, or 0 for no mesh"));
+}
+
+TEST(NarvoGolden, MissingImagesAreNamed)
+{
+    const TestFolder folder;
+    EXPECT_THAT(RunNarvo(folder, {"golden"}).error, HasSubstr("images: no reference"));
+    EXPECT_THAT(RunNarvo(folder, {"golden", "a.png"}).error, HasSubstr("images: no image to inspect"));
+    const Outcome outcome = RunNarvo(folder, {"golden", "a.png", "b.png"});
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_THAT(outcome.error, HasSubstr("image a.png: no such file"));
+}
+
+TEST(NarvoGolden, PairsOfAFolderAreMeasured)
+{
+    const TestFolder folder;
+    std::filesystem::create_directory(folder / "pairs");
+    for (const std::string seed : {"4", "5"})
+    {
+        ASSERT_EQ(MakeSmallBoard(folder, "board", seed).code, 0);
+        std::filesystem::rename(folder / "board.good.png", folder / ("pairs/" + seed + "_temp.png"));
+        std::filesystem::rename(folder / "board.png", folder / ("pairs/" + seed + "_test.png"));
+        std::ofstream boxes(folder / ("pairs/" + seed + ".txt"));
+        const json truth = json::parse(ReadText(folder / "board.truth.json"));
+        for (const json& defect : truth["defects"])
+            boxes << defect["left"] << ' ' << defect["top"] << ' ' << defect["right"] << ' ' << defect["bottom"]
+                  << " 1\n";
+    }
+    const Outcome plain = RunNarvo(folder, {"golden", "--truth", "pairs", "--displace", "5"});
+    EXPECT_EQ(plain.code, 0) << plain.error;
+    EXPECT_THAT(plain.out, HasSubstr("2 pairs, found 10 of 10 (1.0000), false 0 (0.00 an image)"));
+
+    const Outcome checked = RunNarvo(folder, {"golden", "--truth", "pairs", "--cross-check", "--quiet"});
+    EXPECT_EQ(checked.code, 0) << checked.error;
+    EXPECT_THAT(checked.out, HasSubstr("chosen on half 1: "));
+    EXPECT_THAT(checked.out, HasSubstr("both halves by the choice of the other: 2 pairs, found 10 of 10"));
+
+    std::ofstream(folder / "pairs/4.txt") << "10 10 5 20 1\n";
+    EXPECT_THAT(RunNarvo(folder, {"golden", "--truth", "pairs"}).error, HasSubstr("4.txt, line 1: 10 10 5 20 1"));
+    EXPECT_THAT(RunNarvo(folder, {"golden", "--truth", "."}).error, HasSubstr("no pairs"));
+}
+
+TEST(NarvoBoard, NamesEveryNumberOutOfRange)
+{
+    const TestFolder folder;
+    const Outcome outcome = RunNarvo(folder, {"board", "--width", "100", "--sway", "9", "--scale-x", "2"});
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_THAT(outcome.error, HasSubstr("--width: 100; allowed: 256 to 8192 pixels"));
+    EXPECT_THAT(outcome.error, HasSubstr("--sway: 9; allowed: 0 to 8 pixels"));
+    EXPECT_THAT(outcome.error, HasSubstr("--scale-x: 2; allowed: 0.8 to 1.2"));
+    EXPECT_THAT(outcome.error, Not(HasSubstr("--height")));
+}
+
+} // namespace
+
+} // namespace narvo
