@@ -85,13 +85,15 @@ public:
         // A report that throws must let the lanes go before they are joined.
         const Release release{*this};
         for (int lane = 0; lane < m_batch.m_lanes; ++lane)
-            lanes.emplace_back([this, lane] { Serve(lane); });
+            lanes.emplace_back([this, lane] { ServeOrFail(lane); });
 
         BatchSummary summary;
         for (;;)
         {
             std::unique_lock lock(m_mutex);
-            m_changed.wait(lock, [&] { return IsNextEnded() || IsOver(); });
+            m_changed.wait(lock, [&] { return m_failure != nullptr || IsNextEnded() || IsOver(); });
+            if (m_failure != nullptr)
+                std::rethrow_exception(m_failure);
             if (!IsNextEnded())
                 break;
             const ImageResult result = std::move(m_entries[m_reported].result);
@@ -159,6 +161,22 @@ private:
             if (m_entries[i].readable)
                 return &m_entries[i];
         return nullptr;
+    }
+
+    /// What is no fault of an image, as memory that ran out for the batch itself, ends the run.
+    void ServeOrFail(int lane)
+    {
+        try
+        {
+            Serve(lane);
+        }
+        catch (...)
+        {
+            const std::scoped_lock lock(m_mutex);
+            m_failure = std::current_exception();
+            m_released = true;
+            m_changed.notify_all();
+        }
     }
 
     void Serve(int lane)
@@ -256,6 +274,7 @@ private:
     std::size_t m_reported = 0;
     int m_reading = 0;
     bool m_released = false;
+    std::exception_ptr m_failure; ///< of a lane
 };
 
 Batch::Batch(std::vector<Recipe> recipes, int lanes) : m_recipes(std::move(recipes)), m_lanes(lanes)

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <exception>
 #include <functional>
 #include <iostream>
 #include <map>
@@ -71,24 +72,37 @@ double Median(std::vector<double> values)
 }
 
 /// Calls `work(lane)` on each of `lanes` threads over and over until the time is up. @return calls per second
+/// @throws what a call throws
 double Repeat(int lanes, double seconds, const std::function<void(int)>& work)
 {
     std::atomic<long> calls = 0;
+    std::vector<std::exception_ptr> failures(static_cast<std::size_t>(lanes));
     const Clock::time_point start = Clock::now();
+    const auto serve = [&](int lane)
+    {
+        try
+        {
+            do
+            {
+                work(lane);
+                ++calls;
+            } while (SecondsSince(start) < seconds);
+        }
+        catch (...)
+        {
+            failures[static_cast<std::size_t>(lane)] = std::current_exception();
+        }
+    };
     {
         std::vector<std::jthread> threads;
         for (int lane = 0; lane < lanes; ++lane)
-            threads.emplace_back(
-                [&, lane]
-                {
-                    do
-                    {
-                        work(lane);
-                        ++calls;
-                    } while (SecondsSince(start) < seconds);
-                });
+            threads.emplace_back(serve, lane);
     }
-    return static_cast<double>(calls) / SecondsSince(start);
+    const double perSecond = static_cast<double>(calls) / SecondsSince(start);
+    for (const std::exception_ptr& failure : failures)
+        if (failure != nullptr)
+            std::rethrow_exception(failure);
+    return perSecond;
 }
 
 class Measurement

@@ -75,13 +75,20 @@ void AddSynthCommand(CLI::App& app, Action& action)
     const auto options = std::make_shared<SynthOptions>();
     PanelPlan& plan = options->plan;
     CLI::App* command = app.add_subcommand("synth", "Make a panel image with known defects, its zones and recipe");
-    command->add_option("--width", plan.width, "pixels")->capture_default_str();
-    command->add_option("--height", plan.height, "pixels")->capture_default_str();
-    command->add_option("--pitch-x", plan.pitchX, "period along x, pixels, in steps of 1/16")->capture_default_str();
-    command->add_option("--pitch-y", plan.pitchY, "period along y, pixels, in steps of 1/16")->capture_default_str();
-    command->add_option("--noise", plan.noise, "standard deviation, grey levels")->capture_default_str();
-    command->add_option("--drift", plan.drift, "slow change of brightness, share of the mean")->capture_default_str();
-    command->add_option("--defects", plan.defects, "number of defects")->capture_default_str();
+    command->add_option("--width", plan.width, "pixels, 256 to 32768")->capture_default_str();
+    command->add_option("--height", plan.height, "pixels, 256 to 32768")->capture_default_str();
+    command
+        ->add_option("--pitch-x", plan.pitchX,
+                     "period along x, pixels, 24 to 300 and at most a fifth of the width, in steps of 1/16")
+        ->capture_default_str();
+    command
+        ->add_option("--pitch-y", plan.pitchY,
+                     "period along y, pixels, 24 to 300 and at most a fifth of the height, in steps of 1/16")
+        ->capture_default_str();
+    command->add_option("--noise", plan.noise, "standard deviation, grey levels, 0 to 20")->capture_default_str();
+    command->add_option("--drift", plan.drift, "slow change of brightness, share of the mean, 0 to 0.3")
+        ->capture_default_str();
+    command->add_option("--defects", plan.defects, "number of defects, 0 to 20000")->capture_default_str();
     command->add_option("--seed", plan.seed, "the same numbers give the same panel")->capture_default_str();
     command->add_option("-o,--output", options->output, "beginning of the files' names")->capture_default_str();
     command->add_flag("-q,--quiet", options->quiet, "print problems only");
