@@ -1,6 +1,12 @@
-# A panel made, its pitch found, inspected and reported by the installed program; its manual page is there.
+# An inspection engineer: a panel made, its pitch found, inspected, scored, reported, one pixel explained; the manual
+# page is there.
 cd "$(mktemp -d)"
 narvo --version
-narvo synth --help >/dev/null
-narvo synth --help | head -30
+narvo synth --width 1024 --height 1024 --defects 20 --output panel
+narvo pitch panel.png --recipe found.json
+narvo inspect panel.png --recipe panel.recipe.json --truth panel.truth.json
+narvo report panel.png --recipe panel.recipe.json --output panel.html
+narvo explain panel.png --recipe panel.recipe.json --at 500,500
+grep -q '<html' panel.html
+test -s panel.overlay.png
 test -f /usr/share/man/man1/narvo.1.gz
