@@ -1,4 +1,5 @@
-// A plain vertical window comparison with two witnesses, apart from any engine: the reference form.
+/// @file
+/// A plain vertical window comparison with two witnesses, apart from any engine: the reference form.
 #pragma once
 
 #include <mutex>
@@ -15,19 +16,22 @@ class NARVO_API CASGInspection
 public:
     static constexpr int nParingLimit = 10000; ///< records the pair buffer must hold
 
-    std::mutex csParing; ///< guards the pair buffer and its count
-    int* pPixelX;        ///< host's arrays, see SetPixelBuf
-    int* pPixelY;
-    short* pPixelType;
-    short* pPeak;
+    std::mutex csParing;  ///< guards the pair buffer and its count
+    int* pPixelX;         ///< host's array of x positions, see SetPixelBuf
+    int* pPixelY;         ///< host's array of y positions
+    short* pPixelType;    ///< host's array of polarities
+    short* pPeak;         ///< host's array of strengths
     int* pPixelCount;     ///< host's write position
     CDefectPair* pParing; ///< host's pair buffer, nParingLimit records
     int nParingCnt;       ///< records written
 
+    /// No buffers, count 0.
     CASGInspection();
     /// A copy shares the host's buffers and takes the count; its lock is its own.
     CASGInspection(const CASGInspection& other);
+    /// As the copy.
     CASGInspection& operator=(const CASGInspection& other);
+    /// Frees nothing.
     virtual ~CASGInspection();
 
     /// Stores the buffer, and nCount as the count (not as a capacity).
@@ -39,6 +43,7 @@ public:
     /// image of known height count as its first or last row. Nothing is found without an image, with windows beyond
     /// 1023 pixels, and at a pitch that is not finite or beyond 2^26 pixels.
     void VConvolutionConvC(CConvParam* pParam);
+    /// nParingCnt.
     int GetParingCnt() const;
 
 protected:

@@ -1,4 +1,5 @@
-// The pool of engines, one per inspection lane, and the small private pool of the band split.
+/// @file
+/// The pool of engines, one per inspection lane, and the small private pool of the band split.
 #pragma once
 
 #include "narvoassem/convparam.h"
@@ -15,10 +16,13 @@ public:
     int nAssemCapacity;  ///< engines allocated
     CNarvoAssem* pAssem; ///< the engines, owned
 
+    /// No lanes.
     CAssemControl();
     /// Copies share the array: only one of two copies may be destroyed.
     CAssemControl(const CAssemControl& other) = default;
+    /// As the copy: shares the array, frees nothing.
     CAssemControl& operator=(const CAssemControl& other) = default;
+    /// Frees the engines.
     virtual ~CAssemControl();
 
     /// Makes nCount lanes, each with stores for nDefectSize blobs (and at least 160000 hits and pairs) and four
@@ -49,9 +53,13 @@ public:
     int nAssemCapacity;  ///< sub-engines allocated
     CNarvoAssem* pAssem; ///< owned
 
+    /// No sub-engines.
     CAssemThreadControl();
+    /// Copies share the array: only one of two copies may be destroyed.
     CAssemThreadControl(const CAssemThreadControl& other) = default;
+    /// As the copy: shares the array, frees nothing.
     CAssemThreadControl& operator=(const CAssemThreadControl& other) = default;
+    /// Frees the sub-engines.
     virtual ~CAssemThreadControl();
 
     /// @return 1, or 0 without memory. A count up to the capacity leaves the engines as they are.
@@ -62,5 +70,6 @@ public:
     int Inspect(int nIndex, CConvParam* pParam);
     /// The element; the index is not checked.
     CNarvoAssem* GetAssem(int nIndex);
+    /// nAssemCount.
     int GetCount() const;
 };

@@ -1,16 +1,18 @@
-// The search for the true sub-pixel pitch of a pattern in a piece of image, apart from any engine.
-//
-// Pitches are ints in 1/16 pixel. A row displacement is a shift along x, a column displacement a shift along y.
-// Every search walks its candidates upward, both ends included, scores each by how badly the image fails to repeat
-// at that displacement, and keeps the first candidate of least cost. When no candidate runs the references stay as
-// they were. Nothing bounds the reads but the caller's choice of region: pixels up to one candidate plus 2 beyond
-// the region are read (columns rounded up to blocks of 16). A region of no width or height reads nothing.
+/// @file
+/// The search for the true sub-pixel pitch of a pattern in a piece of image, apart from any engine.
+///
+/// Pitches are ints in 1/16 pixel. A row displacement is a shift along x, a column displacement a shift along y.
+/// Every search walks its candidates upward, both ends included, scores each by how badly the image fails to repeat
+/// at that displacement, and keeps the first candidate of least cost. When no candidate runs the references stay as
+/// they were. Nothing bounds the reads but the caller's choice of region: pixels up to one candidate plus 2 beyond
+/// the region are read (columns rounded up to blocks of 16). A region of no width or height reads nothing.
 #pragma once
 
 #include <cstdint>
 
 #include "narvoassem/export.h"
 
+/// The searches, all static: they keep no state and may run on any thread.
 class NARVO_API CAssemUtil
 {
 public:

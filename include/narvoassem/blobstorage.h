@@ -1,4 +1,5 @@
-// The blob store: grows pairs into blobs, merges pieces, removes ghosts, verifies and classifies.
+/// @file
+/// The blob store: grows pairs into blobs, merges pieces, removes ghosts, verifies and classifies.
 #pragma once
 
 #include "narvoassem/defectblob.h"
@@ -24,8 +25,11 @@ public:
 
     /// Empty store.
     CBlobStorage();
+    /// Shares every array with the other store.
     CBlobStorage(const CBlobStorage& other) = default;
+    /// As the copy; what this store held is not freed.
     CBlobStorage& operator=(const CBlobStorage& other) = default;
+    /// Frees the blobs.
     ~CBlobStorage() override;
 
     /// Makes room for nSize blobs, as InitPixelStorage. @return nBlobSize; 0 when memory could not be had.
@@ -50,6 +54,7 @@ public:
     int AddBlob(CDefectBlob* pNewBlob);
     /// Appends all blobs of another store. @return 0 at the first AddBlob that gives 0, and for null.
     int ReadBlob(CBlobStorage* pOther);
+    /// nBlobCount.
     int GetBlobCount() const;
     /// Address of a blob; the index is not checked.
     CDefectBlob* GetBlobDefect(int nIndex);

@@ -1,9 +1,10 @@
-// The parameter block of an inspection, and a small result record of the host's.
-//
-// Units: pitches are pixels, grey values and thresholds are grey levels unless a line says otherwise, gains are
-// 1/256. The conv axis is x, the scan axis is y. Every pointer refers to memory that the host owns and keeps valid
-// for the length of the call; null means not given. Nothing here is checked when it is set: the checks of the
-// engine are told in narvoassem.h.
+/// @file
+/// The parameter block of an inspection, and a small result record of the host's.
+///
+/// Units: pitches are pixels, grey values and thresholds are grey levels unless a line says otherwise, gains are
+/// 1/256. The conv axis is x, the scan axis is y. Every pointer refers to memory that the host owns and keeps valid
+/// for the length of the call; null means not given. Nothing here is checked when it is set: the checks of the
+/// engine are told in narvoassem.h.
 #pragma once
 
 #include "narvoassem/defectpair.h"
@@ -16,8 +17,8 @@
 class NARVO_API CConvParam
 {
 public:
-    static constexpr int nDeadZoneLimit = 10;
-    static constexpr int nZoneLimit = 16;
+    static constexpr int nDeadZoneLimit = 10; ///< rectangles of rtDeadZone
+    static constexpr int nZoneLimit = 16;     ///< zones of the per-zone tables
 
     // --- task and image ---
     int nInspectMode;       ///< 0 float, 1 pixel, 2 binarise, 3 average; 0 to 2 give way to pThresholdOffsetMap
@@ -50,9 +51,9 @@ public:
     // --- thresholds and switches ---
     int nThreshold; ///< base, at least 1: grey levels (pixel), window-sum units (float); binarise: upper limit; default
                     ///< 10
-    int nThresholdGain; ///< gain on the larger compared value, 1/256; default 20
-    int nGrayLimit;     ///< grey values are limited to this before comparing, 1 .. 255; default 255
-    int nReservedGray;
+    int nThresholdGain;   ///< gain on the larger compared value, 1/256; default 20
+    int nGrayLimit;       ///< grey values are limited to this before comparing, 1 .. 255; default 255
+    int nReservedGray;    ///< never read
     int nBlackFilterGray; ///< base of the second set, for dark hits; in force at 1 or more. Average: dark threshold
     int nBlackFilterGain; ///< gain of the second set, 1/256
     int bBandThread;      ///< nonzero lets the pool use the band split in vertical direction; default 1
@@ -63,10 +64,10 @@ public:
     int nThresholdExtra;  ///< a single's peak must exceed this; the pair filters add it to the pair's threshold
 
     // --- tables and maps ---
-    int* pScanPitchTable; ///< scan pitch, 1/16 pixel, one int per 16 rows, index y >> 4; selects the table kernels
-    void* pReservedTable[3];
-    int nReservedTable;
-    int* pTiltScanTable; ///< one int per 16 rows, index y >> 4, 1/16 pixel
+    int* pScanPitchTable;    ///< scan pitch, 1/16 pixel, one int per 16 rows, index y >> 4; selects the table kernels
+    void* pReservedTable[3]; ///< never read
+    int nReservedTable;      ///< never read
+    int* pTiltScanTable;     ///< one int per 16 rows, index y >> 4, 1/16 pixel
     int* pTiltConvTable; ///< one int per 16 columns, index x >> 4, 1/16 pixel; horizontal trapezia: pitch per 16 rows
     unsigned short*
         pConvPitchTable;         ///< whole-pixel displacement per column, read at x & ~15; selects the table kernels
@@ -96,31 +97,31 @@ public:
     int* pTspTable2;             ///< 16 zone gains, 1/256
 
     // --- limits, filters and the rest ---
-    int nAverageParam1; ///< average: background window, and the smallest region side; default 45
-    int nAverageParam2; ///< average: defect window; default 9
-    int nCheckLimit1;   ///< at least 10; default 10000
-    int nCheckLimit2;   ///< at least 2; default 10000
-    int bFalseFilter;   ///< 0 sends every pair of a vertical run through the margin test; default 1
-    int bMarginFilter;  ///< 0 makes the horizontal margin test accept every pair; default 1
-    int nFilterMode;    ///< 1 jump filter, otherwise cross filter
-    int nFilterMode2;   ///< 1 filters all pairs, otherwise singles only
-    int nReservedFilter;
-    int nMergeDivision; ///< blobs of one type within this many pixels are merged; default 4
-    void* pReservedMerge[2];
-    int nReservedMerge[3];
-    double dPixelSizeX; ///< multiplies the y distance in CalcRScale
-    double dPixelSizeY; ///< multiplies the x distance in CalcRScale
-    unsigned short nReservedShort;
-    int nReservedSize;
-    int nMultiType;          ///< copied into every closed blob; default -1
-    int bTwice;              ///< pixel mode: selects the twice kernels
-    int nTwiceThreshold;     ///< threshold base of the second pass; default 255
-    int nTwiceThresholdGain; ///< gain of the second pass, 1/256
-    double dTwicePitch;      ///< pitch of the second pass, pixels
-    int nReservedTwice[5];
-    void* pFreeFormMask;    ///< one byte a pixel, row stride nImageWidth; source pixels with 0 are not inspected
-    int nReservedMask[2];   ///< Reset leaves them
-    int nFreeFormMaskParam; ///< handed to ConvPixelVertMask, not read; Reset leaves it
+    int nAverageParam1;            ///< average: background window, and the smallest region side; default 45
+    int nAverageParam2;            ///< average: defect window; default 9
+    int nCheckLimit1;              ///< at least 10; default 10000
+    int nCheckLimit2;              ///< at least 2; default 10000
+    int bFalseFilter;              ///< 0 sends every pair of a vertical run through the margin test; default 1
+    int bMarginFilter;             ///< 0 makes the horizontal margin test accept every pair; default 1
+    int nFilterMode;               ///< 1 jump filter, otherwise cross filter
+    int nFilterMode2;              ///< 1 filters all pairs, otherwise singles only
+    int nReservedFilter;           ///< never read
+    int nMergeDivision;            ///< blobs of one type within this many pixels are merged; default 4
+    void* pReservedMerge[2];       ///< never read
+    int nReservedMerge[3];         ///< never read
+    double dPixelSizeX;            ///< multiplies the y distance in CalcRScale
+    double dPixelSizeY;            ///< multiplies the x distance in CalcRScale
+    unsigned short nReservedShort; ///< never read
+    int nReservedSize;             ///< never read
+    int nMultiType;                ///< copied into every closed blob; default -1
+    int bTwice;                    ///< pixel mode: selects the twice kernels
+    int nTwiceThreshold;           ///< threshold base of the second pass; default 255
+    int nTwiceThresholdGain;       ///< gain of the second pass, 1/256
+    double dTwicePitch;            ///< pitch of the second pass, pixels
+    int nReservedTwice[5];         ///< never read
+    void* pFreeFormMask;           ///< one byte a pixel, row stride nImageWidth; source pixels with 0 are not inspected
+    int nReservedMask[2];          ///< Reset leaves them
+    int nFreeFormMaskParam;        ///< handed to ConvPixelVertMask, not read; Reset leaves it
     int nDarkGrayLimit[nZoneLimit];    ///< per zone: if nonzero, a dark pair at or above this grey is removed
     int nBrightMinDiff[nZoneLimit];    ///< per zone: if nonzero, a bright pair that stands out by less is removed
     double dVeriPitchConv[nZoneLimit]; ///< per zone: first verification pitch, pixels
@@ -131,6 +132,7 @@ public:
     CConvParam();
     /// Copies every field, the reserved ones included; pointers are copied, never what they point at.
     CConvParam(const CConvParam& other) = default;
+    /// As the copy.
     CConvParam& operator=(const CConvParam& other) = default;
     /// Frees nothing.
     virtual ~CConvParam();
@@ -159,13 +161,17 @@ public:
 class NARVO_API CConvResult
 {
 public:
-    unsigned char nData[24];
+    unsigned char nData[24]; ///< the record's bytes
 
     /// As Reset.
     CConvResult();
+    /// Copies all 24 bytes.
     CConvResult(const CConvResult& other) = default;
+    /// Copies all 24 bytes.
     CConvResult& operator=(const CConvResult& other) = default;
+    /// Copies all 24 bytes.
     CConvResult(CConvResult&& other) = default;
+    /// Copies all 24 bytes.
     CConvResult& operator=(CConvResult&& other) = default;
 
     /// Clears all 24 bytes.

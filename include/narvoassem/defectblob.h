@@ -1,4 +1,5 @@
-// The blob record: one reported defect, a connected group of pairs with its statistics, outline and shape features.
+/// @file
+/// The blob record: one reported defect, a connected group of pairs with its statistics, outline and shape features.
 #pragma once
 
 #include "narvoassem/defectpair.h"
@@ -10,27 +11,36 @@
 class NARVO_API CDefectBlob
 {
 public:
-    static constexpr int nZoneLimit = 16;
-    static constexpr int nExtremeCount = 8;
+    static constexpr int nZoneLimit = 16;   ///< zones and sub-zones counted
+    static constexpr int nExtremeCount = 8; ///< extreme points kept
 
-    int nDefectPos;   ///< a DefectPos
-    int nDefectPair;  ///< a DefectPair
-    int nDefectType;  ///< a DefectType, that of the first pair
-    int nBlobId;      ///< label of the group that opened the blob; meaningful within its build only
-    int nPairCount;   ///< pairs in the blob: its area in pixels
-    int nClass;       ///< class mark, -1; the library writes no other value
-    CPoint ptCenter;  ///< while building the sum of the pair positions, when closed their mean
-    CPoint ptPeak;    ///< position of the pair of highest nPeak; (-1, -1) after Reset
-    CPoint ptMaxGray; ///< position of the pair of highest nSrcGray
-    int nRScale;      ///< diameter in real units, see CBlobStorage::CalcRScale
-    CRect rtDefect;   ///< bounds, right and bottom exclusive
-    short nMaxPeak;
-    short nMinSrcGray, nMaxSrcGray, nAvgSrcGray;
-    short nMinCmpGray, nMaxCmpGray, nAvgCmpGray;
-    short nMinDiff, nMaxDiff, nAvgDiff; ///< of peak + threshold; the maximum is that of the highest peak
-    int nSumSrcGray, nSumCmpGray, nSumDiff;
-    short nMaxThreshold, nAvgThreshold;
-    int nSumThreshold;
+    int nDefectPos;      ///< a DefectPos
+    int nDefectPair;     ///< a DefectPair
+    int nDefectType;     ///< a DefectType, that of the first pair
+    int nBlobId;         ///< label of the group that opened the blob; meaningful within its build only
+    int nPairCount;      ///< pairs in the blob: its area in pixels
+    int nClass;          ///< class mark, -1; the library writes no other value
+    CPoint ptCenter;     ///< while building the sum of the pair positions, when closed their mean
+    CPoint ptPeak;       ///< position of the pair of highest nPeak; (-1, -1) after Reset
+    CPoint ptMaxGray;    ///< position of the pair of highest nSrcGray
+    int nRScale;         ///< diameter in real units, see CBlobStorage::CalcRScale
+    CRect rtDefect;      ///< bounds, right and bottom exclusive
+    short nMaxPeak;      ///< highest peak
+    short nMinSrcGray;   ///< darkest source value
+    short nMaxSrcGray;   ///< brightest source value
+    short nAvgSrcGray;   ///< mean source value, set at closing
+    short nMinCmpGray;   ///< darkest reference value
+    short nMaxCmpGray;   ///< brightest reference value
+    short nAvgCmpGray;   ///< mean reference value, set at closing
+    short nMinDiff;      ///< smallest difference, peak + threshold
+    short nMaxDiff;      ///< difference of the pair of highest peak
+    short nAvgDiff;      ///< mean difference, set at closing
+    int nSumSrcGray;     ///< sum of the source values
+    int nSumCmpGray;     ///< sum of the reference values
+    int nSumDiff;        ///< sum of the differences
+    short nMaxThreshold; ///< highest threshold that applied
+    short nAvgThreshold; ///< mean threshold, set at closing
+    int nSumThreshold;   ///< sum of the thresholds; the assignment leaves it
     unsigned short nZoneCount[nZoneLimit];    ///< pairs per zone
     unsigned short nSubZoneCount[nZoneLimit]; ///< pairs per sub-zone
     short nZoneMinPeak[nZoneLimit];           ///< lowest peak per zone, 256 where there is none
@@ -49,6 +59,7 @@ public:
 
     /// As Reset.
     CDefectBlob();
+    /// Copies every field.
     CDefectBlob(const CDefectBlob& other) = default;
     /// Copies every field but nSumThreshold, which keeps its old value.
     CDefectBlob& operator=(const CDefectBlob& other);

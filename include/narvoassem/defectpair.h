@@ -1,4 +1,5 @@
-// The pair record: one double answer of the pitch comparison, reduced to one record at the defect.
+/// @file
+/// The pair record: one double answer of the pitch comparison, reduced to one record at the defect.
 #pragma once
 
 #include "narvoassem/export.h"
@@ -51,7 +52,9 @@ public:
 
     /// As Reset.
     CDefectPair();
+    /// Copies every field.
     CDefectPair(const CDefectPair& other) = default;
+    /// Copies every field.
     CDefectPair& operator=(const CDefectPair& other) = default;
 
     /// nDefectType to 3, every other field to 0.

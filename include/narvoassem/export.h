@@ -1,6 +1,10 @@
-// Marks what the shared library exports. Everything else stays hidden.
+/// @file
+/// Marks what the shared library exports. Everything else stays hidden.
 #pragma once
 
+/// @def NARVO_API
+/// Stands before what is exported: nothing in a static build, the visibility attribute or the import and export
+/// declarations of the platform otherwise.
 #if defined(NARVOASSEM_STATIC)
 #define NARVO_API
 #elif defined(_WIN32)

@@ -1,13 +1,14 @@
-// The fast kernel family: free functions that compare one rectangle of an image with itself one pitch on and write
-// pair records. A host normally goes through the engine (narvoassem.h), which chooses among them.
-//
-// All return the new pair count. All take long flat lists, so that the families share one calling shape; the
-// arguments that a whole family shares are named once below and used as macros, argument by argument in that order.
-// A kernel checks nothing: the rectangle must lie inside the image, arrays must be as long as told. Results do not
-// depend on the processor.
-//
-// Overflow: a full hit array cuts the strip or row short; a full pair array stops the kernel, and *pEndLine says
-// where. A kernel that ran to its end leaves *pEndLine at or beyond the far side of the rectangle.
+/// @file
+/// The fast kernel family: free functions that compare one rectangle of an image with itself one pitch on and write
+/// pair records. A host normally goes through the engine (narvoassem.h), which chooses among them.
+///
+/// All return the new pair count. All take long flat lists, so that the families share one calling shape; the
+/// arguments that a whole family shares are named once below and used as macros, argument by argument in that order.
+/// A kernel checks nothing: the rectangle must lie inside the image, arrays must be as long as told. Results do not
+/// depend on the processor.
+///
+/// Overflow: a full hit array cuts the strip or row short; a full pair array stops the kernel, and *pEndLine says
+/// where. A kernel that ran to its end leaves *pEndLine at or beyond the far side of the rectangle.
 #pragma once
 
 #include <cstdint>
@@ -15,44 +16,44 @@
 #include "narvoassem/defectpair.h"
 #include "narvoassem/export.h"
 
-// Image and hit arrays of the zone and pixel families.
-//   pImage        8-bit grey image, row-major
-//   nThreshold    pixel family: threshold base, grey levels; zone family: not read
-//   nPixelSize    hit capacity; each hit array holds nPixelSize + 8 entries or more
-//   nPixelCount   hits already in the arrays, from which the first strip or row starts
-//   nLeft .. nBottom  rectangle, right and bottom exclusive
-//   pPixelX .. pThresholds  hit arrays: x, y, polarity (1 source brighter, else 0, 4 consumed), strength, source and
-//                 compare value, zone, threshold; working space of one strip or row, left as they end
-//   nImageWidth   row stride, bytes
+/// Image and hit arrays of the zone and pixel families.
+/// - pImage: 8-bit grey image, row-major
+/// - nThreshold: pixel family: threshold base, grey levels; zone family: not read
+/// - nPixelSize: hit capacity; each hit array holds nPixelSize + 8 entries or more
+/// - nPixelCount: hits already in the arrays, from which the first strip or row starts
+/// - nLeft .. nBottom: rectangle, right and bottom exclusive
+/// - pPixelX .. pThresholds: hit arrays: x, y, polarity (1 source brighter, else 0, 4 consumed), strength, source and
+///   compare value, zone, threshold; working space of one strip or row, left as they end
+/// - nImageWidth: row stride, bytes
 #define NARVO_HIT_ARGUMENTS                                                                                            \
     unsigned char *pImage, std::int64_t nThreshold, std::int64_t nPixelSize, std::int64_t nPixelCount,                 \
         std::int64_t nLeft, std::int64_t nRight, std::int64_t nTop, std::int64_t nBottom, int *pPixelX, int *pPixelY,  \
         short *pPixelType, short *pPeak, int *pSrcGray, int *pCmpGray, int *pZoneIndex, int *pThresholds,              \
         std::int64_t nImageWidth
 
-// Maps and pair array of the zone and pixel families; the pixel family reads of these only the pair array.
-//   pThresholdOffsetMap, pZoneIndexMap  maps over one zone cell; null counts as all 0
-//   nZoneMapStride    elements per map line
-//   pZoneOriginTable  grid of cell origins (x, y), or (x, y, skip) for the flagged kernels
-//   pPair, nPairCount, nPairSize, nPairStride  pair array, pairs held (new ones follow), capacity, bytes per pair (44)
-//   nZoneConv, nZoneScan  cell width and height, whole pixels
+/// Maps and pair array of the zone and pixel families; the pixel family reads of these only the pair array.
+/// - pThresholdOffsetMap, pZoneIndexMap: maps over one zone cell; null counts as all 0
+/// - nZoneMapStride: elements per map line
+/// - pZoneOriginTable: grid of cell origins (x, y), or (x, y, skip) for the flagged kernels
+/// - pPair, nPairCount, nPairSize, nPairStride: pair array, pairs held (new ones follow), capacity, bytes per pair (44)
+/// - nZoneConv, nZoneScan: cell width and height, whole pixels
 #define NARVO_PAIR_ARGUMENTS                                                                                           \
     short *pThresholdOffsetMap, short *pZoneIndexMap, std::int64_t nZoneMapStride, void *pZoneOriginTable,             \
         CDefectPair *pPair, std::int64_t nPairCount, std::int64_t nPairSize, std::int64_t nPairStride,                 \
         std::int64_t nZoneConv, std::int64_t nZoneScan
 
-// The common list of the zone family.
-//   nPitch16       compare distance, 1/16 pixel
-//   nReserved1, 2  not read
-//   nZoneRowBytes  bytes between grid rows of the origin table
-//   nPairSearchSlack  not read
-//   pThresholdGainMap gains over one zone cell, 1/256; null counts as all 0
+/// The common list of the zone family.
+/// - nPitch16: compare distance, 1/16 pixel
+/// - nReserved1, 2: not read
+/// - nZoneRowBytes: bytes between grid rows of the origin table
+/// - nPairSearchSlack: not read
+/// - pThresholdGainMap: gains over one zone cell, 1/256; null counts as all 0
 #define NARVO_ZONE_ARGUMENTS                                                                                           \
     NARVO_HIT_ARGUMENTS, std::int64_t nPitch16, std::int64_t nReserved1, std::int64_t nReserved2,                      \
         NARVO_PAIR_ARGUMENTS, std::int64_t nZoneRowBytes, std::int64_t nPairSearchSlack, short *pThresholdGainMap
 
-// The same for the kernels with a row table: pScanPitchTable holds a pitch in 1/16 pixel per 16 rows, index y >> 4;
-// null means nPitch16 throughout.
+/// The same for the kernels with a row table: pScanPitchTable holds a pitch in 1/16 pixel per 16 rows, index y >> 4;
+/// null means nPitch16 throughout.
 #define NARVO_ZONE_VTD_ARGUMENTS                                                                                       \
     NARVO_HIT_ARGUMENTS, int *pScanPitchTable, std::int64_t nPitch16, std::int64_t nReserved2, NARVO_PAIR_ARGUMENTS,   \
         std::int64_t nZoneRowBytes, std::int64_t nPairSearchSlack, short *pThresholdGainMap
@@ -64,6 +65,7 @@
 //        nThresholdExtra  a single's peak must exceed this
 //        nGrayLimit    values are limited to this
 
+/// Vertical compare, strip by strip.
 NARVO_API int ConvZoneVertFast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
                                std::int64_t nThresholdExtra, std::int64_t nGrayLimit);
 /// Each sample is the mean of a 2 by 2 block: one row and one column more are read.
@@ -96,21 +98,21 @@ NARVO_API int ConvZoneTableFast(NARVO_HIT_ARGUMENTS, unsigned short* pConvPitchT
 
 // --- pixel family: the threshold of a pixel is base + (gain * larger value) / 256 ---
 
-// The pixel family's list behind the pitch: the pair array is all that is read of the maps' part.
-//   nThresholdGain  threshold gain, 1/256 of the larger of the two values
-//   nGrayLimit      both values are limited to this
-//   bKeepSingle     not 0 keeps unpaired hits of the edge bands
+/// The pixel family's list behind the pitch: the pair array is all that is read of the maps' part.
+/// - nThresholdGain: threshold gain, 1/256 of the larger of the two values
+/// - nGrayLimit: both values are limited to this
+/// - bKeepSingle: not 0 keeps unpaired hits of the edge bands
 #define NARVO_PIXEL_BACK_ARGUMENTS                                                                                     \
     NARVO_PAIR_ARGUMENTS, std::int64_t nZoneRowBytes, std::int64_t nPairSearchSlack, std::int64_t nThresholdGain,      \
         std::int64_t nGrayLimit, std::int64_t bKeepSingle
 
-// The common list of the pixel family.
+/// The common list of the pixel family.
 #define NARVO_PIXEL_ARGUMENTS                                                                                          \
     NARVO_HIT_ARGUMENTS, std::int64_t nPitch16, std::int64_t nReserved1, std::int64_t nReserved2,                      \
         NARVO_PIXEL_BACK_ARGUMENTS
 
-// The same for the kernels with a row table: pScanPitchTable holds a pitch in 1/16 pixel per 16 rows; null means
-// nPitch16 throughout. Bands and pairing stay with nPitch16.
+/// The same for the kernels with a row table: pScanPitchTable holds a pitch in 1/16 pixel per 16 rows; null means
+/// nPitch16 throughout. Bands and pairing stay with nPitch16.
 #define NARVO_PIXEL_VTD_ARGUMENTS                                                                                      \
     NARVO_HIT_ARGUMENTS, std::int64_t nPitch16, int *pScanPitchTable, std::int64_t nReserved2,                         \
         NARVO_PIXEL_BACK_ARGUMENTS
@@ -143,60 +145,65 @@ NARVO_API int ConvPixelVTDSFast2(NARVO_PIXEL_VTD_ARGUMENTS, short* pStripBuffer,
 
 // --- float family: sums over a small window are compared, in 1/16 of their unit ---
 
-// The common list of the float family.
-//   pStripBuffer  vertical: at least 16 shorts for each row of the rectangle and three more rows; horizontal: at
-//                 least 16 shorts more than the rectangle is wide; contents free
-//   nThreshold    threshold base in units of the window sum
-//   nGrayLimit    grey levels; both window means are limited to this
-// Each hit array holds nPixelSize + 16 entries or more: a pixel can be a hit of both polarities.
-// Vertical, a full hit array cuts the strip: the image moves on by 16 columns but x stays at the start of the half that
-// was cut, so positions lag behind the image from there on. A strip that starts at or past nImageWidth and is cut in
-// its left half ends the scan.
-// The others as in the pixel family; hit values, thresholds and differences are held in the scale of the window:
-// 64, 96 or 144 units per grey level for areas 4, 6 and 9. Records carry grey levels.
+/// The common list of the float family.
+/// - pStripBuffer: vertical: at least 16 shorts for each row of the rectangle and three more rows; horizontal: at
+///   least 16 shorts more than the rectangle is wide; contents free
+/// - nThreshold: threshold base in units of the window sum
+/// - nGrayLimit: grey levels; both window means are limited to this
+///
+/// Each hit array holds nPixelSize + 16 entries or more: a pixel can be a hit of both polarities.
+/// Vertical, a full hit array cuts the strip: the image moves on by 16 columns but x stays at the start of the half
+/// that was cut, so positions lag behind the image from there on. A strip that starts at or past nImageWidth and is cut
+/// in its left half ends the scan. The others as in the pixel family; hit values, thresholds and differences are held
+/// in the scale of the window: 64, 96 or 144 units per grey level for areas 4, 6 and 9. Records carry grey levels.
 #define NARVO_FLOAT_ARGUMENTS                                                                                          \
     unsigned char *pImage, short *pStripBuffer, std::int64_t nPixelSize, std::int64_t nPixelCount, std::int64_t nLeft, \
         std::int64_t nRight, std::int64_t nTop, std::int64_t nBottom, int *pPixelX, int *pPixelY, short *pPixelType,   \
         short *pPeak, CDefectPair *pPair, std::int64_t nPairCount, std::int64_t nPairSize, std::int64_t nPairStride,   \
         std::int64_t nImageWidth, std::int64_t nPitch16, std::int64_t nThreshold, std::int64_t nGrayLimit
 
-// Value arrays of the hits; pZoneIndex is not written.
+/// Value arrays of the hits; pZoneIndex is not written.
 #define NARVO_FLOAT_VALUE_ARGUMENTS int *pSrcGray, int *pCmpGray, int *pZoneIndex, int *pThresholds
 
-// Tail of the kernels with a fixed pitch along x.
+/// Tail of the kernels with a fixed pitch along x.
 #define NARVO_FLOAT_HORI_TAIL                                                                                          \
     NARVO_FLOAT_VALUE_ARGUMENTS, std::int64_t nPairSearchSlack, std::int64_t nThresholdGain, int *pEndLine
 
-// Tail of the kernels with a fixed pitch along y; nSecondPitch16 and nPairSearchSlack are not read.
+/// Tail of the kernels with a fixed pitch along y; nSecondPitch16 and nPairSearchSlack are not read.
 #define NARVO_FLOAT_VERT_TAIL                                                                                          \
     NARVO_FLOAT_VALUE_ARGUMENTS, std::int64_t nSecondPitch16, std::int64_t nPairSearchSlack,                           \
         std::int64_t nThresholdGain, int *pEndLine
 
-// Tail of the kernels with column tables: displacement (whole pixels, unsigned) and eight weights (sixteenths) per 16
-// columns.
+/// Tail of the kernels with column tables: displacement (whole pixels, unsigned) and eight weights (sixteenths) per 16
+/// columns.
 #define NARVO_FLOAT_TABLE_TAIL                                                                                         \
     std::int64_t nPairSearchSlack, unsigned short *pConvPitchTable, short *pConvWeightNear, short *pConvWeightFar,     \
         NARVO_FLOAT_VALUE_ARGUMENTS, std::int64_t nThresholdGain, int *pEndLine
 
-// Tail of the kernels with two displacements: nPitch16Second (1/16 pixel) shifts the reference window along x,
-// pScanPitchTable holds a pitch along y in 1/16 pixel per 16 rows of the image, index y >> 4; null means nPitch16
-// throughout. pStripBuffer2 is sized as pStripBuffer.
+/// Tail of the kernels with two displacements: nPitch16Second (1/16 pixel) shifts the reference window along x,
+/// pScanPitchTable holds a pitch along y in 1/16 pixel per 16 rows of the image, index y >> 4; null means nPitch16
+/// throughout. pStripBuffer2 is sized as pStripBuffer.
 #define NARVO_FLOAT_VTD_TAIL                                                                                           \
     short *pStripBuffer2, std::int64_t nPitch16Second, int *pScanPitchTable, std::int64_t nThresholdGain,              \
         NARVO_FLOAT_VALUE_ARGUMENTS, int *pEndLine
 
-/// Horizontal compare of windows of area 4 (2 by 2), 6 (3 along x, 2 along y) and 9 (3 by 3). Singles are kept.
+/// Horizontal compare of windows of 2 by 2 pixels. Singles are kept.
 NARVO_API int ConvFloatFast4(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_HORI_TAIL);
+/// The same for windows of 3 along x and 2 along y.
 NARVO_API int ConvFloatFast6(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_HORI_TAIL);
+/// The same for windows of 3 by 3.
 NARVO_API int ConvFloatFast9(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_HORI_TAIL);
-/// The same with column tables; nPitch16 serves bounds and pairing.
+/// ConvFloatFast4 with column tables; nPitch16 serves bounds and pairing.
 NARVO_API int ConvFloatTableFast4(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_TABLE_TAIL);
+/// ConvFloatFast6 with column tables.
 NARVO_API int ConvFloatTableFast6(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_TABLE_TAIL);
-/// Vertical compare of windows of area 4 (2 by 2), 6 (2 along x, 3 along y) and 9 (3 by 3). Singles are kept.
+/// Vertical compare of windows of 2 by 2 pixels. Singles are kept.
 NARVO_API int ConvFloatVertFast4(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VERT_TAIL);
+/// The same for windows of 2 along x and 3 along y.
 NARVO_API int ConvFloatVertFast6(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VERT_TAIL);
+/// The same for windows of 3 by 3.
 NARVO_API int ConvFloatVertFast9(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VERT_TAIL);
-/// Vertical compare, area 4, with two displacements. Singles are kept.
+/// ConvFloatVertFast4 with two displacements.
 NARVO_API int ConvFloatVTDFast(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VTD_TAIL);
 
 // --- trapezium family: windows of area 4 inside slanted sides, thresholds without a gain ---

@@ -1,8 +1,9 @@
-// The inspection engine. Including this header is all that a host needs.
-//
-// A host creates a pool (assemcontrol.h), fills a parameter block (convparam.h) for each region and calls an
-// inspection; the blobs stay in the lane's engine until the next call. Nothing here throws or prints, and no state
-// outlives the objects. An engine serves one thread at a time.
+/// @file
+/// The inspection engine. Including this header is all that a host needs.
+///
+/// A host creates a pool (assemcontrol.h), fills a parameter block (convparam.h) for each region and calls an
+/// inspection; the blobs stay in the lane's engine until the next call. Nothing here throws or prints, and no state
+/// outlives the objects. An engine serves one thread at a time.
 #pragma once
 
 #include <cstdint>
@@ -48,8 +49,8 @@ NARVO_API int CompareAverageROI(unsigned char* pImage, std::int64_t* pIntegral, 
 class NARVO_API CGammaPoint
 {
 public:
-    int x = 0;
-    int y = 0;
+    int x = 0; ///< image pixels
+    int y = 0; ///< image pixels
 
     /// Looks (nX, nY) up in a table of cell origins (pairs x, y in rows of nColumns). A cell size of -1.0 in either
     /// argument takes the cell size from the table. With a null table nothing changes.
@@ -72,9 +73,13 @@ public:
     CScratchArray<short> ConBuffComp2;   ///< second strip buffer
     CScratchArray<std::int64_t> Int64BuffComp; ///< integral image of average mode
 
+    /// No stores, no sub-engines.
     CNarvoAssem();
+    /// Shares everything with the other engine.
     CNarvoAssem(const CNarvoAssem& other) = default;
+    /// As the copy; what this engine held is not freed.
     CNarvoAssem& operator=(const CNarvoAssem& other) = default;
+    /// Frees stores, buffers and sub-engines.
     ~CNarvoAssem() override;
 
     /// Makes the stores: nDefectSize blobs, and twice the larger of nDefectSize and 80000 hits and pairs.
@@ -144,6 +149,7 @@ public:
     // Zone kernels that read the engine: dead zones of the parameters drop records, peaks are not written, singles
     // need bKeepSingle exactly 1 and nothing else. Arguments as in fastkernels.h.
 
+    /// As ConvZoneVertFast.
     int ConvZoneVert2S_Intrin(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
                               std::int64_t nThresholdExtra, std::int64_t nGrayLimit);
     /// Thresholds from pTspTable and pTspTable2 by zone; the maps give the zone alone.
@@ -152,6 +158,7 @@ public:
     /// Dark records must also exceed nBlackFilterGray + compare value * nBlackFilterGain / 256.
     int ConvZoneVert2S_BlackFilter(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
                                    std::int64_t nThresholdExtra, std::int64_t nGrayLimit);
+    /// As ConvZoneVTDFast.
     int ConvZoneVTD_Intrin(NARVO_ZONE_VTD_ARGUMENTS, std::int64_t nVtdPitch16, std::int64_t bKeepSingle, int* pEndLine,
                            std::int64_t nThresholdExtra, std::int64_t nGrayLimit);
 
@@ -178,7 +185,9 @@ public:
     // Float kernels that read the engine: dead zones drop records, the second threshold set judges dark ones
     // (nBlackFilterGray in grey levels, where nThreshold is in quarters), singles need bKeepSingle of the parameters.
 
+    /// As ConvFloatVertFast4.
     int ConvFloatVert_Intrin(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VERT_TAIL);
+    /// As ConvFloatVTDFast.
     int ConvFloatVTD_Intrin(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VTD_TAIL);
 
 protected:
@@ -204,10 +213,13 @@ protected:
 
     /// Sizes both strip buffers to (nSize + 32) * 16 shorts and clears them; nSize below 1 becomes 1.
     void ResetConBuff(int& nSize);
+    /// The first strip buffer.
     short* GetConBuffComp();
+    /// The second strip buffer.
     short* GetConBuffComp2();
     /// Sizes the 64-bit array to nCount elements and clears it.
     void GetInt64BuffComp(int nCount);
+    /// The 64-bit array.
     std::int64_t* GetInt64BuffComp();
 
     /// The origin record whose column holds nValue: walks along the grid row in steps of one two-int record, counting

@@ -1,4 +1,5 @@
-// Helpers of the engine's working memory: the grow-only scratch array and the read-only image view.
+/// @file
+/// Helpers of the engine's working memory: the grow-only scratch array and the read-only image view.
 #pragma once
 
 #include <cstddef>
@@ -18,9 +19,13 @@ public:
     int nSize = 0;             ///< elements in use
     TElement* pData = nullptr; ///< the block, owned
 
+    /// No block.
     CScratchArray() = default;
+    /// Shares the block.
     CScratchArray(const CScratchArray& other) = default;
+    /// Shares the block; what this array held is not freed.
     CScratchArray& operator=(const CScratchArray& other) = default;
+    /// Frees the block.
     ~CScratchArray() { std::free(pData); }
 
     /// Makes room for nCount elements, at least 1. When the block must grow its contents are lost.
@@ -40,7 +45,9 @@ public:
         nSize = nWanted;
         return 1;
     }
+    /// nSize.
     int GetSize() const { return nSize; }
+    /// pData.
     TElement* GetData() { return pData; }
 };
 
@@ -54,11 +61,13 @@ public:
     int nPitch;             ///< bytes per row
     int nHeight;            ///< pixels
 
+    /// Views the image; the sizes are pixels, as Init takes them.
     CNarvoBufferSudo(unsigned char* pImage, int nImageWidth, int nImageHeight);
     // No virtual destructor: the view owns nothing and is never destroyed through a base.
     /// Stores both and computes nPitch. @return 1
     virtual int Init(int nImageWidth, int nImageHeight);
     /// Address of pixel (x, y); nothing is checked.
     unsigned char* GetPixelPtr(int x, int y) const;
+    /// nPitch.
     int GetPitch() const;
 };

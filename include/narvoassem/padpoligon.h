@@ -1,6 +1,7 @@
-// Polygons and trapezia in plain integer geometry: a convex region given by its vertices, its clip to a column
-// band, and its cut into horizontal trapezia. All coordinates are image pixels, y grows downward. Nothing here
-// allocates, throws or has a virtual operation; all are value types, copied by plain assignment.
+/// @file
+/// Polygons and trapezia in plain integer geometry: a convex region given by its vertices, its clip to a column
+/// band, and its cut into horizontal trapezia. All coordinates are image pixels, y grows downward. Nothing here
+/// allocates, throws or has a virtual operation; all are value types, copied by plain assignment.
 #pragma once
 
 #include "narvoassem/export.h"
@@ -14,6 +15,7 @@ public:
     int y = 0; ///< row
 
     CPadPoint() = default;
+    /// The point (nX, nY).
     CPadPoint(int nX, int nY) : x(nX), y(nY) {}
 
     /// Sets both coordinates.
@@ -38,7 +40,7 @@ public:
 class NARVO_API CTrapezium
 {
 public:
-    CPadPoint ptCorner[4];
+    CPadPoint ptCorner[4]; ///< clockwise from top left
 
     /// y of corner 0.
     int GetTop() const;
@@ -56,7 +58,7 @@ public:
 class NARVO_API CTrapeziumStorage
 {
 public:
-    static constexpr int nTrapeziumLimit = 10;
+    static constexpr int nTrapeziumLimit = 10; ///< trapezia held
 
     int nMaxCount = nTrapeziumLimit;       ///< capacity
     int nCount = 0;                        ///< closed trapezia held
@@ -79,7 +81,7 @@ public:
 class NARVO_API CPadPoligon
 {
 public:
-    static constexpr int nPointLimit = 10;
+    static constexpr int nPointLimit = 10; ///< vertices held
 
     int nPointCount = 0;            ///< vertices in use
     int nCorner[5] = {};            ///< by Find_Corner: 1 top start, 2 top end, 3 bottom start, 4 bottom end; 0 unused
@@ -91,6 +93,7 @@ public:
     void ResetPoligon();
     /// Appends a vertex; an eleventh is refused quietly and the count stays.
     void AddPoint(const CPadPoint& pt);
+    /// As AddPoint with a point.
     void AddPoint(int nX, int nY);
     /// The count.
     int GetPointCount() const;
@@ -136,7 +139,7 @@ public:
 class NARVO_API CPoligonStorage
 {
 public:
-    static constexpr int nPoligonLimit = 10;
+    static constexpr int nPoligonLimit = 10; ///< polygons held
 
     int nPoligonCount;                  ///< kept by the host; not set here and never read
     CPadPoligon poligon[nPoligonLimit]; ///< the polygons

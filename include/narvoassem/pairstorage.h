@@ -1,4 +1,5 @@
-// The pair store: pair records, the plain pairing walks over the hit arrays, and the filters that mark false pairs.
+/// @file
+/// The pair store: pair records, the plain pairing walks over the hit arrays, and the filters that mark false pairs.
 #pragma once
 
 #include "narvoassem/defectpair.h"
@@ -23,8 +24,11 @@ public:
 
     /// Empty store: count, size and capacity -1.
     CPairStorage();
+    /// Shares every array with the other store.
     CPairStorage(const CPairStorage& other) = default;
+    /// As the copy; what this store held is not freed.
     CPairStorage& operator=(const CPairStorage& other) = default;
+    /// Frees pairs and labels.
     ~CPairStorage() override;
 
     /// Makes room for nSize pairs, as InitPixelStorage. @return nPairSize; 0 when memory could not be had.
@@ -33,6 +37,7 @@ public:
     void ResetPairStorage();
     /// nPairCount to 0, resets the first nPairSize records.
     void TotalResetPairStorage();
+    /// nPairCount.
     int GetPairCount() const;
     /// Address of a pair; the index is not checked.
     CDefectPair* GetPairDefect(int nIndex);
@@ -45,9 +50,11 @@ public:
     int PairingPlus_Float(double dPitch);
     /// Along y; records take position and type only, and a middle hit without partner is kept as a single.
     int PairingPlus_Vert(double dPitch);
-    /// These three do nothing: the plus walks settle both directions. @return 1
+    /// Does nothing: the plus walks settle both directions. @return 1
     int PairingMinus_Pixel(double dPitch);
+    /// As PairingMinus_Pixel.
     int PairingMinus_Float(double dPitch);
+    /// As PairingMinus_Pixel.
     int PairingMinus_Vert(double dPitch);
 
     /// Recomputes peak (from the values as the kernel left them) and source grey (from the image) of all pairs.
@@ -75,7 +82,8 @@ public:
     int OneFilter_Vert(CDefectPair* pDefect);
     /// Marks every single (nDefectPair 5) as removed.
     void ShadowFly();
-    /// Change nothing. @return 0
+    /// Changes nothing. @return 0
     int FalseFilter_Vert();
+    /// Changes nothing. @return 0
     int FalseFilter_Hori();
 };

@@ -1,4 +1,5 @@
-// The hit store: the engine's copy of the parameter block and the flat arrays that a kernel notes its hits in.
+/// @file
+/// The hit store: the engine's copy of the parameter block and the flat arrays that a kernel notes its hits in.
 #pragma once
 
 #include "narvoassem/convparam.h"
@@ -26,7 +27,9 @@ public:
 
     /// Empty store, no block.
     CPixelStorage();
+    /// Shares every array with the other store.
     CPixelStorage(const CPixelStorage& other) = default;
+    /// As the copy; what this store held is not freed.
     CPixelStorage& operator=(const CPixelStorage& other) = default;
     /// Frees the block.
     virtual ~CPixelStorage();
@@ -40,18 +43,25 @@ public:
     /// nPixelCount to 0; the arrays keep their contents.
     void ResetPixelStorage();
 
+    /// nPixelCount.
     int GetPixelCount() const;
     /// Same as GetPixelCount.
     int GetThreadDefectPixelNum() const;
-    // The entry nIndex of an array; the index is not checked.
+    /// pPixelX[nIndex]; here and below the index is not checked.
     int GetPixelX(int nIndex) const;
+    /// pPixelY[nIndex].
     int GetPixelY(int nIndex) const;
+    /// pPixelType[nIndex].
     int GetPixelType(int nIndex) const;
+    /// pPeak[nIndex].
     int GetPeak(int nIndex) const;
     /// Same as GetPeak.
     int GetPixelValue(int nIndex) const;
+    /// pSrcGray[nIndex].
     int GetSrcGray(int nIndex) const;
+    /// pCmpGray[nIndex].
     int GetCmpGray(int nIndex) const;
+    /// pThreshold[nIndex].
     int GetThreshold(int nIndex) const;
     /// y of the last hit when a host has kept the count; 0 for an empty store.
     int GetOverflowedPixelY() const;

@@ -1,5 +1,6 @@
-// Platform types: rectangle, point, counted text and region object. A build with MFC takes MFC's own; elsewhere
-// this header gives types of the same names and behaviour, as far as the library and its hosts use them.
+/// @file
+/// Platform types: rectangle, point, counted text and region object. A build with MFC takes MFC's own; elsewhere
+/// this header gives types of the same names and behaviour, as far as the library and its hosts use them.
 #pragma once
 
 #include "narvoassem/export.h"
@@ -18,13 +19,17 @@
 class CPoint
 {
 public:
-    int x = 0;
-    int y = 0;
+    int x = 0; ///< pixels, to the right
+    int y = 0; ///< pixels, downward
 
+    /// The origin.
     CPoint() = default;
+    /// The point (nX, nY).
     CPoint(int nX, int nY) : x(nX), y(nY) {}
 
+    /// True when both ordinates are equal.
     friend bool operator==(const CPoint& a, const CPoint& b) { return a.x == b.x && a.y == b.y; }
+    /// True when an ordinate differs.
     friend bool operator!=(const CPoint& a, const CPoint& b) { return !(a == b); }
 };
 
@@ -32,12 +37,14 @@ public:
 class CRect
 {
 public:
-    int left = 0;
-    int top = 0;
-    int right = 0;
-    int bottom = 0;
+    int left = 0;   ///< first column
+    int top = 0;    ///< first row
+    int right = 0;  ///< column behind the last
+    int bottom = 0; ///< row behind the last
 
+    /// All four sides 0.
     CRect() = default;
+    /// The four sides.
     CRect(int nLeft, int nTop, int nRight, int nBottom) : left(nLeft), top(nTop), right(nRight), bottom(nBottom) {}
 
     /// right minus left; negative for a reversed rectangle. Wraps at 32 bits.
@@ -62,10 +69,12 @@ public:
         bottom += dy;
     }
 
+    /// True when all four sides are equal.
     friend bool operator==(const CRect& a, const CRect& b)
     {
         return a.left == b.left && a.top == b.top && a.right == b.right && a.bottom == b.bottom;
     }
+    /// True when a side differs.
     friend bool operator!=(const CRect& a, const CRect& b) { return !(a == b); }
 };
 
@@ -73,10 +82,14 @@ public:
 class CString
 {
 public:
+    /// Empty text.
     CString() = default;
+    /// A copy of the zero-terminated text; null gives empty text.
     CString(const char* pText) : m_strText(pText != nullptr ? pText : "") {}
 
+    /// Characters.
     int GetLength() const { return static_cast<int>(m_strText.size()); }
+    /// True without characters.
     bool IsEmpty() const { return m_strText.empty(); }
     /// Character at nIndex, 0 <= nIndex < GetLength(); any other index gives the character 0.
     char GetAt(int nIndex) const
@@ -127,8 +140,8 @@ struct RGNDATAHEADER
 /// by left. They do not overlap; neighbouring rows of the same spans form one band.
 struct RGNDATA
 {
-    RGNDATAHEADER rdh;
-    char Buffer[1];
+    RGNDATAHEADER rdh; ///< the head
+    char Buffer[1];    ///< the first byte of the rectangles
 };
 
 /// A set of pixels. An object holds no region until one of the Create operations; creating a second one before

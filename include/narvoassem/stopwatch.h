@@ -1,4 +1,5 @@
-// Elapsed time on a monotonic clock.
+/// @file
+/// Elapsed time on a monotonic clock.
 #pragma once
 
 #include <cstdint>
@@ -14,9 +15,13 @@ public:
     std::int64_t nStop;      ///< tick count at Stop
     float fElapsed;          ///< seconds between the two, 0 at construction
 
+    /// Reads the clock's frequency; the times are 0.
     CStopWatch();
+    /// Frees nothing.
     virtual ~CStopWatch();
+    /// Notes the time.
     void Start();
+    /// Notes the time and sets fElapsed.
     void Stop();
     /// fElapsed times 1000.
     float GetElapsedMs() const;

@@ -1,9 +1,11 @@
-// Version of the library: the one place that holds it. The build reads the three numbers from here.
+/// @file
+/// Version of the library: the one place that holds it. The build reads the three numbers from here.
 #pragma once
 
 /// What breaks a host, in source or as a binary, raises the major number, and with it the shared library's SONAME:
-/// every record's members are public, so a new field is such a change. What only adds raises the minor number,
-/// everything else the patch number.
+/// every record's members are public, so a new field is such a change.
 #define NARVOASSEM_VERSION_MAJOR 1
+/// Raised by additions.
 #define NARVOASSEM_VERSION_MINOR 0
+/// Raised by everything else.
 #define NARVOASSEM_VERSION_PATCH 0

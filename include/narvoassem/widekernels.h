@@ -1,5 +1,6 @@
-// The wide kernel library: free functions that the engine calls for its extended kernels. Argument lists are those
-// of the fast family (fastkernels.h) in an order of their own; the same bounds, overflow and end-line rules hold.
+/// @file
+/// The wide kernel library: free functions that the engine calls for its extended kernels. Argument lists are those
+/// of the fast family (fastkernels.h) in an order of their own; the same bounds, overflow and end-line rules hold.
 #pragma once
 
 #include <cstdint>
@@ -72,9 +73,9 @@ NARVO_API int ConvPixelVert_AVX(unsigned char* pImage, std::int64_t nThreshold, 
 /// read and need not be set.
 struct ConvPixelParam
 {
-    int nBase; ///< threshold base, grey levels
-    int nGain; ///< threshold gain, 1/256
-    unsigned char cReserved[160];
+    int nBase;                    ///< threshold base, grey levels
+    int nGain;                    ///< threshold gain, 1/256
+    unsigned char cReserved[160]; ///< neither read nor set
 };
 
 static_assert(sizeof(ConvPixelParam) == 168, "the record is passed by value: its size is part of the interface");
