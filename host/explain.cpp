@@ -465,6 +465,10 @@ private:
                 return End(told, Outcome::Filtered,
                            "The " + told.filters.back().name + " filter took it for a false alarm.");
         }
+        if (pass.judged[at].nDefectType == DefectType_Removed && IsPattern(pass, pass.written[at]))
+            return End(told, Outcome::Verified,
+                       "It matches at a short pitch of zone " + std::to_string(pass.written[at].nZoneIndex) +
+                           ", so it was taken for pattern.");
         if (pass.judged[at].nDefectType == DefectType_Removed)
             return End(told, Outcome::ZoneLimit,
                        "The grey limits of zone " + std::to_string(pass.judged[at].nZoneIndex) + " dropped it.");
@@ -525,6 +529,21 @@ private:
             ask("pair", stands ? 1 : 0);
         if (told.filters.empty())
             told.why.push_back("No filter is asked about it.");
+    }
+
+    /// The verification of a vertical build, asked for this record alone.
+    bool IsPattern(const Pass& pass, const CDefectPair& record) const
+    {
+        if (!IsVertical())
+            return false;
+        CBlobStorage store;
+        store.ConvParam = pass.param;
+        if (store.InitPairStorage(1) < 1)
+            throw HostError({{"memory", "not enough for a record", "more memory"}});
+        store.pPair[0] = record;
+        store.nPairCount = 1;
+        store.CorrectDefGray();
+        return store.VeriPitchDPCFiltering(&store.pPair[0]) != 0;
     }
 
     /// The blob of a label in the pass's own blobs; -1 where none was opened.
@@ -607,6 +626,11 @@ private:
         if (blob.nPairCount < m_recipe.minArea)
             return End(told, Outcome::TooSmall,
                        "That is smaller than min_area, " + std::to_string(m_recipe.minArea) + ": it is not reported.");
+        const GreyImage& dead = m_recipe.deadImage;
+        if (CRect(0, 0, dead.Width(), dead.Height()).PtInRect(blob.ptPeak) &&
+            dead.Row(blob.ptPeak.y)[blob.ptPeak.x] != 0)
+            return End(told, Outcome::DeadPlace,
+                       "That stands out most at " + At(blob.ptPeak) + ", a painted dead place: it is not reported.");
         return End(told, Outcome::Lost, "The blob found no room where those of all bands are gathered (max_blobs).");
     }
 

@@ -28,10 +28,12 @@ enum class Outcome
     NoRecord,      ///< over the threshold, but the pairing or the kernel made no record of it
     PassDropped,   ///< the pass had too many records, so that all of them were dropped
     Filtered,      ///< a pair filter took the record for a false alarm
+    Verified,      ///< the record matches at a short pitch of its zone, so it is pattern
     ZoneLimit,     ///< a grey limit of its zone dropped the record
     NoRoom,        ///< the record's group found no room for a further blob
     Ghost,         ///< its blob was taken for the ghost of another one pitch away
     TooSmall,      ///< its blob is smaller than min_area
+    DeadPlace,     ///< its blob stands out most in a painted dead place
     Lost           ///< its blob found no room where the blobs of all bands are gathered
 };
 

@@ -89,6 +89,8 @@ std::string OutcomeName(Outcome outcome)
         return "pass dropped";
     case Outcome::Filtered:
         return "filtered";
+    case Outcome::Verified:
+        return "pattern at a short pitch";
     case Outcome::ZoneLimit:
         return "zone limit";
     case Outcome::NoRoom:
@@ -97,6 +99,8 @@ std::string OutcomeName(Outcome outcome)
         return "ghost";
     case Outcome::TooSmall:
         return "too small";
+    case Outcome::DeadPlace:
+        return "dead place";
     case Outcome::Lost:
         return "lost";
     }

@@ -151,6 +151,15 @@ const Variant variants[] = {
              zone.upperOffset = zone.offset;
          r.mergeDistance = 9;
      }},
+    {"ZoneVerified",
+     [](Recipe& r)
+     {
+         r.multipleY = 2;
+         r.zones[0].index = 1;
+         r.zones[0].verifyMode = VerifyMode_Fixed;
+         r.zones[0].verifyPitchY = dPitchY;
+         r.zones[0].verifyChecks = {{VerifyAlong_Y, 1}};
+     }},
     {"Pixel", [](Recipe& r) { SetMode(r, Mode_Pixel, 20); }},
     {"PixelHorizontal",
      [](Recipe& r)
@@ -346,7 +355,8 @@ TEST_P(ExplainVariant, VerdictsAreThoseOfTheRealRun)
                                                          Outcome::OutsideRegion, Outcome::Skipped));
                 continue;
             }
-            EXPECT_EQ(told.outcome == Outcome::Filtered || told.outcome == Outcome::ZoneLimit,
+            EXPECT_EQ(told.outcome == Outcome::Filtered || told.outcome == Outcome::ZoneLimit ||
+                          told.outcome == Outcome::Verified,
                       record->second.nDefectType == DefectType_Removed)
                 << DescribeExplanation(told);
         }
@@ -376,9 +386,9 @@ TEST(Explain, ScenesOfTheTestsAboveReachEveryOrdinaryOutcome)
                 for (int x = 0; x < nSceneWidth; x += 3)
                     seen.insert(explainer.Explain(CPoint(x, y)).outcome);
         }
-    for (const Outcome outcome :
-         {Outcome::Reported, Outcome::OutsideRegion, Outcome::OutsideScan, Outcome::Skipped, Outcome::NoHit,
-          Outcome::NoRecord, Outcome::Filtered, Outcome::ZoneLimit, Outcome::Ghost, Outcome::TooSmall})
+    for (const Outcome outcome : {Outcome::Reported, Outcome::OutsideRegion, Outcome::OutsideScan, Outcome::Skipped,
+                                  Outcome::NoHit, Outcome::NoRecord, Outcome::Filtered, Outcome::Verified,
+                                  Outcome::ZoneLimit, Outcome::Ghost, Outcome::TooSmall})
         EXPECT_TRUE(seen.contains(outcome)) << OutcomeName(outcome);
 }
 
@@ -423,6 +433,14 @@ TEST(Explain, SmallBlobIsNamedAsSuch)
     recipe.minArea = 26;
     const GreyImage image = MakePattern(nWidth, nHeight, 203, 151, 70);
     EXPECT_EQ(Explainer(image, recipe).Explain(CPoint(203, 151)).outcome, Outcome::TooSmall);
+}
+
+TEST(Explain, PaintedDeadPlaceIsNamedAsSuch)
+{
+    Recipe recipe = PatternRecipe();
+    recipe.deadImage = GreyImage(nWidth, nHeight, 1);
+    const GreyImage image = MakePattern(nWidth, nHeight, 203, 151, 70);
+    EXPECT_EQ(Explainer(image, recipe).Explain(CPoint(203, 151)).outcome, Outcome::DeadPlace);
 }
 
 TEST(Explain, BandsAreToldApart)
