@@ -386,9 +386,9 @@ TEST(Explain, ScenesOfTheTestsAboveReachEveryOrdinaryOutcome)
                 for (int x = 0; x < nSceneWidth; x += 3)
                     seen.insert(explainer.Explain(CPoint(x, y)).outcome);
         }
-    for (const Outcome outcome : {Outcome::Reported, Outcome::OutsideRegion, Outcome::OutsideScan, Outcome::Skipped,
-                                  Outcome::NoHit, Outcome::NoRecord, Outcome::Filtered, Outcome::Verified,
-                                  Outcome::ZoneLimit, Outcome::Ghost, Outcome::TooSmall})
+    for (const Outcome outcome :
+         {Outcome::Reported, Outcome::OutsideRegion, Outcome::OutsideScan, Outcome::Skipped, Outcome::NoHit,
+          Outcome::NoRecord, Outcome::Filtered, Outcome::ZoneLimit, Outcome::Ghost, Outcome::TooSmall})
         EXPECT_TRUE(seen.contains(outcome)) << OutcomeName(outcome);
 }
 
@@ -433,6 +433,27 @@ TEST(Explain, SmallBlobIsNamedAsSuch)
     recipe.minArea = 26;
     const GreyImage image = MakePattern(nWidth, nHeight, 203, 151, 70);
     EXPECT_EQ(Explainer(image, recipe).Explain(CPoint(203, 151)).outcome, Outcome::TooSmall);
+}
+
+TEST(Explain, RecordThatMatchesAtAShortPitchIsTakenForPattern)
+{
+    // Two squares one short period apart: the upper one finds the lower one there.
+    GreyImage image(400, 400, 90);
+    for (const int top : {150, 170})
+        for (int y = top; y < top + 4; ++y)
+            std::fill_n(image.Row(y) + 100, 4, std::uint8_t{160});
+    Recipe recipe = SmallestParsed();
+    recipe.pitchX = 16.0;
+    recipe.pitchY = 20.0;
+    recipe.multipleX = recipe.multipleY = 3;
+    recipe.mergeDistance = 0;
+    recipe.zones[0].index = 1;
+    recipe.zones[0].verifyMode = VerifyMode_Fixed;
+    recipe.zones[0].verifyPitchY = 20.0;
+    recipe.zones[0].verifyChecks = {{VerifyAlong_Y, 1}};
+    Explainer explainer(image, recipe);
+    EXPECT_EQ(explainer.Explain(CPoint(101, 151)).outcome, Outcome::Verified);
+    EXPECT_EQ(explainer.Explain(CPoint(101, 171)).outcome, Outcome::Reported);
 }
 
 TEST(Explain, PaintedDeadPlaceIsNamedAsSuch)
