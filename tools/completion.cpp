@@ -104,7 +104,7 @@ std::string BashScript(const std::vector<CommandText>& tree)
                   "    fi\n}\ncomplete -F _narvo narvo\n";
 }
 
-/// Text inside the brackets of an _arguments specification.
+/// Text inside the brackets of an option given to _arguments.
 std::string ZshText(const std::string& text)
 {
     std::string escaped;
