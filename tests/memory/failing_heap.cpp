@@ -50,6 +50,14 @@ std::ptrdiff_t CountThreads()
     return std::distance(begin(threads), end(threads));
 }
 
+/// Waits until no more than nMost threads are left: those of the OpenMP runtime end in their own time.
+bool WaitForThreads(std::ptrdiff_t nMost, int nMilliseconds)
+{
+    while (CountThreads() > nMost && nMilliseconds-- > 0)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return CountThreads() <= nMost;
+}
+
 /// Fills the bytes of a fresh block with another value each time: a result that depends on what memory holds differs
 /// from run to run. Of long blocks the beginning, which is what small scenes reach.
 void Litter(void* pBlock, std::size_t nFirst, std::size_t nEnd)
@@ -198,10 +206,25 @@ void RunOnFreshThread(const std::function<void()>& fnWork)
 {
     const std::ptrdiff_t nBefore = CountThreads();
     std::thread(fnWork).join();
-    // The threads that the OpenMP runtime had for this one end in their own time.
-    for (int i = 0; i < 10000 && CountThreads() > nBefore; ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    ASSERT_LE(CountThreads(), nBefore);
+    ASSERT_TRUE(WaitForThreads(nBefore, 10000));
+}
+
+bool ForkedThreadsEndWithTheirParent()
+{
+    static const bool bEnd = []
+    {
+        const std::ptrdiff_t nBefore = CountThreads();
+        std::atomic<int> nForked{0};
+        std::thread(
+            [&nForked]
+            {
+#pragma omp parallel num_threads(2)
+                ++nForked;
+            })
+            .join();
+        return nForked == 2 && WaitForThreads(nBefore, 2000);
+    }();
+    return bEnd;
 }
 
 long FailEachInTurn(const std::function<long(const SFailures&)>& fnWork)

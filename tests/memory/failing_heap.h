@@ -40,6 +40,11 @@ long CountLiveBlocks();
 /// threads that the work starts.
 void RunOnFreshThread(const std::function<void()>& fnWork);
 
+/// Whether the OpenMP runtime ends the threads of a forked region when the thread that forked ends, as GCC's does. One
+/// that keeps them (clang's) keeps the library's working memory of theirs too, and shows nothing of how it is given
+/// back.
+bool ForkedThreadsEndWithTheirParent();
+
 /// Calls fnWork with every allocation that it makes failing alone, then with every allocation and all behind it
 /// failing. fnWork constructs the CFailingHeap in front of what it tests and gives back what Stop says behind it. Each
 /// call runs on a fresh thread and must leave no block behind.
