@@ -6,18 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "narvoassem/version.h"
-#include "tools/bench_command.h"
-#include "tools/board_command.h"
 #include "tools/exit_code.h"
-#include "tools/explain_command.h"
-#include "tools/golden_command.h"
-#include "tools/inspect_command.h"
-#include "tools/pitch_command.h"
-#include "tools/recipe_command.h"
-#include "tools/report_command.h"
-#include "tools/shell_command.h"
-#include "tools/synth_command.h"
-#include "tools/tune_command.h"
 
 namespace narvo
 {
@@ -26,7 +15,7 @@ namespace
 {
 
 // In the order in which the help shows them.
-constexpr AddCommand commands[] = {
+constexpr void (*commands[])(CLI::App&, Action&) = {
     AddInspectCommand, AddGoldenCommand, AddPitchCommand,  AddReportCommand, AddExplainCommand,    AddTuneCommand,
     AddSynthCommand,   AddBoardCommand,  AddRecipeCommand, AddBenchCommand,  AddCompletionCommand, AddManualCommand,
 };
@@ -44,7 +33,7 @@ void BuildCommandLine(CLI::App& app, Action& action)
     app.footer(DescribeExitCodes());
     app.require_subcommand(1);
     app.fallthrough();
-    for (const AddCommand add : commands)
+    for (const auto add : commands)
         add(app, action);
 }
 

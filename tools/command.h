@@ -1,5 +1,5 @@
-// What every command of the program has in common: how it is added to the command line, and what it leaves to be run.
-// One command lives in one file `<name>_command.cpp`, which holds its options, its help and its work.
+// The commands of the program, and what they have in common: how they are added to the command line, and what they
+// leave to be run. A command lives in one file `<name>_command.cpp`, which holds its options, its help and its work.
 #pragma once
 
 #include <functional>
@@ -15,8 +15,36 @@ namespace narvo
 /// What the parsed command line asks for. @return the program's exit code
 using Action = std::function<int()>;
 
-/// Adds a command with its options to the program; parsing it stores what it does in `action`, which outlives `app`.
-using AddCommand = void (*)(CLI::App& app, Action& action);
+// Each adds a command with its options to the program; parsing it stores what it does in `action`, which outlives
+// `app`.
+
+/// `narvo inspect`: inspects images and writes blobs and overlays.
+void AddInspectCommand(CLI::App& app, Action& action);
+/// `narvo golden`: inspects images against references whose pattern does not repeat.
+void AddGoldenCommand(CLI::App& app, Action& action);
+/// `narvo report`: writes results as one self-contained HTML page.
+void AddReportCommand(CLI::App& app, Action& action);
+
+/// `narvo pitch`: finds the period of an image's pattern along x and y.
+void AddPitchCommand(CLI::App& app, Action& action);
+/// `narvo tune`: sweeps a field of a recipe over images and proposes a value.
+void AddTuneCommand(CLI::App& app, Action& action);
+/// `narvo explain`: tells why a pixel was reported or not.
+void AddExplainCommand(CLI::App& app, Action& action);
+/// `narvo recipe`: lists the fields of a recipe.
+void AddRecipeCommand(CLI::App& app, Action& action);
+/// `narvo bench`: measures how fast a recipe is on an image.
+void AddBenchCommand(CLI::App& app, Action& action);
+
+/// `narvo synth`: makes a panel with its zones, recipe and truth.
+void AddSynthCommand(CLI::App& app, Action& action);
+/// `narvo board`: makes photographs of a board that does not repeat, with known defects.
+void AddBoardCommand(CLI::App& app, Action& action);
+
+/// `narvo completion`: prints a shell's completion script.
+void AddCompletionCommand(CLI::App& app, Action& action);
+/// `narvo manual`: prints or writes manual pages.
+void AddManualCommand(CLI::App& app, Action& action);
 
 /// The program's command line with all commands, which is also what its manual pages and shell completions are made
 /// from. Groups of options and validators speak for themselves there: give every option a description that names unit

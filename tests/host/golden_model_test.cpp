@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tools/board.h"
+#include "tools/synthetic/board.h"
 
 namespace narvo
 {

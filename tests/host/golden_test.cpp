@@ -10,8 +10,8 @@
 #include <nlohmann/json.hpp>
 
 #include "host/golden_file.h"
-#include "tools/board.h"
-#include "tools/truth.h"
+#include "tools/synthetic/board.h"
+#include "tools/synthetic/truth.h"
 
 namespace narvo
 {

@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "host/golden_model.h"
-#include "tools/board.h"
+#include "tools/synthetic/board.h"
 
 namespace narvo
 {

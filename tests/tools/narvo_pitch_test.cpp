@@ -5,7 +5,7 @@
 
 #include "host/grey_image.h"
 #include "tools/run_narvo.h"
-#include "tools/truth.h"
+#include "tools/synthetic/truth.h"
 
 namespace narvo
 {

@@ -1,5 +1,5 @@
 // The text of a report page: one self-contained file, all data in one element, and no name that becomes markup.
-#include "tools/report_page.h"
+#include "tools/report/report_page.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // Scoring against ground truth.
-#include "tools/truth.h"
+#include "tools/synthetic/truth.h"
 
 #include <fstream>
 

@@ -1,0 +1,130 @@
+// Folders by ending and name, lists line by line.
+#include "tools/inspect/image_list.h"
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <iostream>
+#include <set>
+#include <string_view>
+
+#include "host/problem.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+constexpr std::array<std::string_view, 8> endings = {".png", ".tif", ".tiff", ".bmp", ".pgm", ".jpg", ".jpeg", ".jpe"};
+constexpr std::string_view overlayEnding = ".overlay.png";
+
+bool IsImageName(const fs::path& file)
+{
+    const std::string name = file.filename().string();
+    std::string ending = file.extension().string();
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return !name.starts_with('.') && !name.ends_with(overlayEnding) &&
+           std::find(endings.begin(), endings.end(), ending) != endings.end();
+}
+
+/// Files that cannot be looked at are passed over here; what is named in a list is told of when it is read.
+template <typename Iterator>
+std::vector<std::string> FolderImages(const fs::path& folder, const std::vector<fs::path>& apart)
+{
+    std::vector<std::string> files;
+    std::error_code error;
+    for (Iterator entry(folder, fs::directory_options::skip_permission_denied, error), end; !error && entry != end;
+         entry.increment(error))
+    {
+        std::error_code ignored;
+        const bool stays = entry->is_regular_file(ignored) && IsImageName(entry->path()) &&
+                           std::none_of(apart.begin(), apart.end(),
+                                        [&](const fs::path& file) { return fs::equivalent(file, *entry, ignored); });
+        if (stays)
+            files.push_back(entry->path().lexically_normal().string());
+    }
+    if (error)
+        throw HostError({{"folder " + folder.string(), "cannot be read", "a readable folder"}});
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+std::vector<std::string> ReadList(const std::string& list)
+{
+    std::ifstream file;
+    if (list != "-")
+    {
+        std::error_code error;
+        file.open(list);
+        if (!file || fs::is_directory(list, error))
+            throw HostError({{"list " + list, fs::exists(list, error) ? "cannot be read" : "no such file",
+                              "a readable file with the name of an image in each line"}});
+    }
+    std::vector<std::string> names;
+    std::string line;
+    while (std::getline(list == "-" ? std::cin : file, line))
+    {
+        if (!line.empty() && line.back() == '\r')
+            line.pop_back();
+        if (!line.empty())
+            names.push_back(fs::path(line).lexically_normal().string());
+    }
+    return names;
+}
+
+} // namespace
+
+std::vector<std::string> ListImages(const ImageSelection& selection)
+{
+    std::vector<Problem> found;
+    std::vector<std::string> named;
+    const auto collect = [&](auto call)
+    {
+        try
+        {
+            for (std::string& file : call())
+                named.push_back(std::move(file));
+        }
+        catch (const HostError& error)
+        {
+            found.insert(found.end(), error.Problems().begin(), error.Problems().end());
+        }
+    };
+    for (const std::string& place : selection.places)
+    {
+        std::error_code error;
+        if (!fs::is_directory(place, error))
+        {
+            named.push_back(fs::path(place).lexically_normal().string());
+            continue;
+        }
+        collect(
+            [&]
+            {
+                std::vector<std::string> files =
+                    selection.recursive ? FolderImages<fs::recursive_directory_iterator>(place, selection.apart)
+                                        : FolderImages<fs::directory_iterator>(place, selection.apart);
+                if (files.empty())
+                    found.push_back({"folder " + place, "no images",
+                                     "a folder with PNG, TIFF, BMP, PGM or JPEG files" +
+                                         std::string(selection.recursive ? "" : "; --recursive looks below it")});
+                return files;
+            });
+    }
+    if (!selection.list.empty())
+        collect([&] { return ReadList(selection.list); });
+    ThrowIfAny(std::move(found));
+
+    std::vector<std::string> files;
+    std::set<std::string> seen;
+    for (std::string& file : named)
+        if (seen.insert(file).second)
+            files.push_back(std::move(file));
+    return files;
+}
+
+} // namespace narvo

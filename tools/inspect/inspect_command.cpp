@@ -1,0 +1,341 @@
+// Options of the inspection, and the run over one image: input, result files, summary.
+#include "tools/command.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include "host/batch.h"
+#include "host/grey_image.h"
+#include "host/inspector.h"
+#include "host/overlay.h"
+#include "host/problem.h"
+#include "host/recipe.h"
+#include "host/recipe_check.h"
+#include "host/result_file.h"
+#include "tools/exit_code.h"
+#include "tools/inspect/image_list.h"
+#include "tools/inspect/inspect_batch.h"
+#include "tools/quiet_codecs.h"
+#include "tools/synthetic/truth.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+struct InspectOptions
+{
+    ImageSelection images;
+    std::string recipe;
+    std::string truth;  ///< empty: none
+    std::string output; ///< what the files' names begin with; empty: by the kind of run
+    int lanes = 0;      ///< 0: one for each processor
+    bool resume = false;
+    bool overwrite = false;
+    bool retry = false;
+    bool quiet = false;
+
+    /// One image is told of in detail and leaves an overlay.
+    bool IsSingle() const
+    {
+        std::error_code error;
+        return images.places.size() == 1 && images.list.empty() && !resume && !overwrite &&
+               !std::filesystem::is_directory(images.places[0], error);
+    }
+};
+
+using Clock = std::chrono::steady_clock;
+
+/// Lines on the terminal, each step with its time.
+class Progress
+{
+public:
+    explicit Progress(bool quiet) : m_quiet(quiet) {}
+
+    void Line(const std::string& text) const
+    {
+        if (!m_quiet)
+            std::cout << text << std::endl;
+    }
+    /// What has been done since the last step.
+    void Step(const std::string& text)
+    {
+        const Clock::time_point now = Clock::now();
+        char time[32];
+        std::snprintf(time, sizeof time, " (%.0f ms)", std::chrono::duration<double, std::milli>(now - m_last).count());
+        m_last = now;
+        Line(text + time);
+    }
+
+private:
+    bool m_quiet;
+    Clock::time_point m_last = Clock::now();
+};
+
+/// Runs `load` and keeps its problems with those of the others.
+template <typename Load>
+bool Collect(std::vector<Problem>& found, Load load)
+{
+    try
+    {
+        load();
+        return true;
+    }
+    catch (const HostError& error)
+    {
+        found.insert(found.end(), error.Problems().begin(), error.Problems().end());
+        return false;
+    }
+}
+
+std::string Percent(double share)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "%.3f", share);
+    return text;
+}
+
+void PrintLargest(const std::vector<Blob>& blobs, const Progress& progress)
+{
+    std::vector<const Blob*> largest;
+    for (const Blob& blob : blobs)
+        largest.push_back(&blob);
+    const auto shown = std::min<std::size_t>(largest.size(), 5);
+    std::partial_sort(largest.begin(), largest.begin() + static_cast<std::ptrdiff_t>(shown), largest.end(),
+                      [](const Blob* a, const Blob* b)
+                      { return a->area != b->area ? a->area > b->area : a->number < b->number; });
+    for (std::size_t i = 0; i < shown; ++i)
+    {
+        const Blob& blob = *largest[i];
+        progress.Line("  number " + std::to_string(blob.number) + (blob.bright ? ", bright" : ", dark") + ", " +
+                      std::to_string(blob.area) + " pixels at " + std::to_string(blob.center.x) + ", " +
+                      std::to_string(blob.center.y) + ", difference up to " + std::to_string(blob.maxDifference));
+    }
+}
+
+void Summarise(const InspectionResult& result, Progress& progress)
+{
+    const std::string of = result.name.empty() ? "" : " " + result.name;
+    progress.Step("inspected" + of + (result.direction == Direction_Vertical ? " vertically" : " horizontally") +
+                  ", engine " + FormatNumber(std::round(result.inspectMilliseconds * 10.0) / 10.0) + " ms");
+    const auto bright = std::count_if(result.blobs.begin(), result.blobs.end(), [](const Blob& b) { return b.bright; });
+    progress.Line("blobs:  " + std::to_string(result.blobs.size()) + " (" +
+                  std::to_string(static_cast<long>(result.blobs.size()) - bright) + " dark, " + std::to_string(bright) +
+                  " bright), pairs " + std::to_string(result.pairs) + ", code " + std::to_string(result.code));
+    PrintLargest(result.blobs, progress);
+    for (const std::string& warning : result.warnings)
+        std::cerr << "narvo: warning: " << (of.empty() ? "" : result.name + ": ") << warning << '\n';
+}
+
+/// All regions as one result, for what is drawn and scored over the whole image.
+InspectionResult Together(const std::vector<InspectionResult>& regions)
+{
+    InspectionResult all = regions.front();
+    if (regions.size() == 1)
+        return all;
+    all.outlines.clear();
+    all.blobs.clear();
+    for (const InspectionResult& region : regions)
+    {
+        const CRect& frame = region.region;
+        const std::vector<std::vector<CPoint>> rectangle = {{{frame.left, frame.top},
+                                                             {frame.right - 1, frame.top},
+                                                             {frame.right - 1, frame.bottom - 1},
+                                                             {frame.left, frame.bottom - 1}}};
+        const auto& outlines = region.outlines.empty() ? rectangle : region.outlines;
+        all.outlines.insert(all.outlines.end(), outlines.begin(), outlines.end());
+        all.blobs.insert(all.blobs.end(), region.blobs.begin(), region.blobs.end());
+    }
+    return all;
+}
+
+/// Blobs as JSON and table, one region as it has always been written, several with their names.
+void WriteResults(const std::string& prefix, const InspectOptions& options,
+                  const std::vector<InspectionResult>& regions)
+{
+    nlohmann::ordered_json document;
+    std::string table;
+    if (regions.size() == 1)
+    {
+        document = ResultToJson(regions.front());
+        table = ResultToCsv(regions.front());
+    }
+    else
+    {
+        document["version"] = nResultVersion;
+        document["regions"] = nlohmann::ordered_json::array();
+        table = "region," + BlobColumns() + "\n";
+        for (const InspectionResult& region : regions)
+        {
+            document["regions"].push_back(ResultToJson(region));
+            for (const nlohmann::ordered_json& blob : document["regions"].back()["blobs"])
+                table += TableField(region.name) + "," + BlobRow(blob) + "\n";
+        }
+    }
+    document["image"] = options.images.places[0];
+    document["recipe"] = options.recipe;
+    WriteTextFile(prefix + ".blobs.json", document.dump(2) + "\n");
+    WriteTextFile(prefix + ".blobs.csv", table);
+}
+
+int RunSingle(const InspectOptions& options)
+{
+    Progress progress(options.quiet);
+    std::vector<Problem> found;
+    const std::string& file = options.images.places[0];
+    GreyImage image;
+    std::vector<Recipe> recipes;
+    std::vector<TruthDefect> truth;
+    const bool imageRead = Collect(found,
+                                   [&]
+                                   {
+                                       const QuietCodecs quiet;
+                                       image = LoadGreyImage(file);
+                                   });
+    if (imageRead)
+        progress.Step("image:  " + file + ", " + std::to_string(image.Width()) + " by " +
+                      std::to_string(image.Height()) + " pixels");
+    const bool recipeRead = Collect(found,
+                                    [&]
+                                    {
+                                        const QuietCodecs quiet;
+                                        recipes = LoadRecipes(options.recipe);
+                                    });
+    if (recipeRead)
+        progress.Step("recipe: " + options.recipe);
+    if (!options.truth.empty())
+        Collect(found, [&] { truth = LoadTruth(options.truth); });
+    if (imageRead)
+        for (std::size_t i = 0; i < recipes.size(); ++i)
+            for (Problem& problem : CheckRecipeForImage(recipes[i], image.Width(), image.Height()))
+            {
+                if (recipes.size() > 1)
+                    problem.field = RegionPrefix(i) + problem.field;
+                found.push_back(std::move(problem));
+            }
+    std::vector<InspectionResult> regions;
+    if (found.empty())
+        Collect(found,
+                [&]
+                {
+                    const int lanes = options.lanes > 0 ? options.lanes : DefaultLanes(recipes.size());
+                    Batch(recipes, lanes)
+                        .Run({{file, [&] { return image; }}},
+                             [&](const ImageResult& result)
+                             {
+                                 ThrowIfAny(result.problems);
+                                 regions = result.regions;
+                             });
+                });
+    if (!found.empty())
+    {
+        PrintProblems(found);
+        return ExitCode_BadInput;
+    }
+    for (const InspectionResult& region : regions)
+        Summarise(region, progress);
+
+    const InspectionResult all = Together(regions);
+    std::vector<CRect> missed;
+    if (!options.truth.empty())
+    {
+        const TruthScore score = CompareWithTruth(truth, all.blobs);
+        for (std::size_t i = 0; i < truth.size(); ++i)
+            if (!score.found[i])
+                missed.push_back(truth[i].box);
+        progress.Line("true defects found, by kind:\n" + DescribeScore(truth, score) +
+                      "recall: " + Percent(score.Recall()) + " (" + std::to_string(score.FoundCount()) + " of " +
+                      std::to_string(truth.size()) + ")\nfalse blobs: " + std::to_string(score.FalseCount()));
+    }
+
+    const std::string prefix =
+        options.output.empty() ? std::filesystem::path(file).replace_extension().string() : options.output;
+    const bool written = Collect(found,
+                                 [&]
+                                 {
+                                     WriteResults(prefix, options, regions);
+                                     SaveOverlay(prefix + ".overlay.png", image, all, missed);
+                                 });
+    if (!written)
+    {
+        PrintProblems(found);
+        return ExitCode_NotWritten;
+    }
+    progress.Step("written: " + prefix + ".blobs.json, " + prefix + ".blobs.csv, " + prefix + ".overlay.png");
+    const bool complete = std::all_of(regions.begin(), regions.end(),
+                                      [](const InspectionResult& region) { return region.warnings.empty(); });
+    return complete ? ExitCode_Done : ExitCode_Incomplete;
+}
+
+int RunMany(const InspectOptions& options)
+{
+    if (!options.truth.empty())
+    {
+        PrintProblems({{"--truth", options.truth, "a single image"}});
+        return ExitCode_BadInput;
+    }
+    InspectBatchOptions batch;
+    batch.images = options.images;
+    batch.recipe = options.recipe;
+    batch.prefix = options.output.empty() ? "results" : options.output;
+    batch.lanes = options.lanes;
+    batch.start = options.resume      ? ResultLines::Start_Resume
+                  : options.overwrite ? ResultLines::Start_Afresh
+                                      : ResultLines::Start_New;
+    batch.retry = options.retry;
+    batch.quiet = options.quiet;
+    return RunInspectBatch(std::move(batch));
+}
+
+} // namespace
+
+void AddInspectCommand(CLI::App& app, Action& action)
+{
+    const auto options = std::make_shared<InspectOptions>();
+    CLI::App* command = app.add_subcommand("inspect", "Inspect images by a recipe");
+    CLI::Option* images =
+        command->add_option("images", options->images.places,
+                            "image files (PNG, TIFF, BMP, PGM, JPEG; 8-bit grey or equal to it) and folders of them");
+    command->add_option("-r,--recipe", options->recipe, "recipe file; its fields: narvo recipe")->required();
+    command->add_option("-l,--list", options->images.list,
+                        "file with the name of an image in each line, - for the standard input");
+    command->add_flag("-R,--recursive", options->images.recursive, "look for images below the folders too");
+    command
+        ->add_option("-j,--lanes", options->lanes,
+                     "inspections at once, 1 to 256, each with engines of its own (default: one for each processor)")
+        ->check(CLI::Range(1, 256));
+    command->add_option("-t,--truth", options->truth,
+                        "true defects of a single image to compare with: recall and false blobs");
+    command->add_option("-o,--output", options->output,
+                        "beginning of the result files' names (default: for one image its name without the ending; "
+                        "for many, results)");
+    CLI::Option* resume = command->add_flag("--resume", options->resume,
+                                            "go on behind an earlier run: images that are done are left out, unless "
+                                            "their files have changed");
+    command->add_flag("--retry", options->retry, "with --resume: try images again that were refused")->needs(resume);
+    command->add_flag("--overwrite", options->overwrite, "begin afresh where results of many images are there already")
+        ->excludes(resume);
+    command->add_flag("-q,--quiet", options->quiet, "print warnings and problems only");
+    command->footer("One image leaves OUTPUT.blobs.json, OUTPUT.blobs.csv and OUTPUT.overlay.png. Several images, a "
+                    "folder or a list leave\nOUTPUT.jsonl with one line for each image as it ends, and OUTPUT.csv with "
+                    "one line for each blob.");
+    command->callback(
+        [options, images, &action]
+        {
+            if (images->count() == 0 && options->images.list.empty())
+                throw CLI::RequiredError("images or --list");
+            action = [options] { return options->IsSingle() ? RunSingle(*options) : RunMany(*options); };
+        });
+}
+
+} // namespace narvo

@@ -1,0 +1,98 @@
+// One pixel's way through an inspection, on the terminal.
+#include "tools/command.h"
+
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include "host/explain.h"
+#include "host/problem.h"
+#include "host/recipe_check.h"
+#include "tools/exit_code.h"
+#include "tools/quiet_codecs.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+struct ExplainOptions
+{
+    std::string image;
+    std::string recipe;
+    std::vector<std::vector<int>> places; ///< each x, y
+    bool json = false;
+};
+
+int RunExplain(const ExplainOptions& options)
+{
+    std::vector<Problem> found;
+    GreyImage image;
+    Recipe recipe;
+    const auto collect = [&](auto&& step)
+    {
+        try
+        {
+            const QuietCodecs quiet;
+            step();
+        }
+        catch (const HostError& error)
+        {
+            found.insert(found.end(), error.Problems().begin(), error.Problems().end());
+        }
+    };
+    collect([&] { image = LoadGreyImage(options.image); });
+    collect([&] { recipe = LoadRecipe(options.recipe); });
+    std::vector<Explanation> told;
+    if (found.empty())
+        collect(
+            [&]
+            {
+                ThrowIfAny(CheckRecipeForImage(recipe, image.Width(), image.Height()));
+                Explainer explainer(image, recipe);
+                for (const std::vector<int>& place : options.places)
+                    told.push_back(explainer.Explain(CPoint(place[0], place[1])));
+            });
+    if (!found.empty())
+    {
+        PrintProblems(found);
+        return ExitCode_BadInput;
+    }
+
+    if (options.json)
+    {
+        nlohmann::ordered_json document = nlohmann::ordered_json::array();
+        for (const Explanation& one : told)
+            document.push_back(ExplanationToJson(one));
+        std::cout << (document.size() == 1 ? document[0] : document).dump(2) << '\n';
+        return ExitCode_Done;
+    }
+    for (std::size_t i = 0; i < told.size(); ++i)
+        std::cout << (i > 0 ? "\n" : "") << DescribeExplanation(told[i]);
+    return ExitCode_Done;
+}
+
+} // namespace
+
+void AddExplainCommand(CLI::App& app, Action& action)
+{
+    const auto options = std::make_shared<ExplainOptions>();
+    CLI::App* command = app.add_subcommand("explain", "Tell why a pixel was reported, or why it was not");
+    command->add_option("image", options->image, "image file, as for inspect")->required();
+    command->add_option("-r,--recipe", options->recipe, "recipe file; its fields: narvo recipe")->required();
+    command->add_option("--at", options->places, "x,y of the pixel, from 0; may be given several times")
+        ->required()
+        ->delimiter(',')
+        ->type_size(2)
+        ->expected(1, 1000)
+        ->type_name("X,Y");
+    command->add_flag("--json", options->json, "print JSON; a list where several pixels are asked for");
+    command->callback([options, &action] { action = [options] { return RunExplain(*options); }; });
+}
+
+} // namespace narvo

@@ -1,0 +1,121 @@
+// Pitch search in an image file: input, report, plot and recipe.
+#include "tools/command.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "host/grey_image.h"
+#include "host/pitch_recipe.h"
+#include "host/pitch_search.h"
+#include "host/problem.h"
+#include "host/recipe.h"
+#include "tools/exit_code.h"
+#include "tools/quiet_codecs.h"
+#include "tools/setup/pitch_plot.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+struct PitchOptions
+{
+    std::string image;
+    std::vector<int> region; ///< left, top, right, bottom; empty: the whole image
+    std::string plot;        ///< file of the charts; empty: none
+    std::string recipe;      ///< file of the recipe; empty: none
+};
+
+std::string Describe(const char* name, const AxisPitch& axis)
+{
+    char text[200];
+    if (!axis.found)
+    {
+        std::snprintf(text, sizeof text, "%s: no period (confidence %.3f; a period needs %g)", name, axis.confidence,
+                      dPitchConfidenceLow);
+        return text;
+    }
+    std::snprintf(text, sizeof text, " pixels (measured %.4f over %d periods), confidence %.3f, ", axis.pitch,
+                  axis.periods, axis.confidence);
+    const std::string line = std::string(name) + ": pitch " + FormatNumber(axis.sixteenths / 16.0) + text;
+    if (axis.runnerUp.strength <= 0.0)
+        return line + "runner-up: none";
+    std::snprintf(text, sizeof text, "runner-up %.3f (%.3f)", axis.runnerUp.pitch, axis.runnerUp.strength);
+    return line + text;
+}
+
+int RunPitch(const PitchOptions& options)
+{
+    PitchResult result;
+    Recipe recipe;
+    bool found = false;
+    try
+    {
+        const QuietCodecs quiet;
+        const GreyImage image = LoadGreyImage(options.image);
+        const CRect region = options.region.empty()
+                                 ? CRect(0, 0, image.Width(), image.Height())
+                                 : CRect(options.region[0], options.region[1], options.region[2], options.region[3]);
+        result = SearchPitch(image, region);
+        found = result.x.found || result.y.found;
+        if (found && !options.recipe.empty())
+            recipe = MakePitchRecipe(image, region, result);
+    }
+    catch (const HostError& error)
+    {
+        PrintProblems(error.Problems());
+        return ExitCode_BadInput;
+    }
+    std::cout << Describe("x", result.x) << '\n' << Describe("y", result.y) << std::endl;
+
+    try
+    {
+        if (!options.plot.empty())
+        {
+            SavePitchPlot(options.plot, result);
+            std::cout << "plot:   " << options.plot << std::endl;
+        }
+        if (found && !options.recipe.empty())
+        {
+            const std::string zones = std::filesystem::path(options.recipe).replace_extension(".zones.png").string();
+            recipe.zoneImageFile = std::filesystem::path(zones).filename().string();
+            SaveGreyImage(zones, recipe.zoneImage);
+            SaveRecipe(options.recipe, recipe);
+            std::cout << "recipe: " << options.recipe << "\nzones:  " << zones << std::endl;
+        }
+    }
+    catch (const HostError& error)
+    {
+        PrintProblems(error.Problems());
+        return ExitCode_NotWritten;
+    }
+    if (found)
+        return ExitCode_Done;
+    std::cerr << "narvo: no period found along x or y; a period must be 3 pixels or more and fit three times into the "
+                 "region\n";
+    return ExitCode_NoPeriod;
+}
+
+} // namespace
+
+void AddPitchCommand(CLI::App& app, Action& action)
+{
+    const auto options = std::make_shared<PitchOptions>();
+    CLI::App* command = app.add_subcommand("pitch", "Find the period of an image's pattern along x and y");
+    command->add_option("image", options->image, "image file, as for inspect")->required();
+    command->add_option("--region", options->region, "left,top,right,bottom in pixels (default: the whole image)")
+        ->delimiter(',')
+        ->expected(4);
+    command->add_option("--plot", options->plot, "PNG file for the cost curves");
+    command->add_option("--recipe", options->recipe, "file for a recipe ready for inspect; its zones go beside it");
+    command->callback([options, &action] { action = [options] { return RunPitch(*options); }; });
+}
+
+} // namespace narvo

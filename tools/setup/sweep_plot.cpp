@@ -1,0 +1,368 @@
+// Drawing of a sweep's charts, once for both formats.
+#include "tools/setup/sweep_plot.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include "host/problem.h"
+#include "host/result_file.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+constexpr int nWidth = 1000;
+constexpr int nChartHeight = 330;
+constexpr int nLeft = 78;
+constexpr int nRight = 78;
+constexpr int nTop = 40;
+constexpr int nBottom = 48;
+
+struct Colour
+{
+    int red;
+    int green;
+    int blue;
+};
+constexpr Colour ink{60, 60, 60};
+constexpr Colour grid{226, 226, 226};
+constexpr Colour found{20, 100, 170};
+constexpr Colour wrong{200, 80, 10};
+constexpr Colour proposed{40, 140, 50};
+
+struct Place
+{
+    double x;
+    double y;
+};
+
+enum class Anchor
+{
+    Start,
+    Middle,
+    End
+};
+
+/// What a chart is drawn with.
+class Drawing
+{
+public:
+    virtual ~Drawing() = default;
+    virtual void Line(const std::vector<Place>& places, Colour colour, double width, bool dashed) = 0;
+    virtual void Dot(Place place, double radius, Colour colour) = 0;
+    virtual void Text(Place place, const std::string& text, Colour colour, Anchor anchor) = 0;
+    virtual void Save(const std::filesystem::path& file) = 0;
+};
+
+std::string Number(double value)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%.6g", value);
+    return text;
+}
+
+class SvgDrawing : public Drawing
+{
+public:
+    explicit SvgDrawing(int height)
+    {
+        m_out << "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " << nWidth << ' ' << height
+              << "\" font-family=\"sans-serif\" font-size=\"13\">\n<rect width=\"100%\" height=\"100%\" "
+                 "fill=\"#fff\"/>\n";
+    }
+    void Line(const std::vector<Place>& places, Colour colour, double width, bool dashed) override
+    {
+        m_out << "<polyline fill=\"none\" stroke=\"" << Name(colour) << "\" stroke-width=\"" << Number(width) << '"'
+              << (dashed ? " stroke-dasharray=\"6 4\"" : "") << " points=\"";
+        for (const Place& place : places)
+            m_out << Round(place.x) << ',' << Round(place.y) << ' ';
+        m_out << "\"/>\n";
+    }
+    void Dot(Place place, double radius, Colour colour) override
+    {
+        m_out << "<circle cx=\"" << Round(place.x) << "\" cy=\"" << Round(place.y) << "\" r=\"" << Number(radius)
+              << "\" fill=\"" << Name(colour) << "\"/>\n";
+    }
+    void Text(Place place, const std::string& text, Colour colour, Anchor anchor) override
+    {
+        static constexpr const char* anchors[] = {"start", "middle", "end"};
+        m_out << "<text x=\"" << Round(place.x) << "\" y=\"" << Round(place.y) << "\" fill=\"" << Name(colour)
+              << "\" text-anchor=\"" << anchors[static_cast<int>(anchor)] << "\">";
+        for (const char letter : text)
+            letter == '&' ? m_out << "&amp;" : letter == '<' ? m_out << "&lt;" : m_out << letter;
+        m_out << "</text>\n";
+    }
+    void Save(const std::filesystem::path& file) override { WriteTextFile(file, m_out.str() + "</svg>\n"); }
+
+private:
+    static std::string Name(Colour colour)
+    {
+        char text[8];
+        std::snprintf(text, sizeof text, "#%02x%02x%02x", colour.red, colour.green, colour.blue);
+        return text;
+    }
+    static std::string Round(double value) { return Number(std::round(value * 10.0) / 10.0); }
+
+    std::ostringstream m_out;
+};
+
+class PngDrawing : public Drawing
+{
+public:
+    explicit PngDrawing(int height) : m_picture(height, nWidth, CV_8UC3, cv::Scalar(255, 255, 255)) {}
+    void Line(const std::vector<Place>& places, Colour colour, double width, bool dashed) override
+    {
+        for (std::size_t i = 0; i + 1 < places.size(); ++i)
+        {
+            const cv::Point2d from(places[i].x, places[i].y);
+            const cv::Point2d step = cv::Point2d(places[i + 1].x, places[i + 1].y) - from;
+            const int pieces = dashed ? std::max(1, static_cast<int>(std::hypot(step.x, step.y) / 5.0)) : 1;
+            for (int piece = 0; piece < pieces; piece += 2)
+                cv::line(m_picture, from + step * (static_cast<double>(piece) / pieces),
+                         from + step * (static_cast<double>(piece + 1) / pieces), ToScalar(colour),
+                         static_cast<int>(std::lround(width)), cv::LINE_AA);
+        }
+    }
+    void Dot(Place place, double radius, Colour colour) override
+    {
+        cv::circle(m_picture, cv::Point2d(place.x, place.y), static_cast<int>(std::lround(radius)), ToScalar(colour),
+                   cv::FILLED, cv::LINE_AA);
+    }
+    void Text(Place place, const std::string& text, Colour colour, Anchor anchor) override
+    {
+        int baseline = 0;
+        const cv::Size size = cv::getTextSize(text, cv::FONT_HERSHEY_SIMPLEX, 0.45, 1, &baseline);
+        const double left = anchor == Anchor::Start ? 0.0 : anchor == Anchor::Middle ? size.width / 2.0 : size.width;
+        cv::putText(m_picture, text, cv::Point2d(place.x - left, place.y), cv::FONT_HERSHEY_SIMPLEX, 0.45,
+                    ToScalar(colour), 1, cv::LINE_AA);
+    }
+    void Save(const std::filesystem::path& file) override
+    {
+        bool written = false;
+        try
+        {
+            written = cv::imwrite(file.string(), m_picture);
+        }
+        catch (const cv::Exception&)
+        {
+            written = false;
+        }
+        if (!written)
+            throw HostError({{"file " + file.string(), "cannot be written", "a writable place"}});
+    }
+
+private:
+    static cv::Scalar ToScalar(Colour colour)
+    {
+        return {double(colour.blue), double(colour.green), double(colour.red)};
+    }
+
+    cv::Mat m_picture;
+};
+
+/// A scale of values, even or, for counts over decades, by their logarithm with room for 0.
+class Scale
+{
+public:
+    Scale(double low, double high, bool logarithmic)
+        : m_low(low), m_high(high > low ? high : low + 1.0), m_logarithmic(logarithmic)
+    {
+    }
+
+    /// 0 .. 1
+    double At(double value) const
+    {
+        return m_logarithmic ? std::log1p(value) / std::log1p(m_high) : (value - m_low) / (m_high - m_low);
+    }
+
+    std::vector<double> Ticks() const
+    {
+        std::vector<double> ticks;
+        if (m_logarithmic)
+        {
+            ticks.push_back(0.0);
+            for (double tick = 1.0; tick <= m_high; tick *= m_high > 300.0                            ? 10.0
+                                                            : std::fmod(std::log10(tick), 1.0) == 0.0 ? 3.0
+                                                                                                      : 10.0 / 3.0)
+                ticks.push_back(std::round(tick));
+            return ticks;
+        }
+        const double rough = (m_high - m_low) / 6.0;
+        const double power = std::pow(10.0, std::floor(std::log10(rough)));
+        const double step = power * (rough / power < 2.0 ? 2.0 : rough / power < 5.0 ? 5.0 : 10.0);
+        for (double tick = std::ceil(m_low / step - 1e-9) * step; tick <= m_high + step * 1e-9; tick += step)
+            ticks.push_back(std::abs(tick) < step * 1e-9 ? 0.0 : tick);
+        return ticks;
+    }
+
+private:
+    double m_low;
+    double m_high;
+    bool m_logarithmic;
+};
+
+class Chart
+{
+public:
+    Chart(Drawing& drawing, int number, Scale x, Scale y, const std::string& title)
+        : m_drawing(drawing), m_base(number * nChartHeight), m_x(x), m_y(y)
+    {
+        m_drawing.Text({nLeft, m_base + 22.0}, title, ink, Anchor::Start);
+    }
+
+    Place At(double x, double y) const
+    {
+        return {nLeft + m_x.At(x) * (nWidth - nLeft - nRight),
+                m_base + nChartHeight - nBottom - m_y.At(y) * (nChartHeight - nTop - nBottom)};
+    }
+
+    void DrawGrid(const std::string& xTitle, const std::string& yTitle)
+    {
+        const double low = m_base + nChartHeight - nBottom;
+        const double high = m_base + nTop;
+        for (const double tick : m_x.Ticks())
+        {
+            const double x = nLeft + m_x.At(tick) * (nWidth - nLeft - nRight);
+            m_drawing.Line({{x, low}, {x, high}}, grid, 1.0, false);
+            m_drawing.Text({x, low + 17.0}, Number(tick), ink, Anchor::Middle);
+        }
+        for (const double tick : m_y.Ticks())
+        {
+            const double y = low - m_y.At(tick) * (nChartHeight - nTop - nBottom);
+            m_drawing.Line({{nLeft, y}, {nWidth - nRight, y}}, grid, 1.0, false);
+            m_drawing.Text({nLeft - 8.0, y + 4.0}, Number(tick), ink, Anchor::End);
+        }
+        m_drawing.Text({nWidth / 2.0, low + 37.0}, xTitle, ink, Anchor::Middle);
+        m_drawing.Text({nWidth - nRight + 0.0, m_base + 22.0}, yTitle, ink, Anchor::End);
+    }
+
+    void Curve(const std::vector<Place>& values, Colour colour)
+    {
+        std::vector<Place> places;
+        for (const Place& value : values)
+            places.push_back(At(value.x, value.y));
+        m_drawing.Line(places, colour, 2.0, false);
+        for (const Place& place : places)
+            m_drawing.Dot(place, 3.0, colour);
+    }
+
+    /// A value of the field, as a line from bottom to top, named where the curve, at y there, leaves room.
+    void Mark(double x, double y, const std::string& text)
+    {
+        const Place foot = {At(x, 0.0).x, m_base + nChartHeight - 1.0 * nBottom};
+        m_drawing.Line({foot, {foot.x, m_base + 1.0 * nTop}}, proposed, 1.0, true);
+        const bool right = foot.x > nWidth * 0.8;
+        const double height = m_y.At(y) > 0.5 ? m_base + nChartHeight - nBottom - 8.0 : m_base + nTop + 12.0;
+        m_drawing.Text({foot.x + (right ? -5.0 : 5.0), height}, text, proposed, right ? Anchor::End : Anchor::Start);
+    }
+
+    Drawing& Paper() { return m_drawing; }
+
+private:
+    Drawing& m_drawing;
+    int m_base;
+    Scale m_x;
+    Scale m_y;
+};
+
+double Most(const Sweep& sweep, long SweepPoint::*count)
+{
+    long most = 1;
+    for (const SweepPoint& point : sweep.points)
+        most = std::max(most, point.*count);
+    return static_cast<double>(most);
+}
+
+std::vector<Place> Over(const Sweep& sweep, long SweepPoint::*count)
+{
+    std::vector<Place> places;
+    for (const SweepPoint& point : sweep.points)
+        places.push_back({point.value, static_cast<double>(point.*count)});
+    return places;
+}
+
+Scale ValueScale(const Sweep& sweep)
+{
+    return {sweep.points.front().value, sweep.points.back().value, false};
+}
+
+std::string FieldTitle(const Sweep& sweep)
+{
+    return sweep.field + (sweep.shift ? ", added" : "") + (sweep.unit.empty() ? "" : ", " + sweep.unit);
+}
+
+void DrawOverValue(Drawing& drawing, int number, const Sweep& sweep, const std::optional<Proposal>& proposal,
+                   long SweepPoint::*count, const std::string& title, Colour colour, bool logarithmic)
+{
+    const double most =
+        std::max(Most(sweep, count), count == &SweepPoint::found ? Most(sweep, &SweepPoint::defects) : 1.0);
+    Chart chart(drawing, number, ValueScale(sweep), Scale(0.0, most, logarithmic), title);
+    chart.DrawGrid(FieldTitle(sweep), logarithmic ? "logarithmic" : "");
+    chart.Curve(Over(sweep, count), colour);
+    if (proposal)
+        chart.Mark(sweep.points[proposal->point].value, static_cast<double>(sweep.points[proposal->point].*count),
+                   "proposed: " + FormatNumber(sweep.points[proposal->point].value));
+}
+
+void DrawAgainst(Drawing& drawing, const Sweep& sweep, const std::optional<Proposal>& proposal)
+{
+    const double mostFalse = Most(sweep, &SweepPoint::falseBlobs);
+    Chart chart(drawing, 0, Scale(0.0, mostFalse, mostFalse > 30.0),
+                Scale(0.0, Most(sweep, &SweepPoint::defects), false),
+                "Defects found, of " + std::to_string(sweep.points.front().defects) + ", against false blobs");
+    chart.DrawGrid(mostFalse > 30.0 ? "false blobs, logarithmic" : "false blobs", "each dot a value of the field");
+    std::vector<Place> places;
+    for (const SweepPoint& point : sweep.points)
+        places.push_back({static_cast<double>(point.falseBlobs), static_cast<double>(point.found)});
+    chart.Curve(places, found);
+    // Values beside their dots, as far as there is room.
+    Place last = {-100.0, -100.0};
+    for (std::size_t i = 0; i < places.size(); ++i)
+    {
+        const Place at = chart.At(places[i].x, places[i].y);
+        const bool isProposed = proposal && proposal->point == i;
+        if (isProposed)
+            drawing.Dot(at, 6.0, proposed);
+        if (!isProposed && std::hypot(at.x - last.x, at.y - last.y) < 34.0)
+            continue;
+        drawing.Text({at.x + 7.0, at.y + (isProposed ? 30.0 : 16.0)},
+                     (isProposed ? "proposed: " : "") + FormatNumber(sweep.points[i].value),
+                     isProposed ? proposed : ink, Anchor::Start);
+        last = at;
+    }
+}
+
+} // namespace
+
+void SaveSweepPlot(const std::filesystem::path& file, const Sweep& sweep, const std::optional<Proposal>& proposal)
+{
+    const int charts = sweep.hasTruth ? 3 : 1;
+    std::unique_ptr<Drawing> drawing;
+    if (file.extension() == ".svg")
+        drawing = std::make_unique<SvgDrawing>(charts * nChartHeight);
+    else
+        drawing = std::make_unique<PngDrawing>(charts * nChartHeight);
+    if (sweep.hasTruth)
+    {
+        DrawAgainst(*drawing, sweep, proposal);
+        DrawOverValue(*drawing, 1, sweep, proposal, &SweepPoint::found, "Defects found", found, false);
+        DrawOverValue(*drawing, 2, sweep, proposal, &SweepPoint::falseBlobs, "False blobs", wrong,
+                      Most(sweep, &SweepPoint::falseBlobs) > 30.0);
+    }
+    else
+        DrawOverValue(*drawing, 0, sweep, proposal, &SweepPoint::blobs, "Blobs in all images", found,
+                      Most(sweep, &SweepPoint::blobs) > 30.0);
+    drawing->Save(file);
+}
+
+} // namespace narvo

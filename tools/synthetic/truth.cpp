@@ -1,0 +1,143 @@
+// Reading, writing and scoring of ground truth.
+#include "tools/synthetic/truth.h"
+
+#include <algorithm>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+#include "host/problem.h"
+#include "host/result_file.h"
+
+namespace narvo
+{
+
+using nlohmann::json;
+using nlohmann::ordered_json;
+
+namespace
+{
+
+constexpr int nTruthVersion = 1;
+
+bool Touches(const CRect& a, const CRect& b)
+{
+    return a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
+}
+
+CRect Grow(const CRect& rect, int by)
+{
+    return {rect.left - by, rect.top - by, rect.right + by, rect.bottom + by};
+}
+
+} // namespace
+
+int TruthScore::FoundCount() const
+{
+    return static_cast<int>(std::count(found.begin(), found.end(), true));
+}
+
+int TruthScore::FalseCount() const
+{
+    return static_cast<int>(std::count(falseBlobs.begin(), falseBlobs.end(), true));
+}
+
+double TruthScore::Recall() const
+{
+    return found.empty() ? 1.0 : static_cast<double>(FoundCount()) / static_cast<double>(found.size());
+}
+
+TruthScore CompareWithTruth(const std::vector<TruthDefect>& truth, const std::vector<Blob>& blobs)
+{
+    TruthScore score;
+    score.found.assign(truth.size(), false);
+    score.falseBlobs.assign(blobs.size(), true);
+    for (std::size_t i = 0; i < truth.size(); ++i)
+        for (std::size_t j = 0; j < blobs.size(); ++j)
+            if (Touches(Grow(truth[i].box, nTruthMargin), blobs[j].box))
+            {
+                score.found[i] = true;
+                score.falseBlobs[j] = false;
+            }
+    return score;
+}
+
+std::string DescribeScore(const std::vector<TruthDefect>& truth, const TruthScore& score)
+{
+    std::map<std::string, std::pair<int, int>> kinds;
+    for (std::size_t i = 0; i < truth.size(); ++i)
+    {
+        auto& [found, all] = kinds[truth[i].kind];
+        found += score.found[i] ? 1 : 0;
+        ++all;
+    }
+    std::ostringstream out;
+    for (const auto& [kind, counts] : kinds)
+        out << "  " << kind << ": " << counts.first << " of " << counts.second << '\n';
+    return out.str();
+}
+
+void SaveTruth(const std::filesystem::path& file, const std::string& imageName, const std::vector<TruthDefect>& truth)
+{
+    ordered_json defects = ordered_json::array();
+    for (const TruthDefect& defect : truth)
+        defects.push_back({{"kind", defect.kind},
+                           {"polarity", defect.bright ? "bright" : "dark"},
+                           {"left", defect.box.left},
+                           {"top", defect.box.top},
+                           {"right", defect.box.right},
+                           {"bottom", defect.box.bottom},
+                           {"contrast", defect.contrast}});
+    const ordered_json document = {{"version", nTruthVersion}, {"image", imageName}, {"defects", defects}};
+    WriteTextFile(file, document.dump(2) + "\n");
+}
+
+std::vector<TruthDefect> LoadTruth(const std::filesystem::path& file)
+{
+    const std::string name = "truth " + file.string();
+    std::ifstream stream(file, std::ios::binary);
+    std::error_code error;
+    if (!stream || std::filesystem::is_directory(file, error))
+        throw HostError(
+            {{name, std::filesystem::exists(file, error) ? "cannot be read" : "no such file", "a readable JSON file"}});
+    const json document = json::parse(stream, nullptr, false);
+    if (!document.is_object() || !document.contains("defects") || !document["defects"].is_array())
+        throw HostError({{name, "no list of defects", "a JSON object with version and defects"}});
+
+    std::vector<TruthDefect> truth;
+    std::vector<Problem> found;
+    for (std::size_t i = 0; i < document["defects"].size(); ++i)
+    {
+        const json& entry = document["defects"][i];
+        const std::string field = name + ", defects[" + std::to_string(i) + "]";
+        if (!entry.is_object())
+        {
+            found.push_back({field, "not an object", "an object with kind, left, top, right, bottom"});
+            continue;
+        }
+        TruthDefect defect;
+        defect.kind = entry.contains("kind") && entry["kind"].is_string() ? entry["kind"].get<std::string>() : "defect";
+        defect.bright = entry.contains("polarity") && entry["polarity"] == "bright";
+        const auto read = [&](const char* side, int& target)
+        {
+            if (entry.contains(side) && entry[side].is_number_integer())
+                target = entry[side].get<int>();
+            else
+                found.push_back({field + "." + side, entry.contains(side) ? entry[side].dump() : "missing",
+                                 "whole number of pixels"});
+        };
+        read("left", defect.box.left);
+        read("top", defect.box.top);
+        read("right", defect.box.right);
+        read("bottom", defect.box.bottom);
+        if (entry.contains("contrast") && entry["contrast"].is_number())
+            defect.contrast = entry["contrast"].get<double>();
+        truth.push_back(defect);
+    }
+    ThrowIfAny(std::move(found));
+    return truth;
+}
+
+} // namespace narvo
