@@ -4,9 +4,8 @@
 #include <cstring>
 
 #include "fast/float_random_scene.h"
+#include "fast/reference_check.h"
 #include "support/guarded_memory.h"
-#include "support/seeds.h"
-#include "support/vector_levels.h"
 
 namespace narvo::test
 {
@@ -44,28 +43,18 @@ TEST_P(FloatKernelsGuarded, WholeImageIsReadToItsBordersAndNoFurther)
     CFloatSceneSource source;
     source.Parts().TakeWholeImages();
     CGuardedPlaces places;
-    CKernelOutcome expected;
-    CKernelOutcome found;
-    const std::vector<std::int64_t> aLevels = VectorLevels();
-    CForcedLevel forced(aLevels.front());
+    CReferenceCheck check;
 
     for (const std::uint64_t nSeed : CaseSeeds(std::string("guard ") + KernelName(GetParam()), nCases))
     {
         CFloatScene scene = source.Make(GetParam(), nSeed);
-        RunReference(scene, expected);
+        check.Expect(scene);
         const std::size_t nBytes = static_cast<std::size_t>(source.Parts().ImageWidth() * source.Parts().ImageHeight());
         places.InEach(scene.call.image.pPixels, nBytes,
                       [&](const std::uint8_t* pPlace)
                       {
                           scene.call.image.pPixels = pPlace;
-                          for (const std::int64_t nLevel : aLevels)
-                          {
-                              forced.Change(nLevel);
-                              RunThroughCall(scene, found);
-                              ASSERT_EQ(found.DifferenceFrom(expected), "")
-                                  << LevelName(nLevel) << ' ' << scene.Describe() << '\n'
-                                  << ReplayHint(nSeed);
-                          }
+                          ASSERT_TRUE(check.Agrees(scene, byCall, ReplayHint(nSeed)));
                       });
         ASSERT_FALSE(HasFailure());
     }
@@ -83,28 +72,18 @@ TEST_P(FloatRegionKernelsGuarded, WholeImageIsReadToItsBordersAndNoFurther)
     CFloatSceneSource source;
     source.Parts().TakeWholeImages();
     CGuardedPlaces places;
-    CKernelOutcome expected;
-    CKernelOutcome found;
-    const std::vector<std::int64_t> aLevels = VectorLevels();
-    CForcedLevel forced(aLevels.front());
+    CReferenceCheck check;
 
     for (const std::uint64_t nSeed : CaseSeeds(GetParam() ? "guard plain region" : "guard region", nCases))
     {
         CFloatRegionScene scene = source.MakeRegion(GetParam(), nSeed);
-        RunReference(scene, expected);
+        check.Expect(scene);
         const std::size_t nBytes = static_cast<std::size_t>(scene.param.nImageWidth * scene.param.nImageHeight);
         places.InEach(scene.param.pImage, nBytes,
                       [&](std::uint8_t* pPlace)
                       {
                           scene.param.pImage = pPlace;
-                          for (const std::int64_t nLevel : aLevels)
-                          {
-                              forced.Change(nLevel);
-                              RunPublic(scene, found);
-                              ASSERT_EQ(found.DifferenceFrom(expected), "")
-                                  << LevelName(nLevel) << ' ' << scene.Describe() << '\n'
-                                  << ReplayHint(nSeed);
-                          }
+                          ASSERT_TRUE(check.Agrees(scene, byName, ReplayHint(nSeed)));
                       });
         ASSERT_FALSE(HasFailure());
     }

@@ -3,7 +3,7 @@
 
 #include "fast/float_scene.h"
 #include "fast/large_picture.h"
-#include "support/vector_levels.h"
+#include "fast/reference_check.h"
 
 namespace narvo::test
 {
@@ -27,16 +27,10 @@ CFloatScene SceneOn(const CLargePicture& picture, FloatKernel eKernel)
 /// @return the records written
 int HoldToTheReference(const CFloatScene& scene)
 {
-    CKernelOutcome expected;
-    CKernelOutcome found;
-    RunReference(scene, expected);
-    for (const std::int64_t nLevel : VectorLevels())
-    {
-        const CForcedLevel forced(nLevel);
-        RunPublic(scene, found);
-        EXPECT_EQ(found.DifferenceFrom(expected), "") << LevelName(nLevel) << ' ' << scene.Describe();
-    }
-    return expected.nReturned;
+    CReferenceCheck check;
+    const int nRecords = check.Expect(scene).nReturned;
+    check.Agrees(scene, byName);
+    return nRecords;
 }
 
 class FloatLarge : public testing::TestWithParam<FloatKernel>

@@ -2,8 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "fast/float_random_scene.h"
-#include "support/seeds.h"
-#include "support/vector_levels.h"
+#include "fast/reference_check.h"
 
 namespace narvo::test
 {
@@ -11,43 +10,13 @@ namespace
 {
 
 constexpr int nCases = 20000;
-constexpr int nReportedFailures = 3;
 
-/// Runs nCases scenes, which fnMake gives by seed, through the reference and fnRun at each level.
-template <typename TMake, typename TRun>
-void HoldToTheReference(const std::string& strName, const TMake& fnMake, const TRun& fnRun)
+/// The scenes must exercise what they are for.
+void ExpectRecords(const CReached& reached)
 {
-    CKernelOutcome expected;
-    CKernelOutcome found;
-    const std::vector<std::int64_t> aLevels = VectorLevels();
-    CForcedLevel forced(aLevels.front());
-    int nFailures = 0;
-    std::int64_t nRecords = 0;
-
-    const std::vector<std::uint64_t> aSeeds = CaseSeeds(strName, nCases);
-    for (const std::uint64_t nSeed : aSeeds)
+    if (reached.nScenes == nCases)
     {
-        const auto& scene = fnMake(nSeed);
-        RunReference(scene, expected);
-        nRecords += expected.nReturned;
-        for (const std::int64_t nLevel : aLevels)
-        {
-            forced.Change(nLevel);
-            fnRun(scene, found);
-            const std::string strDifference = found.DifferenceFrom(expected);
-            if (strDifference.empty())
-                continue;
-            ADD_FAILURE() << LevelName(nLevel) << ": " << strDifference << '\n'
-                          << scene.Describe() << '\n'
-                          << ReplayHint(nSeed);
-            if (++nFailures >= nReportedFailures)
-                return;
-        }
-    }
-    // The scenes must exercise what they are for.
-    if (aSeeds.size() == static_cast<std::size_t>(nCases))
-    {
-        EXPECT_GT(nRecords, nCases);
+        EXPECT_GT(reached.nNewPairs, nCases);
     }
 }
 
@@ -58,16 +27,8 @@ class FloatKernelsRandom : public testing::TestWithParam<FloatKernel>
 TEST_P(FloatKernelsRandom, AgreeWithTheReferenceAtEveryLevel)
 {
     CFloatSceneSource source;
-    HoldToTheReference(
-        KernelName(GetParam()),
-        [&](std::uint64_t nSeed) -> const CFloatScene& { return source.Make(GetParam(), nSeed); },
-        [](const CFloatScene& scene, CKernelOutcome& outcome)
-        {
-            if (scene.call.image.nRows == 0)
-                RunPublic(scene, outcome);
-            else
-                RunThroughCall(scene, outcome);
-        });
+    const auto make = [&](std::uint64_t nSeed) -> const CFloatScene& { return source.Make(GetParam(), nSeed); };
+    ExpectRecords(HoldToTheReference(KernelName(GetParam()), nCases, make, byEither));
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, FloatKernelsRandom, testing::ValuesIn(AllFloatKernels()),
@@ -80,10 +41,9 @@ class FloatRegionKernelsRandom : public testing::TestWithParam<bool>
 TEST_P(FloatRegionKernelsRandom, AgreeWithTheReferenceAtEveryLevel)
 {
     CFloatSceneSource source;
-    HoldToTheReference(
-        GetParam() ? "ConvFloatVJF_Cpp" : "ConvFloatVJF_Intrin",
-        [&](std::uint64_t nSeed) -> const CFloatRegionScene& { return source.MakeRegion(GetParam(), nSeed); },
-        [](const CFloatRegionScene& scene, CKernelOutcome& outcome) { RunPublic(scene, outcome); });
+    const auto make = [&](std::uint64_t nSeed) -> const CFloatRegionScene&
+    { return source.MakeRegion(GetParam(), nSeed); };
+    ExpectRecords(HoldToTheReference(GetParam() ? "ConvFloatVJF_Cpp" : "ConvFloatVJF_Intrin", nCases, make, byName));
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, FloatRegionKernelsRandom, testing::Bool(),

@@ -56,6 +56,8 @@ void CKernelOutcome::Prepare(std::int64_t nHitSize, const std::vector<CStartHit>
         aThreshold[i] = hit.nThreshold;
     }
 
+    m_nPairCount = nPairCount;
+    m_nPairSize = nPairSize;
     CDefectPair untouched;
     untouched.nDefectPos = untouched.nDefectPair = untouched.nDefectType = nUntouched;
     untouched.nPeak = untouched.ptDefect.x = untouched.ptDefect.y = untouched.nSrcGray = nUntouched;

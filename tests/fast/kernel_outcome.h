@@ -1,4 +1,4 @@
-// What a call of a pixel, float or trapezium kernel leaves behind: hit arrays, pair array, end line and count. All is
+// What a call of a kernel leaves behind: hit arrays, pair array, end line and count. All is
 // set to a pattern first, so that an untouched entry shows.
 #pragma once
 
@@ -37,6 +37,10 @@ public:
     std::vector<short> aType, aPeak;
     std::vector<CDefectPair> aPairs;
 
+    /// Pairs beyond those from before the call.
+    std::int64_t NewPairs() const { return nReturned - m_nPairCount; }
+    bool IsFull() const { return nReturned >= m_nPairSize; }
+
     /// Sizes the arrays as the capacities promise (16 hits and one record more), sets the pattern and the hits at the
     /// start.
     void Prepare(std::int64_t nHitSize, const std::vector<CStartHit>& aStartHits, std::int64_t nPairCount,
@@ -45,6 +49,10 @@ public:
     CPairSink PairSink(std::int64_t nCount, std::int64_t nSize);
     /// The first place where the two differ, in words; empty when nothing does.
     std::string DifferenceFrom(const CKernelOutcome& other) const;
+
+private:
+    std::int64_t m_nPairCount = 0;
+    std::int64_t m_nPairSize = 0;
 };
 
 std::string PairText(const CDefectPair& pair);

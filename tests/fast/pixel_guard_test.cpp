@@ -5,10 +5,9 @@
 #include <cstring>
 
 #include "fast/pixel_random_scene.h"
+#include "fast/reference_check.h"
 #include "support/guarded_memory.h"
 #include "support/images.h"
-#include "support/seeds.h"
-#include "support/vector_levels.h"
 
 namespace narvo::test
 {
@@ -42,18 +41,15 @@ TEST_P(PixelKernelsGuarded, WholeImageIsReadToItsBordersAndNoFurther)
 {
     CPixelSceneSource source;
     source.Parts().TakeWholeImages();
-    CKernelOutcome expected;
-    CKernelOutcome found;
+    CReferenceCheck check;
     const CGuardedMemory maskFront(nRoom, CGuardedMemory::Flush::Front);
     const CGuardedMemory maskBack(nRoom, CGuardedMemory::Flush::Back);
-    const std::vector<std::int64_t> aLevels = VectorLevels();
-    CForcedLevel forced(aLevels.front());
     int nByName = 0;
 
     for (const std::uint64_t nSeed : CaseSeeds(std::string("guard ") + KernelName(GetParam()), nCases))
     {
         CPixelScene scene = source.Make(GetParam(), nSeed);
-        RunReference(scene, expected);
+        check.Expect(scene);
         const std::size_t nBytes = static_cast<std::size_t>(source.Parts().ImageWidth() * source.Parts().ImageHeight());
         const std::uint8_t* pImage = scene.call.image.pPixels;
         const std::uint8_t* pMask = scene.call.pMask;
@@ -70,20 +66,11 @@ TEST_P(PixelKernelsGuarded, WholeImageIsReadToItsBordersAndNoFurther)
                 std::memcpy(pMaskPlace, pMask, nBytes);
                 scene.call.pMask = pMaskPlace;
             }
-            for (const std::int64_t nLevel : aLevels)
-            {
-                forced.Change(nLevel);
-                RunThroughCall(scene, found);
-                ASSERT_EQ(found.DifferenceFrom(expected), "") << LevelName(nLevel) << ' ' << scene.Describe() << '\n'
-                                                              << ReplayHint(nSeed);
-                if (!StaysInsideTheRegion(scene))
-                    continue;
-                RunPublic(scene, found);
-                nByName++;
-                ASSERT_EQ(found.DifferenceFrom(expected), "")
-                    << "by name, " << LevelName(nLevel) << ' ' << scene.Describe() << '\n'
-                    << ReplayHint(nSeed);
-            }
+            ASSERT_TRUE(check.Agrees(scene, byCall, ReplayHint(nSeed)));
+            if (!StaysInsideTheRegion(scene))
+                continue;
+            ASSERT_TRUE(check.Agrees(scene, byName, "by name; " + ReplayHint(nSeed)));
+            nByName++;
         }
     }
     EXPECT_EQ(nByName > 0, !IsHorizontal(GetParam()));
@@ -92,10 +79,7 @@ TEST_P(PixelKernelsGuarded, WholeImageIsReadToItsBordersAndNoFurther)
 TEST_P(PixelKernelsGuarded, TablesAreReadWhereTheRegionReachesAndNoFurther)
 {
     const PixelKernel eKernel = GetParam();
-    CKernelOutcome expected;
-    CKernelOutcome found;
-    const std::vector<std::int64_t> aLevels = VectorLevels();
-    CForcedLevel forced(aLevels.front());
+    CReferenceCheck check;
 
     for (const auto eFlush : {CGuardedMemory::Flush::Front, CGuardedMemory::Flush::Back})
     {
@@ -148,18 +132,9 @@ TEST_P(PixelKernelsGuarded, TablesAreReadWhereTheRegionReachesAndNoFurther)
             call.pConvWeightNear = pNear;
             call.pConvWeightFar = pFar;
 
-            RunReference(scene, expected);
-            for (const std::int64_t nLevel : aLevels)
-            {
-                forced.Change(nLevel);
-                RunThroughCall(scene, found);
-                ASSERT_EQ(found.DifferenceFrom(expected), "") << LevelName(nLevel) << ' ' << scene.Describe() << '\n'
-                                                              << ReplayHint(nSeed);
-                RunPublic(scene, found);
-                ASSERT_EQ(found.DifferenceFrom(expected), "")
-                    << "by name, " << LevelName(nLevel) << ' ' << scene.Describe() << '\n'
-                    << ReplayHint(nSeed);
-            }
+            check.Expect(scene);
+            ASSERT_TRUE(check.Agrees(scene, byCall, ReplayHint(nSeed)));
+            ASSERT_TRUE(check.Agrees(scene, byName, "by name; " + ReplayHint(nSeed)));
         }
     }
 }

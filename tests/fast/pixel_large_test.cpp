@@ -3,7 +3,7 @@
 
 #include "fast/large_picture.h"
 #include "fast/pixel_scene.h"
-#include "support/vector_levels.h"
+#include "fast/reference_check.h"
 
 namespace narvo::test
 {
@@ -29,16 +29,10 @@ CPixelScene SceneOn(const CLargePicture& picture, PixelKernel eKernel)
 /// @return the records written
 int HoldToTheReference(const CPixelScene& scene)
 {
-    CKernelOutcome expected;
-    CKernelOutcome found;
-    RunReference(scene, expected);
-    for (const std::int64_t nLevel : VectorLevels())
-    {
-        const CForcedLevel forced(nLevel);
-        RunPublic(scene, found);
-        EXPECT_EQ(found.DifferenceFrom(expected), "") << LevelName(nLevel) << ' ' << scene.Describe();
-    }
-    return expected.nReturned;
+    CReferenceCheck check;
+    const int nRecords = check.Expect(scene).nReturned;
+    check.Agrees(scene, byName);
+    return nRecords;
 }
 
 class PixelLarge : public testing::TestWithParam<PixelKernel>

@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <limits>
 
+#include "fast/zone_plain_scene.h"
 #include "narvoassem/fast/find_row.h"
 #include "support/vector_levels.h"
-#include "zone_plain_scene.h"
 
 namespace narvo::test
 {
@@ -29,12 +29,12 @@ void ExpectRecord(const CDefectPair& pair, int nPos, int nKind, int x, int y, in
     EXPECT_EQ(pair.nThreshold, nThreshold);
 }
 
-std::ptrdiff_t CountHits(const CZoneOutcome& outcome)
+std::ptrdiff_t CountHits(const CKernelOutcome& outcome)
 {
-    return std::find(outcome.aX.begin(), outcome.aX.end(), nPattern) - outcome.aX.begin();
+    return std::find(outcome.aX.begin(), outcome.aX.end(), nUntouched) - outcome.aX.begin();
 }
 
-int CountSingles(const CZoneOutcome& outcome)
+int CountSingles(const CKernelOutcome& outcome)
 {
     int nSingles = 0;
     for (int i = 0; i < outcome.nReturned; i++)
@@ -62,7 +62,7 @@ TEST(ZoneKernels, RegionOf24ColumnsHasOneStripAndEndsAtLeftPlus32)
     plain.Call().region = {4, 0, 28, 40};
     plain.At(7, 20) = 200;
     plain.At(24, 20) = 200; // in the 8 columns behind the strip
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     EXPECT_EQ(outcome.nEndLine, 4 + 32);
     ASSERT_EQ(outcome.nReturned, 1);
     ExpectRecord(outcome.aPairs[0], 2, 1, 7, 20, 1, 90, 200, 100, 0, 10);
@@ -72,7 +72,7 @@ TEST(ZoneKernels, PitchOf40SixteenthsComparesRows2And3ButSeeksTheSecondHit3RowsO
 {
     CPlainScene plain(ZoneKernel::Vert, 16, 40, 40);
     plain.At(7, 20) = 200;
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     ASSERT_EQ(CountHits(outcome), 3);
     EXPECT_EQ(outcome.aY[0], 17); // row 20 is the far neighbour
     EXPECT_EQ(outcome.aCmpGray[0], 150);
@@ -89,7 +89,7 @@ TEST(ZoneKernels, WithoutFractionTheReferenceIsThePixelOnePitchOn)
 {
     CPlainScene plain(ZoneKernel::Vert, 16, 40, 2 * 16);
     plain.At(7, 20) = 173;
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     ASSERT_EQ(CountHits(outcome), 2);
     EXPECT_EQ(outcome.aY[0], 18);
     EXPECT_EQ(outcome.aCmpGray[0], 173);
@@ -104,7 +104,7 @@ TEST(ZoneKernels, EqualGreysAreTypeZeroAndHitOnlyBelowANegativeThreshold)
     EXPECT_EQ(CountHits(plain.Run()), 0);
 
     plain.SetThreshold(-1);
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     ASSERT_EQ(CountHits(outcome), 5 * 16); // rows 0 to 8 - 2 - 1 - 1
     for (std::size_t i = 0; i < 80; i++)
     {
@@ -123,7 +123,7 @@ TEST(ZoneKernels, MiddleBandHitWithoutPartnerGivesNoRecordWhateverKeepSingleSays
         CPlainScene plain(ZoneKernel::Vert, 16, 40, 5 * 16);
         plain.FillRows(20, 40, 200); // a step: rows 15 to 19 differ from what lies one pitch on, nothing answers
         plain.Call().bKeepSingle = bKeepSingle;
-        const CZoneOutcome outcome = plain.Run();
+        const CKernelOutcome outcome = plain.Run();
         EXPECT_EQ(CountHits(outcome), 5 * 16);
         EXPECT_EQ(outcome.nReturned, 0);
     }
@@ -135,7 +135,7 @@ TEST(ZoneKernels, KeepSingleZeroRemovesEverySingle)
     plain.At(3, 2) = 200;  // first band: seen once
     plain.At(7, 20) = 30;  // middle: seen twice
     plain.At(9, 37) = 200; // beyond the last row compared: seen from row 32 alone
-    const CZoneOutcome kept = plain.Run();
+    const CKernelOutcome kept = plain.Run();
     ASSERT_EQ(kept.nReturned, 3);
     ExpectRecord(kept.aPairs[0], 1, 5, 3, 2, 1, 90, 200, 100, 0, 10);
     ExpectRecord(kept.aPairs[1], 2, 1, 7, 20, 0, 60, 30, 100, 0, 10);
@@ -145,7 +145,7 @@ TEST(ZoneKernels, KeepSingleZeroRemovesEverySingle)
     for (const int bKeepSingle : {0, 2, -1}) // exactly 1 keeps
     {
         plain.Call().bKeepSingle = bKeepSingle;
-        const CZoneOutcome dropped = plain.Run();
+        const CKernelOutcome dropped = plain.Run();
         ASSERT_EQ(dropped.nReturned, 1);
         EXPECT_EQ(CountSingles(dropped), 0);
         ExpectRecord(dropped.aPairs[0], 2, 1, 7, 20, 0, 60, 30, 100, 0, 10);
@@ -164,7 +164,7 @@ TEST(ZoneKernels, GreysBeyondTheLimitCountAsTheLimit)
     EXPECT_EQ(CountHits(plain.Run()), 0); // 200 against 150 is 100 against 100
 
     plain.SetThreshold(-1);
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     ASSERT_EQ(CountHits(outcome), 5 * 16);
     EXPECT_EQ(outcome.aSrcGray[3 * 16], 100);
     EXPECT_EQ(outcome.aCmpGray[3 * 16], 100);
@@ -177,7 +177,7 @@ TEST(ZoneKernels, OffsetOf32767PassesNoPixel)
     for (std::size_t i = 0; i < plain.aImage.size(); i++)
         plain.aImage[i] = i * 7 % 3 == 0 ? 255 : 0;
     plain.SetThreshold(32767);
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     EXPECT_EQ(CountHits(outcome), 0);
     EXPECT_EQ(outcome.nReturned, 0);
     EXPECT_EQ(outcome.nEndLine, 80);
@@ -192,7 +192,7 @@ TEST(ZoneKernels, SingleWithPeakOfTheExtraThresholdIsDroppedAndOneAboveIsKept)
     plain.At(7, 37) = 120; // last band
     plain.At(9, 37) = 121;
     plain.At(11, 20) = 111; // a pair needs no more than its threshold
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     ASSERT_EQ(outcome.nReturned, 3);
     ExpectRecord(outcome.aPairs[0], 1, 5, 5, 2, 1, 11, 121, 100, 0, 10);
     ExpectRecord(outcome.aPairs[1], 2, 1, 11, 20, 1, 1, 111, 100, 0, 10);
@@ -205,7 +205,7 @@ TEST(ZoneKernels, GainProductKeepsItsLow16BitsBeforeTheShift)
     std::vector<std::int16_t> aGain(plain.aImage.size(), 400);
     plain.Call().pGainMap = aGain.data();
     plain.At(7, 20) = 200;
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     ASSERT_EQ(outcome.nReturned, 1);
     // 200 x 400 = 80000, low 16 bits 14464, high byte 56; plus offset 10
     ExpectRecord(outcome.aPairs[0], 2, 1, 7, 20, 1, 34, 200, 100, 0, 66);
@@ -216,7 +216,7 @@ TEST(ZoneKernels, PartnerOfTheSameTypeIsNeitherPairNorSingleInAVerticalKernel)
     CPlainScene plain(ZoneKernel::Vert, 16, 40, 5 * 16);
     plain.At(7, 2) = 200; // row 2 against row 7: brighter
     plain.At(7, 7) = 150; // row 7 against row 12: brighter as well
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     EXPECT_EQ(CountHits(outcome), 2);
     EXPECT_EQ(outcome.aType[1], 1);
     EXPECT_EQ(outcome.nReturned, 0);
@@ -230,7 +230,7 @@ TEST(ZoneKernels, FullPairArrayStopsBehindItsStripBeforeTheTypeIsAsked)
     plain.At(40, 20) = 200;
     plain.Call().pairs.nSize = 1;
     // The first strip's second hit is consumed, yet it meets the full array.
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     EXPECT_EQ(outcome.nReturned, 1);
     EXPECT_EQ(outcome.nEndLine, 16);
 
@@ -245,7 +245,7 @@ TEST(ZoneKernels, FullHitArrayGivesUpTheStripAloneAndSaysNothing)
     plain.At(2, 20) = 200; // never reached
     plain.At(18, 20) = 200;
     plain.Call().hits.nSize = 2;
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     ASSERT_EQ(outcome.nReturned, 2);
     EXPECT_EQ(outcome.aPairs[0].ptDefect.x, 1);
     EXPECT_EQ(outcome.aPairs[1].ptDefect.x, 18);
@@ -256,12 +256,12 @@ TEST(ZoneKernels, HitsAtTheStartTakePartInTheFirstStripOnly)
 {
     CPlainScene plain(ZoneKernel::Vert, 32, 40, 5 * 16);
     plain.At(7, 20) = 200; // hits in rows 15 and 20
-    CHit hit;
+    CStartHit hit;
     hit.x = 7;
     hit.y = 10; // its partner is the hit in row 15, of the other type
     hit.nType = 1;
-    plain.scene.aHits = {hit};
-    const CZoneOutcome outcome = plain.Run();
+    plain.scene.aStartHits = {hit};
+    const CKernelOutcome outcome = plain.Run();
     ASSERT_EQ(outcome.nReturned, 1);
     ExpectRecord(outcome.aPairs[0], 2, 1, 7, 15, 0, 90, 100, 200, 0, 10);
 }
@@ -275,7 +275,7 @@ std::vector<int> MapLinesOfLastStrip(CPlainScene& plain)
     const std::int64_t nStride = plain.Call().nMapStride;
     for (std::size_t i = 0; i < plain.aZoneIndex.size(); i++)
         plain.aZoneIndex[i] = static_cast<std::int16_t>(static_cast<std::int64_t>(i) / nStride);
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     std::vector<int> aLines;
     for (std::size_t i = 0; i < static_cast<std::size_t>(CountHits(outcome)); i += 16)
         aLines.push_back(outcome.aZoneIndex[i]);
@@ -352,7 +352,7 @@ TEST(ZoneFlags, SkippedCellIsNotCompared)
                          0, 0, 0, 32, 0, 7, 64, 0, 0, 96, 0, 0});
     plain.At(20, 20) = 200;
     plain.At(50, 20) = 200;
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     ASSERT_EQ(outcome.nReturned, 1);
     EXPECT_EQ(outcome.aPairs[0].ptDefect.x, 20);
 }
@@ -370,7 +370,7 @@ TEST(ZoneFlags, ChangeToASkippedCellComesOneStripEarlyIfItsFlagIsExactlyOne)
         plain.At(70, 20) = 200; // second cell, strip 64 to 79
         plain.At(85, 20) = 200; // second cell, last strip: 80 to 95
         plain.At(100, 20) = 200;
-        const CZoneOutcome outcome = plain.Run();
+        const CKernelOutcome outcome = plain.Run();
         // Without the pull-in the second cell stretches: 48 + 96 reaches the end.
         EXPECT_EQ(outcome.nReturned, nSkip == 1 ? 2 : 4);
     }
@@ -397,7 +397,7 @@ TEST(ZoneMeans, SampleIsTheMeanOfTwoByTwoPixelsRoundedDown)
     CPlainScene plain(ZoneKernel::Vert2by2, 40, 40, 5 * 16);
     plain.Call().region = {0, 0, 32, 38};
     plain.At(8, 20) = 203; // (203 + 3 x 100) >> 2 = 125
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     ASSERT_EQ(outcome.nReturned, 4); // at (7, 19), (8, 19), (7, 20), (8, 20)
     ExpectRecord(outcome.aPairs[0], 2, 1, 7, 19, 1, 15, 125, 100, 0, 10);
     ExpectRecord(outcome.aPairs[3], 2, 1, 8, 20, 1, 15, 125, 100, 0, 10);
@@ -413,7 +413,7 @@ TEST(ZoneKnee, UpperSegmentAppliesAboveTheKneeAndGreysAreNotLimited)
     plain.Call().nGrayLimit = 50;
     plain.At(3, 20) = 150; // at the knee: first segment
     plain.At(5, 20) = 151; // above: second
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     ASSERT_EQ(outcome.nReturned, 2);
     ExpectRecord(outcome.aPairs[0], 2, 1, 3, 20, 1, 40, 150, 100, 0, 10);
     ExpectRecord(outcome.aPairs[1], 2, 1, 5, 20, 1, 6, 151, 100, 0, 45);
@@ -436,7 +436,7 @@ TEST(ZoneVtd, OnlyTheFractionOfTheShiftTakesEffect)
     plain.Call().region = {0, 0, 32, 40};
     plain.Call().nVtdPitch16 = 3 * 16 + 4;
     plain.At(8, 20) = 200;
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     // Row 15: column 8 sees 12/16 of it, column 7 sees 4/16: both darker. Row 20: column 8 alone.
     ASSERT_EQ(outcome.nReturned, 1);
     ExpectRecord(outcome.aPairs[0], 2, 1, 8, 20, 1, 90, 200, 100, 0, 10);
@@ -449,7 +449,7 @@ TEST(ZoneVtd, RowTableMovesTheComparisonButNotTheSearchForThePartner)
     plain.Call().pScanPitchTable = aTable.data();
     plain.At(4, 28) = 200; // row 21 compares 7 rows on; row 28 is 7 rows on, the search goes 5
     plain.At(9, 10) = 200;
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     ASSERT_EQ(outcome.nReturned, 1);
     EXPECT_EQ(outcome.aPairs[0].ptDefect.y, 10);
 }
@@ -462,7 +462,7 @@ TEST(ZoneVtd, TableEntriesCountFromTheRegionsTop)
     plain.Call().region = {0, 24, 16, 64};
     plain.At(4, 45) = 200; // row 39 is the last of the 16 rows of entry 1; row 40 takes entry 2
     plain.At(9, 46) = 200;
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     // (4, 45): row 40 looks 5 rows on to it only under entry 1, which ended; row 39 takes 5 and sees row 44.
     // (9, 46): row 40 sees it under entry 2; the search from 40 goes to 45.
     ASSERT_EQ(CountHits(outcome), 3);
@@ -475,7 +475,7 @@ TEST(ZoneHorizontal, PairLiesInOneRowAndTheEndLineIsBottomPlusOne)
 {
     CPlainScene plain(ZoneKernel::Hori, 64, 20, 5 * 16);
     plain.At(20, 11) = 30;
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     ASSERT_EQ(outcome.nReturned, 1);
     ExpectRecord(outcome.aPairs[0], 2, 1, 20, 11, 0, 60, 30, 100, 0, 10);
     EXPECT_EQ(outcome.nEndLine, 21);
@@ -487,7 +487,7 @@ TEST(ZoneHorizontal, FullPairArrayStopsBehindItsRow)
     plain.At(20, 11) = 30;
     plain.At(20, 14) = 30;
     plain.Call().pairs.nSize = 1;
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     EXPECT_EQ(outcome.nReturned, 1);
     EXPECT_EQ(outcome.nEndLine, 12); // the consumed hit of row 11 meets the full array
 }
@@ -497,7 +497,7 @@ TEST(ZoneHorizontal, UnusablePartnerLeavesTheFirstBandItsSingle)
     CPlainScene plain(ZoneKernel::Hori, 64, 20, 5 * 16);
     plain.At(2, 11) = 200;
     plain.At(7, 11) = 150; // one pitch on and of the same type
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     ASSERT_EQ(outcome.nReturned, 1);
     ExpectRecord(outcome.aPairs[0], 1, 5, 2, 11, 1, 40, 200, 150, 0, 10);
 }
@@ -512,7 +512,7 @@ TEST(ZoneHorizontal, FirstCellIsTheTablesOwnFirstRecordAndNothingLags)
     for (std::size_t i = 0; i < plain.aZoneIndex.size(); i++)
         plain.aZoneIndex[i] = static_cast<std::int16_t>(i / 64);
     plain.Call().pairs.nSize = 1000;
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     ASSERT_EQ(CountHits(outcome), 16);
     EXPECT_EQ(outcome.aY[0], 39);
     EXPECT_EQ(outcome.aZoneIndex[0], 9); // 20 + 20 is not above 40, so the cell at 30 has its turn
@@ -531,7 +531,7 @@ TEST(ZoneHorizontalTable, EightWeightsServeBothHalvesOfSixteenColumns)
     plain.Call().pConvWeightNear = aNear.data();
     plain.Call().pConvWeightFar = aFar.data();
     plain.Call().region.nBottom = 1;
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     ASSERT_EQ(CountHits(outcome), 2);
     EXPECT_EQ(outcome.aX[0], 2);
     EXPECT_EQ(outcome.aCmpGray[0], 50);
@@ -555,7 +555,7 @@ TEST(ZoneMembers, DeadZoneLeavesThePartnerFreeAndItsFarSidesAreOutside)
     CPlainScene plain(ZoneKernel::Vert2S, 16, 40, 5 * 16);
     plain.At(7, 20) = 200;
     plain.scene.param.rtDeadZone[0].SetRect(7, 20, 8, 21);
-    const CZoneOutcome inside = plain.Run();
+    const CKernelOutcome inside = plain.Run();
     EXPECT_EQ(inside.nReturned, 0);
     EXPECT_EQ(inside.aType[1], 1);
     plain.scene.param.rtDeadZone[0].SetRect(0, 0, 7, 40);
@@ -580,10 +580,10 @@ TEST(ZoneMembers, PeaksStayAsTheyWereAndSinglesNeedNone)
     CPlainScene plain(ZoneKernel::Vert2S, 16, 40, 5 * 16);
     plain.Call().nThresholdExtra = 1000;
     plain.At(3, 2) = 111;
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     ASSERT_EQ(outcome.nReturned, 1);
-    ExpectRecord(outcome.aPairs[0], 1, 5, 3, 2, 1, nPattern, 111, 100, 0, 10);
-    EXPECT_EQ(outcome.aPeak[0], nShortPattern);
+    ExpectRecord(outcome.aPairs[0], 1, 5, 3, 2, 1, nUntouched, 111, 100, 0, 10);
+    EXPECT_EQ(outcome.aPeak[0], nShortUntouched);
 }
 
 TEST(ZoneTsp, ZoneTablesDecideAndTheMapsDoNot)
@@ -604,10 +604,10 @@ TEST(ZoneTsp, ZoneTablesDecideAndTheMapsDoNot)
     plain.At(3, 20) = 131; // zone 0: entry 0 and gain 0, a hit of 31 stands
     plain.At(4, 20) = 131; // zone 1: 31 > 30
     plain.At(8, 20) = 200; // zone 2: 200 x 128 / 256 + 50 = 150, refused
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     ASSERT_EQ(outcome.nReturned, 2);
-    ExpectRecord(outcome.aPairs[0], 2, 1, 3, 20, 1, nPattern, 131, 100, 0, 0);
-    ExpectRecord(outcome.aPairs[1], 2, 1, 4, 20, 1, nPattern, 131, 100, 1, 30);
+    ExpectRecord(outcome.aPairs[0], 2, 1, 3, 20, 1, nUntouched, 131, 100, 0, 0);
+    ExpectRecord(outcome.aPairs[1], 2, 1, 4, 20, 1, nUntouched, 131, 100, 1, 30);
     ASSERT_EQ(CountHits(outcome), 6);
     EXPECT_EQ(outcome.aX[5], 8);
     EXPECT_EQ(outcome.aType[5], 1); // the refused record leaves its partner free
@@ -631,10 +631,10 @@ TEST(ZoneBlackFilter, DarkRecordMustExceedTheSecondThresholdAndBrightOnesPass)
     plain.At(2, 20) = 70;                    // 30 is not above 30
     plain.At(4, 20) = 69;
     plain.At(6, 20) = 115; // bright: 15 above 10
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     ASSERT_EQ(outcome.nReturned, 2);
-    ExpectRecord(outcome.aPairs[0], 2, 1, 4, 20, 0, nPattern, 69, 100, 0, 30);
-    ExpectRecord(outcome.aPairs[1], 2, 1, 6, 20, 1, nPattern, 115, 100, 0, 10);
+    ExpectRecord(outcome.aPairs[0], 2, 1, 4, 20, 0, nUntouched, 69, 100, 0, 30);
+    ExpectRecord(outcome.aPairs[1], 2, 1, 6, 20, 1, nUntouched, 115, 100, 0, 10);
     ASSERT_EQ(CountHits(outcome), 6);
     EXPECT_EQ(outcome.aThreshold[4], 30); // the hit behind the record
     EXPECT_EQ(outcome.aThreshold[3], 10); // the refused one
@@ -655,7 +655,7 @@ TEST(ZoneClassId, SubZoneIsTheLowFourBitsAtThePlaceOfTheHitBehindTheRecord)
         plain.At(7, 20) = 200;
         plain.At(9, 37) = 200;
         plain.Call().pClassIdMap = aClass.data();
-        const CZoneOutcome outcome = plain.Run();
+        const CKernelOutcome outcome = plain.Run();
         ASSERT_EQ(outcome.nReturned, 3);
         EXPECT_EQ(outcome.aPairs[0].nSubZone, 2);
         EXPECT_EQ(outcome.aPairs[1].nSubZone, 20 & 15);
@@ -679,7 +679,7 @@ TEST(ZoneKernels, SubZoneStaysAsItWasInEveryOtherKernel)
 {
     CPlainScene plain(ZoneKernel::Vert, 16, 40, 5 * 16);
     plain.At(7, 20) = 200;
-    EXPECT_EQ(plain.Run().aPairs[0].nSubZone, nPattern);
+    EXPECT_EQ(plain.Run().aPairs[0].nSubZone, nUntouched);
 }
 
 } // namespace

@@ -6,12 +6,10 @@
 #include <limits>
 #include <memory>
 
+#include "fast/reference_check.h"
+#include "fast/zone_random_scene.h"
 #include "support/guarded_memory.h"
 #include "support/images.h"
-#include "support/seeds.h"
-#include "support/vector_levels.h"
-#include "zone_random_scene.h"
-#include "zone_scene.h"
 
 namespace narvo::test
 {
@@ -62,14 +60,11 @@ TEST_P(ZoneKernelsGuarded, WholeImageIsReadToItsBordersAndNoFurther)
 {
     CZoneSceneSource source;
     source.TakeWholeImages();
-    CZoneOutcome expected;
-    CZoneOutcome found;
-    const std::vector<std::int64_t> aLevels = VectorLevels();
-    CForcedLevel forced(aLevels.front());
+    CReferenceCheck check;
     for (const std::uint64_t nSeed : CaseSeeds(std::string("guard ") + KernelName(GetParam()), nCases))
     {
         CZoneScene scene = source.Make(GetParam(), nSeed);
-        RunReference(scene, expected);
+        check.Expect(scene);
         const std::size_t nBytes = static_cast<std::size_t>(source.ImageWidth() * source.ImageHeight());
         const std::uint8_t* pImage = scene.call.image.pPixels;
         for (const auto eFlush : {CGuardedMemory::Flush::Front, CGuardedMemory::Flush::Back})
@@ -77,19 +72,9 @@ TEST_P(ZoneKernelsGuarded, WholeImageIsReadToItsBordersAndNoFurther)
             std::uint8_t* pPlace = Place(Memory(eFlush), eFlush, nBytes);
             std::memcpy(pPlace, pImage, nBytes);
             scene.call.image.pPixels = pPlace;
-            for (const std::int64_t nLevel : aLevels)
-            {
-                forced.Change(nLevel);
-                RunThroughCall(scene, found);
-                ASSERT_EQ(found.DifferenceFrom(expected), "") << LevelName(nLevel) << ' ' << scene.Describe() << '\n'
-                                                              << ReplayHint(nSeed);
-                if (!StaysInsideTheRegion(GetParam()))
-                    continue;
-                RunPublic(scene, found);
-                ASSERT_EQ(found.DifferenceFrom(expected), "")
-                    << "by name, " << LevelName(nLevel) << ' ' << scene.Describe() << '\n'
-                    << ReplayHint(nSeed);
-            }
+            ASSERT_TRUE(check.Agrees(scene, byCall, ReplayHint(nSeed)));
+            if (StaysInsideTheRegion(GetParam()))
+                ASSERT_TRUE(check.Agrees(scene, byName, "by name; " + ReplayHint(nSeed)));
         }
     }
 }
@@ -99,10 +84,7 @@ TEST_P(ZoneKernelsGuarded, MapsAndTablesAreReadWhereTheRegionReachesAndNoFurther
     constexpr std::size_t nMaps = 7;
     const ZoneKernel eKernel = GetParam();
     const bool bFlagged = eKernel == ZoneKernel::VertFlag || eKernel == ZoneKernel::VertFlag2by2;
-    CZoneOutcome expected;
-    CZoneOutcome found;
-    const std::vector<std::int64_t> aLevels = VectorLevels();
-    CForcedLevel forced(aLevels.front());
+    CReferenceCheck check;
 
     for (const auto eFlush : {CGuardedMemory::Flush::Front, CGuardedMemory::Flush::Back})
     {
@@ -184,18 +166,9 @@ TEST_P(ZoneKernelsGuarded, MapsAndTablesAreReadWhereTheRegionReachesAndNoFurther
             scene.param.pTspTable = aTsp;
             scene.param.pTspTable2 = aTsp;
 
-            RunReference(scene, expected);
-            for (const std::int64_t nLevel : aLevels)
-            {
-                forced.Change(nLevel);
-                RunThroughCall(scene, found);
-                ASSERT_EQ(found.DifferenceFrom(expected), "") << LevelName(nLevel) << ' ' << scene.Describe() << '\n'
-                                                              << ReplayHint(nSeed);
-                RunPublic(scene, found);
-                ASSERT_EQ(found.DifferenceFrom(expected), "")
-                    << "by name, " << LevelName(nLevel) << ' ' << scene.Describe() << '\n'
-                    << ReplayHint(nSeed);
-            }
+            check.Expect(scene);
+            ASSERT_TRUE(check.Agrees(scene, byCall, ReplayHint(nSeed)));
+            ASSERT_TRUE(check.Agrees(scene, byName, "by name; " + ReplayHint(nSeed)));
         }
     }
 }

@@ -4,9 +4,8 @@
 
 #include <limits>
 
+#include "fast/zone_plain_scene.h"
 #include "support/random.h"
-#include "support/vector_levels.h"
-#include "zone_plain_scene.h"
 
 namespace narvo::test
 {
@@ -71,7 +70,7 @@ TEST(ZoneLarge, MoreHitsThanAWorkingSetHoldsAreAllPaired)
     plain.SetThreshold(-1); // equal greys are hits
     plain.Call().pairs.nSize = 100000;
     plain.Call().hits.nSize = 20000;
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     EXPECT_EQ(outcome.nReturned, 3 * 2432); // the last band's rows: 891 to 893
     EXPECT_EQ(outcome.nEndLine, 2432 + 16);
 }
@@ -83,7 +82,7 @@ TEST(ZoneLarge, PairArrayThatFillsFarInStopsAtTheStripOfTheReference)
     plain.SetThreshold(-1);
     plain.Call().pairs.nSize = 5000;
     plain.Call().hits.nSize = 20000;
-    const CZoneOutcome outcome = plain.Run();
+    const CKernelOutcome outcome = plain.Run();
     EXPECT_EQ(outcome.nReturned, 5000);
     EXPECT_GT(outcome.nEndLine, 1000);
     EXPECT_LT(outcome.nEndLine, 2432);

@@ -1,12 +1,10 @@
 // See zone_plain_scene.h.
-#include "zone_plain_scene.h"
+#include "fast/zone_plain_scene.h"
 
 #include <algorithm>
 #include <limits>
 
-#include <gtest/gtest.h>
-
-#include "support/vector_levels.h"
+#include "fast/reference_check.h"
 
 namespace narvo::test
 {
@@ -51,20 +49,13 @@ void CPlainScene::SetOrigins(int nColumns, std::vector<int> aRecords)
     scene.call.nRowBytes = static_cast<std::int64_t>(nColumns) * (bFlagged ? 12 : 8);
 }
 
-CZoneOutcome CPlainScene::Run()
+CKernelOutcome CPlainScene::Run()
 {
-    CZoneOutcome expected;
-    CZoneOutcome found;
-    RunReference(scene, expected);
-    for (const std::int64_t nLevel : VectorLevels())
-    {
-        const CForcedLevel forced(nLevel);
-        RunPublic(scene, found);
-        EXPECT_EQ(found.DifferenceFrom(expected), "") << LevelName(nLevel) << ", by name: " << scene.Describe();
-        RunThroughCall(scene, found);
-        EXPECT_EQ(found.DifferenceFrom(expected), "") << LevelName(nLevel) << ", by record: " << scene.Describe();
-    }
-    return found;
+    CReferenceCheck check;
+    const CKernelOutcome& expected = check.Expect(scene);
+    check.Agrees(scene, byName, "by name");
+    check.Agrees(scene, byCall, "by call record");
+    return expected;
 }
 
 } // namespace narvo::test

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "zone_scene.h"
+#include "fast/zone_scene.h"
 
 namespace narvo::test
 {
@@ -37,7 +37,7 @@ public:
 
     /// Runs reference and library, the library at every level both by name and through the common record; all must
     /// leave the same. Returns what they leave.
-    CZoneOutcome Run();
+    CKernelOutcome Run();
 
 private:
     int m_nWidth;

@@ -1,5 +1,5 @@
 // See zone_random_scene.h.
-#include "zone_random_scene.h"
+#include "fast/zone_random_scene.h"
 
 #include <algorithm>
 #include <cstring>
@@ -316,8 +316,8 @@ void CZoneSceneSource::MakeStartHits(CRandom& random)
     const bool bHorizontal = IsHorizontal(m_scene.eKernel);
     const bool bOneRow = bHorizontal && !random.OneIn(4);
     const int nHop = static_cast<int>((m_scene.call.nPitch16 + 8) >> 4);
-    m_scene.aHits.resize(static_cast<std::size_t>(random.Int(1, 20)));
-    for (CHit& hit : m_scene.aHits)
+    m_scene.aStartHits.resize(static_cast<std::size_t>(random.Int(1, 20)));
+    for (CStartHit& hit : m_scene.aStartHits)
     {
         hit.x = random.Int(static_cast<int>(rt.nLeft), static_cast<int>(rt.nRight));
         hit.y = random.Int(static_cast<int>(rt.nTop), static_cast<int>(rt.nBottom));
@@ -331,19 +331,19 @@ void CZoneSceneSource::MakeStartHits(CRandom& random)
         hit.nThreshold = random.OneIn(6) ? AnyInt(random) : random.Int(0, 60);
     }
     // Partners of some, one hop on.
-    const std::size_t nGiven = m_scene.aHits.size();
+    const std::size_t nGiven = m_scene.aStartHits.size();
     for (std::size_t i = 0; i < nGiven; i++)
     {
         if (!random.OneIn(3))
             continue;
-        CHit hit = m_scene.aHits[i];
+        CStartHit hit = m_scene.aStartHits[i];
         (bHorizontal ? hit.x : hit.y) += nHop;
         hit.nType = static_cast<short>(random.Pick({0, 1, 1, 4}));
-        m_scene.aHits.push_back(hit);
+        m_scene.aStartHits.push_back(hit);
     }
     if (!random.OneIn(4))
-        std::sort(m_scene.aHits.begin(), m_scene.aHits.end(),
-                  [](const CHit& a, const CHit& b) { return a.y != b.y ? a.y < b.y : a.x < b.x; });
+        std::sort(m_scene.aStartHits.begin(), m_scene.aStartHits.end(),
+                  [](const CStartHit& a, const CStartHit& b) { return a.y != b.y ? a.y < b.y : a.x < b.x; });
 }
 
 void CZoneSceneSource::MakeParam(CRandom& random)

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "fast/zone_scene.h"
 #include "support/random.h"
-#include "zone_scene.h"
 
 namespace narvo::test
 {

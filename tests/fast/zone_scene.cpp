@@ -1,5 +1,5 @@
 // See zone_scene.h.
-#include "zone_scene.h"
+#include "fast/zone_scene.h"
 
 #include <algorithm>
 #include <cstring>
@@ -83,126 +83,34 @@ std::string CZoneScene::Describe() const
     out << KernelName(eKernel) << " region " << call.region.nLeft << ',' << call.region.nTop << " to "
         << call.region.nRight << ',' << call.region.nBottom << " stride " << call.image.nStride << " rows "
         << call.image.nRows << " pitch16 " << call.nPitch16 << " cell " << call.nCellWidth << 'x' << call.nCellHeight
-        << " map stride " << call.nMapStride << " hits " << aHits.size() << '/' << call.hits.nSize << " pairs "
+        << " map stride " << call.nMapStride << " hits " << aStartHits.size() << '/' << call.hits.nSize << " pairs "
         << call.pairs.nCount << '/' << call.pairs.nSize << " keep " << call.bKeepSingle << " extra "
         << call.nThresholdExtra << " limit " << call.nGrayLimit << " vtd " << call.nVtdPitch16 << " table "
         << (call.pScanPitchTable != nullptr);
     return out.str();
 }
 
-void CZoneOutcome::Prepare(const CZoneScene& scene)
+CZoneCall CallOf(const CZoneScene& scene, CKernelOutcome& outcome)
 {
-    const auto nStart = static_cast<std::int64_t>(scene.aHits.size());
-    const auto nHitSpace = static_cast<std::size_t>(std::max(scene.call.hits.nSize, nStart) + 8);
-    for (std::vector<int>* pArray : {&aX, &aY, &aSrcGray, &aCmpGray, &aZoneIndex, &aThreshold})
-        pArray->assign(nHitSpace, nPattern);
-    aType.assign(nHitSpace, nShortPattern);
-    aPeak.assign(nHitSpace, nShortPattern);
-    for (std::size_t i = 0; i < scene.aHits.size(); i++)
-    {
-        const CHit& hit = scene.aHits[i];
-        aX[i] = hit.x;
-        aY[i] = hit.y;
-        aType[i] = hit.nType;
-        aPeak[i] = hit.nPeak;
-        aSrcGray[i] = hit.nSrcGray;
-        aCmpGray[i] = hit.nCmpGray;
-        aZoneIndex[i] = hit.nZoneIndex;
-        aThreshold[i] = hit.nThreshold;
-    }
-
-    CDefectPair pattern;
-    pattern.nDefectPos = pattern.nDefectPair = pattern.nDefectType = nPattern;
-    pattern.nPeak = pattern.ptDefect.x = pattern.ptDefect.y = pattern.nSrcGray = nPattern;
-    pattern.nCmpGray = pattern.nZoneIndex = pattern.nThreshold = pattern.nSubZone = nPattern;
-    aPairs.assign(
-        static_cast<std::size_t>(std::max<std::int64_t>({scene.call.pairs.nSize, scene.call.pairs.nCount, 0}) + 1),
-        pattern);
-    nReturned = nPattern;
-    nEndLine = nPattern;
-}
-
-CZoneCall CZoneOutcome::CallOf(const CZoneScene& scene)
-{
+    const auto nStart = static_cast<std::int64_t>(scene.aStartHits.size());
+    outcome.Prepare(scene.call.hits.nSize, scene.aStartHits, scene.call.pairs.nCount, scene.call.pairs.nSize);
     CZoneCall call = scene.call;
-    call.hits.nCount = static_cast<std::int64_t>(scene.aHits.size());
-    call.hits.pX = aX.data();
-    call.hits.pY = aY.data();
-    call.hits.pType = aType.data();
-    call.hits.pPeak = aPeak.data();
-    call.hits.pSrcGray = aSrcGray.data();
-    call.hits.pCmpGray = aCmpGray.data();
-    call.hits.pZoneIndex = aZoneIndex.data();
-    call.hits.pThreshold = aThreshold.data();
-    call.pairs.pBase = aPairs.data();
-    call.pairs.nStride = sizeof(CDefectPair);
-    call.pEndLine = &nEndLine;
+    call.hits = outcome.HitArrays(scene.call.hits.nSize, nStart);
+    call.pairs = outcome.PairSink(scene.call.pairs.nCount, scene.call.pairs.nSize);
+    call.pEndLine = &outcome.nEndLine;
     call.pParam = IsMember(scene.eKernel) ? &scene.param : nullptr;
     return call;
 }
 
-namespace
+void RunReference(const CZoneScene& scene, CKernelOutcome& outcome)
 {
-
-template <typename T>
-std::string ArrayDifference(const char* pName, const std::vector<T>& a, const std::vector<T>& b)
-{
-    for (std::size_t i = 0; i < a.size() && i < b.size(); i++)
-        if (a[i] != b[i])
-            return std::string(pName) + "[" + std::to_string(i) + "] is " + std::to_string(a[i]) + ", expected " +
-                   std::to_string(b[i]);
-    return a.size() == b.size() ? "" : std::string(pName) + " has another size";
-}
-
-std::string PairText(const CDefectPair& pair)
-{
-    std::ostringstream out;
-    out << "pos " << pair.nDefectPos << " pair " << pair.nDefectPair << " type " << pair.nDefectType << " peak "
-        << pair.nPeak << " at " << pair.ptDefect.x << ',' << pair.ptDefect.y << " src " << pair.nSrcGray << " cmp "
-        << pair.nCmpGray << " zone " << pair.nZoneIndex << " thr " << pair.nThreshold << " sub " << pair.nSubZone;
-    return out.str();
-}
-
-} // namespace
-
-std::string CZoneOutcome::DifferenceFrom(const CZoneOutcome& other) const
-{
-    if (nReturned != other.nReturned)
-        return "returned " + std::to_string(nReturned) + ", expected " + std::to_string(other.nReturned);
-    if (nEndLine != other.nEndLine)
-        return "end line " + std::to_string(nEndLine) + ", expected " + std::to_string(other.nEndLine);
-    for (std::size_t i = 0; i < aPairs.size() && i < other.aPairs.size(); i++)
-        if (std::memcmp(&aPairs[i], &other.aPairs[i], sizeof(CDefectPair)) != 0)
-            return "pair " + std::to_string(i) + " is " + PairText(aPairs[i]) + ", expected " +
-                   PairText(other.aPairs[i]);
-    std::string strFound;
-    const auto look = [&strFound](const char* pName, const auto& a, const auto& b)
-    {
-        if (strFound.empty() && a != b)
-            strFound = ArrayDifference(pName, a, b);
-    };
-    look("x", aX, other.aX);
-    look("y", aY, other.aY);
-    look("type", aType, other.aType);
-    look("peak", aPeak, other.aPeak);
-    look("source grey", aSrcGray, other.aSrcGray);
-    look("compare grey", aCmpGray, other.aCmpGray);
-    look("zone", aZoneIndex, other.aZoneIndex);
-    look("threshold", aThreshold, other.aThreshold);
-    return strFound;
-}
-
-void RunReference(const CZoneScene& scene, CZoneOutcome& outcome)
-{
-    outcome.Prepare(scene);
-    const CZoneCall call = outcome.CallOf(scene);
+    const CZoneCall call = CallOf(scene, outcome);
     outcome.nReturned = reference::RunZoneKernel(scene.eKernel, call);
 }
 
-void RunThroughCall(const CZoneScene& scene, CZoneOutcome& outcome)
+void RunThroughCall(const CZoneScene& scene, CKernelOutcome& outcome)
 {
-    outcome.Prepare(scene);
-    const CZoneCall call = outcome.CallOf(scene);
+    const CZoneCall call = CallOf(scene, outcome);
     outcome.nReturned = narvo::RunZoneKernel(scene.eKernel, call);
 }
 
@@ -230,12 +138,11 @@ constexpr std::int64_t nUnread = 0x7777;
 
 } // namespace
 
-void RunPublic(const CZoneScene& scene, CZoneOutcome& outcome)
+void RunPublic(const CZoneScene& scene, CKernelOutcome& outcome)
 {
     static CNarvoAssem engine;
 
-    outcome.Prepare(scene);
-    const CZoneCall c = outcome.CallOf(scene);
+    const CZoneCall c = CallOf(scene, outcome);
     auto* pImage = const_cast<unsigned char*>(c.image.pPixels);
     auto* pOffset = const_cast<short*>(c.pOffsetMap);
     auto* pGain = const_cast<short*>(c.pGainMap);
@@ -243,7 +150,7 @@ void RunPublic(const CZoneScene& scene, CZoneOutcome& outcome)
     auto* pClass = const_cast<short*>(c.pClassIdMap);
     auto* pScanTable = const_cast<int*>(c.pScanPitchTable);
     void* pOrigin = const_cast<int*>(c.pOriginTable);
-    std::vector<short> aStrip(static_cast<std::size_t>((c.region.nBottom - c.region.nTop + 2) * 16), nShortPattern);
+    std::vector<short> aStrip(static_cast<std::size_t>((c.region.nBottom - c.region.nTop + 2) * 16), nShortUntouched);
     short* pStrip = aStrip.data();
     if (IsMember(scene.eKernel))
         engine.ConvParam = scene.param;

@@ -30,25 +30,25 @@ TCall Prepared(const CTrapeziumScene<TCall>& scene, CKernelOutcome& outcome)
 
 } // namespace
 
-std::string Describe(const CTrapeziumHoriScene& scene)
+template <>
+std::string CTrapeziumHoriScene::Describe() const
 {
     std::ostringstream out;
-    const auto& call = scene.call;
     out << "ConvTrapeziumHori rows " << call.nTop << " to " << call.nBottom << " left " << call.nLeftTop << " to "
         << call.nLeftBottom << " right " << call.nRightTop << " to " << call.nRightBottom << " round "
         << call.nPitchRound;
-    DescribeCommon(out, call, scene.aStartHits.size());
+    DescribeCommon(out, call, aStartHits.size());
     return out.str();
 }
 
-std::string Describe(const CTrapeziumVertScene& scene)
+template <>
+std::string CTrapeziumVertScene::Describe() const
 {
     std::ostringstream out;
-    const auto& call = scene.call;
     out << "ConvTrapeziumVert columns " << call.nLeft << " to " << call.nRight << " top " << call.nTopLeft << " to "
         << call.nTopRight << " bottom " << call.nBottomLeft << " to " << call.nBottomRight << " conv pitch16 "
         << call.nConvPitch16;
-    DescribeCommon(out, call, scene.aStartHits.size());
+    DescribeCommon(out, call, aStartHits.size());
     return out.str();
 }
 

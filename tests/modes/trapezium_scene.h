@@ -22,13 +22,17 @@ struct CTrapeziumScene
 {
     TCall call;
     std::vector<CStartHit> aStartHits; ///< the hit count at the start is their number
+
+    std::string Describe() const;
 };
 
 using CTrapeziumHoriScene = CTrapeziumScene<CTrapeziumHoriCall>;
 using CTrapeziumVertScene = CTrapeziumScene<CTrapeziumVertCall>;
 
-std::string Describe(const CTrapeziumHoriScene& scene);
-std::string Describe(const CTrapeziumVertScene& scene);
+template <>
+std::string CTrapeziumHoriScene::Describe() const;
+template <>
+std::string CTrapeziumVertScene::Describe() const;
 
 /// The scene's call with an outcome's arrays, prepared.
 CTrapeziumHoriCall CallOf(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome);
