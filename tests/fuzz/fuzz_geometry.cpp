@@ -14,6 +14,7 @@
 #include "narvoassem/narvoassem.h"
 #include "reference/region_reference.h"
 #include "soak/case_source.h"
+#include "support/convex_polygon.h"
 
 namespace
 {
@@ -56,54 +57,6 @@ CPadPoligon MakePoligon(const std::vector<CPoint>& points)
     return poligon;
 }
 
-std::int64_t Cross(const CPoint& o, const CPoint& a, const CPoint& b)
-{
-    return (std::int64_t{a.x} - o.x) * (std::int64_t{b.y} - o.y) -
-           (std::int64_t{b.x} - o.x) * (std::int64_t{a.y} - o.y);
-}
-
-/// The convex hull, clockwise on screen, without needless vertices.
-std::vector<CPoint> MakeHull(std::vector<CPoint> points)
-{
-    std::sort(points.begin(), points.end(),
-              [](const CPoint& a, const CPoint& b) { return a.x != b.x ? a.x < b.x : a.y < b.y; });
-    points.erase(std::unique(points.begin(), points.end()), points.end());
-    if (points.size() < 3)
-        return {};
-    std::vector<CPoint> hull;
-    for (int nPass = 0; nPass < 2; ++nPass)
-    {
-        const std::size_t nBase = hull.size();
-        for (const CPoint& pt : points)
-        {
-            while (hull.size() >= nBase + 2 && Cross(hull[hull.size() - 2], hull.back(), pt) <= 0)
-                hull.pop_back();
-            hull.push_back(pt);
-        }
-        hull.pop_back();
-        std::reverse(points.begin(), points.end());
-    }
-    return hull;
-}
-
-/// The ends of a convex polygon on a row.
-void FindSpan(const std::vector<CPoint>& hull, int y, double& dLeft, double& dRight)
-{
-    dLeft = 1e18;
-    dRight = -1e18;
-    for (std::size_t i = 0; i < hull.size(); ++i)
-    {
-        const CPoint& a = hull[i];
-        const CPoint& b = hull[(i + 1) % hull.size()];
-        if (y < std::min(a.y, b.y) || y > std::max(a.y, b.y))
-            continue;
-        const double dFrom = a.y == b.y ? a.x : a.x + static_cast<double>(y - a.y) * (b.x - a.x) / (b.y - a.y);
-        const double dTo = a.y == b.y ? b.x : dFrom;
-        dLeft = std::min({dLeft, dFrom, dTo});
-        dRight = std::max({dRight, dFrom, dTo});
-    }
-}
-
 // --- cuts of convex polygons ---
 
 void RequireTiling(const std::vector<CPoint>& hull)
@@ -127,10 +80,8 @@ void RequireTiling(const std::vector<CPoint>& hull)
             Require(pAbove[3].x == pCorner[0].x && pAbove[3].y == pCorner[0].y && pAbove[2].x == pCorner[1].x,
                     "trapezia meet");
         }
-        double dLeft = 0;
-        double dRight = 0;
-        FindSpan(hull, pCorner[3].y, dLeft, dRight);
-        Require(std::abs(pCorner[3].x - dLeft) < i + 1.0 && std::abs(pCorner[2].x - dRight) < i + 1.0,
+        const CSpan span = FindSpan(hull, pCorner[3].y);
+        Require(std::abs(pCorner[3].x - span.dLeft) < i + 1.0 && std::abs(pCorner[2].x - span.dRight) < i + 1.0,
                 "sides follow the polygon but for a truncation in each cut");
     }
 }

@@ -8,12 +8,16 @@
 #include <random>
 #include <vector>
 
+#include "support/convex_polygon.h"
 #include "gmock/gmock.h"
 #include "gtest/gtest.h"
 
 namespace
 {
 
+using narvo::test::CSpan;
+using narvo::test::FindSpan;
+using narvo::test::MakeHull;
 using testing::ElementsAre;
 
 CPadPoligon MakePoligon(std::initializer_list<CPadPoint> points)
@@ -225,49 +229,6 @@ TEST(MarginCut, CutIntoThePolygonItselfWorksOnACopy)
 
 // --- random convex polygons ---
 
-/// Convex hull, clockwise on screen, without collinear vertices; empty when it has fewer than 3 or more than 10.
-std::vector<CPadPoint> MakeHull(std::vector<CPadPoint> points)
-{
-    std::sort(points.begin(), points.end(),
-              [](const CPadPoint& a, const CPadPoint& b) { return a.x != b.x ? a.x < b.x : a.y < b.y; });
-    const auto cross = [](const CPadPoint& o, const CPadPoint& a, const CPadPoint& b)
-    { return std::int64_t{a.x - o.x} * (b.y - o.y) - std::int64_t{b.x - o.x} * (a.y - o.y); };
-    std::vector<CPadPoint> hull;
-    for (int nPass = 0; nPass < 2; ++nPass)
-    {
-        const std::size_t nBase = hull.size();
-        for (const CPadPoint& pt : points)
-        {
-            while (hull.size() >= nBase + 2 && cross(hull[hull.size() - 2], hull.back(), pt) <= 0)
-                hull.pop_back();
-            hull.push_back(pt);
-        }
-        hull.pop_back();
-        std::reverse(points.begin(), points.end());
-    }
-    if (hull.size() < 3 || hull.size() > 10)
-        hull.clear();
-    return hull;
-}
-
-/// The polygon's left and right ends on a row, exact.
-void FindSpan(const std::vector<CPadPoint>& hull, int y, double& dLeft, double& dRight)
-{
-    dLeft = 1e18;
-    dRight = -1e18;
-    for (std::size_t i = 0; i < hull.size(); ++i)
-    {
-        const CPadPoint& a = hull[i];
-        const CPadPoint& b = hull[(i + 1) % hull.size()];
-        if (y < std::min(a.y, b.y) || y > std::max(a.y, b.y))
-            continue;
-        const double dFrom = a.y == b.y ? a.x : a.x + static_cast<double>(y - a.y) * (b.x - a.x) / (b.y - a.y);
-        const double dTo = a.y == b.y ? b.x : dFrom;
-        dLeft = std::min({dLeft, dFrom, dTo});
-        dRight = std::max({dRight, dFrom, dTo});
-    }
-}
-
 TEST(TrapeziumCut, TrapeziaOfConvexPolygonsTileThemFromTopToBottom)
 {
     std::mt19937 random(7);
@@ -280,7 +241,7 @@ TEST(TrapeziumCut, TrapeziaOfConvexPolygonsTileThemFromTopToBottom)
         for (CPadPoint& pt : points)
             pt.SetPoint(coordinate(random), coordinate(random));
         std::vector<CPadPoint> hull = MakeHull(points);
-        if (hull.empty())
+        if (hull.empty() || hull.size() > CPadPoligon::nPointLimit)
             continue;
         std::rotate(hull.begin(), hull.begin() + static_cast<long>(random() % hull.size()), hull.end());
         if (random() % 2 != 0)
@@ -311,11 +272,9 @@ TEST(TrapeziumCut, TrapeziaOfConvexPolygonsTileThemFromTopToBottom)
                 ASSERT_EQ(pAbove[2].x, pCorner[1].x);
             }
             // One truncation per cut, and errors only shrink toward the next vertex.
-            double dLeft = 0;
-            double dRight = 0;
-            FindSpan(hull, pCorner[3].y, dLeft, dRight);
-            ASSERT_LT(std::abs(pCorner[3].x - dLeft), i + 1.0);
-            ASSERT_LT(std::abs(pCorner[2].x - dRight), i + 1.0);
+            const CSpan span = FindSpan(hull, pCorner[3].y);
+            ASSERT_LT(std::abs(pCorner[3].x - span.dLeft), i + 1.0);
+            ASSERT_LT(std::abs(pCorner[2].x - span.dRight), i + 1.0);
         }
     }
     EXPECT_GT(nCut, 5000);

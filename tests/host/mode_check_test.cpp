@@ -2,6 +2,7 @@
 #include "host/host_test_help.h"
 #include "host/recipe_check.h"
 #include "host/recipe_fields.h"
+#include "host/recipe_settings.h"
 
 namespace narvo
 {
@@ -79,79 +80,28 @@ TEST(ModeCheck, EveryRowOfAFieldWithSeveralServesKindsOfItsOwn)
                 << field.path;
 }
 
-struct Setting
-{
-    const char* field;
-    void (*give)(Recipe&);
-};
-
-const Setting settings[] = {
-    {"tables.conv_pitch", [](Recipe& recipe) { recipe.convPitches.assign(25, 20.5); }},
-    {"tables.scan_pitch", [](Recipe& recipe) { recipe.scanPitches.assign(19, 30.25); }},
-    {"kernel.extended", [](Recipe& recipe) { recipe.extendedKernel = true; }},
-    {"kernel.cross_shift", [](Recipe& recipe) { recipe.crossShift = 0.25; }},
-    {"kernel.line_buffer", [](Recipe& recipe) { recipe.lineBuffer = false; }},
-    {"kernel.two_segment", [](Recipe& recipe) { recipe.twoSegment = true; }},
-    {"kernel.average_2by2", [](Recipe& recipe) { recipe.average2by2 = true; }},
-    {"kernel.dark_base", [](Recipe& recipe) { recipe.darkFilterBase = 5; }},
-    {"kernel.class_pitch", [](Recipe& recipe) { recipe.classPitch = 30.25; }},
-    {"twice.pitch", [](Recipe& recipe) { recipe.twicePitch = 60.5; }},
-    {"keep_singles", [](Recipe& recipe) { recipe.keepSingles = false; }},
-    {"dead_zones", [](Recipe& recipe) { recipe.deadZones = {CRect(0, 0, 5, 5)}; }},
-    {"window",
-     [](Recipe& recipe)
-     {
-         recipe.windowWidth = recipe.direction == Direction_Vertical ? 2 : 3;
-         recipe.windowHeight = recipe.direction == Direction_Vertical ? 3 : 2;
-     }},
-    {"window 3 by 3",
-     [](Recipe& recipe)
-     {
-         recipe.windowWidth = 3;
-         recipe.windowHeight = 3;
-         recipe.greyLimit = 227;
-     }},
-    {"polygon",
-     [](Recipe& recipe)
-     {
-         recipe.regionShape = RegionShape_Polygon;
-         recipe.regionPoints = {{0, 0}, {400, 0}, {200, 300}};
-     }},
-    {"trapezium",
-     [](Recipe& recipe)
-     {
-         recipe.regionShape = RegionShape_Trapezium;
-         recipe.regionPoints = {{0, 0}, {400, 0}, {200, 300}};
-     }},
-};
-
-using Names = std::initializer_list<const char*>;
-
-std::vector<Problem> ProblemsWith(const char* mode, Names names, Direction direction = Direction_Vertical)
+std::vector<Problem> ProblemsWith(const char* mode, SettingNames names, Direction direction = Direction_Vertical)
 {
     Recipe recipe = SmallestOf(mode);
     recipe.direction = direction;
-    for (const char* name : names)
-        for (const Setting& setting : settings)
-            if (std::string_view(setting.field) == name)
-                setting.give(recipe);
+    GiveSettings(recipe, names);
     return CheckRecipe(recipe);
 }
 
 TEST(ModeCheck, CombinationsThatSelectOnePixelKernelPass)
 {
-    for (const Names& names :
-         std::initializer_list<Names>{{"tables.scan_pitch", "kernel.extended", "kernel.dark_base"},
-                                      {"tables.scan_pitch", "kernel.dark_base"},
-                                      {"tables.scan_pitch", "keep_singles"},
-                                      {"kernel.line_buffer"},
-                                      {"kernel.extended", "twice.pitch", "dead_zones"},
-                                      {"kernel.extended", "twice.pitch", "kernel.dark_base"},
-                                      {"kernel.extended", "kernel.class_pitch", "kernel.dark_base"},
-                                      {"kernel.extended", "kernel.cross_shift"},
-                                      {"kernel.dark_base"}})
+    for (const SettingNames& names :
+         std::initializer_list<SettingNames>{{"tables.scan_pitch", "kernel.extended", "kernel.dark_base"},
+                                             {"tables.scan_pitch", "kernel.dark_base"},
+                                             {"tables.scan_pitch", "keep_singles"},
+                                             {"kernel.line_buffer"},
+                                             {"kernel.extended", "twice.pitch", "dead_zones"},
+                                             {"kernel.extended", "twice.pitch", "kernel.dark_base"},
+                                             {"kernel.extended", "kernel.class_pitch", "kernel.dark_base"},
+                                             {"kernel.extended", "kernel.cross_shift"},
+                                             {"kernel.dark_base"}})
         EXPECT_THAT(ProblemsWith("pixel", names), IsEmpty());
-    for (const Names& names : std::initializer_list<Names>{
+    for (const SettingNames& names : std::initializer_list<SettingNames>{
              {"tables.conv_pitch"}, {"kernel.extended"}, {"kernel.extended", "twice.pitch"}, {"keep_singles"}})
         EXPECT_THAT(ProblemsWith("pixel", names, Direction_Horizontal), IsEmpty());
 }
@@ -177,17 +127,17 @@ TEST(ModeCheck, SettingsThatThePixelKernelDoesNotReadAreRefused)
 
 TEST(ModeCheck, CombinationsThatSelectOneFloatKernelPass)
 {
-    for (const Names& names :
-         std::initializer_list<Names>{{"tables.scan_pitch", "kernel.extended", "kernel.cross_shift", "dead_zones"},
-                                      {"kernel.cross_shift", "kernel.extended", "kernel.dark_base"},
-                                      {"tables.scan_pitch", "kernel.cross_shift"},
-                                      {"window"},
-                                      {"window 3 by 3"},
-                                      {"kernel.extended", "dead_zones", "kernel.dark_base", "keep_singles"},
-                                      {"polygon", "kernel.dark_base", "keep_singles"},
-                                      {"trapezium"}})
+    for (const SettingNames& names : std::initializer_list<SettingNames>{
+             {"tables.scan_pitch", "kernel.extended", "kernel.cross_shift", "dead_zones"},
+             {"kernel.cross_shift", "kernel.extended", "kernel.dark_base"},
+             {"tables.scan_pitch", "kernel.cross_shift"},
+             {"window"},
+             {"window 3 by 3"},
+             {"kernel.extended", "dead_zones", "kernel.dark_base", "keep_singles"},
+             {"polygon", "kernel.dark_base", "keep_singles"},
+             {"trapezium"}})
         EXPECT_THAT(ProblemsWith("float", names), IsEmpty());
-    for (const Names& names : std::initializer_list<Names>{
+    for (const SettingNames& names : std::initializer_list<SettingNames>{
              {"tables.conv_pitch"}, {"tables.conv_pitch", "window"}, {"window"}, {"window 3 by 3"}, {"trapezium"}})
         EXPECT_THAT(ProblemsWith("float", names, Direction_Horizontal), IsEmpty());
 }
