@@ -58,16 +58,19 @@ namespace HWY_NAMESPACE
 namespace
 {
 
-/// The map pointers of one run: the maps given, or zeros.
-struct CRunMaps
+/// What one run reads besides its source: the reference rows at its displacement, and the maps given, or zeros.
+struct CRunRows
 {
+    const std::uint8_t* pNear;
+    const std::uint8_t* pFar;
     const std::int16_t* pOffset;
     const std::int16_t* pGain;
     const std::int16_t* pKnee;
     const std::int16_t* pOffset2;
     const std::int16_t* pGain2;
 
-    CRunMaps(const CFindRow& row, const CStripRun& run)
+    CRunRows(const CFindRow& row, const CStripRun& run)
+        : pNear(row.pNear + run.nDisplacement), pFar(row.pFar + run.nDisplacement)
     {
         const std::int64_t nElement = run.nMapBase + row.nMapRow;
         const auto select = [&](const std::int16_t* pMap) { return pMap != nullptr ? pMap + nElement : row.pZeroMap; };
@@ -83,19 +86,19 @@ struct CRunMaps
 
 /// One pixel at column x of the row, element i of its run.
 template <CFindTraits kTraits>
-bool IsHit(const CFindRow& row, const CRunMaps& maps, std::int64_t x, std::int64_t i)
+bool IsHit(const CFindRow& row, const CRunRows& rows, std::int64_t x, std::int64_t i)
 {
     std::uint16_t nSrc = row.pSrc[x];
     std::uint16_t nCmp;
     if constexpr (kTraits.eReference == FindReference::Column)
-        nCmp = narvo::Interpolate(row.pNear[x], static_cast<std::uint16_t>(row.pColumnNear[x]), row.pFar[x],
+        nCmp = narvo::Interpolate(rows.pNear[x], static_cast<std::uint16_t>(row.pColumnNear[x]), rows.pFar[x],
                                   static_cast<std::uint16_t>(row.pColumnFar[x]));
     else if constexpr (kTraits.eReference == FindReference::Bilinear)
         nCmp = narvo::Interpolate(
-            narvo::Interpolate(row.pNear[x], row.nWeightLeft, row.pNear[x + 1], row.nWeightRight), row.nWeightNear,
-            narvo::Interpolate(row.pFar[x], row.nWeightLeft, row.pFar[x + 1], row.nWeightRight), row.nWeightFar);
+            narvo::Interpolate(rows.pNear[x], row.nWeightLeft, rows.pNear[x + 1], row.nWeightRight), row.nWeightNear,
+            narvo::Interpolate(rows.pFar[x], row.nWeightLeft, rows.pFar[x + 1], row.nWeightRight), row.nWeightFar);
     else
-        nCmp = narvo::Interpolate(row.pNear[x], row.nWeightNear, row.pFar[x], row.nWeightFar);
+        nCmp = narvo::Interpolate(rows.pNear[x], row.nWeightNear, rows.pFar[x], row.nWeightFar);
     if constexpr (kTraits.eThreshold != FindThreshold::Knee)
     {
         nSrc = std::min(nSrc, row.nGrayLimit);
@@ -107,10 +110,10 @@ bool IsHit(const CFindRow& row, const CRunMaps& maps, std::int64_t x, std::int64
     };
     std::int16_t nThreshold;
     if constexpr (kTraits.eThreshold == FindThreshold::Map)
-        nThreshold = fromMaps(maps.pGain, maps.pOffset);
+        nThreshold = fromMaps(rows.pGain, rows.pOffset);
     else if constexpr (kTraits.eThreshold == FindThreshold::Knee)
-        nThreshold = static_cast<std::int16_t>(nMax) > maps.pKnee[i] ? fromMaps(maps.pGain2, maps.pOffset2)
-                                                                     : fromMaps(maps.pGain, maps.pOffset);
+        nThreshold = static_cast<std::int16_t>(nMax) > rows.pKnee[i] ? fromMaps(rows.pGain2, rows.pOffset2)
+                                                                     : fromMaps(rows.pGain, rows.pOffset);
     else if constexpr (kTraits.eThreshold == FindThreshold::Floor)
         nThreshold = static_cast<std::int16_t>(row.nBase);
     else
@@ -125,14 +128,14 @@ bool IsHit(const CFindRow& row, const CRunMaps& maps, std::int64_t x, std::int64
 template <CFindTraits kTraits>
 void FindRun(const CFindRow& row, const CStripRun& run)
 {
-    const CRunMaps maps(row, run);
+    const CRunRows rows(row, run);
     for (std::int64_t nStrip = 0; nStrip < run.nStripCount; ++nStrip)
     {
         unsigned nMask = 0;
         for (std::int64_t k = 0; k < kStripWidth; ++k)
         {
             const std::int64_t i = nStrip * kStripWidth + k;
-            nMask |= static_cast<unsigned>(IsHit<kTraits>(row, maps, run.nFirstStrip * kStripWidth + i, i)) << k;
+            nMask |= static_cast<unsigned>(IsHit<kTraits>(row, rows, run.nFirstStrip * kStripWidth + i, i)) << k;
         }
         row.pMask[run.nFirstStrip + nStrip] = static_cast<std::uint16_t>(nMask);
     }
@@ -157,25 +160,27 @@ struct CRowLanes
 };
 
 template <CFindTraits kTraits, class D>
-HWY_INLINE hn::Vec<D> LoadReference(D d, const CFindRow& row, const CRowLanes<D>& lanes, std::int64_t x)
+HWY_INLINE hn::Vec<D> LoadReference(D d, const CFindRow& row, const CRowLanes<D>& lanes, const CRunRows& rows,
+                                    std::int64_t x)
 {
     if constexpr (kTraits.eReference == FindReference::Column)
-        return Interpolate(LoadWide(d, row.pNear + x), LoadMap(d, row.pColumnNear + x), LoadWide(d, row.pFar + x),
+        return Interpolate(LoadWide(d, rows.pNear + x), LoadMap(d, row.pColumnNear + x), LoadWide(d, rows.pFar + x),
                            LoadMap(d, row.pColumnFar + x));
     else if constexpr (kTraits.eReference == FindReference::Bilinear)
     {
-        const auto vNear = Interpolate(LoadWide(d, row.pNear + x), lanes.vWeightLeft, LoadWide(d, row.pNear + x + 1),
+        const auto vNear = Interpolate(LoadWide(d, rows.pNear + x), lanes.vWeightLeft, LoadWide(d, rows.pNear + x + 1),
                                        lanes.vWeightRight);
-        const auto vFar = Interpolate(LoadWide(d, row.pFar + x), lanes.vWeightLeft, LoadWide(d, row.pFar + x + 1),
+        const auto vFar = Interpolate(LoadWide(d, rows.pFar + x), lanes.vWeightLeft, LoadWide(d, rows.pFar + x + 1),
                                       lanes.vWeightRight);
         return Interpolate(vNear, lanes.vWeightNear, vFar, lanes.vWeightFar);
     }
     else
-        return Interpolate(LoadWide(d, row.pNear + x), lanes.vWeightNear, LoadWide(d, row.pFar + x), lanes.vWeightFar);
+        return Interpolate(LoadWide(d, rows.pNear + x), lanes.vWeightNear, LoadWide(d, rows.pFar + x),
+                           lanes.vWeightFar);
 }
 
 template <CFindTraits kTraits, class D>
-HWY_INLINE hn::Vec<D> LoadThreshold(D d, const CRowLanes<D>& lanes, const CRunMaps& maps, hn::Vec<D> vMax,
+HWY_INLINE hn::Vec<D> LoadThreshold(D d, const CRowLanes<D>& lanes, const CRunRows& rows, hn::Vec<D> vMax,
                                     std::int64_t i)
 {
     if constexpr (kTraits.eThreshold == FindThreshold::Floor)
@@ -194,15 +199,15 @@ HWY_INLINE hn::Vec<D> LoadThreshold(D d, const CRowLanes<D>& lanes, const CRunMa
     }
     else
     {
-        const auto vThreshold = FormThreshold(vMax, LoadMap(d, maps.pGain + i), LoadMap(d, maps.pOffset + i));
+        const auto vThreshold = FormThreshold(vMax, LoadMap(d, rows.pGain + i), LoadMap(d, rows.pOffset + i));
         if constexpr (kTraits.eThreshold == FindThreshold::Map)
             return vThreshold;
         else
         {
             const hn::RebindToSigned<D> di;
-            const auto bUpper = hn::RebindMask(d, hn::Gt(hn::BitCast(di, vMax), hn::LoadU(di, maps.pKnee + i)));
+            const auto bUpper = hn::RebindMask(d, hn::Gt(hn::BitCast(di, vMax), hn::LoadU(di, rows.pKnee + i)));
             return hn::IfThenElse(
-                bUpper, FormThreshold(vMax, LoadMap(d, maps.pGain2 + i), LoadMap(d, maps.pOffset2 + i)), vThreshold);
+                bUpper, FormThreshold(vMax, LoadMap(d, rows.pGain2 + i), LoadMap(d, rows.pOffset2 + i)), vThreshold);
         }
     }
 }
@@ -210,16 +215,16 @@ HWY_INLINE hn::Vec<D> LoadThreshold(D d, const CRowLanes<D>& lanes, const CRunMa
 /// As many pixels as d has lanes, at column x of the row, element i of the run.
 template <CFindTraits kTraits, class D>
 HWY_INLINE hn::Mask<hn::RebindToSigned<D>> FindBlock(D d, const CFindRow& row, const CRowLanes<D>& lanes,
-                                                     const CRunMaps& maps, std::int64_t x, std::int64_t i)
+                                                     const CRunRows& rows, std::int64_t x, std::int64_t i)
 {
     auto vSrc = LoadWide(d, row.pSrc + x);
-    auto vCmp = LoadReference<kTraits>(d, row, lanes, x);
+    auto vCmp = LoadReference<kTraits>(d, row, lanes, rows, x);
     if constexpr (kTraits.eThreshold != FindThreshold::Knee)
     {
         vSrc = hn::Min(vSrc, lanes.vGrayLimit);
         vCmp = hn::Min(vCmp, lanes.vGrayLimit);
     }
-    return IsHit(d, vSrc, vCmp, LoadThreshold<kTraits>(d, lanes, maps, hn::Max(vSrc, vCmp), i));
+    return IsHit(d, vSrc, vCmp, LoadThreshold<kTraits>(d, lanes, rows, hn::Max(vSrc, vCmp), i));
 }
 
 /// The widest vector, and the one that a strip is always a multiple of.
@@ -234,7 +239,7 @@ HWY_INLINE void FindRun(const CFindRow& row, const CStripRun& run, const CRowLan
     const CStripTag dStrip;
     const hn::RebindToSigned<CWideTag> di;
     const hn::RebindToSigned<CStripTag> diStrip;
-    const CRunMaps maps(row, run);
+    const CRunRows rows(row, run);
     const auto nLanes = static_cast<std::int64_t>(hn::Lanes(d));
     const std::int64_t nFirst = run.nFirstStrip * kStripWidth;
     const std::int64_t nColumns = run.nStripCount * kStripWidth;
@@ -242,15 +247,15 @@ HWY_INLINE void FindRun(const CFindRow& row, const CStripRun& run, const CRowLan
     std::int64_t i = 0;
     for (; i + 2 * nLanes <= nColumns; i += 2 * nLanes)
     {
-        hwy::Prefetch(row.pFar + row.nPrefetch + nFirst + i);
-        const auto bFirst = FindBlock<kTraits>(d, row, lanes, maps, nFirst + i, i);
-        const auto bSecond = FindBlock<kTraits>(d, row, lanes, maps, nFirst + i + nLanes, i + nLanes);
+        hwy::Prefetch(rows.pFar + row.nPrefetch + nFirst + i);
+        const auto bFirst = FindBlock<kTraits>(d, row, lanes, rows, nFirst + i, i);
+        const auto bSecond = FindBlock<kTraits>(d, row, lanes, rows, nFirst + i + nLanes, i + nLanes);
         StoreMaskPair(di, bFirst, bSecond, pBits + i / 8);
     }
     for (; i + nLanes <= nColumns; i += nLanes)
-        hn::StoreMaskBits(di, FindBlock<kTraits>(d, row, lanes, maps, nFirst + i, i), pBits + i / 8);
+        hn::StoreMaskBits(di, FindBlock<kTraits>(d, row, lanes, rows, nFirst + i, i), pBits + i / 8);
     for (; i < nColumns; i += static_cast<std::int64_t>(hn::Lanes(dStrip)))
-        hn::StoreMaskBits(diStrip, FindBlock<kTraits>(dStrip, row, lanesStrip, maps, nFirst + i, i), pBits + i / 8);
+        hn::StoreMaskBits(diStrip, FindBlock<kTraits>(dStrip, row, lanesStrip, rows, nFirst + i, i), pBits + i / 8);
 }
 
 #endif

@@ -28,17 +28,19 @@ enum class FindVariant
     Count
 };
 
-/// Neighbouring strips whose map elements follow one another.
+/// Neighbouring strips whose map elements follow one another and whose references are displaced alike.
 struct CStripRun
 {
     std::int64_t nFirstStrip = 0; ///< index within the row
     std::int64_t nStripCount = 0;
     std::int64_t nMapBase = 0; ///< element of the run's first pixel, less nMapRow of the row
+    std::int64_t nDisplacement =
+        0; ///< column variants: bytes from a pixel's place in the reference rows to its reference
 };
 
 /// One row. Byte rows begin at the first pixel of the first strip and hold 16 bytes for each strip; those marked +1
-/// hold one byte more. Arithmetic is done on 16-bit lanes: products and sums wrap, shifts are logical, the threshold
-/// test is signed.
+/// hold one byte more. The reference rows of the column variants hold them where the runs' displacements lead.
+/// Arithmetic is done on 16-bit lanes: products and sums wrap, shifts are logical, the threshold test is signed.
 struct CFindRow
 {
     const std::uint8_t* pSrc = nullptr;  ///< source row

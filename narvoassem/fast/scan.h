@@ -60,26 +60,22 @@ struct CScanTraits
     }
 };
 
-/// The runs of a row as they are listed: neighbours whose map elements follow one another become one.
+/// The runs of a row as they are listed: neighbours whose map elements follow one another become one. With column
+/// tables a run ends where the displacement changes, too.
 class CRunList
 {
 public:
     explicit CRunList(CScanScratch& scratch) : m_scratch(scratch) {}
 
     void Clear() { m_nCount = 0; }
+    /// From now on strip n of a row is compared with what lies pDisplacements[n] bytes on.
+    void Displace(const std::int64_t* pDisplacements) { m_pDisplacements = pDisplacements; }
     void Add(std::int64_t nFirstStrip, std::int64_t nStripCount, std::int64_t nMapBase)
     {
-        if (m_nCount > 0)
-        {
-            CStripRun& last = m_scratch.runs[m_nCount - 1];
-            if (last.nFirstStrip + last.nStripCount == nFirstStrip &&
-                last.nMapBase + last.nStripCount * kStripWidth == nMapBase)
-            {
-                last.nStripCount += nStripCount;
-                return;
-            }
-        }
-        m_scratch.runs[m_nCount++] = {nFirstStrip, nStripCount, nMapBase};
+        if (m_pDisplacements == nullptr)
+            return AddAlike({nFirstStrip, nStripCount, nMapBase, 0});
+        for (std::int64_t n = 0; n < nStripCount; ++n)
+            AddAlike({nFirstStrip + n, 1, nMapBase + n * kStripWidth, m_pDisplacements[nFirstStrip + n]});
     }
     void PutInto(CFindRow& row)
     {
@@ -88,7 +84,24 @@ public:
     }
 
 private:
+    void AddAlike(const CStripRun& run)
+    {
+        if (m_nCount > 0)
+        {
+            CStripRun& last = m_scratch.runs[m_nCount - 1];
+            if (last.nFirstStrip + last.nStripCount == run.nFirstStrip &&
+                last.nMapBase + last.nStripCount * kStripWidth == run.nMapBase &&
+                last.nDisplacement == run.nDisplacement)
+            {
+                last.nStripCount += run.nStripCount;
+                return;
+            }
+        }
+        m_scratch.runs[m_nCount++] = run;
+    }
+
     CScanScratch& m_scratch;
+    const std::int64_t* m_pDisplacements = nullptr;
     std::size_t m_nCount = 0;
 };
 

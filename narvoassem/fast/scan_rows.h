@@ -3,9 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 
-#include "hwy/cache_control.h"
 #include "narvoassem/fast/pixel_values.h"
 #include "narvoassem/fast/scan.h"
 
@@ -84,7 +82,11 @@ private:
         m_row.nMapRow = m_rule.MapRow(y);
         m_row.pSrc = ReadRow(image, nLeft, y, nColumns, m_scratch.rowCopy[0].Data());
         if constexpr (kColumnTables)
-            GatherReference(y);
+        {
+            m_row.pNear = ReadRow(image, nLeft + m_nReferenceFirst, y, m_nReferenceBytes, m_scratch.rowCopy[1].Data()) -
+                          m_nReferenceFirst;
+            m_row.pFar = m_row.pNear + 1;
+        }
         else
         {
             m_row.pNear = ReadRow(image, nLeft + m_pitch.nWhole, y, nColumns, m_scratch.rowCopy[1].Data());
@@ -100,47 +102,24 @@ private:
     {
         if (!m_scratch.displacement.Reserve(static_cast<std::size_t>(m_nStrips)))
             return false;
+        std::int64_t* const pDisplacements = m_scratch.displacement.Data();
+        std::int64_t nEnd = 0;
         for (std::int64_t nStrip = 0; nStrip < m_nStrips; ++nStrip)
         {
-            const std::int64_t nDisplacement = m_rule.BlockDisplacement(m_call.region.nLeft + nStrip * kStripWidth);
-            m_scratch.displacement[static_cast<std::size_t>(nStrip)] = nDisplacement;
-            m_nLeastPlace = std::min(m_nLeastPlace, nStrip * kStripWidth + nDisplacement);
-            m_nLastPlace = std::max(m_nLastPlace, nStrip * kStripWidth + nDisplacement + kStripWidth);
+            pDisplacements[nStrip] = m_rule.BlockDisplacement(m_call.region.nLeft + nStrip * kStripWidth);
+            const std::int64_t nPlace = nStrip * kStripWidth + pDisplacements[nStrip];
+            m_nReferenceFirst = nStrip == 0 ? nPlace : std::min(m_nReferenceFirst, nPlace);
+            nEnd = nStrip == 0 ? nPlace : std::max(nEnd, nPlace);
         }
-        return true;
-    }
-
-    /// Lays the displaced blocks of a row side by side.
-    void GatherReference(std::int64_t y)
-    {
-        const CImageView& image = m_call.image;
-        const std::int64_t nLeft = m_call.region.nLeft;
-        const std::int64_t nFirst = y * image.nStride + nLeft;
-        // The border rule is asked for block by block only where a block may reach beyond the image's bytes.
-        const bool bInside =
-            image.nRows == 0 || (nFirst + m_nLeastPlace >= 0 && nFirst + m_nLastPlace < image.nRows * image.nStride);
-        const std::uint8_t* pRow = image.pPixels + nFirst;
-        std::uint8_t* pNear = m_scratch.rowCopy[1].Data();
-        std::uint8_t* pFar = m_scratch.rowCopy[2].Data();
-        for (std::int64_t n = 0; n < m_nStrips * kStripWidth; n += kStripWidth)
-        {
-            const std::int64_t nPlace = n + m_scratch.displacement[static_cast<std::size_t>(n / kStripWidth)];
-            std::uint8_t copy[kStripWidth + 1];
-            const std::uint8_t* pBlock =
-                bInside ? pRow + nPlace : ReadRow(image, nLeft + nPlace, y, kStripWidth + 1, copy);
-            hwy::Prefetch(pRow + n + image.nStride);
-            std::memcpy(pNear + n, pBlock, kStripWidth);
-            std::memcpy(pFar + n, pBlock + 1, kStripWidth);
-        }
-        m_row.pNear = pNear;
-        m_row.pFar = pFar;
-        m_row.nPrefetch = 0; // the copies are at hand
+        m_nReferenceBytes = m_nStrips == 0 ? 0 : nEnd + kStripWidth + 1 - m_nReferenceFirst;
+        this->m_runs.Displace(pDisplacements);
+        return m_scratch.rowCopy[1].Reserve(static_cast<std::size_t>(m_nReferenceBytes));
     }
 
     std::int64_t m_nScanEnd;
     std::int64_t m_nStrips;
-    std::int64_t m_nLeastPlace = 0; ///< column tables: least and last place that a block reads, from the region's left
-    std::int64_t m_nLastPlace = 0;
+    std::int64_t m_nReferenceFirst = 0; ///< column tables: first place that a block reads, from the region's left
+    std::int64_t m_nReferenceBytes = 0; ///< and how far the places reach
 };
 
 } // namespace narvo

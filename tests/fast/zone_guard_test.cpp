@@ -73,8 +73,9 @@ TEST_P(ZoneKernelsGuarded, WholeImageIsReadToItsBordersAndNoFurther)
             std::memcpy(pPlace, pImage, nBytes);
             scene.call.image.pPixels = pPlace;
             ASSERT_TRUE(check.Agrees(scene, byCall, ReplayHint(nSeed)));
-            if (StaysInsideTheRegion(GetParam()))
-                ASSERT_TRUE(check.Agrees(scene, byName, "by name; " + ReplayHint(nSeed)));
+            if (!StaysInsideTheRegion(GetParam()))
+                continue;
+            ASSERT_TRUE(check.Agrees(scene, byName, "by name; " + ReplayHint(nSeed)));
         }
     }
 }
