@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
+#include <new>
 
 #include "narvoassem/storage/thread_scratch.h"
 
@@ -95,7 +96,6 @@ public:
     {
         std::fill(m_pMax + m_nLeaves + m_nCount, m_pMax + 2 * m_nLeaves, nOut);
     }
-    int Get(int nEntry) const { return m_pMax[m_nLeaves + static_cast<unsigned>(nEntry)]; }
     void Set(int nEntry, int nValue) { m_pMax[m_nLeaves + static_cast<unsigned>(nEntry)] = nValue; }
     /// To be called when all entries are set.
     void Finish()
@@ -148,6 +148,7 @@ private:
 
 /// The walk over the pairs of one type. Those that nobody has claimed yet stand in buckets by place, in list order: by
 /// cell for the vertical window, by column for the horizontal one. A claimed pair leaves its bucket.
+template <EGroupWindow kWindow>
 class CGroupIndex
 {
 public:
@@ -156,7 +157,7 @@ public:
     {
         const std::size_t nBuckets = std::bit_ceil(static_cast<std::size_t>(nMembers) * 2);
         const auto nCount = static_cast<std::size_t>(nMembers);
-        int* pWords = GetThreadScratch(3 * nCount + nBuckets + CFirstGreater::GetWords(nMembers));
+        int* pWords = GetThreadScratch(nCount * nMemberWords + nBuckets + CFirstGreater::GetWords(nMembers));
         if (pWords == nullptr)
             return false;
         CGroupIndex index(list, nType, nMembers, pWords, nBuckets);
@@ -166,85 +167,127 @@ public:
     }
 
 private:
-    static constexpr int nCellShift = 3; ///< cells of 8 by 8: the vertical window touches four at most
+    static constexpr bool kVertical = kWindow == EGroupWindow::Vertical;
+    static constexpr int nCellShiftX = 3; ///< cells of 8 by 2 pixels: fewer make more lookups, more make longer chains
+    static constexpr int nCellShiftY = 1;
+    static constexpr int nStripShift = 4; ///< strips of 16 columns, in which vertical lists come
+
+    struct SMember
+    {
+        CPoint pt;
+        int nPair; ///< list index
+        int nNext; ///< the next member of the same bucket, -1 at the end
+    };
+    static constexpr std::size_t nMemberWords = sizeof(SMember) / sizeof(int);
 
     CGroupIndex(const SPairList& list, int nType, int nMembers, int* pWords, std::size_t nBuckets)
-        : m_list(list), m_nBucketMask(nBuckets - 1), m_pMember(pWords), m_pNext(m_pMember + nMembers),
-          m_pAcross(m_pNext + nMembers), m_pHead(m_pAcross + nMembers), m_ends(m_pHead + nBuckets, nMembers)
+        : m_list(list), m_nBucketMask(nBuckets - 1), m_pMember(reinterpret_cast<SMember*>(pWords)),
+          m_pHead(pWords + static_cast<std::size_t>(nMembers) * nMemberWords), m_ends(m_pHead + nBuckets, nMembers)
     {
         int nMember = 0;
         for (int i = 0; i < list.nCount; ++i)
         {
             if (list.pPairs[i].nDefectType == nType)
-                m_pMember[nMember++] = i;
+                new (&m_pMember[nMember++]) SMember{list.pPairs[i].ptDefect, i, -1};
         }
         std::fill_n(m_pHead, nBuckets, -1);
         for (int i = nMembers - 1; i >= 0; --i)
         {
-            const CPoint& pt = list.pPairs[m_pMember[i]].ptDefect;
-            int& nHead = m_pHead[IsVertical() ? GetBucket(pt.x >> nCellShift, pt.y >> nCellShift) : GetBucket(0, pt.x)];
-            m_pNext[i] = nHead;
+            const CPoint& pt = m_pMember[i].pt;
+            int& nHead = m_pHead[kVertical ? GetBucket(pt.x >> nCellShiftX, pt.y >> nCellShiftY) : GetBucket(0, pt.x)];
+            m_pMember[i].nNext = nHead;
             nHead = i;
-            m_ends.Set(i, IsVertical() ? pt.x : pt.y);
-            m_pAcross[i] = IsVertical() ? pt.y : pt.x;
+            m_ends.Set(i, kVertical ? pt.x : pt.y);
         }
         m_ends.Finish();
     }
 
     void Claim(int nFinder)
     {
-        const CPoint& pt = m_list.pPairs[m_pMember[nFinder]].ptDefect;
+        const CPoint& pt = m_pMember[nFinder].pt;
         const std::int64_t x = pt.x;
         const std::int64_t y = pt.y;
-        if (!IsVertical())
+        SWalk walk{nFinder, x, y, kVertical ? x + nLookAhead : y + 1, GetSafeEnd(nFinder), nUnknownEnd};
+        if constexpr (kVertical)
         {
-            const int nEnd = m_ends.Find(nFinder + 1, y + 1);
-            for (std::int64_t nColumn = x - 1; nColumn <= x + 1; ++nColumn)
-                ClaimInBucket(nFinder, pt, GetBucket(0, nColumn), nEnd);
-            return;
+            for (std::int64_t nCellX = (x - nVertReach) >> nCellShiftX; nCellX <= (x + nVertReach) >> nCellShiftX;
+                 ++nCellX)
+                for (std::int64_t nCellY = (y - nVertReach) >> nCellShiftY; nCellY <= (y + nVertReach) >> nCellShiftY;
+                     ++nCellY)
+                    ClaimInBucket(walk, GetBucket(nCellX, nCellY));
         }
-        int nEnd = nUnknownEnd;
-        for (std::int64_t nCellX = (x - nVertReach) >> nCellShift; nCellX <= (x + nVertReach) >> nCellShift; ++nCellX)
+        else
         {
-            for (std::int64_t nCellY = (y - nVertReach) >> nCellShift; nCellY <= (y + nVertReach) >> nCellShift;
-                 ++nCellY)
-                nEnd = ClaimInBucket(nFinder, pt, GetBucket(nCellX, nCellY), nEnd);
+            for (std::int64_t nColumn = x - 1; nColumn <= x + 1; ++nColumn)
+                ClaimInBucket(walk, GetBucket(0, nColumn));
         }
     }
 
-    // nEnd is the member at which the finder's walk ends, as far as it is known; answers the same.
-    int ClaimInBucket(int nFinder, const CPoint& pt, std::size_t nBucket, int nEnd)
+    /// One finder's walk.
+    struct SWalk
+    {
+        int nFinder;
+        std::int64_t x;
+        std::int64_t y;
+        std::int64_t nLimit; ///< the walk ends at the first unclaimed member whose ending coordinate is beyond
+        int nSafeEnd;        ///< the walk reaches at least this far
+        int nEnd;            ///< the member at which it ends, once that is known
+    };
+
+    void ClaimInBucket(SWalk& walk, std::size_t nBucket)
     {
         int* pLink = &m_pHead[nBucket];
-        while (*pLink >= 0 && *pLink <= nFinder)
-            *pLink = m_pNext[*pLink]; // had its own turn: no later pair can claim it
-        while (*pLink >= 0 && (nEnd == nUnknownEnd || *pLink < nEnd))
+        while (*pLink >= 0 && *pLink <= walk.nFinder)
+            *pLink = m_pMember[*pLink].nNext; // had its own turn: no later pair can claim it
+        while (*pLink >= 0)
         {
             const int nFound = *pLink;
-            if (!IsInWindow(m_list.eWindow, GetOffset(pt, GetPlace(nFound))))
+            SMember& member = m_pMember[nFound];
+            if (!IsInReach(walk, member.pt))
             {
-                pLink = &m_pNext[nFound];
+                pLink = &member.nNext;
                 continue;
             }
-            // Few pairs of a vertical list have a neighbour: the end of the walk is sought for those alone.
-            if (nEnd == nUnknownEnd)
-                nEnd = m_ends.Find(nFinder + 1, pt.x + nLookAhead);
-            if (nFound >= nEnd)
-                break;
-            m_list.Link(m_pMember[nFinder], m_pMember[nFound]);
+            if (nFound >= walk.nSafeEnd)
+            {
+                if (walk.nEnd == nUnknownEnd)
+                    walk.nEnd = m_ends.Find(walk.nFinder + 1, walk.nLimit);
+                if (nFound >= walk.nEnd)
+                    return; // so are all behind it
+            }
+            m_list.Link(m_pMember[walk.nFinder].nPair, member.nPair);
             m_ends.TakeOut(nFound);
-            *pLink = m_pNext[nFound];
+            *pLink = member.nNext;
         }
-        return nEnd;
     }
 
-    bool IsVertical() const { return m_list.eWindow == EGroupWindow::Vertical; }
-    // Of a member that nobody has claimed.
-    CPoint GetPlace(int nMember) const
+    static bool IsInReach(const SWalk& walk, const CPoint& pt)
     {
-        return IsVertical() ? CPoint(m_ends.Get(nMember), m_pAcross[nMember])
-                            : CPoint(m_pAcross[nMember], m_ends.Get(nMember));
+        const auto isWithin = [](std::int64_t nOffset, std::int64_t nReach)
+        { return static_cast<std::uint64_t>(nOffset + nReach) <= static_cast<std::uint64_t>(2 * nReach); };
+        if constexpr (kVertical)
+            return isWithin(pt.x - walk.x, nVertReach) && isWithin(pt.y - walk.y, nVertReach);
+        else
+            return isWithin(pt.x - walk.x, 1);
     }
+
+    /// How far a walk reaches at least: as far as the first member reached from the finder's strip (vertical) or row
+    /// on whose coordinate ends the walk of any pair of that strip or row. Asked once for each: pairs that are claimed
+    /// meanwhile only make walks longer.
+    int GetSafeEnd(int nFinder)
+    {
+        const CPoint& pt = m_pMember[nFinder].pt;
+        const int nGroup = kVertical ? pt.x >> nStripShift : pt.y;
+        if (nGroup != m_nSafeGroup || m_nSafeEnd == nUnknownEnd)
+        {
+            const std::int64_t nLeast =
+                kVertical ? (std::int64_t{nGroup} << nStripShift) + nLookAhead : std::int64_t{nGroup} + 1;
+            m_nSafeGroup = nGroup;
+            m_nSafeEnd = m_ends.Find(nFinder + 1, nLeast);
+        }
+        return m_nSafeEnd;
+    }
+
     // Places that follow each other in an ordered list fall into neighbouring buckets: down a strip of columns in the
     // vertical list, along a row in the horizontal one.
     std::size_t GetBucket(std::int64_t nOuter, std::int64_t nInner) const
@@ -256,12 +299,22 @@ private:
 
     const SPairList& m_list;
     std::size_t m_nBucketMask;
-    int* m_pMember;       ///< member to list index
-    int* m_pNext;         ///< the next member of the same bucket, -1 at the end
-    int* m_pAcross;       ///< the coordinate that does not end walks
+    SMember* m_pMember;
     int* m_pHead;         ///< the first member of each bucket
     CFirstGreater m_ends; ///< coordinate that ends walks, of the members nobody has claimed
+    int m_nSafeGroup = 0; ///< strip or row of the last finder
+    int m_nSafeEnd = nUnknownEnd;
 };
+
+template <EGroupWindow kWindow>
+void GroupIndexed(const SPairList& list, const int* pMembers)
+{
+    for (int nType = 0; nType < nIndexedTypes; ++nType)
+    {
+        if (pMembers[nType] > 1 && !CGroupIndex<kWindow>::Group(list, nType, pMembers[nType]))
+            GroupPlainly(list, nType, nType, false);
+    }
+}
 
 } // namespace
 
@@ -283,11 +336,10 @@ void GroupPairs(EGroupWindow eWindow, const CDefectPair* pPairs, int nCount, int
         else
             bOthers = bOthers || nType != DefectType_Removed;
     }
-    for (int nType = 0; nType < nIndexedTypes; ++nType)
-    {
-        if (nMembers[nType] > 1 && !CGroupIndex::Group(list, nType, nMembers[nType]))
-            GroupPlainly(list, nType, nType, false);
-    }
+    if (eWindow == EGroupWindow::Vertical)
+        GroupIndexed<EGroupWindow::Vertical>(list, nMembers);
+    else
+        GroupIndexed<EGroupWindow::Horizontal>(list, nMembers);
     if (bOthers)
         GroupPlainly(list, 0, nIndexedTypes - 1, true);
 }
