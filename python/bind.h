@@ -3,7 +3,7 @@
 
 #include <pybind11/pybind11.h>
 
-#include "host/recipe.h"
+#include "host/recipe/recipe.h"
 
 namespace narvo::python
 {

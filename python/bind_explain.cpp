@@ -6,7 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/explain.h"
+#include "host/explain/explain.h"
 #include "python/bind.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"

@@ -7,8 +7,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/golden.h"
-#include "host/golden_file.h"
+#include "host/golden/golden.h"
+#include "host/golden/golden_file.h"
 #include "python/bind.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"

@@ -1,7 +1,7 @@
 // Image files as arrays.
 #include <filesystem>
 
-#include "host/overlay.h"
+#include "host/result/overlay.h"
 #include "python/bind.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "host/inspector.h"
+#include "host/inspect/inspector.h"
 #include "python/bind.h"
 #include "python/image_array.h"
 #include "python/lane_queue.h"

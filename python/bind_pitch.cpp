@@ -1,8 +1,8 @@
 // The search for the pattern's period, and the recipe that follows from it.
 #include <string>
 
-#include "host/pitch_recipe.h"
-#include "host/pitch_search.h"
+#include "host/pitch/pitch_recipe.h"
+#include "host/pitch/pitch_search.h"
 #include "python/bind.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"

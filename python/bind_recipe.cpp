@@ -12,10 +12,10 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/recipe.h"
-#include "host/recipe_check.h"
-#include "host/recipe_fields.h"
-#include "host/region_maps.h"
+#include "host/inspect/region_maps.h"
+#include "host/recipe/recipe.h"
+#include "host/recipe/recipe_check.h"
+#include "host/recipe/recipe_fields.h"
 #include "python/bind.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"

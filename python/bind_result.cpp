@@ -7,8 +7,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/overlay.h"
-#include "host/result_file.h"
+#include "host/result/overlay.h"
+#include "host/result/result_file.h"
 #include "python/bind.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"

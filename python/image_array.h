@@ -4,7 +4,7 @@
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
-#include "host/grey_image.h"
+#include "host/image/grey_image.h"
 
 namespace narvo::python
 {

@@ -4,7 +4,7 @@
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
-#include "host/inspector.h"
+#include "host/inspect/inspector.h"
 
 namespace narvo::python
 {

@@ -9,7 +9,7 @@
 #include <unistd.h>
 
 #include "fuzz/require.h"
-#include "host/grey_image.h"
+#include "host/image/grey_image.h"
 #include "host/problem.h"
 
 namespace

@@ -12,12 +12,12 @@
 #include <nlohmann/json.hpp>
 
 #include "fuzz/require.h"
-#include "host/grey_image.h"
-#include "host/inspector.h"
+#include "host/image/grey_image.h"
+#include "host/inspect/inspector.h"
 #include "host/problem.h"
-#include "host/recipe.h"
-#include "host/recipe_check.h"
-#include "host/result_file.h"
+#include "host/recipe/recipe.h"
+#include "host/recipe/recipe_check.h"
+#include "host/result/result_file.h"
 
 namespace
 {

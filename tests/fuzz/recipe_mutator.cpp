@@ -11,7 +11,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/recipe_fields.h"
+#include "host/recipe/recipe_fields.h"
 #include "support/random.h"
 
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* pBytes, std::size_t nBytes, std::size_t nMost);

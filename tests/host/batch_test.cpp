@@ -1,5 +1,5 @@
 // Batches: order, equality with one lane, faults of single images, stopping, regions and shared budgets.
-#include "host/batch.h"
+#include "host/inspect/batch.h"
 
 #include <algorithm>
 #include <atomic>
@@ -12,7 +12,7 @@
 
 #include "host/host_test_help.h"
 #include "host/pattern_help.h"
-#include "host/result_file.h"
+#include "host/result/result_file.h"
 
 namespace narvo
 {

@@ -1,5 +1,5 @@
 // The table of the block's fields against the block's header and the recipe's fields: neither can grow alone.
-#include "host/block_fields.h"
+#include "host/recipe/block_fields.h"
 
 #include <algorithm>
 #include <fstream>
@@ -8,7 +8,7 @@
 #include <sstream>
 
 #include "host/host_test_help.h"
-#include "host/recipe_fields.h"
+#include "host/recipe/recipe_fields.h"
 
 namespace narvo
 {

@@ -1,12 +1,12 @@
 // Digests: of bytes however they come, of files, and of every part of a recipe.
-#include "host/digest.h"
+#include "host/result/digest.h"
 
 #include <fstream>
 #include <numeric>
 #include <set>
 
 #include "host/host_test_help.h"
-#include "host/region_maps.h"
+#include "host/inspect/region_maps.h"
 
 namespace narvo
 {

@@ -1,6 +1,6 @@
 // Explanations against the inspection that they explain: at random pixels and at every record of it, over the modes,
 // kernels and filters that a recipe can select.
-#include "host/explain.h"
+#include "host/explain/explain.h"
 
 #include <map>
 #include <random>
@@ -8,7 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/parameter_set.h"
+#include "host/inspect/parameter_set.h"
 #include "host/pattern_help.h"
 #include "narvoassem/narvoassem.h"
 #include "support/seeds.h"

@@ -1,5 +1,5 @@
 // The golden model: mean, tolerance, and what it takes for references.
-#include "host/golden_model.h"
+#include "host/golden/golden_model.h"
 
 #include <cstdlib>
 

@@ -1,5 +1,5 @@
 // Golden inspection from references to blobs, on made-up boards.
-#include "host/golden.h"
+#include "host/golden/golden.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "host/golden_file.h"
+#include "host/golden/golden_file.h"
 #include "tools/synthetic/board.h"
 #include "tools/synthetic/truth.h"
 

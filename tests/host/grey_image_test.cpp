@@ -1,5 +1,5 @@
 // Image files: what is taken as 8-bit grey, what is refused and in which words.
-#include "host/grey_image.h"
+#include "host/image/grey_image.h"
 
 #include <fstream>
 #include <functional>

@@ -1,5 +1,5 @@
 // Inspections from recipe to plain results: every kernel that a recipe can select, lanes, resets, warnings.
-#include "host/inspector.h"
+#include "host/inspect/inspector.h"
 
 #include <random>
 #include <thread>

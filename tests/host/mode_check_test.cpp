@@ -1,7 +1,7 @@
 // What each mode reads, and that everything else is refused there.
 #include "host/host_test_help.h"
-#include "host/recipe_check.h"
-#include "host/recipe_fields.h"
+#include "host/recipe/recipe_check.h"
+#include "host/recipe/recipe_fields.h"
 #include "host/recipe_settings.h"
 
 namespace narvo

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "host/pattern_help.h"
-#include "host/recipe_check.h"
+#include "host/recipe/recipe_check.h"
 
 namespace narvo
 {

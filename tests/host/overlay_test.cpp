@@ -1,5 +1,5 @@
 // The overlay: colours of region, blobs and missed boxes, untouched pixels inside the frames, and the file.
-#include "host/overlay.h"
+#include "host/result/overlay.h"
 
 #include <array>
 

@@ -1,5 +1,5 @@
 // What a recipe becomes in the engine's parameter block.
-#include "host/parameter_set.h"
+#include "host/inspect/parameter_set.h"
 
 #include "host/host_test_help.h"
 

@@ -6,7 +6,7 @@
 #include <numbers>
 
 #include "host/host_test_help.h"
-#include "host/inspector.h"
+#include "host/inspect/inspector.h"
 
 namespace narvo
 {

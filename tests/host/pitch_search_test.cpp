@@ -1,5 +1,5 @@
 // The pitch search on made-up patterns with noise and drift of brightness, and on images that have no period.
-#include "host/pitch_search.h"
+#include "host/pitch/pitch_search.h"
 
 #include <algorithm>
 #include <cmath>

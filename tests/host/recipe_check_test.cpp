@@ -1,5 +1,5 @@
 // Rules between the recipe's fields, and between recipe and image.
-#include "host/recipe_check.h"
+#include "host/recipe/recipe_check.h"
 
 #include "host/host_test_help.h"
 #include "host/recipe_settings.h"

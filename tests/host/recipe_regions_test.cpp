@@ -2,7 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/host_test_help.h"
-#include "host/recipe.h"
+#include "host/recipe/recipe.h"
 
 namespace narvo
 {

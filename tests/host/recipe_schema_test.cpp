@@ -1,12 +1,12 @@
 // The recipe's schema: the committed file is the table's, and it takes and refuses what the reader takes and refuses.
-#include "host/recipe_schema.h"
+#include "host/recipe/recipe_schema.h"
 
 #include <fstream>
 #include <sstream>
 
-#include "host/block_fields.h"
 #include "host/host_test_help.h"
-#include "host/recipe_fields.h"
+#include "host/recipe/block_fields.h"
+#include "host/recipe/recipe_fields.h"
 
 namespace narvo
 {
@@ -129,8 +129,8 @@ const Validator& Schema()
 
 TEST(RecipeSchema, CommittedFileIsThatOfTheFieldTable)
 {
-    EXPECT_EQ(ReadFile(NARVO_SOURCE_FOLDER "/host/recipe.schema.json"), RecipeSchema().dump(2) + "\n")
-        << "narvo recipe --schema > host/recipe.schema.json";
+    EXPECT_EQ(ReadFile(NARVO_SOURCE_FOLDER "/host/recipe/recipe.schema.json"), RecipeSchema().dump(2) + "\n")
+        << "narvo recipe --schema > host/recipe/recipe.schema.json";
 }
 
 TEST(RecipeSchema, ReferenceInTheDocumentsIsThatOfTheFieldTable)

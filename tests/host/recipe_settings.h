@@ -4,7 +4,7 @@
 
 #include <initializer_list>
 
-#include "host/recipe.h"
+#include "host/recipe/recipe.h"
 
 namespace narvo
 {

@@ -1,10 +1,10 @@
 // The recipe's JSON form: every field's range, unknown and missing fields, defaults, the way there and back.
-#include "host/recipe.h"
+#include "host/recipe/recipe.h"
 
 #include <fstream>
 
 #include "host/host_test_help.h"
-#include "host/recipe_fields.h"
+#include "host/recipe/recipe_fields.h"
 
 namespace narvo
 {

@@ -1,5 +1,5 @@
 // Registration: made-up boards in known places, and what is refused.
-#include "host/registration.h"
+#include "host/golden/registration.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,7 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "host/golden_model.h"
+#include "host/golden/golden_model.h"
 #include "tools/synthetic/board.h"
 
 namespace narvo

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "host/pattern_help.h"
-#include "host/result_file.h"
+#include "host/result/result_file.h"
 #include "memory/failing_heap.h"
 
 namespace narvo

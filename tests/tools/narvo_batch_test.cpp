@@ -10,7 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "host/grey_image.h"
+#include "host/image/grey_image.h"
 #include "tools/run_narvo.h"
 
 namespace narvo

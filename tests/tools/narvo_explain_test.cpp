@@ -1,7 +1,7 @@
 // narvo explain as a user runs it: text, JSON, several pixels, and its problems.
 #include "tools/run_narvo.h"
 
-#include "host/result_reader.h"
+#include "host/result/result_reader.h"
 
 namespace narvo
 {

@@ -2,7 +2,7 @@
 #include <cmath>
 #include <numbers>
 
-#include "host/grey_image.h"
+#include "host/image/grey_image.h"
 #include "tools/run_narvo.h"
 
 namespace narvo

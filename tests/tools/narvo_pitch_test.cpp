@@ -3,7 +3,7 @@
 
 #include <opencv2/imgcodecs.hpp>
 
-#include "host/grey_image.h"
+#include "host/image/grey_image.h"
 #include "tools/run_narvo.h"
 #include "tools/synthetic/truth.h"
 

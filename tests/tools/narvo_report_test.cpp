@@ -1,7 +1,7 @@
 // narvo report as a user runs it: from results and from images, its notes, its exit codes.
 #include "tools/run_narvo.h"
 
-#include "host/result_reader.h"
+#include "host/result/result_reader.h"
 
 namespace narvo
 {

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <set>
 
-#include "host/grey_image.h"
+#include "host/image/grey_image.h"
 #include "tools/run_narvo.h"
 
 namespace narvo

@@ -13,11 +13,11 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
-#include "host/golden.h"
-#include "host/golden_file.h"
-#include "host/overlay.h"
+#include "host/golden/golden.h"
+#include "host/golden/golden_file.h"
 #include "host/problem.h"
-#include "host/result_file.h"
+#include "host/result/overlay.h"
+#include "host/result/result_file.h"
 #include "tools/exit_code.h"
 #include "tools/golden/golden_score.h"
 #include "tools/quiet_codecs.h"

@@ -11,7 +11,7 @@
 #include <sstream>
 #include <string>
 
-#include "host/golden.h"
+#include "host/golden/golden.h"
 #include "host/problem.h"
 #include "tools/exit_code.h"
 #include "tools/quiet_codecs.h"

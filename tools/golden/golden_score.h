@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "host/golden_model.h"
+#include "host/golden/golden_model.h"
 
 namespace narvo
 {

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <string>
 
-#include "host/batch.h"
+#include "host/inspect/batch.h"
 
 namespace narvo
 {

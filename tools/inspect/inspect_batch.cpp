@@ -6,10 +6,10 @@
 #include <iostream>
 #include <thread>
 
-#include "host/batch.h"
-#include "host/digest.h"
+#include "host/inspect/batch.h"
 #include "host/problem.h"
-#include "host/recipe.h"
+#include "host/recipe/recipe.h"
+#include "host/result/digest.h"
 #include "tools/exit_code.h"
 #include "tools/inspect/batch_progress.h"
 #include "tools/inspect/interrupt.h"

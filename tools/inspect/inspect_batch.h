@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "host/result_lines.h"
+#include "host/result/result_lines.h"
 #include "tools/inspect/image_list.h"
 
 namespace narvo

@@ -13,14 +13,14 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
-#include "host/batch.h"
-#include "host/grey_image.h"
-#include "host/inspector.h"
-#include "host/overlay.h"
+#include "host/image/grey_image.h"
+#include "host/inspect/batch.h"
+#include "host/inspect/inspector.h"
 #include "host/problem.h"
-#include "host/recipe.h"
-#include "host/recipe_check.h"
-#include "host/result_file.h"
+#include "host/recipe/recipe.h"
+#include "host/recipe/recipe_check.h"
+#include "host/result/overlay.h"
+#include "host/result/result_file.h"
 #include "tools/exit_code.h"
 #include "tools/inspect/image_list.h"
 #include "tools/inspect/inspect_batch.h"

@@ -14,13 +14,13 @@
 
 #include <CLI/CLI.hpp>
 
-#include "host/batch.h"
-#include "host/grey_image.h"
-#include "host/parameter_set.h"
+#include "host/image/grey_image.h"
+#include "host/inspect/batch.h"
+#include "host/inspect/parameter_set.h"
 #include "host/problem.h"
-#include "host/recipe_check.h"
-#include "host/result_file.h"
-#include "host/result_reader.h"
+#include "host/recipe/recipe_check.h"
+#include "host/result/result_file.h"
+#include "host/result/result_reader.h"
 #include "narvoassem/version.h"
 #include "tools/exit_code.h"
 #include "tools/quiet_codecs.h"

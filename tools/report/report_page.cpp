@@ -7,7 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/recipe_fields.h"
+#include "host/recipe/recipe_fields.h"
 #include "tools/report/report_template.h"
 
 namespace narvo

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "host/inspector.h"
-#include "host/recipe.h"
+#include "host/inspect/inspector.h"
+#include "host/recipe/recipe.h"
 
 namespace narvo
 {

@@ -6,9 +6,9 @@
 
 #include <opencv2/core.hpp>
 
-#include "host/grey_image.h"
-#include "host/inspector.h"
-#include "host/kernel_probe.h"
+#include "host/explain/kernel_probe.h"
+#include "host/image/grey_image.h"
+#include "host/inspect/inspector.h"
 
 namespace narvo
 {

@@ -20,11 +20,11 @@
 
 #include "bench/bench_levels.h"
 #include "bench/read_pass.h"
-#include "host/grey_image.h"
-#include "host/inspector.h"
+#include "host/image/grey_image.h"
+#include "host/inspect/inspector.h"
 #include "host/problem.h"
-#include "host/recipe.h"
-#include "host/result_file.h"
+#include "host/recipe/recipe.h"
+#include "host/result/result_file.h"
 #include "tools/exit_code.h"
 #include "tools/quiet_codecs.h"
 

@@ -9,9 +9,9 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
-#include "host/explain.h"
+#include "host/explain/explain.h"
 #include "host/problem.h"
-#include "host/recipe_check.h"
+#include "host/recipe/recipe_check.h"
 #include "tools/exit_code.h"
 #include "tools/quiet_codecs.h"
 

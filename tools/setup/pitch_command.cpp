@@ -10,11 +10,11 @@
 
 #include <CLI/CLI.hpp>
 
-#include "host/grey_image.h"
-#include "host/pitch_recipe.h"
-#include "host/pitch_search.h"
+#include "host/image/grey_image.h"
+#include "host/pitch/pitch_recipe.h"
+#include "host/pitch/pitch_search.h"
 #include "host/problem.h"
-#include "host/recipe.h"
+#include "host/recipe/recipe.h"
 #include "tools/exit_code.h"
 #include "tools/quiet_codecs.h"
 #include "tools/setup/pitch_plot.h"

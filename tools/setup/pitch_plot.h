@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "host/pitch_search.h"
+#include "host/pitch/pitch_search.h"
 
 namespace narvo
 {

@@ -8,10 +8,10 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
-#include "host/block_fields.h"
 #include "host/problem.h"
-#include "host/recipe.h"
-#include "host/recipe_schema.h"
+#include "host/recipe/block_fields.h"
+#include "host/recipe/recipe.h"
+#include "host/recipe/recipe_schema.h"
 #include "tools/exit_code.h"
 #include "tools/quiet_codecs.h"
 

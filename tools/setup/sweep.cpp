@@ -9,7 +9,7 @@
 #include <variant>
 
 #include "host/problem.h"
-#include "host/recipe_fields.h"
+#include "host/recipe/recipe_fields.h"
 
 namespace narvo
 {

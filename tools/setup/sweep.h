@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "host/recipe.h"
+#include "host/recipe/recipe.h"
 
 namespace narvo
 {

@@ -13,10 +13,10 @@
 
 #include <CLI/CLI.hpp>
 
-#include "host/batch.h"
+#include "host/inspect/batch.h"
 #include "host/problem.h"
-#include "host/recipe_check.h"
-#include "host/result_file.h"
+#include "host/recipe/recipe_check.h"
+#include "host/result/result_file.h"
 #include "tools/exit_code.h"
 #include "tools/quiet_codecs.h"
 #include "tools/setup/sweep.h"

@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "host/problem.h"
-#include "host/result_file.h"
+#include "host/result/result_file.h"
 #include "narvoassem/version.h"
 #include "tools/exit_code.h"
 

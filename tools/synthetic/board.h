@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "host/grey_image.h"
+#include "host/image/grey_image.h"
 #include "tools/synthetic/truth.h"
 
 namespace narvo

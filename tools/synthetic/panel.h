@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "host/grey_image.h"
-#include "host/recipe.h"
+#include "host/image/grey_image.h"
+#include "host/recipe/recipe.h"
 #include "tools/synthetic/truth.h"
 
 namespace narvo

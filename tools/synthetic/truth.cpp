@@ -9,7 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/problem.h"
-#include "host/result_file.h"
+#include "host/result/result_file.h"
 
 namespace narvo
 {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/inspector.h"
+#include "host/inspect/inspector.h"
 #include "narvoassem/platform.h"
 
 namespace narvo

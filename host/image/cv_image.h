@@ -1,0 +1,28 @@
+// The host layer's images as OpenCV's, without a copy, and back. For sources of the host layer and the program only:
+// what they offer to others does not name OpenCV.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include <opencv2/core.hpp>
+
+#include "host/image/grey_image.h"
+
+namespace narvo
+{
+
+/// The image's own pixels. Whoever takes it must not write there.
+inline cv::Mat ViewOf(const GreyImage& image)
+{
+    return {image.Height(), image.Width(), CV_8UC1, const_cast<std::uint8_t*>(image.Row(0)),
+            static_cast<std::size_t>(image.Stride())};
+}
+
+/// A copy of an 8-bit grey image.
+inline GreyImage ImageOf(const cv::Mat& pixels)
+{
+    return {pixels.ptr<std::uint8_t>(), pixels.cols, pixels.rows, static_cast<std::ptrdiff_t>(pixels.step[0])};
+}
+
+} // namespace narvo

@@ -1,0 +1,92 @@
+// Many images by the same regions on several threads: results arrive image by image in the order of the list, and are
+// the same whatever the number of threads. Files, progress and resuming belong to the program.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "host/image/grey_image.h"
+#include "host/inspect/inspector.h"
+#include "host/problem.h"
+#include "host/recipe/recipe.h"
+
+namespace narvo
+{
+
+/// An image to come: how it is called, and how to get it.
+struct BatchImage
+{
+    std::string name;
+    /// Called once, on one of the batch's threads. What it throws becomes a problem of this image alone.
+    std::function<GreyImage()> load;
+};
+
+/// An image file that is read when its turn comes.
+BatchImage ImageFromFile(const std::filesystem::path& file);
+
+/// What came of one image.
+struct ImageResult
+{
+    std::size_t number = 0; ///< place in the list, from 0
+    std::string name;
+    int width = 0; ///< pixels; 0 when it could not be read
+    int height = 0;
+    std::vector<Problem> problems;         ///< why it was not inspected, by image or by region; empty: it was
+    std::vector<InspectionResult> regions; ///< one for each recipe, in their order; empty when there are problems
+    double readMilliseconds = 0.0;
+    double inspectMilliseconds = 0.0; ///< summed over the regions, on whichever threads
+
+    bool IsInspected() const { return problems.empty(); }
+    std::size_t BlobCount() const;
+    /// Whether a region was not wholly looked at or lost blobs.
+    bool HasWarnings() const;
+};
+
+/// How a batch ended.
+struct BatchSummary
+{
+    std::size_t images = 0;  ///< reported
+    std::size_t refused = 0; ///< of these, with problems
+    std::size_t warned = 0;  ///< of these, with warnings
+    std::size_t blobs = 0;
+    bool stopped = false; ///< images were left out on request
+};
+
+/// Engines for a batch, one set for each thread.
+class Batch
+{
+public:
+    /// The recipes are one for each region; region and image number decide the order of results, never the threads.
+    /// @throws HostError with all that is wrong with the recipes, for lanes outside 1 .. 256, or without memory
+    Batch(std::vector<Recipe> recipes, int lanes);
+    ~Batch();
+    Batch(const Batch&) = delete;
+    Batch& operator=(const Batch&) = delete;
+
+    int Lanes() const { return m_lanes; }
+    const std::vector<Recipe>& Recipes() const { return m_recipes; }
+
+    /// Inspects all images. `report` is called on the calling thread, once for each image in the order of the list, as
+    /// soon as it and all before it have ended. Few images are held in memory at a time: about one for each lane. After
+    /// a stop request no further image begins; those that have begun are finished and reported, so that what was
+    /// reported is always the beginning of the list.
+    /// @throws whatever `report` throws, when the threads have come to rest
+    BatchSummary Run(const std::vector<BatchImage>& images, const std::function<void(const ImageResult&)>& report,
+                     std::stop_token stop = {});
+
+private:
+    class Work;
+    /// One region of one image on one lane.
+    InspectionResult Inspect(int lane, const GreyImage& image, std::size_t recipe);
+
+    std::vector<Recipe> m_recipes;
+    int m_lanes;
+    std::vector<std::unique_ptr<Inspector>> m_inspectors; ///< one for each room for blobs that a recipe asks for
+    std::vector<std::size_t> m_inspectorOf;               ///< by recipe
+};
+
+} // namespace narvo

@@ -1,0 +1,107 @@
+// The runner: calls the pool of engines lane by lane and hands back plain results.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/image/grey_image.h"
+#include "host/recipe/recipe.h"
+#include "narvoassem/platform.h"
+
+class CAssemControl;
+
+namespace narvo
+{
+
+class ParameterSet;
+
+/// One reported defect.
+struct Blob
+{
+    int number;         ///< 1, 2, ... in the order of the report
+    bool bright;        ///< brighter than its reference, otherwise darker
+    int band;           ///< 1 first pitch of the region, 2 middle, 3 last
+    bool single;        ///< seen against one neighbour only
+    int area;           ///< pixels
+    CRect box;          ///< right and bottom exclusive
+    CPoint center;      ///< mean of its pixels
+    CPoint peakPlace;   ///< where it stands out most
+    int peak;           ///< how far it rises above its threshold there, grey levels
+    int maxDifference;  ///< difference there, grey levels
+    int meanDifference; ///< grey levels
+    int meanGrey;       ///< of its pixels
+    int meanReference;  ///< of what they were compared with
+    int zone;           ///< the zone that holds most of its pixels
+    int label;          ///< the recipe's label
+    int diameter;       ///< in the recipe's pixel sizes
+    double angle;       ///< of the long axis, degrees
+    double majorAxis;   ///< pixels
+    double minorAxis;   ///< pixels
+    double circularity;
+    double elongation;
+};
+
+/// One answer of the comparison, as it stands once blobs have been built from all of them.
+struct Pair
+{
+    CPoint place;
+    bool bright;   ///< brighter than its reference, otherwise darker; of a removed pair, darker
+    bool removed;  ///< a filter took it for a false answer: it is in no blob
+    int band;      ///< 1 first pitch of the region, 2 middle, 3 last
+    int origin;    ///< a DefectPair of the engine: 1 both answers found, 3 or 4 settled by classification, 5 single
+    int peak;      ///< how far it rises above its threshold, grey levels; of window sums, in their units
+    int grey;      ///< at its place
+    int reference; ///< what it was compared with
+    int threshold; ///< that applied there
+    int zone;
+};
+
+/// What came out of one inspection.
+struct InspectionResult
+{
+    std::string name; ///< the recipe's
+    int code = 0;     ///< the engine's: 1 done, 16 done with re-runs, more pairs than fit or memory short
+    Direction direction = Direction_Vertical;
+    CRect region;
+    std::vector<std::vector<CPoint>> outlines; ///< corners of the region's parts where it is no rectangle
+    int pairs = 0;                             ///< pair records of the last pass, all bands or trapezia
+    bool overflowed = false;                   ///< a pass ran full
+    int reruns = 0;                            ///< passes that had to be started again behind an overflow
+    double inspectMilliseconds = 0.0;
+    double blobMilliseconds = 0.0;
+    double totalMilliseconds = 0.0;    ///< tables and copies included
+    int deadBlobs = 0;                 ///< left out as lying in the recipe's painted dead places
+    std::vector<std::string> warnings; ///< what was perhaps not looked at, or lost
+    std::vector<Blob> blobs;
+    std::vector<Pair> pairRecords; ///< the counted pairs themselves, where they were asked for
+};
+
+/// Engines for `lanes` inspections at once. Calls on different lanes may run on different threads.
+class Inspector
+{
+public:
+    /// @throws HostError for lanes outside 1 .. 256, blobs outside 1 .. 1000000, or without memory for the engines;
+    /// std::bad_alloc without memory for anything else
+    Inspector(int lanes, int maxBlobs);
+    ~Inspector();
+    Inspector(const Inspector&) = delete;
+    Inspector& operator=(const Inspector&) = delete;
+
+    int Lanes() const { return m_lanes; }
+
+    /// Inspects one image. Re-run budgets of the lane and of its band engines start afresh, so that no image inherits
+    /// another's. `withPairs` asks for pairRecords.
+    /// @throws HostError when recipe, image or lane is not valid; std::bad_alloc without memory for tables or results,
+    /// and the lane stays usable. Memory that the engine lacks for its search turns the code to 16, with a warning
+    InspectionResult Inspect(int lane, const GreyView& image, const Recipe& recipe, bool withPairs = false);
+
+private:
+    int InspectTrapezia(int lane, ParameterSet& set, const Recipe& recipe, bool withPairs, InspectionResult& result);
+
+    std::unique_ptr<CAssemControl> m_pool;
+    int m_lanes;
+    int m_maxBlobs;
+};
+
+} // namespace narvo

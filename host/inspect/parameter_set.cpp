@@ -1,0 +1,340 @@
+// Filling of a parameter block from a recipe.
+#include "host/inspect/parameter_set.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+#include "host/inspect/region_shape.h"
+#include "host/problem.h"
+#include "host/recipe/recipe_check.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+constexpr int nFraction = 16;        // pitches of tables are in 1/16 pixel
+constexpr int nGroup = 16;           // a table entry serves 16 rows or columns
+constexpr short nDeadOffset = 32512; // above every difference
+constexpr int nDeadTable = 255;      // no difference is greater, and the zone tables go no further
+
+const Recipe& Checked(const GreyView& image, const Recipe& recipe)
+{
+    if (image.IsEmpty())
+        throw HostError({{"image", "empty", "an image of at least one pixel"}});
+    std::vector<Problem> found = CheckRecipe(recipe);
+    for (Problem& problem : CheckRecipeForImage(recipe, image.Width(), image.Height()))
+        found.push_back(std::move(problem));
+    ThrowIfAny(std::move(found));
+    return recipe;
+}
+
+/// Behind zone maps the mode says what the pair filters compare, single pixels or blocks.
+int InspectModeOf(const Recipe& recipe)
+{
+    switch (recipe.GetKind())
+    {
+    case Kind_Pixel:
+        return 1;
+    case Kind_Float:
+    case Kind_Trapezium:
+    case Kind_FreeForm:
+        return 0;
+    case Kind_Binarise:
+        return 2;
+    case Kind_Average:
+        return 3;
+    default:
+        return recipe.filterSample == FilterSample_Pixel ? 1 : 0;
+    }
+}
+
+} // namespace
+
+ParameterSet::ParameterSet(const GreyView& image, const Recipe& recipe) : m_cell(CellOf(Checked(image, recipe)))
+{
+    m_param.pImage = const_cast<unsigned char*>(image.Row(0));
+    m_param.nImageWidth = image.Stride();
+    m_param.nImageHeight = image.Height();
+    m_param.rtInspect = RegionOf(recipe, image.Width(), image.Height());
+    m_param.rtMarginFrame = recipe.marginFrame.value_or(CRect());
+    std::copy(recipe.deadZones.begin(), recipe.deadZones.end(), m_param.rtDeadZone);
+    FillScalars(recipe);
+    FillThresholds(recipe);
+    FillTables(image, recipe);
+    FillShape(recipe);
+    if (recipe.GetKind() != Kind_Zone && recipe.GetKind() != Kind_Asg)
+        return;
+
+    const bool vertical = ResolveDirection(recipe, m_param.rtInspect) == Direction_Vertical;
+    FillZoneTables(recipe);
+    if (recipe.maps != nullptr)
+    {
+        FillRegionMaps(recipe, vertical);
+        return;
+    }
+    m_mapExtent = CellMap::Extent(m_cell);
+    // The asg kernels stay in the first cell that they meet across the direction.
+    if (recipe.GetKind() == Kind_Asg && vertical)
+        m_mapExtent.right += m_param.rtInspect.Width();
+    else if (recipe.GetKind() == Kind_Asg)
+        m_mapExtent.bottom += m_param.rtInspect.Height();
+    FillMaps(recipe);
+    m_origins.emplace(m_cell, m_param.rtInspect, recipe.skippedCells);
+    m_param.pZoneOriginTable = m_origins->Entry(vertical);
+    m_param.nZoneColumns = m_origins->Columns();
+}
+
+void ParameterSet::FillScalars(const Recipe& recipe)
+{
+    m_param.nInspectMode = InspectModeOf(recipe);
+    m_param.nDirection = recipe.autoDirection ? recipe.direction : ResolveDirection(recipe, m_param.rtInspect);
+    m_param.bAutoDirection = recipe.autoDirection;
+    // A free-form pass ends at a row, which the search for the column to go on from would misread.
+    m_param.nMaxReinspect = recipe.GetKind() == Kind_FreeForm ? 0 : recipe.maxReruns;
+    m_param.nMultiType = recipe.label;
+    m_param.nConvWidth = recipe.windowWidth;
+    m_param.nConvHeight = recipe.windowHeight;
+    m_param.dConvPitch = recipe.pitchX;
+    m_param.nConvMultiple = recipe.multipleX;
+    m_param.dScanPitch = recipe.pitchY;
+    m_param.nScanMultiple = recipe.multipleY;
+    m_param.nGrayLimit = recipe.greyLimit;
+    m_param.bKeepSingle = recipe.keepSingles;
+    m_param.bBandThread = recipe.bandSplit;
+    m_param.nMergeDivision = recipe.mergeDistance;
+    // The block pairs its two sizes with the axes crosswise.
+    m_param.dPixelSizeY = recipe.pixelSizeX;
+    m_param.dPixelSizeX = recipe.pixelSizeY;
+    m_param.bExtendedKernel = recipe.extendedKernel;
+    m_param.bAverage2by2 = recipe.average2by2;
+    m_param.bUseLineBuffer = recipe.lineBuffer;
+    m_param.fVtdPitch = static_cast<float>(recipe.crossShift);
+    m_param.dClassPitch = recipe.classPitch;
+    m_param.bFalseFilter = recipe.filters;
+    m_param.bMarginFilter = recipe.marginFilter;
+    m_param.nFilterMode = recipe.filterTest == FilterTest_Jump ? 1 : 0;
+    m_param.nFilterMode2 = recipe.filterPairs ? 1 : 0;
+    m_param.nZoneConvMultiple = recipe.zoneMultipleX;
+    m_param.nZoneScanMultiple = recipe.zoneMultipleY;
+    m_param.bZoneFlagged = recipe.skippedCells.empty() ? 0 : 1;
+}
+
+void ParameterSet::FillThresholds(const Recipe& recipe)
+{
+    m_param.nThresholdExtra = recipe.thresholdExtra;
+    m_param.nBlackFilterGray = recipe.darkFilterBase;
+    m_param.nBlackFilterGain = recipe.darkFilterGain;
+    switch (recipe.GetKind())
+    {
+    case Kind_Pixel:
+    case Kind_Float:
+    case Kind_FreeForm:
+    case Kind_Trapezium:
+        m_param.nThreshold = recipe.thresholdBase;
+        m_param.nThresholdGain = recipe.thresholdGain;
+        break;
+    case Kind_Binarise:
+        m_param.nThreshold = recipe.binariseLimit;
+        break;
+    case Kind_Average:
+        m_param.nThreshold = recipe.averageBright;
+        m_param.nBlackFilterGray = recipe.averageDark;
+        m_param.nAverageParam1 = recipe.averageBackground;
+        m_param.nAverageParam2 = recipe.averageWindow;
+        break;
+    default:
+        break; // thresholds of the zones
+    }
+    if (recipe.twicePitch != 0.0)
+    {
+        m_param.bTwice = 1;
+        m_param.dTwicePitch = recipe.twicePitch;
+        m_param.nTwiceThreshold = recipe.twiceBase;
+        m_param.nTwiceThresholdGain = recipe.twiceGain;
+    }
+}
+
+void ParameterSet::FillShape(const Recipe& recipe)
+{
+    if (recipe.GetKind() == Kind_Trapezium)
+        m_trapezia = TrapeziaOf(recipe);
+    if (recipe.GetKind() != Kind_FreeForm)
+        return;
+    m_points = recipe.regionPoints;
+    m_mask = MakeMask(m_points, m_param.nImageWidth, m_param.nImageHeight);
+    m_param.bZoneFlagged = 1;
+    m_param.pFreeFormPoint = m_points.data();
+    m_param.nFreeFormPointCount = static_cast<int>(m_points.size());
+    m_param.pFreeFormMask = m_mask.data();
+}
+
+short* ParameterSet::AddMap(const Recipe& recipe, const GreyImage& painted, int ZoneSettings::*member)
+{
+    std::array<short, CConvParam::nZoneLimit> values{};
+    const auto valueOf = [&](const ZoneSettings& zone)
+    {
+        if (zone.dead && (member == &ZoneSettings::offset || member == &ZoneSettings::upperOffset))
+            return nDeadOffset;
+        if (zone.dead && (member == &ZoneSettings::gain || member == &ZoneSettings::upperGain))
+            return short{0};
+        return static_cast<short>(zone.*member);
+    };
+    // Without a painted cell the whole map takes value 0, which stands for the only zone.
+    if (painted.IsEmpty())
+        values[0] = valueOf(recipe.zones.front());
+    else
+        for (const ZoneSettings& zone : recipe.zones)
+            values[static_cast<std::size_t>(zone.index)] = valueOf(zone);
+    return m_maps.emplace_back(m_cell, painted, values, m_mapExtent).Data();
+}
+
+void ParameterSet::FillMaps(const Recipe& recipe)
+{
+    m_param.pZoneIndexMap = AddMap(recipe, recipe.zoneImage, &ZoneSettings::index);
+    m_param.pThresholdOffsetMap = AddMap(recipe, recipe.zoneImage, &ZoneSettings::offset);
+    m_param.pThresholdGainMap = AddMap(recipe, recipe.zoneImage, &ZoneSettings::gain);
+    if (recipe.twoSegment)
+    {
+        m_param.bTwoSegmentThreshold = 1;
+        m_param.pThresholdKneeMap = AddMap(recipe, recipe.zoneImage, &ZoneSettings::knee);
+        m_param.pThresholdOffsetMap2 = AddMap(recipe, recipe.zoneImage, &ZoneSettings::upperOffset);
+        m_param.pThresholdGainMap2 = AddMap(recipe, recipe.zoneImage, &ZoneSettings::upperGain);
+    }
+    if (!recipe.classImage.IsEmpty())
+    {
+        std::array<short, CConvParam::nZoneLimit> ids{};
+        for (std::size_t i = 0; i < ids.size(); ++i)
+            ids[i] = static_cast<short>(i);
+        m_param.pClassIdMap = m_maps.emplace_back(m_cell, recipe.classImage, ids, m_mapExtent).Data();
+    }
+    m_param.nZoneMapStride = m_maps.front().Stride();
+}
+
+void ParameterSet::FillRegionMaps(const Recipe& recipe, bool vertical)
+{
+    m_regionMaps = recipe.maps;
+    const auto data = [&](RegionMaps::Map map) { return m_regionMaps->IsSet(map) ? m_regionMaps->Data(map) : nullptr; };
+    m_param.pThresholdOffsetMap = data(RegionMaps::Map_Offset);
+    m_param.pThresholdGainMap = data(RegionMaps::Map_Gain);
+    m_param.pZoneIndexMap = data(RegionMaps::Map_Zone);
+    if (recipe.twoSegment)
+    {
+        m_param.bTwoSegmentThreshold = 1;
+        m_param.pThresholdKneeMap = data(RegionMaps::Map_Knee);
+        m_param.pThresholdOffsetMap2 = data(RegionMaps::Map_UpperOffset);
+        m_param.pThresholdGainMap2 = data(RegionMaps::Map_UpperGain);
+    }
+    m_param.pClassIdMap = data(RegionMaps::Map_Class);
+    m_param.nZoneMapStride = m_regionMaps->Stride();
+    m_regionOrigins.emplace(m_param.rtInspect, m_regionMaps->Stride(), vertical);
+    m_param.pZoneOriginTable = m_regionOrigins->Entry();
+    m_param.nZoneColumns = RegionOrigins::Columns();
+    // One cell that no walk comes to the end of.
+    m_param.nZoneConvMultiple = static_cast<int>((m_regionMaps->Stride() + 1) / recipe.pitchX) + 1;
+    m_param.nZoneScanMultiple = static_cast<int>((m_param.rtInspect.Height() + 2) / recipe.pitchY) + 1;
+}
+
+void ParameterSet::FillTables(const GreyView& image, const Recipe& recipe)
+{
+    // One entry more than the image's sixteenths: the kernels count from the region's top and fetch ahead.
+    const auto entries = [](int pixels) { return static_cast<std::size_t>((pixels + nGroup - 1) / nGroup + 1); };
+    const auto at = [](const std::vector<double>& table, std::size_t i)
+    { return static_cast<int>(table[std::min(i, table.size() - 1)] * nFraction); };
+    const auto fill = [&](const std::vector<double>& source, int pixels, std::vector<int>& target) -> int*
+    {
+        if (source.empty())
+            return nullptr;
+        for (std::size_t i = 0; i < entries(pixels); ++i)
+            target.push_back(at(source, i));
+        return target.data();
+    };
+    m_param.pScanPitchTable = fill(recipe.scanPitches, image.Height(), m_scanPitch);
+    m_param.pTiltScanTable = fill(recipe.scanTilts, image.Height(), m_scanTilt);
+    // The trapezium kernels take their tables in places of their own, the vertical one in that of the scan pitch.
+    m_param.pTiltConvTable = fill(recipe.rowPitches, image.Height(), m_rowPitch);
+    if (int* const columns = fill(recipe.columnPitches, image.Stride(), m_columnPitch))
+        m_param.pScanPitchTable = columns;
+    if (recipe.convPitches.empty())
+        return;
+    if (ResolveDirection(recipe, m_param.rtInspect) == Direction_Vertical)
+    {
+        // Only the verification reads the table here: an entry for each 16 columns, in 1/16 pixel.
+        for (std::size_t i = 0; i < entries(image.Stride()); ++i)
+            m_convPitch.push_back(static_cast<unsigned short>(at(recipe.convPitches, i)));
+        m_param.pConvPitchTable = m_convPitch.data();
+        return;
+    }
+    for (std::size_t i = 0; i < entries(image.Stride()); ++i)
+    {
+        const int fixed = at(recipe.convPitches, i);
+        m_convPitch.insert(m_convPitch.end(), nGroup, static_cast<unsigned short>(fixed / nFraction));
+        m_convNear.insert(m_convNear.end(), nGroup, static_cast<short>(nFraction - fixed % nFraction));
+        m_convFar.insert(m_convFar.end(), nGroup, static_cast<short>(fixed % nFraction));
+    }
+    m_param.pConvPitchTable = m_convPitch.data();
+    m_param.pConvWeightNear = m_convNear.data();
+    m_param.pConvWeightFar = m_convFar.data();
+}
+
+/// The engine takes the checks of a zone as a text: the mode, then one digit of direction and two of cycles for each.
+void ParameterSet::FillVerification(const Recipe& recipe)
+{
+    const bool any = std::any_of(recipe.zones.begin(), recipe.zones.end(),
+                                 [](const ZoneSettings& zone) { return zone.verifyMode != VerifyMode_Off; });
+    if (!any)
+        return;
+    m_verify.resize(CConvParam::nZoneLimit);
+    for (const ZoneSettings& zone : recipe.zones)
+    {
+        if (zone.verifyMode == VerifyMode_Off)
+            continue;
+        std::string text = std::to_string(zone.verifyMode);
+        for (const VerifyCheck& check : zone.verifyChecks)
+            text +=
+                ";" + std::to_string(check.along + 1) + (check.cycles < 10 ? "0" : "") + std::to_string(check.cycles);
+        m_verify[static_cast<std::size_t>(zone.index)] = CString(text.c_str());
+        // Both are divided by the periods along y before they are used.
+        m_param.dVeriPitchConv[zone.index] = zone.verifyPitchX * recipe.multipleY;
+        m_param.dVeriPitchScan[zone.index] = zone.verifyPitchY * recipe.multipleY;
+    }
+    m_param.pVeriPitchString = m_verify.data();
+}
+
+void ParameterSet::FillZoneTables(const Recipe& recipe)
+{
+    const auto add = [&](int ZoneSettings::*member, int other)
+    {
+        ZoneTable& table = m_zoneTables.emplace_back();
+        table.fill(other);
+        for (const ZoneSettings& zone : recipe.zones)
+            table[static_cast<std::size_t>(zone.index)] = zone.*member;
+        return table.data();
+    };
+    if (recipe.zoneFilterThresholds)
+    {
+        m_param.pFilterOffset = add(&ZoneSettings::darkFilterOffset, 0);
+        m_param.pFilterGain = add(&ZoneSettings::darkFilterGain, 0);
+        m_param.pFilterOffset1 = add(&ZoneSettings::brightFilterOffset, 0);
+        m_param.pFilterGain1 = add(&ZoneSettings::brightFilterGain, 0);
+    }
+    if (recipe.zoneTables)
+    {
+        // The lowest nonzero offset is the first hurdle of every pixel: zones that are not there must not set it.
+        m_param.pTspTable = add(&ZoneSettings::tableOffset, 0);
+        m_param.pTspTable2 = add(&ZoneSettings::tableGain, 0);
+        for (const ZoneSettings& zone : recipe.zones)
+            if (zone.dead)
+                m_param.pTspTable[zone.index] = nDeadTable;
+    }
+    FillVerification(recipe);
+    for (const ZoneSettings& zone : recipe.zones)
+    {
+        m_param.nDarkGrayLimit[zone.index] = zone.darkGreyLimit;
+        m_param.nBrightMinDiff[zone.index] = zone.brightMinDifference;
+    }
+}
+
+} // namespace narvo

@@ -1,0 +1,276 @@
+// The recipe: all that an inspection engineer sets for one region, by clear names, as a plain structure and as JSON.
+// Ranges and units stand in the field table (recipe_fields.h), the rules that tie fields together in recipe_check.h.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "host/image/grey_image.h"
+#include "narvoassem/platform.h"
+
+namespace narvo
+{
+
+class RegionMaps;
+
+/// Version of the recipe's JSON form.
+constexpr int nRecipeVersion = 1;
+/// Zones are numbered 0 .. 15.
+constexpr int nRecipeZoneLimit = 16;
+
+enum Mode : int
+{
+    Mode_Zone = 0,     ///< thresholds from zone maps laid over the pattern's cell
+    Mode_Pixel = 1,    ///< one threshold, single pixels
+    Mode_Float = 2,    ///< one threshold, sums of small windows
+    Mode_Binarise = 3, ///< dark pixels, without a comparison
+    Mode_Average = 4,  ///< a small window's mean against a large one's
+    Mode_Asg = 5       ///< zone thresholds in cells unbounded across the compare direction; no singles
+};
+
+enum RegionShape : int
+{
+    RegionShape_Rectangle = 0,
+    RegionShape_Trapezium = 1, ///< a convex polygon, cut into trapezia; float mode
+    RegionShape_Polygon = 2    ///< any polygon, by the even-odd rule; float mode
+};
+
+/// The engine's path that a recipe takes: its mode, and in float mode the region's shape.
+enum Kind : int
+{
+    Kind_Zone,
+    Kind_Pixel,
+    Kind_Float,
+    Kind_Trapezium,
+    Kind_FreeForm,
+    Kind_Binarise,
+    Kind_Average,
+    Kind_Asg
+};
+
+enum Direction : int
+{
+    Direction_Horizontal = 0, ///< a pixel is compared with the one a pitch to its right
+    Direction_Vertical = 1    ///< a pixel is compared with the one a pitch below
+};
+
+/// The further reference that the pair filters look at.
+enum FilterTest : int
+{
+    FilterTest_Cross = 0, ///< one pitch across the compare direction
+    FilterTest_Jump = 1   ///< two pitches along it
+};
+
+/// What the pair filters compare.
+enum FilterSample : int
+{
+    FilterSample_Pixel = 0, ///< single pixels
+    FilterSample_Block = 1  ///< 2 by 2 blocks, against the threshold times the window's area
+};
+
+/// How a zone's pairs are held against the pattern's short period.
+enum VerifyMode : int
+{
+    VerifyMode_Off = 0,
+    VerifyMode_Fixed = 1, ///< at the zone's own short pitches
+    VerifyMode_Table = 2  ///< at parts of the pitch tables, both ways, and along the tilt
+};
+
+enum VerifyAlong : int
+{
+    VerifyAlong_X = 0,
+    VerifyAlong_Y = 1,
+    VerifyAlong_Tilt = 2
+};
+
+/// One comparison at the short period: a pair that fits there is pattern.
+struct VerifyCheck
+{
+    int along = VerifyAlong_X;
+    int cycles = 1; ///< by tables: short pitches to go; not more than the periods that a comparison spans
+};
+
+constexpr int nVerifyCheckLimit = 5;
+
+/// Thresholds of one zone. A threshold is offset + (larger compared value * gain) / 256.
+struct ZoneSettings
+{
+    int index = 0;
+    int offset = 20;
+    int gain = 0;
+    int knee = 255; ///< larger compared values above this take the upper segment
+    int upperOffset = 20;
+    int upperGain = 0;
+    int darkFilterOffset = 20;
+    int darkFilterGain = 0;
+    int brightFilterOffset = 20;
+    int brightFilterGain = 0;
+    int tableOffset = 20; ///< zone tables in place of the maps
+    int tableGain = 0;
+    int darkGreyLimit = 0;       ///< dark pairs at or above this grey are dropped; 0 is off
+    int brightMinDifference = 0; ///< bright pairs that stand out by less are dropped; 0 is off
+    bool dead = false;           ///< nothing is found there, whatever the thresholds
+    int verifyMode = VerifyMode_Off;
+    double verifyPitchX = 0.0;
+    double verifyPitchY = 0.0;
+    std::vector<VerifyCheck> verifyChecks = {}; ///< at most nVerifyCheckLimit
+};
+
+/// The path that a mode takes over a region of a shape.
+Kind KindOf(int mode, int regionShape);
+
+/// One region's inspection. Defaults are those of the JSON form.
+struct Recipe
+{
+    int version = nRecipeVersion;
+    std::string name; ///< of the region, for results
+    int mode = Mode_Zone;
+    int direction = Direction_Vertical;
+    bool autoDirection = false;
+    int maxReruns = 3;
+    int maxBlobs = 20000;
+    int minArea = 1;
+    int label = -1;
+
+    int regionShape = RegionShape_Rectangle;
+    std::optional<CRect> region;                      ///< rectangle; none: the whole image
+    std::vector<CPoint> regionPoints;                 ///< corners of the other shapes
+    std::optional<std::pair<int, int>> regionColumns; ///< trapezium: first and last column that the polygon is cut to
+    std::optional<CRect> marginFrame;                 ///< none: the filters' own choice
+    std::vector<CRect> deadZones;
+    std::string deadImageFile;                     ///< as written in the recipe; empty: none
+    GreyImage deadImage;                           ///< painted dead places of the whole image: not 0
+    std::vector<std::pair<int, int>> skippedCells; ///< column and row in the zone grid, counted from zoneOrigin
+
+    double pitchX = 0.0;
+    double pitchY = 0.0;
+    int multipleX = 1;
+    int multipleY = 1;
+    int windowWidth = 2;
+    int windowHeight = 2;
+
+    int greyLimit = 255;
+    int thresholdBase = 0;
+    int thresholdGain = 0;
+    int thresholdExtra = 0;
+    bool keepSingles = true;
+    bool bandSplit = true;
+    int mergeDistance = 4;
+    double pixelSizeX = 1.0;
+    double pixelSizeY = 1.0;
+
+    bool extendedKernel = false;
+    bool average2by2 = false;
+    bool lineBuffer = true;
+    bool twoSegment = false;
+    bool zoneTables = false;
+    double crossShift = 0.0;
+    double classPitch = 0.0;
+    int darkFilterBase = 0;
+    int darkFilterGain = 0;
+
+    double twicePitch = 0.0;
+    int twiceBase = 20;
+    int twiceGain = 0;
+
+    int binariseLimit = 0;
+    int averageBright = 0;
+    int averageDark = 0;
+    int averageWindow = 9;
+    int averageBackground = 45;
+
+    bool filters = true;
+    bool marginFilter = true;
+    int filterTest = FilterTest_Cross;
+    bool filterPairs = false;
+    int filterSample = FilterSample_Pixel;
+    bool zoneFilterThresholds = false;
+
+    std::vector<double> scanPitches; ///< along y, pixels, one for each 16 rows of the image; empty: pitchY everywhere
+    std::vector<double> convPitches; ///< along x, pixels, one for each 16 columns; empty: pitchX everywhere
+
+    std::vector<double> scanTilts;     ///< verification: shift along x a pitch further down, pixels, for each 16 rows
+    std::vector<double> rowPitches;    ///< horizontal trapezia: along x, pixels, one for each 16 rows
+    std::vector<double> columnPitches; ///< vertical trapezia: along y, pixels, one for each 16 columns
+
+    int zoneMultipleX = 1;
+    int zoneMultipleY = 1;
+    double zoneOriginX = 0.0;
+    double zoneOriginY = 0.0;
+    std::string zoneImageFile;  ///< as written in the recipe; empty: one flat zone
+    std::string classImageFile; ///< as written in the recipe; empty: none
+    GreyImage zoneImage;        ///< painted zones of one cell: a pixel's value is its zone
+    GreyImage classImage;       ///< class ids of one cell, 0 .. 15
+    std::vector<ZoneSettings> zones = std::vector<ZoneSettings>(1);
+    /// Zone mode: thresholds pixel by pixel over the whole region, in place of the painted cell and the thresholds of
+    /// the zones, whose filter values stay in force. Given by a program; not part of the JSON form.
+    std::shared_ptr<const RegionMaps> maps;
+
+    Kind GetKind() const { return KindOf(mode, regionShape); }
+    double RealPitchX() const { return pitchX * multipleX; }
+    double RealPitchY() const { return pitchY * multipleY; }
+    double CellWidth() const { return pitchX * zoneMultipleX; }
+    double CellHeight() const { return pitchY * zoneMultipleY; }
+};
+
+/// What a host holds in memory beside the JSON form: painted cells in place of files, and whole-region maps.
+struct RecipeImages
+{
+    std::optional<GreyImage> zoneImage;
+    std::optional<GreyImage> classImage;
+    std::shared_ptr<const RegionMaps> maps;
+    std::optional<GreyImage> deadImage;
+
+    bool IsEmpty() const { return !zoneImage && !classImage && !deadImage && maps == nullptr; }
+};
+
+/// Reads a recipe of one region from JSON. Image files that it names are looked up in `folder`, but for those that are
+/// `given`.
+/// @throws HostError with all that is wrong: unknown, missing, ill-typed and out-of-range fields, broken rules
+Recipe ParseRecipe(const nlohmann::json& document, const std::filesystem::path& folder, RecipeImages given = {});
+
+/// Reads a recipe that may hold several regions: a list `regions` of objects, each with the fields in which its region
+/// differs from the fields beside the list. Objects are laid over objects member by member, but for region and
+/// margin_frame; null takes a field back. Without the list there is one region.
+/// @throws HostError as ParseRecipe; what is wrong in one region is told as regions[0].field
+std::vector<Recipe> ParseRecipes(const nlohmann::json& document, const std::filesystem::path& folder);
+
+/// JSON from its text; `name` says in problems what was read. @throws HostError when it is none, or nested too deeply
+nlohmann::json ParseJsonText(const std::string& text, const std::string& name);
+
+/// JSON from a file. @throws HostError as ParseJsonText, or when unreadable
+nlohmann::json LoadRecipeDocument(const std::filesystem::path& file);
+
+/// Reads a recipe file; image files are looked up beside it. @throws HostError as ParseRecipe, or when unreadable
+Recipe LoadRecipe(const std::filesystem::path& file);
+
+/// The same for a recipe of several regions. @throws HostError as ParseRecipes, or when unreadable
+std::vector<Recipe> LoadRecipes(const std::filesystem::path& file);
+
+/// How problems name a region among several: "regions[0].".
+std::string RegionPrefix(std::size_t region);
+
+/// The recipe with every field written out.
+nlohmann::ordered_json RecipeToJson(const Recipe& recipe);
+
+/// The same for several regions; one alone is written without a list.
+nlohmann::ordered_json RecipesToJson(const std::vector<Recipe>& recipes);
+
+/// Writes a recipe file; the images that it names are not written. @throws HostError when that fails
+void SaveRecipe(const std::filesystem::path& file, const Recipe& recipe);
+
+/// Writes a recipe file and beside it the images that the recipe holds, under the file's own name with ".zones.png",
+/// ".classes.png" and ".dead.png" for its ending. @throws HostError when that fails
+void SaveRecipeWithImages(const std::filesystem::path& file, Recipe recipe);
+
+/// One line for each field of the JSON form: name, unit, range, default, meaning.
+std::string DescribeRecipeFields();
+
+} // namespace narvo

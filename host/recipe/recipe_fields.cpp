@@ -1,0 +1,342 @@
+// Rows of the field table, and the texts that follow from a row.
+#include "host/recipe/recipe_fields.h"
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <type_traits>
+
+#include "host/problem.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+constexpr double dPitchLow = 1.0;
+constexpr double dPitchHigh = 16384.0;
+constexpr double dCountHigh = 1000.0;
+constexpr double dGreyHigh = 255.0;
+// Greater gains would overflow the engine's 16-bit product with a grey value of 255.
+constexpr double dGainHigh = 256.0;
+// An offset and the highest gain product together still fit 16 bits; from 256 on, no pixel passes.
+constexpr double dOffsetHigh = 32512.0;
+constexpr double dIntLow = std::numeric_limits<int>::min();
+constexpr double dIntHigh = std::numeric_limits<int>::max();
+constexpr double dOriginHigh = 1000000.0;
+constexpr double dWindowHigh = 4096.0;
+
+constexpr std::array<std::string_view, 6> modeWords = {"zone", "pixel", "float", "binarise", "average", "asg"};
+constexpr std::array<std::string_view, 2> directionWords = {"horizontal", "vertical"};
+constexpr std::array<std::string_view, 2> testWords = {"cross", "jump"};
+constexpr std::array<std::string_view, 2> sampleWords = {"pixel", "block"};
+constexpr std::array<std::string_view, 3> verifyWords = {"off", "fixed", "table"};
+constexpr std::array<std::string_view, 3> alongWords = {"x", "y", "tilt"};
+
+constexpr std::array<std::string_view, 8> kindNames = {
+    "zone mode",     "pixel mode",   "float mode", "float mode with a trapezium", "float mode with a polygon",
+    "binarise mode", "average mode", "asg mode"};
+constexpr std::array<std::string_view, 8> kindWords = {"zone",          "pixel",    "float",   "float/trapezium",
+                                                       "float/polygon", "binarise", "average", "asg"};
+
+constexpr KindSet nNone = 0;
+constexpr KindSet nZone = SetOf(Kind_Zone);
+constexpr KindSet nPixel = SetOf(Kind_Pixel);
+constexpr KindSet nFloat = SetOf(Kind_Float);
+constexpr KindSet nTrapezium = SetOf(Kind_Trapezium);
+constexpr KindSet nFreeForm = SetOf(Kind_FreeForm);
+constexpr KindSet nBinarise = SetOf(Kind_Binarise);
+constexpr KindSet nAverage = SetOf(Kind_Average);
+constexpr KindSet nAsg = SetOf(Kind_Asg);
+constexpr KindSet nAll = (1U << kindNames.size()) - 1;
+constexpr KindSet nZoned = nZone | nAsg;
+constexpr KindSet nRectangles = nZone | nPixel | nFloat;       ///< the paths with extended kernels, tables, re-runs
+constexpr KindSet nFiltered = nRectangles | nTrapezium | nAsg; ///< the paths whose pairs the filters see
+constexpr KindSet nCompared = nFiltered | nFreeForm;           ///< the paths that compare at the pattern's pitch
+
+const Field<Recipe> recipeFields[] = {
+    {"version", "", &Recipe::version, nRecipeVersion, nRecipeVersion, nAll, nAll, "form of this file"},
+    {"name", "text", &Recipe::name, 0, 0, nNone, nAll, "of the region, for results"},
+    {"mode", "", Choice<Recipe>{&Recipe::mode, modeWords}, 0, 0, nNone, nAll,
+     "zone: thresholds from zones of the cell; pixel: one threshold for pixels; float: one for sums of small windows; "
+     "binarise: dark pixels; average: a small window's mean against a large one's; asg: zone, in cells unbounded "
+     "across the direction, pairs only"},
+    {"direction", "", Choice<Recipe>{&Recipe::direction, directionWords}, 0, 0, nNone, nFiltered,
+     "axis along which a pixel is compared with the one a pitch on"},
+    {"auto_direction", "", &Recipe::autoDirection, 0, 0, nNone, nRectangles | nAsg,
+     "take the other direction where the region is too small for three pitches"},
+    {"max_reruns", "runs", &Recipe::maxReruns, 0, dCountHigh, nNone, nRectangles | nBinarise,
+     "runs that may follow an overflow, for each image"},
+    {"max_blobs", "blobs", &Recipe::maxBlobs, 1, 1000000, nNone, nAll, "room for blobs; what does not fit is lost"},
+    {"min_area", "pixels", &Recipe::minArea, 1, 1000000, nNone, nAll, "smaller blobs are not reported"},
+    {"label", "", &Recipe::label, dIntLow, dIntHigh, nNone, nAll, "copied into every blob"},
+    {"dead_image", "name of an image file", &Recipe::deadImageFile, 0, 0, nNone, nAll,
+     "painted dead places of the whole image: blobs that stand out most where it is not 0 are not reported"},
+    {"pitch.x", "pixels", &Recipe::pitchX, dPitchLow, dPitchHigh, nCompared, nCompared,
+     "period of the pattern along x"},
+    {"pitch.y", "pixels", &Recipe::pitchY, dPitchLow, dPitchHigh, nCompared, nCompared,
+     "period of the pattern along y"},
+    {"multiple.x", "periods", &Recipe::multipleX, 1, dCountHigh, nNone, nCompared,
+     "periods that a comparison spans along x"},
+    {"multiple.y", "periods", &Recipe::multipleY, 1, dCountHigh, nNone, nCompared,
+     "periods that a comparison spans along y"},
+    {"window.width", "pixels", &Recipe::windowWidth, 1, 1023, nNone, nZoned, "window of the block filters"},
+    {"window.height", "pixels", &Recipe::windowHeight, 1, 1023, nNone, nZoned, "window of the block filters"},
+    {"window.width", "pixels", &Recipe::windowWidth, 2, 3, nNone, nFloat | nTrapezium | nFreeForm,
+     "compared window: 2 by 2, 3 along the direction by 2, or 3 by 3; regions other than rectangles take 2 by 2"},
+    {"window.height", "pixels", &Recipe::windowHeight, 2, 3, nNone, nFloat | nTrapezium | nFreeForm, "compared window"},
+    {"grey_limit", "grey levels", &Recipe::greyLimit, 1, dGreyHigh, nNone, nCompared | nAverage,
+     "brighter values count as this"},
+    {"threshold.base", "grey levels", &Recipe::thresholdBase, 1, dGreyHigh, nPixel | nFreeForm, nPixel | nFreeForm,
+     "fixed part of the threshold"},
+    {"threshold.base", "grey levels of the window's sum", &Recipe::thresholdBase, 1, dGreyHigh * 9, nFloat | nTrapezium,
+     nFloat | nTrapezium, "fixed part of the threshold: 4 is one grey level of a 2 by 2 window"},
+    {"threshold.gain", "in 1/256", &Recipe::thresholdGain, 0, dGainHigh, nNone, nPixel | nFloat | nFreeForm,
+     "part that grows with the larger compared value"},
+    {"threshold_extra", "grey levels", &Recipe::thresholdExtra, 0, dGreyHigh, nNone, nFiltered,
+     "what an unpaired hit must rise above its threshold, and an addend of the edge filters"},
+    {"keep_singles", "", &Recipe::keepSingles, 0, 0, nNone, nRectangles | nFreeForm,
+     "keep unpaired hits of the edge bands"},
+    {"band_split", "", &Recipe::bandSplit, 0, 0, nNone, nRectangles | nFreeForm,
+     "inspect wide vertical regions in parallel bands"},
+    {"merge_distance", "pixels", &Recipe::mergeDistance, 0, 10000, nNone, nAll,
+     "blobs of one polarity this near are one"},
+    {"pixel_size.x", "length units", &Recipe::pixelSizeX, 0, 1e6, nNone, nAll,
+     "size of a pixel along x, for the diameter"},
+    {"pixel_size.y", "length units", &Recipe::pixelSizeY, 0, 1e6, nNone, nAll,
+     "size of a pixel along y, for the diameter"},
+    {"kernel.extended", "", &Recipe::extendedKernel, 0, 0, nNone, nRectangles, "take the extended kernels"},
+    {"kernel.average_2by2", "", &Recipe::average2by2, 0, 0, nNone, nZoned, "compare means of 2 by 2 pixels"},
+    {"kernel.line_buffer", "", &Recipe::lineBuffer, 0, 0, nNone, nZoned | nPixel,
+     "false: read the image without a line buffer"},
+    {"kernel.two_segment", "", &Recipe::twoSegment, 0, 0, nNone, nZoned, "zones have an upper threshold segment"},
+    {"kernel.zone_tables", "", &Recipe::zoneTables, 0, 0, nNone, nZone, "thresholds by the zones' table values"},
+    {"kernel.cross_shift", "pixels", &Recipe::crossShift, -1, 1, nNone, nRectangles,
+     "displacement across the vertical compare, in steps of 1/16"},
+    {"kernel.class_pitch", "pixels", &Recipe::classPitch, 0, dPitchHigh, nNone, nZone | nPixel,
+     "nonzero: take the extended kernel that is handed its pitches as real numbers"},
+    {"kernel.dark_base", "grey levels", &Recipe::darkFilterBase, 0, dGreyHigh, nNone, nRectangles | nFreeForm,
+     "second threshold of dark hits; 0 is off"},
+    {"kernel.dark_gain", "in 1/256", &Recipe::darkFilterGain, 0, dGainHigh, nNone, nRectangles | nFreeForm,
+     "gain of that threshold"},
+    {"twice.pitch", "pixels", &Recipe::twicePitch, 0, dPitchHigh, nNone, nPixel,
+     "nonzero: a second pass at this pitch, with thresholds of its own"},
+    {"twice.base", "grey levels", &Recipe::twiceBase, 1, dGreyHigh, nNone, nPixel, "threshold of the second pass"},
+    {"twice.gain", "in 1/256", &Recipe::twiceGain, 0, dGainHigh, nNone, nPixel, "gain of the second pass"},
+    {"binarise.limit", "grey levels", &Recipe::binariseLimit, 2, dGreyHigh, nBinarise, nBinarise,
+     "pixels darker than this are defects, but for 0; each row's last 1 to 16 columns stay out"},
+    {"average.bright", "grey levels", &Recipe::averageBright, 1, dGreyHigh, nAverage, nAverage,
+     "a window whose mean lies above its background's by more is a defect"},
+    {"average.dark", "grey levels", &Recipe::averageDark, 1, dGreyHigh, nAverage, nAverage,
+     "a window whose mean lies below its background's by more is a defect"},
+    {"average.window", "pixels", &Recipe::averageWindow, 1, dWindowHigh, nNone, nAverage, "side of the small window"},
+    {"average.background", "pixels", &Recipe::averageBackground, 1, dWindowHigh, nNone, nAverage,
+     "side of the large window, cut to a multiple of the small one's"},
+    {"filters.enabled", "", &Recipe::filters, 0, 0, nNone, nFiltered,
+     "false: the edge test alone, and none in horizontal direction"},
+    {"filters.margin", "", &Recipe::marginFilter, 0, 0, nNone, nFiltered,
+     "test hits of the edge bands to their other side"},
+    {"filters.test", "", Choice<Recipe>{&Recipe::filterTest, testWords}, 0, 0, nNone, nRectangles,
+     "further reference of the test"},
+    {"filters.all_pairs", "", &Recipe::filterPairs, 0, 0, nNone, nFiltered,
+     "test true pairs too, not only single hits"},
+    {"filters.sample", "", Choice<Recipe>{&Recipe::filterSample, sampleWords}, 0, 0, nNone, nZoned,
+     "what the test compares"},
+    {"filters.zone_thresholds", "", &Recipe::zoneFilterThresholds, 0, 0, nNone, nZoned,
+     "the test takes the zones' filter values in place of the hit's threshold"},
+    {"zones.multiple.x", "periods", &Recipe::zoneMultipleX, 1, dCountHigh, nNone, nZoned, "width of a zone cell"},
+    {"zones.multiple.y", "periods", &Recipe::zoneMultipleY, 1, dCountHigh, nNone, nZoned, "height of a zone cell"},
+    {"zones.origin.x", "pixels", &Recipe::zoneOriginX, -dOriginHigh, dOriginHigh, nNone, nZoned,
+     "left side of some cell"},
+    {"zones.origin.y", "pixels", &Recipe::zoneOriginY, -dOriginHigh, dOriginHigh, nNone, nZoned,
+     "top side of some cell"},
+    {"zones.image", "name of an image file", &Recipe::zoneImageFile, 0, 0, nNone, nZoned,
+     "painted cell, a pixel's value is its zone; empty: one flat zone"},
+    {"zones.class_image", "name of an image file", &Recipe::classImageFile, 0, 0, nNone, nZone,
+     "painted cell of class ids; empty: none"},
+};
+
+const Field<ZoneSettings> zoneFields[] = {
+    {"index", "", &ZoneSettings::index, 0, nRecipeZoneLimit - 1, nAll, nAll, "value in the painted cell"},
+    {"offset", "grey levels", &ZoneSettings::offset, 0, dOffsetHigh, nNone, nAll, "fixed part of the threshold"},
+    {"gain", "in 1/256", &ZoneSettings::gain, 0, dGainHigh, nNone, nAll,
+     "part that grows with the larger compared value"},
+    {"upper.knee", "grey levels", &ZoneSettings::knee, 0, dGreyHigh, nNone, nAll, "above it the upper segment applies"},
+    {"upper.offset", "grey levels", &ZoneSettings::upperOffset, 0, dOffsetHigh, nNone, nAll,
+     "offset of the upper segment"},
+    {"upper.gain", "in 1/256", &ZoneSettings::upperGain, 0, dGainHigh, nNone, nAll, "gain of the upper segment"},
+    {"filter.dark_offset", "grey levels", &ZoneSettings::darkFilterOffset, 0, dGreyHigh, nNone, nAll,
+     "filters, dark hits"},
+    {"filter.dark_gain", "in 1/256", &ZoneSettings::darkFilterGain, 0, dGainHigh, nNone, nAll, "filters, dark hits"},
+    {"filter.bright_offset", "grey levels", &ZoneSettings::brightFilterOffset, 0, dGreyHigh, nNone, nAll,
+     "filters, bright hits"},
+    {"filter.bright_gain", "in 1/256", &ZoneSettings::brightFilterGain, 0, dGainHigh, nNone, nAll,
+     "filters, bright hits"},
+    {"table.offset", "grey levels", &ZoneSettings::tableOffset, 0, dGreyHigh, nNone, nAll, "zone tables"},
+    {"table.gain", "in 1/256", &ZoneSettings::tableGain, 0, dGainHigh, nNone, nAll, "zone tables"},
+    {"dark_grey_limit", "grey levels", &ZoneSettings::darkGreyLimit, 0, dGreyHigh, nNone, nAll,
+     "dark pairs at or above this grey are dropped; 0 is off"},
+    {"bright_min_difference", "grey levels", &ZoneSettings::brightMinDifference, 0, dGreyHigh, nNone, nAll,
+     "bright pairs that stand out by less are dropped; 0 is off"},
+    {"dead", "", &ZoneSettings::dead, 0, 0, nNone, nAll, "nothing is found there, whatever the thresholds"},
+    {"verify.mode", "", Choice<ZoneSettings>{&ZoneSettings::verifyMode, verifyWords}, 0, 0, nNone, nAll,
+     "drop pairs that fit the pattern at its short period: fixed: at the pitches below; table: at parts of the pitch "
+     "tables"},
+    {"verify.pitch.x", "pixels", &ZoneSettings::verifyPitchX, 0, dPitchHigh, nNone, nAll, "short period along x"},
+    {"verify.pitch.y", "pixels", &ZoneSettings::verifyPitchY, 0, dPitchHigh, nNone, nAll, "short period along y"},
+};
+
+const StructuredField structuredFields[] = {
+    {"region", "object with shape (rectangle), left, top, right, bottom, in pixels, right and bottom exclusive",
+     "the whole image", nNone, nAll & ~(nTrapezium | nFreeForm), "what is inspected"},
+    {"region",
+     "object with shape (trapezium), points, columns; points: list of [x, y] in pixels, at most 10, corners of a "
+     "convex polygon; columns: [first, last], optional, what is left of it",
+     "", nTrapezium, nTrapezium,
+     "polygon that is cut into trapezia; singles are not kept, blobs are not joined across trapezia"},
+    {"region",
+     "object with shape (polygon), points; points: list of [x, y] in pixels, corners of any polygon, even-odd rule", "",
+     nFreeForm, nFreeForm, "polygon whose pixels inside are compared one by one; vertical"},
+    {"margin_frame", "object with left, top, right, bottom, in pixels", "none", nNone, nFiltered,
+     "frame of the edge tests"},
+    {"dead_zones", "list of at most 9 rectangles, in pixels", "empty", nNone, nRectangles, "no hits inside"},
+    {"tables.scan_pitch", "list of pitches along y in pixels, one for each 16 rows", "empty", nNone, nRectangles,
+     "row table"},
+    {"tables.conv_pitch", "list of pitches along x in pixels, one for each 16 columns", "empty", nNone,
+     nRectangles | nAsg, "column table"},
+    {"tables.scan_tilt", "list of shifts along x in pixels, -1 to 1, one for each 16 rows", "empty", nNone, nZone,
+     "how far the pattern leans over one compare distance down, for checks along the tilt"},
+    {"tables.row_pitch", "list of pitches along x in pixels, one for each 16 rows", "empty", nNone, nTrapezium,
+     "horizontal direction"},
+    {"tables.column_pitch", "list of pitches along y in pixels, one for each 16 columns", "empty", nNone, nTrapezium,
+     "vertical direction"},
+    {"zones.skip", "list of [column, row]", "empty", nNone, nZone, "cells that are not inspected"},
+    {"zones.list", "list of zones, each an object with the fields of zones.list[]", "one zone with its defaults", nNone,
+     nZoned, "thresholds of the zones"},
+};
+
+const StructuredField zoneStructuredFields[] = {
+    {"verify.checks", "list of at most 5 objects with along (x, y or tilt) and cycles (whole number, default 1)",
+     "empty", nNone, nAll,
+     "where a pair that fits is no defect: by tables, cycles short periods away both ways; not more than the periods "
+     "that a comparison spans"},
+};
+
+template <typename... Functions>
+struct Overload : Functions...
+{
+    using Functions::operator()...;
+};
+template <typename... Functions>
+Overload(Functions...) -> Overload<Functions...>;
+
+template <typename Owner>
+std::string Words(const Choice<Owner>& choice)
+{
+    std::string text;
+    for (std::size_t i = 0; i < choice.words.size(); ++i)
+        text += (i == 0 ? "" : i + 1 == choice.words.size() ? " or " : ", ") + std::string(choice.words[i]);
+    return text;
+}
+
+} // namespace
+
+std::span<const Field<Recipe>> RecipeFields()
+{
+    return recipeFields;
+}
+
+std::span<const Field<ZoneSettings>> ZoneFields()
+{
+    return zoneFields;
+}
+
+std::span<const StructuredField> StructuredFields()
+{
+    return structuredFields;
+}
+
+std::span<const StructuredField> ZoneStructuredFields()
+{
+    return zoneStructuredFields;
+}
+
+std::span<const std::string_view> VerifyAlongWords()
+{
+    return alongWords;
+}
+
+std::string_view KindName(Kind kind)
+{
+    return kindNames[static_cast<std::size_t>(kind)];
+}
+
+std::string KindsText(KindSet kinds)
+{
+    if (kinds == nAll)
+        return "";
+    std::string text;
+    for (std::size_t i = 0; i < kindWords.size(); ++i)
+        if ((kinds & SetOf(static_cast<Kind>(i))) != 0)
+            text += (text.empty() ? "modes " : ", ") + std::string(kindWords[i]);
+    return text;
+}
+
+template <typename Owner>
+std::string AllowedText(const Field<Owner>& field)
+{
+    const auto numberText = [&](const char* kind)
+    {
+        const std::string range = field.low == field.high ? FormatNumber(field.low)
+                                                          : FormatNumber(field.low) + " to " + FormatNumber(field.high);
+        return kind + range + (field.unit.empty() ? "" : " " + std::string(field.unit));
+    };
+    return std::visit(Overload{[&](int Owner::*) { return numberText("whole number, "); },
+                               [&](double Owner::*) { return numberText(""); },
+                               [](bool Owner::*) { return std::string("true or false"); },
+                               [&](std::string Owner::*) { return std::string(field.unit) + ", or empty"; },
+                               [](const Choice<Owner>& choice) { return Words(choice); }},
+                      field.member);
+}
+
+template <typename Owner>
+std::string ValueText(const Field<Owner>& field, const Owner& owner)
+{
+    return std::visit(Overload{[&](int Owner::*member) { return std::to_string(owner.*member); },
+                               [&](double Owner::*member) { return FormatNumber(owner.*member); },
+                               [&](bool Owner::*member) { return std::string(owner.*member ? "true" : "false"); },
+                               [&](std::string Owner::*member) { return "\"" + owner.*member + "\""; },
+                               [&](const Choice<Owner>& choice)
+                               {
+                                   const int value = owner.*choice.member;
+                                   const bool known = value >= 0 && value < static_cast<int>(choice.words.size());
+                                   return known ? std::string(choice.words[static_cast<std::size_t>(value)])
+                                                : std::to_string(value);
+                               }},
+                      field.member);
+}
+
+template <typename Owner>
+bool IsInRange(const Field<Owner>& field, const Owner& owner)
+{
+    const auto inside = [&](double value) { return value >= field.low && value <= field.high; };
+    return std::visit(Overload{[&](int Owner::*member) { return inside(owner.*member); },
+                               [&](double Owner::*member) { return inside(owner.*member); },
+                               [](bool Owner::*) { return true; }, [](std::string Owner::*) { return true; },
+                               [&](const Choice<Owner>& choice)
+                               {
+                                   const int value = owner.*choice.member;
+                                   return value >= 0 && value < static_cast<int>(choice.words.size());
+                               }},
+                      field.member);
+}
+
+template std::string AllowedText(const Field<Recipe>&);
+template std::string AllowedText(const Field<ZoneSettings>&);
+template std::string ValueText(const Field<Recipe>&, const Recipe&);
+template std::string ValueText(const Field<ZoneSettings>&, const ZoneSettings&);
+template bool IsInRange(const Field<Recipe>&, const Recipe&);
+template bool IsInRange(const Field<ZoneSettings>&, const ZoneSettings&);
+
+} // namespace narvo

@@ -1,0 +1,95 @@
+// Drawing of the overlay with OpenCV.
+#include "host/result/overlay.h"
+
+#include <string>
+
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include "host/problem.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+constexpr int nFrameMargin = 5; // pixels between a box and its frame
+constexpr int nFrameWidth = 2;
+constexpr double dTextScale = 0.5;
+
+// Red, green, blue.
+const cv::Scalar colourRegion(0, 160, 0);
+const cv::Scalar colourDark(0, 220, 255);
+const cv::Scalar colourBright(255, 130, 0);
+const cv::Scalar colourMissed(255, 0, 255);
+
+void Frame(cv::Mat& picture, const CRect& box, const cv::Scalar& colour, const std::string& text)
+{
+    const cv::Point from(box.left - nFrameMargin, box.top - nFrameMargin);
+    const cv::Point to(box.right - 1 + nFrameMargin, box.bottom - 1 + nFrameMargin);
+    cv::rectangle(picture, from, to, colour, nFrameWidth);
+
+    int baseline = 0;
+    const cv::Size size = cv::getTextSize(text, cv::FONT_HERSHEY_SIMPLEX, dTextScale, 1, &baseline);
+    // Above the frame, or below it at the top of the image; shifted in at the right side.
+    cv::Point place(std::max(0, std::min(from.x, picture.cols - size.width)), from.y - 4);
+    if (place.y - size.height < 0)
+        place.y = to.y + size.height + 5;
+    cv::putText(picture, text, place, cv::FONT_HERSHEY_SIMPLEX, dTextScale, cv::Scalar(0, 0, 0), 3, cv::LINE_AA);
+    cv::putText(picture, text, place, cv::FONT_HERSHEY_SIMPLEX, dTextScale, colour, 1, cv::LINE_AA);
+}
+
+} // namespace
+
+void DrawOverlay(std::uint8_t* rgb, const GreyView& image, const InspectionResult& result,
+                 const std::vector<CRect>& missed)
+{
+    const cv::Mat grey(image.Height(), image.Width(), CV_8UC1, const_cast<std::uint8_t*>(image.Row(0)),
+                       static_cast<std::size_t>(image.Stride()));
+    cv::Mat picture(image.Height(), image.Width(), CV_8UC3, rgb);
+    cv::cvtColor(grey, picture, cv::COLOR_GRAY2RGB);
+    const CRect& region = result.region;
+    if (result.outlines.empty())
+        cv::rectangle(picture, {region.left, region.top}, {region.right - 1, region.bottom - 1}, colourRegion, 1);
+    for (const std::vector<CPoint>& outline : result.outlines)
+    {
+        std::vector<cv::Point> corners;
+        for (const CPoint& corner : outline)
+            corners.emplace_back(corner.x, corner.y);
+        cv::polylines(picture, corners, true, colourRegion, 1);
+    }
+    for (const CRect& box : missed)
+        Frame(picture, box, colourMissed, "missed");
+    for (const Blob& blob : result.blobs)
+        Frame(picture, blob.box, blob.bright ? colourBright : colourDark, std::to_string(blob.number));
+}
+
+void SaveColourImage(const std::filesystem::path& file, const std::uint8_t* rgb, int width, int height)
+{
+    bool written = false;
+    try
+    {
+        cv::Mat picture;
+        cv::cvtColor(cv::Mat(height, width, CV_8UC3, const_cast<std::uint8_t*>(rgb)), picture, cv::COLOR_RGB2BGR);
+        written = cv::imwrite(file.string(), picture, {cv::IMWRITE_PNG_COMPRESSION, 2});
+    }
+    catch (const cv::Exception&)
+    {
+        written = false;
+    }
+    if (!written)
+        throw HostError({{"file " + file.string(), "cannot be written",
+                          "a writable place and a name ending in an image format (.png, .tif, .bmp, .ppm)"}});
+}
+
+void SaveOverlay(const std::filesystem::path& file, const GreyView& image, const InspectionResult& result,
+                 const std::vector<CRect>& missed)
+{
+    std::vector<std::uint8_t> rgb(std::size_t{3} * static_cast<std::size_t>(image.Width()) *
+                                  static_cast<std::size_t>(image.Height()));
+    DrawOverlay(rgb.data(), image, result, missed);
+    SaveColourImage(file, rgb.data(), image.Width(), image.Height());
+}
+
+} // namespace narvo

@@ -1,0 +1,127 @@
+// Writers of results.
+#include "host/result/result_file.h"
+
+#include <fstream>
+
+#include <nlohmann/json.hpp>
+
+#include "host/problem.h"
+
+namespace narvo
+{
+
+using nlohmann::ordered_json;
+
+namespace
+{
+
+/// A blob as name and value, in the order of both files.
+ordered_json BlobToJson(const Blob& blob)
+{
+    return {{"number", blob.number},
+            {"polarity", blob.bright ? "bright" : "dark"},
+            {"left", blob.box.left},
+            {"top", blob.box.top},
+            {"right", blob.box.right},
+            {"bottom", blob.box.bottom},
+            {"center_x", blob.center.x},
+            {"center_y", blob.center.y},
+            {"area", blob.area},
+            {"peak", blob.peak},
+            {"peak_x", blob.peakPlace.x},
+            {"peak_y", blob.peakPlace.y},
+            {"max_difference", blob.maxDifference},
+            {"mean_difference", blob.meanDifference},
+            {"mean_grey", blob.meanGrey},
+            {"mean_reference", blob.meanReference},
+            {"zone", blob.zone},
+            {"band", blob.band},
+            {"single", blob.single},
+            {"label", blob.label},
+            {"diameter", blob.diameter},
+            {"angle", blob.angle},
+            {"major_axis", blob.majorAxis},
+            {"minor_axis", blob.minorAxis},
+            {"circularity", blob.circularity},
+            {"elongation", blob.elongation}};
+}
+
+} // namespace
+
+ordered_json ResultToJson(const InspectionResult& result)
+{
+    ordered_json blobs = ordered_json::array();
+    for (const Blob& blob : result.blobs)
+        blobs.push_back(BlobToJson(blob));
+    ordered_json outlines = ordered_json::array();
+    for (const std::vector<CPoint>& outline : result.outlines)
+    {
+        ordered_json& corners = outlines.emplace_back(ordered_json::array());
+        for (const CPoint& corner : outline)
+            corners.push_back({corner.x, corner.y});
+    }
+    return {{"version", nResultVersion},
+            {"name", result.name},
+            {"code", result.code},
+            {"direction", result.direction == Direction_Vertical ? "vertical" : "horizontal"},
+            {"region",
+             {{"left", result.region.left},
+              {"top", result.region.top},
+              {"right", result.region.right},
+              {"bottom", result.region.bottom}}},
+            {"outlines", outlines},
+            {"pairs", result.pairs},
+            {"reruns", result.reruns},
+            {"dead_blobs", result.deadBlobs},
+            {"milliseconds",
+             {{"inspect", result.inspectMilliseconds},
+              {"blobs", result.blobMilliseconds},
+              {"total", result.totalMilliseconds}}},
+            {"warnings", result.warnings},
+            {"blobs", blobs}};
+}
+
+std::string BlobColumns()
+{
+    std::string columns;
+    const ordered_json blob = BlobToJson(Blob{});
+    for (const auto& [name, value] : blob.items())
+        columns += (columns.empty() ? "" : ",") + name;
+    return columns;
+}
+
+std::string TableField(const std::string& text)
+{
+    if (text.find_first_of(",\"\r\n") == std::string::npos)
+        return text;
+    std::string quoted = "\"";
+    for (const char letter : text)
+        quoted += letter == '"' ? std::string("\"\"") : std::string(1, letter);
+    return quoted + "\"";
+}
+
+std::string BlobRow(const ordered_json& blob)
+{
+    std::string row;
+    for (const auto& [name, value] : blob.items())
+        row += (row.empty() ? "" : ",") + (value.is_string() ? value.get<std::string>() : value.dump());
+    return row;
+}
+
+std::string ResultToCsv(const InspectionResult& result)
+{
+    std::string text = BlobColumns() + "\n";
+    for (const Blob& blob : result.blobs)
+        text += BlobRow(BlobToJson(blob)) + "\n";
+    return text;
+}
+
+void WriteTextFile(const std::filesystem::path& file, const std::string& text)
+{
+    std::ofstream stream(file, std::ios::binary);
+    stream << text;
+    if (!stream.flush())
+        throw HostError({{"file " + file.string(), "cannot be written", "a writable place"}});
+}
+
+} // namespace narvo
