@@ -75,6 +75,12 @@ narvo::CPitchLines MakeLines(const unsigned char* pImage, int nStride, int x0, i
     return {pImage + (std::int64_t{y0} * nStride + x0), nStride, nColumns, nHeight, nAlong};
 }
 
+/// Columns that a comparison along rows takes: whole blocks, and one at least.
+std::int64_t CountRowColumns(int nWidth)
+{
+    return std::max<std::int64_t>((std::int64_t{nWidth} + 15) / 16, 1) * 16;
+}
+
 /// The two-dimensional comparison of a region.
 class CBoxSearch
 {
@@ -106,8 +112,6 @@ public:
     /// the strips are walked: -1 nothing, 1 a row whose counterpart lies past the end, 2 a row before the start.
     int FindStop(std::int64_t nWhole, int nImageHeight) const
     {
-        if (m_nRows <= 0)
-            return -1;
         const std::int64_t nEnd = (nImageHeight - nWhole) * m_nStride;
         for (std::int64_t x = m_x0; x < m_x1; x += 16)
             for (std::int64_t y = m_y0; y < m_y0 + m_nRows + 2; ++y)
@@ -143,9 +147,8 @@ void CAssemUtil::CheckPitchSmall16(std::int64_t nCenter, int nPitchRange, int x0
                                    const unsigned char* pImage, int nStride, int nNoise, int& nBest, int& nBestWhole,
                                    int& nBestFraction)
 {
-    const std::int64_t nColumns = (std::int64_t{nWidth} + 15) / 16 * 16;
-    SearchRound(MakeLines(pImage, nStride, x0, y0, nColumns, nHeight, 1), nCenter, nPitchRange, nNoise, nBest,
-                nBestWhole, nBestFraction);
+    SearchRound(MakeLines(pImage, nStride, x0, y0, CountRowColumns(nWidth), nHeight, 1), nCenter, nPitchRange, nNoise,
+                nBest, nBestWhole, nBestFraction);
 }
 
 void CAssemUtil::CheckPitchSmallVert16(std::int64_t nCenter, int nPitchRange, int x0, int y0, int nWidth, int nHeight,
@@ -159,9 +162,9 @@ void CAssemUtil::CheckPitchSmallVert16(std::int64_t nCenter, int nPitchRange, in
 void CAssemUtil::CheckPitchPixel(int nLow, int nHigh, int x0, int y0, int nWidth, int nHeight,
                                  const unsigned char* pImage, int nStride, int nNoise, int& nBestWhole)
 {
-    const std::int64_t nColumns = (std::int64_t{nWidth} + 15) / 16 * 16;
     std::int64_t nFound = 0;
-    if (SearchLines(MakeLines(pImage, nStride, x0, y0, nColumns, nHeight, 1), nLow, nHigh, nNoise, nFound))
+    if (SearchLines(MakeLines(pImage, nStride, x0, y0, CountRowColumns(nWidth), nHeight, 1), nLow, nHigh, nNoise,
+                    nFound))
         nBestWhole = static_cast<int>(nFound / 16);
 }
 

@@ -186,6 +186,25 @@ TEST(PitchCheck, BoundedSearchStopsAtASourceRowBeforeTheImage)
     EXPECT_EQ(nBest, 7);
 }
 
+TEST(PitchCheck, ARegionWithoutHeightStillFillsItsRowsUnderTheGuards)
+{
+    const std::vector<unsigned char> image = MakePeriodic(256, 128, 27, 19);
+    CScratch scratch;
+    const auto search = [&](int nHigh, int y0, int y1, int& nBest)
+    {
+        return CAssemUtil::CheckPitchSmallVT_P16_BOE(16, nHigh, 0, 8, 40, y0, y1, image.data(), 256, 128, 0,
+                                                     scratch.nPlain, scratch.nShifted, nBest);
+    };
+    int nBest = -1;
+    EXPECT_EQ(search(960, 120, 120, nBest), 1) << "rows 120 and 121 are filled, and 7 or 8 rows on is the end";
+    EXPECT_EQ(nBest, 16);
+    EXPECT_EQ(search(960, 120, 119, nBest), 1) << "row 120 is filled";
+    EXPECT_EQ(search(960, 120, 118, nBest), -1) << "no row is";
+    nBest = -1;
+    EXPECT_EQ(search(20, -1, -1, nBest), 2);
+    EXPECT_EQ(nBest, -1);
+}
+
 TEST(PitchCheck, RegionWithoutWidthOrHeightReadsNothingAndTheFirstCandidateWins)
 {
     CGuardedMemory image(1, CGuardedMemory::Flush::Back);
@@ -195,8 +214,12 @@ TEST(PitchCheck, RegionWithoutWidthOrHeightReadsNothingAndTheFirstCandidateWins)
         int nBest = 0;
         int nWhole = 0;
         int nFraction = 0;
-        CAssemUtil::CheckPitchSmall16(100, 3, 5, 5, nWidth, nHeight, image.Data(), 100000, 0, nBest, nWhole, nFraction);
-        EXPECT_EQ(nBest, 97);
+        if (nHeight <= 0)
+        {
+            CAssemUtil::CheckPitchSmall16(100, 3, 5, 5, nWidth, nHeight, image.Data(), 100000, 0, nBest, nWhole,
+                                          nFraction);
+            EXPECT_EQ(nBest, 97);
+        }
         CAssemUtil::CheckPitchSmallVert16(200, 3, 5, 5, nWidth, nHeight, image.Data(), 100000, 0, nBest, nWhole,
                                           nFraction);
         EXPECT_EQ(nBest, 197);
@@ -215,8 +238,14 @@ TEST(PitchCheck, WidthUnderSixteenIsABlockAlongRowsAndNothingAlongColumns)
     int nBest = 0;
     int nWhole = 0;
     int nFraction = 0;
-    CAssemUtil::CheckPitchSmall16(27 * 16, 20, 8, 4, 1, 64, image.data(), 256, 0, nBest, nWhole, nFraction);
-    EXPECT_EQ(nBest, 27 * 16);
+    for (const int nWidth : {1, 0, -5, -40})
+    {
+        nBest = nWhole = 0;
+        CAssemUtil::CheckPitchSmall16(27 * 16, 20, 8, 4, nWidth, 64, image.data(), 256, 0, nBest, nWhole, nFraction);
+        EXPECT_EQ(nBest, 27 * 16) << nWidth;
+        CAssemUtil::CheckPitchPixel(20 * 16, 40 * 16, 8, 4, nWidth, 64, image.data(), 256, 0, nWhole);
+        EXPECT_EQ(nWhole, 27) << nWidth;
+    }
     CAssemUtil::CheckPitchSmallVert16(19 * 16, 20, 8, 4, 15, 64, image.data(), 256, 0, nBest, nWhole, nFraction);
     EXPECT_EQ(nBest, 19 * 16 - 20);
 }

@@ -18,10 +18,8 @@ std::int64_t RowCost(const CPitchImage& image, std::int64_t c, int x0, int y0, i
     const std::int64_t i = c >> 4;
     const int f = static_cast<int>(c & 15);
     std::int64_t nCost = 0;
-    if (nWidth <= 0)
-        return 0;
     for (int y = y0; y < y0 + nHeight; ++y)
-        for (int xBlock = x0; xBlock < x0 + nWidth; xBlock += 16)
+        for (int xBlock = x0; xBlock == x0 || xBlock < x0 + nWidth; xBlock += 16)
             for (int x = xBlock; x < xBlock + 16; ++x)
             {
                 const std::uint8_t* p = image.pImage + y * image.nStride + x;
@@ -73,11 +71,9 @@ std::int64_t BoxCost(const CPitchImage& image, std::int64_t v, std::int64_t h, i
     const std::int64_t ih = h >> 4;
     const int fh = static_cast<int>(h & 15);
     std::int64_t nCost = 0;
-    if (y1 <= y0)
-        return 0;
     for (int xStrip = x0; xStrip < x1; xStrip += 16)
     {
-        const auto nRows = static_cast<std::size_t>(y1 - y0 + 2);
+        const auto nRows = static_cast<std::size_t>(std::max(y1 - y0 + 2, 0));
         std::vector<int> A(nRows * 16);
         std::vector<int> B(nRows * 16);
         for (std::size_t r = 0; r < nRows; ++r)
@@ -104,7 +100,7 @@ std::int64_t BoxCost(const CPitchImage& image, std::int64_t v, std::int64_t h, i
                 B[r * 16 + j] = ((q[0] * (16 - fh) + q[2] * fh) >> 4) + q[1];
             }
         }
-        for (std::size_t i = 0; i < (nRows - 2) * 16; ++i)
+        for (std::size_t i = 0; i + 32 < nRows * 16; ++i)
             nCost += std::abs(16 * (A[i] + A[i + 16]) - (16 - fv) * B[i] - 16 * B[i + 16] - fv * B[i + 32]);
     }
     return nCost;
