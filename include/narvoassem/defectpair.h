@@ -48,7 +48,7 @@ public:
     int nCmpGray;    ///< value it was compared with
     int nZoneIndex;  ///< zone, 0 .. 15; picks entries of the per-zone tables
     int nThreshold;  ///< threshold that applied
-    int nSubZone;    ///< second index, 0 .. 15; written by the class-id zone kernels only
+    int nSubZone;    ///< second index, 0 .. 15; written by the class-id zone kernels with a map only
 
     /// As Reset.
     CDefectPair();

@@ -10,8 +10,8 @@
 #include "narvoassem/fastkernels.h"
 
 /// As ConvZoneVertFast, and nSubZone of each record takes the low four bits of pClassIdMap at the place of the hit
-/// whose values the record carries; 0 where no map is given. The arguments named nReserved and pReserved are not
-/// read; pScanPitchTable and pVtd... do not apply to this form.
+/// whose values the record carries; without a map it stays as it was. The arguments named nReserved and pReserved are
+/// not read; pScanPitchTable and pVtd... do not apply to this form.
 NARVO_API int ConvZone_AVX_ClassID(
     unsigned char* pImage, std::int64_t nThreshold, std::int64_t nPixelSize, std::int64_t nPixelCount,
     std::int64_t nLeft, std::int64_t nRight, std::int64_t nTop, std::int64_t nBottom, int* pPixelX, int* pPixelY,

@@ -65,7 +65,8 @@ public:
             // fewer.
             nTileStrips = bInTile ? 2 * nTileStrips : nStrip;
         }
-        return this->End(x + kStripWidth);
+        // Strips that stay where they are end with the region, even where it has none.
+        return this->End((kScan.eCut == StripCut::Stays ? m_nStripEnd : x) + kStripWidth);
     }
 
     CBands Bands() const

@@ -103,7 +103,7 @@ public:
         pair.nCmpGray = nCmp;
         pair.nZoneIndex = hits.pZoneIndex[nHit];
         pair.nThreshold = nThreshold;
-        if (kTraits.bClassId)
+        if (kTraits.bClassId && m_call.pClassIdMap != nullptr)
             pair.nSubZone =
                 static_cast<std::size_t>(nHit) < m_classId.Capacity() ? m_classId[static_cast<std::size_t>(nHit)] : 0;
         return true;

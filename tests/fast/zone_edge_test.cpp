@@ -641,6 +641,18 @@ TEST(ZoneBlackFilter, DarkRecordMustExceedTheSecondThresholdAndBrightOnesPass)
     EXPECT_EQ(outcome.aType[3], 0);
 }
 
+TEST(ZoneVertical, EndLineOfARegionWithoutStripsLiesWhereItsStripsWouldEnd)
+{
+    for (const auto& [nLeft, nRight, nEndLine] :
+         {std::tuple{32, 40, 48}, std::tuple{32, 32, 48}, std::tuple{32, 22, 32}, std::tuple{40, 7, 8}})
+    {
+        CPlainScene plain(ZoneKernel::Vert, 64, 40, 5 * 16);
+        plain.Call().region.nLeft = nLeft;
+        plain.Call().region.nRight = nRight;
+        EXPECT_EQ(plain.Run().nEndLine, nEndLine) << nLeft << " to " << nRight;
+    }
+}
+
 // --- the wide library's names ---
 
 TEST(ZoneClassId, SubZoneIsTheLowFourBitsAtThePlaceOfTheHitBehindTheRecord)
@@ -662,7 +674,7 @@ TEST(ZoneClassId, SubZoneIsTheLowFourBitsAtThePlaceOfTheHitBehindTheRecord)
         EXPECT_EQ(outcome.aPairs[2].nSubZone, 32 & 15); // the hit lies in row 32
 
         plain.Call().pClassIdMap = nullptr;
-        EXPECT_EQ(plain.Run().aPairs[1].nSubZone, 0);
+        EXPECT_EQ(plain.Run().aPairs[1].nSubZone, nUntouched);
     }
 }
 

@@ -641,7 +641,7 @@ private:
         pair.nCmpGray = nCmp;
         pair.nZoneIndex = nZone;
         pair.nThreshold = nThreshold;
-        if (v.bClassId)
+        if (v.bClassId && call.pClassIdMap != nullptr)
             pair.nSubZone = aClassOfHit[static_cast<std::size_t>(nHit)];
         nPairs++;
         return true;
