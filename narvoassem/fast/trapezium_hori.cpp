@@ -27,11 +27,14 @@ public:
     /// @return the new pair count
     int Run()
     {
-        for (std::int64_t y = m_call.nTop; y < m_call.nBottom; ++y)
+        const std::int64_t nHeight = m_call.nBottom - m_call.nTop;
+        if (nHeight == 0)
+            return static_cast<int>(m_records.Count());
+        // The top row comes without a test, even where the bottom lies above it.
+        for (std::int64_t y = m_call.nTop; y == m_call.nTop || y < m_call.nBottom; ++y)
         {
             if (m_call.pPitchTable != nullptr && (y - m_call.nTop) % 16 == 0)
                 SetPitch(m_call.pPitchTable[y >> 4]);
-            const std::int64_t nHeight = m_call.nBottom - m_call.nTop;
             m_nLeft = SideAt(y - m_call.nTop, nHeight, m_call.nLeftTop, m_call.nLeftBottom);
             const std::int64_t nRight = SideAt(y - m_call.nTop, nHeight, m_call.nRightTop, m_call.nRightBottom);
             m_nWidth = RoundDownTo16(nRight - m_nLeft);

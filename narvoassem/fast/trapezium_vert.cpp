@@ -76,8 +76,8 @@ public:
                     x += kStripWidth;
                     continue;
                 }
-                // The hit arrays were full: the rest of the block is read again, unless that could not do more.
-                x += m_records.Count() == nBefore ? kStripWidth : nFinished;
+                // The hit arrays were full: the half that filled them is read again, unless that could not do more.
+                x += m_records.Count() == nBefore ? kGroupWidth : nFinished;
                 break;
             }
         }

@@ -134,11 +134,22 @@ TEST_P(TrapeziumKernels, AHorizontalTrapeziumWithoutHeightInspectsNothing)
     CPicture picture(128, 64, 100);
     picture.Fill(40, 0, 41, 64, 200);
     CTrapeziumHoriScene scene = HoriOn(picture);
-    for (const int nBottom : {5, 4})
+    scene.call.nTop = scene.call.nBottom = 5;
+    EXPECT_EQ(RunScene(scene).nReturned, 0);
+}
+
+TEST_P(TrapeziumKernels, TheTopRowOfAHorizontalTrapeziumIsInspectedWithoutATest)
+{
+    CPicture picture(128, 64, 100);
+    picture.Fill(40, 0, 41, 64, 200);
+    CTrapeziumHoriScene scene = HoriOn(picture);
+    scene.call.nTop = 50;
+    for (const int nBottom : {51, 49, 20})
     {
-        scene.call.nTop = 5;
         scene.call.nBottom = nBottom;
-        EXPECT_EQ(RunScene(scene).nReturned, 0);
+        const CKernelOutcome outcome = RunScene(scene);
+        ASSERT_EQ(outcome.nReturned, 2) << nBottom;
+        EXPECT_EQ(outcome.aPairs[0].ptDefect.y, 50);
     }
 }
 
@@ -425,6 +436,24 @@ TEST_P(TrapeziumKernels, ABlockWhoseHitsOverflowWithoutARecordIsLeftForTheNext)
     const CKernelOutcome outcome = RunScene(scene);
     const std::vector<CPoint> aExpected = {{34, 4}, {35, 4}};
     EXPECT_EQ(PointsOf(outcome), aExpected);
+}
+
+TEST_P(TrapeziumKernels, ASecondHalfThatOverflowsWithoutARecordBecomesTheNextBlock)
+{
+    CPicture picture(64, 64, 100);
+    for (const int x : {1, 4, 6, 11})
+        picture.At(x, 5) = 200; // the first half's 12 hits of the first band leave room for one
+    picture.At(13, 40) = 200;
+    CTrapeziumVertScene scene = VertOn(picture);
+    scene.call.nRight = 16;
+    scene.call.nBottomLeft = scene.call.nBottomRight = 60;
+    scene.call.nTopLeft = scene.call.nTopRight = 2;
+    const std::vector<CPoint> aExpected = {{12, 39}, {13, 39}, {12, 40}, {13, 40}};
+    for (const int nHitSize : {100, 13})
+    {
+        scene.call.hits.nSize = nHitSize;
+        EXPECT_EQ(PointsOf(RunScene(scene)), aExpected) << nHitSize;
+    }
 }
 
 TEST_P(TrapeziumKernels, AVerticalTableGivesThePitchOfItsSixteenColumns)

@@ -99,7 +99,9 @@ public:
     int Run()
     {
         int nRowCounter = 0;
-        for (int64_t y = call.nTop; y < call.nBottom; y++, nRowCounter = (nRowCounter + 1) % 16)
+        if (call.nTop == call.nBottom)
+            return static_cast<int>(nPairs);
+        for (int64_t y = call.nTop; y == call.nTop || y < call.nBottom; y++, nRowCounter = (nRowCounter + 1) % 16)
         {
             if (nRowCounter == 0 && call.pPitchTable != nullptr)
             {
@@ -266,7 +268,7 @@ public:
                 break;
             nHits = 0;
             if (bBroken && nPairs == nPairsBefore)
-                x = nBlockX + nStripWidth; // reading it again could not do more
+                x = nBlockX + nGroupWidth; // reading the first half again could not do more
         }
         return static_cast<int>(nPairs);
     }
