@@ -1,12 +1,15 @@
 // The inspection calls of the engine: checks, choice of the comparison, re-runs after an overflow, result codes.
 #include "narvoassem/narvoassem.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 #include "narvoassem/check_bounds.h"
 #include "narvoassem/comparison.h"
 #include "narvoassem/memory_shortage.h"
 #include "narvoassem/stopwatch.h"
+#include "narvoassem/wrap_int.h"
 
 namespace
 {
@@ -67,41 +70,70 @@ struct CPassState
     int nLeft;
     const int* pOriginTable;
     int nBlobCount;
+    int nBlobPairs = 0; ///< of all blobs, wraps: pairs of a later pass can join the blobs of an earlier one
 
     explicit CPassState(const CNarvoAssem& engine)
         : nTop(engine.ConvParam.rtInspect.top), nLeft(engine.ConvParam.rtInspect.left),
           pOriginTable(engine.ConvParam.pZoneOriginTable), nBlobCount(engine.nBlobCount)
     {
+        for (int i = 0; i < nBlobCount; ++i)
+            nBlobPairs = narvo::WrapAdd(nBlobPairs, engine.pBlob[i].nPairCount);
     }
     bool operator==(const CPassState& other) const = default;
 };
 
-/// Finds out when passes go in a circle: each state is compared with one of an earlier pass, which is replaced after
-/// 1, 2, 4 ... passes, so that a circle of any length is found.
+/// What each pass adds to, whatever stands there.
+constexpr int CBlobStorage::*runningCounters[] = {&CBlobStorage::nMergedBlob, &CBlobStorage::nRemovedByClass,
+                                                  &CBlobStorage::nRemovedScan, &CBlobStorage::nRemovedConv};
+
+/// Passes that go in a circle: they lead back to where they began, with the blobs as they were, since what they open
+/// goes again. However many are left, they are counted without being made. Each state is compared with one of an
+/// earlier pass, which is replaced after 1, 2, 4 ... passes, so that a circle of any length is found.
 class CPassCircle
 {
 public:
-    explicit CPassCircle(const CNarvoAssem& engine) : m_earlier(engine) {}
+    explicit CPassCircle(const CNarvoAssem& engine) : m_earlier(engine) { KeepCounters(engine); }
 
-    /// To be asked before each pass but the first. @return the passes of a round, or 0 while there is no circle
-    int FindRound(const CNarvoAssem& engine)
+    /// To be called before each pass but the first: where passes have come round, counts the whole rounds that are
+    /// left.
+    void SkipRounds(CNarvoAssem& engine)
     {
         const CPassState state(engine);
         ++m_nPasses;
         if (state == m_earlier)
-            return m_nPasses;
-        if (m_nPasses == m_nLimit)
-        {
-            m_earlier = state;
-            m_nPasses = 0;
+            CountRounds(engine);
+        else if (m_nPasses < m_nLimit)
+            return;
+        else
             m_nLimit *= 2;
-        }
-        return 0;
+        m_earlier = state;
+        m_nPasses = 0;
+        KeepCounters(engine);
     }
 
 private:
+    void KeepCounters(const CNarvoAssem& engine)
+    {
+        for (std::size_t i = 0; i < std::size(runningCounters); ++i)
+            m_nCounters[i] = engine.*runningCounters[i];
+    }
+
+    void CountRounds(CNarvoAssem& engine) const
+    {
+        const std::int64_t nLeft = std::int64_t{engine.ConvParam.nMaxReinspect} - engine.nReinspectCount;
+        const std::int64_t nRounds = nLeft / m_nPasses;
+        engine.nReinspectCount += static_cast<int>(nRounds * m_nPasses);
+        for (std::size_t i = 0; i < std::size(runningCounters); ++i)
+        {
+            int& nCounter = engine.*runningCounters[i];
+            const int nEachRound = narvo::WrapSub(nCounter, m_nCounters[i]);
+            nCounter = narvo::WrapAdd(nCounter, narvo::WrapMul(static_cast<int>(nRounds), nEachRound));
+        }
+    }
+
     CPassState m_earlier;
-    int m_nPasses = 0;
+    int m_nCounters[std::size(runningCounters)]; ///< as they stood then
+    std::int64_t m_nPasses = 0;
     std::int64_t m_nLimit = 1;
 };
 
@@ -161,10 +193,7 @@ int CNarvoAssem::Inspect_Rect(CConvParam* pParam)
             }
             ConvParam.pZoneOriginTable = pEntry;
         }
-        // Rounds that bring no blob and lead back to where they began change nothing, however many are left.
-        if (const std::int64_t nRound = circle.FindRound(*this); nRound != 0)
-            nReinspectCount = ConvParam.nMaxReinspect -
-                              static_cast<int>((std::int64_t{ConvParam.nMaxReinspect} - nReinspectCount) % nRound);
+        circle.SkipRounds(*this);
     }
 
     watch.Stop();

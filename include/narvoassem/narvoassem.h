@@ -94,7 +94,7 @@ public:
 
     /// Inspects rtInspect by nInspectMode and nDirection. Blobs join those held: call ResetNarvoAssem first. An
     /// overflow starts re-runs from where the pass stopped, as long as nReinspectCount is below nMaxReinspect; re-runs
-    /// that lead in a circle and bring no blob are counted without being made.
+    /// that lead in a circle and leave the blobs as they are are counted without being made.
     /// @return 1, 8 or 16. 8 comes from the checks below (modes 2 and 3 skip them) and, in every mode, for what would
     /// be read outside the image or the tables: a region not inside the image, a null image under a region that is not
     /// empty, pitches that are not finite, beyond 2^26 pixels or negative along the compare direction, tables or the
