@@ -188,6 +188,26 @@ TEST(FreeFormMask, PairWithoutACellIsHeldToTheThresholdOfThePairBefore)
     EXPECT_GT(nHeld, 0);
 }
 
+TEST(FreeFormMask, AnOriginOnEitherAxisCountsAsNoCell)
+{
+    for (const bool bFirstColumn : {false, true})
+    {
+        CScene scene;
+        const CPoint ptWithout = bFirstColumn ? CPoint(10, 100) : CPoint(50, 30);
+        scene.AddSpot(ptWithout.x, ptWithout.y, 115);
+        scene.AddSpot(100, 100, 115);
+        bFirstColumn ? scene.UseZones(0, 1) : scene.UseZones(1, 0);
+        std::fill(scene.zones.begin(), scene.zones.end(), short{9});
+        int nEndLine = 0;
+        scene.engine.Inspect_FreeFormMask(nEndLine);
+        const CDefectPair* pWithout = scene.FindPair(ptWithout.x, ptWithout.y);
+        const CDefectPair* pInside = scene.FindPair(100, 100);
+        ASSERT_TRUE(pWithout != nullptr && pInside != nullptr);
+        EXPECT_EQ(pWithout->nZoneIndex, 0);
+        EXPECT_EQ(pInside->nZoneIndex, 9);
+    }
+}
+
 TEST(FreeFormMask, WithoutAnOffsetMapTheRunningThresholdStaysAtZero)
 {
     CScene scene;

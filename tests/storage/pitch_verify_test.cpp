@@ -178,6 +178,7 @@ TEST_F(PitchVerify, TableModeMultipliesByTheCycleAndLooksBothWays)
     EXPECT_EQ(Verify("2;103"), 0);
     convTable[50 / 16] = 0;
     EXPECT_EQ(Verify("2;102"), 1) << "the entry of x / 16; a pitch of 0 compares the pixel with itself";
+    EXPECT_EQ(m_store.nRemovedConv, 3) << "both sides match, and the pair is removed once";
 }
 
 TEST_F(PitchVerify, TableModeAlongYSkipsADirectionWithoutTable)
@@ -191,6 +192,9 @@ TEST_F(PitchVerify, TableModeAlongYSkipsADirectionWithoutTable)
     m_image.Set(50, 67, 150);
     EXPECT_EQ(Verify("2;201"), 1);
     EXPECT_EQ(m_store.nRemovedScan, 1);
+    m_image.Set(50, 53, 150);
+    EXPECT_EQ(Verify("2;201"), 1);
+    EXPECT_EQ(m_store.nRemovedScan, 2) << "both sides match, and the pair is removed once";
 }
 
 TEST_F(PitchVerify, TableModeAsksTheTiltWhereItsTableIsGiven)
