@@ -18,9 +18,9 @@ struct CSoakConstant
 inline constexpr CSoakConstant aSoakConstants[] = {
     {1000, 0xfa984e171f117077, 0x9ef6d85589642cbd, 0x9ef6d85589642cbd},
     {2000, 0x42fd396b9bc6d0d0, 0xcdd417e126cc452a, 0x540b8c8dba8e5b33},
-    {20000, 0xd2a54fb688abc2f2, 0x77a438f441a4de48, 0xbde7f0a80affabb7},
-    {200000, 0x9ffd718afaf2c85d, 0x0049a893e19af64a, 0x2556e26ef26b5d1c},
-    {2000000, 0x44e51d5631aae9c9, 0xd70cad6ec67f1a22, 0x796fe5cef6b11080},
+    {20000, 0xc5892465111b9eff, 0x77a438f441a4de48, 0xbde7f0a80affabb7},
+    {200000, 0xd165f9c207bed13a, 0x0049a893e19af64a, 0x2556e26ef26b5d1c},
+    {2000000, 0x4ff48754199c7506, 0xd70cad6ec67f1a22, 0x796fe5cef6b11080},
 };
 
 /// The constant for that many cases; null where there is none.
