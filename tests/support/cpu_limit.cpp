@@ -1,6 +1,7 @@
 // See cpu_limit.h.
 #include "support/cpu_limit.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -14,7 +15,13 @@ namespace narvo::test
 namespace
 {
 
-const char* pWorkName = "";
+char workName[256]; ///< what a signal can print: no memory is asked for then
+
+int Patience()
+{
+    const char* const pText = std::getenv("NARVO_TEST_PATIENCE");
+    return pText == nullptr ? 1 : std::max(1, std::atoi(pText));
+}
 
 void SetTimer(int nSeconds)
 {
@@ -31,17 +38,17 @@ void Print(const char* pText)
 void EndProgram(int /*nSignal*/)
 {
     Print("takes too much processor time: ");
-    Print(pWorkName);
+    Print(workName);
     Print("\n");
     std::abort();
 }
 
 } // namespace
 
-CCpuLimit::CCpuLimit(int nSeconds) : m_nSeconds(nSeconds)
+CCpuLimit::CCpuLimit(int nSeconds) : m_nSeconds(nSeconds * Patience())
 {
     std::signal(SIGPROF, EndProgram);
-    SetTimer(nSeconds);
+    SetTimer(m_nSeconds);
 }
 
 CCpuLimit::~CCpuLimit()
@@ -52,7 +59,7 @@ CCpuLimit::~CCpuLimit()
 
 void CCpuLimit::Restart(const std::string& strWork)
 {
-    pWorkName = strWork.c_str();
+    workName[strWork.copy(workName, sizeof workName - 1)] = '\0';
     SetTimer(m_nSeconds);
 }
 

@@ -7,7 +7,8 @@
 namespace narvo::test
 {
 
-/// While it lives, processor time of the whole process counts; other programs' does not. One at a time.
+/// While it lives, processor time of the whole process counts; other programs' does not. One at a time. The environment
+/// variable NARVO_TEST_PATIENCE, n, gives n times as long, for processors that are emulated.
 class CCpuLimit
 {
 public:
@@ -16,7 +17,7 @@ public:
     CCpuLimit(const CCpuLimit&) = delete;
     CCpuLimit& operator=(const CCpuLimit&) = delete;
 
-    /// Starts the time anew for the work of that name, which must stay valid until the next call.
+    /// Starts the time anew for the work of that name.
     void Restart(const std::string& strWork);
 
 private:
