@@ -1,11 +1,9 @@
 // Writers of results.
 #include "host/result/result_file.h"
 
-#include <fstream>
-
 #include <nlohmann/json.hpp>
 
-#include "host/problem.h"
+#include "host/rect_json.h"
 
 namespace narvo
 {
@@ -64,11 +62,7 @@ ordered_json ResultToJson(const InspectionResult& result)
             {"name", result.name},
             {"code", result.code},
             {"direction", result.direction == Direction_Vertical ? "vertical" : "horizontal"},
-            {"region",
-             {{"left", result.region.left},
-              {"top", result.region.top},
-              {"right", result.region.right},
-              {"bottom", result.region.bottom}}},
+            {"region", RectToJson(result.region)},
             {"outlines", outlines},
             {"pairs", result.pairs},
             {"reruns", result.reruns},
@@ -114,14 +108,6 @@ std::string ResultToCsv(const InspectionResult& result)
     for (const Blob& blob : result.blobs)
         text += BlobRow(BlobToJson(blob)) + "\n";
     return text;
-}
-
-void WriteTextFile(const std::filesystem::path& file, const std::string& text)
-{
-    std::ofstream stream(file, std::ios::binary);
-    stream << text;
-    if (!stream.flush())
-        throw HostError({{"file " + file.string(), "cannot be written", "a writable place"}});
 }
 
 } // namespace narvo

@@ -1,12 +1,12 @@
 // Results as files: JSON with all that an inspection gave, CSV with one line for each blob.
 #pragma once
 
-#include <filesystem>
 #include <string>
 
 #include <nlohmann/json_fwd.hpp>
 
 #include "host/inspect/inspector.h"
+#include "host/text_file.h"
 
 namespace narvo
 {
@@ -24,8 +24,5 @@ std::string BlobRow(const nlohmann::ordered_json& blob);
 
 /// Header line and one line for each blob, comma separated.
 std::string ResultToCsv(const InspectionResult& result);
-
-/// Writes text as it is. @throws HostError when that fails
-void WriteTextFile(const std::filesystem::path& file, const std::string& text);
 
 } // namespace narvo

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/problem.h"
+#include "host/text_file.h"
 
 namespace narvo
 {
@@ -185,11 +186,7 @@ void ReadImage(Reader& reader, const json& document, const std::string& where, s
 std::vector<SavedResult> LoadResults(const std::filesystem::path& file)
 {
     const std::string name = "result " + file.string();
-    std::error_code error;
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream || std::filesystem::is_directory(file, error))
-        throw HostError(
-            {{name, std::filesystem::exists(file, error) ? "cannot be read" : "no such file", "a readable JSON file"}});
+    std::ifstream stream = OpenTextFile(file, name);
     const HostError none({{name, "no list of blobs", "a result file as narvo inspect writes it"}});
     Reader reader(name);
     std::vector<SavedResult> saved;

@@ -24,7 +24,7 @@
 #include "host/inspect/inspector.h"
 #include "host/problem.h"
 #include "host/recipe/recipe.h"
-#include "host/result/result_file.h"
+#include "host/text_file.h"
 #include "tools/exit_code.h"
 #include "tools/quiet_codecs.h"
 

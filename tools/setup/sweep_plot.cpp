@@ -13,7 +13,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "host/problem.h"
-#include "host/result/result_file.h"
+#include "host/text_file.h"
 
 namespace narvo
 {
