@@ -6,7 +6,6 @@
 #include <iterator>
 #include <limits>
 #include <set>
-#include <sstream>
 
 #include <nlohmann/json.hpp>
 
@@ -421,30 +420,6 @@ void WriteFields(std::span<const Field<Owner>> fields, const Owner& owner, order
     }
 }
 
-template <typename Owner>
-void DescribeFields(std::span<const Field<Owner>> fields, const Owner& defaults, const std::string& prefix,
-                    std::ostream& out)
-{
-    for (const Field<Owner>& field : fields)
-    {
-        const std::string kinds = KindsText(field.kinds);
-        out << prefix << field.path << ": " << AllowedText(field) << "; "
-            << (field.required != 0 ? "required" : "default " + ValueText(field, defaults)) << "; "
-            << (kinds.empty() ? "" : kinds + "; ") << field.meaning << '\n';
-    }
-}
-
-void DescribeStructured(std::span<const StructuredField> fields, const std::string& prefix, std::ostream& out)
-{
-    for (const StructuredField& field : fields)
-    {
-        const std::string kinds = KindsText(field.kinds);
-        out << prefix << field.path << ": " << field.content << "; "
-            << (field.required != 0 ? "required" : "default " + std::string(field.fallback)) << "; "
-            << (kinds.empty() ? "" : kinds + "; ") << field.meaning << '\n';
-    }
-}
-
 } // namespace
 
 Kind KindOf(int mode, int regionShape)
@@ -734,19 +709,6 @@ void SaveRecipeWithImages(const std::filesystem::path& file, Recipe recipe)
     save(recipe.classImage, ".classes.png", recipe.classImageFile);
     save(recipe.deadImage, ".dead.png", recipe.deadImageFile);
     SaveRecipe(file, recipe);
-}
-
-std::string DescribeRecipeFields()
-{
-    std::ostringstream out;
-    const Recipe defaults;
-    DescribeFields(RecipeFields(), defaults, "", out);
-    DescribeStructured(StructuredFields(), "", out);
-    DescribeFields(ZoneFields(), ZoneSettings{}, "zones.list[].", out);
-    DescribeStructured(ZoneStructuredFields(), "zones.list[].", out);
-    out << "regions: list of objects, each with the fields in which one of several regions differs from those beside "
-           "the list\n";
-    return out.str();
 }
 
 } // namespace narvo

@@ -214,6 +214,8 @@ struct Recipe
     std::shared_ptr<const RegionMaps> maps;
 
     Kind GetKind() const { return KindOf(mode, regionShape); }
+    /// Whether pixels are compared with others a pitch away: everywhere but in binarise and average mode.
+    bool ComparesAtAPitch() const { return mode != Mode_Binarise && mode != Mode_Average; }
     double RealPitchX() const { return pitchX * multipleX; }
     double RealPitchY() const { return pitchY * multipleY; }
     double CellWidth() const { return pitchX * zoneMultipleX; }

@@ -1,12 +1,10 @@
-// Rows of the field table, and the texts that follow from a row.
+// Rows of the field table.
 #include "host/recipe/recipe_fields.h"
 
+#include <algorithm>
 #include <array>
-#include <cmath>
+#include <iterator>
 #include <limits>
-#include <type_traits>
-
-#include "host/problem.h"
 
 namespace narvo
 {
@@ -14,8 +12,6 @@ namespace narvo
 namespace
 {
 
-constexpr double dPitchLow = 1.0;
-constexpr double dPitchHigh = 16384.0;
 constexpr double dCountHigh = 1000.0;
 constexpr double dGreyHigh = 255.0;
 // Greater gains would overflow the engine's 16-bit product with a grey value of 255.
@@ -32,13 +28,8 @@ constexpr std::array<std::string_view, 2> directionWords = {"horizontal", "verti
 constexpr std::array<std::string_view, 2> testWords = {"cross", "jump"};
 constexpr std::array<std::string_view, 2> sampleWords = {"pixel", "block"};
 constexpr std::array<std::string_view, 3> verifyWords = {"off", "fixed", "table"};
+constexpr std::array<std::string_view, 3> shapeWords = {"rectangle", "trapezium", "polygon"};
 constexpr std::array<std::string_view, 3> alongWords = {"x", "y", "tilt"};
-
-constexpr std::array<std::string_view, 8> kindNames = {
-    "zone mode",     "pixel mode",   "float mode", "float mode with a trapezium", "float mode with a polygon",
-    "binarise mode", "average mode", "asg mode"};
-constexpr std::array<std::string_view, 8> kindWords = {"zone",          "pixel",    "float",   "float/trapezium",
-                                                       "float/polygon", "binarise", "average", "asg"};
 
 constexpr KindSet nNone = 0;
 constexpr KindSet nZone = SetOf(Kind_Zone);
@@ -49,7 +40,7 @@ constexpr KindSet nFreeForm = SetOf(Kind_FreeForm);
 constexpr KindSet nBinarise = SetOf(Kind_Binarise);
 constexpr KindSet nAverage = SetOf(Kind_Average);
 constexpr KindSet nAsg = SetOf(Kind_Asg);
-constexpr KindSet nAll = (1U << kindNames.size()) - 1;
+constexpr KindSet nAll = nAllKinds;
 constexpr KindSet nZoned = nZone | nAsg;
 constexpr KindSet nRectangles = nZone | nPixel | nFloat;       ///< the paths with extended kernels, tables, re-runs
 constexpr KindSet nFiltered = nRectangles | nTrapezium | nAsg; ///< the paths whose pairs the filters see
@@ -223,22 +214,13 @@ const StructuredField zoneStructuredFields[] = {
      "that a comparison spans"},
 };
 
-template <typename... Functions>
-struct Overload : Functions...
-{
-    using Functions::operator()...;
+constexpr TableField tableFields[] = {
+    {"tables.scan_pitch", &Recipe::scanPitches, true, false},
+    {"tables.conv_pitch", &Recipe::convPitches, false, false},
+    {"tables.scan_tilt", &Recipe::scanTilts, true, true},
+    {"tables.row_pitch", &Recipe::rowPitches, true, false},
+    {"tables.column_pitch", &Recipe::columnPitches, false, false},
 };
-template <typename... Functions>
-Overload(Functions...) -> Overload<Functions...>;
-
-template <typename Owner>
-std::string Words(const Choice<Owner>& choice)
-{
-    std::string text;
-    for (std::size_t i = 0; i < choice.words.size(); ++i)
-        text += (i == 0 ? "" : i + 1 == choice.words.size() ? " or " : ", ") + std::string(choice.words[i]);
-    return text;
-}
 
 } // namespace
 
@@ -262,81 +244,26 @@ std::span<const StructuredField> ZoneStructuredFields()
     return zoneStructuredFields;
 }
 
+std::span<const TableField> TableFields()
+{
+    return tableFields;
+}
+
+const TableField* FindTable(std::string_view path)
+{
+    const auto found = std::find_if(std::begin(tableFields), std::end(tableFields),
+                                    [&](const TableField& table) { return table.path == path; });
+    return found != std::end(tableFields) ? &*found : nullptr;
+}
+
+std::span<const std::string_view> RegionShapeWords()
+{
+    return shapeWords;
+}
+
 std::span<const std::string_view> VerifyAlongWords()
 {
     return alongWords;
 }
-
-std::string_view KindName(Kind kind)
-{
-    return kindNames[static_cast<std::size_t>(kind)];
-}
-
-std::string KindsText(KindSet kinds)
-{
-    if (kinds == nAll)
-        return "";
-    std::string text;
-    for (std::size_t i = 0; i < kindWords.size(); ++i)
-        if ((kinds & SetOf(static_cast<Kind>(i))) != 0)
-            text += (text.empty() ? "modes " : ", ") + std::string(kindWords[i]);
-    return text;
-}
-
-template <typename Owner>
-std::string AllowedText(const Field<Owner>& field)
-{
-    const auto numberText = [&](const char* kind)
-    {
-        const std::string range = field.low == field.high ? FormatNumber(field.low)
-                                                          : FormatNumber(field.low) + " to " + FormatNumber(field.high);
-        return kind + range + (field.unit.empty() ? "" : " " + std::string(field.unit));
-    };
-    return std::visit(Overload{[&](int Owner::*) { return numberText("whole number, "); },
-                               [&](double Owner::*) { return numberText(""); },
-                               [](bool Owner::*) { return std::string("true or false"); },
-                               [&](std::string Owner::*) { return std::string(field.unit) + ", or empty"; },
-                               [](const Choice<Owner>& choice) { return Words(choice); }},
-                      field.member);
-}
-
-template <typename Owner>
-std::string ValueText(const Field<Owner>& field, const Owner& owner)
-{
-    return std::visit(Overload{[&](int Owner::*member) { return std::to_string(owner.*member); },
-                               [&](double Owner::*member) { return FormatNumber(owner.*member); },
-                               [&](bool Owner::*member) { return std::string(owner.*member ? "true" : "false"); },
-                               [&](std::string Owner::*member) { return "\"" + owner.*member + "\""; },
-                               [&](const Choice<Owner>& choice)
-                               {
-                                   const int value = owner.*choice.member;
-                                   const bool known = value >= 0 && value < static_cast<int>(choice.words.size());
-                                   return known ? std::string(choice.words[static_cast<std::size_t>(value)])
-                                                : std::to_string(value);
-                               }},
-                      field.member);
-}
-
-template <typename Owner>
-bool IsInRange(const Field<Owner>& field, const Owner& owner)
-{
-    const auto inside = [&](double value) { return value >= field.low && value <= field.high; };
-    return std::visit(Overload{[&](int Owner::*member) { return inside(owner.*member); },
-                               [&](double Owner::*member) { return inside(owner.*member); },
-                               [](bool Owner::*) { return true; }, [](std::string Owner::*) { return true; },
-                               [&](const Choice<Owner>& choice)
-                               {
-                                   const int value = owner.*choice.member;
-                                   return value >= 0 && value < static_cast<int>(choice.words.size());
-                               }},
-                      field.member);
-}
-
-template std::string AllowedText(const Field<Recipe>&);
-template std::string AllowedText(const Field<ZoneSettings>&);
-template std::string ValueText(const Field<Recipe>&, const Recipe&);
-template std::string ValueText(const Field<ZoneSettings>&, const ZoneSettings&);
-template bool IsInRange(const Field<Recipe>&, const Recipe&);
-template bool IsInRange(const Field<ZoneSettings>&, const ZoneSettings&);
 
 } // namespace narvo

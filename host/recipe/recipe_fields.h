@@ -6,11 +6,16 @@
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 #include "host/recipe/recipe.h"
 
 namespace narvo
 {
+
+/// What a pitch may be, pixels.
+constexpr double dPitchLow = 1.0;
+constexpr double dPitchHigh = 16384.0;
 
 /// An int that the JSON form writes as one of a few words; the value is the word's place.
 template <typename Owner>
@@ -29,6 +34,8 @@ constexpr KindSet SetOf(Kind kind)
 {
     return 1U << kind;
 }
+
+constexpr KindSet nAllKinds = SetOf(Kind_Asg) * 2 - 1; // Kind_Asg is the last
 
 /// One scalar field. Ranges include both ends and mean something for numbers only. A path may have several rows, for
 /// different kinds.
@@ -56,6 +63,15 @@ struct StructuredField
     std::string_view meaning;
 };
 
+/// A table of pitches or shifts in pixels, one for each 16 rows or columns of the image.
+struct TableField
+{
+    std::string_view path;
+    std::vector<double> Recipe::*member;
+    bool byRows;
+    bool shifts;
+};
+
 /// Fields of the recipe but for lists and rectangles.
 std::span<const Field<Recipe>> RecipeFields();
 /// Fields of an entry of zones.list.
@@ -65,6 +81,12 @@ std::span<const Field<ZoneSettings>> ZoneFields();
 std::span<const StructuredField> StructuredFields();
 /// Lists of an entry of zones.list.
 std::span<const StructuredField> ZoneStructuredFields();
+/// Those of them that are tables.
+std::span<const TableField> TableFields();
+/// The table of a path; null where it has none.
+const TableField* FindTable(std::string_view path);
+/// Words for the shape of a region, in the order of RegionShape.
+std::span<const std::string_view> RegionShapeWords();
 /// Words for the direction of a verification check, in the order of VerifyAlong.
 std::span<const std::string_view> VerifyAlongWords();
 
