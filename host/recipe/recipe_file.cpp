@@ -1,0 +1,79 @@
+// Recipes as files, and the images beside them.
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "host/problem.h"
+#include "host/recipe/recipe.h"
+#include "host/text_file.h"
+
+namespace narvo
+{
+
+using nlohmann::json;
+
+json ParseJsonText(const std::string& text, const std::string& name)
+{
+    constexpr int nDepthLimit = 16; // no form of ours goes as deep, and texts of values are written recursively
+    try
+    {
+        return json::parse(text,
+                           [&](int depth, json::parse_event_t, const json&)
+                           {
+                               if (depth > nDepthLimit)
+                                   throw HostError({{name, "nested more than " + std::to_string(nDepthLimit) + " deep",
+                                                     "a JSON object"}});
+                               return true;
+                           });
+    }
+    catch (const json::exception& broken)
+    {
+        std::string reason = broken.what(); // behind a name of the library's own in brackets
+        if (const std::size_t end = reason.find("] "); end != std::string::npos)
+            reason.erase(0, end + 2);
+        throw HostError({{name, reason, "a JSON object"}});
+    }
+}
+
+json LoadRecipeDocument(const std::filesystem::path& file)
+{
+    const std::string name = "recipe " + file.string();
+    std::ifstream stream = OpenTextFile(file, name);
+    const std::string text{std::istreambuf_iterator<char>(stream), {}};
+    return ParseJsonText(text, name);
+}
+
+Recipe LoadRecipe(const std::filesystem::path& file)
+{
+    return ParseRecipe(LoadRecipeDocument(file), file.parent_path());
+}
+
+std::vector<Recipe> LoadRecipes(const std::filesystem::path& file)
+{
+    return ParseRecipes(LoadRecipeDocument(file), file.parent_path());
+}
+
+void SaveRecipe(const std::filesystem::path& file, const Recipe& recipe)
+{
+    WriteTextFile(file, RecipeToJson(recipe).dump(2) + "\n");
+}
+
+void SaveRecipeWithImages(const std::filesystem::path& file, Recipe recipe)
+{
+    const auto save = [&](const GreyImage& image, const char* ending, std::string& name)
+    {
+        if (image.IsEmpty())
+            return;
+        const std::filesystem::path beside = std::filesystem::path(file).replace_extension(ending);
+        name = beside.filename().string();
+        SaveGreyImage(beside, image);
+    };
+    save(recipe.zoneImage, ".zones.png", recipe.zoneImageFile);
+    save(recipe.classImage, ".classes.png", recipe.classImageFile);
+    save(recipe.deadImage, ".dead.png", recipe.deadImageFile);
+    SaveRecipe(file, recipe);
+}
+
+} // namespace narvo

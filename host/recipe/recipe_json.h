@@ -1,0 +1,22 @@
+// What the files of the recipe's JSON form share: names of its lists and rectangles, and one region from JSON. For
+// these files alone: what others read and write by is recipe.h.
+#pragma once
+
+#include <filesystem>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "host/recipe/recipe.h"
+
+namespace narvo
+{
+
+constexpr const char* szRegion = "region";
+constexpr const char* szRegions = "regions";
+constexpr const char* szMarginFrame = "margin_frame";
+constexpr const char* szDeadZones = "dead_zones";
+
+/// One region, by a document without a list of regions. @throws HostError as ParseRecipe
+Recipe ParseRegion(const nlohmann::json& document, const std::filesystem::path& folder, RecipeImages given);
+
+} // namespace narvo
