@@ -5,6 +5,7 @@
 #include <map>
 
 #include "host/inspect/parameter_set.h"
+#include "host/probe/comparison_alone.h"
 #include "host/problem.h"
 #include "host/recipe/recipe_check.h"
 #include "narvoassem/narvoassem.h"

@@ -9,9 +9,9 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "host/explain/kernel_probe.h"
 #include "host/image/grey_image.h"
 #include "host/inspect/inspector.h"
+#include "host/probe/kernel_probe.h"
 #include "host/recipe/recipe.h"
 
 namespace narvo

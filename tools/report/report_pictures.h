@@ -6,9 +6,9 @@
 
 #include <opencv2/core.hpp>
 
-#include "host/explain/kernel_probe.h"
 #include "host/image/grey_image.h"
 #include "host/inspect/inspector.h"
+#include "host/probe/kernel_probe.h"
 
 namespace narvo
 {

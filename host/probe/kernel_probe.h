@@ -1,5 +1,5 @@
 // What a kernel finds at single pixels, by the kernel's own scalar code and its own pairing: for pages that show or
-// explain a result. It runs no inspection, and here alone the host layer reaches inside the library.
+// explain a result. It runs no inspection.
 #pragma once
 
 #include <memory>
@@ -9,14 +9,8 @@
 #include "narvoassem/convparam.h"
 #include "narvoassem/defectpair.h"
 
-class CNarvoAssem;
-
 namespace narvo
 {
-
-/// The comparison of a rectangle inspection without its blob steps: the records as the kernel writes them, in the
-/// engine's pair store, by the parameters that the engine holds. Any mode but the twice kernels.
-void RunComparisonAlone(CNarvoAssem& engine, bool asg);
 
 /// The comparison of one pixel with the value one compare distance on. Values are in the kernel's units, limited to
 /// the grey limit.

@@ -1,0 +1,147 @@
+// Zone and pixel kernels behind the probe's face: the kernels that compare single pixels by a rule.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "host/probe/probe_backend.h"
+#include "host/problem.h"
+#include "narvoassem/fast/cell_walk.h"
+#include "narvoassem/fast/compare_pixel.h"
+#include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/scan_rows.h"
+#include "narvoassem/fast/scan_strips.h"
+
+namespace narvo
+{
+
+template <class TRule, class TCall>
+class RuleBackend : public KernelProbe::Backend
+{
+    static constexpr CScanTraits kScan = TRule::kScan;
+    using TScan = std::conditional_t<kScan.bHorizontal, CRowScan<TRule>, CStripScan<TRule>>;
+
+public:
+    template <class TMakeCall>
+    RuleBackend(const CConvParam& param, TMakeCall&& makeCall)
+        : Backend(param, kScan.bHorizontal), m_call(makeCall(m_store, &m_endLine)), m_rule(m_call),
+          m_scan(m_call, m_rule)
+    {
+        m_rule.BeginScan(m_scan.ScanEnd());
+    }
+
+    int Units() const override { return 1; }
+    CBands Bands() const override { return m_scan.Bands(); }
+    bool Covers(int x, int y) const override { return m_scan.Covers(x, y); }
+
+    ProbedPixel Compare(int x, int y, bool zones) const override
+    {
+        ProbedPixel pixel;
+        pixel.place = CPoint(x, y);
+        CFoundHit found;
+        pixel.compared = Find(x, y, zones, pixel, found);
+        return pixel;
+    }
+
+    ProbedChain Pair(int x, int y) const override
+    {
+        ProbedChain chain = MakeChain(x, y);
+        TRule rule(m_call);
+        rule.BeginScan(m_scan.ScanEnd());
+        std::vector<int> owners;
+        for (std::size_t i = 0; i < chain.links.size(); ++i)
+        {
+            const ChainLink& link = chain.links[i];
+            ProbedPixel again;
+            CFoundHit found;
+            if (!link.pixel.hit || !Find(link.pixel.place.x, link.pixel.place.y, true, again, found))
+                continue;
+            const std::int64_t column = found.Column();
+            if (!rule.Store(static_cast<std::int64_t>(owners.size()), link.pixel.place.x - column, found))
+                throw HostError({{"memory", "not enough for the hits of one column", "a smaller region"}});
+            owners.push_back(static_cast<int>(i));
+        }
+        this->template RunPairing<TScan::kPairing>(chain, rule.hits, owners, rule.records);
+        return chain;
+    }
+
+protected:
+    bool LastBandFirst() const override { return kScan.bLastBandFirst; }
+
+private:
+    bool Find(int x, int y, bool zones, ProbedPixel& pixel, CFoundHit& found) const
+    {
+        if (!m_scan.Covers(x, y))
+            return false;
+        std::int64_t element = 0;
+        if constexpr (requires(const TRule& rule) { rule.FindCell(0, 0); })
+            if (zones)
+            {
+                const CCellOrigin origin = m_rule.FindCell(x, y);
+                element = origin.MapElement(x, y, m_call.nMapStride);
+                pixel.skipped = origin.nSkip != 0;
+                pixel.inCell = true;
+                pixel.cellOrigin = CPoint(static_cast<int>(origin.nX), static_cast<int>(origin.nY));
+                pixel.cellPlace = CPoint(static_cast<int>(x - origin.nX), static_cast<int>(y - origin.nY));
+            }
+        pixel.skipped = pixel.skipped || !m_rule.Inspects(x, y);
+        const CPitch16 pitch = m_scan.PitchAt(y);
+        found = m_rule.Compare(pitch, x, y, element, static_cast<int>((x - m_call.region.nLeft) & 15));
+        pixel.source = found.nSrc;
+        pixel.reference = found.nCmp;
+        pixel.threshold = found.nThreshold;
+        pixel.zone = found.nZone;
+        if (zones)
+            FindThresholdSet(pixel, element);
+        const std::int16_t difference = SaturatedDifference(found.nSrc, found.nCmp);
+        pixel.bright = difference >= 1;
+        pixel.hit = !pixel.skipped && ExceedsThreshold(difference, found.nThreshold);
+        pixel.pitch16 = static_cast<int>(pitch.nWhole * 16 + pitch.nFraction);
+        return true;
+    }
+
+    /// The first of the kernel's threshold sets that gives the threshold.
+    void FindThresholdSet(ProbedPixel& pixel, std::int64_t element) const
+    {
+        const auto larger = static_cast<std::uint16_t>(std::max(pixel.source, pixel.reference));
+        const auto offer = [&](std::int64_t base, std::int64_t gain)
+        {
+            if (pixel.thresholdBase >= 0 || FormThreshold(larger, static_cast<std::uint16_t>(gain),
+                                                          static_cast<std::uint16_t>(base)) != pixel.threshold)
+                return;
+            pixel.thresholdBase = static_cast<int>(base);
+            pixel.thresholdGain = static_cast<int>(gain);
+        };
+        if constexpr (std::is_same_v<TCall, CZoneCall>)
+        {
+            const auto read = [&](const std::int16_t* map) { return map != nullptr ? map[element] : std::int16_t{0}; };
+            if constexpr (kScan.eFind == FindVariant::LinearFloor)
+                return offer(pixel.threshold, 0);
+            const bool upper =
+                kScan.eFind == FindVariant::LinearKnee && m_call.pKneeMap != nullptr && larger > read(m_call.pKneeMap);
+            offer(read(upper ? m_call.pOffsetMap2 : m_call.pOffsetMap),
+                  read(upper ? m_call.pGainMap2 : m_call.pGainMap));
+        }
+        else
+        {
+            offer(m_call.first.nBase, m_call.first.nGain);
+            offer(m_call.second.nBase, m_call.second.nGain);
+        }
+    }
+
+    TCall m_call;
+    TRule m_rule;
+    TScan m_scan;
+};
+
+/// Whether the reference lies between pixels.
+inline bool HasFraction(const CConvParam& param)
+{
+    return param.fVtdPitch != static_cast<float>(static_cast<int>(param.fVtdPitch));
+}
+
+} // namespace narvo
