@@ -5,7 +5,8 @@
 #include <nlohmann/json.hpp>
 
 #include "host/explain/explain.h"
-#include "host/problem.h"
+#include "host/explain/explain_sentences.h"
+#include "host/rect_json.h"
 
 namespace narvo
 {
@@ -15,19 +16,9 @@ using nlohmann::ordered_json;
 namespace
 {
 
-ordered_json RectToJson(const CRect& rect)
-{
-    return {{"left", rect.left}, {"top", rect.top}, {"right", rect.right}, {"bottom", rect.bottom}};
-}
-
 const char* PolarityName(bool bright)
 {
     return bright ? "bright" : "dark";
-}
-
-std::string BandWord(int band)
-{
-    return band == DefectPos_First ? "first" : band == DefectPos_Last ? "last" : "middle";
 }
 
 /// Values in grey levels, exact for the windows' units.
@@ -62,7 +53,7 @@ ordered_json LinkToJson(const ChainLink& link, int units)
     entry["hit"] = pixel.hit;
     if (pixel.hit)
         entry["polarity"] = PolarityName(pixel.bright);
-    entry["band"] = BandWord(link.band);
+    entry["band"] = BandName(link.band);
     entry["pairing"] = FateName(link.fate);
     return entry;
 }
@@ -162,7 +153,7 @@ std::string DescribeExplanation(const Explanation& told)
         std::snprintf(line, sizeof line, "%c %6d, %-6d %12.4g %10.4g %11.4g %10.4g  %-7s %s\n", asked ? '>' : ' ',
                       pixel.place.x, pixel.place.y, Grey(pixel.source, told.units), Grey(pixel.reference, told.units),
                       Grey(pixel.Difference(), told.units), Grey(pixel.threshold, told.units),
-                      BandWord(link.band).c_str(), FateName(link.fate).c_str());
+                      BandName(link.band).c_str(), FateName(link.fate).c_str());
         out << line;
     }
     return out.str();
@@ -205,7 +196,7 @@ ordered_json ExplanationToJson(const Explanation& told)
                               {"reference", told.record->nCmpGray},
                               {"threshold", told.record->nThreshold},
                               {"zone", told.record->nZoneIndex},
-                              {"band", BandWord(told.record->nDefectPos)},
+                              {"band", BandName(told.record->nDefectPos)},
                               {"single", told.record->nDefectPair == DefectPair_Single}};
     if (!told.filters.empty())
     {

@@ -1,0 +1,80 @@
+// The passes of one inspection, found by running it again, and replayed step by step where they are asked about.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "host/explain/engine_path.h"
+#include "host/explain/explain.h"
+#include "host/probe/kernel_probe.h"
+#include "narvoassem/narvoassem.h"
+
+namespace narvo
+{
+
+/// A vertical pass with more records builds no blobs.
+constexpr int nVerticalRecordLimit = 100000;
+
+/// Blobs held apart from an engine. The record of a blob is large, so they are copied only where a pass is replayed.
+using Blobs = std::vector<CDefectBlob>;
+
+/// A pass over a band: the parameters that it ran with, and the blobs that were there before.
+struct ReplayedPass
+{
+    int band = 0;
+    int number = 0;
+    CConvParam param;
+    Blobs earlier;
+
+    std::unique_ptr<KernelProbe> probe; ///< made when it is asked for
+
+    // The replay, likewise.
+    bool replayed = false;
+    std::vector<CDefectPair> written; ///< as the kernel wrote them
+    std::vector<CDefectPair> judged;  ///< as the build left them
+    std::vector<int> labels;
+    Blobs built;                      ///< earlier ones and those of this pass, before merging
+    std::map<int, BlobStep> steps;    ///< by the blob's place in `built`
+    std::map<int, CDefectBlob> final; ///< what became of it; missing where it was a ghost
+
+    /// The record at a place; -1 where there is none.
+    int FindRecord(const CPoint& place) const;
+    /// The blob of a label among this pass's own in `built`; -1 where none was opened.
+    int FindBlob(int label) const;
+};
+
+/// All passes of one inspection.
+class PassReplay
+{
+public:
+    /// Runs the inspection; what the block points at must outlive this object. @throws HostError without memory for it
+    PassReplay(const CConvParam& block, const EnginePath& path, int maxBlobs);
+
+    /// Bands that ran in parallel.
+    int Bands() const { return m_bands; }
+    /// Passes over a band.
+    int PassesOver(int band) const;
+    /// The pass whose part of the region holds the place: the last one of its band that begins at or before it.
+    ReplayedPass* Find(const CPoint& place);
+
+    /// The kernel of the pass, to ask for single pixels. @throws HostError where it compares nothing at a pitch
+    const KernelProbe& Probe(ReplayedPass& pass) const;
+    /// Records and blobs of the pass.
+    void Replay(ReplayedPass& pass);
+    /// Whether the pass has more records than blobs are built from.
+    bool IsDropped(const ReplayedPass& pass) const;
+    /// Merging and the search for ghosts, with an eye on one blob of a replayed pass.
+    void FollowBlob(ReplayedPass& pass, int blob);
+
+private:
+    void FindPasses(const CConvParam& block, int maxBlobs);
+    bool RanAgain(const CNarvoAssem& engine, int band) const;
+
+    EnginePath m_path;
+    std::vector<ReplayedPass> m_passes;
+    int m_bands = 1;
+    CNarvoAssem m_replay;
+};
+
+} // namespace narvo
