@@ -22,14 +22,17 @@ constexpr void (*commands[])(CLI::App&, Action&) = {
 
 } // namespace
 
+std::string VersionText()
+{
+    return std::to_string(NARVOASSEM_VERSION_MAJOR) + "." + std::to_string(NARVOASSEM_VERSION_MINOR) + "." +
+           std::to_string(NARVOASSEM_VERSION_PATCH);
+}
+
 void BuildCommandLine(CLI::App& app, Action& action)
 {
     app.name("narvo");
     app.description("Inspects images of periodic patterns for defects.");
-    app.set_version_flag("--version",
-                         std::to_string(NARVOASSEM_VERSION_MAJOR) + "." + std::to_string(NARVOASSEM_VERSION_MINOR) +
-                             "." + std::to_string(NARVOASSEM_VERSION_PATCH),
-                         "Print the version and exit");
+    app.set_version_flag("--version", VersionText(), "Print the version and exit");
     app.footer(DescribeExitCodes());
     app.require_subcommand(1);
     app.fallthrough();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 namespace CLI
 {
@@ -45,6 +46,9 @@ void AddBoardCommand(CLI::App& app, Action& action);
 void AddCompletionCommand(CLI::App& app, Action& action);
 /// `narvo manual`: prints or writes manual pages.
 void AddManualCommand(CLI::App& app, Action& action);
+
+/// "1.2.3".
+std::string VersionText();
 
 /// The program's command line with all commands, which is also what its manual pages and shell completions are made
 /// from. Groups of options and validators speak for themselves there: give every option a description that names unit

@@ -28,6 +28,22 @@ const std::vector<std::pair<int, std::string>>& ExitCodes();
 /// The codes, for the end of --help.
 std::string DescribeExitCodes();
 
+/// Runs a step, and keeps the problems that it throws with the others. @return whether it threw none
+template <typename Step>
+bool CollectProblems(std::vector<Problem>& found, Step&& step)
+{
+    try
+    {
+        step();
+        return true;
+    }
+    catch (const HostError& error)
+    {
+        found.insert(found.end(), error.Problems().begin(), error.Problems().end());
+        return false;
+    }
+}
+
 /// One line for each problem on the error stream.
 void PrintProblems(const std::vector<Problem>& found);
 

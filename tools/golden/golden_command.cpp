@@ -17,7 +17,7 @@
 #include "host/golden/golden_file.h"
 #include "host/problem.h"
 #include "host/result/overlay.h"
-#include "host/result/result_file.h"
+#include "host/text_file.h"
 #include "tools/exit_code.h"
 #include "tools/golden/golden_score.h"
 #include "tools/quiet_codecs.h"
@@ -53,15 +53,12 @@ std::vector<GreyImage> Load(const std::vector<std::string>& files, std::vector<P
 {
     std::vector<GreyImage> images;
     for (const std::string& file : files)
-        try
-        {
-            const QuietCodecs quiet;
-            images.push_back(LoadGreyImage(file));
-        }
-        catch (const HostError& error)
-        {
-            found.insert(found.end(), error.Problems().begin(), error.Problems().end());
-        }
+        CollectProblems(found,
+                        [&]
+                        {
+                            const QuietCodecs quiet;
+                            images.push_back(LoadGreyImage(file));
+                        });
     return images;
 }
 

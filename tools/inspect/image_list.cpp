@@ -9,6 +9,8 @@
 #include <string_view>
 
 #include "host/problem.h"
+#include "host/text_file.h"
+#include "tools/exit_code.h"
 
 namespace narvo
 {
@@ -57,13 +59,7 @@ std::vector<std::string> ReadList(const std::string& list)
 {
     std::ifstream file;
     if (list != "-")
-    {
-        std::error_code error;
-        file.open(list);
-        if (!file || fs::is_directory(list, error))
-            throw HostError({{"list " + list, fs::exists(list, error) ? "cannot be read" : "no such file",
-                              "a readable file with the name of an image in each line"}});
-    }
+        file = OpenTextFile(list, "list " + list, "a readable file with the name of an image in each line");
     std::vector<std::string> names;
     std::string line;
     while (std::getline(list == "-" ? std::cin : file, line))
@@ -84,15 +80,12 @@ std::vector<std::string> ListImages(const ImageSelection& selection)
     std::vector<std::string> named;
     const auto collect = [&](auto call)
     {
-        try
-        {
-            for (std::string& file : call())
-                named.push_back(std::move(file));
-        }
-        catch (const HostError& error)
-        {
-            found.insert(found.end(), error.Problems().begin(), error.Problems().end());
-        }
+        CollectProblems(found,
+                        [&]
+                        {
+                            for (std::string& file : call())
+                                named.push_back(std::move(file));
+                        });
     };
     for (const std::string& place : selection.places)
     {

@@ -82,22 +82,6 @@ private:
     Clock::time_point m_last = Clock::now();
 };
 
-/// Runs `load` and keeps its problems with those of the others.
-template <typename Load>
-bool Collect(std::vector<Problem>& found, Load load)
-{
-    try
-    {
-        load();
-        return true;
-    }
-    catch (const HostError& error)
-    {
-        found.insert(found.end(), error.Problems().begin(), error.Problems().end());
-        return false;
-    }
-}
-
 std::string Percent(double share)
 {
     char text[16];
@@ -196,25 +180,25 @@ int RunSingle(const InspectOptions& options)
     GreyImage image;
     std::vector<Recipe> recipes;
     std::vector<TruthDefect> truth;
-    const bool imageRead = Collect(found,
-                                   [&]
-                                   {
-                                       const QuietCodecs quiet;
-                                       image = LoadGreyImage(file);
-                                   });
+    const bool imageRead = CollectProblems(found,
+                                           [&]
+                                           {
+                                               const QuietCodecs quiet;
+                                               image = LoadGreyImage(file);
+                                           });
     if (imageRead)
         progress.Step("image:  " + file + ", " + std::to_string(image.Width()) + " by " +
                       std::to_string(image.Height()) + " pixels");
-    const bool recipeRead = Collect(found,
-                                    [&]
-                                    {
-                                        const QuietCodecs quiet;
-                                        recipes = LoadRecipes(options.recipe);
-                                    });
+    const bool recipeRead = CollectProblems(found,
+                                            [&]
+                                            {
+                                                const QuietCodecs quiet;
+                                                recipes = LoadRecipes(options.recipe);
+                                            });
     if (recipeRead)
         progress.Step("recipe: " + options.recipe);
     if (!options.truth.empty())
-        Collect(found, [&] { truth = LoadTruth(options.truth); });
+        CollectProblems(found, [&] { truth = LoadTruth(options.truth); });
     if (imageRead)
         for (std::size_t i = 0; i < recipes.size(); ++i)
             for (Problem& problem : CheckRecipeForImage(recipes[i], image.Width(), image.Height()))
@@ -225,18 +209,18 @@ int RunSingle(const InspectOptions& options)
             }
     std::vector<InspectionResult> regions;
     if (found.empty())
-        Collect(found,
-                [&]
-                {
-                    const int lanes = options.lanes > 0 ? options.lanes : DefaultLanes(recipes.size());
-                    Batch(recipes, lanes)
-                        .Run({{file, [&] { return image; }}},
-                             [&](const ImageResult& result)
-                             {
-                                 ThrowIfAny(result.problems);
-                                 regions = result.regions;
-                             });
-                });
+        CollectProblems(found,
+                        [&]
+                        {
+                            const int lanes = options.lanes > 0 ? options.lanes : DefaultLanes(recipes.size());
+                            Batch(recipes, lanes)
+                                .Run({{file, [&] { return image; }}},
+                                     [&](const ImageResult& result)
+                                     {
+                                         ThrowIfAny(result.problems);
+                                         regions = result.regions;
+                                     });
+                        });
     if (!found.empty())
     {
         PrintProblems(found);
@@ -260,12 +244,12 @@ int RunSingle(const InspectOptions& options)
 
     const std::string prefix =
         options.output.empty() ? std::filesystem::path(file).replace_extension().string() : options.output;
-    const bool written = Collect(found,
-                                 [&]
-                                 {
-                                     WriteResults(prefix, options, regions);
-                                     SaveOverlay(prefix + ".overlay.png", image, all, missed);
-                                 });
+    const bool written = CollectProblems(found,
+                                         [&]
+                                         {
+                                             WriteResults(prefix, options, regions);
+                                             SaveOverlay(prefix + ".overlay.png", image, all, missed);
+                                         });
     if (!written)
     {
         PrintProblems(found);

@@ -36,15 +36,8 @@ int RunExplain(const ExplainOptions& options)
     Recipe recipe;
     const auto collect = [&](auto&& step)
     {
-        try
-        {
-            const QuietCodecs quiet;
-            step();
-        }
-        catch (const HostError& error)
-        {
-            found.insert(found.end(), error.Problems().begin(), error.Problems().end());
-        }
+        const QuietCodecs quiet;
+        CollectProblems(found, step);
     };
     collect([&] { image = LoadGreyImage(options.image); });
     collect([&] { recipe = LoadRecipe(options.recipe); });

@@ -16,7 +16,7 @@
 #include "host/inspect/batch.h"
 #include "host/problem.h"
 #include "host/recipe/recipe_check.h"
-#include "host/result/result_file.h"
+#include "host/text_file.h"
 #include "tools/exit_code.h"
 #include "tools/quiet_codecs.h"
 #include "tools/setup/sweep.h"
@@ -67,15 +67,8 @@ int RunTune(const TuneOptions& options)
     std::vector<Problem> found;
     const auto collect = [&](auto&& step)
     {
-        try
-        {
-            const QuietCodecs quiet;
-            step();
-        }
-        catch (const HostError& error)
-        {
-            found.insert(found.end(), error.Problems().begin(), error.Problems().end());
-        }
+        const QuietCodecs quiet;
+        CollectProblems(found, step);
     };
     Recipe recipe;
     collect([&] { recipe = LoadRecipe(options.recipe); });

@@ -4,8 +4,8 @@
 #include <algorithm>
 
 #include "host/problem.h"
-#include "host/result/result_file.h"
-#include "narvoassem/version.h"
+#include "host/text_file.h"
+#include "tools/command.h"
 #include "tools/exit_code.h"
 
 namespace narvo
@@ -71,12 +71,6 @@ std::string Entry(const OptionText& option)
     return text + "\n";
 }
 
-std::string Version()
-{
-    return std::to_string(NARVOASSEM_VERSION_MAJOR) + "." + std::to_string(NARVOASSEM_VERSION_MINOR) + "." +
-           std::to_string(NARVOASSEM_VERSION_PATCH);
-}
-
 std::string ExitSection()
 {
     std::string text = ".SH EXIT STATUS\n";
@@ -97,7 +91,7 @@ std::string ManualPage(const std::vector<CommandText>& tree, std::size_t index)
     const CommandText& command = tree[index];
     const bool program = command.name.empty();
     const std::string name = ManualName(command);
-    std::string text = ".TH " + Upper(name) + " 1 \"\" \"narvo " + Version() + "\" \"User Commands\"\n";
+    std::string text = ".TH " + Upper(name) + " 1 \"\" \"narvo " + VersionText() + "\" \"User Commands\"\n";
     text += ".SH NAME\n" + Plain(name) + " \\- " + Plain(command.meaning) + "\n";
     text += ".SH SYNOPSIS\n\\fBnarvo" + std::string(program ? "" : " " + Plain(command.name)) + "\\fR";
     text += program ? " \\fICOMMAND\\fR [\\fIOPTIONS\\fR]" : " [\\fIOPTIONS\\fR]";
