@@ -1,0 +1,147 @@
+// Images read again one by one, each with the kernel that compared it.
+#include "tools/report/report_illustration.h"
+
+#include <algorithm>
+#include <memory>
+#include <string>
+
+#include "host/image/grey_image.h"
+#include "host/inspect/parameter_set.h"
+#include "host/probe/kernel_probe.h"
+#include "host/problem.h"
+#include "tools/quiet_codecs.h"
+#include "tools/report/report_pictures.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+// What a page holds at the most, so that a browser opens it at once: about 4 MB of overviews.
+constexpr double dOverviewPixels = 4.0e6;
+constexpr double dLargestOverview = 3.2e6;
+constexpr double dSmallestOverview = 9.0e4;
+constexpr std::size_t nOverviewMost = 44;
+
+/// What the engine compared an image with. Regions that are no rectangles are shown by the comparison of a
+/// rectangle round them, at the same pitch.
+class ShownComparison
+{
+public:
+    ShownComparison(const GreyImage& image, const Recipe* recipe, Direction direction)
+    {
+        if (recipe == nullptr || !recipe->ComparesAtAPitch())
+            return;
+        Recipe shown = *recipe;
+        shown.direction = direction;
+        shown.autoDirection = false;
+        if (shown.regionShape != RegionShape_Rectangle)
+        {
+            shown.regionShape = RegionShape_Rectangle;
+            shown.regionPoints.clear();
+            shown.regionColumns.reset();
+        }
+        try
+        {
+            m_set = std::make_unique<ParameterSet>(image, shown);
+            m_probe = std::make_unique<KernelProbe>(m_set->Block(), shown.GetKind() == Kind_Asg);
+        }
+        catch (const HostError&)
+        {
+            m_probe.reset(); // another image or recipe than at the inspection: shown without a reference
+        }
+    }
+
+    const KernelProbe* Probe() const { return m_probe.get(); }
+
+private:
+    std::unique_ptr<ParameterSet> m_set;
+    std::unique_ptr<KernelProbe> m_probe;
+};
+
+/// Reads an image once more. @return whether it is there and as large as the region that was inspected
+bool Reload(ReportDraft& draft, std::size_t index, GreyImage& image)
+{
+    ReportImage& entry = draft.page.images[index];
+    const std::string& file = draft.sources[index].imageFile;
+    if (file.empty())
+        return false;
+    try
+    {
+        const QuietCodecs quiet;
+        image = LoadGreyImage(file);
+    }
+    catch (const HostError& error)
+    {
+        draft.page.notes.push_back(error.Problems().front().Text());
+        return false;
+    }
+    if (image.Width() < entry.result.region.right || image.Height() < entry.result.region.bottom)
+    {
+        draft.page.notes.push_back(file + " is smaller than the region that was inspected: not shown.");
+        return false;
+    }
+    entry.width = image.Width();
+    entry.height = image.Height();
+    return true;
+}
+
+} // namespace
+
+void Illustrate(ReportDraft& draft, const std::vector<BlobPlace>& thumbnails)
+{
+    // Images with the most defects come first where not all get an overview.
+    std::vector<std::size_t> order(draft.page.images.size());
+    for (std::size_t i = 0; i < order.size(); ++i)
+        order[i] = i;
+    std::stable_sort(order.begin(), order.end(),
+                     [&](std::size_t a, std::size_t b)
+                     { return draft.page.images[a].result.blobs.size() > draft.page.images[b].result.blobs.size(); });
+    const std::size_t overviews = std::min(order.size(), nOverviewMost);
+    std::vector<bool> hasOverview(order.size(), false);
+    for (std::size_t i = 0; i < overviews; ++i)
+        hasOverview[order[i]] = true;
+    if (overviews < order.size())
+        draft.page.notes.push_back("Of " + std::to_string(order.size()) + " images the " + std::to_string(overviews) +
+                                   " with the most defects come with an overview.");
+    const double pixels = std::clamp(dOverviewPixels / static_cast<double>(std::max<std::size_t>(overviews, 1)),
+                                     dSmallestOverview, dLargestOverview);
+
+    draft.page.sheetCell = ThumbnailSheet::nCell;
+    draft.page.sheetColumns = ThumbnailSheet::nColumns;
+    draft.page.thumbnailParts = 1;
+    for (std::size_t i = 0; i < draft.sources.size(); ++i)
+        if (const Recipe* recipe = draft.RecipeOf(i); recipe != nullptr && recipe->ComparesAtAPitch())
+            draft.page.thumbnailParts = 3;
+
+    ThumbnailSheet sheet(draft.page.thumbnailParts);
+    const auto close = [&]
+    {
+        if (!sheet.IsEmpty())
+            draft.page.sheets.push_back(sheet.Encode());
+        sheet = ThumbnailSheet(draft.page.thumbnailParts);
+    };
+    for (std::size_t i = 0; i < draft.page.images.size(); ++i)
+    {
+        const bool wanted = hasOverview[i] || std::any_of(thumbnails.begin(), thumbnails.end(),
+                                                          [&](const BlobPlace& place) { return place.image == i; });
+        GreyImage image;
+        if (!wanted || !Reload(draft, i, image))
+            continue;
+        if (hasOverview[i])
+            draft.page.images[i].overview = MakeOverview(image, pixels);
+        const ShownComparison compared(image, draft.RecipeOf(i), draft.page.images[i].result.direction);
+        for (const BlobPlace& place : thumbnails)
+            if (place.image == i)
+            {
+                if (sheet.IsFull())
+                    close();
+                const int at = sheet.Add(image, compared.Probe(), BlobAt(draft.page, place));
+                draft.page.images[i].thumbnails[place.blob] = {static_cast<int>(draft.page.sheets.size()), at};
+            }
+    }
+    close();
+}
+
+} // namespace narvo

@@ -1,0 +1,196 @@
+// Reading of results, inspection of images, and the names that images take on the page.
+#include "tools/report/report_inputs.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+#include <map>
+#include <set>
+#include <thread>
+#include <utility>
+
+#include "host/image/grey_image.h"
+#include "host/inspect/batch.h"
+#include "host/result/result_reader.h"
+#include "tools/exit_code.h"
+#include "tools/quiet_codecs.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+/// A file that a result names: as it stands, or else beside the result.
+std::string FindBeside(const std::string& named, const std::string& result)
+{
+    std::error_code error;
+    if (named.empty() || fs::exists(named, error))
+        return named;
+    const fs::path beside = fs::path(result).parent_path() / fs::path(named).filename();
+    return fs::exists(beside, error) ? beside.string() : std::string();
+}
+
+class InputReader
+{
+public:
+    InputReader(const ReportInputs& inputs, ReportDraft& draft) : m_inputs(inputs), m_draft(draft) {}
+
+    std::vector<Problem> Run()
+    {
+        std::vector<Problem> found;
+        const bool images =
+            std::any_of(m_inputs.files.begin(), m_inputs.files.end(), [](const auto& n) { return !IsResultFile(n); });
+        if (images && m_inputs.recipe.empty())
+            found.push_back({"--recipe", "missing", "a recipe file, since images are to be inspected"});
+        const auto collect = [&](auto&& step) { CollectProblems(found, step); };
+        std::vector<int> recipes;
+        if (!m_inputs.recipe.empty())
+            collect([&] { recipes = RecipesOf(m_inputs.recipe); });
+        for (const std::string& input : m_inputs.files)
+            if (IsResultFile(input))
+                collect([&] { ReadResults(input, recipes); });
+        if (images && !recipes.empty())
+            collect([&] { InspectImages(recipes, found); });
+        else // told along with the other problems
+            for (const std::string& input : m_inputs.files)
+                if (!IsResultFile(input))
+                    collect(
+                        [&]
+                        {
+                            const QuietCodecs quiet;
+                            LoadGreyImage(input);
+                        });
+        if (found.empty())
+            NameImages();
+        return found;
+    }
+
+private:
+    /// Where the regions of a recipe file stand among the page's recipes.
+    const std::vector<int>& RecipesOf(const std::string& file)
+    {
+        const auto known = m_recipesOf.find(file);
+        if (known != m_recipesOf.end())
+            return known->second;
+        std::vector<Recipe> recipes;
+        {
+            const QuietCodecs quiet;
+            recipes = LoadRecipes(file);
+        }
+        std::vector<int> places;
+        for (Recipe& recipe : recipes)
+        {
+            const std::string name = fs::path(file).filename().string();
+            m_draft.page.recipes.push_back({recipes.size() == 1 ? name : name + ", " + recipe.name, std::move(recipe)});
+            places.push_back(static_cast<int>(m_draft.page.recipes.size()) - 1);
+        }
+        return m_recipesOf[file] = places;
+    }
+
+    void ReadResults(const std::string& input, const std::vector<int>& given)
+    {
+        bool imageMissing = false;
+        bool recipeMissing = false;
+        for (SavedResult& saved : LoadResults(input))
+        {
+            ReportSource source;
+            source.imageFile = FindBeside(saved.image, input);
+            imageMissing = imageMissing || source.imageFile.empty();
+            std::vector<int> recipes = given;
+            if (const std::string file = FindBeside(saved.recipe, input); recipes.empty() && !file.empty())
+                recipes = RecipesOf(file);
+            if (static_cast<int>(recipes.size()) == saved.regions)
+                source.recipe = recipes[static_cast<std::size_t>(saved.region)];
+            recipeMissing = recipeMissing || source.recipe < 0;
+            Add(saved.image.empty() ? input : saved.image, saved.regions, std::move(saved.result), source);
+            ReportImage& image = m_draft.page.images.back();
+            image.width = std::max(saved.width, image.result.region.right);
+            image.height = std::max(saved.height, image.result.region.bottom);
+        }
+        if (imageMissing)
+            m_draft.page.notes.push_back(input +
+                                         ": images that it names are not there, so they come without pictures.");
+        if (recipeMissing)
+            m_draft.page.notes.push_back(input + ": its recipe is not there, so no references are shown (--recipe).");
+    }
+
+    void InspectImages(const std::vector<int>& indices, std::vector<Problem>& found)
+    {
+        std::vector<Recipe> recipes;
+        for (const int index : indices)
+            recipes.push_back(m_draft.page.recipes[static_cast<std::size_t>(index)].recipe);
+        std::vector<BatchImage> images;
+        for (const std::string& input : m_inputs.files)
+            if (!IsResultFile(input))
+                images.push_back(ImageFromFile(input));
+        const int processors = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 256);
+        Batch batch(std::move(recipes), m_inputs.lanes > 0 ? m_inputs.lanes : processors);
+        const auto take = [&](const ImageResult& result)
+        {
+            found.insert(found.end(), result.problems.begin(), result.problems.end());
+            for (std::size_t i = 0; i < result.regions.size(); ++i)
+            {
+                Add(result.name, static_cast<int>(result.regions.size()), result.regions[i], {result.name, indices[i]});
+                m_draft.page.images.back().width = result.width;
+                m_draft.page.images.back().height = result.height;
+            }
+            if (!m_inputs.quiet)
+                std::cout << "inspected " + result.name + ": " + CountText(result.BlobCount(), "defect", "defects")
+                          << std::endl;
+        };
+        const QuietCodecs quiet;
+        batch.Run(images, take);
+    }
+
+    void Add(const std::string& name, int regions, InspectionResult result, ReportSource source)
+    {
+        ReportImage& image = m_draft.page.images.emplace_back();
+        image.name = name;
+        source.region = regions > 1 ? (result.name.empty() ? "region" : result.name) : "";
+        image.result = std::move(result);
+        m_draft.sources.push_back(std::move(source));
+    }
+
+    /// File names alone where they tell the images apart; and the region where there are several.
+    void NameImages()
+    {
+        std::map<std::string, std::set<std::string>> places;
+        for (const ReportImage& image : m_draft.page.images)
+            places[fs::path(image.name).filename().string()].insert(image.name);
+        const bool clear =
+            std::all_of(places.begin(), places.end(), [](const auto& one) { return one.second.size() == 1; });
+        for (std::size_t i = 0; i < m_draft.page.images.size(); ++i)
+        {
+            std::string& name = m_draft.page.images[i].name;
+            if (clear)
+                name = fs::path(name).filename().string();
+            if (!m_draft.sources[i].region.empty())
+                name += ", " + m_draft.sources[i].region;
+        }
+        for (const ReportImage& image : m_draft.page.images)
+            for (const std::string& warning : image.result.warnings)
+                m_draft.page.notes.push_back(image.name + ": " + warning);
+    }
+
+    const ReportInputs& m_inputs;
+    ReportDraft& m_draft;
+    std::map<std::string, std::vector<int>> m_recipesOf;
+};
+
+} // namespace
+
+bool IsResultFile(const std::string& name)
+{
+    const fs::path extension = fs::path(name).extension();
+    return extension == ".json" || extension == ".jsonl";
+}
+
+std::vector<Problem> GatherInputs(const ReportInputs& inputs, ReportDraft& draft)
+{
+    return InputReader(inputs, draft).Run();
+}
+
+} // namespace narvo
