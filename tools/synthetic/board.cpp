@@ -8,7 +8,9 @@
 #include <string>
 
 #include "host/problem.h"
+#include "tools/synthetic/boxes.h"
 #include "tools/synthetic/drawing.h"
+#include "tools/synthetic/plan_check.h"
 
 namespace narvo
 {
@@ -304,11 +306,7 @@ void AddDefects(const BoardPlan& plan, const Layout& layout, Photograph& photo, 
         if (mark.pixels < nLeastPixels || box.left < inner.left || box.top < inner.top || box.right > inner.right ||
             box.bottom > inner.bottom)
             continue;
-        const auto close = [&](const TruthDefect& other)
-        {
-            return box.left < other.box.right + nApart && other.box.left < box.right + nApart &&
-                   box.top < other.box.bottom + nApart && other.box.top < box.bottom + nApart;
-        };
+        const auto close = [&](const TruthDefect& other) { return Touches(Grow(box, nApart, nApart), other.box); };
         if (std::any_of(truth.begin(), truth.end(), close))
             continue;
         photo.Draw(defect.stroke);
@@ -320,21 +318,18 @@ void Check(const BoardPlan& plan)
 {
     std::vector<Problem> found;
     const auto check = [&](const char* field, double value, double low, double high, const char* unit)
-    {
-        if (!(value >= low && value <= high))
-            found.push_back({field, FormatNumber(value), FormatNumber(low) + " to " + FormatNumber(high) + unit});
-    };
-    check("--width", plan.width, 256, 8192, " pixels");
-    check("--height", plan.height, 256, 8192, " pixels");
-    check("--references", plan.references, 1, 100, " images");
-    check("--shift-x", plan.shiftX, -100.0, 100.0, " pixels");
-    check("--shift-y", plan.shiftY, -100.0, 100.0, " pixels");
-    check("--rotation", plan.rotation, -15.0, 15.0, " degrees");
+    { CheckNumber(field, value, low, high, unit, found); };
+    check("--width", plan.width, 256, 8192, "pixels");
+    check("--height", plan.height, 256, 8192, "pixels");
+    check("--references", plan.references, 1, 100, "images");
+    check("--shift-x", plan.shiftX, -100.0, 100.0, "pixels");
+    check("--shift-y", plan.shiftY, -100.0, 100.0, "pixels");
+    check("--rotation", plan.rotation, -15.0, 15.0, "degrees");
     check("--scale-x", plan.scaleX, 0.8, 1.2, "");
     check("--scale-y", plan.scaleY, 0.8, 1.2, "");
-    check("--sway", plan.sway, 0.0, 8.0, " pixels");
-    check("--noise", plan.noise, 0.0, 20.0, " grey levels");
-    check("--label-play", plan.labelPlay, 0.0, 10.0, " pixels");
+    check("--sway", plan.sway, 0.0, 8.0, "pixels");
+    check("--noise", plan.noise, 0.0, 20.0, "grey levels");
+    check("--label-play", plan.labelPlay, 0.0, 10.0, "pixels");
     check("--defects", plan.defects, 0, 200, "");
     ThrowIfAny(std::move(found));
 }

@@ -9,7 +9,8 @@
 #include <nlohmann/json.hpp>
 
 #include "host/problem.h"
-#include "host/result/result_file.h"
+#include "host/text_file.h"
+#include "tools/synthetic/boxes.h"
 
 namespace narvo
 {
@@ -21,16 +22,6 @@ namespace
 {
 
 constexpr int nTruthVersion = 1;
-
-bool Touches(const CRect& a, const CRect& b)
-{
-    return a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
-}
-
-CRect Grow(const CRect& rect, int by)
-{
-    return {rect.left - by, rect.top - by, rect.right + by, rect.bottom + by};
-}
 
 } // namespace
 
@@ -56,7 +47,7 @@ TruthScore CompareWithTruth(const std::vector<TruthDefect>& truth, const std::ve
     score.falseBlobs.assign(blobs.size(), true);
     for (std::size_t i = 0; i < truth.size(); ++i)
         for (std::size_t j = 0; j < blobs.size(); ++j)
-            if (Touches(Grow(truth[i].box, nTruthMargin), blobs[j].box))
+            if (Touches(Grow(truth[i].box, nTruthMargin, nTruthMargin), blobs[j].box))
             {
                 score.found[i] = true;
                 score.falseBlobs[j] = false;
@@ -97,11 +88,7 @@ void SaveTruth(const std::filesystem::path& file, const std::string& imageName, 
 std::vector<TruthDefect> LoadTruth(const std::filesystem::path& file)
 {
     const std::string name = "truth " + file.string();
-    std::ifstream stream(file, std::ios::binary);
-    std::error_code error;
-    if (!stream || std::filesystem::is_directory(file, error))
-        throw HostError(
-            {{name, std::filesystem::exists(file, error) ? "cannot be read" : "no such file", "a readable JSON file"}});
+    std::ifstream stream = OpenTextFile(file, name);
     const json document = json::parse(stream, nullptr, false);
     if (!document.is_object() || !document.contains("defects") || !document["defects"].is_array())
         throw HostError({{name, "no list of defects", "a JSON object with version and defects"}});
