@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
-#include <cstdlib>
 #include <limits>
 #include <new>
 
@@ -35,9 +34,11 @@ bool EndsWalk(EGroupWindow eWindow, const SOffset& offset)
 
 bool IsInWindow(EGroupWindow eWindow, const SOffset& offset)
 {
+    const auto isWithin = [](std::int64_t nOffset, std::int64_t nReach)
+    { return static_cast<std::uint64_t>(nOffset + nReach) <= static_cast<std::uint64_t>(2 * nReach); };
     if (eWindow == EGroupWindow::Horizontal)
-        return offset.x >= -1 && offset.x < 2;
-    return std::abs(offset.x) <= nVertReach && std::abs(offset.y) <= nVertReach;
+        return isWithin(offset.x, 1);
+    return isWithin(offset.x, nVertReach) && isWithin(offset.y, nVertReach);
 }
 
 SOffset GetOffset(const CPoint& from, const CPoint& to)
@@ -243,7 +244,7 @@ private:
         {
             const int nFound = *pLink;
             SMember& member = m_pMember[nFound];
-            if (!IsInReach(walk, member.pt))
+            if (!IsInWindow(kWindow, {member.pt.x - walk.x, member.pt.y - walk.y}))
             {
                 pLink = &member.nNext;
                 continue;
@@ -259,16 +260,6 @@ private:
             m_ends.TakeOut(nFound);
             *pLink = member.nNext;
         }
-    }
-
-    static bool IsInReach(const SWalk& walk, const CPoint& pt)
-    {
-        const auto isWithin = [](std::int64_t nOffset, std::int64_t nReach)
-        { return static_cast<std::uint64_t>(nOffset + nReach) <= static_cast<std::uint64_t>(2 * nReach); };
-        if constexpr (kVertical)
-            return isWithin(pt.x - walk.x, nVertReach) && isWithin(pt.y - walk.y, nVertReach);
-        else
-            return isWithin(pt.x - walk.x, 1);
     }
 
     /// How far a walk reaches at least: as far as the first member reached from the finder's strip (vertical) or row
