@@ -4,6 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
+#include <vector>
 
 #include <opencv2/core.hpp>
 
@@ -24,5 +26,10 @@ inline GreyImage ImageOf(const cv::Mat& pixels)
 {
     return {pixels.ptr<std::uint8_t>(), pixels.cols, pixels.rows, static_cast<std::ptrdiff_t>(pixels.step[0])};
 }
+
+/// Writes an image in the format that the file name's ending says; `allowed` tells what a file may be, `parameters` are
+/// those of the format. @throws HostError when it cannot be written
+void SaveImage(const std::filesystem::path& file, const cv::Mat& picture, const char* allowed,
+               const std::vector<int>& parameters = {});
 
 } // namespace narvo

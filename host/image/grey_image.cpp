@@ -9,6 +9,7 @@
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 
+#include "host/image/cv_image.h"
 #include "host/problem.h"
 
 namespace narvo
@@ -118,21 +119,7 @@ GreyImage LoadGreyImage(const std::filesystem::path& file)
 
 void SaveGreyImage(const std::filesystem::path& file, const GreyImage& image)
 {
-    const cv::Mat view(image.Height(), image.Width(), CV_8UC1, const_cast<std::uint8_t*>(image.Row(0)),
-                       static_cast<std::size_t>(image.Stride()));
-    bool written = false;
-    try
-    {
-        written = cv::imwrite(file.string(), view);
-    }
-    catch (const cv::Exception&)
-    {
-        written = false;
-    }
-    if (!written)
-        throw HostError({{"file " + file.string(), "cannot be written",
-                          "a writable place and a name ending in an "
-                          "image format (.png, .tif, .bmp, .pgm)"}});
+    SaveImage(file, ViewOf(image), "a writable place and a name ending in an image format (.png, .tif, .bmp, .pgm)");
 }
 
 } // namespace narvo

@@ -6,7 +6,7 @@
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
-#include "host/problem.h"
+#include "host/image/cv_image.h"
 
 namespace narvo
 {
@@ -67,20 +67,12 @@ void DrawOverlay(std::uint8_t* rgb, const GreyView& image, const InspectionResul
 
 void SaveColourImage(const std::filesystem::path& file, const std::uint8_t* rgb, int width, int height)
 {
-    bool written = false;
-    try
-    {
-        cv::Mat picture;
-        cv::cvtColor(cv::Mat(height, width, CV_8UC3, const_cast<std::uint8_t*>(rgb)), picture, cv::COLOR_RGB2BGR);
-        written = cv::imwrite(file.string(), picture, {cv::IMWRITE_PNG_COMPRESSION, 2});
-    }
-    catch (const cv::Exception&)
-    {
-        written = false;
-    }
-    if (!written)
-        throw HostError({{"file " + file.string(), "cannot be written",
-                          "a writable place and a name ending in an image format (.png, .tif, .bmp, .ppm)"}});
+    const cv::Mat pixels(height, width, CV_8UC3, const_cast<std::uint8_t*>(rgb));
+    cv::Mat picture;
+    if (!pixels.empty())
+        cv::cvtColor(pixels, picture, cv::COLOR_RGB2BGR);
+    SaveImage(file, picture, "a writable place and a name ending in an image format (.png, .tif, .bmp, .ppm)",
+              {cv::IMWRITE_PNG_COMPRESSION, 2});
 }
 
 void SaveOverlay(const std::filesystem::path& file, const GreyView& image, const InspectionResult& result,

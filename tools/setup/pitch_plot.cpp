@@ -7,10 +7,9 @@
 #include <string>
 #include <vector>
 
-#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
-#include "host/problem.h"
+#include "host/image/cv_image.h"
 
 namespace narvo
 {
@@ -112,17 +111,7 @@ void SavePitchPlot(const std::filesystem::path& file, const PitchResult& result)
     cv::Mat picture(2 * nChartHeight, nWidth, CV_8UC3, cv::Scalar(255, 255, 255));
     Chart(picture.rowRange(0, nChartHeight), result.x).Draw("along x", result.x);
     Chart(picture.rowRange(nChartHeight, 2 * nChartHeight), result.y).Draw("along y", result.y);
-    bool written = false;
-    try
-    {
-        written = cv::imwrite(file.string(), picture);
-    }
-    catch (const cv::Exception&)
-    {
-        written = false;
-    }
-    if (!written)
-        throw HostError({{"file " + file.string(), "cannot be written", "a writable place, with a name in .png"}});
+    SaveImage(file, picture, "a writable place, with a name in .png");
 }
 
 } // namespace narvo

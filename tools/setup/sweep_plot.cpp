@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include "host/image/cv_image.h"
 #include "host/problem.h"
 #include "host/text_file.h"
 
@@ -146,20 +146,7 @@ public:
         cv::putText(m_picture, text, cv::Point2d(place.x - left, place.y), cv::FONT_HERSHEY_SIMPLEX, 0.45,
                     ToScalar(colour), 1, cv::LINE_AA);
     }
-    void Save(const std::filesystem::path& file) override
-    {
-        bool written = false;
-        try
-        {
-            written = cv::imwrite(file.string(), m_picture);
-        }
-        catch (const cv::Exception&)
-        {
-            written = false;
-        }
-        if (!written)
-            throw HostError({{"file " + file.string(), "cannot be written", "a writable place"}});
-    }
+    void Save(const std::filesystem::path& file) override { SaveImage(file, m_picture, "a writable place"); }
 
 private:
     static cv::Scalar ToScalar(Colour colour)
