@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Draws the guide's diagrams as SVG beside this file. Profiles and hits are computed, not sketched.
+"""Draws the diagrams of the pages as SVG beside this file. Profiles and hits are computed, not sketched.
 
 Usage: docs/images/draw.py
 """
@@ -99,8 +99,8 @@ def draw_method():
     drawing.line(at(first + 2.5), 345, at(second + 2.5), 345, INK, 1.5)
     drawing.line(at(first + 2.5), 335, at(first + 2.5), 345, INK, 1.5)
     drawing.line(at(second + 2.5), 335, at(second + 2.5), 345, INK, 1.5)
-    drawing.text(at((first + second) / 2 + 2.5), 364, "two answers one pitch apart, of opposite sign", anchor="middle")
-    drawing.text(at((first + second) / 2 + 2.5), 382, "make one pair, which stands for D", anchor="middle", weight="bold")
+    drawing.text(at((first + second) / 2 + 2.5), 364, "two hits one pitch apart, of opposite sign,", anchor="middle")
+    drawing.text(at((first + second) / 2 + 2.5), 382, "form one pair, which stands for D", anchor="middle", weight="bold")
     drawing.save("method.svg")
 
 
@@ -129,9 +129,9 @@ def draw_bands():
     drawing.arrow(right - pitch - 42, 92, right - 58, 92, BRIGHT)
     drawing.box(right - 54, 88, 8, 8, "none", BRIGHT)
     for x, anchor, colour, lines in (
-        (left, "start", DARK, ("a hit here may stand alone,", "at its own place")),
+        (left, "start", DARK, ("a hit here may be kept", "without a partner")),
         (left + width / 2, "middle", INK, ("a hit here needs a partner", "one pitch on, or is dropped")),
-        (right, "end", BRIGHT, ("a hit one pitch before the end stands", "for a partner that was not compared")),
+        (right, "end", BRIGHT, ("a hit one pitch before the end stands", "for a partner that cannot be compared")),
     ):
         for row, words in enumerate(lines):
             drawing.text(x, 160 + 18 * row, words, colour, anchor=anchor)
@@ -153,11 +153,11 @@ def draw_zones():
         for column in range(4):
             one_cell(30 + column * cell, 40 + row * cell * 0.8)
     drawing.text(30, 28, "the pattern, cell by cell", FAINT)
-    drawing.text(30, 212, "one picture of a cell, painted with zone numbers, serves all of them;", INK)
-    drawing.text(30, 230, "every zone has thresholds, filters and limits of its own", INK)
+    drawing.text(30, 212, "one image of a cell, painted with zone numbers, applies to all cells;", INK)
+    drawing.text(30, 230, "every zone has its own thresholds, filters and limits", INK)
     rows = (
-        (0, "0 wiring", "offset 60", "loose: edges move a little"),
-        (1, "1 window", "offset 12, gain 10/256", "sharp: this is what is sold"),
+        (0, "0 wiring", "offset 60", "loose: edges move slightly"),
+        (1, "1 window", "offset 12, gain 10/256", "strict: the visible area"),
         (2, "2 contact", "offset 25", "in between"),
     )
     for index, (zone, name, limit, why) in enumerate(rows):
@@ -172,11 +172,11 @@ def draw_zones():
 def draw_steps():
     drawing = Drawing(860, 130)
     steps = (
-        ("find", "a bit a pixel:", "over threshold?"),
-        ("pair", "two answers,", "one record"),
-        ("filter", "does it also differ", "elsewhere?"),
-        ("grow", "neighbours", "become a blob"),
-        ("merge", "near ones join,", "ghosts go"),
+        ("find", "one bit per pixel:", "above threshold?"),
+        ("pair", "two hits become", "one record"),
+        ("filter", "test with other", "references"),
+        ("grow", "neighbours become", "a blob"),
+        ("merge", "join nearby blobs,", "remove ghosts"),
         ("report", "place, size,", "strength, shape"),
     )
     width, gap = 124, 18
