@@ -191,8 +191,74 @@ def draw_steps():
     drawing.save("steps.svg")
 
 
+def draw_architecture():
+    drawing = Drawing(900, 560)
+    host, library = "#fff7ed", "#ecf7f8"
+
+    def layer(y, height, name, fill, width=756):
+        drawing.box(130, y, width, height, fill, FAINT)
+        drawing.text(116, y + height / 2 + 5, name, FAINT, 13, "end")
+
+    def part(x, y, width, name, *lines):
+        height = 28 + 16 * len(lines)
+        drawing.box(x, y, width, height, "white", FAINT)
+        drawing.text(x + width / 2, y + 20, name, anchor="middle", weight="bold")
+        for row, words in enumerate(lines):
+            drawing.text(x + width / 2, y + 38 + 16 * row, words, anchor="middle", size=12)
+
+    part(146, 14, 220, "narvo", "command line, tools/")
+    part(398, 14, 220, "narvoassem for Python", "python/")
+    part(650, 14, 220, "your program", "C++")
+    drawing.arrow(256, 58, 256, 92)
+    drawing.arrow(508, 58, 508, 92)
+    drawing.arrow(760, 58, 760, 192)
+
+    layer(94, 68, "host/", host, 512)
+    for x, name in ((146, "recipes"), (244, "images"), (342, "lanes, batches"), (440, "results"), (538, "golden, explain")):
+        drawing.box(x, 112, 90, 32, "white", FAINT)
+        drawing.text(x + 45, 132, name, anchor="middle", size=11)
+    drawing.arrow(380, 162, 380, 192)
+
+    layer(194, 62, "include/", library)
+    for x, name, words in (
+        (146, "CConvParam", "what to inspect, and how"),
+        (398, "CAssemControl", "pool: one engine per lane"),
+        (650, "CDefectBlob", "one defect"),
+    ):
+        part(x, 203, 220, name, words)
+    drawing.arrow(508, 256, 508, 284)
+
+    layer(286, 260, "narvoassem/", library)
+    part(146, 296, 724, "engine", "checks the parameters, splits wide regions into bands, starts re-runs")
+    drawing.arrow(508, 340, 508, 362)
+    part(146, 364, 724, "driver", "chooses one kernel from the parameters, runs it, builds blobs")
+    drawing.arrow(322, 408, 322, 432)
+    drawing.arrow(694, 408, 694, 432)
+
+    drawing.box(146, 434, 352, 98, "white", FAINT)
+    drawing.text(322, 453, "kernel", anchor="middle", weight="bold")
+    drawing.box(518, 434, 352, 98, "white", FAINT)
+    drawing.text(694, 453, "stores", anchor="middle", weight="bold")
+    chain = (
+        (158, "find", "one bit per pixel", "vector code", DARK),
+        (276, "scan", "values of hits", "strips, rows", INK),
+        (394, "pair", "two hits,", "one record", INK),
+        (530, "pairs", "filters", "", INK),
+        (648, "blobs", "group, merge,", "remove ghosts", INK),
+        (766, "result", "until the", "next call", INK),
+    )
+    for x, name, first, second, colour in chain:
+        drawing.text(x + 46, 482, name, colour, 14, "middle", "bold")
+        drawing.text(x + 46, 502, first, colour, 12, "middle")
+        drawing.text(x + 46, 518, second, colour, 12, "middle")
+    for (x, *_), (following, *_) in zip(chain, chain[1:]):
+        drawing.arrow(x + 84, 478, following + 10, 478)
+    drawing.save("architecture.svg")
+
+
 if __name__ == "__main__":
     draw_method()
     draw_bands()
     draw_zones()
     draw_steps()
+    draw_architecture()
