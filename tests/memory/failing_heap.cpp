@@ -1,4 +1,5 @@
-// The heap's functions wrapped by the linker (see CMakeLists.txt here), and the C++ operators built on them.
+// The heap's functions wrapped by the linker (see CMakeLists.txt here), pixman's calls of them, and the C++ operators
+// built on them.
 #include "memory/failing_heap.h"
 
 #include <algorithm>
@@ -16,6 +17,8 @@
 #include <malloc.h>
 
 #include "gtest/gtest.h"
+
+#include "memory/redirected_imports.h"
 
 extern "C"
 {
@@ -127,6 +130,21 @@ extern "C"
     }
 }
 
+namespace
+{
+
+/// pixman is a shared library, whose calls the linker does not wrap.
+const int nRedirectedInPixman = []
+{
+    const narvo::test::SRedirection aRedirections[] = {{"malloc", reinterpret_cast<void*>(&__wrap_malloc)},
+                                                       {"calloc", reinterpret_cast<void*>(&__wrap_calloc)},
+                                                       {"realloc", reinterpret_cast<void*>(&__wrap_realloc)},
+                                                       {"free", reinterpret_cast<void*>(&__wrap_free)}};
+    return narvo::test::RedirectImports("libpixman-1.so", aRedirections);
+}();
+
+} // namespace
+
 void* operator new(std::size_t nBytes, const std::nothrow_t&) noexcept
 {
     return __wrap_malloc(nBytes == 0 ? 1 : nBytes);
@@ -195,6 +213,11 @@ long CFailingHeap::Stop()
 {
     bArmed = false;
     return nAsked;
+}
+
+int CountRedirectedInPixman()
+{
+    return nRedirectedInPixman;
 }
 
 long CountLiveBlocks()

@@ -33,6 +33,9 @@ public:
     long Stop();
 };
 
+/// How many of pixman's calls of the heap come here.
+int CountRedirectedInPixman();
+
 /// Blocks held by the whole process.
 long CountLiveBlocks();
 

@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <vector>
 
+#include <pixman.h>
+
 #include "gtest/gtest.h"
 
 #include "memory/failing_heap.h"
@@ -33,6 +35,25 @@ struct SRegionAnswer
     int nCombined = RGN_ERROR;
     std::vector<unsigned char> data;
 };
+
+TEST(FailingRegion, PixmanAsksTheFailingHeap)
+{
+    // malloc, realloc and free at least.
+    EXPECT_GE(CountRedirectedInPixman(), 3);
+    std::vector<pixman_box32_t> boxes;
+    for (int i = 0; i < 100; ++i)
+        boxes.push_back({0, 2 * i, 10, 2 * i + 1});
+    pixman_region32_t region;
+    const long nBefore = CountLiveBlocks();
+    CFailingHeap heap(SFailures::From(0));
+    const int nMade = pixman_region32_init_rects(&region, boxes.data(), 100);
+    EXPECT_GT(heap.Stop(), 0);
+    EXPECT_EQ(nMade, 0);
+    ASSERT_NE(pixman_region32_init_rects(&region, boxes.data(), 100), 0);
+    EXPECT_GT(CountLiveBlocks(), nBefore);
+    pixman_region32_fini(&region);
+    EXPECT_EQ(CountLiveBlocks(), nBefore);
+}
 
 TEST(FailingRegion, CombiningAnswersAnErrorOrTheWholeRegion)
 {
