@@ -3,7 +3,10 @@
 #include "narvoassem/fast/find_row.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
+#include <utility>
 
 #include "narvoassem/fast/compare_pixel.h"
 
@@ -15,40 +18,6 @@
 #include "hwy/highway.h"
 //
 #include "narvoassem/fast/lanes-inl.h"
-
-#ifndef NARVOASSEM_FAST_FIND_ROW_TRAITS_
-#define NARVOASSEM_FAST_FIND_ROW_TRAITS_
-
-namespace narvo
-{
-
-enum class FindReference
-{
-    Linear,
-    Bilinear,
-    Column
-};
-
-enum class FindThreshold
-{
-    Map,
-    Knee,
-    Floor,
-    Scalar,
-    Smaller
-};
-
-struct CFindTraits
-{
-    FindReference eReference;
-    FindThreshold eThreshold;
-
-    constexpr bool UsesMaps() const { return eThreshold == FindThreshold::Map || eThreshold == FindThreshold::Knee; }
-};
-
-} // namespace narvo
-
-#endif
 
 HWY_BEFORE_NAMESPACE();
 namespace narvo
@@ -276,50 +245,22 @@ HWY_INLINE void FindRuns(const CFindRow& row)
 #endif
 }
 
-// One function for each variant, since the dispatch table takes plain functions.
-void FindLinearMap(const CFindRow& row)
+template <std::size_t kVariant>
+void FindVariantRow(const CFindRow& row)
 {
-    FindRuns<CFindTraits{FindReference::Linear, FindThreshold::Map}>(row);
+    FindRuns<findVariants[kVariant]>(row);
 }
 
-void FindLinearKnee(const CFindRow& row)
+template <std::size_t... kVariant>
+void FindRowBy(std::index_sequence<kVariant...> /*variants*/, FindVariant eVariant, const CFindRow& row)
 {
-    FindRuns<CFindTraits{FindReference::Linear, FindThreshold::Knee}>(row);
+    static constexpr void (*finders[])(const CFindRow&) = {FindVariantRow<kVariant>...};
+    finders[static_cast<std::size_t>(eVariant)](row);
 }
 
-void FindLinearFloor(const CFindRow& row)
+void FindOneRow(FindVariant eVariant, const CFindRow& row)
 {
-    FindRuns<CFindTraits{FindReference::Linear, FindThreshold::Floor}>(row);
-}
-
-void FindBilinearMap(const CFindRow& row)
-{
-    FindRuns<CFindTraits{FindReference::Bilinear, FindThreshold::Map}>(row);
-}
-
-void FindColumnMap(const CFindRow& row)
-{
-    FindRuns<CFindTraits{FindReference::Column, FindThreshold::Map}>(row);
-}
-
-void FindLinearScalar(const CFindRow& row)
-{
-    FindRuns<CFindTraits{FindReference::Linear, FindThreshold::Scalar}>(row);
-}
-
-void FindLinearSmaller(const CFindRow& row)
-{
-    FindRuns<CFindTraits{FindReference::Linear, FindThreshold::Smaller}>(row);
-}
-
-void FindBilinearSmaller(const CFindRow& row)
-{
-    FindRuns<CFindTraits{FindReference::Bilinear, FindThreshold::Smaller}>(row);
-}
-
-void FindColumnScalar(const CFindRow& row)
-{
-    FindRuns<CFindTraits{FindReference::Column, FindThreshold::Scalar}>(row);
+    FindRowBy(std::make_index_sequence<std::size(findVariants)>(), eVariant, row);
 }
 
 const char* TargetName()
@@ -337,42 +278,12 @@ HWY_AFTER_NAMESPACE();
 namespace narvo
 {
 
-HWY_EXPORT(FindLinearMap);
-HWY_EXPORT(FindLinearKnee);
-HWY_EXPORT(FindLinearFloor);
-HWY_EXPORT(FindBilinearMap);
-HWY_EXPORT(FindColumnMap);
-HWY_EXPORT(FindLinearScalar);
-HWY_EXPORT(FindLinearSmaller);
-HWY_EXPORT(FindBilinearSmaller);
-HWY_EXPORT(FindColumnScalar);
+HWY_EXPORT(FindOneRow);
 HWY_EXPORT(TargetName);
 
 void FindRow(FindVariant eVariant, const CFindRow& row)
 {
-    switch (eVariant)
-    {
-    case FindVariant::LinearMap:
-        return HWY_DYNAMIC_DISPATCH(FindLinearMap)(row);
-    case FindVariant::LinearKnee:
-        return HWY_DYNAMIC_DISPATCH(FindLinearKnee)(row);
-    case FindVariant::LinearFloor:
-        return HWY_DYNAMIC_DISPATCH(FindLinearFloor)(row);
-    case FindVariant::BilinearMap:
-        return HWY_DYNAMIC_DISPATCH(FindBilinearMap)(row);
-    case FindVariant::ColumnMap:
-        return HWY_DYNAMIC_DISPATCH(FindColumnMap)(row);
-    case FindVariant::LinearScalar:
-        return HWY_DYNAMIC_DISPATCH(FindLinearScalar)(row);
-    case FindVariant::LinearSmaller:
-        return HWY_DYNAMIC_DISPATCH(FindLinearSmaller)(row);
-    case FindVariant::BilinearSmaller:
-        return HWY_DYNAMIC_DISPATCH(FindBilinearSmaller)(row);
-    case FindVariant::ColumnScalar:
-        return HWY_DYNAMIC_DISPATCH(FindColumnScalar)(row);
-    case FindVariant::Count:
-        break;
-    }
+    HWY_DYNAMIC_DISPATCH(FindOneRow)(eVariant, row);
 }
 
 const char* GetVectorTargetName()

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "narvoassem/fast/table_rows.h"
+
 namespace narvo
 {
 
@@ -13,20 +15,67 @@ constexpr int kStripWidth = 16; ///< columns of a strip
 constexpr int kGroupWidth = 8;  ///< columns of a group: capacities are tested after each
 constexpr int kSpareMasks = 8;  ///< masks behind a row's last that may be read
 
-/// What the finder compares, one row each.
+/// Where the finder's reference comes from.
+enum class FindReference
+{
+    Linear,   ///< two weighted rows
+    Bilinear, ///< four weighted pixels
+    Column    ///< two rows weighted column by column
+};
+
+/// Where its threshold comes from.
+enum class FindThreshold
+{
+    Map,    ///< maps
+    Knee,   ///< two segments from maps; no grey limit
+    Floor,  ///< one threshold for all pixels, no gain
+    Scalar, ///< base and gain for all pixels
+    Smaller ///< the smaller of two such thresholds
+};
+
+/// What the finder compares. A variant is added here and in findVariants, nowhere else.
 enum class FindVariant
 {
-    LinearMap,       ///< pixel against two weighted rows, threshold from maps
-    LinearKnee,      ///< the same, two-segment threshold from maps, no grey limit
-    LinearFloor,     ///< the same, one threshold for all pixels, no gain
-    BilinearMap,     ///< pixel against four weighted pixels, threshold from maps
-    ColumnMap,       ///< pixel against two rows weighted column by column, threshold from maps
-    LinearScalar,    ///< pixel against two weighted rows, base and gain for all pixels
-    LinearSmaller,   ///< the same with the smaller of two thresholds
-    BilinearSmaller, ///< pixel against four weighted pixels, the smaller of two thresholds
-    ColumnScalar,    ///< pixel against two rows weighted column by column, base and gain for all pixels
+    LinearMap,
+    LinearKnee,
+    LinearFloor,
+    BilinearMap,
+    ColumnMap,
+    LinearScalar,
+    LinearSmaller,
+    BilinearSmaller,
+    ColumnScalar,
     Count
 };
+
+struct CFindTraits
+{
+    FindVariant eVariant;
+    FindReference eReference;
+    FindThreshold eThreshold;
+
+    constexpr bool UsesMaps() const { return eThreshold == FindThreshold::Map || eThreshold == FindThreshold::Knee; }
+};
+
+/// The variants, each at its own number.
+inline constexpr CFindTraits findVariants[] = {
+    {FindVariant::LinearMap, FindReference::Linear, FindThreshold::Map},
+    {FindVariant::LinearKnee, FindReference::Linear, FindThreshold::Knee},
+    {FindVariant::LinearFloor, FindReference::Linear, FindThreshold::Floor},
+    {FindVariant::BilinearMap, FindReference::Bilinear, FindThreshold::Map},
+    {FindVariant::ColumnMap, FindReference::Column, FindThreshold::Map},
+    {FindVariant::LinearScalar, FindReference::Linear, FindThreshold::Scalar},
+    {FindVariant::LinearSmaller, FindReference::Linear, FindThreshold::Smaller},
+    {FindVariant::BilinearSmaller, FindReference::Bilinear, FindThreshold::Smaller},
+    {FindVariant::ColumnScalar, FindReference::Column, FindThreshold::Scalar},
+};
+
+constexpr const CFindTraits& GetFindTraits(FindVariant eVariant)
+{
+    return findVariants[static_cast<std::size_t>(eVariant)];
+}
+
+static_assert(HasRowForEach(findVariants, &CFindTraits::eVariant, FindVariant::Count));
 
 /// Neighbouring strips whose map elements follow one another and whose references are displaced alike.
 struct CStripRun

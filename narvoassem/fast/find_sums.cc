@@ -1,7 +1,9 @@
 // Vector code of the float family's finder, compiled once per instruction set.
 #include "narvoassem/fast/find_sums.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "narvoassem/fast/compare_sums.h"
 #include "narvoassem/fast/find_row.h"
@@ -134,40 +136,22 @@ HWY_INLINE void FindSumsRow(const CSumsRow& row)
 
 #endif
 
-// One function for each variant, since the dispatch table takes plain functions.
-void FindLarger(const CSumsRow& row)
+template <std::size_t kVariant>
+void FindVariantSums(const CSumsRow& row)
 {
-    FindSumsRow<SumsVariant::Larger>(row);
+    FindSumsRow<static_cast<SumsVariant>(kVariant)>(row);
 }
 
-void FindLargerSmaller(const CSumsRow& row)
+template <std::size_t... kVariant>
+void FindSumsBy(std::index_sequence<kVariant...> /*variants*/, SumsVariant eVariant, const CSumsRow& row)
 {
-    FindSumsRow<SumsVariant::LargerSmaller>(row);
+    static constexpr void (*finders[])(const CSumsRow&) = {FindVariantSums<kVariant>...};
+    finders[static_cast<std::size_t>(eVariant)](row);
 }
 
-void FindSource(const CSumsRow& row)
+void FindOneSumsRow(SumsVariant eVariant, const CSumsRow& row)
 {
-    FindSumsRow<SumsVariant::Source>(row);
-}
-
-void FindColumnLarger(const CSumsRow& row)
-{
-    FindSumsRow<SumsVariant::ColumnLarger>(row);
-}
-
-void FindColumnSource(const CSumsRow& row)
-{
-    FindSumsRow<SumsVariant::ColumnSource>(row);
-}
-
-void FindPlain(const CSumsRow& row)
-{
-    FindSumsRow<SumsVariant::Plain>(row);
-}
-
-void FindPlainWitness(const CSumsRow& row)
-{
-    FindSumsRow<SumsVariant::PlainWitness>(row);
+    FindSumsBy(std::make_index_sequence<static_cast<std::size_t>(SumsVariant::Count)>(), eVariant, row);
 }
 
 } // namespace
@@ -180,33 +164,11 @@ HWY_AFTER_NAMESPACE();
 namespace narvo
 {
 
-HWY_EXPORT(FindLarger);
-HWY_EXPORT(FindLargerSmaller);
-HWY_EXPORT(FindSource);
-HWY_EXPORT(FindColumnLarger);
-HWY_EXPORT(FindColumnSource);
-HWY_EXPORT(FindPlain);
-HWY_EXPORT(FindPlainWitness);
+HWY_EXPORT(FindOneSumsRow);
 
 void FindSums(SumsVariant eVariant, const CSumsRow& row)
 {
-    switch (eVariant)
-    {
-    case SumsVariant::Larger:
-        return HWY_DYNAMIC_DISPATCH(FindLarger)(row);
-    case SumsVariant::LargerSmaller:
-        return HWY_DYNAMIC_DISPATCH(FindLargerSmaller)(row);
-    case SumsVariant::Source:
-        return HWY_DYNAMIC_DISPATCH(FindSource)(row);
-    case SumsVariant::ColumnLarger:
-        return HWY_DYNAMIC_DISPATCH(FindColumnLarger)(row);
-    case SumsVariant::ColumnSource:
-        return HWY_DYNAMIC_DISPATCH(FindColumnSource)(row);
-    case SumsVariant::Plain:
-        return HWY_DYNAMIC_DISPATCH(FindPlain)(row);
-    case SumsVariant::PlainWitness:
-        return HWY_DYNAMIC_DISPATCH(FindPlainWitness)(row);
-    }
+    HWY_DYNAMIC_DISPATCH(FindOneSumsRow)(eVariant, row);
 }
 
 } // namespace narvo

@@ -8,6 +8,7 @@
 namespace narvo
 {
 
+/// What the finder compares. A variant is added here alone; its arithmetic asks for it by name.
 enum class SumsVariant
 {
     Larger,        ///< reference between two sums; the gain works on the larger value
@@ -16,7 +17,8 @@ enum class SumsVariant
     ColumnLarger,  ///< reference of weighted parts, column by column; the gain works on the larger value
     ColumnSource,  ///< the same with the gain on the source
     Plain,         ///< reference between two sums, threshold nBase as it stands
-    PlainWitness   ///< the same, and a second comparison, one pitch back from the reference, must agree
+    PlainWitness,  ///< the same, and a second comparison, one pitch back from the reference, must agree
+    Count
 };
 
 /// The gain works on the source alone, not on the larger value.
