@@ -36,11 +36,6 @@ bool IsPitchReadable(const CConvParam& param, bool bVertical, int (*ToFixed)(dou
     return IsPitchUsable(dConv) && IsPitchUsable(dScan) && ToFixed(bVertical ? dScan : dConv) >= 0;
 }
 
-bool IsConvTableWhole(const CConvParam& param)
-{
-    return param.pConvPitchTable == nullptr || (param.pConvWeightNear != nullptr && param.pConvWeightFar != nullptr);
-}
-
 bool IsZoneGridWalkable(const CConvParam& param, const CZoneCellSize& cell)
 {
     if (param.pZoneOriginTable == nullptr || param.nZoneColumns < 0 || param.nZoneMapStride < 0)
@@ -53,23 +48,26 @@ bool IsZoneGridWalkable(const CConvParam& param, const CZoneCellSize& cell)
     return cell.nHeight >= 1;
 }
 
-bool IsZoneReadable(const CConvParam& param, ZoneKernel eKernel, const CZoneCellSize& cell)
+/// A choice that reads the tables by column needs all three.
+template <class TKernel>
+bool HasTables(const CConvParam& param, const CKernelChoice<TKernel>& choice)
 {
-    if (!IsPitchReadable(param, param.nDirection != 0, ToPitch16))
-        return false;
-    if (eKernel == ZoneKernel::HoriTable && !IsConvTableWhole(param))
-        return false;
-    return IsZoneGridWalkable(param, cell);
+    return !choice.Uses(KernelOption::ConvPitches) ||
+           (param.pConvPitchTable != nullptr && param.pConvWeightNear != nullptr && param.pConvWeightFar != nullptr);
+}
+
+bool IsZoneReadable(const CConvParam& param, const CZoneChoice& choice, const CZoneCellSize& cell)
+{
+    return IsPitchReadable(param, param.nDirection != 0, ToPitch16) && HasTables(param, choice) &&
+           IsZoneGridWalkable(param, cell);
 }
 
 bool IsPixelReadable(const CConvParam& param)
 {
-    const CPixelChoice choice = ChoosePixelKernel(param);
-    if (!IsPitchReadable(param, param.nDirection == 1, ToPitch16))
+    const CPixelChoice& choice = ChoosePixelKernel(param);
+    if (!IsPitchReadable(param, param.nDirection == 1, ToPitch16) || !HasTables(param, choice))
         return false;
-    if (choice.eKernel == PixelKernel::HoriTable && !IsConvTableWhole(param))
-        return false;
-    return !choice.bTwice || (IsPitchUsable(param.dTwicePitch) && ToPitch16(param.dTwicePitch) >= 0);
+    return !choice.IsTwice() || (IsPitchUsable(param.dTwicePitch) && ToPitch16(param.dTwicePitch) >= 0);
 }
 
 bool IsFloatReadable(const CConvParam& param)
@@ -77,9 +75,9 @@ bool IsFloatReadable(const CConvParam& param)
     if (!IsPitchReadable(param, param.nDirection == 1, ToRoundedPitch16))
         return false;
     // The free-form region looks its zones up in grid and maps.
-    if (ChooseFloatKernel(param).ePath == CFloatChoice::Path::FreeForm)
+    if (TakesFreeForm(param))
         return ToPitch16(param.GetRealScanPitch()) >= 0 && param.nZoneColumns >= 0 && param.nZoneMapStride >= 0;
-    return param.nDirection == 1 || IsConvTableWhole(param);
+    return HasTables(param, ChooseFloatKernel(param));
 }
 
 /// Of the corners only the sides that the direction reads count.

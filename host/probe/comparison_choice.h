@@ -15,7 +15,7 @@ inline Comparison ChooseComparison(const CConvParam& param, bool asg)
 
 struct ZoneChoice
 {
-    ZoneKernel kernel;
+    const CZoneChoice& kernel;
     CZoneCellSize cell;
 };
 

@@ -1,9 +1,7 @@
 // Probes of the float kernels, which compare sums of windows.
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <string_view>
 #include <type_traits>
 #include <vector>
 
@@ -11,7 +9,7 @@
 #include "narvoassem/compare/float_driver.h"
 #include "narvoassem/fast/float_rows.h"
 #include "narvoassem/fast/float_strips.h"
-#include "narvoassem/fast/float_traits.h"
+#include "narvoassem/fast/float_table.h"
 
 namespace narvo
 {
@@ -19,27 +17,14 @@ namespace narvo
 namespace
 {
 
-constexpr std::array<std::string_view, 12> floatNames = {"float, horizontal, 2 by 2",
-                                                         "float, horizontal, 3 by 2",
-                                                         "float, horizontal, 3 by 3",
-                                                         "float, horizontal, 2 by 2, column table",
-                                                         "float, horizontal, 3 by 2, column table",
-                                                         "float, vertical, 2 by 2",
-                                                         "float, vertical, 2 by 3",
-                                                         "float, vertical, 3 by 3",
-                                                         "float, vertical, 2 by 2, row table or shift",
-                                                         "float, vertical, 2 by 2, extended",
-                                                         "float, vertical, 2 by 2, extended, row table or shift",
-                                                         "float, vertical, 2 by 2, region"};
-
 template <CFloatTraits kTraits>
 class FloatBackend : public KernelProbe::Backend
 {
     using TScan = std::conditional_t<kTraits.bHorizontal, CFloatRows<kTraits>, CFloatStrips<kTraits>>;
 
 public:
-    FloatBackend(const CConvParam& param, FloatKernel kernel)
-        : Backend(param, kTraits.bHorizontal), m_call(MakeFloatCall(m_store, kernel, &m_endLine)), m_scan(m_call)
+    FloatBackend(const CConvParam& param, const CFloatChoice& choice)
+        : Backend(param, kTraits.bHorizontal), m_call(MakeFloatCall(m_store, choice, &m_endLine)), m_scan(m_call)
     {
     }
 
@@ -149,17 +134,14 @@ private:
 
 BackendPointer MakeFloatBackend(const CConvParam& param, std::string& name)
 {
-    const CFloatChoice choice = ChooseFloatKernel(param);
-    if (choice.ePath != CFloatChoice::Path::Kernel)
+    if (!RunsFloatKernel(param))
         return nullptr;
-    const auto kernel = static_cast<std::size_t>(choice.eKernel);
-    name = floatNames[kernel];
-    return Choose(kernel, std::make_index_sequence<floatNames.size()>(),
-                  [&](auto index) -> BackendPointer
-                  {
-                      constexpr CFloatTraits kTraits = GetFloatTraits(static_cast<FloatKernel>(index.value));
-                      return std::make_unique<FloatBackend<kTraits>>(param, static_cast<FloatKernel>(index.value));
-                  });
+    const CFloatChoice& choice = ChooseFloatKernel(param);
+    name = GetKernelRow(choice.eKernel).pWords;
+    return CallWithEntry<floatKernels.size()>(
+        static_cast<std::size_t>(choice.eKernel),
+        [&](auto kernel) -> BackendPointer
+        { return std::make_unique<FloatBackend<floatKernels[kernel].traits>>(param, choice); });
 }
 
 } // namespace narvo

@@ -122,13 +122,4 @@ BackendPointer MakeZoneBackend(const CConvParam& param, bool asg, std::string& n
 BackendPointer MakePixelBackend(const CConvParam& param, std::string& name);
 BackendPointer MakeFloatBackend(const CConvParam& param, std::string& name);
 
-/// Calls `make` with the place of an enumerator as a constant.
-template <std::size_t... kIndex, class TMake>
-BackendPointer Choose(std::size_t index, std::index_sequence<kIndex...>, TMake&& make)
-{
-    BackendPointer made;
-    ((kIndex == index ? (made = make(std::integral_constant<std::size_t, kIndex>()), true) : false) || ...);
-    return made;
-}
-
 } // namespace narvo

@@ -1,11 +1,8 @@
 // Probes of the zone kernels.
-#include <array>
-#include <string_view>
-
 #include "host/probe/comparison_choice.h"
 #include "host/probe/rule_probe.h"
 #include "narvoassem/fast/zone_rule.h"
-#include "narvoassem/fast/zone_traits.h"
+#include "narvoassem/fast/zone_table.h"
 
 namespace narvo
 {
@@ -13,45 +10,28 @@ namespace narvo
 namespace
 {
 
-constexpr std::array<std::string_view, 15> zoneNames = {"zone, vertical",
-                                                        "zone, vertical, read directly",
-                                                        "zone, vertical, means of 2 by 2",
-                                                        "zone, vertical, skipped cells",
-                                                        "zone, vertical, means of 2 by 2, skipped cells",
-                                                        "zone, vertical, two threshold segments",
-                                                        "zone, vertical, row table or shift",
-                                                        "zone, horizontal",
-                                                        "zone, horizontal, column table",
-                                                        "zone, vertical, extended",
-                                                        "zone, vertical, extended, zone tables",
-                                                        "zone, vertical, extended, second threshold of dark hits",
-                                                        "zone, vertical, extended, shift",
-                                                        "zone, vertical, extended, class ids",
-                                                        "zone, vertical, extended, class ids, row table"};
-
-/// Zone kernels read as tables of rows do; nothing else does.
-template <std::size_t kIndex, bool kFraction>
-BackendPointer MakeZone(const CConvParam& param, const CZoneCellSize& cell)
+template <CZoneTraits kTraits>
+BackendPointer MakeZone(const CConvParam& param, const ZoneChoice& choice)
 {
-    constexpr auto kKernel = static_cast<ZoneKernel>(kIndex);
-    constexpr CZoneTraits kTraits = GetZoneTraits(kKernel, kFraction);
     return std::make_unique<RuleBackend<CZoneRule<kTraits>, CZoneCall>>(
-        param, [&](CPairStorage& store, int* endLine) { return MakeZoneCall(store, kKernel, cell, endLine); });
+        param,
+        [&](CPairStorage& store, int* endLine) { return MakeZoneCall(store, choice.kernel, choice.cell, endLine); });
 }
 
 } // namespace
 
 BackendPointer MakeZoneBackend(const CConvParam& param, bool asg, std::string& name)
 {
-    const bool fraction = HasFraction(param);
     const ZoneChoice choice = ChooseZone(param, asg);
-    const auto kernel = static_cast<std::size_t>(choice.kernel);
-    name = zoneNames[kernel];
-    return Choose(kernel, std::make_index_sequence<zoneNames.size()>(),
-                  [&](auto index) {
-                      return fraction ? MakeZone<index, true>(param, choice.cell)
-                                      : MakeZone<index, false>(param, choice.cell);
-                  });
+    name = GetKernelRow(choice.kernel.eKernel).pWords;
+    return CallWithEntry<zoneKernels.size()>(static_cast<std::size_t>(choice.kernel.eKernel),
+                                             [&](auto kernel)
+                                             {
+                                                 constexpr CZoneTraits kTraits = zoneKernels[kernel].traits;
+                                                 return HasFraction(param)
+                                                            ? MakeZone<WithFraction(kTraits)>(param, choice)
+                                                            : MakeZone<kTraits>(param, choice);
+                                             });
 }
 
 } // namespace narvo

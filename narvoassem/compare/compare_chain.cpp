@@ -1,4 +1,4 @@
-// Kernel calls from the engine's fields, and the blob steps behind a kernel.
+// Kernel calls from the engine's fields, and the steps from pairs to blobs.
 #include "narvoassem/compare/compare_chain.h"
 
 namespace narvo
@@ -21,29 +21,36 @@ void FillKernelCall(CKernelCall& call, CPairStorage& store, int* pEndLine)
     call.pConvWeightFar = param.pConvWeightFar;
 }
 
-void FinishHorizontal(CBlobStorage& store, int nFirstBlob)
+void BuildBlobs(CBlobStorage& store, const CBlobSteps& steps)
 {
-    store.BlobDefect();
-    store.MergeDivision(nFirstBlob, store.ConvParam.nMergeDivision);
-    store.ShadowFilter(nFirstBlob, store.ConvParam.GetRealConvPitch());
+    if (steps.bVertical)
+        steps.bFilters ? store.BlobDefectVert() : store.BlobDefectVert_NonFilter();
+    else
+        steps.bFilters ? store.BlobDefect() : store.BlobDefect_NonFilter();
 }
 
-void FinishVertical(CBlobStorage& store, int nFirstBlob)
-{
-    store.BlobDefectVert();
-    TidyVertical(store, nFirstBlob);
-}
-
-void TidyVertical(CBlobStorage& store, int nFirstBlob)
+void MergeBlobs(CBlobStorage& store, int nFirstBlob)
 {
     store.MergeDivision(nFirstBlob, store.ConvParam.nMergeDivision);
-    store.ShadowFilterVert(nFirstBlob, store.ConvParam.GetRealScanPitch());
 }
 
-void FinishVerticalWithinLimit(CBlobStorage& store, int nFirstBlob)
+void RemoveGhosts(CBlobStorage& store, const CBlobSteps& steps, int nFirstBlob)
 {
-    if (store.nPairCount <= nVerticalPairLimit)
-        FinishVertical(store, nFirstBlob);
+    if (!steps.bGhosts)
+        return;
+    if (steps.bVertical)
+        store.ShadowFilterVert(nFirstBlob, store.ConvParam.GetRealScanPitch());
+    else
+        store.ShadowFilter(nFirstBlob, store.ConvParam.GetRealConvPitch());
+}
+
+void FinishBlobs(CBlobStorage& store, const CBlobSteps& steps, int nFirstBlob)
+{
+    if (steps.DropsPairs(store.nPairCount))
+        return;
+    BuildBlobs(store, steps);
+    MergeBlobs(store, nFirstBlob);
+    RemoveGhosts(store, steps, nFirstBlob);
 }
 
 } // namespace narvo

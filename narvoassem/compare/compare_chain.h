@@ -1,5 +1,4 @@
-// What all compare drivers share: the parts of a kernel call that are the engine's own, and the blob steps behind a
-// kernel.
+// What all comparisons share: the parts of a kernel call that are the engine's own, and how pairs become blobs.
 #pragma once
 
 #include "narvoassem/blobstorage.h"
@@ -16,13 +15,24 @@ inline constexpr int nVerticalPairLimit = 100000;
 /// driver's.
 void FillKernelCall(CKernelCall& call, CPairStorage& store, int* pEndLine);
 
-/// The blob steps of a horizontal comparison: build, merge and remove ghosts among the blobs from nFirstBlob on.
-void FinishHorizontal(CBlobStorage& store, int nFirstBlob);
-/// The same for a vertical comparison.
-void FinishVertical(CBlobStorage& store, int nFirstBlob);
-/// Merge and ghosts of a vertical comparison, behind a build of the caller's own.
-void TidyVertical(CBlobStorage& store, int nFirstBlob);
-/// FinishVertical, but nothing for a pass above nVerticalPairLimit.
-void FinishVerticalWithinLimit(CBlobStorage& store, int nFirstBlob);
+/// How the pairs of a comparison become blobs.
+struct CBlobSteps
+{
+    bool bVertical = false; ///< pairs are grouped, and ghosts lie, along y
+    bool bFilters = true;   ///< pair filters, and in a vertical build verification
+    bool bGhosts = true;    ///< ghosts are removed
+    bool bLimited = false;  ///< none is built from more than nVerticalPairLimit pairs
+
+    bool DropsPairs(int nPairs) const { return bLimited && nPairs > nVerticalPairLimit; }
+};
+
+/// The first step: the store's pairs become blobs behind those held.
+void BuildBlobs(CBlobStorage& store, const CBlobSteps& steps);
+/// The second: pieces near each other become one, among the blobs from nFirstBlob on.
+void MergeBlobs(CBlobStorage& store, int nFirstBlob);
+/// The third: what lies one pitch beside its true defect goes.
+void RemoveGhosts(CBlobStorage& store, const CBlobSteps& steps, int nFirstBlob);
+/// All three, or none where the pairs are dropped.
+void FinishBlobs(CBlobStorage& store, const CBlobSteps& steps, int nFirstBlob);
 
 } // namespace narvo

@@ -1,31 +1,27 @@
-// The choice of the float comparison.
+// The float comparison up to its pairs: the choice of a kernel, and the call that the engine makes of it.
 #pragma once
 
 #include "narvoassem/convparam.h"
+#include "narvoassem/fast/float_table.h"
 #include "narvoassem/fast/kernel_call.h"
+
+class CNarvoAssem;
 
 namespace narvo
 {
 
-/// What Compare_Float runs.
-struct CFloatChoice
-{
-    enum class Path
-    {
-        Kernel,   ///< eKernel
-        FreeForm, ///< the free-form region instead of a kernel
-        Nothing   ///< no detection; the blob steps take the pairs that are held
-    };
-    Path ePath = Path::Kernel;
-    FloatKernel eKernel = FloatKernel::Vert4;
+/// The choice of Compare_Float. The window's area chooses the kernel, its shape does not. Only an nDirection of exactly
+/// 1 is vertical.
+const CFloatChoice& ChooseFloatKernel(const CConvParam& param);
+/// Whether Compare_Float inspects a free-form region in place of running a kernel.
+bool TakesFreeForm(const CConvParam& param);
+/// Whether Compare_Float runs a kernel at all; the blob steps take the pairs that are held where it does not.
+bool RunsFloatKernel(const CConvParam& param);
 
-    friend bool operator==(const CFloatChoice&, const CFloatChoice&) = default;
-};
+/// The call of a choice on the parameters and stores of an engine.
+CFloatCall MakeFloatCall(CPairStorage& store, const CFloatChoice& choice, int* pEndLine);
 
-/// The window's area chooses the kernel, its shape does not. Only an nDirection of exactly 1 is vertical.
-CFloatChoice ChooseFloatKernel(const CConvParam& param);
-
-/// The call of eKernel on the parameters and stores of an engine.
-CFloatCall MakeFloatCall(CPairStorage& store, FloatKernel eKernel, int* pEndLine);
+/// Runs what Compare_Float chooses. @return the new pair count
+int RunFloat(CNarvoAssem& engine, int& nEndLine);
 
 } // namespace narvo

@@ -1,6 +1,7 @@
 // The float kernels that are members of the engine: the same kernels with the engine's dead zones and second
 // thresholds.
 #include "narvoassem/compare/compare_chain.h"
+#include "narvoassem/fast/float_table.h"
 #include "narvoassem/fast/kernel_args.h"
 #include "narvoassem/fast/kernel_call.h"
 #include "narvoassem/fixed_pitch.h"
@@ -14,6 +15,7 @@ using narvo::RunFloatKernel;
 #pragma GCC diagnostic ignored "-Wshadow"
 #pragma GCC diagnostic ignored "-Wunused-parameter"
 
+NARVO_PUBLIC_NAME(FloatKernel::VertIntrin, ConvFloatVert_Intrin);
 int CNarvoAssem::ConvFloatVert_Intrin(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VERT_TAIL)
 {
     CFloatCall call;
@@ -22,6 +24,7 @@ int CNarvoAssem::ConvFloatVert_Intrin(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VERT_TA
     return RunFloatKernel(FloatKernel::VertIntrin, call);
 }
 
+NARVO_PUBLIC_NAME(FloatKernel::VtdIntrin, ConvFloatVTD_Intrin);
 int CNarvoAssem::ConvFloatVTD_Intrin(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VTD_TAIL)
 {
     CFloatCall call;
@@ -32,6 +35,7 @@ int CNarvoAssem::ConvFloatVTD_Intrin(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VTD_TAIL
     return RunFloatKernel(FloatKernel::VtdIntrin, call);
 }
 
+NARVO_PUBLIC_NAME(FloatKernel::VertRegion, ConvFloatVJF_Intrin);
 int CNarvoAssem::ConvFloatVJF_Intrin(CRect rtRegion, int& nEndLine)
 {
     CFloatCall call;
@@ -45,3 +49,7 @@ int CNarvoAssem::ConvFloatVJF_Intrin(CRect rtRegion, int& nEndLine)
     call.rtRegion = rtRegion;
     return RunFloatKernel(FloatKernel::VertRegion, call);
 }
+
+static_assert(narvo::HasPublicNames<narvo::floatKernels, narvo::KernelHome::Engine>());
+
+static_assert(narvo::HasPublicNames<narvo::floatKernels, narvo::KernelHome::Protected>());

@@ -1,4 +1,4 @@
-// The pixel comparison: from the parameters to one kernel, and from its pairs to blobs.
+// The pixel comparison: from the parameters to one kernel.
 #include "narvoassem/compare/pixel_driver.h"
 
 #include "narvoassem/compare/compare_chain.h"
@@ -13,84 +13,53 @@ namespace narvo
 namespace
 {
 
-CPixelChoice ChooseHorizontal(const CConvParam& param)
+CPixelCall BeginPixel(CNarvoAssem& engine, const CPixelChoice& choice, int& nEndLine)
 {
-    if (param.pConvPitchTable != nullptr)
-        return {PixelKernel::HoriTable};
-    if (param.bExtendedKernel == 0)
-        return {PixelKernel::Hori};
-    return {PixelKernel::HoriIntrin, param.bTwice != 0};
-}
-
-CPixelChoice ChooseVertical(const CConvParam& param)
-{
-    const bool bExtended = param.bExtendedKernel != 0;
-    const bool bSecondSet = param.nBlackFilterGray > 0;
-    if (param.pScanPitchTable != nullptr)
-    {
-        if (bExtended)
-            return {PixelKernel::VtdsWide};
-        return {bSecondSet ? PixelKernel::Vtds2 : PixelKernel::Vtds};
-    }
-    if (param.bUseLineBuffer == 0)
-        return {PixelKernel::VertDirect};
-    if (bExtended && param.bTwice != 0)
-        return {PixelKernel::VertIntrin, true};
-    // Both forms of the wide kernel, by dClassPitch and without, run as this one; MakePixelCall tells them apart.
-    if (bExtended)
-        return {PixelKernel::VertWide};
-    return {bSecondSet ? PixelKernel::Vert2 : PixelKernel::Vert};
+    const CRect& rtInspect = engine.ConvParam.rtInspect;
+    const bool bVertical = engine.ConvParam.nDirection == 1;
+    nEndLine = bVertical ? rtInspect.right : rtInspect.bottom;
+    if (bVertical)
+        SizeConBuff(engine, WrapMul(rtInspect.Height(), 16));
+    return MakePixelCall(engine, choice, &nEndLine);
 }
 
 } // namespace
 
-CPixelChoice ChoosePixelKernel(const CConvParam& param)
+const CPixelChoice& ChoosePixelKernel(const CConvParam& param)
 {
-    return param.nDirection == 1 ? ChooseVertical(param) : ChooseHorizontal(param);
+    return SelectKernel(GetPixelChoices(param.nDirection == 1), GetKernelOptions(param));
 }
 
-CPixelCall MakePixelCall(CPairStorage& store, PixelKernel eKernel, int* pEndLine)
+CPixelCall MakePixelCall(CPairStorage& store, const CPixelChoice& choice, int* pEndLine)
 {
     const CConvParam& param = store.ConvParam;
-    const bool bVertical = param.nDirection == 1;
     CPixelCall call;
     FillKernelCall(call, store, pEndLine);
-    call.nPitch16 = ToPitch16(bVertical ? param.GetRealScanPitch() : param.GetRealConvPitch());
+    call.nPitch16 = ToPitch16(param.nDirection == 1 ? param.GetRealScanPitch() : param.GetRealConvPitch());
     call.first = {param.nThreshold, param.nThresholdGain};
     call.second = {param.nBlackFilterGray, param.nBlackFilterGain};
-    call.pScanPitchTable = bVertical ? param.pScanPitchTable : nullptr;
-    // The form of the wide kernel that dClassPitch selects takes that pitch in place of the shift, and no shift.
-    if (eKernel == PixelKernel::VertWide && param.dClassPitch == 0.0)
+    if (choice.Uses(KernelOption::ScanPitches))
+        call.pScanPitchTable = param.pScanPitchTable;
+    if (choice.Uses(KernelOption::CrossShift))
         call.nVtdPitch16 = ToShift16(param.fVtdPitch);
-    if (eKernel == PixelKernel::VertIntrin)
+    if (GetKernelRow(choice.eKernel).traits.bDeadZones)
         call.pParam = &param;
     return call;
 }
 
-} // namespace narvo
-
-int CNarvoAssem::Compare_Pixel()
+int RunPixel(CNarvoAssem& engine, int& nEndLine)
 {
-    using namespace narvo;
-
-    const int nBlobStart = nBlobCount;
-    const bool bVertical = ConvParam.nDirection == 1;
-    int nEndLine = bVertical ? ConvParam.rtInspect.right : ConvParam.rtInspect.bottom;
-    if (bVertical)
-        SizeConBuff(*this, WrapMul(ConvParam.rtInspect.Height(), 16));
-
-    const CPixelChoice choice = ChoosePixelKernel(ConvParam);
-    const CPixelCall call = MakePixelCall(*this, choice.eKernel, &nEndLine);
-    if (choice.bTwice)
-    {
-        nPairCount = RunPixelTwice(*this, choice.eKernel, call, ToPitch16(ConvParam.dTwicePitch),
-                                   {ConvParam.nTwiceThreshold, ConvParam.nTwiceThresholdGain});
-        return nEndLine;
-    }
-    nPairCount = RunPixelKernel(choice.eKernel, call);
-    if (bVertical)
-        FinishVerticalWithinLimit(*this, nBlobStart);
-    else
-        FinishHorizontal(*this, nBlobStart);
-    return nEndLine;
+    const CPixelChoice& choice = ChoosePixelKernel(engine.ConvParam);
+    return RunPixelKernel(choice.eKernel, BeginPixel(engine, choice, nEndLine));
 }
+
+void RunPixelTwice(CNarvoAssem& engine, int& nEndLine)
+{
+    const CConvParam& param = engine.ConvParam;
+    const CPixelChoice& choice = ChoosePixelKernel(param);
+    const CPixelCall call = BeginPixel(engine, choice, nEndLine);
+    engine.nPairCount = RunPixelTwice(engine, choice.eKernel, call, ToPitch16(param.dTwicePitch),
+                                      {param.nTwiceThreshold, param.nTwiceThresholdGain});
+}
+
+} // namespace narvo

@@ -1,25 +1,24 @@
-// The choice of the pixel comparison.
+// The pixel comparison up to its pairs: the choice of a kernel, and the call that the engine makes of it.
 #pragma once
 
 #include "narvoassem/convparam.h"
 #include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/pixel_table.h"
+
+class CNarvoAssem;
 
 namespace narvo
 {
 
-/// A pixel kernel, run once or as a twice kernel, which does its own blob steps.
-struct CPixelChoice
-{
-    PixelKernel eKernel;
-    bool bTwice = false;
+/// The choice of Compare_Pixel. Only an nDirection of exactly 1 is vertical.
+const CPixelChoice& ChoosePixelKernel(const CConvParam& param);
 
-    friend bool operator==(const CPixelChoice&, const CPixelChoice&) = default;
-};
+/// The call of a choice on the parameters and stores of an engine; of two passes, the first.
+CPixelCall MakePixelCall(CPairStorage& store, const CPixelChoice& choice, int* pEndLine);
 
-/// The kernel of Compare_Pixel, by the first test that holds. Only an nDirection of exactly 1 is vertical.
-CPixelChoice ChoosePixelKernel(const CConvParam& param);
-
-/// The call of eKernel on the parameters and stores of an engine; of a twice kernel, its first pass.
-CPixelCall MakePixelCall(CPairStorage& store, PixelKernel eKernel, int* pEndLine);
+/// Runs the kernel of Compare_Pixel, of two passes the first. @return the new pair count
+int RunPixel(CNarvoAssem& engine, int& nEndLine);
+/// Runs both passes to their blobs.
+void RunPixelTwice(CNarvoAssem& engine, int& nEndLine);
 
 } // namespace narvo

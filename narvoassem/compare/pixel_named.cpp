@@ -3,6 +3,7 @@
 #include "narvoassem/compare/pixel_twice.h"
 #include "narvoassem/fast/kernel_args.h"
 #include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/pixel_table.h"
 #include "narvoassem/narvoassem.h"
 
 using narvo::CPixelCall;
@@ -13,6 +14,7 @@ using narvo::RunPixelKernel;
 #pragma GCC diagnostic ignored "-Wshadow"
 #pragma GCC diagnostic ignored "-Wunused-parameter"
 
+NARVO_PUBLIC_NAME(PixelKernel::HoriIntrin, ConvPixel_Intrin);
 int CNarvoAssem::ConvPixel_Intrin(NARVO_PIXEL_ARGUMENTS, int* pEndLine)
 {
     CPixelCall call;
@@ -20,6 +22,7 @@ int CNarvoAssem::ConvPixel_Intrin(NARVO_PIXEL_ARGUMENTS, int* pEndLine)
     return RunPixelKernel(PixelKernel::HoriIntrin, call);
 }
 
+NARVO_PUBLIC_NAME(PixelKernel::VertIntrin, ConvPixelVertS_Intrin);
 int CNarvoAssem::ConvPixelVertS_Intrin(NARVO_PIXEL_ARGUMENTS, short* pStripBuffer, int* pEndLine,
                                        std::int64_t nThresholdExtra)
 {
@@ -30,6 +33,7 @@ int CNarvoAssem::ConvPixelVertS_Intrin(NARVO_PIXEL_ARGUMENTS, short* pStripBuffe
     return RunPixelKernel(PixelKernel::VertIntrin, call);
 }
 
+NARVO_PUBLIC_NAME(PixelKernel::VtdsIntrin, ConvPixelVTDS_Intrin);
 int CNarvoAssem::ConvPixelVTDS_Intrin(NARVO_PIXEL_VTD_ARGUMENTS, short* pStripBuffer, int* pEndLine,
                                       std::int64_t nThresholdExtra)
 {
@@ -61,3 +65,5 @@ int CNarvoAssem::ConvPixelVertS_Intrin_Twice(NARVO_PIXEL_ARGUMENTS, short* pStri
     return narvo::RunPixelTwice(*this, PixelKernel::VertIntrin, call, nTwicePitch16,
                                 {nTwiceThreshold, nTwiceThresholdGain});
 }
+
+static_assert(narvo::HasPublicNames<narvo::pixelKernels, narvo::KernelHome::Engine>());

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "narvoassem/compare/compare_chain.h"
+#include "narvoassem/fast/pixel_table.h"
 #include "narvoassem/narvoassem.h"
 
 namespace narvo
@@ -43,37 +45,22 @@ void RemoveDuplicates(const CPairSink& pairs, bool bVertical, std::int64_t nFirs
     }
 }
 
-void BuildBlobs(CNarvoAssem& assem, bool bVertical)
-{
-    const int nBlobStart = assem.nBlobCount;
-    const CConvParam& param = assem.ConvParam;
-    if (bVertical)
-        assem.BlobDefectVert();
-    else
-        assem.BlobDefect();
-    assem.MergeDivision(nBlobStart, param.nMergeDivision);
-    if (bVertical)
-        assem.ShadowFilterVert(nBlobStart, param.GetRealScanPitch());
-    else
-        assem.ShadowFilter(nBlobStart, param.GetRealConvPitch());
-}
-
 } // namespace
 
 int RunPixelTwice(CNarvoAssem& assem, PixelKernel eKernel, const CPixelCall& call, std::int64_t nTwicePitch16,
                   const CThresholdSet& twice)
 {
-    const bool bVertical = eKernel != PixelKernel::HoriIntrin;
+    const CBlobSteps steps = {.bVertical = !GetKernelRow(eKernel).traits.scan.bHorizontal};
     const int nAfterFirst = RunPixelKernel(eKernel, call);
     CPixelCall second = call;
     second.pairs.nCount = nAfterFirst;
     second.nPitch16 = nTwicePitch16;
     second.first = twice;
     const int nAfterSecond = RunPixelKernel(eKernel, second);
-    RemoveDuplicates(call.pairs, bVertical, call.pairs.nCount, nAfterFirst, nAfterSecond);
+    RemoveDuplicates(call.pairs, steps.bVertical, call.pairs.nCount, nAfterFirst, nAfterSecond);
 
     assem.nPairCount = nAfterFirst;
-    BuildBlobs(assem, bVertical);
+    FinishBlobs(assem, steps, assem.nBlobCount);
 
     // The second build filters by the thresholds and the pitch of its own pass, over all pairs.
     CConvParam& param = assem.ConvParam;
@@ -86,7 +73,7 @@ int RunPixelTwice(CNarvoAssem& assem, PixelKernel eKernel, const CPixelCall& cal
     param.dConvPitch = param.dTwicePitch;
     param.dScanPitch = param.dTwicePitch;
     assem.nPairCount = nAfterSecond;
-    BuildBlobs(assem, bVertical);
+    FinishBlobs(assem, steps, assem.nBlobCount);
     param.nThreshold = nThreshold;
     param.nThresholdGain = nThresholdGain;
     param.dConvPitch = dConvPitch;

@@ -1,5 +1,4 @@
-// The zone comparison: from the parameters to one kernel, and from its pairs to blobs. It holds no arithmetic of its
-// own.
+// The zone comparisons: from the parameters to one kernel. They hold no arithmetic of their own.
 #include "narvoassem/compare/zone_driver.h"
 
 #include <cstdint>
@@ -13,64 +12,15 @@
 
 namespace narvo
 {
-namespace
-{
 
-/// Kernels that are members of the engine: they read dead zones and the second thresholds from the parameters.
-bool ReadsEngine(ZoneKernel eKernel)
+const CZoneChoice& ChooseZoneKernel(const CConvParam& param)
 {
-    return eKernel == ZoneKernel::Vert2S || eKernel == ZoneKernel::Vert2STsp || eKernel == ZoneKernel::Vert2SBlack ||
-           eKernel == ZoneKernel::VtdIntrin;
+    return SelectKernel(GetZoneChoices(param.nDirection != 0), GetKernelOptions(param));
 }
 
-bool HasFlaggedRecords(ZoneKernel eKernel)
+const CZoneChoice& ChooseAsgZoneKernel(const CConvParam& param)
 {
-    return eKernel == ZoneKernel::VertFlag || eKernel == ZoneKernel::VertFlag2by2;
-}
-
-} // namespace
-
-ZoneKernel ChooseZoneKernel(const CConvParam& param)
-{
-    if (param.nDirection == 0)
-        return param.pConvPitchTable != nullptr ? ZoneKernel::HoriTable : ZoneKernel::Hori;
-
-    const bool bExtended = param.bExtendedKernel != 0;
-    const bool bRowTable = param.pScanPitchTable != nullptr;
-    const bool bShift = param.fVtdPitch != 0.0F;
-    const bool bFlagged = param.bZoneFlagged != 0;
-    const bool bAverage = param.bAverage2by2 != 0;
-    if (bRowTable)
-        return bExtended ? ZoneKernel::ClassIdTable : ZoneKernel::Vtd;
-    if (bShift)
-        return bExtended ? ZoneKernel::VtdIntrin : ZoneKernel::Vtd;
-    if (param.bUseLineBuffer == 0)
-        return ZoneKernel::VertDirect;
-    if (param.bTwoSegmentThreshold != 0 && param.pThresholdKneeMap != nullptr)
-        return ZoneKernel::VertKnee;
-    if (bFlagged)
-        return bAverage ? ZoneKernel::VertFlag2by2 : ZoneKernel::VertFlag;
-    if (bAverage)
-        return ZoneKernel::Vert2by2;
-    if (bExtended && param.pTspTable != nullptr)
-        return ZoneKernel::Vert2STsp;
-    if (bExtended && param.nBlackFilterGray > 0)
-        return ZoneKernel::Vert2SBlack;
-    // Both forms of the class-id kernel, by dClassPitch and without, answer alike.
-    if (bExtended)
-        return ZoneKernel::ClassId;
-    return ZoneKernel::Vert;
-}
-
-ZoneKernel ChooseAsgZoneKernel(const CConvParam& param)
-{
-    if (param.nDirection == 0)
-        return param.pConvPitchTable != nullptr ? ZoneKernel::HoriTable : ZoneKernel::Hori;
-    if (param.bUseLineBuffer == 0)
-        return ZoneKernel::VertDirect;
-    if (param.bTwoSegmentThreshold != 0 && param.pThresholdKneeMap != nullptr)
-        return ZoneKernel::VertKnee;
-    return param.bAverage2by2 != 0 ? ZoneKernel::Vert2by2 : ZoneKernel::Vert;
+    return SelectKernel(GetAsgZoneChoices(param.nDirection != 0), GetKernelOptions(param));
 }
 
 CZoneCellSize GetZoneCellSize(const CConvParam& param)
@@ -86,17 +36,18 @@ CZoneCellSize GetAsgZoneCellSize(const CConvParam& param)
     return {nUnbounded, TruncateToInt(param.GetZoneScanPitch())};
 }
 
-CZoneCall MakeZoneCall(CPairStorage& store, ZoneKernel eKernel, const CZoneCellSize& cell, int* pEndLine)
+CZoneCall MakeZoneCall(CPairStorage& store, const CZoneChoice& choice, const CZoneCellSize& cell, int* pEndLine)
 {
     const CConvParam& param = store.ConvParam;
+    const CZoneTraits& traits = GetKernelRow(choice.eKernel).traits;
     CZoneCall call;
     FillKernelCall(call, store, pEndLine);
     call.nPitch16 = ToPitch16(param.nDirection == 0 ? param.GetRealConvPitch() : param.GetRealScanPitch());
-    if (eKernel == ZoneKernel::Vtd || eKernel == ZoneKernel::ClassIdTable)
+    if (choice.Uses(KernelOption::ScanPitches))
         call.pScanPitchTable = param.pScanPitchTable;
-    if (eKernel == ZoneKernel::Vtd || eKernel == ZoneKernel::VtdIntrin)
+    if (choice.Uses(KernelOption::CrossShift))
         call.nVtdPitch16 = ToShift16(param.fVtdPitch);
-    if (ReadsEngine(eKernel))
+    if (traits.bDeadZones)
         call.pParam = &param;
 
     call.pOffsetMap = param.pThresholdOffsetMap;
@@ -106,35 +57,29 @@ CZoneCall MakeZoneCall(CPairStorage& store, ZoneKernel eKernel, const CZoneCellS
     call.pOffsetMap2 = param.pThresholdOffsetMap2;
     call.pGainMap2 = param.pThresholdGainMap2;
     // The class-id kernel without a row table is given no class ids.
-    call.pClassIdMap = eKernel == ZoneKernel::ClassIdTable ? param.pClassIdMap : nullptr;
+    call.pClassIdMap = choice.Uses(KernelOption::ClassIds) ? param.pClassIdMap : nullptr;
     call.nMapStride = param.nZoneMapStride;
     call.pOriginTable = param.pZoneOriginTable;
-    call.nRowBytes = std::int64_t{param.nZoneColumns} * (HasFlaggedRecords(eKernel) ? 12 : 8);
+    call.nRowBytes = std::int64_t{param.nZoneColumns} * (traits.bFlagged ? 12 : 8);
     call.nCellWidth = cell.nWidth;
     call.nCellHeight = cell.nHeight;
     return call;
 }
 
-} // namespace narvo
-
-int CNarvoAssem::Compare_Zone2()
+int RunZone(CNarvoAssem& engine, bool bAsg, int& nEndLine)
 {
-    using namespace narvo;
-
-    const int nBlobStart = nBlobCount;
-    const bool bHorizontal = ConvParam.nDirection == 0;
-    int nEndLine = bHorizontal ? ConvParam.rtInspect.bottom : ConvParam.rtInspect.right;
+    const CConvParam& param = engine.ConvParam;
+    const bool bHorizontal = param.nDirection == 0;
+    // The sides of an ASG comparison stand exchanged; nothing reads its end line but a direct caller.
+    nEndLine = bHorizontal != bAsg ? param.rtInspect.bottom : param.rtInspect.right;
     if (!bHorizontal)
-        SizeConBuff(*this, WrapMul(ConvParam.rtInspect.Height(), 16));
+        SizeConBuff(engine, WrapMul(param.rtInspect.Height(), bAsg ? 4 : 16));
 
-    const ZoneKernel eKernel = ChooseZoneKernel(ConvParam);
-    if (eKernel == ZoneKernel::ClassIdTable)
-        nPairCount = 0;
-    nPairCount = RunZoneKernel(eKernel, MakeZoneCall(*this, eKernel, GetZoneCellSize(ConvParam), &nEndLine));
-
-    if (bHorizontal)
-        FinishHorizontal(*this, nBlobStart);
-    else
-        FinishVerticalWithinLimit(*this, nBlobStart);
-    return nEndLine;
+    const CZoneChoice& choice = bAsg ? ChooseAsgZoneKernel(param) : ChooseZoneKernel(param);
+    if (choice.eKernel == ZoneKernel::ClassIdTable)
+        engine.nPairCount = 0;
+    const CZoneCellSize cell = bAsg ? GetAsgZoneCellSize(param) : GetZoneCellSize(param);
+    return RunZoneKernel(choice.eKernel, MakeZoneCall(engine, choice, cell, &nEndLine));
 }
+
+} // namespace narvo

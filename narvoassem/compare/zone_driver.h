@@ -1,17 +1,19 @@
-// What the zone comparisons share: the choice of a kernel and the call that the engine makes of it.
+// The zone comparisons up to their pairs: the choice of a kernel, and the call that the engine makes of it.
 #pragma once
 
 #include "narvoassem/convparam.h"
 #include "narvoassem/fast/kernel_call.h"
-#include "narvoassem/pairstorage.h"
+#include "narvoassem/fast/zone_table.h"
+
+class CNarvoAssem;
 
 namespace narvo
 {
 
-/// The kernel of Compare_Zone2, by the first test that holds. Every nDirection but 0 is vertical.
-ZoneKernel ChooseZoneKernel(const CConvParam& param);
-/// The kernel of Compare_ASGZone: tables by row, shifts, flags and extended kernels mean nothing here.
-ZoneKernel ChooseAsgZoneKernel(const CConvParam& param);
+/// The choice of Compare_Zone2. Every nDirection but 0 is vertical.
+const CZoneChoice& ChooseZoneKernel(const CConvParam& param);
+/// The choice of Compare_ASGZone.
+const CZoneChoice& ChooseAsgZoneKernel(const CConvParam& param);
 
 /// A zone cell in whole pixels.
 struct CZoneCellSize
@@ -25,7 +27,10 @@ CZoneCellSize GetZoneCellSize(const CConvParam& param);
 /// Cells of Compare_ASGZone: unbounded across the compare direction. Horizontal cells are one compare distance wide.
 CZoneCellSize GetAsgZoneCellSize(const CConvParam& param);
 
-/// The call of eKernel on the parameters and stores of an engine. Its pitches must have passed CheckBounds.
-CZoneCall MakeZoneCall(CPairStorage& store, ZoneKernel eKernel, const CZoneCellSize& cell, int* pEndLine);
+/// The call of a choice on the parameters and stores of an engine. Its pitches must have passed CheckBounds.
+CZoneCall MakeZoneCall(CPairStorage& store, const CZoneChoice& choice, const CZoneCellSize& cell, int* pEndLine);
+
+/// Runs the kernel of Compare_Zone2 or Compare_ASGZone. @return the new pair count
+int RunZone(CNarvoAssem& engine, bool bAsg, int& nEndLine);
 
 } // namespace narvo

@@ -1,6 +1,7 @@
 // The zone kernels that are members of the engine: the same kernels with the engine's dead zones and second thresholds.
 #include "narvoassem/fast/kernel_args.h"
 #include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/zone_table.h"
 #include "narvoassem/narvoassem.h"
 
 using narvo::CZoneCall;
@@ -11,6 +12,7 @@ using narvo::ZoneKernel;
 #pragma GCC diagnostic ignored "-Wshadow"
 #pragma GCC diagnostic ignored "-Wunused-parameter"
 
+NARVO_PUBLIC_NAME(ZoneKernel::Vert2S, ConvZoneVert2S_Intrin);
 int CNarvoAssem::ConvZoneVert2S_Intrin(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle,
                                        int* pEndLine, std::int64_t nThresholdExtra, std::int64_t nGrayLimit)
 {
@@ -20,6 +22,7 @@ int CNarvoAssem::ConvZoneVert2S_Intrin(NARVO_ZONE_ARGUMENTS, short* pStripBuffer
     return RunZoneKernel(ZoneKernel::Vert2S, call);
 }
 
+NARVO_PUBLIC_NAME(ZoneKernel::Vert2STsp, ConvZoneVert2S_TSP_Intrin);
 int CNarvoAssem::ConvZoneVert2S_TSP_Intrin(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle,
                                            int* pEndLine, std::int64_t nThresholdExtra, std::int64_t nGrayLimit)
 {
@@ -29,6 +32,7 @@ int CNarvoAssem::ConvZoneVert2S_TSP_Intrin(NARVO_ZONE_ARGUMENTS, short* pStripBu
     return RunZoneKernel(ZoneKernel::Vert2STsp, call);
 }
 
+NARVO_PUBLIC_NAME(ZoneKernel::Vert2SBlack, ConvZoneVert2S_BlackFilter);
 int CNarvoAssem::ConvZoneVert2S_BlackFilter(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle,
                                             int* pEndLine, std::int64_t nThresholdExtra, std::int64_t nGrayLimit)
 {
@@ -38,6 +42,7 @@ int CNarvoAssem::ConvZoneVert2S_BlackFilter(NARVO_ZONE_ARGUMENTS, short* pStripB
     return RunZoneKernel(ZoneKernel::Vert2SBlack, call);
 }
 
+NARVO_PUBLIC_NAME(ZoneKernel::VtdIntrin, ConvZoneVTD_Intrin);
 int CNarvoAssem::ConvZoneVTD_Intrin(NARVO_ZONE_VTD_ARGUMENTS, std::int64_t nVtdPitch16, std::int64_t bKeepSingle,
                                     int* pEndLine, std::int64_t nThresholdExtra, std::int64_t nGrayLimit)
 {
@@ -48,3 +53,5 @@ int CNarvoAssem::ConvZoneVTD_Intrin(NARVO_ZONE_VTD_ARGUMENTS, std::int64_t nVtdP
     call.pParam = &ConvParam;
     return RunZoneKernel(ZoneKernel::VtdIntrin, call);
 }
+
+static_assert(narvo::HasPublicNames<narvo::zoneKernels, narvo::KernelHome::Engine>());

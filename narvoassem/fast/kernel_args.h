@@ -1,12 +1,42 @@
-// The flat argument lists of the public kernels, taken into a call record. The macros expand inside a function whose
-// parameters carry the names of fastkernels.h.
+// The public names of the kernels: the test that none is missing, and their flat argument lists, taken into a call
+// record. The macros for these expand inside a function whose parameters carry the names of fastkernels.h.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <string_view>
+#include <utility>
 
 #include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/kernel_table.h"
 
-// NOLINTBEGIN(cppcoreguidelines-macro-usage): they stand for parameter lists that are macros themselves
+namespace narvo
+{
+
+/// Whether a kernel has its public name in this file.
+template <auto eKernel>
+inline constexpr bool bHasPublicName = false;
+
+/// Whether each kernel of a table with that home has its public name in this file.
+template <const auto& rows, KernelHome eHome>
+constexpr bool HasPublicNames()
+{
+    return []<std::size_t... kRow>(std::index_sequence<kRow...> /*rows*/)
+    {
+        return ((rows[kRow].eHome != eHome || bHasPublicName<rows[kRow].eKernel>)&&...);
+    }
+    (std::make_index_sequence<rows.size()>());
+}
+
+} // namespace narvo
+
+// NOLINTBEGIN(cppcoreguidelines-macro-usage): they stand for declarations and for parameter lists that are macros
+
+/// Stands before the function that is a kernel's public name.
+#define NARVO_PUBLIC_NAME(eKernel, Name)                                                                               \
+    template <>                                                                                                        \
+    inline constexpr bool narvo::bHasPublicName<eKernel> = true;                                                       \
+    static_assert(std::string_view(narvo::GetKernelRow(eKernel).pName) == #Name)
 
 /// The parts common to all three families.
 #define NARVO_TAKE_COMMON_ARGUMENTS(call)                                                                              \

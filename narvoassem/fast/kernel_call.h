@@ -89,25 +89,7 @@ struct CKernelCall
     const CConvParam* pParam = nullptr;
 };
 
-/// The zone kernels of the public interface, by name.
-enum class ZoneKernel
-{
-    Vert,         ///< ConvZoneVertFast
-    VertDirect,   ///< ConvZoneVertDirectFast
-    Vert2by2,     ///< ConvZoneVert2by2Fast
-    VertFlag,     ///< ConvZoneVertFlagFast
-    VertFlag2by2, ///< ConvZoneVertFlag2by2Fast
-    VertKnee,     ///< ConvZoneVertKneeFast
-    Vtd,          ///< ConvZoneVTDFast
-    Hori,         ///< ConvZoneFast
-    HoriTable,    ///< ConvZoneTableFast
-    Vert2S,       ///< ConvZoneVert2S_Intrin
-    Vert2STsp,    ///< ConvZoneVert2S_TSP_Intrin
-    Vert2SBlack,  ///< ConvZoneVert2S_BlackFilter
-    VtdIntrin,    ///< ConvZoneVTD_Intrin
-    ClassId,      ///< ConvZone_AVX_ClassID, both overloads
-    ClassIdTable  ///< ConvZoneVTDSMC_IntrinAVX
-};
+enum class ZoneKernel; // zone_table.h
 
 /// A call of a zone kernel: thresholds come from maps over a grid of zone cells.
 struct CZoneCall : CKernelCall
@@ -129,23 +111,7 @@ struct CZoneCall : CKernelCall
 /// Runs a zone kernel. @return the new pair count
 int RunZoneKernel(ZoneKernel eKernel, const CZoneCall& call);
 
-/// The pixel kernels of the public interface, by name. The twice kernels are two runs of theirs.
-enum class PixelKernel
-{
-    Hori,       ///< ConvPixelFast
-    HoriTable,  ///< ConvPixelTableFast
-    HoriIntrin, ///< ConvPixel_Intrin
-    VertDirect, ///< ConvPixelVertFast
-    Vert,       ///< ConvPixelVertSFast
-    Vert2,      ///< ConvPixelVertSFast2
-    Vtds,       ///< ConvPixelVTDSFast
-    Vtds2,      ///< ConvPixelVTDSFast2
-    VertIntrin, ///< ConvPixelVertS_Intrin
-    VtdsIntrin, ///< ConvPixelVTDS_Intrin
-    VertWide,   ///< ConvPixelVert_AVX, both overloads
-    VtdsWide,   ///< ConvPixelVTDS_Intrin_AVX
-    VertMask    ///< ConvPixelVertMask
-};
+enum class PixelKernel; // pixel_table.h
 
 /// A threshold set: base in grey levels, gain in 1/256.
 struct CThresholdSet
@@ -172,22 +138,7 @@ inline CThresholdSet EffectiveSecondSet(const CPixelCall& call)
 /// Runs a pixel kernel. @return the new pair count
 int RunPixelKernel(PixelKernel eKernel, const CPixelCall& call);
 
-/// The float kernels of the public interface, by name.
-enum class FloatKernel
-{
-    Hori4,      ///< ConvFloatFast4
-    Hori6,      ///< ConvFloatFast6
-    Hori9,      ///< ConvFloatFast9
-    HoriTable4, ///< ConvFloatTableFast4
-    HoriTable6, ///< ConvFloatTableFast6
-    Vert4,      ///< ConvFloatVertFast4
-    Vert6,      ///< ConvFloatVertFast6
-    Vert9,      ///< ConvFloatVertFast9
-    Vtd,        ///< ConvFloatVTDFast
-    VertIntrin, ///< ConvFloatVert_Intrin
-    VtdIntrin,  ///< ConvFloatVTD_Intrin
-    VertRegion  ///< ConvFloatVJF_Intrin
-};
+enum class FloatKernel; // float_table.h
 
 /// A call of a float kernel: window sums are compared, thresholds are the same for all pixels. Members take pParam for
 /// dead zones, the second threshold set and bKeepSingle.

@@ -3,6 +3,7 @@
 
 #include "narvoassem/fast/kernel_args.h"
 #include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/pixel_table.h"
 
 using narvo::CPixelCall;
 using narvo::PixelKernel;
@@ -11,6 +12,7 @@ using narvo::RunPixelKernel;
 // Arguments of the shared lists that a kernel does not read keep their names in the public header.
 #pragma GCC diagnostic ignored "-Wunused-parameter"
 
+NARVO_PUBLIC_NAME(PixelKernel::Hori, ConvPixelFast);
 int ConvPixelFast(NARVO_PIXEL_ARGUMENTS, int* pEndLine)
 {
     CPixelCall call;
@@ -18,6 +20,7 @@ int ConvPixelFast(NARVO_PIXEL_ARGUMENTS, int* pEndLine)
     return RunPixelKernel(PixelKernel::Hori, call);
 }
 
+NARVO_PUBLIC_NAME(PixelKernel::HoriTable, ConvPixelTableFast);
 int ConvPixelTableFast(NARVO_HIT_ARGUMENTS, short* pConvPitchTable, short* pConvWeightNear, short* pConvWeightFar,
                        NARVO_PIXEL_BACK_ARGUMENTS, std::int64_t nPitch16, int* pEndLine)
 {
@@ -29,6 +32,7 @@ int ConvPixelTableFast(NARVO_HIT_ARGUMENTS, short* pConvPitchTable, short* pConv
     return RunPixelKernel(PixelKernel::HoriTable, call);
 }
 
+NARVO_PUBLIC_NAME(PixelKernel::VertDirect, ConvPixelVertFast);
 int ConvPixelVertFast(NARVO_PIXEL_ARGUMENTS, short* pStripBuffer, int* pEndLine)
 {
     CPixelCall call;
@@ -36,6 +40,7 @@ int ConvPixelVertFast(NARVO_PIXEL_ARGUMENTS, short* pStripBuffer, int* pEndLine)
     return RunPixelKernel(PixelKernel::VertDirect, call);
 }
 
+NARVO_PUBLIC_NAME(PixelKernel::Vert, ConvPixelVertSFast);
 int ConvPixelVertSFast(NARVO_PIXEL_ARGUMENTS, short* pStripBuffer, int* pEndLine, std::int64_t nThresholdExtra)
 {
     CPixelCall call;
@@ -43,6 +48,7 @@ int ConvPixelVertSFast(NARVO_PIXEL_ARGUMENTS, short* pStripBuffer, int* pEndLine
     return RunPixelKernel(PixelKernel::Vert, call);
 }
 
+NARVO_PUBLIC_NAME(PixelKernel::Vert2, ConvPixelVertSFast2);
 int ConvPixelVertSFast2(NARVO_PIXEL_ARGUMENTS, short* pStripBuffer, int* pEndLine, std::int64_t nBlackFilterGray,
                         std::int64_t nBlackFilterGain)
 {
@@ -52,6 +58,7 @@ int ConvPixelVertSFast2(NARVO_PIXEL_ARGUMENTS, short* pStripBuffer, int* pEndLin
     return RunPixelKernel(PixelKernel::Vert2, call);
 }
 
+NARVO_PUBLIC_NAME(PixelKernel::Vtds, ConvPixelVTDSFast);
 int ConvPixelVTDSFast(NARVO_PIXEL_VTD_ARGUMENTS, short* pStripBuffer, int* pEndLine, std::int64_t nThresholdExtra)
 {
     CPixelCall call;
@@ -60,6 +67,7 @@ int ConvPixelVTDSFast(NARVO_PIXEL_VTD_ARGUMENTS, short* pStripBuffer, int* pEndL
     return RunPixelKernel(PixelKernel::Vtds, call);
 }
 
+NARVO_PUBLIC_NAME(PixelKernel::Vtds2, ConvPixelVTDSFast2);
 int ConvPixelVTDSFast2(NARVO_PIXEL_VTD_ARGUMENTS, short* pStripBuffer, int* pEndLine, std::int64_t nBlackFilterGray,
                        std::int64_t nBlackFilterGain)
 {
@@ -69,3 +77,5 @@ int ConvPixelVTDSFast2(NARVO_PIXEL_VTD_ARGUMENTS, short* pStripBuffer, int* pEnd
     call.second = {nBlackFilterGray, nBlackFilterGain};
     return RunPixelKernel(PixelKernel::Vtds2, call);
 }
+
+static_assert(narvo::HasPublicNames<narvo::pixelKernels, narvo::KernelHome::Fast>());

@@ -1,7 +1,7 @@
-// The pixel kernels: one text, stamped out once for each public kernel.
+// The pixel kernels: one text, stamped out once for each row of the table.
 #include "narvoassem/fast/kernel_call.h"
 #include "narvoassem/fast/pixel_rule.h"
-#include "narvoassem/fast/pixel_traits.h"
+#include "narvoassem/fast/pixel_table.h"
 #include "narvoassem/fast/scan_rows.h"
 #include "narvoassem/fast/scan_strips.h"
 
@@ -11,10 +11,9 @@ namespace narvo
 namespace
 {
 
-template <PixelKernel kKernel, bool kFraction = false>
+template <CPixelTraits kTraits>
 int Run(const CPixelCall& call)
 {
-    constexpr CPixelTraits kTraits = GetPixelTraits(kKernel, kFraction);
     CPixelCall bounded = call;
     if constexpr (kTraits.bZeroOutside)
     {
@@ -28,47 +27,20 @@ int Run(const CPixelCall& call)
         return CStripScan(bounded, rule).Run();
 }
 
-/// A shift of whole pixels alone leaves the cheaper reference.
-template <PixelKernel kKernel>
-int RunShifted(const CPixelCall& call)
-{
-    return (call.nVtdPitch16 & 15) != 0 ? Run<kKernel, true>(call) : Run<kKernel, false>(call);
-}
-
 } // namespace
 
 int RunPixelKernel(PixelKernel eKernel, const CPixelCall& call)
 {
-    switch (eKernel)
-    {
-    case PixelKernel::Hori:
-        return Run<PixelKernel::Hori>(call);
-    case PixelKernel::HoriTable:
-        return Run<PixelKernel::HoriTable>(call);
-    case PixelKernel::HoriIntrin:
-        return Run<PixelKernel::HoriIntrin>(call);
-    case PixelKernel::VertDirect:
-        return Run<PixelKernel::VertDirect>(call);
-    case PixelKernel::Vert:
-        return Run<PixelKernel::Vert>(call);
-    case PixelKernel::Vert2:
-        return Run<PixelKernel::Vert2>(call);
-    case PixelKernel::Vtds:
-        return Run<PixelKernel::Vtds>(call);
-    case PixelKernel::Vtds2:
-        return Run<PixelKernel::Vtds2>(call);
-    case PixelKernel::VertIntrin:
-        return Run<PixelKernel::VertIntrin>(call);
-    case PixelKernel::VtdsIntrin:
-        return Run<PixelKernel::VtdsIntrin>(call);
-    case PixelKernel::VertWide:
-        return RunShifted<PixelKernel::VertWide>(call);
-    case PixelKernel::VtdsWide:
-        return Run<PixelKernel::VtdsWide>(call);
-    case PixelKernel::VertMask:
-        return RunShifted<PixelKernel::VertMask>(call);
-    }
-    return static_cast<int>(call.pairs.nCount);
+    return CallWithEntry<pixelKernels.size()>(static_cast<std::size_t>(eKernel),
+                                              [&](auto kernel)
+                                              {
+                                                  constexpr CPixelTraits kTraits = pixelKernels[kernel].traits;
+                                                  // A shift of whole pixels alone leaves the cheaper reference.
+                                                  if constexpr (kTraits.bFraction)
+                                                      if ((call.nVtdPitch16 & 15) != 0)
+                                                          return Run<WithFraction(kTraits)>(call);
+                                                  return Run<kTraits>(call);
+                                              });
 }
 
 } // namespace narvo

@@ -1,10 +1,8 @@
-// The pixel kernels as a table: one row of options for each public kernel. Adding a kernel means adding a row here and
-// a name in kernel_call.h.
+// What distinguishes the pixel kernels from each other: options, fixed at compile time. The kernels are the rows of
+// pixel_table.h.
 #pragma once
 
-#include "narvoassem/fast/find_row.h"
-#include "narvoassem/fast/kernel_call.h"
-#include "narvoassem/fast/scan.h"
+#include "narvoassem/fast/scan_traits.h"
 
 namespace narvo
 {
@@ -28,53 +26,7 @@ struct CPixelTraits
     bool bZeroOutside = false; ///< rows outside the region count as 0
     bool bOwnHits = false;     ///< given no hit arrays: keeps its own, without a limit
     bool bRecordPeak = false;  ///< records carry what they exceed their threshold by
+    bool bFraction = false;    ///< takes a shift along x, whose fraction has a reference of its own (WithFraction)
 };
-
-/// bFraction: the reference is shifted along x by a fraction of a pixel, for the kernels that take a shift.
-constexpr CPixelTraits GetPixelTraits(PixelKernel eKernel, bool bFraction = false)
-{
-    using enum FindVariant;
-    constexpr CScanTraits kStrips = {.eFind = LinearScalar, .eCut = StripCut::Overruns};
-    constexpr CScanTraits kTable = {.eFind = LinearScalar, .bRowTable = true, .eCut = StripCut::Overruns};
-    constexpr CScanTraits kSmaller = {.eFind = LinearSmaller, .eCut = StripCut::Overruns};
-    constexpr CScanTraits kSmallerTable = {.eFind = LinearSmaller, .bRowTable = true, .eCut = StripCut::Overruns};
-    const CScanTraits kShifted = {
-        .eFind = bFraction ? BilinearSmaller : LinearSmaller, .eCut = StripCut::Overruns, .bShifted = true};
-    constexpr CScanTraits kRows = {.eFind = LinearScalar, .bHorizontal = true, .bAnyRow = true};
-    switch (eKernel)
-    {
-    case PixelKernel::Hori:
-        return {.scan = kRows};
-    case PixelKernel::HoriTable:
-        return {.scan = {.eFind = ColumnScalar, .bHorizontal = true, .bAnyRow = true}};
-    case PixelKernel::HoriIntrin:
-        return {.scan = kRows, .bPeak = false};
-    case PixelKernel::VertDirect:
-        return {.scan = {.eFind = LinearScalar, .nFreeRows = 1, .bEndLine = false, .eCut = StripCut::Overruns}};
-    case PixelKernel::Vert:
-        return {.scan = kStrips};
-    case PixelKernel::Vert2:
-        return {.scan = kStrips, .eSecond = SecondSet::Narrows};
-    case PixelKernel::Vtds:
-        return {.scan = kTable, .bZeroOutside = true};
-    case PixelKernel::Vtds2:
-        return {.scan = kTable, .eSecond = SecondSet::Narrows, .bZeroOutside = true};
-    case PixelKernel::VertIntrin:
-        return {.scan = kSmaller, .eSecond = SecondSet::ByType, .bPeak = false, .bDeadZones = true};
-    case PixelKernel::VtdsIntrin:
-        return {.scan = kSmallerTable,
-                .eSecond = SecondSet::ByType,
-                .bPeak = false,
-                .bDeadZones = true,
-                .bZeroOutside = true};
-    case PixelKernel::VertWide:
-        return {.scan = kShifted, .eSecond = SecondSet::ByType, .bPeak = false, .bOwnHits = true};
-    case PixelKernel::VtdsWide:
-        return {.scan = kSmallerTable, .eSecond = SecondSet::ByType, .bPeak = false, .bZeroOutside = true};
-    case PixelKernel::VertMask:
-        return {.scan = kShifted, .eSecond = SecondSet::ByType, .bPeak = false, .bRecordPeak = true};
-    }
-    return {};
-}
 
 } // namespace narvo

@@ -27,38 +27,11 @@
 #include "narvoassem/fast/kernel_call.h"
 #include "narvoassem/fast/pitch16.h"
 #include "narvoassem/fast/scan_scratch.h"
+#include "narvoassem/fast/scan_traits.h"
 #include "narvoassem/memory_shortage.h"
 
 namespace narvo
 {
-
-/// What a full hit array does to the strip after.
-enum class StripCut
-{
-    Stays,   ///< the next strip starts 16 columns on, as ever
-    Overruns ///< it starts 24 or 32 columns on, by the half that filled up
-};
-
-/// Options of a scan, fixed at compile time.
-struct CScanTraits
-{
-    FindVariant eFind = FindVariant::LinearMap;
-    bool bHorizontal = false;
-    bool bLastBandFirst = false; ///< where bands overlap
-    int nFreeRows = 2;           ///< vertical: rows at the bottom that stay uncompared, besides the pitch
-    bool bRowTable = false;      ///< vertical: pitch from a table of rows
-    bool bEndLine = true;        ///< writes its end line
-    bool bMeans = false;         ///< vertical: each sample is the mean of a 2 by 2 block
-    StripCut eCut = StripCut::Stays;
-    bool bAnyRow = false;  ///< horizontal: hits that the caller put in front may be partners whatever their row
-    bool bShifted = false; ///< vertical: the whole part of nVtdPitch16 counts too
-
-    /// Rows are read one pixel further than their strips reach.
-    constexpr bool ReadsOneMore() const
-    {
-        return eFind == FindVariant::BilinearMap || eFind == FindVariant::BilinearSmaller;
-    }
-};
 
 /// The runs of a row as they are listed: neighbours whose map elements follow one another become one. With column
 /// tables a run ends where the displacement changes, too.

@@ -3,6 +3,7 @@
 
 #include "narvoassem/fast/kernel_args.h"
 #include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/zone_table.h"
 
 using narvo::CZoneCall;
 using narvo::RunZoneKernel;
@@ -11,6 +12,7 @@ using narvo::ZoneKernel;
 // Arguments of the shared lists that a kernel does not read keep their names in the public header.
 #pragma GCC diagnostic ignored "-Wunused-parameter"
 
+NARVO_PUBLIC_NAME(ZoneKernel::Vert, ConvZoneVertFast);
 int ConvZoneVertFast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
                      std::int64_t nThresholdExtra, std::int64_t nGrayLimit)
 {
@@ -20,6 +22,7 @@ int ConvZoneVertFast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKe
     return RunZoneKernel(ZoneKernel::Vert, call);
 }
 
+NARVO_PUBLIC_NAME(ZoneKernel::Vert2by2, ConvZoneVert2by2Fast);
 int ConvZoneVert2by2Fast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
                          std::int64_t nThresholdExtra, std::int64_t nGrayLimit)
 {
@@ -29,6 +32,7 @@ int ConvZoneVert2by2Fast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t
     return RunZoneKernel(ZoneKernel::Vert2by2, call);
 }
 
+NARVO_PUBLIC_NAME(ZoneKernel::VertFlag, ConvZoneVertFlagFast);
 int ConvZoneVertFlagFast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
                          std::int64_t nThresholdExtra, std::int64_t nGrayLimit)
 {
@@ -38,6 +42,7 @@ int ConvZoneVertFlagFast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t
     return RunZoneKernel(ZoneKernel::VertFlag, call);
 }
 
+NARVO_PUBLIC_NAME(ZoneKernel::VertFlag2by2, ConvZoneVertFlag2by2Fast);
 int ConvZoneVertFlag2by2Fast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
                              std::int64_t nThresholdExtra, std::int64_t nGrayLimit)
 {
@@ -47,6 +52,7 @@ int ConvZoneVertFlag2by2Fast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int
     return RunZoneKernel(ZoneKernel::VertFlag2by2, call);
 }
 
+NARVO_PUBLIC_NAME(ZoneKernel::VertDirect, ConvZoneVertDirectFast);
 int ConvZoneVertDirectFast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
                            std::int64_t nGrayLimit)
 {
@@ -55,6 +61,7 @@ int ConvZoneVertDirectFast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64
     return RunZoneKernel(ZoneKernel::VertDirect, call);
 }
 
+NARVO_PUBLIC_NAME(ZoneKernel::VertKnee, ConvZoneVertKneeFast);
 int ConvZoneVertKneeFast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
                          short* pThresholdKneeMap, short* pThresholdOffsetMap2, short* pThresholdGainMap2,
                          std::int64_t nGrayLimit)
@@ -67,6 +74,7 @@ int ConvZoneVertKneeFast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t
     return RunZoneKernel(ZoneKernel::VertKnee, call);
 }
 
+NARVO_PUBLIC_NAME(ZoneKernel::Vtd, ConvZoneVTDFast);
 int ConvZoneVTDFast(NARVO_ZONE_VTD_ARGUMENTS, std::int64_t nVtdPitch16, std::int64_t bKeepSingle, int* pEndLine,
                     std::int64_t nThresholdExtra, std::int64_t nGrayLimit)
 {
@@ -78,6 +86,7 @@ int ConvZoneVTDFast(NARVO_ZONE_VTD_ARGUMENTS, std::int64_t nVtdPitch16, std::int
     return RunZoneKernel(ZoneKernel::Vtd, call);
 }
 
+NARVO_PUBLIC_NAME(ZoneKernel::Hori, ConvZoneFast);
 int ConvZoneFast(NARVO_ZONE_ARGUMENTS, std::int64_t bKeepSingle, int* pEndLine, std::int64_t nGrayLimit)
 {
     CZoneCall call;
@@ -85,6 +94,7 @@ int ConvZoneFast(NARVO_ZONE_ARGUMENTS, std::int64_t bKeepSingle, int* pEndLine, 
     return RunZoneKernel(ZoneKernel::Hori, call);
 }
 
+NARVO_PUBLIC_NAME(ZoneKernel::HoriTable, ConvZoneTableFast);
 int ConvZoneTableFast(NARVO_HIT_ARGUMENTS, unsigned short* pConvPitchTable, short* pConvWeightNear,
                       short* pConvWeightFar, NARVO_PAIR_ARGUMENTS, std::int64_t nPairSearchSlack, std::int64_t nPitch16,
                       std::int64_t nZoneRowBytes, short* pThresholdGainMap, std::int64_t bKeepSingle, int* pEndLine,
@@ -97,3 +107,5 @@ int ConvZoneTableFast(NARVO_HIT_ARGUMENTS, unsigned short* pConvPitchTable, shor
     call.pConvWeightFar = pConvWeightFar;
     return RunZoneKernel(ZoneKernel::HoriTable, call);
 }
+
+static_assert(narvo::HasPublicNames<narvo::zoneKernels, narvo::KernelHome::Fast>());

@@ -1,13 +1,15 @@
 // The free-form inspections: a polygon's strips on the float kernels, or the masked pixel kernel, and the thresholds of
 // the zone maps behind both.
-#include "narvoassem/narvoassem.h"
+#include "narvoassem/freeform/freeform.h"
 
 #include <cstdint>
 #include <cstdlib>
 
 #include "narvoassem/compare/compare_chain.h"
 #include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/pixel_table.h"
 #include "narvoassem/fixed_pitch.h"
+#include "narvoassem/narvoassem.h"
 
 namespace
 {
@@ -79,18 +81,24 @@ int CNarvoAssem::Inspect_FreeForm(int& nEndLine)
 
 int CNarvoAssem::Inspect_FreeFormMask(int& nEndLine)
 {
-    const int nFirstPair = nPairCount;
+    return narvo::InspectFreeFormMask(*this, nEndLine);
+}
+
+int narvo::InspectFreeFormMask(CNarvoAssem& engine, int& nEndLine)
+{
+    const CConvParam& param = engine.ConvParam;
+    const int nFirstPair = engine.nPairCount;
     // As ConvPixelVertMask with the engine's fields, and with the image's height, which its arguments do not tell.
-    narvo::CPixelCall call;
-    narvo::FillKernelCall(call, *this, &nEndLine);
-    call.nPitch16 = narvo::ToPitch16(ConvParam.GetRealScanPitch());
-    call.first = {ConvParam.nThreshold, ConvParam.nThresholdGain};
-    call.second = {ConvParam.nBlackFilterGray, ConvParam.nBlackFilterGain};
+    CPixelCall call;
+    FillKernelCall(call, engine, &nEndLine);
+    call.nPitch16 = ToPitch16(param.GetRealScanPitch());
+    call.first = {param.nThreshold, param.nThresholdGain};
+    call.second = {param.nBlackFilterGray, param.nBlackFilterGain};
     call.nThresholdExtra = 0;
-    call.nVtdPitch16 = narvo::ToShift16(ConvParam.fVtdPitch);
-    call.pMask = static_cast<const unsigned char*>(ConvParam.pFreeFormMask);
-    nPairCount = narvo::RunPixelKernel(narvo::PixelKernel::VertMask, call);
-    nEndLine = ConvParam.rtInspect.bottom;
-    ApplyZoneThresholds(*this, nFirstPair);
-    return nPairCount;
+    call.nVtdPitch16 = ToShift16(param.fVtdPitch);
+    call.pMask = static_cast<const unsigned char*>(param.pFreeFormMask);
+    engine.nPairCount = RunPixelKernel(PixelKernel::VertMask, call);
+    nEndLine = param.rtInspect.bottom;
+    ApplyZoneThresholds(engine, nFirstPair);
+    return engine.nPairCount;
 }

@@ -5,29 +5,26 @@
 #include <cstdint>
 
 #include "narvoassem/memory_shortage.h"
+#include "narvoassem/modes/side_modes.h"
 
-int CNarvoAssem::CompareAverage()
+int narvo::RunAverage(CNarvoAssem& engine, int& nEndLine)
 {
-    const int nFirstBlob = nBlobCount;
-    int nEndLine = ConvParam.rtInspect.bottom;
-    CRect& rtInspect = ConvParam.rtInspect;
+    CConvParam& param = engine.ConvParam;
+    nEndLine = param.rtInspect.bottom;
     // The worker writes every cell, the cleared borders included, so that clearing the table here would be a second
     // pass over memory. A table beyond an int's count of cells is not made, and nothing is a hit then.
-    const std::int64_t nWidth = std::int64_t{rtInspect.right} - rtInspect.left;
-    const std::int64_t nHeight = std::int64_t{rtInspect.bottom} - rtInspect.top;
+    const std::int64_t nWidth = std::int64_t{param.rtInspect.right} - param.rtInspect.left;
+    const std::int64_t nHeight = std::int64_t{param.rtInspect.bottom} - param.rtInspect.top;
     std::int64_t* pIntegral = nullptr;
-    if (!rtInspect.IsRectEmpty() && nWidth < INT_MAX && nHeight < INT_MAX && (nWidth + 1) * (nHeight + 1) <= INT_MAX)
+    if (!param.rtInspect.IsRectEmpty() && nWidth < INT_MAX && nHeight < INT_MAX &&
+        (nWidth + 1) * (nHeight + 1) <= INT_MAX)
     {
-        if (Int64BuffComp.Resize(static_cast<int>((nWidth + 1) * (nHeight + 1))) != 0)
-            pIntegral = Int64BuffComp.GetData();
+        if (engine.Int64BuffComp.Resize(static_cast<int>((nWidth + 1) * (nHeight + 1))) != 0)
+            pIntegral = engine.Int64BuffComp.GetData();
         else
-            narvo::NoteMemoryShortage();
+            NoteMemoryShortage();
     }
-    nPairCount =
-        CompareAverageROI(ConvParam.pImage, pIntegral, ConvParam.nImageWidth, &rtInspect, ConvParam.nBlackFilterGray,
-                          ConvParam.nThreshold, ConvParam.nGrayLimit, ConvParam.rtDeadZone, pPair, nPairCount,
-                          nPairSize, ConvParam.nAverageParam2, ConvParam.nAverageParam1, &nEndLine);
-    BlobDefect_NonFilter();
-    MergeDivision(nFirstBlob, ConvParam.nMergeDivision);
-    return nEndLine;
+    return CompareAverageROI(param.pImage, pIntegral, param.nImageWidth, &param.rtInspect, param.nBlackFilterGray,
+                             param.nThreshold, param.nGrayLimit, param.rtDeadZone, engine.pPair, engine.nPairCount,
+                             engine.nPairSize, param.nAverageParam2, param.nAverageParam1, &nEndLine);
 }

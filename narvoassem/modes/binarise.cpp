@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "narvoassem/modes/binarise_row.h"
+#include "narvoassem/modes/side_modes.h"
 #include "narvoassem/wrap_int.h"
 
 namespace
@@ -49,18 +50,13 @@ struct CBandSink
 
 } // namespace
 
-int CNarvoAssem::BinalizeInspection()
+int narvo::RunBinarise(CNarvoAssem& engine, int& nEndLine)
 {
-    const int nFirstBlob = nBlobCount;
-    int nEndLine = ConvParam.rtInspect.bottom;
-    nPairCount = BinalizeInspection(ConvParam.pImage, 0, ConvParam.nThreshold, ConvParam.rtInspect,
-                                    ConvParam.nImageWidth, pPair, nPairCount, nPairSize, nEndLine);
-    BlobDefect_NonFilter();
-    MergeDivision(nFirstBlob, ConvParam.nMergeDivision);
-    return nEndLine;
+    const CConvParam& param = engine.ConvParam;
+    return engine.BinalizeInspection(param.pImage, 0, param.nThreshold, param.rtInspect, param.nImageWidth,
+                                     engine.pPair, engine.nPairCount, engine.nPairSize, nEndLine);
 }
 
-// Dead zones restrict nothing here: a pixel inside one is recorded like any other.
 int CNarvoAssem::BinalizeInspection(unsigned char* pImage, int nLowGray, int nHighGray, CRect rtInspect,
                                     int nImagePitch, CDefectPair* pRecords, int nRecords, int nRecordLimit,
                                     int& nEndLine)

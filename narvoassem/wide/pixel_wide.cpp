@@ -3,6 +3,7 @@
 
 #include "narvoassem/fast/kernel_args.h"
 #include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/pixel_table.h"
 #include "narvoassem/fixed_pitch.h"
 
 using narvo::CPixelCall;
@@ -12,6 +13,7 @@ using narvo::RunPixelKernel;
 // The lists hold arguments that the kernels do not read.
 #pragma GCC diagnostic ignored "-Wunused-parameter"
 
+NARVO_PUBLIC_NAME(PixelKernel::VertWide, ConvPixelVert_AVX);
 int ConvPixelVert_AVX(unsigned char* pImage, std::int64_t nThreshold, std::int64_t nThresholdGain,
                       std::int64_t nGrayLimit, std::int64_t nLeft, std::int64_t nRight, std::int64_t nTop,
                       std::int64_t nBottom, std::int64_t nImageWidth, int* pReserved1, std::int64_t nPitch16,
@@ -54,6 +56,7 @@ int ConvPixelVert_AVX(unsigned char* pImage, std::int64_t nThreshold, std::int64
     return RunPixelKernel(PixelKernel::VertWide, call);
 }
 
+NARVO_PUBLIC_NAME(PixelKernel::VtdsWide, ConvPixelVTDS_Intrin_AVX);
 int ConvPixelVTDS_Intrin_AVX(NARVO_PIXEL_VTD_ARGUMENTS, short* pStripBuffer, int* pEndLine,
                              std::int64_t nThresholdExtra, ConvPixelParam param)
 {
@@ -64,6 +67,7 @@ int ConvPixelVTDS_Intrin_AVX(NARVO_PIXEL_VTD_ARGUMENTS, short* pStripBuffer, int
     return RunPixelKernel(PixelKernel::VtdsWide, call);
 }
 
+NARVO_PUBLIC_NAME(PixelKernel::VertMask, ConvPixelVertMask);
 int ConvPixelVertMask(unsigned char* pImage, int nThreshold, int nPixelSize, int nPixelCount, int nLeft, int nRight,
                       int nTop, int nBottom, int* pPixelX, int* pPixelY, short* pPixelType, short* pPeak, int* pSrcGray,
                       int* pCmpGray, int* pZoneIndex, int* pThresholds, int nImageWidth, int nPitch16,
@@ -80,3 +84,5 @@ int ConvPixelVertMask(unsigned char* pImage, int nThreshold, int nPixelSize, int
     call.pMask = pMask;
     return RunPixelKernel(PixelKernel::VertMask, call);
 }
+
+static_assert(narvo::HasPublicNames<narvo::pixelKernels, narvo::KernelHome::Wide>());

@@ -3,6 +3,7 @@
 
 #include "narvoassem/fast/kernel_args.h"
 #include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/zone_table.h"
 #include "narvoassem/fixed_pitch.h"
 
 using narvo::CZoneCall;
@@ -12,6 +13,7 @@ using narvo::ZoneKernel;
 // The lists hold arguments that the kernels do not read.
 #pragma GCC diagnostic ignored "-Wunused-parameter"
 
+NARVO_PUBLIC_NAME(ZoneKernel::ClassId, ConvZone_AVX_ClassID);
 int ConvZone_AVX_ClassID(unsigned char* pImage, std::int64_t nThreshold, std::int64_t nPixelSize,
                          std::int64_t nPixelCount, std::int64_t nLeft, std::int64_t nRight, std::int64_t nTop,
                          std::int64_t nBottom, int* pPixelX, int* pPixelY, short* pPixelType, short* pPeak,
@@ -51,6 +53,7 @@ int ConvZone_AVX_ClassID(unsigned char* pImage, std::int64_t nThreshold, std::in
     return RunZoneKernel(ZoneKernel::ClassId, call);
 }
 
+NARVO_PUBLIC_NAME(ZoneKernel::ClassIdTable, ConvZoneVTDSMC_IntrinAVX);
 int ConvZoneVTDSMC_IntrinAVX(unsigned char* pImage, std::int64_t nThreshold, std::int64_t nPixelSize,
                              std::int64_t nPixelCount, std::int64_t nLeft, std::int64_t nRight, std::int64_t nTop,
                              std::int64_t nBottom, int* pPixelX, int* pPixelY, short* pPixelType, short* pPeak,
@@ -71,3 +74,5 @@ int ConvZoneVTDSMC_IntrinAVX(unsigned char* pImage, std::int64_t nThreshold, std
     call.pClassIdMap = pClassIdMap;
     return RunZoneKernel(ZoneKernel::ClassIdTable, call);
 }
+
+static_assert(narvo::HasPublicNames<narvo::zoneKernels, narvo::KernelHome::Wide>());

@@ -13,7 +13,7 @@
 namespace
 {
 
-using narvo::CFloatChoice;
+using narvo::ChoicePath;
 using narvo::FloatKernel;
 using narvotest::CDriverScene;
 using narvotest::CTracedEngine;
@@ -264,16 +264,16 @@ TEST_F(FloatDriver, FreeFormRegionIsTheWayOfFlaggedColumnScansOfAreaFourAlone)
     const auto Path = [this] { return narvo::ChooseFloatKernel(p).ePath; };
     p.nDirection = 1;
     p.bZoneFlagged = 1;
-    EXPECT_EQ(Path(), CFloatChoice::Path::FreeForm);
+    EXPECT_EQ(Path(), ChoicePath::FreeForm);
     p.bExtendedKernel = 1;
-    EXPECT_EQ(Path(), CFloatChoice::Path::FreeForm);
+    EXPECT_EQ(Path(), ChoicePath::FreeForm);
     SetWindow(2, 3);
-    EXPECT_EQ(Path(), CFloatChoice::Path::Kernel);
+    EXPECT_EQ(Path(), ChoicePath::Kernel);
     p.bExtendedKernel = 0;
     EXPECT_EQ(Inspect(), RunVert(ConvFloatVertFast6));
     SetWindow(2, 2);
     p.nDirection = 0;
-    EXPECT_EQ(Path(), CFloatChoice::Path::Kernel);
+    EXPECT_EQ(Path(), ChoicePath::Kernel);
 }
 
 TEST_F(FloatDriver, FreeFormRegionRunsTheMaskedKernelToTheRegionsBottom)

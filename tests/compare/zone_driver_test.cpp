@@ -26,7 +26,7 @@ protected:
         param.pThresholdOffsetMap = &nMap;
         param.nDirection = 1;
     }
-    ZoneKernel Choose() const { return narvo::ChooseZoneKernel(param); }
+    ZoneKernel Choose() const { return narvo::ChooseZoneKernel(param).eKernel; }
 
     short nMap = 0;
     int nTable = 0;
@@ -163,18 +163,18 @@ TEST_F(ZoneLadder, AsgKnowsNeitherTablesNorFlagsNorExtendedKernels)
     param.pScanPitchTable = param.pTspTable = &nTable;
     param.bExtendedKernel = param.bZoneFlagged = 1;
     param.fVtdPitch = 1.0F;
-    EXPECT_EQ(narvo::ChooseAsgZoneKernel(param), ZoneKernel::Vert);
+    EXPECT_EQ(narvo::ChooseAsgZoneKernel(param).eKernel, ZoneKernel::Vert);
     param.bAverage2by2 = 1;
-    EXPECT_EQ(narvo::ChooseAsgZoneKernel(param), ZoneKernel::Vert2by2);
+    EXPECT_EQ(narvo::ChooseAsgZoneKernel(param).eKernel, ZoneKernel::Vert2by2);
     param.bTwoSegmentThreshold = 1;
     param.pThresholdKneeMap = &nMap;
-    EXPECT_EQ(narvo::ChooseAsgZoneKernel(param), ZoneKernel::VertKnee);
+    EXPECT_EQ(narvo::ChooseAsgZoneKernel(param).eKernel, ZoneKernel::VertKnee);
     param.bUseLineBuffer = 0;
-    EXPECT_EQ(narvo::ChooseAsgZoneKernel(param), ZoneKernel::VertDirect);
+    EXPECT_EQ(narvo::ChooseAsgZoneKernel(param).eKernel, ZoneKernel::VertDirect);
     param.nDirection = 0;
-    EXPECT_EQ(narvo::ChooseAsgZoneKernel(param), ZoneKernel::Hori);
+    EXPECT_EQ(narvo::ChooseAsgZoneKernel(param).eKernel, ZoneKernel::Hori);
     param.pConvPitchTable = &nColumnTable;
-    EXPECT_EQ(narvo::ChooseAsgZoneKernel(param), ZoneKernel::HoriTable);
+    EXPECT_EQ(narvo::ChooseAsgZoneKernel(param).eKernel, ZoneKernel::HoriTable);
 }
 
 // --- the call ---
@@ -198,9 +198,16 @@ protected:
         param.pScanPitchTable = &m_nTable;
         param.pClassIdMap = &m_nMap;
     }
+    /// The call of a kernel by the first choice that takes it, or by one that reads nothing.
     narvo::CZoneCall Make(ZoneKernel eKernel)
     {
-        return narvo::MakeZoneCall(m_engine, eKernel, narvo::GetZoneCellSize(m_engine.ConvParam), &m_nEndLine);
+        const narvo::CZoneChoice none{{}, eKernel, {}, ""};
+        const narvo::CZoneChoice* pTaken = &none;
+        for (const bool bVertical : {false, true})
+            for (const narvo::CZoneChoice& choice : narvo::GetZoneChoices(bVertical))
+                if (choice.eKernel == eKernel && pTaken == &none)
+                    pTaken = &choice;
+        return narvo::MakeZoneCall(m_engine, *pTaken, narvo::GetZoneCellSize(m_engine.ConvParam), &m_nEndLine);
     }
 
     CNarvoAssem m_engine;
@@ -309,7 +316,7 @@ TEST(CompareZone, VerticalPassAtTheLimitStillBuildsBlobs)
         pair.nCmpGray = 100;
         pair.nPeak = 80;
         pair.nThreshold = 20;
-        narvo::FinishVerticalWithinLimit(engine, 0);
+        narvo::FinishBlobs(engine, {.bVertical = true, .bLimited = true}, 0);
         EXPECT_EQ(engine.GetBlobCount(), nPairs == 100000 ? 1 : 0);
     }
 }

@@ -3,6 +3,7 @@
 
 #include <sstream>
 
+#include "fast/kernel_list.h"
 #include "narvoassem/pairstorage.h"
 
 namespace narvo::test
@@ -10,79 +11,42 @@ namespace narvo::test
 
 const char* KernelName(FloatKernel eKernel)
 {
-    switch (eKernel)
-    {
-    case FloatKernel::Hori4:
-        return "ConvFloatFast4";
-    case FloatKernel::Hori6:
-        return "ConvFloatFast6";
-    case FloatKernel::Hori9:
-        return "ConvFloatFast9";
-    case FloatKernel::HoriTable4:
-        return "ConvFloatTableFast4";
-    case FloatKernel::HoriTable6:
-        return "ConvFloatTableFast6";
-    case FloatKernel::Vert4:
-        return "ConvFloatVertFast4";
-    case FloatKernel::Vert6:
-        return "ConvFloatVertFast6";
-    case FloatKernel::Vert9:
-        return "ConvFloatVertFast9";
-    case FloatKernel::Vtd:
-        return "ConvFloatVTDFast";
-    case FloatKernel::VertIntrin:
-        return "ConvFloatVert_Intrin";
-    case FloatKernel::VtdIntrin:
-        return "ConvFloatVTD_Intrin";
-    case FloatKernel::VertRegion:
-        return "ConvFloatVJF_Intrin";
-    }
-    return "unknown";
+    return GetKernelRow(eKernel).pName;
 }
 
 bool IsHorizontal(FloatKernel eKernel)
 {
-    return eKernel == FloatKernel::Hori4 || eKernel == FloatKernel::Hori6 || eKernel == FloatKernel::Hori9 ||
-           HasColumnTables(eKernel);
+    return GetKernelRow(eKernel).traits.bHorizontal;
 }
 
 bool HasColumnTables(FloatKernel eKernel)
 {
-    return eKernel == FloatKernel::HoriTable4 || eKernel == FloatKernel::HoriTable6;
+    return GetKernelRow(eKernel).traits.HasColumnTables();
 }
 
 bool IsVtd(FloatKernel eKernel)
 {
-    return eKernel == FloatKernel::Vtd || eKernel == FloatKernel::VtdIntrin;
+    return GetKernelRow(eKernel).traits.bShifted;
 }
 
 bool IsMember(FloatKernel eKernel)
 {
-    return eKernel == FloatKernel::VertIntrin || eKernel == FloatKernel::VtdIntrin;
+    return GetKernelRow(eKernel).eHome == KernelHome::Engine;
 }
 
 int WindowArea(FloatKernel eKernel)
 {
-    switch (eKernel)
-    {
-    case FloatKernel::Hori6:
-    case FloatKernel::HoriTable6:
-    case FloatKernel::Vert6:
-        return 6;
-    case FloatKernel::Hori9:
-    case FloatKernel::Vert9:
-        return 9;
-    default:
-        return 4;
-    }
+    return GetKernelRow(eKernel).traits.Area();
 }
 
 const std::vector<FloatKernel>& AllFloatKernels()
 {
-    static const std::vector<FloatKernel> aKernels = {
-        FloatKernel::Hori4,      FloatKernel::Hori6,      FloatKernel::Hori9,    FloatKernel::HoriTable4,
-        FloatKernel::HoriTable6, FloatKernel::Vert4,      FloatKernel::Vert6,    FloatKernel::Vert9,
-        FloatKernel::Vtd,        FloatKernel::VertIntrin, FloatKernel::VtdIntrin};
+    static const std::vector<FloatKernel> aKernels = []
+    {
+        std::vector<FloatKernel> aAll = ListKernels(floatKernels);
+        std::erase_if(aAll, [](FloatKernel eKernel) { return GetKernelRow(eKernel).eHome == KernelHome::Protected; });
+        return aAll;
+    }();
     return aKernels;
 }
 

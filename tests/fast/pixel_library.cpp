@@ -128,6 +128,8 @@ void RunPublic(const CPixelScene& scene, CKernelOutcome& outcome)
             Int(c.second.nBase), Int(c.second.nGain), static_cast<float>(c.nVtdPitch16) / 16.0F,
             const_cast<unsigned char*>(c.pMask), Int(nUnread));
         break;
+    case PixelKernel::Count:
+        break;
     }
 }
 

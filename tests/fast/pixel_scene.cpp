@@ -3,67 +3,34 @@
 
 #include <sstream>
 
+#include "fast/kernel_list.h"
+
 namespace narvo::test
 {
 
 const char* KernelName(PixelKernel eKernel)
 {
-    switch (eKernel)
-    {
-    case PixelKernel::Hori:
-        return "ConvPixelFast";
-    case PixelKernel::HoriTable:
-        return "ConvPixelTableFast";
-    case PixelKernel::VertDirect:
-        return "ConvPixelVertFast";
-    case PixelKernel::Vert:
-        return "ConvPixelVertSFast";
-    case PixelKernel::Vert2:
-        return "ConvPixelVertSFast2";
-    case PixelKernel::Vtds:
-        return "ConvPixelVTDSFast";
-    case PixelKernel::Vtds2:
-        return "ConvPixelVTDSFast2";
-    case PixelKernel::HoriIntrin:
-        return "ConvPixel_Intrin";
-    case PixelKernel::VertIntrin:
-        return "ConvPixelVertS_Intrin";
-    case PixelKernel::VtdsIntrin:
-        return "ConvPixelVTDS_Intrin";
-    case PixelKernel::VertWide:
-        return "ConvPixelVert_AVX";
-    case PixelKernel::VtdsWide:
-        return "ConvPixelVTDS_Intrin_AVX";
-    case PixelKernel::VertMask:
-        return "ConvPixelVertMask";
-    }
-    return "unknown";
+    return GetKernelRow(eKernel).pName;
 }
 
 bool IsHorizontal(PixelKernel eKernel)
 {
-    return eKernel == PixelKernel::Hori || eKernel == PixelKernel::HoriTable || eKernel == PixelKernel::HoriIntrin;
+    return GetKernelRow(eKernel).traits.scan.bHorizontal;
 }
 
 bool HasRowTable(PixelKernel eKernel)
 {
-    return eKernel == PixelKernel::Vtds || eKernel == PixelKernel::Vtds2 || eKernel == PixelKernel::VtdsIntrin ||
-           eKernel == PixelKernel::VtdsWide;
+    return GetKernelRow(eKernel).traits.scan.bRowTable;
 }
 
 bool IsMember(PixelKernel eKernel)
 {
-    return eKernel == PixelKernel::HoriIntrin || eKernel == PixelKernel::VertIntrin ||
-           eKernel == PixelKernel::VtdsIntrin;
+    return GetKernelRow(eKernel).eHome == KernelHome::Engine;
 }
 
 const std::vector<PixelKernel>& AllPixelKernels()
 {
-    static const std::vector<PixelKernel> aKernels = {
-        PixelKernel::Hori,       PixelKernel::HoriTable,  PixelKernel::VertDirect, PixelKernel::Vert,
-        PixelKernel::Vert2,      PixelKernel::Vtds,       PixelKernel::Vtds2,      PixelKernel::HoriIntrin,
-        PixelKernel::VertIntrin, PixelKernel::VtdsIntrin, PixelKernel::VertWide,   PixelKernel::VtdsWide,
-        PixelKernel::VertMask};
+    static const std::vector<PixelKernel> aKernels = ListKernels(pixelKernels);
     return aKernels;
 }
 

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <sstream>
 
+#include "fast/kernel_list.h"
 #include "narvoassem/fastkernels.h"
 #include "narvoassem/narvoassem.h"
 #include "narvoassem/widekernels.h"
@@ -15,65 +16,27 @@ namespace narvo::test
 
 const char* KernelName(ZoneKernel eKernel)
 {
-    switch (eKernel)
-    {
-    case ZoneKernel::Vert:
-        return "ConvZoneVertFast";
-    case ZoneKernel::VertDirect:
-        return "ConvZoneVertDirectFast";
-    case ZoneKernel::Vert2by2:
-        return "ConvZoneVert2by2Fast";
-    case ZoneKernel::VertFlag:
-        return "ConvZoneVertFlagFast";
-    case ZoneKernel::VertFlag2by2:
-        return "ConvZoneVertFlag2by2Fast";
-    case ZoneKernel::VertKnee:
-        return "ConvZoneVertKneeFast";
-    case ZoneKernel::Vtd:
-        return "ConvZoneVTDFast";
-    case ZoneKernel::Hori:
-        return "ConvZoneFast";
-    case ZoneKernel::HoriTable:
-        return "ConvZoneTableFast";
-    case ZoneKernel::Vert2S:
-        return "ConvZoneVert2S_Intrin";
-    case ZoneKernel::Vert2STsp:
-        return "ConvZoneVert2S_TSP_Intrin";
-    case ZoneKernel::Vert2SBlack:
-        return "ConvZoneVert2S_BlackFilter";
-    case ZoneKernel::VtdIntrin:
-        return "ConvZoneVTD_Intrin";
-    case ZoneKernel::ClassId:
-        return "ConvZone_AVX_ClassID";
-    case ZoneKernel::ClassIdTable:
-        return "ConvZoneVTDSMC_IntrinAVX";
-    }
-    return "unknown";
+    return GetKernelRow(eKernel).pName;
 }
 
 bool IsHorizontal(ZoneKernel eKernel)
 {
-    return eKernel == ZoneKernel::Hori || eKernel == ZoneKernel::HoriTable;
+    return GetKernelRow(eKernel).traits.scan.bHorizontal;
 }
 
 bool IsMember(ZoneKernel eKernel)
 {
-    return eKernel == ZoneKernel::Vert2S || eKernel == ZoneKernel::Vert2STsp || eKernel == ZoneKernel::Vert2SBlack ||
-           eKernel == ZoneKernel::VtdIntrin;
+    return GetKernelRow(eKernel).eHome == KernelHome::Engine;
 }
 
 bool HasPeaks(ZoneKernel eKernel)
 {
-    return !IsMember(eKernel);
+    return GetKernelRow(eKernel).traits.bPeak;
 }
 
 const std::vector<ZoneKernel>& AllZoneKernels()
 {
-    static const std::vector<ZoneKernel> aKernels = {
-        ZoneKernel::Vert,         ZoneKernel::VertDirect, ZoneKernel::Vert2by2,    ZoneKernel::VertFlag,
-        ZoneKernel::VertFlag2by2, ZoneKernel::VertKnee,   ZoneKernel::Vtd,         ZoneKernel::Hori,
-        ZoneKernel::HoriTable,    ZoneKernel::Vert2S,     ZoneKernel::Vert2STsp,   ZoneKernel::Vert2SBlack,
-        ZoneKernel::VtdIntrin,    ZoneKernel::ClassId,    ZoneKernel::ClassIdTable};
+    static const std::vector<ZoneKernel> aKernels = ListKernels(zoneKernels);
     return aKernels;
 }
 
@@ -213,6 +176,8 @@ void RunPublic(const CZoneScene& scene, CKernelOutcome& outcome)
     case ZoneKernel::ClassIdTable:
         outcome.nReturned =
             ConvZoneVTDSMC_IntrinAVX(HIT_VALUES, pScanTable, c.nPitch16, WIDE_MIDDLE, nUnread, WIDE_TAIL);
+        break;
+    case ZoneKernel::Count:
         break;
     }
 }

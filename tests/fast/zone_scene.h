@@ -9,6 +9,7 @@
 #include "fast/kernel_outcome.h"
 #include "narvoassem/convparam.h"
 #include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/zone_table.h"
 
 namespace narvo::test
 {

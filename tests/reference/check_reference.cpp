@@ -124,18 +124,19 @@ bool IsSound(const CConvParam& param, Comparison eComparison)
     switch (eComparison)
     {
     case Comparison::Zone:
-        return IsZoneSound(param, ChooseZoneKernel(param) == ZoneKernel::HoriTable, GetZoneCellSize(param));
+        return IsZoneSound(param, ChooseZoneKernel(param).eKernel == ZoneKernel::HoriTable, GetZoneCellSize(param));
     case Comparison::AsgZone:
-        return IsZoneSound(param, ChooseAsgZoneKernel(param) == ZoneKernel::HoriTable, GetAsgZoneCellSize(param));
+        return IsZoneSound(param, ChooseAsgZoneKernel(param).eKernel == ZoneKernel::HoriTable,
+                           GetAsgZoneCellSize(param));
     case Comparison::Pixel:
         return ArePitchesSound(param, param.nDirection == 1, 0.0) &&
                (ChoosePixelKernel(param).eKernel != PixelKernel::HoriTable || HasWeights(param)) &&
-               (!ChoosePixelKernel(param).bTwice ||
+               (!ChoosePixelKernel(param).IsTwice() ||
                 (IsLimited(param.dTwicePitch) && Fixed(param.dTwicePitch, 0.0) >= 0.0));
     case Comparison::Float:
         if (!ArePitchesSound(param, param.nDirection == 1, 0.5))
             return false;
-        if (ChooseFloatKernel(param).ePath == CFloatChoice::Path::FreeForm)
+        if (ChooseFloatKernel(param).ePath == ChoicePath::FreeForm)
             return Fixed(param.dScanPitch * param.nScanMultiple, 0.0) >= 0.0 && param.nZoneColumns >= 0 &&
                    param.nZoneMapStride >= 0;
         return param.nDirection == 1 || param.pConvPitchTable == nullptr || HasWeights(param);

@@ -75,6 +75,8 @@ CVariant VariantOf(FloatKernel eKernel)
         v.bMember = true;
         v.bRegion = true;
         break;
+    case FloatKernel::Count:
+        break;
     }
     return v;
 }

@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "narvoassem/convparam.h"
+#include "narvoassem/fast/float_table.h"
 #include "narvoassem/fast/kernel_call.h"
 
 namespace narvo::reference

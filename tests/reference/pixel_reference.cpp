@@ -97,6 +97,8 @@ CVariant VariantOf(PixelKernel eKernel)
         v.bMasked = true;
         v.bRecordPeak = true;
         break;
+    case PixelKernel::Count:
+        break;
     }
     return v;
 }

@@ -124,6 +124,8 @@ CVariant VariantOf(ZoneKernel eKernel)
         v.bBilinear = true;
         v.bPeakTested = true;
         break;
+    case ZoneKernel::Count:
+        break;
     }
     return v;
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/zone_table.h"
 
 namespace narvo::reference
 {

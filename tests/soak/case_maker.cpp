@@ -57,8 +57,7 @@ bool HasFlaggedRecords(const CConvParam& param)
 {
     CConvParam vertical(param);
     vertical.nDirection = 1;
-    const ZoneKernel eKernel = ChooseZoneKernel(vertical);
-    return eKernel == ZoneKernel::VertFlag || eKernel == ZoneKernel::VertFlag2by2;
+    return GetKernelRow(ChooseZoneKernel(vertical).eKernel).traits.bFlagged;
 }
 
 } // namespace

@@ -1,0 +1,40 @@
+// The kernel by the engine's tables.
+#include "host/probe/kernel_choice.h"
+
+#include "narvoassem/fast/float_table.h"
+#include "narvoassem/fast/pixel_table.h"
+#include "narvoassem/fast/zone_table.h"
+
+namespace narvo
+{
+
+ChosenKernel ChooseKernel(Kind kind, Direction direction, COptionSet options)
+{
+    using enum KernelOption;
+    const bool vertical = direction == Direction_Vertical;
+    const auto select = [](const auto& choices, COptionSet given) -> ChosenKernel
+    {
+        const auto& choice = SelectKernel(choices, given);
+        return {choice.pWords, choice.needs | choice.reads};
+    };
+    switch (kind)
+    {
+    case Kind_Zone:
+        return select(GetZoneChoices(vertical), options);
+    case Kind_Asg:
+        return select(GetAsgZoneChoices(vertical), options);
+    case Kind_Pixel:
+        return select(GetPixelChoices(vertical), options);
+    case Kind_Float:
+        // Flagged float comparisons are those of free-form regions, a kind of their own.
+        return select(GetFloatChoices(vertical), options.Without(Flagged));
+    case Kind_FreeForm:
+        return select(GetFloatChoices(true), Flagged);
+    case Kind_Trapezium:
+        return {"trapezium", {}};
+    default:
+        return {"only", Window6 | Window9};
+    }
+}
+
+} // namespace narvo

@@ -1,0 +1,19 @@
+// Which kernel a set of options selects, and which options it reads, as the engine's own tables say.
+#pragma once
+
+#include "host/recipe/recipe.h"
+#include "narvoassem/fast/kernel_table.h"
+
+namespace narvo
+{
+
+struct ChosenKernel
+{
+    const char* words; ///< "row table"
+    COptionSet uses;   ///< what selects it, and what else it reads
+};
+
+/// The kernel of a kind of recipe in a settled direction.
+ChosenKernel ChooseKernel(Kind kind, Direction direction, COptionSet options);
+
+} // namespace narvo

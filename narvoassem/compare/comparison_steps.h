@@ -1,0 +1,24 @@
+// A comparison of a rectangle in its steps: chosen by its parameters, run to its pairs, and finished to blobs. The
+// engine's drivers take the steps one behind the other, a trace of them one by one.
+#pragma once
+
+#include "narvoassem/comparison.h"
+#include "narvoassem/compare/compare_chain.h"
+#include "narvoassem/convparam.h"
+
+class CNarvoAssem;
+
+namespace narvo
+{
+
+/// Whether the comparison makes two passes, each with blob steps of its own: it has no single steps then.
+bool RunsTwice(const CConvParam& param, Comparison eComparison);
+
+/// Runs the comparison by the engine's parameters, behind the pairs that it holds. nEndLine becomes the first row or
+/// column not finished. @return the new pair count
+int RunComparison(CNarvoAssem& engine, Comparison eComparison, int& nEndLine);
+
+/// What becomes of its pairs.
+CBlobSteps GetBlobSteps(const CConvParam& param, Comparison eComparison);
+
+} // namespace narvo

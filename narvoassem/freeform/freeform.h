@@ -1,0 +1,12 @@
+// The free-form inspection as a comparison runs it.
+#pragma once
+
+class CNarvoAssem;
+
+namespace narvo
+{
+
+/// As CNarvoAssem::Inspect_FreeFormMask.
+int InspectFreeFormMask(CNarvoAssem& engine, int& nEndLine);
+
+} // namespace narvo
