@@ -13,7 +13,7 @@ const std::vector<std::pair<int, std::string>>& ExitCodes()
         {ExitCode_Unexpected, "unexpected error, or not enough memory"},
         {ExitCode_BadInput,
          "bad command line, image, recipe or truth file; one line on the error stream for each problem"},
-        {ExitCode_NotWritten, "a result file could not be written"},
+        {ExitCode_NotWritten, "a result file or the standard output could not be written"},
         {ExitCode_Incomplete,
          "inspected, but part of the image was not looked at or blobs were lost; results are written"},
         {ExitCode_NoPeriod, "pitch search: the image has no period along either axis"},

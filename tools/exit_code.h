@@ -15,7 +15,7 @@ enum ExitCode : int
     ExitCode_Done = 0,
     ExitCode_Unexpected = 1,  ///< an error that the program did not foresee, or not enough memory
     ExitCode_BadInput = 2,    ///< command line, image, recipe or truth
-    ExitCode_NotWritten = 3,  ///< a result file could not be written
+    ExitCode_NotWritten = 3,  ///< a result file or the standard output
     ExitCode_Incomplete = 4,  ///< inspected, but part of the image was not looked at or blobs were lost
     ExitCode_NoPeriod = 5,    ///< the pitch search found no period along either axis
     ExitCode_Interrupted = 6, ///< ended on request; what was done until then is written

@@ -1,12 +1,14 @@
-// The command line program: reads the command line and runs the command that it names.
+// The command line program: reads the command line, runs the command that it names and tells how that ended.
 #include <exception>
 #include <iostream>
 #include <new>
 
 #include <CLI/CLI.hpp>
 
+#include "host/file/output_file.h"
 #include "tools/command.h"
 #include "tools/exit_code.h"
+#include "tools/standard_streams.h"
 
 namespace
 {
@@ -27,13 +29,17 @@ int Run(int argc, char** argv)
     return action();
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+/// Tells of what was thrown. @return exit code
+int RunAndTell(int argc, char** argv)
 {
     try
     {
         return Run(argc, argv);
+    }
+    catch (const narvo::WriteError& error)
+    {
+        narvo::PrintProblems(error.Problems());
+        return narvo::ExitCode_NotWritten;
     }
     catch (const narvo::HostError& error)
     {
@@ -50,4 +56,12 @@ int main(int argc, char** argv)
         std::cerr << "narvo: unexpected error: " << error.what() << '\n';
         return narvo::ExitCode_Unexpected;
     }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    narvo::StandardStreams streams;
+    return streams.Finish(RunAndTell(argc, argv));
 }

@@ -1,9 +1,11 @@
-// Image files from OpenCV's images.
+// Image files from OpenCV's images: encoded in memory, so that the file is written and checked as any other.
 #include "host/image/cv_image.h"
+
+#include <cstdint>
 
 #include <opencv2/imgcodecs.hpp>
 
-#include "host/problem.h"
+#include "host/file/output_file.h"
 
 namespace narvo
 {
@@ -11,17 +13,19 @@ namespace narvo
 void SaveImage(const std::filesystem::path& file, const cv::Mat& picture, const char* allowed,
                const std::vector<int>& parameters)
 {
-    bool written = false;
+    std::vector<std::uint8_t> bytes;
+    bool encoded = false;
     try
     {
-        written = cv::imwrite(file.string(), picture, parameters);
+        encoded = cv::imencode(file.extension().string(), picture, bytes, parameters);
     }
     catch (const cv::Exception&)
     {
-        written = false;
+        encoded = false;
     }
-    if (!written)
-        throw HostError({{"file " + file.string(), "cannot be written", allowed}});
+    if (!encoded)
+        throw WriteError(file, "no image format that can hold it", allowed);
+    WriteFile(file, bytes.data(), bytes.size());
 }
 
 } // namespace narvo

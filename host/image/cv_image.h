@@ -28,7 +28,7 @@ inline GreyImage ImageOf(const cv::Mat& pixels)
 }
 
 /// Writes an image in the format that the file name's ending says; `allowed` tells what a file may be, `parameters` are
-/// those of the format. @throws HostError when it cannot be written
+/// those of the format. @throws WriteError
 void SaveImage(const std::filesystem::path& file, const cv::Mat& picture, const char* allowed,
                const std::vector<int>& parameters = {});
 

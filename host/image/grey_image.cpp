@@ -3,12 +3,12 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <string>
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 
+#include "host/file/input_file.h"
 #include "host/image/cv_image.h"
 #include "host/problem.h"
 
@@ -88,11 +88,7 @@ GreyImage& GreyImage::operator=(const GreyImage& other)
 
 GreyImage LoadGreyImage(const std::filesystem::path& file)
 {
-    std::error_code error;
-    if (!std::filesystem::exists(file, error))
-        Refuse(file, "no such file", "an image file (PNG, TIFF, BMP, PGM, JPEG)");
-    if (!std::filesystem::is_regular_file(file, error) || !std::ifstream(file, std::ios::binary))
-        Refuse(file, "cannot be read", "a readable image file (PNG, TIFF, BMP, PGM, JPEG)");
+    RequireReadableFile(file, "image " + file.string(), "an image file (PNG, TIFF, BMP, PGM, JPEG)");
 
     cv::Mat loaded;
     try

@@ -1,13 +1,12 @@
 // Recipes as files, and the images beside them.
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include <nlohmann/json.hpp>
 
+#include "host/file/input_file.h"
+#include "host/file/output_file.h"
 #include "host/problem.h"
 #include "host/recipe/recipe.h"
-#include "host/text_file.h"
 
 namespace narvo
 {
@@ -40,9 +39,7 @@ json ParseJsonText(const std::string& text, const std::string& name)
 json LoadRecipeDocument(const std::filesystem::path& file)
 {
     const std::string name = "recipe " + file.string();
-    std::ifstream stream = OpenTextFile(file, name);
-    const std::string text{std::istreambuf_iterator<char>(stream), {}};
-    return ParseJsonText(text, name);
+    return ParseJsonText(ReadTextFile(file, name), name);
 }
 
 Recipe LoadRecipe(const std::filesystem::path& file)

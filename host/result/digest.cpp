@@ -5,11 +5,12 @@
 #include <bit>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 
 #include <nlohmann/json.hpp>
 
+#include "host/file/input_file.h"
 #include "host/inspect/region_maps.h"
+#include "host/problem.h"
 
 namespace narvo
 {
@@ -88,17 +89,17 @@ std::string Digest::Text() const
 
 std::string DigestOfFile(const std::filesystem::path& file)
 {
-    std::error_code error;
-    if (std::filesystem::is_directory(file, error))
-        return {};
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream)
-        return {};
     Digest digest;
-    std::vector<char> piece(1U << 20);
-    while (stream.read(piece.data(), static_cast<std::streamsize>(piece.size())) || stream.gcount() > 0)
-        digest.Add(piece.data(), static_cast<std::size_t>(stream.gcount()));
-    return stream.bad() ? std::string() : digest.Text();
+    try
+    {
+        ReadFilePieces(file, "file " + file.string(), "a readable file",
+                       [&](const char* bytes, std::size_t count) { digest.Add(bytes, count); });
+    }
+    catch (const HostError&)
+    {
+        return {};
+    }
+    return digest.Text();
 }
 
 std::string DigestOfRecipes(const std::vector<Recipe>& recipes)

@@ -6,7 +6,6 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "host/inspect/inspector.h"
-#include "host/text_file.h"
 
 namespace narvo
 {

@@ -1,19 +1,15 @@
-// Writing by whole lines, and the clean-up before a run goes on.
+// The pair of files, the clean-up before a run goes on, and the order at its end.
 #include "host/result/result_lines.h"
 
-#include <cerrno>
-#include <cstring>
+#include <algorithm>
+#include <cstdint>
 #include <fstream>
+#include <map>
 #include <utility>
-
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <nlohmann/json.hpp>
 
-#include "host/problem.h"
+#include "host/file/appended_file.h"
 #include "host/result/digest.h"
 #include "host/result/result_file.h"
 
@@ -25,41 +21,16 @@ using nlohmann::ordered_json;
 namespace
 {
 
-[[noreturn]] void RefuseFile(const std::filesystem::path& file, const std::string& why, const std::string& allowed)
+namespace fs = std::filesystem;
+
+[[noreturn]] void RefuseFile(const fs::path& file, const std::string& why, const std::string& allowed)
 {
     throw HostError({{"file " + file.string(), why, allowed}});
 }
 
-[[noreturn]] void RefuseWriting(const std::filesystem::path& file, int error)
+fs::path PartOf(fs::path file)
 {
-    RefuseFile(file, std::string("cannot be written: ") + std::strerror(error), "a writable place with room");
-}
-
-int OpenToWrite(const std::filesystem::path& file, int flags)
-{
-    const int descriptor = open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | flags, 0666);
-    if (descriptor < 0)
-        RefuseWriting(file, errno);
-    return descriptor;
-}
-
-void WriteWhole(int descriptor, const std::filesystem::path& file, const std::string& text)
-{
-    std::size_t written = 0;
-    while (written < text.size())
-    {
-        const ssize_t count = write(descriptor, text.data() + written, text.size() - written);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            RefuseWriting(file, errno);
-        written += static_cast<std::size_t>(count);
-    }
-}
-
-std::string TableHeader()
-{
-    return "image,region," + BlobColumns() + "\n";
+    return file += ".part";
 }
 
 /// The table's rows for one image.
@@ -73,174 +44,244 @@ std::string TableRows(const ordered_json& line)
     return rows;
 }
 
-/// A line of an earlier run; null when it was cut or is none.
-ordered_json ParseLine(const std::string& text)
-{
-    ordered_json line = ordered_json::parse(text, nullptr, false);
-    const bool whole = line.is_object() && line.contains("image") && line["image"].is_string() &&
-                       line.contains("recipe") && line["recipe"].is_string() && line.contains("regions") &&
-                       line["regions"].is_array() && line.contains("status") && line["status"].is_string() &&
-                       line.contains("bytes") && line["bytes"].is_number_unsigned() && line.contains("modified") &&
-                       line["modified"].is_number_integer() && line.contains("digest") && line["digest"].is_string();
-    return whole ? line : ordered_json();
-}
-
-void CloseFile(int& descriptor)
-{
-    if (descriptor >= 0)
-        close(descriptor);
-    descriptor = -1;
-}
-
 } // namespace
 
-FileIdentity FileIdentity::Of(const std::filesystem::path& file)
+/// Lines and table, and where in them each image stands.
+class ResultLines::Files
 {
-    struct stat status;
-    if (stat(file.c_str(), &status) != 0)
-        return {};
-    constexpr std::int64_t nSecond = 1000000000;
-    return {static_cast<std::uint64_t>(status.st_size), status.st_mtim.tv_sec * nSecond + status.st_mtim.tv_nsec, {}};
-}
-
-ordered_json ResultLine(const ImageResult& result, const FileIdentity& identity, const std::string& recipe)
-{
-    ordered_json problems = ordered_json::array();
-    for (const Problem& problem : result.problems)
-        problems.push_back({{"field", problem.field}, {"value", problem.value}, {"allowed", problem.allowed}});
-    ordered_json regions = ordered_json::array();
-    for (const InspectionResult& region : result.regions)
+public:
+    Files(const fs::path& lines, const fs::path& table) : m_lines(lines)
     {
-        ordered_json document = ResultToJson(region);
-        document.erase("version");
-        document.erase("milliseconds");
-        regions.push_back(std::move(document));
+        if (!m_lines.Lock())
+            RefuseFile(lines, "in use by another run", "an output of its own for each run");
+        m_table = std::make_unique<AppendedFile>(table);
     }
-    return {{"version", nResultLineVersion},
-            {"image", result.name},
-            {"bytes", identity.bytes},
-            {"modified", identity.modified},
-            {"digest", identity.digest},
-            {"recipe", recipe},
-            {"status", result.IsInspected() ? "inspected" : "refused"},
-            {"width", result.width},
-            {"height", result.height},
-            {"blob_count", result.BlobCount()},
-            {"problems", problems},
-            {"regions", regions}};
-}
+
+    void Empty()
+    {
+        m_lines.Empty();
+        m_table->Empty();
+        m_table->Add("image,region," + BlobColumns() + "\n");
+        m_entries.clear();
+    }
+
+    void Add(const ImageLine& line)
+    {
+        const ordered_json document = ImageLineToJson(line);
+        Add(line.result.name, ImageLineText(document) + "\n", TableRows(document));
+    }
+
+    bool IsInOrder(const std::map<std::string, std::size_t>& places) const
+    {
+        return std::is_sorted(m_entries.begin(), m_entries.end(), ByPlace{places});
+    }
+
+    /// Adds the lines of other files in the order of the places.
+    void AddInOrder(const Files& other, const std::map<std::string, std::size_t>& places)
+    {
+        std::vector<Entry> entries = other.m_entries;
+        std::stable_sort(entries.begin(), entries.end(), ByPlace{places});
+        for (const Entry& entry : entries)
+            Add(entry.image, other.m_lines.Read(entry.line.begin, entry.line.count),
+                other.m_table->Read(entry.rows.begin, entry.rows.count));
+    }
+
+    void TakePlaceOf(const fs::path& lines, const fs::path& table)
+    {
+        // A kill between the two leaves lines and a table that the next run writes anew from them.
+        m_table->TakePlaceOf(table);
+        m_lines.TakePlaceOf(lines);
+    }
+
+    void Finish()
+    {
+        m_lines.Finish();
+        m_table->Finish();
+    }
+
+private:
+    struct Span
+    {
+        std::uint64_t begin;
+        std::uint64_t count;
+    };
+    struct Entry
+    {
+        std::string image;
+        Span line;
+        Span rows;
+    };
+    struct ByPlace
+    {
+        const std::map<std::string, std::size_t>& places; ///< from 1
+        std::size_t Of(const Entry& entry) const
+        {
+            const auto place = places.find(entry.image);
+            return place == places.end() ? 0 : place->second;
+        }
+        bool operator()(const Entry& a, const Entry& b) const { return Of(a) < Of(b); }
+    };
+
+    void Add(const std::string& image, const std::string& line, const std::string& rows)
+    {
+        m_entries.push_back({image, {m_lines.Size(), line.size()}, {m_table->Size(), rows.size()}});
+        m_lines.Add(line);
+        m_table->Add(rows);
+    }
+
+    AppendedFile m_lines;
+    std::unique_ptr<AppendedFile> m_table; ///< opened only when the lines are locked
+    std::vector<Entry> m_entries;
+};
 
 ResultLines::ResultLines(Options options) : m_options(std::move(options))
 {
     std::error_code error;
-    if (m_options.start == Start_New)
-        for (const std::filesystem::path& file : {LineFile(), TableFile()})
-            if (std::filesystem::exists(file, error))
-                RefuseFile(file, "exists already", "another name, --resume to go on, or --overwrite to begin afresh");
+    const bool isThere = fs::exists(LineFile(), error);
+    if (m_options.start == Start_New && isThere)
+        RefuseFile(LineFile(), "exists already", "another name, --resume to go on, or --overwrite to begin afresh");
+    // Where there are no lines, a table is somebody else's.
+    if (m_options.start != Start_Afresh && !isThere && fs::exists(TableFile(), error))
+        RefuseFile(TableFile(), "exists already", "another name, or --overwrite to begin afresh");
     try
     {
-        m_lines = OpenToWrite(LineFile(), 0);
-        if (flock(m_lines, LOCK_EX | LOCK_NB) != 0)
-            RefuseFile(LineFile(), "in use by another run", "an output of its own for each run");
+        m_files = std::make_unique<Files>(LineFile(), TableFile());
         if (m_options.start == Start_Resume)
             Resume();
         else
-        {
-            if (ftruncate(m_lines, 0) != 0)
-                RefuseWriting(LineFile(), errno);
-            m_table = OpenToWrite(TableFile(), O_TRUNC);
-            WriteWhole(m_table, TableFile(), TableHeader());
-        }
+            m_files->Empty();
     }
     catch (...)
     {
-        CloseFile(m_lines);
-        CloseFile(m_table);
+        if (!isThere && fs::is_empty(LineFile(), error))
+            fs::remove(LineFile(), error);
         throw;
     }
 }
 
-ResultLines::~ResultLines()
+ResultLines::~ResultLines() = default;
+
+std::unique_ptr<ResultLines::Files> ResultLines::Beside() const
 {
-    CloseFile(m_lines);
-    CloseFile(m_table);
+    auto files = std::make_unique<Files>(PartOf(LineFile()), PartOf(TableFile()));
+    files->Empty();
+    return files;
 }
 
-bool ResultLines::StillHolds(const ordered_json& line) const
+void ResultLines::RemoveParts() const
 {
-    const std::string image = line["image"];
-    if (m_done.contains(image) || (m_options.retry && line["status"] != "inspected"))
+    std::error_code error;
+    fs::remove(PartOf(LineFile()), error);
+    fs::remove(PartOf(TableFile()), error);
+}
+
+bool ResultLines::StillHolds(ImageLine& line) const
+{
+    const ImageResult& result = line.result;
+    if (m_done.contains(result.name) || (m_options.retry && !result.IsInspected()))
         return false;
-    const FileIdentity now = FileIdentity::Of(image);
-    if (line["bytes"].get<std::uint64_t>() != now.bytes)
+    const FileIdentity now = FileIdentity::Of(result.name);
+    if (line.identity.bytes != now.bytes)
         return false;
-    if (line["modified"].get<std::int64_t>() == now.modified)
+    if (line.identity.modified == now.modified)
         return true;
-    return !line["digest"].get<std::string>().empty() && line["digest"].get<std::string>() == DigestOfFile(image);
+    if (line.identity.digest.empty() || line.identity.digest != DigestOfFile(result.name))
+        return false;
+    line.identity.modified = now.modified;
+    return true;
+}
+
+bool ResultLines::ReadLine(const std::string& text, std::size_t number, ImageLine& line)
+{
+    const std::string name = "file " + LineFile().string() + ", line " + std::to_string(number);
+    try
+    {
+        line = ReadImageLine(text, name);
+        if (line.result.IsInspected() && line.result.regions.size() != m_options.regions &&
+            line.recipe == m_options.recipe)
+            throw HostError({{name + ", regions", std::to_string(line.result.regions.size()) + " regions",
+                              std::to_string(m_options.regions) + ", as the recipe has"}});
+        return true;
+    }
+    catch (const OtherVersionError&)
+    {
+        throw;
+    }
+    catch (const HostError& error)
+    {
+        constexpr std::size_t nMost = 20;
+        if (m_damage.size() < nMost)
+            m_damage.push_back(error.Problems().front());
+        return false;
+    }
 }
 
 /// The lines that hold go to new files, which take the place of the old ones only when they are complete: a kill here
 /// leaves the old ones.
 void ResultLines::Resume()
 {
-    const std::filesystem::path newLines = m_options.prefix + ".jsonl.part";
-    const std::filesystem::path newTable = m_options.prefix + ".csv.part";
-    int lines = -1;
-    int table = -1;
+    std::unique_ptr<Files> files = Beside();
     try
     {
-        lines = OpenToWrite(newLines, O_TRUNC);
-        table = OpenToWrite(newTable, O_TRUNC);
-        // The descriptor that goes on writing carries the lock on from the file that it replaces.
-        flock(lines, LOCK_EX | LOCK_NB);
-        WriteWhole(table, newTable, TableHeader());
         std::ifstream stream(LineFile(), std::ios::binary);
         std::string text;
-        while (std::getline(stream, text))
+        bool known = false;
+        for (std::size_t number = 1; std::getline(stream, text); ++number)
         {
-            const bool cut = stream.eof();
-            const ordered_json line = cut ? ordered_json() : ParseLine(text);
-            if (!line.is_null() && line["recipe"] != m_options.recipe)
+            ImageLine line;
+            const bool whole = !stream.eof() && ReadLine(text, number, line);
+            if (whole && line.recipe != m_options.recipe)
                 RefuseFile(LineFile(), "made by another recipe",
                            "the same recipe, another output, or --overwrite to begin afresh");
-            if (line.is_null() || !StillHolds(line))
+            known = known || whole;
+            if (whole && StillHolds(line))
             {
-                ++m_dropped;
-                continue;
+                files->Add(line);
+                m_done.insert(line.result.name);
             }
-            m_done.insert(line["image"].get<std::string>());
-            WriteWhole(lines, newLines, text + "\n");
-            WriteWhole(table, newTable, TableRows(line));
+            else
+                ++m_dropped;
         }
-        if (fsync(lines) != 0)
-            RefuseWriting(newLines, errno);
-        if (fsync(table) != 0)
-            RefuseWriting(newTable, errno);
-        if (rename(newTable.c_str(), TableFile().c_str()) != 0)
-            RefuseWriting(TableFile(), errno);
-        if (rename(newLines.c_str(), LineFile().c_str()) != 0)
-            RefuseWriting(LineFile(), errno);
+        if (stream.bad())
+            RefuseFile(LineFile(), "cannot be read", "a readable file");
+        if (!known && !m_damage.empty())
+            RefuseFile(LineFile(), "no line in it is a result",
+                       "results of narvo inspect, another output, or --overwrite to begin afresh");
+        files->TakePlaceOf(LineFile(), TableFile());
     }
     catch (...)
     {
-        CloseFile(lines);
-        CloseFile(table);
-        std::error_code error;
-        std::filesystem::remove(newLines, error);
-        std::filesystem::remove(newTable, error);
+        RemoveParts();
         throw;
     }
-    CloseFile(m_lines);
-    m_lines = lines;
-    m_table = table;
+    m_files = std::move(files);
 }
 
 void ResultLines::Add(const ImageResult& result, const FileIdentity& identity)
 {
-    const ordered_json line = ResultLine(result, identity, m_options.recipe);
-    WriteWhole(m_lines, LineFile(), line.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + "\n");
-    if (const std::string rows = TableRows(line); !rows.empty())
-        WriteWhole(m_table, TableFile(), rows);
+    m_files->Add({result, identity, m_options.recipe});
+}
+
+void ResultLines::Finish(const std::vector<std::string>& images)
+{
+    std::map<std::string, std::size_t> places;
+    for (const std::string& image : images)
+        places.emplace(image, places.size() + 1);
+    if (m_files->IsInOrder(places))
+        return m_files->Finish();
+    std::unique_ptr<Files> files = Beside();
+    try
+    {
+        files->AddInOrder(*m_files, places);
+        m_files->Finish();
+        files->TakePlaceOf(LineFile(), TableFile());
+    }
+    catch (...)
+    {
+        RemoveParts();
+        throw;
+    }
+    m_files = std::move(files);
 }
 
 } // namespace narvo

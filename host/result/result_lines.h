@@ -2,39 +2,22 @@
 // killed keeps what it has done and another can go on behind it.
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <filesystem>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
-#include <nlohmann/json_fwd.hpp>
-
-#include "host/inspect/batch.h"
+#include "host/problem.h"
+#include "host/result/image_line.h"
 
 namespace narvo
 {
 
-/// Version of a line's JSON form.
-constexpr int nResultLineVersion = 1;
-
-/// What tells whether a file is still the one that was inspected.
-struct FileIdentity
-{
-    std::uint64_t bytes = 0;   ///< 0 for a file that is not there
-    std::int64_t modified = 0; ///< nanoseconds since 1970
-    std::string digest;        ///< of its bytes; empty when they were not read
-
-    /// Size and time of a file; the digest is left empty.
-    static FileIdentity Of(const std::filesystem::path& file);
-};
-
-/// The line of one image: name, identity, recipe, problems and regions with their blobs. It holds no times, so that
-/// equal work gives equal lines.
-nlohmann::ordered_json ResultLine(const ImageResult& result, const FileIdentity& identity, const std::string& recipe);
-
-/// The two files of a run, PREFIX.jsonl and PREFIX.csv. Lines are written whole and at once. The JSON lines are what
-/// counts; the table follows from them.
+/// The two files of a run, PREFIX.jsonl and PREFIX.csv. Lines are written whole and at once, as the images end; a run
+/// that went on behind another puts them into the order of its images at its end. The JSON lines are what counts; the
+/// table follows from them.
 class ResultLines
 {
 public:
@@ -42,19 +25,20 @@ public:
     {
         Start_New,    ///< refuses files that are there
         Start_Afresh, ///< empties them
-        Start_Resume  ///< keeps the lines that still hold, drops one that was cut, and writes the table anew
+        Start_Resume  ///< keeps the lines that still hold, and writes the table anew
     };
 
     struct Options
     {
         std::string prefix;
-        std::string recipe; ///< digest
+        std::string recipe;      ///< digest
+        std::size_t regions = 1; ///< of the recipe
         Start start = Start_New;
         bool retry = false; ///< on resuming, leaves out what was refused, to be tried again
     };
 
-    /// @throws HostError when the files are there, are in use by another run, were made by another recipe, or cannot
-    /// be written
+    /// @throws WriteError; HostError when the files are there, are in use by another run, or on resuming were made by
+    /// another recipe, in another form, or not by this program
     explicit ResultLines(Options options);
     ~ResultLines();
     ResultLines(const ResultLines&) = delete;
@@ -63,24 +47,37 @@ public:
     /// Whether an image has a line from before, which means that its file has not changed since.
     bool IsDone(const std::string& image) const { return m_done.contains(image); }
     std::size_t KeptLines() const { return m_done.size(); }
-    /// Lines from before that no longer hold: cut ones, and those of files that have changed.
+    /// Lines from before that no longer hold: damaged ones, cut ones, and those of files that have changed.
     std::size_t DroppedLines() const { return m_dropped; }
+    /// What is wrong with the first 20 damaged ones, a problem for each.
+    const std::vector<Problem>& Damage() const { return m_damage; }
 
-    /// @throws HostError when it cannot be written
+    /// @throws WriteError, also when a file was removed or changed since the last line
     void Add(const ImageResult& result, const FileIdentity& identity);
+    /// Puts the lines into the order of `images`, behind those of other images, and waits until the files are on the
+    /// disk. @throws WriteError as Add; the lines are left in the order in which they were added
+    void Finish(const std::vector<std::string>& images);
 
     std::filesystem::path LineFile() const { return m_options.prefix + ".jsonl"; }
     std::filesystem::path TableFile() const { return m_options.prefix + ".csv"; }
 
 private:
+    class Files;
+
+    /// Files that are to take the place of those that are there.
+    std::unique_ptr<Files> Beside() const;
+    void RemoveParts() const;
     void Resume();
-    bool StillHolds(const nlohmann::ordered_json& line) const;
+    /// @return false when the line is damaged. @throws OtherVersionError
+    bool ReadLine(const std::string& text, std::size_t number, ImageLine& line);
+    /// Whether a line is still true; brings its identity up to date.
+    bool StillHolds(ImageLine& line) const;
 
     Options m_options;
     std::set<std::string> m_done;
     std::size_t m_dropped = 0;
-    int m_lines = -1; ///< descriptors
-    int m_table = -1;
+    std::vector<Problem> m_damage;
+    std::unique_ptr<Files> m_files;
 };
 
 } // namespace narvo

@@ -150,7 +150,7 @@ TEST(GreyImage, FileThatIsNoImageIsNamed)
 TEST(GreyImage, FolderInPlaceOfAFileIsRefused)
 {
     const TestFolder folder;
-    EXPECT_EQ(RefusalOf(folder.Path()).value, "cannot be read");
+    EXPECT_EQ(RefusalOf(folder.Path()).value, "a folder");
 }
 
 TEST(GreyImage, SavedImageReadsBackTheSame)

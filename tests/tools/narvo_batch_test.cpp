@@ -219,8 +219,8 @@ TEST(NarvoBatch, ChangedImageIsDoneAgainAndATouchedOneIsNot)
     EXPECT_EQ(outcome.code, 0);
     EXPECT_THAT(outcome.out, HasSubstr("images: 1 to inspect, 2 done before, 1 earlier results no longer hold\n"));
     const std::vector<json> lines = Lines(folder);
-    EXPECT_THAT(Images(lines), ElementsAre("images/i001.pgm", "images/i002.pgm", "images/i000.pgm"));
-    EXPECT_EQ(lines[2]["regions"], lines[1]["regions"]);
+    EXPECT_THAT(Images(lines), ElementsAre("images/i000.pgm", "images/i001.pgm", "images/i002.pgm"));
+    EXPECT_EQ(lines[0]["regions"], lines[2]["regions"]);
 }
 
 TEST(NarvoBatch, BrokenImageIsOneRefusalAndCanBeRetried)
@@ -241,7 +241,7 @@ TEST(NarvoBatch, BrokenImageIsOneRefusalAndCanBeRetried)
     EXPECT_EQ(RunNarvo(folder, {"inspect", "images", "-r", "panel.recipe.json", "--resume", "-q"}).code, 0);
     EXPECT_EQ(ReadText(folder / "results.jsonl"), before);
     EXPECT_EQ(RunNarvo(folder, {"inspect", "images", "-r", "panel.recipe.json", "--resume", "--retry", "-q"}).code, 7);
-    EXPECT_THAT(Images(Lines(folder)), ElementsAre("images/i000.pgm", "images/i001.pgm", "images/i000a.png"));
+    EXPECT_THAT(Images(Lines(folder)), ElementsAre("images/i000.pgm", "images/i000a.png", "images/i001.pgm"));
 }
 
 TEST(NarvoBatch, ResultsThatAreThereAreNeverLostUnasked)

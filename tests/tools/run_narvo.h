@@ -39,6 +39,17 @@ inline Outcome RunNarvo(const TestFolder& folder, std::initializer_list<std::str
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadText(folder / "out.txt"), ReadText(folder / "error.txt")};
 }
 
+/// Runs a line of bash in the folder, in which `narvo` is the program with a limit of 30 s, after which it is killed
+/// and the code is 137. The line may send the program's streams elsewhere; what it leaves alone is kept.
+inline Outcome RunLine(const TestFolder& folder, const std::string& line)
+{
+    std::ofstream(folder / "line.sh") << "narvo() { timeout -s KILL 30 '" NARVO_PROGRAM "' \"$@\"; }\n" << line << '\n';
+    const std::string place = folder.Path().string();
+    const std::string command = "cd '" + place + "' && bash line.sh > out.txt 2> error.txt < /dev/null";
+    const int status = std::system(command.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadText(folder / "out.txt"), ReadText(folder / "error.txt")};
+}
+
 /// A small panel with its recipe and truth: panel.png and so on.
 inline Outcome MakeSmallPanel(const TestFolder& folder)
 {

@@ -13,13 +13,16 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "host/file/name_text.h"
+#include "host/file/output_file.h"
 #include "host/golden/golden.h"
 #include "host/golden/golden_file.h"
 #include "host/problem.h"
 #include "host/result/overlay.h"
-#include "host/text_file.h"
 #include "tools/exit_code.h"
 #include "tools/golden/golden_score.h"
+#include "tools/inspect/interrupt.h"
+#include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 #include "tools/synthetic/truth.h"
 
@@ -62,6 +65,16 @@ std::vector<GreyImage> Load(const std::vector<std::string>& files, std::vector<P
     return images;
 }
 
+/// What is told of several images: what was not written comes before what was refused, and that before what is
+/// incomplete.
+int Worse(int a, int b)
+{
+    const auto rank = [](int code) {
+        return code == ExitCode_NotWritten ? 3 : code == ExitCode_BadInput ? 2 : code == ExitCode_Incomplete ? 1 : 0;
+    };
+    return rank(a) >= rank(b) ? a : b;
+}
+
 class GoldenRun
 {
 public:
@@ -82,6 +95,8 @@ public:
         if (!m_options.truth.empty() && files.size() != 1)
             throw HostError({{"truth", std::to_string(files.size()) + " images", "one image where truth is a file"}});
 
+        CheckOutputNames(references, files);
+
         std::vector<Problem> found;
         const std::vector<GreyImage> golden = Load(references, found);
         std::vector<TruthDefect> truth;
@@ -93,10 +108,18 @@ public:
             (references.size() == 1 ? "" : " and " + std::to_string(references.size() - 1) + " more") + ", " +
             std::to_string(model.Width()) + " by " + std::to_string(model.Height()) + " pixels");
 
+        const InterruptRequest interrupt;
         Inspector inspector(1, m_options.settings.maxBlobs);
         int worst = ExitCode_Done;
-        for (const std::string& file : files)
-            worst = std::max(worst, InspectOne(inspector, model, file, truth, files.size() > 1));
+        for (std::size_t i = 0; i < files.size(); ++i)
+        {
+            if (interrupt.Token().stop_requested())
+            {
+                Say("interrupted: " + std::to_string(files.size() - i) + " images are left");
+                return ExitCode_Interrupted;
+            }
+            worst = Worse(worst, InspectOne(inspector, model, files[i], truth, PrefixOf(files[i], files.size())));
+        }
         return worst;
     }
 
@@ -107,9 +130,34 @@ private:
             std::cout << text << std::endl;
     }
 
+    /// What the names of an image's files begin with.
+    std::string PrefixOf(const std::filesystem::path& file, std::size_t files) const
+    {
+        if (m_options.output.empty())
+            return std::filesystem::path(file).replace_extension().string();
+        return m_options.output + (files > 1 ? file.stem().string() : "");
+    }
+
+    void CheckOutputNames(const std::vector<std::string>& references, const std::vector<std::string>& files) const
+    {
+        OutputNames names;
+        for (const std::string& reference : references)
+            names.AddInput(reference);
+        names.AddInput(m_options.truth);
+        for (const std::string& file : files)
+        {
+            const std::string prefix = PrefixOf(file, files.size());
+            names.AddInput(file);
+            names.AddOutputs(file, prefix, {".blobs.json", ".blobs.csv", ".overlay.png"});
+            if (m_options.steps)
+                names.AddOutputs(file, prefix, {".reference.png", ".threshold.png"});
+        }
+        names.Check();
+    }
+
     /// One image of several must not keep the others from being inspected. @return exit code
     int InspectOne(Inspector& inspector, const GoldenModel& model, const std::string& file,
-                   const std::vector<TruthDefect>& truth, bool several) const
+                   const std::vector<TruthDefect>& truth, const std::string& prefix) const
     {
         GreyImage image;
         GoldenResult result;
@@ -132,13 +180,6 @@ private:
         }
         Summarise(file, result);
         const std::vector<CRect> missed = Judge(result, truth);
-
-        const std::filesystem::path path(file);
-        std::string prefix = m_options.output;
-        if (prefix.empty())
-            prefix = std::filesystem::path(path).replace_extension().string();
-        else if (several)
-            prefix += path.stem().string();
         try
         {
             Write(prefix, file, image, result, missed);
@@ -186,9 +227,12 @@ private:
                const std::vector<CRect>& missed) const
     {
         nlohmann::ordered_json document = GoldenToJson(result);
-        document["image"] = file;
-        document["references"] =
-            m_options.references.empty() ? std::vector<std::string>{m_options.files.front()} : m_options.references;
+        document["image"] = NameToText(file);
+        document["references"] = nlohmann::ordered_json::array();
+        if (m_options.references.empty())
+            document["references"].push_back(NameToText(m_options.files.front()));
+        for (const std::string& reference : m_options.references)
+            document["references"].push_back(NameToText(reference));
         WriteTextFile(prefix + ".blobs.json", document.dump(2) + "\n");
         WriteTextFile(prefix + ".blobs.csv", GoldenToCsv(result));
         SaveOverlay(prefix + ".overlay.png", image, result.inspection, missed);
@@ -208,23 +252,13 @@ private:
 int RunGolden(const GoldenOptions& options)
 {
     std::error_code error;
-    try
-    {
-        if (!options.truth.empty() && std::filesystem::is_directory(options.truth, error))
-        {
-            ScoreOptions score = options.score;
-            score.folder = options.truth;
-            if (!options.files.empty() || !options.references.empty())
-                throw HostError({{"images", "given", "none where truth is a folder of pairs"}});
-            return RunGoldenScore(score, options.settings, options.quiet);
-        }
+    if (options.truth.empty() || !std::filesystem::is_directory(options.truth, error))
         return GoldenRun(options).Run();
-    }
-    catch (const HostError& problems)
-    {
-        PrintProblems(problems.Problems());
-        return ExitCode_BadInput;
-    }
+    ScoreOptions score = options.score;
+    score.folder = options.truth;
+    if (!options.files.empty() || !options.references.empty())
+        throw HostError({{"images", "given", "none where truth is a folder of pairs"}});
+    return RunGoldenScore(score, options.settings, options.quiet);
 }
 
 } // namespace

@@ -4,13 +4,13 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <fstream>
 #include <iostream>
 #include <optional>
 #include <random>
 #include <sstream>
 #include <string>
 
+#include "host/file/input_file.h"
 #include "host/golden/golden.h"
 #include "host/problem.h"
 #include "tools/exit_code.h"
@@ -68,9 +68,7 @@ struct Totals
 
 std::vector<TruthDefect> LoadBoxes(const std::filesystem::path& file)
 {
-    std::ifstream stream(file);
-    if (!stream)
-        throw HostError({{"truth " + file.string(), "cannot be read", "a readable text file"}});
+    std::istringstream stream(ReadTextFile(file, "truth " + file.string(), "a readable text file"));
     std::vector<TruthDefect> boxes;
     std::string line;
     for (int number = 1; std::getline(stream, line); ++number)

@@ -3,13 +3,15 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
-#include <iostream>
+#include <cstring>
 #include <set>
+#include <sstream>
 #include <string_view>
 
+#include <unistd.h>
+
+#include "host/file/input_file.h"
 #include "host/problem.h"
-#include "host/text_file.h"
 #include "tools/exit_code.h"
 
 namespace narvo
@@ -21,6 +23,7 @@ namespace
 namespace fs = std::filesystem;
 
 constexpr std::array<std::string_view, 8> endings = {".png", ".tif", ".tiff", ".bmp", ".pgm", ".jpg", ".jpeg", ".jpe"};
+constexpr std::size_t nLongestList = std::size_t{256} << 20;
 constexpr std::string_view overlayEnding = ".overlay.png";
 
 bool IsImageName(const fs::path& file)
@@ -57,18 +60,31 @@ std::vector<std::string> FolderImages(const fs::path& folder, const std::vector<
 
 std::vector<std::string> ReadList(const std::string& list)
 {
-    std::ifstream file;
-    if (list != "-")
-        file = OpenTextFile(list, "list " + list, "a readable file with the name of an image in each line");
+    const char* const szWanted = "a readable file with the name of an image in each line";
+    const std::string field = "list " + list;
+    std::string text;
+    const auto take = [&](const char* bytes, std::size_t count)
+    {
+        if (std::memchr(bytes, 0, count) != nullptr || text.size() + count > nLongestList)
+            throw HostError(
+                {{field, text.size() + count > nLongestList ? "longer than 256 MiB" : "no text", szWanted}});
+        text.append(bytes, count);
+    };
+    if (list == "-")
+        ReadStreamPieces(STDIN_FILENO, field, szWanted, take);
+    else
+        ReadFilePieces(list, field, szWanted, take);
     std::vector<std::string> names;
-    std::string line;
-    while (std::getline(list == "-" ? std::cin : file, line))
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
     {
         if (!line.empty() && line.back() == '\r')
             line.pop_back();
         if (!line.empty())
             names.push_back(fs::path(line).lexically_normal().string());
     }
+    if (names.empty())
+        throw HostError({{field, "no images", szWanted}});
     return names;
 }
 

@@ -13,6 +13,7 @@
 #include "tools/exit_code.h"
 #include "tools/inspect/batch_progress.h"
 #include "tools/inspect/interrupt.h"
+#include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 
 namespace narvo
@@ -28,16 +29,28 @@ std::vector<Recipe> LoadQuietly(const std::string& file)
     return LoadRecipes(file);
 }
 
-/// The painted images of the recipes, which may lie among those to inspect.
-std::vector<std::filesystem::path> PaintedImages(const std::vector<Recipe>& recipes, const std::string& recipeFile)
+void CheckOutputNames(const InspectBatchOptions& options, const std::vector<Recipe>& recipes,
+                      const std::vector<std::string>& images)
 {
-    const std::filesystem::path folder = std::filesystem::path(recipeFile).parent_path();
-    std::vector<std::filesystem::path> files;
-    for (const Recipe& recipe : recipes)
-        for (const std::string& name : {recipe.zoneImageFile, recipe.classImageFile, recipe.deadImageFile})
-            if (!name.empty())
-                files.push_back(folder / name);
-    return files;
+    OutputNames names;
+    names.AddRecipe(options.recipe, recipes);
+    if (options.images.list != "-")
+        names.AddInput(options.images.list);
+    for (const std::string& image : images)
+        names.AddInput(image);
+    names.AddOutputs("all images", options.prefix, {".jsonl", ".csv"});
+    names.Check();
+}
+
+/// Damaged lines of an earlier run.
+void ReportDamage(const ResultLines& lines)
+{
+    for (Problem problem : lines.Damage())
+    {
+        problem.field = "warning: " + problem.field;
+        problem.allowed += "; the image is inspected again";
+        PrintProblems({problem});
+    }
 }
 
 void Report(const ImageResult& result, BatchProgress& progress)
@@ -78,19 +91,20 @@ void PrintSummary(const BatchSummary& summary, const BatchProgress& progress, co
     std::cout << "written: " << lines.LineFile().string() << ", " << lines.TableFile().string() << std::endl;
 }
 
-int CodeOf(const HostError& error)
-{
-    const auto unwritten = [](const Problem& problem) { return problem.value.starts_with("cannot be written"); };
-    return std::any_of(error.Problems().begin(), error.Problems().end(), unwritten) ? ExitCode_NotWritten
-                                                                                    : ExitCode_BadInput;
-}
+} // namespace
 
-int Run(InspectBatchOptions& options)
+int RunInspectBatch(InspectBatchOptions options)
 {
     const std::vector<Recipe> recipes = LoadQuietly(options.recipe);
-    options.images.apart = PaintedImages(recipes, options.recipe);
+    options.images.apart = PaintedImages(options.recipe, recipes);
     const std::vector<std::string> names = ListImages(options.images);
-    ResultLines lines({options.prefix, DigestOfRecipes(recipes), options.start, options.retry});
+    CheckOutputNames(options, recipes, names);
+    // Before the threads of the batch; and the batch before the results, which stay as they are if it cannot be made.
+    const InterruptRequest interrupt;
+    const int lanes = options.lanes > 0 ? options.lanes : DefaultLanes(names.size() * recipes.size());
+    Batch batch(recipes, lanes);
+    ResultLines lines({options.prefix, DigestOfRecipes(recipes), recipes.size(), options.start, options.retry});
+    ReportDamage(lines);
 
     std::vector<BatchImage> images;
     std::vector<FileIdentity> identities;
@@ -107,9 +121,6 @@ int Run(InspectBatchOptions& options)
             return LoadGreyImage(name);
         };
 
-    const int lanes = options.lanes > 0 ? options.lanes : DefaultLanes(images.size() * recipes.size());
-    const InterruptRequest interrupt;
-    Batch batch(recipes, lanes);
     if (!options.quiet)
         std::cout << "recipe: " << options.recipe << ", " << recipes.size()
                   << (recipes.size() == 1 ? " region" : " regions") << "\nimages: " << images.size() << " to inspect"
@@ -131,6 +142,7 @@ int Run(InspectBatchOptions& options)
         },
         interrupt.Token());
     progress.Finish();
+    lines.Finish(names);
     if (!options.quiet)
         PrintSummary(summary, progress, lines, images.size(), lanes);
     return summary.stopped       ? ExitCode_Interrupted
@@ -139,26 +151,11 @@ int Run(InspectBatchOptions& options)
                                  : ExitCode_Done;
 }
 
-} // namespace
-
 int DefaultLanes(std::size_t pieces)
 {
     constexpr std::size_t nMost = 64;
     const std::size_t processors = std::max(1U, std::thread::hardware_concurrency());
     return static_cast<int>(std::max<std::size_t>(1, std::min({processors, pieces, nMost})));
-}
-
-int RunInspectBatch(InspectBatchOptions options)
-{
-    try
-    {
-        return Run(options);
-    }
-    catch (const HostError& error)
-    {
-        PrintProblems(error.Problems());
-        return CodeOf(error);
-    }
 }
 
 } // namespace narvo

@@ -13,6 +13,8 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "host/file/name_text.h"
+#include "host/file/output_file.h"
 #include "host/image/grey_image.h"
 #include "host/inspect/batch.h"
 #include "host/inspect/inspector.h"
@@ -24,6 +26,7 @@
 #include "tools/exit_code.h"
 #include "tools/inspect/image_list.h"
 #include "tools/inspect/inspect_batch.h"
+#include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 #include "tools/synthetic/truth.h"
 
@@ -166,8 +169,8 @@ void WriteResults(const std::string& prefix, const InspectOptions& options,
                 table += TableField(region.name) + "," + BlobRow(blob) + "\n";
         }
     }
-    document["image"] = options.images.places[0];
-    document["recipe"] = options.recipe;
+    document["image"] = NameToText(options.images.places[0]);
+    document["recipe"] = NameToText(options.recipe);
     WriteTextFile(prefix + ".blobs.json", document.dump(2) + "\n");
     WriteTextFile(prefix + ".blobs.csv", table);
 }
@@ -207,6 +210,18 @@ int RunSingle(const InspectOptions& options)
                     problem.field = RegionPrefix(i) + problem.field;
                 found.push_back(std::move(problem));
             }
+    const std::string prefix =
+        options.output.empty() ? std::filesystem::path(file).replace_extension().string() : options.output;
+    CollectProblems(found,
+                    [&]
+                    {
+                        OutputNames names;
+                        names.AddInput(file);
+                        names.AddRecipe(options.recipe, recipes);
+                        names.AddInput(options.truth);
+                        names.AddOutputs(file, prefix, {".blobs.json", ".blobs.csv", ".overlay.png"});
+                        names.Check();
+                    });
     std::vector<InspectionResult> regions;
     if (found.empty())
         CollectProblems(found,
@@ -242,19 +257,8 @@ int RunSingle(const InspectOptions& options)
                       std::to_string(truth.size()) + ")\nfalse blobs: " + std::to_string(score.FalseCount()));
     }
 
-    const std::string prefix =
-        options.output.empty() ? std::filesystem::path(file).replace_extension().string() : options.output;
-    const bool written = CollectProblems(found,
-                                         [&]
-                                         {
-                                             WriteResults(prefix, options, regions);
-                                             SaveOverlay(prefix + ".overlay.png", image, all, missed);
-                                         });
-    if (!written)
-    {
-        PrintProblems(found);
-        return ExitCode_NotWritten;
-    }
+    WriteResults(prefix, options, regions);
+    SaveOverlay(prefix + ".overlay.png", image, all, missed);
     progress.Step("written: " + prefix + ".blobs.json, " + prefix + ".blobs.csv, " + prefix + ".overlay.png");
     const bool complete = std::all_of(regions.begin(), regions.end(),
                                       [](const InspectionResult& region) { return region.warnings.empty(); });

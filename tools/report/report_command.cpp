@@ -9,9 +9,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/file/output_file.h"
 #include "host/problem.h"
-#include "host/text_file.h"
 #include "tools/exit_code.h"
+#include "tools/output_names.h"
 #include "tools/report/report_choice.h"
 #include "tools/report/report_illustration.h"
 #include "tools/report/report_inputs.h"
@@ -43,27 +44,38 @@ std::string LocalTime()
     return text;
 }
 
-int WriteReport(const ReportOptions& options, ReportPage& page)
+std::string OutputOf(const ReportOptions& options)
 {
+    if (!options.output.empty())
+        return options.output;
     const fs::path first(options.inputs.files.front());
     std::string stem = (first.parent_path() / first.stem()).string();
     if (IsResultFile(first.string()) && stem.ends_with(".blobs"))
         stem.resize(stem.size() - 6);
-    const std::string output = options.output.empty() ? stem + ".report.html" : options.output;
+    return stem + ".report.html";
+}
+
+void CheckOutputName(const ReportOptions& options, const ReportDraft& draft)
+{
+    OutputNames names;
+    for (const std::string& file : options.inputs.files)
+        names.AddInput(file);
+    names.AddInput(options.inputs.recipe);
+    for (const ReportSource& source : draft.sources)
+        names.AddInput(source.imageFile);
+    names.AddOutputs("the page", OutputOf(options));
+    names.Check();
+}
+
+int WriteReport(const ReportOptions& options, ReportPage& page)
+{
+    const std::string output = OutputOf(options);
     page.title = !options.title.empty()    ? options.title
                  : page.images.size() == 1 ? "Inspection of " + page.images.front().name
                                            : "Inspection of " + std::to_string(page.images.size()) + " images";
     page.made = "narvo " + VersionText() + ", " + LocalTime();
     const std::string text = BuildReportPage(page);
-    try
-    {
-        WriteTextFile(output, text);
-    }
-    catch (const HostError& error)
-    {
-        PrintProblems(error.Problems());
-        return ExitCode_NotWritten;
-    }
+    WriteTextFile(output, text);
     std::size_t defects = 0;
     bool complete = true;
     for (const ReportImage& image : page.images)
@@ -89,6 +101,7 @@ int RunReport(const ReportOptions& options)
         PrintProblems(found);
         return ExitCode_BadInput;
     }
+    CheckOutputName(options, draft);
     Illustrate(draft, ChooseBlobs(draft.page, options.thumbnails));
     return WriteReport(options, draft.page);
 }

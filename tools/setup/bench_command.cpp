@@ -20,12 +20,14 @@
 
 #include "bench/bench_levels.h"
 #include "bench/read_pass.h"
+#include "host/file/name_text.h"
+#include "host/file/output_file.h"
 #include "host/image/grey_image.h"
 #include "host/inspect/inspector.h"
 #include "host/problem.h"
 #include "host/recipe/recipe.h"
-#include "host/text_file.h"
 #include "tools/exit_code.h"
+#include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 
 namespace narvo
@@ -261,8 +263,8 @@ void Measure(const BenchOptions& options, const GreyImage& image, const std::vec
     if (options.json.empty())
         return;
     const nlohmann::ordered_json document = {{"version", nBenchVersion},
-                                             {"image", options.image},
-                                             {"recipe", options.recipe},
+                                             {"image", NameToText(options.image)},
+                                             {"recipe", NameToText(options.recipe)},
                                              {"width", image.Width()},
                                              {"height", image.Height()},
                                              {"inspected_pixels", measurement.Pixels()},
@@ -277,24 +279,23 @@ void Measure(const BenchOptions& options, const GreyImage& image, const std::vec
 
 int RunBench(const BenchOptions& options)
 {
-    try
+    GreyImage image;
+    std::vector<Recipe> recipes;
     {
-        GreyImage image;
-        std::vector<Recipe> recipes;
-        {
-            const QuietCodecs quiet;
-            image = LoadGreyImage(options.image);
-            recipes = LoadRecipes(options.recipe);
-        }
-        Measure(options, image, recipes);
-        return ExitCode_Done;
+        const QuietCodecs quiet;
+        image = LoadGreyImage(options.image);
+        recipes = LoadRecipes(options.recipe);
     }
-    catch (const HostError& error)
+    if (!options.json.empty() && options.json != "-")
     {
-        PrintProblems(error.Problems());
-        const bool unwritten = error.Problems().front().value == "cannot be written";
-        return unwritten ? ExitCode_NotWritten : ExitCode_BadInput;
+        OutputNames names;
+        names.AddInput(options.image);
+        names.AddRecipe(options.recipe, recipes);
+        names.AddOutputs("--json", options.json);
+        names.Check();
     }
+    Measure(options, image, recipes);
+    return ExitCode_Done;
 }
 
 } // namespace

@@ -16,6 +16,7 @@
 #include "host/problem.h"
 #include "host/recipe/recipe.h"
 #include "tools/exit_code.h"
+#include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 #include "tools/setup/pitch_plot.h"
 
@@ -53,6 +54,17 @@ std::string Describe(const char* name, const AxisPitch& axis)
 
 int RunPitch(const PitchOptions& options)
 {
+    const std::string zones = std::filesystem::path(options.recipe).replace_extension(".zones.png").string();
+    OutputNames names;
+    names.AddInput(options.image);
+    if (!options.plot.empty())
+        names.AddOutputs("--plot", options.plot);
+    if (!options.recipe.empty())
+    {
+        names.AddOutputs("--recipe", options.recipe);
+        names.AddOutputs("the recipe's zones", zones);
+    }
+    names.Check();
     PitchResult result;
     Recipe recipe;
     bool found = false;
@@ -75,26 +87,17 @@ int RunPitch(const PitchOptions& options)
     }
     std::cout << Describe("x", result.x) << '\n' << Describe("y", result.y) << std::endl;
 
-    try
+    if (!options.plot.empty())
     {
-        if (!options.plot.empty())
-        {
-            SavePitchPlot(options.plot, result);
-            std::cout << "plot:   " << options.plot << std::endl;
-        }
-        if (found && !options.recipe.empty())
-        {
-            const std::string zones = std::filesystem::path(options.recipe).replace_extension(".zones.png").string();
-            recipe.zoneImageFile = std::filesystem::path(zones).filename().string();
-            SaveGreyImage(zones, recipe.zoneImage);
-            SaveRecipe(options.recipe, recipe);
-            std::cout << "recipe: " << options.recipe << "\nzones:  " << zones << std::endl;
-        }
+        SavePitchPlot(options.plot, result);
+        std::cout << "plot:   " << options.plot << std::endl;
     }
-    catch (const HostError& error)
+    if (found && !options.recipe.empty())
     {
-        PrintProblems(error.Problems());
-        return ExitCode_NotWritten;
+        recipe.zoneImageFile = std::filesystem::path(zones).filename().string();
+        SaveGreyImage(zones, recipe.zoneImage);
+        SaveRecipe(options.recipe, recipe);
+        std::cout << "recipe: " << options.recipe << "\nzones:  " << zones << std::endl;
     }
     if (found)
         return ExitCode_Done;

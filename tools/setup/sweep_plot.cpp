@@ -11,9 +11,9 @@
 
 #include <opencv2/imgproc.hpp>
 
+#include "host/file/output_file.h"
 #include "host/image/cv_image.h"
 #include "host/problem.h"
-#include "host/text_file.h"
 
 namespace narvo
 {

@@ -13,11 +13,13 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/file/output_file.h"
 #include "host/inspect/batch.h"
 #include "host/problem.h"
 #include "host/recipe/recipe_check.h"
-#include "host/text_file.h"
 #include "tools/exit_code.h"
+#include "tools/inspect/interrupt.h"
+#include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 #include "tools/setup/sweep.h"
 #include "tools/setup/sweep_plot.h"
@@ -62,6 +64,22 @@ void Count(SweepPoint& point, const InspectionResult& result, const std::vector<
     point.falseBlobs += score.FalseCount();
 }
 
+void CheckOutputNames(const TuneOptions& options, const Recipe& recipe, const std::string& prefix,
+                      const std::string& plot)
+{
+    OutputNames names;
+    names.AddRecipe(options.recipe, {recipe});
+    for (const std::string& file : options.images)
+        names.AddInput(file);
+    for (const std::string& file : options.truth)
+        names.AddInput(file);
+    names.AddOutputs("the table", prefix, {".tune.csv"});
+    names.AddOutputs("the picture", plot);
+    if (!options.save.empty())
+        names.AddOutputs("--save", options.save);
+    names.Check();
+}
+
 int RunTune(const TuneOptions& options)
 {
     std::vector<Problem> found;
@@ -81,6 +99,11 @@ int RunTune(const TuneOptions& options)
     const std::string extension = std::filesystem::path(options.plot).extension().string();
     if (!options.plot.empty() && extension != ".svg" && extension != ".png")
         found.push_back({"--plot", options.plot, "a name in .svg or .png"});
+
+    const std::string prefix =
+        options.output.empty() ? std::filesystem::path(options.recipe).replace_extension().string() : options.output;
+    const std::string plot = options.plot.empty() ? prefix + ".tune.svg" : options.plot;
+    collect([&] { CheckOutputNames(options, recipe, prefix, plot); });
 
     Sweep sweep;
     std::vector<Recipe> recipes;
@@ -118,15 +141,24 @@ int RunTune(const TuneOptions& options)
     std::vector<BatchImage> images;
     for (const std::string& image : options.images)
         images.push_back(ImageFromFile(image));
+    BatchSummary summary;
     {
+        const InterruptRequest interrupt;
         const QuietCodecs quiet;
-        batch->Run(images,
-                   [&](const ImageResult& result)
-                   {
-                       found.insert(found.end(), result.problems.begin(), result.problems.end());
-                       for (std::size_t i = 0; i < result.regions.size(); ++i)
-                           Count(sweep.points[i], result.regions[i], truth.empty() ? nullptr : &truth[result.number]);
-                   });
+        summary = batch->Run(
+            images,
+            [&](const ImageResult& result)
+            {
+                found.insert(found.end(), result.problems.begin(), result.problems.end());
+                for (std::size_t i = 0; i < result.regions.size(); ++i)
+                    Count(sweep.points[i], result.regions[i], truth.empty() ? nullptr : &truth[result.number]);
+            },
+            interrupt.Token());
+    }
+    if (summary.stopped)
+    {
+        std::cerr << "narvo: interrupted, nothing is written\n";
+        return ExitCode_Interrupted;
     }
     if (!found.empty())
     {
@@ -145,22 +177,10 @@ int RunTune(const TuneOptions& options)
         std::cout << "proposed: none, since no value " << (sweep.hasTruth ? "qualifies" : "lies in a steady run")
                   << '\n';
 
-    const std::string prefix =
-        options.output.empty() ? std::filesystem::path(options.recipe).replace_extension().string() : options.output;
-    const std::string plot = options.plot.empty() ? prefix + ".tune.svg" : options.plot;
-    collect(
-        [&]
-        {
-            WriteTextFile(prefix + ".tune.csv", SweepCsv(sweep));
-            SaveSweepPlot(plot, sweep, proposal);
-            if (!options.save.empty() && proposal)
-                SaveRecipe(options.save, recipes[proposal->point]);
-        });
-    if (!found.empty())
-    {
-        PrintProblems(found);
-        return ExitCode_NotWritten;
-    }
+    WriteTextFile(prefix + ".tune.csv", SweepCsv(sweep));
+    SaveSweepPlot(plot, sweep, proposal);
+    if (!options.save.empty() && proposal)
+        SaveRecipe(options.save, recipes[proposal->point]);
     if (!options.quiet)
         std::cout << "written: " << prefix << ".tune.csv, " << plot
                   << (options.save.empty() || !proposal ? "" : ", " + options.save) << '\n';

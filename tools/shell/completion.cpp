@@ -1,7 +1,7 @@
 // Scripts from the command tree: words of commands and options, and file names where a value is wanted.
 #include "tools/shell/completion.h"
 
-#include "host/text_file.h"
+#include "host/file/output_file.h"
 
 namespace narvo
 {

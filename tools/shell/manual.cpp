@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
+#include "host/file/output_file.h"
 #include "host/problem.h"
-#include "host/text_file.h"
 #include "tools/command.h"
 #include "tools/exit_code.h"
 

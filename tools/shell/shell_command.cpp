@@ -30,18 +30,10 @@ struct ManualOptions
 
 int RunManual(const ManualOptions& options, const std::vector<CommandText>& tree)
 {
-    try
-    {
-        if (!options.folder.empty())
-            WriteManual(options.folder, tree);
-        if (!options.completions.empty())
-            WriteCompletions(options.completions, tree);
-    }
-    catch (const HostError& error)
-    {
-        PrintProblems(error.Problems());
-        return ExitCode_NotWritten;
-    }
+    if (!options.folder.empty())
+        WriteManual(options.folder, tree);
+    if (!options.completions.empty())
+        WriteCompletions(options.completions, tree);
     if (!options.folder.empty() || !options.completions.empty())
         return ExitCode_Done;
     const auto found = std::find_if(tree.begin(), tree.end(),

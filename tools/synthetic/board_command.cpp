@@ -40,22 +40,14 @@ int RunBoard(const BoardOptions& options)
     const std::string image = options.output + ".png";
     const std::string truth = options.output + ".truth.json";
     std::string written;
-    try
+    for (std::size_t i = 0; i < board.references.size(); ++i)
     {
-        for (std::size_t i = 0; i < board.references.size(); ++i)
-        {
-            const std::string file = options.output + ".good" + (i == 0 ? "" : std::to_string(i + 1)) + ".png";
-            SaveGreyImage(file, board.references[i]);
-            written += "reference: " + file + "\n";
-        }
-        SaveGreyImage(image, board.image);
-        SaveTruth(truth, std::filesystem::path(image).filename().string(), board.truth);
+        const std::string file = options.output + ".good" + (i == 0 ? "" : std::to_string(i + 1)) + ".png";
+        SaveGreyImage(file, board.references[i]);
+        written += "reference: " + file + "\n";
     }
-    catch (const HostError& error)
-    {
-        PrintProblems(error.Problems());
-        return ExitCode_NotWritten;
-    }
+    SaveGreyImage(image, board.image);
+    SaveTruth(truth, std::filesystem::path(image).filename().string(), board.truth);
     if (!options.quiet)
         std::cout << "defects placed: " << board.truth.size() << " of " << options.plan.defects << "\n"
                   << written << "image: " << image << "\ntruth: " << truth << std::endl;

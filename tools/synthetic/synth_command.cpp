@@ -50,19 +50,11 @@ int RunSynth(const SynthOptions& options)
     const std::string zones = options.output + ".zones.png";
     const std::string recipe = options.output + ".recipe.json";
     const std::string truth = options.output + ".truth.json";
-    try
-    {
-        SaveGreyImage(image, panel.image);
-        SaveGreyImage(zones, panel.recipe.zoneImage);
-        panel.recipe.zoneImageFile = std::filesystem::path(zones).filename().string();
-        SaveRecipe(recipe, panel.recipe);
-        SaveTruth(truth, std::filesystem::path(image).filename().string(), panel.truth);
-    }
-    catch (const HostError& error)
-    {
-        PrintProblems(error.Problems());
-        return ExitCode_NotWritten;
-    }
+    SaveGreyImage(image, panel.image);
+    SaveGreyImage(zones, panel.recipe.zoneImage);
+    panel.recipe.zoneImageFile = std::filesystem::path(zones).filename().string();
+    SaveRecipe(recipe, panel.recipe);
+    SaveTruth(truth, std::filesystem::path(image).filename().string(), panel.truth);
     say("defects placed: " + std::to_string(panel.truth.size()) + " of " + std::to_string(plan.defects));
     say("image:  " + image + "\nzones:  " + zones + "\nrecipe: " + recipe + "\ntruth:  " + truth);
     return ExitCode_Done;

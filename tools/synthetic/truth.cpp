@@ -2,14 +2,16 @@
 #include "tools/synthetic/truth.h"
 
 #include <algorithm>
-#include <fstream>
 #include <map>
 #include <sstream>
 
 #include <nlohmann/json.hpp>
 
+#include "host/file/input_file.h"
+#include "host/file/name_text.h"
+#include "host/file/output_file.h"
 #include "host/problem.h"
-#include "host/text_file.h"
+#include "host/recipe/recipe.h"
 #include "tools/synthetic/boxes.h"
 
 namespace narvo
@@ -81,15 +83,14 @@ void SaveTruth(const std::filesystem::path& file, const std::string& imageName, 
                            {"right", defect.box.right},
                            {"bottom", defect.box.bottom},
                            {"contrast", defect.contrast}});
-    const ordered_json document = {{"version", nTruthVersion}, {"image", imageName}, {"defects", defects}};
+    const ordered_json document = {{"version", nTruthVersion}, {"image", NameToText(imageName)}, {"defects", defects}};
     WriteTextFile(file, document.dump(2) + "\n");
 }
 
 std::vector<TruthDefect> LoadTruth(const std::filesystem::path& file)
 {
     const std::string name = "truth " + file.string();
-    std::ifstream stream = OpenTextFile(file, name);
-    const json document = json::parse(stream, nullptr, false);
+    const json document = ParseJsonText(ReadTextFile(file, name), name);
     if (!document.is_object() || !document.contains("defects") || !document["defects"].is_array())
         throw HostError({{name, "no list of defects", "a JSON object with version and defects"}});
 

@@ -1,0 +1,18 @@
+// File names as text. A name is any bytes, and JSON holds UTF-8 alone, so what is not UTF-8 is escaped, and every name
+// comes back as it was.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace narvo
+{
+
+/// A byte that is no part of valid UTF-8 becomes % and two capital hexadecimal digits ("%FF"); a % that would be read
+/// as such an escape becomes "%25". All other names stay as they are.
+std::string NameToText(std::string_view name);
+
+/// The name that NameToText wrote.
+std::string NameFromText(std::string_view text);
+
+} // namespace narvo
