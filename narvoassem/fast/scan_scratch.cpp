@@ -1,13 +1,14 @@
 // Holds each thread's working memory.
 #include "narvoassem/fast/scan_scratch.h"
 
+#include "narvoassem/thread_memory.h"
+
 namespace narvo
 {
 
 CScanScratch& GetScanScratch()
 {
-    thread_local CScanScratch scratch;
-    return scratch;
+    return CThreadMemory<CScanScratch>::Get();
 }
 
 } // namespace narvo

@@ -8,6 +8,7 @@
 
 #include "narvoassem/grow_buffer.h"
 #include "narvoassem/modes/average_rows.h"
+#include "narvoassem/thread_memory.h"
 #include "narvoassem/wrap_int.h"
 
 namespace
@@ -180,8 +181,7 @@ struct CAverageScratch
 
 CAverageScratch& GetScratch()
 {
-    thread_local CAverageScratch scratch;
-    return scratch;
+    return narvo::CThreadMemory<CAverageScratch>::Get();
 }
 
 /// Table and tests row by row: while one row of the table is built, the row above its windows is tested, so that the

@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "narvoassem/grow_buffer.h"
+#include "narvoassem/thread_memory.h"
 
 namespace narvo
 {
@@ -13,7 +14,7 @@ namespace narvo
 /// thread takes the block over: one user at a time.
 inline int* GetThreadScratch(std::size_t nWords)
 {
-    thread_local CGrowBuffer<int> scratch;
+    CGrowBuffer<int>& scratch = CThreadMemory<CGrowBuffer<int>>::Get();
     return scratch.Renew(nWords) ? scratch.Data() : nullptr;
 }
 
