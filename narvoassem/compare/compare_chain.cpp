@@ -1,6 +1,8 @@
 // Kernel calls from the engine's fields, and the steps from pairs to blobs.
 #include "narvoassem/compare/compare_chain.h"
 
+#include <algorithm>
+
 namespace narvo
 {
 
@@ -19,6 +21,11 @@ void FillKernelCall(CKernelCall& call, CPairStorage& store, int* pEndLine)
     call.pConvPitchTable = param.pConvPitchTable;
     call.pConvWeightNear = param.pConvWeightNear;
     call.pConvWeightFar = param.pConvWeightFar;
+}
+
+void BoundByEngine(CKernelCall& call, const CConvParam& param)
+{
+    call.image.nRows = std::max(param.nImageHeight, 0);
 }
 
 void BuildBlobs(CBlobStorage& store, const CBlobSteps& steps)

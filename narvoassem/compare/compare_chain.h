@@ -15,6 +15,10 @@ inline constexpr int nVerticalPairLimit = 100000;
 /// driver's.
 void FillKernelCall(CKernelCall& call, CPairStorage& store, int* pEndLine);
 
+/// Members that are called directly know the image's height from the engine's parameters; 0 or less stands for
+/// unknown.
+void BoundByEngine(CKernelCall& call, const CConvParam& param);
+
 /// How the pairs of a comparison become blobs.
 struct CBlobSteps
 {

@@ -20,6 +20,7 @@ int CNarvoAssem::ConvFloatVert_Intrin(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VERT_TA
 {
     CFloatCall call;
     NARVO_TAKE_FLOAT_ARGUMENTS(call);
+    narvo::BoundByEngine(call, ConvParam);
     call.pParam = &ConvParam;
     return RunFloatKernel(FloatKernel::VertIntrin, call);
 }
@@ -29,6 +30,7 @@ int CNarvoAssem::ConvFloatVTD_Intrin(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VTD_TAIL
 {
     CFloatCall call;
     NARVO_TAKE_FLOAT_ARGUMENTS(call);
+    narvo::BoundByEngine(call, ConvParam);
     call.pScanPitchTable = pScanPitchTable;
     call.nVtdPitch16 = nPitch16Second;
     call.pParam = &ConvParam;

@@ -1,5 +1,6 @@
 // The pixel kernels that are members of the engine: the same kernels with the engine's dead zones and second
 // thresholds.
+#include "narvoassem/compare/compare_chain.h"
 #include "narvoassem/compare/pixel_twice.h"
 #include "narvoassem/fast/kernel_args.h"
 #include "narvoassem/fast/kernel_call.h"
@@ -19,6 +20,7 @@ int CNarvoAssem::ConvPixel_Intrin(NARVO_PIXEL_ARGUMENTS, int* pEndLine)
 {
     CPixelCall call;
     NARVO_TAKE_PIXEL_ARGUMENTS(call);
+    narvo::BoundByEngine(call, ConvParam);
     return RunPixelKernel(PixelKernel::HoriIntrin, call);
 }
 
@@ -28,6 +30,7 @@ int CNarvoAssem::ConvPixelVertS_Intrin(NARVO_PIXEL_ARGUMENTS, short* pStripBuffe
 {
     CPixelCall call;
     NARVO_TAKE_PIXEL_ARGUMENTS(call);
+    narvo::BoundByEngine(call, ConvParam);
     call.second = {ConvParam.nBlackFilterGray, ConvParam.nBlackFilterGain};
     call.pParam = &ConvParam;
     return RunPixelKernel(PixelKernel::VertIntrin, call);
@@ -39,6 +42,7 @@ int CNarvoAssem::ConvPixelVTDS_Intrin(NARVO_PIXEL_VTD_ARGUMENTS, short* pStripBu
 {
     CPixelCall call;
     NARVO_TAKE_PIXEL_ARGUMENTS(call);
+    narvo::BoundByEngine(call, ConvParam);
     call.pScanPitchTable = pScanPitchTable;
     call.second = {ConvParam.nBlackFilterGray, ConvParam.nBlackFilterGain};
     call.pParam = &ConvParam;
@@ -50,6 +54,7 @@ int CNarvoAssem::ConvPixel_Intrin_Twice(NARVO_PIXEL_ARGUMENTS, int* pEndLine, st
 {
     CPixelCall call;
     NARVO_TAKE_PIXEL_ARGUMENTS(call);
+    narvo::BoundByEngine(call, ConvParam);
     return narvo::RunPixelTwice(*this, PixelKernel::HoriIntrin, call, nTwicePitch16,
                                 {nTwiceThreshold, nTwiceThresholdGain});
 }
@@ -60,6 +65,7 @@ int CNarvoAssem::ConvPixelVertS_Intrin_Twice(NARVO_PIXEL_ARGUMENTS, short* pStri
 {
     CPixelCall call;
     NARVO_TAKE_PIXEL_ARGUMENTS(call);
+    narvo::BoundByEngine(call, ConvParam);
     call.second = {ConvParam.nBlackFilterGray, ConvParam.nBlackFilterGain};
     call.pParam = &ConvParam;
     return narvo::RunPixelTwice(*this, PixelKernel::VertIntrin, call, nTwicePitch16,

@@ -1,4 +1,5 @@
 // The zone kernels that are members of the engine: the same kernels with the engine's dead zones and second thresholds.
+#include "narvoassem/compare/compare_chain.h"
 #include "narvoassem/fast/kernel_args.h"
 #include "narvoassem/fast/kernel_call.h"
 #include "narvoassem/fast/zone_table.h"
@@ -18,6 +19,7 @@ int CNarvoAssem::ConvZoneVert2S_Intrin(NARVO_ZONE_ARGUMENTS, short* pStripBuffer
 {
     CZoneCall call;
     NARVO_TAKE_ZONE_ARGUMENTS(call);
+    narvo::BoundByEngine(call, ConvParam);
     call.pParam = &ConvParam;
     return RunZoneKernel(ZoneKernel::Vert2S, call);
 }
@@ -28,6 +30,7 @@ int CNarvoAssem::ConvZoneVert2S_TSP_Intrin(NARVO_ZONE_ARGUMENTS, short* pStripBu
 {
     CZoneCall call;
     NARVO_TAKE_ZONE_ARGUMENTS(call);
+    narvo::BoundByEngine(call, ConvParam);
     call.pParam = &ConvParam;
     return RunZoneKernel(ZoneKernel::Vert2STsp, call);
 }
@@ -38,6 +41,7 @@ int CNarvoAssem::ConvZoneVert2S_BlackFilter(NARVO_ZONE_ARGUMENTS, short* pStripB
 {
     CZoneCall call;
     NARVO_TAKE_ZONE_ARGUMENTS(call);
+    narvo::BoundByEngine(call, ConvParam);
     call.pParam = &ConvParam;
     return RunZoneKernel(ZoneKernel::Vert2SBlack, call);
 }
@@ -48,6 +52,7 @@ int CNarvoAssem::ConvZoneVTD_Intrin(NARVO_ZONE_VTD_ARGUMENTS, std::int64_t nVtdP
 {
     CZoneCall call;
     NARVO_TAKE_ZONE_ARGUMENTS(call);
+    narvo::BoundByEngine(call, ConvParam);
     call.pScanPitchTable = pScanPitchTable;
     call.nVtdPitch16 = nVtdPitch16;
     call.pParam = &ConvParam;

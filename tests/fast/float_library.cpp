@@ -86,6 +86,7 @@ void RunPublic(const CFloatScene& scene, CKernelOutcome& outcome)
     short* pStrip = aStrip.data();
     short* pStrip2 = aStrip2.data();
     engine.ConvParam = scene.param;
+    engine.ConvParam.nImageHeight = static_cast<int>(c.image.nRows);
 
     switch (scene.eKernel)
     {

@@ -6,6 +6,7 @@
 
 #include "fast/pixel_random_scene.h"
 #include "fast/reference_check.h"
+#include "narvoassem/narvoassem.h"
 #include "support/guarded_memory.h"
 #include "support/images.h"
 
@@ -67,13 +68,14 @@ TEST_P(PixelKernelsGuarded, WholeImageIsReadToItsBordersAndNoFurther)
                 scene.call.pMask = pMaskPlace;
             }
             ASSERT_TRUE(check.Agrees(scene, byCall, ReplayHint(nSeed)));
-            if (!StaysInsideTheRegion(scene))
+            // Members know the image's height from their engine.
+            if (!StaysInsideTheRegion(scene) && !IsMember(scene.eKernel))
                 continue;
             ASSERT_TRUE(check.Agrees(scene, byName, "by name; " + ReplayHint(nSeed)));
             nByName++;
         }
     }
-    EXPECT_EQ(nByName > 0, !IsHorizontal(GetParam()));
+    EXPECT_EQ(nByName > 0, !IsHorizontal(GetParam()) || IsMember(GetParam()));
 }
 
 TEST_P(PixelKernelsGuarded, TablesAreReadWhereTheRegionReachesAndNoFurther)
@@ -137,6 +139,40 @@ TEST_P(PixelKernelsGuarded, TablesAreReadWhereTheRegionReachesAndNoFurther)
             ASSERT_TRUE(check.Agrees(scene, byName, "by name; " + ReplayHint(nSeed)));
         }
     }
+}
+
+/// The region ends with the image's last column and row; the reference of its last pixel lies behind both.
+TEST(PixelMembersGuarded, KernelsOfTwoPassesEndWithTheImage)
+{
+    constexpr int nWidth = 48;
+    constexpr int nHeight = 20;
+    constexpr std::int64_t nPitch16 = 16 * 16 + 5;
+    const CGuardedMemory image(nRoom, CGuardedMemory::Flush::Back);
+    unsigned char* const pImage = image.Data() + image.Size() - nWidth * nHeight;
+    std::fill_n(pImage, nWidth * nHeight, static_cast<unsigned char>(100));
+    pImage[10 * nWidth + 24] = 200;
+
+    CNarvoAssem engine;
+    ASSERT_EQ(engine.InitAssem(0, 100), 1);
+    CConvParam& param = engine.ConvParam;
+    param.pImage = pImage;
+    param.nImageWidth = nWidth;
+    param.nImageHeight = nHeight;
+    param.rtInspect.SetRect(0, 0, nWidth, nHeight);
+    param.nConvWidth = param.nConvHeight = 2;
+    param.dConvPitch = param.dScanPitch = param.dTwicePitch = 16.0;
+    param.nConvMultiple = param.nScanMultiple = 1;
+
+    int nEndLine = 0;
+#define TWICE_VALUES                                                                                                   \
+    pImage, 20, engine.nPixelSize, 0, 0, nWidth, 0, nHeight, engine.pPixelX, engine.pPixelY, engine.pPixelType,        \
+        engine.pPeak, engine.pSrcGray, engine.pCmpGray, engine.pZoneIndex, engine.pThreshold, nWidth, nPitch16, 0, 0,  \
+        nullptr, nullptr, 0, nullptr, engine.pPair, 0, engine.nPairSize, sizeof(CDefectPair), 0, 0, 0, 0, 0, 255, 1
+    EXPECT_GT(engine.ConvPixel_Intrin(TWICE_VALUES, &nEndLine), 0);
+    EXPECT_GT(engine.ConvPixel_Intrin_Twice(TWICE_VALUES, &nEndLine, nPitch16 + 3, 20, 0), 0);
+    std::vector<short> strip((nHeight + 2) * 16);
+    EXPECT_GE(engine.ConvPixelVertS_Intrin_Twice(TWICE_VALUES, strip.data(), &nEndLine, 0, 4 * 16 + 3, 20, 0), 0);
+#undef TWICE_VALUES
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, PixelKernelsGuarded, testing::ValuesIn(AllPixelKernels()),

@@ -53,6 +53,7 @@ void RunPublic(const CPixelScene& scene, CKernelOutcome& outcome)
     short* pStrip = aStrip.data();
 
     engine.ConvParam = scene.param;
+    engine.ConvParam.nImageHeight = Int(c.image.nRows);
     engine.ConvParam.nBlackFilterGray = Int(c.second.nBase);
     engine.ConvParam.nBlackFilterGain = Int(c.second.nGain);
 

@@ -73,7 +73,8 @@ TEST_P(ZoneKernelsGuarded, WholeImageIsReadToItsBordersAndNoFurther)
             std::memcpy(pPlace, pImage, nBytes);
             scene.call.image.pPixels = pPlace;
             ASSERT_TRUE(check.Agrees(scene, byCall, ReplayHint(nSeed)));
-            if (!StaysInsideTheRegion(GetParam()))
+            // Members know the image's height from their engine.
+            if (!StaysInsideTheRegion(GetParam()) && !IsMember(GetParam()))
                 continue;
             ASSERT_TRUE(check.Agrees(scene, byName, "by name; " + ReplayHint(nSeed)));
         }

@@ -116,7 +116,10 @@ void RunPublic(const CZoneScene& scene, CKernelOutcome& outcome)
     std::vector<short> aStrip(static_cast<std::size_t>((c.region.nBottom - c.region.nTop + 2) * 16), nShortUntouched);
     short* pStrip = aStrip.data();
     if (IsMember(scene.eKernel))
+    {
         engine.ConvParam = scene.param;
+        engine.ConvParam.nImageHeight = static_cast<int>(c.image.nRows);
+    }
 
     switch (scene.eKernel)
     {
