@@ -4,28 +4,13 @@
 #include <cstddef>
 #include <new>
 
+#include "narvoassem/band_plan.h"
 #include "narvoassem/narvoassem.h"
 
 namespace
 {
 
 constexpr int nResultBadParameter = 8;
-
-/// Moves the grid entry of *pParam to the first record of its row that lies right of the region's left side. Records
-/// count as two ints, also where flagged records have three. @return 0 when the row has no such record
-int MoveOriginEntry(CConvParam* pParam)
-{
-    int* pRecord = pParam->pZoneOriginTable;
-    for (int i = 0; i < pParam->nZoneColumns; ++i, pRecord += 2)
-    {
-        if (*pRecord > pParam->rtInspect.left)
-        {
-            pParam->pZoneOriginTable = pRecord;
-            return 1;
-        }
-    }
-    return 0;
-}
 
 } // namespace
 
@@ -57,8 +42,13 @@ int CAssemThreadControl::Inspect(int nIndex, CConvParam* pParam)
 {
     if (nIndex < 0 || nIndex >= nAssemCount || pParam == nullptr)
         return nResultBadParameter;
-    if (pParam->pZoneOriginTable != nullptr && MoveOriginEntry(pParam) == 0)
-        return nResultBadParameter;
+    if (pParam->pZoneOriginTable != nullptr)
+    {
+        const int nEntry = narvo::FindBandEntry(*pParam);
+        if (nEntry < 0)
+            return nResultBadParameter;
+        pParam->pZoneOriginTable += std::ptrdiff_t{2} * nEntry;
+    }
     pAssem[nIndex].ResetNarvoAssem();
     return pAssem[nIndex].Inspect_Rect(pParam);
 }

@@ -2,19 +2,48 @@
 #include "narvoassem/narvoassem.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <new>
 
+#include "narvoassem/band_plan.h"
+#include "narvoassem/check_bounds.h"
+#include "narvoassem/forked_child.h"
 #include "narvoassem/memory_shortage.h"
 #include "narvoassem/wrap_int.h"
 
 namespace
 {
 
-/// Pixels along the split axis that are worth a thread.
-constexpr int nPixelsPerBand = 2000;
-/// Bands begin at multiples of this from the region's start, so that strips of 16 columns keep their places.
-constexpr int nBandAlignment = 64;
+constexpr int nResultDone = 1;
+constexpr int nResultBadParameter = 8;
+constexpr int nResultPartial = 16;
+
+/// Runs one band. Its answer is not looked at, as the interface has it: the guard has been asked before the fork,
+/// coverage shows in the sum of pairs, and lack of memory in what is handed back.
+/// @return whether part of the band was not looked at for want of memory
+bool RunBand(CAssemThreadControl& pool, const narvo::CBandPlan& plan, int nBand)
+{
+    CConvParam band = plan.MakeBand(nBand);
+    narvo::ClearMemoryShortage();
+    pool.Inspect(nBand, &band);
+    return narvo::HadMemoryShortage();
+}
+
+/// Runs all bands, each on a thread of its own where there are threads to be had. @return as RunBand, for any of them
+bool RunBands(CAssemThreadControl& pool, const narvo::CBandPlan& plan)
+{
+    const int nBands = plan.GetCount();
+    bool bShortage = false;
+    if (narvo::IsForkedChild())
+    {
+        for (int i = 0; i < nBands; ++i)
+            bShortage = RunBand(pool, plan, i) || bShortage;
+        return bShortage;
+    }
+#pragma omp parallel for num_threads(nBands) schedule(static) reduction(|| : bShortage)
+    for (int i = 0; i < nBands; ++i)
+        bShortage = RunBand(pool, plan, i) || bShortage;
+    return bShortage;
+}
 
 } // namespace
 
@@ -32,45 +61,27 @@ int CNarvoAssem::EnableInternalThread(int nThreads, int nDefectSize)
 int CNarvoAssem::Inspect_RectThread(CConvParam* pParam)
 {
     if (pThreadControl == nullptr || pParam == nullptr)
-        return 8;
-
-    const CRect& rtInspect = pParam->rtInspect;
-    const bool bColumns = pParam->nDirection == 1;
-    const int nSpan = bColumns ? rtInspect.Width() : rtInspect.Height();
-    const int nStart = bColumns ? rtInspect.left : rtInspect.top;
-    const int nEnd = bColumns ? rtInspect.right : rtInspect.bottom;
-
-    const int nBands = std::min(nSpan / nPixelsPerBand, pThreadControl->GetCount());
-    if (nBands < 1)
+        return nResultBadParameter;
+    const narvo::CBandPlan plan(*pParam, pThreadControl->GetCount());
+    if (plan.GetCount() < 1)
         return Inspect_Rect(pParam);
-    // Single precision as the interface has it; 64 bits because a float may round a span up past the largest int.
-    const auto nExactSize = static_cast<std::int64_t>(static_cast<float>(nSpan) / static_cast<float>(nBands));
-    const int nBandSize = static_cast<int>(nExactSize / nBandAlignment * nBandAlignment);
-
-    CAssemThreadControl* const pPool = pThreadControl;
-    bool bShortage = false;
-#pragma omp parallel for num_threads(nBands) schedule(static) reduction(|| : bShortage)
-    for (int i = 0; i < nBands; ++i)
-    {
-        CConvParam band(*pParam);
-        // Left and right whatever the direction: only column bands are meant to come here.
-        band.rtInspect.left = narvo::WrapAdd(narvo::WrapMul(nBandSize, i), nStart);
-        band.rtInspect.right = i == nBands - 1 ? nEnd : narvo::WrapAdd(band.rtInspect.left, nBandSize);
-        // A band that fails or overflows leaves what it has; the coverage shows in the sum of pairs below, and lack of
-        // memory in its own way.
-        narvo::ClearMemoryShortage();
-        pPool->Inspect(i, &band);
-        bShortage = bShortage || narvo::HadMemoryShortage();
-    }
 
     ResetNarvoAssem();
-    for (int i = 0; i < nBands; ++i)
+    const narvo::Comparison eComparison = narvo::ChooseComparison(*pParam);
+    if (eComparison != narvo::Comparison::None &&
+        (!narvo::HasStores(*this) || !narvo::IsInBounds(*pParam, eComparison) || !plan.IsReadable(eComparison)))
+        return nResultBadParameter;
+
+    bool bShortage = RunBands(*pThreadControl, plan);
+    narvo::ClearMemoryShortage();
+    for (int i = 0; i < plan.GetCount(); ++i)
     {
-        CNarvoAssem* const pBand = pPool->GetAssem(i);
+        CNarvoAssem* const pBand = pThreadControl->GetAssem(i);
         dBlobTime = std::max(dBlobTime, pBand->dBlobTime);
         dInspectTime = std::max(dInspectTime, pBand->dInspectTime);
         nPairCount = narvo::WrapAdd(nPairCount, pBand->nPairCount);
         ReadBlob(pBand);
     }
-    return nPairCount > nPairSize || bShortage ? 16 : 1;
+    bShortage = bShortage || narvo::HadMemoryShortage();
+    return nPairCount > nPairSize || bShortage ? nResultPartial : nResultDone;
 }

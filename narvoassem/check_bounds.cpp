@@ -28,12 +28,15 @@ bool IsRegionReadable(const CConvParam& param)
            (param.pImage != nullptr || rtInspect.IsRectEmpty());
 }
 
-/// The filters behind the kernels read along both axes, so both pitches count; nAlong16 is the one compared along.
-bool IsPitchReadable(const CConvParam& param, bool bVertical, int (*ToFixed)(double))
+/// A pitch that kernels compare along.
+bool IsPitchReadable(double dPitch, int (*ToFixed)(double))
 {
-    const double dConv = param.GetRealConvPitch();
-    const double dScan = param.GetRealScanPitch();
-    return IsPitchUsable(dConv) && IsPitchUsable(dScan) && ToFixed(bVertical ? dScan : dConv) >= 0;
+    return IsPitchUsable(dPitch) && ToFixed(dPitch) >= 0;
+}
+
+double GetRealPitch(const CConvParam& param, bool bVertical)
+{
+    return bVertical ? param.GetRealScanPitch() : param.GetRealConvPitch();
 }
 
 bool IsZoneGridWalkable(const CConvParam& param, const CZoneCellSize& cell)
@@ -56,28 +59,44 @@ bool HasTables(const CConvParam& param, const CKernelChoice<TKernel>& choice)
            (param.pConvPitchTable != nullptr && param.pConvWeightNear != nullptr && param.pConvWeightFar != nullptr);
 }
 
+/// Whether a choice reads no pitch that it has not. Of what runs behind the kernels, the cross filters alone read the
+/// pitch across the compare direction: they look at singles, or at all pairs on demand. Verification has pitches of its
+/// own.
+template <class TKernel>
+bool HasPitches(const CConvParam& param, const CKernelChoice<TKernel>& choice, bool bVertical, int (*ToFixed)(double))
+{
+    if (!IsPitchReadable(GetRealPitch(param, bVertical), ToFixed))
+        return false;
+    const bool bFilters = param.bFalseFilter != 0 && !(bVertical && param.bZoneFlagged != 0);
+    const bool bSingles = param.bKeepSingle != 0 || !choice.Uses(KernelOption::NoSingles);
+    const bool bCross = bFilters && param.nFilterMode != 1 && (bSingles || param.nFilterMode2 == 1);
+    return !bCross || IsPitchUsable(GetRealPitch(param, !bVertical));
+}
+
 bool IsZoneReadable(const CConvParam& param, const CZoneChoice& choice, const CZoneCellSize& cell)
 {
-    return IsPitchReadable(param, param.nDirection != 0, ToPitch16) && HasTables(param, choice) &&
+    return HasPitches(param, choice, param.nDirection != 0, ToPitch16) && HasTables(param, choice) &&
            IsZoneGridWalkable(param, cell);
 }
 
 bool IsPixelReadable(const CConvParam& param)
 {
     const CPixelChoice& choice = ChoosePixelKernel(param);
-    if (!IsPitchReadable(param, param.nDirection == 1, ToPitch16) || !HasTables(param, choice))
-        return false;
-    return !choice.IsTwice() || (IsPitchUsable(param.dTwicePitch) && ToPitch16(param.dTwicePitch) >= 0);
+    return HasPitches(param, choice, param.nDirection == 1, ToPitch16) && HasTables(param, choice) &&
+           (!choice.IsTwice() || IsPitchReadable(param.dTwicePitch, ToPitch16));
 }
 
 bool IsFloatReadable(const CConvParam& param)
 {
-    if (!IsPitchReadable(param, param.nDirection == 1, ToRoundedPitch16))
-        return false;
-    // The free-form region looks its zones up in grid and maps.
+    // The free-form region looks its zones up in grid and maps, and runs no filters.
     if (TakesFreeForm(param))
-        return ToPitch16(param.GetRealScanPitch()) >= 0 && param.nZoneColumns >= 0 && param.nZoneMapStride >= 0;
-    return HasTables(param, ChooseFloatKernel(param));
+        return IsPitchReadable(param.GetRealScanPitch(), ToRoundedPitch16) &&
+               ToPitch16(param.GetRealScanPitch()) >= 0 && param.nZoneColumns >= 0 && param.nZoneMapStride >= 0;
+    const CFloatChoice& choice = ChooseFloatKernel(param);
+    const bool bVertical = param.nDirection == 1;
+    if (!RunsFloatKernel(param))
+        return IsPitchReadable(GetRealPitch(param, bVertical), ToRoundedPitch16);
+    return HasPitches(param, choice, bVertical, ToRoundedPitch16) && HasTables(param, choice);
 }
 
 /// Of the corners only the sides that the direction reads count.
@@ -93,7 +112,9 @@ bool IsTrapeziumReadable(const CConvParam& param)
         if ((bVertical || bOuter) && !IsWithin(ptCorner[i].y, param.nImageHeight))
             return false;
     }
-    return IsPitchReadable(param, bVertical, ToRoundedPitch16);
+    // The length of the shortest strip that is of use counts both pitches.
+    return IsPitchReadable(GetRealPitch(param, bVertical), ToRoundedPitch16) &&
+           (!bVertical || IsPitchUsable(param.GetRealConvPitch()));
 }
 
 bool IsReadable(const CConvParam& param, Comparison eComparison)
@@ -117,19 +138,29 @@ bool IsReadable(const CConvParam& param, Comparison eComparison)
 
 } // namespace
 
+bool HasStores(const CPairStorage& store)
+{
+    return store.pPixelX != nullptr && store.pPair != nullptr;
+}
+
+bool IsInBounds(const CConvParam& param, Comparison eComparison)
+{
+    return IsRegionReadable(param) && IsReadable(param, eComparison);
+}
+
 int CheckBounds(const CPairStorage& store, Comparison eComparison)
 {
     constexpr int nPasses = 1;
     constexpr int nBadParameter = 8;
     if (eComparison == Comparison::None)
         return nPasses;
-    if (store.pPixelX == nullptr || store.pPair == nullptr)
+    if (!HasStores(store))
     {
         // A sub-engine's refusal is not looked at; its missing stores must show all the same.
         NoteMemoryShortage();
         return nBadParameter;
     }
-    return IsRegionReadable(store.ConvParam) && IsReadable(store.ConvParam, eComparison) ? nPasses : nBadParameter;
+    return IsInBounds(store.ConvParam, eComparison) ? nPasses : nBadParameter;
 }
 
 } // namespace narvo

@@ -52,9 +52,26 @@ int Compare(CNarvoAssem& engine, Comparison eComparison)
         return engine.CompareAverage();
     case Comparison::Binarise:
         return engine.BinalizeInspection();
+    case Comparison::Trapezium:
+        engine.Compare_Trapezium();
+        [[fallthrough]];
     default:
         return engine.ConvParam.nDirection != 0 ? engine.ConvParam.rtInspect.right : engine.ConvParam.rtInspect.bottom;
     }
+}
+
+/// The rest of a call that keeps no singles, tests by jumps and has no re-runs. @return its code
+int RunWithoutSingles(CNarvoAssem& engine, Comparison eComparison)
+{
+    if (const int nResult = CheckDirection(engine); nResult != nResultDone)
+        return nResult;
+    // Set before the guard looks: they decide what is read.
+    engine.ConvParam.bKeepSingle = 0;
+    engine.ConvParam.nFilterMode = 1;
+    if (const int nResult = narvo::CheckBounds(engine, eComparison); nResult != nResultDone)
+        return nResult;
+    Compare(engine, eComparison);
+    return GetFinalResult(engine, nResultDone);
 }
 
 /// A pass that is stopped by its end line goes on from there.
@@ -209,15 +226,7 @@ int CNarvoAssem::Inspect_ASG(CConvParam* pParam)
     SetConvParam(pParam);
     ResetNarvoAssem();
     const Comparison eComparison = narvo::ChooseAsgComparison(ConvParam);
-    int nResult = CheckDirection(*this);
-    if (nResult == nResultDone)
-        nResult = narvo::CheckBounds(*this, eComparison);
-    if (nResult != nResultDone)
-        return nResult;
-    ConvParam.bKeepSingle = 0;
-    ConvParam.nFilterMode = 1;
-    Compare(*this, eComparison);
-    return GetFinalResult(*this, nResultDone);
+    return RunWithoutSingles(*this, eComparison);
 }
 
 int CNarvoAssem::Inspect_Trapezium(CConvParam* pParam)
@@ -227,13 +236,5 @@ int CNarvoAssem::Inspect_Trapezium(CConvParam* pParam)
     narvo::ClearMemoryShortage();
     SetConvParam(pParam);
     ResetNarvoAssem();
-    int nResult = CheckDirection(*this);
-    if (nResult == nResultDone)
-        nResult = narvo::CheckBounds(*this, Comparison::Trapezium);
-    if (nResult != nResultDone)
-        return nResult;
-    ConvParam.bKeepSingle = 0;
-    ConvParam.nFilterMode = 1;
-    Compare_Trapezium();
-    return GetFinalResult(*this, nResultDone);
+    return RunWithoutSingles(*this, Comparison::Trapezium);
 }

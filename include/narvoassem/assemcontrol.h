@@ -9,6 +9,9 @@ class CNarvoAssem;
 
 /// The front door: owns one engine per lane, screens each call and passes it on. Calls for different lanes may run
 /// on different threads at once; two calls on one lane, and InitAssemControl with any inspection, must not overlap.
+///
+/// Fork: a child may inspect on its parent's pools, but for lanes that another thread was inspecting on at the fork.
+/// Bands run one after the other in a child, since it has none of the threads that they ran on, and find the same.
 class NARVO_API CAssemControl
 {
 public:

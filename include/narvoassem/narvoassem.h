@@ -3,7 +3,8 @@
 ///
 /// A host creates a pool (assemcontrol.h), fills a parameter block (convparam.h) for each region and calls an
 /// inspection; the blobs stay in the lane's engine until the next call. Nothing here throws or prints, and no state
-/// outlives the objects. An engine serves one thread at a time.
+/// outlives the objects. An engine serves one thread at a time. Inspections may be called at any time in a thread's
+/// life, destructors of static and thread-local objects and functions left to atexit included.
 #pragma once
 
 #include <cstdint>
@@ -97,11 +98,15 @@ public:
     /// that lead in a circle and leave the blobs as they are are counted without being made.
     /// @return 1, 8 or 16. 8 comes from the checks below (modes 2 and 3 skip them) and, in every mode, for what would
     /// be read outside the image or the tables: a region not inside the image, a null image under a region that is not
-    /// empty, pitches that are not finite, beyond 2^26 pixels or negative along the compare direction, tables or the
-    /// zone grid missing where they are needed, zone cells less than a pixel high, an engine without stores
+    /// empty, a pitch that is not finite, beyond 2^26 pixels or negative along the compare direction, or one across it
+    /// that is not finite or beyond 2^26 pixels where a cross filter reads it, tables or the zone grid missing where
+    /// they are needed, zone cells less than a pixel high, an engine without stores
     int Inspect_Rect(CConvParam* pParam);
     /// Inspect_Rect in bands of columns, in parallel on the sub-engines, for regions of 2000 pixels or more along the
-    /// split axis; blobs of all bands are gathered here, seams are not bridged. @return 1, 8 (no sub-engines) or 16
+    /// split axis; blobs of all bands are gathered here, seams are not bridged. What Inspect_Rect refuses because it
+    /// would read outside image or tables is refused here before the bands run, for the region or for any band of it;
+    /// the bands' own answers are not looked at. In a forked child bands run one after the other.
+    /// @return 1, 8 (no sub-engines, or refused) or 16
     int Inspect_RectThread(CConvParam* pParam);
     /// Inspects trapInspect; singles are not kept. @return 1, 8 or 16
     int Inspect_Trapezium(CConvParam* pParam);
@@ -147,7 +152,9 @@ public:
     int CompareAverage();
 
     // Zone kernels that read the engine: dead zones of the parameters drop records, peaks are not written, singles
-    // need bKeepSingle exactly 1 and nothing else. Arguments as in fastkernels.h.
+    // need bKeepSingle exactly 1 and nothing else. Arguments as in fastkernels.h. All members that are called directly
+    // take the image's height from nImageHeight of the engine's parameters, and read nothing behind the last row; with
+    // 0 there, reads are done as the formulas name them.
 
     /// As ConvZoneVertFast.
     int ConvZoneVert2S_Intrin(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
@@ -164,7 +171,7 @@ public:
 
     // Pixel kernels that read the engine; peaks are not written. Arguments as in fastkernels.h.
 
-    /// As ConvPixelFast without peaks; nothing of the engine is read.
+    /// As ConvPixelFast without peaks; of the engine only nImageHeight is read.
     int ConvPixel_Intrin(NARVO_PIXEL_ARGUMENTS, int* pEndLine);
     /// Two passes of ConvPixel_Intrin, the second with a pitch and a threshold set of its own, and the blob steps of
     /// both: pairs of the second pass beside one of the first are removed. pEndLine is that of the second pass.

@@ -72,7 +72,14 @@ private:
 
     void Open(CDefectPair& pair, int nLabel)
     {
-        if (m_store.nBlobCount >= m_store.nBlobSize || !Joins(pair))
+        if (m_store.nBlobCount >= m_store.nBlobSize)
+        {
+            // A store that is full keeps silent, one that never had memory does not.
+            if (m_store.pBlob == nullptr)
+                NoteMemoryShortage();
+            return;
+        }
+        if (!Joins(pair))
             return;
         m_store.pLabelOpened[nLabel] = 1;
         m_store.pBlob[m_store.nBlobCount].CreateBlob(&pair, nLabel);

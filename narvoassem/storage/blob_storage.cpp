@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "narvoassem/memory_shortage.h"
 #include "narvoassem/storage/store_memory.h"
 
 namespace
@@ -33,7 +34,8 @@ CBlobStorage::~CBlobStorage()
 
 int CBlobStorage::InitBlobStorage(int nSize)
 {
-    if (nSize <= nBlobCapacity)
+    // A store of no blobs gets its spare entries: a store without an array is one that memory was lacking for.
+    if (nSize <= nBlobCapacity && (pBlob != nullptr || nSize < 0))
     {
         nBlobSize = nSize;
         return nBlobSize;
@@ -69,7 +71,11 @@ void CBlobStorage::TotalResetBlobStorage()
 int CBlobStorage::AddBlob(CDefectBlob* pNewBlob)
 {
     if (nBlobCount >= nBlobSize)
+    {
+        if (pBlob == nullptr)
+            narvo::NoteMemoryShortage();
         return 0;
+    }
     pBlob[nBlobCount] = *pNewBlob;
     ++nBlobCount;
     return nBlobCount < nBlobSize ? 1 : 0;

@@ -281,7 +281,7 @@ TEST_F(BandSplit, CutsLeftAndRightAlsoWhenTheSpanIsTheHeight)
     EXPECT_FALSE(HasRun(m_engine, 2));
 }
 
-TEST_F(BandSplit, SpansBeyondEveryImageAreSplitAndRefusedBandByBand)
+TEST_F(BandSplit, SpansBeyondEveryImageAreRefusedBeforeTheSplit)
 {
     CZoneScene scene(256, 256, 40, 1);
     scene.param.rtInspect.SetRect(0, 0, 2147483647, 256);
@@ -290,9 +290,96 @@ TEST_F(BandSplit, SpansBeyondEveryImageAreSplitAndRefusedBandByBand)
         CNarvoAssem engine;
         engine.InitAssem(0, 10);
         engine.EnableInternalThread(nThreads, 10);
-        EXPECT_EQ(engine.Inspect_RectThread(&scene.param), 1);
+        EXPECT_EQ(engine.Inspect_RectThread(&scene.param), 8);
         EXPECT_EQ(engine.GetBlobCount(), 0);
+        EXPECT_FALSE(HasRun(engine, 0));
     }
+}
+
+/// A flat image with bright pixels two bands apart, in pixel mode.
+struct CFlatScene
+{
+    static constexpr int nWidth = 4200;
+    static constexpr int nHeight = 120;
+    std::vector<unsigned char> image;
+    CConvParam param;
+
+    CFlatScene() : image(static_cast<std::size_t>(nWidth) * nHeight, 100)
+    {
+        for (const int x : {500, 1500, 2500, 3500, 4000})
+            image[static_cast<std::size_t>(60 * nWidth + x)] = 220;
+        param.nInspectMode = 1;
+        param.nDirection = 1;
+        param.pImage = image.data();
+        param.nImageWidth = nWidth;
+        param.nImageHeight = nHeight;
+        param.rtInspect.SetRect(0, 0, nWidth, nHeight);
+        param.nConvWidth = param.nConvHeight = 2;
+        param.dConvPitch = param.dScanPitch = 10.0;
+        param.nConvMultiple = param.nScanMultiple = 1;
+        param.nThreshold = 20;
+        param.nThresholdGain = 0;
+    }
+};
+
+TEST_F(BandSplit, RegionOneColumnWiderThanItsImageIsRefusedWithBandsAsWithout)
+{
+    CFlatScene scene;
+    CAssemControl pool;
+    pool.InitAssemControl(1, 500);
+    EXPECT_EQ(pool.Inspect_Rect(0, &scene.param, 0), 1);
+    EXPECT_EQ(pool.GetNarvoAssem(0)->GetBlobCount(), 5);
+    ++scene.param.rtInspect.right;
+    for (const int bBands : {0, 1})
+    {
+        scene.param.bBandThread = bBands;
+        EXPECT_EQ(pool.Inspect_Rect(0, &scene.param, 0), 8) << bBands;
+        EXPECT_EQ(pool.GetNarvoAssem(0)->GetBlobCount(), 0) << bBands;
+    }
+}
+
+TEST_F(BandSplit, BandsThatTheSplitPutsOutsideTheImageRefuseTheCall)
+{
+    // In the direction 2 the height is cut, but left and right take the cuts: only an image as wide as high holds them.
+    CFlatScene scene;
+    scene.param.nDirection = 2;
+    scene.param.nImageWidth = CFlatScene::nHeight;
+    scene.param.nImageHeight = CFlatScene::nWidth;
+    scene.param.rtInspect.SetRect(0, 0, CFlatScene::nHeight, CFlatScene::nWidth);
+    Enable(4);
+    m_engine.nBlobCount = 1;
+    EXPECT_EQ(m_engine.Inspect_RectThread(&scene.param), 8);
+    EXPECT_EQ(m_engine.GetBlobCount(), 0);
+    EXPECT_FALSE(HasRun(m_engine, 0));
+}
+
+TEST_F(BandSplit, EngineWithoutStoresIsRefusedWithBandsAsWithout)
+{
+    CFlatScene scene;
+    EXPECT_EQ(m_engine.EnableInternalThread(2, 10), 1);
+    EXPECT_EQ(m_engine.Inspect_Rect(&scene.param), 8);
+    EXPECT_EQ(m_engine.Inspect_RectThread(&scene.param), 8);
+}
+
+TEST_F(BandSplit, GridWalksOfBandsStayInTheirRow)
+{
+    // Cells without width are stepped once per 16 columns, from the band's own entry on: the row has records for the
+    // whole region, but the second band enters it at its last one.
+    CZoneScene scene(4096, 130, 40, 1);
+    scene.param.nZoneConvMultiple = 0;
+    scene.param.nZoneColumns = 4096 / 16 + 2;
+    std::vector<int> grid(static_cast<std::size_t>(scene.param.nZoneColumns) * 8 * 2);
+    for (int nRow = 0; nRow < 8; ++nRow)
+        for (int i = 0; i < scene.param.nZoneColumns; ++i)
+        {
+            int* const pRecord = grid.data() + 2 * (nRow * scene.param.nZoneColumns + i);
+            pRecord[0] = i == scene.param.nZoneColumns - 1 ? 4096 : 0;
+            pRecord[1] = (nRow - 1) * 40;
+        }
+    scene.param.pZoneOriginTable = grid.data();
+    Enable(2);
+    EXPECT_EQ(m_engine.Inspect_RectThread(&scene.param), 8);
+    EXPECT_FALSE(HasRun(m_engine, 1));
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include <climits>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -51,6 +52,16 @@ protected:
     std::vector<int> GetPairs(const CConvParam& param)
     {
         EXPECT_EQ(Inspect(param), 1);
+        return ReadPairs();
+    }
+    /// The code of a call, and its pairs.
+    std::pair<int, std::vector<int>> GetOutcome(const CConvParam& param)
+    {
+        const int nResult = Inspect(param);
+        return {nResult, ReadPairs()};
+    }
+    std::vector<int> ReadPairs()
+    {
         std::vector<int> pairs;
         for (int i = 0; i < Lane().nPairCount; ++i)
         {
@@ -105,7 +116,7 @@ TEST_F(GuardNumber, NegativePitchIsRefusedAlongTheDirectionAlone)
     }
 }
 
-TEST_F(GuardNumber, PitchThatIsNoNumberOrInfiniteIsRefusedAlongBothAxes)
+TEST_F(GuardNumber, PitchThatIsNoNumberOrInfiniteIsRefusedAlongBothAxesWhereTheCrossFilterReadsThem)
 {
     for (const auto& family : {pHorizontal, pVertical})
     {
@@ -122,6 +133,83 @@ TEST_F(GuardNumber, PitchThatIsNoNumberOrInfiniteIsRefusedAlongBothAxes)
             }
         }
     }
+}
+
+/// Settings under which no pair meets the cross filter.
+const std::vector<std::pair<const char*, void (*)(CConvParam&)>> withoutCrossFilter = {
+    {"no filter", [](CConvParam& param) { param.bFalseFilter = 0; }},
+    {"jump filter", [](CConvParam& param) { param.nFilterMode = 1; }},
+    {"no singles", [](CConvParam& param) { param.bKeepSingle = param.nFilterMode2 = 0; }},
+};
+
+TEST_F(GuardNumber, PitchAcrossTheDirectionWithoutAFixedPointFormIsNoReasonToRefuseWhereNothingReadsIt)
+{
+    int nCompared = 0;
+    for (const CGuardBase& base : GuardBases())
+    {
+        if (base.eEntry != Entry::Rect)
+            continue;
+        CConvParam param = Make(base.pName);
+        param.pVeriPitchString = nullptr; // verification compares its cycles with the multiples
+        const bool bZone = param.pThresholdOffsetMap != nullptr;
+        const bool bVertical = bZone ? param.nDirection != 0 : param.nDirection == 1;
+        for (const auto& [pName, Set] : withoutCrossFilter)
+        {
+            CConvParam sound = param;
+            Set(sound);
+            const bool bSinglesStay = !bZone && param.nInspectMode == 0 && sound.bKeepSingle == 0;
+            if (bSinglesStay)
+                continue; // float kernels but for the members keep them all the same
+            const auto expected = GetOutcome(sound);
+            EXPECT_NE(expected.first, 8) << base.pName << ", " << pName;
+            nCompared += expected.second.empty() ? 0 : 1;
+            CConvParam odd = sound;
+            (bVertical ? odd.nConvMultiple : odd.nScanMultiple) = -(1 << 28);
+            EXPECT_EQ(GetOutcome(odd), expected) << base.pName << ", " << pName;
+            if (bZone)
+                continue; // the pitch is the zone cells' too
+            odd = sound;
+            for (const double dPitch : {dNaN, -dInfinity, -1e300, -1e9})
+            {
+                (bVertical ? odd.dConvPitch : odd.dScanPitch) = dPitch;
+                EXPECT_EQ(GetOutcome(odd), expected) << base.pName << ", " << pName << ", " << dPitch;
+            }
+        }
+    }
+    EXPECT_GT(nCompared, 60);
+}
+
+TEST_F(GuardNumber, PitchAcrossTheDirectionIsRefusedWhereACrossFilterCanMeetAPair)
+{
+    for (const auto& family : {pHorizontal, pVertical})
+    {
+        for (const char* pBase : family)
+        {
+            CConvParam param = Make(pBase);
+            (param.nDirection == 0 ? param.nScanMultiple : param.nConvMultiple) = -(1 << 28);
+            EXPECT_EQ(Inspect(param), 8) << pBase;
+            param.bKeepSingle = 0;
+            param.nFilterMode2 = 1; // now all pairs meet it
+            EXPECT_EQ(Inspect(param), 8) << pBase;
+        }
+    }
+}
+
+TEST_F(GuardNumber, AsgAndTrapeziumReadNoPitchAcrossButTheVerticalTrapezium)
+{
+    // Whatever the block says of filters and singles: these calls set both.
+    for (const char* pBase : {"AsgPixelVert", "AsgZoneVert", "TrapeziumHori"})
+    {
+        CConvParam param = Make(pBase);
+        param.bKeepSingle = param.bFalseFilter = 1;
+        param.nFilterMode = 0;
+        const std::vector<int> expected = GetPairs(param);
+        (param.nDirection == 0 ? param.nScanMultiple : param.nConvMultiple) = -(1 << 28);
+        EXPECT_EQ(GetPairs(param), expected) << pBase;
+    }
+    CConvParam param = Make("TrapeziumVert");
+    param.nConvMultiple = -(1 << 28);
+    EXPECT_EQ(Inspect(param), 8);
 }
 
 TEST_F(GuardNumber, InfinitePitchIsTooSmallARegionOnceTheDirectionMayTurn)

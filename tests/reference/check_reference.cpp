@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <vector>
 
 #include "narvoassem/compare/float_driver.h"
 #include "narvoassem/compare/pixel_driver.h"
@@ -42,11 +43,21 @@ bool IsLimited(double dPitch)
     return std::isfinite(dPitch) && std::fabs(dPitch) <= 67108864.0;
 }
 
-bool ArePitchesSound(const CConvParam& param, bool bVertical, double dHalf)
+/// bAcross: whether the pitch across the direction is read.
+bool ArePitchesSound(const CConvParam& param, bool bVertical, double dHalf, bool bAcross)
 {
     const double dConv = param.dConvPitch * param.nConvMultiple;
     const double dScan = param.dScanPitch * param.nScanMultiple;
-    return IsLimited(dConv) && IsLimited(dScan) && Fixed(bVertical ? dScan : dConv, dHalf) >= 0.0;
+    const double dAlong = bVertical ? dScan : dConv;
+    return IsLimited(dAlong) && Fixed(dAlong, dHalf) >= 0.0 && (!bAcross || IsLimited(bVertical ? dConv : dScan));
+}
+
+/// Whether a pair can meet the cross filter.
+bool RunsCrossFilter(const CConvParam& param, bool bVertical, bool bSingles)
+{
+    if (param.bFalseFilter == 0 || param.nFilterMode == 1 || (bVertical && param.bZoneFlagged != 0))
+        return false;
+    return bSingles || param.nFilterMode2 == 1;
 }
 
 bool HasWeights(const CConvParam& param)
@@ -91,9 +102,11 @@ bool PassesCheck(const CConvParam& param)
     return param.nThreshold >= 1;
 }
 
-bool IsZoneSound(const CConvParam& param, bool bTable, const CZoneCellSize& cell)
+bool IsZoneSound(const CConvParam& param, bool bTable, const CZoneCellSize& cell, bool bAsg)
 {
-    if (!ArePitchesSound(param, param.nDirection != 0, 0.0) || (bTable && !HasWeights(param)))
+    const bool bVertical = param.nDirection != 0;
+    const bool bAcross = !bAsg && RunsCrossFilter(param, bVertical, param.bKeepSingle != 0);
+    if (!ArePitchesSound(param, bVertical, 0.0, bAcross) || (bTable && !HasWeights(param)))
         return false;
     if (param.pZoneOriginTable == nullptr || param.nZoneColumns < 0 || param.nZoneMapStride < 0 || cell.nHeight < 1)
         return false;
@@ -104,7 +117,7 @@ bool IsZoneSound(const CConvParam& param, bool bTable, const CZoneCellSize& cell
 bool IsTrapeziumSound(const CConvParam& param)
 {
     const CPadPoint* const pt = param.trapInspect.ptCorner;
-    if (!ArePitchesSound(param, param.nDirection == 1, 0.5))
+    if (!ArePitchesSound(param, param.nDirection == 1, 0.5, param.nDirection == 1))
         return false;
     if (param.nDirection == 1)
         return IsCornerInside(pt[0].x, param.nImageWidth) && IsCornerInside(pt[3].x, param.nImageWidth) &&
@@ -115,8 +128,13 @@ bool IsTrapeziumSound(const CConvParam& param)
 }
 
 /// What the comparison needs so that it reads nothing outside image and tables.
-bool IsSound(const CConvParam& param, Comparison eComparison)
+bool IsSound(const CConvParam& param, Comparison eComparison, bool bAsg)
 {
+    const bool bVertical = param.nDirection == 1;
+    const bool bFreeForm = ChooseFloatKernel(param).ePath == ChoicePath::FreeForm;
+    // The other float kernels keep singles always.
+    const bool bMember =
+        bVertical && param.bExtendedKernel != 0 && std::int64_t{param.nConvWidth} * param.nConvHeight == 4;
     if (eComparison == Comparison::None)
         return true;
     if (!IsRegionInside(param))
@@ -124,19 +142,23 @@ bool IsSound(const CConvParam& param, Comparison eComparison)
     switch (eComparison)
     {
     case Comparison::Zone:
-        return IsZoneSound(param, ChooseZoneKernel(param).eKernel == ZoneKernel::HoriTable, GetZoneCellSize(param));
+        return IsZoneSound(param, ChooseZoneKernel(param).eKernel == ZoneKernel::HoriTable, GetZoneCellSize(param),
+                           false);
     case Comparison::AsgZone:
         return IsZoneSound(param, ChooseAsgZoneKernel(param).eKernel == ZoneKernel::HoriTable,
-                           GetAsgZoneCellSize(param));
+                           GetAsgZoneCellSize(param), true);
     case Comparison::Pixel:
-        return ArePitchesSound(param, param.nDirection == 1, 0.0) &&
+        return ArePitchesSound(param, bVertical, 0.0,
+                               !bAsg && RunsCrossFilter(param, bVertical, param.bKeepSingle != 0)) &&
                (ChoosePixelKernel(param).eKernel != PixelKernel::HoriTable || HasWeights(param)) &&
                (!ChoosePixelKernel(param).IsTwice() ||
                 (IsLimited(param.dTwicePitch) && Fixed(param.dTwicePitch, 0.0) >= 0.0));
     case Comparison::Float:
-        if (!ArePitchesSound(param, param.nDirection == 1, 0.5))
+        if (!ArePitchesSound(param, bVertical, 0.5,
+                             !bFreeForm && RunsFloatKernel(param) &&
+                                 RunsCrossFilter(param, bVertical, !bMember || param.bKeepSingle != 0)))
             return false;
-        if (ChooseFloatKernel(param).ePath == ChoicePath::FreeForm)
+        if (bFreeForm)
             return Fixed(param.dScanPitch * param.nScanMultiple, 0.0) >= 0.0 && param.nZoneColumns >= 0 &&
                    param.nZoneMapStride >= 0;
         return param.nDirection == 1 || param.pConvPitchTable == nullptr || HasWeights(param);
@@ -151,12 +173,57 @@ int ExpectEngineRefusal(const CConvParam& param, Entry eEntry)
 {
     Comparison eComparison = ChooseComparison(param);
     bool bChecked = param.nInspectMode != 2 && param.nInspectMode != 3;
+    const bool bAsg = eEntry == Entry::Asg || eEntry == Entry::RectAsg;
     if (eEntry == Entry::Trapezium || eEntry == Entry::Asg || eEntry == Entry::RectAsg)
     {
         eComparison = eEntry == Entry::Trapezium ? Comparison::Trapezium : ChooseAsgComparison(param);
         bChecked = true;
     }
-    return (bChecked && !PassesCheck(param)) || !IsSound(param, eComparison) ? nBad : 0;
+    return (bChecked && !PassesCheck(param)) || !IsSound(param, eComparison, bAsg) ? nBad : 0;
+}
+
+/// The sides of the bands: columns, cut at multiples of 64 from the start, and the rest.
+std::vector<CConvParam> MakeBands(const CConvParam& param)
+{
+    const bool bColumns = param.nDirection == 1;
+    const int nSpan = bColumns ? Width(param.rtInspect) : Height(param.rtInspect);
+    const int nStart = bColumns ? param.rtInspect.left : param.rtInspect.top;
+    const auto Wrap = [](std::int64_t n) { return static_cast<int>(static_cast<std::uint32_t>(n)); };
+    const int nBands = std::min(nSpan / 2000, 4);
+    std::vector<CConvParam> bands;
+    for (int i = 0; i < nBands; ++i)
+    {
+        const auto nExact = static_cast<std::int64_t>(static_cast<float>(nSpan) / static_cast<float>(nBands));
+        const std::int64_t nSize = nExact / 64 * 64;
+        bands.push_back(param);
+        bands.back().rtInspect.left = Wrap(nStart + nSize * i);
+        bands.back().rtInspect.right = i < nBands - 1 ? Wrap(nStart + nSize * (i + 1))
+                                       : bColumns     ? param.rtInspect.right
+                                                      : param.rtInspect.bottom;
+    }
+    return bands;
+}
+
+/// Bands are refused by what would be read outside image and tables, and by nothing else: their own answers are not
+/// looked at. A band right of all records of the grid's first row does not run.
+int ExpectBandRefusal(const CConvParam& param, const std::vector<CConvParam>& bands)
+{
+    const Comparison eComparison = ChooseComparison(param);
+    if (!IsSound(param, eComparison, false))
+        return nBad;
+    for (CConvParam band : bands)
+    {
+        const int* const pRecord = band.pZoneOriginTable;
+        int nEntry = 0;
+        while (pRecord != nullptr && nEntry < band.nZoneColumns && pRecord[2 * nEntry] <= band.rtInspect.left)
+            ++nEntry;
+        if (pRecord != nullptr && nEntry >= band.nZoneColumns)
+            continue;
+        band.nZoneColumns -= nEntry;
+        if (!IsSound(band, eComparison, false))
+            return nBad;
+    }
+    return 0;
 }
 
 } // namespace
@@ -202,11 +269,11 @@ int ExpectRefusal(CConvParam param, Entry eEntry)
         if (const int nRefusal = ScreenReference(param); nRefusal != 0)
             return nRefusal;
     }
-    // The answers of bands are not looked at.
-    const int nSpan = param.nDirection == 1 ? Width(param.rtInspect) : Height(param.rtInspect);
-    if (eEntry == Entry::Rect && param.nDirection != 0 && param.nInspectMode != 3 && param.bBandThread != 0 &&
-        nSpan >= 2000)
-        return 0;
+    if (eEntry == Entry::Rect && param.nDirection != 0 && param.nInspectMode != 3 && param.bBandThread != 0)
+    {
+        if (const std::vector<CConvParam> bands = MakeBands(param); !bands.empty())
+            return ExpectBandRefusal(param, bands);
+    }
     return ExpectEngineRefusal(param, eEntry);
 }
 

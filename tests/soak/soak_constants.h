@@ -16,11 +16,11 @@ struct CSoakConstant
 };
 
 inline constexpr CSoakConstant aSoakConstants[] = {
-    {1000, 0xfa984e171f117077, 0x9ef6d85589642cbd, 0x9ef6d85589642cbd},
-    {2000, 0x42fd396b9bc6d0d0, 0xcdd417e126cc452a, 0x540b8c8dba8e5b33},
-    {20000, 0xc5892465111b9eff, 0x77a438f441a4de48, 0xbde7f0a80affabb7},
-    {200000, 0xd165f9c207bed13a, 0x0049a893e19af64a, 0x2556e26ef26b5d1c},
-    {2000000, 0x4ff48754199c7506, 0xd70cad6ec67f1a22, 0x796fe5cef6b11080},
+    {1000, 0x2760ee06231a6f8a, 0x9ef6d85589642cbd, 0x9ef6d85589642cbd},
+    {2000, 0x6fc5d95a9fcfcfe3, 0xaaca41552585d0d3, 0x540b8c8dba8e5b33},
+    {20000, 0xef53a21877c88179, 0xf802479cf16208d8, 0xbde7f0a80affabb7},
+    {200000, 0x153e25bf84bf40f2, 0x90018b0f38d87108, 0xb642e67782329426},
+    {2000000, 0x80c2ffba13d92d4b, 0xfb8840d4e8b088ee, 0x91dd34a7a21fbde5},
 };
 
 /// The constant for that many cases; null where there is none.
