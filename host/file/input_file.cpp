@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 
 #include "host/file/descriptor.h"
@@ -63,6 +64,11 @@ void ReadStreamPieces(int descriptor, const std::string& name, const char* wante
             return;
         if (count > 0)
             take(piece.data(), static_cast<std::size_t>(count));
+        else if (errno == EAGAIN)
+        {
+            pollfd more{descriptor, POLLIN, 0};
+            poll(&more, 1, -1);
+        }
         else if (errno != EINTR)
             throw HostError({{name, "cannot be read: " + SystemError(errno), wanted}});
     }

@@ -54,7 +54,16 @@ std::vector<Recipe> LoadRecipes(const std::filesystem::path& file)
 
 void SaveRecipe(const std::filesystem::path& file, const Recipe& recipe)
 {
-    WriteTextFile(file, RecipeToJson(recipe).dump(2) + "\n");
+    std::string text;
+    try
+    {
+        text = RecipeToJson(recipe).dump(2);
+    }
+    catch (const json::type_error&)
+    {
+        throw WriteError(file, "it names an image, and JSON cannot hold the name", "names in UTF-8");
+    }
+    WriteTextFile(file, text + "\n");
 }
 
 void SaveRecipeWithImages(const std::filesystem::path& file, Recipe recipe)

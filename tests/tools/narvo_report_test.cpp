@@ -131,6 +131,30 @@ TEST(NarvoReport, EveryProblemIsToldAndNothingWritten)
     EXPECT_EQ(RunNarvo(folder, {"report"}).code, 2);
 }
 
+TEST(NarvoReport, EditedResultsAreShownOrRefusedAndCrashNothing)
+{
+    TestFolder folder;
+    InspectSmallPanel(folder);
+    const nlohmann::json well = nlohmann::json::parse(ReadText(folder / "panel.blobs.json"));
+    const auto report = [&](const char* pointer, const nlohmann::json& value)
+    {
+        nlohmann::json edited = well;
+        edited[nlohmann::json::json_pointer(pointer)] = value;
+        std::ofstream(folder / "edited.json") << edited;
+        return RunNarvo(folder, {"report", "edited.json"});
+    };
+    for (const int far : {-2147483647 - 1, -100000, 100000, 2147483647})
+        for (const char* side : {"left", "top", "right", "bottom"})
+            EXPECT_EQ(report((std::string("/blobs/0/") + side).c_str(), far).code, 0) << side << far;
+    for (const char* pointer : {"/blobs/0/area", "/region/left", "/code", "/width"})
+        EXPECT_EQ(report(pointer, 5000000000).code, 2) << pointer;
+    for (const char* pointer : {"/blobs", "/outlines", "/warnings", "/direction", "/blobs/0", "/name"})
+        EXPECT_EQ(report(pointer, 5).code, 2) << pointer;
+    const Outcome version = report("/version", 99);
+    EXPECT_EQ(version.code, 2);
+    EXPECT_THAT(version.error, HasSubstr("edited.json, version: 99; allowed: 1\n"));
+}
+
 TEST(NarvoReport, PageThatCannotBeWrittenIsAnExitCodeOfItsOwn)
 {
     TestFolder folder;

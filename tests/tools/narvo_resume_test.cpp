@@ -190,6 +190,9 @@ TEST_F(NarvoResume, NamesOfAnyBytesAreWrittenAndFoundAgain)
     const Outcome single = RunLine(folder, "narvo inspect $'images/a\\xFF.pgm' -r panel.recipe.json -q -o $'one\\xFF'");
     EXPECT_EQ(single.code, 0) << single.error;
     EXPECT_EQ(ordered_json::parse(ReadText(folder / "one\xFF.blobs.json"))["image"], "images/a%FF.pgm");
+    const Outcome recipe = RunLine(folder, "narvo pitch panel.png --recipe $'r\\xFF.json'");
+    EXPECT_EQ(recipe.code, 3);
+    EXPECT_THAT(recipe.error, HasSubstr("JSON cannot hold the name; allowed: names in UTF-8\n"));
     EXPECT_EQ(RunLine(folder, "narvo report $'one\\xFF.blobs.json' -q").error, "");
 }
 

@@ -87,6 +87,13 @@ bool Reload(ReportDraft& draft, std::size_t index, GreyImage& image)
     return true;
 }
 
+/// Result files may have been edited: a box has to lie somewhere about the image.
+bool IsNear(const CRect& box, const GreyImage& image)
+{
+    const auto near = [](int from, int to, int length) { return -length <= from && from < to && to <= 2 * length; };
+    return near(box.left, box.right, image.Width()) && near(box.top, box.bottom, image.Height());
+}
+
 } // namespace
 
 void Illustrate(ReportDraft& draft, const std::vector<BlobPlace>& thumbnails)
@@ -133,7 +140,7 @@ void Illustrate(ReportDraft& draft, const std::vector<BlobPlace>& thumbnails)
             draft.page.images[i].overview = MakeOverview(image, pixels);
         const ShownComparison compared(image, draft.RecipeOf(i), draft.page.images[i].result.direction);
         for (const BlobPlace& place : thumbnails)
-            if (place.image == i)
+            if (place.image == i && IsNear(BlobAt(draft.page, place).box, image))
             {
                 if (sheet.IsFull())
                     close();

@@ -9,6 +9,7 @@
 #include <thread>
 #include <utility>
 
+#include "host/file/name_text.h"
 #include "host/image/grey_image.h"
 #include "host/inspect/batch.h"
 #include "host/result/result_reader.h"
@@ -148,7 +149,7 @@ private:
     void Add(const std::string& name, int regions, InspectionResult result, ReportSource source)
     {
         ReportImage& image = m_draft.page.images.emplace_back();
-        image.name = name;
+        image.name = NameToText(name);
         source.region = regions > 1 ? (result.name.empty() ? "region" : result.name) : "";
         image.result = std::move(result);
         m_draft.sources.push_back(std::move(source));
