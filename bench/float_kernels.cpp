@@ -1,11 +1,15 @@
 // The float kernels of kernel_rows.h.
 #include "bench/kernel_rows.h"
 
+#include "narvoassem/fast/float_table.h"
+
 namespace bench
 {
 
 namespace
 {
+
+using namespace narvo;
 
 using Long = std::int64_t;
 
@@ -47,12 +51,12 @@ int RunFloatVert4(SKernelCall& call)
 std::span<const SKernelRow> FloatKernels()
 {
     static const SKernelRow kernels[] = {
-        {"ConvFloatVertFast4", RunFloatVert4, nullptr, 0.0, 0.0, 0.15},
-        {"ConvFloatVertFast6", Vert<ConvFloatVertFast6, 6>, nullptr, 0.0, 0.0, 0.1},
-        {"ConvFloatVertFast9", Vert<ConvFloatVertFast9, 9>, nullptr, 0.0, 0.0, 0.1},
-        {"ConvFloatFast4", Hori<ConvFloatFast4, 4>, nullptr, 0.0, 0.0, 0.15},
-        {"ConvFloatFast6", Hori<ConvFloatFast6, 6>, nullptr, 0.0, 0.0, 0.1},
-        {"ConvFloatFast9", Hori<ConvFloatFast9, 9>, nullptr, 0.0, 0.0, 0.1},
+        {NameOf(FloatKernel::Vert4), RunFloatVert4, nullptr, 0.0, 0.0, 0.15},
+        {NameOf(FloatKernel::Vert6), Vert<ConvFloatVertFast6, 6>, nullptr, 0.0, 0.0, 0.1},
+        {NameOf(FloatKernel::Vert9), Vert<ConvFloatVertFast9, 9>, nullptr, 0.0, 0.0, 0.1},
+        {NameOf(FloatKernel::Hori4), Hori<ConvFloatFast4, 4>, nullptr, 0.0, 0.0, 0.15},
+        {NameOf(FloatKernel::Hori6), Hori<ConvFloatFast6, 6>, nullptr, 0.0, 0.0, 0.1},
+        {NameOf(FloatKernel::Hori9), Hori<ConvFloatFast9, 9>, nullptr, 0.0, 0.0, 0.1},
     };
     return kernels;
 }

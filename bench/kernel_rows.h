@@ -25,6 +25,13 @@ struct SKernelRow
     double dOfPeer = 0.0; ///< share of the peer's rate at AVX-512
 };
 
+/// The public name of a kernel of the library.
+template <class TKernel>
+constexpr const char* NameOf(TKernel eKernel)
+{
+    return GetKernelRow(eKernel).pName;
+}
+
 std::span<const SKernelRow> ZoneKernels();
 std::span<const SKernelRow> PixelKernels();
 std::span<const SKernelRow> FloatKernels();

@@ -1,11 +1,15 @@
 // The pixel kernels of kernel_rows.h.
 #include "bench/kernel_rows.h"
 
+#include "narvoassem/fast/pixel_table.h"
+
 namespace bench
 {
 
 namespace
 {
+
+using namespace narvo;
 
 using Long = std::int64_t;
 
@@ -79,13 +83,16 @@ int RunPixelVert(SKernelCall& call)
 std::span<const SKernelRow> PixelKernels()
 {
     static const SKernelRow kernels[] = {
-        {"ConvPixelFast", Hori, plainPixelHori, 0.0, 0.0, 0.4},
-        {"ConvPixelVertSFast", RunPixelVert, plainPixelVert, 0.0, 5.0, 0.28},
-        {"ConvPixelVert_AVX", Wide, plainPixelMember, 0.0, 0.0, 0.0, "ConvPixelVertSFast", RunPixelVert, 0.8},
-        {"ConvPixel_Intrin", HoriMember, plainPixelHoriMember, 0.0, 0.0, 0.0, "ConvPixelFast", Hori, 0.8},
-        {"ConvPixelVertS_Intrin", VertMember, plainPixelMember, 0.0, 0.0, 0.0, "ConvPixelVertSFast", RunPixelVert, 0.8},
-        {"ConvPixelVTDS_Intrin", VtdMember, plainPixelMemberTable, 0.0, 0.0, 0.0, "ConvPixelVertSFast", RunPixelVert,
+        {NameOf(PixelKernel::Hori), Hori, plainPixelHori, 0.0, 0.0, 0.4},
+        {NameOf(PixelKernel::Vert), RunPixelVert, plainPixelVert, 0.0, 5.0, 0.28},
+        {NameOf(PixelKernel::VertWide), Wide, plainPixelMember, 0.0, 0.0, 0.0, NameOf(PixelKernel::Vert), RunPixelVert,
          0.8},
+        {NameOf(PixelKernel::HoriIntrin), HoriMember, plainPixelHoriMember, 0.0, 0.0, 0.0, NameOf(PixelKernel::Hori),
+         Hori, 0.8},
+        {NameOf(PixelKernel::VertIntrin), VertMember, plainPixelMember, 0.0, 0.0, 0.0, NameOf(PixelKernel::Vert),
+         RunPixelVert, 0.8},
+        {NameOf(PixelKernel::VtdsIntrin), VtdMember, plainPixelMemberTable, 0.0, 0.0, 0.0, NameOf(PixelKernel::Vert),
+         RunPixelVert, 0.8},
     };
     return kernels;
 }

@@ -1,11 +1,15 @@
 // The zone kernels of kernel_rows.h.
 #include "bench/kernel_rows.h"
 
+#include "narvoassem/fast/zone_table.h"
+
 namespace bench
 {
 
 namespace
 {
+
+using namespace narvo;
 
 using Long = std::int64_t;
 
@@ -149,22 +153,23 @@ int RunZoneVert(SKernelCall& call)
 std::span<const SKernelRow> ZoneKernels()
 {
     static const SKernelRow kernels[] = {
-        {"ConvZoneVertFast", RunZoneVert, plainVert, 3.0, 4.5, 0.2},
-        {"ConvZoneVertDirectFast", VertDirect, plainVertDirect, 0.0, 3.0, 0.1},
-        {"ConvZoneVert2by2Fast", Vert2by2, plainVert2by2, 0.0, 3.0, 0.1},
-        {"ConvZoneVertFlagFast", VertFlag, plainVertFlag, 0.0, 3.0, 0.1},
-        {"ConvZoneVertFlag2by2Fast", VertFlag2by2, plainVertFlag2by2, 0.0, 3.0, 0.1},
-        {"ConvZoneVertKneeFast", VertKnee, plainVertKnee, 0.0, 3.0, 0.1},
-        {"ConvZoneVTDFast", Vtd, plainVtd, 0.0, 3.0, 0.1},
-        {"ConvZoneFast", Hori, plainHori, 0.0, 0.0, 0.25},
-        {"ConvZoneTableFast", HoriTable, plainHoriTable, 0.0, 3.0, 0.1},
-        {"ConvZoneVert2S_Intrin", Vert2S, plainMember, 0.0, 3.0, 0.1},
-        {"ConvZoneVert2S_TSP_Intrin", Vert2STsp, plainMemberZones, 0.0, 3.0, 0.1},
-        {"ConvZoneVert2S_BlackFilter", Vert2SBlack, plainMemberDark, 0.0, 3.0, 0.1},
-        {"ConvZoneVTD_Intrin", VtdMember, plainMemberVtd, 0.0, 3.0, 0.1},
-        {"ConvZone_AVX_ClassID", ClassId, plainVert, 0.0, 3.0, 0.1},
-        {"ConvZoneVTDSMC_IntrinAVX", ClassIdTable, plainClassIdTable, 0.0, 3.0, 0.1},
+        {NameOf(ZoneKernel::Vert), RunZoneVert, plainVert, 3.0, 4.5, 0.2},
+        {NameOf(ZoneKernel::VertDirect), VertDirect, plainVertDirect, 0.0, 3.0, 0.1},
+        {NameOf(ZoneKernel::Vert2by2), Vert2by2, plainVert2by2, 0.0, 3.0, 0.1},
+        {NameOf(ZoneKernel::VertFlag), VertFlag, plainVertFlag, 0.0, 3.0, 0.1},
+        {NameOf(ZoneKernel::VertFlag2by2), VertFlag2by2, plainVertFlag2by2, 0.0, 3.0, 0.1},
+        {NameOf(ZoneKernel::VertKnee), VertKnee, plainVertKnee, 0.0, 3.0, 0.1},
+        {NameOf(ZoneKernel::Vtd), Vtd, plainVtd, 0.0, 3.0, 0.1},
+        {NameOf(ZoneKernel::Hori), Hori, plainHori, 0.0, 0.0, 0.25},
+        {NameOf(ZoneKernel::HoriTable), HoriTable, plainHoriTable, 0.0, 3.0, 0.1},
+        {NameOf(ZoneKernel::Vert2S), Vert2S, plainMember, 0.0, 3.0, 0.1},
+        {NameOf(ZoneKernel::Vert2STsp), Vert2STsp, plainMemberZones, 0.0, 3.0, 0.1},
+        {NameOf(ZoneKernel::Vert2SBlack), Vert2SBlack, plainMemberDark, 0.0, 3.0, 0.1},
+        {NameOf(ZoneKernel::VtdIntrin), VtdMember, plainMemberVtd, 0.0, 3.0, 0.1},
+        {NameOf(ZoneKernel::ClassId), ClassId, plainVert, 0.0, 3.0, 0.1},
+        {NameOf(ZoneKernel::ClassIdTable), ClassIdTable, plainClassIdTable, 0.0, 3.0, 0.1},
     };
+    static_assert(std::size(kernels) == zoneKernels.size(), "each kernel has its figures");
     return kernels;
 }
 

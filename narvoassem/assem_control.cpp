@@ -10,8 +10,6 @@
 namespace
 {
 
-constexpr int nResultBadParameter = 8;
-constexpr int nResultTooSmall = 64;
 constexpr int nSubEngines = 4;
 
 /// Average mode: brings the thresholds to their signs, dark negative and bright positive. @return 0, or the refusal
@@ -22,9 +20,9 @@ int ScreenAverage(CConvParam& param)
     if (param.nThreshold < 0)
         param.nThreshold = narvo::WrapSub(0, param.nThreshold);
     if (param.nThreshold < 1 || param.nBlackFilterGray > -1)
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
     if (param.rtInspect.Width() < param.nAverageParam1 || param.rtInspect.Height() < param.nAverageParam1)
-        return nResultTooSmall;
+        return InspectCode_RegionTooSmall;
     return 0;
 }
 
@@ -43,17 +41,17 @@ int ScreenPitch(CConvParam& param)
     if (param.nDirection == 0 && IsShortAcross())
     {
         if (param.bAutoDirection == 0)
-            return nResultBadParameter;
+            return InspectCode_BadParameter;
         if (IsShortDown())
-            return nResultTooSmall;
+            return InspectCode_RegionTooSmall;
         param.nDirection = 1;
     }
     if (param.nDirection == 1 && IsShortDown())
     {
         if (param.bAutoDirection == 0)
-            return nResultBadParameter;
+            return InspectCode_BadParameter;
         if (IsShortAcross())
-            return nResultTooSmall;
+            return InspectCode_RegionTooSmall;
         param.nDirection = 0;
     }
     return 0;
@@ -106,10 +104,10 @@ void CAssemControl::ResetReinspectCount()
 int CAssemControl::Inspect_Rect(int nIndex, CConvParam* pParam, int bASG)
 {
     if (nIndex < 0 || nIndex >= nAssemCount || pParam == nullptr)
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
     CNarvoAssem* const pEngine = GetNarvoAssem(nIndex);
     if (pEngine == nullptr)
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
     pEngine->ResetNarvoAssem();
 
     int nRefusal = 0;
@@ -131,13 +129,13 @@ int CAssemControl::Inspect_Rect(int nIndex, CConvParam* pParam, int bASG)
 int CAssemControl::Inspect_Trapezium(int nIndex, CConvParam* pParam)
 {
     if (nIndex < 0 || nIndex >= nAssemCount || pParam == nullptr)
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
     return pAssem[nIndex].Inspect_Trapezium(pParam);
 }
 
 int CAssemControl::Inspect_ASG(int nIndex, CConvParam* pParam)
 {
     if (nIndex < 0 || nIndex >= nAssemCount || pParam == nullptr)
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
     return pAssem[nIndex].Inspect_ASG(pParam);
 }

@@ -7,13 +7,6 @@
 #include "narvoassem/band_plan.h"
 #include "narvoassem/narvoassem.h"
 
-namespace
-{
-
-constexpr int nResultBadParameter = 8;
-
-} // namespace
-
 CAssemThreadControl::CAssemThreadControl() : nAssemCount(0), nAssemCapacity(0), pAssem(nullptr)
 {
 }
@@ -41,12 +34,12 @@ int CAssemThreadControl::Init(int nCount, int nDefectSize)
 int CAssemThreadControl::Inspect(int nIndex, CConvParam* pParam)
 {
     if (nIndex < 0 || nIndex >= nAssemCount || pParam == nullptr)
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
     if (pParam->pZoneOriginTable != nullptr)
     {
         const int nEntry = narvo::FindBandEntry(*pParam);
         if (nEntry < 0)
-            return nResultBadParameter;
+            return InspectCode_BadParameter;
         pParam->pZoneOriginTable += std::ptrdiff_t{2} * nEntry;
     }
     pAssem[nIndex].ResetNarvoAssem();

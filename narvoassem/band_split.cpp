@@ -13,10 +13,6 @@
 namespace
 {
 
-constexpr int nResultDone = 1;
-constexpr int nResultBadParameter = 8;
-constexpr int nResultPartial = 16;
-
 /// Runs one band. Its answer is not looked at, as the interface has it: the guard has been asked before the fork,
 /// coverage shows in the sum of pairs, and lack of memory in what is handed back.
 /// @return whether part of the band was not looked at for want of memory
@@ -61,7 +57,7 @@ int CNarvoAssem::EnableInternalThread(int nThreads, int nDefectSize)
 int CNarvoAssem::Inspect_RectThread(CConvParam* pParam)
 {
     if (pThreadControl == nullptr || pParam == nullptr)
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
     const narvo::CBandPlan plan(*pParam, pThreadControl->GetCount());
     if (plan.GetCount() < 1)
         return Inspect_Rect(pParam);
@@ -70,7 +66,7 @@ int CNarvoAssem::Inspect_RectThread(CConvParam* pParam)
     const narvo::Comparison eComparison = narvo::ChooseComparison(*pParam);
     if (eComparison != narvo::Comparison::None &&
         (!narvo::HasStores(*this) || !narvo::IsInBounds(*pParam, eComparison) || !plan.IsReadable(eComparison)))
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
 
     bool bShortage = RunBands(*pThreadControl, plan);
     narvo::ClearMemoryShortage();
@@ -83,5 +79,5 @@ int CNarvoAssem::Inspect_RectThread(CConvParam* pParam)
         ReadBlob(pBand);
     }
     bShortage = bShortage || narvo::HadMemoryShortage();
-    return nPairCount > nPairSize || bShortage ? nResultPartial : nResultDone;
+    return nPairCount > nPairSize || bShortage ? InspectCode_Partial : InspectCode_Done;
 }

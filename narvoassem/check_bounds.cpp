@@ -7,7 +7,9 @@
 #include "narvoassem/compare/pixel_driver.h"
 #include "narvoassem/compare/zone_driver.h"
 #include "narvoassem/fixed_pitch.h"
+#include "narvoassem/inspectcode.h"
 #include "narvoassem/memory_shortage.h"
+#include "narvoassem/storage/filter_walk.h"
 
 namespace narvo
 {
@@ -67,7 +69,7 @@ bool HasPitches(const CConvParam& param, const CKernelChoice<TKernel>& choice, b
 {
     if (!IsPitchReadable(GetRealPitch(param, bVertical), ToFixed))
         return false;
-    const bool bFilters = param.bFalseFilter != 0 && !(bVertical && param.bZoneFlagged != 0);
+    const bool bFilters = param.bFalseFilter != 0 && HasPairFilters(param, bVertical);
     const bool bSingles = param.bKeepSingle != 0 || !choice.Uses(KernelOption::NoSingles);
     const bool bCross = bFilters && param.nFilterMode != 1 && (bSingles || param.nFilterMode2 == 1);
     return !bCross || IsPitchUsable(GetRealPitch(param, !bVertical));
@@ -150,17 +152,15 @@ bool IsInBounds(const CConvParam& param, Comparison eComparison)
 
 int CheckBounds(const CPairStorage& store, Comparison eComparison)
 {
-    constexpr int nPasses = 1;
-    constexpr int nBadParameter = 8;
     if (eComparison == Comparison::None)
-        return nPasses;
+        return InspectCode_Done;
     if (!HasStores(store))
     {
         // A sub-engine's refusal is not looked at; its missing stores must show all the same.
         NoteMemoryShortage();
-        return nBadParameter;
+        return InspectCode_BadParameter;
     }
-    return IsInBounds(store.ConvParam, eComparison) ? nPasses : nBadParameter;
+    return IsInBounds(store.ConvParam, eComparison) ? InspectCode_Done : InspectCode_BadParameter;
 }
 
 } // namespace narvo

@@ -7,8 +7,6 @@
 namespace
 {
 
-constexpr int nResultDone = 1;
-constexpr int nResultBadParameter = 8;
 constexpr int nWindowLimit = 1023;
 
 /// The checks that both directions share, in their order; dPitch and nExtent are the direction's own pair for the
@@ -18,30 +16,30 @@ int Check(CConvParam& param, double dPitch, int nExtent, bool bMapCorner)
     const std::int64_t nConvWidth = param.nConvWidth;
     const std::int64_t nConvHeight = param.nConvHeight;
     if (param.pImage == nullptr)
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
     // Conv pitch against the image's width for both directions.
     if (param.GetRealConvPitch() * 3.0 > param.nImageWidth)
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
     if (param.nImageHeight < 2 * nConvHeight)
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
     if (param.rtInspect.Width() < 3 * nConvWidth || param.rtInspect.Height() < 2 * nConvHeight)
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
     if (nConvWidth < 1 || nConvWidth > nWindowLimit || nConvHeight < 1 || nConvHeight > nWindowLimit)
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
     if (dPitch * 3.0 > nExtent)
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
     if (param.nCheckLimit1 < 10 || param.nCheckLimit2 < 2)
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
     if (bMapCorner && (param.nZoneMapLeft < 0 || param.nZoneMapTop < 0))
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
     if (param.nThreshold < 1)
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
 
     if (param.nGrayLimit < 1)
         param.nGrayLimit = 1;
     else if (param.nGrayLimit > 255)
         param.nGrayLimit = 255;
-    return nResultDone;
+    return InspectCode_Done;
 }
 
 } // namespace

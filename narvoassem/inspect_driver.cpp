@@ -16,23 +16,19 @@ namespace
 
 using narvo::Comparison;
 
-constexpr int nResultDone = 1;
-constexpr int nResultBadParameter = 8;
-constexpr int nResultPartial = 16;
-
 /// The parameter checks of the engine's direction, vertical for an nDirection of exactly 1. @return 1 or 8
 int CheckDirection(CNarvoAssem& engine)
 {
     int nCheck = 0;
     const int nResult = engine.ConvParam.nDirection == 1 ? engine.CheckParameter_Vert(nCheck) //
                                                          : engine.CheckParameter(nCheck);
-    return nResult == nResultDone && nCheck != 0 ? nResultBadParameter : nResult;
+    return nResult == InspectCode_Done && nCheck != 0 ? InspectCode_BadParameter : nResult;
 }
 
 /// The code of a call that ran to its end with nResult.
 int GetFinalResult(const CNarvoAssem& engine, int nResult)
 {
-    return engine.nPairCount > engine.nPairSize || narvo::HadMemoryShortage() ? nResultPartial : nResult;
+    return engine.nPairCount > engine.nPairSize || narvo::HadMemoryShortage() ? InspectCode_Partial : nResult;
 }
 
 /// Runs a comparison to its blobs. @return its end line
@@ -63,15 +59,15 @@ int Compare(CNarvoAssem& engine, Comparison eComparison)
 /// The rest of a call that keeps no singles, tests by jumps and has no re-runs. @return its code
 int RunWithoutSingles(CNarvoAssem& engine, Comparison eComparison)
 {
-    if (const int nResult = CheckDirection(engine); nResult != nResultDone)
+    if (const int nResult = CheckDirection(engine); nResult != InspectCode_Done)
         return nResult;
     // Set before the guard looks: they decide what is read.
     engine.ConvParam.bKeepSingle = 0;
     engine.ConvParam.nFilterMode = 1;
-    if (const int nResult = narvo::CheckBounds(engine, eComparison); nResult != nResultDone)
+    if (const int nResult = narvo::CheckBounds(engine, eComparison); nResult != InspectCode_Done)
         return nResult;
     Compare(engine, eComparison);
-    return GetFinalResult(engine, nResultDone);
+    return GetFinalResult(engine, InspectCode_Done);
 }
 
 /// A pass that is stopped by its end line goes on from there.
@@ -159,7 +155,7 @@ private:
 int CNarvoAssem::Inspect_Rect(CConvParam* pParam)
 {
     if (pParam == nullptr)
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
     CStopWatch watch;
     watch.Start();
     narvo::ClearMemoryShortage();
@@ -167,19 +163,19 @@ int CNarvoAssem::Inspect_Rect(CConvParam* pParam)
 
     // One pass a round. The first pass alone can refuse the call: a refusal later on only ends the re-runs, since
     // what the passes before found stands.
-    int nResult = nResultDone;
+    int nResult = InspectCode_Done;
     CPassCircle circle(*this);
     for (;;)
     {
-        const bool bFirstPass = nResult == nResultDone;
+        const bool bFirstPass = nResult == InspectCode_Done;
         ResetPixelStorage();
         ResetPairStorage();
         const Comparison eComparison = narvo::ChooseComparison(ConvParam);
         const bool bChecked = ConvParam.nInspectMode != 2 && ConvParam.nInspectMode != 3;
-        int nCheck = bChecked ? CheckDirection(*this) : nResultDone;
-        if (nCheck == nResultDone)
+        int nCheck = bChecked ? CheckDirection(*this) : InspectCode_Done;
+        if (nCheck == InspectCode_Done)
             nCheck = narvo::CheckBounds(*this, eComparison);
-        if (nCheck != nResultDone)
+        if (nCheck != InspectCode_Done)
         {
             if (bFirstPass)
                 return nCheck;
@@ -191,7 +187,7 @@ int CNarvoAssem::Inspect_Rect(CConvParam* pParam)
             nReinspectCount >= ConvParam.nMaxReinspect)
             break;
 
-        nResult = nResultPartial;
+        nResult = InspectCode_Partial;
         CountReinspect();
         (ConvParam.nDirection == 0 ? ConvParam.rtInspect.top : ConvParam.rtInspect.left) = nEndLine;
         if (eComparison == Comparison::Zone)
@@ -205,7 +201,7 @@ int CNarvoAssem::Inspect_Rect(CConvParam* pParam)
             if (pEntry == nullptr)
             {
                 if (bFirstPass)
-                    return nResultPartial;
+                    return InspectCode_Partial;
                 break;
             }
             ConvParam.pZoneOriginTable = pEntry;
@@ -221,7 +217,7 @@ int CNarvoAssem::Inspect_Rect(CConvParam* pParam)
 int CNarvoAssem::Inspect_ASG(CConvParam* pParam)
 {
     if (pParam == nullptr)
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
     narvo::ClearMemoryShortage();
     SetConvParam(pParam);
     ResetNarvoAssem();
@@ -232,7 +228,7 @@ int CNarvoAssem::Inspect_ASG(CConvParam* pParam)
 int CNarvoAssem::Inspect_Trapezium(CConvParam* pParam)
 {
     if (pParam == nullptr)
-        return nResultBadParameter;
+        return InspectCode_BadParameter;
     narvo::ClearMemoryShortage();
     SetConvParam(pParam);
     ResetNarvoAssem();

@@ -4,10 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "host/explain/engine_path.h"
 #include "host/explain/explain_sentences.h"
-#include "host/explain/pass_replay.h"
-#include "host/explain/record_questions.h"
 #include "host/inspect/parameter_set.h"
 #include "host/problem.h"
 
@@ -44,9 +41,8 @@ public:
     State(const GreyImage& image, const Recipe& recipe) : m_image(image), m_recipe(recipe), m_set(image, recipe)
     {
         m_result = Inspector(1, recipe.maxBlobs).Inspect(0, image, recipe);
-        m_path = {recipe.GetKind(), m_result.direction, recipe.twicePitch != 0.0};
-        if (m_path.IsStaged())
-            m_passes.emplace(m_set.Block(), m_path, recipe.maxBlobs);
+        if (recipe.GetKind() != Kind_Trapezium && recipe.twicePitch == 0.0)
+            m_passes.emplace(m_set.Block(), recipe.GetKind() == Kind_Asg, recipe.maxBlobs);
     }
 
     const InspectionResult& Result() const { return m_result; }
@@ -65,9 +61,7 @@ public:
         if (!told.region.PtInRect(place))
             return End(told, Outcome::OutsideRegion,
                        "It lies outside the inspected region, " + BoundsText(told.region) + ".");
-        if (m_path.IsStaged())
-            return ExplainStaged(told);
-        return ExplainByResult(told);
+        return m_passes ? ExplainStaged(told) : ExplainByResult(told);
     }
 
 private:
@@ -94,7 +88,8 @@ private:
         if (told.passes > 1)
             told.why.push_back("Pass " + std::to_string(told.pass + 1) + " of " + std::to_string(told.passes) +
                                " over that band looked at it.");
-        if (m_path.RunsRectangleKernel())
+        // The filters are for records of the kernels over rectangles, and a probe is.
+        if (pass->steps.bFilters)
             TellComparison(told, *pass);
         else
             told.why.push_back(PlainModeText(m_recipe));
@@ -105,10 +100,10 @@ private:
             return EndWithoutRecord(told);
         told.record = pass->written[static_cast<std::size_t>(record)];
         told.why.push_back(RecordText(*told.record));
-        if (m_passes->IsDropped(*pass))
+        if (pass->IsDropped())
             return End(told, Outcome::PassDropped,
                        "Its pass has " + std::to_string(pass->written.size()) + " records, more than " +
-                           std::to_string(nVerticalRecordLimit) + ": all of them were dropped.");
+                           std::to_string(CNarvoAssem::nVerticalPairLimit) + ": all of them were dropped.");
         return FollowRecord(told, *pass, record);
     }
 
@@ -131,7 +126,7 @@ private:
 
     Explanation EndWithoutRecord(Explanation& told)
     {
-        if (!m_path.RunsRectangleKernel())
+        if (told.kernel.empty())
             return End(told, Outcome::NoHit, "The engine wrote no record for it.");
         const ChainLink* own = told.Own();
         const ChainLink* before = told.Before();
@@ -148,14 +143,12 @@ private:
     Explanation FollowRecord(Explanation& told, ReplayedPass& pass, int index)
     {
         const auto at = static_cast<std::size_t>(index);
-        if (m_path.RunsRectangleKernel())
-        {
-            TellFilters(told, pass.param);
-            if (!told.filters.empty() && !told.filters.back().stands)
-                return End(told, Outcome::Filtered,
-                           "The " + told.filters.back().name + " filter took it for a false alarm.");
-        }
-        if (pass.judged[at].nDefectType == DefectType_Removed && IsPattern(pass.param, m_path, *told.record))
+        const CRecordTrace asked = PassReplay::Ask(pass, *told.record);
+        TellFilters(told, asked);
+        if (!told.filters.empty() && !told.filters.back().stands)
+            return End(told, Outcome::Filtered,
+                       "The " + told.filters.back().name + " filter took it for a false alarm.");
+        if (pass.judged[at].nDefectType == DefectType_Removed && asked.bPattern)
             return End(told, Outcome::Verified,
                        "It matches at a short pitch of zone " + std::to_string(pass.written[at].nZoneIndex) +
                            ", so it was taken for pattern.");
@@ -173,22 +166,24 @@ private:
         return MatchResult(told, pass.final.at(blob));
     }
 
-    void TellFilters(Explanation& told, const CConvParam& param)
+    static void TellFilters(Explanation& told, const CRecordTrace& asked)
     {
-        const auto answers = AskFilters(param, m_path, *told.record);
-        if (!answers)
-            return;
-        told.filters = *answers;
-        for (const FilterAnswer& answer : told.filters)
-            told.why.push_back("The " + answer.name + " filter " + (answer.stands ? "lets it stand." : "drops it."));
-        if (told.filters.empty())
+        constexpr const char* names[] = {"margin", "jump", "cross"}; // as PairFilter
+        for (int i = 0; i < asked.trail.nCount; ++i)
+        {
+            const auto& [filter, stands] = asked.trail.answers[i];
+            told.filters.push_back({names[static_cast<std::size_t>(filter)], stands});
+            told.why.push_back("The " + told.filters.back().name + " filter " +
+                               (stands ? "lets it stand." : "drops it."));
+        }
+        if (asked.bFiltered && told.filters.empty())
             told.why.push_back("No filter is asked about it.");
     }
 
     void TellBlob(Explanation& told, ReplayedPass& pass, int blob)
     {
         m_passes->FollowBlob(pass, blob);
-        const BlobStep& step = pass.steps.at(blob);
+        const BlobStep& step = pass.followed.at(blob);
         told.blobStep = step;
         told.why.push_back("It went into a blob of " + std::to_string(step.builtArea) + " pixels, " +
                            BoundsText(step.built) + ".");
@@ -221,7 +216,7 @@ private:
     Explanation ExplainByResult(Explanation& told)
     {
         told.passRegion = told.region;
-        told.why.push_back(m_path.kind == Kind_Trapezium
+        told.why.push_back(m_recipe.GetKind() == Kind_Trapezium
                                ? "The region is cut into trapezia, whose steps are told by their result alone."
                                : "The inspection makes two passes at two pitches, told by their result alone.");
         const Blob* found = nullptr;
@@ -239,7 +234,6 @@ private:
     Recipe m_recipe;
     ParameterSet m_set;
     InspectionResult m_result;
-    EnginePath m_path;
     std::optional<PassReplay> m_passes; ///< of staged paths
 };
 

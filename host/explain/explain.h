@@ -12,6 +12,7 @@
 #include "host/image/grey_image.h"
 #include "host/inspect/inspector.h"
 #include "host/probe/kernel_probe.h"
+#include "host/probe/pass_replay.h"
 #include "host/recipe/recipe.h"
 
 namespace narvo
@@ -42,16 +43,6 @@ struct FilterAnswer
 {
     std::string name;
     bool stands;
-};
-
-/// The blob that a record went into, as it was built, and after merging.
-struct BlobStep
-{
-    CRect built; ///< bounds as it was built, right and bottom exclusive
-    int builtArea = 0;
-    CRect merged; ///< bounds after merging; empty where no blob was left
-    int mergedArea = 0;
-    std::optional<CPoint> ghostOf; ///< removed as a ghost: where the true defect was looked for
 };
 
 struct Explanation

@@ -1,5 +1,7 @@
 // Explanations as text and as JSON.
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <sstream>
 
 #include <nlohmann/json.hpp>
@@ -62,66 +64,32 @@ ordered_json LinkToJson(const ChainLink& link, int units)
 
 std::string OutcomeName(Outcome outcome)
 {
-    switch (outcome)
-    {
-    case Outcome::Reported:
-        return "reported";
-    case Outcome::OutsideRegion:
-        return "outside the region";
-    case Outcome::OutsideScan:
-        return "outside the scan";
-    case Outcome::Skipped:
-        return "skipped cell";
-    case Outcome::NoHit:
-        return "no hit";
-    case Outcome::NoRecord:
-        return "no record";
-    case Outcome::PassDropped:
-        return "pass dropped";
-    case Outcome::Filtered:
-        return "filtered";
-    case Outcome::Verified:
-        return "pattern at a short pitch";
-    case Outcome::ZoneLimit:
-        return "zone limit";
-    case Outcome::NoRoom:
-        return "no room";
-    case Outcome::Ghost:
-        return "ghost";
-    case Outcome::TooSmall:
-        return "too small";
-    case Outcome::DeadPlace:
-        return "dead place";
-    case Outcome::Lost:
-        return "lost";
-    }
-    return "";
+    constexpr std::array names = {"reported",
+                                  "outside the region",
+                                  "outside the scan",
+                                  "skipped cell",
+                                  "no hit",
+                                  "no record",
+                                  "pass dropped",
+                                  "filtered",
+                                  "pattern at a short pitch",
+                                  "zone limit",
+                                  "no room",
+                                  "ghost",
+                                  "too small",
+                                  "dead place",
+                                  "lost"};
+    static_assert(names.size() == static_cast<std::size_t>(Outcome::Lost) + 1);
+    return names.at(static_cast<std::size_t>(outcome));
 }
 
 std::string FateName(HitFate fate)
 {
-    switch (fate)
-    {
-    case HitFate::NoHit:
-        return "no hit";
-    case HitFate::Consumed:
-        return "second hit of a pair";
-    case HitFate::Paired:
-        return "first hit of a pair";
-    case HitFate::PairRefused:
-        return "pair refused";
-    case HitFate::Single:
-        return "single";
-    case HitFate::SingleRefused:
-        return "single refused";
-    case HitFate::SingleUnkept:
-        return "single not kept";
-    case HitFate::Blocked:
-        return "blocked";
-    case HitFate::NoPartner:
-        return "no partner";
-    }
-    return "";
+    constexpr std::array names = {"no hit",    "second hit of a pair", "first hit of a pair", "pair refused",
+                                  "single",    "single refused",       "single not kept",     "blocked",
+                                  "no partner"};
+    static_assert(names.size() == static_cast<std::size_t>(HitFate::NoPartner) + 1);
+    return names.at(static_cast<std::size_t>(fate));
 }
 
 std::string DescribeExplanation(const Explanation& told)

@@ -19,8 +19,6 @@ namespace
 
 constexpr int nLaneLimit = 256;
 constexpr int nBlobLimit = 1000000;
-// A vertical pass with more pairs builds no blobs.
-constexpr int nVerticalPairLimit = 100000;
 
 Blob CopyBlob(const CDefectBlob& source)
 {
@@ -112,7 +110,7 @@ bool IsPainted(const GreyImage& painted, const CPoint& place)
 
 void ThrowUnlessDone(int code)
 {
-    if (code != 1 && code != 16)
+    if (code != InspectCode_Done && code != InspectCode_Partial)
         throw HostError({{"inspection", "refused by the engine with code " + std::to_string(code),
                           "a recipe that passes the engine's checks"}});
 }
@@ -222,9 +220,10 @@ InspectionResult Inspector::Inspect(int lane, const GreyView& image, const Recip
     // Of the vertical paths, these leave out the blob step.
     const bool limited = recipe.GetKind() == Kind_Zone || recipe.GetKind() == Kind_Float ||
                          (recipe.GetKind() == Kind_Pixel && recipe.twicePitch == 0.0);
-    const bool dropped = limited && result.direction == Direction_Vertical &&
-                         std::any_of(passes.begin(), passes.end(),
-                                     [](const CNarvoAssem* one) { return one->GetPairCount() > nVerticalPairLimit; });
+    const bool dropped =
+        limited && result.direction == Direction_Vertical &&
+        std::any_of(passes.begin(), passes.end(),
+                    [](const CNarvoAssem* one) { return one->GetPairCount() > CNarvoAssem::nVerticalPairLimit; });
 
     if (recipe.twicePitch != 0.0)
         DropRepeated(result.blobs);
@@ -240,13 +239,13 @@ InspectionResult Inspector::Inspect(int lane, const GreyView& image, const Recip
     if (result.overflowed)
         result.warnings.push_back("the last pass ran full: the rest of its region was not looked at");
     if (dropped)
-        result.warnings.push_back("more than " + std::to_string(nVerticalPairLimit) +
+        result.warnings.push_back("more than " + std::to_string(CNarvoAssem::nVerticalPairLimit) +
                                   " pairs in a pass: its blobs were dropped; raise the thresholds");
     if (std::any_of(engines.begin(), engines.end(),
                     [&](const CNarvoAssem* one) { return one->GetBlobCount() + one->nMergedBlob >= m_maxBlobs; }))
         result.warnings.push_back("room for blobs ran out, or nearly so: raise max_blobs (" +
                                   std::to_string(m_maxBlobs) + ")");
-    if (result.code == 16 && result.warnings.empty())
+    if (result.code == InspectCode_Partial && result.warnings.empty())
         result.warnings.push_back(engine.GetPairCount() > engine.nPairSize
                                       ? "more pairs than the engine's store holds"
                                       : "not enough memory for the search: part of the region was not looked at");

@@ -1,9 +1,9 @@
 // The choice of a probe by the kernel that a block selects.
 #include "host/probe/kernel_probe.h"
 
-#include "host/probe/comparison_choice.h"
 #include "host/probe/probe_backend.h"
 #include "host/problem.h"
+#include "narvoassem/compare/trace.h"
 
 namespace narvo
 {

@@ -1,6 +1,6 @@
 // Probes of the zone kernels.
-#include "host/probe/comparison_choice.h"
 #include "host/probe/rule_probe.h"
+#include "narvoassem/compare/zone_driver.h"
 #include "narvoassem/fast/zone_rule.h"
 #include "narvoassem/fast/zone_table.h"
 
@@ -11,26 +11,26 @@ namespace
 {
 
 template <CZoneTraits kTraits>
-BackendPointer MakeZone(const CConvParam& param, const ZoneChoice& choice)
+BackendPointer MakeZone(const CConvParam& param, const CZoneChoice& choice, const CZoneCellSize& cell)
 {
     return std::make_unique<RuleBackend<CZoneRule<kTraits>, CZoneCall>>(
-        param,
-        [&](CPairStorage& store, int* endLine) { return MakeZoneCall(store, choice.kernel, choice.cell, endLine); });
+        param, [&](CPairStorage& store, int* endLine) { return MakeZoneCall(store, choice, cell, endLine); });
 }
 
 } // namespace
 
 BackendPointer MakeZoneBackend(const CConvParam& param, bool asg, std::string& name)
 {
-    const ZoneChoice choice = ChooseZone(param, asg);
-    name = GetKernelRow(choice.kernel.eKernel).pWords;
-    return CallWithEntry<zoneKernels.size()>(static_cast<std::size_t>(choice.kernel.eKernel),
+    const CZoneChoice& choice = asg ? ChooseAsgZoneKernel(param) : ChooseZoneKernel(param);
+    const CZoneCellSize cell = asg ? GetAsgZoneCellSize(param) : GetZoneCellSize(param);
+    name = GetKernelRow(choice.eKernel).pWords;
+    return CallWithEntry<zoneKernels.size()>(static_cast<std::size_t>(choice.eKernel),
                                              [&](auto kernel)
                                              {
                                                  constexpr CZoneTraits kTraits = zoneKernels[kernel].traits;
                                                  return HasFraction(param)
-                                                            ? MakeZone<WithFraction(kTraits)>(param, choice)
-                                                            : MakeZone<kTraits>(param, choice);
+                                                            ? MakeZone<WithFraction(kTraits)>(param, choice, cell)
+                                                            : MakeZone<kTraits>(param, choice, cell);
                                              });
 }
 

@@ -4,6 +4,7 @@
 
 #include "narvoassem/convparam.h"
 #include "narvoassem/export.h"
+#include "narvoassem/inspectcode.h"
 
 class CNarvoAssem;
 

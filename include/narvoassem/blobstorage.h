@@ -11,6 +11,9 @@
 class NARVO_API CBlobStorage : public CPairStorage
 {
 public:
+    /// A vertical comparison with more pairs than this builds no blobs: it is taken to have overflowed.
+    static constexpr int nVerticalPairLimit = 100000;
+
     int nBlobCount;      ///< blobs held
     CDefectBlob* pBlob;  ///< the blobs, owned
     int nBlobSize;       ///< size last asked for: the limit for opening a blob

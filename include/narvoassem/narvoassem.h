@@ -18,6 +18,7 @@
 #include "narvoassem/defectpair.h"
 #include "narvoassem/export.h"
 #include "narvoassem/fastkernels.h"
+#include "narvoassem/inspectcode.h"
 #include "narvoassem/narvostrg.h"
 #include "narvoassem/padpoligon.h"
 #include "narvoassem/pairstorage.h"
@@ -60,9 +61,7 @@ public:
 
 /// The engine: one store of hits, one of pairs, one of blobs, and one inspection at a time.
 ///
-/// Result codes of the inspection calls: 1 done; 8 bad parameter; 16 done with a warning about coverage (re-runs
-/// were started or could not be, more pairs exist than fit, or memory for the search ran out); 64 region too small
-/// (pool only). Copies share everything: only one of two copies may be destroyed.
+/// Inspection calls answer with an InspectCode. Copies share everything: only one of two copies may be destroyed.
 class NARVO_API CNarvoAssem : public CBlobStorage
 {
 public:

@@ -7,10 +7,6 @@
 namespace narvo
 {
 
-/// A vertical pass with more pairs than this is taken to have overflowed: its pairs are dropped and the re-run goes
-/// on behind them.
-inline constexpr int nVerticalPairLimit = 100000;
-
 /// Fills image, region, stores, limits, tables and the end line's place from the engine. Distances and pParam are the
 /// driver's.
 void FillKernelCall(CKernelCall& call, CPairStorage& store, int* pEndLine);
@@ -25,9 +21,9 @@ struct CBlobSteps
     bool bVertical = false; ///< pairs are grouped, and ghosts lie, along y
     bool bFilters = true;   ///< pair filters, and in a vertical build verification
     bool bGhosts = true;    ///< ghosts are removed
-    bool bLimited = false;  ///< none is built from more than nVerticalPairLimit pairs
+    bool bLimited = false;  ///< none is built from more than nVerticalPairLimit pairs: the re-run goes on behind them
 
-    bool DropsPairs(int nPairs) const { return bLimited && nPairs > nVerticalPairLimit; }
+    bool DropsPairs(int nPairs) const { return bLimited && nPairs > CBlobStorage::nVerticalPairLimit; }
 };
 
 /// The first step: the store's pairs become blobs behind those held.

@@ -2,8 +2,8 @@
 // engine's drivers take the steps one behind the other, a trace of them one by one.
 #pragma once
 
-#include "narvoassem/comparison.h"
 #include "narvoassem/compare/compare_chain.h"
+#include "narvoassem/comparison.h"
 #include "narvoassem/convparam.h"
 
 class CNarvoAssem;

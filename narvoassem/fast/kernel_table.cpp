@@ -19,8 +19,8 @@ COptionSet GetKernelOptions(const CConvParam& param)
            set(ZoneTables, param.pTspTable != nullptr) | set(SecondSet, param.nBlackFilterGray > 0) |
            set(ClassPitch, param.dClassPitch != 0.0) | set(ClassIds, param.pClassIdMap != nullptr) |
            set(DeadZones, !param.rtDeadZone[0].IsRectEmpty()) | set(Twice, param.bTwice != 0) |
-           set(NoSingles, param.bKeepSingle == 0) | set(Window6, nArea == 6) |
-           set(Window9, nArea != 4 && nArea != 6) | set(LargerWindow, nArea != 4);
+           set(NoSingles, param.bKeepSingle == 0) | set(Window6, nArea == 6) | set(Window9, nArea != 4 && nArea != 6) |
+           set(LargerWindow, nArea != 4);
 }
 
 } // namespace narvo

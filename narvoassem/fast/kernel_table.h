@@ -102,8 +102,8 @@ struct CKernelChoice
 {
     COptionSet needs;
     TKernel eKernel;
-    COptionSet reads;   ///< further options that it reads
-    const char* pWords; ///< what sets the choice apart from the others
+    COptionSet reads;      ///< further options that it reads
+    const char* pWords;    ///< what sets the choice apart from the others
     COptionSet stops = {}; ///< with one of these it runs nothing at all
     ChoicePath ePath = ChoicePath::Kernel;
 

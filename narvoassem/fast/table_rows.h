@@ -27,8 +27,8 @@ auto CallWithEntry(std::size_t nEntry, const TFunction& function)
     using TResult = std::invoke_result_t<const TFunction&, std::integral_constant<std::size_t, 0>>;
     return [&]<std::size_t... kEntry>(std::index_sequence<kEntry...> /*entries*/)
     {
-        constexpr TResult (*calls[])(const TFunction&) = {[](const TFunction& one) -> TResult
-                                                          { return one(std::integral_constant<std::size_t, kEntry>()); }...};
+        constexpr TResult (*calls[])(const TFunction&) = {
+            [](const TFunction& one) -> TResult { return one(std::integral_constant<std::size_t, kEntry>()); }...};
         return calls[nEntry](function);
     }
     (std::make_index_sequence<nEntries>());

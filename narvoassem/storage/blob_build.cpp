@@ -6,6 +6,7 @@
 #include "narvoassem/blobstorage.h"
 #include "narvoassem/memory_shortage.h"
 #include "narvoassem/stopwatch.h"
+#include "narvoassem/storage/filter_walk.h"
 #include "narvoassem/storage/label_search.h"
 #include "narvoassem/storage/pair_capacity.h"
 #include "narvoassem/storage/pair_groups.h"
@@ -172,7 +173,7 @@ int CBlobStorage::BlobDefectVert()
     narvo::CBlobBuild build(*this, pPair, narvo::GetUsablePairs(*this), true);
     build.Prepare(0);
     CorrectDefGray();
-    if (ConvParam.bZoneFlagged == 0)
+    if (narvo::HasPairFilters(ConvParam, true))
         Filtering_Vert();
     build.Build(narvo::EGroupWindow::Vertical);
     watch.Stop();

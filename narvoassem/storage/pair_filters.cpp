@@ -6,6 +6,7 @@
 
 #include "narvoassem/pairstorage.h"
 #include "narvoassem/storage/convolution_difference.h"
+#include "narvoassem/storage/filter_walk.h"
 #include "narvoassem/storage/pixel_read.h"
 #include "narvoassem/wrap_int.h"
 
@@ -111,13 +112,59 @@ bool FindEdgeTest(const CConvParam& param, int nDefectPos, int nPos, double dPit
     return true;
 }
 
-void MarkFalse(CDefectPair& pair, int bStands)
+/// A jump filter along y behind the margin filter.
+int JumpAlongY(const CConvParam& param, const CDefectPair& pair)
 {
-    if (bStands == 0)
-        pair.nDefectType = DefectType_Removed;
+    const CRect& rtInspect = param.rtInspect;
+    const int y = pair.ptDefect.y;
+    const double dPitch = TurnAtEnd(2.0 * param.GetRealScanPitch(), y, 1, rtInspect.bottom);
+    const int nTarget = TruncateToInt(y + dPitch);
+    // A jump beyond the region keeps the pair here, and removes it along x.
+    if (nTarget < rtInspect.top || nTarget > rtInspect.bottom)
+        return 1;
+    return TestAcross(param, pair, EAxis::Y, dPitch);
+}
+
+/// A cross filter along x behind the margin filter.
+int CrossAlongX(const CConvParam& param, const CDefectPair& pair)
+{
+    const double dPitch = param.GetRealConvPitch();
+    if (2.0 * dPitch > param.rtInspect.Width())
+        return JumpAlongY(param, pair);
+    return TestAcross(param, pair, EAxis::X, TurnAtEnd(dPitch, pair.ptDefect.x, 1, param.rtInspect.right));
+}
+
+void FilterAll(CPairStorage& store, bool bVertical)
+{
+    for (int i = 0; i < store.nPairCount; ++i)
+        if (!AskPairFilters(store, store.pPair[i], bVertical))
+            store.pPair[i].nDefectType = DefectType_Removed;
 }
 
 } // namespace
+
+bool AskPairFilters(CPairStorage& store, CDefectPair& pair, bool bVertical, CFilterTrail* pTrail)
+{
+    const CConvParam& param = store.ConvParam;
+    const bool bFalseFilter = param.bFalseFilter != 0;
+    const bool bAsked = param.nFilterMode2 == 1 || pair.nDefectPair == DefectPair_Single;
+    // Without the false filter a vertical build asks the margin filter alone, about every pair.
+    if (bFalseFilter ? !bAsked : !bVertical)
+        return true;
+    const auto ask = [pTrail](PairFilter eFilter, int bStands)
+    {
+        if (pTrail != nullptr)
+            pTrail->answers[pTrail->nCount++] = {eFilter, bStands != 0};
+        return bStands != 0;
+    };
+    if (!ask(PairFilter::Margin, bVertical ? store.OneFilter_Vert(&pair) : store.MarginFilter_Hori(&pair)))
+        return false;
+    if (!bFalseFilter)
+        return true;
+    if (param.nFilterMode == 1)
+        return ask(PairFilter::Jump, bVertical ? JumpAlongY(param, pair) : store.JumpFilter_Hori(&pair));
+    return ask(PairFilter::Cross, bVertical ? CrossAlongX(param, pair) : store.CrossFilter_Vert(&pair));
+}
 
 } // namespace narvo
 
@@ -137,30 +184,12 @@ void CPairStorage::CorrectDefGray()
 
 void CPairStorage::Filtering_Vert()
 {
-    for (int i = 0; i < nPairCount; ++i)
-    {
-        CDefectPair& pair = pPair[i];
-        if (ConvParam.bFalseFilter == 0)
-            narvo::MarkFalse(pair, OneFilter_Vert(&pair));
-        else if (ConvParam.nFilterMode2 == 1 || pair.nDefectPair == DefectPair_Single)
-            narvo::MarkFalse(pair, ConvParam.nFilterMode == 1 ? JumpFilter_Vert(&pair) : CrossFilter_Hori(&pair));
-    }
+    narvo::FilterAll(*this, true);
 }
 
 void CPairStorage::Filtering_Hori()
 {
-    if (ConvParam.bFalseFilter == 0)
-        return;
-    for (int i = 0; i < nPairCount; ++i)
-    {
-        CDefectPair& pair = pPair[i];
-        if (ConvParam.nFilterMode2 != 1 && pair.nDefectPair != DefectPair_Single)
-            continue;
-        int bStands = MarginFilter_Hori(&pair);
-        if (bStands != 0)
-            bStands = ConvParam.nFilterMode == 1 ? JumpFilter_Hori(&pair) : CrossFilter_Vert(&pair);
-        narvo::MarkFalse(pair, bStands);
-    }
+    narvo::FilterAll(*this, false);
 }
 
 void CPairStorage::Filtering_Vert_Temp()
@@ -169,13 +198,7 @@ void CPairStorage::Filtering_Vert_Temp()
 
 int CPairStorage::CrossFilter_Hori(CDefectPair* pDefect)
 {
-    if (OneFilter_Vert(pDefect) == 0)
-        return 0;
-    const double dPitch = ConvParam.GetRealConvPitch();
-    if (2.0 * dPitch > ConvParam.rtInspect.Width())
-        return JumpFilter_Vert(pDefect);
-    return narvo::TestAcross(ConvParam, *pDefect, narvo::EAxis::X,
-                             narvo::TurnAtEnd(dPitch, pDefect->ptDefect.x, 1, ConvParam.rtInspect.right));
+    return OneFilter_Vert(pDefect) != 0 ? narvo::CrossAlongX(ConvParam, *pDefect) : 0;
 }
 
 int CPairStorage::CrossFilter_Vert(CDefectPair* pDefect)
@@ -200,16 +223,7 @@ int CPairStorage::JumpFilter_Hori(CDefectPair* pDefect)
 
 int CPairStorage::JumpFilter_Vert(CDefectPair* pDefect)
 {
-    if (OneFilter_Vert(pDefect) == 0)
-        return 0;
-    const CRect& rtInspect = ConvParam.rtInspect;
-    const int y = pDefect->ptDefect.y;
-    const double dPitch = narvo::TurnAtEnd(2.0 * ConvParam.GetRealScanPitch(), y, 1, rtInspect.bottom);
-    const int nTarget = narvo::TruncateToInt(y + dPitch);
-    // A jump beyond the region keeps the pair here, and removes it along x.
-    if (nTarget < rtInspect.top || nTarget > rtInspect.bottom)
-        return 1;
-    return narvo::TestAcross(ConvParam, *pDefect, narvo::EAxis::Y, dPitch);
+    return OneFilter_Vert(pDefect) != 0 ? narvo::JumpAlongY(ConvParam, *pDefect) : 0;
 }
 
 int CPairStorage::JumpFilter_Vert2by2(CDefectPair* pDefect, CRect rtArea)

@@ -1,9 +1,8 @@
 // Runs of an inspection with 0, 1, ... re-runs allowed, and the steps of a pass on an engine of its own.
-#include "host/explain/pass_replay.h"
+#include "host/probe/pass_replay.h"
 
 #include <algorithm>
 
-#include "host/probe/comparison_alone.h"
 #include "host/problem.h"
 
 namespace narvo
@@ -41,7 +40,7 @@ int ReplayedPass::FindBlob(int label) const
     return -1;
 }
 
-PassReplay::PassReplay(const CConvParam& block, const EnginePath& path, int maxBlobs) : m_path(path)
+PassReplay::PassReplay(const CConvParam& block, bool asg, int maxBlobs) : m_asg(asg)
 {
     FindPasses(block, maxBlobs);
 }
@@ -68,7 +67,7 @@ void PassReplay::FindPasses(const CConvParam& allowed, int maxBlobs)
         }
         CConvParam block = allowed;
         block.nMaxReinspect = reruns;
-        pool.Inspect_Rect(0, &block, m_path.IsAsg() ? 1 : 0);
+        pool.Inspect_Rect(0, &block, m_asg ? 1 : 0);
 
         // Without a band split the lane's engine has run itself; with it, only the sub-engines have.
         std::erase_if(engines, [](const CNarvoAssem* engine) { return engine->ConvParam.pImage == nullptr; });
@@ -84,6 +83,7 @@ void PassReplay::FindPasses(const CConvParam& allowed, int maxBlobs)
             pass.band = static_cast<int>(i);
             pass.number = reruns;
             pass.param = engine.ConvParam;
+            pass.steps = GetBlobSteps(pass.param, ChooseComparison(pass.param, m_asg));
             if (reruns > 0)
                 pass.earlier = before[i];
             more = true;
@@ -110,16 +110,10 @@ bool PassReplay::RanAgain(const CNarvoAssem& engine, int band) const
 
 ReplayedPass* PassReplay::Find(const CPoint& place)
 {
-    const bool columns = m_path.IsVertical();
     ReplayedPass* found = nullptr;
     for (ReplayedPass& pass : m_passes)
-    {
-        const CRect& region = pass.param.rtInspect;
-        const bool behind = columns ? place.x >= region.left && place.x < region.right
-                                    : place.y >= region.top && place.y < region.bottom;
-        if (behind && (found == nullptr || pass.number > found->number || pass.band > found->band))
+        if (pass.param.rtInspect.PtInRect(place) && (found == nullptr || pass.number > found->number))
             found = &pass;
-    }
     return found;
 }
 
@@ -133,12 +127,7 @@ int PassReplay::PassesOver(int band) const
 const KernelProbe& PassReplay::Probe(ReplayedPass& pass) const
 {
     if (pass.probe == nullptr)
-    {
-        CConvParam param = pass.param;
-        if (m_path.IsAsg())
-            param.bKeepSingle = 0;
-        pass.probe = std::make_unique<KernelProbe>(param, m_path.IsAsg());
-    }
+        pass.probe = std::make_unique<KernelProbe>(pass.param, m_asg);
     return *pass.probe;
 }
 
@@ -147,35 +136,32 @@ void PassReplay::Replay(ReplayedPass& pass)
     if (pass.replayed)
         return;
     pass.replayed = true;
-    m_replay.ResetNarvoAssem();
     m_replay.SetConvParam(&pass.param);
-    RunComparisonAlone(m_replay, m_path.IsAsg());
+    TraceToPairs(m_replay, ChooseComparison(pass.param, m_asg));
     const int count = std::min(m_replay.nPairCount, m_replay.nPairSize);
     pass.written.assign(m_replay.pPair, m_replay.pPair + count);
-    if (IsDropped(pass))
+    if (pass.IsDropped())
         return;
     PutBlobs(m_replay, pass.earlier);
-    if (!m_path.RunsRectangleKernel())
-        m_path.kind == Kind_FreeForm ? m_replay.BlobDefectVert_NonFilter() : m_replay.BlobDefect_NonFilter();
-    else if (m_path.IsVertical())
-        m_replay.BlobDefectVert();
-    else
-        m_replay.BlobDefect();
+    BuildBlobs(m_replay, pass.steps);
     pass.judged.assign(m_replay.pPair, m_replay.pPair + count);
     pass.labels.assign(m_replay.pPairLabel, m_replay.pPairLabel + count);
     pass.built = CopyBlobs(m_replay);
 }
 
-bool PassReplay::IsDropped(const ReplayedPass& pass) const
+CRecordTrace PassReplay::Ask(const ReplayedPass& pass, const CDefectPair& record)
 {
-    return m_path.IsVertical() && !m_path.IsAsg() && static_cast<int>(pass.written.size()) > nVerticalRecordLimit;
+    CRecordTrace trace;
+    if (!TraceRecord(pass.param, pass.steps, record, trace))
+        throw HostError({{"memory", "not enough for a record", "more memory"}});
+    return trace;
 }
 
 /// Merges and looks for ghosts once more with this blob marked: a count of sub-zones that nothing else has, which
 /// merging adds up.
 void PassReplay::FollowBlob(ReplayedPass& pass, int blob)
 {
-    if (pass.steps.contains(blob))
+    if (pass.followed.contains(blob))
         return;
     const int mark = CDefectBlob::nZoneLimit - 1;
     const int first = static_cast<int>(pass.earlier.size());
@@ -190,33 +176,29 @@ void PassReplay::FollowBlob(ReplayedPass& pass, int blob)
                 return &m_replay.pBlob[i];
         return nullptr;
     };
-    const CConvParam& param = m_replay.ConvParam;
     const CDefectBlob& built = pass.built[static_cast<std::size_t>(blob)];
     BlobStep step;
     step.built = built.rtDefect;
     step.builtArea = built.nPairCount;
-    m_replay.MergeDivision(first, param.nMergeDivision);
+    MergeBlobs(m_replay, first);
     const CDefectBlob* const merged = find();
     if (merged == nullptr)
         throw HostError({{"replay", "lost a blob in merging", "the blobs of the inspection"}});
     step.merged = merged->rtDefect;
     step.mergedArea = merged->nPairCount;
     const CDefectBlob kept = *merged;
-    const bool vertical = m_path.IsVertical() || m_path.kind == Kind_FreeForm;
-    const double pitch = vertical ? param.GetRealScanPitch() : param.GetRealConvPitch();
-    if (vertical)
-        m_replay.ShadowFilterVert(first, pitch);
-    else if (m_path.RunsRectangleKernel())
-        m_replay.ShadowFilter(first, pitch);
+    RemoveGhosts(m_replay, pass.steps, first);
     if (const CDefectBlob* const left = find())
         pass.final.emplace(blob, *left);
     else
     {
+        const bool vertical = pass.steps.bVertical;
+        const double pitch = vertical ? pass.param.GetRealScanPitch() : pass.param.GetRealConvPitch();
         const double distance = kept.nDefectPos == DefectPos_First ? pitch : -pitch;
         step.ghostOf = vertical ? CPoint(kept.ptCenter.x, static_cast<int>(kept.ptCenter.y + distance))
                                 : CPoint(static_cast<int>(kept.ptCenter.x + distance), kept.ptCenter.y);
     }
-    pass.steps.emplace(blob, step);
+    pass.followed.emplace(blob, step);
 }
 
 } // namespace narvo

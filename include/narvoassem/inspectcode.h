@@ -1,0 +1,13 @@
+/// @file
+/// The codes that inspection calls answer with.
+#pragma once
+
+/// What an inspection call answers.
+enum InspectCode : int
+{
+    InspectCode_Done = 1,           ///< inspected
+    InspectCode_BadParameter = 8,   ///< refused: bad lane index or parameter
+    InspectCode_Partial = 16,       ///< inspected, with a warning about coverage: re-runs were started or could not be,
+                                    ///< more pairs exist than fit, or memory for the search ran out
+    InspectCode_RegionTooSmall = 64 ///< refused by the pool: fewer than three pitches, or than a window
+};
