@@ -476,6 +476,20 @@ TEST(Explain, BandsAreToldApart)
     EXPECT_EQ(explainer.Explain(CPoint(100, 101)).band, 0);
 }
 
+TEST(Explain, PolygonInBandsIsLookedUpInTheBandOfThePlace)
+{
+    const GreyImage image = MakePattern(4160, 200, 500, 101, 70);
+    Recipe recipe = PatternRecipe();
+    SetMode(recipe, Mode_Float, 20);
+    recipe.regionShape = RegionShape_Polygon;
+    recipe.regionPoints = {{40, 0}, {4100, 10}, {4150, 190}, {2000, 200}, {0, 180}};
+    Explainer explainer(image, recipe);
+    const Explanation told = explainer.Explain(CPoint(500, 101));
+    EXPECT_EQ(told.bands, 2);
+    EXPECT_EQ(told.band, 0);
+    EXPECT_EQ(told.outcome, Outcome::Reported) << DescribeExplanation(told);
+}
+
 TEST(Explain, PassWithTooManyRecordsIsToldAndTheNextPassIsFound)
 {
     GreyImage image = MakePattern(1200, 1200, -100, -100, 0);
