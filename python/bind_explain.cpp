@@ -10,8 +10,10 @@
 #include "python/bind.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"
+#include "python/per_process.h"
 #include "python/result_arrays.h"
 #include "python/sealed_class.h"
+#include "python/unlocked.h"
 #include "python/values.h"
 
 namespace narvo::python
@@ -20,26 +22,41 @@ namespace narvo::python
 namespace
 {
 
-/// An explainer with an image of its own, for any number of threads, one after the other.
+/// The explanations of one inspection, for any number of threads, one after the other.
+struct ExplainerLane
+{
+    ExplainerLane(const GreyImage& image, const Recipe& recipe) : explainer(image, recipe) {}
+
+    Explainer explainer;
+    std::mutex mutex;
+};
+
+/// An explainer with an image of its own.
 class HeldExplainer
 {
 public:
-    HeldExplainer(GreyImage image, const Recipe& recipe) : m_image(std::move(image)), m_explainer(m_image, recipe) {}
+    HeldExplainer(GreyImage image, const Recipe& recipe) : m_image(std::move(image)), m_recipe(recipe)
+    {
+        m_outcome = m_lane.Get([&] { return Unlocked([&] { return MakeLane(); }); }).explainer.Result();
+    }
 
-    const InspectionResult& Outcome() const { return m_explainer.Result(); }
+    const InspectionResult& Outcome() const { return m_outcome; }
     int Width() const { return m_image.Width(); }
     int Height() const { return m_image.Height(); }
 
-    Explanation Explain(CPoint place)
+    /// With the interpreter lock held.
+    ExplainerLane& LaneOfThisProcess()
     {
-        const std::lock_guard lock(m_mutex);
-        return m_explainer.Explain(place);
+        return m_lane.Get([&] { return MakeLane(); });
     }
 
 private:
+    std::unique_ptr<ExplainerLane> MakeLane() const { return std::make_unique<ExplainerLane>(m_image, m_recipe); }
+
     GreyImage m_image;
-    Explainer m_explainer;
-    std::mutex m_mutex;
+    Recipe m_recipe;
+    InspectionResult m_outcome;
+    PerProcess<ExplainerLane> m_lane;
 };
 
 std::unique_ptr<HeldExplainer> MakeExplainer(const py::handle& image, const py::handle& recipe)
@@ -49,7 +66,6 @@ std::unique_ptr<HeldExplainer> MakeExplainer(const py::handle& image, const py::
                       [&]
                       {
                           const Recipe made = ToRecipe(recipe);
-                          const py::gil_scoped_release released;
                           return std::make_unique<HeldExplainer>(pixels.Copy(), made);
                       });
 }
@@ -59,8 +75,13 @@ Explanation ExplainAt(HeldExplainer& explainer, int x, int y)
     return Translated(Fault::Argument,
                       [&]
                       {
-                          const py::gil_scoped_release released;
-                          return explainer.Explain(CPoint(x, y));
+                          ExplainerLane& lane = explainer.LaneOfThisProcess();
+                          return Unlocked(
+                              [&]
+                              {
+                                  const std::lock_guard lock(lane.mutex);
+                                  return lane.explainer.Explain(CPoint(x, y));
+                              });
                       });
 }
 

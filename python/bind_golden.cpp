@@ -12,8 +12,10 @@
 #include "python/bind.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"
+#include "python/per_process.h"
 #include "python/result_arrays.h"
 #include "python/sealed_class.h"
+#include "python/unlocked.h"
 #include "python/values.h"
 
 namespace narvo::python
@@ -22,27 +24,43 @@ namespace narvo::python
 namespace
 {
 
-/// A model with an inspector of its own, for any number of threads, one after the other.
+/// An inspector for any number of threads, one after the other.
+struct GoldenLane
+{
+    explicit GoldenLane(int maxBlobs) : inspector(1, maxBlobs) {}
+
+    Inspector inspector;
+    std::mutex mutex;
+};
+
+/// A model with an inspector of its own.
 class HeldModel
 {
 public:
-    HeldModel(const std::vector<GreyImage>& references, const GoldenSettings& settings)
-        : m_model(references, settings), m_inspector(1, settings.maxBlobs)
+    HeldModel(GoldenModel model, int maxBlobs) : m_model(std::move(model)), m_maxBlobs(maxBlobs)
     {
+        LaneOfThisProcess();
     }
 
     const GoldenModel& Model() const { return m_model; }
 
-    GoldenResult Inspect(const GreyImage& image)
+    /// With the interpreter lock held.
+    GoldenLane& LaneOfThisProcess()
     {
-        const std::lock_guard lock(m_mutex);
-        return InspectGolden(m_inspector, 0, m_model, image);
+        return m_lane.Get([&] { return std::make_unique<GoldenLane>(m_maxBlobs); });
+    }
+
+    /// Without it.
+    GoldenResult Inspect(GoldenLane& lane, const GreyImage& image) const
+    {
+        const std::lock_guard lock(lane.mutex);
+        return InspectGolden(lane.inspector, 0, m_model, image);
     }
 
 private:
     GoldenModel m_model;
-    Inspector m_inspector;
-    std::mutex m_mutex;
+    int m_maxBlobs;
+    PerProcess<GoldenLane> m_lane;
 };
 
 struct PlaceRow
@@ -92,8 +110,8 @@ std::unique_ptr<HeldModel> MakeModel(const py::handle& references, const GoldenS
                       [&]
                       {
                           ThrowIfAny(CheckGoldenSettings(settings));
-                          const py::gil_scoped_release released;
-                          return std::make_unique<HeldModel>(images, settings);
+                          return std::make_unique<HeldModel>(Unlocked([&] { return GoldenModel(images, settings); }),
+                                                             settings.maxBlobs);
                       });
 }
 
@@ -103,11 +121,8 @@ GoldenOutcome InspectOne(HeldModel& model, const py::handle& image)
     return Translated(Fault::Image,
                       [&]
                       {
-                          GoldenResult found;
-                          {
-                              const py::gil_scoped_release released;
-                              found = model.Inspect(pixels.Copy());
-                          }
+                          GoldenLane& lane = model.LaneOfThisProcess();
+                          GoldenResult found = Unlocked([&] { return model.Inspect(lane, pixels.Copy()); });
                           return GoldenOutcome(std::move(found), pixels.View().Width(), pixels.View().Height());
                       });
 }

@@ -5,6 +5,7 @@
 #include "python/bind.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"
+#include "python/unlocked.h"
 #include "python/values.h"
 
 namespace narvo::python
@@ -16,12 +17,7 @@ namespace
 py::array_t<std::uint8_t> ReadImage(const py::handle& path)
 {
     const std::filesystem::path file = ToPath(path);
-    const GreyImage image = Translated(Fault::Image,
-                                       [&]
-                                       {
-                                           const py::gil_scoped_release released;
-                                           return LoadGreyImage(file);
-                                       });
+    const GreyImage image = Translated(Fault::Image, [&] { return Unlocked([&] { return LoadGreyImage(file); }); });
     return ToArray(image);
 }
 
@@ -46,8 +42,7 @@ void WriteColour(const std::filesystem::path& file, const py::array& array)
                    const auto* pixels = static_cast<const std::uint8_t*>(array.data());
                    const auto width = static_cast<int>(array.shape(1));
                    const auto height = static_cast<int>(array.shape(0));
-                   const py::gil_scoped_release released;
-                   SaveColourImage(file, pixels, width, height);
+                   Unlocked([&] { SaveColourImage(file, pixels, width, height); });
                });
 }
 
@@ -57,12 +52,7 @@ void WriteImage(const py::handle& path, const py::handle& image)
     if (py::isinstance<py::array>(image) && py::reinterpret_borrow<py::array>(image).ndim() == 3)
         return WriteColour(file, py::reinterpret_borrow<py::array>(image));
     const ImageArgument grey = Translated(Fault::Image, [&] { return ImageArgument(image, "image"); });
-    Translated(Fault::File,
-               [&]
-               {
-                   const py::gil_scoped_release released;
-                   SaveGreyImage(file, grey.Copy());
-               });
+    Translated(Fault::File, [&] { Unlocked([&] { SaveGreyImage(file, grey.Copy()); }); });
 }
 
 } // namespace

@@ -9,8 +9,10 @@
 #include "python/image_array.h"
 #include "python/lane_queue.h"
 #include "python/narvo_errors.h"
+#include "python/per_process.h"
 #include "python/result_arrays.h"
 #include "python/sealed_class.h"
+#include "python/unlocked.h"
 #include "python/values.h"
 
 namespace narvo::python
@@ -19,29 +21,44 @@ namespace narvo::python
 namespace
 {
 
+/// Engines, and who has which of them.
+struct Lanes
+{
+    Lanes(int lanes, int maxBlobs) : inspector(lanes, maxBlobs), queue(lanes) {}
+
+    Inspector inspector;
+    LaneQueue queue;
+};
+
 /// An inspector whose lanes are handed out to whatever thread asks.
 class LanePool
 {
 public:
-    LanePool(int lanes, int maxBlobs) : m_inspector(lanes, maxBlobs), m_maxBlobs(maxBlobs), m_queue(lanes) {}
+    LanePool(int lanes, int maxBlobs) : m_count(lanes), m_maxBlobs(maxBlobs) { OfThisProcess(); }
 
-    int Lanes() const { return m_inspector.Lanes(); }
+    int Count() const { return m_count; }
     int MaxBlobs() const { return m_maxBlobs; }
 
-    /// Without the interpreter lock. Waits for a free lane.
-    InspectionResult Inspect(const GreyView& image, const Recipe& recipe)
+    /// With the interpreter lock held.
+    Lanes& OfThisProcess()
+    {
+        return m_lanes.Get([&] { return std::make_unique<Lanes>(m_count, m_maxBlobs); });
+    }
+
+    /// Without it. Waits for a free lane.
+    InspectionResult Inspect(Lanes& lanes, const GreyView& image, const Recipe& recipe) const
     {
         if (recipe.maxBlobs > m_maxBlobs)
             throw HostError({{"max_blobs", std::to_string(recipe.maxBlobs),
                               "at most " + std::to_string(m_maxBlobs) + ", the inspector's own"}});
-        const LaneQueue::Hold hold(m_queue);
-        return m_inspector.Inspect(hold.Lane(), image, recipe, true);
+        const LaneQueue::Hold hold(lanes.queue);
+        return lanes.inspector.Inspect(hold.Lane(), image, recipe, true);
     }
 
 private:
-    Inspector m_inspector;
+    int m_count;
     int m_maxBlobs;
-    LaneQueue m_queue;
+    PerProcess<Lanes> m_lanes;
 };
 
 /// On an inspector that the calling thread keeps for its next call: what it works in takes longer to get than most
@@ -67,11 +84,7 @@ Result InspectWith(const py::handle& image, const py::handle& recipe, Run run)
                       [&]
                       {
                           const Recipe made = ToRecipe(recipe);
-                          InspectionResult outcome;
-                          {
-                              const py::gil_scoped_release released;
-                              outcome = run(pixels.View(), made);
-                          }
+                          InspectionResult outcome = Unlocked([&] { return run(pixels.View(), made); });
                           return Result(std::move(outcome), pixels.View().Width(), pixels.View().Height());
                       });
 }
@@ -101,13 +114,14 @@ void BindInspection(py::module_& module)
             "inspect",
             [](LanePool& pool, const py::handle& image, const py::handle& recipe)
             {
+                Lanes& lanes = Translated(Fault::Argument, [&]() -> Lanes& { return pool.OfThisProcess(); });
                 return InspectWith(image, recipe,
                                    [&](const GreyView& pixels, const Recipe& made)
-                                   { return pool.Inspect(pixels, made); });
+                                   { return pool.Inspect(lanes, pixels, made); });
             },
             py::arg("image"), py::arg("recipe"),
             "As the function inspect(), on the next free lane. Any number of threads may call.")
-        .def_property_readonly("lanes", &LanePool::Lanes, "Inspections at once.")
+        .def_property_readonly("lanes", &LanePool::Count, "Inspections at once.")
         .def_property_readonly("max_blobs", &LanePool::MaxBlobs, "Room for blobs of each lane.");
     SealConstructed(module.attr("LanePool"));
 }

@@ -4,6 +4,7 @@
 
 #include "narvoassem/version.h"
 #include "python/bind.h"
+#include "python/unlocked.h"
 
 PYBIND11_MODULE(_narvoassem, module)
 {
@@ -12,6 +13,7 @@ PYBIND11_MODULE(_narvoassem, module)
     module.attr("__version__") = std::to_string(NARVOASSEM_VERSION_MAJOR) + "." +
                                  std::to_string(NARVOASSEM_VERSION_MINOR) + "." +
                                  std::to_string(NARVOASSEM_VERSION_PATCH);
+    WaitForCallsAtExit();
     BindImages(module);
     BindRecipe(module);
     BindResult(module);

@@ -7,6 +7,7 @@
 #include "python/image_array.h"
 #include "python/narvo_errors.h"
 #include "python/sealed_class.h"
+#include "python/unlocked.h"
 #include "python/values.h"
 
 namespace narvo::python
@@ -27,8 +28,7 @@ PitchResult Search(const py::handle& image, const py::handle& region)
                       [&]
                       {
                           const CRect part = RegionOrAll(region, pixels.View());
-                          const py::gil_scoped_release released;
-                          return SearchPitch(pixels.View(), part);
+                          return Unlocked([&] { return SearchPitch(pixels.View(), part); });
                       });
 }
 
@@ -49,8 +49,7 @@ Recipe MakeRecipe(const py::handle& image, const PitchResult& pitch, const py::h
                                                 "a rectangle inside the image of " + std::to_string(whole.right) +
                                                     " by " + std::to_string(whole.bottom) + " pixels, sides at least " +
                                                     std::to_string(nPitchSearchSide)}});
-                          const py::gil_scoped_release released;
-                          return MakePitchRecipe(pixels.View(), part, pitch);
+                          return Unlocked([&] { return MakePitchRecipe(pixels.View(), part, pitch); });
                       });
 }
 

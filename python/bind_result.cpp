@@ -14,6 +14,7 @@
 #include "python/narvo_errors.h"
 #include "python/result_arrays.h"
 #include "python/sealed_class.h"
+#include "python/unlocked.h"
 #include "python/values.h"
 
 namespace narvo::python
@@ -162,10 +163,7 @@ py::array_t<std::uint8_t> MakeOverlay(const Result& result, const py::handle& im
     const std::vector<CRect> boxes = ToBoxes(missed);
     py::array_t<std::uint8_t> rgb({py::ssize_t{result.height}, py::ssize_t{result.width}, py::ssize_t{3}});
     std::uint8_t* pixels = rgb.mutable_data();
-    {
-        const py::gil_scoped_release released;
-        DrawOverlay(pixels, canvas.View(), result.outcome, boxes);
-    }
+    Unlocked([&] { DrawOverlay(pixels, canvas.View(), result.outcome, boxes); });
     return rgb;
 }
 
@@ -369,11 +367,7 @@ void BindResult(py::module_& module)
                 const ImageArgument canvas = ToCanvas(result, image);
                 const std::vector<CRect> boxes = ToBoxes(missed);
                 Translated(Fault::File,
-                           [&]
-                           {
-                               const py::gil_scoped_release released;
-                               SaveOverlay(file, canvas.View(), result.outcome, boxes);
-                           });
+                           [&] { Unlocked([&] { SaveOverlay(file, canvas.View(), result.outcome, boxes); }); });
             },
             py::arg("path"), py::arg("image"), py::arg("missed") = py::tuple(),
             "Write the overlay as an image file. Raises FileError.")

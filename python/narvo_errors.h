@@ -23,7 +23,7 @@ enum class Fault
 
 /// Runs `call`, which may release the interpreter lock as long as it holds it again at its end.
 template <typename Call>
-auto Translated(Fault fault, Call call)
+decltype(auto) Translated(Fault fault, Call call)
 {
     try
     {
