@@ -18,6 +18,7 @@ namespace
 constexpr int nFraction = 16;        // pitches of tables are in 1/16 pixel
 constexpr int nGroup = 16;           // a table entry serves 16 rows or columns
 constexpr short nDeadOffset = 32512; // above every difference
+constexpr int nNarrowestBand = 1984; // columns: 2000 cut down to a multiple of 64
 constexpr int nDeadTable = 255;      // no difference is greater, and the zone tables go no further
 
 const Recipe& Checked(const GreyView& image, const Recipe& recipe)
@@ -103,7 +104,8 @@ void ParameterSet::FillScalars(const Recipe& recipe)
     m_param.nScanMultiple = recipe.multipleY;
     m_param.nGrayLimit = recipe.greyLimit;
     m_param.bKeepSingle = recipe.keepSingles;
-    m_param.bBandThread = recipe.bandSplit;
+    // The engine's check wants three windows across, of a band too; what it says of a band is not looked at.
+    m_param.bBandThread = recipe.bandSplit && 3 * recipe.windowWidth <= nNarrowestBand;
     m_param.nMergeDivision = recipe.mergeDistance;
     // The block pairs its two sizes with the axes crosswise.
     m_param.dPixelSizeY = recipe.pixelSizeX;

@@ -149,7 +149,9 @@ def inspect_files(
             outcomes[index] = found
             if on_image is not None:
                 on_image(index, found)
-    return make_table(list(zip(paths, outcomes)), blob_dtype)
+    # An image that nobody answered for is a row all the same.
+    answered = [found or [failed(f"image {path}: {_LOST}")] for path, found in zip(paths, outcomes)]
+    return make_table(list(zip(paths, answered)), blob_dtype)
 
 
 def _parse(arguments: Optional[Sequence[str]]) -> argparse.Namespace:

@@ -139,6 +139,14 @@ def test_an_error_of_the_program_itself_is_raised(client):
         list(batch.distribute(client, task, ["a", "b"]))
 
 
+def test_an_image_that_nobody_answers_for_is_a_row_all_the_same(lot, recipe, monkeypatch):
+    monkeypatch.setattr(batch, "distribute", lambda client, task, images: iter([(1, task(images[1]))]))
+    table = batch.inspect_files(lot[:3], recipe, client=object())
+    assert list(table.image.unique()) == lot[:3]
+    assert list(table[table.image != lot[1]].outcome) == ["failed", "failed"]
+    assert table.problems[0] == f"image {lot[0]}: lost every worker that began with it"
+
+
 def test_progress_names_every_image_once(lot, recipe):
     seen = []
     batch.inspect_files(lot[:6], recipe, on_image=lambda index, found: seen.append((index, found[0].problems == "")))

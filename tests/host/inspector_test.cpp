@@ -234,6 +234,19 @@ TEST(Inspector, BandsReportAsOneRegionDoes)
     }
 }
 
+TEST(Inspector, WindowsThatNoBandHoldsThreeOfLoseNoBand)
+{
+    GreyImage image = MakePattern(4200, 300, 1003, 151, 70);
+    Recipe recipe = PatternRecipe();
+    for (const int width : {1, 661, 662, 700, 1023})
+    {
+        recipe.windowWidth = width;
+        const InspectionResult result = Inspector(1, 1000).Inspect(0, image, recipe);
+        EXPECT_EQ(result.code, 1) << width;
+        ExpectTheSquare(result, 1003, 151, true);
+    }
+}
+
 TEST(Inspector, PairRecordsComeWhenAskedForAndLieInTheirBlobs)
 {
     Inspector inspector(1, 1000);
