@@ -296,6 +296,33 @@ TEST_F(BandSplit, SpansBeyondEveryImageAreRefusedBeforeTheSplit)
     }
 }
 
+TEST_F(BandSplit, BandsThatDoNotRunKeepTheBlobsOfTheCallBefore)
+{
+    CZoneScene scene(4400, 130, 40, 1);
+    scene.AddDefect(3000, 60, 3, 80);
+    Enable(2);
+    EXPECT_EQ(m_engine.Inspect_RectThread(&scene.param), 1);
+    EXPECT_EQ(m_engine.GetBlobCount(), 1);
+    scene.param.nZoneColumns = 40; // the second band finds no record
+    scene.param.pThresholdOffsetMap = nullptr;
+    scene.param.nInspectMode = 4;
+    EXPECT_EQ(m_engine.Inspect_RectThread(&scene.param), 1);
+    EXPECT_EQ(m_engine.GetBlobCount(), 1);
+}
+
+TEST_F(BandSplit, PoolsGiveBandsNoReRunsBack)
+{
+    CAssemControl pool;
+    pool.InitAssemControl(1, 100);
+    CNarvoAssem& lane = *pool.GetNarvoAssem(0);
+    CNarvoAssem& band = *lane.pThreadControl->GetAssem(1);
+    lane.CountReinspect();
+    band.CountReinspect();
+    pool.ResetReinspectCount();
+    EXPECT_EQ(lane.nReinspectCount, 0);
+    EXPECT_EQ(band.nReinspectCount, 1);
+}
+
 /// A flat image with bright pixels two bands apart, in pixel mode.
 struct CFlatScene
 {

@@ -420,6 +420,22 @@ TEST_P(PixelKernels, AStripCutInItsLeftHalfIsFollowed24ColumnsOn)
     EXPECT_EQ(outcome.nEndLine, 80);
 }
 
+TEST_P(PixelKernels, AStripWhoseLastRowFillsTheArraysExactlyCountsAsCut)
+{
+    CPicture picture(96, nHigh, 100);
+    picture.At(2, nHigh - 13) = 200; // a hit one pitch above, and one in the last row compared
+    picture.At(20, 5) = 200;         // passed over: the next strip starts at 24
+    CPixelScene scene = SceneOn(picture, PixelKernel::Vert, {0, 0, 64, nHigh});
+    for (const int nHitSize : {2, 3})
+    {
+        scene.call.hits.nSize = nHitSize;
+        const CKernelOutcome outcome = RunScene(scene);
+        ASSERT_EQ(outcome.nReturned, nHitSize == 2 ? 1 : 2);
+        EXPECT_EQ(outcome.aPairs[0].ptDefect, CPoint(2, nHigh - 13));
+        EXPECT_EQ(outcome.nEndLine, nHitSize == 2 ? 88 : 80);
+    }
+}
+
 TEST_P(PixelKernels, AStripCutInItsRightHalfIsFollowed32ColumnsOn)
 {
     CPicture picture(96, nHigh, 100);

@@ -61,6 +61,31 @@ TEST_F(ConvolutionDifference, TwoByTwoWindowsCarryTheWeightsAtTheirEnds)
     EXPECT_EQ(narvo::ConvDiffVert2x2(m_view, 5, 6, 4.5), dSrc - dRef);
 }
 
+TEST_F(ConvolutionDifference, SumsAreFormedTermByTermInOneOrder)
+{
+    int nOtherwise = 0; // places where sums by line would differ in the last bit
+    for (int y = 0; y < 20; ++y)
+        for (int x = 0; x < 20; ++x)
+        {
+            const double dPos = x + 4.3;
+            const int nPos = static_cast<int>(dPos);
+            const double dFrac = dPos - nPos;
+            double dRef = 0.0;
+            double dByLine = 0.0;
+            for (int j = 0; j < 2; ++j)
+            {
+                dRef += p(nPos, y + j) * (1.0 - dFrac);
+                dRef += p(nPos + 1, y + j);
+                dRef += p(nPos + 2, y + j) * dFrac;
+                dByLine += p(nPos, y + j) * (1.0 - dFrac) + p(nPos + 1, y + j) + p(nPos + 2, y + j) * dFrac;
+            }
+            const double dSrc = p(x, y) + p(x + 1, y) + p(x, y + 1) + p(x + 1, y + 1);
+            EXPECT_EQ(narvo::ConvDiffHori2x2(m_view, x, y, 4.3), dSrc - dRef);
+            nOtherwise += dRef != dByLine ? 1 : 0;
+        }
+    EXPECT_GT(nOtherwise, 0);
+}
+
 TEST_F(ConvolutionDifference, ThreeByTwoAndTwoByThreeWindowsReachOneFurther)
 {
     double dSrc = 0.0;
