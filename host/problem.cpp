@@ -6,15 +6,47 @@
 #include <cmath>
 #include <utility>
 
+#include "host/foreign_text.h"
+#include "host/limits.h"
+
 namespace narvo
 {
 
-std::string Problem::Text() const
+namespace
 {
-    return field + ": " + value + "; allowed: " + allowed;
+
+const char* const szFurther = "further problems";
+
+/// Problems that an entry of a list stands for.
+std::size_t CountOf(const Problem& problem)
+{
+    std::size_t count = 1;
+    if (problem.field == szFurther)
+        std::from_chars(problem.value.data(), problem.value.data() + problem.value.size(), count);
+    return count;
 }
 
-HostError::HostError(std::vector<Problem> found) : m_problems(std::move(found))
+} // namespace
+
+std::string Problem::Text() const
+{
+    return Printable(field + ": " + value + "; allowed: " + allowed);
+}
+
+std::vector<Problem> FirstOf(std::vector<Problem> found)
+{
+    if (found.size() <= nListedProblems + 1)
+        return found;
+    std::size_t others = 0;
+    for (std::size_t i = nListedProblems; i < found.size(); ++i)
+        others += CountOf(found[i]);
+    found.resize(nListedProblems);
+    found.push_back(
+        {szFurther, std::to_string(others), "none; the first " + std::to_string(nListedProblems) + " are listed"});
+    return found;
+}
+
+HostError::HostError(std::vector<Problem> found) : m_problems(FirstOf(std::move(found)))
 {
     for (const Problem& problem : m_problems)
         m_text += (m_text.empty() ? "" : "\n") + problem.Text();

@@ -16,12 +16,16 @@ struct Problem
     std::string value;   ///< what was found there
     std::string allowed; ///< what would have been right
 
-    /// "field: value; allowed: range", one line.
+    /// "field: value; allowed: range", one line that a terminal shows as it stands.
     std::string Text() const;
     bool operator==(const Problem& other) const = default;
 };
 
-/// Everything that was wrong with a call.
+/// A long list cut to its first nListedProblems, and a last one that says how many more there are. Lists that were put
+/// together from such lists are counted right.
+std::vector<Problem> FirstOf(std::vector<Problem> found);
+
+/// Everything that was wrong with a call; cut by FirstOf.
 class HostError : public std::exception
 {
 public:

@@ -1,6 +1,9 @@
 // Image files as arrays.
 #include <filesystem>
+#include <optional>
+#include <string>
 
+#include "host/limits.h"
 #include "host/result/overlay.h"
 #include "python/bind.h"
 #include "python/image_array.h"
@@ -14,10 +17,23 @@ namespace narvo::python
 namespace
 {
 
-py::array_t<std::uint8_t> ReadImage(const py::handle& path)
+std::int64_t ToPixelLimit(const py::handle& value)
+{
+    if (value.is_none())
+        return MaxImagePixels();
+    const std::optional<int> pixels = ToInt(value);
+    if (!pixels)
+        throw HostError({{"max_pixels", Shown(value), "1 to " + std::to_string(nHighestMaxPixels)}});
+    CheckMaxImagePixels(*pixels);
+    return *pixels;
+}
+
+py::array_t<std::uint8_t> ReadImage(const py::handle& path, const py::handle& maxPixels)
 {
     const std::filesystem::path file = ToPath(path);
-    const GreyImage image = Translated(Fault::Image, [&] { return Unlocked([&] { return LoadGreyImage(file); }); });
+    const std::int64_t limit = Translated(Fault::Argument, [&] { return ToPixelLimit(maxPixels); });
+    const GreyImage image =
+        Translated(Fault::Image, [&] { return Unlocked([&] { return LoadGreyImage(file, limit); }); });
     return ToArray(image);
 }
 
@@ -59,10 +75,11 @@ void WriteImage(const py::handle& path, const py::handle& image)
 
 void BindImages(py::module_& module)
 {
-    module.def("read_image", &ReadImage, py::arg("path"),
+    module.def("read_image", &ReadImage, py::arg("path"), py::kw_only(), py::arg("max_pixels") = py::none(),
                "Read an image file (PNG, TIFF, BMP, PGM, JPEG) as an array that inspect() takes.\n\n"
                "Colour, 16-bit and transparent images are taken only where 8-bit grey says the same; ImageError tells "
-               "the first place where it does not.");
+               "the first place where it does not. An image of more than max_pixels pixels (default 268435456) is "
+               "refused before it is decoded.");
     module.def("write_image", &WriteImage, py::arg("path"), py::arg("image"),
                "Write a grey image of shape (rows, columns) or a red-green-blue one of shape (rows, columns, 3), dtype "
                "uint8, in the format that the file name's ending says.\n\nRaises ImageError or FileError.");

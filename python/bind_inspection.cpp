@@ -1,10 +1,13 @@
 // Inspections: one image at a time, or from many threads on a pool of lanes. The interpreter lock is free while the
 // engine works.
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "host/inspect/inspector.h"
+#include "host/limits.h"
 #include "python/bind.h"
 #include "python/image_array.h"
 #include "python/lane_queue.h"
@@ -61,18 +64,30 @@ private:
     PerProcess<Lanes> m_lanes;
 };
 
+/// Numbers of any size are refused in the same words.
+std::unique_ptr<LanePool> MakePool(const py::handle& lanes, const py::handle& maxBlobs)
+{
+    for (const py::handle& number : {lanes, maxBlobs})
+        if (PyIndex_Check(number.ptr()) == 0)
+            throw py::type_error(Shown(number) + " is no whole number");
+    const std::optional<int> laneCount = ToInt(lanes);
+    const std::optional<int> room = ToInt(maxBlobs);
+    std::vector<Problem> found;
+    if (!laneCount)
+        found.push_back({"lanes", Shown(lanes), "1 to " + std::to_string(nLaneLimit)});
+    if (!room)
+        found.push_back({"max_blobs", Shown(maxBlobs), "1 to " + std::to_string(nBlobLimit)});
+    ThrowIfAny(std::move(found));
+    return std::make_unique<LanePool>(*laneCount, *room);
+}
+
 /// On an inspector that the calling thread keeps for its next call: what it works in takes longer to get than most
 /// images to inspect. Its room for blobs is the recipe's, so that no result depends on the calls before.
 InspectionResult InspectOnOwn(const GreyView& image, const Recipe& recipe)
 {
     thread_local std::unique_ptr<Inspector> own;
-    thread_local int room = 0;
-    if (own == nullptr || room != recipe.maxBlobs)
-    {
-        own.reset();
-        own = std::make_unique<Inspector>(1, recipe.maxBlobs);
-        room = recipe.maxBlobs;
-    }
+    if (own == nullptr)
+        own = std::make_unique<Inspector>(1, nBlobLimit);
     return own->Inspect(0, image, recipe, true);
 }
 
@@ -106,9 +121,8 @@ void BindInspection(py::module_& module)
 
     py::class_<LanePool>(module, "LanePool", py::is_final(),
                          "Engines for inspections at once; Inspector is the class to use.")
-        .def(py::init(
-                 [](int lanes, int maxBlobs)
-                 { return Translated(Fault::Argument, [&] { return std::make_unique<LanePool>(lanes, maxBlobs); }); }),
+        .def(py::init([](const py::handle& lanes, const py::handle& maxBlobs)
+                      { return Translated(Fault::Argument, [&] { return MakePool(lanes, maxBlobs); }); }),
              py::arg("lanes"), py::arg("max_blobs"))
         .def(
             "inspect",

@@ -5,6 +5,7 @@
 #include "narvoassem/version.h"
 #include "python/bind.h"
 #include "python/unlocked.h"
+#include "python/values.h"
 
 PYBIND11_MODULE(_narvoassem, module)
 {
@@ -14,6 +15,9 @@ PYBIND11_MODULE(_narvoassem, module)
                                  std::to_string(NARVOASSEM_VERSION_MINOR) + "." +
                                  std::to_string(NARVOASSEM_VERSION_PATCH);
     WaitForCallsAtExit();
+    module.def("printable", &ToPrintable, pybind11::arg("text"),
+               "The text as one line that a terminal shows as it stands: control characters, line ends among them, and "
+               "bytes that are no UTF-8 are written out.");
     BindImages(module);
     BindRecipe(module);
     BindResult(module);

@@ -46,6 +46,8 @@ std::vector<short> ToMapValues(const py::handle& value, const std::string& name,
         throw HostError({{"maps." + name, Shown(value),
                           shape.first == 0 ? "a two-dimensional array of whole numbers"
                                            : "an array of whole numbers and of the first map's shape"}});
+    if (HasMaskedEntries(array))
+        throw HostError({{"maps." + name, "masked entries", "an array without (numpy.ma.filled gives them a value)"}});
     shape = {array.shape(0), array.shape(1)};
     const auto wide = py::array_t<std::int64_t, py::array::c_style | py::array::forcecast>::ensure(array);
     if (!wide)

@@ -27,6 +27,8 @@ std::string AdviceOn(const py::array& array)
 {
     if (!py::isinstance<py::array_t<std::uint8_t>>(array))
         return "dtype uint8 (astype changes it; scale the values first)";
+    if (HasMaskedEntries(array))
+        return "no masked pixels (numpy.ma.filled gives them a value)";
     if (array.ndim() != 2)
         return "two dimensions, rows and columns (of a colour image take one channel)";
     if (array.shape(0) < 1 || array.shape(1) < 1)
@@ -63,6 +65,13 @@ GreyImage PaddedCopy(const py::array& array)
 }
 
 } // namespace
+
+bool HasMaskedEntries(const py::array& array)
+{
+    const auto plain = py::module_::import("numpy").attr("ndarray");
+    return !py::type::handle_of(array).is(plain) &&
+           py::module_::import("numpy").attr("ma").attr("is_masked")(array).cast<bool>();
+}
 
 ImageArgument::ImageArgument(const py::handle& value, const char* name)
     : m_array(Checked(value, name)), m_padded(PaddedCopy(m_array)),

@@ -31,6 +31,9 @@ private:
     GreyView m_view;
 };
 
+/// Whether some of an array's entries are masked: what lies there is not meant to be seen.
+bool HasMaskedEntries(const py::array& array);
+
 /// The image as an array of its own.
 py::array_t<std::uint8_t> ToArray(const GreyImage& image);
 

@@ -5,6 +5,8 @@
 #include <limits>
 #include <optional>
 
+#include "host/foreign_text.h"
+
 namespace narvo::python
 {
 
@@ -78,6 +80,8 @@ json ToJsonAt(const py::handle& value, const std::string& place, int depth)
     return refuse("a dict, list, text, number, truth value or None");
 }
 
+} // namespace
+
 std::optional<int> ToInt(const py::handle& value)
 {
     if (PyIndex_Check(value.ptr()) == 0)
@@ -90,6 +94,9 @@ std::optional<int> ToInt(const py::handle& value)
         return std::nullopt;
     return static_cast<int>(whole);
 }
+
+namespace
+{
 
 /// The entries of a sequence or array that is no text; nothing for others.
 std::optional<py::list> ToEntries(const py::handle& value)
@@ -113,6 +120,20 @@ py::str ToText(const std::string& text)
     if (made == nullptr)
         throw py::error_already_set();
     return py::reinterpret_steal<py::str>(made);
+}
+
+py::str ToPrintable(const py::str& text)
+{
+    // Bytes of a file's name that are no UTF-8 come back; other halves of surrogate pairs are broken UTF-8.
+    PyObject* encoded = PyUnicode_AsEncodedString(text.ptr(), "utf-8", "surrogateescape");
+    if (encoded == nullptr)
+    {
+        PyErr_Clear();
+        encoded = PyUnicode_AsEncodedString(text.ptr(), "utf-8", "surrogatepass");
+    }
+    if (encoded == nullptr)
+        throw py::error_already_set();
+    return ToText(Printable(std::string(py::reinterpret_steal<py::bytes>(encoded))));
 }
 
 py::list ToPython(const std::vector<Problem>& problems)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,6 +21,8 @@ namespace py = pybind11;
 
 /// Text that may hold a file's name, whose bytes need not be UTF-8.
 py::str ToText(const std::string& text);
+/// The text as one line that a terminal shows as it stands.
+py::str ToPrintable(const py::str& text);
 /// A list of narvoassem.errors.Problem.
 py::list ToPython(const std::vector<Problem>& problems);
 /// A narvoassem.regions.Rect.
@@ -34,6 +37,9 @@ std::filesystem::path ToPath(const py::handle& value);
 /// Dicts, lists, tuples, texts, numbers and None, NumPy's own numbers among them. @throws HostError where something
 /// else is met, or all is nested too deeply
 nlohmann::json ToJson(const py::handle& value);
+
+/// A whole number that fits; nothing for others.
+std::optional<int> ToInt(const py::handle& value);
 
 /// Four whole numbers: left, top, right, bottom; `fallback` for None. @throws HostError naming `name` for others
 CRect ToRect(const py::handle& value, const CRect& fallback, const char* name);

@@ -1,10 +1,13 @@
 // The list of commands.
 #include "tools/command.h"
 
+#include <cstdint>
 #include <string>
 
 #include <CLI/CLI.hpp>
 
+#include "host/image/grey_image.h"
+#include "host/limits.h"
 #include "narvoassem/version.h"
 #include "tools/exit_code.h"
 
@@ -35,6 +38,10 @@ void BuildCommandLine(CLI::App& app, Action& action)
     app.set_version_flag("--version", VersionText(), "Print the version and exit");
     app.footer(DescribeExitCodes());
     app.require_subcommand(1);
+    app.add_option_function<std::int64_t>("--max-pixels", &SetMaxImagePixels,
+                                          "pixels that an image may have, 1 to " + std::to_string(nHighestMaxPixels))
+        ->check(CLI::Range(std::int64_t{1}, nHighestMaxPixels))
+        ->default_str(std::to_string(nDefaultMaxPixels));
     app.fallthrough();
     for (const auto add : commands)
         add(app, action);

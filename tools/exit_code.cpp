@@ -33,7 +33,7 @@ std::string DescribeExitCodes()
 
 void PrintProblems(const std::vector<Problem>& found)
 {
-    for (const Problem& problem : found)
+    for (const Problem& problem : FirstOf(found))
         std::cerr << "narvo: " << problem.Text() << '\n';
 }
 

@@ -1,17 +1,44 @@
 // The command line program: reads the command line, runs the command that it names and tells how that ended.
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <new>
+#include <sstream>
+#include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
 #include "host/file/output_file.h"
+#include "host/foreign_text.h"
 #include "tools/command.h"
 #include "tools/exit_code.h"
 #include "tools/standard_streams.h"
 
 namespace
 {
+
+/// The words in which the parser refused the command line, or the help that was asked for. @return exit code
+int Leave(const CLI::App& app, const CLI::ParseError& error)
+{
+    const std::vector<std::string> rest = app.remaining();
+    const auto word =
+        std::find_if(rest.begin(), rest.end(), [](const std::string& one) { return !one.starts_with('-'); });
+    if (error.get_exit_code() != 0 && app.get_subcommands().empty() && word != rest.end())
+    {
+        std::string names;
+        for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+            names += (names.empty() ? "" : ", ") + command->get_name();
+        narvo::PrintProblems({{"command", *word, "one of " + names}});
+        return narvo::ExitCode_BadInput;
+    }
+    std::ostringstream out;
+    std::ostringstream refusal;
+    const int code = app.exit(error, out, refusal);
+    std::cout << out.str();
+    std::cerr << narvo::PrintableLines(refusal.str());
+    return code == 0 ? narvo::ExitCode_Done : narvo::ExitCode_BadInput;
+}
 
 int Run(int argc, char** argv)
 {
@@ -24,7 +51,7 @@ int Run(int argc, char** argv)
     }
     catch (const CLI::ParseError& error)
     {
-        return app.exit(error) == 0 ? narvo::ExitCode_Done : narvo::ExitCode_BadInput;
+        return Leave(app, error);
     }
     return action();
 }
@@ -53,7 +80,7 @@ int RunAndTell(int argc, char** argv)
     }
     catch (const std::exception& error)
     {
-        std::cerr << "narvo: unexpected error: " << error.what() << '\n';
+        std::cerr << "narvo: unexpected error: " << narvo::Printable(error.what()) << '\n';
         return narvo::ExitCode_Unexpected;
     }
 }

@@ -40,9 +40,10 @@ class Explainer::State
 public:
     State(const GreyImage& image, const Recipe& recipe) : m_image(image), m_recipe(recipe), m_set(image, recipe)
     {
-        m_result = Inspector(1, recipe.maxBlobs).Inspect(0, image, recipe);
+        Inspector inspector(1, recipe.maxBlobs);
+        m_result = inspector.Inspect(0, image, recipe);
         if (recipe.GetKind() != Kind_Trapezium && recipe.twicePitch == 0.0)
-            m_passes.emplace(m_set.Block(), recipe.GetKind() == Kind_Asg, recipe.maxBlobs);
+            m_passes.emplace(m_set.Block(), recipe.GetKind() == Kind_Asg, inspector.Room(0));
     }
 
     const InspectionResult& Result() const { return m_result; }

@@ -2,7 +2,9 @@
 #include "host/image/grey_image.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
+#include <new>
 #include <string>
 
 #include <opencv2/core.hpp>
@@ -10,6 +12,8 @@
 
 #include "host/file/input_file.h"
 #include "host/image/cv_image.h"
+#include "host/image/image_header.h"
+#include "host/limits.h"
 #include "host/problem.h"
 
 namespace narvo
@@ -26,6 +30,66 @@ const char* const szLossless = "8-bit grey, or an image that 8-bit grey can hold
 [[noreturn]] void Refuse(const std::filesystem::path& file, const std::string& value, const std::string& allowed)
 {
     throw HostError({{"image " + file.string(), value, allowed}});
+}
+
+std::atomic<std::int64_t> maxPixels = nDefaultMaxPixels;
+
+const char* const szImage = "an image file (PNG, TIFF, BMP, PGM, JPEG)";
+
+std::string SizeText(std::int64_t width, std::int64_t height)
+{
+    return std::to_string(width) + " by " + std::to_string(height) + " pixels";
+}
+
+/// What is larger than allowed, or would be cut, is refused by its header: nothing has been decoded yet.
+void CheckHeader(const std::filesystem::path& file, const ImageHeader& header, std::int64_t limit)
+{
+    if (header.width < 1 || header.height < 1)
+        Refuse(file, SizeText(header.width, header.height), szImage);
+    if (header.width > nImageSideLimit || header.height > nImageSideLimit)
+        Refuse(file, SizeText(header.width, header.height),
+               "sides of at most " + std::to_string(nImageSideLimit) + " pixels");
+    const std::string most = std::to_string(limit) + " pixels, unless max-pixels allows more";
+    if (header.width * header.height > limit)
+        Refuse(file, SizeText(header.width, header.height), "at most " + most);
+    if (header.tilePixels > limit)
+        Refuse(file, "tiles of " + std::to_string(header.tilePixels) + " pixels", "at most " + most);
+    if (header.width * header.height > nBytesPerMaxPixel * limit / header.bytesPerPixel)
+        Refuse(file,
+               SizeText(header.width, header.height) + " of " + std::to_string(header.bytesPerPixel) + " bytes each",
+               "at most " + std::to_string(nBytesPerMaxPixel * limit) + " bytes, unless max-pixels allows more");
+    if (header.pages > 1)
+        Refuse(file, std::to_string(header.pages) + " pages", "a file of one page");
+}
+
+/// Some decoders say of memory that ran out no more than of a damaged file.
+bool HasMemory(std::int64_t bytes)
+{
+    char* const block = new (std::nothrow) char[static_cast<std::size_t>(bytes)];
+    if (block != nullptr)
+        *static_cast<volatile char*>(block) = 0; // or the compiler drops the allocation
+    delete[] block;
+    return block != nullptr;
+}
+
+cv::Mat Decode(const std::filesystem::path& file, const ImageHeader& header)
+{
+    cv::Mat loaded;
+    try
+    {
+        loaded = cv::imread(file.string(), cv::IMREAD_UNCHANGED);
+    }
+    catch (const cv::Exception& error)
+    {
+        if (error.code == cv::Error::StsNoMem)
+            throw std::bad_alloc();
+        loaded.release();
+    }
+    if (loaded.empty() && !HasMemory(header.width * header.height * (header.bytesPerPixel + 1)))
+        throw std::bad_alloc();
+    if (loaded.empty())
+        Refuse(file, "not an image, or damaged", szImage);
+    return loaded;
 }
 
 std::string Place(int x, int y)
@@ -86,22 +150,32 @@ GreyImage& GreyImage::operator=(const GreyImage& other)
     return *this = GreyImage(other);
 }
 
-GreyImage LoadGreyImage(const std::filesystem::path& file)
+std::int64_t MaxImagePixels()
 {
-    RequireReadableFile(file, "image " + file.string(), "an image file (PNG, TIFF, BMP, PGM, JPEG)");
+    return maxPixels;
+}
 
-    cv::Mat loaded;
-    try
-    {
-        loaded = cv::imread(file.string(), cv::IMREAD_UNCHANGED);
-    }
-    catch (const cv::Exception&)
-    {
-        loaded.release();
-    }
-    if (loaded.empty())
-        Refuse(file, "not an image, or damaged", "an image file (PNG, TIFF, BMP, PGM, JPEG)");
+void SetMaxImagePixels(std::int64_t pixels)
+{
+    CheckMaxImagePixels(pixels);
+    maxPixels = pixels;
+}
 
+void CheckMaxImagePixels(std::int64_t pixels)
+{
+    if (pixels < 1 || pixels > nHighestMaxPixels)
+        throw HostError({{"max_pixels", std::to_string(pixels), "1 to " + std::to_string(nHighestMaxPixels)}});
+}
+
+GreyImage LoadGreyImage(const std::filesystem::path& file, std::int64_t limit)
+{
+    RequireReadableFile(file, "image " + file.string(), szImage);
+
+    const std::optional<ImageHeader> header = ReadImageHeader(file);
+    if (!header)
+        Refuse(file, "not an image, or damaged", szImage);
+    CheckHeader(file, *header, limit);
+    const cv::Mat loaded = Decode(file, *header);
     switch (loaded.depth())
     {
     case CV_8U:

@@ -77,10 +77,19 @@ private:
     int m_stride;
 };
 
+/// How many pixels an image file may have where a call does not say otherwise; nDefaultMaxPixels until it is set.
+std::int64_t MaxImagePixels();
+/// Sets it for the whole process. @throws HostError outside 1 .. nHighestMaxPixels
+void SetMaxImagePixels(std::int64_t pixels);
+/// @throws HostError outside 1 .. nHighestMaxPixels
+void CheckMaxImagePixels(std::int64_t pixels);
+
 /// Reads PNG, TIFF, BMP, PGM or JPEG. Colour, 16-bit and alpha images are taken only where 8-bit grey says the same:
 /// equal colour channels, 16-bit values that are multiples of 257, alpha opaque everywhere.
-/// @throws HostError when the file cannot be read, is no image, or would lose something
-GreyImage LoadGreyImage(const std::filesystem::path& file);
+/// The file's header alone decides whether the image is too large.
+/// @throws HostError when the file cannot be read, is no image, has more than `maxPixels` pixels, or would lose
+/// something; std::bad_alloc without memory
+GreyImage LoadGreyImage(const std::filesystem::path& file, std::int64_t maxPixels = MaxImagePixels());
 
 /// Writes the image in the format that the file name's ending says.
 /// @throws HostError when that fails

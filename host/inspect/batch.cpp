@@ -7,7 +7,9 @@
 #include <exception>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <numeric>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -84,10 +86,8 @@ public:
         std::vector<std::jthread> lanes;
         // A report that throws must let the lanes go before they are joined.
         const Release release{*this};
-        for (int lane = 0; lane < m_batch.m_lanes; ++lane)
-            lanes.emplace_back([this, lane] { ServeOrFail(lane); });
-
         BatchSummary summary;
+        summary.lanes = StartLanes(lanes);
         for (;;)
         {
             std::unique_lock lock(m_mutex);
@@ -134,6 +134,38 @@ private:
             work.m_changed.notify_all();
         }
     };
+
+    /// As many as have work, memory and a thread. @return their number
+    int StartLanes(std::vector<std::jthread>& lanes)
+    {
+        const std::size_t pieces = m_images.size() * m_batch.m_recipes.size();
+        const int useful =
+            static_cast<int>(std::clamp<std::size_t>(pieces, 1, static_cast<std::size_t>(m_batch.m_lanes)));
+        try
+        {
+            for (int lane = 0; lane < useful; ++lane)
+            {
+                m_batch.m_inspector->Prepare(lane);
+                lanes.emplace_back([this, lane] { ServeOrFail(lane); });
+            }
+        }
+        catch (const std::system_error&)
+        {
+            if (lanes.empty())
+                throw std::bad_alloc(); // no thread is to be had, which is lack of memory in all but its name
+        }
+        catch (const HostError&)
+        {
+            if (lanes.empty())
+                throw;
+        }
+        catch (const std::bad_alloc&)
+        {
+            if (lanes.empty())
+                throw;
+        }
+        return static_cast<int>(lanes.size());
+    }
 
     void Wake()
     {
@@ -257,6 +289,7 @@ private:
         for (std::vector<Problem>& problems : entry.problems)
             for (Problem& problem : problems)
                 entry.result.problems.push_back(std::move(problem));
+        entry.result.problems = FirstOf(std::move(entry.result.problems));
         if (!entry.result.problems.empty())
             entry.result.regions.clear();
         for (const InspectionResult& region : entry.result.regions)
@@ -290,18 +323,10 @@ Batch::Batch(std::vector<Recipe> recipes, int lanes) : m_recipes(std::move(recip
             found.push_back(std::move(problem));
         }
     ThrowIfAny(std::move(found));
-    // Room for blobs decides where a pass runs full, so regions share engines only where they ask for the same.
-    std::vector<int> rooms;
+    int maxBlobs = 0;
     for (const Recipe& recipe : m_recipes)
-    {
-        const auto known = std::find(rooms.begin(), rooms.end(), recipe.maxBlobs);
-        m_inspectorOf.push_back(static_cast<std::size_t>(known - rooms.begin()));
-        if (known == rooms.end())
-        {
-            rooms.push_back(recipe.maxBlobs);
-            m_inspectors.push_back(std::make_unique<Inspector>(lanes, recipe.maxBlobs));
-        }
-    }
+        maxBlobs = std::max(maxBlobs, recipe.maxBlobs);
+    m_inspector = std::make_unique<Inspector>(lanes, maxBlobs);
 }
 
 Batch::~Batch() = default;
@@ -310,7 +335,7 @@ InspectionResult Batch::Inspect(int lane, const GreyImage& image, std::size_t re
 {
     try
     {
-        return m_inspectors[m_inspectorOf[recipe]]->Inspect(lane, image, m_recipes[recipe]);
+        return m_inspector->Inspect(lane, image, m_recipes[recipe]);
     }
     catch (const HostError& error)
     {

@@ -53,14 +53,16 @@ struct BatchSummary
     std::size_t refused = 0; ///< of these, with problems
     std::size_t warned = 0;  ///< of these, with warnings
     std::size_t blobs = 0;
+    int lanes = 0;        ///< threads that inspected: never more than there are regions in all images
     bool stopped = false; ///< images were left out on request
 };
 
-/// Engines for a batch, one set for each thread.
+/// Engines for a batch, one for each thread.
 class Batch
 {
 public:
-    /// The recipes are one for each region; region and image number decide the order of results, never the threads.
+    /// The recipes are one for each region; region and image number decide the order of results, never the threads. Of
+    /// `lanes` threads a run starts those that have something to do and for which there is memory.
     /// @throws HostError with all that is wrong with the recipes, for lanes outside 1 .. 256, or without memory
     Batch(std::vector<Recipe> recipes, int lanes);
     ~Batch();
@@ -85,8 +87,7 @@ private:
 
     std::vector<Recipe> m_recipes;
     int m_lanes;
-    std::vector<std::unique_ptr<Inspector>> m_inspectors; ///< one for each room for blobs that a recipe asks for
-    std::vector<std::size_t> m_inspectorOf;               ///< by recipe
+    std::unique_ptr<Inspector> m_inspector;
 };
 
 } // namespace narvo

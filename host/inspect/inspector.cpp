@@ -7,6 +7,7 @@
 
 #include "host/inspect/parameter_set.h"
 #include "host/inspect/region_shape.h"
+#include "host/limits.h"
 #include "host/problem.h"
 #include "host/recipe/recipe_check.h"
 #include "narvoassem/narvoassem.h"
@@ -16,9 +17,6 @@ namespace narvo
 
 namespace
 {
-
-constexpr int nLaneLimit = 256;
-constexpr int nBlobLimit = 1000000;
 
 Blob CopyBlob(const CDefectBlob& source)
 {
@@ -122,8 +120,13 @@ double MillisecondsSince(std::chrono::steady_clock::time_point start)
 
 } // namespace
 
-Inspector::Inspector(int lanes, int maxBlobs)
-    : m_pool(std::make_unique<CAssemControl>()), m_lanes(lanes), m_maxBlobs(maxBlobs)
+void Inspector::NoteFill(const CNarvoAssem& engine, Fill& fill)
+{
+    fill.pairs = std::max(fill.pairs, engine.GetPairCount());
+    fill.halfOfHits = fill.halfOfHits || engine.GetPixelCount() >= engine.nPixelSize / 2;
+}
+
+Inspector::Inspector(int lanes, int maxBlobs) : m_lanes(lanes), m_maxBlobs(maxBlobs)
 {
     std::vector<Problem> found;
     if (lanes < 1 || lanes > nLaneLimit)
@@ -131,29 +134,53 @@ Inspector::Inspector(int lanes, int maxBlobs)
     if (maxBlobs < 1 || maxBlobs > nBlobLimit)
         found.push_back({"max_blobs", std::to_string(maxBlobs), "1 to " + std::to_string(nBlobLimit)});
     ThrowIfAny(std::move(found));
-    bool whole = m_pool->InitAssemControl(lanes, maxBlobs) == lanes;
-    for (int i = 0; whole && i < lanes; ++i)
-        whole = IsWhole(*m_pool->GetNarvoAssem(i), maxBlobs);
-    if (!whole)
-        throw HostError(
-            {{"memory", "not enough for " + std::to_string(lanes) + " lanes of " + std::to_string(maxBlobs) + " blobs",
-              "fewer lanes or a smaller max_blobs"}});
+    m_byLane.resize(static_cast<std::size_t>(lanes));
+    Prepare(0);
 }
 
 Inspector::~Inspector() = default;
 
-/// The engine clears itself at each trapezium, so blobs are collected in between. @return the engine's code
-int Inspector::InspectTrapezia(int lane, ParameterSet& set, const Recipe& recipe, bool withPairs,
-                               InspectionResult& result)
+void Inspector::Prepare(int lane)
 {
-    CNarvoAssem& engine = *m_pool->GetNarvoAssem(lane);
+    Lane& made = m_byLane[static_cast<std::size_t>(lane)];
+    if (made.pool == nullptr)
+        SetRoom(made, std::min(m_maxBlobs, nFirstRoom));
+}
+
+/// Stores that are large enough keep their memory and change their limits alone.
+/// @throws HostError without memory; the lane is made anew at its next call then
+void Inspector::SetRoom(Lane& lane, int room)
+{
+    bool whole = true;
+    if (lane.pool == nullptr)
+    {
+        lane.pool = std::make_unique<CAssemControl>();
+        whole = lane.pool->InitAssemControl(1, room) == 1;
+    }
+    else
+        for (CNarvoAssem* one : EnginesOf(*lane.pool->GetNarvoAssem(0)))
+            one->InitAssem(one->nAssemIndex, room);
+    if (!whole || !IsWhole(*lane.pool->GetNarvoAssem(0), room))
+    {
+        lane.pool.reset();
+        throw HostError({{"memory", "not enough for a lane with room for " + std::to_string(room) + " blobs",
+                          "fewer lanes or a smaller max_blobs"}});
+    }
+    lane.room = room;
+}
+
+/// The engine clears itself at each trapezium, so blobs are collected in between. @return the engine's code
+int Inspector::InspectTrapezia(CAssemControl& pool, ParameterSet& set, const Recipe& recipe, bool withPairs,
+                               InspectionResult& result, Fill& fill)
+{
+    CNarvoAssem& engine = *pool.GetNarvoAssem(0);
     int worst = 1;
     for (const CTrapezium& trapezium : set.Trapezia())
     {
         set.Block().trapInspect = trapezium;
         result.outlines.push_back(CornersOf(trapezium));
         const auto start = std::chrono::steady_clock::now();
-        const int code = m_pool->Inspect_Trapezium(lane, &set.Block());
+        const int code = pool.Inspect_Trapezium(0, &set.Block());
         ThrowUnlessDone(code);
         result.inspectMilliseconds += MillisecondsSince(start);
         result.blobMilliseconds += engine.dBlobTime;
@@ -163,6 +190,7 @@ int Inspector::InspectTrapezia(int lane, ParameterSet& set, const Recipe& recipe
         CollectBlobs(engine, recipe, result);
         if (withPairs)
             CollectPairs(engine, result);
+        NoteFill(engine, fill);
     }
     return worst;
 }
@@ -172,9 +200,33 @@ InspectionResult Inspector::Inspect(int lane, const GreyView& image, const Recip
     if (lane < 0 || lane >= m_lanes)
         throw HostError({{"lane", std::to_string(lane), "0 to " + std::to_string(m_lanes - 1)}});
     const auto start = std::chrono::steady_clock::now();
-    ParameterSet set(image, recipe);
+    Lane& own = m_byLane[static_cast<std::size_t>(lane)];
+    const int wanted = std::min(recipe.maxBlobs, m_maxBlobs);
+    // The last of two passes says nothing of the stores in the first.
+    int room = recipe.twicePitch != 0.0 ? wanted : std::min(wanted, nFirstRoom);
+    for (;;)
+    {
+        Fill fill;
+        InspectionResult result = InspectWithin(own, room, image, recipe, withPairs, fill);
+        // With fewer pairs than room and space left for hits no store was full: more room gives the same.
+        const bool same = result.reruns == 0 && !fill.halfOfHits && fill.pairs < room;
+        if (same || room == wanted)
+        {
+            result.totalMilliseconds = MillisecondsSince(start);
+            return result;
+        }
+        const bool countKnown = result.reruns == 0 && !fill.halfOfHits;
+        room = countKnown ? std::min(wanted, std::max(fill.pairs + 1, 4 * room)) : wanted;
+    }
+}
 
-    CNarvoAssem& engine = *m_pool->GetNarvoAssem(lane);
+InspectionResult Inspector::InspectWithin(Lane& lane, int room, const GreyView& image, const Recipe& recipe,
+                                          bool withPairs, Fill& fill)
+{
+    ParameterSet set(image, recipe);
+    SetRoom(lane, room);
+    CAssemControl& pool = *lane.pool;
+    CNarvoAssem& engine = *pool.GetNarvoAssem(0);
     const std::vector<CNarvoAssem*> engines = EnginesOf(engine);
     for (CNarvoAssem* one : engines)
     {
@@ -189,10 +241,10 @@ InspectionResult Inspector::Inspect(int lane, const GreyView& image, const Recip
     if (recipe.GetKind() == Kind_FreeForm)
         result.outlines.push_back(recipe.regionPoints);
     if (recipe.GetKind() == Kind_Trapezium)
-        result.code = InspectTrapezia(lane, set, recipe, withPairs, result);
+        result.code = InspectTrapezia(pool, set, recipe, withPairs, result, fill);
     else
     {
-        result.code = m_pool->Inspect_Rect(lane, &set.Block(), recipe.GetKind() == Kind_Asg ? 1 : 0);
+        result.code = pool.Inspect_Rect(0, &set.Block(), recipe.GetKind() == Kind_Asg ? 1 : 0);
         ThrowUnlessDone(result.code);
         CollectBlobs(engine, recipe, result);
     }
@@ -204,7 +256,10 @@ InspectionResult Inspector::Inspect(int lane, const GreyView& image, const Recip
         result.blobMilliseconds = engine.dBlobTime;
     }
     for (const CNarvoAssem* one : engines)
+    {
         result.reruns += one->nReinspectCount;
+        NoteFill(*one, fill);
+    }
     // After a band split the lane's own pair count is the sum over the bands, with no pass behind it.
     std::vector<CNarvoAssem*> passes;
     std::copy_if(engines.begin() + 1, engines.end(), std::back_inserter(passes),
@@ -242,14 +297,13 @@ InspectionResult Inspector::Inspect(int lane, const GreyView& image, const Recip
         result.warnings.push_back("more than " + std::to_string(CNarvoAssem::nVerticalPairLimit) +
                                   " pairs in a pass: its blobs were dropped; raise the thresholds");
     if (std::any_of(engines.begin(), engines.end(),
-                    [&](const CNarvoAssem* one) { return one->GetBlobCount() + one->nMergedBlob >= m_maxBlobs; }))
-        result.warnings.push_back("room for blobs ran out, or nearly so: raise max_blobs (" +
-                                  std::to_string(m_maxBlobs) + ")");
+                    [&](const CNarvoAssem* one) { return one->GetBlobCount() + one->nMergedBlob >= room; }))
+        result.warnings.push_back("room for blobs ran out, or nearly so: raise max_blobs (" + std::to_string(room) +
+                                  ")");
     if (result.code == InspectCode_Partial && result.warnings.empty())
         result.warnings.push_back(engine.GetPairCount() > engine.nPairSize
                                       ? "more pairs than the engine's store holds"
                                       : "not enough memory for the search: part of the region was not looked at");
-    result.totalMilliseconds = MillisecondsSince(start);
     return result;
 }
 

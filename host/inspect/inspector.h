@@ -10,6 +10,7 @@
 #include "narvoassem/platform.h"
 
 class CAssemControl;
+class CNarvoAssem;
 
 namespace narvo
 {
@@ -77,10 +78,15 @@ struct InspectionResult
     std::vector<Pair> pairRecords; ///< the counted pairs themselves, where they were asked for
 };
 
-/// Engines for `lanes` inspections at once. Calls on different lanes may run on different threads.
+/// Engines for `lanes` inspections at once. Calls on different lanes may run on different threads. Memory follows what
+/// is used: a lane takes its own when it first works, and more room for blobs than nFirstRoom when an image needs it.
 class Inspector
 {
 public:
+    /// Room that a lane begins with where more is allowed.
+    static constexpr int nFirstRoom = 20000;
+
+    /// Makes the first lane. `maxBlobs` is the most room that a recipe gets.
     /// @throws HostError for lanes outside 1 .. 256, blobs outside 1 .. 1000000, or without memory for the engines;
     /// std::bad_alloc without memory for anything else
     Inspector(int lanes, int maxBlobs);
@@ -90,6 +96,12 @@ public:
 
     int Lanes() const { return m_lanes; }
 
+    /// Makes a lane that has not worked yet. @throws HostError without memory for it
+    void Prepare(int lane);
+
+    /// Room for blobs in the lane's last inspection. It is the recipe's, or less where the result is the same.
+    int Room(int lane) const { return m_byLane[static_cast<std::size_t>(lane)].room; }
+
     /// Inspects one image. Re-run budgets of the lane and of its band engines start afresh, so that no image inherits
     /// another's. `withPairs` asks for pairRecords.
     /// @throws HostError when recipe, image or lane is not valid; std::bad_alloc without memory for tables or results,
@@ -97,9 +109,27 @@ public:
     InspectionResult Inspect(int lane, const GreyView& image, const Recipe& recipe, bool withPairs = false);
 
 private:
-    int InspectTrapezia(int lane, ParameterSet& set, const Recipe& recipe, bool withPairs, InspectionResult& result);
+    /// One lane: an engine pool of its own, so that lanes take memory one by one.
+    struct Lane
+    {
+        std::unique_ptr<CAssemControl> pool;
+        int room = 0; ///< for blobs, in the last inspection
+    };
+    /// How far an inspection has filled the stores.
+    struct Fill
+    {
+        int pairs = 0;           ///< most of one pass
+        bool halfOfHits = false; ///< or more, in some pass
+    };
 
-    std::unique_ptr<CAssemControl> m_pool;
+    static void NoteFill(const CNarvoAssem& engine, Fill& fill);
+    static void SetRoom(Lane& lane, int room);
+    static InspectionResult InspectWithin(Lane& lane, int room, const GreyView& image, const Recipe& recipe,
+                                          bool withPairs, Fill& fill);
+    static int InspectTrapezia(CAssemControl& pool, ParameterSet& set, const Recipe& recipe, bool withPairs,
+                               InspectionResult& result, Fill& fill);
+
+    std::vector<Lane> m_byLane;
     int m_lanes;
     int m_maxBlobs;
 };

@@ -162,13 +162,20 @@ private:
     std::set<std::string_view> m_given;
 };
 
-/// Calls `read(path of the entry, entry)` for each entry of a list.
+/// Calls `read(path of the entry, entry)` for each entry of a list. None is read of a list that is too long.
 template <typename Read>
-void ReadList(const std::string& path, const nlohmann::json& value, const char* content, Problems& found, Read read)
+void ReadList(const std::string& path, const nlohmann::json& value, const char* content, std::size_t limit,
+              Problems& found, Read read)
 {
     if (!value.is_array())
     {
         found.push_back({path, Shorten(value), std::string("a list of ") + content});
+        return;
+    }
+    if (value.size() > limit)
+    {
+        found.push_back(
+            {path, std::to_string(value.size()) + " " + content, "at most " + std::to_string(limit) + " " + content});
         return;
     }
     for (std::size_t i = 0; i < value.size(); ++i)

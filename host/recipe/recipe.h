@@ -98,6 +98,8 @@ struct VerifyCheck
 };
 
 constexpr int nVerifyCheckLimit = 5;
+/// The engine holds one more, but takes a full list for an empty one.
+constexpr int nDeadZoneHigh = 9;
 
 /// Thresholds of one zone. A threshold is offset + (larger compared value * gain) / 256.
 struct ZoneSettings
@@ -244,7 +246,8 @@ Recipe ParseRecipe(const nlohmann::json& document, const std::filesystem::path& 
 /// @throws HostError as ParseRecipe; what is wrong in one region is told as regions[0].field
 std::vector<Recipe> ParseRecipes(const nlohmann::json& document, const std::filesystem::path& folder);
 
-/// JSON from its text; `name` says in problems what was read. @throws HostError when it is none, or nested too deeply
+/// JSON from its text; `name` says in problems what was read. @throws HostError when it is none, too long or nested
+/// too deeply, or where an object holds a key twice
 nlohmann::json ParseJsonText(const std::string& text, const std::string& name);
 
 /// JSON from a file. @throws HostError as ParseJsonText, or when unreadable

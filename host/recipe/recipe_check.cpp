@@ -13,8 +13,8 @@ namespace narvo
 namespace
 {
 
-constexpr int nDeadZoneHigh = CConvParam::nDeadZoneLimit - 1; // the engine takes a full list for an empty one
-constexpr double dColumnTableHigh = 4095.0;                   // verification reads 16-bit entries of 1/16 pixel
+static_assert(nDeadZoneHigh == CConvParam::nDeadZoneLimit - 1);
+constexpr double dColumnTableHigh = 4095.0; // verification reads 16-bit entries of 1/16 pixel
 
 /// Lists and rectangles that the kind does not read.
 void CheckStructured(const Recipe& recipe, Problems& found)

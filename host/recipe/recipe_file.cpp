@@ -1,5 +1,7 @@
 // Recipes as files, and the images beside them.
+#include <cstdint>
 #include <string>
+#include <system_error>
 
 #include <nlohmann/json.hpp>
 
@@ -7,38 +9,19 @@
 #include "host/file/output_file.h"
 #include "host/problem.h"
 #include "host/recipe/recipe.h"
+#include "host/recipe/recipe_json.h"
 
 namespace narvo
 {
 
 using nlohmann::json;
 
-json ParseJsonText(const std::string& text, const std::string& name)
-{
-    constexpr int nDepthLimit = 16; // no form of ours goes as deep, and texts of values are written recursively
-    try
-    {
-        return json::parse(text,
-                           [&](int depth, json::parse_event_t, const json&)
-                           {
-                               if (depth > nDepthLimit)
-                                   throw HostError({{name, "nested more than " + std::to_string(nDepthLimit) + " deep",
-                                                     "a JSON object"}});
-                               return true;
-                           });
-    }
-    catch (const json::exception& broken)
-    {
-        std::string reason = broken.what(); // behind a name of the library's own in brackets
-        if (const std::size_t end = reason.find("] "); end != std::string::npos)
-            reason.erase(0, end + 2);
-        throw HostError({{name, reason, "a JSON object"}});
-    }
-}
-
 json LoadRecipeDocument(const std::filesystem::path& file)
 {
     const std::string name = "recipe " + file.string();
+    std::error_code error;
+    if (const std::uintmax_t bytes = std::filesystem::file_size(file, error); !error)
+        CheckJsonSize(bytes, name); // before it is read
     return ParseJsonText(ReadTextFile(file, name), name);
 }
 

@@ -2,7 +2,9 @@
 // these files alone: what others read and write by is recipe.h.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <string>
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -15,6 +17,9 @@ constexpr const char* szRegion = "region";
 constexpr const char* szRegions = "regions";
 constexpr const char* szMarginFrame = "margin_frame";
 constexpr const char* szDeadZones = "dead_zones";
+
+/// @throws HostError where a JSON text of that length is too long
+void CheckJsonSize(std::uintmax_t bytes, const std::string& name);
 
 /// One region, by a document without a list of regions. @throws HostError as ParseRecipe
 Recipe ParseRegion(const nlohmann::json& document, const std::filesystem::path& folder, RecipeImages given);

@@ -10,6 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/limits.h"
 #include "host/problem.h"
 #include "host/recipe/field_reader.h"
 #include "host/recipe/recipe_check.h"
@@ -91,7 +92,7 @@ void ReadRegion(const json& value, Recipe& recipe, Problems& found)
     for (const auto& [key, member] : value.items())
     {
         if (key == "points")
-            ReadList(path + ".points", member, "corners", found,
+            ReadList(path + ".points", member, "corners", nCornerLimit, found,
                      [&](const std::string& entry, const json& corner)
                      {
                          if (IsPair(corner))
@@ -114,7 +115,7 @@ void ReadRegion(const json& value, Recipe& recipe, Problems& found)
 
 void ReadVerifyChecks(const std::string& path, const json& value, ZoneSettings& zone, Problems& found)
 {
-    ReadList(path, value, "checks", found,
+    ReadList(path, value, "checks", nVerifyCheckLimit, found,
              [&](const std::string& entry, const json& member)
              {
                  const auto words = VerifyAlongWords();
@@ -152,14 +153,14 @@ void ReadStructured(std::string_view path, const json& value, Recipe& recipe, Pr
     if (path == szMarginFrame)
         recipe.marginFrame = ReadRect(szMarginFrame, value, false, found);
     else if (path == szDeadZones)
-        ReadList(szDeadZones, value, "rectangles", found,
+        ReadList(szDeadZones, value, "rectangles", nDeadZoneHigh, found,
                  [&](const std::string& entry, const json& member)
                  {
                      if (const auto rect = ReadRect(entry, member, false, found))
                          recipe.deadZones.push_back(*rect);
                  });
     else if (path == szZoneSkip)
-        ReadList(szZoneSkip, value, "cells", found,
+        ReadList(szZoneSkip, value, "cells", nSkippedCellLimit, found,
                  [&](const std::string& entry, const json& member)
                  {
                      if (IsPair(member))
@@ -170,7 +171,7 @@ void ReadStructured(std::string_view path, const json& value, Recipe& recipe, Pr
     else if (path == szZoneList)
     {
         recipe.zones.clear();
-        ReadList(szZoneList, value, "zones", found,
+        ReadList(szZoneList, value, "zones", nRecipeZoneLimit, found,
                  [&](const std::string& entry, const json& member)
                  {
                      if (!member.is_object())
@@ -191,7 +192,7 @@ void ReadStructured(std::string_view path, const json& value, Recipe& recipe, Pr
         const TableField& field = *FindTable(path);
         std::vector<double>& table = recipe.*field.member;
         ReadList(
-            std::string(path), value, field.shifts ? "shifts in pixels" : "pitches in pixels", found,
+            std::string(path), value, field.shifts ? "shifts in pixels" : "pitches in pixels", nTableEntryLimit, found,
             [&](const std::string& entry, const json& member)
             {
                 if (member.is_number())

@@ -8,6 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/limits.h"
 #include "host/recipe/recipe.h"
 #include "host/recipe/recipe_fields.h"
 
@@ -174,14 +175,18 @@ ordered_json Rectangle(const char* text)
     return object;
 }
 
-ordered_json List(ordered_json items, const char* text)
+ordered_json List(ordered_json items, std::size_t limit, const char* text)
 {
-    return {{"type", "array"}, {"default", ordered_json::array()}, {"items", std::move(items)}, {"description", text}};
+    return {{"type", "array"},
+            {"default", ordered_json::array()},
+            {"maxItems", limit},
+            {"items", std::move(items)},
+            {"description", text}};
 }
 
 ordered_json Pitches(const char* text)
 {
-    return List({{"type", "number"}, {"minimum", 1}, {"maximum", 16384}}, text);
+    return List({{"type", "number"}, {"minimum", 1}, {"maximum", 16384}}, nTableEntryLimit, text);
 }
 
 ordered_json Region()
@@ -191,7 +196,7 @@ ordered_json Region()
     Close(rectangle);
     const auto corners = [](const char* shape)
     {
-        ordered_json points = List(Place("x and y, pixels"), "corners");
+        ordered_json points = List(Place("x and y, pixels"), nCornerLimit, "corners");
         points["minItems"] = 3;
         return ordered_json{{"type", "object"},
                             {"properties", {{"shape", {{"const", shape}}}, {"points", points}}},
@@ -218,9 +223,8 @@ ordered_json ZoneEntry()
           {"cycles", {{"type", "integer"}, {"minimum", 1}, {"maximum", 99}, {"default", 1}}}}},
         {"required", {"along"}}};
     Close(check);
-    ordered_json checks = List(check, "where a pair that fits is no defect; cycles: short periods to go, by tables");
-    checks["maxItems"] = nVerifyCheckLimit;
-    Put(zone, "verify.checks", std::move(checks));
+    Put(zone, "verify.checks",
+        List(check, nVerifyCheckLimit, "where a pair that fits is no defect; cycles: short periods to go, by tables"));
     zone["required"] = {"index"};
     Close(zone);
     return zone;
@@ -238,21 +242,20 @@ ordered_json Fields()
     Put(object, "margin_frame", frame);
     ordered_json dead = Rectangle("a rectangle without hits");
     Close(dead);
-    dead = List(dead, "no hits inside");
-    dead["maxItems"] = 9;
-    Put(object, "dead_zones", std::move(dead));
+    Put(object, "dead_zones", List(dead, nDeadZoneHigh, "no hits inside"));
     Put(object, "tables.scan_pitch", Pitches("pitches along y, pixels, one for each 16 rows"));
     Put(object, "tables.conv_pitch", Pitches("pitches along x, pixels, one for each 16 columns"));
     Put(object, "tables.scan_tilt",
-        List({{"type", "number"}, {"minimum", -1}, {"maximum", 1}},
+        List({{"type", "number"}, {"minimum", -1}, {"maximum", 1}}, nTableEntryLimit,
              "shifts along x over one pitch down, pixels, one for each 16 rows"));
     Put(object, "tables.row_pitch", Pitches("horizontal trapezia: pitches along x, pixels, one for each 16 rows"));
     Put(object, "tables.column_pitch", Pitches("vertical trapezia: pitches along y, pixels, one for each 16 columns"));
-    ordered_json zones = List(ZoneEntry(), "the zones that the painted cell holds");
+    ordered_json zones = List(ZoneEntry(), nRecipeZoneLimit, "the zones that the painted cell holds");
     zones["minItems"] = 1;
     zones.erase("default");
     Put(object, "zones.list", std::move(zones));
-    Put(object, "zones.skip", List(Place("column and row of a cell"), "cells that are not inspected"));
+    Put(object, "zones.skip",
+        List(Place("column and row of a cell"), nSkippedCellLimit, "cells that are not inspected"));
     return object;
 }
 
@@ -312,6 +315,7 @@ ordered_json RecipeSchema()
     fields["properties"]["regions"] = {
         {"type", "array"},
         {"minItems", 1},
+        {"maxItems", nRegionLimit},
         {"items", {{"$ref", "#/$defs/region"}}},
         {"description", "several regions, each with the fields in which it differs from those beside the list"}};
     fields["required"] = {"version"};

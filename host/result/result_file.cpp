@@ -84,16 +84,6 @@ std::string BlobColumns()
     return columns;
 }
 
-std::string TableField(const std::string& text)
-{
-    if (text.find_first_of(",\"\r\n") == std::string::npos)
-        return text;
-    std::string quoted = "\"";
-    for (const char letter : text)
-        quoted += letter == '"' ? std::string("\"\"") : std::string(1, letter);
-    return quoted + "\"";
-}
-
 std::string BlobRow(const ordered_json& blob)
 {
     std::string row;

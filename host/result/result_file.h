@@ -17,8 +17,6 @@ nlohmann::ordered_json ResultToJson(const InspectionResult& result);
 
 /// Names of a blob's values, comma separated, and the values of one blob of a result's JSON form.
 std::string BlobColumns();
-/// Text as one field of a table, quoted where it has to be.
-std::string TableField(const std::string& text);
 std::string BlobRow(const nlohmann::ordered_json& blob);
 
 /// Header line and one line for each blob, comma separated.

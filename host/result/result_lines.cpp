@@ -10,6 +10,8 @@
 #include <nlohmann/json.hpp>
 
 #include "host/file/appended_file.h"
+#include "host/foreign_text.h"
+#include "host/problem.h"
 #include "host/result/digest.h"
 #include "host/result/result_file.h"
 
@@ -39,7 +41,7 @@ std::string TableRows(const ordered_json& line)
     std::string rows;
     for (const ordered_json& region : line["regions"])
         for (const ordered_json& blob : region["blobs"])
-            rows += TableField(line["image"].get<std::string>()) + "," + TableField(region["name"].get<std::string>()) +
+            rows += TableCell(line["image"].get<std::string>()) + "," + TableCell(region["name"].get<std::string>()) +
                     "," + BlobRow(blob) + "\n";
     return rows;
 }

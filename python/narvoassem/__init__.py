@@ -13,7 +13,7 @@ with the list of all problems (ImageError, RecipeError). The module narvoassem.b
 machine or on many.
 """
 
-from . import regions
+from . import _narvoassem, regions
 from ._narvoassem import (
     AxisPitch,
     Explainer,
@@ -25,17 +25,19 @@ from ._narvoassem import (
     Registration,
     Result,
     __version__,
-    explain,
-    inspect,
-    pitch_recipe,
-    read_image,
-    search_pitch,
-    write_image,
 )
 from .errors import ArgumentError, FileError, ImageError, InspectionError, NarvoError, Problem, RecipeError
 from .fields import RecipeField
+from .functions import of_package
 from .inspector import Inspector
 from .regions import Rect
+
+explain = of_package(_narvoassem.explain)
+inspect = of_package(_narvoassem.inspect)
+pitch_recipe = of_package(_narvoassem.pitch_recipe)
+read_image = of_package(_narvoassem.read_image)
+search_pitch = of_package(_narvoassem.search_pitch)
+write_image = of_package(_narvoassem.write_image)
 
 __all__ = [
     "ArgumentError",

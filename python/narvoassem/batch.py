@@ -25,7 +25,7 @@ import sys
 from collections import Counter
 from typing import TYPE_CHECKING, Any, Callable, Iterable, Iterator, List, Optional, Sequence, Tuple
 
-from ._narvoassem import Recipe, blob_dtype
+from ._narvoassem import Recipe, blob_dtype, printable
 from .errors import ArgumentError, NarvoError, Problem
 from .image_task import Outcome, failed, inspect_file
 
@@ -122,12 +122,14 @@ def inspect_files(
     scheduler: Optional[str] = None,
     client: "Optional[Client]" = None,
     on_image: Optional[Callable[[int, List[Outcome]], None]] = None,
+    max_pixels: Optional[int] = None,
 ) -> "pandas.DataFrame":
     """Inspects image files by a recipe and returns one table, in the order of the files.
 
     workers: that many processes on this machine; 0 inspects in this process, one image after the other.
     scheduler: address of a Dask scheduler whose workers take the work; client: a Dask client to use instead.
     on_image: called with index and outcomes, one for each region, as images happen to be done.
+    max_pixels: larger images fail without being decoded; None is read_image's own limit.
 
     recipe may hold several regions. The table has one row for each defect, and one for each region of an image without:
     columns image, region, outcome (defects, clean or failed), problems, code, and those of Result.blobs. Raises
@@ -140,7 +142,7 @@ def inspect_files(
 
     outcomes: List[List[Outcome]] = [[] for _ in paths]
 
-    inspect_one = functools.partial(inspect_file, recipes=recipes)
+    inspect_one = functools.partial(inspect_file, recipes=recipes, max_pixels=max_pixels)
     with contextlib.ExitStack() as stack:
         if client is None and (scheduler is not None or workers):
             client = stack.enter_context(_cluster(scheduler, workers))
@@ -168,12 +170,13 @@ def _parse(arguments: Optional[Sequence[str]]) -> argparse.Namespace:
     where = parser.add_mutually_exclusive_group()
     where.add_argument("--workers", type=int, default=0, metavar="N", help="processes on this machine (default: none)")
     where.add_argument("--scheduler", metavar="ADDRESS", help="Dask scheduler, e.g. tcp://host:8786")
+    parser.add_argument("--max-pixels", type=int, metavar="N", help="pixels that an image may have")
     parser.add_argument("-q", "--quiet", action="store_true", help="print problems only")
     return parser.parse_args(arguments)
 
 
 def _complain(text: str) -> None:
-    print(f"narvoassem.batch: {text}", file=sys.stderr)
+    print(f"narvoassem.batch: {printable(text)}", file=sys.stderr)
 
 
 def _run(
@@ -181,7 +184,12 @@ def _run(
 ) -> "Optional[pandas.DataFrame]":
     try:
         return inspect_files(
-            options.images, options.recipe, workers=options.workers, scheduler=options.scheduler, on_image=on_image
+            options.images,
+            options.recipe,
+            workers=options.workers,
+            scheduler=options.scheduler,
+            on_image=on_image,
+            max_pixels=options.max_pixels,
         )
     except NarvoError as error:
         for problem in error.problems:
@@ -240,7 +248,7 @@ def main(arguments: Optional[Sequence[str]] = None) -> int:
     if not options.quiet:
         words = ", ".join(f"{counts[word]} {word}" for word in ("defects", "clean", "failed"))
         print(f"images: {len(options.images)} ({words}); blobs: {counts['blobs']}")
-        print(f"written: {options.output}")
+        print(f"written: {printable(options.output)}")
     return _EXIT_INCOMPLETE if troubled else _EXIT_DONE
 
 

@@ -4,6 +4,8 @@ from __future__ import annotations
 
 from typing import Iterable, List, NamedTuple
 
+from ._narvoassem import printable
+
 __all__ = ["ArgumentError", "FileError", "ImageError", "InspectionError", "NarvoError", "Problem", "RecipeError"]
 
 
@@ -18,7 +20,7 @@ class Problem(NamedTuple):
     allowed: str
 
     def __str__(self) -> str:
-        return f"{self.field}: {self.value}; allowed: {self.allowed}"
+        return printable(f"{self.field}: {self.value}; allowed: {self.allowed}")
 
 
 class NarvoError(Exception):

@@ -42,10 +42,10 @@ def _told(error: NarvoError) -> str:
     return "; ".join(str(problem) for problem in error.problems)
 
 
-def inspect_file(path: str, recipes: Sequence[Recipe]) -> List[Outcome]:
+def inspect_file(path: str, recipes: Sequence[Recipe], max_pixels: Optional[int] = None) -> List[Outcome]:
     """Reads an image file and inspects its regions. What is wrong with it is its outcome, not an exception."""
     try:
-        image = read_image(path)
+        image = read_image(path, max_pixels=max_pixels)
     except NarvoError as error:
         return [failed(_told(error))]
     except MemoryError:

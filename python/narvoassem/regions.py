@@ -4,7 +4,8 @@ from __future__ import annotations
 
 from typing import Any, Dict, Iterable, NamedTuple, Optional, Sequence, Tuple
 
-from ._narvoassem import bounds_of, cut_trapezia, is_convex, polygon_mask
+from . import _narvoassem
+from .functions import of_package
 
 __all__ = [
     "Rect",
@@ -16,6 +17,12 @@ __all__ = [
     "rectangle",
     "trapezium",
 ]
+
+
+bounds_of = of_package(_narvoassem.bounds_of, __name__)
+cut_trapezia = of_package(_narvoassem.cut_trapezia, __name__)
+is_convex = of_package(_narvoassem.is_convex, __name__)
+polygon_mask = of_package(_narvoassem.polygon_mask, __name__)
 
 
 class Rect(NamedTuple):

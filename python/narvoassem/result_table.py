@@ -16,6 +16,14 @@ __all__ = ["make_table", "table_text"]
 _NULLABLE = {"b": "boolean", "i": "Int32", "f": "Float64"}
 
 
+# A cell that begins with one of these is a formula to spreadsheets, or begins like a guarded one.
+_FORMULA = tuple("=+-@'\t\r\n")
+
+
+def _guarded(text: str) -> str:
+    return "'" + text if text.startswith(_FORMULA) else text
+
+
 def make_table(outcomes_of: Sequence[Tuple[str, Sequence[Outcome]]], blob_type: numpy.dtype) -> pandas.DataFrame:
     """One row for each defect, in the order of images and regions; a region without defects has a row of its own.
 
@@ -55,4 +63,5 @@ def table_text(table: pandas.DataFrame, path: str) -> str:
     """The table as the text of a file, in the form that its name's ending says: .csv or .json."""
     if os.path.splitext(path)[1].lower() == ".json":
         return table.to_json(orient="records", indent=1, double_precision=15) + "\n"
-    return table.to_csv(index=False, lineterminator="\n")
+    cells = table.assign(**{name: table[name].map(_guarded) for name in ("image", "region", "problems")})
+    return cells.to_csv(index=False, lineterminator="\n")

@@ -245,3 +245,19 @@ def test_command_line_tells_what_is_wrong_and_writes_nothing(lot, recipe_file, t
         assert "Traceback" not in done.stderr
     assert output.read_text() == "the table of yesterday"
     assert sorted(os.listdir(tmp_path)) == ["a.csv", "b.csv", "bad.json"]
+
+
+def test_texts_of_the_table_are_no_formulas(tmp_path, monkeypatch):
+    monkeypatch.chdir(tmp_path)
+    for name in ("=1+1.png", "@a.png", "plain.png"):
+        narvoassem.write_image(name, make_pattern())
+    table = batch.inspect_files(["=1+1.png", "@a.png", "plain.png"], make_recipe_dict(name="-2"))
+    lines = table_text(table, "a.csv").splitlines()
+    assert [line.split(",")[:2] for line in lines[1:]] == [["'=1+1.png", "'-2"], ["'@a.png", "'-2"], ["plain.png", "'-2"]]
+    assert list(table.image) == ["=1+1.png", "@a.png", "plain.png"]
+
+
+def test_images_beyond_the_limit_fail(tmp_path):
+    narvoassem.write_image(tmp_path / "a.png", make_pattern())
+    table = batch.inspect_files([tmp_path / "a.png"], make_recipe_dict(), max_pixels=119999)
+    assert list(table.outcome) == ["failed"] and "400 by 300 pixels" in table.problems[0]

@@ -154,3 +154,32 @@ def test_names_that_are_no_utf8_are_read_and_told(image, tmp_path):
     with pytest.raises(narvoassem.ImageError) as caught:
         narvoassem.read_image(name)
     assert os.fsdecode(b"pl\xe4n.png") in caught.value.problems[0].field
+
+
+def test_an_image_beyond_the_limit_is_refused_before_it_is_decoded(tmp_path, image):
+    narvoassem.write_image(tmp_path / "a.png", image)
+    assert narvoassem.read_image(tmp_path / "a.png", max_pixels=image.size).shape == image.shape
+    with pytest.raises(narvoassem.ImageError, match="400 by 300 pixels; allowed: at most 119999 pixels"):
+        narvoassem.read_image(tmp_path / "a.png", max_pixels=image.size - 1)
+    for wrong in (0, -1, 2**30 + 1, 2**70, "many", 1.5):
+        with pytest.raises(narvoassem.ArgumentError, match="max_pixels: .*; allowed: 1 to 1073741824"):
+            narvoassem.read_image(tmp_path / "a.png", max_pixels=wrong)
+
+
+def test_masked_pixels_are_refused(image, recipe_dict):
+    masked = numpy.ma.MaskedArray(image, mask=numpy.zeros(image.shape, bool))
+    assert len(narvoassem.inspect(masked, recipe_dict).blobs) == 1  # none of them masked
+    masked[3, 4] = numpy.ma.masked
+    with pytest.raises(narvoassem.ImageError, match="masked"):
+        narvoassem.inspect(masked, recipe_dict)
+    maps = {"offset": numpy.ma.masked_equal(numpy.full(image.shape, 20), 20)}
+    with pytest.raises(narvoassem.RecipeError, match="maps.offset: masked entries"):
+        narvoassem.Recipe(recipe_dict, maps=maps)
+
+
+def test_problems_are_shown_on_one_line_that_a_terminal_can_take(tmp_path):
+    name = "a\x1b[31m\nb\udcff.png"
+    with pytest.raises(narvoassem.ImageError) as caught:
+        narvoassem.read_image(tmp_path / name)
+    assert "a\\x1b[31m\\nb\\xff.png: no such file" in str(caught.value)
+    assert name in caught.value.problems[0].field

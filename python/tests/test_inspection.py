@@ -3,6 +3,7 @@
 import gc
 import json
 import pickle
+import resource
 import sys
 import threading
 import time
@@ -261,17 +262,39 @@ def test_inspect_many_raises_for_the_image_at_fault_in_its_turn(recipe_dict):
         next(narvoassem.Inspector().inspect_many(images, {}))
 
 
-@pytest.mark.parametrize("lanes, max_blobs", [(0, 10), (-1, 10), (257, 10), (1, 0), (1, 1000001), (-(2**31), 2**31 - 1)])
+@pytest.mark.parametrize(
+    "lanes, max_blobs", [(0, 10), (-1, 10), (257, 10), (1, 0), (1, 1000001), (-(2**31), 2**31 - 1), (2**40, 10), (1, -(2**70))]
+)
 def test_inspectors_out_of_range_are_refused(lanes, max_blobs):
     with pytest.raises(narvoassem.ArgumentError) as caught:
         narvoassem.Inspector(lanes, max_blobs)
     assert {problem.field for problem in caught.value.problems} <= {"lanes", "max_blobs"}
 
 
-@pytest.mark.parametrize("lanes", [None, "2", 2.5, 2**40, [1]])
+@pytest.mark.parametrize("lanes", [None, "2", 2.5, [1]])
 def test_inspectors_of_no_number_are_refused(lanes):
     with pytest.raises(TypeError):
         narvoassem.Inspector(lanes)
+
+
+@pytest.mark.parametrize("name", ["explain", "inspect", "pitch_recipe", "read_image", "search_pitch", "write_image"])
+def test_functions_go_through_pickle(name):
+    function = getattr(narvoassem, name)
+    assert pickle.loads(pickle.dumps(function)) is function
+    assert function.__doc__
+
+
+@pytest.mark.parametrize("name", ["bounds_of", "cut_trapezia", "is_convex", "polygon_mask"])
+def test_functions_of_regions_go_through_pickle(name):
+    function = getattr(narvoassem.regions, name)
+    assert pickle.loads(pickle.dumps(function)) is function
+
+
+def test_lanes_take_memory_when_they_work(recipe_dict, image):
+    before = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss
+    inspector = narvoassem.Inspector(lanes=256, max_blobs=1000000)
+    assert len(inspector.inspect(image, recipe_dict).blobs) == 1
+    assert resource.getrusage(resource.RUSAGE_SELF).ru_maxrss - before < 400000  # kB
 
 
 def test_a_recipe_that_wants_more_room_than_its_inspector_has_is_refused(image, recipe_dict):

@@ -15,6 +15,7 @@
 
 #include "host/file/name_text.h"
 #include "host/file/output_file.h"
+#include "host/foreign_text.h"
 #include "host/golden/golden.h"
 #include "host/golden/golden_file.h"
 #include "host/problem.h"
@@ -22,6 +23,7 @@
 #include "tools/exit_code.h"
 #include "tools/golden/golden_score.h"
 #include "tools/inspect/interrupt.h"
+#include "tools/number_option.h"
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 #include "tools/synthetic/truth.h"
@@ -104,7 +106,7 @@ public:
             truth = LoadTruth(m_options.truth);
         ThrowIfAny(std::move(found));
         const GoldenModel model(golden, m_options.settings);
-        Say("reference: " + references.front() +
+        Say("reference: " + Printable(references.front()) +
             (references.size() == 1 ? "" : " and " + std::to_string(references.size() - 1) + " more") + ", " +
             std::to_string(model.Width()) + " by " + std::to_string(model.Height()) + " pixels");
 
@@ -197,14 +199,14 @@ private:
         const Registration& pose = result.registration;
         const std::vector<Blob>& blobs = result.inspection.blobs;
         const auto bright = std::count_if(blobs.begin(), blobs.end(), [](const Blob& blob) { return blob.bright; });
-        Say("image: " + file + "\n  lies " + Fixed(pose.shiftX, 2) + ", " + Fixed(pose.shiftY, 2) +
+        Say("image: " + Printable(file) + "\n  lies " + Fixed(pose.shiftX, 2) + ", " + Fixed(pose.shiftY, 2) +
             " pixels off, turned by " + Fixed(pose.rotation, 3) + " degrees, scaled by " + Fixed(pose.scaleX, 4) +
             " and " + Fixed(pose.scaleY, 4) + ", locally off by up to " + Fixed(pose.largestLocal, 2) +
             " pixels\n  correlation " + Fixed(pose.correlation, 4) + ", compared " + Fixed(100.0 * result.compared, 1) +
             " percent of the image\n  blobs: " + std::to_string(blobs.size()) + " (" +
             std::to_string(static_cast<long>(blobs.size()) - bright) + " dark, " + std::to_string(bright) + " bright)");
         for (const std::string& warning : result.inspection.warnings)
-            std::cerr << "narvo: warning: " << file << ": " << warning << '\n';
+            std::cerr << "narvo: warning: " << Printable(file) << ": " << warning << '\n';
     }
 
     /// @return boxes of the defects that were not found
@@ -243,7 +245,7 @@ private:
             SaveGreyImage(prefix + ".threshold.png", result.threshold);
             written += ", " + prefix + ".reference.png, " + prefix + ".threshold.png";
         }
-        Say("  written: " + written);
+        Say("  written: " + Printable(written));
     }
 
     const GoldenOptions& m_options;
@@ -252,6 +254,9 @@ private:
 int RunGolden(const GoldenOptions& options)
 {
     std::error_code error;
+    if (!options.truth.empty() && !std::filesystem::exists(options.truth, error))
+        throw HostError(
+            {{"truth " + options.truth, "no such file or folder", "a file of true defects, or a folder of pairs"}});
     if (options.truth.empty() || !std::filesystem::is_directory(options.truth, error))
         return GoldenRun(options).Run();
     ScoreOptions score = options.score;
@@ -315,7 +320,10 @@ void AddGoldenCommand(CLI::App& app, Action& action)
         ->add_option("--displace", options->score.displacement,
                      "folder of pairs: move the images at random by up to this, pixels, 0 to 64")
         ->capture_default_str();
-    command->add_option("--seed", options->score.seed, "folder of pairs: the same number gives the same moves")
+    command
+        ->add_option("--seed", options->score.seed,
+                     "folder of pairs: the same number gives the same moves, 0 to 9223372036854775807")
+        ->check(SeedRange())
         ->capture_default_str();
     command->add_flag("--cross-check", options->score.crossCheck,
                       "folder of pairs: choose mesh, edge tolerance and threshold on each half and measure on the "

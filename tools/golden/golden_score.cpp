@@ -11,6 +11,7 @@
 #include <string>
 
 #include "host/file/input_file.h"
+#include "host/foreign_text.h"
 #include "host/golden/golden.h"
 #include "host/problem.h"
 #include "tools/exit_code.h"
@@ -166,7 +167,7 @@ void Register(std::vector<TruePair>& pairs, const GoldenSettings& settings)
         catch (const HostError& error)
         {
             pair.registration.reset();
-            std::cerr << "narvo: " << pair.name << ": " << error.what() << '\n';
+            std::cerr << "narvo: " << Printable(pair.name) << ": " << error.what() << '\n';
         }
 }
 
@@ -279,7 +280,7 @@ int RunGoldenScore(const ScoreOptions& options, const GoldenSettings& settings, 
             all.Add(one);
             cutOff += pair.cutOff;
             if (!quiet)
-                std::cout << pair.name << ": moved " << pair.moveX << ", " << pair.moveY << "; correlation "
+                std::cout << Printable(pair.name) << ": moved " << pair.moveX << ", " << pair.moveY << "; correlation "
                           << (pair.registration ? FormatNumber(std::round(pair.registration->correlation * 1000) / 1000)
                                                 : "-")
                           << "; found " << one.found << " of " << one.truth << ", false " << one.falseBlobs

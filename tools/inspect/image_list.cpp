@@ -65,6 +65,11 @@ std::vector<std::string> ReadList(const std::string& list)
     std::string text;
     const auto take = [&](const char* bytes, std::size_t count)
     {
+        // The mark of UTF-16, which holds NUL bytes as well.
+        const auto begins = [&](const char* mark)
+        { return text.empty() && count >= 2 && std::memcmp(bytes, mark, 2) == 0; };
+        if (begins("\xff\xfe") || begins("\xfe\xff"))
+            throw HostError({{field, "text in UTF-16", "a text file in UTF-8 with the name of an image in each line"}});
         if (std::memchr(bytes, 0, count) != nullptr || text.size() + count > nLongestList)
             throw HostError(
                 {{field, text.size() + count > nLongestList ? "longer than 256 MiB" : "no text", szWanted}});
@@ -75,6 +80,8 @@ std::vector<std::string> ReadList(const std::string& list)
     else
         ReadFilePieces(list, field, szWanted, take);
     std::vector<std::string> names;
+    if (text.starts_with("\xef\xbb\xbf"))
+        text.erase(0, 3); // a byte-order mark, which is no part of the first name
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);)
     {

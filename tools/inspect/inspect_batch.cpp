@@ -6,6 +6,7 @@
 #include <iostream>
 #include <thread>
 
+#include "host/foreign_text.h"
 #include "host/inspect/batch.h"
 #include "host/problem.h"
 #include "host/recipe/recipe.h"
@@ -58,12 +59,12 @@ void Report(const ImageResult& result, BatchProgress& progress)
     for (const Problem& problem : result.problems)
     {
         const bool named = problem.field.find(result.name) != std::string::npos;
-        progress.Line("narvo: " + (named ? "" : result.name + ": ") + problem.Text());
+        progress.Line("narvo: " + (named ? "" : Printable(result.name) + ": ") + problem.Text());
     }
     for (const InspectionResult& region : result.regions)
         for (const std::string& warning : region.warnings)
-            progress.Line("narvo: warning: " + result.name + (region.name.empty() ? "" : ", " + region.name) + ": " +
-                          warning);
+            progress.Line("narvo: warning: " +
+                          Printable(result.name + (region.name.empty() ? "" : ", " + region.name)) + ": " + warning);
 }
 
 std::string Number(double value)
@@ -74,7 +75,7 @@ std::string Number(double value)
 }
 
 void PrintSummary(const BatchSummary& summary, const BatchProgress& progress, const ResultLines& lines,
-                  std::size_t todo, int lanes)
+                  std::size_t todo)
 {
     const double seconds = std::max(progress.Seconds(), 1e-3);
     const std::size_t inspected = summary.images - summary.refused;
@@ -84,11 +85,12 @@ void PrintSummary(const BatchSummary& summary, const BatchProgress& progress, co
         std::cout << "; " << lines.KeptLines() << " done before";
     std::cout << "\nblobs:  " << summary.blobs << "\ntime:   " << FormatSeconds(seconds) << ", "
               << Number(static_cast<double>(summary.images) / seconds) << " images/s, "
-              << Number(progress.Megapixels() / seconds) << " Mpixel/s, " << lanes << (lanes == 1 ? " lane" : " lanes")
-              << '\n';
+              << Number(progress.Megapixels() / seconds) << " Mpixel/s, " << summary.lanes
+              << (summary.lanes == 1 ? " lane" : " lanes") << '\n';
     if (summary.stopped)
         std::cout << "interrupted: " << todo - summary.images << " images are left; go on with --resume\n";
-    std::cout << "written: " << lines.LineFile().string() << ", " << lines.TableFile().string() << std::endl;
+    std::cout << "written: " << Printable(lines.LineFile().string()) << ", " << Printable(lines.TableFile().string())
+              << std::endl;
 }
 
 } // namespace
@@ -122,7 +124,7 @@ int RunInspectBatch(InspectBatchOptions options)
         };
 
     if (!options.quiet)
-        std::cout << "recipe: " << options.recipe << ", " << recipes.size()
+        std::cout << "recipe: " << Printable(options.recipe) << ", " << recipes.size()
                   << (recipes.size() == 1 ? " region" : " regions") << "\nimages: " << images.size() << " to inspect"
                   << (lines.KeptLines() > 0 ? ", " + std::to_string(lines.KeptLines()) + " done before" : "")
                   << (lines.DroppedLines() > 0
@@ -144,7 +146,7 @@ int RunInspectBatch(InspectBatchOptions options)
     progress.Finish();
     lines.Finish(names);
     if (!options.quiet)
-        PrintSummary(summary, progress, lines, images.size(), lanes);
+        PrintSummary(summary, progress, lines, images.size());
     return summary.stopped       ? ExitCode_Interrupted
            : summary.refused > 0 ? ExitCode_SomeRefused
            : summary.warned > 0  ? ExitCode_Incomplete

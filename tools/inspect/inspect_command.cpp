@@ -15,6 +15,7 @@
 
 #include "host/file/name_text.h"
 #include "host/file/output_file.h"
+#include "host/foreign_text.h"
 #include "host/image/grey_image.h"
 #include "host/inspect/batch.h"
 #include "host/inspect/inspector.h"
@@ -112,7 +113,7 @@ void PrintLargest(const std::vector<Blob>& blobs, const Progress& progress)
 
 void Summarise(const InspectionResult& result, Progress& progress)
 {
-    const std::string of = result.name.empty() ? "" : " " + result.name;
+    const std::string of = result.name.empty() ? "" : " " + Printable(result.name);
     progress.Step("inspected" + of + (result.direction == Direction_Vertical ? " vertically" : " horizontally") +
                   ", engine " + FormatNumber(std::round(result.inspectMilliseconds * 10.0) / 10.0) + " ms");
     const auto bright = std::count_if(result.blobs.begin(), result.blobs.end(), [](const Blob& b) { return b.bright; });
@@ -121,7 +122,7 @@ void Summarise(const InspectionResult& result, Progress& progress)
                   " bright), pairs " + std::to_string(result.pairs) + ", code " + std::to_string(result.code));
     PrintLargest(result.blobs, progress);
     for (const std::string& warning : result.warnings)
-        std::cerr << "narvo: warning: " << (of.empty() ? "" : result.name + ": ") << warning << '\n';
+        std::cerr << "narvo: warning: " << (of.empty() ? "" : Printable(result.name) + ": ") << warning << '\n';
 }
 
 /// All regions as one result, for what is drawn and scored over the whole image.
@@ -166,7 +167,7 @@ void WriteResults(const std::string& prefix, const InspectOptions& options,
         {
             document["regions"].push_back(ResultToJson(region));
             for (const nlohmann::ordered_json& blob : document["regions"].back()["blobs"])
-                table += TableField(region.name) + "," + BlobRow(blob) + "\n";
+                table += TableCell(region.name) + "," + BlobRow(blob) + "\n";
         }
     }
     document["image"] = NameToText(options.images.places[0]);
@@ -190,7 +191,7 @@ int RunSingle(const InspectOptions& options)
                                                image = LoadGreyImage(file);
                                            });
     if (imageRead)
-        progress.Step("image:  " + file + ", " + std::to_string(image.Width()) + " by " +
+        progress.Step("image:  " + Printable(file) + ", " + std::to_string(image.Width()) + " by " +
                       std::to_string(image.Height()) + " pixels");
     const bool recipeRead = CollectProblems(found,
                                             [&]
@@ -199,7 +200,7 @@ int RunSingle(const InspectOptions& options)
                                                 recipes = LoadRecipes(options.recipe);
                                             });
     if (recipeRead)
-        progress.Step("recipe: " + options.recipe);
+        progress.Step("recipe: " + Printable(options.recipe));
     if (!options.truth.empty())
         CollectProblems(found, [&] { truth = LoadTruth(options.truth); });
     if (imageRead)
@@ -259,7 +260,8 @@ int RunSingle(const InspectOptions& options)
 
     WriteResults(prefix, options, regions);
     SaveOverlay(prefix + ".overlay.png", image, all, missed);
-    progress.Step("written: " + prefix + ".blobs.json, " + prefix + ".blobs.csv, " + prefix + ".overlay.png");
+    const std::string shown = Printable(prefix);
+    progress.Step("written: " + shown + ".blobs.json, " + shown + ".blobs.csv, " + shown + ".overlay.png");
     const bool complete = std::all_of(regions.begin(), regions.end(),
                                       [](const InspectionResult& region) { return region.warnings.empty(); });
     return complete ? ExitCode_Done : ExitCode_Incomplete;

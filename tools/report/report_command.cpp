@@ -10,6 +10,7 @@
 #include <CLI/CLI.hpp>
 
 #include "host/file/output_file.h"
+#include "host/foreign_text.h"
 #include "host/problem.h"
 #include "tools/exit_code.h"
 #include "tools/output_names.h"
@@ -84,9 +85,9 @@ int WriteReport(const ReportOptions& options, ReportPage& page)
         complete = complete && image.result.warnings.empty();
     }
     for (const std::string& note : page.notes)
-        std::cerr << "narvo: note: " << note << '\n';
+        std::cerr << "narvo: note: " << Printable(note) << '\n';
     if (!options.inputs.quiet)
-        std::cout << "report: " + output + ", " + CountText(page.images.size(), "image", "images") + ", " +
+        std::cout << "report: " + Printable(output) + ", " + CountText(page.images.size(), "image", "images") + ", " +
                          CountText(defects, "defect", "defects") + ", " + std::to_string((text.size() + 1023) / 1024) +
                          " kB"
                   << std::endl;

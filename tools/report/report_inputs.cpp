@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "host/file/name_text.h"
+#include "host/foreign_text.h"
 #include "host/image/grey_image.h"
 #include "host/inspect/batch.h"
 #include "host/result/result_reader.h"
@@ -139,7 +140,8 @@ private:
                 m_draft.page.images.back().height = result.height;
             }
             if (!m_inputs.quiet)
-                std::cout << "inspected " + result.name + ": " + CountText(result.BlobCount(), "defect", "defects")
+                std::cout << "inspected " + Printable(result.name) + ": " +
+                                 CountText(result.BlobCount(), "defect", "defects")
                           << std::endl;
         };
         const QuietCodecs quiet;

@@ -22,11 +22,13 @@
 #include "bench/read_pass.h"
 #include "host/file/name_text.h"
 #include "host/file/output_file.h"
+#include "host/foreign_text.h"
 #include "host/image/grey_image.h"
 #include "host/inspect/inspector.h"
 #include "host/problem.h"
 #include "host/recipe/recipe.h"
 #include "tools/exit_code.h"
+#include "tools/number_option.h"
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 
@@ -246,9 +248,9 @@ void Measure(const BenchOptions& options, const GreyImage& image, const std::vec
 {
     const bool table = options.json != "-";
     if (table)
-        std::cout << options.image << ", " << image.Width() << " by " << image.Height() << " pixels, " << recipes.size()
-                  << (recipes.size() == 1 ? " region" : " regions") << ", " << std::thread::hardware_concurrency()
-                  << " processors\n"
+        std::cout << Printable(options.image) << ", " << image.Width() << " by " << image.Height() << " pixels, "
+                  << recipes.size() << (recipes.size() == 1 ? " region" : " regions") << ", "
+                  << std::thread::hardware_concurrency() << " processors\n"
                   << "level    lanes    images/s    Mpixel/s    ms/image   engine ms  read Mp/s  of reading\n";
     Measurement measurement(image, recipes, options.seconds);
     nlohmann::ordered_json rows = nlohmann::ordered_json::array();
@@ -317,7 +319,7 @@ void AddBenchCommand(CLI::App& app, Action& action)
                      "vector levels, SSSE3, SSE4, AVX2 or AVX-512 (default: all that this machine has)")
         ->delimiter(',');
     command->add_option("--seconds", options->seconds, "time for each line of the table, 0.01 to 600 s")
-        ->check(CLI::Range(0.01, 600.0))
+        ->check(RealRange(0.01, 600.0, "seconds"))
         ->capture_default_str();
     command->add_option("--json", options->json,
                         "file for the figures, - for the standard output instead of the table");

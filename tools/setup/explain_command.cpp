@@ -1,6 +1,7 @@
 // One pixel's way through an inspection, on the terminal.
 #include "tools/command.h"
 
+#include <charconv>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -25,9 +26,22 @@ struct ExplainOptions
 {
     std::string image;
     std::string recipe;
-    std::vector<std::vector<int>> places; ///< each x, y
+    std::vector<std::string> places; ///< each "x,y"
     bool json = false;
 };
+
+/// @throws HostError unless the text is two whole numbers
+CPoint PlaceOf(const std::string& text)
+{
+    CPoint place;
+    const char* const end = text.data() + text.size();
+    const auto x = std::from_chars(text.data(), end, place.x);
+    const bool comma = x.ec == std::errc() && x.ptr != end && *x.ptr == ',';
+    const auto y = std::from_chars(comma ? x.ptr + 1 : end, end, place.y);
+    if (!comma || y.ec != std::errc() || y.ptr != end)
+        throw HostError({{"--at", text, "x,y in whole pixels"}});
+    return place;
+}
 
 int RunExplain(const ExplainOptions& options)
 {
@@ -41,6 +55,9 @@ int RunExplain(const ExplainOptions& options)
     };
     collect([&] { image = LoadGreyImage(options.image); });
     collect([&] { recipe = LoadRecipe(options.recipe); });
+    std::vector<CPoint> places;
+    for (const std::string& text : options.places)
+        collect([&] { places.push_back(PlaceOf(text)); });
     std::vector<Explanation> told;
     if (found.empty())
         collect(
@@ -48,8 +65,8 @@ int RunExplain(const ExplainOptions& options)
             {
                 ThrowIfAny(CheckRecipeForImage(recipe, image.Width(), image.Height()));
                 Explainer explainer(image, recipe);
-                for (const std::vector<int>& place : options.places)
-                    told.push_back(explainer.Explain(CPoint(place[0], place[1])));
+                for (const CPoint& place : places)
+                    told.push_back(explainer.Explain(place));
             });
     if (!found.empty())
     {
@@ -80,8 +97,6 @@ void AddExplainCommand(CLI::App& app, Action& action)
     command->add_option("-r,--recipe", options->recipe, "recipe file; its fields: narvo recipe")->required();
     command->add_option("--at", options->places, "x,y of the pixel, from 0; may be given several times")
         ->required()
-        ->delimiter(',')
-        ->type_size(2)
         ->expected(1, 1000)
         ->type_name("X,Y");
     command->add_flag("--json", options->json, "print JSON; a list where several pixels are asked for");

@@ -10,6 +10,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/foreign_text.h"
 #include "host/image/grey_image.h"
 #include "host/pitch/pitch_recipe.h"
 #include "host/pitch/pitch_search.h"
@@ -90,14 +91,14 @@ int RunPitch(const PitchOptions& options)
     if (!options.plot.empty())
     {
         SavePitchPlot(options.plot, result);
-        std::cout << "plot:   " << options.plot << std::endl;
+        std::cout << "plot:   " << Printable(options.plot) << std::endl;
     }
     if (found && !options.recipe.empty())
     {
         recipe.zoneImageFile = std::filesystem::path(zones).filename().string();
         SaveGreyImage(zones, recipe.zoneImage);
         SaveRecipe(options.recipe, recipe);
-        std::cout << "recipe: " << options.recipe << "\nzones:  " << zones << std::endl;
+        std::cout << "recipe: " << Printable(options.recipe) << "\nzones:  " << Printable(zones) << std::endl;
     }
     if (found)
         return ExitCode_Done;

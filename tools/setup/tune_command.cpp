@@ -14,6 +14,7 @@
 #include <CLI/CLI.hpp>
 
 #include "host/file/output_file.h"
+#include "host/foreign_text.h"
 #include "host/inspect/batch.h"
 #include "host/problem.h"
 #include "host/recipe/recipe_check.h"
@@ -182,8 +183,8 @@ int RunTune(const TuneOptions& options)
     if (!options.save.empty() && proposal)
         SaveRecipe(options.save, recipes[proposal->point]);
     if (!options.quiet)
-        std::cout << "written: " << prefix << ".tune.csv, " << plot
-                  << (options.save.empty() || !proposal ? "" : ", " + options.save) << '\n';
+        std::cout << "written: " << Printable(prefix) << ".tune.csv, " << Printable(plot)
+                  << (options.save.empty() || !proposal ? "" : ", " + Printable(options.save)) << '\n';
     const bool complete = std::all_of(sweep.points.begin(), sweep.points.end(),
                                       [](const SweepPoint& point) { return point.incomplete == 0; });
     return complete ? ExitCode_Done : ExitCode_Incomplete;

@@ -8,8 +8,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/foreign_text.h"
 #include "host/problem.h"
 #include "tools/exit_code.h"
+#include "tools/number_option.h"
 #include "tools/synthetic/board.h"
 
 namespace narvo
@@ -44,13 +46,13 @@ int RunBoard(const BoardOptions& options)
     {
         const std::string file = options.output + ".good" + (i == 0 ? "" : std::to_string(i + 1)) + ".png";
         SaveGreyImage(file, board.references[i]);
-        written += "reference: " + file + "\n";
+        written += "reference: " + Printable(file) + "\n";
     }
     SaveGreyImage(image, board.image);
     SaveTruth(truth, std::filesystem::path(image).filename().string(), board.truth);
     if (!options.quiet)
         std::cout << "defects placed: " << board.truth.size() << " of " << options.plan.defects << "\n"
-                  << written << "image: " << image << "\ntruth: " << truth << std::endl;
+                  << written << "image: " << Printable(image) << "\ntruth: " << Printable(truth) << std::endl;
     return ExitCode_Done;
 }
 
@@ -77,7 +79,9 @@ void AddBoardCommand(CLI::App& app, Action& action)
     command->add_option("--label-play", plan.labelPlay, "how far each board's label may lie off, pixels, 0 to 10")
         ->capture_default_str();
     command->add_option("--defects", plan.defects, "number of defects, 0 to 200")->capture_default_str();
-    command->add_option("--seed", plan.seed, "the same numbers give the same board")->capture_default_str();
+    command->add_option("--seed", plan.seed, "the same numbers give the same board, 0 to 9223372036854775807")
+        ->check(SeedRange())
+        ->capture_default_str();
     command->add_option("-o,--output", options->output, "beginning of the files' names")->capture_default_str();
     command->add_flag("-q,--quiet", options->quiet, "print problems only");
     command->callback([options, &action] { action = [options] { return RunBoard(*options); }; });

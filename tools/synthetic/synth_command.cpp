@@ -8,8 +8,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/foreign_text.h"
 #include "host/problem.h"
 #include "tools/exit_code.h"
+#include "tools/number_option.h"
 #include "tools/synthetic/panel.h"
 
 namespace narvo
@@ -56,7 +58,8 @@ int RunSynth(const SynthOptions& options)
     SaveRecipe(recipe, panel.recipe);
     SaveTruth(truth, std::filesystem::path(image).filename().string(), panel.truth);
     say("defects placed: " + std::to_string(panel.truth.size()) + " of " + std::to_string(plan.defects));
-    say("image:  " + image + "\nzones:  " + zones + "\nrecipe: " + recipe + "\ntruth:  " + truth);
+    say("image:  " + Printable(image) + "\nzones:  " + Printable(zones) + "\nrecipe: " + Printable(recipe) +
+        "\ntruth:  " + Printable(truth));
     return ExitCode_Done;
 }
 
@@ -81,7 +84,9 @@ void AddSynthCommand(CLI::App& app, Action& action)
     command->add_option("--drift", plan.drift, "slow change of brightness, share of the mean, 0 to 0.3")
         ->capture_default_str();
     command->add_option("--defects", plan.defects, "number of defects, 0 to 20000")->capture_default_str();
-    command->add_option("--seed", plan.seed, "the same numbers give the same panel")->capture_default_str();
+    command->add_option("--seed", plan.seed, "the same numbers give the same panel, 0 to 9223372036854775807")
+        ->check(SeedRange())
+        ->capture_default_str();
     command->add_option("-o,--output", options->output, "beginning of the files' names")->capture_default_str();
     command->add_flag("-q,--quiet", options->quiet, "print problems only");
     command->callback([options, &action] { action = [options] { return RunSynth(*options); }; });

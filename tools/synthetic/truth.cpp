@@ -10,6 +10,7 @@
 #include "host/file/input_file.h"
 #include "host/file/name_text.h"
 #include "host/file/output_file.h"
+#include "host/foreign_text.h"
 #include "host/problem.h"
 #include "host/recipe/recipe.h"
 #include "tools/synthetic/boxes.h"
@@ -68,7 +69,7 @@ std::string DescribeScore(const std::vector<TruthDefect>& truth, const TruthScor
     }
     std::ostringstream out;
     for (const auto& [kind, counts] : kinds)
-        out << "  " << kind << ": " << counts.first << " of " << counts.second << '\n';
+        out << "  " << Printable(kind) << ": " << counts.first << " of " << counts.second << '\n';
     return out.str();
 }
 

@@ -1,0 +1,25 @@
+// The size of an image from its file's header, without decoding: how much memory it will take is known before it is
+// taken.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+
+namespace narvo
+{
+
+struct ImageHeader
+{
+    std::int64_t width = 0;
+    std::int64_t height = 0;
+    int bytesPerPixel = 1;       ///< once decoded, all channels
+    std::int64_t tilePixels = 0; ///< TIFF: of the blocks that it is decoded by; 0: none
+    int pages = 1;               ///< TIFF: images in the file, without reduced copies of others
+};
+
+/// Reads the header of a PNG, TIFF, BMP, JPEG or portable anymap (PGM and its like). Sizes are as written, 0 and
+/// negative ones among them. @return nothing where the file is none of these, or ends within its header
+std::optional<ImageHeader> ReadImageHeader(const std::filesystem::path& file);
+
+} // namespace narvo

@@ -1,0 +1,31 @@
+// How much an input may ask for. What lies beyond is refused before anything is worked out or allocated for it; the
+// table for users is docs/limits.md, which a test holds to this file.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace narvo
+{
+
+/// Pixels of an image file, unless the user allows more: 16384 by 16384.
+constexpr std::int64_t nDefaultMaxPixels = 268435456;
+/// What the user may allow at most, and the longest side: the decoders go no further.
+constexpr std::int64_t nHighestMaxPixels = 1073741824;
+constexpr std::int64_t nImageSideLimit = 1048576;
+/// Bytes of a decoded image for each pixel that an image may have: colours at full size, wide colours at half of it.
+constexpr std::int64_t nBytesPerMaxPixel = 4;
+
+constexpr std::size_t nRecipeByteLimit = 16777216; ///< of a recipe's text
+constexpr std::size_t nRegionLimit = 10000;
+constexpr std::size_t nCornerLimit = 10000;     ///< of a region that is a polygon
+constexpr std::size_t nTableEntryLimit = 65536; ///< one for each 16 pixels of the longest side
+constexpr std::size_t nSkippedCellLimit = 100000;
+constexpr std::size_t nRecipeEntryLimit = 1000000; ///< corners, table entries and skipped cells of all regions
+
+constexpr std::size_t nListedProblems = 100; ///< of one call; the others are counted
+
+constexpr int nLaneLimit = 256;
+constexpr int nBlobLimit = 1000000;
+
+} // namespace narvo

@@ -1,0 +1,39 @@
+// The page of limits against the numbers in force.
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "host/host_test_help.h"
+#include "host/inspect/inspector.h"
+#include "host/limits.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+TEST(LimitsPage, NamesEveryLimit)
+{
+    std::ifstream stream(std::string(NARVO_SOURCE_FOLDER) + "/docs/limits.md");
+    const std::string page{std::istreambuf_iterator<char>(stream), {}};
+    const auto row = [](const char* what, auto most)
+    { return "| " + std::string(what) + " | " + std::to_string(most); };
+    for (const std::string& text :
+         {row("pixels of an image file", nDefaultMaxPixels), row("side of an image file", nImageSideLimit),
+          row("bytes of a decoded image", nBytesPerMaxPixel), row("recipe file", nRecipeByteLimit),
+          row("`regions`", nRegionLimit), row("`region.points`", nCornerLimit), row("`tables.*`", nTableEntryLimit),
+          row("`zones.skip`", nSkippedCellLimit),
+          row("corners, table entries and cells of all regions together", nRecipeEntryLimit),
+          row("`zones.list`", nRecipeZoneLimit), row("`zones.list[].verify.checks`", nVerifyCheckLimit),
+          row("`dead_zones`", nDeadZoneHigh), row("`max_blobs`", nBlobLimit),
+          row("lanes (`-j`, `Inspector(lanes=...)`)", nLaneLimit),
+          "| problems that are listed | the first " + std::to_string(nListedProblems),
+          "up to " + std::to_string(nHighestMaxPixels) + " |",
+          "beyond " + std::to_string(Inspector::nFirstRoom) + " is taken"})
+        EXPECT_THAT(page, testing::HasSubstr(text));
+}
+
+} // namespace
+
+} // namespace narvo
