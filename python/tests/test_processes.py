@@ -1,6 +1,8 @@
 """Processes: children by fork, with or without threads at work in their parent, and an interpreter that ends while
 daemon threads are at work. Each in a process of its own, which is ended when it takes too long."""
 
+import os
+import signal
 import subprocess
 import sys
 import textwrap
@@ -35,11 +37,17 @@ def in_children(count, work):
 
 def run(script):
     """What the script printed. It must end by itself, with exit code 0, and complain of nothing."""
-    done = subprocess.run(
-        [sys.executable, "-c", COMMON + textwrap.dedent(script)], capture_output=True, text=True, timeout=SECONDS
-    )
-    assert (done.returncode, done.stderr) == (0, "")
-    return done.stdout.split()
+    command = [sys.executable, "-c", COMMON + textwrap.dedent(script)]
+    with subprocess.Popen(
+        command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, start_new_session=True
+    ) as process:
+        try:
+            printed, complaints = process.communicate(timeout=SECONDS)
+        except subprocess.TimeoutExpired:
+            os.killpg(process.pid, signal.SIGKILL)  # its children, too
+            raise
+    assert (process.returncode, complaints) == (0, "")
+    return printed.split()
 
 
 def test_children_by_fork_find_what_their_parent_finds():
