@@ -20,32 +20,34 @@ namespace
 template <CFloatTraits kTraits>
 class FloatBackend : public KernelProbe::Backend
 {
-    using TScan = std::conditional_t<kTraits.bHorizontal, CFloatRows<kTraits>, CFloatStrips<kTraits>>;
+    using TRule = CFloatRule<kTraits>;
+    using TSource = std::conditional_t<kTraits.bHorizontal, CFloatRows<kTraits>, CFloatStrips<kTraits>>;
 
 public:
     FloatBackend(const CConvParam& param, const CFloatChoice& choice)
-        : Backend(param, kTraits.bHorizontal), m_call(MakeFloatCall(m_store, choice, &m_endLine)), m_scan(m_call)
+        : Backend(param, kTraits.bHorizontal), m_call(MakeFloatCall(m_store, choice, &m_endLine)), m_rule(m_call),
+          m_source(m_call, m_rule)
     {
     }
 
     int Units() const override { return kTraits.Units(); }
-    CBands Bands() const override { return m_scan.Bands(); }
-    bool Covers(int x, int y) const override { return m_scan.Covers(x, y); }
+    CBands Bands() const override { return m_source.Unit().bands; }
+    bool Covers(int x, int y) const override { return m_source.Covers(x, y); }
 
     ProbedPixel Compare(int x, int y, bool /*zones*/) const override
     {
         ProbedPixel pixel;
         pixel.place = CPoint(x, y);
-        CSumsComparison result{};
-        if (!m_scan.Covers(x, y) || !m_scan.Compare(x, y, result))
+        CFoundHit found;
+        if (!m_source.Covers(x, y) || !m_source.ComparePlace(x, y, 0, found))
             return pixel;
-        const CPitch16 pitch = m_scan.PitchAt(x, y);
+        const CPitch16 pitch = m_source.PitchAt(x, y);
         pixel.compared = true;
-        pixel.source = result.nSrc;
-        pixel.reference = result.nCmp;
-        pixel.threshold = result.nThreshold;
-        pixel.hit = result.IsDark() || result.IsBright();
-        pixel.bright = result.IsBright();
+        pixel.source = found.Src();
+        pixel.reference = found.Cmp();
+        pixel.threshold = found.Threshold();
+        pixel.hit = found.IsDark() || found.IsBright();
+        pixel.bright = found.IsBright();
         pixel.pitch16 = static_cast<int>(pitch.nWhole * 16 + pitch.nFraction);
         return pixel;
     }
@@ -53,18 +55,20 @@ public:
     ProbedChain Pair(int x, int y) const override
     {
         ProbedChain chain = MakeChain(x, y);
-        TScan scan(m_call);
+        TRule rule(m_call);
+        CPairWriter<TRule> records(rule);
         std::vector<int> owners;
         if constexpr (kTraits.bHorizontal)
-            AppendRow(scan, chain, y, owners);
+            StoreRow(rule, chain, y, owners);
         else
             for (std::size_t i = 0; i < chain.links.size(); ++i)
             {
-                const ProbedPixel& pixel = chain.links[i].pixel;
-                if (pixel.hit)
-                    Append(scan, Found(pixel), static_cast<int>(i), pixel.place.x, owners);
+                const CPoint place = chain.links[i].pixel.place;
+                CFoundHit found;
+                if (chain.links[i].pixel.hit && m_source.ComparePlace(place.x, place.y, 0, found))
+                    Store(rule, {{place, found, static_cast<int>(i)}}, owners);
             }
-        this->template RunPairing<TScan::kPairing>(chain, m_call.hits, owners, scan.m_records);
+        this->template RunPairing<TRule::kPairing>(chain, rule.hits, owners, records);
         return chain;
     }
 
@@ -72,62 +76,56 @@ protected:
     bool LastBandFirst() const override { return false; }
 
 private:
-    static CFoundHit Found(const ProbedPixel& pixel)
+    struct GroupHit
     {
-        CFoundHit found(pixel.place.y, 0);
-        found.nSrc = static_cast<std::uint16_t>(pixel.source);
-        found.nCmp = static_cast<std::uint16_t>(pixel.reference);
-        found.nThreshold = static_cast<std::int16_t>(pixel.threshold);
-        return found;
-    }
+        CPoint place;
+        CFoundHit found;
+        int owner;
+    };
 
-    static void Append(TScan& scan, const CFoundHit& found, int owner, std::int64_t x, std::vector<int>& owners)
+    static void Store(const TRule& rule, const std::vector<GroupHit>& group, std::vector<int>& owners)
     {
-        scan.AppendGroup(x, &found, 1);
-        owners.push_back(owner);
+        for (int pass = 0; pass < TRule::kPasses; ++pass)
+            for (const GroupHit& hit : group)
+                if (rule.Takes(hit.found, pass))
+                {
+                    rule.Store(static_cast<std::int64_t>(owners.size()), hit.place.x, hit.place.y, hit.found, pass);
+                    owners.push_back(hit.owner);
+                }
     }
 
     /// All hits of the row: in each group of 8 the dark ones come first, and that order decides where the search for a
     /// partner ends, so a chain cannot be paired apart from the others.
-    void AppendRow(TScan& scan, const ProbedChain& chain, int y, std::vector<int>& owners) const
+    void StoreRow(const TRule& rule, const ProbedChain& chain, int y, std::vector<int>& owners) const
     {
-        std::map<std::int64_t, int> linkAt;
+        std::map<int, int> linkAt;
         for (std::size_t i = 0; i < chain.links.size(); ++i)
             linkAt[chain.links[i].pixel.place.x] = static_cast<int>(i);
-        std::vector<CFoundHit> group;
-        const std::int64_t left = m_call.region.nLeft;
-        const auto close = [&](std::int64_t x)
+        CFloatCall call = m_call;
+        call.region.nTop = y;
+        call.region.nBottom = y + 1;
+        TSource source(call, rule);
+        CMarkedRow row;
+        if (y < m_call.region.nTop || y >= m_call.region.nBottom || !source.BeginTile(1) || !source.NextRow(row))
+            return;
+        for (std::int64_t number = 0; number < row.nGroups; ++number)
         {
-            for (const bool dark : {true, false})
-                for (const CFoundHit& hit : group)
-                    if (const CSumsComparison result = {hit.nSrc, hit.nCmp, hit.nThreshold};
-                        dark ? result.IsDark() : result.IsBright())
-                    {
-                        const auto link = linkAt.find(x + hit.Column());
-                        owners.push_back(link != linkAt.end() ? link->second : -1);
-                    }
-            scan.AppendGroup(x, group.data(), static_cast<int>(group.size()));
-            group.clear();
-        };
-        const auto take = [&](std::int64_t x, const CSumsComparison& result)
-        {
-            const int column = static_cast<int>((x - left) % kGroupWidth);
-            if (result.IsDark() || result.IsBright())
+            std::vector<GroupHit> group;
+            for (std::int64_t n = number * kGroupWidth; n < (number + 1) * kGroupWidth; ++n)
             {
-                CFoundHit& hit = group.emplace_back(y, column);
-                hit.nSrc = result.nSrc;
-                hit.nCmp = result.nCmp;
-                hit.nThreshold = result.nThreshold;
+                CFoundHit found;
+                source.Compare(n, found);
+                const CPoint place(static_cast<int>(call.region.nLeft + n), y);
+                const auto link = linkAt.find(place.x);
+                group.push_back({place, found, link != linkAt.end() ? link->second : -1});
             }
-            if (column == kGroupWidth - 1)
-                close(x - column);
-        };
-        if (y < m_call.region.nTop || y >= m_call.region.nBottom || !m_scan.CompareRow(y, left, m_scan.ScanEnd(), take))
-            owners.clear();
+            Store(rule, group, owners);
+        }
     }
 
     CFloatCall m_call;
-    mutable TScan m_scan;
+    TRule m_rule;
+    mutable TSource m_source;
 };
 
 } // namespace

@@ -13,8 +13,8 @@
 #include "narvoassem/fast/cell_walk.h"
 #include "narvoassem/fast/compare_pixel.h"
 #include "narvoassem/fast/kernel_call.h"
-#include "narvoassem/fast/scan_rows.h"
-#include "narvoassem/fast/scan_strips.h"
+#include "narvoassem/fast/pair_writer.h"
+#include "narvoassem/fast/pixel_source.h"
 
 namespace narvo
 {
@@ -23,20 +23,18 @@ template <class TRule, class TCall>
 class RuleBackend : public KernelProbe::Backend
 {
     static constexpr CScanTraits kScan = TRule::kScan;
-    using TScan = std::conditional_t<kScan.bHorizontal, CRowScan<TRule>, CStripScan<TRule>>;
 
 public:
     template <class TMakeCall>
     RuleBackend(const CConvParam& param, TMakeCall&& makeCall)
         : Backend(param, kScan.bHorizontal), m_call(makeCall(m_store, &m_endLine)), m_rule(m_call),
-          m_scan(m_call, m_rule)
+          m_source(m_call, m_rule)
     {
-        m_rule.BeginScan(m_scan.ScanEnd());
     }
 
     int Units() const override { return 1; }
-    CBands Bands() const override { return m_scan.Bands(); }
-    bool Covers(int x, int y) const override { return m_scan.Covers(x, y); }
+    CBands Bands() const override { return m_source.Unit().bands; }
+    bool Covers(int x, int y) const override { return m_source.Covers(x, y); }
 
     ProbedPixel Compare(int x, int y, bool zones) const override
     {
@@ -51,7 +49,7 @@ public:
     {
         ProbedChain chain = MakeChain(x, y);
         TRule rule(m_call);
-        rule.BeginScan(m_scan.ScanEnd());
+        CPairWriter<TRule> records(rule);
         std::vector<int> owners;
         for (std::size_t i = 0; i < chain.links.size(); ++i)
         {
@@ -60,12 +58,11 @@ public:
             CFoundHit found;
             if (!link.pixel.hit || !Find(link.pixel.place.x, link.pixel.place.y, true, again, found))
                 continue;
-            const std::int64_t column = found.Column();
-            if (!rule.Store(static_cast<std::int64_t>(owners.size()), link.pixel.place.x - column, found))
+            if (!rule.Store(static_cast<std::int64_t>(owners.size()), link.pixel.place.x, link.pixel.place.y, found, 0))
                 throw HostError({{"memory", "not enough for the hits of one column", "a smaller region"}});
             owners.push_back(static_cast<int>(i));
         }
-        this->template RunPairing<TScan::kPairing>(chain, rule.hits, owners, rule.records);
+        this->template RunPairing<TRule::kPairing>(chain, rule.hits, owners, records);
         return chain;
     }
 
@@ -75,7 +72,7 @@ protected:
 private:
     bool Find(int x, int y, bool zones, ProbedPixel& pixel, CFoundHit& found) const
     {
-        if (!m_scan.Covers(x, y))
+        if (!m_source.Covers(x, y))
             return false;
         std::int64_t element = 0;
         if constexpr (requires(const TRule& rule) { rule.FindCell(0, 0); })
@@ -89,17 +86,18 @@ private:
                 pixel.cellPlace = CPoint(static_cast<int>(x - origin.nX), static_cast<int>(y - origin.nY));
             }
         pixel.skipped = pixel.skipped || !m_rule.Inspects(x, y);
-        const CPitch16 pitch = m_scan.PitchAt(y);
-        found = m_rule.Compare(pitch, x, y, element, static_cast<int>((x - m_call.region.nLeft) & 15));
-        pixel.source = found.nSrc;
-        pixel.reference = found.nCmp;
-        pixel.threshold = found.nThreshold;
-        pixel.zone = found.nZone;
+        if (!m_source.ComparePlace(x, y, element, found))
+            return false;
+        const CPitch16 pitch = m_source.PitchAt(x, y);
+        pixel.source = found.Src();
+        pixel.reference = found.Cmp();
+        pixel.threshold = found.Threshold();
+        pixel.zone = found.Zone();
         if (zones)
             FindThresholdSet(pixel, element);
-        const std::int16_t difference = SaturatedDifference(found.nSrc, found.nCmp);
+        const std::int16_t difference = SaturatedDifference(found.Src(), found.Cmp());
         pixel.bright = difference >= 1;
-        pixel.hit = !pixel.skipped && ExceedsThreshold(difference, found.nThreshold);
+        pixel.hit = !pixel.skipped && ExceedsThreshold(difference, found.Threshold());
         pixel.pitch16 = static_cast<int>(pitch.nWhole * 16 + pitch.nFraction);
         return true;
     }
@@ -135,7 +133,7 @@ private:
 
     TCall m_call;
     TRule m_rule;
-    TScan m_scan;
+    mutable CPixelSource<TRule> m_source;
 };
 
 /// Whether the reference lies between pixels.

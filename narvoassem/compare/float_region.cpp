@@ -6,9 +6,9 @@
 #include <utility>
 
 #include "narvoassem/fast/band_pairing.h"
-#include "narvoassem/fast/image_rows.h"
 #include "narvoassem/fast/scan_scratch.h"
 #include "narvoassem/fixed_pitch.h"
+#include "narvoassem/image_read.h"
 #include "narvoassem/memory_shortage.h"
 #include "narvoassem/narvoassem.h"
 #include "narvoassem/wrap_int.h"

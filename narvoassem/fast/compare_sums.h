@@ -10,23 +10,29 @@
 namespace narvo
 {
 
+/// nLarger less nSmaller as a signed 16-bit value; stopped at 0 except in the plain comparison.
+template <SumsVariant kVariant>
+constexpr std::int16_t SumsDifference(std::uint16_t nLarger, std::uint16_t nSmaller)
+{
+    const bool bStopped = kVariant != SumsVariant::Plain && nLarger < nSmaller;
+    return static_cast<std::int16_t>(bStopped ? 0 : nLarger - nSmaller);
+}
+
 /// What a comparison found at one pixel.
 struct CSumsComparison
 {
     std::uint16_t nSrc;
     std::uint16_t nCmp;
     std::int16_t nThreshold;
+    bool bDark;   ///< the reference exceeds the source by more than the threshold
+    bool bBright; ///< and the other way round: both where the threshold is below 0
 
-    /// Reference above source, and source above reference, stopped at 0, as signed 16-bit values.
-    std::int16_t DarkDifference() const { return static_cast<std::int16_t>(nCmp > nSrc ? nCmp - nSrc : 0); }
-    std::int16_t BrightDifference() const { return static_cast<std::int16_t>(nSrc > nCmp ? nSrc - nCmp : 0); }
-    bool IsDark() const { return DarkDifference() > nThreshold; }
-    bool IsBright() const { return BrightDifference() > nThreshold; }
+    bool IsHit() const { return bDark || bBright; }
 };
 
 /// Pixel x of the row.
 template <SumsVariant kVariant>
-CSumsComparison CompareSums(const CSumsRow& row, std::int64_t x)
+[[gnu::always_inline]] inline CSumsComparison CompareSums(const CSumsRow& row, std::int64_t x)
 {
     const auto weigh = [](std::uint16_t nSum, unsigned nWeight) { return static_cast<unsigned>(nSum) * nWeight; };
     CSumsComparison result;
@@ -45,38 +51,27 @@ CSumsComparison CompareSums(const CSumsRow& row, std::int64_t x)
             FormThreshold(static_cast<std::uint16_t>(nValue >> GrayShift(kVariant)), nGain, nBase));
         return static_cast<std::int16_t>(static_cast<std::uint16_t>(weigh(nGray, row.nUnits)));
     };
-    result.nThreshold = threshold(row.nGain, row.nBase);
+    result.nThreshold = IsPlain(kVariant) ? static_cast<std::int16_t>(row.nBase) : threshold(row.nGain, row.nBase);
     if constexpr (kVariant == SumsVariant::LargerSmaller)
         result.nThreshold = std::min(result.nThreshold, threshold(row.nGain2, row.nBase2));
+    const auto exceeds = [&](unsigned nLarger, unsigned nSmaller)
+    {
+        return SumsDifference<kVariant>(static_cast<std::uint16_t>(nLarger), static_cast<std::uint16_t>(nSmaller)) >
+               result.nThreshold;
+    };
+    result.bDark = exceeds(result.nCmp, result.nSrc);
+    result.bBright = exceeds(result.nSrc, result.nCmp);
+    if constexpr (kVariant == SumsVariant::PlainWitness)
+    {
+        // The same pair of places seen from the reference, back to the source, without the limit.
+        const unsigned nBack = weigh(row.pSrc[x], row.nWeightNear) + weigh(row.pBack[x], row.nWeightFar);
+        const unsigned nAhead = weigh(row.pNear[x], 16);
+        const bool bDarkAgrees = exceeds(nAhead, nBack);
+        const bool bBrightAgrees = exceeds(nBack, nAhead);
+        result.bDark = bDarkAgrees && result.bDark;
+        result.bBright = bBrightAgrees && result.bBright;
+    }
     return result;
-}
-
-/// Two values without a threshold of their own; differences stop at 0.
-struct CPlainSums
-{
-    std::uint16_t nSrc;
-    std::uint16_t nCmp;
-
-    int DarkDifference() const { return nCmp > nSrc ? nCmp - nSrc : 0; }
-    int BrightDifference() const { return nSrc > nCmp ? nSrc - nCmp : 0; }
-};
-
-constexpr std::uint16_t WeighSums(std::uint16_t nNear, unsigned nWeightNear, std::uint16_t nFar, unsigned nWeightFar)
-{
-    return static_cast<std::uint16_t>(nNear * nWeightNear + nFar * nWeightFar);
-}
-
-/// Source and reference of pixel x, limited.
-inline CPlainSums ComparePlainSums(const CSumsRow& row, std::int64_t x)
-{
-    return {std::min(WeighSums(row.pSrc[x], 16, 0, 0), row.nLimit),
-            std::min(WeighSums(row.pNear[x], row.nWeightNear, row.pFar[x], row.nWeightFar), row.nLimit)};
-}
-
-/// The same pair of places seen from the reference, back to the source, without the limit.
-inline CPlainSums WitnessSums(const CSumsRow& row, std::int64_t x)
-{
-    return {WeighSums(row.pSrc[x], row.nWeightNear, row.pBack[x], row.nWeightFar), WeighSums(row.pNear[x], 16, 0, 0)};
 }
 
 } // namespace narvo

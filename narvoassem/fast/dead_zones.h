@@ -10,11 +10,11 @@ namespace narvo
 class CDeadZones
 {
 public:
-    CDeadZones() = default;
-    explicit CDeadZones(const CRect* pZones) : m_pZones(pZones)
+    /// None without parameters.
+    explicit CDeadZones(const CConvParam* pParam) : m_pZones(pParam != nullptr ? pParam->rtDeadZone : nullptr)
     {
-        for (int n = 0; n < CConvParam::nDeadZoneLimit; ++n)
-            if (pZones[n].IsRectEmpty())
+        for (int n = 0; m_pZones != nullptr && n < CConvParam::nDeadZoneLimit; ++n)
+            if (m_pZones[n].IsRectEmpty())
             {
                 m_nCount = n;
                 return;

@@ -4,6 +4,9 @@
 
 #include <cstdint>
 
+#include "narvoassem/grow_buffer.h"
+#include "narvoassem/image_read.h"
+
 namespace narvo
 {
 
@@ -15,6 +18,17 @@ struct CSourceRows
     std::int64_t nPrefetch =
         0; ///< bytes from the last row to the memory that the next derived row will be the first to read
 };
+
+/// nLines rows from (x, y) down, nCount pixels of each; copies have room for these.
+inline CSourceRows ReadRows(const CImageView& image, std::int64_t x, std::int64_t y, int nLines, std::int64_t nCount,
+                            CGrowBuffer<std::uint8_t>* pCopies)
+{
+    CSourceRows rows;
+    rows.nPrefetch = image.nStride;
+    for (int nLine = 0; nLine < nLines; ++nLine)
+        rows.pRow[nLine] = ReadRow(image, x, y + nLine, nCount, pCopies[nLine].Data());
+    return rows;
+}
 
 /// pOut[x] = mean of the 2 by 2 block at x, rounded down.
 void MakeMeanRow(const CSourceRows& rows, std::int64_t nCount, std::uint8_t* pOut);

@@ -27,6 +27,27 @@ namespace HWY_NAMESPACE
 namespace
 {
 
+#if HWY_TARGET == HWY_SCALAR
+
+template <CFindTraits kTraits>
+void FindRun(const CFindRow& row, const CStripRun& run)
+{
+    for (std::int64_t nStrip = 0; nStrip < run.nStripCount; ++nStrip)
+    {
+        unsigned nMask = 0;
+        for (std::int64_t k = 0; k < kStripWidth; ++k)
+        {
+            const std::int64_t i = nStrip * kStripWidth + k;
+            const CPixelComparison found = ComparePixel<kTraits>(row, run.nFirstStrip * kStripWidth + i,
+                                                                 row.nMapRow + run.nMapBase + i, run.nDisplacement);
+            nMask |= static_cast<unsigned>(found.IsHit()) << k;
+        }
+        row.pMask[run.nFirstStrip + nStrip] = static_cast<std::uint16_t>(nMask);
+    }
+}
+
+#else
+
 /// What one run reads besides its source: the reference rows at its displacement, and the maps given, or zeros.
 struct CRunRows
 {
@@ -50,67 +71,6 @@ struct CRunRows
         pGain2 = select(row.pGainMap2);
     }
 };
-
-#if HWY_TARGET == HWY_SCALAR
-
-/// One pixel at column x of the row, element i of its run.
-template <CFindTraits kTraits>
-bool IsHit(const CFindRow& row, const CRunRows& rows, std::int64_t x, std::int64_t i)
-{
-    std::uint16_t nSrc = row.pSrc[x];
-    std::uint16_t nCmp;
-    if constexpr (kTraits.eReference == FindReference::Column)
-        nCmp = narvo::Interpolate(rows.pNear[x], static_cast<std::uint16_t>(row.pColumnNear[x]), rows.pFar[x],
-                                  static_cast<std::uint16_t>(row.pColumnFar[x]));
-    else if constexpr (kTraits.eReference == FindReference::Bilinear)
-        nCmp = narvo::Interpolate(
-            narvo::Interpolate(rows.pNear[x], row.nWeightLeft, rows.pNear[x + 1], row.nWeightRight), row.nWeightNear,
-            narvo::Interpolate(rows.pFar[x], row.nWeightLeft, rows.pFar[x + 1], row.nWeightRight), row.nWeightFar);
-    else
-        nCmp = narvo::Interpolate(rows.pNear[x], row.nWeightNear, rows.pFar[x], row.nWeightFar);
-    if constexpr (kTraits.eThreshold != FindThreshold::Knee)
-    {
-        nSrc = std::min(nSrc, row.nGrayLimit);
-        nCmp = std::min(nCmp, row.nGrayLimit);
-    }
-    const std::uint16_t nMax = std::max(nSrc, nCmp);
-    const auto fromMaps = [&](const std::int16_t* pGain, const std::int16_t* pOffset) {
-        return narvo::FormThreshold(nMax, static_cast<std::uint16_t>(pGain[i]), static_cast<std::uint16_t>(pOffset[i]));
-    };
-    std::int16_t nThreshold;
-    if constexpr (kTraits.eThreshold == FindThreshold::Map)
-        nThreshold = fromMaps(rows.pGain, rows.pOffset);
-    else if constexpr (kTraits.eThreshold == FindThreshold::Knee)
-        nThreshold = static_cast<std::int16_t>(nMax) > rows.pKnee[i] ? fromMaps(rows.pGain2, rows.pOffset2)
-                                                                     : fromMaps(rows.pGain, rows.pOffset);
-    else if constexpr (kTraits.eThreshold == FindThreshold::Floor)
-        nThreshold = static_cast<std::int16_t>(row.nBase);
-    else
-    {
-        nThreshold = narvo::FormThreshold(nMax, row.nGain, row.nBase);
-        if constexpr (kTraits.eThreshold == FindThreshold::Smaller)
-            nThreshold = std::min(nThreshold, narvo::FormThreshold(nMax, row.nGain2, row.nBase2));
-    }
-    return ExceedsThreshold(SaturatedDifference(nSrc, nCmp), nThreshold);
-}
-
-template <CFindTraits kTraits>
-void FindRun(const CFindRow& row, const CStripRun& run)
-{
-    const CRunRows rows(row, run);
-    for (std::int64_t nStrip = 0; nStrip < run.nStripCount; ++nStrip)
-    {
-        unsigned nMask = 0;
-        for (std::int64_t k = 0; k < kStripWidth; ++k)
-        {
-            const std::int64_t i = nStrip * kStripWidth + k;
-            nMask |= static_cast<unsigned>(IsHit<kTraits>(row, rows, run.nFirstStrip * kStripWidth + i, i)) << k;
-        }
-        row.pMask[run.nFirstStrip + nStrip] = static_cast<std::uint16_t>(nMask);
-    }
-}
-
-#else
 
 /// Values that are the same for all pixels of a row, in every lane.
 template <class D>
@@ -188,7 +148,7 @@ HWY_INLINE hn::Mask<hn::RebindToSigned<D>> FindBlock(D d, const CFindRow& row, c
 {
     auto vSrc = LoadWide(d, row.pSrc + x);
     auto vCmp = LoadReference<kTraits>(d, row, lanes, rows, x);
-    if constexpr (kTraits.eThreshold != FindThreshold::Knee)
+    if constexpr (kTraits.IsLimited())
     {
         vSrc = hn::Min(vSrc, lanes.vGrayLimit);
         vCmp = hn::Min(vCmp, lanes.vGrayLimit);

@@ -55,6 +55,8 @@ struct CFindTraits
     FindThreshold eThreshold;
 
     constexpr bool UsesMaps() const { return eThreshold == FindThreshold::Map || eThreshold == FindThreshold::Knee; }
+    /// Values are limited before they are compared.
+    constexpr bool IsLimited() const { return eThreshold != FindThreshold::Knee; }
 };
 
 /// The variants, each at its own number.

@@ -27,34 +27,13 @@ namespace
 #if HWY_TARGET == HWY_SCALAR
 
 template <SumsVariant kVariant>
-bool IsMarked(const CSumsRow& row, std::int64_t x)
-{
-    if constexpr (kVariant == SumsVariant::Plain || kVariant == SumsVariant::PlainWitness)
-    {
-        const CPlainSums sums = ComparePlainSums(row, x);
-        const auto nThreshold = static_cast<std::int16_t>(row.nBase);
-        const bool bDark = sums.DarkDifference() > nThreshold;
-        const bool bBright = sums.BrightDifference() > nThreshold;
-        if constexpr (kVariant == SumsVariant::Plain)
-            return bDark || bBright;
-        const CPlainSums witness = WitnessSums(row, x);
-        return (bDark && witness.DarkDifference() > nThreshold) || (bBright && witness.BrightDifference() > nThreshold);
-    }
-    else
-    {
-        const CSumsComparison result = CompareSums<kVariant>(row, x);
-        return result.IsDark() || result.IsBright();
-    }
-}
-
-template <SumsVariant kVariant>
 void FindSumsRow(const CSumsRow& row)
 {
     for (std::int64_t nGroup = 0; nGroup < row.nGroups; ++nGroup)
     {
         unsigned nMask = 0;
         for (int k = 0; k < kGroupWidth; ++k)
-            nMask |= static_cast<unsigned>(IsMarked<kVariant>(row, nGroup * kGroupWidth + k)) << k;
+            nMask |= static_cast<unsigned>(CompareSums<kVariant>(row, nGroup * kGroupWidth + k).IsHit()) << k;
         row.pMask[nGroup] = static_cast<std::uint8_t>(nMask);
     }
 }
@@ -89,7 +68,7 @@ HWY_INLINE void FindSumsBlock(D d, const CSumsRow& row, std::int64_t x)
     const auto vDark = hn::SaturatedSub(vCmp, vSrc);
     const auto vBright = hn::SaturatedSub(vSrc, vCmp);
 
-    if constexpr (kVariant == SumsVariant::Plain || kVariant == SumsVariant::PlainWitness)
+    if constexpr (IsPlain(kVariant))
     {
         const auto vPlain = hn::BitCast(di, hn::Set(d, row.nBase));
         auto bDark = hn::Gt(hn::BitCast(di, vDark), vPlain);

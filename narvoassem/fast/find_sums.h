@@ -33,6 +33,12 @@ constexpr int GrayShift(SumsVariant eVariant)
     return WorksOnSource(eVariant) ? 7 : 6;
 }
 
+/// The threshold is nBase as it stands.
+constexpr bool IsPlain(SumsVariant eVariant)
+{
+    return eVariant == SumsVariant::Plain || eVariant == SumsVariant::PlainWitness;
+}
+
 /// The reference has its weights by column.
 constexpr bool HasColumnWeights(SumsVariant eVariant)
 {

@@ -1,4 +1,6 @@
 // The float kernels: one text, stamped out once for each row of the table.
+#include <type_traits>
+
 #include "narvoassem/fast/float_rows.h"
 #include "narvoassem/fast/float_strips.h"
 #include "narvoassem/fast/float_table.h"
@@ -7,17 +9,23 @@
 namespace narvo
 {
 
+namespace
+{
+
+template <CFloatTraits kTraits>
+int Run(const CFloatCall& call)
+{
+    CFloatRule<kTraits> rule(call);
+    std::conditional_t<kTraits.bHorizontal, CFloatRows<kTraits>, CFloatStrips<kTraits>> source(call, rule);
+    return CScan(source, rule).Run();
+}
+
+} // namespace
+
 int RunFloatKernel(FloatKernel eKernel, const CFloatCall& call)
 {
     return CallWithEntry<floatKernels.size()>(static_cast<std::size_t>(eKernel),
-                                              [&](auto kernel)
-                                              {
-                                                  constexpr CFloatTraits kTraits = floatKernels[kernel].traits;
-                                                  if constexpr (kTraits.bHorizontal)
-                                                      return CFloatRows<kTraits>(call).Run();
-                                                  else
-                                                      return CFloatStrips<kTraits>(call).Run();
-                                              });
+                                              [&](auto kernel) { return Run<floatKernels[kernel].traits>(call); });
 }
 
 } // namespace narvo

@@ -1,6 +1,5 @@
-// Hits on their way from the finder to pairing: rows are found whole, pairing goes strip by strip. Each strip has a
-// chain of its hits, top down; the memory grows with the hits, not with the image. A hit is worth what the comparison
-// found while its row was still in the cache.
+// Hits on their way from the finder to pairing: rows are found whole, pairing goes strip by strip. Each strip, half
+// strip or row has a chain of its hits in order; the memory grows with the hits, not with the image.
 #pragma once
 
 #include <algorithm>
@@ -10,46 +9,67 @@
 #include <cstring>
 
 #include "narvoassem/fast/compare_pixel.h"
-#include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/compare_sums.h"
 #include "narvoassem/grow_buffer.h"
 
 namespace narvo
 {
 
-/// The first of nCount masks at or behind nFirst that is not 0; nCount where there is none. Up to 7 bytes behind the
-/// last mask are read.
-template <class TMask>
-std::int64_t NextMarked(const TMask* pMask, std::int64_t nFirst, std::int64_t nCount)
+/// The first of nCount masks at or behind nFirst that is not 0; nCount where there is none. Up to 7 masks behind the
+/// last are read.
+inline std::int64_t NextMarked(const std::uint8_t* pMask, std::int64_t nFirst, std::int64_t nCount)
 {
-    constexpr int nMasks = sizeof(std::uint64_t) / sizeof(TMask);
+    constexpr int nMasks = sizeof(std::uint64_t);
     for (; nFirst < nCount; nFirst += nMasks)
     {
         std::uint64_t nBits;
         std::memcpy(&nBits, pMask + nFirst, sizeof nBits);
         if (nBits != 0)
-            return std::min<std::int64_t>(nFirst + std::countr_zero(nBits) / (64 / nMasks), nCount);
+            return std::min<std::int64_t>(nFirst + std::countr_zero(nBits) / 8, nCount);
     }
     return nCount;
 }
 
-/// A hit, worth what the comparison found.
-struct CFoundHit
+/// A hit, worth what the comparison found. Two words, so that it stays in registers until it is put somewhere.
+class CFoundHit
 {
-    std::int64_t nPlace = 0; ///< row in the upper bits, then four bits of class and four of column
-    std::uint16_t nSrc = 0;
-    std::uint16_t nCmp = 0;
-    std::int16_t nThreshold = 0;
-    std::int16_t nZone = 0;
-
+public:
     CFoundHit() = default;
-    /// nColumn: within the strip, 0 .. 15.
-    CFoundHit(std::int64_t nRow, int nColumn) : nPlace(nRow * 256 + nColumn) {}
+    /// nLine: row of a strip, or block of 16 columns of a row. nColumn: within it, 0 .. 15.
+    CFoundHit(std::int64_t nLine, int nColumn) : m_nPlace(nLine * 256 + nColumn) {}
 
-    std::int64_t Row() const { return nPlace >> 8; }
-    int Column() const { return static_cast<int>(nPlace & 15); }
-    int ClassId() const { return static_cast<int>(nPlace >> 4 & 15); }
+    /// Takes what was found, once a hit.
+    void Set(const CPixelComparison& found) { SetValues(found.nSrc, found.nCmp, found.nThreshold); }
+    void Set(const CSumsComparison& found)
+    {
+        SetValues(found.nSrc, found.nCmp, found.nThreshold);
+        SetClassId((found.bDark ? 1 : 0) | (found.bBright ? 2 : 0));
+    }
+    /// Once a hit, behind its values.
+    void SetZone(std::uint16_t nZone) { m_nValues |= std::uint64_t{nZone} << 48; }
     /// Once a hit; nClassId 0 .. 15.
-    void SetClassId(int nClassId) { nPlace += 16 * nClassId; }
+    void SetClassId(int nClassId) { m_nPlace += 16 * nClassId; }
+
+    std::int64_t Line() const { return m_nPlace >> 8; }
+    int Column() const { return static_cast<int>(m_nPlace & 15); }
+    /// Two groups of 8 columns for each line.
+    std::int64_t Group() const { return 2 * Line() + (m_nPlace >> 3 & 1); }
+    int ClassId() const { return static_cast<int>(m_nPlace >> 4 & 15); }
+    bool IsDark() const { return (m_nPlace & 16) != 0; }
+    bool IsBright() const { return (m_nPlace & 32) != 0; }
+    std::uint16_t Src() const { return static_cast<std::uint16_t>(m_nValues); }
+    std::uint16_t Cmp() const { return static_cast<std::uint16_t>(m_nValues >> 16); }
+    std::int16_t Threshold() const { return static_cast<std::int16_t>(m_nValues >> 32); }
+    std::int16_t Zone() const { return static_cast<std::int16_t>(m_nValues >> 48); }
+
+private:
+    void SetValues(std::uint16_t nSrc, std::uint16_t nCmp, std::int16_t nThreshold)
+    {
+        m_nValues = nSrc | std::uint64_t{nCmp} << 16 | std::uint64_t{static_cast<std::uint16_t>(nThreshold)} << 32;
+    }
+
+    std::int64_t m_nPlace = 0;   ///< line in the upper bits, then four bits of class or polarity and four of column
+    std::uint64_t m_nValues = 0; ///< 16 bits each, from the lowest: source, reference, threshold, zone
 };
 
 static_assert(sizeof(CFoundHit) == 16);
@@ -149,21 +169,5 @@ private:
     std::size_t m_nChunks = 0;
     std::size_t m_nChunkLimit = 0;
 };
-
-/// Puts a hit of the strip or block at column x into the arrays at nIndex.
-template <bool kPeak>
-void StoreHit(const CHitArrays& hits, std::int64_t nIndex, std::int64_t x, const CFoundHit& hit)
-{
-    const std::int16_t nDiff = SaturatedDifference(hit.nSrc, hit.nCmp);
-    hits.pX[nIndex] = static_cast<int>(x + hit.Column());
-    hits.pY[nIndex] = static_cast<int>(hit.Row());
-    hits.pType[nIndex] = nDiff >= 1 ? DefectType_Bright : DefectType_Dark;
-    if (kPeak)
-        hits.pPeak[nIndex] = HitPeak(nDiff, hit.nThreshold);
-    hits.pSrcGray[nIndex] = hit.nSrc;
-    hits.pCmpGray[nIndex] = hit.nCmp;
-    hits.pZoneIndex[nIndex] = hit.nZone;
-    hits.pThreshold[nIndex] = hit.nThreshold;
-}
 
 } // namespace narvo

@@ -3,30 +3,15 @@
 #pragma once
 
 #include <cstdint>
-#include <limits>
 
 #include "narvoassem/convparam.h"
 #include "narvoassem/defectpair.h"
+#include "narvoassem/image_view.h"
 
 class CPairStorage;
 
 namespace narvo
 {
-
-/// A grey image as a kernel sees it. nRows is the image's height where it is known (calls through the engine): reads
-/// below or above count as the last or first row then, and no read leaves the image's bytes. 0 where the caller owns
-/// the bounds (direct calls): every read is done as the formula names it.
-struct CImageView
-{
-    const std::uint8_t* pPixels = nullptr;
-    std::int64_t nStride = 0; ///< bytes per row
-    std::int64_t nRows = 0;   ///< rows, or 0 where unknown
-    /// Rows outside these read as 0: kernels that fill a strip buffer know the region's rows alone.
-    std::int64_t nFilledTop = std::numeric_limits<std::int64_t>::min();
-    std::int64_t nFilledBottom = std::numeric_limits<std::int64_t>::max();
-
-    bool IsFilled(std::int64_t y) const { return nFilledTop <= y && y < nFilledBottom; }
-};
 
 /// The hit arrays of the pixel store, handed to a kernel as working space.
 struct CHitArrays

@@ -1,9 +1,8 @@
 // The pixel kernels: one text, stamped out once for each row of the table.
 #include "narvoassem/fast/kernel_call.h"
 #include "narvoassem/fast/pixel_rule.h"
+#include "narvoassem/fast/pixel_source.h"
 #include "narvoassem/fast/pixel_table.h"
-#include "narvoassem/fast/scan_rows.h"
-#include "narvoassem/fast/scan_strips.h"
 
 namespace narvo
 {
@@ -21,10 +20,8 @@ int Run(const CPixelCall& call)
         bounded.image.nFilledBottom = call.region.nBottom;
     }
     CPixelRule<kTraits> rule(bounded);
-    if constexpr (kTraits.scan.bHorizontal)
-        return CRowScan(bounded, rule).Run();
-    else
-        return CStripScan(bounded, rule).Run();
+    CPixelSource source(bounded, rule);
+    return CScan(source, rule).Run();
 }
 
 } // namespace

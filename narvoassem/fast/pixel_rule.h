@@ -1,15 +1,19 @@
-// What a pixel kernel asks of each pixel: the rule that a scan runs by (scan.h). Thresholds are the same for the whole
-// region, so there are no maps to walk.
+// What a pixel kernel asks of each pixel and of each pair record: the rule that a scan runs by (scan.h). Thresholds are
+// the same for the whole region, so there are no maps to walk.
 #pragma once
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
 
-#include "narvoassem/fast/pixel_records.h"
+#include "narvoassem/fast/column_tables.h"
+#include "narvoassem/fast/hit_rules.h"
 #include "narvoassem/fast/pixel_traits.h"
-#include "narvoassem/fast/pixel_values.h"
+#include "narvoassem/fast/run_list.h"
+#include "narvoassem/image_read.h"
+#include "narvoassem/wrap_int.h"
 
 namespace narvo
 {
@@ -49,13 +53,17 @@ private:
 };
 
 template <CPixelTraits kTraits>
-class CPixelRule
+class CPixelRule : public CPixelHits<kTraits.scan, kTraits.bPeak>
 {
+    using CHits = CPixelHits<kTraits.scan, kTraits.bPeak>;
+
 public:
-    static constexpr CScanTraits kScan = kTraits.scan;
+    static constexpr CPairFields kFields = {.bPeak = kTraits.bPeak};
 
     explicit CPixelRule(const CPixelCall& call)
-        : hits(StartHits(call)), records(call, hits), m_call(call), m_ownHits(GetScanScratch())
+        : CHits{{StartHits(call), call.pairs, call.pairs.nCount, CDeadZones(kTraits.bDeadZones ? call.pParam : nullptr),
+                 kTraits.scan.bEndLine ? call.pEndLine : nullptr}},
+          m_call(call), m_ownHits(GetScanScratch())
     {
     }
 
@@ -71,7 +79,7 @@ public:
     std::int64_t MapRow(std::int64_t /*y*/) const { return 0; }
     void BeginScan(std::int64_t /*nEnd*/) {}
     void BeginTile(std::int64_t /*x*/, std::int64_t /*nStrips*/) {}
-    void EnterStrip(std::int64_t /*x*/) {}
+    void LeaveStrip(std::int64_t /*x*/) {}
     std::int64_t StepRuns(CRunList& runs, std::int64_t /*x*/, std::int64_t /*y*/, std::int64_t nStrips)
     {
         runs.Add(0, nStrips, 0);
@@ -84,42 +92,38 @@ public:
                ReadPixel({m_call.pMask, m_call.image.nStride, m_call.image.nRows}, x, y) != 0;
     }
 
-    /// Column tables: displacement of the block that column x lies in, signed.
+    /// Signed.
     std::int64_t BlockDisplacement(std::int64_t x) const
     {
         return static_cast<std::int16_t>(
             m_call.pConvPitchTable[ColumnBlockIndex(m_call.region.nLeft, x - m_call.region.nLeft)]);
     }
 
-    CFoundHit Compare(const CPitch16& pitch, std::int64_t x, std::int64_t y, std::int64_t /*nElement*/,
-                      int nColumn) const
+    void ReadMaps(std::int64_t /*nElement*/, CFoundHit& /*hit*/) const {}
+    bool Store(std::int64_t nIndex, std::int64_t x, std::int64_t y, const CFoundHit& hit, int nPass)
     {
-        CFoundHit hit(y, nColumn);
-        hit.nSrc = ReadPixel(m_call.image, x, y);
-        if constexpr (kScan.eFind == FindVariant::ColumnScalar)
-            hit.nCmp = ReadColumnReference(m_call, BlockDisplacement(x), x, y);
-        else
-            hit.nCmp = ReadReference<kScan>(m_call, pitch, x, y);
-        const auto nLimit = static_cast<std::uint16_t>(m_call.nGrayLimit);
-        hit.nSrc = std::min(hit.nSrc, nLimit);
-        hit.nCmp = std::min(hit.nCmp, nLimit);
-        hit.nThreshold = FormThreshold(std::max(hit.nSrc, hit.nCmp), m_call.first);
+        return (!kTraits.bOwnHits || m_ownHits.Reserve(this->hits, nIndex)) && CHits::Store(nIndex, x, y, hit, nPass);
+    }
+
+    bool KeepsSingle(std::int64_t /*nHit*/) const
+    {
+        return kTraits.eSecond == SecondSet::ByType ? m_call.bKeepSingle == 1 : m_call.bKeepSingle != 0;
+    }
+
+    PairVerdict Judge(std::int64_t nHit, CPairValues& values) const
+    {
         if constexpr (kTraits.eSecond == SecondSet::ByType)
-            hit.nThreshold =
-                std::min(hit.nThreshold, FormThreshold(std::max(hit.nSrc, hit.nCmp), EffectiveSecondSet(m_call)));
-        return hit;
+            return PassesItsSet(nHit, values) ? PairVerdict::Stands : PairVerdict::Refused;
+        if (kTraits.eSecond == SecondSet::Narrows && m_call.second.nBase > 0 && values.nType == DefectType_Dark)
+            return PassesSecondSet(nHit, values) ? PairVerdict::Stands : PairVerdict::Consumed;
+        return PairVerdict::Stands;
     }
 
-    bool Store(std::int64_t nIndex, std::int64_t x, const CFoundHit& hit)
+    void Finish(const CPairCandidate& /*candidate*/, const CPairValues& values, CDefectPair& pair) const
     {
-        if (kTraits.bOwnHits && !m_ownHits.Reserve(hits, nIndex))
-            return false;
-        StoreHit<kTraits.bPeak>(hits, nIndex, x, hit);
-        return true;
+        if constexpr (kTraits.bRecordPeak)
+            pair.nPeak = WrapSub(std::abs(values.nSrc - values.nCmp), values.nThreshold);
     }
-
-    CHitArrays hits;
-    CPixelRecords<kTraits> records;
 
 private:
     static CHitArrays StartHits(const CPixelCall& call)
@@ -132,9 +136,28 @@ private:
         return start;
     }
 
-    static std::int16_t FormThreshold(std::uint16_t nMax, const CThresholdSet& set)
+    /// Bright records are judged by the first set, the others by the second; the hit takes the threshold either way.
+    bool PassesItsSet(std::int64_t nHit, CPairValues& values) const
     {
-        return narvo::FormThreshold(nMax, static_cast<std::uint16_t>(set.nGain), static_cast<std::uint16_t>(set.nBase));
+        const bool bBright = values.nSrc > values.nCmp;
+        const CThresholdSet set = bBright ? m_call.first : EffectiveSecondSet(m_call);
+        const int nProduct = WrapMul(bBright ? values.nSrc : values.nCmp, static_cast<int>(set.nGain));
+        this->hits.pThreshold[nHit] = values.nThreshold = WrapAdd(nProduct / 256, static_cast<int>(set.nBase));
+        return std::abs(values.nSrc - values.nCmp) > values.nThreshold;
+    }
+
+    /// Threshold and peak of a hit that passes follow the second set. Compared as signed 16-bit values.
+    bool PassesSecondSet(std::int64_t nHit, CPairValues& values) const
+    {
+        const int nMax = std::max(values.nSrc, values.nCmp);
+        const int nThreshold =
+            WrapAdd(WrapMul(nMax, static_cast<int>(m_call.second.nGain)) >> 8, static_cast<int>(m_call.second.nBase));
+        const auto nMagnitude = static_cast<std::int16_t>(WrapAdd(values.nThreshold, this->hits.pPeak[nHit]));
+        if (static_cast<std::int16_t>(nThreshold) >= nMagnitude)
+            return false;
+        this->hits.pThreshold[nHit] = values.nThreshold = nThreshold;
+        this->hits.pPeak[nHit] = static_cast<std::int16_t>(WrapSub(nMagnitude, nThreshold));
+        return true;
     }
 
     const CPixelCall& m_call;

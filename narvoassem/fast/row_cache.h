@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "narvoassem/fast/find_row.h"
 #include "narvoassem/grow_buffer.h"
 
 namespace narvo
@@ -32,6 +33,12 @@ public:
     static std::int64_t ColumnsFor(std::int64_t nDistance)
     {
         return kBytes / (RowsFor(nDistance) * static_cast<std::int64_t>(sizeof(TElement)));
+    }
+
+    /// Strips of a tile that keeps to it; rows too short gain nothing from it.
+    static std::int64_t StripsFor(std::int64_t nDistance)
+    {
+        return std::max<std::int64_t>(ColumnsFor(nDistance) / kStripWidth, 32);
     }
 
     /// Empties the cache. @return false without memory

@@ -1,7 +1,6 @@
 // The zone kernels: one text, stamped out once for each row of the table.
 #include "narvoassem/fast/kernel_call.h"
-#include "narvoassem/fast/scan_rows.h"
-#include "narvoassem/fast/scan_strips.h"
+#include "narvoassem/fast/pixel_source.h"
 #include "narvoassem/fast/zone_rule.h"
 #include "narvoassem/fast/zone_table.h"
 
@@ -15,10 +14,8 @@ template <CZoneTraits kTraits>
 int Run(const CZoneCall& call)
 {
     CZoneRule<kTraits> rule(call);
-    if constexpr (kTraits.scan.bHorizontal)
-        return CRowScan(call, rule).Run();
-    else
-        return CStripScan(call, rule).Run();
+    CPixelSource source(call, rule);
+    return CScan(source, rule).Run();
 }
 
 } // namespace

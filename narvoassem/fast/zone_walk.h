@@ -8,7 +8,7 @@
 
 #include "narvoassem/fast/cell_walk.h"
 #include "narvoassem/fast/kernel_call.h"
-#include "narvoassem/fast/scan.h"
+#include "narvoassem/fast/run_list.h"
 
 namespace narvo
 {
@@ -29,7 +29,7 @@ public:
     }
 
     void BeginScan(std::int64_t nStripEnd) { m_cursor = CStripCursor(m_grid, nStripEnd); }
-    void EnterStrip(std::int64_t x) { m_cursor.Enter(x); }
+    void LeaveStrip(std::int64_t x) { m_cursor.Enter(x); }
 
     /// The cell of one pixel, by a walk of its own from the region's corner; BeginScan comes first.
     CCellOrigin FindCell(std::int64_t x, std::int64_t y) const
@@ -111,6 +111,8 @@ public:
         return columns.Origin();
     }
 
+    void BeginTile(std::int64_t /*x*/, std::int64_t /*nStrips*/) {}
+    void LeaveStrip(std::int64_t /*x*/) {}
     /// Lists the runs of row y. @return the next row at which the grid row changes
     std::int64_t StepRuns(CRunList& runs, std::int64_t x, std::int64_t y, std::int64_t nStrips)
     {

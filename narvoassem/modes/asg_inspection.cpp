@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "narvoassem/fixed_pitch.h"
+#include "narvoassem/image_read.h"
 #include "narvoassem/truncate.h"
 #include "narvoassem/wrap_int.h"
 
@@ -47,7 +48,8 @@ class CWindowSums
 public:
     explicit CWindowSums(const CConvParam& param)
         : m_pImage(param.pImage), m_nStride(param.nImageWidth), m_nRows(param.nImageHeight), m_nLimit(param.nGrayLimit),
-          m_nWidth(param.nConvWidth), m_nHeight(param.nConvHeight)
+          m_nLast(std::max<std::int64_t>(m_nRows * m_nStride - 1, 0)), m_nWidth(param.nConvWidth),
+          m_nHeight(param.nConvHeight)
     {
     }
 
@@ -77,13 +79,9 @@ public:
 private:
     int GetValue(std::int64_t x, std::int64_t y) const
     {
-        // With a known height: the nearest row, then the nearest byte of the image.
-        std::int64_t nAddress = y * m_nStride + x;
-        if (m_nRows > 0)
-        {
-            nAddress = std::clamp<std::int64_t>(y, 0, m_nRows - 1) * m_nStride + x;
-            nAddress = std::clamp<std::int64_t>(nAddress, 0, std::max<std::int64_t>(m_nRows * m_nStride - 1, 0));
-        }
+        // Without a known height the address stands as it is.
+        const std::int64_t nAddress =
+            m_nRows > 0 ? narvo::NearestAddress(x, y, m_nStride, m_nRows, m_nLast) : y * m_nStride + x;
         return std::min<int>(m_pImage[nAddress], m_nLimit);
     }
 
@@ -91,6 +89,7 @@ private:
     std::int64_t m_nStride;
     std::int64_t m_nRows;
     int m_nLimit;
+    std::int64_t m_nLast; ///< the image's last byte
     std::int64_t m_nWidth;
     std::int64_t m_nHeight;
 };

@@ -6,15 +6,14 @@
 #include <cstdint>
 
 #include "narvoassem/convparam.h"
+#include "narvoassem/image_read.h"
 #include "narvoassem/narvostrg.h"
 #include "narvoassem/truncate.h"
 
 namespace narvo
 {
 
-/// An image addressed by row and column. Positions outside are settled in this order: a row above the first or below
-/// the last counts as that row; then the flat address is taken, so that a column past the end is the start of the
-/// next row; an address outside the image's bytes counts as the first or last of them. Without an image all is 0.
+/// An image addressed by row and column, positions outside by the rule of image_read.h. Without an image all is 0.
 class CPixelReader
 {
 public:
@@ -33,8 +32,7 @@ public:
     {
         if (m_nLast < 0)
             return 0;
-        const std::int64_t nRow = std::clamp<std::int64_t>(y, 0, m_nHeight - 1);
-        return m_pImage[std::clamp<std::int64_t>(nRow * m_nPitch + x, 0, m_nLast)];
+        return m_pImage[NearestAddress(x, y, m_nPitch, m_nHeight, m_nLast)];
     }
 
 private:

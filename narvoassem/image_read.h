@@ -1,25 +1,37 @@
-// Reads of image rows and pixels by the rule for places outside the image: the nearest row counts, then the flat
-// address stands (the first pixel of the next row is read as it is), then the image's first and last byte.
+// Reads of an image, and the rule for places outside it: the nearest row counts, then the flat address stands (behind
+// the last pixel of a row comes the first one of the next row), then the image's first and last byte.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 
-#include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/image_view.h"
 
 namespace narvo
 {
 
-/// One pixel. Without a known height the address is read as it is.
+/// The row of an image of nRows rows that row y counts as.
+constexpr std::int64_t NearestRow(std::int64_t y, std::int64_t nRows)
+{
+    return std::clamp<std::int64_t>(y, 0, nRows - 1);
+}
+
+/// Address of (x, y) in an image of nRows rows, nStride bytes apart, whose last byte is nLast.
+constexpr std::int64_t NearestAddress(std::int64_t x, std::int64_t y, std::int64_t nStride, std::int64_t nRows,
+                                      std::int64_t nLast)
+{
+    return std::clamp<std::int64_t>(NearestRow(y, nRows) * nStride + x, 0, nLast);
+}
+
+/// One pixel.
 inline std::uint8_t ReadPixel(const CImageView& image, std::int64_t x, std::int64_t y)
 {
     if (!image.IsFilled(y))
         return 0;
     if (image.nRows == 0)
         return image.pPixels[y * image.nStride + x];
-    const std::int64_t nAddress = std::clamp<std::int64_t>(y, 0, image.nRows - 1) * image.nStride + x;
-    return image.pPixels[std::clamp<std::int64_t>(nAddress, 0, image.nRows * image.nStride - 1)];
+    return image.pPixels[NearestAddress(x, y, image.nStride, image.nRows, image.nRows * image.nStride - 1)];
 }
 
 /// Address of nCount pixels from (x, y) on: in the image itself where they all lie inside it, otherwise a copy in
@@ -36,7 +48,7 @@ inline const std::uint8_t* ReadRow(const CImageView& image, std::int64_t x, std:
     }
     if (image.nRows == 0)
         return image.pPixels + y * image.nStride + x;
-    const std::int64_t nFirst = std::clamp<std::int64_t>(y, 0, image.nRows - 1) * image.nStride + x;
+    const std::int64_t nFirst = NearestRow(y, image.nRows) * image.nStride + x;
     const std::int64_t nEnd = image.nRows * image.nStride;
     if (nFirst >= 0 && nFirst + nCount <= nEnd)
         return image.pPixels + nFirst;
