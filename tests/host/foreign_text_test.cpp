@@ -13,7 +13,7 @@ using namespace std::string_literals;
 
 TEST(ForeignText, PlainTextStays)
 {
-    for (const char* text : {"", "panel.png", "C:\\new", "Größe 5 µm", "板\U0001F50D", "a  b"})
+    for (const char* text : {"", "panel.png", "C:\\new", "Gr\u00f6\u00dfe 5 \u00b5m", "\u677f\U0001F50D", "a  b"})
         EXPECT_EQ(Printable(text), text);
 }
 

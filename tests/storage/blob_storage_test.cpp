@@ -11,13 +11,13 @@ namespace
 using narvo_test::CSampleStore;
 using narvo_test::MakeBlob;
 
-TEST(BlobStorage, ANewStoreIsEmptyAndSizeZeroAllocatesNothing)
+TEST(BlobStorage, ANewStoreIsEmptyAndSizeZeroHoldsNothing)
 {
     CBlobStorage store;
     EXPECT_EQ(store.GetBlobCount(), 0);
     EXPECT_EQ(store.nBlobSize, 0);
-    EXPECT_EQ(store.InitBlobStorage(0), 0);
     EXPECT_EQ(store.pBlob, nullptr);
+    EXPECT_EQ(store.InitBlobStorage(0), 0);
     EXPECT_EQ(store.BlobDefect(), 1);
     EXPECT_EQ(store.BlobDefectVert(), 1);
     EXPECT_EQ(store.GetBlobCount(), 0);
