@@ -34,21 +34,6 @@ int LeastKilobytes(const TestFolder& folder)
     return kilobytes;
 }
 
-TEST(NarvoLimits, LanesWithoutWorkTakeNoMemory)
-{
-    const TestFolder folder;
-    ASSERT_EQ(MakeSmallPanel(folder).code, 0);
-    const int kilobytes = LeastKilobytes(folder) + 700000;
-    const Outcome single =
-        RunWithin(folder, kilobytes, {"inspect", "panel.png", "-r", "panel.recipe.json", "-j", "256", "-o", "one"});
-    EXPECT_EQ(single.code, 0) << single.error;
-    const Outcome several =
-        RunWithin(folder, kilobytes,
-                  {"inspect", "panel.png", "-r", "panel.recipe.json", "-j", "256", "-o", "all", "--overwrite"});
-    EXPECT_EQ(several.code, 0) << several.error;
-    EXPECT_THAT(several.out, HasSubstr(", 1 lane\n"));
-}
-
 TEST(NarvoLimits, RoomForBlobsIsTakenWhenItIsNeeded)
 {
     const TestFolder folder;
@@ -61,32 +46,6 @@ TEST(NarvoLimits, RoomForBlobsIsTakenWhenItIsNeeded)
     const Outcome outcome = RunWithin(folder, kilobytes, {"inspect", "panel.png", "-r", "large.json", "-o", "large"});
     EXPECT_EQ(outcome.code, 0) << outcome.error;
     EXPECT_EQ(ReadText(folder / "large.blobs.csv"), ReadText(folder / "small.blobs.csv"));
-}
-
-TEST(NarvoLimits, WithoutMemoryThereIsOneLineAndNoResult)
-{
-    const TestFolder folder;
-    ASSERT_EQ(MakeSmallPanel(folder).code, 0);
-    const int least = LeastKilobytes(folder);
-    int failed = 0;
-    bool done = false;
-    for (int more = 0; !done && more < 800000; more += 12000)
-    {
-        const Outcome outcome = RunWithin(folder, least + more,
-                                          {"inspect", "panel.png", "-r", "panel.recipe.json", "-o", "out", "--quiet"});
-        SCOPED_TRACE(std::to_string(least + more) + " kB: " + outcome.error);
-        done = outcome.code == 0;
-        for (const char* name : {"out.blobs.json", "out.blobs.csv", "out.overlay.png"})
-            EXPECT_EQ(std::filesystem::exists(folder / name), done) << name;
-        if (done)
-            break;
-        ++failed;
-        EXPECT_THAT(outcome.code, testing::AnyOf(1, 2, 3));
-        EXPECT_EQ(std::count(outcome.error.begin(), outcome.error.end(), '\n'), 1);
-        EXPECT_THAT(outcome.error, testing::StartsWith("narvo: "));
-    }
-    EXPECT_TRUE(done);
-    EXPECT_GT(failed, 0);
 }
 
 TEST(NarvoLimits, MaxPixelsHoldsForEveryCommandThatReadsImages)

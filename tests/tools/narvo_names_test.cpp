@@ -49,7 +49,6 @@ TEST_F(NarvoNames, EveryCommandShowsThemWrittenOut)
         {"inspect", image, image, "-r", recipe, "-o", foreign + ".all"},
         {"inspect", foreign + ".none", "-r", recipe},
         {"inspect", image, "-r", foreign},
-        {"inspect", image, "-r", recipe, "--" + foreign},
         {"pitch", image, "--plot", foreign + ".plot.png", "--recipe", foreign + ".pitch.json"},
         {"golden", image, image, "-o", foreign + ".golden"},
         {"tune", image, "-r", recipe, "-f", "merge_distance", "--from", "1", "--to", "2", "-n", "2"},
