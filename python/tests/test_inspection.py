@@ -277,13 +277,6 @@ def test_inspectors_of_no_number_are_refused(lanes):
         narvoassem.Inspector(lanes)
 
 
-@pytest.mark.parametrize("name", ["explain", "inspect", "pitch_recipe", "read_image", "search_pitch", "write_image"])
-def test_functions_go_through_pickle(name):
-    function = getattr(narvoassem, name)
-    assert pickle.loads(pickle.dumps(function)) is function
-    assert function.__doc__
-
-
 @pytest.mark.parametrize("name", ["bounds_of", "cut_trapezia", "is_convex", "polygon_mask"])
 def test_functions_of_regions_go_through_pickle(name):
     function = getattr(narvoassem.regions, name)
