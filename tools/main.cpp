@@ -3,7 +3,6 @@
 #include <exception>
 #include <iostream>
 #include <new>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -24,20 +23,21 @@ int Leave(const CLI::App& app, const CLI::ParseError& error)
     const std::vector<std::string> rest = app.remaining();
     const auto word =
         std::find_if(rest.begin(), rest.end(), [](const std::string& one) { return !one.starts_with('-'); });
-    if (error.get_exit_code() != 0 && app.get_subcommands().empty() && word != rest.end())
+    if (error.get_exit_code() == 0)
+    {
+        app.exit(error);
+        return narvo::ExitCode_Done;
+    }
+    if (app.get_subcommands().empty() && word != rest.end())
     {
         std::string names;
         for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
             names += (names.empty() ? "" : ", ") + command->get_name();
         narvo::PrintProblems({{"command", *word, "one of " + names}});
-        return narvo::ExitCode_BadInput;
     }
-    std::ostringstream out;
-    std::ostringstream refusal;
-    const int code = app.exit(error, out, refusal);
-    std::cout << out.str();
-    std::cerr << narvo::PrintableLines(refusal.str());
-    return code == 0 ? narvo::ExitCode_Done : narvo::ExitCode_BadInput;
+    else
+        std::cerr << narvo::Printable(error.what()) << "\nRun with --help for more information.\n";
+    return narvo::ExitCode_BadInput;
 }
 
 int Run(int argc, char** argv)

@@ -18,4 +18,5 @@ def of_package(function: _Function, module: str = "narvoassem") -> _Function:
         return function(*args, **kwargs)
 
     call.__module__ = module
+    call.__qualname__ = function.__name__  # and not that of the module's own object
     return cast(_Function, call)
