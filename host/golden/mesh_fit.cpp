@@ -23,7 +23,7 @@ constexpr double dLeash = 0.2; // to no offset, in shares of the tie: far from a
 constexpr double dFar = 16.0;  // mean squares of the difference at edges: from there on it weighs less than half
 constexpr int nApron = 8;      // rows around a band that the blur needs
 constexpr int nRim = 6;        // pixels that the blur reaches, as good as
-constexpr int nBandRows = 256;
+constexpr int nFitBandRows = 256;
 constexpr int nSums = 5;
 
 /// Normal equations of all nodes: of a node the products of gradients xx, xy, yy and those of the difference with x, y.
@@ -235,9 +235,9 @@ void FitMesh(const cv::Mat& reference, const cv::Mat& image, const std::array<do
     for (int step = 0; step < nSteps; ++step)
     {
         NodeSums sums(mesh);
-        for (int top = 0; top < image.rows; top += nBandRows)
+        for (int top = 0; top < image.rows; top += nFitBandRows)
         {
-            const Band band = LookAt(reference, image, affine, mesh, top, std::min(image.rows, top + nBandRows));
+            const Band band = LookAt(reference, image, affine, mesh, top, std::min(image.rows, top + nFitBandRows));
             const double variance = dFar * std::max(1.0, EdgeVariance(band));
             cv::Mat weight = 1.0 + band.difference.mul(band.difference) / variance;
             cv::divide(1.0, weight, weight);

@@ -13,6 +13,7 @@
 #include <thread>
 #include <utility>
 
+#include "host/inspect/elapsed.h"
 #include "host/recipe/recipe_check.h"
 
 namespace narvo
@@ -22,11 +23,6 @@ namespace
 {
 
 using Clock = std::chrono::steady_clock;
-
-double MillisecondsSince(Clock::time_point start)
-{
-    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
 
 /// What a call threw, as problems.
 template <typename Call>

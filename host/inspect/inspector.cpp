@@ -5,6 +5,7 @@
 #include <chrono>
 #include <iterator>
 
+#include "host/inspect/elapsed.h"
 #include "host/inspect/parameter_set.h"
 #include "host/inspect/region_shape.h"
 #include "host/limits.h"
@@ -111,11 +112,6 @@ void ThrowUnlessDone(int code)
     if (code != InspectCode_Done && code != InspectCode_Partial)
         throw HostError({{"inspection", "refused by the engine with code " + std::to_string(code),
                           "a recipe that passes the engine's checks"}});
-}
-
-double MillisecondsSince(std::chrono::steady_clock::time_point start)
-{
-    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
 } // namespace

@@ -14,7 +14,6 @@ namespace narvo
 namespace
 {
 
-constexpr int nStripWidth = 16;
 constexpr int nRowsBefore = 1;
 constexpr int nRowsBehind = 2;
 // A search gives up four records before the end of a grid row.

@@ -11,7 +11,6 @@ namespace narvo
 namespace
 {
 
-constexpr int nStripWidth = 16;
 // The search for a re-run's column gives up four records before the end of a grid row; the flagged kernels look one
 // record ahead.
 constexpr int nSpareBehind = 6;

@@ -13,6 +13,8 @@
 namespace narvo
 {
 
+inline constexpr int nStripWidth = 16; ///< columns that the kernels compare at a time
+
 /// The zone cell: real-valued size and place, so that neighbouring cells start at distances that differ by one pixel.
 struct CellGeometry
 {
