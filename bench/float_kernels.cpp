@@ -1,7 +1,7 @@
 // The float kernels of kernel_rows.h.
 #include "bench/kernel_rows.h"
 
-#include "narvoassem/fast/float_table.h"
+#include "narvoassem/fast/float/float_table.h"
 
 namespace bench
 {

@@ -7,9 +7,9 @@
 #include <iostream>
 #include <string>
 
-#include "bench/bench_levels.h"
 #include "bench/bench_timer.h"
-#include "bench/read_pass.h"
+#include "measure/level_choice.h"
+#include "measure/read_pass.h"
 
 namespace bench
 {
@@ -34,7 +34,10 @@ public:
     }
 
     SKernelCall& Call() { return m_call; }
-    void Read() { m_nSum = m_nSum + ReadPass(m_scene.pixels.data(), static_cast<std::size_t>(m_scene.Pixels())); }
+    void Read()
+    {
+        m_nSum = m_nSum + measure::ReadPass(m_scene.pixels.data(), static_cast<std::size_t>(m_scene.Pixels()));
+    }
 
     /// Records and end line of one side.
     std::vector<CDefectPair> Records(int (*pKernel)(SKernelCall&), int& nEndLine)
@@ -62,16 +65,16 @@ bool SameRecords(const std::vector<CDefectPair>& a, const std::vector<CDefectPai
 }
 
 /// Holds every level to the baseline, or to the narrowest level where there is none.
-void RequireSameRecords(CKernelBench& kernelBench, const SKernelRow& kernel, const std::vector<SLevel>& levels)
+void RequireSameRecords(CKernelBench& kernelBench, const SKernelRow& kernel, const std::vector<measure::SLevel>& levels)
 {
     int nExpectedEnd = 0;
-    UseLevel(levels.front().nTarget);
+    measure::UseLevel(levels.front().nTarget);
     const std::vector<CDefectPair> expected =
         kernelBench.Records(kernel.pPlain != nullptr ? kernel.pPlain : kernel.pLibrary, nExpectedEnd);
-    for (const SLevel& level : levels)
+    for (const measure::SLevel& level : levels)
     {
         int nEnd = 0;
-        UseLevel(level.nTarget);
+        measure::UseLevel(level.nTarget);
         const std::vector<CDefectPair> records = kernelBench.Records(kernel.pLibrary, nEnd);
         if (SameRecords(expected, records) && nEnd == nExpectedEnd)
             continue;
@@ -79,61 +82,61 @@ void RequireSameRecords(CKernelBench& kernelBench, const SKernelRow& kernel, con
                   << ", not " << expected.size() << " to line " << nExpectedEnd << ", or other contents\n";
         std::exit(2);
     }
-    UseWidestLevel();
+    measure::UseWidestLevel();
 }
 
-const SLevel* FindLevel(const std::vector<SLevel>& levels, const std::string& strName)
+const measure::SLevel* FindLevel(const std::vector<measure::SLevel>& levels, const std::string& strName)
 {
-    for (const SLevel& level : levels)
+    for (const measure::SLevel& level : levels)
         if (level.pName == strName)
             return &level;
     return nullptr;
 }
 
 /// The levels that a row's targets name, those of the machine; all of them with bAll.
-std::vector<SLevel> LevelsToTime(const SKernelRow& kernel, bool bAll)
+std::vector<measure::SLevel> LevelsToTime(const SKernelRow& kernel, bool bAll)
 {
-    const std::vector<SLevel> all = Levels();
+    const std::vector<measure::SLevel> all = measure::Levels();
     if (bAll)
         return all;
-    std::vector<SLevel> wanted;
-    if (const SLevel* pLevel = FindLevel(all, "AVX2"); pLevel != nullptr && kernel.dOverPlainAvx2 > 0.0)
+    std::vector<measure::SLevel> wanted;
+    if (const measure::SLevel* pLevel = FindLevel(all, "AVX2"); pLevel != nullptr && kernel.dOverPlainAvx2 > 0.0)
         wanted.push_back(*pLevel);
-    if (const SLevel* pLevel = FindLevel(all, "AVX-512"); pLevel != nullptr)
+    if (const measure::SLevel* pLevel = FindLevel(all, "AVX-512"); pLevel != nullptr)
         wanted.push_back(*pLevel);
     return wanted;
 }
 
 /// Figures of one kernel, the sides timed in turn.
 void AddRowLines(CTable& table, CKernelBench& kernelBench, const SKernelRow& kernel, const SKernelCase& kernelCase,
-                 const std::vector<SLevel>& levels, const std::string& strCase, double dPixels)
+                 const std::vector<measure::SLevel>& levels, const std::string& strCase, double dPixels)
 {
     std::vector<Action> actions = {[&]
                                    {
-                                       UseWidestLevel();
+                                       measure::UseWidestLevel();
                                        kernelBench.Read();
                                    }};
-    for (const SLevel& level : levels)
+    for (const measure::SLevel& level : levels)
         actions.push_back(
             [&, level]
             {
-                UseLevel(level.nTarget);
+                measure::UseLevel(level.nTarget);
                 kernel.pLibrary(kernelBench.Call());
             });
     const std::size_t nPlain = actions.size();
     if (kernel.pPlain != nullptr)
         actions.push_back([&] { kernel.pPlain(kernelBench.Call()); });
     const std::size_t nPeer = actions.size();
-    const SLevel* const pWide = FindLevel(levels, "AVX-512");
+    const measure::SLevel* const pWide = FindLevel(levels, "AVX-512");
     if (kernel.pPeer != nullptr && pWide != nullptr)
         actions.push_back(
             [&]
             {
-                UseLevel(pWide->nTarget);
+                measure::UseLevel(pWide->nTarget);
                 kernel.pPeer(kernelBench.Call());
             });
     const std::vector<double> times = TimeInterleaved(actions, kernelCase.nRounds, kernelCase.nRepeat);
-    UseWidestLevel();
+    measure::UseWidestLevel();
 
     if (kernel.pPlain != nullptr)
         table.Note(strCase + ", plain kernel", dPixels / times[nPlain] * 1e-9, "GPix/s");
@@ -141,7 +144,7 @@ void AddRowLines(CTable& table, CKernelBench& kernelBench, const SKernelRow& ker
         table.Note(strCase + ", " + levels[i].pName, dPixels / times[1 + i] * 1e-9, "GPix/s");
     const auto addRatio = [&](const char* pLevel, const std::string& strWhat, std::size_t nBase, double dTarget)
     {
-        const SLevel* const pLevelTimed = FindLevel(levels, pLevel);
+        const measure::SLevel* const pLevelTimed = FindLevel(levels, pLevel);
         const std::string strName = strCase + ", " + pLevel + ", " + strWhat;
         const bool bJudged = kernelCase.bTargets && dTarget > 0.0;
         if (pLevelTimed == nullptr)
@@ -176,7 +179,7 @@ void AddKernelLines(CTable& table, CScene& scene, std::span<const SKernelRow> ro
     const std::string strSize = std::to_string(scene.nWidth) + "x" + std::to_string(scene.nHeight);
     for (const SKernelRow& kernel : rows)
     {
-        RequireSameRecords(kernelBench, kernel, Levels());
+        RequireSameRecords(kernelBench, kernel, measure::Levels());
         AddRowLines(table, kernelBench, kernel, kernelCase, LevelsToTime(kernel, bAllLevels),
                     std::string(kernel.pName) + ", " + strSize + ", " + kernelCase.density.pName,
                     static_cast<double>(scene.Pixels()));

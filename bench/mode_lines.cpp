@@ -5,13 +5,13 @@
 #include <iostream>
 #include <string>
 
-#include "bench/bench_levels.h"
 #include "bench/bench_lines.h"
 #include "bench/bench_timer.h"
 #include "bench/inspection_lines.h"
 #include "bench/malloc_count.h"
 #include "bench/opencv_average.h"
-#include "bench/read_pass.h"
+#include "measure/level_choice.h"
+#include "measure/read_pass.h"
 
 namespace bench
 {
@@ -53,10 +53,10 @@ void AddBinariseLines(CTable& table, CScene& scene, const SOptions& options)
         EndRun("binarise finds " + std::to_string(nFound) + " pixels, not " + std::to_string(nExpected));
 
     volatile std::uint64_t nSum = 0;
-    const std::vector<double> times =
-        TimeInterleaved({[&] { run(); }, [&]
-                         { nSum = nSum + ReadPass(scene.pixels.data(), static_cast<std::size_t>(scene.Pixels())); }},
-                        options.Rounds(7));
+    const std::vector<double> times = TimeInterleaved(
+        {[&] { run(); },
+         [&] { nSum = nSum + measure::ReadPass(scene.pixels.data(), static_cast<std::size_t>(scene.Pixels())); }},
+        options.Rounds(7));
     const auto dPixels = static_cast<double>(scene.Pixels());
     table.Note("binarise, hits", 100.0 * nExpected / dPixels, "%");
     table.Note("binarise", dPixels / times[0] * 1e-9, "GPix/s");
@@ -183,21 +183,21 @@ void AddTrapeziumLines(CTable& table, CScene& scene, const SOptions& options)
         const std::string strCase = std::string(bHori ? "ConvTrapeziumHori, " : "ConvTrapeziumVert, ") +
                                     std::to_string(nRows) + " rows, " + densityTrapezium.pName;
         const std::vector<CDefectPair> records = trapezium.Records(bHori);
-        for (const SLevel& level : Levels())
+        for (const measure::SLevel& level : measure::Levels())
         {
-            UseLevel(level.nTarget);
+            measure::UseLevel(level.nTarget);
             const std::vector<CDefectPair> other = trapezium.Records(bHori);
             if (records.empty() || other.size() != records.size() ||
                 std::memcmp(other.data(), records.data(), records.size() * sizeof(CDefectPair)) != 0)
                 EndRun(strCase + ", " + level.pName + ": " + std::to_string(other.size()) + " records, not " +
                        std::to_string(records.size()) + ", or other contents");
         }
-        UseWidestLevel();
+        measure::UseWidestLevel();
         const std::size_t nBytes = static_cast<std::size_t>(scene.nWidth) * static_cast<std::size_t>(nRows);
         volatile std::uint64_t nSum = 0;
         const std::vector<double> times =
             TimeInterleaved({[&] { bHori ? trapezium.RunHori() : trapezium.RunVert(); },
-                             [&] { nSum = nSum + ReadPass(scene.pixels.data(), nBytes); }},
+                             [&] { nSum = nSum + measure::ReadPass(scene.pixels.data(), nBytes); }},
                             options.Rounds(9));
         const double dRate = trapezium.Pixels(bHori) / times[0];
         table.Note(strCase + ", records", static_cast<double>(records.size()), "");

@@ -5,10 +5,10 @@
 #include <iostream>
 #include <string>
 
-#include "bench/bench_levels.h"
 #include "bench/bench_lines.h"
 #include "bench/bench_timer.h"
 #include "bench/plain_pitch.h"
+#include "measure/level_choice.h"
 
 namespace bench
 {
@@ -35,10 +35,10 @@ void AddSearchLines(CTable& table, const SSearch& search, int nRounds)
 {
     const SPitchPair expected = search.plain();
     std::vector<Action> actions = {[&] { search.plain(); }};
-    const std::vector<SLevel> levels = Levels();
-    for (const SLevel& level : levels)
+    const std::vector<measure::SLevel> levels = measure::Levels();
+    for (const measure::SLevel& level : levels)
     {
-        UseLevel(level.nTarget);
+        measure::UseLevel(level.nTarget);
         const SPitchPair found = search.library();
         if (found.nColumn != expected.nColumn || found.nRow != expected.nRow)
         {
@@ -49,12 +49,12 @@ void AddSearchLines(CTable& table, const SSearch& search, int nRounds)
         actions.push_back(
             [&, level]
             {
-                UseLevel(level.nTarget);
+                measure::UseLevel(level.nTarget);
                 search.library();
             });
     }
     const std::vector<double> times = TimeInterleaved(actions, nRounds);
-    UseWidestLevel();
+    measure::UseWidestLevel();
     table.Note(search.strName + ", scalar form", times[0] * 1e3, "ms");
     bool bShown = false;
     for (std::size_t i = 0; i < levels.size(); ++i)

@@ -1,7 +1,7 @@
 // The pixel kernels of kernel_rows.h.
 #include "bench/kernel_rows.h"
 
-#include "narvoassem/fast/pixel_table.h"
+#include "narvoassem/fast/pixel/pixel_table.h"
 
 namespace bench
 {

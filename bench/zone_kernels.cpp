@@ -1,7 +1,7 @@
 // The zone kernels of kernel_rows.h.
 #include "bench/kernel_rows.h"
 
-#include "narvoassem/fast/zone_table.h"
+#include "narvoassem/fast/zone/zone_table.h"
 
 namespace bench
 {

@@ -6,6 +6,7 @@
 #include <limits>
 #include <string>
 
+#include "host/inspect/zone_tables.h"
 #include "host/problem.h"
 
 namespace narvo

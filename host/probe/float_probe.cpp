@@ -7,9 +7,9 @@
 
 #include "host/probe/probe_backend.h"
 #include "narvoassem/compare/float_driver.h"
-#include "narvoassem/fast/float_rows.h"
-#include "narvoassem/fast/float_strips.h"
-#include "narvoassem/fast/float_table.h"
+#include "narvoassem/fast/float/float_rows.h"
+#include "narvoassem/fast/float/float_strips.h"
+#include "narvoassem/fast/float/float_table.h"
 
 namespace narvo
 {

@@ -1,9 +1,9 @@
 // The kernel by the engine's tables.
 #include "host/probe/kernel_choice.h"
 
-#include "narvoassem/fast/float_table.h"
-#include "narvoassem/fast/pixel_table.h"
-#include "narvoassem/fast/zone_table.h"
+#include "narvoassem/fast/float/float_table.h"
+#include "narvoassem/fast/pixel/pixel_table.h"
+#include "narvoassem/fast/zone/zone_table.h"
 
 namespace narvo
 {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "host/recipe/recipe.h"
-#include "narvoassem/fast/kernel_table.h"
+#include "narvoassem/fast/call/kernel_table.h"
 
 namespace narvo
 {

@@ -1,8 +1,8 @@
 // Probes of the pixel kernels.
 #include "host/probe/rule_probe.h"
 #include "narvoassem/compare/pixel_driver.h"
-#include "narvoassem/fast/pixel_rule.h"
-#include "narvoassem/fast/pixel_table.h"
+#include "narvoassem/fast/pixel/pixel_rule.h"
+#include "narvoassem/fast/pixel/pixel_table.h"
 
 namespace narvo
 {

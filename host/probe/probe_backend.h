@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "host/probe/kernel_probe.h"
-#include "narvoassem/fast/band_pairing.h"
+#include "narvoassem/fast/pair/band_pairing.h"
 #include "narvoassem/pairstorage.h"
 
 namespace narvo

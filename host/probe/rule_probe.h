@@ -10,11 +10,11 @@
 
 #include "host/probe/probe_backend.h"
 #include "host/problem.h"
-#include "narvoassem/fast/cell_walk.h"
-#include "narvoassem/fast/compare_pixel.h"
-#include "narvoassem/fast/kernel_call.h"
-#include "narvoassem/fast/pair_writer.h"
-#include "narvoassem/fast/pixel_source.h"
+#include "narvoassem/fast/call/kernel_call.h"
+#include "narvoassem/fast/find/compare_pixel.h"
+#include "narvoassem/fast/pair/pair_writer.h"
+#include "narvoassem/fast/scan/cell_walk.h"
+#include "narvoassem/fast/source/pixel_source.h"
 
 namespace narvo
 {

@@ -1,8 +1,8 @@
 // Probes of the zone kernels.
 #include "host/probe/rule_probe.h"
 #include "narvoassem/compare/zone_driver.h"
-#include "narvoassem/fast/zone_rule.h"
-#include "narvoassem/fast/zone_table.h"
+#include "narvoassem/fast/zone/zone_rule.h"
+#include "narvoassem/fast/zone/zone_table.h"
 
 namespace narvo
 {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "narvoassem/blobstorage.h"
-#include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/call/kernel_call.h"
 
 namespace narvo
 {

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "narvoassem/compare/compare_chain.h"
-#include "narvoassem/comparison.h"
+#include "narvoassem/compare/comparison.h"
 #include "narvoassem/convparam.h"
 
 class CNarvoAssem;

@@ -1,10 +1,10 @@
 // The float comparison: from the parameters to one kernel or the free-form region.
 #include "narvoassem/compare/float_driver.h"
 
+#include "narvoassem/base/fixed_pitch.h"
 #include "narvoassem/compare/compare_chain.h"
-#include "narvoassem/con_buff.h"
-#include "narvoassem/fixed_pitch.h"
-#include "narvoassem/freeform/freeform.h"
+#include "narvoassem/compare/con_buff.h"
+#include "narvoassem/compare/freeform_driver.h"
 #include "narvoassem/narvoassem.h"
 
 namespace narvo

@@ -1,10 +1,10 @@
 // The float kernels that are members of the engine: the same kernels with the engine's dead zones and second
 // thresholds.
+#include "narvoassem/base/fixed_pitch.h"
 #include "narvoassem/compare/compare_chain.h"
-#include "narvoassem/fast/float_table.h"
-#include "narvoassem/fast/kernel_args.h"
-#include "narvoassem/fast/kernel_call.h"
-#include "narvoassem/fixed_pitch.h"
+#include "narvoassem/fast/call/kernel_args.h"
+#include "narvoassem/fast/call/kernel_call.h"
+#include "narvoassem/fast/float/float_table.h"
 #include "narvoassem/narvoassem.h"
 
 using narvo::CFloatCall;

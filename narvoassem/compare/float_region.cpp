@@ -5,13 +5,13 @@
 #include <cstdlib>
 #include <utility>
 
-#include "narvoassem/fast/band_pairing.h"
-#include "narvoassem/fast/scan_scratch.h"
-#include "narvoassem/fixed_pitch.h"
-#include "narvoassem/image_read.h"
-#include "narvoassem/memory_shortage.h"
+#include "narvoassem/base/fixed_pitch.h"
+#include "narvoassem/base/image_read.h"
+#include "narvoassem/base/memory_shortage.h"
+#include "narvoassem/base/wrap_int.h"
+#include "narvoassem/fast/pair/band_pairing.h"
+#include "narvoassem/fast/scan/scan_scratch.h"
 #include "narvoassem/narvoassem.h"
-#include "narvoassem/wrap_int.h"
 
 namespace
 {

@@ -1,12 +1,12 @@
 // The pixel comparison: from the parameters to one kernel.
 #include "narvoassem/compare/pixel_driver.h"
 
+#include "narvoassem/base/fixed_pitch.h"
+#include "narvoassem/base/wrap_int.h"
 #include "narvoassem/compare/compare_chain.h"
+#include "narvoassem/compare/con_buff.h"
 #include "narvoassem/compare/pixel_twice.h"
-#include "narvoassem/con_buff.h"
-#include "narvoassem/fixed_pitch.h"
 #include "narvoassem/narvoassem.h"
-#include "narvoassem/wrap_int.h"
 
 namespace narvo
 {

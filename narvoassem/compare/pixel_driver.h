@@ -2,8 +2,8 @@
 #pragma once
 
 #include "narvoassem/convparam.h"
-#include "narvoassem/fast/kernel_call.h"
-#include "narvoassem/fast/pixel_table.h"
+#include "narvoassem/fast/call/kernel_call.h"
+#include "narvoassem/fast/pixel/pixel_table.h"
 
 class CNarvoAssem;
 

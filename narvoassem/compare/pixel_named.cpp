@@ -2,9 +2,9 @@
 // thresholds.
 #include "narvoassem/compare/compare_chain.h"
 #include "narvoassem/compare/pixel_twice.h"
-#include "narvoassem/fast/kernel_args.h"
-#include "narvoassem/fast/kernel_call.h"
-#include "narvoassem/fast/pixel_table.h"
+#include "narvoassem/fast/call/kernel_args.h"
+#include "narvoassem/fast/call/kernel_call.h"
+#include "narvoassem/fast/pixel/pixel_table.h"
 #include "narvoassem/narvoassem.h"
 
 using narvo::CPixelCall;

@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "narvoassem/compare/compare_chain.h"
-#include "narvoassem/fast/pixel_table.h"
+#include "narvoassem/fast/pixel/pixel_table.h"
 #include "narvoassem/narvoassem.h"
 
 namespace narvo

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/call/kernel_call.h"
 
 class CNarvoAssem;
 

@@ -2,10 +2,10 @@
 // one record. Internal: it is neither exported nor installed, and the host layer alone includes it, in host/probe/.
 #pragma once
 
+#include "narvoassem/compare/comparison.h"
 #include "narvoassem/compare/comparison_steps.h"
-#include "narvoassem/comparison.h"
 #include "narvoassem/defectpair.h"
-#include "narvoassem/storage/filter_walk.h"
+#include "narvoassem/storage/filters/filter_walk.h"
 
 class CNarvoAssem;
 

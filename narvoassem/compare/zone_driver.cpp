@@ -4,11 +4,11 @@
 #include <cstdint>
 #include <limits>
 
+#include "narvoassem/base/fixed_pitch.h"
+#include "narvoassem/base/wrap_int.h"
 #include "narvoassem/compare/compare_chain.h"
-#include "narvoassem/con_buff.h"
-#include "narvoassem/fixed_pitch.h"
+#include "narvoassem/compare/con_buff.h"
 #include "narvoassem/narvoassem.h"
-#include "narvoassem/wrap_int.h"
 
 namespace narvo
 {

@@ -1,8 +1,8 @@
 // The zone kernels that are members of the engine: the same kernels with the engine's dead zones and second thresholds.
 #include "narvoassem/compare/compare_chain.h"
-#include "narvoassem/fast/kernel_args.h"
-#include "narvoassem/fast/kernel_call.h"
-#include "narvoassem/fast/zone_table.h"
+#include "narvoassem/fast/call/kernel_args.h"
+#include "narvoassem/fast/call/kernel_call.h"
+#include "narvoassem/fast/zone/zone_table.h"
 #include "narvoassem/narvoassem.h"
 
 using narvo::CZoneCall;

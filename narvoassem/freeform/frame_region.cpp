@@ -8,8 +8,8 @@
 #include <cstring>
 #include <memory>
 
-#include "narvoassem/memory_shortage.h"
-#include "narvoassem/wrap_int.h"
+#include "narvoassem/base/memory_shortage.h"
+#include "narvoassem/base/wrap_int.h"
 
 namespace
 {

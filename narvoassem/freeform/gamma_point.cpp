@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "narvoassem/truncate.h"
+#include "narvoassem/base/truncate.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 // A vertex and the crossings of the line through two vertices with a row or a column.
 #include "narvoassem/padpoligon.h"
 
-#include "narvoassem/wrap_int.h"
+#include "narvoassem/base/wrap_int.h"
 
 namespace
 {

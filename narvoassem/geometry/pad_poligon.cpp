@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "narvoassem/wrap_int.h"
+#include "narvoassem/base/wrap_int.h"
 
 namespace
 {

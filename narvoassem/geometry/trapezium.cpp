@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "narvoassem/wrap_int.h"
+#include "narvoassem/base/wrap_int.h"
 
 int CTrapezium::GetTop() const
 {

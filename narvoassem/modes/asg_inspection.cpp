@@ -5,10 +5,10 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "narvoassem/fixed_pitch.h"
-#include "narvoassem/image_read.h"
-#include "narvoassem/truncate.h"
-#include "narvoassem/wrap_int.h"
+#include "narvoassem/base/fixed_pitch.h"
+#include "narvoassem/base/image_read.h"
+#include "narvoassem/base/truncate.h"
+#include "narvoassem/base/wrap_int.h"
 
 namespace
 {

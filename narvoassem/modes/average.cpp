@@ -4,7 +4,7 @@
 #include <climits>
 #include <cstdint>
 
-#include "narvoassem/memory_shortage.h"
+#include "narvoassem/base/memory_shortage.h"
 #include "narvoassem/modes/side_modes.h"
 
 int narvo::RunAverage(CNarvoAssem& engine, int& nEndLine)

@@ -6,10 +6,10 @@
 #include <cstdint>
 #include <cstring>
 
-#include "narvoassem/grow_buffer.h"
+#include "narvoassem/base/grow_buffer.h"
+#include "narvoassem/base/thread_memory.h"
+#include "narvoassem/base/wrap_int.h"
 #include "narvoassem/modes/average_rows.h"
-#include "narvoassem/thread_memory.h"
-#include "narvoassem/wrap_int.h"
 
 namespace
 {

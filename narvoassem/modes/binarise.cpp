@@ -5,9 +5,9 @@
 #include <bit>
 #include <cstdint>
 
+#include "narvoassem/base/wrap_int.h"
 #include "narvoassem/modes/binarise_row.h"
 #include "narvoassem/modes/side_modes.h"
-#include "narvoassem/wrap_int.h"
 
 namespace
 {

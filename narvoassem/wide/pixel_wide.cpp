@@ -1,10 +1,10 @@
 // The public names of the wide pixel kernels: the arithmetic of the engine's own kernels without its dead zones.
 #include "narvoassem/widekernels.h"
 
-#include "narvoassem/fast/kernel_args.h"
-#include "narvoassem/fast/kernel_call.h"
-#include "narvoassem/fast/pixel_table.h"
-#include "narvoassem/fixed_pitch.h"
+#include "narvoassem/base/fixed_pitch.h"
+#include "narvoassem/fast/call/kernel_args.h"
+#include "narvoassem/fast/call/kernel_call.h"
+#include "narvoassem/fast/pixel/pixel_table.h"
 
 using narvo::CPixelCall;
 using narvo::PixelKernel;

@@ -1,10 +1,10 @@
 // The public names of the wide zone kernels: the fast kernels' arithmetic, with class ids in the records.
 #include "narvoassem/widekernels.h"
 
-#include "narvoassem/fast/kernel_args.h"
-#include "narvoassem/fast/kernel_call.h"
-#include "narvoassem/fast/zone_table.h"
-#include "narvoassem/fixed_pitch.h"
+#include "narvoassem/base/fixed_pitch.h"
+#include "narvoassem/fast/call/kernel_args.h"
+#include "narvoassem/fast/call/kernel_call.h"
+#include "narvoassem/fast/zone/zone_table.h"
 
 using narvo::CZoneCall;
 using narvo::RunZoneKernel;

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "narvoassem/check_bounds.h"
+#include "narvoassem/engine/check_bounds.h"
 #include "narvoassem/narvoassem.h"
 
 namespace

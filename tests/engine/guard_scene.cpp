@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "narvoassem/truncate.h"
+#include "narvoassem/base/truncate.h"
 
 namespace narvotest
 {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "narvoassem/defectpair.h"
-#include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/call/kernel_call.h"
 
 namespace narvo::test
 {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "fast/picture.h"
-#include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/call/kernel_call.h"
 #include "support/random.h"
 
 namespace narvo::test

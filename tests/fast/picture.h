@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/call/kernel_call.h"
 
 namespace narvo::test
 {

@@ -7,7 +7,7 @@
 
 #include "fast/kernel_outcome.h"
 #include "narvoassem/convparam.h"
-#include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/call/kernel_call.h"
 #include "support/random.h"
 
 namespace narvo::test

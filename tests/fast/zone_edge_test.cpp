@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "fast/zone_plain_scene.h"
-#include "narvoassem/fast/find_row.h"
+#include "narvoassem/fast/find/find_row.h"
 #include "support/vector_levels.h"
 
 namespace narvo::test

@@ -8,8 +8,8 @@
 
 #include "fast/kernel_outcome.h"
 #include "narvoassem/convparam.h"
-#include "narvoassem/fast/kernel_call.h"
-#include "narvoassem/fast/zone_table.h"
+#include "narvoassem/fast/call/kernel_call.h"
+#include "narvoassem/fast/zone/zone_table.h"
 
 namespace narvo::test
 {

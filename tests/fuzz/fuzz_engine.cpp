@@ -8,7 +8,7 @@
 
 #include "fuzz/kernel_exchange.h"
 #include "fuzz/require.h"
-#include "narvoassem/comparison.h"
+#include "narvoassem/compare/comparison.h"
 #include "reference/check_reference.h"
 #include "reference/side_mode_reference.h"
 #include "soak/case_maker.h"

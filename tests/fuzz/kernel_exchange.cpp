@@ -3,8 +3,8 @@
 
 #include <atomic>
 
-#include "narvoassem/fast/kernel_call.h"
-#include "narvoassem/fast/trapezium_call.h"
+#include "narvoassem/fast/call/kernel_call.h"
+#include "narvoassem/fast/trapezium/trapezium_call.h"
 #include "reference/float_reference.h"
 #include "reference/pixel_reference.h"
 #include "reference/trapezium_reference.h"

@@ -8,7 +8,7 @@
 #include "gtest/gtest.h"
 
 #include "memory/failing_heap.h"
-#include "narvoassem/memory_shortage.h"
+#include "narvoassem/base/memory_shortage.h"
 #include "narvoassem/narvoassem.h"
 #include "support/random.h"
 

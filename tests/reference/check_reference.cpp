@@ -7,10 +7,10 @@
 #include <cstdint>
 #include <vector>
 
+#include "narvoassem/compare/comparison.h"
 #include "narvoassem/compare/float_driver.h"
 #include "narvoassem/compare/pixel_driver.h"
 #include "narvoassem/compare/zone_driver.h"
-#include "narvoassem/comparison.h"
 
 namespace narvo::test
 {

@@ -6,8 +6,8 @@
 #include <functional>
 
 #include "narvoassem/convparam.h"
-#include "narvoassem/fast/float_table.h"
-#include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/call/kernel_call.h"
+#include "narvoassem/fast/float/float_table.h"
 
 namespace narvo::reference
 {

@@ -2,8 +2,8 @@
 // the kernels of the library are held against; it shares their argument record and none of their code.
 #pragma once
 
-#include "narvoassem/fast/kernel_call.h"
-#include "narvoassem/fast/pixel_table.h"
+#include "narvoassem/fast/call/kernel_call.h"
+#include "narvoassem/fast/pixel/pixel_table.h"
 
 namespace narvo::reference
 {

@@ -1,8 +1,8 @@
 // An inspection with its re-runs as the plain recursion that it is, each pass made, on the library's own comparisons.
 #pragma once
 
-#include "narvoassem/check_bounds.h"
-#include "narvoassem/comparison.h"
+#include "narvoassem/compare/comparison.h"
+#include "narvoassem/engine/check_bounds.h"
 #include "narvoassem/narvoassem.h"
 
 namespace narvo::test

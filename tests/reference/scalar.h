@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "narvoassem/convparam.h"
-#include "narvoassem/fast/kernel_call.h"
+#include "narvoassem/fast/call/kernel_call.h"
 
 namespace narvo::reference
 {

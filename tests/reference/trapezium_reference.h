@@ -2,7 +2,7 @@
 // their argument records and none of their code.
 #pragma once
 
-#include "narvoassem/fast/trapezium_call.h"
+#include "narvoassem/fast/trapezium/trapezium_call.h"
 
 namespace narvo::reference
 {

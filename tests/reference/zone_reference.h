@@ -2,8 +2,8 @@
 // the library are held against; it shares their argument record and none of their code.
 #pragma once
 
-#include "narvoassem/fast/kernel_call.h"
-#include "narvoassem/fast/zone_table.h"
+#include "narvoassem/fast/call/kernel_call.h"
+#include "narvoassem/fast/zone/zone_table.h"
 
 namespace narvo::reference
 {

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "narvoassem/fast/float_table.h"
-#include "narvoassem/fast/pixel_table.h"
-#include "narvoassem/fast/zone_table.h"
+#include "narvoassem/fast/float/float_table.h"
+#include "narvoassem/fast/pixel/pixel_table.h"
+#include "narvoassem/fast/zone/zone_table.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 // The block differences against sums written out, and the view's row pitch.
 #include <gtest/gtest.h>
 
-#include "narvoassem/storage/convolution_difference.h"
+#include "narvoassem/storage/filters/convolution_difference.h"
 #include "storage/store_samples.h"
 
 namespace

@@ -11,7 +11,7 @@
 
 #include <gtest/gtest.h>
 
-#include "narvoassem/storage/convolution_difference.h"
+#include "narvoassem/storage/filters/convolution_difference.h"
 #include "storage/store_samples.h"
 
 namespace

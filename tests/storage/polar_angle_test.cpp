@@ -1,5 +1,5 @@
 // The arc tangent of the blobs' axis: true to half a unit in the last place, and the same on every processor.
-#include "narvoassem/storage/polar_angle.h"
+#include "narvoassem/storage/stores/polar_angle.h"
 
 #include <cmath>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // That a test which goes through the vector levels meets each of them.
 #include <gtest/gtest.h>
 
-#include "narvoassem/fast/find_row.h"
+#include "narvoassem/fast/find/find_row.h"
 #include "support/vector_levels.h"
 
 namespace narvo::test

@@ -18,8 +18,6 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
-#include "bench/bench_levels.h"
-#include "bench/read_pass.h"
 #include "host/file/name_text.h"
 #include "host/file/output_file.h"
 #include "host/foreign_text.h"
@@ -27,6 +25,8 @@
 #include "host/inspect/inspector.h"
 #include "host/problem.h"
 #include "host/recipe/recipe.h"
+#include "measure/level_choice.h"
+#include "measure/read_pass.h"
 #include "tools/exit_code.h"
 #include "tools/number_option.h"
 #include "tools/output_names.h"
@@ -119,9 +119,9 @@ public:
             m_maxBlobs = std::max(m_maxBlobs, recipe.maxBlobs);
     }
 
-    BenchRow Run(const bench::SLevel& level, int lanes)
+    BenchRow Run(const measure::SLevel& level, int lanes)
     {
-        bench::UseLevel(level.nTarget);
+        measure::UseLevel(level.nTarget);
         Inspector inspector(lanes, m_maxBlobs);
         std::vector<std::vector<double>> total(static_cast<std::size_t>(lanes));
         std::vector<std::vector<double>> engine(static_cast<std::size_t>(lanes));
@@ -163,9 +163,9 @@ public:
         const auto bytes = static_cast<std::size_t>(m_image.Stride()) * static_cast<std::size_t>(m_image.Height());
         std::atomic<std::uint64_t> sum = 0;
         const double reads =
-            Repeat(lanes, std::min(m_seconds, 0.3), [&](int) { sum += bench::ReadPass(m_image.Row(0), bytes); });
+            Repeat(lanes, std::min(m_seconds, 0.3), [&](int) { sum += measure::ReadPass(m_image.Row(0), bytes); });
         row.readMegapixels = reads * static_cast<double>(bytes) * 1e-6;
-        bench::UseWidestLevel();
+        measure::UseWidestLevel();
         return row;
     }
 
@@ -186,24 +186,24 @@ private:
     std::map<const Recipe*, double> m_pixels;
 };
 
-std::vector<bench::SLevel> ChooseLevels(const std::vector<std::string>& wanted)
+std::vector<measure::SLevel> ChooseLevels(const std::vector<std::string>& wanted)
 {
-    const std::vector<bench::SLevel> known = bench::Levels();
+    const std::vector<measure::SLevel> known = measure::Levels();
     if (wanted.empty())
         return known;
-    std::vector<bench::SLevel> chosen;
+    std::vector<measure::SLevel> chosen;
     std::vector<Problem> found;
     for (const std::string& name : wanted)
     {
         const auto level =
-            std::find_if(known.begin(), known.end(), [&](const bench::SLevel& one) { return name == one.pName; });
+            std::find_if(known.begin(), known.end(), [&](const measure::SLevel& one) { return name == one.pName; });
         if (level != known.end())
         {
             chosen.push_back(*level);
             continue;
         }
         std::string names;
-        for (const bench::SLevel& one : known)
+        for (const measure::SLevel& one : known)
             names += (names.empty() ? "" : ", ") + std::string(one.pName);
         found.push_back({"--level", name, "the levels of this machine: " + names});
     }
@@ -254,7 +254,7 @@ void Measure(const BenchOptions& options, const GreyImage& image, const std::vec
                   << "level    lanes    images/s    Mpixel/s    ms/image   engine ms  read Mp/s  of reading\n";
     Measurement measurement(image, recipes, options.seconds);
     nlohmann::ordered_json rows = nlohmann::ordered_json::array();
-    for (const bench::SLevel& level : ChooseLevels(options.levels))
+    for (const measure::SLevel& level : ChooseLevels(options.levels))
         for (const int lanes : ChooseLanes(options.lanes))
         {
             const BenchRow row = measurement.Run(level, lanes);

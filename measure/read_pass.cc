@@ -1,0 +1,62 @@
+// See read_pass.h. Compiled once per vector level.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "measure/read_pass.cc"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "measure/read_pass.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace measure
+{
+namespace HWY_NAMESPACE
+{
+namespace
+{
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+std::uint64_t SumBytes(const std::uint8_t* HWY_RESTRICT pBytes, std::size_t nCount)
+{
+    const hn::ScalableTag<std::uint8_t> d8;
+    const hn::Repartition<std::uint64_t, decltype(d8)> d64;
+    [[maybe_unused]] const std::size_t nLanes = hn::Lanes(d8); // not in the one-lane form
+    auto sum0 = hn::Zero(d64);
+    auto sum1 = sum0;
+    auto sum2 = sum0;
+    auto sum3 = sum0;
+    std::size_t i = 0;
+#if HWY_TARGET != HWY_SCALAR
+    for (; i + 4 * nLanes <= nCount; i += 4 * nLanes)
+    {
+        sum0 = hn::Add(sum0, hn::SumsOf8(hn::LoadU(d8, pBytes + i)));
+        sum1 = hn::Add(sum1, hn::SumsOf8(hn::LoadU(d8, pBytes + i + nLanes)));
+        sum2 = hn::Add(sum2, hn::SumsOf8(hn::LoadU(d8, pBytes + i + 2 * nLanes)));
+        sum3 = hn::Add(sum3, hn::SumsOf8(hn::LoadU(d8, pBytes + i + 3 * nLanes)));
+    }
+#endif
+    const auto total = hn::SumOfLanes(d64, hn::Add(hn::Add(sum0, sum1), hn::Add(sum2, sum3)));
+    std::uint64_t nSum = hn::GetLane(total);
+    for (; i < nCount; ++i)
+        nSum += pBytes[i];
+    return nSum;
+}
+
+} // namespace
+} // namespace HWY_NAMESPACE
+} // namespace measure
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace measure
+{
+
+HWY_EXPORT(SumBytes);
+
+std::uint64_t ReadPass(const std::uint8_t* pBytes, std::size_t nCount)
+{
+    return HWY_DYNAMIC_DISPATCH(SumBytes)(pBytes, nCount);
+}
+
+} // namespace measure
+#endif

@@ -1,0 +1,28 @@
+// The note that fork leaves in the child.
+#include "narvoassem/base/forked_child.h"
+
+#include <pthread.h>
+
+namespace
+{
+
+bool bForked = false; // written in a child before it has a second thread
+
+void NoteFork()
+{
+    bForked = true;
+}
+
+/// Where the note cannot be registered, no process counts on the runtime's threads.
+[[gnu::constructor]] void RegisterNote()
+{
+    if (pthread_atfork(nullptr, nullptr, &NoteFork) != 0)
+        bForked = true;
+}
+
+} // namespace
+
+bool narvo::IsForkedChild()
+{
+    return bForked;
+}

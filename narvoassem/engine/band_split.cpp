@@ -1,0 +1,83 @@
+// The band split: one region cut into bands of columns that run in parallel on the engine's sub-engines.
+#include "narvoassem/narvoassem.h"
+
+#include <algorithm>
+#include <new>
+
+#include "narvoassem/base/forked_child.h"
+#include "narvoassem/base/memory_shortage.h"
+#include "narvoassem/base/wrap_int.h"
+#include "narvoassem/engine/band_plan.h"
+#include "narvoassem/engine/check_bounds.h"
+
+namespace
+{
+
+/// Runs one band. Its answer is not looked at, as the interface has it: the guard has been asked before the fork,
+/// coverage shows in the sum of pairs, and lack of memory in what is handed back.
+/// @return whether part of the band was not looked at for want of memory
+bool RunBand(CAssemThreadControl& pool, const narvo::CBandPlan& plan, int nBand)
+{
+    CConvParam band = plan.MakeBand(nBand);
+    narvo::ClearMemoryShortage();
+    pool.Inspect(nBand, &band);
+    return narvo::HadMemoryShortage();
+}
+
+/// Runs all bands, each on a thread of its own where there are threads to be had. @return as RunBand, for any of them
+bool RunBands(CAssemThreadControl& pool, const narvo::CBandPlan& plan)
+{
+    const int nBands = plan.GetCount();
+    bool bShortage = false;
+    if (narvo::IsForkedChild())
+    {
+        for (int i = 0; i < nBands; ++i)
+            bShortage = RunBand(pool, plan, i) || bShortage;
+        return bShortage;
+    }
+#pragma omp parallel for num_threads(nBands) schedule(static) reduction(|| : bShortage)
+    for (int i = 0; i < nBands; ++i)
+        bShortage = RunBand(pool, plan, i) || bShortage;
+    return bShortage;
+}
+
+} // namespace
+
+int CNarvoAssem::EnableInternalThread(int nThreads, int nDefectSize)
+{
+    if (pThreadControl != nullptr)
+        return 1;
+    pThreadControl = new (std::nothrow) CAssemThreadControl;
+    if (pThreadControl == nullptr)
+        return 0;
+    pThreadControl->Init(nThreads, nDefectSize);
+    return 1;
+}
+
+int CNarvoAssem::Inspect_RectThread(CConvParam* pParam)
+{
+    if (pThreadControl == nullptr || pParam == nullptr)
+        return InspectCode_BadParameter;
+    const narvo::CBandPlan plan(*pParam, pThreadControl->GetCount());
+    if (plan.GetCount() < 1)
+        return Inspect_Rect(pParam);
+
+    ResetNarvoAssem();
+    const narvo::Comparison eComparison = narvo::ChooseComparison(*pParam);
+    if (eComparison != narvo::Comparison::None &&
+        (!narvo::HasStores(*this) || !narvo::IsInBounds(*pParam, eComparison) || !plan.IsReadable(eComparison)))
+        return InspectCode_BadParameter;
+
+    bool bShortage = RunBands(*pThreadControl, plan);
+    narvo::ClearMemoryShortage();
+    for (int i = 0; i < plan.GetCount(); ++i)
+    {
+        CNarvoAssem* const pBand = pThreadControl->GetAssem(i);
+        dBlobTime = std::max(dBlobTime, pBand->dBlobTime);
+        dInspectTime = std::max(dInspectTime, pBand->dInspectTime);
+        nPairCount = narvo::WrapAdd(nPairCount, pBand->nPairCount);
+        ReadBlob(pBand);
+    }
+    bShortage = bShortage || narvo::HadMemoryShortage();
+    return nPairCount > nPairSize || bShortage ? InspectCode_Partial : InspectCode_Done;
+}

@@ -1,0 +1,14 @@
+// Holds each thread's working memory.
+#include "narvoassem/fast/scan/scan_scratch.h"
+
+#include "narvoassem/base/thread_memory.h"
+
+namespace narvo
+{
+
+CScanScratch& GetScanScratch()
+{
+    return CThreadMemory<CScanScratch>::Get();
+}
+
+} // namespace narvo

@@ -1,0 +1,35 @@
+// Options of a scan over single pixels, fixed at compile time.
+#pragma once
+
+#include "narvoassem/fast/find/find_row.h"
+
+namespace narvo
+{
+
+/// What a full hit array does to the strip after.
+enum class StripCut
+{
+    Stays,   ///< the next strip starts 16 columns on, as ever
+    Overruns ///< it starts 24 or 32 columns on, by the half that filled up
+};
+
+struct CScanTraits
+{
+    FindVariant eFind = FindVariant::LinearMap;
+    bool bHorizontal = false;
+    bool bLastBandFirst = false; ///< where bands overlap
+    int nFreeRows = 2;           ///< vertical: rows at the bottom that stay uncompared, besides the pitch
+    bool bRowTable = false;      ///< vertical: pitch from a table of rows
+    bool bEndLine = true;        ///< writes its end line
+    bool bMeans = false;         ///< vertical: each sample is the mean of a 2 by 2 block
+    StripCut eCut = StripCut::Stays;
+    bool bAnyRow = false;  ///< horizontal: hits that the caller put in front may be partners whatever their row
+    bool bShifted = false; ///< vertical: the whole part of nVtdPitch16 counts too
+
+    /// Rows are read one pixel further than their strips reach.
+    constexpr bool ReadsOneMore() const { return GetFindTraits(eFind).eReference == FindReference::Bilinear; }
+    /// Displacement and weights of the reference come from tables of columns.
+    constexpr bool HasColumnTables() const { return GetFindTraits(eFind).eReference == FindReference::Column; }
+};
+
+} // namespace narvo

@@ -1,0 +1,268 @@
+// The rows of a scan over single pixels, or over means of 2 by 2 blocks.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <type_traits>
+
+#include "narvoassem/base/image_read.h"
+#include "narvoassem/fast/find/compare_pixel.h"
+#include "narvoassem/fast/find/derive_rows.h"
+#include "narvoassem/fast/find/row_cache.h"
+#include "narvoassem/fast/scan/scan_traits.h"
+#include "narvoassem/fast/scan/scan_walk.h"
+#include "narvoassem/fast/source/column_tables.h"
+#include "narvoassem/fast/source/run_list.h"
+
+namespace narvo
+{
+
+/// What is asked of a rule besides: thresholds, and the walk over the maps that they come from.
+// clang-format off
+template <class T>
+concept PixelRule = HitRule<T> && requires(T rule, const T& state, CFindRow& row, CRunList& runs, CFoundHit& hit,
+                                           std::int64_t n, std::int64_t x, std::int64_t y)
+{
+    { T::kScan } -> std::convertible_to<CScanTraits>;
+    state.SetUpRow(row);                                            ///< fills what stays the same for all rows
+    { state.MapRow(y) } -> std::same_as<std::int64_t>;              ///< distance of row y from row 0 in map elements
+    { state.BlockDisplacement(x) } -> std::same_as<std::int64_t>;   ///< column tables: of the block of column x
+    { state.Inspects(x, y) } -> std::same_as<bool>;                 ///< false drops what is marked there
+    state.ReadMaps(n, hit);                                         ///< adds what the maps hold at element n
+    rule.BeginScan(n);                                              ///< n: the end of strips or rows
+    rule.BeginTile(x, n);                                           ///< n strips from column x on
+    rule.LeaveStrip(x);                                             ///< strips are left one after another
+    { rule.StepRuns(runs, x, y, n) } -> std::same_as<std::int64_t>; ///< lists runs from row y on; next row to do so
+};
+// clang-format on
+
+template <PixelRule TRule>
+class CPixelSource : public std::conditional_t<TRule::kScan.bHorizontal, CRowWalk, CStripWalk>
+{
+    static constexpr CScanTraits kScan = TRule::kScan;
+    using CWalk = std::conditional_t<kScan.bHorizontal, CRowWalk, CStripWalk>;
+    using CWalk::m_region, CWalk::m_pitch, CWalk::m_x, CWalk::m_nStrips;
+
+public:
+    static constexpr int kChains = kScan.bHorizontal ? 0 : 1;
+
+    CPixelSource(const CKernelCall& call, TRule& rule)
+        : CWalk(call.region, CPitch16(call.nPitch16), Extent(call)), m_call(call), m_rule(rule),
+          m_scratch(GetScanScratch()), m_runs(m_scratch), m_nNextStep(call.region.nTop)
+    {
+        m_row.nPrefetch = call.image.nStride;
+        m_row.nWeightRight = static_cast<std::uint16_t>(call.nVtdPitch16 & 15);
+        m_row.nWeightLeft = static_cast<std::uint16_t>(16 - m_row.nWeightRight);
+        m_row.nGrayLimit = static_cast<std::uint16_t>(call.nGrayLimit);
+        rule.SetUpRow(m_row);
+        if (this->Enter())
+            rule.BeginScan(ScanEnd());
+    }
+
+    /// Long rows suit the prefetcher; derived rows should stay near the processor.
+    std::int64_t CountUnits(std::int64_t nMost) const
+    {
+        return CWalk::CountUnits(std::min(nMost, kScan.bMeans ? m_scratch.means.StripsFor(m_pitch.nWhole) : 4096));
+    }
+
+    bool BeginTile(std::int64_t nUnits)
+    {
+        this->BeginRows(nUnits);
+        if constexpr (kScan.bHorizontal)
+            return m_bReady || Reserve(m_nStrips);
+        else
+        {
+            if (!Reserve(nUnits) || !m_scratch.chains.Begin(nUnits, this->LineCount()))
+                return false;
+            m_rule.BeginTile(m_x, nUnits);
+            m_nNextStep = m_region.nTop;
+            return true;
+        }
+    }
+
+    bool NextRow(CMarkedRow& row)
+    {
+        if (!this->StepRow(row.y))
+            return false;
+        if (row.y >= m_nNextStep)
+        {
+            std::fill_n(m_row.pMask, m_nStrips + kSpareMasks, std::uint16_t{0});
+            m_runs.Clear();
+            m_nNextStep = m_rule.StepRuns(m_runs, m_x, row.y, m_nStrips);
+            m_runs.PutInto(m_row);
+        }
+        m_row.nMapRow = m_rule.MapRow(row.y);
+        PlaceRows(PitchAt(m_x, row.y), m_x, row.y, m_nStrips * kStripWidth);
+        FindRow(kScan.eFind, m_row);
+        m_pRun = m_row.pRuns;
+        row.nGroups = 2 * m_nStrips;
+        row.pMask = reinterpret_cast<const std::uint8_t*>(m_row.pMask);
+        m_y = row.y;
+        return true;
+    }
+
+    bool Compare(std::int64_t nColumn, CFoundHit& hit)
+    {
+        const CStripRun* pRun = m_pRun;
+        while (nColumn >= (pRun->nFirstStrip + pRun->nStripCount) * kStripWidth)
+            ++pRun;
+        m_pRun = pRun;
+        if (!m_rule.Inspects(m_x + nColumn, m_y))
+            return false;
+        const std::int64_t nInRun = nColumn - pRun->nFirstStrip * kStripWidth;
+        CompareAt(nColumn, m_row.nMapRow + pRun->nMapBase + nInRun, pRun->nDisplacement, hit);
+        return true;
+    }
+
+    bool Leave(const CHitsTaken& taken)
+    {
+        if constexpr (kScan.bHorizontal)
+            return CWalk::Leave(taken);
+        else
+        {
+            m_rule.LeaveStrip(m_x);
+            const bool bOverrun = kScan.eCut == StripCut::Overruns && this->IsCut(taken.bFull);
+            m_x += kStripWidth + (bOverrun ? kGroupWidth * (1 + taken.nGroup % 2) : 0);
+            return !bOverrun;
+        }
+    }
+
+    /// Strips that stay where they are end with the region, even where it has none.
+    std::int64_t EndPosition() const
+    {
+        if constexpr (!kScan.bHorizontal && kScan.eCut == StripCut::Stays)
+            return ScanEnd() + kStripWidth;
+        else
+            return CWalk::EndPosition();
+    }
+
+    /// The pitch that places the comparison of row y. A row table is entered at the region's top and read on every 16
+    /// rows counted from there; bands and pairing keep the pitch of the call.
+    CPitch16 PitchAt(std::int64_t /*x*/, std::int64_t y) const
+    {
+        if (!kScan.bRowTable || m_call.pScanPitchTable == nullptr)
+            return m_pitch;
+        return CPitch16(m_call.pScanPitchTable[(m_region.nTop >> 4) + (y - m_region.nTop) / 16]);
+    }
+
+    /// The comparison of one pixel that the scan covers, at an element of the maps. @return false without memory
+    bool ComparePlace(std::int64_t x, std::int64_t y, std::int64_t nElement, CFoundHit& hit)
+    {
+        const std::int64_t nLeft = this->RowLeft(x);
+        const std::int64_t nStrips = kScan.bHorizontal ? m_nStrips : 1;
+        if (!Reserve(nStrips))
+            return false;
+        PlaceRows(PitchAt(x, y), nLeft, y, nStrips * kStripWidth);
+        CompareAt(x - nLeft, nElement, kScan.HasColumnTables() ? m_rule.BlockDisplacement(x) : 0, hit);
+        return true;
+    }
+
+private:
+    /// Rows left free below strips, or columns compared of rows.
+    static std::int64_t Extent(const CKernelCall& call)
+    {
+        if (!kScan.bHorizontal)
+            return kScan.nFreeRows;
+        return RoundDownTo16(call.region.nRight - call.region.nLeft - CPitch16(call.nPitch16).nWhole);
+    }
+    std::int64_t ScanEnd() const
+    {
+        if constexpr (kScan.bHorizontal)
+            return m_x + this->m_nColumns;
+        else
+            return this->m_nStripEnd;
+    }
+
+    /// Room for rows of nStrips strips; the finder's row points into it from here on.
+    bool Reserve(std::int64_t nStrips)
+    {
+        if (!m_scratch.ReserveRow(nStrips) || (kScan.HasColumnTables() && !ReadTables()) ||
+            (kScan.bMeans && !m_scratch.means.Begin(m_pitch.nWhole, nStrips * kStripWidth)))
+            return false;
+        m_row.pMask = m_scratch.mask.Data();
+        m_row.pZeroMap = m_scratch.zeroMap.Data();
+        m_bReady = true;
+        return true;
+    }
+
+    /// Points the finder at row y from column x on.
+    void PlaceRows(const CPitch16& pitch, std::int64_t x, std::int64_t y, std::int64_t nColumns)
+    {
+        SetWeights(m_row, pitch);
+        if constexpr (kScan.HasColumnTables())
+        {
+            m_row.pSrc = Row(x, y, y, 0, nColumns);
+            m_row.pNear = Row(x + m_nReferenceFirst, y, y, 1, m_nReferenceBytes) - m_nReferenceFirst;
+            m_row.pFar = m_row.pNear + 1;
+        }
+        else if constexpr (kScan.bHorizontal)
+        {
+            m_row.pSrc = Row(x, y, y, 0, nColumns);
+            m_row.pNear = Row(x + pitch.nWhole, y, y, 1, nColumns);
+            // Without a fraction the far sample has no weight and need not exist.
+            m_row.pFar = pitch.nFraction == 0 ? m_row.pNear : Row(x + pitch.nWhole + 1, y, y, 2, nColumns);
+        }
+        else
+        {
+            // The zone kernels take the fraction of their shift alone.
+            const std::int64_t nReference = x + (kScan.bShifted ? m_call.nVtdPitch16 >> 4 : 0);
+            nColumns += kScan.ReadsOneMore() ? 1 : 0;
+            m_row.pSrc = Row(x, y, y, 0, nColumns);
+            m_row.pNear = Row(nReference, y + pitch.nWhole, y, 1, nColumns);
+            m_row.pFar = Row(nReference, y + pitch.nWhole + 1, y, 2, nColumns);
+        }
+    }
+
+    /// Row y from column x on. Of the rows that are used together with row nSource, each has its own nCopy.
+    const std::uint8_t* Row(std::int64_t x, std::int64_t y, std::int64_t nSource, int nCopy, std::int64_t nColumns)
+    {
+        if constexpr (kScan.bMeans)
+            return m_scratch.means.Get(
+                y, nSource, nCopy / 2,
+                [&](std::int64_t nMade, std::uint8_t* pOut)
+                { MakeMeanRow(ReadRows(m_call.image, x, nMade, 2, nColumns + 1, m_scratch.rowCopy), nColumns, pOut); });
+        else
+            return ReadRow(m_call.image, x, y, nColumns, m_scratch.rowCopy[nCopy].Data());
+    }
+
+    /// The comparison at column nColumn of the finder's row.
+    void CompareAt(std::int64_t nColumn, std::int64_t nElement, std::int64_t nDisplacement, CFoundHit& hit) const
+    {
+        hit.Set(ComparePixel<GetFindTraits(kScan.eFind)>(m_row, nColumn, nElement, nDisplacement));
+        m_rule.ReadMaps(nElement, hit);
+    }
+
+    /// Reads displacement and weights of every block once. @return false without memory
+    bool ReadTables()
+    {
+        if (!m_scratch.displacement.Reserve(static_cast<std::size_t>(m_nStrips)))
+            return false;
+        std::int64_t* const pDisplacements = m_scratch.displacement.Data();
+        std::int64_t nEnd = 0;
+        for (std::int64_t nStrip = 0; nStrip < m_nStrips; ++nStrip)
+        {
+            pDisplacements[nStrip] = m_rule.BlockDisplacement(m_x + nStrip * kStripWidth);
+            const std::int64_t nPlace = nStrip * kStripWidth + pDisplacements[nStrip];
+            m_nReferenceFirst = nStrip == 0 ? nPlace : std::min(m_nReferenceFirst, nPlace);
+            nEnd = nStrip == 0 ? nPlace : std::max(nEnd, nPlace);
+        }
+        m_nReferenceBytes = nEnd + kStripWidth + 1 - m_nReferenceFirst;
+        m_runs.Displace(pDisplacements);
+        return m_scratch.rowCopy[1].Reserve(static_cast<std::size_t>(m_nReferenceBytes)) &&
+               SpreadColumnWeights(m_call, m_nStrips * kStripWidth, m_scratch, m_row);
+    }
+
+    const CKernelCall& m_call;
+    TRule& m_rule;
+    CScanScratch& m_scratch;
+    CRunList m_runs;
+    CFindRow m_row;
+    const CStripRun* m_pRun = nullptr;  ///< of the column compared last
+    std::int64_t m_y = 0;               ///< of the finder's row
+    std::int64_t m_nNextStep;           ///< the row from which on the runs are others
+    bool m_bReady = false;              ///< horizontal: memory and tables are
+    std::int64_t m_nReferenceFirst = 0; ///< first place that a block reads, from the region's left
+    std::int64_t m_nReferenceBytes = 0; ///< and how far the places reach
+};
+
+} // namespace narvo

@@ -1,0 +1,109 @@
+// The blob store: allocation, access, gathering. Building, tidying, classification and verification have files of
+// their own.
+#include "narvoassem/blobstorage.h"
+
+#include <algorithm>
+
+#include "narvoassem/base/memory_shortage.h"
+#include "narvoassem/storage/stores/store_memory.h"
+
+namespace
+{
+
+void ClearCounters(CBlobStorage& store)
+{
+    store.nRemovedByFalse = 0;
+    store.nRemovedPair = 0;
+    store.nRemovedByClass = 0;
+    store.nMergedBlob = 0;
+    store.nRemovedScan = 0;
+    store.nRemovedConv = 0;
+}
+
+} // namespace
+
+CBlobStorage::CBlobStorage() : nBlobCount(0), pBlob(nullptr), nBlobSize(0), nBlobCapacity(0), dBlobTime(0.0)
+{
+    ClearCounters(*this);
+}
+
+CBlobStorage::~CBlobStorage()
+{
+    std::free(pBlob);
+}
+
+int CBlobStorage::InitBlobStorage(int nSize)
+{
+    // A store of no blobs gets its spare entries: a store without an array is one that memory was lacking for.
+    if (nSize <= nBlobCapacity && (pBlob != nullptr || nSize < 0))
+    {
+        nBlobSize = nSize;
+        return nBlobSize;
+    }
+
+    std::free(pBlob);
+    const std::size_t nEntries = narvo::GetEntryCount(nSize);
+    pBlob = nEntries == 0 ? nullptr : narvo::AllocateConstructed<CDefectBlob>(nEntries);
+    nBlobCapacity = nBlobSize = pBlob == nullptr ? 0 : nSize;
+    if (pBlob == nullptr)
+        nBlobCount = 0;
+    else
+        TotalResetBlobStorage();
+    return nBlobSize;
+}
+
+void CBlobStorage::ResetBlobStorage()
+{
+    ClearCounters(*this);
+    for (int i = 0; i < std::min(nBlobCapacity, nBlobCount); ++i)
+        pBlob[i].Reset();
+    nBlobCount = 0;
+}
+
+void CBlobStorage::TotalResetBlobStorage()
+{
+    ClearCounters(*this);
+    for (int i = 0; i < nBlobSize; ++i)
+        pBlob[i].Reset();
+    nBlobCount = 0;
+}
+
+int CBlobStorage::AddBlob(CDefectBlob* pNewBlob)
+{
+    if (nBlobCount >= nBlobSize)
+    {
+        if (pBlob == nullptr)
+            narvo::NoteMemoryShortage();
+        return 0;
+    }
+    pBlob[nBlobCount] = *pNewBlob;
+    ++nBlobCount;
+    return nBlobCount < nBlobSize ? 1 : 0;
+}
+
+int CBlobStorage::ReadBlob(CBlobStorage* pOther)
+{
+    if (pOther == nullptr)
+        return 0;
+    for (int i = 0; i < pOther->nBlobCount; ++i)
+    {
+        if (AddBlob(&pOther->pBlob[i]) == 0)
+            return 0;
+    }
+    return 1;
+}
+
+int CBlobStorage::GetBlobCount() const
+{
+    return nBlobCount;
+}
+
+CDefectBlob* CBlobStorage::GetBlobDefect(int nIndex)
+{
+    return pBlob + nIndex;
+}
+
+void CBlobStorage::CheckDefectRect(CDefectBlob& blob, int x, int y)
+{
+    blob.CheckDefectRect(x, y);
+}
