@@ -9,7 +9,7 @@ namespace bench
 namespace
 {
 
-using namespace narvo;
+using namespace narvo::engine;
 
 using Long = std::int64_t;
 

@@ -144,7 +144,7 @@ private:
     Explanation FollowRecord(Explanation& told, ReplayedPass& pass, int index)
     {
         const auto at = static_cast<std::size_t>(index);
-        const CRecordTrace asked = PassReplay::Ask(pass, *told.record);
+        const engine::CRecordTrace asked = PassReplay::Ask(pass, *told.record);
         TellFilters(told, asked);
         if (!told.filters.empty() && !told.filters.back().stands)
             return End(told, Outcome::Filtered,
@@ -167,7 +167,7 @@ private:
         return MatchResult(told, pass.final.at(blob));
     }
 
-    static void TellFilters(Explanation& told, const CRecordTrace& asked)
+    static void TellFilters(Explanation& told, const engine::CRecordTrace& asked)
     {
         constexpr const char* names[] = {"margin", "jump", "cross"}; // as PairFilter
         for (int i = 0; i < asked.trail.nCount; ++i)

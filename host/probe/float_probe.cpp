@@ -17,31 +17,31 @@ namespace narvo
 namespace
 {
 
-template <CFloatTraits kTraits>
+template <engine::CFloatTraits kTraits>
 class FloatBackend : public KernelProbe::Backend
 {
-    using TRule = CFloatRule<kTraits>;
-    using TSource = std::conditional_t<kTraits.bHorizontal, CFloatRows<kTraits>, CFloatStrips<kTraits>>;
+    using TRule = engine::CFloatRule<kTraits>;
+    using TSource = std::conditional_t<kTraits.bHorizontal, engine::CFloatRows<kTraits>, engine::CFloatStrips<kTraits>>;
 
 public:
-    FloatBackend(const CConvParam& param, const CFloatChoice& choice)
-        : Backend(param, kTraits.bHorizontal), m_call(MakeFloatCall(m_store, choice, &m_endLine)), m_rule(m_call),
-          m_source(m_call, m_rule)
+    FloatBackend(const CConvParam& param, const engine::CFloatChoice& choice)
+        : Backend(param, kTraits.bHorizontal), m_call(engine::MakeFloatCall(m_store, choice, &m_endLine)),
+          m_rule(m_call), m_source(m_call, m_rule)
     {
     }
 
     int Units() const override { return kTraits.Units(); }
-    CBands Bands() const override { return m_source.Unit().bands; }
+    engine::CBands Bands() const override { return m_source.Unit().bands; }
     bool Covers(int x, int y) const override { return m_source.Covers(x, y); }
 
     ProbedPixel Compare(int x, int y, bool /*zones*/) const override
     {
         ProbedPixel pixel;
         pixel.place = CPoint(x, y);
-        CFoundHit found;
+        engine::CFoundHit found;
         if (!m_source.Covers(x, y) || !m_source.ComparePlace(x, y, 0, found))
             return pixel;
-        const CPitch16 pitch = m_source.PitchAt(x, y);
+        const engine::CPitch16 pitch = m_source.PitchAt(x, y);
         pixel.compared = true;
         pixel.source = found.Src();
         pixel.reference = found.Cmp();
@@ -56,7 +56,7 @@ public:
     {
         ProbedChain chain = MakeChain(x, y);
         TRule rule(m_call);
-        CPairWriter<TRule> records(rule);
+        engine::CPairWriter<TRule> records(rule);
         std::vector<int> owners;
         if constexpr (kTraits.bHorizontal)
             StoreRow(rule, chain, y, owners);
@@ -64,7 +64,7 @@ public:
             for (std::size_t i = 0; i < chain.links.size(); ++i)
             {
                 const CPoint place = chain.links[i].pixel.place;
-                CFoundHit found;
+                engine::CFoundHit found;
                 if (chain.links[i].pixel.hit && m_source.ComparePlace(place.x, place.y, 0, found))
                     Store(rule, {{place, found, static_cast<int>(i)}}, owners);
             }
@@ -79,7 +79,7 @@ private:
     struct GroupHit
     {
         CPoint place;
-        CFoundHit found;
+        engine::CFoundHit found;
         int owner;
     };
 
@@ -101,19 +101,19 @@ private:
         std::map<int, int> linkAt;
         for (std::size_t i = 0; i < chain.links.size(); ++i)
             linkAt[chain.links[i].pixel.place.x] = static_cast<int>(i);
-        CFloatCall call = m_call;
+        engine::CFloatCall call = m_call;
         call.region.nTop = y;
         call.region.nBottom = y + 1;
         TSource source(call, rule);
-        CMarkedRow row;
+        engine::CMarkedRow row;
         if (y < m_call.region.nTop || y >= m_call.region.nBottom || !source.BeginTile(1) || !source.NextRow(row))
             return;
         for (std::int64_t number = 0; number < row.nGroups; ++number)
         {
             std::vector<GroupHit> group;
-            for (std::int64_t n = number * kGroupWidth; n < (number + 1) * kGroupWidth; ++n)
+            for (std::int64_t n = number * engine::kGroupWidth; n < (number + 1) * engine::kGroupWidth; ++n)
             {
-                CFoundHit found;
+                engine::CFoundHit found;
                 source.Compare(n, found);
                 const CPoint place(static_cast<int>(call.region.nLeft + n), y);
                 const auto link = linkAt.find(place.x);
@@ -123,7 +123,7 @@ private:
         }
     }
 
-    CFloatCall m_call;
+    engine::CFloatCall m_call;
     TRule m_rule;
     mutable TSource m_source;
 };
@@ -132,14 +132,14 @@ private:
 
 BackendPointer MakeFloatBackend(const CConvParam& param, std::string& name)
 {
-    if (!RunsFloatKernel(param))
+    if (!engine::RunsFloatKernel(param))
         return nullptr;
-    const CFloatChoice& choice = ChooseFloatKernel(param);
-    name = GetKernelRow(choice.eKernel).pWords;
-    return CallWithEntry<floatKernels.size()>(
+    const engine::CFloatChoice& choice = engine::ChooseFloatKernel(param);
+    name = engine::GetKernelRow(choice.eKernel).pWords;
+    return engine::CallWithEntry<engine::floatKernels.size()>(
         static_cast<std::size_t>(choice.eKernel),
         [&](auto kernel) -> BackendPointer
-        { return std::make_unique<FloatBackend<floatKernels[kernel].traits>>(param, choice); });
+        { return std::make_unique<FloatBackend<engine::floatKernels[kernel].traits>>(param, choice); });
 }
 
 } // namespace narvo

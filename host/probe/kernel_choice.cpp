@@ -8,28 +8,28 @@
 namespace narvo
 {
 
-ChosenKernel ChooseKernel(Kind kind, Direction direction, COptionSet options)
+ChosenKernel ChooseKernel(Kind kind, Direction direction, engine::COptionSet options)
 {
-    using enum KernelOption;
+    using enum engine::KernelOption;
     const bool vertical = direction == Direction_Vertical;
-    const auto select = [](const auto& choices, COptionSet given) -> ChosenKernel
+    const auto select = [](const auto& choices, engine::COptionSet given) -> ChosenKernel
     {
-        const auto& choice = SelectKernel(choices, given);
+        const auto& choice = engine::SelectKernel(choices, given);
         return {choice.pWords, choice.needs | choice.reads};
     };
     switch (kind)
     {
     case Kind_Zone:
-        return select(GetZoneChoices(vertical), options);
+        return select(engine::GetZoneChoices(vertical), options);
     case Kind_Asg:
-        return select(GetAsgZoneChoices(vertical), options);
+        return select(engine::GetAsgZoneChoices(vertical), options);
     case Kind_Pixel:
-        return select(GetPixelChoices(vertical), options);
+        return select(engine::GetPixelChoices(vertical), options);
     case Kind_Float:
         // Flagged float comparisons are those of free-form regions, a kind of their own.
-        return select(GetFloatChoices(vertical), options.Without(Flagged));
+        return select(engine::GetFloatChoices(vertical), options.Without(Flagged));
     case Kind_FreeForm:
-        return select(GetFloatChoices(true), Flagged);
+        return select(engine::GetFloatChoices(true), Flagged);
     case Kind_Trapezium:
         return {"trapezium", {}};
     default:

@@ -9,11 +9,11 @@ namespace narvo
 
 struct ChosenKernel
 {
-    const char* words; ///< "row table"
-    COptionSet uses;   ///< what selects it, and what else it reads
+    const char* words;       ///< "row table"
+    engine::COptionSet uses; ///< what selects it, and what else it reads
 };
 
 /// The kernel of a kind of recipe in a settled direction.
-ChosenKernel ChooseKernel(Kind kind, Direction direction, COptionSet options);
+ChosenKernel ChooseKernel(Kind kind, Direction direction, engine::COptionSet options);
 
 } // namespace narvo

@@ -13,14 +13,14 @@ namespace
 
 BackendPointer MakeBackend(const CConvParam& param, bool asg, std::string& name)
 {
-    switch (ChooseComparison(param, asg))
+    switch (engine::ChooseComparison(param, asg))
     {
-    case Comparison::Zone:
-    case Comparison::AsgZone:
+    case engine::Comparison::Zone:
+    case engine::Comparison::AsgZone:
         return MakeZoneBackend(param, asg, name);
-    case Comparison::Pixel:
+    case engine::Comparison::Pixel:
         return MakePixelBackend(param, name);
-    case Comparison::Float:
+    case engine::Comparison::Float:
         return MakeFloatBackend(param, name);
     default:
         return nullptr;

@@ -83,7 +83,7 @@ void PassReplay::FindPasses(const CConvParam& allowed, int maxBlobs)
             pass.band = static_cast<int>(i);
             pass.number = reruns;
             pass.param = engine.ConvParam;
-            pass.steps = GetBlobSteps(pass.param, ChooseComparison(pass.param, m_asg));
+            pass.steps = engine::GetBlobSteps(pass.param, engine::ChooseComparison(pass.param, m_asg));
             if (reruns > 0)
                 pass.earlier = before[i];
             more = true;
@@ -137,22 +137,22 @@ void PassReplay::Replay(ReplayedPass& pass)
         return;
     pass.replayed = true;
     m_replay.SetConvParam(&pass.param);
-    TraceToPairs(m_replay, ChooseComparison(pass.param, m_asg));
+    engine::TraceToPairs(m_replay, engine::ChooseComparison(pass.param, m_asg));
     const int count = std::min(m_replay.nPairCount, m_replay.nPairSize);
     pass.written.assign(m_replay.pPair, m_replay.pPair + count);
     if (pass.IsDropped())
         return;
     PutBlobs(m_replay, pass.earlier);
-    BuildBlobs(m_replay, pass.steps);
+    engine::BuildBlobs(m_replay, pass.steps);
     pass.judged.assign(m_replay.pPair, m_replay.pPair + count);
     pass.labels.assign(m_replay.pPairLabel, m_replay.pPairLabel + count);
     pass.built = CopyBlobs(m_replay);
 }
 
-CRecordTrace PassReplay::Ask(const ReplayedPass& pass, const CDefectPair& record)
+engine::CRecordTrace PassReplay::Ask(const ReplayedPass& pass, const CDefectPair& record)
 {
-    CRecordTrace trace;
-    if (!TraceRecord(pass.param, pass.steps, record, trace))
+    engine::CRecordTrace trace;
+    if (!engine::TraceRecord(pass.param, pass.steps, record, trace))
         throw HostError({{"memory", "not enough for a record", "more memory"}});
     return trace;
 }
@@ -180,14 +180,14 @@ void PassReplay::FollowBlob(ReplayedPass& pass, int blob)
     BlobStep step;
     step.built = built.rtDefect;
     step.builtArea = built.nPairCount;
-    MergeBlobs(m_replay, first);
+    engine::MergeBlobs(m_replay, first);
     const CDefectBlob* const merged = find();
     if (merged == nullptr)
         throw HostError({{"replay", "lost a blob in merging", "the blobs of the inspection"}});
     step.merged = merged->rtDefect;
     step.mergedArea = merged->nPairCount;
     const CDefectBlob kept = *merged;
-    RemoveGhosts(m_replay, pass.steps, first);
+    engine::RemoveGhosts(m_replay, pass.steps, first);
     if (const CDefectBlob* const left = find())
         pass.final.emplace(blob, *left);
     else

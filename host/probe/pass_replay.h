@@ -32,7 +32,7 @@ struct ReplayedPass
     int band = 0;
     int number = 0;
     CConvParam param;
-    CBlobSteps steps; ///< what becomes of its records
+    engine::CBlobSteps steps; ///< what becomes of its records
     Blobs earlier;
 
     std::unique_ptr<KernelProbe> probe; ///< made when it is asked for
@@ -73,7 +73,7 @@ public:
     /// Records and blobs of the pass.
     void Replay(ReplayedPass& pass);
     /// What the build of the pass says of one of its records. @throws HostError without memory
-    static CRecordTrace Ask(const ReplayedPass& pass, const CDefectPair& record);
+    static engine::CRecordTrace Ask(const ReplayedPass& pass, const CDefectPair& record);
     /// Merging and the search for ghosts, with an eye on one blob of a replayed pass.
     void FollowBlob(ReplayedPass& pass, int blob);
 

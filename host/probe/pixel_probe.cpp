@@ -10,14 +10,14 @@ namespace narvo
 namespace
 {
 
-template <CPixelTraits kTraits>
-BackendPointer MakePixel(const CConvParam& param, const CPixelChoice& choice)
+template <engine::CPixelTraits kTraits>
+BackendPointer MakePixel(const CConvParam& param, const engine::CPixelChoice& choice)
 {
-    return std::make_unique<RuleBackend<CPixelRule<kTraits>, CPixelCall>>(
+    return std::make_unique<RuleBackend<engine::CPixelRule<kTraits>, engine::CPixelCall>>(
         param,
         [&](CPairStorage& store, int* endLine)
         {
-            CPixelCall call = MakePixelCall(store, choice, endLine);
+            engine::CPixelCall call = engine::MakePixelCall(store, choice, endLine);
             if (kTraits.bZeroOutside)
             {
                 call.image.nFilledTop = call.region.nTop;
@@ -31,16 +31,16 @@ BackendPointer MakePixel(const CConvParam& param, const CPixelChoice& choice)
 
 BackendPointer MakePixelBackend(const CConvParam& param, std::string& name)
 {
-    const CPixelChoice& choice = ChoosePixelKernel(param);
-    name = GetKernelRow(choice.eKernel).pWords;
-    return CallWithEntry<pixelKernels.size()>(static_cast<std::size_t>(choice.eKernel),
-                                              [&](auto kernel)
-                                              {
-                                                  constexpr CPixelTraits kTraits = pixelKernels[kernel].traits;
-                                                  return HasFraction(param)
-                                                             ? MakePixel<WithFraction(kTraits)>(param, choice)
-                                                             : MakePixel<kTraits>(param, choice);
-                                              });
+    const engine::CPixelChoice& choice = engine::ChoosePixelKernel(param);
+    name = engine::GetKernelRow(choice.eKernel).pWords;
+    return engine::CallWithEntry<engine::pixelKernels.size()>(
+        static_cast<std::size_t>(choice.eKernel),
+        [&](auto kernel)
+        {
+            constexpr engine::CPixelTraits kTraits = engine::pixelKernels[kernel].traits;
+            return HasFraction(param) ? MakePixel<engine::WithFraction(kTraits)>(param, choice)
+                                      : MakePixel<kTraits>(param, choice);
+        });
 }
 
 } // namespace narvo

@@ -38,7 +38,7 @@ ProbedChain KernelProbe::Backend::MakeChain(int x, int y) const
     {
         ChainLink& link = chain.links.emplace_back();
         link.pixel = Compare(at(along).x, at(along).y, true);
-        const CBands bands = Bands();
+        const engine::CBands bands = Bands();
         const bool last = along > bands.nLastStart && (LastBandFirst() || along >= bands.nFirstEnd);
         link.band = last ? DefectPos_Last : along < bands.nFirstEnd ? DefectPos_First : DefectPos_Middle;
         if (along == place)

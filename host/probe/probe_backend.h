@@ -39,7 +39,7 @@ public:
         return keeps;
     }
 
-    bool Write(const CPairCandidate& candidate)
+    bool Write(const engine::CPairCandidate& candidate)
     {
         const std::int64_t before = m_records.Count();
         const bool settled = m_records.Write(candidate);
@@ -83,7 +83,7 @@ public:
     Backend& operator=(const Backend&) = delete;
 
     virtual int Units() const = 0;
-    virtual CBands Bands() const = 0;
+    virtual engine::CBands Bands() const = 0;
     virtual bool Covers(int x, int y) const = 0;
     virtual ProbedPixel Compare(int x, int y, bool zones) const = 0;
     virtual ProbedChain Pair(int x, int y) const = 0;
@@ -95,14 +95,15 @@ protected:
     virtual bool LastBandFirst() const = 0;
 
     /// Runs the pairing over hits in the kernel's order. owners: for each its link, or -1 for hits of other chains.
-    template <CPairingTraits kPairing, class TRecords>
-    void RunPairing(ProbedChain& chain, const CHitArrays& hits, const std::vector<int>& owners, TRecords& records) const
+    template <engine::CPairingTraits kPairing, class TRecords>
+    void RunPairing(ProbedChain& chain, const engine::CHitArrays& hits, const std::vector<int>& owners,
+                    TRecords& records) const
     {
         for (ChainLink& link : chain.links)
             if (link.pixel.hit)
                 link.fate = link.band == DefectPos_Middle ? HitFate::NoPartner : HitFate::Blocked;
-        PairHits<kPairing>({&hits, static_cast<std::int64_t>(owners.size())}, Bands(),
-                           ListeningRecords<TRecords>(records, chain.links, owners));
+        engine::PairHits<kPairing>({&hits, static_cast<std::int64_t>(owners.size())}, Bands(),
+                                   ListeningRecords<TRecords>(records, chain.links, owners));
         // A middle hit that gave nothing although there is a hit one hop on was blocked by it.
         for (std::size_t i = 0; i + 1 < chain.links.size(); ++i)
             if (chain.links[i].fate == HitFate::NoPartner && chain.links[i + 1].pixel.hit)

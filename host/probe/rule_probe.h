@@ -22,7 +22,7 @@ namespace narvo
 template <class TRule, class TCall>
 class RuleBackend : public KernelProbe::Backend
 {
-    static constexpr CScanTraits kScan = TRule::kScan;
+    static constexpr engine::CScanTraits kScan = TRule::kScan;
 
 public:
     template <class TMakeCall>
@@ -33,14 +33,14 @@ public:
     }
 
     int Units() const override { return 1; }
-    CBands Bands() const override { return m_source.Unit().bands; }
+    engine::CBands Bands() const override { return m_source.Unit().bands; }
     bool Covers(int x, int y) const override { return m_source.Covers(x, y); }
 
     ProbedPixel Compare(int x, int y, bool zones) const override
     {
         ProbedPixel pixel;
         pixel.place = CPoint(x, y);
-        CFoundHit found;
+        engine::CFoundHit found;
         pixel.compared = Find(x, y, zones, pixel, found);
         return pixel;
     }
@@ -49,13 +49,13 @@ public:
     {
         ProbedChain chain = MakeChain(x, y);
         TRule rule(m_call);
-        CPairWriter<TRule> records(rule);
+        engine::CPairWriter<TRule> records(rule);
         std::vector<int> owners;
         for (std::size_t i = 0; i < chain.links.size(); ++i)
         {
             const ChainLink& link = chain.links[i];
             ProbedPixel again;
-            CFoundHit found;
+            engine::CFoundHit found;
             if (!link.pixel.hit || !Find(link.pixel.place.x, link.pixel.place.y, true, again, found))
                 continue;
             if (!rule.Store(static_cast<std::int64_t>(owners.size()), link.pixel.place.x, link.pixel.place.y, found, 0))
@@ -70,7 +70,7 @@ protected:
     bool LastBandFirst() const override { return kScan.bLastBandFirst; }
 
 private:
-    bool Find(int x, int y, bool zones, ProbedPixel& pixel, CFoundHit& found) const
+    bool Find(int x, int y, bool zones, ProbedPixel& pixel, engine::CFoundHit& found) const
     {
         if (!m_source.Covers(x, y))
             return false;
@@ -78,7 +78,7 @@ private:
         if constexpr (requires(const TRule& rule) { rule.FindCell(0, 0); })
             if (zones)
             {
-                const CCellOrigin origin = m_rule.FindCell(x, y);
+                const engine::CCellOrigin origin = m_rule.FindCell(x, y);
                 element = origin.MapElement(x, y, m_call.nMapStride);
                 pixel.skipped = origin.nSkip != 0;
                 pixel.inCell = true;
@@ -88,16 +88,16 @@ private:
         pixel.skipped = pixel.skipped || !m_rule.Inspects(x, y);
         if (!m_source.ComparePlace(x, y, element, found))
             return false;
-        const CPitch16 pitch = m_source.PitchAt(x, y);
+        const engine::CPitch16 pitch = m_source.PitchAt(x, y);
         pixel.source = found.Src();
         pixel.reference = found.Cmp();
         pixel.threshold = found.Threshold();
         pixel.zone = found.Zone();
         if (zones)
             FindThresholdSet(pixel, element);
-        const std::int16_t difference = SaturatedDifference(found.Src(), found.Cmp());
+        const std::int16_t difference = engine::SaturatedDifference(found.Src(), found.Cmp());
         pixel.bright = difference >= 1;
-        pixel.hit = !pixel.skipped && ExceedsThreshold(difference, found.Threshold());
+        pixel.hit = !pixel.skipped && engine::ExceedsThreshold(difference, found.Threshold());
         pixel.pitch16 = static_cast<int>(pitch.nWhole * 16 + pitch.nFraction);
         return true;
     }
@@ -108,19 +108,19 @@ private:
         const auto larger = static_cast<std::uint16_t>(std::max(pixel.source, pixel.reference));
         const auto offer = [&](std::int64_t base, std::int64_t gain)
         {
-            if (pixel.thresholdBase >= 0 || FormThreshold(larger, static_cast<std::uint16_t>(gain),
-                                                          static_cast<std::uint16_t>(base)) != pixel.threshold)
+            if (pixel.thresholdBase >= 0 || engine::FormThreshold(larger, static_cast<std::uint16_t>(gain),
+                                                                  static_cast<std::uint16_t>(base)) != pixel.threshold)
                 return;
             pixel.thresholdBase = static_cast<int>(base);
             pixel.thresholdGain = static_cast<int>(gain);
         };
-        if constexpr (std::is_same_v<TCall, CZoneCall>)
+        if constexpr (std::is_same_v<TCall, engine::CZoneCall>)
         {
             const auto read = [&](const std::int16_t* map) { return map != nullptr ? map[element] : std::int16_t{0}; };
-            if constexpr (kScan.eFind == FindVariant::LinearFloor)
+            if constexpr (kScan.eFind == engine::FindVariant::LinearFloor)
                 return offer(pixel.threshold, 0);
-            const bool upper =
-                kScan.eFind == FindVariant::LinearKnee && m_call.pKneeMap != nullptr && larger > read(m_call.pKneeMap);
+            const bool upper = kScan.eFind == engine::FindVariant::LinearKnee && m_call.pKneeMap != nullptr &&
+                               larger > read(m_call.pKneeMap);
             offer(read(upper ? m_call.pOffsetMap2 : m_call.pOffsetMap),
                   read(upper ? m_call.pGainMap2 : m_call.pGainMap));
         }
@@ -133,7 +133,7 @@ private:
 
     TCall m_call;
     TRule m_rule;
-    mutable CPixelSource<TRule> m_source;
+    mutable engine::CPixelSource<TRule> m_source;
 };
 
 /// Whether the reference lies between pixels.

@@ -10,28 +10,28 @@ namespace narvo
 namespace
 {
 
-template <CZoneTraits kTraits>
-BackendPointer MakeZone(const CConvParam& param, const CZoneChoice& choice, const CZoneCellSize& cell)
+template <engine::CZoneTraits kTraits>
+BackendPointer MakeZone(const CConvParam& param, const engine::CZoneChoice& choice, const engine::CZoneCellSize& cell)
 {
-    return std::make_unique<RuleBackend<CZoneRule<kTraits>, CZoneCall>>(
-        param, [&](CPairStorage& store, int* endLine) { return MakeZoneCall(store, choice, cell, endLine); });
+    return std::make_unique<RuleBackend<engine::CZoneRule<kTraits>, engine::CZoneCall>>(
+        param, [&](CPairStorage& store, int* endLine) { return engine::MakeZoneCall(store, choice, cell, endLine); });
 }
 
 } // namespace
 
 BackendPointer MakeZoneBackend(const CConvParam& param, bool asg, std::string& name)
 {
-    const CZoneChoice& choice = asg ? ChooseAsgZoneKernel(param) : ChooseZoneKernel(param);
-    const CZoneCellSize cell = asg ? GetAsgZoneCellSize(param) : GetZoneCellSize(param);
-    name = GetKernelRow(choice.eKernel).pWords;
-    return CallWithEntry<zoneKernels.size()>(static_cast<std::size_t>(choice.eKernel),
-                                             [&](auto kernel)
-                                             {
-                                                 constexpr CZoneTraits kTraits = zoneKernels[kernel].traits;
-                                                 return HasFraction(param)
-                                                            ? MakeZone<WithFraction(kTraits)>(param, choice, cell)
-                                                            : MakeZone<kTraits>(param, choice, cell);
-                                             });
+    const engine::CZoneChoice& choice = asg ? engine::ChooseAsgZoneKernel(param) : engine::ChooseZoneKernel(param);
+    const engine::CZoneCellSize cell = asg ? engine::GetAsgZoneCellSize(param) : engine::GetZoneCellSize(param);
+    name = engine::GetKernelRow(choice.eKernel).pWords;
+    return engine::CallWithEntry<engine::zoneKernels.size()>(
+        static_cast<std::size_t>(choice.eKernel),
+        [&](auto kernel)
+        {
+            constexpr engine::CZoneTraits kTraits = engine::zoneKernels[kernel].traits;
+            return HasFraction(param) ? MakeZone<engine::WithFraction(kTraits)>(param, choice, cell)
+                                      : MakeZone<kTraits>(param, choice, cell);
+        });
 }
 
 } // namespace narvo

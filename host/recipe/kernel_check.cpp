@@ -17,36 +17,37 @@ constexpr int nGreyLimitOf9 = 227;
 /// The field of an option, and how to say that it is set and that it is not.
 struct OptionName
 {
-    KernelOption option;
+    engine::KernelOption option;
     const char* field;
     const char* given;
     const char* neutral;
 };
 
 constexpr OptionName optionNames[] = {
-    {KernelOption::ConvPitches, "tables.conv_pitch", "given", "left out"},
-    {KernelOption::ScanPitches, "tables.scan_pitch", "given", "left out"},
-    {KernelOption::Extended, "kernel.extended", "true", "false"},
-    {KernelOption::CrossShift, "kernel.cross_shift", "nonzero", "0"},
-    {KernelOption::NoLineBuffer, "kernel.line_buffer", "false", "true"},
-    {KernelOption::TwoSegment, "kernel.two_segment", "true", "false"},
-    {KernelOption::Flagged, "zones.skip", "given", "left out"},
-    {KernelOption::Average, "kernel.average_2by2", "true", "false"},
-    {KernelOption::ZoneTables, "kernel.zone_tables", "true", "false"},
-    {KernelOption::SecondSet, "kernel.dark_base", "above 0", "0"},
-    {KernelOption::ClassPitch, "kernel.class_pitch", "nonzero", "0"},
-    {KernelOption::ClassIds, "zones.class_image", "given", "left out"},
-    {KernelOption::DeadZones, "dead_zones", "given", "left out"},
-    {KernelOption::Twice, "twice.pitch", "nonzero", "0"},
-    {KernelOption::NoSingles, "keep_singles", "false", "true"},
-    {KernelOption::Window6, "window", "area of 6 pixels", "2 by 2 pixels"},
-    {KernelOption::Window9, "window", "3 by 3 pixels", "2 by 2 pixels"},
+    {engine::KernelOption::ConvPitches, "tables.conv_pitch", "given", "left out"},
+    {engine::KernelOption::ScanPitches, "tables.scan_pitch", "given", "left out"},
+    {engine::KernelOption::Extended, "kernel.extended", "true", "false"},
+    {engine::KernelOption::CrossShift, "kernel.cross_shift", "nonzero", "0"},
+    {engine::KernelOption::NoLineBuffer, "kernel.line_buffer", "false", "true"},
+    {engine::KernelOption::TwoSegment, "kernel.two_segment", "true", "false"},
+    {engine::KernelOption::Flagged, "zones.skip", "given", "left out"},
+    {engine::KernelOption::Average, "kernel.average_2by2", "true", "false"},
+    {engine::KernelOption::ZoneTables, "kernel.zone_tables", "true", "false"},
+    {engine::KernelOption::SecondSet, "kernel.dark_base", "above 0", "0"},
+    {engine::KernelOption::ClassPitch, "kernel.class_pitch", "nonzero", "0"},
+    {engine::KernelOption::ClassIds, "zones.class_image", "given", "left out"},
+    {engine::KernelOption::DeadZones, "dead_zones", "given", "left out"},
+    {engine::KernelOption::Twice, "twice.pitch", "nonzero", "0"},
+    {engine::KernelOption::NoSingles, "keep_singles", "false", "true"},
+    {engine::KernelOption::Window6, "window", "area of 6 pixels", "2 by 2 pixels"},
+    {engine::KernelOption::Window9, "window", "3 by 3 pixels", "2 by 2 pixels"},
 };
 
-COptionSet OptionsOf(const Recipe& recipe)
+engine::COptionSet OptionsOf(const Recipe& recipe)
 {
-    using enum KernelOption;
-    const auto set = [](KernelOption option, bool given) { return given ? COptionSet(option) : COptionSet(); };
+    using enum engine::KernelOption;
+    const auto set = [](engine::KernelOption option, bool given)
+    { return given ? engine::COptionSet(option) : engine::COptionSet(); };
     const int area = HasZones(recipe) ? 0 : recipe.windowWidth * recipe.windowHeight;
     const bool classIds =
         !recipe.classImage.IsEmpty() || (recipe.maps != nullptr && recipe.maps->IsSet(RegionMaps::Map_Class));
@@ -87,9 +88,10 @@ void CheckKernel(const Recipe& recipe, Direction direction, Problems& found)
     CheckTableDirection(recipe, direction, found);
     // The kernels down the image leave the column table to the verification.
     const bool verified = direction == Direction_Vertical && VerifiesByTables(recipe, VerifyAlong_X);
-    const COptionSet given = OptionsOf(recipe).Without(verified ? COptionSet(KernelOption::ConvPitches) : COptionSet());
+    const engine::COptionSet given = OptionsOf(recipe).Without(
+        verified ? engine::COptionSet(engine::KernelOption::ConvPitches) : engine::COptionSet());
     const ChosenKernel chosen = ChooseKernel(recipe.GetKind(), direction, given);
-    const COptionSet ignored = given.Without(chosen.uses);
+    const engine::COptionSet ignored = given.Without(chosen.uses);
     for (const OptionName& name : optionNames)
         if (ignored.Has(name.option))
             AddOnce({name.field, name.given,
@@ -105,7 +107,7 @@ void CheckKernel(const Recipe& recipe, Direction direction, Problems& found)
                          direction == Direction_Vertical ? "2 by 3 pixels, since the direction is vertical"
                                                          : "3 by 2 pixels, since the direction is horizontal"});
     // 144 units a grey level: a greater difference would leave the 16-bit lanes and not count as a hit.
-    if (recipe.GetKind() == Kind_Float && given.Has(KernelOption::Window9) && recipe.greyLimit > nGreyLimitOf9)
+    if (recipe.GetKind() == Kind_Float && given.Has(engine::KernelOption::Window9) && recipe.greyLimit > nGreyLimitOf9)
         found.push_back({"grey_limit", std::to_string(recipe.greyLimit),
                          "at most " + std::to_string(nGreyLimitOf9) + " where the window is 3 by 3 pixels"});
     if (recipe.GetKind() == Kind_Asg && direction == Direction_Horizontal && recipe.zoneMultipleX != recipe.multipleX)

@@ -4,7 +4,7 @@
 
 #include "narvoassem/base/truncate.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Pitches that the engine passes on, in pixels: their 1/16 form and sums with it fit an int.
@@ -34,4 +34,4 @@ inline int ToShift16(float fPitch)
     return IsPitchUsable(fPitch) ? static_cast<int>(fPitch * 16.0F) : 0;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -22,7 +22,7 @@ void NoteFork()
 
 } // namespace
 
-bool narvo::IsForkedChild()
+bool narvo::engine::IsForkedChild()
 {
     return bForked;
 }

@@ -2,10 +2,10 @@
 // called fork alone lives on, and the OpenMP runtime does not know: it would wait for the others for ever.
 #pragma once
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Whether threads of the OpenMP runtime must not be counted on.
 bool IsForkedChild();
 
-} // namespace narvo
+} // namespace narvo::engine

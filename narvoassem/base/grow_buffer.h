@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <type_traits>
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Keeps its block between uses, so that a second like use allocates nothing.
@@ -60,4 +60,4 @@ private:
     std::size_t m_nCapacity = 0;
 };
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -8,7 +8,7 @@
 
 #include "narvoassem/base/image_view.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// The row of an image of nRows rows that row y counts as.
@@ -63,4 +63,4 @@ inline const std::uint8_t* ReadRow(const CImageView& image, std::int64_t x, std:
     return pCopy;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

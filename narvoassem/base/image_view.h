@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <limits>
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// nRows is the image's height where it is known (calls through the engine): reads outside follow the rule of
@@ -22,4 +22,4 @@ struct CImageView
     bool IsFilled(std::int64_t y) const { return nFilledTop <= y && y < nFilledBottom; }
 };
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -8,17 +8,17 @@ thread_local bool bNoted = false;
 
 } // namespace
 
-void narvo::NoteMemoryShortage()
+void narvo::engine::NoteMemoryShortage()
 {
     bNoted = true;
 }
 
-void narvo::ClearMemoryShortage()
+void narvo::engine::ClearMemoryShortage()
 {
     bNoted = false;
 }
 
-bool narvo::HadMemoryShortage()
+bool narvo::engine::HadMemoryShortage()
 {
     return bNoted;
 }

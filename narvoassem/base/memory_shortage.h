@@ -2,7 +2,7 @@
 // for it. Code that falls back to a slower way with the same result has nothing to tell.
 #pragma once
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Notes on the calling thread that part of the region was not looked at for want of memory.
@@ -12,4 +12,4 @@ void ClearMemoryShortage();
 /// Whether it has been noted on the calling thread since it was last cleared.
 bool HadMemoryShortage();
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -10,7 +10,7 @@
 #include "narvoassem/convparam.h"
 #include "narvoassem/narvostrg.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// An image addressed by row and column, positions outside by the rule of image_read.h. Without an image all is 0.
@@ -57,4 +57,4 @@ TElement ReadPer16(const TElement* pTable, int nPos, int nLength)
     return pTable[std::clamp(nPos, 0, std::max(nLength - 1, 0)) / 16];
 }
 
-} // namespace narvo
+} // namespace narvo::engine

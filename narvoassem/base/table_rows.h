@@ -6,7 +6,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Whether the rows are those of the entries 0 .. eCount - 1, in order; pEntry is a row's entry.
@@ -34,4 +34,4 @@ auto CallWithEntry(std::size_t nEntry, const TFunction& function)
     (std::make_index_sequence<nEntries>());
 }
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -8,7 +8,7 @@
 /// What the C++ runtime knows this library or program by, so that it is not unloaded under a registered function.
 extern "C" __attribute__((visibility("hidden"))) void* __dso_handle; // NOLINT(bugprone-reserved-identifier)
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// The calling thread's TObject. It is made at the first use and ends with the thread. A use after that makes it anew:
@@ -43,4 +43,4 @@ private:
     static inline thread_local bool m_bAlive = false;
 };
 
-} // namespace narvo
+} // namespace narvo::engine

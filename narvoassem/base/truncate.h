@@ -3,7 +3,7 @@
 
 #include <climits>
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Truncates toward zero; values beyond an int give its nearest end, what is not a number gives 0.
@@ -18,4 +18,4 @@ inline int TruncateToInt(double dValue)
     return static_cast<int>(dValue);
 }
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-namespace narvo
+namespace narvo::engine
 {
 
 constexpr int WrapAdd(int a, int b)
@@ -46,4 +46,4 @@ constexpr unsigned char LowByte(int a)
     return static_cast<unsigned char>(static_cast<std::uint32_t>(a) & 0xFFU);
 }
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-namespace narvo
+namespace narvo::engine
 {
 
 void FillKernelCall(CKernelCall& call, CPairStorage& store, int* pEndLine)
@@ -60,4 +60,4 @@ void FinishBlobs(CBlobStorage& store, const CBlobSteps& steps, int nFirstBlob)
     RemoveGhosts(store, steps, nFirstBlob);
 }
 
-} // namespace narvo
+} // namespace narvo::engine

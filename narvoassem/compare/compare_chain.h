@@ -4,7 +4,7 @@
 #include "narvoassem/blobstorage.h"
 #include "narvoassem/fast/call/kernel_call.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Fills image, region, stores, limits, tables and the end line's place from the engine. Distances and pParam are the
@@ -35,4 +35,4 @@ void RemoveGhosts(CBlobStorage& store, const CBlobSteps& steps, int nFirstBlob);
 /// All three, or none where the pairs are dropped.
 void FinishBlobs(CBlobStorage& store, const CBlobSteps& steps, int nFirstBlob);
 
-} // namespace narvo
+} // namespace narvo::engine

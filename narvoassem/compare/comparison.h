@@ -3,7 +3,7 @@
 
 #include "narvoassem/convparam.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 enum class Comparison
@@ -44,4 +44,4 @@ inline Comparison ChooseAsgComparison(const CConvParam& param)
     return param.pThresholdOffsetMap != nullptr ? Comparison::AsgZone : Comparison::Pixel;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -7,7 +7,9 @@
 #include "narvoassem/modes/side_modes.h"
 #include "narvoassem/narvoassem.h"
 
-namespace narvo
+using namespace narvo::engine;
+
+namespace narvo::engine
 {
 namespace
 {
@@ -76,34 +78,34 @@ CBlobSteps GetBlobSteps(const CConvParam& param, Comparison eComparison)
     return {.bVertical = param.nDirection == 1, .bLimited = param.nDirection == 1};
 }
 
-} // namespace narvo
+} // namespace narvo::engine
 
 int CNarvoAssem::Compare_Zone2()
 {
-    return narvo::Compare(*this, narvo::Comparison::Zone);
+    return Compare(*this, Comparison::Zone);
 }
 
 int CNarvoAssem::Compare_ASGZone()
 {
-    return narvo::Compare(*this, narvo::Comparison::AsgZone);
+    return Compare(*this, Comparison::AsgZone);
 }
 
 int CNarvoAssem::Compare_Pixel()
 {
-    return narvo::Compare(*this, narvo::Comparison::Pixel);
+    return Compare(*this, Comparison::Pixel);
 }
 
 int CNarvoAssem::Compare_Float()
 {
-    return narvo::Compare(*this, narvo::Comparison::Float);
+    return Compare(*this, Comparison::Float);
 }
 
 int CNarvoAssem::BinalizeInspection()
 {
-    return narvo::Compare(*this, narvo::Comparison::Binarise);
+    return Compare(*this, Comparison::Binarise);
 }
 
 int CNarvoAssem::CompareAverage()
 {
-    return narvo::Compare(*this, narvo::Comparison::Average);
+    return Compare(*this, Comparison::Average);
 }

@@ -8,7 +8,7 @@
 
 class CNarvoAssem;
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Whether the comparison makes two passes, each with blob steps of its own: it has no single steps then.
@@ -21,4 +21,4 @@ int RunComparison(CNarvoAssem& engine, Comparison eComparison, int& nEndLine);
 /// What becomes of its pairs.
 CBlobSteps GetBlobSteps(const CConvParam& param, Comparison eComparison);
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstdint>
 
+using namespace narvo::engine;
+
 namespace
 {
 
@@ -19,7 +21,7 @@ void ResizeCleared(CScratchArray<TElement>& array, int nCount)
 
 void CNarvoAssem::ResetConBuff(int& nSize)
 {
-    const int nCount = narvo::CountConBuff(nSize);
+    const int nCount = CountConBuff(nSize);
     ResizeCleared(ConBuffComp, nCount);
     ResizeCleared(ConBuffComp2, nCount);
 }

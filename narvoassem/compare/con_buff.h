@@ -7,7 +7,7 @@
 
 #include "narvoassem/narvoassem.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Elements of a strip buffer for nSize, which becomes 1 when it is below: 16 for each of nSize + 32. A count beyond
@@ -28,4 +28,4 @@ inline void SizeConBuff(CNarvoAssem& engine, int nSize)
     engine.ConBuffComp2.Resize(nCount);
 }
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -7,7 +7,7 @@
 #include "narvoassem/compare/freeform_driver.h"
 #include "narvoassem/narvoassem.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 const CFloatChoice& ChooseFloatKernel(const CConvParam& param)
@@ -56,4 +56,4 @@ int RunFloat(CNarvoAssem& engine, int& nEndLine)
     return RunFloatKernel(choice.eKernel, MakeFloatCall(engine, choice, &nEndLine));
 }
 
-} // namespace narvo
+} // namespace narvo::engine

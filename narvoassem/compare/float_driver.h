@@ -7,7 +7,7 @@
 
 class CNarvoAssem;
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// The choice of Compare_Float. The window's area chooses the kernel, its shape does not. Only an nDirection of exactly
@@ -24,4 +24,4 @@ CFloatCall MakeFloatCall(CPairStorage& store, const CFloatChoice& choice, int* p
 /// Runs what Compare_Float chooses. @return the new pair count
 int RunFloat(CNarvoAssem& engine, int& nEndLine);
 
-} // namespace narvo
+} // namespace narvo::engine

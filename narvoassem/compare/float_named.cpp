@@ -7,9 +7,7 @@
 #include "narvoassem/fast/float/float_table.h"
 #include "narvoassem/narvoassem.h"
 
-using narvo::CFloatCall;
-using narvo::FloatKernel;
-using narvo::RunFloatKernel;
+using namespace narvo::engine;
 
 // Arguments of the shared lists keep the names of the public header, which are those of the stores' members too.
 #pragma GCC diagnostic ignored "-Wshadow"
@@ -20,7 +18,7 @@ int CNarvoAssem::ConvFloatVert_Intrin(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VERT_TA
 {
     CFloatCall call;
     NARVO_TAKE_FLOAT_ARGUMENTS(call);
-    narvo::BoundByEngine(call, ConvParam);
+    BoundByEngine(call, ConvParam);
     call.pParam = &ConvParam;
     return RunFloatKernel(FloatKernel::VertIntrin, call);
 }
@@ -30,7 +28,7 @@ int CNarvoAssem::ConvFloatVTD_Intrin(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VTD_TAIL
 {
     CFloatCall call;
     NARVO_TAKE_FLOAT_ARGUMENTS(call);
-    narvo::BoundByEngine(call, ConvParam);
+    BoundByEngine(call, ConvParam);
     call.pScanPitchTable = pScanPitchTable;
     call.nVtdPitch16 = nPitch16Second;
     call.pParam = &ConvParam;
@@ -41,10 +39,10 @@ NARVO_PUBLIC_NAME(FloatKernel::VertRegion, ConvFloatVJF_Intrin);
 int CNarvoAssem::ConvFloatVJF_Intrin(CRect rtRegion, int& nEndLine)
 {
     CFloatCall call;
-    narvo::FillKernelCall(call, *this, &nEndLine);
+    FillKernelCall(call, *this, &nEndLine);
     call.region = {rtRegion.left, rtRegion.top, rtRegion.right, rtRegion.bottom};
     call.hits.nCount = 0;
-    call.nPitch16 = narvo::ToRoundedPitch16(ConvParam.GetRealScanPitch());
+    call.nPitch16 = ToRoundedPitch16(ConvParam.GetRealScanPitch());
     call.first = {ConvParam.nThreshold, ConvParam.nThresholdGain};
     call.pParam = &ConvParam;
     call.pStore = this;
@@ -52,6 +50,6 @@ int CNarvoAssem::ConvFloatVJF_Intrin(CRect rtRegion, int& nEndLine)
     return RunFloatKernel(FloatKernel::VertRegion, call);
 }
 
-static_assert(narvo::HasPublicNames<narvo::floatKernels, narvo::KernelHome::Engine>());
+static_assert(HasPublicNames<floatKernels, KernelHome::Engine>());
 
-static_assert(narvo::HasPublicNames<narvo::floatKernels, narvo::KernelHome::Protected>());
+static_assert(HasPublicNames<floatKernels, KernelHome::Protected>());

@@ -13,12 +13,10 @@
 #include "narvoassem/fast/scan/scan_scratch.h"
 #include "narvoassem/narvoassem.h"
 
+using namespace narvo::engine;
+
 namespace
 {
-
-using narvo::WrapAdd;
-using narvo::WrapMul;
-using narvo::WrapSub;
 
 /// One call over one region.
 class CFloatColumns
@@ -27,11 +25,11 @@ public:
     CFloatColumns(CNarvoAssem& assem, const CRect& rtRegion)
         : m_assem(assem), m_param(assem.ConvParam),
           m_rt(rtRegion), m_image{m_param.pImage, m_param.nImageWidth, m_param.nImageHeight},
-          m_sums(narvo::GetScanScratch().lineSums[0]), m_nPairs(assem.nPairCount)
+          m_sums(GetScanScratch().lineSums[0]), m_nPairs(assem.nPairCount)
     {
         const double dPitch = m_param.GetRealScanPitch();
-        m_nWhole = narvo::TruncateToInt(dPitch);
-        m_nHop = narvo::TruncateToInt(dPitch + 0.5); // rounds the real value, unlike the fixed-point kernels
+        m_nWhole = TruncateToInt(dPitch);
+        m_nHop = TruncateToInt(dPitch + 0.5); // rounds the real value, unlike the fixed-point kernels
         m_dFar = dPitch - m_nWhole;
         m_dNear = 1.0 - m_dFar;
         m_nFillEnd = m_rt.bottom - 1;
@@ -52,7 +50,7 @@ public:
             return m_nPairs;
         if (!m_sums.Reserve(static_cast<std::size_t>(std::max(m_rt.Height(), 0)) + 1))
         {
-            narvo::NoteMemoryShortage();
+            NoteMemoryShortage();
             nEndLine = m_rt.left;
             return m_nPairs;
         }
@@ -122,10 +120,10 @@ private:
     /// @return false when the pair array is full
     bool PairHits()
     {
-        narvo::CSearchCursor cursor;
+        CSearchCursor cursor;
         for (int i = 0; i < m_nHits; ++i)
         {
-            if (narvo::IsOutOfPlay(m_assem.pPixelType[i]))
+            if (IsOutOfPlay(m_assem.pPixelType[i]))
                 continue;
             const int y = m_assem.pPixelY[i];
             const int nTarget = WrapAdd(y, m_nHop);
@@ -140,7 +138,7 @@ private:
             const std::int64_t j = cursor.nNext;
             if (j < m_nHits && m_assem.pPixelY[j] == nTarget)
             {
-                if (narvo::IsOutOfPlay(m_assem.pPixelType[j]) || m_assem.pPixelType[j] == m_assem.pPixelType[i])
+                if (IsOutOfPlay(m_assem.pPixelType[j]) || m_assem.pPixelType[j] == m_assem.pPixelType[i])
                     continue;
                 if (Write(bInFirst ? DefectPos_First : DefectPos_Middle, DefectPair_Paired, j, nTarget, false))
                 {
@@ -192,8 +190,8 @@ private:
     CNarvoAssem& m_assem;
     const CConvParam& m_param;
     CRect m_rt;
-    narvo::CImageView m_image;
-    narvo::CGrowBuffer<std::uint16_t>& m_sums;
+    CImageView m_image;
+    CGrowBuffer<std::uint16_t>& m_sums;
     int m_nWhole;
     int m_nHop;
     double m_dNear;

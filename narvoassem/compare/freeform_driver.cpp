@@ -11,6 +11,8 @@
 #include "narvoassem/fast/pixel/pixel_table.h"
 #include "narvoassem/narvoassem.h"
 
+using namespace narvo::engine;
+
 namespace
 {
 
@@ -81,10 +83,10 @@ int CNarvoAssem::Inspect_FreeForm(int& nEndLine)
 
 int CNarvoAssem::Inspect_FreeFormMask(int& nEndLine)
 {
-    return narvo::InspectFreeFormMask(*this, nEndLine);
+    return InspectFreeFormMask(*this, nEndLine);
 }
 
-int narvo::InspectFreeFormMask(CNarvoAssem& engine, int& nEndLine)
+int narvo::engine::InspectFreeFormMask(CNarvoAssem& engine, int& nEndLine)
 {
     const CConvParam& param = engine.ConvParam;
     const int nFirstPair = engine.nPairCount;

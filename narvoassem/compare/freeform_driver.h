@@ -3,10 +3,10 @@
 
 class CNarvoAssem;
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// As CNarvoAssem::Inspect_FreeFormMask.
 int InspectFreeFormMask(CNarvoAssem& engine, int& nEndLine);
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -8,7 +8,7 @@
 #include "narvoassem/compare/pixel_twice.h"
 #include "narvoassem/narvoassem.h"
 
-namespace narvo
+namespace narvo::engine
 {
 namespace
 {
@@ -62,4 +62,4 @@ void RunPixelTwice(CNarvoAssem& engine, int& nEndLine)
                                       {param.nTwiceThreshold, param.nTwiceThresholdGain});
 }
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -7,7 +7,7 @@
 
 class CNarvoAssem;
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// The choice of Compare_Pixel. Only an nDirection of exactly 1 is vertical.
@@ -21,4 +21,4 @@ int RunPixel(CNarvoAssem& engine, int& nEndLine);
 /// Runs both passes to their blobs.
 void RunPixelTwice(CNarvoAssem& engine, int& nEndLine);
 
-} // namespace narvo
+} // namespace narvo::engine

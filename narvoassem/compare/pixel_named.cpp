@@ -7,9 +7,7 @@
 #include "narvoassem/fast/pixel/pixel_table.h"
 #include "narvoassem/narvoassem.h"
 
-using narvo::CPixelCall;
-using narvo::PixelKernel;
-using narvo::RunPixelKernel;
+using namespace narvo::engine;
 
 // Arguments of the shared lists keep the names of the public header, which are those of the stores' members too.
 #pragma GCC diagnostic ignored "-Wshadow"
@@ -20,7 +18,7 @@ int CNarvoAssem::ConvPixel_Intrin(NARVO_PIXEL_ARGUMENTS, int* pEndLine)
 {
     CPixelCall call;
     NARVO_TAKE_PIXEL_ARGUMENTS(call);
-    narvo::BoundByEngine(call, ConvParam);
+    BoundByEngine(call, ConvParam);
     return RunPixelKernel(PixelKernel::HoriIntrin, call);
 }
 
@@ -30,7 +28,7 @@ int CNarvoAssem::ConvPixelVertS_Intrin(NARVO_PIXEL_ARGUMENTS, short* pStripBuffe
 {
     CPixelCall call;
     NARVO_TAKE_PIXEL_ARGUMENTS(call);
-    narvo::BoundByEngine(call, ConvParam);
+    BoundByEngine(call, ConvParam);
     call.second = {ConvParam.nBlackFilterGray, ConvParam.nBlackFilterGain};
     call.pParam = &ConvParam;
     return RunPixelKernel(PixelKernel::VertIntrin, call);
@@ -42,7 +40,7 @@ int CNarvoAssem::ConvPixelVTDS_Intrin(NARVO_PIXEL_VTD_ARGUMENTS, short* pStripBu
 {
     CPixelCall call;
     NARVO_TAKE_PIXEL_ARGUMENTS(call);
-    narvo::BoundByEngine(call, ConvParam);
+    BoundByEngine(call, ConvParam);
     call.pScanPitchTable = pScanPitchTable;
     call.second = {ConvParam.nBlackFilterGray, ConvParam.nBlackFilterGain};
     call.pParam = &ConvParam;
@@ -54,9 +52,8 @@ int CNarvoAssem::ConvPixel_Intrin_Twice(NARVO_PIXEL_ARGUMENTS, int* pEndLine, st
 {
     CPixelCall call;
     NARVO_TAKE_PIXEL_ARGUMENTS(call);
-    narvo::BoundByEngine(call, ConvParam);
-    return narvo::RunPixelTwice(*this, PixelKernel::HoriIntrin, call, nTwicePitch16,
-                                {nTwiceThreshold, nTwiceThresholdGain});
+    BoundByEngine(call, ConvParam);
+    return RunPixelTwice(*this, PixelKernel::HoriIntrin, call, nTwicePitch16, {nTwiceThreshold, nTwiceThresholdGain});
 }
 
 int CNarvoAssem::ConvPixelVertS_Intrin_Twice(NARVO_PIXEL_ARGUMENTS, short* pStripBuffer, int* pEndLine,
@@ -65,11 +62,10 @@ int CNarvoAssem::ConvPixelVertS_Intrin_Twice(NARVO_PIXEL_ARGUMENTS, short* pStri
 {
     CPixelCall call;
     NARVO_TAKE_PIXEL_ARGUMENTS(call);
-    narvo::BoundByEngine(call, ConvParam);
+    BoundByEngine(call, ConvParam);
     call.second = {ConvParam.nBlackFilterGray, ConvParam.nBlackFilterGain};
     call.pParam = &ConvParam;
-    return narvo::RunPixelTwice(*this, PixelKernel::VertIntrin, call, nTwicePitch16,
-                                {nTwiceThreshold, nTwiceThresholdGain});
+    return RunPixelTwice(*this, PixelKernel::VertIntrin, call, nTwicePitch16, {nTwiceThreshold, nTwiceThresholdGain});
 }
 
-static_assert(narvo::HasPublicNames<narvo::pixelKernels, narvo::KernelHome::Engine>());
+static_assert(HasPublicNames<pixelKernels, KernelHome::Engine>());

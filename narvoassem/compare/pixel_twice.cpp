@@ -8,7 +8,7 @@
 #include "narvoassem/fast/pixel/pixel_table.h"
 #include "narvoassem/narvoassem.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 namespace
@@ -81,4 +81,4 @@ int RunPixelTwice(CNarvoAssem& assem, PixelKernel eKernel, const CPixelCall& cal
     return nAfterSecond;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -7,7 +7,7 @@
 
 class CNarvoAssem;
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Runs the kernel with the call's own pitch and first set, then with the second ones, drops pairs of the second pass
@@ -16,4 +16,4 @@ namespace narvo
 int RunPixelTwice(CNarvoAssem& assem, PixelKernel eKernel, const CPixelCall& call, std::int64_t nTwicePitch16,
                   const CThresholdSet& twice);
 
-} // namespace narvo
+} // namespace narvo::engine

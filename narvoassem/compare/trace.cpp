@@ -3,7 +3,7 @@
 
 #include "narvoassem/narvoassem.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 Comparison ChooseComparison(const CConvParam& param, bool bAsg)
@@ -35,4 +35,4 @@ bool TraceRecord(const CConvParam& param, const CBlobSteps& steps, const CDefect
     return true;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

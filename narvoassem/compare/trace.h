@@ -9,7 +9,7 @@
 
 class CNarvoAssem;
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// The comparison that an inspection of a rectangle makes, or with bAsg an ASG inspection.
@@ -30,4 +30,4 @@ struct CRecordTrace
 /// @return false without memory for a record
 bool TraceRecord(const CConvParam& param, const CBlobSteps& steps, const CDefectPair& record, CRecordTrace& trace);
 
-} // namespace narvo
+} // namespace narvo::engine

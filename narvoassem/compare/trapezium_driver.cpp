@@ -9,7 +9,7 @@
 namespace
 {
 
-using namespace narvo;
+using namespace narvo::engine;
 
 void FillCall(CTrapeziumCall& call, CPairStorage& store)
 {

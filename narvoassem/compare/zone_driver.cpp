@@ -10,7 +10,7 @@
 #include "narvoassem/compare/con_buff.h"
 #include "narvoassem/narvoassem.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 const CZoneChoice& ChooseZoneKernel(const CConvParam& param)
@@ -82,4 +82,4 @@ int RunZone(CNarvoAssem& engine, bool bAsg, int& nEndLine)
     return RunZoneKernel(choice.eKernel, MakeZoneCall(engine, choice, cell, &nEndLine));
 }
 
-} // namespace narvo
+} // namespace narvo::engine

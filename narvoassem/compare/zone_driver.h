@@ -7,7 +7,7 @@
 
 class CNarvoAssem;
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// The choice of Compare_Zone2. Every nDirection but 0 is vertical.
@@ -33,4 +33,4 @@ CZoneCall MakeZoneCall(CPairStorage& store, const CZoneChoice& choice, const CZo
 /// Runs the kernel of Compare_Zone2 or Compare_ASGZone. @return the new pair count
 int RunZone(CNarvoAssem& engine, bool bAsg, int& nEndLine);
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -5,9 +5,7 @@
 #include "narvoassem/fast/zone/zone_table.h"
 #include "narvoassem/narvoassem.h"
 
-using narvo::CZoneCall;
-using narvo::RunZoneKernel;
-using narvo::ZoneKernel;
+using namespace narvo::engine;
 
 // Arguments of the shared lists keep the names of the public header, which are those of the stores' members too.
 #pragma GCC diagnostic ignored "-Wshadow"
@@ -19,7 +17,7 @@ int CNarvoAssem::ConvZoneVert2S_Intrin(NARVO_ZONE_ARGUMENTS, short* pStripBuffer
 {
     CZoneCall call;
     NARVO_TAKE_ZONE_ARGUMENTS(call);
-    narvo::BoundByEngine(call, ConvParam);
+    BoundByEngine(call, ConvParam);
     call.pParam = &ConvParam;
     return RunZoneKernel(ZoneKernel::Vert2S, call);
 }
@@ -30,7 +28,7 @@ int CNarvoAssem::ConvZoneVert2S_TSP_Intrin(NARVO_ZONE_ARGUMENTS, short* pStripBu
 {
     CZoneCall call;
     NARVO_TAKE_ZONE_ARGUMENTS(call);
-    narvo::BoundByEngine(call, ConvParam);
+    BoundByEngine(call, ConvParam);
     call.pParam = &ConvParam;
     return RunZoneKernel(ZoneKernel::Vert2STsp, call);
 }
@@ -41,7 +39,7 @@ int CNarvoAssem::ConvZoneVert2S_BlackFilter(NARVO_ZONE_ARGUMENTS, short* pStripB
 {
     CZoneCall call;
     NARVO_TAKE_ZONE_ARGUMENTS(call);
-    narvo::BoundByEngine(call, ConvParam);
+    BoundByEngine(call, ConvParam);
     call.pParam = &ConvParam;
     return RunZoneKernel(ZoneKernel::Vert2SBlack, call);
 }
@@ -52,11 +50,11 @@ int CNarvoAssem::ConvZoneVTD_Intrin(NARVO_ZONE_VTD_ARGUMENTS, std::int64_t nVtdP
 {
     CZoneCall call;
     NARVO_TAKE_ZONE_ARGUMENTS(call);
-    narvo::BoundByEngine(call, ConvParam);
+    BoundByEngine(call, ConvParam);
     call.pScanPitchTable = pScanPitchTable;
     call.nVtdPitch16 = nVtdPitch16;
     call.pParam = &ConvParam;
     return RunZoneKernel(ZoneKernel::VtdIntrin, call);
 }
 
-static_assert(narvo::HasPublicNames<narvo::zoneKernels, narvo::KernelHome::Engine>());
+static_assert(HasPublicNames<zoneKernels, KernelHome::Engine>());

@@ -7,6 +7,8 @@
 #include "narvoassem/base/wrap_int.h"
 #include "narvoassem/narvoassem.h"
 
+using namespace narvo::engine;
+
 namespace
 {
 
@@ -16,9 +18,9 @@ constexpr int nSubEngines = 4;
 int ScreenAverage(CConvParam& param)
 {
     if (param.nBlackFilterGray > 0)
-        param.nBlackFilterGray = narvo::WrapSub(0, param.nBlackFilterGray);
+        param.nBlackFilterGray = WrapSub(0, param.nBlackFilterGray);
     if (param.nThreshold < 0)
-        param.nThreshold = narvo::WrapSub(0, param.nThreshold);
+        param.nThreshold = WrapSub(0, param.nThreshold);
     if (param.nThreshold < 1 || param.nBlackFilterGray > -1)
         return InspectCode_BadParameter;
     if (param.rtInspect.Width() < param.nAverageParam1 || param.rtInspect.Height() < param.nAverageParam1)

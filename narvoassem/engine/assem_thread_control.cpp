@@ -7,6 +7,8 @@
 #include "narvoassem/engine/band_plan.h"
 #include "narvoassem/narvoassem.h"
 
+using namespace narvo::engine;
+
 CAssemThreadControl::CAssemThreadControl() : nAssemCount(0), nAssemCapacity(0), pAssem(nullptr)
 {
 }
@@ -37,7 +39,7 @@ int CAssemThreadControl::Inspect(int nIndex, CConvParam* pParam)
         return InspectCode_BadParameter;
     if (pParam->pZoneOriginTable != nullptr)
     {
-        const int nEntry = narvo::FindBandEntry(*pParam);
+        const int nEntry = FindBandEntry(*pParam);
         if (nEntry < 0)
             return InspectCode_BadParameter;
         pParam->pZoneOriginTable += std::ptrdiff_t{2} * nEntry;

@@ -7,7 +7,7 @@
 #include "narvoassem/base/wrap_int.h"
 #include "narvoassem/engine/check_bounds.h"
 
-namespace narvo
+namespace narvo::engine
 {
 namespace
 {
@@ -75,4 +75,4 @@ int FindBandEntry(const CConvParam& param)
     return -1;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

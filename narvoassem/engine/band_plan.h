@@ -4,7 +4,7 @@
 #include "narvoassem/compare/comparison.h"
 #include "narvoassem/convparam.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// The bands of one region; the parameter block must outlive it.
@@ -33,4 +33,4 @@ private:
 /// before it. Records count as two ints, also where flagged records have three. @return -1 when the row has none
 int FindBandEntry(const CConvParam& param);
 
-} // namespace narvo
+} // namespace narvo::engine

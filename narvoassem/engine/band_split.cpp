@@ -10,26 +10,28 @@
 #include "narvoassem/engine/band_plan.h"
 #include "narvoassem/engine/check_bounds.h"
 
+using namespace narvo::engine;
+
 namespace
 {
 
 /// Runs one band. Its answer is not looked at, as the interface has it: the guard has been asked before the fork,
 /// coverage shows in the sum of pairs, and lack of memory in what is handed back.
 /// @return whether part of the band was not looked at for want of memory
-bool RunBand(CAssemThreadControl& pool, const narvo::CBandPlan& plan, int nBand)
+bool RunBand(CAssemThreadControl& pool, const CBandPlan& plan, int nBand)
 {
     CConvParam band = plan.MakeBand(nBand);
-    narvo::ClearMemoryShortage();
+    ClearMemoryShortage();
     pool.Inspect(nBand, &band);
-    return narvo::HadMemoryShortage();
+    return HadMemoryShortage();
 }
 
 /// Runs all bands, each on a thread of its own where there are threads to be had. @return as RunBand, for any of them
-bool RunBands(CAssemThreadControl& pool, const narvo::CBandPlan& plan)
+bool RunBands(CAssemThreadControl& pool, const CBandPlan& plan)
 {
     const int nBands = plan.GetCount();
     bool bShortage = false;
-    if (narvo::IsForkedChild())
+    if (IsForkedChild())
     {
         for (int i = 0; i < nBands; ++i)
             bShortage = RunBand(pool, plan, i) || bShortage;
@@ -58,26 +60,26 @@ int CNarvoAssem::Inspect_RectThread(CConvParam* pParam)
 {
     if (pThreadControl == nullptr || pParam == nullptr)
         return InspectCode_BadParameter;
-    const narvo::CBandPlan plan(*pParam, pThreadControl->GetCount());
+    const CBandPlan plan(*pParam, pThreadControl->GetCount());
     if (plan.GetCount() < 1)
         return Inspect_Rect(pParam);
 
     ResetNarvoAssem();
-    const narvo::Comparison eComparison = narvo::ChooseComparison(*pParam);
-    if (eComparison != narvo::Comparison::None &&
-        (!narvo::HasStores(*this) || !narvo::IsInBounds(*pParam, eComparison) || !plan.IsReadable(eComparison)))
+    const Comparison eComparison = ChooseComparison(*pParam);
+    if (eComparison != Comparison::None &&
+        (!HasStores(*this) || !IsInBounds(*pParam, eComparison) || !plan.IsReadable(eComparison)))
         return InspectCode_BadParameter;
 
     bool bShortage = RunBands(*pThreadControl, plan);
-    narvo::ClearMemoryShortage();
+    ClearMemoryShortage();
     for (int i = 0; i < plan.GetCount(); ++i)
     {
         CNarvoAssem* const pBand = pThreadControl->GetAssem(i);
         dBlobTime = std::max(dBlobTime, pBand->dBlobTime);
         dInspectTime = std::max(dInspectTime, pBand->dInspectTime);
-        nPairCount = narvo::WrapAdd(nPairCount, pBand->nPairCount);
+        nPairCount = WrapAdd(nPairCount, pBand->nPairCount);
         ReadBlob(pBand);
     }
-    bShortage = bShortage || narvo::HadMemoryShortage();
+    bShortage = bShortage || HadMemoryShortage();
     return nPairCount > nPairSize || bShortage ? InspectCode_Partial : InspectCode_Done;
 }

@@ -11,7 +11,7 @@
 #include "narvoassem/inspectcode.h"
 #include "narvoassem/storage/filters/filter_walk.h"
 
-namespace narvo
+namespace narvo::engine
 {
 namespace
 {
@@ -163,4 +163,4 @@ int CheckBounds(const CPairStorage& store, Comparison eComparison)
     return IsInBounds(store.ConvParam, eComparison) ? InspectCode_Done : InspectCode_BadParameter;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

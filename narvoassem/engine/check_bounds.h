@@ -5,7 +5,7 @@
 #include "narvoassem/compare/comparison.h"
 #include "narvoassem/pairstorage.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Whether the stores that a comparison writes to have memory.
@@ -24,4 +24,4 @@ bool IsInBounds(const CConvParam& param, Comparison eComparison);
 /// @return 1 or 8
 int CheckBounds(const CPairStorage& store, Comparison eComparison);
 
-} // namespace narvo
+} // namespace narvo::engine

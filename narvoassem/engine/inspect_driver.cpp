@@ -11,10 +11,10 @@
 #include "narvoassem/engine/check_bounds.h"
 #include "narvoassem/stopwatch.h"
 
+using namespace narvo::engine;
+
 namespace
 {
-
-using narvo::Comparison;
 
 /// The parameter checks of the engine's direction, vertical for an nDirection of exactly 1. @return 1 or 8
 int CheckDirection(CNarvoAssem& engine)
@@ -28,7 +28,7 @@ int CheckDirection(CNarvoAssem& engine)
 /// The code of a call that ran to its end with nResult.
 int GetFinalResult(const CNarvoAssem& engine, int nResult)
 {
-    return engine.nPairCount > engine.nPairSize || narvo::HadMemoryShortage() ? InspectCode_Partial : nResult;
+    return engine.nPairCount > engine.nPairSize || HadMemoryShortage() ? InspectCode_Partial : nResult;
 }
 
 /// Runs a comparison to its blobs. @return its end line
@@ -64,7 +64,7 @@ int RunWithoutSingles(CNarvoAssem& engine, Comparison eComparison)
     // Set before the guard looks: they decide what is read.
     engine.ConvParam.bKeepSingle = 0;
     engine.ConvParam.nFilterMode = 1;
-    if (const int nResult = narvo::CheckBounds(engine, eComparison); nResult != InspectCode_Done)
+    if (const int nResult = CheckBounds(engine, eComparison); nResult != InspectCode_Done)
         return nResult;
     Compare(engine, eComparison);
     return GetFinalResult(engine, InspectCode_Done);
@@ -90,7 +90,7 @@ struct CPassState
           pOriginTable(engine.ConvParam.pZoneOriginTable), nBlobCount(engine.nBlobCount)
     {
         for (int i = 0; i < nBlobCount; ++i)
-            nBlobPairs = narvo::WrapAdd(nBlobPairs, engine.pBlob[i].nPairCount);
+            nBlobPairs = WrapAdd(nBlobPairs, engine.pBlob[i].nPairCount);
     }
     bool operator==(const CPassState& other) const = default;
 };
@@ -139,8 +139,8 @@ private:
         for (std::size_t i = 0; i < std::size(runningCounters); ++i)
         {
             int& nCounter = engine.*runningCounters[i];
-            const int nEachRound = narvo::WrapSub(nCounter, m_nCounters[i]);
-            nCounter = narvo::WrapAdd(nCounter, narvo::WrapMul(static_cast<int>(nRounds), nEachRound));
+            const int nEachRound = WrapSub(nCounter, m_nCounters[i]);
+            nCounter = WrapAdd(nCounter, WrapMul(static_cast<int>(nRounds), nEachRound));
         }
     }
 
@@ -158,7 +158,7 @@ int CNarvoAssem::Inspect_Rect(CConvParam* pParam)
         return InspectCode_BadParameter;
     CStopWatch watch;
     watch.Start();
-    narvo::ClearMemoryShortage();
+    ClearMemoryShortage();
     SetConvParam(pParam);
 
     // One pass a round. The first pass alone can refuse the call: a refusal later on only ends the re-runs, since
@@ -170,11 +170,11 @@ int CNarvoAssem::Inspect_Rect(CConvParam* pParam)
         const bool bFirstPass = nResult == InspectCode_Done;
         ResetPixelStorage();
         ResetPairStorage();
-        const Comparison eComparison = narvo::ChooseComparison(ConvParam);
+        const Comparison eComparison = ChooseComparison(ConvParam);
         const bool bChecked = ConvParam.nInspectMode != 2 && ConvParam.nInspectMode != 3;
         int nCheck = bChecked ? CheckDirection(*this) : InspectCode_Done;
         if (nCheck == InspectCode_Done)
-            nCheck = narvo::CheckBounds(*this, eComparison);
+            nCheck = CheckBounds(*this, eComparison);
         if (nCheck != InspectCode_Done)
         {
             if (bFirstPass)
@@ -218,10 +218,10 @@ int CNarvoAssem::Inspect_ASG(CConvParam* pParam)
 {
     if (pParam == nullptr)
         return InspectCode_BadParameter;
-    narvo::ClearMemoryShortage();
+    ClearMemoryShortage();
     SetConvParam(pParam);
     ResetNarvoAssem();
-    const Comparison eComparison = narvo::ChooseAsgComparison(ConvParam);
+    const Comparison eComparison = ChooseAsgComparison(ConvParam);
     return RunWithoutSingles(*this, eComparison);
 }
 
@@ -229,7 +229,7 @@ int CNarvoAssem::Inspect_Trapezium(CConvParam* pParam)
 {
     if (pParam == nullptr)
         return InspectCode_BadParameter;
-    narvo::ClearMemoryShortage();
+    ClearMemoryShortage();
     SetConvParam(pParam);
     ResetNarvoAssem();
     return RunWithoutSingles(*this, Comparison::Trapezium);

@@ -11,6 +11,8 @@
 #include "narvoassem/base/memory_shortage.h"
 #include "narvoassem/base/wrap_int.h"
 
+using namespace narvo::engine;
+
 namespace
 {
 
@@ -31,7 +33,7 @@ public:
     /// Takes the next rectangle; pBefore is the one before it in the region, null for the first.
     void Add(const CRect& rt, const CRect* pBefore)
     {
-        const int nHeight = narvo::WrapAbs(rt.Height());
+        const int nHeight = WrapAbs(rt.Height());
         if (nHeight >= nThinBand)
         {
             if (m_nGathered == 0)
@@ -49,7 +51,7 @@ public:
             if (m_pSlot[m_nGroup].IsRectEmpty())
                 m_pSlot[m_nGroup] = rt;
         }
-        else if (pBefore != nullptr && narvo::WrapSub(rt.top, pBefore->bottom) > nThinBand)
+        else if (pBefore != nullptr && WrapSub(rt.top, pBefore->bottom) > nThinBand)
         {
             OpenNext(rt);
         }
@@ -89,7 +91,7 @@ private:
 /// The answer of a call that could not have the memory it needs.
 int FailWithoutMemory()
 {
-    narvo::NoteMemoryShortage();
+    NoteMemoryShortage();
     return 0;
 }
 

@@ -5,6 +5,8 @@
 
 #include "narvoassem/base/truncate.h"
 
+using namespace narvo::engine;
+
 namespace
 {
 
@@ -12,7 +14,7 @@ namespace
 int FindCell(double dOffset, double dCell)
 {
     const double dIndex = dOffset / dCell;
-    return narvo::TruncateToInt(dOffset < 0.0 ? dIndex - 1.0 : dIndex);
+    return TruncateToInt(dOffset < 0.0 ? dIndex - 1.0 : dIndex);
 }
 
 } // namespace
@@ -46,6 +48,6 @@ void CGammaPoint::FindOrigin(int* pTable, int nColumns, int nX, int nY, double d
             return;
         }
     }
-    x = narvo::TruncateToInt(x0 + dCellWidth * nColumn);
-    y = narvo::TruncateToInt(y0 + dCellHeight * nRow);
+    x = TruncateToInt(x0 + dCellWidth * nColumn);
+    y = TruncateToInt(y0 + dCellHeight * nRow);
 }

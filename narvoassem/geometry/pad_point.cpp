@@ -3,13 +3,10 @@
 
 #include "narvoassem/base/wrap_int.h"
 
+using namespace narvo::engine;
+
 namespace
 {
-
-using narvo::WrapAdd;
-using narvo::WrapDiv;
-using narvo::WrapMul;
-using narvo::WrapSub;
 
 /// Where the line from (nFromAlong, nFrom) to (nToAlong, nTo) meets the ordinate nAt; nFrom and nTo differ. The first
 /// of each pair is the coordinate asked for.

@@ -6,12 +6,10 @@
 
 #include "narvoassem/base/wrap_int.h"
 
+using namespace narvo::engine;
+
 namespace
 {
-
-using narvo::WrapAdd;
-using narvo::WrapMul;
-using narvo::WrapSub;
 
 /// (nIndex) modulo nCount, never negative: an index into the vertices for any offset.
 int WrapIndex(std::int64_t nIndex, int nCount)

@@ -5,6 +5,8 @@
 
 #include "narvoassem/base/wrap_int.h"
 
+using namespace narvo::engine;
+
 int CTrapezium::GetTop() const
 {
     return ptCorner[0].y;
@@ -23,7 +25,7 @@ CTrapezium* CTrapezium::GetSelfTrapezium()
 void CTrapezium::OffsetPlus(int dx, int dy)
 {
     for (CPadPoint& pt : ptCorner)
-        pt.SetPoint(narvo::WrapAdd(pt.x, dx), narvo::WrapAdd(pt.y, dy));
+        pt.SetPoint(WrapAdd(pt.x, dx), WrapAdd(pt.y, dy));
 }
 
 void CTrapezium::ChangeAxis()

@@ -10,13 +10,10 @@
 #include "narvoassem/base/truncate.h"
 #include "narvoassem/base/wrap_int.h"
 
+using namespace narvo::engine;
+
 namespace
 {
-
-using narvo::WrapAdd;
-using narvo::WrapDiv;
-using narvo::WrapMul;
-using narvo::WrapSub;
 
 /// A distance down the image (up where negative): whole rows and weights in 1/16 of the two rows it falls between.
 struct CRowStep
@@ -28,8 +25,8 @@ struct CRowStep
 
 CRowStep MakeRowStep(double dPitch)
 {
-    const int nRows = narvo::TruncateToInt(dPitch);
-    const int nFar = narvo::TruncateToInt((dPitch - nRows) * 16 + 0.5);
+    const int nRows = TruncateToInt(dPitch);
+    const int nFar = TruncateToInt((dPitch - nRows) * 16 + 0.5);
     return {nRows, 16 - nFar, nFar};
 }
 
@@ -38,7 +35,7 @@ CRowStep MakeRowStep(double dPitch)
 bool HasExtent(const CConvParam& param, double dPitch)
 {
     constexpr int nWindowLimit = 1023;
-    return param.pImage != nullptr && narvo::IsPitchUsable(dPitch) && param.nConvWidth <= nWindowLimit &&
+    return param.pImage != nullptr && IsPitchUsable(dPitch) && param.nConvWidth <= nWindowLimit &&
            param.nConvHeight <= nWindowLimit;
 }
 
@@ -81,7 +78,7 @@ private:
     {
         // Without a known height the address stands as it is.
         const std::int64_t nAddress =
-            m_nRows > 0 ? narvo::NearestAddress(x, y, m_nStride, m_nRows, m_nLast) : y * m_nStride + x;
+            m_nRows > 0 ? NearestAddress(x, y, m_nStride, m_nRows, m_nLast) : y * m_nStride + x;
         return std::min<int>(m_pImage[nAddress], m_nLimit);
     }
 
@@ -157,7 +154,7 @@ void CASGInspection::SetPixelData(int x, int y, int nValue, int /*nIgnored*/)
     pPixelX[nIndex] = x;
     pPixelY[nIndex] = y;
     pPixelType[nIndex] = nValue > 0 ? 0 : 1;
-    pPeak[nIndex] = static_cast<short>(narvo::WrapAbs(nValue));
+    pPeak[nIndex] = static_cast<short>(WrapAbs(nValue));
     // The pointer moves, not the count: the next index comes from the next int of the host's array.
     ++pPixelCount;
 }
@@ -170,7 +167,7 @@ int CASGInspection::InsertPairing(int x, int y, int nValue, int /*nThreshold*/, 
     CDefectPair& pair = pParing[nParingCnt];
     pair.nDefectPair = DefectPair_Paired;
     pair.nDefectType = nValue < 1 ? DefectType_Bright : DefectType_Dark;
-    pair.nPeak = narvo::WrapAbs(nValue);
+    pair.nPeak = WrapAbs(nValue);
     pair.ptDefect = CPoint(x, y);
     pair.nSrcGray = nSrc;
     pair.nCmpGray = nCmp;
@@ -210,7 +207,7 @@ void CASGInspection::VConvolutionConvC(CConvParam* pParam)
                 const int nLower = WrapSub(0, nThreshold);
                 if (!(nFirst > nThreshold && nSecond > nThreshold) && !(nFirst < nLower && nSecond < nLower))
                     continue;
-                const int nValue = narvo::WrapAbs(nFirst) > narvo::WrapAbs(nSecond) ? nFirst : nSecond;
+                const int nValue = WrapAbs(nFirst) > WrapAbs(nSecond) ? nFirst : nSecond;
                 if (InsertPairing(WrapAdd(static_cast<int>(x), WrapDiv(pParam->nConvWidth, 2)),
                                   WrapAdd(static_cast<int>(y), WrapDiv(pParam->nConvHeight, 2)), nValue, nThreshold,
                                   nSum, nSecondSum) == 0)

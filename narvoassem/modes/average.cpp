@@ -7,7 +7,7 @@
 #include "narvoassem/base/memory_shortage.h"
 #include "narvoassem/modes/side_modes.h"
 
-int narvo::RunAverage(CNarvoAssem& engine, int& nEndLine)
+int narvo::engine::RunAverage(CNarvoAssem& engine, int& nEndLine)
 {
     CConvParam& param = engine.ConvParam;
     nEndLine = param.rtInspect.bottom;

@@ -11,10 +11,10 @@
 #include "narvoassem/base/wrap_int.h"
 #include "narvoassem/modes/average_rows.h"
 
+using namespace narvo::engine;
+
 namespace
 {
-
-using narvo::CWindowSpan;
 
 /// 64-bit arithmetic that wraps: absurd thresholds and windows must not trap.
 std::int64_t Multiply(std::int64_t a, std::int64_t b)
@@ -39,7 +39,7 @@ public:
     {
         if (nDefectFilter == 0)
             return;
-        m_nBack = narvo::WrapMul(narvo::WrapDiv(nBackFilter, nDefectFilter), nDefectFilter);
+        m_nBack = WrapMul(WrapDiv(nBackFilter, nDefectFilter), nDefectFilter);
         m_nArea = Multiply(m_nBack, m_nBack);
         m_nScale = m_nArea / Multiply(m_nDefect, m_nDefect);
     }
@@ -53,8 +53,8 @@ public:
     {
         std::int64_t nBackSum = 0;
         std::int64_t nDefectSum = 0;
-        GetFilterSum(CPoint(x, y), nBackSum, m_pIntegral, narvo::WrapAdd(m_rtOrigin.right, 1), m_rtOrigin, m_nBack);
-        GetFilterSum(CPoint(x, y), nDefectSum, m_pIntegral, narvo::WrapAdd(m_rtOrigin.right, 1), m_rtOrigin, m_nDefect);
+        GetFilterSum(CPoint(x, y), nBackSum, m_pIntegral, WrapAdd(m_rtOrigin.right, 1), m_rtOrigin, m_nBack);
+        GetFilterSum(CPoint(x, y), nDefectSum, m_pIntegral, WrapAdd(m_rtOrigin.right, 1), m_rtOrigin, m_nDefect);
         nDefectSum = Multiply(nDefectSum, m_nScale);
         if (nDefectSum > Multiply(m_nGrayLimit, m_nArea))
             return false;
@@ -68,27 +68,27 @@ public:
         pair.nDefectPair = DefectPair_Paired;
         pair.nDefectType = bDark ? DefectType_Dark : DefectType_Bright;
         pair.nPeak = static_cast<int>((bDark ? nBelow : nAbove) / m_nArea);
-        pair.ptDefect = CPoint(narvo::WrapAdd(m_rtRegion.left, x), narvo::WrapAdd(m_rtRegion.top, y));
+        pair.ptDefect = CPoint(WrapAdd(m_rtRegion.left, x), WrapAdd(m_rtRegion.top, y));
         pair.nSrcGray = static_cast<int>(nDefectSum / m_nArea);
         pair.nCmpGray = static_cast<int>(nBackSum / m_nArea);
         pair.nZoneIndex = 0;
-        pair.nThreshold = bDark ? narvo::WrapAbs(m_nDarkThreshold) : m_nBrightThreshold;
+        pair.nThreshold = bDark ? WrapAbs(m_nDarkThreshold) : m_nBrightThreshold;
         return true;
     }
 
     /// False when the sums of whole rows could leave 31 bits: then only TestPixel will do.
     bool HasRows() const
     {
-        return m_nDefect >= 1 && m_nBack >= 1 && m_nArea <= INT32_MAX / nUseful &&
-               m_rtOrigin.right <= narvo::nSumWidthLimit && m_rtOrigin.bottom <= narvo::nSumHeightLimit;
+        return m_nDefect >= 1 && m_nBack >= 1 && m_nArea <= INT32_MAX / nUseful && m_rtOrigin.right <= nSumWidthLimit &&
+               m_rtOrigin.bottom <= nSumHeightLimit;
     }
     /// The same test for whole rows in 32 bits; the window columns are left to the caller.
     template <typename TSum>
-    narvo::CAverageRow<TSum> MakeRow() const
+    CAverageRow<TSum> MakeRow() const
     {
         const auto scale = [this](int nLimit)
         { return static_cast<std::int32_t>(std::clamp(nLimit, -nUseful, nUseful) * m_nArea); };
-        narvo::CAverageRow<TSum> row{};
+        CAverageRow<TSum> row{};
         row.nWidth = m_rtOrigin.right;
         row.nBack = m_nBack;
         row.nDefect = m_nDefect;
@@ -174,14 +174,14 @@ void ScanPlain(const CRegionPixels& pixels, std::int64_t* pIntegral, const CAver
 /// Working memory of a scan. Each thread keeps its own, so that a second like call allocates nothing.
 struct CAverageScratch
 {
-    narvo::CGrowBuffer<std::uint32_t> ring;
-    narvo::CGrowBuffer<std::uint32_t> low;
-    narvo::CGrowBuffer<std::uint32_t> columns;
+    CGrowBuffer<std::uint32_t> ring;
+    CGrowBuffer<std::uint32_t> low;
+    CGrowBuffer<std::uint32_t> columns;
 };
 
 CAverageScratch& GetScratch()
 {
-    return narvo::CThreadMemory<CAverageScratch>::Get();
+    return CThreadMemory<CAverageScratch>::Get();
 }
 
 /// Table and tests row by row: while one row of the table is built, the row above its windows is tested, so that the
@@ -192,16 +192,16 @@ template <typename TSum>
 class CAverageScan
 {
 public:
-    CAverageScan(const CRegionPixels& pixels, std::int64_t* pIntegral, const narvo::CAverageRow<TSum>& row)
+    CAverageScan(const CRegionPixels& pixels, std::int64_t* pIntegral, const CAverageRow<TSum>& row)
         : m_pixels(pixels), m_pIntegral(pIntegral), m_row(row),
-          m_nRing(std::min(pixels.nHeight, 2 * (row.nBack / 2) + 3)), m_nStride(pixels.nWidth + 1 + narvo::nSumRowSlack)
+          m_nRing(std::min(pixels.nHeight, 2 * (row.nBack / 2) + 3)), m_nStride(pixels.nWidth + 1 + nSumRowSlack)
     {
         static_assert(alignof(TSum) <= alignof(std::uint32_t));
         CAverageScratch& scratch = GetScratch();
         m_pRing = reinterpret_cast<TSum*>(TakeCleared(scratch.ring, (m_nRing + 1) * m_nStride * sizeof(TSum)));
         m_pLow = TakeCleared(scratch.low, m_nStride * sizeof(std::uint32_t));
         m_pColumns = reinterpret_cast<std::int32_t*>(
-            TakeCleared(scratch.columns, 2 * narvo::GetColumnEntries(pixels.nWidth, nRun) * sizeof(std::int32_t)));
+            TakeCleared(scratch.columns, 2 * GetColumnEntries(pixels.nWidth, nRun) * sizeof(std::int32_t)));
     }
 
     bool HasMemory() const { return m_pRing != nullptr && m_pLow != nullptr && m_pColumns != nullptr; }
@@ -226,28 +226,28 @@ public:
                 MoveWindow(defect, defectEnd, m_row.defect);
                 if (back.nTo == backEnd.nTo && defect.nTo == defectEnd.nTo)
                     break;
-                narvo::CAverageRow<TSum> filling = m_row;
+                CAverageRow<TSum> filling = m_row;
                 filling.nDark = INT32_MIN;
                 filling.nBright = INT32_MAX;
-                narvo::CColumnCursor cursor = GetCursor();
+                CColumnCursor cursor = GetCursor();
                 for (std::int64_t x = 0; x < nWidth; x += nRun)
-                    narvo::FindAverageHits(filling, x, std::min(x + nRun, nWidth), cursor, nColumns);
+                    FindAverageHits(filling, x, std::min(x + nRun, nWidth), cursor, nColumns);
             }
             const bool bBuild = y + 1 < nHeight && GetReach(y + 1) > m_nBuilt;
-            narvo::CSumRow<TSum> row = bBuild ? OpenRow() : narvo::CSumRow<TSum>{};
-            narvo::CColumnCursor cursor = GetCursor();
+            CSumRow<TSum> row = bBuild ? OpenRow() : CSumRow<TSum>{};
+            CColumnCursor cursor = GetCursor();
             for (std::int64_t x = 0; x < nWidth; x += nRun)
             {
                 const std::int64_t nTo = std::min(x + nRun, nWidth);
                 if (bBuild)
-                    narvo::AppendSums(row, nTo);
-                const std::int64_t nHits = narvo::FindAverageHits(m_row, x, nTo, cursor, nColumns);
+                    AppendSums(row, nTo);
+                const std::int64_t nHits = FindAverageHits(m_row, x, nTo, cursor, nColumns);
                 for (std::int64_t i = 0; i < nHits && sink.IsOpen(); ++i)
                     sink.TakePixel(test, nColumns[i], static_cast<int>(y));
             }
         }
         BuildTo(nHeight);
-        narvo::FinishSumRows();
+        FinishSumRows();
     }
 
 private:
@@ -255,7 +255,7 @@ private:
     static constexpr std::int64_t nRun = 512;
 
     /// nBytes of a buffer, cleared, on a cache line's start; null without memory.
-    static std::uint32_t* TakeCleared(narvo::CGrowBuffer<std::uint32_t>& buffer, std::int64_t nBytes)
+    static std::uint32_t* TakeCleared(CGrowBuffer<std::uint32_t>& buffer, std::int64_t nBytes)
     {
         constexpr std::size_t nLineWords = 16;
         const auto nWords = static_cast<std::size_t>((nBytes + 3) / 4);
@@ -271,21 +271,18 @@ private:
 
     CWindowSpan GetSpan(std::int64_t y, std::int64_t nSize) const
     {
-        return narvo::FindWindowSpan(y, nSize, 0, m_pixels.nHeight);
+        return FindWindowSpan(y, nSize, 0, m_pixels.nHeight);
     }
     /// Rows of the table that the windows of row y need; the defect window lies within the other.
     std::int64_t GetReach(std::int64_t y) const { return GetSpan(y, m_row.nBack).nTo; }
 
-    narvo::CColumnCursor GetCursor() const
-    {
-        return {m_pColumns, m_pColumns + narvo::GetColumnEntries(m_pixels.nWidth, nRun)};
-    }
+    CColumnCursor GetCursor() const { return {m_pColumns, m_pColumns + GetColumnEntries(m_pixels.nWidth, nRun)}; }
 
     /// The next row of the table, none of it built.
-    narvo::CSumRow<TSum> OpenRow()
+    CSumRow<TSum> OpenRow()
     {
-        narvo::CSumRow<TSum> row{m_pixels.GetRow(m_nBuilt), m_pixels.nWidth, GetRow(m_nBuilt), m_pLow,
-                                 m_pIntegral + (m_nBuilt + 1) * (m_pixels.nWidth + 1)};
+        CSumRow<TSum> row{m_pixels.GetRow(m_nBuilt), m_pixels.nWidth, GetRow(m_nBuilt), m_pLow,
+                          m_pIntegral + (m_nBuilt + 1) * (m_pixels.nWidth + 1)};
         row.pTable[0] = 0;
         ++m_nBuilt;
         return row;
@@ -295,13 +292,13 @@ private:
     {
         while (m_nBuilt < nRow)
         {
-            narvo::CSumRow<TSum> row = OpenRow();
-            narvo::AppendSums(row, m_pixels.nWidth);
+            CSumRow<TSum> row = OpenRow();
+            AppendSums(row, m_pixels.nWidth);
         }
     }
 
     /// Moves each end of a window down by one row where it is not at its place yet.
-    void MoveWindow(CWindowSpan& span, const CWindowSpan& end, narvo::CWindowMove<TSum>& move) const
+    void MoveWindow(CWindowSpan& span, const CWindowSpan& end, CWindowMove<TSum>& move) const
     {
         const TSum* pNone = m_pRing + m_nRing * m_nStride;
         move.pEnter = span.nTo < end.nTo ? GetRow(span.nTo++) : pNone;
@@ -310,7 +307,7 @@ private:
 
     CRegionPixels m_pixels;
     std::int64_t* m_pIntegral;
-    narvo::CAverageRow<TSum> m_row;
+    CAverageRow<TSum> m_row;
     std::int64_t m_nBuilt = 0; ///< rows of the table that stand or are under construction, the row of zeros apart
     std::int64_t m_nRing;      ///< rows kept: the reach of a window, the row that leaves it, the row under construction
     std::int64_t m_nStride;    ///< entries per row
@@ -335,8 +332,8 @@ bool ScanRows(const CRegionPixels& pixels, std::int64_t* pIntegral, const CAvera
 void GetFilterSum(CPoint ptPixel, std::int64_t& n64Sum, const std::int64_t* pIntegral, int nIntegralWidth,
                   const CRect& rtROIABS, int nFilterSize)
 {
-    const CWindowSpan column = narvo::FindWindowSpan(ptPixel.x, nFilterSize, rtROIABS.left, rtROIABS.right);
-    const CWindowSpan row = narvo::FindWindowSpan(ptPixel.y, nFilterSize, rtROIABS.top, rtROIABS.bottom);
+    const CWindowSpan column = FindWindowSpan(ptPixel.x, nFilterSize, rtROIABS.left, rtROIABS.right);
+    const CWindowSpan row = FindWindowSpan(ptPixel.y, nFilterSize, rtROIABS.top, rtROIABS.bottom);
     const auto getCell = [=](std::int64_t x, std::int64_t y) { return pIntegral[y * nIntegralWidth + x]; };
     n64Sum = getCell(column.nTo, row.nTo) + getCell(column.nFrom, row.nFrom) - getCell(column.nFrom, row.nTo) -
              getCell(column.nTo, row.nFrom);
@@ -357,7 +354,7 @@ int CompareAverageROI(unsigned char* pImage, std::int64_t* pIntegral, int nImage
     const CRegionPixels pixels{pImage + std::int64_t{rtInspect->top} * nImagePitch + rtInspect->left, nImagePitch,
                                rtInspect->Width(), rtInspect->Height()};
     CAverageSink sink(pPair, nPairCount, nPairSize);
-    const bool bDone = test.HasRows() && (test.GetBackSize() <= narvo::nShortWindowLimit
+    const bool bDone = test.HasRows() && (test.GetBackSize() <= nShortWindowLimit
                                               ? ScanRows<std::uint16_t>(pixels, pIntegral, test, sink)
                                               : ScanRows<std::uint32_t>(pixels, pIntegral, test, sink));
     if (!bDone)

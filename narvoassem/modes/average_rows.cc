@@ -14,7 +14,7 @@
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
-namespace narvo
+namespace narvo::engine
 {
 namespace HWY_NAMESPACE
 {
@@ -378,11 +378,11 @@ std::int64_t FindLongHits(const CAverageRow<std::uint32_t>& row, std::int64_t nF
 
 } // namespace
 } // namespace HWY_NAMESPACE
-} // namespace narvo
+} // namespace narvo::engine
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace narvo
+namespace narvo::engine
 {
 
 namespace
@@ -421,5 +421,5 @@ std::int64_t FindAverageHits(const CAverageRow<std::uint32_t>& row, std::int64_t
     return HWY_DYNAMIC_DISPATCH(FindLongHits)(row, nFrom, nTo, cursor, pColumns);
 }
 
-} // namespace narvo
+} // namespace narvo::engine
 #endif

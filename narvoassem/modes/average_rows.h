@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Columns or rows of a window: [nFrom, nTo).
@@ -107,4 +107,4 @@ std::int64_t FindAverageHits(const CAverageRow<std::uint16_t>& row, std::int64_t
 std::int64_t FindAverageHits(const CAverageRow<std::uint32_t>& row, std::int64_t nFrom, std::int64_t nTo,
                              CColumnCursor& cursor, std::int32_t* pColumns);
 
-} // namespace narvo
+} // namespace narvo::engine

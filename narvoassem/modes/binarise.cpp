@@ -9,6 +9,8 @@
 #include "narvoassem/modes/binarise_row.h"
 #include "narvoassem/modes/side_modes.h"
 
+using namespace narvo::engine;
+
 namespace
 {
 
@@ -39,8 +41,8 @@ struct CBandSink
         pair.nDefectType = DefectType_Dark;
         pair.nSrcGray = pRow[x];
         pair.nCmpGray = nHighGray;
-        pair.nPeak = narvo::WrapSub(nHighGray, narvo::WrapAbs(narvo::WrapSub(pair.nSrcGray, nHighGray)));
-        pair.ptDefect = CPoint(narvo::WrapAdd(ptFirst.x, static_cast<int>(x)), ptFirst.y);
+        pair.nPeak = WrapSub(nHighGray, WrapAbs(WrapSub(pair.nSrcGray, nHighGray)));
+        pair.ptDefect = CPoint(WrapAdd(ptFirst.x, static_cast<int>(x)), ptFirst.y);
         pair.nZoneIndex = 0;
         pair.nThreshold = nHighGray;
         ++nCount;
@@ -50,7 +52,7 @@ struct CBandSink
 
 } // namespace
 
-int narvo::RunBinarise(CNarvoAssem& engine, int& nEndLine)
+int narvo::engine::RunBinarise(CNarvoAssem& engine, int& nEndLine)
 {
     const CConvParam& param = engine.ConvParam;
     return engine.BinalizeInspection(param.pImage, 0, param.nThreshold, param.rtInspect, param.nImageWidth,
@@ -77,7 +79,7 @@ int CNarvoAssem::BinalizeInspection(unsigned char* pImage, int nLowGray, int nHi
     {
         sink.pRow = pImage + std::int64_t{y} * nImagePitch + rtInspect.left;
         sink.ptFirst.y = y;
-        if (narvo::FindBandPixels(sink.pRow, nColumns, nFirst, nGrays, CBandSink::TakeHits, &sink) == 0)
+        if (FindBandPixels(sink.pRow, nColumns, nFirst, nGrays, CBandSink::TakeHits, &sink) == 0)
         {
             nEndLine = y;
             break;

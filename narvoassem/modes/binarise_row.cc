@@ -10,7 +10,7 @@
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
-namespace narvo
+namespace narvo::engine
 {
 namespace HWY_NAMESPACE
 {
@@ -104,11 +104,11 @@ int FindBandPixels(const std::uint8_t* pPixels, std::int64_t nCount, int nFirst,
 
 } // namespace
 } // namespace HWY_NAMESPACE
-} // namespace narvo
+} // namespace narvo::engine
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace narvo
+namespace narvo::engine
 {
 
 namespace
@@ -122,5 +122,5 @@ int FindBandPixels(const std::uint8_t* pPixels, std::int64_t nCount, int nFirst,
     return HWY_DYNAMIC_DISPATCH(FindBandPixels)(pPixels, nCount, nFirst, nGrays, pHits, pContext);
 }
 
-} // namespace narvo
+} // namespace narvo::engine
 #endif

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Tests nCount pixels, a multiple of 16, for nFirst <= grey < nFirst + nGrays (nGrays 1 to 254), and calls
@@ -12,4 +12,4 @@ namespace narvo
 int FindBandPixels(const std::uint8_t* pPixels, std::int64_t nCount, int nFirst, int nGrays,
                    int (*pHits)(void* pContext, std::int64_t x, std::uint32_t nBits), void* pContext);
 
-} // namespace narvo
+} // namespace narvo::engine

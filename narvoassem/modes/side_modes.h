@@ -3,7 +3,7 @@
 
 class CNarvoAssem;
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// The pixels of rtInspect with 0 < grey < nThreshold. @return the new pair count
@@ -11,4 +11,4 @@ int RunBinarise(CNarvoAssem& engine, int& nEndLine);
 /// The pixels of rtInspect whose window differs from its background. @return the new pair count
 int RunAverage(CNarvoAssem& engine, int& nEndLine);
 
-} // namespace narvo
+} // namespace narvo::engine

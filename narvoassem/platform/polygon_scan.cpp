@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <memory>
 
-namespace narvo
+namespace narvo::engine
 {
 
 namespace
@@ -161,4 +161,4 @@ bool ScanPolygon(const CPoint* pPoint, int nCount, const pixman_box32_t& rtClip,
     return true;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

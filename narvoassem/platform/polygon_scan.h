@@ -7,7 +7,7 @@
 
 #include "narvoassem/platform.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// A growing list of boxes, right and bottom exclusive. Nothing throws: a list that cannot grow says so.
@@ -36,4 +36,4 @@ private:
 /// @return false without memory or with too many boxes
 bool ScanPolygon(const CPoint* pPoint, int nCount, const pixman_box32_t& rtClip, CBoxList& boxes);
 
-} // namespace narvo
+} // namespace narvo::engine

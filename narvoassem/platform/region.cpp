@@ -12,6 +12,8 @@
 
 #include "narvoassem/platform/polygon_scan.h"
 
+using namespace narvo::engine;
+
 namespace
 {
 
@@ -35,7 +37,7 @@ public:
             pixman_region32_init(&m_region);
     }
     /// @return false without memory; the region is empty then
-    bool SetBoxes(const narvo::CBoxList& boxes)
+    bool SetBoxes(const CBoxList& boxes)
     {
         if (boxes.GetCount() == 0)
         {
@@ -101,8 +103,8 @@ struct CRgn::CBody
     /// The polygon's rectangles inside a box.
     bool Convert(const pixman_box32_t& rtClip, CRectangles& target) const
     {
-        narvo::CBoxList boxes;
-        return (IsEmpty(rtClip) || narvo::ScanPolygon(pPoint, nPoints, rtClip, boxes)) && target.SetBoxes(boxes);
+        CBoxList boxes;
+        return (IsEmpty(rtClip) || ScanPolygon(pPoint, nPoints, rtClip, boxes)) && target.SetBoxes(boxes);
     }
 
     /// Takes the place of what the body held.

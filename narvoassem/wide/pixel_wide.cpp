@@ -6,9 +6,7 @@
 #include "narvoassem/fast/call/kernel_call.h"
 #include "narvoassem/fast/pixel/pixel_table.h"
 
-using narvo::CPixelCall;
-using narvo::PixelKernel;
-using narvo::RunPixelKernel;
+using namespace narvo::engine;
 
 // The lists hold arguments that the kernels do not read.
 #pragma GCC diagnostic ignored "-Wunused-parameter"
@@ -42,7 +40,7 @@ int ConvPixelVert_AVX(unsigned char* pImage, std::int64_t nThreshold, std::int64
                       std::int64_t nPairStride, double dClassPitch, std::int64_t bKeepSingle, int* pEndLine,
                       std::int64_t nBlackFilterGray, std::int64_t nBlackFilterGain)
 {
-    const std::int64_t nPitch16 = narvo::ToPitch16(dScanPitch);
+    const std::int64_t nPitch16 = ToPitch16(dScanPitch);
     CPixelCall call;
     call.image = {pImage, nImageWidth, 0};
     call.region = {nLeft, nTop, nRight, nBottom};
@@ -80,9 +78,9 @@ int ConvPixelVertMask(unsigned char* pImage, int nThreshold, int nPixelSize, int
     CPixelCall call;
     NARVO_TAKE_PIXEL_ARGUMENTS(call);
     call.second = {nBlackFilterGray, nBlackFilterGain};
-    call.nVtdPitch16 = narvo::ToShift16(fVtdPitch);
+    call.nVtdPitch16 = ToShift16(fVtdPitch);
     call.pMask = pMask;
     return RunPixelKernel(PixelKernel::VertMask, call);
 }
 
-static_assert(narvo::HasPublicNames<narvo::pixelKernels, narvo::KernelHome::Wide>());
+static_assert(HasPublicNames<pixelKernels, KernelHome::Wide>());

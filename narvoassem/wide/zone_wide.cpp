@@ -6,9 +6,7 @@
 #include "narvoassem/fast/call/kernel_call.h"
 #include "narvoassem/fast/zone/zone_table.h"
 
-using narvo::CZoneCall;
-using narvo::RunZoneKernel;
-using narvo::ZoneKernel;
+using namespace narvo::engine;
 
 // The lists hold arguments that the kernels do not read.
 #pragma GCC diagnostic ignored "-Wunused-parameter"
@@ -45,7 +43,7 @@ int ConvZone_AVX_ClassID(unsigned char* pImage, std::int64_t nThreshold, std::in
                          std::int64_t bKeepSingle, int* pEndLine, std::int64_t nThresholdExtra, std::int64_t nGrayLimit,
                          short* pStripBuffer, int nReserved5, short* pClassIdMap)
 {
-    const std::int64_t nPitch16 = narvo::ToPitch16(dScanPitch);
+    const std::int64_t nPitch16 = ToPitch16(dScanPitch);
     CZoneCall call;
     NARVO_TAKE_ZONE_ARGUMENTS(call);
     call.nThresholdExtra = nThresholdExtra;
@@ -75,4 +73,4 @@ int ConvZoneVTDSMC_IntrinAVX(unsigned char* pImage, std::int64_t nThreshold, std
     return RunZoneKernel(ZoneKernel::ClassIdTable, call);
 }
 
-static_assert(narvo::HasPublicNames<narvo::zoneKernels, narvo::KernelHome::Wide>());
+static_assert(HasPublicNames<zoneKernels, KernelHome::Wide>());

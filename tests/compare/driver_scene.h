@@ -9,7 +9,7 @@
 
 #include "narvoassem/narvoassem.h"
 
-namespace narvotest
+namespace narvo::test
 {
 
 /// Noise of 40 grey levels, tables that differ from the plain pitches, and a region well inside the image.
@@ -87,4 +87,4 @@ inline std::vector<int> GetTrace(const CNarvoAssem& engine)
     return trace;
 }
 
-} // namespace narvotest
+} // namespace narvo::test

@@ -13,11 +13,11 @@
 namespace
 {
 
-using narvo::ChoicePath;
-using narvo::FloatKernel;
-using narvotest::CDriverScene;
-using narvotest::CTracedEngine;
-using narvotest::GetTrace;
+using narvo::engine::ChoicePath;
+using narvo::engine::FloatKernel;
+using narvo::test::CDriverScene;
+using narvo::test::CTracedEngine;
+using narvo::test::GetTrace;
 
 // The arguments that the float family shares, as the driver is to hand them on.
 #define FRONT                                                                                                          \
@@ -261,7 +261,7 @@ TEST_F(FloatDriver, ShiftWithAnotherWindowDetectsNothingAndBuildsFromThePairsHel
 
 TEST_F(FloatDriver, FreeFormRegionIsTheWayOfFlaggedColumnScansOfAreaFourAlone)
 {
-    const auto Path = [this] { return narvo::ChooseFloatKernel(p).ePath; };
+    const auto Path = [this] { return narvo::engine::ChooseFloatKernel(p).ePath; };
     p.nDirection = 1;
     p.bZoneFlagged = 1;
     EXPECT_EQ(Path(), ChoicePath::FreeForm);

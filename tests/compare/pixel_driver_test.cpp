@@ -12,10 +12,10 @@
 namespace
 {
 
-using narvo::PixelKernel;
-using narvotest::CDriverScene;
-using narvotest::CTracedEngine;
-using narvotest::GetTrace;
+using narvo::engine::PixelKernel;
+using narvo::test::CDriverScene;
+using narvo::test::CTracedEngine;
+using narvo::test::GetTrace;
 
 // The arguments that the pixel family shares, as the driver is to hand them on.
 #define FRONT                                                                                                          \

@@ -11,11 +11,14 @@
 #include "narvoassem/compare/zone_driver.h"
 #include "narvoassem/narvoassem.h"
 
+using narvo::engine::ChooseAsgZoneKernel;
+using narvo::engine::GetAsgZoneCellSize;
+
 namespace
 {
 
-using narvo::ZoneKernel;
-using narvotest::CZoneScene;
+using narvo::engine::ZoneKernel;
+using narvo::test::CZoneScene;
 
 /// A vertical block with every option of the ladder at its default.
 class ZoneLadder : public testing::Test
@@ -26,7 +29,7 @@ protected:
         param.pThresholdOffsetMap = &nMap;
         param.nDirection = 1;
     }
-    ZoneKernel Choose() const { return narvo::ChooseZoneKernel(param).eKernel; }
+    ZoneKernel Choose() const { return narvo::engine::ChooseZoneKernel(param).eKernel; }
 
     short nMap = 0;
     int nTable = 0;
@@ -163,18 +166,18 @@ TEST_F(ZoneLadder, AsgKnowsNeitherTablesNorFlagsNorExtendedKernels)
     param.pScanPitchTable = param.pTspTable = &nTable;
     param.bExtendedKernel = param.bZoneFlagged = 1;
     param.fVtdPitch = 1.0F;
-    EXPECT_EQ(narvo::ChooseAsgZoneKernel(param).eKernel, ZoneKernel::Vert);
+    EXPECT_EQ(ChooseAsgZoneKernel(param).eKernel, ZoneKernel::Vert);
     param.bAverage2by2 = 1;
-    EXPECT_EQ(narvo::ChooseAsgZoneKernel(param).eKernel, ZoneKernel::Vert2by2);
+    EXPECT_EQ(ChooseAsgZoneKernel(param).eKernel, ZoneKernel::Vert2by2);
     param.bTwoSegmentThreshold = 1;
     param.pThresholdKneeMap = &nMap;
-    EXPECT_EQ(narvo::ChooseAsgZoneKernel(param).eKernel, ZoneKernel::VertKnee);
+    EXPECT_EQ(ChooseAsgZoneKernel(param).eKernel, ZoneKernel::VertKnee);
     param.bUseLineBuffer = 0;
-    EXPECT_EQ(narvo::ChooseAsgZoneKernel(param).eKernel, ZoneKernel::VertDirect);
+    EXPECT_EQ(ChooseAsgZoneKernel(param).eKernel, ZoneKernel::VertDirect);
     param.nDirection = 0;
-    EXPECT_EQ(narvo::ChooseAsgZoneKernel(param).eKernel, ZoneKernel::Hori);
+    EXPECT_EQ(ChooseAsgZoneKernel(param).eKernel, ZoneKernel::Hori);
     param.pConvPitchTable = &nColumnTable;
-    EXPECT_EQ(narvo::ChooseAsgZoneKernel(param).eKernel, ZoneKernel::HoriTable);
+    EXPECT_EQ(ChooseAsgZoneKernel(param).eKernel, ZoneKernel::HoriTable);
 }
 
 // --- the call ---
@@ -199,15 +202,16 @@ protected:
         param.pClassIdMap = &m_nMap;
     }
     /// The call of a kernel by the first choice that takes it, or by one that reads nothing.
-    narvo::CZoneCall Make(ZoneKernel eKernel)
+    narvo::engine::CZoneCall Make(ZoneKernel eKernel)
     {
-        const narvo::CZoneChoice none{{}, eKernel, {}, ""};
-        const narvo::CZoneChoice* pTaken = &none;
+        const narvo::engine::CZoneChoice none{{}, eKernel, {}, ""};
+        const narvo::engine::CZoneChoice* pTaken = &none;
         for (const bool bVertical : {false, true})
-            for (const narvo::CZoneChoice& choice : narvo::GetZoneChoices(bVertical))
+            for (const narvo::engine::CZoneChoice& choice : narvo::engine::GetZoneChoices(bVertical))
                 if (choice.eKernel == eKernel && pTaken == &none)
                     pTaken = &choice;
-        return narvo::MakeZoneCall(m_engine, *pTaken, narvo::GetZoneCellSize(m_engine.ConvParam), &m_nEndLine);
+        return narvo::engine::MakeZoneCall(m_engine, *pTaken, narvo::engine::GetZoneCellSize(m_engine.ConvParam),
+                                           &m_nEndLine);
     }
 
     CNarvoAssem m_engine;
@@ -269,11 +273,11 @@ TEST_F(ZoneCall, ShiftsWithoutAFixedPointFormCountAsNone)
 TEST_F(ZoneCall, AsgCellsAreUnboundedAcrossTheCompareDirection)
 {
     constexpr int nUnbounded = 2147483647;
-    EXPECT_EQ(narvo::GetAsgZoneCellSize(m_param).nWidth, nUnbounded);
-    EXPECT_EQ(narvo::GetAsgZoneCellSize(m_param).nHeight, 43);
+    EXPECT_EQ(GetAsgZoneCellSize(m_param).nWidth, nUnbounded);
+    EXPECT_EQ(GetAsgZoneCellSize(m_param).nHeight, 43);
     m_param.nDirection = 0;
-    EXPECT_EQ(narvo::GetAsgZoneCellSize(m_param).nWidth, 54); // the compare distance, not the cell's
-    EXPECT_EQ(narvo::GetAsgZoneCellSize(m_param).nHeight, nUnbounded);
+    EXPECT_EQ(GetAsgZoneCellSize(m_param).nWidth, 54); // the compare distance, not the cell's
+    EXPECT_EQ(GetAsgZoneCellSize(m_param).nHeight, nUnbounded);
 }
 
 // --- whole comparisons ---
@@ -316,7 +320,7 @@ TEST(CompareZone, VerticalPassAtTheLimitStillBuildsBlobs)
         pair.nCmpGray = 100;
         pair.nPeak = 80;
         pair.nThreshold = 20;
-        narvo::FinishBlobs(engine, {.bVertical = true, .bLimited = true}, 0);
+        narvo::engine::FinishBlobs(engine, {.bVertical = true, .bLimited = true}, 0);
         EXPECT_EQ(engine.GetBlobCount(), nPairs == 100000 ? 1 : 0);
     }
 }

@@ -14,9 +14,9 @@
 namespace
 {
 
-using narvotest::CDriverScene;
-using narvotest::CTracedEngine;
-using narvotest::GetTrace;
+using narvo::test::CDriverScene;
+using narvo::test::CTracedEngine;
+using narvo::test::GetTrace;
 
 // The arguments that the zone family shares, as the driver is to hand them on.
 #define HITS                                                                                                           \

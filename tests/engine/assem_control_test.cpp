@@ -11,7 +11,7 @@
 namespace
 {
 
-using narvotest::CZoneScene;
+using narvo::test::CZoneScene;
 
 TEST(Pool, BeginsEmptyAndCopiesShareTheArray)
 {

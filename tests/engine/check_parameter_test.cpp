@@ -8,6 +8,8 @@
 #include "narvoassem/engine/check_bounds.h"
 #include "narvoassem/narvoassem.h"
 
+using narvo::engine::Comparison;
+
 namespace
 {
 
@@ -200,10 +202,7 @@ protected:
         m_param.pZoneOriginTable = m_grid.data();
         m_param.nZoneColumns = 10;
     }
-    int Bounds(narvo::Comparison eComparison = narvo::Comparison::Zone)
-    {
-        return narvo::CheckBounds(m_engine, eComparison);
-    }
+    int Bounds(Comparison eComparison = Comparison::Zone) { return narvo::engine::CheckBounds(m_engine, eComparison); }
 
     std::vector<short> m_map;
     std::vector<int> m_grid;
@@ -214,8 +213,8 @@ TEST_F(CheckBounds, AcceptsASoundBlock)
     for (int nDirection : {0, 1, 2})
     {
         m_param.nDirection = nDirection;
-        for (auto eComparison : {narvo::Comparison::Zone, narvo::Comparison::AsgZone, narvo::Comparison::Pixel,
-                                 narvo::Comparison::Float, narvo::Comparison::Binarise, narvo::Comparison::Average})
+        for (auto eComparison : {Comparison::Zone, Comparison::AsgZone, Comparison::Pixel, Comparison::Float,
+                                 Comparison::Binarise, Comparison::Average})
             EXPECT_EQ(Bounds(eComparison), 1);
     }
 }
@@ -227,55 +226,55 @@ TEST_F(CheckBounds, RefusesRegionsThatLeaveTheImage)
     {
         m_param.rtInspect = rtInspect;
         EXPECT_EQ(Bounds(), 8);
-        EXPECT_EQ(Bounds(narvo::Comparison::Binarise), 8);
-        EXPECT_EQ(Bounds(narvo::Comparison::Average), 8);
+        EXPECT_EQ(Bounds(Comparison::Binarise), 8);
+        EXPECT_EQ(Bounds(Comparison::Average), 8);
     }
 }
 
 TEST_F(CheckBounds, RefusesAMissingImageUnlessTheRegionIsEmpty)
 {
     m_param.pImage = nullptr;
-    EXPECT_EQ(Bounds(narvo::Comparison::Binarise), 8);
+    EXPECT_EQ(Bounds(Comparison::Binarise), 8);
     m_param.rtInspect.SetRect(0, 0, 0, 0);
-    EXPECT_EQ(Bounds(narvo::Comparison::Binarise), 1);
+    EXPECT_EQ(Bounds(Comparison::Binarise), 1);
 }
 
 TEST_F(CheckBounds, EmptyRegionsPassInsideTheImageAlone)
 {
     m_param.rtInspect.SetRect(50, 50, 50, 90);
-    EXPECT_EQ(Bounds(narvo::Comparison::Binarise), 1);
-    EXPECT_EQ(Bounds(narvo::Comparison::Zone), 1);
+    EXPECT_EQ(Bounds(Comparison::Binarise), 1);
+    EXPECT_EQ(Bounds(Comparison::Zone), 1);
     m_param.rtInspect.SetRect(50, 90, 10, 20);
-    EXPECT_EQ(Bounds(narvo::Comparison::Average), 1);
+    EXPECT_EQ(Bounds(Comparison::Average), 1);
     m_param.rtInspect.SetRect(0, 50, 5000, 50);
-    EXPECT_EQ(Bounds(narvo::Comparison::Zone), 8);
+    EXPECT_EQ(Bounds(Comparison::Zone), 8);
     m_param.rtInspect.SetRect(std::numeric_limits<int>::max(), 0, std::numeric_limits<int>::min(), 5);
-    EXPECT_EQ(Bounds(narvo::Comparison::Binarise), 8);
+    EXPECT_EQ(Bounds(Comparison::Binarise), 8);
 }
 
 TEST_F(CheckBounds, RefusesNegativeDistancesAlongTheCompareDirectionOnly)
 {
     m_param.dScanPitch = -20.0;
-    EXPECT_EQ(Bounds(narvo::Comparison::Pixel), 1);
+    EXPECT_EQ(Bounds(Comparison::Pixel), 1);
     m_param.nDirection = 1;
-    EXPECT_EQ(Bounds(narvo::Comparison::Pixel), 8);
-    EXPECT_EQ(Bounds(narvo::Comparison::Float), 8);
-    EXPECT_EQ(Bounds(narvo::Comparison::Zone), 8);
+    EXPECT_EQ(Bounds(Comparison::Pixel), 8);
+    EXPECT_EQ(Bounds(Comparison::Float), 8);
+    EXPECT_EQ(Bounds(Comparison::Zone), 8);
     m_param.dScanPitch = -0.06; // truncates to a distance of 0
-    EXPECT_EQ(Bounds(narvo::Comparison::Pixel), 1);
+    EXPECT_EQ(Bounds(Comparison::Pixel), 1);
     m_param.dScanPitch = 20.0;
     m_param.nScanMultiple = -1;
-    EXPECT_EQ(Bounds(narvo::Comparison::Pixel), 8);
+    EXPECT_EQ(Bounds(Comparison::Pixel), 8);
     m_param.nScanMultiple = 0;
-    EXPECT_EQ(Bounds(narvo::Comparison::Pixel), 1);
+    EXPECT_EQ(Bounds(Comparison::Pixel), 1);
 }
 
 TEST_F(CheckBounds, ZonePathIsVerticalForEveryNonzeroDirection)
 {
     m_param.nScanMultiple = -1;
     m_param.nDirection = 2;
-    EXPECT_EQ(Bounds(narvo::Comparison::Zone), 8);
-    EXPECT_EQ(Bounds(narvo::Comparison::Pixel), 1);
+    EXPECT_EQ(Bounds(Comparison::Zone), 8);
+    EXPECT_EQ(Bounds(Comparison::Pixel), 1);
 }
 
 TEST_F(CheckBounds, RefusesPitchesWithoutAFixedPointForm)
@@ -286,12 +285,12 @@ TEST_F(CheckBounds, RefusesPitchesWithoutAFixedPointForm)
         for (int nDirection : {0, 1})
         {
             m_param.nDirection = nDirection;
-            EXPECT_EQ(Bounds(narvo::Comparison::Zone), 8) << dPitch;
-            EXPECT_EQ(Bounds(narvo::Comparison::Pixel), 8) << dPitch;
-            EXPECT_EQ(Bounds(narvo::Comparison::Float), 8) << dPitch;
+            EXPECT_EQ(Bounds(Comparison::Zone), 8) << dPitch;
+            EXPECT_EQ(Bounds(Comparison::Pixel), 8) << dPitch;
+            EXPECT_EQ(Bounds(Comparison::Float), 8) << dPitch;
         }
-        EXPECT_EQ(Bounds(narvo::Comparison::Binarise), 1) << dPitch;
-        EXPECT_EQ(Bounds(narvo::Comparison::Average), 1) << dPitch;
+        EXPECT_EQ(Bounds(Comparison::Binarise), 1) << dPitch;
+        EXPECT_EQ(Bounds(Comparison::Average), 1) << dPitch;
     }
 }
 
@@ -301,12 +300,12 @@ TEST_F(CheckBounds, TableKernelsNeedAllTheirTables)
     std::vector<short> weights(320);
     m_param.pConvPitchTable = pitches.data();
     EXPECT_EQ(Bounds(), 8);
-    EXPECT_EQ(Bounds(narvo::Comparison::Float), 8);
+    EXPECT_EQ(Bounds(Comparison::Float), 8);
     m_param.pConvWeightNear = weights.data();
     EXPECT_EQ(Bounds(), 8);
     m_param.pConvWeightFar = weights.data();
     EXPECT_EQ(Bounds(), 1);
-    EXPECT_EQ(Bounds(narvo::Comparison::Float), 1);
+    EXPECT_EQ(Bounds(Comparison::Float), 1);
 }
 
 TEST_F(CheckBounds, ZonePathNeedsAGridThatRunsForward)
@@ -337,21 +336,21 @@ TEST_F(CheckBounds, AsgCellsHaveNoLimitAcrossTheCompareDirection)
 {
     m_param.nZoneScanMultiple = 0;
     m_param.nDirection = 0;
-    EXPECT_EQ(Bounds(narvo::Comparison::AsgZone), 1);
+    EXPECT_EQ(Bounds(Comparison::AsgZone), 1);
     m_param.nDirection = 1;
-    EXPECT_EQ(Bounds(narvo::Comparison::AsgZone), 8);
+    EXPECT_EQ(Bounds(Comparison::AsgZone), 8);
     m_param.nZoneScanMultiple = 1;
     m_param.nZoneConvMultiple = 0;
-    EXPECT_EQ(Bounds(narvo::Comparison::AsgZone), 1);
+    EXPECT_EQ(Bounds(Comparison::AsgZone), 1);
 }
 
 TEST_F(CheckBounds, EngineWithoutStoresRefusesEveryComparison)
 {
     CNarvoAssem bare;
     bare.ConvParam = m_param;
-    EXPECT_EQ(narvo::CheckBounds(bare, narvo::Comparison::Zone), 8);
-    EXPECT_EQ(narvo::CheckBounds(bare, narvo::Comparison::Binarise), 8);
-    EXPECT_EQ(narvo::CheckBounds(bare, narvo::Comparison::None), 1);
+    EXPECT_EQ(narvo::engine::CheckBounds(bare, Comparison::Zone), 8);
+    EXPECT_EQ(narvo::engine::CheckBounds(bare, Comparison::Binarise), 8);
+    EXPECT_EQ(narvo::engine::CheckBounds(bare, Comparison::None), 1);
 }
 
 } // namespace

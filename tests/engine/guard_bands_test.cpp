@@ -18,15 +18,15 @@ namespace
 {
 
 using narvo::test::CaseSeeds;
+using narvo::test::CGuardBase;
+using narvo::test::CGuardScene;
+using narvo::test::CGuardShape;
 using narvo::test::CRandom;
 using narvo::test::Entry;
 using narvo::test::ExpectRefusal;
+using narvo::test::GuardBases;
 using narvo::test::ReplayHint;
-using narvotest::CGuardBase;
-using narvotest::CGuardScene;
-using narvotest::CGuardShape;
-using narvotest::GuardBases;
-using narvotest::RunEntry;
+using narvo::test::RunEntry;
 
 constexpr int nCases = 1200;
 constexpr int nWidth = 4200;

@@ -1,7 +1,7 @@
 // See guard_bases.h.
 #include "engine/guard_bases.h"
 
-namespace narvotest
+namespace narvo::test
 {
 
 using narvo::test::Entry;
@@ -426,4 +426,4 @@ int RunEntry(CAssemControl& control, Entry eEntry, CConvParam param)
     }
 }
 
-} // namespace narvotest
+} // namespace narvo::test

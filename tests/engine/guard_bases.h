@@ -7,7 +7,7 @@
 #include "engine/guard_scene.h"
 #include "reference/check_reference.h"
 
-namespace narvotest
+namespace narvo::test
 {
 
 struct CGuardBase
@@ -29,4 +29,4 @@ const std::vector<CGuardBase>& GuardBases();
 /// Runs a block by an entry of the pool's first lane, or of its engine. @return the code
 int RunEntry(CAssemControl& control, narvo::test::Entry eEntry, CConvParam param);
 
-} // namespace narvotest
+} // namespace narvo::test

@@ -14,11 +14,11 @@
 namespace
 {
 
+using narvo::test::CGuardBase;
+using narvo::test::CGuardScene;
 using narvo::test::Entry;
-using narvotest::CGuardBase;
-using narvotest::CGuardScene;
-using narvotest::GuardBases;
-using narvotest::RunEntry;
+using narvo::test::GuardBases;
+using narvo::test::RunEntry;
 
 constexpr double dInfinity = std::numeric_limits<double>::infinity();
 constexpr double dNaN = std::numeric_limits<double>::quiet_NaN();

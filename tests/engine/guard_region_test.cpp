@@ -16,12 +16,12 @@
 namespace
 {
 
+using narvo::test::CGuardBase;
+using narvo::test::CGuardScene;
 using narvo::test::CSparseMemory;
 using narvo::test::Entry;
-using narvotest::CGuardBase;
-using narvotest::CGuardScene;
-using narvotest::GuardBases;
-using narvotest::RunEntry;
+using narvo::test::GuardBases;
+using narvo::test::RunEntry;
 
 class GuardRegion : public testing::Test
 {

@@ -13,11 +13,11 @@
 namespace
 {
 
-using narvotest::CGuardBase;
-using narvotest::CGuardScene;
-using narvotest::CZoneScene;
-using narvotest::GuardBases;
-using narvotest::RunEntry;
+using narvo::test::CGuardBase;
+using narvo::test::CGuardScene;
+using narvo::test::CZoneScene;
+using narvo::test::GuardBases;
+using narvo::test::RunEntry;
 
 TEST(GuardRerun, EveryComparisonEndsWithStoresOfAnySizeAndRerunsWithoutLimit)
 {

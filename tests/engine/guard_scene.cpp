@@ -5,7 +5,7 @@
 
 #include "narvoassem/base/truncate.h"
 
-namespace narvotest
+namespace narvo::test
 {
 
 namespace
@@ -49,8 +49,8 @@ CGuardShape CGuardShape::Of(const CConvParam& param, bool bAsg)
     shape.nMapStride = std::max(param.nZoneMapStride, 0);
     shape.nZoneColumns = std::max(param.nZoneColumns, 0);
     const double dWidth = bAsg && param.nDirection == 0 ? param.GetRealConvPitch() : param.GetZoneConvPitch();
-    shape.nCellWidth = std::max(narvo::TruncateToInt(dWidth), 1);
-    shape.nCellHeight = std::max(narvo::TruncateToInt(param.GetZoneScanPitch()), 1);
+    shape.nCellWidth = std::max(engine::TruncateToInt(dWidth), 1);
+    shape.nCellHeight = std::max(engine::TruncateToInt(param.GetZoneScanPitch()), 1);
     // The free-form region, which the same flag selects, reads records of two.
     shape.bFlagged = param.bZoneFlagged != 0 && param.pThresholdOffsetMap != nullptr;
     return shape;
@@ -171,4 +171,4 @@ void CGuardScene::FillTables()
         std::fill(std::begin(table), std::end(table), 10);
 }
 
-} // namespace narvotest
+} // namespace narvo::test

@@ -9,7 +9,7 @@
 #include "narvoassem/narvoassem.h"
 #include "support/sparse_memory.h"
 
-namespace narvotest
+namespace narvo::test
 {
 
 /// What decides the size of image, tables, grid and maps.
@@ -119,4 +119,4 @@ private:
     std::int64_t m_nGridFilled = 0; ///< records written in each row
 };
 
-} // namespace narvotest
+} // namespace narvo::test

@@ -22,12 +22,12 @@
 namespace
 {
 
+using narvo::test::CGuardBase;
+using narvo::test::CGuardScene;
+using narvo::test::CGuardShape;
 using narvo::test::Entry;
-using narvotest::CGuardBase;
-using narvotest::CGuardScene;
-using narvotest::CGuardShape;
-using narvotest::GuardBases;
-using narvotest::RunEntry;
+using narvo::test::GuardBases;
+using narvo::test::RunEntry;
 
 constexpr int nSecondsPerCall = 10; ///< many times what the slowest takes under sanitizers
 

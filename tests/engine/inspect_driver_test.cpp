@@ -12,7 +12,7 @@
 namespace
 {
 
-using narvotest::CZoneScene;
+using narvo::test::CZoneScene;
 
 using Box = std::tuple<int, int, int, int, int>;
 

@@ -7,7 +7,7 @@
 
 #include "narvoassem/convparam.h"
 
-namespace narvotest
+namespace narvo::test
 {
 
 class CZoneScene
@@ -94,4 +94,4 @@ private:
     std::vector<int> m_origin;
 };
 
-} // namespace narvotest
+} // namespace narvo::test

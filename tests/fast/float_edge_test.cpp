@@ -47,7 +47,7 @@ const CPlainTables& PlainTables()
     return tables;
 }
 
-CFloatScene SceneOn(const CPicture& picture, FloatKernel eKernel, const CRegion& region)
+CFloatScene SceneOn(const CPicture& picture, FloatKernel eKernel, const engine::CRegion& region)
 {
     CFloatScene scene;
     scene.eKernel = eKernel;
@@ -72,9 +72,9 @@ CPicture PictureFor(FloatKernel eKernel, std::uint8_t nGrey = 100)
     return IsHorizontal(eKernel) ? CPicture(nWide + 16, 8, nGrey) : CPicture(32, nHigh, nGrey);
 }
 
-CRegion RegionFor(FloatKernel eKernel)
+engine::CRegion RegionFor(FloatKernel eKernel)
 {
-    return IsHorizontal(eKernel) ? CRegion{0, 3, nWide, 4} : CRegion{0, 0, 16, nHigh};
+    return IsHorizontal(eKernel) ? engine::CRegion{0, 3, nWide, 4} : engine::CRegion{0, 0, 16, nHigh};
 }
 
 /// Areas 6 and 9 of a column scan see an empty row above the first: a hit in each column, and a single.

@@ -30,7 +30,7 @@ public:
     /// Lends the arrays of an outcome to the stores.
     void Borrow(const CFloatRegionScene& scene, CKernelOutcome& outcome)
     {
-        const CHitArrays hits = outcome.HitArrays(scene.nHitSize, 0);
+        const engine::CHitArrays hits = outcome.HitArrays(scene.nHitSize, 0);
         nPixelCount = 0;
         pPixelX = hits.pX;
         pPixelY = hits.pY;
@@ -75,7 +75,7 @@ void RunPublic(const CFloatScene& scene, CKernelOutcome& outcome)
 {
     static CNarvoAssem engine;
 
-    const CFloatCall c = CallOf(scene, outcome);
+    const engine::CFloatCall c = CallOf(scene, outcome);
     int* pEndLine = &outcome.nEndLine;
 
     auto* pImage = const_cast<unsigned char*>(c.image.pPixels);
@@ -133,8 +133,8 @@ void RunPublic(const CFloatScene& scene, CKernelOutcome& outcome)
 
 void RunThroughCall(const CFloatScene& scene, CKernelOutcome& outcome)
 {
-    const CFloatCall call = CallOf(scene, outcome);
-    outcome.nReturned = narvo::RunFloatKernel(scene.eKernel, call);
+    const engine::CFloatCall call = CallOf(scene, outcome);
+    outcome.nReturned = engine::RunFloatKernel(scene.eKernel, call);
 }
 
 void RunPublic(const CFloatRegionScene& scene, CKernelOutcome& outcome)

@@ -58,7 +58,7 @@ const CFloatRegionScene& CFloatSceneSource::MakeRegion(bool bPlain, std::uint64_
     m_regionScene.bPlain = bPlain;
     CConvParam& param = m_regionScene.param;
 
-    CKernelCall call;
+    engine::CKernelCall call;
     m_parts.MakePicture(random, call, false);
     m_parts.MakeCapacities(random, call, false, 2);
     m_parts.MakeDeadZones(random, param);
@@ -75,7 +75,7 @@ const CFloatRegionScene& CFloatSceneSource::MakeRegion(bool bPlain, std::uint64_
     param.bKeepSingle = static_cast<int>(call.bKeepSingle);
     SetSecondSet(random, param);
 
-    const CRegion& rt = call.region;
+    const engine::CRegion& rt = call.region;
     m_regionScene.rtRegion = CRect(static_cast<int>(rt.nLeft), static_cast<int>(rt.nTop), static_cast<int>(rt.nRight),
                                    static_cast<int>(rt.nBottom));
     m_regionScene.nHitSize = call.hits.nSize;

@@ -11,40 +11,41 @@ namespace narvo::test
 
 const char* KernelName(FloatKernel eKernel)
 {
-    return GetKernelRow(eKernel).pName;
+    return engine::GetKernelRow(eKernel).pName;
 }
 
 bool IsHorizontal(FloatKernel eKernel)
 {
-    return GetKernelRow(eKernel).traits.bHorizontal;
+    return engine::GetKernelRow(eKernel).traits.bHorizontal;
 }
 
 bool HasColumnTables(FloatKernel eKernel)
 {
-    return GetKernelRow(eKernel).traits.HasColumnTables();
+    return engine::GetKernelRow(eKernel).traits.HasColumnTables();
 }
 
 bool IsVtd(FloatKernel eKernel)
 {
-    return GetKernelRow(eKernel).traits.bShifted;
+    return engine::GetKernelRow(eKernel).traits.bShifted;
 }
 
 bool IsMember(FloatKernel eKernel)
 {
-    return GetKernelRow(eKernel).eHome == KernelHome::Engine;
+    return engine::GetKernelRow(eKernel).eHome == engine::KernelHome::Engine;
 }
 
 int WindowArea(FloatKernel eKernel)
 {
-    return GetKernelRow(eKernel).traits.Area();
+    return engine::GetKernelRow(eKernel).traits.Area();
 }
 
 const std::vector<FloatKernel>& AllFloatKernels()
 {
     static const std::vector<FloatKernel> aKernels = []
     {
-        std::vector<FloatKernel> aAll = ListKernels(floatKernels);
-        std::erase_if(aAll, [](FloatKernel eKernel) { return GetKernelRow(eKernel).eHome == KernelHome::Protected; });
+        std::vector<FloatKernel> aAll = ListKernels(engine::floatKernels);
+        std::erase_if(aAll, [](FloatKernel eKernel)
+                      { return engine::GetKernelRow(eKernel).eHome == engine::KernelHome::Protected; });
         return aAll;
     }();
     return aKernels;
@@ -74,11 +75,11 @@ std::string CFloatRegionScene::Describe() const
     return out.str();
 }
 
-CFloatCall CallOf(const CFloatScene& scene, CKernelOutcome& outcome)
+engine::CFloatCall CallOf(const CFloatScene& scene, CKernelOutcome& outcome)
 {
     const auto nStart = static_cast<std::int64_t>(scene.aStartHits.size());
     outcome.Prepare(scene.call.hits.nSize, scene.aStartHits, scene.call.pairs.nCount, scene.call.pairs.nSize);
-    CFloatCall call = scene.call;
+    engine::CFloatCall call = scene.call;
     call.hits = outcome.HitArrays(scene.call.hits.nSize, nStart);
     call.pairs = outcome.PairSink(scene.call.pairs.nCount, scene.call.pairs.nSize);
     call.pEndLine = &outcome.nEndLine;
@@ -88,7 +89,7 @@ CFloatCall CallOf(const CFloatScene& scene, CKernelOutcome& outcome)
 
 void RunReference(const CFloatScene& scene, CKernelOutcome& outcome)
 {
-    const CFloatCall call = CallOf(scene, outcome);
+    const engine::CFloatCall call = CallOf(scene, outcome);
     outcome.nReturned = reference::RunFloatKernel(scene.eKernel, call);
 }
 

@@ -17,11 +17,13 @@
 namespace narvo::test
 {
 
+using engine::FloatKernel;
+
 /// The inputs of a call. Pointers of the call refer to memory of the test; its outputs are not set.
 struct CFloatScene
 {
     FloatKernel eKernel = FloatKernel::Vert4;
-    CFloatCall call;
+    engine::CFloatCall call;
     CConvParam param;                  ///< read by the members only: dead zones, second set, bKeepSingle
     std::vector<CStartHit> aStartHits; ///< nPixelCount is their number
 
@@ -52,7 +54,7 @@ int WindowArea(FloatKernel eKernel);
 const std::vector<FloatKernel>& AllFloatKernels();
 
 /// The scene's call with an outcome's arrays, prepared.
-CFloatCall CallOf(const CFloatScene& scene, CKernelOutcome& outcome);
+engine::CFloatCall CallOf(const CFloatScene& scene, CKernelOutcome& outcome);
 void RunReference(const CFloatScene& scene, CKernelOutcome& outcome);
 void RunReference(const CFloatRegionScene& scene, CKernelOutcome& outcome);
 /// Through the public function or member of that name; the image's height is known to the region kernels alone.

@@ -67,9 +67,9 @@ void CKernelOutcome::Prepare(std::int64_t nHitSize, const std::vector<CStartHit>
     nEndLine = nUntouched;
 }
 
-CHitArrays CKernelOutcome::HitArrays(std::int64_t nSize, std::int64_t nCount)
+engine::CHitArrays CKernelOutcome::HitArrays(std::int64_t nSize, std::int64_t nCount)
 {
-    CHitArrays hits;
+    engine::CHitArrays hits;
     hits.nSize = nSize;
     hits.nCount = nCount;
     hits.pX = aX.data();
@@ -83,7 +83,7 @@ CHitArrays CKernelOutcome::HitArrays(std::int64_t nSize, std::int64_t nCount)
     return hits;
 }
 
-CPairSink CKernelOutcome::PairSink(std::int64_t nCount, std::int64_t nSize)
+engine::CPairSink CKernelOutcome::PairSink(std::int64_t nCount, std::int64_t nSize)
 {
     return {aPairs.data(), nCount, nSize, sizeof(CDefectPair)};
 }

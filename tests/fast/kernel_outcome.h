@@ -45,8 +45,8 @@ public:
     /// start.
     void Prepare(std::int64_t nHitSize, const std::vector<CStartHit>& aStartHits, std::int64_t nPairCount,
                  std::int64_t nPairSize);
-    CHitArrays HitArrays(std::int64_t nSize, std::int64_t nCount);
-    CPairSink PairSink(std::int64_t nCount, std::int64_t nSize);
+    engine::CHitArrays HitArrays(std::int64_t nSize, std::int64_t nCount);
+    engine::CPairSink PairSink(std::int64_t nCount, std::int64_t nSize);
     /// The first place where the two differ, in words; empty when nothing does.
     std::string DifferenceFrom(const CKernelOutcome& other) const;
 

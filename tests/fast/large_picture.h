@@ -45,7 +45,7 @@ public:
     }
 
     /// Image, region, pitch, tables and capacities that hold all hits of a strip or row.
-    void Describe(CKernelCall& call) const
+    void Describe(engine::CKernelCall& call) const
     {
         call.image = m_picture.View();
         call.region = {0, 0, m_nWidth, m_nHeight};

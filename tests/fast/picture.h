@@ -31,7 +31,7 @@ struct CPicture
                 At(x, y) = nGrey;
     }
 
-    CImageView View() const { return {aPixels.data(), nWidth, 0}; }
+    engine::CImageView View() const { return {aPixels.data(), nWidth, 0}; }
 };
 
 } // namespace narvo::test

@@ -18,7 +18,7 @@ constexpr int nWide = 112;
 constexpr int nHigh = 64;
 constexpr int nAcross = 7; ///< the line or column that defects are painted on
 
-CPixelScene SceneOn(const CPicture& picture, PixelKernel eKernel, const CRegion& region)
+CPixelScene SceneOn(const CPicture& picture, PixelKernel eKernel, const engine::CRegion& region)
 {
     CPixelScene scene;
     scene.eKernel = eKernel;
@@ -50,7 +50,8 @@ public:
 
     CPixelScene Scene() const
     {
-        const CRegion region = m_bHorizontal ? CRegion{0, nAcross, nWide, nAcross + 1} : CRegion{0, 0, 16, nHigh};
+        const engine::CRegion region =
+            m_bHorizontal ? engine::CRegion{0, nAcross, nWide, nAcross + 1} : engine::CRegion{0, 0, 16, nHigh};
         CPixelScene scene = SceneOn(m_picture, m_eKernel, region);
         if (m_eKernel == PixelKernel::HoriTable)
         {

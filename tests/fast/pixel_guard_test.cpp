@@ -107,7 +107,7 @@ TEST_P(PixelKernelsGuarded, TablesAreReadWhereTheRegionReachesAndNoFurther)
 
             CPixelScene scene;
             scene.eKernel = eKernel;
-            CPixelCall& call = scene.call;
+            engine::CPixelCall& call = scene.call;
             call.image = {aImage.data(), nWidth + 16, nHeight + 4};
             call.region = {0, 0, nWidth, nHeight};
             call.nPitch16 = nPitch * 16 + random.Int(0, 15);

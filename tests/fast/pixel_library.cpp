@@ -43,7 +43,7 @@ void RunPublic(const CPixelScene& scene, CKernelOutcome& outcome)
 {
     static CNarvoAssem engine;
 
-    const CPixelCall c = CallOf(scene, outcome);
+    const engine::CPixelCall c = CallOf(scene, outcome);
     int* pEndLine = &outcome.nEndLine;
 
     auto* pImage = const_cast<unsigned char*>(c.image.pPixels);
@@ -136,8 +136,8 @@ void RunPublic(const CPixelScene& scene, CKernelOutcome& outcome)
 
 void RunThroughCall(const CPixelScene& scene, CKernelOutcome& outcome)
 {
-    const CPixelCall call = CallOf(scene, outcome);
-    outcome.nReturned = narvo::RunPixelKernel(scene.eKernel, call);
+    const engine::CPixelCall call = CallOf(scene, outcome);
+    outcome.nReturned = engine::RunPixelKernel(scene.eKernel, call);
 }
 
 } // namespace narvo::test

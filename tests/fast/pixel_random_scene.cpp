@@ -9,7 +9,7 @@ const CPixelScene& CPixelSceneSource::Make(PixelKernel eKernel, std::uint64_t nS
     CRandom random(nSeed);
     m_scene = CPixelScene();
     m_scene.eKernel = eKernel;
-    CPixelCall& call = m_scene.call;
+    engine::CPixelCall& call = m_scene.call;
     const bool bHorizontal = IsHorizontal(eKernel);
 
     m_parts.MakePicture(random, call, bHorizontal);
@@ -34,7 +34,7 @@ const CPixelScene& CPixelSceneSource::Make(PixelKernel eKernel, std::uint64_t nS
 
 void CPixelSceneSource::MakeThresholds(CRandom& random)
 {
-    CPixelCall& call = m_scene.call;
+    engine::CPixelCall& call = m_scene.call;
     call.first = {RandomBase(random), RandomGain(random)};
     if (!random.OneIn(3))
         call.second = {RandomBase(random), RandomGain(random)};

@@ -10,27 +10,27 @@ namespace narvo::test
 
 const char* KernelName(PixelKernel eKernel)
 {
-    return GetKernelRow(eKernel).pName;
+    return engine::GetKernelRow(eKernel).pName;
 }
 
 bool IsHorizontal(PixelKernel eKernel)
 {
-    return GetKernelRow(eKernel).traits.scan.bHorizontal;
+    return engine::GetKernelRow(eKernel).traits.scan.bHorizontal;
 }
 
 bool HasRowTable(PixelKernel eKernel)
 {
-    return GetKernelRow(eKernel).traits.scan.bRowTable;
+    return engine::GetKernelRow(eKernel).traits.scan.bRowTable;
 }
 
 bool IsMember(PixelKernel eKernel)
 {
-    return GetKernelRow(eKernel).eHome == KernelHome::Engine;
+    return engine::GetKernelRow(eKernel).eHome == engine::KernelHome::Engine;
 }
 
 const std::vector<PixelKernel>& AllPixelKernels()
 {
-    static const std::vector<PixelKernel> aKernels = ListKernels(pixelKernels);
+    static const std::vector<PixelKernel> aKernels = ListKernels(engine::pixelKernels);
     return aKernels;
 }
 
@@ -47,11 +47,11 @@ std::string CPixelScene::Describe() const
     return out.str();
 }
 
-CPixelCall CallOf(const CPixelScene& scene, CKernelOutcome& outcome)
+engine::CPixelCall CallOf(const CPixelScene& scene, CKernelOutcome& outcome)
 {
     const auto nStart = static_cast<std::int64_t>(scene.aStartHits.size());
     outcome.Prepare(scene.call.hits.nSize, scene.aStartHits, scene.call.pairs.nCount, scene.call.pairs.nSize);
-    CPixelCall call = scene.call;
+    engine::CPixelCall call = scene.call;
     call.hits = outcome.HitArrays(scene.call.hits.nSize, nStart);
     call.pairs = outcome.PairSink(scene.call.pairs.nCount, scene.call.pairs.nSize);
     call.pEndLine = &outcome.nEndLine;
@@ -61,7 +61,7 @@ CPixelCall CallOf(const CPixelScene& scene, CKernelOutcome& outcome)
 
 void RunReference(const CPixelScene& scene, CKernelOutcome& outcome)
 {
-    const CPixelCall call = CallOf(scene, outcome);
+    const engine::CPixelCall call = CallOf(scene, outcome);
     outcome.nReturned = reference::RunPixelKernel(scene.eKernel, call);
 }
 

@@ -17,11 +17,13 @@
 namespace narvo::test
 {
 
+using engine::PixelKernel;
+
 /// The inputs of a call. Pointers of the call refer to memory of the test; its outputs are not set.
 struct CPixelScene
 {
     PixelKernel eKernel = PixelKernel::Vert;
-    CPixelCall call;
+    engine::CPixelCall call;
     CConvParam param;                  ///< read by the members only; the second threshold set goes there from the call
     std::vector<CStartHit> aStartHits; ///< nPixelCount is their number
     bool bDoublePitch = false;         ///< VertWide: the overload with the pitch in pixels
@@ -39,7 +41,7 @@ bool IsMember(PixelKernel eKernel);
 const std::vector<PixelKernel>& AllPixelKernels();
 
 /// The scene's call with an outcome's arrays, prepared.
-CPixelCall CallOf(const CPixelScene& scene, CKernelOutcome& outcome);
+engine::CPixelCall CallOf(const CPixelScene& scene, CKernelOutcome& outcome);
 void RunReference(const CPixelScene& scene, CKernelOutcome& outcome);
 /// Through the public function or member of that name; the image's height is not known to it.
 void RunPublic(const CPixelScene& scene, CKernelOutcome& outcome);

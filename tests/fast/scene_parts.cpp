@@ -60,7 +60,7 @@ CSceneParts::CSceneParts() : m_aBackground(nArenaBytes)
     }
 }
 
-void CSceneParts::MakePicture(CRandom& random, CKernelCall& call, bool bHorizontal)
+void CSceneParts::MakePicture(CRandom& random, engine::CKernelCall& call, bool bHorizontal)
 {
     MakeRegion(random, call);
     MakePitch(random, call, bHorizontal);
@@ -76,7 +76,7 @@ void CSceneParts::MakePicture(CRandom& random, CKernelCall& call, bool bHorizont
         random.OneIn(2) ? 255 : random.Pick<std::int64_t>({100, random.Int(1, 255), 0, 227, 1, 254, 300, 511});
 }
 
-void CSceneParts::MakeRegion(CRandom& random, CKernelCall& call)
+void CSceneParts::MakeRegion(CRandom& random, engine::CKernelCall& call)
 {
     m_nWidth = random.Int(16, 80);
     m_nHeight = random.Int(1, 44);
@@ -92,7 +92,7 @@ void CSceneParts::MakeRegion(CRandom& random, CKernelCall& call)
         nLow = random.OneIn(2) ? 0 : random.Int(0, nSize / 3);
         nHigh = random.OneIn(2) ? nSize : random.Int(static_cast<int>(nLow), nSize);
     };
-    CRegion& rt = call.region;
+    engine::CRegion& rt = call.region;
     pickSpan(m_nWidth, rt.nLeft, rt.nRight);
     if (rt.nRight - rt.nLeft < 16 && !random.OneIn(16))
     {
@@ -104,9 +104,9 @@ void CSceneParts::MakeRegion(CRandom& random, CKernelCall& call)
         rt = {0, 0, m_nWidth, m_nHeight};
 }
 
-void CSceneParts::MakePitch(CRandom& random, CKernelCall& call, bool bHorizontal)
+void CSceneParts::MakePitch(CRandom& random, engine::CKernelCall& call, bool bHorizontal)
 {
-    const CRegion& rt = call.region;
+    const engine::CRegion& rt = call.region;
     const int nExtent = static_cast<int>(bHorizontal ? rt.nRight - rt.nLeft : rt.nBottom - rt.nTop);
     int nWhole = random.Int(0, 1 + nExtent / 3);
     if (random.OneIn(4))
@@ -118,7 +118,7 @@ void CSceneParts::MakePitch(CRandom& random, CKernelCall& call, bool bHorizontal
     call.nPitch16 = nWhole * 16 + (random.OneIn(4) ? 0 : random.Int(0, 15));
 }
 
-void CSceneParts::MakeRowTable(CRandom& random, CKernelCall& call)
+void CSceneParts::MakeRowTable(CRandom& random, engine::CKernelCall& call)
 {
     const int nPitch16 = static_cast<int>(std::min<std::int64_t>(call.nPitch16, std::int64_t{16} * 110));
     m_aScanTable.resize(static_cast<std::size_t>(m_nHeight / 16 + 2));
@@ -134,7 +134,7 @@ void CSceneParts::MakeRowTable(CRandom& random, CKernelCall& call)
     call.pScanPitchTable = random.OneIn(4) ? nullptr : m_aScanTable.data();
 }
 
-void CSceneParts::MakeColumnTables(CRandom& random, CKernelCall& call, int nMostDisplacement, bool bSigned)
+void CSceneParts::MakeColumnTables(CRandom& random, engine::CKernelCall& call, int nMostDisplacement, bool bSigned)
 {
     const int nPitch = static_cast<int>(std::min<std::int64_t>(call.nPitch16 >> 4, 110));
     const auto nColumns = static_cast<std::size_t>(m_nWidth / 16 + 2) * 16;
@@ -165,7 +165,7 @@ void CSceneParts::MakeColumnTables(CRandom& random, CKernelCall& call, int nMost
     call.pConvWeightFar = m_aWeightFar.data();
 }
 
-void CSceneParts::MakeCapacities(CRandom& random, CKernelCall& call, bool bHorizontal, int nHitsPerPixel)
+void CSceneParts::MakeCapacities(CRandom& random, engine::CKernelCall& call, bool bHorizontal, int nHitsPerPixel)
 {
     const int nMostHits = nHitsPerPixel * (bHorizontal ? m_nWidth : m_nHeight * 16) + 40;
     call.hits.nSize = random.OneIn(4) ? random.Int(0, 24) : random.OneIn(3) ? random.Int(0, nMostHits) : nMostHits;
@@ -174,13 +174,13 @@ void CSceneParts::MakeCapacities(CRandom& random, CKernelCall& call, bool bHoriz
     call.bKeepSingle = random.Pick<std::int64_t>({0, 1, 1, 1, 1, 2, -1});
 }
 
-std::vector<CStartHit> CSceneParts::MakeStartHits(CRandom& random, const CKernelCall& call, bool bHorizontal,
+std::vector<CStartHit> CSceneParts::MakeStartHits(CRandom& random, const engine::CKernelCall& call, bool bHorizontal,
                                                   int nMostValue)
 {
     std::vector<CStartHit> aHits;
     if (!random.OneIn(4))
         return aHits;
-    const CRegion& rt = call.region;
+    const engine::CRegion& rt = call.region;
     const int nHop = static_cast<int>((call.nPitch16 + 8) >> 4);
     aHits.resize(static_cast<std::size_t>(random.Int(1, 20)));
     for (CStartHit& hit : aHits)

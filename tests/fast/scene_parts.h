@@ -24,22 +24,23 @@ public:
     int ImageHeight() const { return m_nHeight; }
 
     /// Image, region, pitch and grey limit. The picture lasts until the next call.
-    void MakePicture(CRandom& random, CKernelCall& call, bool bHorizontal);
+    void MakePicture(CRandom& random, engine::CKernelCall& call, bool bHorizontal);
     /// A row table, or none.
-    void MakeRowTable(CRandom& random, CKernelCall& call);
+    void MakeRowTable(CRandom& random, engine::CKernelCall& call);
     /// Column tables. nMostDisplacement is the largest displacement that is tried, and its negative with bSigned.
-    void MakeColumnTables(CRandom& random, CKernelCall& call, int nMostDisplacement, bool bSigned);
+    void MakeColumnTables(CRandom& random, engine::CKernelCall& call, int nMostDisplacement, bool bSigned);
     /// Capacities and bKeepSingle; nHitsPerPixel is how many hits a pixel can give.
-    void MakeCapacities(CRandom& random, CKernelCall& call, bool bHorizontal, int nHitsPerPixel);
+    void MakeCapacities(CRandom& random, engine::CKernelCall& call, bool bHorizontal, int nHitsPerPixel);
     /// Mostly none. Those of a horizontal kernel lie in the region's first row. Values are below nMostValue.
-    std::vector<CStartHit> MakeStartHits(CRandom& random, const CKernelCall& call, bool bHorizontal, int nMostValue);
+    std::vector<CStartHit> MakeStartHits(CRandom& random, const engine::CKernelCall& call, bool bHorizontal,
+                                         int nMostValue);
     void MakeDeadZones(CRandom& random, CConvParam& param);
     /// A mask with the image's layout, or none.
     const std::uint8_t* MakeMask(CRandom& random);
 
 private:
-    void MakeRegion(CRandom& random, CKernelCall& call);
-    void MakePitch(CRandom& random, CKernelCall& call, bool bHorizontal);
+    void MakeRegion(CRandom& random, engine::CKernelCall& call);
+    void MakePitch(CRandom& random, engine::CKernelCall& call, bool bHorizontal);
 
     bool m_bWholeImages = false;
     int m_nWidth = 0;

@@ -49,9 +49,9 @@ TEST(VectorLevels, ForcedLevelIsTheOneThatRuns)
     for (const std::int64_t nLevel : aLevels)
     {
         const CForcedLevel forced(nLevel);
-        EXPECT_EQ(GetVectorTargetName(), LevelName(nLevel));
+        EXPECT_EQ(engine::GetVectorTargetName(), LevelName(nLevel));
     }
-    EXPECT_EQ(GetVectorTargetName(), LevelName(aLevels.front()));
+    EXPECT_EQ(engine::GetVectorTargetName(), LevelName(aLevels.front()));
 }
 
 // --- the plain vertical kernel ---

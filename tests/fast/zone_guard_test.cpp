@@ -112,7 +112,7 @@ TEST_P(ZoneKernelsGuarded, MapsAndTablesAreReadWhereTheRegionReachesAndNoFurther
 
             CZoneScene scene;
             scene.eKernel = eKernel;
-            CZoneCall& call = scene.call;
+            engine::CZoneCall& call = scene.call;
             call.image = {aImage.data(), nStride, nHeight + 4};
             call.region = {0, 0, nWidth, nHeight};
             call.nPitch16 = nPitch * 16 + random.Int(0, 15);

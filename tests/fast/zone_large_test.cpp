@@ -16,7 +16,7 @@ namespace
 void LayGrid(CPlainScene& plain, int nCellWidth, int nCellHeight)
 {
     CRandom random(7);
-    CZoneCall& call = plain.Call();
+    engine::CZoneCall& call = plain.Call();
     const bool bFlagged = plain.scene.eKernel == ZoneKernel::VertFlag;
     const int nFirstRow = IsHorizontal(plain.scene.eKernel) ? 0 : 1;
     const int nColumns = static_cast<int>(call.region.nRight) / nCellWidth + 4;

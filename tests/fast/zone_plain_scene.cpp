@@ -15,7 +15,7 @@ CPlainScene::CPlainScene(ZoneKernel eKernel, int nWidth, int nHeight, int nPitch
       aZoneIndex(static_cast<std::size_t>(nWidth * nHeight), 0), m_nWidth(nWidth)
 {
     scene.eKernel = eKernel;
-    CZoneCall& call = scene.call;
+    engine::CZoneCall& call = scene.call;
     call.image = {aImage.data(), nWidth, 0};
     call.region = {0, 0, nWidth, nHeight};
     call.hits.nSize = nWidth * nHeight + 16;

@@ -27,7 +27,7 @@ public:
     std::vector<std::int16_t> aZoneIndex; ///< the same, all 0
     std::vector<int> aOrigins;
 
-    CZoneCall& Call() { return scene.call; }
+    engine::CZoneCall& Call() { return scene.call; }
     std::uint8_t& At(int x, int y) { return aImage[static_cast<std::size_t>(y * m_nWidth + x)]; }
     void SetThreshold(int nOffset);
     /// Sets rows nFrom to nTo - 1 of the image.

@@ -119,7 +119,7 @@ void CZoneSceneSource::MakeRegion(CRandom& random)
         nLow = random.OneIn(2) ? 0 : random.Int(0, nSize / 3);
         nHigh = random.OneIn(2) ? nSize : random.Int(static_cast<int>(nLow), nSize);
     };
-    CRegion& rt = m_scene.call.region;
+    engine::CRegion& rt = m_scene.call.region;
     pickSpan(m_nWidth, rt.nLeft, rt.nRight);
     if (rt.nRight - rt.nLeft < 16 && !random.OneIn(16))
     {
@@ -133,7 +133,7 @@ void CZoneSceneSource::MakeRegion(CRandom& random)
 
 void CZoneSceneSource::MakePitch(CRandom& random)
 {
-    const CRegion& rt = m_scene.call.region;
+    const engine::CRegion& rt = m_scene.call.region;
     const int nExtent = static_cast<int>(IsHorizontal(m_scene.eKernel) ? rt.nRight - rt.nLeft : rt.nBottom - rt.nTop);
     int nWhole = random.Int(0, 1 + nExtent / 3);
     if (random.OneIn(4))
@@ -176,7 +176,7 @@ const std::int16_t* CZoneSceneSource::PickMap(CRandom& random, const std::vector
 
 void CZoneSceneSource::MakeMaps(CRandom& random)
 {
-    CZoneCall& call = m_scene.call;
+    engine::CZoneCall& call = m_scene.call;
     call.pOffsetMap = PickMap(random, m_aOffsetPools, 24);
     call.pGainMap = PickMap(random, m_aGainPools, 5);
     call.pZoneIndexMap = PickMap(random, m_aIndexPools, 6);
@@ -189,8 +189,8 @@ void CZoneSceneSource::MakeMaps(CRandom& random)
 
 void CZoneSceneSource::MakeCells(CRandom& random)
 {
-    CZoneCall& call = m_scene.call;
-    const CRegion& rt = call.region;
+    engine::CZoneCall& call = m_scene.call;
+    const engine::CRegion& rt = call.region;
     const auto pickSize = [&random](int nExtent)
     {
         switch (random.Int(0, 7))
@@ -256,7 +256,7 @@ void CZoneSceneSource::MakeCells(CRandom& random)
 
 void CZoneSceneSource::MakeTables(CRandom& random)
 {
-    CZoneCall& call = m_scene.call;
+    engine::CZoneCall& call = m_scene.call;
     const int nPitch16 = static_cast<int>(std::min<std::int64_t>(call.nPitch16, std::int64_t{16} * 110));
 
     m_aScanTable.resize(static_cast<std::size_t>(m_nHeight / 16 + 2));
@@ -294,7 +294,7 @@ void CZoneSceneSource::MakeTables(CRandom& random)
 
 void CZoneSceneSource::MakeCapacities(CRandom& random)
 {
-    CZoneCall& call = m_scene.call;
+    engine::CZoneCall& call = m_scene.call;
     const int nLines = m_nHeight + 2;
     const int nMostHits = IsHorizontal(m_scene.eKernel) ? m_nWidth + 40 : nLines * 16 + 40;
     call.hits.nSize = random.OneIn(4) ? random.Int(0, 24) : random.OneIn(3) ? random.Int(0, nMostHits) : nMostHits;
@@ -312,7 +312,7 @@ void CZoneSceneSource::MakeStartHits(CRandom& random)
 {
     if (!random.OneIn(4))
         return;
-    const CRegion& rt = m_scene.call.region;
+    const engine::CRegion& rt = m_scene.call.region;
     const bool bHorizontal = IsHorizontal(m_scene.eKernel);
     const bool bOneRow = bHorizontal && !random.OneIn(4);
     const int nHop = static_cast<int>((m_scene.call.nPitch16 + 8) >> 4);

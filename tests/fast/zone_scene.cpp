@@ -16,27 +16,27 @@ namespace narvo::test
 
 const char* KernelName(ZoneKernel eKernel)
 {
-    return GetKernelRow(eKernel).pName;
+    return engine::GetKernelRow(eKernel).pName;
 }
 
 bool IsHorizontal(ZoneKernel eKernel)
 {
-    return GetKernelRow(eKernel).traits.scan.bHorizontal;
+    return engine::GetKernelRow(eKernel).traits.scan.bHorizontal;
 }
 
 bool IsMember(ZoneKernel eKernel)
 {
-    return GetKernelRow(eKernel).eHome == KernelHome::Engine;
+    return engine::GetKernelRow(eKernel).eHome == engine::KernelHome::Engine;
 }
 
 bool HasPeaks(ZoneKernel eKernel)
 {
-    return GetKernelRow(eKernel).traits.bPeak;
+    return engine::GetKernelRow(eKernel).traits.bPeak;
 }
 
 const std::vector<ZoneKernel>& AllZoneKernels()
 {
-    static const std::vector<ZoneKernel> aKernels = ListKernels(zoneKernels);
+    static const std::vector<ZoneKernel> aKernels = ListKernels(engine::zoneKernels);
     return aKernels;
 }
 
@@ -53,11 +53,11 @@ std::string CZoneScene::Describe() const
     return out.str();
 }
 
-CZoneCall CallOf(const CZoneScene& scene, CKernelOutcome& outcome)
+engine::CZoneCall CallOf(const CZoneScene& scene, CKernelOutcome& outcome)
 {
     const auto nStart = static_cast<std::int64_t>(scene.aStartHits.size());
     outcome.Prepare(scene.call.hits.nSize, scene.aStartHits, scene.call.pairs.nCount, scene.call.pairs.nSize);
-    CZoneCall call = scene.call;
+    engine::CZoneCall call = scene.call;
     call.hits = outcome.HitArrays(scene.call.hits.nSize, nStart);
     call.pairs = outcome.PairSink(scene.call.pairs.nCount, scene.call.pairs.nSize);
     call.pEndLine = &outcome.nEndLine;
@@ -67,14 +67,14 @@ CZoneCall CallOf(const CZoneScene& scene, CKernelOutcome& outcome)
 
 void RunReference(const CZoneScene& scene, CKernelOutcome& outcome)
 {
-    const CZoneCall call = CallOf(scene, outcome);
+    const engine::CZoneCall call = CallOf(scene, outcome);
     outcome.nReturned = reference::RunZoneKernel(scene.eKernel, call);
 }
 
 void RunThroughCall(const CZoneScene& scene, CKernelOutcome& outcome)
 {
-    const CZoneCall call = CallOf(scene, outcome);
-    outcome.nReturned = narvo::RunZoneKernel(scene.eKernel, call);
+    const engine::CZoneCall call = CallOf(scene, outcome);
+    outcome.nReturned = engine::RunZoneKernel(scene.eKernel, call);
 }
 
 namespace
@@ -105,7 +105,7 @@ void RunPublic(const CZoneScene& scene, CKernelOutcome& outcome)
 {
     static CNarvoAssem engine;
 
-    const CZoneCall c = CallOf(scene, outcome);
+    const engine::CZoneCall c = CallOf(scene, outcome);
     auto* pImage = const_cast<unsigned char*>(c.image.pPixels);
     auto* pOffset = const_cast<short*>(c.pOffsetMap);
     auto* pGain = const_cast<short*>(c.pGainMap);

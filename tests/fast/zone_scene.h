@@ -14,11 +14,13 @@
 namespace narvo::test
 {
 
+using engine::ZoneKernel;
+
 /// The inputs of a call. Pointers of the call refer to memory of the test; its outputs are not set.
 struct CZoneScene
 {
     ZoneKernel eKernel = ZoneKernel::Vert;
-    CZoneCall call;
+    engine::CZoneCall call;
     CConvParam param;                  ///< read by the members only
     std::vector<CStartHit> aStartHits; ///< hits at the start: nPixelCount is their number
     bool bDoublePitch = false;         ///< class-id kernel: the overload with the pitch in pixels
@@ -35,7 +37,7 @@ bool HasPeaks(ZoneKernel eKernel);
 const std::vector<ZoneKernel>& AllZoneKernels();
 
 /// The scene's call with an outcome's arrays, prepared.
-CZoneCall CallOf(const CZoneScene& scene, CKernelOutcome& outcome);
+engine::CZoneCall CallOf(const CZoneScene& scene, CKernelOutcome& outcome);
 void RunReference(const CZoneScene& scene, CKernelOutcome& outcome);
 /// Through the public function or member of that name; the image's height is not known to it.
 void RunPublic(const CZoneScene& scene, CKernelOutcome& outcome);

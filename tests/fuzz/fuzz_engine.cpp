@@ -82,10 +82,10 @@ void RequireSideMode(const CSoakCase& soakCase, CCaseRunner& runner)
 {
     CNarvoAssem& lane = runner.Lane();
     const CConvParam& param = runner.Param();
-    const narvo::Comparison eComparison = narvo::ChooseComparison(param);
-    const bool bAverage = eComparison == narvo::Comparison::Average;
+    const narvo::engine::Comparison eComparison = narvo::engine::ChooseComparison(param);
+    const bool bAverage = eComparison == narvo::engine::Comparison::Average;
     if (soakCase.eCall != CaseCall::Rect || soakCase.eSplit != CaseSplit::None ||
-        (!bAverage && eComparison != narvo::Comparison::Binarise) || lane.nReinspectCount != 0 ||
+        (!bAverage && eComparison != narvo::engine::Comparison::Binarise) || lane.nReinspectCount != 0 ||
         param.pImage == nullptr || param.rtInspect.IsRectEmpty())
         return;
     if (bAverage && (param.nAverageParam2 < 1 || param.nAverageParam1 < param.nAverageParam2))

@@ -17,7 +17,7 @@ namespace
 {
 
 using namespace narvo::test;
-using narvo_reference::CBlobReference;
+using narvo::test::reference::CBlobReference;
 
 constexpr int nMostPairs = 400;
 
@@ -58,14 +58,14 @@ void RequireSameBlobs(const CBlobReference& reference, const CBlobStorage& store
     for (int i = 0; i < store.nBlobCount; ++i)
     {
         const std::string strDifference =
-            narvo_reference::FindDifference(reference.blobs[static_cast<std::size_t>(i)], store.pBlob[i]);
+            narvo::test::reference::FindDifference(reference.blobs[static_cast<std::size_t>(i)], store.pBlob[i]);
         Require(strDifference.empty(), strStep + ": blob " + std::to_string(i) + ": " + strDifference);
     }
 }
 
 void BuildLikeTheReference(CCaseSource& source)
 {
-    narvo_test::CSampleStore store(nMostPairs, nMostPairs);
+    narvo::test::CSampleStore store(nMostPairs, nMostPairs);
     CBlobReference reference;
     CConvParam& param = store.ConvParam;
     param.nMultiType = source.Int(-1, 5);
@@ -81,7 +81,7 @@ void BuildLikeTheReference(CCaseSource& source)
         std::vector<CDefectPair> pairs = DrawPairs(source);
         store.ResetPairStorage();
         for (const CDefectPair& pair : pairs)
-            narvo_test::AddPair(store, pair);
+            narvo::test::AddPair(store, pair);
         store.nBlobSize = reference.nBlobSize =
             source.OneIn(4) ? std::min(store.nBlobCount + source.Int(0, 40), store.nBlobCapacity) : store.nBlobCapacity;
         const bool bVertical = source.OneIn(2);
@@ -120,8 +120,8 @@ double DrawWildPitch(CCaseSource& source)
 
 void BuildFromWildRecords(CCaseSource& source)
 {
-    narvo_test::CSampleStore store(nMostPairs, 60);
-    narvo_test::CTestImage image(source.Int(1, 60), source.Int(1, 60), source.Int(0, 255));
+    narvo::test::CSampleStore store(nMostPairs, 60);
+    narvo::test::CTestImage image(source.Int(1, 60), source.Int(1, 60), source.Int(0, 255));
     CConvParam& param = store.ConvParam;
     if (!source.OneIn(8))
         image.Attach(param);
@@ -155,7 +155,7 @@ void BuildFromWildRecords(CCaseSource& source)
              {&pair.nDefectPos, &pair.nDefectPair, &pair.nDefectType, &pair.nPeak, &pair.ptDefect.x, &pair.ptDefect.y,
               &pair.nSrcGray, &pair.nCmpGray, &pair.nZoneIndex, &pair.nThreshold, &pair.nSubZone})
             *pField = DrawWild(source);
-        narvo_test::AddPair(store, pair);
+        narvo::test::AddPair(store, pair);
     }
     source.OneIn(2) ? store.BlobDefectVert() : store.BlobDefect();
     Require(store.nBlobCount >= 0 && store.nBlobCount <= store.nBlobSize, "blobs fit their store");

@@ -27,42 +27,50 @@ bool IsPlainRun()
 // NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C"
 {
-    int __real__ZN5narvo13RunZoneKernelENS_10ZoneKernelERKNS_9CZoneCallE(narvo::ZoneKernel eKernel,
-                                                                         const narvo::CZoneCall& call);
-    int __real__ZN5narvo14RunPixelKernelENS_11PixelKernelERKNS_10CPixelCallE(narvo::PixelKernel eKernel,
-                                                                             const narvo::CPixelCall& call);
-    int __real__ZN5narvo14RunFloatKernelENS_11FloatKernelERKNS_10CFloatCallE(narvo::FloatKernel eKernel,
-                                                                             const narvo::CFloatCall& call);
-    int __real__ZN5narvo16RunTrapeziumHoriERKNS_18CTrapeziumHoriCallE(const narvo::CTrapeziumHoriCall& call);
-    int __real__ZN5narvo16RunTrapeziumVertERKNS_18CTrapeziumVertCallE(const narvo::CTrapeziumVertCall& call);
+    int __real__ZN5narvo6engine13RunZoneKernelENS0_10ZoneKernelERKNS0_9CZoneCallE(narvo::engine::ZoneKernel eKernel,
+                                                                                  const narvo::engine::CZoneCall& call);
+    int __real__ZN5narvo6engine14RunPixelKernelENS0_11PixelKernelERKNS0_10CPixelCallE(
+        narvo::engine::PixelKernel eKernel, const narvo::engine::CPixelCall& call);
+    int __real__ZN5narvo6engine14RunFloatKernelENS0_11FloatKernelERKNS0_10CFloatCallE(
+        narvo::engine::FloatKernel eKernel, const narvo::engine::CFloatCall& call);
+    int __real__ZN5narvo6engine16RunTrapeziumHoriERKNS0_18CTrapeziumHoriCallE(
+        const narvo::engine::CTrapeziumHoriCall& call);
+    int __real__ZN5narvo6engine16RunTrapeziumVertERKNS0_18CTrapeziumVertCallE(
+        const narvo::engine::CTrapeziumVertCall& call);
 
-    int __wrap__ZN5narvo13RunZoneKernelENS_10ZoneKernelERKNS_9CZoneCallE(narvo::ZoneKernel eKernel,
-                                                                         const narvo::CZoneCall& call)
+    int __wrap__ZN5narvo6engine13RunZoneKernelENS0_10ZoneKernelERKNS0_9CZoneCallE(narvo::engine::ZoneKernel eKernel,
+                                                                                  const narvo::engine::CZoneCall& call)
     {
-        return IsPlainRun() ? narvo::reference::RunZoneKernel(eKernel, call)
-                            : __real__ZN5narvo13RunZoneKernelENS_10ZoneKernelERKNS_9CZoneCallE(eKernel, call);
+        return IsPlainRun() ? narvo::test::reference::RunZoneKernel(eKernel, call)
+                            : __real__ZN5narvo6engine13RunZoneKernelENS0_10ZoneKernelERKNS0_9CZoneCallE(eKernel, call);
     }
-    int __wrap__ZN5narvo14RunPixelKernelENS_11PixelKernelERKNS_10CPixelCallE(narvo::PixelKernel eKernel,
-                                                                             const narvo::CPixelCall& call)
+    int
+    __wrap__ZN5narvo6engine14RunPixelKernelENS0_11PixelKernelERKNS0_10CPixelCallE(narvo::engine::PixelKernel eKernel,
+                                                                                  const narvo::engine::CPixelCall& call)
     {
-        return IsPlainRun() ? narvo::reference::RunPixelKernel(eKernel, call)
-                            : __real__ZN5narvo14RunPixelKernelENS_11PixelKernelERKNS_10CPixelCallE(eKernel, call);
+        return IsPlainRun()
+                   ? narvo::test::reference::RunPixelKernel(eKernel, call)
+                   : __real__ZN5narvo6engine14RunPixelKernelENS0_11PixelKernelERKNS0_10CPixelCallE(eKernel, call);
     }
-    int __wrap__ZN5narvo14RunFloatKernelENS_11FloatKernelERKNS_10CFloatCallE(narvo::FloatKernel eKernel,
-                                                                             const narvo::CFloatCall& call)
+    int
+    __wrap__ZN5narvo6engine14RunFloatKernelENS0_11FloatKernelERKNS0_10CFloatCallE(narvo::engine::FloatKernel eKernel,
+                                                                                  const narvo::engine::CFloatCall& call)
     {
-        return IsPlainRun() ? narvo::reference::RunFloatKernel(eKernel, call)
-                            : __real__ZN5narvo14RunFloatKernelENS_11FloatKernelERKNS_10CFloatCallE(eKernel, call);
+        return IsPlainRun()
+                   ? narvo::test::reference::RunFloatKernel(eKernel, call)
+                   : __real__ZN5narvo6engine14RunFloatKernelENS0_11FloatKernelERKNS0_10CFloatCallE(eKernel, call);
     }
-    int __wrap__ZN5narvo16RunTrapeziumHoriERKNS_18CTrapeziumHoriCallE(const narvo::CTrapeziumHoriCall& call)
+    int
+    __wrap__ZN5narvo6engine16RunTrapeziumHoriERKNS0_18CTrapeziumHoriCallE(const narvo::engine::CTrapeziumHoriCall& call)
     {
-        return IsPlainRun() ? narvo::reference::RunTrapeziumHori(call)
-                            : __real__ZN5narvo16RunTrapeziumHoriERKNS_18CTrapeziumHoriCallE(call);
+        return IsPlainRun() ? narvo::test::reference::RunTrapeziumHori(call)
+                            : __real__ZN5narvo6engine16RunTrapeziumHoriERKNS0_18CTrapeziumHoriCallE(call);
     }
-    int __wrap__ZN5narvo16RunTrapeziumVertERKNS_18CTrapeziumVertCallE(const narvo::CTrapeziumVertCall& call)
+    int
+    __wrap__ZN5narvo6engine16RunTrapeziumVertERKNS0_18CTrapeziumVertCallE(const narvo::engine::CTrapeziumVertCall& call)
     {
-        return IsPlainRun() ? narvo::reference::RunTrapeziumVert(call)
-                            : __real__ZN5narvo16RunTrapeziumVertERKNS_18CTrapeziumVertCallE(call);
+        return IsPlainRun() ? narvo::test::reference::RunTrapeziumVert(call)
+                            : __real__ZN5narvo6engine16RunTrapeziumVertERKNS0_18CTrapeziumVertCallE(call);
     }
 }
 // NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)

@@ -162,7 +162,7 @@ TEST(FailingRegion, FreeFormInspectionNotesWhatItLeftOut)
         const auto run = [&]
         {
             engine.InspectPAD_Clear();
-            narvo::ClearMemoryShortage();
+            narvo::engine::ClearMemoryShortage();
             return engine.Inspect_FreeForm(nEndLine);
         };
         CFailingHeap heap(failures);
@@ -170,9 +170,9 @@ TEST(FailingRegion, FreeFormInspectionNotesWhatItLeftOut)
         const long nAsked = heap.Stop();
         if (failures.nEnd == 0)
             nExpected = nPairs;
-        EXPECT_TRUE(nPairs == nExpected || narvo::HadMemoryShortage()) << "failure " << failures.nFirst;
+        EXPECT_TRUE(nPairs == nExpected || narvo::engine::HadMemoryShortage()) << "failure " << failures.nFirst;
         EXPECT_EQ(run(), nExpected) << "the call after failure " << failures.nFirst;
-        EXPECT_FALSE(narvo::HadMemoryShortage());
+        EXPECT_FALSE(narvo::engine::HadMemoryShortage());
         return nAsked;
     };
     EXPECT_GT(FailEachInTurn(inspect), 15);

@@ -20,16 +20,16 @@ void CheckRow(std::int64_t nRows, int nGray, std::int64_t nWidth, int nStep, std
     std::vector<std::uint8_t> pixels(static_cast<std::size_t>(nWidth));
     for (std::uint8_t& nPixel : pixels)
         nPixel = static_cast<std::uint8_t>(random.Int(0, 255));
-    const auto nCells = static_cast<std::size_t>(nWidth + 1 + narvo::nSumRowSlack);
+    const auto nCells = static_cast<std::size_t>(nWidth + 1 + narvo::engine::nSumRowSlack);
     std::vector<TSum> sums(nCells);
     std::vector<std::uint32_t> low(nCells);
     std::vector<std::int64_t> table(nCells + 8);
     for (std::size_t i = 0; i <= static_cast<std::size_t>(nWidth); ++i)
         low[i] = static_cast<std::uint32_t>(static_cast<std::uint64_t>(i) * static_cast<std::uint64_t>(nRows * nGray));
-    narvo::CSumRow<TSum> row{pixels.data(), nWidth, sums.data(), low.data(), table.data() + nShift};
+    narvo::engine::CSumRow<TSum> row{pixels.data(), nWidth, sums.data(), low.data(), table.data() + nShift};
     for (std::int64_t x = 0; x < nWidth; x += nStep)
-        narvo::AppendSums(row, std::min(x + nStep, nWidth));
-    narvo::FinishSumRows();
+        narvo::engine::AppendSums(row, std::min(x + nStep, nWidth));
+    narvo::engine::FinishSumRows();
     std::int64_t nSum = 0;
     for (std::int64_t x = 0; x < nWidth; ++x)
     {
@@ -51,7 +51,7 @@ TEST(AverageRows, CellsBeyondThirtyTwoBitsCarryIntoTheirHighHalf)
         SCOPED_TRACE(LevelName(nLevel));
         for (int nCase = 0; nCase < 60; ++nCase)
         {
-            const std::int64_t nRows = nCase == 0 ? narvo::nSumHeightLimit - 1 : random.Range(0, 1 << 20);
+            const std::int64_t nRows = nCase == 0 ? narvo::engine::nSumHeightLimit - 1 : random.Range(0, 1 << 20);
             const int nGray = nCase == 0 ? 255 : random.Int(0, 255);
             const std::int64_t nWidth = random.Int(1, 900);
             const int nStep = random.Pick({64, 100, 512, 1000});

@@ -11,8 +11,8 @@
 namespace
 {
 
-using narvotest::CDriverScene;
-using narvotest::CTracedEngine;
+using narvo::test::CDriverScene;
+using narvo::test::CTracedEngine;
 
 /// Place, kind and polarity of the records, which the blob steps leave alone but for the polarity of removed ones.
 std::vector<int> GetPlaces(const CNarvoAssem& engine)

@@ -24,7 +24,7 @@ std::vector<short> LineBuffer(std::int64_t nLines)
 void RunPublic(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome)
 {
     const auto c = CallOf(scene, outcome);
-    const CHitArrays& hits = c.hits;
+    const engine::CHitArrays& hits = c.hits;
     std::vector<short> aLine = LineBuffer(std::max(c.nRightTop, c.nRightBottom) - std::min(c.nLeftTop, c.nLeftBottom));
     outcome.nReturned = ConvTrapeziumHori(
         const_cast<unsigned char*>(c.image.pPixels), aLine.data(), hits.nSize, hits.nCount, c.nTop, c.nBottom,
@@ -36,7 +36,7 @@ void RunPublic(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome)
 void RunPublic(const CTrapeziumVertScene& scene, CKernelOutcome& outcome)
 {
     const auto c = CallOf(scene, outcome);
-    const CHitArrays& hits = c.hits;
+    const engine::CHitArrays& hits = c.hits;
     std::vector<short> aLine = LineBuffer(std::max(c.nBottomLeft, c.nBottomRight) - std::min(c.nTopLeft, c.nTopRight));
     outcome.nReturned = ConvTrapeziumVert(
         const_cast<unsigned char*>(c.image.pPixels), aLine.data(), hits.nSize, hits.nCount, c.nLeft, c.nRight,
@@ -47,14 +47,14 @@ void RunPublic(const CTrapeziumVertScene& scene, CKernelOutcome& outcome)
 
 void RunThroughCall(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome)
 {
-    const CTrapeziumHoriCall call = CallOf(scene, outcome);
-    outcome.nReturned = narvo::RunTrapeziumHori(call);
+    const engine::CTrapeziumHoriCall call = CallOf(scene, outcome);
+    outcome.nReturned = engine::RunTrapeziumHori(call);
 }
 
 void RunThroughCall(const CTrapeziumVertScene& scene, CKernelOutcome& outcome)
 {
-    const CTrapeziumVertCall call = CallOf(scene, outcome);
-    outcome.nReturned = narvo::RunTrapeziumVert(call);
+    const engine::CTrapeziumVertCall call = CallOf(scene, outcome);
+    outcome.nReturned = engine::RunTrapeziumVert(call);
 }
 
 } // namespace narvo::test

@@ -26,8 +26,8 @@ CTrapeziumSceneSource::CTrapeziumSceneSource() : m_aBackground(nArenaBytes)
     m_aArena = m_aBackground;
 }
 
-void CTrapeziumSceneSource::MakePicture(CRandom& random, CTrapeziumCall& call, std::vector<CStartHit>& aStartHits,
-                                        bool bHorizontal)
+void CTrapeziumSceneSource::MakePicture(CRandom& random, engine::CTrapeziumCall& call,
+                                        std::vector<CStartHit>& aStartHits, bool bHorizontal)
 {
     m_nWidth = random.OneIn(4) ? random.Int(120, 320) : random.Int(32, 130);
     m_nHeight = random.OneIn(4) ? random.Int(50, 140) : random.Int(20, 90);
@@ -87,7 +87,7 @@ const CTrapeziumHoriScene& CTrapeziumSceneSource::MakeHori(std::uint64_t nSeed)
 {
     CRandom random(nSeed);
     m_hori = CTrapeziumHoriScene();
-    CTrapeziumHoriCall& call = m_hori.call;
+    engine::CTrapeziumHoriCall& call = m_hori.call;
     MakePicture(random, call, m_hori.aStartHits, true);
 
     const auto side = [&](int nLow, int nHigh) { return random.OneIn(3) ? nLow : random.Int(nLow, nHigh); };
@@ -109,7 +109,7 @@ const CTrapeziumVertScene& CTrapeziumSceneSource::MakeVert(std::uint64_t nSeed)
 {
     CRandom random(nSeed);
     m_vert = CTrapeziumVertScene();
-    CTrapeziumVertCall& call = m_vert.call;
+    engine::CTrapeziumVertCall& call = m_vert.call;
     MakePicture(random, call, m_vert.aStartHits, false);
 
     const auto side = [&](int nLow, int nHigh) { return random.OneIn(3) ? nLow : random.Int(nLow, nHigh); };

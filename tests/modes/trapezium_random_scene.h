@@ -25,7 +25,8 @@ public:
     void TakeWholeImages() { m_bWholeImages = true; }
 
 private:
-    void MakePicture(CRandom& random, CTrapeziumCall& call, std::vector<CStartHit>& aStartHits, bool bHorizontal);
+    void MakePicture(CRandom& random, engine::CTrapeziumCall& call, std::vector<CStartHit>& aStartHits,
+                     bool bHorizontal);
 
     bool m_bWholeImages = false;
     int m_nWidth = 0;

@@ -52,7 +52,7 @@ public:
     const TScene& Make(const TMake& fnMake, std::uint64_t nSeed)
     {
         m_scene = fnMake(nSeed);
-        CImageView& image = m_scene.call.image;
+        engine::CImageView& image = m_scene.call.image;
         const std::size_t nBytes = static_cast<std::size_t>(image.nStride * image.nRows);
         m_bFront = !m_bFront;
         std::uint8_t* pPlace = m_bFront ? m_front.Data() : m_back.Data() + m_back.Size() - nBytes;

@@ -9,7 +9,7 @@ namespace narvo::test
 namespace
 {
 
-void DescribeCommon(std::ostream& out, const CTrapeziumCall& call, std::size_t nStartHits)
+void DescribeCommon(std::ostream& out, const engine::CTrapeziumCall& call, std::size_t nStartHits)
 {
     out << " stride " << call.image.nStride << " pitch16 " << call.nPitch16 << " table "
         << (call.pPitchTable != nullptr) << " hits " << nStartHits << '/' << call.hits.nSize << " pairs "
@@ -52,25 +52,25 @@ std::string CTrapeziumVertScene::Describe() const
     return out.str();
 }
 
-CTrapeziumHoriCall CallOf(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome)
+engine::CTrapeziumHoriCall CallOf(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome)
 {
     return Prepared(scene, outcome);
 }
 
-CTrapeziumVertCall CallOf(const CTrapeziumVertScene& scene, CKernelOutcome& outcome)
+engine::CTrapeziumVertCall CallOf(const CTrapeziumVertScene& scene, CKernelOutcome& outcome)
 {
     return Prepared(scene, outcome);
 }
 
 void RunReference(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome)
 {
-    const CTrapeziumHoriCall call = CallOf(scene, outcome);
+    const engine::CTrapeziumHoriCall call = CallOf(scene, outcome);
     outcome.nReturned = reference::RunTrapeziumHori(call);
 }
 
 void RunReference(const CTrapeziumVertScene& scene, CKernelOutcome& outcome)
 {
-    const CTrapeziumVertCall call = CallOf(scene, outcome);
+    const engine::CTrapeziumVertCall call = CallOf(scene, outcome);
     outcome.nReturned = reference::RunTrapeziumVert(call);
 }
 

@@ -26,8 +26,8 @@ struct CTrapeziumScene
     std::string Describe() const;
 };
 
-using CTrapeziumHoriScene = CTrapeziumScene<CTrapeziumHoriCall>;
-using CTrapeziumVertScene = CTrapeziumScene<CTrapeziumVertCall>;
+using CTrapeziumHoriScene = CTrapeziumScene<engine::CTrapeziumHoriCall>;
+using CTrapeziumVertScene = CTrapeziumScene<engine::CTrapeziumVertCall>;
 
 template <>
 std::string CTrapeziumHoriScene::Describe() const;
@@ -35,8 +35,8 @@ template <>
 std::string CTrapeziumVertScene::Describe() const;
 
 /// The scene's call with an outcome's arrays, prepared.
-CTrapeziumHoriCall CallOf(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome);
-CTrapeziumVertCall CallOf(const CTrapeziumVertScene& scene, CKernelOutcome& outcome);
+engine::CTrapeziumHoriCall CallOf(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome);
+engine::CTrapeziumVertCall CallOf(const CTrapeziumVertScene& scene, CKernelOutcome& outcome);
 void RunReference(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome);
 void RunReference(const CTrapeziumVertScene& scene, CKernelOutcome& outcome);
 void RunPublic(const CTrapeziumHoriScene& scene, CKernelOutcome& outcome);

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstdint>
 
-namespace narvo_reference
+namespace narvo::test::reference
 {
 
 namespace
@@ -489,4 +489,4 @@ std::string FindDifference(const SBlob& expected, const CDefectBlob& blob)
     return difference;
 }
 
-} // namespace narvo_reference
+} // namespace narvo::test::reference

@@ -10,7 +10,7 @@
 #include "narvoassem/defectblob.h"
 #include "narvoassem/defectpair.h"
 
-namespace narvo_reference
+namespace narvo::test::reference
 {
 
 /// A blob of the reference: the fields of the record, wide types throughout, cut where the record cuts.
@@ -71,4 +71,4 @@ private:
 /// Names the first field in which the two differ; empty when they agree.
 std::string FindDifference(const SBlob& expected, const CDefectBlob& blob);
 
-} // namespace narvo_reference
+} // namespace narvo::test::reference

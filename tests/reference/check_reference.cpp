@@ -102,7 +102,7 @@ bool PassesCheck(const CConvParam& param)
     return param.nThreshold >= 1;
 }
 
-bool IsZoneSound(const CConvParam& param, bool bTable, const CZoneCellSize& cell, bool bAsg)
+bool IsZoneSound(const CConvParam& param, bool bTable, const engine::CZoneCellSize& cell, bool bAsg)
 {
     const bool bVertical = param.nDirection != 0;
     const bool bAcross = !bAsg && RunsCrossFilter(param, bVertical, param.bKeepSingle != 0);
@@ -128,41 +128,41 @@ bool IsTrapeziumSound(const CConvParam& param)
 }
 
 /// What the comparison needs so that it reads nothing outside image and tables.
-bool IsSound(const CConvParam& param, Comparison eComparison, bool bAsg)
+bool IsSound(const CConvParam& param, engine::Comparison eComparison, bool bAsg)
 {
     const bool bVertical = param.nDirection == 1;
-    const bool bFreeForm = ChooseFloatKernel(param).ePath == ChoicePath::FreeForm;
+    const bool bFreeForm = engine::ChooseFloatKernel(param).ePath == engine::ChoicePath::FreeForm;
     // The other float kernels keep singles always.
     const bool bMember =
         bVertical && param.bExtendedKernel != 0 && std::int64_t{param.nConvWidth} * param.nConvHeight == 4;
-    if (eComparison == Comparison::None)
+    if (eComparison == engine::Comparison::None)
         return true;
     if (!IsRegionInside(param))
         return false;
     switch (eComparison)
     {
-    case Comparison::Zone:
-        return IsZoneSound(param, ChooseZoneKernel(param).eKernel == ZoneKernel::HoriTable, GetZoneCellSize(param),
-                           false);
-    case Comparison::AsgZone:
-        return IsZoneSound(param, ChooseAsgZoneKernel(param).eKernel == ZoneKernel::HoriTable,
-                           GetAsgZoneCellSize(param), true);
-    case Comparison::Pixel:
+    case engine::Comparison::Zone:
+        return IsZoneSound(param, engine::ChooseZoneKernel(param).eKernel == engine::ZoneKernel::HoriTable,
+                           engine::GetZoneCellSize(param), false);
+    case engine::Comparison::AsgZone:
+        return IsZoneSound(param, engine::ChooseAsgZoneKernel(param).eKernel == engine::ZoneKernel::HoriTable,
+                           engine::GetAsgZoneCellSize(param), true);
+    case engine::Comparison::Pixel:
         return ArePitchesSound(param, bVertical, 0.0,
                                !bAsg && RunsCrossFilter(param, bVertical, param.bKeepSingle != 0)) &&
-               (ChoosePixelKernel(param).eKernel != PixelKernel::HoriTable || HasWeights(param)) &&
-               (!ChoosePixelKernel(param).IsTwice() ||
+               (engine::ChoosePixelKernel(param).eKernel != engine::PixelKernel::HoriTable || HasWeights(param)) &&
+               (!engine::ChoosePixelKernel(param).IsTwice() ||
                 (IsLimited(param.dTwicePitch) && Fixed(param.dTwicePitch, 0.0) >= 0.0));
-    case Comparison::Float:
+    case engine::Comparison::Float:
         if (!ArePitchesSound(param, bVertical, 0.5,
-                             !bFreeForm && RunsFloatKernel(param) &&
+                             !bFreeForm && engine::RunsFloatKernel(param) &&
                                  RunsCrossFilter(param, bVertical, !bMember || param.bKeepSingle != 0)))
             return false;
         if (bFreeForm)
             return Fixed(param.dScanPitch * param.nScanMultiple, 0.0) >= 0.0 && param.nZoneColumns >= 0 &&
                    param.nZoneMapStride >= 0;
         return param.nDirection == 1 || param.pConvPitchTable == nullptr || HasWeights(param);
-    case Comparison::Trapezium:
+    case engine::Comparison::Trapezium:
         return IsTrapeziumSound(param);
     default:
         return true;
@@ -171,12 +171,12 @@ bool IsSound(const CConvParam& param, Comparison eComparison, bool bAsg)
 
 int ExpectEngineRefusal(const CConvParam& param, Entry eEntry)
 {
-    Comparison eComparison = ChooseComparison(param);
+    engine::Comparison eComparison = engine::ChooseComparison(param);
     bool bChecked = param.nInspectMode != 2 && param.nInspectMode != 3;
     const bool bAsg = eEntry == Entry::Asg || eEntry == Entry::RectAsg;
     if (eEntry == Entry::Trapezium || eEntry == Entry::Asg || eEntry == Entry::RectAsg)
     {
-        eComparison = eEntry == Entry::Trapezium ? Comparison::Trapezium : ChooseAsgComparison(param);
+        eComparison = eEntry == Entry::Trapezium ? engine::Comparison::Trapezium : engine::ChooseAsgComparison(param);
         bChecked = true;
     }
     return (bChecked && !PassesCheck(param)) || !IsSound(param, eComparison, bAsg) ? nBad : 0;
@@ -208,7 +208,7 @@ std::vector<CConvParam> MakeBands(const CConvParam& param)
 /// looked at. A band right of all records of the grid's first row does not run.
 int ExpectBandRefusal(const CConvParam& param, const std::vector<CConvParam>& bands)
 {
-    const Comparison eComparison = ChooseComparison(param);
+    const engine::Comparison eComparison = engine::ChooseComparison(param);
     if (!IsSound(param, eComparison, false))
         return nBad;
     for (CConvParam band : bands)

@@ -8,7 +8,7 @@
 
 #include "reference/scalar.h"
 
-namespace narvo::reference
+namespace narvo::test::reference
 {
 namespace
 {
@@ -96,7 +96,7 @@ uint16_t Above(uint16_t a, uint16_t b)
 class CFloatReference
 {
 public:
-    CFloatReference(const CVariant& variant, const CFloatCall& floatCall,
+    CFloatReference(const CVariant& variant, const engine::CFloatCall& floatCall,
                     const std::function<int(CDefectPair*, CRect)>& fnJump, const CRect& rtJump)
         : v(variant), call(floatCall), rt(floatCall.region), hits(floatCall.hits), fnJumpFilter(fnJump),
           rtJumpArea(rtJump)
@@ -129,9 +129,9 @@ public:
 
 private:
     const CVariant v;
-    const CFloatCall& call;
-    const CRegion& rt;
-    const CHitArrays& hits;
+    const engine::CFloatCall& call;
+    const engine::CRegion& rt;
+    const engine::CHitArrays& hits;
     const std::function<int(CDefectPair*, CRect)>& fnJumpFilter;
     const CRect rtJumpArea;
 
@@ -574,7 +574,7 @@ private:
     const CFloatRegionCall& call;
     const CConvParam& param;
     const CRect rt;
-    const CHitArrays& hits;
+    const engine::CHitArrays& hits;
 
     int nPitchInt;
     int nHop;
@@ -593,7 +593,7 @@ private:
     {
         if (y < rt.top || y >= nFillEnd)
             return 0;
-        const CImageView image{param.pImage, param.nImageWidth, param.nImageHeight};
+        const engine::CImageView image{param.pImage, param.nImageWidth, param.nImageHeight};
         return ReadPixel(image, x, y) + ReadPixel(image, x + 1, y);
     }
 
@@ -746,7 +746,7 @@ private:
 
 } // namespace
 
-int RunFloatKernel(FloatKernel eKernel, const CFloatCall& call)
+int RunFloatKernel(FloatKernel eKernel, const engine::CFloatCall& call)
 {
     return CFloatReference(VariantOf(eKernel), call, nullptr, CRect()).Run();
 }
@@ -754,7 +754,7 @@ int RunFloatKernel(FloatKernel eKernel, const CFloatCall& call)
 int RunFloatRegionIntrin(const CFloatRegionCall& regionCall)
 {
     const CConvParam& param = *regionCall.pParam;
-    CFloatCall call;
+    engine::CFloatCall call;
     call.image = {param.pImage, param.nImageWidth, param.nImageHeight};
     call.region = {regionCall.rtRegion.left, regionCall.rtRegion.top, regionCall.rtRegion.right,
                    regionCall.rtRegion.bottom};
@@ -777,4 +777,4 @@ int RunFloatRegionCpp(const CFloatRegionCall& call)
     return CFloatRegionPlain(call).Run();
 }
 
-} // namespace narvo::reference
+} // namespace narvo::test::reference

@@ -9,20 +9,22 @@
 #include "narvoassem/fast/call/kernel_call.h"
 #include "narvoassem/fast/float/float_table.h"
 
-namespace narvo::reference
+namespace narvo::test::reference
 {
+
+using engine::FloatKernel;
 
 /// Runs the plain form of a float kernel with an argument list on the call's own image, hit arrays, pair array and end
 /// line. A known image height (call.image.nRows) bounds every read: first the row, then the flat address.
 /// @return the new pair count
-int RunFloatKernel(FloatKernel eKernel, const CFloatCall& call);
+int RunFloatKernel(FloatKernel eKernel, const engine::CFloatCall& call);
 
 /// What the two region kernels of the engine work on: its parameters, its stores, and its jump filter.
 struct CFloatRegionCall
 {
     const CConvParam* pParam = nullptr;
-    CHitArrays hits;
-    CPairSink pairs;
+    engine::CHitArrays hits;
+    engine::CPairSink pairs;
     CRect rtRegion;
     int* pEndLine = nullptr;
     /// JumpFilter_Vert2by2 on a record just written: 0 marks it as removed.
@@ -33,4 +35,4 @@ struct CFloatRegionCall
 int RunFloatRegionIntrin(const CFloatRegionCall& call);
 int RunFloatRegionCpp(const CFloatRegionCall& call);
 
-} // namespace narvo::reference
+} // namespace narvo::test::reference

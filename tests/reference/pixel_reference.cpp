@@ -9,7 +9,7 @@
 
 #include "reference/scalar.h"
 
-namespace narvo::reference
+namespace narvo::test::reference
 {
 namespace
 {
@@ -106,7 +106,7 @@ CVariant VariantOf(PixelKernel eKernel)
 class CPixelReference
 {
 public:
-    CPixelReference(const CVariant& variant, const CPixelCall& pixelCall, const CHitArrays& hitArrays)
+    CPixelReference(const CVariant& variant, const engine::CPixelCall& pixelCall, const engine::CHitArrays& hitArrays)
         : v(variant), call(pixelCall), rt(pixelCall.region), hits(hitArrays)
     {
         nPitchInt = call.nPitch16 >> 4;
@@ -133,9 +133,9 @@ public:
 
 private:
     const CVariant v;
-    const CPixelCall& call;
-    const CRegion& rt;
-    const CHitArrays& hits;
+    const engine::CPixelCall& call;
+    const engine::CRegion& rt;
+    const engine::CHitArrays& hits;
 
     int64_t nPitchInt; ///< from the argument pitch: loop ends and bands
     int64_t nPitchFrac;
@@ -486,7 +486,7 @@ private:
 
 } // namespace
 
-int RunPixelKernel(PixelKernel eKernel, const CPixelCall& call)
+int RunPixelKernel(PixelKernel eKernel, const engine::CPixelCall& call)
 {
     const CVariant v = VariantOf(eKernel);
     if (!v.bOwnHits)
@@ -496,7 +496,7 @@ int RunPixelKernel(PixelKernel eKernel, const CPixelCall& call)
     const std::size_t nMost = static_cast<std::size_t>(nRows * nStripWidth); // every pixel of a strip
     std::vector<int> aX(nMost), aY(nMost), aSrc(nMost), aCmp(nMost), aZone(nMost), aThreshold(nMost);
     std::vector<short> aType(nMost), aPeak(nMost);
-    CHitArrays hits;
+    engine::CHitArrays hits;
     hits.nSize = std::numeric_limits<int64_t>::max();
     hits.pX = aX.data();
     hits.pY = aY.data();
@@ -509,4 +509,4 @@ int RunPixelKernel(PixelKernel eKernel, const CPixelCall& call)
     return CPixelReference(v, call, hits).Run();
 }
 
-} // namespace narvo::reference
+} // namespace narvo::test::reference

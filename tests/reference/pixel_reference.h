@@ -5,12 +5,14 @@
 #include "narvoassem/fast/call/kernel_call.h"
 #include "narvoassem/fast/pixel/pixel_table.h"
 
-namespace narvo::reference
+namespace narvo::test::reference
 {
+
+using engine::PixelKernel;
 
 /// Runs the plain form of a pixel kernel on the call's own image, hit arrays, pair array and end line.
 /// A known image height (call.image.nRows) bounds every read: first the row, then the flat address.
 /// @return the new pair count
-int RunPixelKernel(PixelKernel eKernel, const CPixelCall& call);
+int RunPixelKernel(PixelKernel eKernel, const engine::CPixelCall& call);
 
-} // namespace narvo::reference
+} // namespace narvo::test::reference

@@ -27,7 +27,7 @@ public:
             if (nCheck != 1 || nFlag != 0)
                 return nCheck;
         }
-        if (CheckBounds(*this, ChooseComparison(ConvParam)) != 1)
+        if (engine::CheckBounds(*this, engine::ChooseComparison(ConvParam)) != 1)
             return 8;
 
         const bool bZone = nMode != 3 && ConvParam.pThresholdOffsetMap != nullptr;

@@ -8,7 +8,7 @@
 #include "narvoassem/convparam.h"
 #include "narvoassem/fast/call/kernel_call.h"
 
-namespace narvo::reference
+namespace narvo::test::reference
 {
 
 constexpr std::int64_t nStripWidth = 16;
@@ -47,7 +47,7 @@ inline std::int64_t FloorTo8(std::int64_t nValue)
 
 /// A pixel by flat address. Where the image's height is known, a row outside counts as the nearest row first, then an
 /// address outside as the nearest byte.
-inline int ReadPixel(const CImageView& image, std::int64_t x, std::int64_t y)
+inline int ReadPixel(const engine::CImageView& image, std::int64_t x, std::int64_t y)
 {
     if (image.nRows <= 0)
         return image.pPixels[y * image.nStride + x];
@@ -76,4 +76,4 @@ inline bool IsInDeadZone(const CConvParam& param, int x, int y)
     return false;
 }
 
-} // namespace narvo::reference
+} // namespace narvo::test::reference

@@ -6,7 +6,7 @@
 
 #include "reference/scalar.h"
 
-namespace narvo::reference
+namespace narvo::test::reference
 {
 namespace
 {
@@ -36,7 +36,7 @@ struct CWindows
 class CTrapeziumWalk
 {
 public:
-    explicit CTrapeziumWalk(const CTrapeziumCall& trapeziumCall)
+    explicit CTrapeziumWalk(const engine::CTrapeziumCall& trapeziumCall)
         : base(trapeziumCall), hits(trapeziumCall.hits), nHits(trapeziumCall.hits.nCount),
           nPairs(trapeziumCall.pairs.nCount)
     {
@@ -44,8 +44,8 @@ public:
     }
 
 protected:
-    const CTrapeziumCall& base;
-    const CHitArrays& hits;
+    const engine::CTrapeziumCall& base;
+    const engine::CHitArrays& hits;
 
     int64_t P = 0; ///< whole part of the compare distance
     int64_t f = 0; ///< its fraction in sixteenths
@@ -90,7 +90,7 @@ protected:
 class CHoriWalk : CTrapeziumWalk
 {
 public:
-    explicit CHoriWalk(const CTrapeziumHoriCall& horiCall) : CTrapeziumWalk(horiCall), call(horiCall)
+    explicit CHoriWalk(const engine::CTrapeziumHoriCall& horiCall) : CTrapeziumWalk(horiCall), call(horiCall)
     {
         D = P + (call.nPitchRound >= 8 ? 1 : 0);
         SetShortest();
@@ -126,7 +126,7 @@ public:
     }
 
 private:
-    const CTrapeziumHoriCall& call;
+    const engine::CTrapeziumHoriCall& call;
     int64_t D = 0; ///< distance of a partner
     int64_t nShortest = 0;
     int64_t L1 = 0; ///< first column of the row in hand
@@ -224,7 +224,7 @@ private:
 class CVertWalk : CTrapeziumWalk
 {
 public:
-    explicit CVertWalk(const CTrapeziumVertCall& vertCall) : CTrapeziumWalk(vertCall), call(vertCall)
+    explicit CVertWalk(const engine::CTrapeziumVertCall& vertCall) : CTrapeziumWalk(vertCall), call(vertCall)
     {
         nShortest = 2 * (call.nConvPitch16 >> 4) + P;
         if (nShortest < 16)
@@ -274,7 +274,7 @@ public:
     }
 
 private:
-    const CTrapeziumVertCall& call;
+    const engine::CTrapeziumVertCall& call;
     int64_t D = 0; ///< distance of a partner
     int64_t nShortest = 0;
     int64_t T1 = 0; ///< first row of the block in hand
@@ -391,14 +391,14 @@ private:
 
 } // namespace
 
-int RunTrapeziumHori(const CTrapeziumHoriCall& call)
+int RunTrapeziumHori(const engine::CTrapeziumHoriCall& call)
 {
     return CHoriWalk(call).Run();
 }
 
-int RunTrapeziumVert(const CTrapeziumVertCall& call)
+int RunTrapeziumVert(const engine::CTrapeziumVertCall& call)
 {
     return CVertWalk(call).Run();
 }
 
-} // namespace narvo::reference
+} // namespace narvo::test::reference

@@ -4,12 +4,12 @@
 
 #include "narvoassem/fast/trapezium/trapezium_call.h"
 
-namespace narvo::reference
+namespace narvo::test::reference
 {
 
 /// Both run on the call's own image, hit arrays and pair array. A known image height (image.nRows) bounds every read:
 /// first the row, then the flat address. @return the new pair count
-int RunTrapeziumHori(const CTrapeziumHoriCall& call);
-int RunTrapeziumVert(const CTrapeziumVertCall& call);
+int RunTrapeziumHori(const engine::CTrapeziumHoriCall& call);
+int RunTrapeziumVert(const engine::CTrapeziumVertCall& call);
 
-} // namespace narvo::reference
+} // namespace narvo::test::reference

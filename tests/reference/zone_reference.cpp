@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <vector>
 
-namespace narvo::reference
+namespace narvo::test::reference
 {
 namespace
 {
@@ -141,7 +141,7 @@ struct CCell
 class CZoneReference
 {
 public:
-    CZoneReference(const CVariant& variant, const CZoneCall& zoneCall) : v(variant), call(zoneCall)
+    CZoneReference(const CVariant& variant, const engine::CZoneCall& zoneCall) : v(variant), call(zoneCall)
     {
         nPitchInt = call.nPitch16 >> 4;
         nPitchFrac = call.nPitch16 & 15;
@@ -168,7 +168,7 @@ public:
 
 private:
     const CVariant v;
-    const CZoneCall& call;
+    const engine::CZoneCall& call;
 
     int64_t nPitchInt; ///< from the argument pitch: row limits, bands
     int64_t nPitchFrac;
@@ -216,7 +216,7 @@ private:
 
     int Pixel(int64_t x, int64_t y) const
     {
-        const CImageView& image = call.image;
+        const engine::CImageView& image = call.image;
         if (image.nRows <= 0)
             return image.pPixels[y * image.nStride + x];
         y = std::clamp<int64_t>(y, 0, image.nRows - 1);
@@ -327,7 +327,7 @@ private:
         if (!(nMagnitude > nThr))
             return;
 
-        const CHitArrays& hits = call.hits;
+        const engine::CHitArrays& hits = call.hits;
         hits.pX[nHits] = static_cast<int>(x);
         hits.pY[nHits] = static_cast<int>(y);
         hits.pSrcGray[nHits] = a;
@@ -365,7 +365,7 @@ private:
 
     void WalkStrips()
     {
-        const CRegion& rt = call.region;
+        const engine::CRegion& rt = call.region;
         const int64_t nStripEnd = FloorTo16(rt.nRight - rt.nLeft) + rt.nLeft;
         const int64_t nRowEnd = rt.nBottom - v.nRowsLess - nPitchInt;
 
@@ -423,7 +423,7 @@ private:
     /// The pairing pass of one strip. @return false when the pair array is full
     bool PairStrip(int64_t x)
     {
-        const CHitArrays& hits = call.hits;
+        const engine::CHitArrays& hits = call.hits;
         const int64_t nBandLeftEnd = call.region.nTop + nPitchInt;
         const int64_t nBandRightStart = call.region.nBottom - v.nRowsLess - 2 * nPitchInt;
 
@@ -479,7 +479,7 @@ private:
 
     void WalkRows()
     {
-        const CRegion& rt = call.region;
+        const engine::CRegion& rt = call.region;
         const int64_t nScanEnd = FloorTo16(rt.nRight - rt.nLeft - nPitchInt) + rt.nLeft;
 
         int64_t nGridRow = 0;
@@ -526,7 +526,7 @@ private:
     /// The pairing pass of one row. @return false when the pair array is full
     bool PairRow(int64_t y, int64_t nScanEnd)
     {
-        const CHitArrays& hits = call.hits;
+        const engine::CHitArrays& hits = call.hits;
         const int64_t nBandLeftEnd = call.region.nLeft + nPitchInt;
         const int64_t nBandRightStart = nScanEnd - nPitchInt;
 
@@ -589,21 +589,21 @@ private:
     /// A record with a hit's own polarity and values. @return whether it was written
     bool WriteOwn(int64_t nHit, int x, int y, DefectPos ePos, DefectPair ePair)
     {
-        const CHitArrays& hits = call.hits;
+        const engine::CHitArrays& hits = call.hits;
         return Write(nHit, x, y, ePos, ePair, hits.pType[nHit], hits.pSrcGray[nHit], hits.pCmpGray[nHit]);
     }
 
     /// A hit of the right band stands for its unseen partner: polarity flipped, values swapped.
     void WriteMirrored(int64_t nHit, int x, int y)
     {
-        const CHitArrays& hits = call.hits;
+        const engine::CHitArrays& hits = call.hits;
         Write(nHit, x, y, DefectPos_Last, DefectPair_Single, (hits.pType[nHit] + 1) & 1, hits.pCmpGray[nHit],
               hits.pSrcGray[nHit]);
     }
 
     bool Write(int64_t nHit, int x, int y, DefectPos ePos, DefectPair ePair, int nType, int nSrc, int nCmp)
     {
-        const CHitArrays& hits = call.hits;
+        const engine::CHitArrays& hits = call.hits;
         const int nZone = hits.pZoneIndex[nHit];
         int nThreshold = hits.pThreshold[nHit];
 
@@ -652,9 +652,9 @@ private:
 
 } // namespace
 
-int RunZoneKernel(ZoneKernel eKernel, const CZoneCall& call)
+int RunZoneKernel(ZoneKernel eKernel, const engine::CZoneCall& call)
 {
     return CZoneReference(VariantOf(eKernel), call).Run();
 }
 
-} // namespace narvo::reference
+} // namespace narvo::test::reference

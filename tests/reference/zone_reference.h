@@ -5,12 +5,14 @@
 #include "narvoassem/fast/call/kernel_call.h"
 #include "narvoassem/fast/zone/zone_table.h"
 
-namespace narvo::reference
+namespace narvo::test::reference
 {
+
+using engine::ZoneKernel;
 
 /// Runs the plain form of a zone kernel on the call's own image, hit arrays, pair array and end line.
 /// A known image height (call.image.nRows) bounds every read: first the row, then the flat address.
 /// @return the new pair count
-int RunZoneKernel(ZoneKernel eKernel, const CZoneCall& call);
+int RunZoneKernel(ZoneKernel eKernel, const engine::CZoneCall& call);
 
-} // namespace narvo::reference
+} // namespace narvo::test::reference

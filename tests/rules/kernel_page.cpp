@@ -16,7 +16,7 @@
 namespace
 {
 
-using namespace narvo;
+using namespace narvo::engine;
 
 constexpr std::array optionWords = {"`pConvPitchTable`",    "`pScanPitchTable`",
                                     "`bExtendedKernel`",    "`fVtdPitch`",

@@ -57,7 +57,7 @@ bool HasFlaggedRecords(const CConvParam& param)
 {
     CConvParam vertical(param);
     vertical.nDirection = 1;
-    return GetKernelRow(ChooseZoneKernel(vertical).eKernel).traits.bFlagged;
+    return engine::GetKernelRow(engine::ChooseZoneKernel(vertical).eKernel).traits.bFlagged;
 }
 
 } // namespace
@@ -408,7 +408,7 @@ void CCaseMaker::MakeGrid(CCaseSource& source)
     }
 
     const bool bAsg = m_case.eCall == CaseCall::Asg || m_case.eCall == CaseCall::RectAsg;
-    const CZoneCellSize cell = bAsg ? GetAsgZoneCellSize(p) : GetZoneCellSize(p);
+    const engine::CZoneCellSize cell = bAsg ? engine::GetAsgZoneCellSize(p) : engine::GetZoneCellSize(p);
     const auto GetStep = [](int nCell, int nExtent) { return std::clamp(nCell, 1, std::max(nExtent, 1) + 1); };
     CGrid grid;
     grid.nInts = HasFlaggedRecords(p) && !bFreeForm ? 3 : 2;

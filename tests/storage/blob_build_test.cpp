@@ -6,10 +6,10 @@
 namespace
 {
 
-using narvo_test::AddPair;
-using narvo_test::CSampleStore;
-using narvo_test::CTestImage;
-using narvo_test::MakePair;
+using narvo::test::AddPair;
+using narvo::test::CSampleStore;
+using narvo::test::CTestImage;
+using narvo::test::MakePair;
 
 CDefectPair MakeInZone(int x, int y, int nType, int nZone, int nSrc, int nCmp)
 {

@@ -15,7 +15,7 @@
 namespace
 {
 
-using narvo_reference::CBlobReference;
+using narvo::test::reference::CBlobReference;
 using EWindow = CBlobReference::EWindow;
 
 enum class EOrder
@@ -134,7 +134,7 @@ void ExpectSameBlobs(const CBlobReference& reference, const CBlobStorage& store,
     for (int i = 0; i < store.nBlobCount; ++i)
     {
         const std::string strDifference =
-            narvo_reference::FindDifference(reference.blobs[static_cast<std::size_t>(i)], store.pBlob[i]);
+            narvo::test::reference::FindDifference(reference.blobs[static_cast<std::size_t>(i)], store.pBlob[i]);
         ASSERT_EQ(strDifference, "") << pStep << ", blob " << i;
     }
 }
@@ -142,7 +142,7 @@ void ExpectSameBlobs(const CBlobReference& reference, const CBlobStorage& store,
 // One or more builds into one store, each followed by the tidying steps or not, all compared.
 void RunCase(CRandomLists& lists, int nMaxPairs)
 {
-    narvo_test::CSampleStore store(nMaxPairs, nMaxPairs);
+    narvo::test::CSampleStore store(nMaxPairs, nMaxPairs);
     CBlobReference reference;
     store.ConvParam.nMultiType = lists.Draw(-1, 5);
     store.ConvParam.dPixelSizeX = 0.5 * lists.Draw(0, 10);
@@ -161,7 +161,7 @@ void RunCase(CRandomLists& lists, int nMaxPairs)
         std::vector<CDefectPair> pairs = lists.DrawPairs(what);
         store.ResetPairStorage();
         for (const CDefectPair& pair : pairs)
-            narvo_test::AddPair(store, pair);
+            narvo::test::AddPair(store, pair);
         store.nBlobSize = reference.nBlobSize =
             lists.Draw(0, 3) == 0 ? std::min(store.nBlobCount + lists.Draw(0, 40), store.nBlobCapacity)
                                   : store.nBlobCapacity;
@@ -222,7 +222,7 @@ TEST(BlobReference, ManyOverlappingBlobsMergeAsInThePlainWalk)
     CRandomLists lists(99);
     for (int i = 0; i < 200; ++i)
     {
-        narvo_test::CSampleStore store(4, 800);
+        narvo::test::CSampleStore store(4, 800);
         CBlobReference reference;
         const int nExtent = lists.Draw(50, 3000);
         const int nSide = lists.Draw(1, 300);
@@ -231,13 +231,13 @@ TEST(BlobReference, ManyOverlappingBlobsMergeAsInThePlainWalk)
         {
             const int x = lists.Draw(-nExtent, nExtent);
             const int y = lists.Draw(-nExtent, nExtent);
-            CDefectPair pair = narvo_test::MakePair(x, y, lists.Draw(0, 1));
+            CDefectPair pair = narvo::test::MakePair(x, y, lists.Draw(0, 1));
             pair.nDefectPos = lists.Draw(1, 3);
             CDefectBlob blob;
             blob.CreateBlob(&pair, b);
             blob.CheckDefectRect(x + lists.Draw(0, nSide), y + lists.Draw(0, nSide));
             store.AddBlob(&blob);
-            narvo_reference::SBlob expected;
+            narvo::test::reference::SBlob expected;
             expected.nPos = pair.nDefectPos;
             expected.nPair = pair.nDefectPair;
             expected.nType = pair.nDefectType;

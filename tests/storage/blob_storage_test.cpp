@@ -8,8 +8,8 @@
 namespace
 {
 
-using narvo_test::CSampleStore;
-using narvo_test::MakeBlob;
+using narvo::test::CSampleStore;
+using narvo::test::MakeBlob;
 
 TEST(BlobStorage, ANewStoreIsEmptyAndSizeZeroHoldsNothing)
 {

@@ -6,9 +6,9 @@
 namespace
 {
 
-using narvo_test::CSampleStore;
-using narvo_test::CTestImage;
-using narvo_test::MakeBlob;
+using narvo::test::CSampleStore;
+using narvo::test::CTestImage;
+using narvo::test::MakeBlob;
 
 void Add(CBlobStorage& store, const CDefectBlob& blob)
 {

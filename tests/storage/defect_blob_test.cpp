@@ -8,7 +8,7 @@
 namespace
 {
 
-using narvo_test::MakePair;
+using narvo::test::MakePair;
 
 CDefectPair MakeMeasured(int x, int y, int nSrc, int nCmp, int nPeak, int nThreshold)
 {
@@ -179,7 +179,7 @@ TEST(DefectBlob, OneRealPairMakesABlobPairedAndAMergeTakesTheGreater)
     blob.SetDefectPair(DefectPair_Paired);
     blob.SetDefectPair(DefectPair_Single);
     EXPECT_EQ(blob.nDefectPair, DefectPair_Paired);
-    CDefectBlob other = narvo_test::MakeBlob(CRect(0, 0, 1, 1));
+    CDefectBlob other = narvo::test::MakeBlob(CRect(0, 0, 1, 1));
     other.nDefectPair = DefectPair_Single;
     blob.MergeBlob(other);
     EXPECT_EQ(blob.nDefectPair, DefectPair_Single);
@@ -208,12 +208,12 @@ TEST(DefectBlob, AssignmentKeepsTheSumOfThresholdsOfItsTarget)
 
 TEST(DefectBlob, MergeWeighsTheCentresAndTakesTheOthersExtremePointsOnTies)
 {
-    CDefectBlob a = narvo_test::MakeBlob(CRect(10, 10, 11, 11));
+    CDefectBlob a = narvo::test::MakeBlob(CRect(10, 10, 11, 11));
     a.nPairCount = 3;
     a.ptCenter = CPoint(10, 10);
     a.nSumThreshold = a.nSumSrcGray = 30;
     a.nRScale = 4;
-    CDefectBlob b = narvo_test::MakeBlob(CRect(10, 20, 11, 21), DefectType_Bright, DefectPos_First);
+    CDefectBlob b = narvo::test::MakeBlob(CRect(10, 20, 11, 21), DefectType_Bright, DefectPos_First);
     b.ptCenter = CPoint(10, 21);
     b.nSumThreshold = 13;
     b.nMaxPeak = 9;
@@ -238,7 +238,7 @@ TEST(DefectBlob, MergeWeighsTheCentresAndTakesTheOthersExtremePointsOnTies)
 
 TEST(DefectBlob, ResetGivesTheSentinelsOfAnEmptyRecord)
 {
-    CDefectBlob blob = narvo_test::MakeBlob(CRect(10, 10, 11, 11));
+    CDefectBlob blob = narvo::test::MakeBlob(CRect(10, 10, 11, 11));
     blob.bRemoved = 1;
     blob.nMultiType = 4;
     blob.Reset();

@@ -74,7 +74,8 @@ protected:
         param.dConvPitch = param.dScanPitch = dPitch;
         param.dVeriPitchConv[1] = param.dVeriPitchScan[1] = dPitch;
         const CNarvoBufferSudo view(param.pImage, param.nImageWidth, param.nImageHeight);
-        m_dSum += narvo::ConvDiffHori3x2(view, x, y, dPitch) + narvo::ConvDiffVert2x3(view, x, y, dPitch);
+        m_dSum +=
+            narvo::engine::ConvDiffHori3x2(view, x, y, dPitch) + narvo::engine::ConvDiffVert2x3(view, x, y, dPitch);
         m_dSum += m_store.GetAreaValue(x, y, 3, 5, dPitch, 255);
         m_dSum += m_store.GetAreaValueVert(x, y, 5, 3, dPitch, 255);
         m_dSum += m_store.GetConvolutionValue(x, y, dPitch, 255);
@@ -85,7 +86,7 @@ protected:
             param.nInspectMode = nMode;
             for (int nPos = DefectPos_First; nPos <= DefectPos_Last; ++nPos)
             {
-                CDefectPair pair = narvo_test::MakePair(x, y, DefectType_Bright);
+                CDefectPair pair = narvo::test::MakePair(x, y, DefectType_Bright);
                 pair.nDefectPos = nPos;
                 pair.nThreshold = 5;
                 m_dSum += m_store.CrossFilter_Hori(&pair) + m_store.CrossFilter_Vert(&pair);
@@ -104,7 +105,7 @@ protected:
                 m_dSum += m_store.ClassifyVertical(0, 5);
             }
         }
-        CDefectBlob blob = narvo_test::MakeBlob(CRect(0, 0, 4, 4), DefectType_Dark, DefectPos_Middle);
+        CDefectBlob blob = narvo::test::MakeBlob(CRect(0, 0, 4, 4), DefectType_Dark, DefectPos_Middle);
         blob.nDefectPair = DefectPair_Single;
         blob.ptCenter = CPoint(x, y);
         blob.rtDefect.OffsetRect(std::clamp(x, -1000000, 1000000), std::clamp(y, -1000000, 1000000));
@@ -118,7 +119,7 @@ protected:
     }
 
     CGuardedImage m_image;
-    narvo_test::CSampleStore m_store;
+    narvo::test::CSampleStore m_store;
     CString m_strings[16];
     double m_dSum = 0.0;
 };
@@ -154,13 +155,13 @@ INSTANTIATE_TEST_SUITE_P(GuardBehindAndBefore, ImageBounds,
 
 TEST(MissingImage, EveryPixelIsZero)
 {
-    narvo_test::CSampleStore store;
+    narvo::test::CSampleStore store;
     store.ConvParam.nConvWidth = store.ConvParam.nConvHeight = 2;
     store.ConvParam.nImageHeight = 100;
     EXPECT_EQ(store.GetConvolutionValue(5, 5, 3.0, 255), 0);
     EXPECT_EQ(store.GetAreaValueVert(5, 5, 3, 3, 3.0, 255), 0);
     const CNarvoBufferSudo view(nullptr, 10, 10);
-    EXPECT_EQ(narvo::ConvDiffHori2x2(view, 1, 1, 2.0), 0.0);
+    EXPECT_EQ(narvo::engine::ConvDiffHori2x2(view, 1, 1, 2.0), 0.0);
 }
 
 } // namespace

@@ -6,9 +6,9 @@
 namespace
 {
 
-using narvo_test::AddPair;
-using narvo_test::CTestImage;
-using narvo_test::MakePair;
+using narvo::test::AddPair;
+using narvo::test::CTestImage;
+using narvo::test::MakePair;
 
 // Pixel inspection of an image of 128 by 128, grey 100; conv pitch 10, scan pitch 12, threshold 20.
 class PairFilters : public testing::Test

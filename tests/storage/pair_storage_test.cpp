@@ -10,7 +10,7 @@ namespace
 
 TEST(DefectPairRecord, ANewRecordHasTypeThreeAndZeros)
 {
-    CDefectPair pair = narvo_test::MakePair(3, 4, DefectType_Bright);
+    CDefectPair pair = narvo::test::MakePair(3, 4, DefectType_Bright);
     pair.nPeak = pair.nSubZone = pair.nZoneIndex = 9;
     pair.Reset();
     for (const CDefectPair& record : {pair, CDefectPair()})
@@ -53,7 +53,7 @@ TEST(PairStorage, ASmallerSizeKeepsTheRecords)
 {
     CPairStorage store;
     ASSERT_EQ(store.InitPairStorage(10), 10);
-    narvo_test::AddPair(store, narvo_test::MakePair(5, 6));
+    narvo::test::AddPair(store, narvo::test::MakePair(5, 6));
     EXPECT_EQ(store.InitPairStorage(3), 3);
     EXPECT_EQ(store.nPairCapacity, 10);
     EXPECT_EQ(store.GetPairCount(), 1);
@@ -64,7 +64,7 @@ TEST(PairStorage, AnAbsurdSizeLeavesAnEmptyStore)
 {
     CPairStorage store;
     ASSERT_EQ(store.InitPairStorage(10), 10);
-    narvo_test::AddPair(store, narvo_test::MakePair(5, 6));
+    narvo::test::AddPair(store, narvo::test::MakePair(5, 6));
     EXPECT_EQ(store.InitPairStorage(INT_MAX), 0);
     EXPECT_EQ(store.nPairCapacity, 0);
     EXPECT_EQ(store.GetPairCount(), 0);
@@ -78,7 +78,7 @@ TEST(PairStorage, ResetClearsTheRecordsInUseAndTotalResetAllUpToTheSize)
     CPairStorage store;
     ASSERT_EQ(store.InitPairStorage(3), 3);
     for (int i = 0; i < 4; ++i)
-        store.pPair[i] = narvo_test::MakePair(i, i);
+        store.pPair[i] = narvo::test::MakePair(i, i);
     store.nPairCount = 2;
     store.ResetPairStorage();
     EXPECT_EQ(store.nPairCount, 0);

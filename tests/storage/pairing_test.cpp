@@ -9,7 +9,7 @@
 namespace
 {
 
-using narvo_test::AddHit;
+using narvo::test::AddHit;
 
 class Pairing : public testing::Test
 {

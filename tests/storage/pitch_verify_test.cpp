@@ -10,9 +10,9 @@
 namespace
 {
 
-using narvo_test::CSampleStore;
-using narvo_test::CTestImage;
-using narvo_test::MakePair;
+using narvo::test::CSampleStore;
+using narvo::test::CTestImage;
+using narvo::test::MakePair;
 
 // Image of 128 by 128, grey 100, with one pixel of 150 at (50, 60); window of one pixel, threshold 20, multiples 2.
 class PitchVerify : public testing::Test

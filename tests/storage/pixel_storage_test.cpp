@@ -80,7 +80,7 @@ TEST(PixelStorage, ResetLeavesTheOldValuesReadable)
 {
     CPixelStorage store;
     ASSERT_EQ(store.InitPixelStorage(4), 4);
-    narvo_test::AddHit(store, 11, 22, 1);
+    narvo::test::AddHit(store, 11, 22, 1);
     EXPECT_EQ(store.GetOverflowedPixelY(), 22);
     store.ResetPixelStorage();
     EXPECT_EQ(store.GetPixelCount(), 0);
@@ -96,8 +96,8 @@ TEST(PixelStorage, TheTwoNamesOfPeakAndOfCountAgreeAndPeaksKeepTheirSign)
 {
     CPixelStorage store;
     ASSERT_EQ(store.InitPixelStorage(4), 4);
-    narvo_test::AddHit(store, 1, 2, 0);
-    narvo_test::AddHit(store, 3, 4, 1);
+    narvo::test::AddHit(store, 1, 2, 0);
+    narvo::test::AddHit(store, 3, 4, 1);
     store.pPeak[0] = -5;
     for (int i = 0; i < 2; ++i)
         EXPECT_EQ(store.GetPixelValue(i), store.GetPeak(i));

@@ -13,7 +13,7 @@
 namespace
 {
 
-using narvo::PolarAngle;
+using narvo::engine::PolarAngle;
 
 TEST(PolarAngle, IsTheSameToTheBitOnEveryProcessor)
 {

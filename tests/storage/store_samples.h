@@ -6,7 +6,7 @@
 
 #include "narvoassem/blobstorage.h"
 
-namespace narvo_test
+namespace narvo::test
 {
 
 /// A grey image that a parameter block can point at.
@@ -102,4 +102,4 @@ public:
     }
 };
 
-} // namespace narvo_test
+} // namespace narvo::test

@@ -6,8 +6,8 @@
 namespace
 {
 
-using narvo_test::CSampleStore;
-using narvo_test::CTestImage;
+using narvo::test::CSampleStore;
+using narvo::test::CTestImage;
 
 // Image of 64 by 200, grey 100; scan pitch 20, threshold 10.
 class VerticalClass : public testing::Test
@@ -25,7 +25,7 @@ protected:
 
     CDefectBlob& AddSingle(const CRect& rt, int nPos, int nType = DefectType_Dark)
     {
-        CDefectBlob blob = narvo_test::MakeBlob(rt, nType, nPos);
+        CDefectBlob blob = narvo::test::MakeBlob(rt, nType, nPos);
         blob.nDefectPair = DefectPair_Single;
         m_store.AddBlob(&blob);
         return m_store.pBlob[m_store.nBlobCount - 1];
@@ -161,7 +161,7 @@ TEST_F(VerticalClass, RowsCountModuloTheImageHeight)
 
 TEST_F(VerticalClass, ANarrowRegionFailsThePairTestWithoutMarking)
 {
-    m_store.pPair[0] = narvo_test::MakePair(10, 100, DefectType_Dark);
+    m_store.pPair[0] = narvo::test::MakePair(10, 100, DefectType_Dark);
     m_store.ConvParam.rtInspect = CRect(0, 0, 64, 40);
     EXPECT_EQ(m_store.ClassifyVertical(0, 5), 0);
     EXPECT_EQ(m_store.pPair[0].nDefectType, DefectType_Dark);
@@ -174,12 +174,12 @@ TEST_F(VerticalClass, ANarrowRegionFailsThePairTestWithoutMarking)
 TEST_F(VerticalClass, APairStandsWhenItsDifferenceReachesTheLimitWithItsPolarity)
 {
     m_image.Set(10, 100, 95);
-    m_store.pPair[0] = narvo_test::MakePair(10, 100, DefectType_Dark);
+    m_store.pPair[0] = narvo::test::MakePair(10, 100, DefectType_Dark);
     EXPECT_EQ(m_store.ClassifyVertical(0, 5), 1);
-    m_store.pPair[1] = narvo_test::MakePair(10, 100, DefectType_Bright);
+    m_store.pPair[1] = narvo::test::MakePair(10, 100, DefectType_Bright);
     EXPECT_EQ(m_store.ClassifyVertical(1, 5), 0);
     EXPECT_EQ(m_store.pPair[1].nDefectType, DefectType_Removed);
-    m_store.pPair[2] = narvo_test::MakePair(10, 100, DefectType_None);
+    m_store.pPair[2] = narvo::test::MakePair(10, 100, DefectType_None);
     EXPECT_EQ(m_store.ClassifyVertical(2, 5), 1);
 }
 
@@ -191,7 +191,7 @@ TEST_F(VerticalClass, UpwardBothWeightsAreTheFraction)
     m_image.Set(10, 169, 200);
     m_image.Set(10, 170, 120);
     m_image.Set(10, 190, 70);
-    m_store.pPair[0] = narvo_test::MakePair(10, 190, DefectType_Dark);
+    m_store.pPair[0] = narvo::test::MakePair(10, 190, DefectType_Dark);
     EXPECT_EQ(m_store.ClassifyVertical(0, 10), 1) << "320 / 4 - 70";
     EXPECT_EQ(m_store.ClassifyVertical(0, 11), 0);
 }

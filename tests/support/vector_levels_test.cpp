@@ -18,7 +18,7 @@ TEST(VectorLevels, AForcedLevelRunsAndTheListStaysWhole)
     for (const std::int64_t nLevel : VectorLevels())
     {
         forced.Change(nLevel);
-        EXPECT_EQ(GetVectorTargetName(), LevelName(nLevel));
+        EXPECT_EQ(engine::GetVectorTargetName(), LevelName(nLevel));
     }
 }
 

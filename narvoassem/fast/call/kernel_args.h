@@ -10,7 +10,7 @@
 #include "narvoassem/fast/call/kernel_call.h"
 #include "narvoassem/fast/call/kernel_table.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Whether a kernel has its public name in this file.
@@ -28,15 +28,15 @@ constexpr bool HasPublicNames()
     (std::make_index_sequence<rows.size()>());
 }
 
-} // namespace narvo
+} // namespace narvo::engine
 
 // NOLINTBEGIN(cppcoreguidelines-macro-usage): they stand for declarations and for parameter lists that are macros
 
 /// Stands before the function that is a kernel's public name.
 #define NARVO_PUBLIC_NAME(eKernel, Name)                                                                               \
     template <>                                                                                                        \
-    inline constexpr bool narvo::bHasPublicName<eKernel> = true;                                                       \
-    static_assert(std::string_view(narvo::GetKernelRow(eKernel).pName) == #Name)
+    inline constexpr bool narvo::engine::bHasPublicName<eKernel> = true;                                               \
+    static_assert(std::string_view(narvo::engine::GetKernelRow(eKernel).pName) == #Name)
 
 /// The parts common to all three families.
 #define NARVO_TAKE_COMMON_ARGUMENTS(call)                                                                              \

@@ -10,7 +10,7 @@
 
 class CPairStorage;
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// The hit arrays of the pixel store, handed to a kernel as working space.
@@ -137,4 +137,4 @@ struct CFloatCall : CKernelCall
 /// Runs a float kernel. @return the new pair count
 int RunFloatKernel(FloatKernel eKernel, const CFloatCall& call);
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -3,7 +3,7 @@
 
 #include "narvoassem/base/wrap_int.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 COptionSet GetKernelOptions(const CConvParam& param)
@@ -23,4 +23,4 @@ COptionSet GetKernelOptions(const CConvParam& param)
            set(LargerWindow, nArea != 4);
 }
 
-} // namespace narvo
+} // namespace narvo::engine

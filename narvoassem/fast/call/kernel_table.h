@@ -10,7 +10,7 @@
 #include "narvoassem/convparam.h"
 #include "narvoassem/fast/find/find_row.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// A setting of a parameter block that selects a kernel, or that a kernel reads.
@@ -160,4 +160,4 @@ constexpr TTraits WithFraction(TTraits traits)
     return traits;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -8,7 +8,7 @@
 
 #include "narvoassem/fast/find/find_row.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// (nNear * nWeightNear + nFar * nWeightFar) >> 4.
@@ -111,4 +111,4 @@ template <CFindTraits kTraits>
     return result;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -7,7 +7,7 @@
 #include "narvoassem/fast/find/compare_pixel.h"
 #include "narvoassem/fast/find/find_sums.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// nLarger less nSmaller as a signed 16-bit value; stopped at 0 except in the plain comparison.
@@ -74,4 +74,4 @@ template <SumsVariant kVariant>
     return result;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -15,7 +15,7 @@
 #ifndef NARVOASSEM_FAST_DERIVE_ROWS_PLAIN_
 #define NARVOASSEM_FAST_DERIVE_ROWS_PLAIN_
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// One element of each kind, in plain code: for the columns behind the last full vector.
@@ -39,12 +39,12 @@ inline std::uint16_t PlainShiftedSum(const CSourceRows& rows, int nFraction, std
     return static_cast<std::uint16_t>(nSum);
 }
 
-} // namespace narvo
+} // namespace narvo::engine
 
 #endif
 
 HWY_BEFORE_NAMESPACE();
-namespace narvo
+namespace narvo::engine
 {
 namespace HWY_NAMESPACE
 {
@@ -167,12 +167,12 @@ void MakeShiftedSum(const CSourceRows& rows, int nFraction, std::int64_t nCount,
 
 } // namespace
 } // namespace HWY_NAMESPACE
-} // namespace narvo
+} // namespace narvo::engine
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 
-namespace narvo
+namespace narvo::engine
 {
 
 HWY_EXPORT(MakeSum2by2);
@@ -204,6 +204,6 @@ void MakeShiftedSumRow(const CSourceRows& rows, int nFraction, std::int64_t nCou
     HWY_DYNAMIC_DISPATCH(MakeShiftedSum)(rows, nFraction, nCount, pOut);
 }
 
-} // namespace narvo
+} // namespace narvo::engine
 
 #endif

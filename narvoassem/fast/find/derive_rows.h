@@ -7,7 +7,7 @@
 #include "narvoassem/base/grow_buffer.h"
 #include "narvoassem/base/image_read.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Rows of the image that a derived row is made from, from the top; each holds as many pixels as the derived row and as
@@ -40,4 +40,4 @@ void MakeSumRow(const CSourceRows& rows, int nAcross, int nLines, std::int64_t n
 /// displaced by nFraction sixteenths.
 void MakeShiftedSumRow(const CSourceRows& rows, int nFraction, std::int64_t nCount, std::uint16_t* pOut);
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -20,7 +20,7 @@
 #include "narvoassem/fast/find/lanes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
-namespace narvo
+namespace narvo::engine
 {
 namespace HWY_NAMESPACE
 {
@@ -230,12 +230,12 @@ const char* TargetName()
 
 } // namespace
 } // namespace HWY_NAMESPACE
-} // namespace narvo
+} // namespace narvo::engine
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 
-namespace narvo
+namespace narvo::engine
 {
 
 HWY_EXPORT(FindOneRow);
@@ -251,6 +251,6 @@ const char* GetVectorTargetName()
     return HWY_DYNAMIC_DISPATCH(TargetName)();
 }
 
-} // namespace narvo
+} // namespace narvo::engine
 
 #endif

@@ -8,7 +8,7 @@
 
 #include "narvoassem/base/table_rows.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 constexpr int kStripWidth = 16; ///< columns of a strip
@@ -136,4 +136,4 @@ void FindRow(FindVariant eVariant, const CFindRow& row);
 /// Name of the instruction set that FindRow uses at present, for tests and reports.
 const char* GetVectorTargetName();
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -17,7 +17,7 @@
 #include "narvoassem/fast/find/lanes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
-namespace narvo
+namespace narvo::engine
 {
 namespace HWY_NAMESPACE
 {
@@ -135,12 +135,12 @@ void FindOneSumsRow(SumsVariant eVariant, const CSumsRow& row)
 
 } // namespace
 } // namespace HWY_NAMESPACE
-} // namespace narvo
+} // namespace narvo::engine
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 
-namespace narvo
+namespace narvo::engine
 {
 
 HWY_EXPORT(FindOneSumsRow);
@@ -150,6 +150,6 @@ void FindSums(SumsVariant eVariant, const CSumsRow& row)
     HWY_DYNAMIC_DISPATCH(FindOneSumsRow)(eVariant, row);
 }
 
-} // namespace narvo
+} // namespace narvo::engine
 
 #endif

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// What the finder compares. A variant is added here alone; its arithmetic asks for it by name.
@@ -78,4 +78,4 @@ struct CSumsRow
 /// Finds the marked pixels of one row with the widest vectors of the processor.
 void FindSums(SumsVariant eVariant, const CSumsRow& row);
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -10,7 +10,7 @@
 #include "hwy/highway.h"
 
 HWY_BEFORE_NAMESPACE();
-namespace narvo
+namespace narvo::engine
 {
 namespace HWY_NAMESPACE
 {
@@ -81,7 +81,7 @@ HWY_INLINE void StoreMaskPair(DI di, hn::Mask<DI> bFirst, hn::Mask<DI> bSecond, 
 
 } // namespace
 } // namespace HWY_NAMESPACE
-} // namespace narvo
+} // namespace narvo::engine
 HWY_AFTER_NAMESPACE();
 
 #endif

@@ -10,7 +10,7 @@
 #include "narvoassem/base/grow_buffer.h"
 #include "narvoassem/fast/find/find_row.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Rows by index, each in the slot of its low bits; a row that finds its slot taken replaces what is there.
@@ -81,4 +81,4 @@ private:
     std::int64_t m_nColumns = 0;
 };
 
-} // namespace narvo
+} // namespace narvo::engine

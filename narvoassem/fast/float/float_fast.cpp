@@ -5,9 +5,7 @@
 #include "narvoassem/fast/call/kernel_call.h"
 #include "narvoassem/fast/float/float_table.h"
 
-using narvo::CFloatCall;
-using narvo::FloatKernel;
-using narvo::RunFloatKernel;
+using namespace narvo::engine;
 
 // Arguments of the shared lists that a kernel does not read keep their names in the public header.
 #pragma GCC diagnostic ignored "-Wunused-parameter"
@@ -92,4 +90,4 @@ int ConvFloatVTDFast(NARVO_FLOAT_ARGUMENTS, NARVO_FLOAT_VTD_TAIL)
     return RunFloatKernel(FloatKernel::Vtd, call);
 }
 
-static_assert(narvo::HasPublicNames<narvo::floatKernels, narvo::KernelHome::Fast>());
+static_assert(HasPublicNames<floatKernels, KernelHome::Fast>());

@@ -6,7 +6,7 @@
 #include "narvoassem/fast/float/float_strips.h"
 #include "narvoassem/fast/float/float_table.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 namespace
@@ -28,4 +28,4 @@ int RunFloatKernel(FloatKernel eKernel, const CFloatCall& call)
                                               [&](auto kernel) { return Run<floatKernels[kernel].traits>(call); });
 }
 
-} // namespace narvo
+} // namespace narvo::engine

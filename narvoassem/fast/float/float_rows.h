@@ -8,7 +8,7 @@
 #include "narvoassem/fast/source/column_tables.h"
 #include "narvoassem/fast/source/sum_source.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 template <CFloatTraits kTraits>
@@ -121,4 +121,4 @@ private:
     bool m_bReady = false;
 };
 
-} // namespace narvo
+} // namespace narvo::engine

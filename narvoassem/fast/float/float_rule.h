@@ -11,7 +11,7 @@
 #include "narvoassem/fast/scan/hit_rules.h"
 #include "narvoassem/pairstorage.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// The second threshold set of the members: the parameters' base is in grey levels, that of the first set in quarters.
@@ -92,4 +92,4 @@ private:
     CThresholdSet m_second;
 };
 
-} // namespace narvo
+} // namespace narvo::engine

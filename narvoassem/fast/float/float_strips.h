@@ -7,7 +7,7 @@
 #include "narvoassem/fast/float/float_rule.h"
 #include "narvoassem/fast/source/sum_source.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 template <CFloatTraits kTraits>
@@ -164,4 +164,4 @@ private:
     bool m_bStuck = false;
 };
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -9,7 +9,7 @@
 #include "narvoassem/fast/call/kernel_table.h"
 #include "narvoassem/fast/float/float_traits.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 enum class FloatKernel
@@ -134,4 +134,4 @@ constexpr std::span<const CFloatChoice> GetFloatChoices(bool bVertical)
     return bVertical ? std::span<const CFloatChoice>(floatChoicesVert) : floatChoicesHori;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -4,7 +4,7 @@
 
 #include "narvoassem/fast/find/find_sums.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Options of a float kernel, fixed at compile time.
@@ -24,4 +24,4 @@ struct CFloatTraits
     constexpr bool HasColumnTables() const { return HasColumnWeights(eFind); }
 };
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -7,7 +7,7 @@
 
 #include "narvoassem/fast/call/kernel_call.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 enum class PairAxis
@@ -158,4 +158,4 @@ PairingEnd PairHits(const CHitList& list, const CBands& bands, TRecords&& record
     return PairingEnd::Done;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

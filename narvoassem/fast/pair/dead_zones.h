@@ -3,7 +3,7 @@
 
 #include "narvoassem/convparam.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// The list ends at its first empty rectangle; a list without an empty one counts as empty.
@@ -34,4 +34,4 @@ private:
     int m_nCount = 0;
 };
 
-} // namespace narvo
+} // namespace narvo::engine

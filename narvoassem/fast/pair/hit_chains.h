@@ -12,7 +12,7 @@
 #include "narvoassem/fast/find/compare_pixel.h"
 #include "narvoassem/fast/find/compare_sums.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// The first of nCount masks at or behind nFirst that is not 0; nCount where there is none. Up to 7 masks behind the
@@ -170,4 +170,4 @@ private:
     std::size_t m_nChunkLimit = 0;
 };
 
-} // namespace narvo
+} // namespace narvo::engine

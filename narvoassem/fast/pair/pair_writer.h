@@ -9,7 +9,7 @@
 #include "narvoassem/fast/pair/band_pairing.h"
 #include "narvoassem/fast/pair/dead_zones.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// What a record carries besides its place, turned round where it stands for an unseen partner.
@@ -137,4 +137,4 @@ private:
     std::int64_t m_nCount;
 };
 
-} // namespace narvo
+} // namespace narvo::engine

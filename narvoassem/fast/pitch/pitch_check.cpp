@@ -6,10 +6,10 @@
 
 #include "narvoassem/fast/pitch/pitch_check_cost.h"
 
+using namespace narvo::engine;
+
 namespace
 {
-
-using narvo::nPitchFractions;
 
 constexpr std::int64_t nNoCost = 0x0FFFFFFFFFFFFFFF;
 
@@ -29,15 +29,14 @@ CPitchRun MakeRun(std::int64_t nCandidate, std::int64_t nHigh)
 }
 
 /// Walks nLow .. nHigh along the axis of `lines`. @return false when no candidate beats the starting cost
-bool SearchLines(const narvo::CPitchLines& lines, std::int64_t nLow, std::int64_t nHigh, int nNoise,
-                 std::int64_t& nBest)
+bool SearchLines(const CPitchLines& lines, std::int64_t nLow, std::int64_t nHigh, int nNoise, std::int64_t& nBest)
 {
     std::int64_t nBestCost = nNoCost;
     for (std::int64_t c = nLow; c <= nHigh;)
     {
         const CPitchRun run = MakeRun(c, nHigh);
         std::int64_t nCosts[nPitchFractions];
-        narvo::GetLineCosts(lines, run.nWhole, run.nFirst, run.nCount, std::int64_t{32} * nNoise, nCosts);
+        GetLineCosts(lines, run.nWhole, run.nFirst, run.nCount, std::int64_t{32} * nNoise, nCosts);
         for (int k = 0; k < run.nCount; ++k, ++c)
             if (nCosts[k] < nBestCost)
             {
@@ -54,7 +53,7 @@ std::int64_t ClampCandidate(std::int64_t n)
     return std::clamp<std::int64_t>(n, INT32_MIN, INT32_MAX);
 }
 
-void SearchRound(const narvo::CPitchLines& lines, std::int64_t nCenter, int nPitchRange, int nNoise, int& nBest,
+void SearchRound(const CPitchLines& lines, std::int64_t nCenter, int nPitchRange, int nNoise, int& nBest,
                  int& nBestWhole, int& nBestFraction)
 {
     std::int64_t nFound = 0;
@@ -67,8 +66,8 @@ void SearchRound(const narvo::CPitchLines& lines, std::int64_t nCenter, int nPit
     nBestFraction = static_cast<int>(nFound % 16);
 }
 
-narvo::CPitchLines MakeLines(const unsigned char* pImage, int nStride, int x0, int y0, std::int64_t nColumns,
-                             int nHeight, std::int64_t nAlong)
+CPitchLines MakeLines(const unsigned char* pImage, int nStride, int x0, int y0, std::int64_t nColumns, int nHeight,
+                      std::int64_t nAlong)
 {
     if (nColumns <= 0 || nHeight <= 0)
         return {pImage, nStride, 0, 0, nAlong};
@@ -102,9 +101,9 @@ public:
         {
             const std::int64_t nSource = m_y0 * m_nStride + x;
             const std::int64_t nDisplaced = nSource + columns.nWhole * m_nStride + (nRow >> 4);
-            narvo::FillBoxStrip(m_pImage + nSource, m_pImage + nDisplaced, m_nStride, m_nRows + 2,
-                                static_cast<int>(nRow & 15), m_pPlain, m_pShifted);
-            narvo::AddBoxCosts(m_pPlain, m_pShifted, m_nRows, columns.nFirst, columns.nCount, pCosts);
+            FillBoxStrip(m_pImage + nSource, m_pImage + nDisplaced, m_nStride, m_nRows + 2, static_cast<int>(nRow & 15),
+                         m_pPlain, m_pShifted);
+            AddBoxCosts(m_pPlain, m_pShifted, m_nRows, columns.nFirst, columns.nCount, pCosts);
         }
     }
 
@@ -140,7 +139,7 @@ private:
 
 void CAssemUtil::ByteToShort(const unsigned char* pByte, short* pShort, int nCount)
 {
-    narvo::WidenBytes(pByte, pShort, nCount);
+    WidenBytes(pByte, pShort, nCount);
 }
 
 void CAssemUtil::CheckPitchSmall16(std::int64_t nCenter, int nPitchRange, int x0, int y0, int nWidth, int nHeight,

@@ -12,7 +12,7 @@
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
-namespace narvo
+namespace narvo::engine
 {
 namespace HWY_NAMESPACE
 {
@@ -267,11 +267,11 @@ void WidenBytes(const std::uint8_t* pByte, std::int16_t* pShort, std::int64_t nC
 
 } // namespace
 } // namespace HWY_NAMESPACE
-} // namespace narvo
+} // namespace narvo::engine
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace narvo
+namespace narvo::engine
 {
 
 namespace
@@ -305,5 +305,5 @@ void WidenBytes(const std::uint8_t* pByte, std::int16_t* pShort, std::int64_t nC
     HWY_DYNAMIC_DISPATCH(WidenBytes)(pByte, pShort, nCount);
 }
 
-} // namespace narvo
+} // namespace narvo::engine
 #endif

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Candidates of one whole part are costed together: they differ by a multiple of one difference per pixel.
@@ -38,4 +38,4 @@ void AddBoxCosts(const std::int16_t* pPlain, const std::int16_t* pShifted, std::
 /// Widens bytes to 16 bits by stores past the cache; pShort is 16-byte aligned.
 void WidenBytes(const std::uint8_t* pByte, std::int16_t* pShort, std::int64_t nCount);
 
-} // namespace narvo
+} // namespace narvo::engine

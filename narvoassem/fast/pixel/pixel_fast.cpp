@@ -5,9 +5,7 @@
 #include "narvoassem/fast/call/kernel_call.h"
 #include "narvoassem/fast/pixel/pixel_table.h"
 
-using narvo::CPixelCall;
-using narvo::PixelKernel;
-using narvo::RunPixelKernel;
+using namespace narvo::engine;
 
 // Arguments of the shared lists that a kernel does not read keep their names in the public header.
 #pragma GCC diagnostic ignored "-Wunused-parameter"
@@ -78,4 +76,4 @@ int ConvPixelVTDSFast2(NARVO_PIXEL_VTD_ARGUMENTS, short* pStripBuffer, int* pEnd
     return RunPixelKernel(PixelKernel::Vtds2, call);
 }
 
-static_assert(narvo::HasPublicNames<narvo::pixelKernels, narvo::KernelHome::Fast>());
+static_assert(HasPublicNames<pixelKernels, KernelHome::Fast>());

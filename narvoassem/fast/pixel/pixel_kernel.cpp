@@ -4,7 +4,7 @@
 #include "narvoassem/fast/pixel/pixel_table.h"
 #include "narvoassem/fast/source/pixel_source.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 namespace
@@ -40,4 +40,4 @@ int RunPixelKernel(PixelKernel eKernel, const CPixelCall& call)
                                               });
 }
 
-} // namespace narvo
+} // namespace narvo::engine

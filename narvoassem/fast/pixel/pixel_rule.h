@@ -15,7 +15,7 @@
 #include "narvoassem/fast/source/column_tables.h"
 #include "narvoassem/fast/source/run_list.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Hit arrays of a kernel that is given none, in the thread's scratch.
@@ -164,4 +164,4 @@ private:
     COwnHits m_ownHits;
 };
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -9,7 +9,7 @@
 #include "narvoassem/fast/call/kernel_table.h"
 #include "narvoassem/fast/pixel/pixel_traits.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// The twice kernels are two runs of one of these.
@@ -154,4 +154,4 @@ constexpr std::span<const CPixelChoice> GetPixelChoices(bool bVertical)
     return bVertical ? std::span<const CPixelChoice>(pixelChoicesVert) : pixelChoicesHori;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -4,7 +4,7 @@
 
 #include "narvoassem/fast/scan/scan_traits.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// How the second threshold set judges a record.
@@ -29,4 +29,4 @@ struct CPixelTraits
     bool bFraction = false;    ///< takes a shift along x, whose fraction has a reference of its own (WithFraction)
 };
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Origin of a cell, image pixels, and its skip field (0 where records have none).
@@ -208,4 +208,4 @@ private:
     std::int64_t m_nScanEnd = 0;
 };
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -9,7 +9,7 @@
 #include "narvoassem/fast/pair/pair_writer.h"
 #include "narvoassem/fast/scan/scan_traits.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// A found pixel is one hit; its polarity is that of the difference.
@@ -68,4 +68,4 @@ struct CSumHits : CRuleBase
     }
 };
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// A distance in 1/16 pixel, split. nWhole and nFraction place the comparison; nHop, the distance rounded, is where
@@ -27,4 +27,4 @@ constexpr std::int64_t RoundDownTo16(std::int64_t nValue)
     return nValue & ~static_cast<std::int64_t>(15);
 }
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -18,7 +18,7 @@
 #include "narvoassem/fast/pair/pair_writer.h"
 #include "narvoassem/fast/scan/scan_scratch.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// The unit in hand: a strip of 16 columns, or a row. A line is a row of a strip, or a block of 16 columns of a row.
@@ -239,4 +239,4 @@ private:
     std::int64_t m_nGroup = 0; ///< the last group of the unit that the hit arrays took
 };
 
-} // namespace narvo
+} // namespace narvo::engine

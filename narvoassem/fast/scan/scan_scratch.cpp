@@ -3,7 +3,7 @@
 
 #include "narvoassem/base/thread_memory.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 CScanScratch& GetScanScratch()
@@ -11,4 +11,4 @@ CScanScratch& GetScanScratch()
     return CThreadMemory<CScanScratch>::Get();
 }
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -11,7 +11,7 @@
 #include "narvoassem/fast/pair/hit_chains.h"
 #include "narvoassem/fast/scan/cell_walk.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Strips next to each other that walk their cells alike.
@@ -64,4 +64,4 @@ struct CScanScratch
 /// The calling thread's scratch.
 CScanScratch& GetScanScratch();
 
-} // namespace narvo
+} // namespace narvo::engine

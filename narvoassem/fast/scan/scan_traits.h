@@ -3,7 +3,7 @@
 
 #include "narvoassem/fast/find/find_row.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// What a full hit array does to the strip after.
@@ -32,4 +32,4 @@ struct CScanTraits
     constexpr bool HasColumnTables() const { return GetFindTraits(eFind).eReference == FindReference::Column; }
 };
 
-} // namespace narvo
+} // namespace narvo::engine

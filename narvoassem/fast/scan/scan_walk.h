@@ -9,7 +9,7 @@
 #include "narvoassem/fast/scan/pitch16.h"
 #include "narvoassem/fast/scan/scan.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Places the finder's reference between two rows or columns.
@@ -131,4 +131,4 @@ protected:
     bool m_bPending = false; ///< it has not been found yet
 };
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -7,7 +7,7 @@
 #include "narvoassem/fast/scan/pitch16.h"
 #include "narvoassem/fast/scan/scan_scratch.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Index into the displacement table of column nColumn of a region that begins at nLeft. A block of 16 columns reads
@@ -41,4 +41,4 @@ bool SpreadColumnWeights(const CKernelCall& call, std::int64_t nColumns, CScanSc
     return true;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

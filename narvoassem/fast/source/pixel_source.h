@@ -14,7 +14,7 @@
 #include "narvoassem/fast/source/column_tables.h"
 #include "narvoassem/fast/source/run_list.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// What is asked of a rule besides: thresholds, and the walk over the maps that they come from.
@@ -265,4 +265,4 @@ private:
     std::int64_t m_nReferenceBytes = 0; ///< and how far the places reach
 };
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -7,7 +7,7 @@
 #include "narvoassem/fast/find/find_row.h"
 #include "narvoassem/fast/scan/scan_scratch.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Neighbours whose map elements follow one another become one run. With column tables a run ends where the
@@ -55,4 +55,4 @@ private:
     std::size_t m_nCount = 0;
 };
 
-} // namespace narvo
+} // namespace narvo::engine

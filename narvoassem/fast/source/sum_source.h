@@ -10,7 +10,7 @@
 #include "narvoassem/fast/find/row_cache.h"
 #include "narvoassem/fast/scan/scan_walk.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// A rule that says how sums are compared.
@@ -59,4 +59,4 @@ protected:
     CSumsRow m_row;
 };
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -6,7 +6,7 @@
 
 #include "narvoassem/fast/call/kernel_call.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Parts common to both directions. Of the hit arrays x, y, type and peak are used.
@@ -50,4 +50,4 @@ struct CTrapeziumVertCall : CTrapeziumCall
 int RunTrapeziumHori(const CTrapeziumHoriCall& call);
 int RunTrapeziumVert(const CTrapeziumVertCall& call);
 
-} // namespace narvo
+} // namespace narvo::engine

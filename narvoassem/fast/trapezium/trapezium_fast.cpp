@@ -3,6 +3,8 @@
 
 #include "narvoassem/fast/trapezium/trapezium_call.h"
 
+using namespace narvo::engine;
+
 // The lists hold arguments that the kernels do not read.
 #pragma GCC diagnostic ignored "-Wunused-parameter"
 
@@ -14,7 +16,7 @@ int ConvTrapeziumHori(unsigned char* pImage, short* pLineBuf, std::int64_t nHitS
                       CDefectPair* pPair, std::int64_t nPairCount, std::int64_t nPairSize, std::int64_t nPairBytes,
                       std::int64_t nImagePitch, int* pPitchTable, std::int64_t bKeepSingle)
 {
-    narvo::CTrapeziumHoriCall call;
+    CTrapeziumHoriCall call;
     call.image = {pImage, nImagePitch, 0};
     call.hits = {nHitSize, nHitCount, pPixelX, pPixelY, pPixelType, pPeak, nullptr, nullptr, nullptr, nullptr};
     call.pairs = {pPair, nPairCount, nPairSize, nPairBytes};
@@ -30,7 +32,7 @@ int ConvTrapeziumHori(unsigned char* pImage, short* pLineBuf, std::int64_t nHitS
     call.nRightTop = nRightTop;
     call.nRightBottom = nRightBottom;
     call.nPitchRound = nPitchRound;
-    return narvo::RunTrapeziumHori(call);
+    return RunTrapeziumHori(call);
 }
 
 int ConvTrapeziumVert(unsigned char* pImage, short* pLineBuf, std::int64_t nHitSize, std::int64_t nHitCount,
@@ -41,7 +43,7 @@ int ConvTrapeziumVert(unsigned char* pImage, short* pLineBuf, std::int64_t nHitS
                       std::int64_t nGrayLimit, std::int64_t nReserved, std::int64_t nTopRight,
                       std::int64_t nBottomRight, int* pPitchTable, std::int64_t nConvPitch16, std::int64_t bKeepSingle)
 {
-    narvo::CTrapeziumVertCall call;
+    CTrapeziumVertCall call;
     call.image = {pImage, nImagePitch, 0};
     call.hits = {nHitSize, nHitCount, pPixelX, pPixelY, pPixelType, pPeak, nullptr, nullptr, nullptr, nullptr};
     call.pairs = {pPair, nPairCount, nPairSize, nPairBytes};
@@ -57,5 +59,5 @@ int ConvTrapeziumVert(unsigned char* pImage, short* pLineBuf, std::int64_t nHitS
     call.nTopRight = nTopRight;
     call.nBottomRight = nBottomRight;
     call.nConvPitch16 = nConvPitch16;
-    return narvo::RunTrapeziumVert(call);
+    return RunTrapeziumVert(call);
 }

@@ -5,7 +5,7 @@
 #include "narvoassem/fast/source/sum_source.h"
 #include "narvoassem/fast/trapezium/trapezium_rule.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 namespace
@@ -105,4 +105,4 @@ int RunTrapeziumHori(const CTrapeziumHoriCall& call)
     return CScan(rows, rule).Run();
 }
 
-} // namespace narvo
+} // namespace narvo::engine

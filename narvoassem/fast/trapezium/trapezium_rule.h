@@ -9,7 +9,7 @@
 #include "narvoassem/fast/scan/hit_rules.h"
 #include "narvoassem/fast/trapezium/trapezium_call.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 template <bool kHorizontal>
@@ -61,4 +61,4 @@ constexpr std::int64_t ShortestUseful(std::int64_t nShortest)
     return nShortest < 16 ? 48 : nShortest;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

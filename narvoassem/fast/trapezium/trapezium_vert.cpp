@@ -6,7 +6,7 @@
 #include "narvoassem/fast/source/sum_source.h"
 #include "narvoassem/fast/trapezium/trapezium_rule.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 namespace
@@ -194,4 +194,4 @@ int RunTrapeziumVert(const CTrapeziumVertCall& call)
     return CScan(strips, rule).Run();
 }
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -5,9 +5,7 @@
 #include "narvoassem/fast/call/kernel_call.h"
 #include "narvoassem/fast/zone/zone_table.h"
 
-using narvo::CZoneCall;
-using narvo::RunZoneKernel;
-using narvo::ZoneKernel;
+using namespace narvo::engine;
 
 // Arguments of the shared lists that a kernel does not read keep their names in the public header.
 #pragma GCC diagnostic ignored "-Wunused-parameter"
@@ -108,4 +106,4 @@ int ConvZoneTableFast(NARVO_HIT_ARGUMENTS, unsigned short* pConvPitchTable, shor
     return RunZoneKernel(ZoneKernel::HoriTable, call);
 }
 
-static_assert(narvo::HasPublicNames<narvo::zoneKernels, narvo::KernelHome::Fast>());
+static_assert(HasPublicNames<zoneKernels, KernelHome::Fast>());

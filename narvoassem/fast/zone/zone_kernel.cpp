@@ -4,7 +4,7 @@
 #include "narvoassem/fast/zone/zone_rule.h"
 #include "narvoassem/fast/zone/zone_table.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 namespace
@@ -34,4 +34,4 @@ int RunZoneKernel(ZoneKernel eKernel, const CZoneCall& call)
                                              });
 }
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -13,7 +13,7 @@
 #include "narvoassem/fast/zone/zone_traits.h"
 #include "narvoassem/fast/zone/zone_walk.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// The 16 zone offsets and gains that replace the threshold maps. Tables not given and zones outside count as 0.
@@ -152,4 +152,4 @@ private:
     CGrowBuffer<std::uint8_t>& m_classId;
 };
 
-} // namespace narvo
+} // namespace narvo::engine

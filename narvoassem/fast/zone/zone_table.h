@@ -9,7 +9,7 @@
 #include "narvoassem/fast/call/kernel_table.h"
 #include "narvoassem/fast/zone/zone_traits.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 enum class ZoneKernel
@@ -184,4 +184,4 @@ constexpr std::span<const CZoneChoice> GetAsgZoneChoices(bool bVertical)
     return bVertical ? std::span<const CZoneChoice>(asgChoicesVert) : asgChoicesHori;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

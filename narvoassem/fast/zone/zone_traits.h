@@ -4,7 +4,7 @@
 
 #include "narvoassem/fast/scan/scan_traits.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// What a candidate record must pass besides the dead zones.
@@ -28,4 +28,4 @@ struct CZoneTraits
     bool bFraction = false; ///< takes a shift along x, whose fraction has a reference of its own (WithFraction)
 };
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -10,7 +10,7 @@
 #include "narvoassem/fast/scan/cell_walk.h"
 #include "narvoassem/fast/source/run_list.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 inline CZoneGrid MakeGrid(const CZoneCall& call, bool bFlagged)
@@ -133,4 +133,4 @@ private:
     std::int64_t m_nScanEnd = 0;
 };
 
-} // namespace narvo
+} // namespace narvo::engine

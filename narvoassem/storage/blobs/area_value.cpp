@@ -6,13 +6,15 @@
 #include "narvoassem/base/wrap_int.h"
 #include "narvoassem/blobstorage.h"
 
+using namespace narvo::engine;
+
 namespace
 {
 
 // fnReference(i, j) gives the reference for row i and column j of the source block; the callers read it with the two
 // exchanged, so that it runs over the transposed block.
 template <class TReference>
-int GetMeanDifference(const narvo::CPixelReader& reader, int x, int y, int nWidth, int nHeight, int nClip,
+int GetMeanDifference(const CPixelReader& reader, int x, int y, int nWidth, int nHeight, int nClip,
                       TReference fnReference)
 {
     double dSum = 0.0;
@@ -22,19 +24,19 @@ int GetMeanDifference(const narvo::CPixelReader& reader, int x, int y, int nWidt
         for (std::int64_t j = 0; j < nWidth; ++j)
         {
             dSum += std::min(reader.Read(x + j, y + i), nClip);
-            dRefSum += std::min(narvo::TruncateToInt(fnReference(i, j)), nClip);
+            dRefSum += std::min(TruncateToInt(fnReference(i, j)), nClip);
         }
     }
     // An empty block divides 0 by 0, which truncates to 0.
-    return narvo::TruncateToInt((dSum - dRefSum) / narvo::WrapMul(nWidth, nHeight));
+    return TruncateToInt((dSum - dRefSum) / WrapMul(nWidth, nHeight));
 }
 
 } // namespace
 
 int CBlobStorage::GetAreaValue(int x, int y, int nWidth, int nHeight, double dPitch, int nClip) const
 {
-    const narvo::CPixelReader reader(ConvParam);
-    const std::int64_t nPitch = narvo::TruncateToInt(dPitch);
+    const CPixelReader reader(ConvParam);
+    const std::int64_t nPitch = TruncateToInt(dPitch);
     const double dFrac = dPitch - static_cast<double>(nPitch);
     return GetMeanDifference(reader, x, y, nWidth, nHeight, nClip,
                              [&](std::int64_t i, std::int64_t j) {
@@ -45,8 +47,8 @@ int CBlobStorage::GetAreaValue(int x, int y, int nWidth, int nHeight, double dPi
 
 int CBlobStorage::GetAreaValueVert(int x, int y, int nWidth, int nHeight, double dPitch, int nClip) const
 {
-    const narvo::CPixelReader reader(ConvParam);
-    const std::int64_t nPitch = narvo::TruncateToInt(dPitch);
+    const CPixelReader reader(ConvParam);
+    const std::int64_t nPitch = TruncateToInt(dPitch);
     const double dFrac = dPitch - static_cast<double>(nPitch);
     if (y + nPitch + 1 >= ConvParam.nImageHeight)
         return 0;

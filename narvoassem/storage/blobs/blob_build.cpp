@@ -14,7 +14,9 @@
 #include "narvoassem/storage/stores/pair_capacity.h"
 #include "narvoassem/storage/stores/store_memory.h"
 
-namespace narvo
+using namespace narvo::engine;
+
+namespace narvo::engine
 {
 
 namespace
@@ -146,23 +148,23 @@ int GetUsablePairs(const CPairStorage& store)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::engine
 
 int CBlobStorage::BlobDefect()
 {
-    narvo::CBlobBuild build(*this, pPair, narvo::GetUsablePairs(*this), false);
+    CBlobBuild build(*this, pPair, GetUsablePairs(*this), false);
     build.Prepare(nPairCapacity);
     CorrectDefGray();
     Filtering_Hori();
-    build.Build(narvo::EGroupWindow::Horizontal);
+    build.Build(EGroupWindow::Horizontal);
     return 1;
 }
 
 int CBlobStorage::BlobDefect_NonFilter()
 {
-    narvo::CBlobBuild build(*this, pPair, narvo::GetUsablePairs(*this), false);
+    CBlobBuild build(*this, pPair, GetUsablePairs(*this), false);
     build.Prepare(nPairCapacity);
-    build.Build(narvo::EGroupWindow::Horizontal);
+    build.Build(EGroupWindow::Horizontal);
     return 1;
 }
 
@@ -170,12 +172,12 @@ int CBlobStorage::BlobDefectVert()
 {
     CStopWatch watch;
     watch.Start();
-    narvo::CBlobBuild build(*this, pPair, narvo::GetUsablePairs(*this), true);
+    CBlobBuild build(*this, pPair, GetUsablePairs(*this), true);
     build.Prepare(0);
     CorrectDefGray();
-    if (narvo::HasPairFilters(ConvParam, true))
+    if (HasPairFilters(ConvParam, true))
         Filtering_Vert();
-    build.Build(narvo::EGroupWindow::Vertical);
+    build.Build(EGroupWindow::Vertical);
     watch.Stop();
     dBlobTime = watch.GetElapsedMs();
     return 1;
@@ -185,9 +187,9 @@ int CBlobStorage::BlobDefectVert_NonFilter()
 {
     CStopWatch watch;
     watch.Start();
-    narvo::CBlobBuild build(*this, pPair, narvo::GetUsablePairs(*this), false);
+    CBlobBuild build(*this, pPair, GetUsablePairs(*this), false);
     build.Prepare(0);
-    build.Build(narvo::EGroupWindow::Vertical);
+    build.Build(EGroupWindow::Vertical);
     watch.Stop();
     dBlobTime = watch.GetElapsedMs();
     return 1;
@@ -196,16 +198,16 @@ int CBlobStorage::BlobDefectVert_NonFilter()
 int CBlobStorage::BlobDefectVert(CPairStorage* pPairs)
 {
     CPairStorage& source = pPairs != nullptr ? *pPairs : *this;
-    const int nCount = narvo::GetUsablePairs(source);
-    if (narvo::GrowPairArrays(*this, nCount) == 0)
+    const int nCount = GetUsablePairs(source);
+    if (GrowPairArrays(*this, nCount) == 0)
     {
-        narvo::NoteMemoryShortage();
+        NoteMemoryShortage();
         return 1;
     }
-    narvo::CBlobBuild build(*this, source.pPair, nCount, false);
+    CBlobBuild build(*this, source.pPair, nCount, false);
     build.Prepare(0);
     source.CorrectDefGray();
     source.Filtering_Vert();
-    build.Build(narvo::EGroupWindow::Vertical);
+    build.Build(EGroupWindow::Vertical);
     return 1;
 }

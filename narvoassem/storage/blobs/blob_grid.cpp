@@ -7,7 +7,7 @@
 
 #include "narvoassem/storage/blobs/thread_scratch.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 namespace
@@ -102,4 +102,4 @@ bool CBlobGrid::Build(const CDefectBlob* pBlobs, int nCount, int nMargin, bool b
     return true;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

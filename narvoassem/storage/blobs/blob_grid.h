@@ -7,7 +7,7 @@
 
 #include "narvoassem/defectblob.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Cells from (nLeft, nTop) to (nRight, nBottom), all included.
@@ -97,4 +97,4 @@ private:
     int* m_pSpare = nullptr;
 };
 
-} // namespace narvo
+} // namespace narvo::engine

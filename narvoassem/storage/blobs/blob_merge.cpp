@@ -7,7 +7,9 @@
 #include "narvoassem/storage/blobs/blob_grid.h"
 #include "narvoassem/storage/blobs/blob_tidy.h"
 
-namespace narvo
+using namespace narvo::engine;
+
+namespace narvo::engine
 {
 
 namespace
@@ -205,12 +207,12 @@ private:
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::engine
 
 int CBlobStorage::MergeDivision(int nFirstBlob, int nDist)
 {
-    narvo::CMergeWalk(*this, nFirstBlob, nDist).Run();
-    narvo::Finish(*this, nFirstBlob);
+    CMergeWalk(*this, nFirstBlob, nDist).Run();
+    Finish(*this, nFirstBlob);
     return 1;
 }
 
@@ -227,9 +229,9 @@ int CBlobStorage::MergeMix(int nFirstBlob, int nDist)
                                rt.right + static_cast<std::int64_t>(nDist) >= rt.left &&
                                rt.left - static_cast<std::int64_t>(nDist) <= rt.right;
             if (bNear && pBlob[j].bRemoved == 0)
-                narvo::Merge(*this, pBlob[i], pBlob[j]);
+                Merge(*this, pBlob[i], pBlob[j]);
         }
     }
-    narvo::Finish(*this, nFirstBlob);
+    Finish(*this, nFirstBlob);
     return 1;
 }

@@ -6,7 +6,9 @@
 #include "narvoassem/storage/blobs/blob_grid.h"
 #include "narvoassem/storage/blobs/blob_tidy.h"
 
-namespace narvo
+using namespace narvo::engine;
+
+namespace narvo::engine
 {
 
 namespace
@@ -86,16 +88,16 @@ private:
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::engine
 
 void CBlobStorage::ShadowFilter(int nFirstBlob, double dPitch)
 {
-    narvo::CShadowWalk(*this, nFirstBlob, dPitch, &CPoint::x).MarkGhosts();
-    narvo::CompactBlobs(*this, nFirstBlob);
+    CShadowWalk(*this, nFirstBlob, dPitch, &CPoint::x).MarkGhosts();
+    CompactBlobs(*this, nFirstBlob);
 }
 
 void CBlobStorage::ShadowFilterVert(int nFirstBlob, double dPitch)
 {
-    narvo::CShadowWalk(*this, nFirstBlob, dPitch, &CPoint::y).MarkGhosts();
-    narvo::CompactBlobs(*this, nFirstBlob);
+    CShadowWalk(*this, nFirstBlob, dPitch, &CPoint::y).MarkGhosts();
+    CompactBlobs(*this, nFirstBlob);
 }

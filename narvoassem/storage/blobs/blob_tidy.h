@@ -3,7 +3,7 @@
 
 #include "narvoassem/blobstorage.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Drops the blobs marked bRemoved from nFirstBlob on; the order of the others is kept. fnKept(blob) is called for each
@@ -30,4 +30,4 @@ inline void CompactBlobs(CBlobStorage& store, int nFirstBlob)
     CompactBlobs(store, nFirstBlob, [](CDefectBlob&) {});
 }
 
-} // namespace narvo
+} // namespace narvo::engine

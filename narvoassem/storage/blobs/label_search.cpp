@@ -7,7 +7,7 @@
 #include "narvoassem/defectblob.h"
 #include "narvoassem/storage/blobs/thread_scratch.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 namespace
@@ -65,4 +65,4 @@ void CLabelSearch::ChainEarlierBlobs()
     m_bChained = true;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

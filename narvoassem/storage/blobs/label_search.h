@@ -3,7 +3,7 @@
 
 class CDefectBlob;
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Without a set-up, or without memory for it, the blobs are walked.
@@ -40,4 +40,4 @@ private:
     bool m_bChained = false;
 };
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -10,7 +10,7 @@
 
 #include "narvoassem/storage/blobs/thread_scratch.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 namespace
@@ -335,4 +335,4 @@ void GroupPairs(EGroupWindow eWindow, const CDefectPair* pPairs, int nCount, int
         GroupPlainly(list, 0, nIndexedTypes - 1, true);
 }
 
-} // namespace narvo
+} // namespace narvo::engine

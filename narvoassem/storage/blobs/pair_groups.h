@@ -3,7 +3,7 @@
 
 #include "narvoassem/defectpair.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Which pairs a pair claims. Horizontal: the same row or the next, at most one column away, in a list ordered by row.
@@ -19,4 +19,4 @@ enum class EGroupWindow
 /// is i and pLinked[i] is 0. Any order of the list is allowed; the result is that of the plain walk.
 void GroupPairs(EGroupWindow eWindow, const CDefectPair* pPairs, int nCount, int* pLabel, int* pLinked);
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -6,6 +6,8 @@
 #include "narvoassem/base/wrap_int.h"
 #include "narvoassem/blobstorage.h"
 
+using namespace narvo::engine;
+
 namespace
 {
 
@@ -59,12 +61,12 @@ int CBlobStorage::CalcRScale(const CPoint* pPoints) const
         const double dDy = nDy * ConvParam.dPixelSizeX;
         return dDx * dDx + dDy * dDy;
     };
-    const auto getDiameter = [](double dSquare) { return narvo::TruncateToInt(std::sqrt(dSquare) + 0.5); };
+    const auto getDiameter = [](double dSquare) { return TruncateToInt(std::sqrt(dSquare) + 0.5); };
 
     // No two points lie further apart than opposite corners, which small blobs reach.
     const CPointBounds bounds(pPoints);
-    const int nWidth = narvo::WrapSub(bounds.ptHigh.x, bounds.ptLow.x);
-    const int nHeight = narvo::WrapSub(bounds.ptHigh.y, bounds.ptLow.y);
+    const int nWidth = WrapSub(bounds.ptHigh.x, bounds.ptLow.x);
+    const int nHeight = WrapSub(bounds.ptHigh.y, bounds.ptLow.y);
     if (nWidth >= 0 && nHeight >= 0 && bounds.HasDiagonal(pPoints))
         return getDiameter(std::max(0.0, getSquare(nWidth, nHeight)));
 
@@ -83,8 +85,8 @@ int CBlobStorage::CalcRScale(const CPoint* pPoints) const
     for (int nStep = 1; nStep <= nHalf; ++nStep)
     {
         for (int i = 0; i < nPoints; ++i)
-            dGreatest[i] = std::max(
-                dGreatest[i], getSquare(narvo::WrapSub(nX[i], nX[i + nStep]), narvo::WrapSub(nY[i], nY[i + nStep])));
+            dGreatest[i] =
+                std::max(dGreatest[i], getSquare(WrapSub(nX[i], nX[i + nStep]), WrapSub(nY[i], nY[i + nStep])));
     }
     return getDiameter(*std::max_element(dGreatest, dGreatest + nPoints));
 }

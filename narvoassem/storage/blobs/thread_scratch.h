@@ -7,7 +7,7 @@
 #include "narvoassem/base/grow_buffer.h"
 #include "narvoassem/base/thread_memory.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// nWords ints of the calling thread, contents undefined; null when memory could not be had. The next call on the same
@@ -18,4 +18,4 @@ inline int* GetThreadScratch(std::size_t nWords)
     return scratch.Renew(nWords) ? scratch.Data() : nullptr;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

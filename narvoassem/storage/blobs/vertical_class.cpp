@@ -9,7 +9,9 @@
 #include "narvoassem/blobstorage.h"
 #include "narvoassem/storage/blobs/blob_tidy.h"
 
-namespace narvo
+using namespace narvo::engine;
+
+namespace narvo::engine
 {
 
 namespace
@@ -101,11 +103,11 @@ private:
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::engine
 
 int CBlobStorage::ClassificationDefectVert(int nFirstBlob)
 {
-    narvo::CVerticalClassifier classifier(*this);
+    CVerticalClassifier classifier(*this);
     for (int i = nBlobCount - 1; i >= nFirstBlob; --i)
     {
         CDefectBlob& blob = pBlob[i];
@@ -121,7 +123,7 @@ int CBlobStorage::ClassificationDefectVert(int nFirstBlob)
         if (pBlob[i].nDefectPair == DefectPair_Single)
             pBlob[i].bRemoved = 1;
     }
-    narvo::CompactBlobs(*this, nFirstBlob);
+    CompactBlobs(*this, nFirstBlob);
     return 1;
 }
 
@@ -130,7 +132,7 @@ int CBlobStorage::ClassifyVertical(int nPairIndex, int nLimit)
     CDefectPair& pair = pPair[nPairIndex];
     const CRect& rtInspect = ConvParam.rtInspect;
     const double dReal = ConvParam.GetRealScanPitch();
-    const std::int64_t nPitch = narvo::TruncateToInt(dReal);
+    const std::int64_t nPitch = TruncateToInt(dReal);
     const double dFrac = dReal - static_cast<double>(nPitch);
     if (rtInspect.Height() <= 2 * nPitch)
         return 0;
@@ -142,13 +144,13 @@ int CBlobStorage::ClassifyVertical(int nPairIndex, int nLimit)
         nStep = -nPitch - 1;
         dRest = dFrac; // both weights, upward
     }
-    const narvo::CPixelReader reader(ConvParam);
+    const CPixelReader reader(ConvParam);
     const std::int64_t nX = pair.ptDefect.x;
     const std::int64_t nY = pair.ptDefect.y;
     const double dSrc = reader.Read(nX, nY);
     const double dRef = reader.Read(nX, nY + nStep) * dRest + reader.Read(nX, nY + nStep + 1) * dFrac;
-    const bool bFails = (pair.nDefectType == DefectType_Dark && narvo::TruncateToInt(dRef - dSrc) < nLimit) ||
-                        (pair.nDefectType == DefectType_Bright && narvo::TruncateToInt(dSrc - dRef) < nLimit);
+    const bool bFails = (pair.nDefectType == DefectType_Dark && TruncateToInt(dRef - dSrc) < nLimit) ||
+                        (pair.nDefectType == DefectType_Bright && TruncateToInt(dSrc - dRef) < nLimit);
     if (!bFails)
         return 1;
     pair.nDefectType = DefectType_Removed;

@@ -3,7 +3,7 @@
 
 #include "narvoassem/base/pixel_read.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 namespace
@@ -78,4 +78,4 @@ double ConvDiffVert2x3(const CNarvoBufferSudo& view, int x, int y, double dPitch
     return GetDifferenceVert(view, x, y, 2, 3, dPitch);
 }
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -4,7 +4,7 @@
 
 #include "narvoassem/narvostrg.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 // Hori: the reference lies dPitch (pixels, of either sign) along x; Vert: along y. The numbers are width by height of
@@ -16,4 +16,4 @@ double ConvDiffVert2x2(const CNarvoBufferSudo& view, int x, int y, double dPitch
 double ConvDiffHori3x2(const CNarvoBufferSudo& view, int x, int y, double dPitch);
 double ConvDiffVert2x3(const CNarvoBufferSudo& view, int x, int y, double dPitch);
 
-} // namespace narvo
+} // namespace narvo::engine

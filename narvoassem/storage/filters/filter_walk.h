@@ -3,7 +3,7 @@
 
 #include "narvoassem/pairstorage.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 enum class PairFilter
@@ -35,4 +35,4 @@ inline bool HasPairFilters(const CConvParam& param, bool bVertical)
 /// filter is asked about
 bool AskPairFilters(CPairStorage& store, CDefectPair& pair, bool bVertical, CFilterTrail* pTrail = nullptr);
 
-} // namespace narvo
+} // namespace narvo::engine

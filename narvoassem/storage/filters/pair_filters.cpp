@@ -10,7 +10,9 @@
 #include "narvoassem/storage/filters/convolution_difference.h"
 #include "narvoassem/storage/filters/filter_walk.h"
 
-namespace narvo
+using namespace narvo::engine;
+
+namespace narvo::engine
 {
 
 namespace
@@ -166,30 +168,29 @@ bool AskPairFilters(CPairStorage& store, CDefectPair& pair, bool bVertical, CFil
     return ask(PairFilter::Cross, bVertical ? CrossAlongX(param, pair) : store.CrossFilter_Vert(&pair));
 }
 
-} // namespace narvo
+} // namespace narvo::engine
 
 void CPairStorage::CorrectDefGray()
 {
     if (ConvParam.pImage == nullptr)
         return;
-    const narvo::CPixelReader reader(ConvParam);
+    const CPixelReader reader(ConvParam);
     for (int i = 0; i < nPairCount; ++i)
     {
         CDefectPair& pair = pPair[i];
-        pair.nPeak = narvo::WrapSub(narvo::WrapAbs(narvo::WrapSub(pair.nSrcGray, pair.nCmpGray)),
-                                    narvo::WrapAbs(pair.nThreshold));
+        pair.nPeak = WrapSub(WrapAbs(WrapSub(pair.nSrcGray, pair.nCmpGray)), WrapAbs(pair.nThreshold));
         pair.nSrcGray = reader.Read(pair.ptDefect.x, pair.ptDefect.y);
     }
 }
 
 void CPairStorage::Filtering_Vert()
 {
-    narvo::FilterAll(*this, true);
+    FilterAll(*this, true);
 }
 
 void CPairStorage::Filtering_Hori()
 {
-    narvo::FilterAll(*this, false);
+    FilterAll(*this, false);
 }
 
 void CPairStorage::Filtering_Vert_Temp()
@@ -198,7 +199,7 @@ void CPairStorage::Filtering_Vert_Temp()
 
 int CPairStorage::CrossFilter_Hori(CDefectPair* pDefect)
 {
-    return OneFilter_Vert(pDefect) != 0 ? narvo::CrossAlongX(ConvParam, *pDefect) : 0;
+    return OneFilter_Vert(pDefect) != 0 ? CrossAlongX(ConvParam, *pDefect) : 0;
 }
 
 int CPairStorage::CrossFilter_Vert(CDefectPair* pDefect)
@@ -206,35 +207,35 @@ int CPairStorage::CrossFilter_Vert(CDefectPair* pDefect)
     const double dPitch = ConvParam.GetRealScanPitch();
     if (2.0 * dPitch > ConvParam.rtInspect.Height())
         return JumpFilter_Hori(pDefect);
-    return narvo::TestAcross(ConvParam, *pDefect, narvo::EAxis::Y,
-                             narvo::TurnAtEnd(dPitch, pDefect->ptDefect.y, 2, ConvParam.rtInspect.bottom));
+    return TestAcross(ConvParam, *pDefect, EAxis::Y,
+                      TurnAtEnd(dPitch, pDefect->ptDefect.y, 2, ConvParam.rtInspect.bottom));
 }
 
 int CPairStorage::JumpFilter_Hori(CDefectPair* pDefect)
 {
     const CRect& rtInspect = ConvParam.rtInspect;
     const int x = pDefect->ptDefect.x;
-    const double dPitch = narvo::TurnAtEnd(2.0 * ConvParam.GetRealConvPitch(), x, 1, rtInspect.right);
-    const int nTarget = narvo::TruncateToInt(x + dPitch);
+    const double dPitch = TurnAtEnd(2.0 * ConvParam.GetRealConvPitch(), x, 1, rtInspect.right);
+    const int nTarget = TruncateToInt(x + dPitch);
     if (nTarget < rtInspect.left || nTarget > rtInspect.right)
         return 0;
-    return narvo::TestAcross(ConvParam, *pDefect, narvo::EAxis::X, dPitch);
+    return TestAcross(ConvParam, *pDefect, EAxis::X, dPitch);
 }
 
 int CPairStorage::JumpFilter_Vert(CDefectPair* pDefect)
 {
-    return OneFilter_Vert(pDefect) != 0 ? narvo::JumpAlongY(ConvParam, *pDefect) : 0;
+    return OneFilter_Vert(pDefect) != 0 ? JumpAlongY(ConvParam, *pDefect) : 0;
 }
 
 int CPairStorage::JumpFilter_Vert2by2(CDefectPair* pDefect, CRect rtArea)
 {
     const int y = pDefect->ptDefect.y;
-    const double dPitch = narvo::TurnAtEnd(2.0 * ConvParam.GetRealScanPitch(), y, 2, rtArea.bottom);
+    const double dPitch = TurnAtEnd(2.0 * ConvParam.GetRealScanPitch(), y, 2, rtArea.bottom);
     if (rtArea.top > y + dPitch - 2.0 || y + dPitch + 2.0 > rtArea.bottom)
         return 1;
     const CNarvoBufferSudo view(ConvParam.pImage, ConvParam.nImageWidth, ConvParam.nImageHeight);
-    const int nLimit = narvo::WrapMul(narvo::WrapMul(pDefect->nThreshold, ConvParam.nConvWidth), ConvParam.nConvHeight);
-    return narvo::Exceeds(narvo::TruncateToInt(narvo::ConvDiffVert2x2(view, pDefect->ptDefect.x, y, dPitch)), nLimit);
+    const int nLimit = WrapMul(WrapMul(pDefect->nThreshold, ConvParam.nConvWidth), ConvParam.nConvHeight);
+    return Exceeds(TruncateToInt(ConvDiffVert2x2(view, pDefect->ptDefect.x, y, dPitch)), nLimit);
 }
 
 int CPairStorage::MarginFilter_Hori(CDefectPair* pDefect)
@@ -244,15 +245,14 @@ int CPairStorage::MarginFilter_Hori(CDefectPair* pDefect)
     const bool bFrame = ConvParam.rtMarginFrame.Height() >= 1;
     const int nSpanStart = bFrame ? ConvParam.rtMarginFrame.left : 0;
     const int nSpanEnd = bFrame ? ConvParam.rtMarginFrame.right : ConvParam.nImageWidth;
-    narvo::SEdgeTest test;
-    if (!narvo::FindEdgeTest(ConvParam, pDefect->nDefectPos, pDefect->ptDefect.x, ConvParam.GetRealConvPitch(),
-                             nSpanStart, nSpanEnd, test))
+    SEdgeTest test;
+    if (!FindEdgeTest(ConvParam, pDefect->nDefectPos, pDefect->ptDefect.x, ConvParam.GetRealConvPitch(), nSpanStart,
+                      nSpanEnd, test))
         return 1;
 
-    const std::int64_t nLimit = narvo::GetLimit(ConvParam, *pDefect, test.nAdd);
-    const std::int64_t nValue =
-        static_cast<std::int64_t>(test.nSign) *
-        narvo::GetValue(ConvParam, narvo::EAxis::X, test.nPos, pDefect->ptDefect.y, test.dPitch);
+    const std::int64_t nLimit = GetLimit(ConvParam, *pDefect, test.nAdd);
+    const std::int64_t nValue = static_cast<std::int64_t>(test.nSign) *
+                                GetValue(ConvParam, EAxis::X, test.nPos, pDefect->ptDefect.y, test.dPitch);
     return (pDefect->nDefectType != DefectType_Dark ? nValue : -nValue) > nLimit ? 1 : 0;
 }
 
@@ -261,13 +261,13 @@ int CPairStorage::OneFilter_Vert(CDefectPair* pDefect)
     const int y = pDefect->ptDefect.y;
     const CRect& rtSpan = ConvParam.rtMarginFrame.Height() >= 1 ? ConvParam.rtMarginFrame : ConvParam.rtInspect;
     const double dPitch = ConvParam.pScanPitchTable != nullptr
-                              ? narvo::ReadPer16(ConvParam.pScanPitchTable, y, ConvParam.nImageHeight) / 16.0
+                              ? ReadPer16(ConvParam.pScanPitchTable, y, ConvParam.nImageHeight) / 16.0
                               : ConvParam.GetRealScanPitch();
-    narvo::SEdgeTest test;
-    if (!narvo::FindEdgeTest(ConvParam, pDefect->nDefectPos, y, dPitch, rtSpan.top, rtSpan.bottom, test))
+    SEdgeTest test;
+    if (!FindEdgeTest(ConvParam, pDefect->nDefectPos, y, dPitch, rtSpan.top, rtSpan.bottom, test))
         return 1;
-    return narvo::Exceeds(narvo::GetValue(ConvParam, narvo::EAxis::Y, pDefect->ptDefect.x, test.nPos, test.dPitch),
-                          narvo::GetLimit(ConvParam, *pDefect, test.nAdd));
+    return Exceeds(GetValue(ConvParam, EAxis::Y, pDefect->ptDefect.x, test.nPos, test.dPitch),
+                   GetLimit(ConvParam, *pDefect, test.nAdd));
 }
 
 void CPairStorage::ShadowFly()

@@ -9,7 +9,9 @@
 
 #include "narvoassem/base/pixel_read.h"
 
-namespace narvo
+using namespace narvo::engine;
+
+namespace narvo::engine
 {
 
 namespace
@@ -188,18 +190,18 @@ int CPitchVerifier::Remove(CDefectPair& pair, int& nCounter)
     return 1;
 }
 
-} // namespace narvo
+} // namespace narvo::engine
 
 int CBlobStorage::VeriPitchDPCFiltering(CDefectPair* pDefect)
 {
-    return narvo::CPitchVerifier(*this).Verify(*pDefect);
+    return CPitchVerifier(*this).Verify(*pDefect);
 }
 
 int CBlobStorage::DPCTiltFiltering(CDefectPair* pDefect)
 {
     if (ConvParam.pScanPitchTable == nullptr || ConvParam.pTiltScanTable == nullptr)
         return 0;
-    const std::int64_t nStep = narvo::TruncateToInt(ConvParam.GetRealScanPitch() + 0.5);
+    const std::int64_t nStep = TruncateToInt(ConvParam.GetRealScanPitch() + 0.5);
     const double dSrc = pDefect->nSrcGray;
     const int nX = pDefect->ptDefect.x;
     const int nY = pDefect->ptDefect.y;
@@ -210,8 +212,8 @@ int CBlobStorage::DPCTiltFiltering(CDefectPair* pDefect)
     double dDiffMinus = 0.0;
     if (bForward)
     {
-        const double dPitch = narvo::ReadPer16(ConvParam.pScanPitchTable, nY, nHeight) / 16.0;
-        const double dTilt = narvo::ReadPer16(ConvParam.pTiltScanTable, nY, nHeight) / 16.0;
+        const double dPitch = ReadPer16(ConvParam.pScanPitchTable, nY, nHeight) / 16.0;
+        const double dTilt = ReadPer16(ConvParam.pTiltScanTable, nY, nHeight) / 16.0;
         dDiffPlus = dSrc - GetReferenceValTilt(nY, nX, dPitch, dTilt);
         if (std::fabs(dDiffPlus) < pDefect->nThreshold)
             return 1;
@@ -219,8 +221,8 @@ int CBlobStorage::DPCTiltFiltering(CDefectPair* pDefect)
     if (bBackward)
     {
         const auto nRow = static_cast<int>(std::clamp<std::int64_t>(nY - nStep, 0, std::max(nHeight - 1, 0)));
-        const double dPitch = narvo::ReadPer16(ConvParam.pScanPitchTable, nRow, nHeight) / 16.0;
-        const double dTilt = narvo::ReadPer16(ConvParam.pTiltScanTable, nRow, nHeight) / 16.0;
+        const double dPitch = ReadPer16(ConvParam.pScanPitchTable, nRow, nHeight) / 16.0;
+        const double dTilt = ReadPer16(ConvParam.pTiltScanTable, nRow, nHeight) / 16.0;
         dDiffMinus = GetReferenceValTilt(nY, nX, -dPitch, dTilt) - dSrc;
         if (std::fabs(dDiffMinus) < pDefect->nThreshold)
             return 1;
@@ -232,9 +234,9 @@ int CBlobStorage::DPCTiltFiltering(CDefectPair* pDefect)
 
 double CBlobStorage::GetReferenceValTilt(int nY, int nX, double dPitch, double dTilt) const
 {
-    const narvo::CPixelReader reader(ConvParam);
+    const CPixelReader reader(ConvParam);
     const double dAbs = std::fabs(dPitch);
-    std::int64_t nNear = narvo::TruncateToInt(dAbs);
+    std::int64_t nNear = TruncateToInt(dAbs);
     const double dFrac = dAbs - static_cast<double>(nNear);
     std::int64_t nFar = nNear + 1;
     double dTiltUse = dTilt;
@@ -253,21 +255,21 @@ double CBlobStorage::GetReferenceValTilt(int nY, int nX, double dPitch, double d
 
 int CBlobStorage::GetConvolutionValue(int x, int y, double dPitch, int nClip) const
 {
-    const narvo::SSplitPitch split(dPitch);
-    return narvo::GetWindowDifference(
+    const SSplitPitch split(dPitch);
+    return GetWindowDifference(
         ConvParam, x, y, nClip,
-        [&split](const narvo::CPixelReader& reader, std::int64_t nX, std::int64_t nY)
+        [&split](const CPixelReader& reader, std::int64_t nX, std::int64_t nY)
         { return reader.Read(nX + split.nPos, nY) * split.dNear + reader.Read(nX + split.nPos + 1, nY) * split.dFar; });
 }
 
 int CBlobStorage::GetConvolutionValueVert(int x, int y, double dPitch, int nClip) const
 {
-    const narvo::SSplitPitch split(dPitch);
+    const SSplitPitch split(dPitch);
     const std::int64_t nRow = y + split.nPos + 1;
     if (nRow >= ConvParam.nImageHeight || nRow <= 0)
         return 0;
-    return narvo::GetWindowDifference(
+    return GetWindowDifference(
         ConvParam, x, y, nClip,
-        [&split](const narvo::CPixelReader& reader, std::int64_t nX, std::int64_t nY)
+        [&split](const CPixelReader& reader, std::int64_t nX, std::int64_t nY)
         { return reader.Read(nX, nY + split.nPos) * split.dNear + reader.Read(nX, nY + split.nPos + 1) * split.dFar; });
 }

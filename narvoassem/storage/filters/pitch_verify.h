@@ -5,7 +5,7 @@
 
 #include "narvoassem/blobstorage.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// The checks that a zone's string lists.
@@ -40,4 +40,4 @@ private:
     std::array<bool, CConvParam::nZoneLimit> m_bParsed{};
 };
 
-} // namespace narvo
+} // namespace narvo::engine

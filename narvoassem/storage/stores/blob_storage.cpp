@@ -7,6 +7,8 @@
 #include "narvoassem/base/memory_shortage.h"
 #include "narvoassem/storage/stores/store_memory.h"
 
+using namespace narvo::engine;
+
 namespace
 {
 
@@ -42,8 +44,8 @@ int CBlobStorage::InitBlobStorage(int nSize)
     }
 
     std::free(pBlob);
-    const std::size_t nEntries = narvo::GetEntryCount(nSize);
-    pBlob = nEntries == 0 ? nullptr : narvo::AllocateConstructed<CDefectBlob>(nEntries);
+    const std::size_t nEntries = GetEntryCount(nSize);
+    pBlob = nEntries == 0 ? nullptr : AllocateConstructed<CDefectBlob>(nEntries);
     nBlobCapacity = nBlobSize = pBlob == nullptr ? 0 : nSize;
     if (pBlob == nullptr)
         nBlobCount = 0;
@@ -73,7 +75,7 @@ int CBlobStorage::AddBlob(CDefectBlob* pNewBlob)
     if (nBlobCount >= nBlobSize)
     {
         if (pBlob == nullptr)
-            narvo::NoteMemoryShortage();
+            NoteMemoryShortage();
         return 0;
     }
     pBlob[nBlobCount] = *pNewBlob;

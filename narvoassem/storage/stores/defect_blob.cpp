@@ -10,11 +10,7 @@
 #include "narvoassem/base/wrap_int.h"
 #include "narvoassem/storage/stores/polar_angle.h"
 
-using narvo::LowByte;
-using narvo::LowShort;
-using narvo::PolarAngle;
-using narvo::WrapAdd;
-using narvo::WrapMul;
+using namespace narvo::engine;
 
 namespace
 {

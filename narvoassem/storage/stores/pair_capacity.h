@@ -3,11 +3,11 @@
 
 #include "narvoassem/pairstorage.h"
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Makes room for nCount pairs and labels; records held stay, the label arrays lose their contents when they grow.
 /// The limit nPairSize does not change. @return 1, or 0 when memory could not be had: nothing has changed then.
 int GrowPairArrays(CPairStorage& store, int nCount);
 
-} // namespace narvo
+} // namespace narvo::engine

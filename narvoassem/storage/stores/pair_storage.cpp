@@ -6,6 +6,8 @@
 #include "narvoassem/storage/stores/pair_capacity.h"
 #include "narvoassem/storage/stores/store_memory.h"
 
+using namespace narvo::engine;
+
 namespace
 {
 
@@ -28,15 +30,15 @@ void Free(const SPairArrays& arrays)
 // All four or none: without memory for one of them every pointer is null.
 SPairArrays AllocatePairArrays(int nSize)
 {
-    const std::size_t nEntries = narvo::GetEntryCount(nSize);
+    const std::size_t nEntries = GetEntryCount(nSize);
     if (nEntries == 0)
         return {};
     SPairArrays arrays{};
-    arrays.pLabel = narvo::AllocateRaw<int>(nEntries);
-    arrays.pLinked = narvo::AllocateRaw<int>(nEntries);
-    arrays.pOpened = narvo::AllocateRaw<int>(nEntries);
+    arrays.pLabel = AllocateRaw<int>(nEntries);
+    arrays.pLinked = AllocateRaw<int>(nEntries);
+    arrays.pOpened = AllocateRaw<int>(nEntries);
     if (arrays.pLabel != nullptr && arrays.pLinked != nullptr && arrays.pOpened != nullptr)
-        arrays.pPair = narvo::AllocateConstructed<CDefectPair>(nEntries);
+        arrays.pPair = AllocateConstructed<CDefectPair>(nEntries);
     if (arrays.pPair == nullptr)
     {
         Free(arrays);
@@ -60,7 +62,7 @@ void SetPairArrays(CPairStorage& store, const SPairArrays& arrays)
 
 } // namespace
 
-int narvo::GrowPairArrays(CPairStorage& store, int nCount)
+int narvo::engine::GrowPairArrays(CPairStorage& store, int nCount)
 {
     const int nEntriesHeld = store.pPair == nullptr ? 0 : store.nPairCapacity + nSpareEntries;
     if (nCount <= nEntriesHeld)

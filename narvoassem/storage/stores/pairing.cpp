@@ -6,7 +6,9 @@
 #include "narvoassem/pairstorage.h"
 #include "narvoassem/storage/stores/store_memory.h"
 
-namespace narvo
+using namespace narvo::engine;
+
+namespace narvo::engine
 {
 
 namespace
@@ -139,23 +141,23 @@ private:
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::engine
 
 int CPairStorage::PairingPlus_Pixel(double dPitch)
 {
-    narvo::CPairingWalk(*this, dPitch, narvo::EPairFields::All).WalkAlongX();
+    CPairingWalk(*this, dPitch, EPairFields::All).WalkAlongX();
     return 1;
 }
 
 int CPairStorage::PairingPlus_Float(double dPitch)
 {
-    narvo::CPairingWalk(*this, dPitch, narvo::EPairFields::PositionTypePeak).WalkAlongX();
+    CPairingWalk(*this, dPitch, EPairFields::PositionTypePeak).WalkAlongX();
     return 1;
 }
 
 int CPairStorage::PairingPlus_Vert(double dPitch)
 {
-    narvo::CPairingWalk(*this, dPitch, narvo::EPairFields::PositionType).WalkAlongY();
+    CPairingWalk(*this, dPitch, EPairFields::PositionType).WalkAlongY();
     return 1;
 }
 

@@ -5,6 +5,8 @@
 
 #include "narvoassem/storage/stores/store_memory.h"
 
+using namespace narvo::engine;
+
 namespace
 {
 
@@ -33,8 +35,8 @@ int CPixelStorage::InitPixelStorage(int nSize)
     }
 
     std::free(pPixelX);
-    const std::size_t nEntries = narvo::GetEntryCount(nSize);
-    int* pBlock = nEntries == 0 ? nullptr : narvo::AllocateRaw<int>(nWordsPerHit * nEntries);
+    const std::size_t nEntries = GetEntryCount(nSize);
+    int* pBlock = nEntries == 0 ? nullptr : AllocateRaw<int>(nWordsPerHit * nEntries);
     const auto fnStrip = [pBlock, nEntries](std::size_t nStrip)
     { return pBlock == nullptr ? nullptr : pBlock + nStrip * nEntries; };
     pPixelX = fnStrip(0);

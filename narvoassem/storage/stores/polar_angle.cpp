@@ -5,7 +5,7 @@
 #include <cmath>
 #include <utility>
 
-namespace narvo
+namespace narvo::engine
 {
 
 namespace
@@ -123,4 +123,4 @@ double PolarAngle(double dY, double dX)
     return dY < 0.0 ? -dAngle : dAngle;
 }
 
-} // namespace narvo
+} // namespace narvo::engine

@@ -6,7 +6,7 @@
 #include <limits>
 #include <new>
 
-namespace narvo
+namespace narvo::engine
 {
 
 /// Entries that every array of a store has behind the size asked for.
@@ -42,4 +42,4 @@ inline std::size_t GetEntryCount(int nSize)
                                                                    : static_cast<std::size_t>(nSize + nSpareEntries);
 }
 
-} // namespace narvo
+} // namespace narvo::engine
