@@ -20,11 +20,11 @@ namespace
 using narvo::engine::ZoneKernel;
 using narvo::test::CZoneScene;
 
-/// A vertical block with every option of the ladder at its default.
-class ZoneLadder : public testing::Test
+/// A vertical block with every option of the selection at its default.
+class ZoneSelection : public testing::Test
 {
 protected:
-    ZoneLadder()
+    ZoneSelection()
     {
         param.pThresholdOffsetMap = &nMap;
         param.nDirection = 1;
@@ -37,7 +37,7 @@ protected:
     CConvParam param;
 };
 
-TEST_F(ZoneLadder, DefaultsTakeThePlainVerticalKernel)
+TEST_F(ZoneSelection, DefaultsTakeThePlainVerticalKernel)
 {
     EXPECT_EQ(Choose(), ZoneKernel::Vert);
     for (int nDirection : {2, -1, 7})
@@ -47,7 +47,7 @@ TEST_F(ZoneLadder, DefaultsTakeThePlainVerticalKernel)
     }
 }
 
-TEST_F(ZoneLadder, HorizontalHasThePlainAndTheTableKernelAlone)
+TEST_F(ZoneSelection, HorizontalHasThePlainAndTheTableKernelAlone)
 {
     param.nDirection = 0;
     param.pScanPitchTable = param.pTspTable = &nTable;
@@ -60,15 +60,15 @@ TEST_F(ZoneLadder, HorizontalHasThePlainAndTheTableKernelAlone)
     EXPECT_EQ(Choose(), ZoneKernel::HoriTable);
 }
 
-TEST_F(ZoneLadder, ColumnTableMeansNothingToVerticalRuns)
+TEST_F(ZoneSelection, ColumnTableMeansNothingToVerticalRuns)
 {
     param.pConvPitchTable = &nColumnTable;
     EXPECT_EQ(Choose(), ZoneKernel::Vert);
 }
 
-TEST_F(ZoneLadder, EachRungHidesThoseBelowIt)
+TEST_F(ZoneSelection, EachRowHidesThoseBelowIt)
 {
-    // Everything set: the top rung. Then rung by rung taken away.
+    // Everything set: the first row. Then the options are taken away one by one.
     param.pScanPitchTable = &nTable;
     param.bExtendedKernel = 1;
     param.fVtdPitch = 0.5F;
@@ -112,7 +112,7 @@ TEST_F(ZoneLadder, EachRungHidesThoseBelowIt)
     EXPECT_EQ(Choose(), ZoneKernel::Vert);
 }
 
-TEST_F(ZoneLadder, KneeMapWithoutTheSwitchIsNotTaken)
+TEST_F(ZoneSelection, KneeMapWithoutTheSwitchIsNotTaken)
 {
     param.pThresholdKneeMap = &nMap;
     EXPECT_EQ(Choose(), ZoneKernel::Vert);
@@ -121,7 +121,7 @@ TEST_F(ZoneLadder, KneeMapWithoutTheSwitchIsNotTaken)
     EXPECT_EQ(Choose(), ZoneKernel::Vert);
 }
 
-TEST_F(ZoneLadder, BlackFilterNeedsTheExtendedKernels)
+TEST_F(ZoneSelection, BlackFilterNeedsTheExtendedKernels)
 {
     param.nBlackFilterGray = 5;
     EXPECT_EQ(Choose(), ZoneKernel::Vert);
@@ -131,7 +131,7 @@ TEST_F(ZoneLadder, BlackFilterNeedsTheExtendedKernels)
     EXPECT_EQ(Choose(), ZoneKernel::ClassId);
 }
 
-TEST_F(ZoneLadder, ZoneTablesWinOverTheBlackFilter)
+TEST_F(ZoneSelection, ZoneTablesWinOverTheBlackFilter)
 {
     param.bExtendedKernel = 1;
     param.pTspTable = &nTable;
@@ -139,14 +139,14 @@ TEST_F(ZoneLadder, ZoneTablesWinOverTheBlackFilter)
     EXPECT_EQ(Choose(), ZoneKernel::Vert2STsp);
 }
 
-TEST_F(ZoneLadder, DirectReadingWinsOverTheBlockMean)
+TEST_F(ZoneSelection, DirectReadingWinsOverTheBlockMean)
 {
     param.bUseLineBuffer = 0;
     param.bAverage2by2 = 1;
     EXPECT_EQ(Choose(), ZoneKernel::VertDirect);
 }
 
-TEST_F(ZoneLadder, RowTableNeverSeesTheClassPitch)
+TEST_F(ZoneSelection, RowTableNeverSeesTheClassPitch)
 {
     param.pScanPitchTable = &nTable;
     param.dClassPitch = 2.0;
@@ -155,13 +155,13 @@ TEST_F(ZoneLadder, RowTableNeverSeesTheClassPitch)
     EXPECT_EQ(Choose(), ZoneKernel::ClassIdTable);
 }
 
-TEST_F(ZoneLadder, NotANumberShiftSelectsTheShiftKernels)
+TEST_F(ZoneSelection, NotANumberShiftSelectsTheShiftKernels)
 {
     param.fVtdPitch = std::numeric_limits<float>::quiet_NaN();
     EXPECT_EQ(Choose(), ZoneKernel::Vtd);
 }
 
-TEST_F(ZoneLadder, AsgKnowsNeitherTablesNorFlagsNorExtendedKernels)
+TEST_F(ZoneSelection, AsgKnowsNeitherTablesNorFlagsNorExtendedKernels)
 {
     param.pScanPitchTable = param.pTspTable = &nTable;
     param.bExtendedKernel = param.bZoneFlagged = 1;

@@ -1,4 +1,4 @@
-// The sound blocks from which the guards are tried: every comparison with every kernel of its ladder, by every entry
+// The sound blocks from which the guards are tried: every comparison with every kernel of its selection, by every entry
 // that reaches it.
 #pragma once
 

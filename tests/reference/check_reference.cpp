@@ -1,4 +1,4 @@
-// See check_reference.h. Kernels are chosen by the library's own ladders: what they need is at stake here, not which
+// See check_reference.h. Kernels are chosen by the library's own tables: what they need is at stake here, not which
 // one it is.
 #include "reference/check_reference.h"
 

@@ -10,7 +10,7 @@ namespace narvo::test
 namespace
 {
 
-std::string NameZoneRung(const CConvParam& p)
+std::string NameZoneKernel(const CConvParam& p)
 {
     if (p.nDirection == 0)
         return p.pConvPitchTable != nullptr ? "zone along x, column tables" : "zone along x, plain";
@@ -36,7 +36,7 @@ std::string NameZoneRung(const CConvParam& p)
     return p.dClassPitch != 0.0 ? "zone along y 12, class id, doubles" : "zone along y 13, class id, integers";
 }
 
-std::string NameAsgRung(const CConvParam& p)
+std::string NameAsgKernel(const CConvParam& p)
 {
     if (p.nDirection == 0)
         return p.pConvPitchTable != nullptr ? "asg zone along x, column tables" : "asg zone along x, plain";
@@ -47,7 +47,7 @@ std::string NameAsgRung(const CConvParam& p)
     return p.bAverage2by2 != 0 ? "asg zone along y, means" : "asg zone along y, plain";
 }
 
-std::string NamePixelRung(const CConvParam& p)
+std::string NamePixelKernel(const CConvParam& p)
 {
     const bool bExtended = p.bExtendedKernel != 0;
     if (p.nDirection != 1)
@@ -74,7 +74,7 @@ std::string NamePixelRung(const CConvParam& p)
     return p.dClassPitch != 0.0 ? "pixel along y 6, wide, doubles" : "pixel along y 7, wide, integers";
 }
 
-std::string NameFloatRung(const CConvParam& p)
+std::string NameFloatKernel(const CConvParam& p)
 {
     const std::int64_t nArea = std::int64_t{p.nConvWidth} * p.nConvHeight;
     const bool bExtended = p.bExtendedKernel != 0;
@@ -110,22 +110,22 @@ std::string NameTrapezium(const CConvParam& p)
 
 } // namespace
 
-std::string NameRung(CaseCall eCall, const CConvParam& p)
+std::string NameKernel(CaseCall eCall, const CConvParam& p)
 {
     if (eCall == CaseCall::Trapezium)
         return NameTrapezium(p);
     if (eCall != CaseCall::Rect)
-        return p.pThresholdOffsetMap != nullptr ? NameAsgRung(p) : std::string("asg ").append(NamePixelRung(p));
+        return p.pThresholdOffsetMap != nullptr ? NameAsgKernel(p) : std::string("asg ").append(NamePixelKernel(p));
     if (p.nInspectMode == 3)
         return "average";
     if (p.pThresholdOffsetMap != nullptr)
-        return NameZoneRung(p);
+        return NameZoneKernel(p);
     switch (p.nInspectMode)
     {
     case 0:
-        return NameFloatRung(p);
+        return NameFloatKernel(p);
     case 1:
-        return NamePixelRung(p);
+        return NamePixelKernel(p);
     case 2:
         return "binarise";
     default:
@@ -222,7 +222,7 @@ void CSoakCoverage::Count(CSoakPlayer& player, const CCaseResult& result)
     if (result.nCode != 1 && result.nCode != 16)
         return;
 
-    Reach(NameRung(soakCase.eCall, p), result);
+    Reach(NameKernel(soakCase.eCall, p), result);
     if (p.rtInspect == CRect(0, 0, p.nImageWidth, p.nImageHeight))
         Reach("region flush with all borders", result);
     if (result.bBands)

@@ -1,4 +1,4 @@
-// What a range of cases has reached: every rung of every ladder, every result code, and the rules around them.
+// What a range of cases has reached: every kernel that settings select, every result code, and the rules around them.
 #pragma once
 
 #include <cstdint>
@@ -43,8 +43,8 @@ private:
     std::map<std::string, std::size_t> m_aIndex;
 };
 
-/// The rung that an inspection of these parameters takes, after the pool has settled the direction. The ladders are
-/// stated here a second time, so that a rung that the drivers lost would show.
-std::string NameRung(CaseCall eCall, const CConvParam& param);
+/// The kernel that an inspection of these parameters takes, after the pool has settled the direction. The selections
+/// are stated here a second time, so that a kernel that the drivers lost would show.
+std::string NameKernel(CaseCall eCall, const CConvParam& param);
 
 } // namespace narvo::test

@@ -1,5 +1,5 @@
 // See trapezium_scene.h.
-#include "modes/trapezium_scene.h"
+#include "fast/trapezium_scene.h"
 
 #include <sstream>
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "modes/trapezium_scene.h"
+#include "fast/trapezium_scene.h"
 #include "support/random.h"
 
 namespace narvo::test

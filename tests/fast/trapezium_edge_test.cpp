@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "fast/picture.h"
-#include "modes/trapezium_scene.h"
+#include "fast/trapezium_scene.h"
 
 namespace narvo::test
 {

@@ -1,5 +1,5 @@
 // See trapezium_random_scene.h.
-#include "modes/trapezium_random_scene.h"
+#include "fast/trapezium_random_scene.h"
 
 #include <algorithm>
 #include <cstring>

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "fast/reference_check.h"
-#include "modes/trapezium_random_scene.h"
+#include "fast/trapezium_random_scene.h"
 #include "support/guarded_memory.h"
 
 namespace narvo::test

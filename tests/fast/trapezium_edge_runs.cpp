@@ -1,5 +1,5 @@
 // Who must hold the rules of trapezium_edge_test.cpp: the plain reference, and the library at each vector level.
-#include "modes/trapezium_scene.h"
+#include "fast/trapezium_scene.h"
 #include "support/vector_levels.h"
 
 namespace narvo::test

@@ -2,7 +2,7 @@
 // Values that a kernel must not read are recognisable nonsense.
 #include <algorithm>
 
-#include "modes/trapezium_scene.h"
+#include "fast/trapezium_scene.h"
 #include "narvoassem/fastkernels.h"
 
 namespace narvo::test

@@ -1,5 +1,5 @@
-// Each rung of the zone comparison's ladder through a whole inspection, held against a direct call of the kernel that
-// the rung names, with the arguments that it is to get.
+// Each row of the selection of zone kernels through a whole inspection, compared with a direct call of the kernel that
+// the row names, with the arguments that it is to get.
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -30,7 +30,7 @@ using narvo::test::GetTrace;
 #define VERT_TAIL m_strip.data(), p.bKeepSingle, &m_nEnd, p.nThresholdExtra, p.nGrayLimit
 #define VTD_TAIL(shift) shift, p.bKeepSingle, &m_nEnd, p.nThresholdExtra, p.nGrayLimit
 
-class ZoneRungs : public testing::Test
+class ZoneKernelCalls : public testing::Test
 {
 protected:
     static constexpr int nStride = 128;
@@ -40,7 +40,7 @@ protected:
     static constexpr int nConv16 = 437;
     static constexpr int nScan16 = 406;
 
-    ZoneRungs() : m_strip(16 * (CDriverScene::nHeight + 40))
+    ZoneKernelCalls() : m_strip(16 * (CDriverScene::nHeight + 40))
     {
         std::mt19937 random(9);
         const auto MakeMap = [&random](int nFirst, int nRange)
@@ -223,7 +223,7 @@ private:
     };
 };
 
-TEST_F(ZoneRungs, KernelsAnswerApartOnTheScene)
+TEST_F(ZoneKernelCalls, KernelsAnswerApartOnTheScene)
 {
     p.pThresholdKneeMap = m_pKnee;
     p.pTspTable = m_tspOffset.data();
@@ -238,7 +238,7 @@ TEST_F(ZoneRungs, KernelsAnswerApartOnTheScene)
             EXPECT_NE(traces[i], traces[j]) << i << " and " << j;
 }
 
-TEST_F(ZoneRungs, HorizontalRungsRunTheirKernels)
+TEST_F(ZoneKernelCalls, HorizontalKernelsRunAsCalled)
 {
     p.nDirection = 0;
     EXPECT_EQ(Inspect(), RunHori());
@@ -248,12 +248,12 @@ TEST_F(ZoneRungs, HorizontalRungsRunTheirKernels)
     EXPECT_EQ(Inspect(), RunHoriTable());
 }
 
-TEST_F(ZoneRungs, PlainRungRunsTheStripKernel)
+TEST_F(ZoneKernelCalls, PlainSettingsRunTheStripKernel)
 {
     EXPECT_EQ(Inspect(), RunVert());
 }
 
-TEST_F(ZoneRungs, RowTableRungsRunTheirKernels)
+TEST_F(ZoneKernelCalls, RowTableKernelsRunAsCalled)
 {
     p.pScanPitchTable = m_scene.scanTable.data();
     EXPECT_EQ(Inspect(), RunVtd(0, p.pScanPitchTable));
@@ -263,7 +263,7 @@ TEST_F(ZoneRungs, RowTableRungsRunTheirKernels)
     EXPECT_EQ(Inspect(), RunClassIdTable());
 }
 
-TEST_F(ZoneRungs, ShiftRungsRunTheirKernels)
+TEST_F(ZoneKernelCalls, ShiftKernelsRunAsCalled)
 {
     p.fVtdPitch = 0.33F;
     EXPECT_EQ(Inspect(), RunVtd(5, nullptr));
@@ -271,20 +271,20 @@ TEST_F(ZoneRungs, ShiftRungsRunTheirKernels)
     EXPECT_EQ(Inspect(), RunVtdIntrin(5));
 }
 
-TEST_F(ZoneRungs, DirectRungRunsItsKernel)
+TEST_F(ZoneKernelCalls, DirectKernelRunsAsCalled)
 {
     p.bUseLineBuffer = 0;
     EXPECT_EQ(Inspect(), RunDirect());
 }
 
-TEST_F(ZoneRungs, KneeRungRunsItsKernel)
+TEST_F(ZoneKernelCalls, KneeKernelRunsAsCalled)
 {
     p.bTwoSegmentThreshold = 1;
     p.pThresholdKneeMap = m_pKnee;
     EXPECT_EQ(Inspect(), RunKnee());
 }
 
-TEST_F(ZoneRungs, FlaggedAndMeanRungsRunTheirKernels)
+TEST_F(ZoneKernelCalls, FlaggedAndMeanKernelsRunAsCalled)
 {
     p.bAverage2by2 = 1;
     EXPECT_EQ(Inspect(), RunVert2by2());
@@ -295,7 +295,7 @@ TEST_F(ZoneRungs, FlaggedAndMeanRungsRunTheirKernels)
     EXPECT_EQ(Inspect(), RunFlag());
 }
 
-TEST_F(ZoneRungs, ExtendedRungsRunTheirKernels)
+TEST_F(ZoneKernelCalls, ExtendedKernelsRunAsCalled)
 {
     p.bExtendedKernel = 1;
     EXPECT_EQ(Inspect(), RunClassId());
