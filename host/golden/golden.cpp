@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <limits>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -60,22 +60,62 @@ GreyImage LayTiles(const GreyImage& reference, const GreyImage& image, int pitch
 }
 
 /// Thresholds of the comparisons that begin in the reference and of those that begin in the image: the same.
-std::shared_ptr<const RegionMaps> LayMaps(const GreyImage& tolerance, const GreyImage& inside, int threshold, int pitch)
+std::shared_ptr<const RegionMaps> LayMaps(const GreyImage& threshold, int pitch)
 {
     const int width = nTiles * pitch;
-    auto maps = std::make_shared<RegionMaps>(width, tolerance.Height());
-    std::vector<short> offsets(static_cast<std::size_t>(width) * static_cast<std::size_t>(tolerance.Height()),
+    auto maps = std::make_shared<RegionMaps>(width, threshold.Height());
+    std::vector<short> offsets(static_cast<std::size_t>(width) * static_cast<std::size_t>(threshold.Height()),
                                nNoDifference);
-    for (int y = 0; y < tolerance.Height(); ++y)
+    for (int y = 0; y < threshold.Height(); ++y)
     {
         short* line = offsets.data() + static_cast<std::ptrdiff_t>(y) * width;
-        for (int x = 0; x < tolerance.Width(); ++x)
-            if (inside.Row(y)[x] != 0)
-                line[x] = static_cast<short>(threshold + tolerance.Row(y)[x]);
+        std::copy_n(threshold.Row(y), threshold.Width(), line);
         std::copy_n(line, pitch, line + pitch);
     }
     maps->Set(RegionMaps::Map_Offset, offsets.data(), width);
     return maps;
+}
+
+/// 255 where the image is compared: inside the reference, and away from a seam.
+GreyImage ComparedPixels(const Registration& registration, int width, int height, const CRect& area, int margin)
+{
+    GreyImage inside = InsideReference(registration, width, height, area);
+    if (const std::optional<Seam>& seam = registration.seam)
+    {
+        const int side = seam->vertical ? width : height;
+        const int from = std::clamp(seam->place - margin, 0, side);
+        const int to = std::clamp(seam->place + margin, 0, side);
+        cv::Mat view = ViewOf(inside);
+        (seam->vertical ? view.colRange(from, to) : view.rowRange(from, to)).setTo(0);
+    }
+    return inside;
+}
+
+/// What each pixel may differ by: `base`, or more where the range reaches further to the side on which it differs; 255
+/// where nothing is compared.
+GreyImage ThresholdOf(const GreyImage& reference, const GreyImage& image, const GreyRange& range,
+                      const GreyImage& nearEdge, const GreyImage& inside, const NoiseThreshold& base)
+{
+    GreyImage threshold(image.Width(), image.Height());
+    for (int y = 0; y < image.Height(); ++y)
+    {
+        const std::uint8_t* expected = reference.Row(y);
+        const std::uint8_t* shown = image.Row(y);
+        const std::uint8_t* low = range.darkest.Row(y);
+        const std::uint8_t* high = range.brightest.Row(y);
+        const std::uint8_t* mask = inside.Row(y);
+        const std::uint8_t* close = nearEdge.Row(y);
+        std::uint8_t* line = threshold.Row(y);
+        for (int x = 0; x < image.Width(); ++x)
+        {
+            const int play = shown[x] > expected[x] ? high[x] - expected[x] : expected[x] - low[x];
+            // The range holds noise of the reference already: half of the base goes on top of it.
+            const int least = close[x] != 0 ? base.nearEdge : base.flat;
+            const int most = std::min(255, std::max(least, play + least / 2));
+            line[x] = static_cast<std::uint8_t>(mask[x] != 0 ? most : 255);
+        }
+    }
+    return threshold;
 }
 
 ReferencePlace PlaceOf(const Blob& blob, const Registration& registration)
@@ -120,14 +160,24 @@ GoldenResult InspectRegistered(Inspector& inspector, int lane, const GoldenModel
     const int height = image.Height();
     GoldenResult result;
     result.registration = registration;
-    result.reference = WarpToImage(model.Mean(), result.registration, width, height);
-    const GreyImage tolerance = WarpToImage(model.Tolerance(), result.registration, width, height);
     const int margin = static_cast<int>(std::ceil(settings.edgeTolerance));
-    const GreyImage inside = InsideReference(result.registration, width, height,
-                                             {margin, margin, model.Width() - margin, model.Height() - margin});
+    const GreyImage inside = ComparedPixels(registration, width, height,
+                                            {margin, margin, model.Width() - margin, model.Height() - margin}, margin);
+    result.reference = WarpToImage(model.Mean(), registration, width, height);
+    GreyRange range{WarpToImage(model.Range().darkest, registration, width, height),
+                    WarpToImage(model.Range().brightest, registration, width, height)};
+    result.light = FitLight(result.reference, image, inside);
+    for (int y = 0; y < height; ++y)
+        for (GreyImage* picture : {&result.reference, &range.darkest, &range.brightest})
+            result.light.Apply(y, picture->Row(y), width);
+    const GreyImage nearEdge = WarpToImage(model.NearEdge(), registration, width, height);
+    result.base = ThresholdFromNoise(result.reference, image, range, nearEdge, inside);
+    if (settings.threshold > 0)
+        result.base.flat = result.base.nearEdge = settings.threshold;
+    result.threshold = ThresholdOf(result.reference, image, range, nearEdge, inside, result.base);
 
     const int pitch = (width + nColumnGroup - 1) / nColumnGroup * nColumnGroup;
-    const std::shared_ptr<const RegionMaps> maps = LayMaps(tolerance, inside, settings.threshold, pitch);
+    const std::shared_ptr<const RegionMaps> maps = LayMaps(result.threshold, pitch);
     const GreyImage tiles = LayTiles(result.reference, image, pitch);
     result.inspection = inspector.Inspect(lane, tiles, MakeRecipe(pitch, height, settings, maps));
 
@@ -140,11 +190,16 @@ GoldenResult InspectRegistered(Inspector& inspector, int lane, const GoldenModel
     if (result.registration.directions < dFewDirections)
         result.inspection.warnings.push_back(
             "the pattern hardly changes along one direction: the shift along it is uncertain");
+    if (result.registration.atLimit)
+        result.inspection.warnings.push_back("the registration is held back by max_shift, max_rotation or max_scale");
+    if (const std::optional<Seam>& seam = result.registration.seam)
+        result.inspection.warnings.push_back(
+            std::string("a ") + (seam->vertical ? "vertical seam at column " : "horizontal seam at row ") +
+            std::to_string(seam->place) + ": the pattern behind it is displaced by " +
+            FormatNumber(std::round(seam->step.x * 100.0) / 100.0) + ", " +
+            FormatNumber(std::round(seam->step.y * 100.0) / 100.0) + " pixels; the line itself is not compared");
     const cv::Mat mask = ViewOf(inside);
     result.compared = static_cast<double>(cv::countNonZero(mask)) / static_cast<double>(mask.total());
-    result.threshold = GreyImage(width, height, 255);
-    cv::Mat threshold = ViewOf(result.threshold);
-    cv::add(ViewOf(tolerance), cv::Scalar(settings.threshold), threshold, mask);
     return result;
 }
 

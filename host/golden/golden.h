@@ -4,7 +4,9 @@
 
 #include <vector>
 
+#include "host/golden/difference_noise.h"
 #include "host/golden/golden_model.h"
+#include "host/golden/light_fit.h"
 #include "host/inspect/inspector.h"
 
 namespace narvo
@@ -22,9 +24,11 @@ struct GoldenResult
 {
     InspectionResult inspection; ///< in the image's coordinates; bright is brighter than the reference
     Registration registration;
+    Light light;                        ///< of the image against the model
+    NoiseThreshold base;                ///< the threshold that was set, or that followed from the noise
     std::vector<ReferencePlace> places; ///< one for each blob
     double compared = 0.0;              ///< share of the image that was compared
-    GreyImage reference;                ///< the model's mean as the image should show it
+    GreyImage reference;                ///< the model's mean as the image should show it, in the image's light
     GreyImage threshold;                ///< difference that each pixel must exceed; 255 where nothing was compared
 };
 

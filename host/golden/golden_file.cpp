@@ -35,7 +35,16 @@ ordered_json WithPlace(ordered_json blob, const ReferencePlace& place)
 ordered_json RegistrationToJson(const GoldenResult& result)
 {
     const Registration& registration = result.registration;
-    return {{"affine", registration.affine},
+    ordered_json seam;
+    if (registration.seam)
+        seam = {{"axis", registration.seam->vertical ? "vertical" : "horizontal"},
+                {"place", registration.seam->place},
+                {"step_x", Rounded(registration.seam->step.x, 1e4)},
+                {"step_y", Rounded(registration.seam->step.y, 1e4)}};
+    return {{"model", ModelName(registration.model)},
+            {"at_limit", registration.atLimit},
+            {"seam", seam},
+            {"affine", registration.affine},
             {"shift_x", Rounded(registration.shiftX, 1e4)},
             {"shift_y", Rounded(registration.shiftY, 1e4)},
             {"rotation", Rounded(registration.rotation, 1e5)},
@@ -57,6 +66,11 @@ ordered_json GoldenToJson(const GoldenResult& result)
     for (ordered_json& blob : document["blobs"])
         blob = WithPlace(blob, result.places[i++]);
     document["registration"] = RegistrationToJson(result);
+    document["light"] = {{"gain", Rounded(result.light.whole.gain, 1e4)},
+                         {"offset", Rounded(result.light.whole.offset, 1e2)},
+                         {"uniform", result.light.IsUniform()}};
+    document["noise"] = Rounded(result.base.noise, 1e3);
+    document["threshold"] = {{"flat", result.base.flat}, {"near_edges", result.base.nearEdge}};
     return document;
 }
 

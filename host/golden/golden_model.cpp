@@ -1,4 +1,4 @@
-// Mean and spread of registered references.
+// Mean and range of registered references.
 #include "host/golden/golden_model.h"
 
 #include <algorithm>
@@ -7,6 +7,7 @@
 
 #include <opencv2/imgproc.hpp>
 
+#include "host/golden/light_fit.h"
 #include "host/image/cv_image.h"
 
 namespace narvo
@@ -15,17 +16,9 @@ namespace narvo
 namespace
 {
 
-/// All pixels whose centres lie within `radius` of the middle one.
-cv::Mat Disk(double radius)
-{
-    const int reach = static_cast<int>(radius);
-    cv::Mat disk = cv::Mat::zeros(2 * reach + 1, 2 * reach + 1, CV_8UC1);
-    for (int y = -reach; y <= reach; ++y)
-        for (int x = -reach; x <= reach; ++x)
-            if (x * x + y * y <= radius * radius)
-                disk.at<std::uint8_t>(y + reach, x + reach) = 1;
-    return disk;
-}
+constexpr int nContrast = 40;       // grey levels by which an edge stands out from what is around it
+constexpr int nNarrowContrast = 20; // grey levels by which a track or a gap does
+constexpr int nEdgeReach = 8;       // pixels: as far as a block of a compressed file reaches
 
 const GoldenSettings& Checked(const std::vector<GreyImage>& references, const GoldenSettings& settings)
 {
@@ -63,14 +56,14 @@ std::vector<Problem> CheckGoldenSettings(const GoldenSettings& settings)
     if (!(settings.edgeTolerance >= 0.0 && settings.edgeTolerance <= dEdgeToleranceHigh))
         found.push_back({"edge_tolerance", FormatNumber(settings.edgeTolerance),
                          "0 to " + FormatNumber(dEdgeToleranceHigh) + " pixels"});
-    const auto check = [&](const char* field, int value, int high, const char* unit)
+    const auto check = [&](const char* field, int value, int low, int high, const char* unit)
     {
-        if (value < 1 || value > high)
-            found.push_back({field, std::to_string(value), "1 to " + std::to_string(high) + unit});
+        if (value < low || value > high)
+            found.push_back({field, std::to_string(value), std::to_string(low) + " to " + std::to_string(high) + unit});
     };
-    check("threshold", settings.threshold, nGoldenThresholdHigh, " grey levels");
-    check("min_pixels", settings.minPixels, nMinPixelsHigh, " pixels");
-    check("max_blobs", settings.maxBlobs, nMaxBlobsHigh, "");
+    check("threshold", settings.threshold, 0, nGoldenThresholdHigh, " grey levels, 0 for what the noise asks for");
+    check("min_pixels", settings.minPixels, 1, nMinPixelsHigh, " pixels");
+    check("max_blobs", settings.maxBlobs, 1, nMaxBlobsHigh, "");
     return found;
 }
 
@@ -79,38 +72,55 @@ GoldenModel::GoldenModel(const std::vector<GreyImage>& references, const GoldenS
 {
     const GreyImage& first = references.front();
     CheckRegistrable("reference", first);
-    cv::Mat mean;
-    ViewOf(first).convertTo(mean, CV_32F);
-    cv::Mat darkest = ViewOf(first).clone();
-    cv::Mat brightest = darkest.clone();
-    cv::Mat count = cv::Mat::ones(mean.size(), CV_32F);
+    GreyRange range{first, first};
+    if (references.size() == 1)
+    {
+        m_mean = first;
+        Finish(range);
+        return;
+    }
+    cv::Mat sum;
+    ViewOf(first).convertTo(sum, CV_32F);
+    cv::Mat darkest = ViewOf(range.darkest);
+    cv::Mat brightest = ViewOf(range.brightest);
+    cv::Mat count = cv::Mat::ones(sum.size(), CV_32F);
     for (std::size_t i = 1; i < references.size(); ++i)
     {
         const Registration registration = RegisterReference(references, i, settings.registration);
-        const GreyImage warped = WarpToImage(references[i], registration, first.Width(), first.Height());
+        GreyImage warped = WarpToImage(references[i], registration, first.Width(), first.Height());
         const GreyImage inside = InsideReference(registration, first.Width(), first.Height(),
                                                  {0, 0, references[i].Width(), references[i].Height()});
+        const Light light = FitLight(warped, first, inside);
+        for (int y = 0; y < first.Height(); ++y)
+            light.Apply(y, warped.Row(y), first.Width());
         const cv::Mat mask = ViewOf(inside);
-        cv::accumulate(ViewOf(warped), mean, mask);
+        cv::accumulate(ViewOf(warped), sum, mask);
         cv::add(count, 1.0, count, mask);
         cv::Mat(cv::min(darkest, ViewOf(warped))).copyTo(darkest, mask);
         cv::Mat(cv::max(brightest, ViewOf(warped))).copyTo(brightest, mask);
         m_registrations.push_back(registration);
     }
-    cv::divide(mean, count, mean);
-    cv::Mat rounded;
-    mean.convertTo(rounded, CV_8U);
-    m_mean = ImageOf(rounded);
+    cv::divide(sum, count, sum);
+    cv::Mat mean;
+    sum.convertTo(mean, CV_8U);
+    m_mean = ImageOf(mean);
+    Finish(range);
+}
 
-    // The border repeats, as if the pattern went on there.
-    const cv::Mat disk = Disk(settings.edgeTolerance);
-    cv::erode(darkest, darkest, disk, {-1, -1}, 1, cv::BORDER_REPLICATE);
-    cv::dilate(brightest, brightest, disk, {-1, -1}, 1, cv::BORDER_REPLICATE);
+void GoldenModel::Finish(const GreyRange& range)
+{
+    m_range = WidenRange(range, m_mean, m_settings.edgeTolerance, nNarrowContrast);
+    m_nearEdge = NearEdges(m_mean, nEdgeReach, nContrast);
+}
+
+GreyImage GoldenModel::Tolerance() const
+{
+    const cv::Mat mean = ViewOf(m_mean);
     cv::Mat below;
     cv::Mat above;
-    cv::subtract(rounded, darkest, below);
-    cv::subtract(brightest, rounded, above);
-    m_tolerance = ImageOf(cv::max(below, above));
+    cv::subtract(mean, ViewOf(m_range.darkest), below);
+    cv::subtract(ViewOf(m_range.brightest), mean, above);
+    return ImageOf(cv::max(below, above));
 }
 
 } // namespace narvo

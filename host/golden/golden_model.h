@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "host/golden/edge_tolerance.h"
 #include "host/golden/registration.h"
 #include "host/image/grey_image.h"
 
@@ -14,8 +15,9 @@ namespace narvo
 struct GoldenSettings
 {
     RegistrationSettings registration;
-    double edgeTolerance = 2.0; ///< pixels by which an edge may lie elsewhere without being a difference
-    int threshold = 40;         ///< grey levels above what the model lets pass
+    double edgeTolerance = 2.0; ///< pixels by which an edge may lie elsewhere without being a difference; less where
+                                ///< the pattern is narrow
+    int threshold = 0;          ///< grey levels above what the model lets pass; 0: from the noise of each image
     int minPixels = 5;          ///< smaller blobs are not reported
     int maxBlobs = 20000;
 };
@@ -29,12 +31,12 @@ constexpr int nReferenceHigh = 1000;
 /// Ranges of all settings. @return what is wrong, each with field, value and range
 std::vector<Problem> CheckGoldenSettings(const GoldenSettings& settings);
 
-/// Mean and tolerance of the references, in the first one's place.
+/// Mean and range of the references, in the first one's place.
 class GoldenModel
 {
 public:
-    /// Registers the further references to the first and takes mean, darkest and brightest of every pixel; the
-    /// tolerance of a pixel is how far the mean there is from the darkest and the brightest within the edge tolerance.
+    /// Registers the further references to the first, brings them to its light, and takes mean, darkest and brightest
+    /// of every pixel; the range of a pixel goes from the darkest to the brightest within the edge tolerance.
     /// @throws HostError when settings or references are not valid, naming the reference
     GoldenModel(const std::vector<GreyImage>& references, const GoldenSettings& settings);
 
@@ -43,15 +45,22 @@ public:
     const GoldenSettings& Settings() const { return m_settings; }
     /// Of every pixel over all references.
     const GreyImage& Mean() const { return m_mean; }
-    /// Grey levels that a good board may differ from the mean.
-    const GreyImage& Tolerance() const { return m_tolerance; }
+    /// The levels that a good board may show.
+    const GreyRange& Range() const { return m_range; }
+    /// Grey levels that a good board may differ from the mean, to the side on which it may differ more.
+    GreyImage Tolerance() const;
+    /// 255 where an edge is so close that what a camera's or a file's processing leaves around edges may show.
+    const GreyImage& NearEdge() const { return m_nearEdge; }
     /// How the first reference lies on the second and further ones, one for each of these.
     const std::vector<Registration>& Registrations() const { return m_registrations; }
 
 private:
+    void Finish(const GreyRange& range);
+
     GoldenSettings m_settings;
     GreyImage m_mean;
-    GreyImage m_tolerance;
+    GreyRange m_range;
+    GreyImage m_nearEdge;
     std::vector<Registration> m_registrations;
 };
 

@@ -1,13 +1,10 @@
-// Gauss-Newton steps for the offsets of the mesh. Each pixel's normal equations count for the four nodes around it;
+// Gauss-Newton steps for the offsets of the mesh. Each point's normal equations count for the four nodes around it;
 // neighbouring nodes are tied together, which carries offsets into places without structure.
 #include "host/golden/mesh_fit.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <vector>
-
-#include <opencv2/imgproc.hpp>
 
 namespace narvo
 {
@@ -15,239 +12,36 @@ namespace narvo
 namespace
 {
 
-constexpr int nSteps = 8;
-constexpr int nSweeps = 100;   // of the relaxation that solves a step
-constexpr double dBlur = 2.0;  // pixels: what the linear model of a step reaches
-constexpr double dTie = 0.05;  // of neighbouring nodes, in shares of a node's mean weight
-constexpr double dLeash = 0.2; // to no offset, in shares of the tie: far from all structure the affine map holds
-constexpr double dFar = 16.0;  // mean squares of the difference at edges: from there on it weighs less than half
-constexpr int nApron = 8;      // rows around a band that the blur needs
-constexpr int nRim = 6;        // pixels that the blur reaches, as good as
-constexpr int nFitBandRows = 256;
-constexpr int nSums = 5;
+constexpr int nSteps = 10;
+constexpr int nSweeps = 60;          // of the relaxation that solves a step
+constexpr double dTie = 0.02;        // of neighbouring nodes, in shares of a node's mean weight
+constexpr double dLeash = 0.2;       // to no offset, in shares of the tie: far from all structure the global map holds
+constexpr double dLeastOffset = 0.2; // pixels of the level: a mesh that moves nothing further is none
+constexpr double dSettled = 0.02;    // pixels of the level
 
-/// Normal equations of all nodes: of a node the products of gradients xx, xy, yy and those of the difference with x, y.
-class NodeSums
+/// Normal equations of one node: products of gradients xx, xy, yy and those of the difference with x, y.
+struct NodeSums
 {
-public:
-    explicit NodeSums(const OffsetMesh& mesh)
-        : m_mesh(mesh), m_sums(static_cast<std::size_t>(mesh.columns) * mesh.rows * nSums)
-    {
-    }
-
-    double* Node(int column, int row)
-    {
-        return m_sums.data() + (static_cast<std::ptrdiff_t>(row) * m_mesh.columns + column) * nSums;
-    }
-
-    /// One image row.
-    void Add(int y, const float* gradientX, const float* gradientY, const float* difference, const float* weight,
-             int width)
-    {
-        m_line.assign(static_cast<std::size_t>(m_mesh.columns) * nSums, 0.0);
-        for (int x = 0; x < width; ++x)
-        {
-            if (weight[x] == 0.0F)
-                continue;
-            const int column = x / m_mesh.spacing;
-            const double share = static_cast<double>(x - column * m_mesh.spacing) / m_mesh.spacing;
-            const double gx = gradientX[x];
-            const double gy = gradientY[x];
-            const double e = difference[x];
-            const double values[nSums] = {gx * gx, gx * gy, gy * gy, gx * e, gy * e};
-            double* sums = m_line.data() + static_cast<std::ptrdiff_t>(column) * nSums;
-            for (int i = 0; i < nSums; ++i)
-            {
-                const double value = values[i] * weight[x];
-                sums[i] += (1.0 - share) * value;
-                sums[i + nSums] += share * value;
-            }
-        }
-        const int row = y / m_mesh.spacing;
-        const double share = static_cast<double>(y - row * m_mesh.spacing) / m_mesh.spacing;
-        double* upper = Node(0, row);
-        double* lower = Node(0, row + 1);
-        for (std::size_t i = 0; i < m_line.size(); ++i)
-        {
-            upper[i] += (1.0 - share) * m_line[i];
-            lower[i] += share * m_line[i];
-        }
-    }
-
-private:
-    const OffsetMesh& m_mesh;
-    std::vector<double> m_sums;
-    std::vector<double> m_line;
+    double xx = 0.0;
+    double xy = 0.0;
+    double yy = 0.0;
+    double xe = 0.0;
+    double ye = 0.0;
 };
 
-/// A band of image rows as a step sees it.
-struct Band
+struct Cell
 {
-    cv::Mat difference;
-    cv::Mat gradientX;
-    cv::Mat gradientY;
-    cv::Mat inside; ///< 0 where the place lies outside the reference
+    std::size_t node; ///< upper left
+    double x;         ///< share of the way to the right one
+    double y;
 };
 
-cv::Mat BlurRows(const cv::Mat& picture, int top, int bottom)
+Cell CellOf(const OffsetMesh& mesh, double x, double y)
 {
-    const int from = std::max(0, top - nApron);
-    const int to = std::min(picture.rows, bottom + nApron);
-    cv::Mat wide;
-    picture.rowRange(from, to).convertTo(wide, CV_32F);
-    cv::GaussianBlur(wide, wide, {}, dBlur, dBlur, cv::BORDER_REPLICATE);
-    return wide.rowRange(top - from, bottom - from);
-}
-
-Band LookAt(const cv::Mat& reference, const cv::Mat& image, const std::array<double, 6>& affine, const OffsetMesh& mesh,
-            int top, int bottom)
-{
-    cv::Mat x(bottom - top, image.cols, CV_32F);
-    cv::Mat y(bottom - top, image.cols, CV_32F);
-    PlacesInReference(affine, mesh, top, x, y);
-
-    double low = 0.0;
-    double high = 0.0;
-    cv::minMaxLoc(y, &low, &high);
-    const int from = std::clamp(static_cast<int>(std::floor(low)) - 2, 0, reference.rows - 1);
-    const int to = std::clamp(static_cast<int>(std::ceil(high)) + 3, from + 1, reference.rows);
-    const cv::Mat smooth = BlurRows(reference, from, to);
-    const cv::Mat shifted = y - static_cast<double>(from);
-    const auto warp = [&](const cv::Mat& source)
-    {
-        cv::Mat target;
-        cv::remap(source, target, x, shifted, cv::INTER_LINEAR, cv::BORDER_REPLICATE);
-        return target;
-    };
-
-    Band band;
-    cv::Mat gradient;
-    cv::Sobel(smooth, gradient, CV_32F, 1, 0, 3, 0.125);
-    band.gradientX = warp(gradient);
-    cv::Sobel(smooth, gradient, CV_32F, 0, 1, 3, 0.125);
-    band.gradientY = warp(gradient);
-    band.difference = BlurRows(image, top, bottom) - warp(smooth);
-    // Where the blur does not reach over either picture's border, which the other goes on behind.
-    band.inside = (x >= nRim) & (x <= reference.cols - 1 - nRim) & (y >= nRim) & (y <= reference.rows - 1 - nRim);
-    band.inside.colRange(0, nRim).setTo(0);
-    band.inside.colRange(image.cols - nRim, image.cols).setTo(0);
-    band.inside.rowRange(0, std::clamp(nRim - top, 0, bottom - top)).setTo(0);
-    band.inside.rowRange(std::clamp(image.rows - nRim - top, 0, bottom - top), bottom - top).setTo(0);
-    return band;
-}
-
-/// Mean square of the difference at edges: far beyond it, an offset is no explanation.
-double EdgeVariance(const Band& band)
-{
-    cv::Mat energy = band.gradientX.mul(band.gradientX) + band.gradientY.mul(band.gradientY);
-    energy.setTo(0.0, ~band.inside);
-    const double sum = cv::sum(energy)[0];
-    return sum > 0.0 ? energy.mul(band.difference).dot(band.difference) / sum : 0.0;
-}
-
-/// Relaxes all nodes towards the solution of their normal equations, tied to their neighbours.
-void Solve(NodeSums& sums, OffsetMesh& mesh)
-{
-    double mean = 0.0;
-    for (int row = 0; row < mesh.rows; ++row)
-        for (int column = 0; column < mesh.columns; ++column)
-        {
-            double* s = sums.Node(column, row);
-            const auto node = static_cast<std::size_t>(row) * mesh.columns + column;
-            mean += s[0] + s[2];
-            // From steps to whole offsets.
-            s[3] += s[0] * mesh.x[node] + s[1] * mesh.y[node];
-            s[4] += s[1] * mesh.x[node] + s[2] * mesh.y[node];
-        }
-    const double tie = dTie * mean / (static_cast<double>(mesh.rows) * mesh.columns);
-    if (!(tie > 0.0))
-        return;
-    const double reach = mesh.spacing / 8.0; // keeps the mesh from folding
-    for (int sweep = 0; sweep < nSweeps; ++sweep)
-        for (int row = 0; row < mesh.rows; ++row)
-            for (int column = 0; column < mesh.columns; ++column)
-            {
-                const double* s = sums.Node(column, row);
-                double bx = s[3];
-                double by = s[4];
-                int neighbours = 0;
-                const auto add = [&](int c, int r)
-                {
-                    if (c < 0 || r < 0 || c >= mesh.columns || r >= mesh.rows)
-                        return;
-                    const auto node = static_cast<std::size_t>(r) * mesh.columns + c;
-                    bx += tie * mesh.x[node];
-                    by += tie * mesh.y[node];
-                    ++neighbours;
-                };
-                add(column - 1, row);
-                add(column + 1, row);
-                add(column, row - 1);
-                add(column, row + 1);
-                const double xx = s[0] + tie * (neighbours + dLeash);
-                const double yy = s[2] + tie * (neighbours + dLeash);
-                const double determinant = xx * yy - s[1] * s[1];
-                const auto node = static_cast<std::size_t>(row) * mesh.columns + column;
-                mesh.x[node] = static_cast<float>(std::clamp((yy * bx - s[1] * by) / determinant, -reach, reach));
-                mesh.y[node] = static_cast<float>(std::clamp((xx * by - s[1] * bx) / determinant, -reach, reach));
-            }
-}
-
-} // namespace
-
-void PlacesInReference(const std::array<double, 6>& affine, const OffsetMesh& mesh, int top, cv::Mat& x, cv::Mat& y)
-{
-    std::vector<float> lineX(mesh.spacing > 0 ? static_cast<std::size_t>(mesh.columns) : 0);
-    std::vector<float> lineY(lineX.size());
-    for (int i = 0; i < x.rows; ++i)
-    {
-        float* targetX = x.ptr<float>(i);
-        float* targetY = y.ptr<float>(i);
-        const int py = top + i;
-        for (int px = 0; px < x.cols; ++px)
-        {
-            targetX[px] = static_cast<float>(affine[0] * px + affine[1] * py + affine[2]);
-            targetY[px] = static_cast<float>(affine[3] * px + affine[4] * py + affine[5]);
-        }
-        if (mesh.spacing == 0)
-            continue;
-        const int row = std::min(py / mesh.spacing, mesh.rows - 2);
-        const float share = static_cast<float>(py - row * mesh.spacing) / static_cast<float>(mesh.spacing);
-        for (int column = 0; column < mesh.columns; ++column)
-        {
-            const auto node = static_cast<std::size_t>(row) * mesh.columns + column;
-            const auto below = node + static_cast<std::size_t>(mesh.columns);
-            lineX[static_cast<std::size_t>(column)] = (1.0F - share) * mesh.x[node] + share * mesh.x[below];
-            lineY[static_cast<std::size_t>(column)] = (1.0F - share) * mesh.y[node] + share * mesh.y[below];
-        }
-        for (int px = 0; px < x.cols; ++px)
-        {
-            const auto column = static_cast<std::size_t>(px / mesh.spacing);
-            const float part = static_cast<float>(px % mesh.spacing) / static_cast<float>(mesh.spacing);
-            targetX[px] += (1.0F - part) * lineX[column] + part * lineX[column + 1];
-            targetY[px] += (1.0F - part) * lineY[column] + part * lineY[column + 1];
-        }
-    }
-}
-
-void FitMesh(const cv::Mat& reference, const cv::Mat& image, const std::array<double, 6>& affine, OffsetMesh& mesh)
-{
-    for (int step = 0; step < nSteps; ++step)
-    {
-        NodeSums sums(mesh);
-        for (int top = 0; top < image.rows; top += nFitBandRows)
-        {
-            const Band band = LookAt(reference, image, affine, mesh, top, std::min(image.rows, top + nFitBandRows));
-            const double variance = dFar * std::max(1.0, EdgeVariance(band));
-            cv::Mat weight = 1.0 + band.difference.mul(band.difference) / variance;
-            cv::divide(1.0, weight, weight);
-            weight.setTo(0.0, ~band.inside);
-            for (int i = 0; i < weight.rows; ++i)
-                sums.Add(top + i, band.gradientX.ptr<float>(i), band.gradientY.ptr<float>(i),
-                         band.difference.ptr<float>(i), weight.ptr<float>(i), image.cols);
-        }
-        Solve(sums, mesh);
-    }
+    const int column = std::clamp(static_cast<int>(x / mesh.spacing), 0, mesh.columns - 2);
+    const int row = std::clamp(static_cast<int>(y / mesh.spacing), 0, mesh.rows - 2);
+    return {static_cast<std::size_t>(row) * static_cast<std::size_t>(mesh.columns) + static_cast<std::size_t>(column),
+            x / mesh.spacing - column, y / mesh.spacing - row};
 }
 
 OffsetMesh MakeMesh(int width, int height, int spacing)
@@ -256,23 +50,243 @@ OffsetMesh MakeMesh(int width, int height, int spacing)
     mesh.spacing = spacing;
     mesh.columns = (width - 1) / spacing + 2;
     mesh.rows = (height - 1) / spacing + 2;
-    mesh.x.assign(static_cast<std::size_t>(mesh.columns) * mesh.rows, 0.0F);
+    mesh.x.assign(static_cast<std::size_t>(mesh.columns) * static_cast<std::size_t>(mesh.rows), 0.0F);
     mesh.y = mesh.x;
     return mesh;
 }
 
-OffsetMesh RefineMesh(const OffsetMesh& coarse, int width, int height)
+/// The same offsets on nodes that lie closer.
+OffsetMesh Resample(const OffsetMesh& coarse, int width, int height, int spacing)
 {
-    OffsetMesh fine = MakeMesh(width, height, coarse.spacing);
+    OffsetMesh fine = MakeMesh(width, height, spacing);
+    if (coarse.IsEmpty())
+        return fine;
     for (int row = 0; row < fine.rows; ++row)
         for (int column = 0; column < fine.columns; ++column)
         {
-            const RealPoint offset = coarse.At(0.5 * column * fine.spacing, 0.5 * row * fine.spacing);
-            const auto node = static_cast<std::size_t>(row) * fine.columns + column;
-            fine.x[node] = static_cast<float>(2.0 * offset.x);
-            fine.y[node] = static_cast<float>(2.0 * offset.y);
+            const RealPoint offset =
+                coarse.At(static_cast<double>(column) * spacing, static_cast<double>(row) * spacing);
+            const auto node = static_cast<std::size_t>(row) * static_cast<std::size_t>(fine.columns) +
+                              static_cast<std::size_t>(column);
+            fine.x[node] = static_cast<float>(offset.x);
+            fine.y[node] = static_cast<float>(offset.y);
         }
     return fine;
+}
+
+/// Adds one point to the four nodes around it.
+void AddPoint(const Cell& cell, std::size_t columns, double gx, double gy, double difference, double share,
+              std::vector<NodeSums>& sums)
+{
+    const auto add = [&](std::size_t node, double part)
+    {
+        NodeSums& s = sums[node];
+        const double weight = share * part;
+        s.xx += weight * gx * gx;
+        s.xy += weight * gx * gy;
+        s.yy += weight * gy * gy;
+        s.xe += weight * gx * difference;
+        s.ye += weight * gy * difference;
+    };
+    add(cell.node, (1.0 - cell.x) * (1.0 - cell.y));
+    add(cell.node + 1, cell.x * (1.0 - cell.y));
+    add(cell.node + columns, (1.0 - cell.x) * cell.y);
+    add(cell.node + columns + 1, cell.x * cell.y);
+}
+
+/// Relaxes all nodes towards the solution of their normal equations, tied to their neighbours; no offset is longer than
+/// `reach` along x or y. @return longest change
+double Solve(std::vector<NodeSums>& sums, double reach, OffsetMesh& mesh)
+{
+    double mean = 0.0;
+    for (std::size_t node = 0; node < sums.size(); ++node)
+    {
+        NodeSums& s = sums[node];
+        mean += s.xx + s.yy;
+        // From steps to whole offsets.
+        s.xe += s.xx * mesh.x[node] + s.xy * mesh.y[node];
+        s.ye += s.xy * mesh.x[node] + s.yy * mesh.y[node];
+    }
+    const double tie = dTie * mean / static_cast<double>(sums.size());
+    if (!(tie > 0.0))
+        return 0.0;
+    const std::vector<float> oldX = mesh.x;
+    const std::vector<float> oldY = mesh.y;
+    for (int sweep = 0; sweep < nSweeps; ++sweep)
+        for (int row = 0; row < mesh.rows; ++row)
+            for (int column = 0; column < mesh.columns; ++column)
+            {
+                const auto node = static_cast<std::size_t>(row) * static_cast<std::size_t>(mesh.columns) +
+                                  static_cast<std::size_t>(column);
+                const NodeSums& s = sums[node];
+                double bx = s.xe;
+                double by = s.ye;
+                int neighbours = 0;
+                const auto add = [&](int c, int r)
+                {
+                    if (c < 0 || r < 0 || c >= mesh.columns || r >= mesh.rows)
+                        return;
+                    const auto other = static_cast<std::size_t>(r) * static_cast<std::size_t>(mesh.columns) +
+                                       static_cast<std::size_t>(c);
+                    bx += tie * mesh.x[other];
+                    by += tie * mesh.y[other];
+                    ++neighbours;
+                };
+                add(column - 1, row);
+                add(column + 1, row);
+                add(column, row - 1);
+                add(column, row + 1);
+                const double xx = s.xx + tie * (neighbours + dLeash);
+                const double yy = s.yy + tie * (neighbours + dLeash);
+                const double determinant = xx * yy - s.xy * s.xy;
+                mesh.x[node] = static_cast<float>(std::clamp((yy * bx - s.xy * by) / determinant, -reach, reach));
+                mesh.y[node] = static_cast<float>(std::clamp((xx * by - s.xy * bx) / determinant, -reach, reach));
+            }
+    double largest = 0.0;
+    for (std::size_t node = 0; node < sums.size(); ++node)
+        largest = std::max<double>(largest, std::hypot(mesh.x[node] - oldX[node], mesh.y[node] - oldY[node]));
+    return largest;
+}
+
+/// The global map with a mesh at the points of one level.
+class MeshLook
+{
+public:
+    MeshLook(const EdgeLevel& level, const FittedMap& fitted) : m_level(level)
+    {
+        const EdgePoints& points = level.Points();
+        const AffineMap affine = fitted.map.Affine();
+        const std::optional<Seam> seam = fitted.map.SeamWithStep();
+        m_places.resize(points.Size());
+        for (std::size_t i = 0; i < points.Size(); ++i)
+        {
+            m_places[i] = Apply(affine, points.x[i], points.y[i]);
+            if (seam && seam->IsBehind(points.x[i], points.y[i]))
+                m_places[i] = {m_places[i].x + seam->step.x, m_places[i].y + seam->step.y};
+        }
+    }
+
+    void Look(const OffsetMesh& mesh, PointLook& look) const
+    {
+        const EdgePoints& points = m_level.Points();
+        m_level.Look(
+            [&](std::size_t i)
+            {
+                const Cell cell = CellOf(mesh, points.x[i], points.y[i]);
+                const auto mix = [&](const std::vector<float>& values)
+                {
+                    const float* node = values.data() + cell.node;
+                    const double upper = node[0] + cell.x * (node[1] - node[0]);
+                    const double lower = node[mesh.columns] + cell.x * (node[mesh.columns + 1] - node[mesh.columns]);
+                    return upper + cell.y * (lower - upper);
+                };
+                return RealPoint{m_places[i].x + mix(mesh.x), m_places[i].y + mix(mesh.y)};
+            },
+            look);
+    }
+
+private:
+    const EdgeLevel& m_level;
+    std::vector<RealPoint> m_places;
+};
+
+/// Fits to the points of one colour of the chequerboard, or to all (-1).
+void FitLevel(const EdgeLevel& level, const FittedMap& fitted, double reach, FittedMesh& state, int half)
+{
+    const EdgePoints& points = level.Points();
+    const MeshLook places(level, fitted);
+    places.Look(state.mesh, state.look);
+    state.differences.gain = fitted.differences.gain;
+    StartOffsets(points, state.look, state.differences);
+    for (int step = 0; step < nSteps; ++step)
+    {
+        CentreOffsets(points, state.look, state.differences);
+        std::vector<NodeSums> sums(state.mesh.x.size());
+        const double gain = state.differences.gain;
+        for (std::size_t block = 0; block < points.Blocks(); ++block)
+        {
+            // Without the block's means the gradients say nothing of its offset.
+            double weights = 0.0;
+            double meanX = 0.0;
+            double meanY = 0.0;
+            double mean = 0.0;
+            const auto use = [&](const auto& take)
+            {
+                for (std::size_t i = points.blocks[block]; i < points.blocks[block + 1]; ++i)
+                    if (state.look.inside[i] != 0 && points.odd[i] != 1 - half)
+                        take(i, RobustWeight(state.differences.difference[i], state.differences.scale));
+            };
+            use(
+                [&](std::size_t i, double share)
+                {
+                    weights += share;
+                    meanX += share * state.look.gradientX[i];
+                    meanY += share * state.look.gradientY[i];
+                    mean += share * state.differences.difference[i];
+                });
+            if (!(weights > 0.0))
+                continue;
+            meanX /= weights;
+            meanY /= weights;
+            mean /= weights;
+            use(
+                [&](std::size_t i, double share)
+                {
+                    const double gx = gain * (state.look.gradientX[i] - meanX);
+                    const double gy = gain * (state.look.gradientY[i] - meanY);
+                    AddPoint(CellOf(state.mesh, points.x[i], points.y[i]), static_cast<std::size_t>(state.mesh.columns),
+                             gx, gy, state.differences.difference[i] - mean, share, sums);
+                });
+        }
+        const double change = Solve(sums, reach, state.mesh);
+        places.Look(state.mesh, state.look);
+        Differ(points, state.look, state.differences);
+        if (change < dSettled * level.Scale())
+            break;
+    }
+    CentreOffsets(points, state.look, state.differences);
+}
+
+} // namespace
+
+FittedMesh FitMesh(const std::vector<EdgeLevel>& levels, const FittedMap& fitted, int width, int height, int spacing)
+{
+    const FittedMesh plain{{}, fitted.look, fitted.differences};
+    if (spacing == 0)
+        return plain;
+    const double reach = spacing / 8.0; // keeps the mesh from folding, and from doing what the limits forbid
+    FittedMesh state;
+    for (std::size_t i = levels.size(); i-- > 0;)
+    {
+        const EdgeLevel& level = levels[i];
+        // Nodes as far apart, in pixels of the level, as they are on the finest one.
+        const int apart = spacing * level.Scale() / levels.front().Scale();
+        if (2 * apart > std::min(width, height) && i > 0)
+            continue;
+        state.mesh = Resample(state.mesh, width, height, apart);
+        if (i == 0)
+        {
+            // Held against the points that the mesh does not know.
+            FittedMesh tried = state;
+            FitLevel(level, fitted, reach, tried, 0);
+            const double scale = std::min(tried.differences.scale, plain.differences.scale);
+            if (!IsImprovement(BlockLosses(level.Points(), plain.look, tried.look, plain.differences, scale, 1),
+                               BlockLosses(level.Points(), tried.look, plain.look, tried.differences, scale, 1)))
+                return plain;
+        }
+        FitLevel(level, fitted, reach, state, -1);
+    }
+    double longest = 0.0;
+    for (std::size_t node = 0; node < state.mesh.x.size(); ++node)
+        longest = std::max<double>(longest, std::hypot(state.mesh.x[node], state.mesh.y[node]));
+    return longest < dLeastOffset * levels.front().Scale() ? plain : state;
+}
+
+bool Explains(const EdgeLevel& level, const FittedMesh& simple, const FittedMesh& rich)
+{
+    const double scale = std::min(simple.differences.scale, rich.differences.scale);
+    return IsImprovement(BlockLosses(level.Points(), simple.look, rich.look, simple.differences, scale, -1),
+                         BlockLosses(level.Points(), rich.look, simple.look, rich.differences, scale, -1));
 }
 
 } // namespace narvo

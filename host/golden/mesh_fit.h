@@ -1,27 +1,28 @@
-// The local part of a registration: what an affine map leaves over, such as uneven feed of a line camera or a stretched
+// The local part of a registration: what a global map leaves over, such as uneven feed of a line camera or a stretched
 // board, as offsets on a coarse mesh.
 #pragma once
 
-#include <array>
+#include <vector>
 
-#include <opencv2/core.hpp>
-
-#include "host/golden/registration.h"
+#include "host/golden/map_fit.h"
 
 namespace narvo
 {
 
-/// The places in the reference of `rows` image rows from `top` on, as cv::remap takes them.
-void PlacesInReference(const std::array<double, 6>& affine, const OffsetMesh& mesh, int top, cv::Mat& x, cv::Mat& y);
+/// A mesh on top of a global map, and what both leave over at the points of the finest level.
+struct FittedMesh
+{
+    OffsetMesh mesh; ///< empty where the global map is as good
+    PointLook look;
+    Differences differences;
+};
 
-/// Fits the mesh to both pictures by least squares on grey values, from `mesh` on, whose nodes it keeps. Differences
-/// that no small offset explains weigh little, so that defects pull the mesh as little as may be.
-void FitMesh(const cv::Mat& reference, const cv::Mat& image, const std::array<double, 6>& affine, OffsetMesh& mesh);
+/// A mesh for an image of that size, with nodes `spacing` pixels apart (0: none), on top of the global map; empty
+/// unless it explains points that it was not fitted to better than the global map does, by more than the scatter of the
+/// blocks. `levels` has the finest first.
+FittedMesh FitMesh(const std::vector<EdgeLevel>& levels, const FittedMap& fitted, int width, int height, int spacing);
 
-/// A mesh without offsets over an image of that size.
-OffsetMesh MakeMesh(int width, int height, int spacing);
-
-/// The mesh for the same picture at twice the resolution, with nodes at the same distance in its pixels.
-OffsetMesh RefineMesh(const OffsetMesh& coarse, int width, int height);
+/// Whether the second leaves less over than the first, by more than the scatter of the blocks.
+bool Explains(const EdgeLevel& level, const FittedMesh& simple, const FittedMesh& rich);
 
 } // namespace narvo

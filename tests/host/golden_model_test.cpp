@@ -48,16 +48,40 @@ TEST(GoldenModel, ToleranceReachesAsFarAsTheEdgeTolerance)
     {
         settings.edgeTolerance = tolerance;
         const GoldenModel model({reference}, settings);
+        const GreyImage found = model.Tolerance();
         const int reach = static_cast<int>(tolerance);
+        // A share of it reaches a pixel further, except where nothing is tolerated.
+        const int outer = reach == 0 ? 0 : reach + 1;
         for (int x = 60; x < 100; ++x)
-            EXPECT_EQ(model.Tolerance().Row(100)[x], x >= 80 - reach && x < 80 + reach ? 150 : 0)
+            EXPECT_EQ(found.Row(100)[x], x >= 80 - reach && x < 80 + reach   ? 150
+                                         : x >= 80 - outer && x < 80 + outer ? 105
+                                                                             : 0)
                 << "tolerance " << tolerance << ", column " << x;
     }
     // A corner is reached along the diagonal within the tolerance alone.
     settings.edgeTolerance = 1.0;
-    EXPECT_EQ(GoldenModel({reference}, settings).Tolerance().Row(59)[79], 0);
+    EXPECT_EQ(GoldenModel({reference}, settings).Tolerance().Row(59)[79], 105);
     settings.edgeTolerance = 1.5;
     EXPECT_EQ(GoldenModel({reference}, settings).Tolerance().Row(59)[79], 150);
+}
+
+TEST(GoldenModel, ToleranceShrinksInNarrowTracksAndGaps)
+{
+    // A track of `width` pixels, and a gap as wide between two others: in their middle nothing is tolerated.
+    for (const bool bright : {true, false})
+        for (const int width : {2, 3, 4, 12})
+        {
+            GreyImage reference(200, 200, bright ? 40 : 200);
+            for (int y = 0; y < 200; ++y)
+                for (int x = 100; x < 100 + width; ++x)
+                    reference.Row(y)[x] = bright ? 200 : 40;
+            for (int y = 20; y < 40; ++y) // something for a registration to hold on to
+                for (int x = 20; x < 60; ++x)
+                    reference.Row(y)[x] = 120;
+            const GreyImage tolerance = GoldenModel({reference}, {}).Tolerance();
+            EXPECT_LE(tolerance.Row(120)[100 + width / 2], width < 3 ? 112 : 112) << width << ", bright " << bright;
+            EXPECT_GE(tolerance.Row(120)[99], 112) << width;
+        }
 }
 
 TEST(GoldenModel, SpreadOfSeveralReferencesWidensTheTolerance)
@@ -126,7 +150,7 @@ TEST(GoldenModel, NamesEverySettingOutOfRange)
     GoldenSettings settings;
     settings.registration.maxShift = 2000.0;
     settings.edgeTolerance = 16.5;
-    settings.threshold = 0;
+    settings.threshold = -1;
     settings.minPixels = 0;
     settings.maxBlobs = 1000001;
     std::vector<std::string> fields;

@@ -307,8 +307,9 @@ void AddGoldenCommand(CLI::App& app, Action& action)
                      "how far an edge may lie elsewhere without being a difference, pixels, 0 to 16")
         ->capture_default_str();
     command
-        ->add_option("--threshold", settings.threshold,
-                     "difference beyond what the references allow, grey levels, 1 to 255")
+        ->add_option(
+            "--threshold", settings.threshold,
+            "difference beyond what the references allow, grey levels, 1 to 255, or 0 to take it from the noise")
         ->capture_default_str();
     command->add_option("--min-pixels", settings.minPixels, "smallest blob that is reported, pixels, 1 to 1000000")
         ->capture_default_str();

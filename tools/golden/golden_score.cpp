@@ -119,18 +119,33 @@ void Move(TruePair& pair)
     pair.truth = std::move(kept);
 }
 
-std::vector<TruePair> LoadPairs(const ScoreOptions& options)
+/// A pair's files.
+struct PairFiles
+{
+    std::string name;
+    std::filesystem::path reference;
+    std::filesystem::path image;
+    int moveX = 0;
+    int moveY = 0;
+};
+
+/// The readable kind of file whose name without its ending is `stem`, whatever the ending.
+std::filesystem::path ImageOfStem(const std::vector<std::filesystem::path>& files, const std::string& stem)
+{
+    const auto found = std::find_if(files.begin(), files.end(),
+                                    [&](const std::filesystem::path& file) { return file.stem().string() == stem; });
+    return found == files.end() ? std::filesystem::path() : *found;
+}
+
+/// All pairs of the folder by name, with their moves.
+std::vector<PairFiles> ListPairs(const ScoreOptions& options)
 {
     const std::string reference = "_temp";
     std::vector<std::filesystem::path> files;
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator(options.folder, error))
-        if (const std::string stem = entry.path().stem().string();
-            stem.size() > reference.size() && stem.ends_with(reference))
+        if (entry.path().extension() != ".txt")
             files.push_back(entry.path());
-    if (files.empty())
-        throw HostError({{"truth " + options.folder.string(), "no pairs",
-                          "a readable folder with NAME_temp.*, NAME_test.* and NAME.txt"}});
     std::sort(files.begin(), files.end());
 
     std::mt19937_64 random(options.seed);
@@ -139,36 +154,71 @@ std::vector<TruePair> LoadPairs(const ScoreOptions& options)
         const std::uint64_t steps = 2 * static_cast<std::uint64_t>(options.displacement) + 1;
         return static_cast<int>(random() % steps) - options.displacement;
     };
-    std::vector<TruePair> pairs;
-    const QuietCodecs quiet;
+    std::vector<PairFiles> pairs;
     for (const std::filesystem::path& file : files)
-    {
-        TruePair pair;
-        pair.name = file.stem().string();
-        pair.name.resize(pair.name.size() - reference.size());
-        pair.reference = LoadGreyImage(file);
-        pair.image = LoadGreyImage(file.parent_path() / (pair.name + "_test" + file.extension().string()));
-        pair.truth = LoadBoxes(file.parent_path() / (pair.name + ".txt"));
-        pair.moveX = move();
-        pair.moveY = move();
-        Move(pair);
-        pairs.push_back(std::move(pair));
-    }
+        if (const std::string stem = file.stem().string(); stem.size() > reference.size() && stem.ends_with(reference))
+        {
+            PairFiles pair;
+            pair.name = stem.substr(0, stem.size() - reference.size());
+            pair.reference = file;
+            pair.image = ImageOfStem(files, pair.name + "_test");
+            pair.moveX = move();
+            pair.moveY = move();
+            pairs.push_back(std::move(pair));
+        }
+    if (pairs.empty())
+        throw HostError({{"truth " + options.folder.string(), "no pairs",
+                          "a readable folder with NAME_temp.*, NAME_test.* and NAME.txt"}});
     return pairs;
 }
 
-void Register(std::vector<TruePair>& pairs, const GoldenSettings& settings)
+TruePair LoadPair(const PairFiles& files)
 {
-    for (TruePair& pair : pairs)
+    if (files.image.empty())
+        throw HostError({{"image " + files.name + "_test", "no such file", "an image beside the reference"}});
+    const QuietCodecs quiet;
+    TruePair pair;
+    pair.name = files.name;
+    pair.reference = LoadGreyImage(files.reference);
+    pair.image = LoadGreyImage(files.image);
+    pair.truth = LoadBoxes(files.reference.parent_path() / (files.name + ".txt"));
+    pair.moveX = files.moveX;
+    pair.moveY = files.moveY;
+    Move(pair);
+    return pair;
+}
+
+/// Loads and measures one pair after the other. A pair that cannot be read is named and left out.
+/// @return how many that were
+template <typename Use>
+int ForPairs(const std::vector<PairFiles>& files, Use use)
+{
+    int unread = 0;
+    for (const PairFiles& file : files)
         try
         {
-            pair.registration = RegisterImage(pair.reference, pair.image, settings.registration);
+            TruePair pair = LoadPair(file);
+            use(pair);
         }
         catch (const HostError& error)
         {
-            pair.registration.reset();
-            std::cerr << "narvo: " << Printable(pair.name) << ": " << error.what() << '\n';
+            ++unread;
+            std::cerr << "narvo: " << Printable(file.name) << ": " << error.what() << std::endl;
         }
+    return unread;
+}
+
+void Register(TruePair& pair, const GoldenSettings& settings)
+{
+    try
+    {
+        pair.registration = RegisterImage(pair.reference, pair.image, settings.registration);
+    }
+    catch (const HostError& error)
+    {
+        pair.registration.reset();
+        std::cerr << "narvo: " << Printable(pair.name) << ": " << error.what() << std::endl;
+    }
 }
 
 Totals Score(Inspector& inspector, const TruePair& pair, const GoldenSettings& settings)
@@ -192,7 +242,8 @@ Totals Score(Inspector& inspector, const TruePair& pair, const GoldenSettings& s
 std::string SettingsText(const GoldenSettings& settings)
 {
     return "mesh spacing " + std::to_string(settings.registration.meshSpacing) + ", edge tolerance " +
-           FormatNumber(settings.edgeTolerance) + ", threshold " + std::to_string(settings.threshold);
+           FormatNumber(settings.edgeTolerance) + ", threshold " +
+           (settings.threshold == 0 ? "from the noise" : std::to_string(settings.threshold));
 }
 
 /// Every setting that the cross-check chooses from.
@@ -201,7 +252,7 @@ std::vector<GoldenSettings> Candidates(const GoldenSettings& settings)
     std::vector<GoldenSettings> candidates;
     for (const int spacing : {0, 32, 64, 128})
         for (const double tolerance : {1.0, 1.5, 2.0, 2.5, 3.0})
-            for (const int threshold : {20, 40, 80, 120})
+            for (const int threshold : {0, 20, 40, 80})
             {
                 GoldenSettings& candidate = candidates.emplace_back(settings);
                 candidate.registration.meshSpacing = spacing;
@@ -222,22 +273,31 @@ bool IsBetter(const Totals& a, const Totals& b)
     return a.falseBlobs < b.falseBlobs;
 }
 
-void CrossCheck(Inspector& inspector, std::vector<TruePair>& pairs, const GoldenSettings& settings, bool quiet)
+int CrossCheck(Inspector& inspector, const std::vector<PairFiles>& files, const GoldenSettings& settings, bool quiet)
 {
     const std::vector<GoldenSettings> candidates = Candidates(settings);
     std::vector<std::array<Totals, 2>> totals(candidates.size()); // of the pairs with even and odd place
-    int registered = -1;
-    for (std::size_t i = 0; i < candidates.size(); ++i)
+    std::size_t place = 0;
+    const int unread = ForPairs(files,
+                                [&](TruePair& pair)
+                                {
+                                    int registered = -1;
+                                    for (std::size_t i = 0; i < candidates.size(); ++i)
+                                    {
+                                        if (candidates[i].registration.meshSpacing != registered)
+                                            Register(pair, candidates[i]);
+                                        registered = candidates[i].registration.meshSpacing;
+                                        totals[i][place % 2].Add(Score(inspector, pair, candidates[i]));
+                                    }
+                                    ++place;
+                                    if (!quiet)
+                                        std::cout << Printable(pair.name) << ": " << place << " of " << files.size() << std::endl;
+                                });
+    for (std::size_t i = 0; i < candidates.size() && !quiet; ++i)
     {
-        if (candidates[i].registration.meshSpacing != registered)
-            Register(pairs, candidates[i]);
-        registered = candidates[i].registration.meshSpacing;
-        for (std::size_t k = 0; k < pairs.size(); ++k)
-            totals[i][k % 2].Add(Score(inspector, pairs[k], candidates[i]));
         Totals both = totals[i][0];
         both.Add(totals[i][1]);
-        if (!quiet)
-            std::cout << SettingsText(candidates[i]) << ": " << both.Text() << std::endl;
+        std::cout << SettingsText(candidates[i]) << ": " << both.Text() << std::endl;
     }
     Totals measured;
     for (const std::size_t half : {0U, 1U})
@@ -251,6 +311,7 @@ void CrossCheck(Inspector& inspector, std::vector<TruePair>& pairs, const Golden
         measured.Add(totals[best][1 - half]);
     }
     std::cout << "both halves by the choice of the other: " << measured.Text() << std::endl;
+    return unread;
 }
 
 } // namespace
@@ -264,31 +325,38 @@ int RunGoldenScore(const ScoreOptions& options, const GoldenSettings& settings, 
     try
     {
         ThrowIfAny(std::move(found));
-        std::vector<TruePair> pairs = LoadPairs(options);
+        const std::vector<PairFiles> files = ListPairs(options);
         Inspector inspector(1, settings.maxBlobs);
+        int unread = 0;
         if (options.crossCheck)
+            unread = CrossCheck(inspector, files, settings, quiet);
+        else
         {
-            CrossCheck(inspector, pairs, settings, quiet);
-            return ExitCode_Done;
+            Totals all;
+            int cutOff = 0;
+            unread =
+                ForPairs(files,
+                         [&](TruePair& pair)
+                         {
+                             Register(pair, settings);
+                             const Totals one = Score(inspector, pair, settings);
+                             all.Add(one);
+                             cutOff += pair.cutOff;
+                             if (!quiet)
+                                 std::cout
+                                     << Printable(pair.name) << ": moved " << pair.moveX << ", " << pair.moveY << "; correlation "
+                                     << (pair.registration
+                                             ? FormatNumber(std::round(pair.registration->correlation * 1000) / 1000)
+                                             : "-")
+                                     << "; found " << one.found << " of " << one.truth << ", false " << one.falseBlobs
+                                     << std::endl;
+                         });
+            std::cout << SettingsText(settings) << ": " << all.Text() << "; boxes cut off by the move: " << cutOff
+                      << std::endl;
         }
-        Register(pairs, settings);
-        Totals all;
-        int cutOff = 0;
-        for (const TruePair& pair : pairs)
-        {
-            const Totals one = Score(inspector, pair, settings);
-            all.Add(one);
-            cutOff += pair.cutOff;
-            if (!quiet)
-                std::cout << Printable(pair.name) << ": moved " << pair.moveX << ", " << pair.moveY << "; correlation "
-                          << (pair.registration ? FormatNumber(std::round(pair.registration->correlation * 1000) / 1000)
-                                                : "-")
-                          << "; found " << one.found << " of " << one.truth << ", false " << one.falseBlobs
-                          << std::endl;
-        }
-        std::cout << SettingsText(settings) << ": " << all.Text() << "; boxes cut off by the move: " << cutOff
-                  << std::endl;
-        return ExitCode_Done;
+        if (unread > 0)
+            std::cerr << "narvo: " << unread << " of " << files.size() << " pairs could not be read" << std::endl;
+        return unread > 0 ? ExitCode_BadInput : ExitCode_Done;
     }
     catch (const HostError& error)
     {

@@ -1,0 +1,114 @@
+// Erosion and dilation by disks whose radius falls where openings and closings show the pattern to be narrow.
+#include "host/golden/edge_tolerance.h"
+
+#include <algorithm>
+#include <vector>
+
+#include <opencv2/imgproc.hpp>
+
+#include "host/image/cv_image.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+constexpr double dOuter = 0.7; // share of the tolerance that a pixel beyond it still has
+
+/// All pixels whose centres lie within `radius` of the middle one.
+cv::Mat Disk(double radius)
+{
+    const int reach = static_cast<int>(radius);
+    cv::Mat disk = cv::Mat::zeros(2 * reach + 1, 2 * reach + 1, CV_8UC1);
+    for (int y = -reach; y <= reach; ++y)
+        for (int x = -reach; x <= reach; ++x)
+            if (x * x + y * y <= radius * radius)
+                disk.at<std::uint8_t>(y + reach, x + reach) = 1;
+    return disk;
+}
+
+cv::Mat Square(int side)
+{
+    return cv::Mat::ones(side, side, CV_8UC1);
+}
+
+void Erode(const cv::Mat& source, cv::Mat& target, const cv::Mat& shape)
+{
+    cv::erode(source, target, shape, {-1, -1}, 1, cv::BORDER_REPLICATE);
+}
+
+void Dilate(const cv::Mat& source, cv::Mat& target, const cv::Mat& shape)
+{
+    cv::dilate(source, target, shape, {-1, -1}, 1, cv::BORDER_REPLICATE);
+}
+
+/// 255 where the picture shows something bright that no square of `side` pixels fits into, but for what lies close to
+/// something wider: that is its outline.
+cv::Mat NarrowBright(const cv::Mat& picture, int side, int contrast)
+{
+    cv::Mat wide;
+    Erode(picture, wide, Square(side));
+    Dilate(wide, wide, Square(side));
+    Dilate(wide, wide, Square(side + 2));
+    cv::Mat narrow;
+    cv::subtract(picture, wide, narrow);
+    return narrow > contrast;
+}
+
+/// What a disk holds, and a share of what one a pixel wider does: an edge may lie between pixels.
+struct SoftRange
+{
+    cv::Mat darkest;
+    cv::Mat brightest;
+};
+
+SoftRange Widen(const GreyRange& range, double radius)
+{
+    SoftRange inner;
+    SoftRange outer;
+    Erode(ViewOf(range.darkest), inner.darkest, Disk(radius));
+    Dilate(ViewOf(range.brightest), inner.brightest, Disk(radius));
+    Erode(ViewOf(range.darkest), outer.darkest, Disk(radius + 1.0));
+    Dilate(ViewOf(range.brightest), outer.brightest, Disk(radius + 1.0));
+    cv::addWeighted(inner.darkest, 1.0 - dOuter, outer.darkest, dOuter, 0.0, inner.darkest);
+    cv::addWeighted(inner.brightest, 1.0 - dOuter, outer.brightest, dOuter, 0.0, inner.brightest);
+    return inner;
+}
+
+} // namespace
+
+GreyRange WidenRange(const GreyRange& range, const GreyImage& picture, double tolerance, int contrast)
+{
+    if (tolerance <= 0.0)
+        return range;
+    const cv::Mat pattern = ViewOf(picture);
+    cv::Mat inverse;
+    cv::bitwise_not(pattern, inverse);
+    SoftRange widened = Widen(range, tolerance);
+    for (int reach = static_cast<int>(tolerance); reach > 0; --reach)
+    {
+        // Narrower than the way there and back with a pixel between: the next smaller disk holds.
+        const int side = 2 * reach + 1;
+        const cv::Mat narrow = NarrowBright(pattern, side, contrast) | NarrowBright(inverse, side, contrast);
+        if (cv::countNonZero(narrow) == 0)
+            continue;
+        const SoftRange closer = Widen(range, reach - 1.0);
+        closer.darkest.copyTo(widened.darkest, narrow);
+        closer.brightest.copyTo(widened.brightest, narrow);
+    }
+    return {ImageOf(widened.darkest), ImageOf(widened.brightest)};
+}
+
+GreyImage NearEdges(const GreyImage& picture, int reach, int contrast)
+{
+    cv::Mat darkest;
+    cv::Mat brightest;
+    Erode(ViewOf(picture), darkest, Square(2 * reach + 1));
+    Dilate(ViewOf(picture), brightest, Square(2 * reach + 1));
+    cv::subtract(brightest, darkest, brightest);
+    const cv::Mat near = brightest > contrast;
+    return ImageOf(near);
+}
+
+} // namespace narvo

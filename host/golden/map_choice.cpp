@@ -1,0 +1,167 @@
+// Fits of all models on the reduced levels, of the chosen one on the finest.
+#include "host/golden/map_choice.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace narvo
+{
+
+namespace
+{
+
+constexpr int nSteps = 8;
+constexpr int nFinestSteps = 5;
+constexpr double dLost = 1.2;      // times the scale of a simpler map's differences: a richer fit has gone astray
+constexpr double dLeastStep = 1.0; // pixels: a smaller step at a seam is none
+constexpr int nSeamScale = 4;      // a step is sought where it is no more than a few pixels of the level
+constexpr int nSeamSearch = 24;    // pixels to either side
+constexpr int nSeamRim = 16;       // pixels from a border: what lies beyond is too little to be displaced by itself
+
+bool Explains(const EdgeLevel& level, const FittedMap& simple, const FittedMap& rich)
+{
+    // One scale for both: that of the better fit.
+    const double scale = std::min(simple.differences.scale, rich.differences.scale);
+    return IsImprovement(BlockLosses(level.Points(), simple.look, rich.look, simple.differences, scale, -1),
+                         BlockLosses(level.Points(), rich.look, simple.look, rich.differences, scale, -1));
+}
+
+/// The simplest model that no richer one improves. `richest` is the richest map of the level before, from which each
+/// model starts, and becomes that of this level.
+void Choose(const EdgeLevel& level, const MapFit& fit, const MapLimits& limits, GlobalMap& richest, ChosenMap& chosen)
+{
+    const GlobalMap carried = richest;
+    chosen.model = Registration::Model_Shift;
+    chosen.fitted = fit.Fit(carried, chosen.model, nSteps);
+    richest = chosen.fitted.map;
+    std::size_t directions = Directions(chosen.model, false, limits).size();
+    for (const Registration::Model model :
+         {Registration::Model_Rigid, Registration::Model_Similarity, Registration::Model_Affine})
+    {
+        if (Directions(model, false, limits).size() == directions)
+            continue; // the limits allow nothing of it
+        FittedMap rich = fit.Fit(carried, model, nSteps);
+        if (rich.differences.scale < dLost * chosen.fitted.differences.scale)
+            richest = rich.map;
+        if (Explains(level, chosen.fitted, rich))
+        {
+            chosen.fitted = std::move(rich);
+            chosen.model = model;
+            directions = Directions(model, false, limits).size();
+        }
+    }
+}
+
+/// Puts the line where it parts the points best that fit with the step from those that fit without.
+void PlaceSeam(const EdgeLevel& level, const MapFit& fit, ChosenMap& chosen)
+{
+    FittedMap& fitted = chosen.fitted;
+    const EdgePoints& points = level.Points();
+    const bool vertical = fitted.map.seam->vertical;
+    const int side = static_cast<int>(2.0 * (vertical ? fitted.map.centreX : fitted.map.centreY)) + 1;
+    const int old = fitted.map.seam->place;
+    const auto losses = [&](int place)
+    {
+        FittedMap moved = fitted;
+        moved.map.seam->place = place;
+        LookThrough(level, moved.map, moved.look);
+        Differ(points, moved.look, moved.differences);
+        return moved.differences.difference;
+    };
+    const std::vector<float> displaced = losses(0);
+    const std::vector<float> plain = losses(side);
+    // By how much each column's points, or row's, are better off in front of the line than behind it.
+    std::vector<double> better(static_cast<std::size_t>(side), 0.0);
+    const double scale = fitted.differences.scale;
+    for (std::size_t i = 0; i < points.Size(); ++i)
+    {
+        const double behind = displaced[i] / scale;
+        const double before = plain[i] / scale;
+        better[static_cast<std::size_t>(vertical ? points.x[i] : points.y[i])] +=
+            std::log1p(behind * behind) - std::log1p(before * before);
+    }
+    double sum = 0.0;
+    double most = 0.0;
+    int best = old;
+    for (int place = std::max(1, old - nSeamSearch); place < std::min(side, old + nSeamSearch); ++place)
+    {
+        sum += better[static_cast<std::size_t>(place - 1)];
+        if (sum > most)
+        {
+            most = sum;
+            best = place;
+        }
+    }
+    GlobalMap map = fitted.map;
+    map.seam->place = best;
+    fitted = fit.Fit(map, chosen.model, nFinestSteps);
+}
+
+} // namespace
+
+GlobalMap ChooseStart(const EdgeLevel& level, const std::vector<GlobalMap>& candidates)
+{
+    FittedMap chosen;
+    for (const GlobalMap& candidate : candidates)
+    {
+        FittedMap looked;
+        looked.map = candidate;
+        LookThrough(level, looked.map, looked.look);
+        StartLight(level.Points(), looked.look, looked.differences);
+        if (chosen.look.value.empty() || Explains(level, chosen, looked))
+            chosen = std::move(looked);
+    }
+    return chosen.map;
+}
+
+ChosenMap ChooseMap(const std::vector<EdgeLevel>& levels, const MapLimits& limits, const GlobalMap& start)
+{
+    ChosenMap chosen;
+    GlobalMap richest = start;
+    for (std::size_t i = levels.size(); i-- > 0;)
+    {
+        const MapFit fit(levels[i], limits, start);
+        if (i > 0 || levels.size() == 1)
+            Choose(levels[i], fit, limits, richest, chosen);
+        else
+            chosen.fitted = fit.Fit(chosen.fitted.map, chosen.model, nFinestSteps);
+    }
+    return chosen;
+}
+
+std::optional<ChosenMap> ChooseSeam(const std::vector<EdgeLevel>& levels, const MapLimits& limits,
+                                    const GlobalMap& start, const ChosenMap& chosen)
+{
+    std::optional<ChosenMap> stepped;
+    for (std::size_t i = levels.size(); i-- > 0;)
+    {
+        const EdgeLevel& level = levels[i];
+        const MapFit fit(level, limits, start);
+        if (stepped)
+            stepped->fitted = fit.Fit(stepped->fitted.map, stepped->model, nFinestSteps);
+        else if (level.Scale() <= nSeamScale || levels.size() == 1)
+        {
+            const FittedMap plain = fit.Fit(chosen.fitted.map, chosen.model, nSteps);
+            const std::optional<Seam> seam = fit.FindSeam(plain, chosen.model);
+            if (!seam)
+                continue;
+            const double side = 2.0 * (seam->vertical ? plain.map.centreX : plain.map.centreY) + 1.0;
+            if (seam->place < nSeamRim || seam->place > side - nSeamRim)
+                continue;
+            GlobalMap map = plain.map;
+            map.seam = seam;
+            FittedMap rich = fit.Fit(map, chosen.model, nSteps);
+            if (std::hypot(rich.map.terms[MapTerm_SeamX], rich.map.terms[MapTerm_SeamY]) >= dLeastStep &&
+                Explains(level, plain, rich))
+                stepped = ChosenMap{std::move(rich), chosen.model};
+        }
+        if (i == 0 && stepped)
+            PlaceSeam(level, fit, *stepped);
+    }
+    if (stepped &&
+        std::hypot(stepped->fitted.map.terms[MapTerm_SeamX], stepped->fitted.map.terms[MapTerm_SeamY]) < dLeastStep)
+        return {};
+    return stepped;
+}
+
+} // namespace narvo
