@@ -219,7 +219,7 @@ void BindGolden(py::module_& module)
              py::arg("min_correlation") = defaults.registration.minCorrelation,
              "references is one good image or several, of which the further are registered to the first.\n\n"
              "edge_tolerance   pixels by which an edge may lie elsewhere\n"
-             "threshold        grey levels above what the model lets pass\n"
+             "threshold        grey levels above what the model lets pass; 0: from the image's noise\n"
              "min_pixels       smaller blobs are not reported\n"
              "max_blobs        room for blobs\n"
              "max_shift        pixels along x and along y that an image may lie off\n"

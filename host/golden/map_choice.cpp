@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace narvo
 {
@@ -15,6 +16,7 @@ constexpr int nFinestSteps = 5;
 constexpr double dLost = 1.2;      // times the scale of a simpler map's differences: a richer fit has gone astray
 constexpr double dLeastStep = 1.0; // pixels: a smaller step at a seam is none
 constexpr int nSeamScale = 4;      // a step is sought where it is no more than a few pixels of the level
+constexpr int nSeamMargin = 24;    // pixels beside the line that say nothing of what lies behind it
 constexpr int nSeamSearch = 24;    // pixels to either side
 constexpr int nSeamRim = 16;       // pixels from a border: what lies beyond is too little to be displaced by itself
 
@@ -158,10 +160,28 @@ std::optional<ChosenMap> ChooseSeam(const std::vector<EdgeLevel>& levels, const 
         if (i == 0 && stepped)
             PlaceSeam(level, fit, *stepped);
     }
-    if (stepped &&
-        std::hypot(stepped->fitted.map.terms[MapTerm_SeamX], stepped->fitted.map.terms[MapTerm_SeamY]) < dLeastStep)
+    if (!stepped)
+        return {};
+    // The pattern behind the line must bear the step out: an edge at the line alone lies elsewhere for itself.
+    const EdgePoints& points = levels.front().Points();
+    FittedMap plain = chosen.fitted;
+    FittedMap rich = stepped->fitted;
+    KeepBand(points, *rich.map.seam, nSeamMargin, std::numeric_limits<int>::max(), plain.look);
+    KeepBand(points, *rich.map.seam, nSeamMargin, std::numeric_limits<int>::max(), rich.look);
+    if (std::hypot(rich.map.terms[MapTerm_SeamX], rich.map.terms[MapTerm_SeamY]) < dLeastStep ||
+        !Explains(levels.front(), plain, rich))
         return {};
     return stepped;
+}
+
+void KeepBand(const EdgePoints& points, const Seam& seam, int from, int to, PointLook& look)
+{
+    for (std::size_t i = 0; i < points.Size(); ++i)
+    {
+        const double away = std::abs((seam.vertical ? points.x[i] : points.y[i]) - static_cast<double>(seam.place));
+        if (away < from || away > to)
+            look.inside[i] = 0;
+    }
 }
 
 } // namespace narvo

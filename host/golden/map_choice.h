@@ -28,4 +28,7 @@ ChosenMap ChooseMap(const std::vector<EdgeLevel>& levels, const MapLimits& limit
 std::optional<ChosenMap> ChooseSeam(const std::vector<EdgeLevel>& levels, const MapLimits& limits,
                                     const GlobalMap& start, const ChosenMap& chosen);
 
+/// Leaves inside only the points that lie from `from` to `to` pixels away from the seam's line.
+void KeepBand(const EdgePoints& points, const Seam& seam, int from, int to, PointLook& look);
+
 } // namespace narvo

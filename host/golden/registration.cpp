@@ -25,6 +25,8 @@ namespace
 
 constexpr double dLeastGradient = 0.1; // grey levels per pixel, root mean square along the strongest direction
 constexpr float fSeamMargin = 24.0F;   // pixels
+constexpr int nSeamLine = 8;           // pixels: an edge that lies elsewhere there makes no seam
+constexpr int nSeamReach = 64;
 constexpr std::size_t nLeastPoints = 8000;
 constexpr std::size_t nPixelsPerPoint = 100; // of large pictures
 
@@ -100,16 +102,6 @@ void Compare(const PictureLevel& level, Registration& registration)
     registration.correlation = variances > 0.0 ? (ab * count - a * b) / std::sqrt(variances) : 0.0;
 }
 
-/// Without the points close to the line: an edge that lies elsewhere there makes no seam.
-FittedMesh AwayFrom(const Seam& seam, const EdgeLevel& level, FittedMesh mesh)
-{
-    const EdgePoints& points = level.Points();
-    for (std::size_t i = 0; i < points.Size(); ++i)
-        if (std::abs((seam.vertical ? points.x[i] : points.y[i]) - static_cast<float>(seam.place)) < fSeamMargin)
-            mesh.look.inside[i] = 0;
-    return mesh;
-}
-
 void CheckLikeness(const Registration& registration, const RegistrationSettings& settings)
 {
     if (!(registration.correlation >= settings.minCorrelation))
@@ -161,8 +153,14 @@ Registration RegisterImage(const GreyImage& reference, const GreyImage& image, c
     if (std::optional<ChosenMap> stepped = ChooseSeam(levels, limits, map, chosen))
     {
         FittedMesh beside = FitMesh(levels, stepped->fitted, width, height, settings.meshSpacing);
-        if (Explains(levels.front(), AwayFrom(*stepped->fitted.map.seam, levels.front(), mesh),
-                     AwayFrom(*stepped->fitted.map.seam, levels.front(), beside)))
+        // Beside the line, where a mesh has only a ramp for the step.
+        const Seam& seam = *stepped->fitted.map.seam;
+        const EdgePoints& points = levels.front().Points();
+        FittedMesh plainBeside = mesh;
+        FittedMesh steppedBeside = beside;
+        KeepBand(points, seam, nSeamLine, nSeamReach, plainBeside.look);
+        KeepBand(points, seam, nSeamLine, nSeamReach, steppedBeside.look);
+        if (Explains(levels.front(), plainBeside, steppedBeside))
         {
             chosen = std::move(*stepped);
             mesh = std::move(beside);

@@ -70,7 +70,7 @@ def test_settings_decide(model):
 
 @pytest.mark.parametrize(
     "settings",
-    [{"threshold": 0}, {"edge_tolerance": -1.0}, {"min_pixels": 0}, {"max_blobs": 0}, {"max_shift": float("nan")},
+    [{"threshold": 256}, {"edge_tolerance": -1.0}, {"min_pixels": 0}, {"max_blobs": 0}, {"max_shift": float("nan")},
      {"max_rotation": 90.0}, {"max_scale": -1.0}, {"mesh_spacing": 3}, {"min_correlation": 2.0}],
 )
 def test_settings_out_of_range_are_refused(settings):

@@ -193,6 +193,88 @@ TEST(Golden, SeveralReferencesLetAnUnstableLabelPass)
     EXPECT_LE(4 * falseBlobs(8), one);
 }
 
+TEST(Golden, AChangeOfLightIsNoDefect)
+{
+    BoardPlan plan = SmallPlan();
+    const Board board = MakeBoard(plan);
+    for (const double slope : {0.0, 0.25})
+        for (const double gain : {0.7, 0.8, 1.1})
+        {
+            Board changed = board;
+            for (int y = 0; y < changed.image.Height(); ++y)
+                for (int x = 0; x < changed.image.Width(); ++x)
+                {
+                    const double light = gain * (1.0 - slope * x / changed.image.Width());
+                    changed.image.Row(y)[x] =
+                        static_cast<std::uint8_t>(std::clamp(light * board.image.Row(y)[x] + 6.0, 0.0, 255.0));
+                }
+            const GoldenResult result = InspectBoard(changed);
+            const TruthScore score = CompareWithTruth(changed.truth, result.inspection.blobs);
+            EXPECT_GE(score.FoundCount(), 8) << gain << ", " << slope;
+            EXPECT_LE(score.FalseCount(), 0) << gain << ", " << slope;
+            if (gain < 1.0) // no pixel saturated
+            {
+                EXPECT_EQ(result.light.IsUniform(), slope == 0.0) << gain;
+            }
+        }
+}
+
+TEST(Golden, TheThresholdFollowsTheNoise)
+{
+    BoardPlan plan = SmallPlan();
+    plan.defects = 0;
+    int last = 0;
+    for (const double noise : {1.0, 4.0, 8.0})
+    {
+        plan.noise = noise;
+        const GoldenResult result = InspectBoard(MakeBoard(plan));
+        EXPECT_GT(result.base.flat, last);
+        EXPECT_TRUE(result.inspection.blobs.empty()) << noise;
+        EXPECT_NEAR(result.base.noise, noise * std::sqrt(2.0), 0.35 * noise + 0.5);
+        last = result.base.flat;
+    }
+}
+
+TEST(Golden, SeveralReferencesLowerNoiseAndThreshold)
+{
+    BoardPlan plan = SmallPlan();
+    plan.defects = 0;
+    plan.noise = 6.0;
+    plan.references = 8;
+    const Board board = MakeBoard(plan);
+    Inspector inspector(1, 1000);
+    const auto baseWith = [&](int references)
+    {
+        const std::vector<GreyImage> some(board.references.begin(), board.references.begin() + references);
+        const GoldenResult result = InspectGolden(inspector, 0, GoldenModel(some, {}), board.image);
+        EXPECT_TRUE(result.inspection.blobs.empty()) << references;
+        return result.base;
+    };
+    const NoiseThreshold one = baseWith(1);
+    const NoiseThreshold eight = baseWith(8);
+    EXPECT_LT(eight.noise, 0.9 * one.noise);
+    EXPECT_LT(eight.flat, one.flat);
+}
+
+TEST(Golden, SeesABreakInANarrowTrack)
+{
+    for (const int width : {3, 4, 6})
+    {
+        GreyImage reference = Field();
+        for (int y = 60; y < 140; ++y)
+            for (int x = 100; x < 100 + width; ++x)
+                reference.Row(y)[x] = 60;
+        GreyImage image = reference;
+        for (int y = 95; y < 107; ++y)
+            for (int x = 100; x < 100 + width; ++x)
+                image.Row(y)[x] = 180;
+        Inspector inspector(1, 100);
+        const GoldenResult result = InspectGolden(inspector, 0, GoldenModel({reference}, FieldSettings()), image);
+        ASSERT_EQ(result.inspection.blobs.size(), 1U) << width;
+        EXPECT_TRUE(result.inspection.blobs[0].bright);
+    }
+}
+
 TEST(Golden, TellsWhyAnImageIsNotInspected)
 {
     BoardPlan plan = SmallPlan();
