@@ -1,24 +1,17 @@
-# OpenCV's modules as targets: narvo_opencv (core, imgproc, imgcodecs) and narvo_opencv_video, which registers images.
-# Debian's -dev packages of the single modules bring no CMake package, so headers and libraries are looked up directly
-# where that package is missing.
+# OpenCV's modules (core, imgproc, imgcodecs) as the target narvo_opencv. Debian's -dev packages of the single modules
+# bring no CMake package, so headers and libraries are looked up directly where that package is missing.
 include_guard(GLOBAL)
 
 add_library(narvo_opencv INTERFACE)
-add_library(narvo_opencv_video INTERFACE)
-find_package(OpenCV QUIET COMPONENTS core imgproc imgcodecs video)
+find_package(OpenCV QUIET COMPONENTS core imgproc imgcodecs)
 if(OpenCV_FOUND)
   target_include_directories(narvo_opencv SYSTEM INTERFACE ${OpenCV_INCLUDE_DIRS})
   target_link_libraries(narvo_opencv INTERFACE opencv_core opencv_imgproc opencv_imgcodecs)
-  target_link_libraries(narvo_opencv_video INTERFACE opencv_video)
 else()
   find_path(NARVO_OPENCV_INCLUDE_DIR opencv2/core.hpp PATH_SUFFIXES opencv4 REQUIRED)
   target_include_directories(narvo_opencv SYSTEM INTERFACE ${NARVO_OPENCV_INCLUDE_DIR})
-  foreach(module IN ITEMS core imgproc imgcodecs video)
+  foreach(module IN ITEMS core imgproc imgcodecs)
     find_library(NARVO_OPENCV_${module}_LIBRARY opencv_${module} REQUIRED)
-    set(target narvo_opencv)
-    if(module STREQUAL video)
-      set(target narvo_opencv_video)
-    endif()
-    target_link_libraries(${target} INTERFACE ${NARVO_OPENCV_${module}_LIBRARY})
+    target_link_libraries(narvo_opencv INTERFACE ${NARVO_OPENCV_${module}_LIBRARY})
   endforeach()
 endif()
