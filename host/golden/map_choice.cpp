@@ -11,21 +11,22 @@ namespace narvo
 namespace
 {
 
-constexpr int nSteps = 8;
+constexpr int nSteps = 6;
 constexpr int nFinestSteps = 5;
 constexpr double dLost = 1.2;      // times the scale of a simpler map's differences: a richer fit has gone astray
 constexpr double dLeastStep = 1.0; // pixels: a smaller step at a seam is none
 constexpr int nSeamScale = 4;      // a step is sought where it is no more than a few pixels of the level
+constexpr double dSeamProof = 1.5; // standard errors: the mesh is asked for more
 constexpr int nSeamMargin = 24;    // pixels beside the line that say nothing of what lies behind it
 constexpr int nSeamSearch = 24;    // pixels to either side
 constexpr int nSeamRim = 16;       // pixels from a border: what lies beyond is too little to be displaced by itself
 
-bool Explains(const EdgeLevel& level, const FittedMap& simple, const FittedMap& rich)
+bool Explains(const EdgeLevel& level, const FittedMap& simple, const FittedMap& rich, double proof = dProof)
 {
     // One scale for both: that of the better fit.
     const double scale = std::min(simple.differences.scale, rich.differences.scale);
     return IsImprovement(BlockLosses(level.Points(), simple.look, rich.look, simple.differences, scale, -1),
-                         BlockLosses(level.Points(), rich.look, simple.look, rich.differences, scale, -1));
+                         BlockLosses(level.Points(), rich.look, simple.look, rich.differences, scale, -1), proof);
 }
 
 /// The simplest model that no richer one improves. `richest` is the richest map of the level before, from which each
@@ -134,6 +135,10 @@ ChosenMap ChooseMap(const std::vector<EdgeLevel>& levels, const MapLimits& limit
 std::optional<ChosenMap> ChooseSeam(const std::vector<EdgeLevel>& levels, const MapLimits& limits,
                                     const GlobalMap& start, const ChosenMap& chosen)
 {
+    // The coarsest level that is fine enough.
+    std::size_t seamLevel = levels.size() - 1;
+    while (seamLevel > 0 && levels[seamLevel].Scale() > nSeamScale)
+        --seamLevel;
     std::optional<ChosenMap> stepped;
     for (std::size_t i = levels.size(); i-- > 0;)
     {
@@ -141,7 +146,7 @@ std::optional<ChosenMap> ChooseSeam(const std::vector<EdgeLevel>& levels, const 
         const MapFit fit(level, limits, start);
         if (stepped)
             stepped->fitted = fit.Fit(stepped->fitted.map, stepped->model, nFinestSteps);
-        else if (level.Scale() <= nSeamScale || levels.size() == 1)
+        else if (i == seamLevel)
         {
             const FittedMap plain = fit.Fit(chosen.fitted.map, chosen.model, nSteps);
             const std::optional<Seam> seam = fit.FindSeam(plain, chosen.model);
@@ -169,7 +174,7 @@ std::optional<ChosenMap> ChooseSeam(const std::vector<EdgeLevel>& levels, const 
     KeepBand(points, *rich.map.seam, nSeamMargin, std::numeric_limits<int>::max(), plain.look);
     KeepBand(points, *rich.map.seam, nSeamMargin, std::numeric_limits<int>::max(), rich.look);
     if (std::hypot(rich.map.terms[MapTerm_SeamX], rich.map.terms[MapTerm_SeamY]) < dLeastStep ||
-        !Explains(levels.front(), plain, rich))
+        !Explains(levels.front(), plain, rich, dSeamProof))
         return {};
     return stepped;
 }

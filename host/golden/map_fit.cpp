@@ -14,7 +14,7 @@ namespace
 
 constexpr double dUndetermined = 0.2;   // pixels of the level: a standard error from which on a direction stays put
 constexpr double dScaleToNoise = 2.385; // the scale of the weights over the noise's standard deviation
-constexpr double dSettled = 0.03;       // pixels of the level: a step that is no more ends the fit
+constexpr double dSettled = 0.05;       // pixels of the level: a step that is no more ends the fit
 constexpr int nStrips = 80;             // across the image, at whose borders a seam is tried
 
 /// Derivatives of a point's value, and its share.

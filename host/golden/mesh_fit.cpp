@@ -12,12 +12,12 @@ namespace narvo
 namespace
 {
 
-constexpr int nSteps = 10;
+constexpr int nSteps = 8;
 constexpr int nSweeps = 60;          // of the relaxation that solves a step
 constexpr double dTie = 0.02;        // of neighbouring nodes, in shares of a node's mean weight
 constexpr double dLeash = 0.2;       // to no offset, in shares of the tie: far from all structure the global map holds
 constexpr double dLeastOffset = 0.2; // pixels of the level: a mesh that moves nothing further is none
-constexpr double dSettled = 0.02;    // pixels of the level
+constexpr double dSettled = 0.05;    // pixels of the level
 
 /// Normal equations of one node: products of gradients xx, xy, yy and those of the difference with x, y.
 struct NodeSums

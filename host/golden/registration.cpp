@@ -28,6 +28,7 @@ constexpr float fSeamMargin = 24.0F;   // pixels
 constexpr int nSeamLine = 8;           // pixels: an edge that lies elsewhere there makes no seam
 constexpr int nSeamReach = 64;
 constexpr std::size_t nLeastPoints = 8000;
+constexpr std::size_t nReducedPoints = 4000; // of all levels but the finest
 constexpr std::size_t nPixelsPerPoint = 100; // of large pictures
 
 std::string Short(double value)
@@ -145,7 +146,7 @@ Registration RegisterImage(const GreyImage& reference, const GreyImage& image, c
         std::max(nLeastPoints, static_cast<std::size_t>(width) * static_cast<std::size_t>(height) / nPixelsPerPoint);
     std::vector<EdgeLevel> levels;
     for (const PictureLevel& level : pictures)
-        levels.emplace_back(level, wanted);
+        levels.emplace_back(level, &level == &pictures.front() ? wanted : std::min(wanted, nReducedPoints));
     map = ChooseStart(levels.back(), SearchCoarsely(pictures.back(), map, limits));
     ChosenMap chosen = ChooseMap(levels, limits, map);
     FittedMesh mesh = FitMesh(levels, chosen.fitted, width, height, settings.meshSpacing);

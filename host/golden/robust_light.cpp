@@ -15,7 +15,6 @@ constexpr double dLeastScale = 2.0;               // grey levels: rounding of bo
 constexpr std::size_t nMedianStep = 4;            // of the points one in so many: enough for a median
 constexpr double dLeastGain = 0.25;
 constexpr double dMostGain = 4.0;
-constexpr double dProof = 3.0; // standard errors by which a richer map must be better
 
 double Median(std::vector<float>& values)
 {
@@ -122,7 +121,7 @@ std::vector<double> BlockLosses(const EdgePoints& points, const PointLook& look,
     return losses;
 }
 
-bool IsImprovement(const std::vector<double>& simple, const std::vector<double>& rich)
+bool IsImprovement(const std::vector<double>& simple, const std::vector<double>& rich, double proof)
 {
     double sum = 0.0;
     double squares = 0.0;
@@ -132,7 +131,7 @@ bool IsImprovement(const std::vector<double>& simple, const std::vector<double>&
         sum += gain;
         squares += gain * gain;
     }
-    return sum > 0.0 && sum * sum > dProof * dProof * squares;
+    return sum > 0.0 && sum * sum > proof * proof * squares;
 }
 
 } // namespace narvo

@@ -42,7 +42,10 @@ void CentreOffsets(const EdgePoints& points, const PointLook& look, Differences&
 std::vector<double> BlockLosses(const EdgePoints& points, const PointLook& look, const PointLook& other,
                                 const Differences& differences, double scale, int half);
 
-/// Whether the blocks' losses fall from the simple to the rich by more than blocks fall and rise by chance.
-bool IsImprovement(const std::vector<double>& simple, const std::vector<double>& rich);
+/// Standard errors by which a richer map must be better.
+constexpr double dProof = 3.0;
+
+/// Whether the blocks' losses fall from the simple to the rich by more than `proof` standard errors of their scatter.
+bool IsImprovement(const std::vector<double>& simple, const std::vector<double>& rich, double proof = dProof);
 
 } // namespace narvo

@@ -291,7 +291,8 @@ int CrossCheck(Inspector& inspector, const std::vector<PairFiles>& files, const 
                                     }
                                     ++place;
                                     if (!quiet)
-                                        std::cout << Printable(pair.name) << ": " << place << " of " << files.size() << std::endl;
+                                        std::cout << Printable(pair.name) << ": " << place << " of " << files.size()
+                                                  << std::endl;
                                 });
     for (std::size_t i = 0; i < candidates.size() && !quiet; ++i)
     {
@@ -344,7 +345,8 @@ int RunGoldenScore(const ScoreOptions& options, const GoldenSettings& settings, 
                              cutOff += pair.cutOff;
                              if (!quiet)
                                  std::cout
-                                     << Printable(pair.name) << ": moved " << pair.moveX << ", " << pair.moveY << "; correlation "
+                                     << Printable(pair.name) << ": moved " << pair.moveX << ", " << pair.moveY
+                                     << "; correlation "
                                      << (pair.registration
                                              ? FormatNumber(std::round(pair.registration->correlation * 1000) / 1000)
                                              : "-")
