@@ -11,7 +11,7 @@ namespace narvo
 namespace
 {
 
-constexpr double dDegree = std::numbers::pi / 180.0;
+constexpr double dMapDegree = std::numbers::pi / 180.0;
 constexpr double dShiftShare = 0.25; // of the shorter side that a pattern may lie outside the other picture
 constexpr double dSeamStep = 16.0;   // pixels, the largest step at a seam
 
@@ -72,7 +72,7 @@ MapLimits MakeLimits(const GlobalMap& map, int width, int height, int referenceW
     };
     shift(MapTerm_ShiftX, width, referenceWidth);
     shift(MapTerm_ShiftY, height, referenceHeight);
-    set(MapTerm_Rotation, 0.0, settings.maxRotation * dDegree * map.radius);
+    set(MapTerm_Rotation, 0.0, settings.maxRotation * dMapDegree * map.radius);
     for (const MapTerm term : {MapTerm_ScaleX, MapTerm_ScaleY, MapTerm_Shear})
         set(term, 0.0, 0.01 * settings.maxScale * map.radius);
     set(MapTerm_SeamX, 0.0, dSeamStep);

@@ -11,24 +11,24 @@ namespace narvo
 namespace
 {
 
-constexpr int nGreys = 256;
+constexpr int nGreyLevels = 256;
 constexpr int nPart = 64;        // pixels, side of the parts that slow changes are seen in
 constexpr int nPartsAcross = 10; // at most, along the longer side
 constexpr int nStep = 2;         // of the pixels along x and y one in so many is looked at
-constexpr int nSteps = 12;
-constexpr double dLeastScale = 3.0; // grey levels
+constexpr int nLightSteps = 12;
+constexpr double dLeastLightScale = 3.0; // grey levels
 constexpr double dScaleOfMedian = 1.4826 * 2.385;
 constexpr double dGainPlay = 0.05;   // of a part against the whole image, before the part's pixels say more
 constexpr double dOffsetPlay = 5.0;  // grey levels
 constexpr double dCorrelated = 25.0; // pixels that say as much as one
-constexpr double dTie = 1.0;         // of neighbouring parts, in shares of the play
-constexpr double dLeastGain = 0.2;
-constexpr double dMostGain = 5.0;
-constexpr double dNoChange = 1.0; // grey levels: slow changes that are no more are none
-constexpr double dProof = 3.0;    // standard errors
+constexpr double dPartTie = 1.0;     // of neighbouring parts, in shares of the play
+constexpr double dLeastLightGain = 0.2;
+constexpr double dMostLightGain = 5.0;
+constexpr double dNoChange = 1.0;  // grey levels: slow changes that are no more are none
+constexpr double dSlowProof = 3.0; // standard errors by which slow changes must explain more than one light
 
 /// Pixels by their grey levels in reference and image.
-using Counts = std::vector<std::uint32_t>;
+using PairCounts = std::vector<std::uint32_t>;
 
 std::uint8_t Shown(double grey)
 {
@@ -48,29 +48,29 @@ double Expected(const LightAt& light, double grey)
 }
 
 /// Differences' scale of the weights under a light.
-double ScaleOf(const Counts& counts, const LightAt& light)
+double ScaleOf(const PairCounts& counts, const LightAt& light)
 {
-    std::array<double, nGreys> magnitudes{};
+    std::array<double, nGreyLevels> magnitudes{};
     double all = 0.0;
-    for (int r = 0; r < nGreys; ++r)
-        for (int i = 0; i < nGreys; ++i)
-            if (const std::uint32_t n = counts[static_cast<std::size_t>(r) * nGreys + static_cast<std::size_t>(i)])
+    for (int r = 0; r < nGreyLevels; ++r)
+        for (int i = 0; i < nGreyLevels; ++i)
+            if (const std::uint32_t n = counts[static_cast<std::size_t>(r) * nGreyLevels + static_cast<std::size_t>(i)])
             {
                 magnitudes[static_cast<std::size_t>(std::abs(i - Expected(light, r)))] += n;
                 all += n;
             }
     double sum = 0.0;
     int median = 0;
-    while (median < nGreys - 1 && (sum += magnitudes[static_cast<std::size_t>(median)]) < 0.5 * all)
+    while (median < nGreyLevels - 1 && (sum += magnitudes[static_cast<std::size_t>(median)]) < 0.5 * all)
         ++median;
-    return std::max(dLeastScale, dScaleOfMedian * median);
+    return std::max(dLeastLightScale, dScaleOfMedian * median);
 }
 
 /// Weighted straight line through the counts, from `light` on. Levels at which the image is saturated say nothing more
 /// once they are expected to be.
-LightAt FitWhole(const Counts& counts, LightAt light)
+LightAt FitWhole(const PairCounts& counts, LightAt light)
 {
-    for (int step = 0; step < nSteps; ++step)
+    for (int step = 0; step < nLightSteps; ++step)
     {
         const double scale = ScaleOf(counts, light);
         double w = 0.0;
@@ -78,12 +78,12 @@ LightAt FitWhole(const Counts& counts, LightAt light)
         double y = 0.0;
         double xx = 0.0;
         double xy = 0.0;
-        for (int r = 0; r < nGreys; ++r)
+        for (int r = 0; r < nGreyLevels; ++r)
         {
             const double plain = light.gain * r + light.offset;
-            for (int i = 0; i < nGreys; ++i)
+            for (int i = 0; i < nGreyLevels; ++i)
             {
-                const std::uint32_t n = counts[static_cast<std::size_t>(r) * nGreys + static_cast<std::size_t>(i)];
+                const std::uint32_t n = counts[static_cast<std::size_t>(r) * nGreyLevels + static_cast<std::size_t>(i)];
                 if (n == 0)
                     continue;
                 const bool saturated = (i == 255 && plain > 255.0) || (i == 0 && plain < 0.0);
@@ -99,7 +99,7 @@ LightAt FitWhole(const Counts& counts, LightAt light)
         const double variance = xx * w - x * x;
         LightAt next = light;
         if (w > 0.0 && variance > w * w) // a grey level squared
-            next.gain = std::clamp((xy * w - x * y) / variance, dLeastGain, dMostGain);
+            next.gain = std::clamp((xy * w - x * y) / variance, dLeastLightGain, dMostLightGain);
         if (w > 0.0)
             next.offset = (y - next.gain * x) / w;
         const bool settled = std::abs(next.gain - light.gain) < 1e-4 && std::abs(next.offset - light.offset) < 0.02;
@@ -111,24 +111,24 @@ LightAt FitWhole(const Counts& counts, LightAt light)
 }
 
 /// Gain and offset by quantiles of both pictures' levels, which takes no pixel for another.
-LightAt StartOf(const Counts& counts)
+LightAt StartOf(const PairCounts& counts)
 {
-    std::array<double, nGreys> reference{};
-    std::array<double, nGreys> image{};
+    std::array<double, nGreyLevels> reference{};
+    std::array<double, nGreyLevels> image{};
     double all = 0.0;
-    for (std::size_t r = 0; r < nGreys; ++r)
-        for (std::size_t i = 0; i < nGreys; ++i)
+    for (std::size_t r = 0; r < nGreyLevels; ++r)
+        for (std::size_t i = 0; i < nGreyLevels; ++i)
         {
-            const double n = counts[r * nGreys + i];
+            const double n = counts[r * nGreyLevels + i];
             reference[r] += n;
             image[i] += n;
             all += n;
         }
-    const auto quantile = [&](const std::array<double, nGreys>& levels, double share)
+    const auto quantile = [&](const std::array<double, nGreyLevels>& levels, double share)
     {
         double sum = 0.0;
         int level = 0;
-        while (level < nGreys - 1 && (sum += levels[static_cast<std::size_t>(level)]) < share * all)
+        while (level < nGreyLevels - 1 && (sum += levels[static_cast<std::size_t>(level)]) < share * all)
             ++level;
         return level;
     };
@@ -168,12 +168,12 @@ std::vector<PartSums> SumParts(const GreyImage& reference, const GreyImage& imag
                                const Light& light, const Grid& grid, double scale)
 {
     std::vector<PartSums> parts(static_cast<std::size_t>(grid.columns) * static_cast<std::size_t>(grid.rows));
-    std::array<double, 2 * nGreys> weights{};
-    std::array<double, 2 * nGreys> losses{};
-    for (int d = -nGreys + 1; d < nGreys; ++d)
+    std::array<double, 2 * nGreyLevels> weights{};
+    std::array<double, 2 * nGreyLevels> losses{};
+    for (int d = -nGreyLevels + 1; d < nGreyLevels; ++d)
     {
-        weights[static_cast<std::size_t>(d + nGreys)] = Weight(d, scale);
-        losses[static_cast<std::size_t>(d + nGreys)] = std::log1p(d * d / (scale * scale));
+        weights[static_cast<std::size_t>(d + nGreyLevels)] = Weight(d, scale);
+        losses[static_cast<std::size_t>(d + nGreyLevels)] = std::log1p(d * d / (scale * scale));
     }
     std::vector<std::uint8_t> expected(static_cast<std::size_t>(reference.Width()));
     for (int y = 0; y < image.Height(); y += nStep)
@@ -188,7 +188,7 @@ std::vector<PartSums> SumParts(const GreyImage& reference, const GreyImage& imag
                                    static_cast<std::size_t>(x / grid.spacing)];
             const int shown = image.Row(y)[x];
             const int difference = shown - expected[static_cast<std::size_t>(x)];
-            const auto k = static_cast<std::size_t>(difference + nGreys);
+            const auto k = static_cast<std::size_t>(difference + nGreyLevels);
             part.loss += losses[k];
             if (shown == 0 || shown == 255)
                 continue; // perhaps saturated
@@ -211,7 +211,7 @@ std::vector<LightAt> SolveParts(const std::vector<PartSums>& parts, const Grid& 
     std::vector<LightAt> lights(parts.size(), whole);
     const double noise = scale / 2.385;
     const double share = 1.0 / (dCorrelated * noise * noise);
-    for (int sweep = 0; sweep < 2 * nSteps; ++sweep)
+    for (int sweep = 0; sweep < 2 * nLightSteps; ++sweep)
         for (int row = 0; row < grid.rows; ++row)
             for (int column = 0; column < grid.columns; ++column)
             {
@@ -227,9 +227,9 @@ std::vector<LightAt> SolveParts(const std::vector<PartSums>& parts, const Grid& 
                 {
                     if (c < 0 || r < 0 || c >= grid.columns || r >= grid.rows)
                         return;
-                    held.gain += dTie * lights[at(c, r)].gain;
-                    held.offset += dTie * lights[at(c, r)].offset;
-                    ties += dTie;
+                    held.gain += dPartTie * lights[at(c, r)].gain;
+                    held.offset += dPartTie * lights[at(c, r)].offset;
+                    ties += dPartTie;
                 };
                 tie(column - 1, row);
                 tie(column + 1, row);
@@ -244,7 +244,7 @@ std::vector<LightAt> SolveParts(const std::vector<PartSums>& parts, const Grid& 
                 const double xy = share * s.xy + heldGain * held.gain;
                 const double y = share * s.y + heldOffset * held.offset;
                 const double determinant = xx * w - x * x;
-                lights[at(column, row)] = {std::clamp((xy * w - x * y) / determinant, dLeastGain, dMostGain),
+                lights[at(column, row)] = {std::clamp((xy * w - x * y) / determinant, dLeastLightGain, dMostLightGain),
                                            (xx * y - x * xy) / determinant};
             }
     return lights;
@@ -276,7 +276,7 @@ std::vector<LightAt> NodesOf(const std::vector<LightAt>& parts, const Grid& grid
 std::array<std::uint8_t, 256> Light::Table() const
 {
     std::array<std::uint8_t, 256> table{};
-    for (int grey = 0; grey < nGreys; ++grey)
+    for (int grey = 0; grey < nGreyLevels; ++grey)
         table[static_cast<std::size_t>(grey)] = Shown(whole.gain * grey + whole.offset);
     return table;
 }
@@ -317,7 +317,7 @@ void Light::Apply(int y, std::uint8_t* pixels, int width) const
 
 Light FitLight(const GreyImage& reference, const GreyImage& image, const GreyImage& inside)
 {
-    Counts counts(static_cast<std::size_t>(nGreys) * nGreys, 0);
+    PairCounts counts(static_cast<std::size_t>(nGreyLevels) * nGreyLevels, 0);
     for (int y = 0; y < image.Height(); y += nStep)
     {
         const std::uint8_t* mask = inside.Row(y);
@@ -325,7 +325,7 @@ Light FitLight(const GreyImage& reference, const GreyImage& image, const GreyIma
         const std::uint8_t* i = image.Row(y);
         for (int x = 0; x < image.Width(); x += nStep)
             if (mask[x] != 0)
-                ++counts[static_cast<std::size_t>(r[x]) * nGreys + i[x]];
+                ++counts[static_cast<std::size_t>(r[x]) * nGreyLevels + i[x]];
     }
     Light light;
     light.whole = FitWhole(counts, StartOf(counts));
@@ -362,7 +362,7 @@ Light FitLight(const GreyImage& reference, const GreyImage& image, const GreyIma
         sum += gain;
         squares += gain * gain;
     }
-    return sum > 0.0 && sum * sum > dProof * dProof * squares ? slow : light;
+    return sum > 0.0 && sum * sum > dSlowProof * dSlowProof * squares ? slow : light;
 }
 
 } // namespace narvo

@@ -12,12 +12,12 @@ namespace narvo
 namespace
 {
 
-constexpr int nSteps = 8;
-constexpr int nSweeps = 60;          // of the relaxation that solves a step
-constexpr double dTie = 0.02;        // of neighbouring nodes, in shares of a node's mean weight
-constexpr double dLeash = 0.2;       // to no offset, in shares of the tie: far from all structure the global map holds
-constexpr double dLeastOffset = 0.2; // pixels of the level: a mesh that moves nothing further is none
-constexpr double dSettled = 0.05;    // pixels of the level
+constexpr int nMeshSteps = 8;
+constexpr int nSweeps = 60;           // of the relaxation that solves a step
+constexpr double dTie = 0.02;         // of neighbouring nodes, in shares of a node's mean weight
+constexpr double dLeash = 0.2;        // to no offset, in shares of the tie: far from all structure the global map holds
+constexpr double dLeastOffset = 0.2;  // pixels of the level: a mesh that moves nothing further is none
+constexpr double dMeshSettled = 0.05; // pixels of the level
 
 /// Normal equations of one node: products of gradients xx, xy, yy and those of the difference with x, y.
 struct NodeSums
@@ -198,7 +198,7 @@ void FitLevel(const EdgeLevel& level, const FittedMap& fitted, double reach, Fit
     places.Look(state.mesh, state.look);
     state.differences.gain = fitted.differences.gain;
     StartOffsets(points, state.look, state.differences);
-    for (int step = 0; step < nSteps; ++step)
+    for (int step = 0; step < nMeshSteps; ++step)
     {
         CentreOffsets(points, state.look, state.differences);
         std::vector<NodeSums> sums(state.mesh.x.size());
@@ -241,7 +241,7 @@ void FitLevel(const EdgeLevel& level, const FittedMap& fitted, double reach, Fit
         const double change = Solve(sums, reach, state.mesh);
         places.Look(state.mesh, state.look);
         Differ(points, state.look, state.differences);
-        if (change < dSettled * level.Scale())
+        if (change < dMeshSettled * level.Scale())
             break;
     }
     CentreOffsets(points, state.look, state.differences);

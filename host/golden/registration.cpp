@@ -23,9 +23,9 @@ namespace narvo
 namespace
 {
 
-constexpr double dLeastGradient = 0.1; // grey levels per pixel, root mean square along the strongest direction
-constexpr float fSeamMargin = 24.0F;   // pixels
-constexpr int nSeamLine = 8;           // pixels: an edge that lies elsewhere there makes no seam
+constexpr double dLeastStructure = 0.1; // grey levels per pixel, root mean square along the strongest direction
+constexpr float fSeamMargin = 24.0F;    // pixels
+constexpr int nSeamLine = 8;            // pixels: an edge that lies elsewhere there makes no seam
 constexpr int nSeamReach = 64;
 constexpr std::size_t nLeastPoints = 8000;
 constexpr std::size_t nReducedPoints = 4000; // of all levels but the finest
@@ -56,11 +56,11 @@ void CheckStructure(const char* field, const cv::Mat& picture)
     const double yy = y.dot(y);
     const double most = 0.5 * (xx + yy) + std::hypot(0.5 * (xx - yy), x.dot(y));
     const double gradient = std::sqrt(most / static_cast<double>(picture.total()));
-    if (gradient < dLeastGradient)
+    if (gradient < dLeastStructure)
         throw HostError({{field,
                           "no structure to register by (gradients of " + Short(gradient) +
                               " grey levels per pixel, root mean square)",
-                          "a pattern with gradients of at least " + FormatNumber(dLeastGradient)}});
+                          "a pattern with gradients of at least " + FormatNumber(dLeastStructure)}});
 }
 
 /// Correlation of image and registered reference where both are, and the share of the image where that is, on the
