@@ -12,7 +12,7 @@ prefix=$work/moved
 library=$(dirname "$(find "$prefix" -name 'libnarvoassem.so')")
 
 echo "--- find_package"
-cmake -S "$consumer" -B "$work/build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$compiler"
+cmake -G Ninja -S "$consumer" -B "$work/build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$compiler"
 cmake --build "$work/build"
 "$work/build/consumer"
 
