@@ -134,7 +134,7 @@ private:
     /// As many as have work, memory and a thread. @return their number
     int StartLanes(std::vector<std::jthread>& lanes)
     {
-        const std::size_t pieces = m_images.size() * m_batch.m_recipes.size();
+        const std::size_t pieces = m_images.size() * m_batch.Regions();
         const int useful =
             static_cast<int>(std::clamp<std::size_t>(pieces, 1, static_cast<std::size_t>(m_batch.m_lanes)));
         try
@@ -250,11 +250,11 @@ private:
                                                    entry.result.height = entry.image->Height();
                                                });
         entry.result.readMilliseconds = MillisecondsSince(start);
-        entry.problems.resize(m_batch.m_recipes.size());
-        entry.result.regions.resize(m_batch.m_recipes.size());
+        entry.problems.resize(m_batch.Regions());
+        entry.result.regions.resize(m_batch.Regions());
         lock.lock();
         --m_reading;
-        entry.openRegions = m_batch.m_recipes.size();
+        entry.openRegions = m_batch.Regions();
         if (entry.result.problems.empty())
             entry.readable = true;
         else
@@ -266,7 +266,7 @@ private:
     void InspectNext(int lane, Entry& entry, std::unique_lock<std::mutex>& lock)
     {
         const std::size_t region = entry.nextRegion++;
-        entry.readable = entry.nextRegion < m_batch.m_recipes.size();
+        entry.readable = entry.nextRegion < m_batch.Regions();
         const GreyImage& image = *entry.image;
         lock.unlock();
         entry.problems[region] = ProblemsOfCall(
@@ -325,10 +325,17 @@ Batch::Batch(std::vector<Recipe> recipes, int lanes) : m_recipes(std::move(recip
     m_inspector = std::make_unique<Inspector>(lanes, maxBlobs);
 }
 
+Batch::Batch(InspectImage inspect, int maxBlobs, int lanes)
+    : m_inspect(std::move(inspect)), m_lanes(lanes), m_inspector(std::make_unique<Inspector>(lanes, maxBlobs))
+{
+}
+
 Batch::~Batch() = default;
 
 InspectionResult Batch::Inspect(int lane, const GreyImage& image, std::size_t recipe)
 {
+    if (m_inspect)
+        return m_inspect(*m_inspector, lane, image);
     try
     {
         return m_inspector->Inspect(lane, image, m_recipes[recipe]);

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -65,6 +66,12 @@ public:
     /// `lanes` threads a run starts those that have something to do and for which there is memory.
     /// @throws HostError with all that is wrong with the recipes, for lanes outside 1 .. 256, or without memory
     Batch(std::vector<Recipe> recipes, int lanes);
+
+    /// What is done with an image where there are no recipes: one result for each image, with a lane of the inspector
+    /// that no other call uses at the time.
+    using InspectImage = std::function<InspectionResult(Inspector& inspector, int lane, const GreyImage& image)>;
+    /// @throws HostError for lanes outside 1 .. 256, or without memory
+    Batch(InspectImage inspect, int maxBlobs, int lanes);
     ~Batch();
     Batch(const Batch&) = delete;
     Batch& operator=(const Batch&) = delete;
@@ -82,10 +89,13 @@ public:
 
 private:
     class Work;
+    /// Results of an image.
+    std::size_t Regions() const { return m_inspect ? 1 : m_recipes.size(); }
     /// One region of one image on one lane.
     InspectionResult Inspect(int lane, const GreyImage& image, std::size_t recipe);
 
     std::vector<Recipe> m_recipes;
+    InspectImage m_inspect; ///< empty: by the recipes
     int m_lanes;
     std::unique_ptr<Inspector> m_inspector;
 };

@@ -1,5 +1,7 @@
 // Boards and golden inspection from files to files, measurement on a folder of pairs, and bad input.
+#include <algorithm>
 #include <filesystem>
+#include <string>
 
 #include "tools/run_narvo.h"
 
@@ -85,6 +87,56 @@ TEST(NarvoGolden, MissingImagesAreNamed)
     const Outcome outcome = RunNarvo(folder, {"golden", "a.png", "b.png"});
     EXPECT_EQ(outcome.code, 2);
     EXPECT_THAT(outcome.error, HasSubstr("image a.png: no such file"));
+}
+
+TEST(NarvoGolden, AFolderIsStreamedTheSameByAnyNumberOfLanes)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallBoard(folder, "board", "4").code, 0);
+    ASSERT_EQ(MakeSmallBoard(folder, "other", "5").code, 0);
+    std::filesystem::create_directory(folder / "boards");
+    for (const char* name : {"board.png", "board.good.png", "other.png"})
+        std::filesystem::rename(folder / name, folder / "boards" / name);
+    const auto run = [&](const std::string& lanes, const std::string& output) {
+        return RunNarvo(folder, {"golden", "boards/board.good.png", "boards", "--lanes", lanes, "--output", output});
+    };
+    // The reference is in the folder too, and is not inspected; the strange board is refused.
+    const Outcome one = run("1", "one");
+    EXPECT_EQ(one.code, 7) << one.error;
+    EXPECT_THAT(one.out, HasSubstr("images: 2 (1 inspected, 1 refused, 0 with warnings)\n"));
+    EXPECT_THAT(one.error, HasSubstr("narvo: boards/other.png: image: "));
+    EXPECT_EQ(run("3", "three").code, 7);
+    EXPECT_EQ(ReadText(folder / "one.jsonl"), ReadText(folder / "three.jsonl"));
+    const std::string table = ReadText(folder / "one.csv");
+    EXPECT_EQ(table, ReadText(folder / "three.csv"));
+
+    // The blobs are those of an image that is named.
+    ASSERT_EQ(RunNarvo(folder, {"golden", "boards/board.good.png", "boards/board.png", "-o", "single"}).code, 0);
+    const json blobs = json::parse(ReadText(folder / "single.blobs.json"))["blobs"];
+    EXPECT_GE(blobs.size(), 5U);
+    EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), static_cast<std::ptrdiff_t>(blobs.size()) + 1);
+}
+
+TEST(NarvoGolden, AListIsResumedAndOtherReferencesRefuseThat)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallBoard(folder, "board", "4", "2").code, 0);
+    const auto list = [&](const std::string& names) { std::ofstream(folder / "list.txt") << names; };
+    const auto run = [&](const std::string& reference) {
+        return RunNarvo(folder, {"golden", reference, "--list", "list.txt", "--resume"});
+    };
+    list("board.png\n");
+    ASSERT_EQ(RunNarvo(folder, {"golden", "board.good.png", "--list", "list.txt"}).code, 0);
+    const std::string first = ReadText(folder / "results.jsonl");
+    list("board.png\nboard.good2.png\n");
+    const Outcome resumed = run("board.good.png");
+    EXPECT_EQ(resumed.code, 0) << resumed.error;
+    EXPECT_THAT(resumed.out, HasSubstr("images: 1 to inspect, 1 done before\n"));
+    EXPECT_EQ(ReadText(folder / "results.jsonl").substr(0, first.size()), first);
+
+    const Outcome other = run("board.good2.png");
+    EXPECT_EQ(other.code, 2);
+    EXPECT_THAT(other.error, HasSubstr("made by another recipe"));
 }
 
 TEST(NarvoGolden, PairsOfAFolderAreMeasured)
