@@ -3,7 +3,7 @@
 
 #include <pybind11/pybind11.h>
 
-#include "host/recipe/recipe.h"
+#include "host/recipe/checked_recipe.h"
 
 namespace narvo::python
 {
@@ -19,6 +19,6 @@ void BindRegions(pybind11::module_& module);
 
 /// The recipe that an argument stands for: a Recipe, a dict, JSON text, or the path of a file.
 /// @throws HostError with all that is wrong with it
-Recipe ToRecipe(const pybind11::handle& value);
+CheckedRecipe ToRecipe(const pybind11::handle& value);
 
 } // namespace narvo::python

@@ -25,7 +25,7 @@ namespace
 /// The explanations of one inspection, for any number of threads, one after the other.
 struct ExplainerLane
 {
-    ExplainerLane(const GreyImage& image, const Recipe& recipe) : explainer(image, recipe) {}
+    ExplainerLane(const GreyImage& image, const CheckedRecipe& recipe) : explainer(image, recipe) {}
 
     Explainer explainer;
     std::mutex mutex;
@@ -35,7 +35,7 @@ struct ExplainerLane
 class HeldExplainer
 {
 public:
-    HeldExplainer(GreyImage image, const Recipe& recipe) : m_image(std::move(image)), m_recipe(recipe)
+    HeldExplainer(GreyImage image, const CheckedRecipe& recipe) : m_image(std::move(image)), m_recipe(recipe)
     {
         m_outcome = m_lane.Get([&] { return Unlocked([&] { return MakeLane(); }); }).explainer.Result();
     }
@@ -54,7 +54,7 @@ private:
     std::unique_ptr<ExplainerLane> MakeLane() const { return std::make_unique<ExplainerLane>(m_image, m_recipe); }
 
     GreyImage m_image;
-    Recipe m_recipe;
+    CheckedRecipe m_recipe;
     InspectionResult m_outcome;
     PerProcess<ExplainerLane> m_lane;
 };
@@ -65,7 +65,7 @@ std::unique_ptr<HeldExplainer> MakeExplainer(const py::handle& image, const py::
     return Translated(Fault::Recipe,
                       [&]
                       {
-                          const Recipe made = ToRecipe(recipe);
+                          const CheckedRecipe made = ToRecipe(recipe);
                           return std::make_unique<HeldExplainer>(pixels.Copy(), made);
                       });
 }

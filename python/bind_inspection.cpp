@@ -6,7 +6,9 @@
 #include <utility>
 #include <vector>
 
+#include "host/inspect/inspection_plan.h"
 #include "host/inspect/inspector.h"
+#include "host/inspect/plan_keeper.h"
 #include "host/limits.h"
 #include "python/bind.h"
 #include "python/image_array.h"
@@ -31,6 +33,7 @@ struct Lanes
 
     Inspector inspector;
     LaneQueue queue;
+    PlanKeeper plans;
 };
 
 /// An inspector whose lanes are handed out to whatever thread asks.
@@ -49,13 +52,14 @@ public:
     }
 
     /// Without it. Waits for a free lane.
-    InspectionResult Inspect(Lanes& lanes, const GreyView& image, const Recipe& recipe) const
+    InspectionResult Inspect(Lanes& lanes, const GreyView& image, const CheckedRecipe& recipe) const
     {
-        if (recipe.maxBlobs > m_maxBlobs)
-            throw HostError({{"max_blobs", std::to_string(recipe.maxBlobs),
+        if (recipe->maxBlobs > m_maxBlobs)
+            throw HostError({{"max_blobs", std::to_string(recipe->maxBlobs),
                               "at most " + std::to_string(m_maxBlobs) + ", the inspector's own"}});
         const LaneQueue::Hold hold(lanes.queue);
-        return lanes.inspector.Inspect(hold.Lane(), image, recipe, true);
+        const auto plan = lanes.plans.PlanFor(recipe, image.Width(), image.Height());
+        return lanes.inspector.Inspect(hold.Lane(), image, *plan, true);
     }
 
 private:
@@ -83,12 +87,13 @@ std::unique_ptr<LanePool> MakePool(const py::handle& lanes, const py::handle& ma
 
 /// On an inspector that the calling thread keeps for its next call: what it works in takes longer to get than most
 /// images to inspect. Its room for blobs is the recipe's, so that no result depends on the calls before.
-InspectionResult InspectOnOwn(const GreyView& image, const Recipe& recipe)
+InspectionResult InspectOnOwn(const GreyView& image, const CheckedRecipe& recipe)
 {
     thread_local std::unique_ptr<Inspector> own;
     if (own == nullptr)
         own = std::make_unique<Inspector>(1, nBlobLimit);
-    return own->Inspect(0, image, recipe, true);
+    thread_local PlanKeeper plans;
+    return own->Inspect(0, image, *plans.PlanFor(recipe, image.Width(), image.Height()), true);
 }
 
 template <typename Run>
@@ -98,7 +103,7 @@ Result InspectWith(const py::handle& image, const py::handle& recipe, Run run)
     return Translated(Fault::Recipe,
                       [&]
                       {
-                          const Recipe made = ToRecipe(recipe);
+                          const CheckedRecipe made = ToRecipe(recipe);
                           InspectionResult outcome = Unlocked([&] { return run(pixels.View(), made); });
                           return Result(std::move(outcome), pixels.View().Width(), pixels.View().Height());
                       });
@@ -130,7 +135,7 @@ void BindInspection(py::module_& module)
             {
                 Lanes& lanes = Translated(Fault::Argument, [&]() -> Lanes& { return pool.OfThisProcess(); });
                 return InspectWith(image, recipe,
-                                   [&](const GreyView& pixels, const Recipe& made)
+                                   [&](const GreyView& pixels, const CheckedRecipe& made)
                                    { return pool.Inspect(lanes, pixels, made); });
             },
             py::arg("image"), py::arg("recipe"),

@@ -32,7 +32,7 @@ PitchResult Search(const py::handle& image, const py::handle& region)
                       });
 }
 
-Recipe MakeRecipe(const py::handle& image, const PitchResult& pitch, const py::handle& region)
+CheckedRecipe MakeRecipe(const py::handle& image, const PitchResult& pitch, const py::handle& region)
 {
     const ImageArgument pixels = Translated(Fault::Image, [&] { return ImageArgument(image, "image"); });
     return Translated(Fault::Argument,

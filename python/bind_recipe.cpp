@@ -13,9 +13,9 @@
 #include <nlohmann/json.hpp>
 
 #include "host/inspect/region_maps.h"
-#include "host/recipe/recipe.h"
 #include "host/recipe/recipe_check.h"
 #include "host/recipe/recipe_fields.h"
+#include "host/recipe/recipe_file.h"
 #include "python/bind.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"
@@ -155,7 +155,7 @@ Document ToDocument(const py::handle& source, const py::handle& folder)
     return {LoadRecipeDocument(file), folder.is_none() ? file.parent_path() : given};
 }
 
-Recipe MakeRecipe(const py::handle& source, const py::handle& folder, RecipeImages images)
+CheckedRecipe MakeRecipe(const py::handle& source, const py::handle& folder, RecipeImages images)
 {
     const Document document = ToDocument(source, folder);
     return ParseRecipe(document.content, document.folder, std::move(images));
@@ -164,7 +164,7 @@ Recipe MakeRecipe(const py::handle& source, const py::handle& folder, RecipeImag
 py::list RegionsOf(const py::handle& source, const py::handle& folder)
 {
     py::list regions;
-    if (py::isinstance<Recipe>(source))
+    if (py::isinstance<CheckedRecipe>(source))
         regions.append(source);
     else if (py::isinstance<py::list>(source) || py::isinstance<py::tuple>(source))
         for (const py::handle entry : source)
@@ -172,8 +172,8 @@ py::list RegionsOf(const py::handle& source, const py::handle& folder)
     else
     {
         const Document document = ToDocument(source, folder);
-        for (Recipe& recipe : ParseRecipes(document.content, document.folder))
-            regions.append(std::move(recipe));
+        for (const CheckedRecipe& recipe : ParseRecipes(document.content, document.folder))
+            regions.append(recipe);
     }
     if (regions.empty())
         throw HostError({{"recipe", "no region", "one region or more"}});
@@ -204,8 +204,8 @@ bool IsField(const std::string& path)
 }
 
 /// The recipe once more with some of its fields replaced, read anew.
-Recipe Replaced(const Recipe& recipe, const py::dict& changes, const py::handle& zoneImage,
-                const py::handle& classImage, const py::handle& deadImage, const py::handle& maps)
+CheckedRecipe Replaced(const CheckedRecipe& recipe, const py::dict& changes, const py::handle& zoneImage,
+                       const py::handle& classImage, const py::handle& deadImage, const py::handle& maps)
 {
     ordered_json written = RecipeToJson(recipe);
     json document = json::parse(written.dump());
@@ -232,14 +232,14 @@ Recipe Replaced(const Recipe& recipe, const py::dict& changes, const py::handle&
     }
     RecipeImages images = ToImages(zoneImage, classImage, deadImage, maps);
     if (images.maps == nullptr)
-        images.maps = recipe.maps;
+        images.maps = recipe->maps;
     // A new name in the recipe stands for a new image.
-    if (!images.zoneImage && !recipe.zoneImage.IsEmpty() && !changes.contains("zones.image"))
-        images.zoneImage = recipe.zoneImage;
-    if (!images.classImage && !recipe.classImage.IsEmpty() && !changes.contains("zones.class_image"))
-        images.classImage = recipe.classImage;
-    if (!images.deadImage && !recipe.deadImage.IsEmpty() && !changes.contains("dead_image"))
-        images.deadImage = recipe.deadImage;
+    if (!images.zoneImage && !recipe->zoneImage.IsEmpty() && !changes.contains("zones.image"))
+        images.zoneImage = recipe->zoneImage;
+    if (!images.classImage && !recipe->classImage.IsEmpty() && !changes.contains("zones.class_image"))
+        images.classImage = recipe->classImage;
+    if (!images.deadImage && !recipe->deadImage.IsEmpty() && !changes.contains("dead_image"))
+        images.deadImage = recipe->deadImage;
     return ParseRecipe(document, {}, std::move(images));
 }
 
@@ -364,17 +364,19 @@ py::object ToState(const GreyImage& image)
 
 } // namespace
 
-Recipe ToRecipe(const py::handle& value)
+CheckedRecipe ToRecipe(const py::handle& value)
 {
-    return py::isinstance<Recipe>(value) ? value.cast<const Recipe&>() : MakeRecipe(value, py::none(), {});
+    return py::isinstance<CheckedRecipe>(value) ? value.cast<const CheckedRecipe&>()
+                                                : MakeRecipe(value, py::none(), {});
 }
 
 void BindRecipe(py::module_& module)
 {
-    py::class_<Recipe>(module, "Recipe", py::is_final(),
-                       "How one region of an image is inspected. A recipe is valid once it exists, and never changes: "
-                       "replace() makes another.\n\n"
-                       "Recipe.fields() describes every field with type, unit, range and default.")
+    py::class_<CheckedRecipe>(
+        module, "Recipe", py::is_final(),
+        "How one region of an image is inspected. A recipe is valid once it exists, and never changes: "
+        "replace() makes another.\n\n"
+        "Recipe.fields() describes every field with type, unit, range and default.")
         .def(py::init(
                  [](const py::handle& source, const py::handle& folder, const py::handle& zoneImage,
                     const py::handle& classImage, const py::handle& deadImage, const py::handle& maps)
@@ -382,8 +384,8 @@ void BindRecipe(py::module_& module)
                      return Translated(Fault::Recipe,
                                        [&]
                                        {
-                                           return py::isinstance<Recipe>(source)
-                                                      ? source.cast<const Recipe&>()
+                                           return py::isinstance<CheckedRecipe>(source)
+                                                      ? source.cast<const CheckedRecipe&>()
                                                       : MakeRecipe(source, folder,
                                                                    ToImages(zoneImage, classImage, deadImage, maps));
                                        });
@@ -409,14 +411,15 @@ void BindRecipe(py::module_& module)
                     "Every field of a recipe as a RecipeField: path, type, unit, range, default, modes, meaning. Of a "
                     "path with several rows, each holds for its modes.")
         .def(
-            "to_dict", [](const Recipe& recipe) { return ToPython(RecipeToJson(recipe)); },
+            "to_dict", [](const CheckedRecipe& recipe) { return ToPython(RecipeToJson(recipe)); },
             "Every field as a dict that Recipe() takes back; the painted images are named, not held.")
         .def(
-            "to_json", [](const Recipe& recipe, int indent) { return ToText(RecipeToJson(recipe).dump(indent)); },
+            "to_json",
+            [](const CheckedRecipe& recipe, int indent) { return ToText(RecipeToJson(recipe).dump(indent)); },
             py::arg("indent") = 2, "The same as JSON text.")
         .def(
             "save",
-            [](const Recipe& recipe, const py::handle& path)
+            [](const CheckedRecipe& recipe, const py::handle& path)
             {
                 const std::filesystem::path file = ToPath(path);
                 Translated(Fault::File, [&] { SaveRecipeWithImages(file, recipe); });
@@ -425,7 +428,7 @@ void BindRecipe(py::module_& module)
             "Write the recipe file, and beside it the painted images that the recipe holds. Raises FileError.")
         .def(
             "check",
-            [](const Recipe& recipe, const py::handle& shape)
+            [](const CheckedRecipe& recipe, const py::handle& shape)
             {
                 const auto [height, width] = Translated(Fault::Argument, [&] { return ToShape(shape); });
                 return ToPython(CheckRecipeForImage(recipe, width, height));
@@ -434,7 +437,7 @@ void BindRecipe(py::module_& module)
             "What stands against inspecting an image of shape (rows, columns), as a list of Problem; empty: nothing.")
         .def(
             "region_of",
-            [](const Recipe& recipe, const py::handle& shape)
+            [](const CheckedRecipe& recipe, const py::handle& shape)
             {
                 const auto [height, width] = Translated(Fault::Argument, [&] { return ToShape(shape); });
                 return ToPython(RegionOf(recipe, width, height));
@@ -442,8 +445,8 @@ void BindRecipe(py::module_& module)
             py::arg("shape"), "The Rect of an image of shape (rows, columns) that is inspected; of shapes, the bounds.")
         .def(
             "replace",
-            [](const Recipe& recipe, const py::dict& changes, const py::handle& zoneImage, const py::handle& classImage,
-               const py::handle& deadImage, const py::handle& maps)
+            [](const CheckedRecipe& recipe, const py::dict& changes, const py::handle& zoneImage,
+               const py::handle& classImage, const py::handle& deadImage, const py::handle& maps)
             {
                 return Translated(Fault::Recipe,
                                   [&] { return Replaced(recipe, changes, zoneImage, classImage, deadImage, maps); });
@@ -454,7 +457,7 @@ void BindRecipe(py::module_& module)
             "the default.\n\nRaises RecipeError.")
         .def(
             "__getitem__",
-            [](const Recipe& recipe, const std::string& path)
+            [](const CheckedRecipe& recipe, const std::string& path)
             {
                 const ordered_json document = RecipeToJson(recipe);
                 const ordered_json* found = Find(document, path);
@@ -464,46 +467,46 @@ void BindRecipe(py::module_& module)
             },
             py::arg("path"), "The value of a field by its dotted path.")
         .def_property_readonly(
-            "zone_image", [](const Recipe& recipe) { return ToState(recipe.zoneImage); },
+            "zone_image", [](const CheckedRecipe& recipe) { return ToState(recipe->zoneImage); },
             "The painted zones of one cell as an array, or None.")
         .def_property_readonly(
-            "class_image", [](const Recipe& recipe) { return ToState(recipe.classImage); },
+            "class_image", [](const CheckedRecipe& recipe) { return ToState(recipe->classImage); },
             "The class ids of one cell as an array, or None.")
         .def_property_readonly(
-            "dead_image", [](const Recipe& recipe) { return ToState(recipe.deadImage); },
+            "dead_image", [](const CheckedRecipe& recipe) { return ToState(recipe->deadImage); },
             "The dead places of the whole image as an array, not 0 where dead, or None.")
         .def_property_readonly(
-            "maps", [](const Recipe& recipe) { return ToPython(recipe.maps); },
+            "maps", [](const CheckedRecipe& recipe) { return ToPython(recipe->maps); },
             "Thresholds pixel by pixel over the region as a dict of arrays, or None.")
         .def(
             "__eq__",
-            [](const Recipe& recipe, const py::object& other) -> py::object
+            [](const CheckedRecipe& recipe, const py::object& other) -> py::object
             {
-                if (!py::isinstance<Recipe>(other))
+                if (!py::isinstance<CheckedRecipe>(other))
                     return py::reinterpret_borrow<py::object>(Py_NotImplemented);
-                const auto& second = other.cast<const Recipe&>();
+                const auto& second = other.cast<const CheckedRecipe&>();
                 return py::bool_(RecipeToJson(recipe) == RecipeToJson(second) &&
-                                 IsSame(recipe.zoneImage, second.zoneImage) &&
-                                 IsSame(recipe.classImage, second.classImage) &&
-                                 IsSame(recipe.deadImage, second.deadImage) && IsSame(recipe.maps, second.maps));
+                                 IsSame(recipe->zoneImage, second->zoneImage) &&
+                                 IsSame(recipe->classImage, second->classImage) &&
+                                 IsSame(recipe->deadImage, second->deadImage) && IsSame(recipe->maps, second->maps));
             },
             py::arg("other"), "Whether all fields and painted images are the same.")
         .def("__repr__",
-             [](const Recipe& recipe)
+             [](const CheckedRecipe& recipe)
              {
-                 return "<narvoassem.Recipe: " + std::string(KindName(recipe.GetKind())) + ", pitch " +
-                        FormatNumber(recipe.pitchX) + " by " + FormatNumber(recipe.pitchY) + " pixels>";
+                 return "<narvoassem.Recipe: " + std::string(KindName(recipe->GetKind())) + ", pitch " +
+                        FormatNumber(recipe->pitchX) + " by " + FormatNumber(recipe->pitchY) + " pixels>";
              })
         .def(
             "__reduce__",
             [](const py::object& self)
             {
-                const auto& recipe = self.cast<const Recipe&>();
+                const auto& recipe = self.cast<const CheckedRecipe&>();
                 py::dict images;
-                images["zone_image"] = ToState(recipe.zoneImage);
-                images["class_image"] = ToState(recipe.classImage);
-                images["dead_image"] = ToState(recipe.deadImage);
-                images["maps"] = ToPython(recipe.maps);
+                images["zone_image"] = ToState(recipe->zoneImage);
+                images["class_image"] = ToState(recipe->classImage);
+                images["dead_image"] = ToState(recipe->deadImage);
+                images["maps"] = ToPython(recipe->maps);
                 const py::object partial = py::module_::import("functools").attr("partial");
                 return py::make_tuple(partial(py::type::of(self), ToText(RecipeToJson(recipe).dump()), **images),
                                       py::tuple());

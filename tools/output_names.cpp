@@ -29,7 +29,7 @@ void OutputNames::AddInput(const fs::path& file)
         m_inputs.insert(IdentityOf(file));
 }
 
-void OutputNames::AddRecipe(const fs::path& file, const std::vector<Recipe>& recipes)
+void OutputNames::AddRecipe(const fs::path& file, const std::vector<CheckedRecipe>& recipes)
 {
     AddInput(file);
     for (const fs::path& painted : PaintedImages(file, recipes))
@@ -65,7 +65,7 @@ void OutputNames::Check() const
     ThrowIfAny(std::move(found));
 }
 
-std::vector<fs::path> PaintedImages(const fs::path& file, const std::vector<Recipe>& recipes)
+std::vector<fs::path> PaintedImages(const fs::path& file, const std::vector<CheckedRecipe>& recipes)
 {
     std::vector<fs::path> painted;
     for (const Recipe& recipe : recipes)

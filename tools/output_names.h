@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "host/problem.h"
-#include "host/recipe/recipe.h"
+#include "host/recipe/checked_recipe.h"
 
 namespace narvo
 {
@@ -20,7 +20,7 @@ public:
     /// A file that is read; an empty name is none.
     void AddInput(const std::filesystem::path& file);
     /// A recipe file with the painted images that its recipes name.
-    void AddRecipe(const std::filesystem::path& file, const std::vector<Recipe>& recipes);
+    void AddRecipe(const std::filesystem::path& file, const std::vector<CheckedRecipe>& recipes);
     /// Files that are to be written, PREFIX followed by each ending, for what `owner` names.
     void AddOutputs(const std::string& owner, const std::string& prefix,
                     std::initializer_list<const char*> endings = {""});
@@ -43,6 +43,7 @@ private:
 };
 
 /// The painted images that the recipes of a file name.
-std::vector<std::filesystem::path> PaintedImages(const std::filesystem::path& file, const std::vector<Recipe>& recipes);
+std::vector<std::filesystem::path> PaintedImages(const std::filesystem::path& file,
+                                                 const std::vector<CheckedRecipe>& recipes);
 
 } // namespace narvo

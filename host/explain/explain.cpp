@@ -5,7 +5,7 @@
 #include <string>
 
 #include "host/explain/explain_sentences.h"
-#include "host/inspect/parameter_set.h"
+#include "host/inspect/inspection_plan.h"
 #include "host/problem.h"
 
 namespace narvo
@@ -38,12 +38,14 @@ const ChainLink* Explanation::Before() const
 class Explainer::State
 {
 public:
-    State(const GreyImage& image, const Recipe& recipe) : m_image(image), m_recipe(recipe), m_set(image, recipe)
+    State(const GreyImage& image, const CheckedRecipe& recipe)
+        : m_image(image), m_plan(recipe, image.Width(), image.Height()), m_recipe(*m_plan.GetRecipe()),
+          m_block(m_plan.BlockFor(image))
     {
-        Inspector inspector(1, recipe.maxBlobs);
-        m_result = inspector.Inspect(0, image, recipe);
-        if (recipe.GetKind() != Kind_Trapezium && recipe.twicePitch == 0.0)
-            m_passes.emplace(m_set.Block(), recipe.GetKind() == Kind_Asg, inspector.Room(0));
+        Inspector inspector(1, recipe->maxBlobs);
+        m_result = inspector.Inspect(0, image, m_plan);
+        if (recipe->GetKind() != Kind_Trapezium && recipe->twicePitch == 0.0)
+            m_passes.emplace(m_block, recipe->GetKind() == Kind_Asg, inspector.Room(0));
     }
 
     const InspectionResult& Result() const { return m_result; }
@@ -118,11 +120,11 @@ private:
         told.lastBandStart = probe.LastBandStart();
         told.chain = probe.Pair(told.place.x, told.place.y);
         if (const ChainLink* own = told.Own())
-            TellLink(told, *own, "It", m_set.Block(), m_image);
+            TellLink(told, *own, "It", m_block, m_image);
         else
             told.why.push_back("It is not compared with anything further on: the scan has no room for that here.");
         if (const ChainLink* before = told.Before())
-            TellLink(told, *before, "The pixel " + At(before->pixel.place), m_set.Block(), m_image);
+            TellLink(told, *before, "The pixel " + At(before->pixel.place), m_block, m_image);
     }
 
     Explanation EndWithoutRecord(Explanation& told)
@@ -232,13 +234,15 @@ private:
     }
 
     const GreyImage& m_image;
-    Recipe m_recipe;
-    ParameterSet m_set;
+    InspectionPlan m_plan;
+    const Recipe& m_recipe;
+    CConvParam m_block;
     InspectionResult m_result;
     std::optional<PassReplay> m_passes; ///< of staged paths
 };
 
-Explainer::Explainer(const GreyImage& image, const Recipe& recipe) : m_state(std::make_unique<State>(image, recipe))
+Explainer::Explainer(const GreyImage& image, const CheckedRecipe& recipe)
+    : m_state(std::make_unique<State>(image, recipe))
 {
 }
 

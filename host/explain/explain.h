@@ -13,7 +13,7 @@
 #include "host/inspect/inspector.h"
 #include "host/probe/kernel_probe.h"
 #include "host/probe/pass_replay.h"
-#include "host/recipe/recipe.h"
+#include "host/recipe/checked_recipe.h"
 
 namespace narvo
 {
@@ -82,8 +82,8 @@ struct Explanation
 class Explainer
 {
 public:
-    /// The image must outlive the explainer. @throws HostError when recipe or image is not valid
-    Explainer(const GreyImage& image, const Recipe& recipe);
+    /// The image must outlive the explainer. @throws HostError when the recipe cannot inspect the image
+    Explainer(const GreyImage& image, const CheckedRecipe& recipe);
     ~Explainer();
 
     /// What the inspection reports.

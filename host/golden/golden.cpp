@@ -179,7 +179,7 @@ GoldenResult InspectRegistered(Inspector& inspector, int lane, const GoldenModel
     const int pitch = (width + nColumnGroup - 1) / nColumnGroup * nColumnGroup;
     const std::shared_ptr<const RegionMaps> maps = LayMaps(result.threshold, pitch);
     const GreyImage tiles = LayTiles(result.reference, image, pitch);
-    result.inspection = inspector.Inspect(lane, tiles, MakeRecipe(pitch, height, settings, maps));
+    result.inspection = inspector.Inspect(lane, tiles, CheckedRecipe(MakeRecipe(pitch, height, settings, maps)));
 
     result.inspection.region = CRect(0, 0, width, height);
     for (Blob& blob : result.inspection.blobs)

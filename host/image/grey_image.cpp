@@ -4,8 +4,12 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <limits>
+#include <memory>
 #include <new>
 #include <string>
+#include <system_error>
+#include <utility>
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
@@ -72,12 +76,76 @@ bool HasMemory(std::int64_t bytes)
     return block != nullptr;
 }
 
-cv::Mat Decode(const std::filesystem::path& file, const ImageHeader& header)
+/// The file's bytes, so that they can be decoded in place. None where it is larger than its pixels explain: it need not
+/// be held in memory then.
+std::string ReadOrdinaryFile(const std::filesystem::path& file, const ImageHeader& header)
+{
+    constexpr std::int64_t nMetadata = 1 << 16;
+    const std::int64_t most = std::min<std::int64_t>(
+        2 * header.width * header.height * header.bytesPerPixel + nMetadata, std::numeric_limits<int>::max());
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(file, error);
+    std::string bytes;
+    if (error || size > static_cast<std::uintmax_t>(most))
+        return bytes;
+    bytes.reserve(static_cast<std::size_t>(size));
+    ReadFilePieces(file, "image " + file.string(), szImage,
+                   [&](const char* piece, std::size_t count) { bytes.append(piece, count); });
+    return bytes;
+}
+
+/// Hands a decoder the memory of a GreyImage where it wants a matrix of 8-bit grey.
+class ImageAllocator : public cv::MatAllocator
+{
+public:
+    cv::UMatData* allocate(int dimensions, const int* sizes, int type, void* data, std::size_t* step,
+                           cv::AccessFlag flags, cv::UMatUsageFlags usage) const override
+    {
+        if (dimensions != 2 || type != CV_8UC1 || data != nullptr || step == nullptr)
+            return cv::Mat::getDefaultAllocator()->allocate(dimensions, sizes, type, data, step, flags, usage);
+        m_image = GreyImage(sizes[1], sizes[0]);
+        auto made = std::make_unique<cv::UMatData>(this);
+        step[0] = static_cast<std::size_t>(m_image.Stride());
+        step[1] = 1;
+        made->data = made->origdata = m_image.Row(0);
+        made->size = step[0] * static_cast<std::size_t>(sizes[0]);
+        return made.release();
+    }
+    bool allocate(cv::UMatData* data, cv::AccessFlag /*flags*/, cv::UMatUsageFlags /*usage*/) const override
+    {
+        return data != nullptr;
+    }
+    void deallocate(cv::UMatData* data) const override { delete data; } // the image keeps its pixels
+
+    /// The image that the pixels lie in; empty where they lie elsewhere.
+    GreyImage Take(cv::Mat& pixels) const
+    {
+        if (m_image.IsEmpty() || pixels.data != m_image.Row(0))
+            return {};
+        pixels.release();
+        m_image.FillUpRows();
+        return std::move(m_image);
+    }
+
+private:
+    mutable GreyImage m_image;
+};
+
+/// Decodes into the allocator's image if it can.
+cv::Mat Decode(const std::filesystem::path& file, const ImageHeader& header, ImageAllocator& allocator)
 {
     cv::Mat loaded;
     try
     {
-        loaded = cv::imread(file.string(), cv::IMREAD_UNCHANGED);
+        std::string bytes = ReadOrdinaryFile(file, header);
+        if (bytes.empty())
+            loaded = cv::imread(file.string(), cv::IMREAD_UNCHANGED);
+        else
+        {
+            loaded.allocator = &allocator;
+            cv::imdecode(cv::Mat(1, static_cast<int>(bytes.size()), CV_8UC1, bytes.data()), cv::IMREAD_UNCHANGED,
+                         &loaded);
+        }
     }
     catch (const cv::Exception& error)
     {
@@ -129,7 +197,7 @@ GreyImage ReduceToGrey(const std::filesystem::path& file, const cv::Mat& loaded)
 } // namespace
 
 GreyImage::GreyImage(int width, int height, std::uint8_t value)
-    : m_width(width), m_height(height), m_stride((width + nRowMultiple - 1) / nRowMultiple * nRowMultiple),
+    : m_width(width), m_height(height), m_stride(RowLengthOf(width)),
       m_pixels(static_cast<std::size_t>(m_stride) * static_cast<std::size_t>(height), value)
 {
 }
@@ -141,8 +209,14 @@ GreyImage::GreyImage(const std::uint8_t* pixels, int width, int height, std::ptr
     {
         std::uint8_t* target = Row(y);
         std::memcpy(target, pixels + y * stride, static_cast<std::size_t>(width));
-        std::fill(target + width, target + m_stride, target[width - 1]);
     }
+    FillUpRows();
+}
+
+void GreyImage::FillUpRows()
+{
+    for (int y = 0; y < m_height && m_stride != m_width; ++y)
+        std::fill(Row(y) + m_width, Row(y) + m_stride, Row(y)[m_width - 1]);
 }
 
 GreyImage& GreyImage::operator=(const GreyImage& other)
@@ -175,7 +249,10 @@ GreyImage LoadGreyImage(const std::filesystem::path& file, std::int64_t limit)
     if (!header)
         Refuse(file, "not an image, or damaged", szImage);
     CheckHeader(file, *header, limit);
-    const cv::Mat loaded = Decode(file, *header);
+    ImageAllocator allocator;
+    cv::Mat loaded = Decode(file, *header, allocator);
+    if (GreyImage image = allocator.Take(loaded); !image.IsEmpty())
+        return image;
     switch (loaded.depth())
     {
     case CV_8U:

@@ -13,6 +13,12 @@ namespace narvo
 /// Rows of this many bytes, or a multiple, are what the engine's pair filters read at.
 constexpr int nRowMultiple = 4;
 
+/// Bytes of a row of `width` pixels, filled up to nRowMultiple.
+constexpr int RowLengthOf(int width)
+{
+    return (width + nRowMultiple - 1) / nRowMultiple * nRowMultiple;
+}
+
 /// Row-major 8-bit grey image. Rows are padded to a multiple of 4 pixels by repeating the last one: the engine's pair
 /// filters address rows at that length.
 class GreyImage
@@ -36,6 +42,9 @@ public:
     /// Bytes from row to row, a multiple of 4.
     int Stride() const { return m_stride; }
     bool IsEmpty() const { return m_pixels.empty(); }
+
+    /// Repeats the last pixel of each row up to the row's length, after pixels have been written.
+    void FillUpRows();
 
     std::uint8_t* Row(int y) { return m_pixels.data() + static_cast<std::ptrdiff_t>(y) * m_stride; }
     const std::uint8_t* Row(int y) const { return m_pixels.data() + static_cast<std::ptrdiff_t>(y) * m_stride; }

@@ -14,7 +14,7 @@
 #include <utility>
 
 #include "host/inspect/elapsed.h"
-#include "host/recipe/recipe_check.h"
+#include "host/recipe/recipe_file.h"
 
 namespace narvo
 {
@@ -51,7 +51,7 @@ std::vector<Problem> ProblemsOfCall(const std::string& name, Call call)
 
 BatchImage ImageFromFile(const std::filesystem::path& file)
 {
-    return {file.string(), [file] { return LoadGreyImage(file); }};
+    return {file.string(), [file] { return std::make_shared<const GreyImage>(LoadGreyImage(file)); }};
 }
 
 std::size_t ImageResult::BlobCount() const
@@ -109,7 +109,7 @@ public:
 private:
     struct Entry
     {
-        std::unique_ptr<const GreyImage> image; ///< held from reading to the end of the last region
+        std::shared_ptr<const GreyImage> image; ///< held from reading to the end of the last region
         std::size_t nextRegion = 0;
         std::size_t openRegions = 0;
         bool readable = false; ///< read, and some region not yet begun
@@ -244,8 +244,7 @@ private:
         entry.result.problems = ProblemsOfCall(entry.result.name,
                                                [&]
                                                {
-                                                   entry.image =
-                                                       std::make_unique<const GreyImage>(m_images[number].load());
+                                                   entry.image = m_images[number].load();
                                                    entry.result.width = entry.image->Width();
                                                    entry.result.height = entry.image->Height();
                                                });
@@ -306,22 +305,14 @@ private:
     std::exception_ptr m_failure; ///< of a lane
 };
 
-Batch::Batch(std::vector<Recipe> recipes, int lanes) : m_recipes(std::move(recipes)), m_lanes(lanes)
+Batch::Batch(std::vector<CheckedRecipe> recipes, int lanes)
+    : m_recipes(std::move(recipes)), m_plans(m_recipes.size()), m_lanes(lanes)
 {
-    std::vector<Problem> found;
     if (m_recipes.empty())
-        found.push_back({"recipes", "none", "at least one"});
-    for (std::size_t i = 0; i < m_recipes.size(); ++i)
-        for (Problem& problem : CheckRecipe(m_recipes[i]))
-        {
-            if (m_recipes.size() > 1)
-                problem.field = RegionPrefix(i) + problem.field;
-            found.push_back(std::move(problem));
-        }
-    ThrowIfAny(std::move(found));
+        throw HostError({{"recipes", "none", "at least one"}});
     int maxBlobs = 0;
-    for (const Recipe& recipe : m_recipes)
-        maxBlobs = std::max(maxBlobs, recipe.maxBlobs);
+    for (const CheckedRecipe& recipe : m_recipes)
+        maxBlobs = std::max(maxBlobs, recipe->maxBlobs);
     m_inspector = std::make_unique<Inspector>(lanes, maxBlobs);
 }
 
@@ -338,7 +329,8 @@ InspectionResult Batch::Inspect(int lane, const GreyImage& image, std::size_t re
         return m_inspect(*m_inspector, lane, image);
     try
     {
-        return m_inspector->Inspect(lane, image, m_recipes[recipe]);
+        return m_inspector->Inspect(lane, image,
+                                    *m_plans[recipe].PlanFor(m_recipes[recipe], image.Width(), image.Height()));
     }
     catch (const HostError& error)
     {

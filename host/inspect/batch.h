@@ -12,8 +12,9 @@
 
 #include "host/image/grey_image.h"
 #include "host/inspect/inspector.h"
+#include "host/inspect/plan_keeper.h"
 #include "host/problem.h"
-#include "host/recipe/recipe.h"
+#include "host/recipe/checked_recipe.h"
 
 namespace narvo
 {
@@ -23,7 +24,7 @@ struct BatchImage
 {
     std::string name;
     /// Called once, on one of the batch's threads. What it throws becomes a problem of this image alone.
-    std::function<GreyImage()> load;
+    std::function<std::shared_ptr<const GreyImage>()> load;
 };
 
 /// An image file that is read when its turn comes.
@@ -64,8 +65,8 @@ class Batch
 public:
     /// The recipes are one for each region; region and image number decide the order of results, never the threads. Of
     /// `lanes` threads a run starts those that have something to do and for which there is memory.
-    /// @throws HostError with all that is wrong with the recipes, for lanes outside 1 .. 256, or without memory
-    Batch(std::vector<Recipe> recipes, int lanes);
+    /// @throws HostError without a recipe, for lanes outside 1 .. 256, or without memory
+    Batch(std::vector<CheckedRecipe> recipes, int lanes);
 
     /// What is done with an image where there are no recipes: one result for each image, with a lane of the inspector
     /// that no other call uses at the time.
@@ -77,7 +78,6 @@ public:
     Batch& operator=(const Batch&) = delete;
 
     int Lanes() const { return m_lanes; }
-    const std::vector<Recipe>& Recipes() const { return m_recipes; }
 
     /// Inspects all images. `report` is called on the calling thread, once for each image in the order of the list, as
     /// soon as it and all before it have ended. Few images are held in memory at a time: about one for each lane. After
@@ -94,8 +94,9 @@ private:
     /// One region of one image on one lane.
     InspectionResult Inspect(int lane, const GreyImage& image, std::size_t recipe);
 
-    std::vector<Recipe> m_recipes;
-    InspectImage m_inspect; ///< empty: by the recipes
+    std::vector<CheckedRecipe> m_recipes;
+    std::vector<PlanKeeper> m_plans; ///< by recipe
+    InspectImage m_inspect;          ///< empty: by the recipes
     int m_lanes;
     std::unique_ptr<Inspector> m_inspector;
 };

@@ -6,7 +6,7 @@
 #include <iterator>
 
 #include "host/inspect/elapsed.h"
-#include "host/inspect/parameter_set.h"
+#include "host/inspect/inspection_plan.h"
 #include "host/inspect/region_shape.h"
 #include "host/limits.h"
 #include "host/problem.h"
@@ -166,24 +166,24 @@ void Inspector::SetRoom(Lane& lane, int room)
 }
 
 /// The engine clears itself at each trapezium, so blobs are collected in between. @return the engine's code
-int Inspector::InspectTrapezia(CAssemControl& pool, ParameterSet& set, const Recipe& recipe, bool withPairs,
+int Inspector::InspectTrapezia(CAssemControl& pool, CConvParam& block, const InspectionPlan& plan, bool withPairs,
                                InspectionResult& result, Fill& fill)
 {
     CNarvoAssem& engine = *pool.GetNarvoAssem(0);
     int worst = 1;
-    for (const CTrapezium& trapezium : set.Trapezia())
+    for (const CTrapezium& trapezium : plan.Trapezia())
     {
-        set.Block().trapInspect = trapezium;
+        block.trapInspect = trapezium;
         result.outlines.push_back(CornersOf(trapezium));
         const auto start = std::chrono::steady_clock::now();
-        const int code = pool.Inspect_Trapezium(0, &set.Block());
+        const int code = pool.Inspect_Trapezium(0, &block);
         ThrowUnlessDone(code);
         result.inspectMilliseconds += MillisecondsSince(start);
         result.blobMilliseconds += engine.dBlobTime;
         result.pairs += engine.GetPairCount();
         result.overflowed = result.overflowed || engine.GetPairCount() >= engine.nPairSize;
         worst = std::max(worst, code);
-        CollectBlobs(engine, recipe, result);
+        CollectBlobs(engine, plan.GetRecipe(), result);
         if (withPairs)
             CollectPairs(engine, result);
         NoteFill(engine, fill);
@@ -191,19 +191,34 @@ int Inspector::InspectTrapezia(CAssemControl& pool, ParameterSet& set, const Rec
     return worst;
 }
 
-InspectionResult Inspector::Inspect(int lane, const GreyView& image, const Recipe& recipe, bool withPairs)
+void Inspector::CheckLane(int lane) const
 {
     if (lane < 0 || lane >= m_lanes)
         throw HostError({{"lane", std::to_string(lane), "0 to " + std::to_string(m_lanes - 1)}});
+}
+
+InspectionResult Inspector::Inspect(int lane, const GreyView& image, const CheckedRecipe& recipe, bool withPairs)
+{
+    CheckLane(lane);
+    const auto start = std::chrono::steady_clock::now();
+    InspectionResult result = Inspect(lane, image, InspectionPlan(recipe, image.Width(), image.Height()), withPairs);
+    result.totalMilliseconds = MillisecondsSince(start);
+    return result;
+}
+
+InspectionResult Inspector::Inspect(int lane, const GreyView& image, const InspectionPlan& plan, bool withPairs)
+{
+    CheckLane(lane);
     const auto start = std::chrono::steady_clock::now();
     Lane& own = m_byLane[static_cast<std::size_t>(lane)];
+    const Recipe& recipe = plan.GetRecipe();
     const int wanted = std::min(recipe.maxBlobs, m_maxBlobs);
     // The last of two passes says nothing of the stores in the first.
     int room = recipe.twicePitch != 0.0 ? wanted : std::min(wanted, nFirstRoom);
     for (;;)
     {
         Fill fill;
-        InspectionResult result = InspectWithin(own, room, image, recipe, withPairs, fill);
+        InspectionResult result = InspectWithin(own, room, image, plan, withPairs, fill);
         // With fewer pairs than room and space left for hits no store was full: more room gives the same.
         const bool same = result.reruns == 0 && !fill.halfOfHits && fill.pairs < room;
         if (same || room == wanted)
@@ -216,10 +231,11 @@ InspectionResult Inspector::Inspect(int lane, const GreyView& image, const Recip
     }
 }
 
-InspectionResult Inspector::InspectWithin(Lane& lane, int room, const GreyView& image, const Recipe& recipe,
+InspectionResult Inspector::InspectWithin(Lane& lane, int room, const GreyView& image, const InspectionPlan& plan,
                                           bool withPairs, Fill& fill)
 {
-    ParameterSet set(image, recipe);
+    const Recipe& recipe = plan.GetRecipe();
+    CConvParam block = plan.BlockFor(image);
     SetRoom(lane, room);
     CAssemControl& pool = *lane.pool;
     CNarvoAssem& engine = *pool.GetNarvoAssem(0);
@@ -232,15 +248,15 @@ InspectionResult Inspector::InspectWithin(Lane& lane, int room, const GreyView& 
 
     InspectionResult result;
     result.name = recipe.name;
-    result.region = set.Block().rtInspect;
-    result.direction = ResolveDirection(recipe, result.region);
+    result.region = plan.Region();
+    result.direction = plan.GetDirection();
     if (recipe.GetKind() == Kind_FreeForm)
         result.outlines.push_back(recipe.regionPoints);
     if (recipe.GetKind() == Kind_Trapezium)
-        result.code = InspectTrapezia(pool, set, recipe, withPairs, result, fill);
+        result.code = InspectTrapezia(pool, block, plan, withPairs, result, fill);
     else
     {
-        result.code = pool.Inspect_Rect(0, &set.Block(), recipe.GetKind() == Kind_Asg ? 1 : 0);
+        result.code = pool.Inspect_Rect(0, &block, recipe.GetKind() == Kind_Asg ? 1 : 0);
         ThrowUnlessDone(result.code);
         CollectBlobs(engine, recipe, result);
     }

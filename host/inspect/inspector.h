@@ -6,16 +6,18 @@
 #include <vector>
 
 #include "host/image/grey_image.h"
+#include "host/recipe/checked_recipe.h"
 #include "host/recipe/recipe.h"
 #include "narvoassem/platform.h"
 
 class CAssemControl;
+class CConvParam;
 class CNarvoAssem;
 
 namespace narvo
 {
 
-class ParameterSet;
+class InspectionPlan;
 
 /// One reported defect.
 struct Blob
@@ -104,9 +106,13 @@ public:
 
     /// Inspects one image. Re-run budgets of the lane and of its band engines start afresh, so that no image inherits
     /// another's. `withPairs` asks for pairRecords.
-    /// @throws HostError when recipe, image or lane is not valid; std::bad_alloc without memory for tables or results,
-    /// and the lane stays usable. Memory that the engine lacks for its search turns the code to 16, with a warning
-    InspectionResult Inspect(int lane, const GreyView& image, const Recipe& recipe, bool withPairs = false);
+    /// @throws HostError when the lane is not valid or the image has not the plan's size; std::bad_alloc without memory
+    /// for results, and the lane stays usable. Memory that the engine lacks for its search turns the code to 16, with a
+    /// warning
+    InspectionResult Inspect(int lane, const GreyView& image, const InspectionPlan& plan, bool withPairs = false);
+
+    /// The same by a plan for this image alone. @throws HostError also when the recipe does not suit the image
+    InspectionResult Inspect(int lane, const GreyView& image, const CheckedRecipe& recipe, bool withPairs = false);
 
 private:
     /// One lane: an engine pool of its own, so that lanes take memory one by one.
@@ -122,11 +128,12 @@ private:
         bool halfOfHits = false; ///< or more, in some pass
     };
 
+    void CheckLane(int lane) const;
     static void NoteFill(const CNarvoAssem& engine, Fill& fill);
     static void SetRoom(Lane& lane, int room);
-    static InspectionResult InspectWithin(Lane& lane, int room, const GreyView& image, const Recipe& recipe,
+    static InspectionResult InspectWithin(Lane& lane, int room, const GreyView& image, const InspectionPlan& plan,
                                           bool withPairs, Fill& fill);
-    static int InspectTrapezia(CAssemControl& pool, ParameterSet& set, const Recipe& recipe, bool withPairs,
+    static int InspectTrapezia(CAssemControl& pool, CConvParam& block, const InspectionPlan& plan, bool withPairs,
                                InspectionResult& result, Fill& fill);
 
     std::vector<Lane> m_byLane;

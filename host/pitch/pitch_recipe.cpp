@@ -164,7 +164,7 @@ void PaintZones(const std::vector<double>& thresholds, Recipe& recipe)
 
 } // namespace
 
-Recipe MakePitchRecipe(const GreyView& image, const CRect& region, const PitchResult& pitch)
+CheckedRecipe MakePitchRecipe(const GreyView& image, const CRect& region, const PitchResult& pitch)
 {
     constexpr double dCellWidth = 16.0; // narrowest zone cell, pixels
     const bool alongX = !pitch.y.found;
@@ -178,11 +178,9 @@ Recipe MakePitchRecipe(const GreyView& image, const CRect& region, const PitchRe
     if (region != CRect(0, 0, image.Width(), image.Height()))
         recipe.region = region;
     PaintZones(MeasureThresholds(image, region, recipe, alongX), recipe);
-    std::vector<Problem> found = CheckRecipe(recipe);
-    if (found.empty())
-        found = CheckRecipeForImage(recipe, image.Width(), image.Height());
-    ThrowIfAny(std::move(found));
-    return recipe;
+    CheckedRecipe checked(std::move(recipe));
+    ThrowIfAny(CheckRecipeForImage(checked, image.Width(), image.Height()));
+    return checked;
 }
 
 } // namespace narvo

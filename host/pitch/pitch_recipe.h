@@ -4,7 +4,7 @@
 
 #include "host/image/grey_image.h"
 #include "host/pitch/pitch_search.h"
-#include "host/recipe/recipe.h"
+#include "host/recipe/checked_recipe.h"
 #include "narvoassem/platform.h"
 
 namespace narvo
@@ -15,6 +15,6 @@ namespace narvo
 /// differences from one period to the next there; rare ones, which may be defects, do not count. The name of the zone
 /// image's file is left empty. At least one axis must have been found.
 /// @throws HostError when no valid recipe comes of it
-Recipe MakePitchRecipe(const GreyView& image, const CRect& region, const PitchResult& pitch);
+CheckedRecipe MakePitchRecipe(const GreyView& image, const CRect& region, const PitchResult& pitch);
 
 } // namespace narvo

@@ -5,6 +5,7 @@
 
 #include "host/problem.h"
 #include "host/recipe/recipe_fields.h"
+#include "host/recipe/recipe_file.h"
 
 namespace narvo
 {

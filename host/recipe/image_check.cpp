@@ -122,14 +122,15 @@ void CheckSize(const Recipe& recipe, const CRect& region, int imageWidth, int im
 }
 
 } // namespace
-std::vector<Problem> CheckRecipeForImage(const Recipe& recipe, int width, int height)
+std::vector<Problem> CheckRecipeForImage(const CheckedRecipe& checked, int width, int height)
 {
+    const Recipe& recipe = checked;
     Problems found;
     if (recipe.regionShape != RegionShape_Rectangle)
         CheckCorners(recipe, width, height, found);
     else if (recipe.region)
         CheckInside("region", *recipe.region, width, height, found);
-    const bool measurable = found.empty() && CheckRecipe(recipe).empty();
+    const bool measurable = found.empty();
     if (recipe.marginFrame)
         CheckInside("margin_frame", *recipe.marginFrame, width, height, found);
     for (std::size_t i = 0; i < recipe.deadZones.size(); ++i)

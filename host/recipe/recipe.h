@@ -2,15 +2,12 @@
 // Ranges and units stand in the field table (recipe_fields.h), the rules that tie fields together in recipe_check.h.
 #pragma once
 
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
-
-#include <nlohmann/json_fwd.hpp>
 
 #include "host/image/grey_image.h"
 #include "narvoassem/platform.h"
@@ -223,59 +220,5 @@ struct Recipe
     double CellWidth() const { return pitchX * zoneMultipleX; }
     double CellHeight() const { return pitchY * zoneMultipleY; }
 };
-
-/// What a host holds in memory beside the JSON form: painted cells in place of files, and whole-region maps.
-struct RecipeImages
-{
-    std::optional<GreyImage> zoneImage;
-    std::optional<GreyImage> classImage;
-    std::shared_ptr<const RegionMaps> maps;
-    std::optional<GreyImage> deadImage;
-
-    bool IsEmpty() const { return !zoneImage && !classImage && !deadImage && maps == nullptr; }
-};
-
-/// Reads a recipe of one region from JSON. Image files that it names are looked up in `folder`, but for those that are
-/// `given`.
-/// @throws HostError with all that is wrong: unknown, missing, ill-typed and out-of-range fields, broken rules
-Recipe ParseRecipe(const nlohmann::json& document, const std::filesystem::path& folder, RecipeImages given = {});
-
-/// Reads a recipe that may hold several regions: a list `regions` of objects, each with the fields in which its region
-/// differs from the fields beside the list. Objects are laid over objects member by member, but for region and
-/// margin_frame; null takes a field back. Without the list there is one region.
-/// @throws HostError as ParseRecipe; what is wrong in one region is told as regions[0].field
-std::vector<Recipe> ParseRecipes(const nlohmann::json& document, const std::filesystem::path& folder);
-
-/// JSON from its text; `name` says in problems what was read. @throws HostError when it is none, too long or nested
-/// too deeply, or where an object holds a key twice
-nlohmann::json ParseJsonText(const std::string& text, const std::string& name);
-
-/// JSON from a file. @throws HostError as ParseJsonText, or when unreadable
-nlohmann::json LoadRecipeDocument(const std::filesystem::path& file);
-
-/// Reads a recipe file; image files are looked up beside it. @throws HostError as ParseRecipe, or when unreadable
-Recipe LoadRecipe(const std::filesystem::path& file);
-
-/// The same for a recipe of several regions. @throws HostError as ParseRecipes, or when unreadable
-std::vector<Recipe> LoadRecipes(const std::filesystem::path& file);
-
-/// How problems name a region among several: "regions[0].".
-std::string RegionPrefix(std::size_t region);
-
-/// The recipe with every field written out.
-nlohmann::ordered_json RecipeToJson(const Recipe& recipe);
-
-/// The same for several regions; one alone is written without a list.
-nlohmann::ordered_json RecipesToJson(const std::vector<Recipe>& recipes);
-
-/// Writes a recipe file; the images that it names are not written. @throws HostError when that fails
-void SaveRecipe(const std::filesystem::path& file, const Recipe& recipe);
-
-/// Writes a recipe file and beside it the images that the recipe holds, under the file's own name with ".zones.png",
-/// ".classes.png" and ".dead.png" for its ending. @throws HostError when that fails
-void SaveRecipeWithImages(const std::filesystem::path& file, Recipe recipe);
-
-/// One line for each field of the JSON form: name, unit, range, default, meaning.
-std::string DescribeRecipeFields();
 
 } // namespace narvo

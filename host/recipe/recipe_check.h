@@ -7,6 +7,7 @@
 
 #include "host/inspect/zone_tables.h"
 #include "host/problem.h"
+#include "host/recipe/checked_recipe.h"
 #include "host/recipe/recipe.h"
 #include "narvoassem/padpoligon.h"
 
@@ -17,7 +18,7 @@ namespace narvo
 std::vector<Problem> CheckRecipe(const Recipe& recipe);
 
 /// What an image of this size adds: region, dead zones, room for three pitches, length of tables.
-std::vector<Problem> CheckRecipeForImage(const Recipe& recipe, int width, int height);
+std::vector<Problem> CheckRecipeForImage(const CheckedRecipe& recipe, int width, int height);
 
 /// The region that an image of this size is inspected over; of shapes, the bounds.
 CRect RegionOf(const Recipe& recipe, int width, int height);

@@ -8,7 +8,7 @@
 #include "host/file/input_file.h"
 #include "host/file/output_file.h"
 #include "host/problem.h"
-#include "host/recipe/recipe.h"
+#include "host/recipe/recipe_file.h"
 #include "host/recipe/recipe_json.h"
 
 namespace narvo
@@ -25,12 +25,12 @@ json LoadRecipeDocument(const std::filesystem::path& file)
     return ParseJsonText(ReadTextFile(file, name), name);
 }
 
-Recipe LoadRecipe(const std::filesystem::path& file)
+CheckedRecipe LoadRecipe(const std::filesystem::path& file)
 {
     return ParseRecipe(LoadRecipeDocument(file), file.parent_path());
 }
 
-std::vector<Recipe> LoadRecipes(const std::filesystem::path& file)
+std::vector<CheckedRecipe> LoadRecipes(const std::filesystem::path& file)
 {
     return ParseRecipes(LoadRecipeDocument(file), file.parent_path());
 }

@@ -1,5 +1,5 @@
 // What the files of the recipe's JSON form share: names of its lists and rectangles, and one region from JSON. For
-// these files alone: what others read and write by is recipe.h.
+// these files alone: what others read and write by is recipe_file.h.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "host/recipe/recipe.h"
+#include "host/recipe/recipe_file.h"
 
 namespace narvo
 {
@@ -21,7 +21,9 @@ constexpr const char* szDeadZones = "dead_zones";
 /// @throws HostError where a JSON text of that length is too long
 void CheckJsonSize(std::uintmax_t bytes, const std::string& name);
 
-/// One region, by a document without a list of regions. @throws HostError as ParseRecipe
-Recipe ParseRegion(const nlohmann::json& document, const std::filesystem::path& folder, RecipeImages given);
+/// One region, by a document without a list of regions; a region without a name gets `nameOfUnnamed`. @throws HostError
+/// as ParseRecipe
+CheckedRecipe ParseRegion(const nlohmann::json& document, const std::filesystem::path& folder, RecipeImages given,
+                          const std::string& nameOfUnnamed = {});
 
 } // namespace narvo

@@ -223,7 +223,8 @@ void LoadPainted(const char* field, const std::string& name, const std::filesyst
 
 } // namespace
 
-Recipe ParseRegion(const json& document, const std::filesystem::path& folder, RecipeImages given)
+CheckedRecipe ParseRegion(const json& document, const std::filesystem::path& folder, RecipeImages given,
+                          const std::string& nameOfUnnamed)
 {
     Problems found;
     Recipe recipe;
@@ -246,15 +247,10 @@ Recipe ParseRegion(const json& document, const std::filesystem::path& folder, Re
     LoadPainted("dead_image", recipe.deadImageFile, folder, given.deadImage, recipe.deadImage, found);
     recipe.maps = std::move(given.maps);
 
+    if (recipe.name.empty())
+        recipe.name = nameOfUnnamed;
     // A field that could not be read still holds its default, which must not be reported a second time.
-    std::set<std::string> named;
-    for (const Problem& problem : found)
-        named.insert(problem.field);
-    for (Problem& problem : CheckRecipe(recipe))
-        if (!named.contains(problem.field))
-            found.push_back(std::move(problem));
-    ThrowIfAny(std::move(found));
-    return recipe;
+    return CheckedRecipe(std::move(recipe), std::move(found));
 }
 
 } // namespace narvo

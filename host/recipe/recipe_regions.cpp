@@ -103,7 +103,7 @@ std::string RegionPrefix(std::size_t region)
     return std::string(szRegions) + "[" + std::to_string(region) + "].";
 }
 
-std::vector<Recipe> ParseRecipes(const json& document, const std::filesystem::path& folder)
+std::vector<CheckedRecipe> ParseRecipes(const json& document, const std::filesystem::path& folder)
 {
     if (document.is_object() && document.contains(szSchema))
     {
@@ -122,7 +122,7 @@ std::vector<Recipe> ParseRecipes(const json& document, const std::filesystem::pa
                           "at most " + std::to_string(nRegionLimit) + " regions"}});
     json common = document;
     common.erase(szRegions);
-    std::vector<Recipe> recipes;
+    std::vector<CheckedRecipe> recipes;
     std::vector<Problems> byRegion(regions.size());
     std::unordered_set<std::string> names;
     std::size_t entries = 0;
@@ -138,16 +138,15 @@ std::vector<Recipe> ParseRecipes(const json& document, const std::filesystem::pa
         LayOver(fields, regions[i]);
         try
         {
-            recipes.push_back(ParseRegion(fields, folder, {}));
+            recipes.push_back(
+                ParseRegion(fields, folder, {}, regions.size() > 1 ? "region " + std::to_string(i + 1) : ""));
         }
         catch (const HostError& error)
         {
             byRegion[i] = error.Problems();
             continue;
         }
-        Recipe& recipe = recipes.back();
-        if (recipe.name.empty() && regions.size() > 1)
-            recipe.name = "region " + std::to_string(i + 1);
+        const Recipe& recipe = recipes.back();
         entries += EntriesOf(recipe);
         if (entries > nRecipeEntryLimit)
             throw HostError(
@@ -167,11 +166,11 @@ std::vector<Recipe> ParseRecipes(const json& document, const std::filesystem::pa
     return recipes;
 }
 
-Recipe ParseRecipe(const json& document, const std::filesystem::path& folder, RecipeImages given)
+CheckedRecipe ParseRecipe(const json& document, const std::filesystem::path& folder, RecipeImages given)
 {
     if (!given.IsEmpty())
         return ParseRegion(document, folder, std::move(given));
-    std::vector<Recipe> recipes = ParseRecipes(document, folder);
+    std::vector<CheckedRecipe> recipes = ParseRecipes(document, folder);
     if (recipes.size() != 1)
         throw HostError({{szRegions, std::to_string(recipes.size()) + " regions", "one region here"}});
     return std::move(recipes.front());

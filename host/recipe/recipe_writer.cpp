@@ -92,7 +92,7 @@ ordered_json RecipeToJson(const Recipe& recipe)
     return document;
 }
 
-ordered_json RecipesToJson(const std::vector<Recipe>& recipes)
+ordered_json RecipesToJson(const std::vector<CheckedRecipe>& recipes)
 {
     if (recipes.size() == 1)
         return RecipeToJson(recipes.front());

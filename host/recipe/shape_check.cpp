@@ -61,7 +61,7 @@ void CheckCorners(const Recipe& recipe, int width, int height, Problems& found)
         check(i, "x", recipe.regionPoints[i].x, width);
         check(i, "y", recipe.regionPoints[i].y, height);
     }
-    if (found.empty() && recipe.regionColumns && CheckRecipe(recipe).empty() && TrapeziaOf(recipe).empty())
+    if (found.empty() && recipe.regionColumns && TrapeziaOf(recipe).empty())
         found.push_back(
             {"region.columns",
              std::to_string(recipe.regionColumns->first) + " to " + std::to_string(recipe.regionColumns->second),

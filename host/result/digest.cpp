@@ -11,6 +11,7 @@
 #include "host/file/input_file.h"
 #include "host/inspect/region_maps.h"
 #include "host/problem.h"
+#include "host/recipe/recipe_file.h"
 
 namespace narvo
 {
@@ -102,7 +103,7 @@ std::string DigestOfFile(const std::filesystem::path& file)
     return digest.Text();
 }
 
-std::string DigestOfRecipes(const std::vector<Recipe>& recipes)
+std::string DigestOfRecipes(const std::vector<CheckedRecipe>& recipes)
 {
     Digest digest;
     const std::string text = RecipesToJson(recipes).dump();

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "host/recipe/recipe.h"
+#include "host/recipe/checked_recipe.h"
 
 namespace narvo
 {
@@ -33,6 +33,6 @@ private:
 std::string DigestOfFile(const std::filesystem::path& file);
 
 /// Digest of all fields of all regions and of the painted images and maps that they hold.
-std::string DigestOfRecipes(const std::vector<Recipe>& recipes);
+std::string DigestOfRecipes(const std::vector<CheckedRecipe>& recipes);
 
 } // namespace narvo

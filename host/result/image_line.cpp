@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/file/name_text.h"
-#include "host/recipe/recipe.h"
+#include "host/recipe/recipe_file.h"
 #include "host/result/checked_reader.h"
 #include "host/result/region_reader.h"
 #include "host/result/result_file.h"

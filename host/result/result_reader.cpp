@@ -8,7 +8,7 @@
 #include "host/file/input_file.h"
 #include "host/file/name_text.h"
 #include "host/problem.h"
-#include "host/recipe/recipe.h"
+#include "host/recipe/recipe_file.h"
 #include "host/result/checked_reader.h"
 #include "host/result/region_reader.h"
 #include "host/result/result_file.h"

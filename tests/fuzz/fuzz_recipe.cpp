@@ -15,8 +15,8 @@
 #include "host/image/grey_image.h"
 #include "host/inspect/inspector.h"
 #include "host/problem.h"
-#include "host/recipe/recipe.h"
 #include "host/recipe/recipe_check.h"
+#include "host/recipe/recipe_file.h"
 #include "host/result/result_file.h"
 
 namespace
@@ -112,21 +112,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pBytes, std::size_t nB
         return -1; // the reader of files has refused it
     // Images that a recipe names are looked for where there are none.
     static const std::filesystem::path folder = std::filesystem::temp_directory_path() / "narvo-no-such-folder";
-    std::vector<Recipe> aRecipes;
+    std::vector<CheckedRecipe> aRecipes;
     if (!RunOrRefuse([&] { aRecipes = ParseRecipes(document, folder); }))
         return 0;
     Require(!aRecipes.empty(), "an accepted recipe has a region");
 
     const nlohmann::ordered_json written = RecipesToJson(aRecipes);
-    const std::vector<Recipe> aAgain = ParseRecipes(nlohmann::json::parse(written.dump()), folder);
+    const std::vector<CheckedRecipe> aAgain = ParseRecipes(nlohmann::json::parse(written.dump()), folder);
     Require(RecipesToJson(aAgain) == written, "the written form of a recipe reads back alike");
 
     const GreyImage image = MakeImage(nWidth, nHeight, nKind, strPixels);
     static Inspector inspector(nLanes, nMostBlobs);
-    for (const Recipe& recipe : aRecipes)
+    for (const CheckedRecipe& recipe : aRecipes)
     {
-        const bool bAccepted =
-            CheckRecipe(recipe).empty() && CheckRecipeForImage(recipe, image.Width(), image.Height()).empty();
+        const bool bAccepted = CheckRecipeForImage(recipe, image.Width(), image.Height()).empty();
         InspectionResult result;
         const bool bRun = RunOrRefuse([&] { result = inspector.Inspect(0, image, recipe); });
         Require(bRun == bAccepted, "what the checks accept runs, and nothing else");

@@ -24,6 +24,11 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::SizeIs;
 
+std::shared_ptr<const GreyImage> Shared(GreyImage image)
+{
+    return std::make_shared<const GreyImage>(std::move(image));
+}
+
 /// Images of one pattern, each with defects at places of its own.
 GreyImage DefectImage(int number)
 {
@@ -43,12 +48,12 @@ std::vector<BatchImage> Images(int count)
                           {
                               // Later images are ready earlier.
                               std::this_thread::sleep_for(std::chrono::microseconds(i % 3 == 0 ? 3000 : 10));
-                              return DefectImage(i);
+                              return Shared(DefectImage(i));
                           }});
     return images;
 }
 
-std::vector<Recipe> TwoRegions()
+std::vector<CheckedRecipe> TwoRegions()
 {
     nlohmann::json document = SmallestRecipe("pixel");
     document["pitch"] = {{"x", dPitchX}, {"y", dPitchY}};
@@ -98,7 +103,7 @@ TEST(Batch, ResultsAreThoseOfOneLaneInTheOrderOfTheListWhateverTheNumberOfLanes)
 
 TEST(Batch, EachRegionIsInspectedAsIfItWereAlone)
 {
-    const std::vector<Recipe> recipes = TwoRegions();
+    const std::vector<CheckedRecipe> recipes = TwoRegions();
     Batch batch(recipes, 2);
     std::size_t blobs = 0;
     batch.Run(Images(4),
@@ -109,7 +114,7 @@ TEST(Batch, EachRegionIsInspectedAsIfItWereAlone)
                   EXPECT_EQ(result.regions[1].name, "lower");
                   for (std::size_t region = 0; region < 2; ++region)
                   {
-                      Inspector fresh(1, recipes[region].maxBlobs);
+                      Inspector fresh(1, recipes[region]->maxBlobs);
                       ImageResult alone = result;
                       alone.regions[region] =
                           fresh.Inspect(0, DefectImage(static_cast<int>(result.number)), recipes[region]);
@@ -124,7 +129,7 @@ TEST(Batch, ImageThatCannotBeReadIsAProblemOfItsOwn)
 {
     std::vector<BatchImage> images = Images(5);
     images[1] = ImageFromFile("no/such.png");
-    images[3].load = [] { return GreyImage(8, 8); };
+    images[3].load = [] { return std::make_shared<const GreyImage>(8, 8); };
     Batch batch(TwoRegions(), 3);
     std::vector<ImageResult> results;
     const BatchSummary summary = batch.Run(images, [&](const ImageResult& result) { results.push_back(result); });
@@ -147,8 +152,8 @@ TEST(Batch, ImageThatCannotBeReadIsAProblemOfItsOwn)
 TEST(Batch, WhateverLoadingThrowsStaysWithItsImage)
 {
     std::vector<BatchImage> images = Images(3);
-    images[0].load = []() -> GreyImage { throw std::bad_alloc(); };
-    images[1].load = []() -> GreyImage { throw std::runtime_error("camera gone"); };
+    images[0].load = []() -> std::shared_ptr<const GreyImage> { throw std::bad_alloc(); };
+    images[1].load = []() -> std::shared_ptr<const GreyImage> { throw std::runtime_error("camera gone"); };
     Batch batch(TwoRegions(), 2);
     std::vector<std::vector<Problem>> problems;
     batch.Run(images, [&](const ImageResult& result) { problems.push_back(result.problems); });
@@ -214,7 +219,7 @@ TEST(Batch, FewImagesAreHeldAtATimeHoweverSlowTheReport)
         images.push_back({"", [&begun]
                           {
                               ++begun;
-                              return GreyImage(320, 300, 90);
+                              return Shared(GreyImage(320, 300, 90));
                           }});
     Batch batch(TwoRegions(), nLanes);
     batch.Run(images,
@@ -228,10 +233,10 @@ TEST(Batch, FewImagesAreHeldAtATimeHoweverSlowTheReport)
 
 TEST(Batch, RegionsWithDifferentRoomForBlobsKeepTheirOwn)
 {
-    std::vector<Recipe> recipes = TwoRegions();
+    std::vector<Recipe> recipes = {*TwoRegions()[0], *TwoRegions()[1]};
     recipes[0].maxBlobs = 1;
-    Batch batch(recipes, 2);
-    batch.Run({{"", [] { return DefectImage(4); }}},
+    Batch batch(CheckRecipes(recipes), 2);
+    batch.Run({{"", [] { return Shared(DefectImage(4)); }}},
               [](const ImageResult& result)
               {
                   ASSERT_THAT(result.regions, SizeIs(2));
@@ -283,7 +288,7 @@ TEST_P(BatchHistory, ImageIsInspectedAsOnEnginesThatNeverSawAnother)
     const auto run = [&](Inspector& inspector, unsigned seed)
     {
         ImageResult result;
-        result.regions = {inspector.Inspect(0, NoisyImage(seed), recipe)};
+        result.regions = {inspector.Inspect(0, NoisyImage(seed), CheckedRecipe(recipe))};
         return TextOf(result);
     };
     Inspector used(1, recipe.maxBlobs);
@@ -383,10 +388,10 @@ TEST(Batch, BadRecipesAndLanesAreRefusedWithAllThatIsWrong)
 {
     EXPECT_THAT(ProblemsOf([] { Batch({}, 1); }), ElementsAre(IsProblem("recipes", "none", "at least one")));
     EXPECT_THAT(ProblemsOf([] { Batch(TwoRegions(), 0); }), ElementsAre(IsProblem("lanes", "0", "1 to 256")));
-    std::vector<Recipe> recipes = TwoRegions();
+    std::vector<Recipe> recipes = {*TwoRegions()[0], *TwoRegions()[1]};
     recipes[0].pitchX = 0.0;
     recipes[1].greyLimit = 256;
-    EXPECT_THAT(ProblemsOf([&] { Batch(recipes, 1); }),
+    EXPECT_THAT(ProblemsOf([&] { Batch(CheckRecipes(recipes), 1); }),
                 ElementsAre(IsAbout("regions[0].pitch.x"), IsAbout("regions[1].grey_limit")));
 }
 

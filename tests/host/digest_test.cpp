@@ -66,21 +66,23 @@ TEST(Digest, OfRecipesSeesFieldsPaintedImagesAndMaps)
 {
     std::set<std::string> seen;
     Recipe recipe = SmallestParsed();
-    EXPECT_TRUE(seen.insert(DigestOfRecipes({recipe})).second);
-    EXPECT_FALSE(seen.insert(DigestOfRecipes({SmallestParsed()})).second);
-    EXPECT_TRUE(seen.insert(DigestOfRecipes({recipe, recipe})).second);
+    EXPECT_TRUE(seen.insert(DigestOfRecipes({CheckedRecipe(recipe)})).second);
+    EXPECT_FALSE(seen.insert(DigestOfRecipes({CheckedRecipe(SmallestParsed())})).second);
+    EXPECT_TRUE(seen.insert(DigestOfRecipes({CheckedRecipe(recipe), CheckedRecipe(recipe)})).second);
     recipe.minArea = 2;
-    EXPECT_TRUE(seen.insert(DigestOfRecipes({recipe})).second);
+    EXPECT_TRUE(seen.insert(DigestOfRecipes({CheckedRecipe(recipe)})).second);
+    recipe.zones = {{.index = 0}, {.index = 1}};
     recipe.zoneImage = GreyImage(21, 31, 0);
-    EXPECT_TRUE(seen.insert(DigestOfRecipes({recipe})).second);
+    EXPECT_TRUE(seen.insert(DigestOfRecipes({CheckedRecipe(recipe)})).second);
     recipe.zoneImage.Row(30)[20] = 1;
-    EXPECT_TRUE(seen.insert(DigestOfRecipes({recipe})).second);
+    EXPECT_TRUE(seen.insert(DigestOfRecipes({CheckedRecipe(recipe)})).second);
+    recipe.zoneImage = GreyImage();
     auto maps = std::make_shared<RegionMaps>(5, 4);
     recipe.maps = maps;
-    EXPECT_TRUE(seen.insert(DigestOfRecipes({recipe})).second);
+    EXPECT_TRUE(seen.insert(DigestOfRecipes({CheckedRecipe(recipe)})).second);
     const std::vector<short> values(20, 7);
     maps->Set(RegionMaps::Map_Offset, values.data(), 5);
-    EXPECT_TRUE(seen.insert(DigestOfRecipes({recipe})).second);
+    EXPECT_TRUE(seen.insert(DigestOfRecipes({CheckedRecipe(recipe)})).second);
 }
 
 } // namespace narvo

@@ -8,7 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/inspect/parameter_set.h"
+#include "host/inspect/inspection_plan.h"
 #include "host/pattern_help.h"
 #include "narvoassem/narvoassem.h"
 #include "support/seeds.h"
@@ -269,10 +269,11 @@ struct RealRun
 
     RealRun(const GreyImage& image, const Recipe& recipe)
     {
-        ParameterSet set(image, recipe);
+        const InspectionPlan plan(CheckedRecipe(recipe), image.Width(), image.Height());
+        CConvParam block = plan.BlockFor(image);
         CAssemControl pool;
         pool.InitAssemControl(1, recipe.maxBlobs);
-        pool.Inspect_Rect(0, &set.Block(), recipe.GetKind() == Kind_Asg ? 1 : 0);
+        pool.Inspect_Rect(0, &block, recipe.GetKind() == Kind_Asg ? 1 : 0);
         CNarvoAssem& lane = *pool.GetNarvoAssem(0);
         Take(lane);
         for (int i = 0; i < lane.pThreadControl->GetCount(); ++i)
@@ -304,7 +305,7 @@ TEST_P(ExplainVariant, VerdictsAreThoseOfTheRealRun)
         recipe.region = CRect(7, 5, nSceneWidth - 5, nSceneHeight - 8);
         GetParam().set(recipe);
         const RealRun real(image, recipe);
-        Explainer explainer(image, recipe);
+        Explainer explainer(image, CheckedRecipe(recipe));
         const std::vector<Blob>& blobs = explainer.Result().blobs;
         ASSERT_GT(real.records.size(), 50U);
         ASSERT_GT(blobs.size(), 3U);
@@ -381,7 +382,7 @@ TEST(Explain, ScenesOfTheTestsAboveReachEveryOrdinaryOutcome)
             Recipe recipe = PatternRecipe();
             recipe.region = CRect(7, 5, nSceneWidth - 5, nSceneHeight - 8);
             variant.set(recipe);
-            Explainer explainer(image, recipe);
+            Explainer explainer(image, CheckedRecipe(recipe));
             for (int y = 0; y < nSceneHeight; y += 2)
                 for (int x = 0; x < nSceneWidth; x += 3)
                     seen.insert(explainer.Explain(CPoint(x, y)).outcome);
@@ -395,7 +396,7 @@ TEST(Explain, ScenesOfTheTestsAboveReachEveryOrdinaryOutcome)
 TEST(Explain, TellsTheStepsOfAPairedDefect)
 {
     const GreyImage image = MakePattern(nWidth, nHeight, 203, 151, 70);
-    Explainer explainer(image, PatternRecipe());
+    Explainer explainer(image, CheckedRecipe(PatternRecipe()));
     const Explanation told = explainer.Explain(CPoint(203, 151));
     EXPECT_EQ(told.outcome, Outcome::Reported);
     EXPECT_EQ(told.blob, 1);
@@ -421,7 +422,7 @@ TEST(Explain, MiddleHitWithoutPartnerGivesNothing)
     for (int y = 150; y < nHeight; ++y)
         for (int x = 200; x < 206; ++x)
             image.Row(y)[x] = static_cast<std::uint8_t>(image.Row(y)[x] + 60);
-    const Explanation told = Explainer(image, PatternRecipe()).Explain(CPoint(203, 140));
+    const Explanation told = Explainer(image, CheckedRecipe(PatternRecipe())).Explain(CPoint(203, 140));
     EXPECT_EQ(told.outcome, Outcome::NoRecord);
     EXPECT_EQ(told.Own()->fate, HitFate::NoPartner);
     EXPECT_THAT(told.why.back(), HasSubstr("has no partner"));
@@ -432,7 +433,7 @@ TEST(Explain, SmallBlobIsNamedAsSuch)
     Recipe recipe = PatternRecipe();
     recipe.minArea = 26;
     const GreyImage image = MakePattern(nWidth, nHeight, 203, 151, 70);
-    EXPECT_EQ(Explainer(image, recipe).Explain(CPoint(203, 151)).outcome, Outcome::TooSmall);
+    EXPECT_EQ(Explainer(image, CheckedRecipe(recipe)).Explain(CPoint(203, 151)).outcome, Outcome::TooSmall);
 }
 
 TEST(Explain, RecordThatMatchesAtAShortPitchIsTakenForPattern)
@@ -451,7 +452,7 @@ TEST(Explain, RecordThatMatchesAtAShortPitchIsTakenForPattern)
     recipe.zones[0].verifyMode = VerifyMode_Fixed;
     recipe.zones[0].verifyPitchY = 20.0;
     recipe.zones[0].verifyChecks = {{VerifyAlong_Y, 1}};
-    Explainer explainer(image, recipe);
+    Explainer explainer(image, CheckedRecipe(recipe));
     EXPECT_EQ(explainer.Explain(CPoint(101, 151)).outcome, Outcome::Verified);
     EXPECT_EQ(explainer.Explain(CPoint(101, 171)).outcome, Outcome::Reported);
 }
@@ -461,13 +462,13 @@ TEST(Explain, PaintedDeadPlaceIsNamedAsSuch)
     Recipe recipe = PatternRecipe();
     recipe.deadImage = GreyImage(nWidth, nHeight, 1);
     const GreyImage image = MakePattern(nWidth, nHeight, 203, 151, 70);
-    EXPECT_EQ(Explainer(image, recipe).Explain(CPoint(203, 151)).outcome, Outcome::DeadPlace);
+    EXPECT_EQ(Explainer(image, CheckedRecipe(recipe)).Explain(CPoint(203, 151)).outcome, Outcome::DeadPlace);
 }
 
 TEST(Explain, BandsAreToldApart)
 {
     const GreyImage image = MakePattern(4160, 200, 2500, 101, 70);
-    Explainer explainer(image, PatternRecipe());
+    Explainer explainer(image, CheckedRecipe(PatternRecipe()));
     const Explanation told = explainer.Explain(CPoint(2500, 101));
     EXPECT_EQ(told.outcome, Outcome::Reported);
     EXPECT_EQ(told.bands, 2);
@@ -483,7 +484,7 @@ TEST(Explain, PolygonInBandsIsLookedUpInTheBandOfThePlace)
     SetMode(recipe, Mode_Float, 20);
     recipe.regionShape = RegionShape_Polygon;
     recipe.regionPoints = {{40, 0}, {4100, 10}, {4150, 190}, {2000, 200}, {0, 180}};
-    Explainer explainer(image, recipe);
+    Explainer explainer(image, CheckedRecipe(recipe));
     const Explanation told = explainer.Explain(CPoint(500, 101));
     EXPECT_EQ(told.bands, 2);
     EXPECT_EQ(told.band, 0);
@@ -500,7 +501,7 @@ TEST(Explain, PassWithTooManyRecordsIsToldAndTheNextPassIsFound)
         std::fill_n(image.Row(y) + 1100, 5, std::uint8_t{250});
     Recipe recipe = PatternRecipe();
     recipe.maxReruns = 30;
-    Explainer explainer(image, recipe);
+    Explainer explainer(image, CheckedRecipe(recipe));
     const Explanation square = explainer.Explain(CPoint(1102, 602));
     EXPECT_EQ(square.outcome, Outcome::Reported) << DescribeExplanation(square);
     EXPECT_GT(square.pass, 0);
@@ -517,7 +518,7 @@ TEST(Explain, TrapeziaAndSecondPassesAreToldByTheirResult)
     SetMode(recipe, Mode_Pixel, 20);
     recipe.extendedKernel = true;
     recipe.twicePitch = 2 * dPitchY;
-    Explainer explainer(image, recipe);
+    Explainer explainer(image, CheckedRecipe(recipe));
     ASSERT_EQ(explainer.Result().blobs.size(), 1U);
     EXPECT_EQ(explainer.Explain(CPoint(203, 151)).outcome, Outcome::Reported);
     EXPECT_EQ(explainer.Explain(CPoint(20, 20)).outcome, Outcome::NoHit);
@@ -528,7 +529,7 @@ TEST(Explain, PlacesOutsideAreTold)
     Recipe recipe = PatternRecipe();
     recipe.region = CRect(16, 16, 300, 250);
     const GreyImage image = MakePattern(nWidth, nHeight, 203, 151, 70);
-    Explainer explainer(image, recipe);
+    Explainer explainer(image, CheckedRecipe(recipe));
     EXPECT_EQ(explainer.Explain(CPoint(5, 100)).outcome, Outcome::OutsideRegion);
     EXPECT_EQ(explainer.Explain(CPoint(299, 100)).outcome, Outcome::OutsideScan); // beyond the last whole strip
     EXPECT_THAT(ProblemsOf([&] { explainer.Explain(CPoint(400, 0)); }),
@@ -538,7 +539,7 @@ TEST(Explain, PlacesOutsideAreTold)
 TEST(Explain, JsonHoldsWhatTheTextSays)
 {
     const GreyImage image = MakePattern(nWidth, nHeight, 203, 151, 70);
-    const Explanation told = Explainer(image, PatternRecipe()).Explain(CPoint(203, 151));
+    const Explanation told = Explainer(image, CheckedRecipe(PatternRecipe())).Explain(CPoint(203, 151));
     const nlohmann::ordered_json document = ExplanationToJson(told);
     EXPECT_EQ(document["outcome"], "reported");
     EXPECT_EQ(document["defect"], 1);
@@ -548,7 +549,8 @@ TEST(Explain, JsonHoldsWhatTheTextSays)
     EXPECT_EQ(document["record"]["polarity"], "bright");
     EXPECT_EQ(document["blob"]["built"]["area"], 25);
     EXPECT_EQ(document["why"].size(), told.why.size());
-    EXPECT_TRUE(ExplanationToJson(Explainer(image, PatternRecipe()).Explain(CPoint(0, 0)))["defect"].is_null());
+    EXPECT_TRUE(
+        ExplanationToJson(Explainer(image, CheckedRecipe(PatternRecipe())).Explain(CPoint(0, 0)))["defect"].is_null());
 }
 
 } // namespace

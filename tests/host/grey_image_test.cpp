@@ -59,6 +59,63 @@ TEST(GreyImage, EveryLosslessFormatIsReadAsWritten)
     }
 }
 
+/// Counts the bytes of matrices that own their memory.
+class CountingAllocator : public cv::MatAllocator
+{
+public:
+    CountingAllocator() { cv::Mat::setDefaultAllocator(this); }
+    ~CountingAllocator() override { cv::Mat::setDefaultAllocator(cv::Mat::getStdAllocator()); }
+    CountingAllocator(const CountingAllocator&) = delete;
+    CountingAllocator& operator=(const CountingAllocator&) = delete;
+
+    std::size_t Bytes() const { return m_bytes; }
+
+    cv::UMatData* allocate(int dimensions, const int* sizes, int type, void* data, std::size_t* step,
+                           cv::AccessFlag flags, cv::UMatUsageFlags usage) const override
+    {
+        cv::UMatData* const made =
+            cv::Mat::getStdAllocator()->allocate(dimensions, sizes, type, data, step, flags, usage);
+        m_bytes += made->size;
+        return made;
+    }
+    bool allocate(cv::UMatData* data, cv::AccessFlag flags, cv::UMatUsageFlags usage) const override
+    {
+        return cv::Mat::getStdAllocator()->allocate(data, flags, usage);
+    }
+    void deallocate(cv::UMatData* data) const override { cv::Mat::getStdAllocator()->deallocate(data); }
+
+private:
+    mutable std::size_t m_bytes = 0;
+};
+
+TEST(GreyImage, GreyFilesAreDecodedInPlace)
+{
+    const TestFolder folder;
+    for (const char* name : {"a.png", "a.tif", "a.bmp", "a.pgm", "a.jpg"})
+    {
+        SCOPED_TRACE(name);
+        ASSERT_TRUE(cv::imwrite((folder / name).string(), GreyRamp(203, 101)));
+        const CountingAllocator counter;
+        const GreyImage image = LoadGreyImage(folder / name);
+        EXPECT_EQ(counter.Bytes(), 0U);
+        for (int y = 0; y < 101; ++y)
+            ASSERT_EQ(image.Row(y)[203], image.Row(y)[202]) << "padding of row " << y;
+    }
+    // The counter counts: what is no grey file needs memory of the codec's.
+    ASSERT_TRUE(cv::imwrite((folder / "b.png").string(), Merge(GreyRamp(203, 101), 3)));
+    const CountingAllocator counter;
+    ExpectRamp(LoadGreyImage(folder / "b.png"), 203, 101);
+    EXPECT_GE(counter.Bytes(), 203U * 101 * 3);
+}
+
+TEST(GreyImage, FilesWithMuchBehindTheirPixelsAreRead)
+{
+    const TestFolder folder;
+    ASSERT_TRUE(cv::imwrite((folder / "a.png").string(), GreyRamp(37, 21)));
+    std::ofstream(folder / "a.png", std::ios::binary | std::ios::app) << std::string(1 << 20, 'x');
+    ExpectRamp(LoadGreyImage(folder / "a.png"), 37, 21);
+}
+
 TEST(GreyImage, JpegIsRead)
 {
     const TestFolder folder;

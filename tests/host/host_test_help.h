@@ -11,7 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/problem.h"
-#include "host/recipe/recipe.h"
+#include "host/recipe/recipe_file.h"
 
 namespace narvo
 {

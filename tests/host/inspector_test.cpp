@@ -109,7 +109,7 @@ TEST_P(EveryKernel, FindsTheSquareAndNothingElse)
             const GreyImage image = MakePattern(nWidth, nHeight, place.x, place.y, step);
             Recipe recipe = PatternRecipe();
             GetParam().set(recipe);
-            ExpectTheSquare(inspector.Inspect(0, image, recipe), place.x, place.y, step > 0);
+            ExpectTheSquare(inspector.Inspect(0, image, CheckedRecipe(recipe)), place.x, place.y, step > 0);
         }
 }
 
@@ -117,7 +117,8 @@ TEST_P(EveryKernel, FindsNothingInAGoodPattern)
 {
     Recipe recipe = PatternRecipe();
     GetParam().set(recipe);
-    EXPECT_THAT(Inspector(1, 1000).Inspect(0, MakePattern(nWidth, nHeight, 0, 0, 0), recipe).blobs, IsEmpty());
+    EXPECT_THAT(Inspector(1, 1000).Inspect(0, MakePattern(nWidth, nHeight, 0, 0, 0), CheckedRecipe(recipe)).blobs,
+                IsEmpty());
 }
 
 TEST_P(EveryKernel, PaintedZonesDecideWhereASquareCounts)
@@ -134,8 +135,9 @@ TEST_P(EveryKernel, PaintedZonesDecideWhereASquareCounts)
     Inspector inspector(1, 1000);
     // Column 6 of a cell and column 24 of it.
     const int x = static_cast<int>(6 * dPitchX) + 6;
-    EXPECT_THAT(inspector.Inspect(0, MakePattern(nWidth, nHeight, x, 151, 70), recipe).blobs, IsEmpty());
-    const InspectionResult result = inspector.Inspect(0, MakePattern(nWidth, nHeight, x + 18, 151, 70), recipe);
+    EXPECT_THAT(inspector.Inspect(0, MakePattern(nWidth, nHeight, x, 151, 70), CheckedRecipe(recipe)).blobs, IsEmpty());
+    const InspectionResult result =
+        inspector.Inspect(0, MakePattern(nWidth, nHeight, x + 18, 151, 70), CheckedRecipe(recipe));
     ExpectTheSquare(result, x + 18, 151, true);
     ASSERT_THAT(result.blobs, SizeIs(1));
     EXPECT_EQ(result.blobs[0].zone, 2);
@@ -151,9 +153,9 @@ TEST(Inspector, DeadZonesDropTheirDefects)
     recipe.zoneTables = true;
     const GreyImage image = MakePattern(nWidth, nHeight, 203, 151, 70);
     Inspector inspector(1, 1000);
-    ExpectTheSquare(inspector.Inspect(0, image, recipe), 203, 151, true);
+    ExpectTheSquare(inspector.Inspect(0, image, CheckedRecipe(recipe)), 203, 151, true);
     recipe.deadZones = {CRect(190, 140, 220, 160)};
-    EXPECT_THAT(inspector.Inspect(0, image, recipe).blobs, IsEmpty());
+    EXPECT_THAT(inspector.Inspect(0, image, CheckedRecipe(recipe)).blobs, IsEmpty());
 }
 
 TEST(Inspector, SkippedCellsAreNotLookedAt)
@@ -164,9 +166,9 @@ TEST(Inspector, SkippedCellsAreNotLookedAt)
     const GreyImage image = MakePattern(nWidth, nHeight, 210, 156, 70); // column 6, row 6 of the grid
     Inspector inspector(1, 1000);
     recipe.skippedCells = {{5, 6}};
-    ExpectTheSquare(inspector.Inspect(0, image, recipe), 210, 156, true);
+    ExpectTheSquare(inspector.Inspect(0, image, CheckedRecipe(recipe)), 210, 156, true);
     recipe.skippedCells = {{6, 6}};
-    EXPECT_THAT(inspector.Inspect(0, image, recipe).blobs, IsEmpty());
+    EXPECT_THAT(inspector.Inspect(0, image, CheckedRecipe(recipe)).blobs, IsEmpty());
 }
 
 TEST(Inspector, GreyLimitsOfAZoneDropPairs)
@@ -176,12 +178,12 @@ TEST(Inspector, GreyLimitsOfAZoneDropPairs)
     const GreyImage bright = MakePattern(nWidth, nHeight, 203, 151, 70);
     const GreyImage dark = MakePattern(nWidth, nHeight, 203, 151, -60);
     Inspector inspector(1, 1000);
-    ExpectTheSquare(inspector.Inspect(0, bright, recipe), 203, 151, true);
+    ExpectTheSquare(inspector.Inspect(0, bright, CheckedRecipe(recipe)), 203, 151, true);
     recipe.zones[0].brightMinDifference = 90;
-    EXPECT_THAT(inspector.Inspect(0, bright, recipe).blobs, IsEmpty());
-    ExpectTheSquare(inspector.Inspect(0, dark, recipe), 203, 151, false);
+    EXPECT_THAT(inspector.Inspect(0, bright, CheckedRecipe(recipe)).blobs, IsEmpty());
+    ExpectTheSquare(inspector.Inspect(0, dark, CheckedRecipe(recipe)), 203, 151, false);
     recipe.zones[0].darkGreyLimit = 20;
-    EXPECT_THAT(inspector.Inspect(0, dark, recipe).blobs, IsEmpty());
+    EXPECT_THAT(inspector.Inspect(0, dark, CheckedRecipe(recipe)).blobs, IsEmpty());
 }
 
 TEST(Inspector, SmallBlobsAreLeftOutByTheirArea)
@@ -190,9 +192,9 @@ TEST(Inspector, SmallBlobsAreLeftOutByTheirArea)
     const GreyImage image = MakePattern(nWidth, nHeight, 203, 151, 70);
     Inspector inspector(1, 1000);
     recipe.minArea = 25;
-    EXPECT_THAT(inspector.Inspect(0, image, recipe).blobs, SizeIs(1));
+    EXPECT_THAT(inspector.Inspect(0, image, CheckedRecipe(recipe)).blobs, SizeIs(1));
     recipe.minArea = 26;
-    EXPECT_THAT(inspector.Inspect(0, image, recipe).blobs, IsEmpty());
+    EXPECT_THAT(inspector.Inspect(0, image, CheckedRecipe(recipe)).blobs, IsEmpty());
 }
 
 TEST(Inspector, AutoDirectionInspectsALowRegion)
@@ -200,7 +202,8 @@ TEST(Inspector, AutoDirectionInspectsALowRegion)
     Recipe recipe = PatternRecipe();
     recipe.autoDirection = true;
     recipe.region = CRect(0, 120, 400, 180);
-    const InspectionResult result = Inspector(1, 1000).Inspect(0, MakePattern(nWidth, nHeight, 203, 151, 70), recipe);
+    const InspectionResult result =
+        Inspector(1, 1000).Inspect(0, MakePattern(nWidth, nHeight, 203, 151, 70), CheckedRecipe(recipe));
     EXPECT_EQ(result.direction, Direction_Horizontal);
     ExpectTheSquare(result, 203, 151, true);
 }
@@ -209,9 +212,11 @@ TEST(Inspector, OneImageInheritsNothingFromAnother)
 {
     Inspector inspector(1, 1000);
     const Recipe recipe = PatternRecipe();
-    ExpectTheSquare(inspector.Inspect(0, MakePattern(nWidth, nHeight, 203, 151, 70), recipe), 203, 151, true);
-    EXPECT_THAT(inspector.Inspect(0, MakePattern(nWidth, nHeight, 0, 0, 0), recipe).blobs, IsEmpty());
-    ExpectTheSquare(inspector.Inspect(0, MakePattern(nWidth, nHeight, 103, 101, -60), recipe), 103, 101, false);
+    ExpectTheSquare(inspector.Inspect(0, MakePattern(nWidth, nHeight, 203, 151, 70), CheckedRecipe(recipe)), 203, 151,
+                    true);
+    EXPECT_THAT(inspector.Inspect(0, MakePattern(nWidth, nHeight, 0, 0, 0), CheckedRecipe(recipe)).blobs, IsEmpty());
+    ExpectTheSquare(inspector.Inspect(0, MakePattern(nWidth, nHeight, 103, 101, -60), CheckedRecipe(recipe)), 103, 101,
+                    false);
 }
 
 TEST(Inspector, BandsReportAsOneRegionDoes)
@@ -222,9 +227,9 @@ TEST(Inspector, BandsReportAsOneRegionDoes)
     {
         const GreyImage image = MakePattern(4160, 200, x, 101, 70);
         recipe.bandSplit = true;
-        const InspectionResult split = inspector.Inspect(0, image, recipe);
+        const InspectionResult split = inspector.Inspect(0, image, CheckedRecipe(recipe));
         recipe.bandSplit = false;
-        const InspectionResult whole = inspector.Inspect(0, image, recipe);
+        const InspectionResult whole = inspector.Inspect(0, image, CheckedRecipe(recipe));
         ExpectTheSquare(whole, x, 101, true);
         int area = 0;
         for (const Blob& blob : split.blobs)
@@ -241,7 +246,7 @@ TEST(Inspector, WindowsThatNoBandHoldsThreeOfLoseNoBand)
     for (const int width : {1, 661, 662, 700, 1023})
     {
         recipe.windowWidth = width;
-        const InspectionResult result = Inspector(1, 1000).Inspect(0, image, recipe);
+        const InspectionResult result = Inspector(1, 1000).Inspect(0, image, CheckedRecipe(recipe));
         EXPECT_EQ(result.code, 1) << width;
         ExpectTheSquare(result, 1003, 151, true);
     }
@@ -254,8 +259,8 @@ TEST(Inspector, PairRecordsComeWhenAskedForAndLieInTheirBlobs)
     for (const int width : {nWidth, 4160}) // whole, and in bands
     {
         const GreyImage image = MakePattern(width, 200, 203, 101, 70);
-        EXPECT_THAT(inspector.Inspect(0, image, recipe).pairRecords, IsEmpty());
-        const InspectionResult result = inspector.Inspect(0, image, recipe, true);
+        EXPECT_THAT(inspector.Inspect(0, image, CheckedRecipe(recipe)).pairRecords, IsEmpty());
+        const InspectionResult result = inspector.Inspect(0, image, CheckedRecipe(recipe), true);
         ASSERT_THAT(result.blobs, SizeIs(1));
         ASSERT_EQ(static_cast<int>(result.pairRecords.size()), result.pairs);
         int standing = 0;
@@ -274,7 +279,7 @@ TEST(Inspector, PixelsThatLieElsewhereAreReadWithoutACopy)
     const GreyImage image = MakePattern(nWidth, nHeight, 203, 151, 70);
     const std::vector<std::uint8_t> pixels(image.Row(0), image.Row(nHeight - 1) + nWidth);
     const GreyView view(pixels.data(), nWidth, nHeight);
-    ExpectTheSquare(Inspector(1, 1000).Inspect(0, view, PatternRecipe()), 203, 151, true);
+    ExpectTheSquare(Inspector(1, 1000).Inspect(0, view, CheckedRecipe(PatternRecipe())), 203, 151, true);
 }
 
 TEST(Inspector, LanesOnThreadsGiveWhatOneLaneGives)
@@ -289,8 +294,8 @@ TEST(Inspector, LanesOnThreadsGiveWhatOneLaneGives)
             [&, lane]
             {
                 for (int i = 0; i < 5; ++i)
-                    results[static_cast<std::size_t>(lane)] =
-                        inspector.Inspect(lane, MakePattern(nWidth, nHeight, 100 + 40 * lane, 151, 70), recipe);
+                    results[static_cast<std::size_t>(lane)] = inspector.Inspect(
+                        lane, MakePattern(nWidth, nHeight, 100 + 40 * lane, 151, 70), CheckedRecipe(recipe));
             });
     for (std::thread& thread : threads)
         thread.join();
@@ -305,11 +310,12 @@ TEST(Inspector, PassWithTooManyPairsIsToldAndTheNextImageIsClean)
     for (int y = 0; y < noise.Height(); ++y)
         std::generate_n(noise.Row(y), noise.Stride(), [&] { return static_cast<std::uint8_t>(random() & 255U); });
     Inspector inspector(1, 1000);
-    const InspectionResult result = inspector.Inspect(0, noise, PatternRecipe());
+    const InspectionResult result = inspector.Inspect(0, noise, CheckedRecipe(PatternRecipe()));
     EXPECT_GT(result.reruns, 0);
     ASSERT_FALSE(result.warnings.empty());
     EXPECT_THAT(result.warnings[0], HasSubstr("re-runs"));
-    const InspectionResult next = inspector.Inspect(0, MakePattern(nWidth, nHeight, 203, 151, 70), PatternRecipe());
+    const InspectionResult next =
+        inspector.Inspect(0, MakePattern(nWidth, nHeight, 203, 151, 70), CheckedRecipe(PatternRecipe()));
     EXPECT_EQ(next.reruns, 0);
     ExpectTheSquare(next, 203, 151, true);
 }
@@ -319,9 +325,9 @@ TEST(Inspector, BadArgumentsAreNamed)
     EXPECT_THAT(ProblemsOf([] { Inspector(0, 0); }),
                 ElementsAre(IsProblem("lanes", "0", "1 to 256"), IsProblem("max_blobs", "0", "1 to 1000000")));
     Inspector inspector(1, 1000);
-    EXPECT_THAT(ProblemsOf([&] { inspector.Inspect(1, MakePattern(64, 64, 0, 0, 0), PatternRecipe()); }),
+    EXPECT_THAT(ProblemsOf([&] { inspector.Inspect(1, MakePattern(64, 64, 0, 0, 0), CheckedRecipe(PatternRecipe())); }),
                 ElementsAre(IsProblem("lane", "1", "0 to 0")));
-    EXPECT_THAT(ProblemsOf([&] { inspector.Inspect(0, MakePattern(64, 64, 0, 0, 0), PatternRecipe()); }),
+    EXPECT_THAT(ProblemsOf([&] { inspector.Inspect(0, MakePattern(64, 64, 0, 0, 0), CheckedRecipe(PatternRecipe())); }),
                 testing::Contains(IsAbout("pitch.y")));
 }
 

@@ -31,7 +31,7 @@ TEST(ModeCheck, SmallestRecipeOfEveryModePassesAndSurvivesTheWayThroughJson)
     for (const char* mode : modes)
     {
         const Recipe recipe = SmallestOf(mode);
-        EXPECT_THAT(CheckRecipeForImage(recipe, nWidth, nHeight), IsEmpty()) << mode;
+        EXPECT_THAT(CheckRecipeForImage(CheckedRecipe(recipe), nWidth, nHeight), IsEmpty()) << mode;
         EXPECT_EQ(RecipeToJson(ParseRecipe(RecipeToJson(recipe), {})), RecipeToJson(recipe)) << mode;
     }
 }
@@ -221,7 +221,7 @@ TEST(ModeCheck, SecondPitchIsHeldToThreeInTheRegion)
     EXPECT_THAT(CheckRecipe(recipe), ElementsAre(IsProblem("twice.pitch", "0.5", "0, or 1 to 16384 pixels")));
     recipe.twicePitch = 100.5;
     EXPECT_THAT(
-        CheckRecipeForImage(recipe, nWidth, nHeight),
+        CheckRecipeForImage(CheckedRecipe(recipe), nWidth, nHeight),
         ElementsAre(IsProblem("twice.pitch", "100.5", "at most 100 pixels, a third of the region's height of 300")));
 }
 
@@ -232,7 +232,7 @@ TEST(ModeCheck, WindowsOfAverageModeFitIntoEachOtherAndTheRegion)
     EXPECT_THAT(CheckRecipe(recipe), ElementsAre(IsProblem("average.window", "46", "at most average.background, 45")));
     recipe.averageWindow = 9;
     recipe.region = CRect(0, 0, 44, 300);
-    EXPECT_THAT(CheckRecipeForImage(recipe, nWidth, nHeight),
+    EXPECT_THAT(CheckRecipeForImage(CheckedRecipe(recipe), nWidth, nHeight),
                 ElementsAre(IsProblem("region's width", "44 pixels", "at least 45 pixels, average.background")));
 }
 
@@ -240,9 +240,9 @@ TEST(ModeCheck, BinariseRegionMustHoldABlockAndAColumn)
 {
     Recipe recipe = SmallestOf("binarise");
     recipe.region = CRect(0, 0, 16, 1);
-    EXPECT_THAT(CheckRecipeForImage(recipe, nWidth, nHeight), ElementsAre(IsAbout("region's width")));
+    EXPECT_THAT(CheckRecipeForImage(CheckedRecipe(recipe), nWidth, nHeight), ElementsAre(IsAbout("region's width")));
     recipe.region = CRect(0, 0, 17, 1);
-    EXPECT_THAT(CheckRecipeForImage(recipe, nWidth, nHeight), IsEmpty());
+    EXPECT_THAT(CheckRecipeForImage(CheckedRecipe(recipe), nWidth, nHeight), IsEmpty());
 }
 
 json WithRegion(const char* mode, const json& region)
@@ -302,14 +302,14 @@ TEST(ModeCheck, CornersLieInsideTheImage)
     Recipe recipe = SmallestOf("float");
     recipe.regionShape = RegionShape_Polygon;
     recipe.regionPoints = {{-1, 0}, {401, 0}, {200, 301}};
-    EXPECT_THAT(CheckRecipeForImage(recipe, nWidth, nHeight),
+    EXPECT_THAT(CheckRecipeForImage(CheckedRecipe(recipe), nWidth, nHeight),
                 ElementsAre(IsProblem("region.points[0].x", "-1", "0 to 400 pixels"),
                             IsProblem("region.points[1].x", "401", "0 to 400 pixels"),
                             IsProblem("region.points[2].y", "301", "0 to 300 pixels")));
     recipe.regionShape = RegionShape_Trapezium;
     recipe.regionPoints = {{0, 0}, {200, 0}, {200, 300}};
     recipe.regionColumns = {300, 400};
-    EXPECT_THAT(CheckRecipeForImage(recipe, nWidth, nHeight),
+    EXPECT_THAT(CheckRecipeForImage(CheckedRecipe(recipe), nWidth, nHeight),
                 ElementsAre(IsProblem("region.columns", "300 to 400", "columns that the polygon crosses")));
 }
 

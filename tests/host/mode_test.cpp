@@ -224,13 +224,15 @@ TEST_P(EveryMode, FindsTheSquareAndNothingElse)
         {
             SCOPED_TRACE(testing::Message() << step << " at " << place.x << ", " << place.y);
             const GreyImage image = MakePattern(nWidth, nHeight, place.x, place.y, step);
-            ExpectTheSquare(inspector.Inspect(0, image, MakeRecipe()), place.x, place.y, step > 0, Slack());
+            ExpectTheSquare(inspector.Inspect(0, image, CheckedRecipe(MakeRecipe())), place.x, place.y, step > 0,
+                            Slack());
         }
 }
 
 TEST_P(EveryMode, FindsNothingInAGoodPattern)
 {
-    EXPECT_THAT(Inspector(1, 1000).Inspect(0, MakePattern(nWidth, nHeight, 0, 0, 0), MakeRecipe()).blobs, IsEmpty());
+    EXPECT_THAT(Inspector(1, 1000).Inspect(0, MakePattern(nWidth, nHeight, 0, 0, 0), CheckedRecipe(MakeRecipe())).blobs,
+                IsEmpty());
 }
 
 TEST_P(EveryMode, PaddedRowsChangeNothing)
@@ -239,7 +241,7 @@ TEST_P(EveryMode, PaddedRowsChangeNothing)
     Recipe recipe = MakeRecipe();
     for (CPoint& point : recipe.regionPoints)
         point.x = std::min(point.x, nWidth - 3);
-    ExpectTheSquare(Inspector(1, 1000).Inspect(0, image, recipe), 203, 151, true, Slack());
+    ExpectTheSquare(Inspector(1, 1000).Inspect(0, image, CheckedRecipe(recipe)), 203, 151, true, Slack());
 }
 
 INSTANTIATE_TEST_SUITE_P(Inspector, EveryMode, testing::ValuesIn(modeCases),
@@ -247,7 +249,7 @@ INSTANTIATE_TEST_SUITE_P(Inspector, EveryMode, testing::ValuesIn(modeCases),
 
 InspectionResult InspectSquare(const Recipe& recipe, int step)
 {
-    return Inspector(1, 1000).Inspect(0, MakePattern(nWidth, nHeight, 203, 151, step), recipe);
+    return Inspector(1, 1000).Inspect(0, MakePattern(nWidth, nHeight, 203, 151, step), CheckedRecipe(recipe));
 }
 
 TEST(Modes, ThresholdBaseAndGainDecideInPixelMode)
@@ -316,9 +318,9 @@ TEST(Modes, SecondPassFindsWhatRepeatsAtTheFirstPitch)
         std::copy_n(below.Row(y), nWidth, image.Row(y));
     Recipe recipe = ModeRecipe(Mode_Pixel);
     recipe.extendedKernel = true;
-    const std::size_t once = Inspector(1, 1000).Inspect(0, image, recipe).blobs.size();
+    const std::size_t once = Inspector(1, 1000).Inspect(0, image, CheckedRecipe(recipe)).blobs.size();
     recipe.twicePitch = 2 * dPitchY;
-    const InspectionResult both = Inspector(1, 1000).Inspect(0, image, recipe);
+    const InspectionResult both = Inspector(1, 1000).Inspect(0, image, CheckedRecipe(recipe));
     const auto finds = [&](int y)
     {
         return std::any_of(both.blobs.begin(), both.blobs.end(),
@@ -359,20 +361,20 @@ TEST(BinariseMode, FindsDarkPixelsBelowTheLimitAndNoBlackOnes)
 {
     const Recipe recipe = PlainRecipe("binarise");
     Inspector inspector(1, 1000);
-    const InspectionResult result = inspector.Inspect(0, MakeField(203, 151, 39), recipe);
+    const InspectionResult result = inspector.Inspect(0, MakeField(203, 151, 39), CheckedRecipe(recipe));
     ExpectTheSquare(result, 203, 151, false);
     ASSERT_THAT(result.blobs, SizeIs(1));
     EXPECT_EQ(result.blobs[0].area, 25);
     EXPECT_EQ(result.blobs[0].box, CRect(201, 149, 206, 154));
     for (const std::uint8_t value : {std::uint8_t{40}, std::uint8_t{0}, std::uint8_t{200}})
-        EXPECT_THAT(inspector.Inspect(0, MakeField(203, 151, value), recipe).blobs, IsEmpty());
+        EXPECT_THAT(inspector.Inspect(0, MakeField(203, 151, value), CheckedRecipe(recipe)).blobs, IsEmpty());
 }
 
 TEST(BinariseMode, RegionLimitsWhatIsInspected)
 {
     Recipe recipe = PlainRecipe("binarise");
     recipe.region = CRect(0, 0, 400, 150);
-    const InspectionResult result = Inspector(1, 1000).Inspect(0, MakeField(203, 151, 20), recipe);
+    const InspectionResult result = Inspector(1, 1000).Inspect(0, MakeField(203, 151, 20), CheckedRecipe(recipe));
     ASSERT_THAT(result.blobs, SizeIs(1));
     EXPECT_EQ(result.blobs[0].box.bottom, 150);
 }
@@ -384,14 +386,14 @@ TEST(AverageMode, FindsSquaresOfBothPolaritiesByTheirOwnThreshold)
     Inspector inspector(1, 1000);
     for (const std::uint8_t value : {std::uint8_t{220}, std::uint8_t{30}})
     {
-        const InspectionResult result = inspector.Inspect(0, MakeField(203, 151, value), recipe);
+        const InspectionResult result = inspector.Inspect(0, MakeField(203, 151, value), CheckedRecipe(recipe));
         ExpectTheSquare(result, 203, 151, value > 120);
     }
     recipe.averageBright = 110;
-    EXPECT_THAT(inspector.Inspect(0, MakeField(203, 151, 220), recipe).blobs, IsEmpty());
-    EXPECT_THAT(inspector.Inspect(0, MakeField(203, 151, 30), recipe).blobs, SizeIs(1));
+    EXPECT_THAT(inspector.Inspect(0, MakeField(203, 151, 220), CheckedRecipe(recipe)).blobs, IsEmpty());
+    EXPECT_THAT(inspector.Inspect(0, MakeField(203, 151, 30), CheckedRecipe(recipe)).blobs, SizeIs(1));
     recipe.averageDark = 110;
-    EXPECT_THAT(inspector.Inspect(0, MakeField(203, 151, 30), recipe).blobs, IsEmpty());
+    EXPECT_THAT(inspector.Inspect(0, MakeField(203, 151, 30), CheckedRecipe(recipe)).blobs, IsEmpty());
 }
 
 TEST(AverageMode, WindowsBrighterThanTheGreyLimitArePassedOver)
@@ -399,8 +401,8 @@ TEST(AverageMode, WindowsBrighterThanTheGreyLimitArePassedOver)
     Recipe recipe = PlainRecipe("average");
     recipe.averageWindow = 5;
     recipe.greyLimit = 119;
-    EXPECT_THAT(Inspector(1, 1000).Inspect(0, MakeField(203, 151, 220), recipe).blobs, IsEmpty());
-    EXPECT_THAT(Inspector(1, 1000).Inspect(0, MakeField(203, 151, 30), recipe).blobs, SizeIs(1));
+    EXPECT_THAT(Inspector(1, 1000).Inspect(0, MakeField(203, 151, 220), CheckedRecipe(recipe)).blobs, IsEmpty());
+    EXPECT_THAT(Inspector(1, 1000).Inspect(0, MakeField(203, 151, 30), CheckedRecipe(recipe)).blobs, SizeIs(1));
 }
 
 TEST(AsgMode, PaintedZonesDecideFarFromTheFirstCellToo)
@@ -418,9 +420,10 @@ TEST(AsgMode, PaintedZonesDecideFarFromTheFirstCellToo)
         for (const int column : {4, 6, 8})
         {
             const int x = static_cast<int>(column * dPitchX) + 6;
-            EXPECT_THAT(inspector.Inspect(0, MakePattern(nWidth, nHeight, x, 151, 70), recipe).blobs, IsEmpty());
-            ExpectTheSquare(inspector.Inspect(0, MakePattern(nWidth, nHeight, x + 18, 151, 70), recipe), x + 18, 151,
-                            true);
+            EXPECT_THAT(inspector.Inspect(0, MakePattern(nWidth, nHeight, x, 151, 70), CheckedRecipe(recipe)).blobs,
+                        IsEmpty());
+            ExpectTheSquare(inspector.Inspect(0, MakePattern(nWidth, nHeight, x + 18, 151, 70), CheckedRecipe(recipe)),
+                            x + 18, 151, true);
         }
     }
 }
@@ -430,7 +433,7 @@ TEST(AsgMode, ReportsNoSingles)
     Recipe recipe = ModeRecipe(Mode_Asg);
     recipe.thresholdBase = 0;
     const GreyImage image = MakePattern(nWidth, nHeight, 203, 8, 70);
-    EXPECT_THAT(Inspector(1, 1000).Inspect(0, image, recipe).blobs, IsEmpty());
+    EXPECT_THAT(Inspector(1, 1000).Inspect(0, image, CheckedRecipe(recipe)).blobs, IsEmpty());
 }
 
 TEST(Regions, PolygonLeavesOutWhatLiesOutside)
@@ -442,7 +445,8 @@ TEST(Regions, PolygonLeavesOutWhatLiesOutside)
     recipe.regionPoints = {{0, 0},     {400, 0},   {400, 300}, {0, 300},   {0, 0},
                            {150, 100}, {150, 200}, {250, 200}, {250, 100}, {150, 100}};
     EXPECT_THAT(InspectSquare(recipe, 70).blobs, IsEmpty());
-    const InspectionResult result = Inspector(1, 1000).Inspect(0, MakePattern(nWidth, nHeight, 320, 151, 70), recipe);
+    const InspectionResult result =
+        Inspector(1, 1000).Inspect(0, MakePattern(nWidth, nHeight, 320, 151, 70), CheckedRecipe(recipe));
     ExpectTheSquare(result, 320, 151, true);
     ASSERT_THAT(result.outlines, SizeIs(1));
     EXPECT_EQ(result.outlines[0], recipe.regionPoints);
@@ -458,7 +462,7 @@ TEST(Regions, PolygonIsInspectedOnceInBandsAndInOne)
     for (const bool split : {true, false})
     {
         recipe.bandSplit = split;
-        ExpectTheSquare(Inspector(1, 1000).Inspect(0, image, recipe), 3000, 101, true);
+        ExpectTheSquare(Inspector(1, 1000).Inspect(0, image, CheckedRecipe(recipe)), 3000, 101, true);
     }
 }
 
@@ -471,8 +475,9 @@ TEST(Regions, TrapeziaLeaveOutWhatLiesOutside)
     {
         recipe.direction = direction;
         EXPECT_THAT(InspectSquare(recipe, 70).blobs, IsEmpty());
-        ExpectTheSquare(Inspector(1, 1000).Inspect(0, MakePattern(nWidth, nHeight, 101, 151, 70), recipe), 101, 151,
-                        true);
+        ExpectTheSquare(
+            Inspector(1, 1000).Inspect(0, MakePattern(nWidth, nHeight, 101, 151, 70), CheckedRecipe(recipe)), 101, 151,
+            true);
     }
 }
 
@@ -497,7 +502,8 @@ TEST(Regions, EveryTrapeziumOfAPolygonIsInspected)
     Inspector inspector(1, 1000);
     for (const int y : {60, 120, 180, 240})
     {
-        const InspectionResult result = inspector.Inspect(0, MakePattern(nWidth, nHeight, 203, y, 70), recipe);
+        const InspectionResult result =
+            inspector.Inspect(0, MakePattern(nWidth, nHeight, 203, y, 70), CheckedRecipe(recipe));
         EXPECT_THAT(result.outlines, SizeIs(2));
         ExpectTheSquare(result, 203, y, true);
     }

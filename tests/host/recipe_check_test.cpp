@@ -22,7 +22,7 @@ constexpr int nHeight = 300;
 
 std::vector<Problem> ImageProblems(const Recipe& recipe)
 {
-    return CheckRecipeForImage(recipe, nWidth, nHeight);
+    return CheckRecipeForImage(CheckedRecipe(recipe), nWidth, nHeight);
 }
 
 TEST(RecipeCheck, SmallestRecipePasses)
@@ -267,10 +267,10 @@ TEST(RecipeCheck, HorizontalRerunsLimitTheGridRows)
     Recipe recipe = SmallestParsed();
     recipe.direction = Direction_Horizontal;
     recipe.pitchY = 2.0;
-    EXPECT_THAT(CheckRecipeForImage(recipe, 400, 3970), IsEmpty());
-    EXPECT_THAT(CheckRecipeForImage(recipe, 400, 3990), ElementsAre(IsAbout("zones.multiple.y")));
+    EXPECT_THAT(CheckRecipeForImage(CheckedRecipe(recipe), 400, 3970), IsEmpty());
+    EXPECT_THAT(CheckRecipeForImage(CheckedRecipe(recipe), 400, 3990), ElementsAre(IsAbout("zones.multiple.y")));
     recipe.maxReruns = 0;
-    EXPECT_THAT(CheckRecipeForImage(recipe, 400, 3990), IsEmpty());
+    EXPECT_THAT(CheckRecipeForImage(CheckedRecipe(recipe), 400, 3990), IsEmpty());
 }
 
 /// Recipe with the named settings given.

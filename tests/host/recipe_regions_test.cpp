@@ -2,7 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/host_test_help.h"
-#include "host/recipe/recipe.h"
+#include "host/recipe/recipe_file.h"
 
 namespace narvo
 {
@@ -28,10 +28,10 @@ std::vector<Problem> RegionProblems(const json& document)
 
 TEST(RecipeRegions, WithoutAListThereIsOneRegion)
 {
-    const std::vector<Recipe> recipes = ParseRecipes(SmallestRecipe(), {});
+    const std::vector<CheckedRecipe> recipes = ParseRecipes(SmallestRecipe(), {});
     ASSERT_THAT(recipes, SizeIs(1));
-    EXPECT_EQ(recipes[0].name, "");
-    EXPECT_EQ(recipes[0].pitchX, 20.5);
+    EXPECT_EQ(recipes[0]->name, "");
+    EXPECT_EQ(recipes[0]->pitchX, 20.5);
 }
 
 TEST(RecipeRegions, EachRegionLaysItsFieldsOverTheCommonOnes)
@@ -46,18 +46,18 @@ TEST(RecipeRegions, EachRegionLaysItsFieldsOverTheCommonOnes)
                             {"threshold", {{"base", 9}}},
                             {"zones", nullptr},
                             {"grey_limit", nullptr}}};
-    const std::vector<Recipe> recipes = ParseRecipes(document, {});
+    const std::vector<CheckedRecipe> recipes = ParseRecipes(document, {});
     ASSERT_THAT(recipes, SizeIs(2));
-    EXPECT_EQ(recipes[0].name, "left");
-    EXPECT_EQ(recipes[0].pitchX, 20.5);
-    EXPECT_EQ(recipes[0].pitchY, 40.0);
-    EXPECT_EQ(recipes[0].greyLimit, 200);
-    EXPECT_EQ(recipes[0].zoneOriginY, 6.0);
-    EXPECT_EQ(recipes[1].name, "region 2");
-    EXPECT_EQ(recipes[1].mode, Mode_Pixel);
-    EXPECT_EQ(recipes[1].pitchY, 30.25);
-    EXPECT_EQ(recipes[1].greyLimit, 255);
-    EXPECT_EQ(recipes[1].region, CRect(100, 0, 200, 300));
+    EXPECT_EQ(recipes[0]->name, "left");
+    EXPECT_EQ(recipes[0]->pitchX, 20.5);
+    EXPECT_EQ(recipes[0]->pitchY, 40.0);
+    EXPECT_EQ(recipes[0]->greyLimit, 200);
+    EXPECT_EQ(recipes[0]->zoneOriginY, 6.0);
+    EXPECT_EQ(recipes[1]->name, "region 2");
+    EXPECT_EQ(recipes[1]->mode, Mode_Pixel);
+    EXPECT_EQ(recipes[1]->pitchY, 30.25);
+    EXPECT_EQ(recipes[1]->greyLimit, 255);
+    EXPECT_EQ(recipes[1]->region, CRect(100, 0, 200, 300));
 }
 
 TEST(RecipeRegions, RegionOfAnotherShapeReplacesTheCommonOneWhole)
@@ -66,11 +66,11 @@ TEST(RecipeRegions, RegionOfAnotherShapeReplacesTheCommonOneWhole)
     document["region"] = Rect(0, 0, 100, 100);
     document["regions"] = {
         {{"name", "a"}}, {{"name", "b"}, {"region", {{"shape", "polygon"}, {"points", {{0, 0}, {200, 0}, {0, 200}}}}}}};
-    const std::vector<Recipe> recipes = ParseRecipes(document, {});
+    const std::vector<CheckedRecipe> recipes = ParseRecipes(document, {});
     ASSERT_THAT(recipes, SizeIs(2));
-    EXPECT_EQ(recipes[0].GetKind(), Kind_Float);
-    EXPECT_EQ(recipes[1].GetKind(), Kind_FreeForm);
-    EXPECT_THAT(recipes[1].regionPoints, SizeIs(3));
+    EXPECT_EQ(recipes[0]->GetKind(), Kind_Float);
+    EXPECT_EQ(recipes[1]->GetKind(), Kind_FreeForm);
+    EXPECT_THAT(recipes[1]->regionPoints, SizeIs(3));
 }
 
 TEST(RecipeRegions, ProblemsNameTheirRegionAndCommonOnesComeOnce)
@@ -111,19 +111,19 @@ TEST(RecipeRegions, WhereOneRegionIsWantedSeveralAreRefused)
     document["regions"] = {{{"name", "a"}}, {{"name", "b"}}};
     EXPECT_THAT(ParseProblems(document), ElementsAre(IsProblem("regions", "2 regions", "one region here")));
     document["regions"].erase(1);
-    EXPECT_EQ(ParseRecipe(document, {}).name, "a");
+    EXPECT_EQ(ParseRecipe(document, {})->name, "a");
 }
 
 TEST(RecipeRegions, WrittenRegionsReadBack)
 {
     json document = SmallestRecipe();
     document["regions"] = {{{"name", "a"}, {"min_area", 5}}, {{"name", "b"}, {"region", Rect(0, 0, 99, 98)}}};
-    const std::vector<Recipe> recipes = ParseRecipes(document, {});
+    const std::vector<CheckedRecipe> recipes = ParseRecipes(document, {});
     const nlohmann::ordered_json written = RecipesToJson(recipes);
-    const std::vector<Recipe> again = ParseRecipes(json(written), {});
+    const std::vector<CheckedRecipe> again = ParseRecipes(json(written), {});
     ASSERT_THAT(again, SizeIs(2));
-    EXPECT_EQ(again[0].minArea, 5);
-    EXPECT_EQ(again[1].region, CRect(0, 0, 99, 98));
+    EXPECT_EQ(again[0]->minArea, 5);
+    EXPECT_EQ(again[1]->region, CRect(0, 0, 99, 98));
     EXPECT_EQ(RecipesToJson(again), written);
     EXPECT_EQ(RecipesToJson({recipes[0]}), RecipeToJson(recipes[0]));
 }

@@ -162,7 +162,7 @@ TEST(RecipeSchema, RecipeMayNameIt)
     json document = SmallestRecipe();
     document["$schema"] = "../share/narvo/recipe.schema.json";
     EXPECT_TRUE(Schema().Takes(document));
-    EXPECT_EQ(ParseRecipe(document, {}).pitchX, 20.5);
+    EXPECT_EQ(ParseRecipe(document, {})->pitchX, 20.5);
 }
 
 TEST(RecipeSchema, RefusesWhatTheReaderRefuses)

@@ -1,5 +1,5 @@
 // The recipe's JSON form: every field's range, unknown and missing fields, defaults, the way there and back.
-#include "host/recipe/recipe.h"
+#include "host/recipe/recipe_file.h"
 
 #include <fstream>
 
@@ -363,7 +363,7 @@ TEST(RecipeFile, GivenImagesTakeThePlaceOfFiles)
     document["zones"]["image"] = "no_such_file.png";
     RecipeImages images;
     images.zoneImage = GreyImage(21, 31, 0);
-    EXPECT_EQ(ParseRecipe(document, {}, images).zoneImage.Width(), 21);
+    EXPECT_EQ(ParseRecipe(document, {}, images)->zoneImage.Width(), 21);
     images.zoneImage = GreyImage(5, 31, 0);
     EXPECT_THAT(ProblemsOf([&] { ParseRecipe(document, {}, images); }), Contains(IsAbout("zones.image")));
 }
@@ -407,7 +407,7 @@ TEST(RecipeFile, SavedRecipeLoads)
 {
     const TestFolder folder;
     SaveRecipe(folder / "a.json", SmallestParsed());
-    EXPECT_EQ(LoadRecipe(folder / "a.json").pitchY, 30.25);
+    EXPECT_EQ(LoadRecipe(folder / "a.json")->pitchY, 30.25);
     EXPECT_THAT(ProblemsOf([&] { SaveRecipe(folder / "no" / "a.json", SmallestParsed()); }), SizeIs(1));
 }
 

@@ -124,7 +124,7 @@ TEST_P(RegionMapsBothWays, EveryPixelTakesItsOwnThreshold)
     const std::vector<bool> wanted = SomeOf(scene, 1);
     Recipe recipe = MapRecipe(scene, GetParam());
     recipe.maps = MapsFor(scene, wanted, GetParam());
-    ExpectOnlyTheWanted(scene, wanted, Inspector(1, 1000).Inspect(0, scene.image, recipe));
+    ExpectOnlyTheWanted(scene, wanted, Inspector(1, 1000).Inspect(0, scene.image, CheckedRecipe(recipe)));
 }
 
 TEST_P(RegionMapsBothWays, WideRegionTakesItsOwnThresholdsInEveryBand)
@@ -143,7 +143,7 @@ TEST_P(RegionMapsBothWays, WideRegionTakesItsOwnThresholdsInEveryBand)
         Recipe recipe = MapRecipe(scene, GetParam());
         recipe.maps = MapsFor(scene, wanted, GetParam());
         recipe.bandSplit = split;
-        ExpectOnlyTheWanted(scene, wanted, Inspector(1, 1000).Inspect(0, scene.image, recipe));
+        ExpectOnlyTheWanted(scene, wanted, Inspector(1, 1000).Inspect(0, scene.image, CheckedRecipe(recipe)));
     }
 }
 
@@ -163,7 +163,7 @@ TEST_P(RegionMapsBothWays, ReRunGoesOnWithTheSameMaps)
     Recipe recipe = MapRecipe(scene, vertical);
     recipe.bandSplit = false;
     recipe.maps = MapsFor(scene, wanted, vertical);
-    InspectionResult result = Inspector(1, 5000).Inspect(0, scene.image, recipe);
+    InspectionResult result = Inspector(1, 5000).Inspect(0, scene.image, CheckedRecipe(recipe));
     EXPECT_GE(result.reruns, 1);
     std::erase_if(result.blobs,
                   [&](const Blob& blob) { return (vertical ? blob.box.left : blob.box.top) < full + 2 * nPitch; });
@@ -200,7 +200,7 @@ TEST(RegionMaps, GainsZonesAndUpperSegmentComeFromTheirMaps)
     recipe.zones.resize(2);
     recipe.zones[0].index = 3;
     recipe.zones[1].index = 7;
-    const InspectionResult result = Inspector(1, 1000).Inspect(0, scene.image, recipe);
+    const InspectionResult result = Inspector(1, 1000).Inspect(0, scene.image, CheckedRecipe(recipe));
     const auto left = std::count_if(scene.corners.begin(), scene.corners.end(),
                                     [](const CPoint& corner) { return corner.x + nSide <= 200; });
     EXPECT_GE(left, 4);
@@ -232,15 +232,15 @@ TEST(RegionMaps, RecipeThatDoesNotSuitThemIsRefused)
     maps->Set(RegionMaps::Map_Zone, zones.data(), 400);
     recipe.maps = maps;
     recipe.zones[0].index = 4;
-    EXPECT_THAT(ProblemsOf([&] { Inspector(1, 1000).Inspect(0, scene.image, recipe); }),
+    EXPECT_THAT(ProblemsOf([&] { Inspector(1, 1000).Inspect(0, scene.image, CheckedRecipe(recipe)); }),
                 ElementsAre(IsProblem("maps", "400 by 399 pixels", "400 by 400 pixels, the size of the region")));
     recipe.zones[0].index = 5;
     recipe.twoSegment = true;
-    EXPECT_THAT(ProblemsOf([&] { Inspector(1, 1000).Inspect(0, scene.image, recipe); }),
+    EXPECT_THAT(ProblemsOf([&] { Inspector(1, 1000).Inspect(0, scene.image, CheckedRecipe(recipe)); }),
                 ElementsAre(IsAbout("kernel.two_segment"), IsProblem("maps, zone", "4", "the zones of zones.list")));
     Recipe pixel = ParseRecipe(SmallestRecipe("pixel"), {});
     pixel.maps = maps;
-    EXPECT_THAT(ProblemsOf([&] { Inspector(1, 1000).Inspect(0, scene.image, pixel); }),
+    EXPECT_THAT(ProblemsOf([&] { Inspector(1, 1000).Inspect(0, scene.image, CheckedRecipe(pixel)); }),
                 ElementsAre(IsProblem("maps", "given", "none in pixel mode")));
 }
 

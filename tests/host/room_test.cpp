@@ -3,8 +3,8 @@
 #include <random>
 
 #include "host/inspect/batch.h"
+#include "host/inspect/inspection_plan.h"
 #include "host/inspect/inspector.h"
-#include "host/inspect/parameter_set.h"
 #include "host/pattern_help.h"
 #include "narvoassem/narvoassem.h"
 
@@ -54,9 +54,10 @@ Direct RunDirect(const GreyImage& image, const Recipe& recipe)
 {
     CAssemControl pool;
     EXPECT_EQ(pool.InitAssemControl(1, recipe.maxBlobs), 1);
-    ParameterSet set(image, recipe);
+    const InspectionPlan plan(CheckedRecipe(recipe), image.Width(), image.Height());
+    CConvParam block = plan.BlockFor(image);
     Direct direct{};
-    direct.code = pool.Inspect_Rect(0, &set.Block(), 0);
+    direct.code = pool.Inspect_Rect(0, &block, 0);
     CNarvoAssem& engine = *pool.GetNarvoAssem(0);
     direct.pairs = engine.GetPairCount();
     for (int i = 0; i < engine.GetBlobCount(); ++i)
@@ -84,10 +85,11 @@ TEST(Room, FewDefectsTakeLittle)
     Inspector inspector(1, 1000000);
     Recipe recipe = PatternRecipe();
     recipe.maxBlobs = 1000000;
-    ExpectTheSquare(inspector.Inspect(0, MakePattern(nWidth, nHeight, 203, 151, 70), recipe), 203, 151, true);
+    ExpectTheSquare(inspector.Inspect(0, MakePattern(nWidth, nHeight, 203, 151, 70), CheckedRecipe(recipe)), 203, 151,
+                    true);
     EXPECT_EQ(inspector.Room(0), Inspector::nFirstRoom);
     recipe.maxBlobs = 77;
-    inspector.Inspect(0, MakePattern(nWidth, nHeight, 203, 151, 70), recipe);
+    inspector.Inspect(0, MakePattern(nWidth, nHeight, 203, 151, 70), CheckedRecipe(recipe));
     EXPECT_EQ(inspector.Room(0), 77);
 }
 
@@ -100,14 +102,14 @@ TEST(Room, ManyDefectsGetTheRoomThatTheyAreAllowed)
             const GreyImage image = Specks(1100, 900, share);
             const Recipe recipe = SpeckRecipe(direction);
             Inspector inspector(1, 1000000);
-            const InspectionResult result = inspector.Inspect(0, image, recipe);
+            const InspectionResult result = inspector.Inspect(0, image, CheckedRecipe(recipe));
             ExpectDirect(result, RunDirect(image, recipe));
             EXPECT_LE(inspector.Room(0), nRoom);
             // The same on a lane whose stores have grown, and with little room on it.
-            ExpectDirect(inspector.Inspect(0, image, recipe), RunDirect(image, recipe));
+            ExpectDirect(inspector.Inspect(0, image, CheckedRecipe(recipe)), RunDirect(image, recipe));
             Recipe small = recipe;
             small.maxBlobs = 50;
-            ExpectDirect(inspector.Inspect(0, image, small), RunDirect(image, small));
+            ExpectDirect(inspector.Inspect(0, image, CheckedRecipe(small)), RunDirect(image, small));
             EXPECT_EQ(inspector.Room(0), 50);
         }
     // The scene is one in which room matters.
@@ -116,10 +118,11 @@ TEST(Room, ManyDefectsGetTheRoomThatTheyAreAllowed)
 
 TEST(Room, LanesWithoutWorkAreNotMade)
 {
-    Batch batch({PatternRecipe()}, 256);
+    Batch batch({CheckedRecipe(PatternRecipe())}, 256);
     std::vector<BatchImage> images;
     for (int i = 0; i < 3; ++i)
-        images.push_back({"image", [] { return MakePattern(nWidth, nHeight, 203, 151, 70); }});
+        images.push_back(
+            {"image", [] { return std::make_shared<const GreyImage>(MakePattern(nWidth, nHeight, 203, 151, 70)); }});
     const BatchSummary summary =
         batch.Run(images, [](const ImageResult& result) { EXPECT_TRUE(result.IsInspected()); });
     EXPECT_EQ(summary.images, 3U);

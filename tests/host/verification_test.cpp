@@ -41,7 +41,7 @@ Recipe ShortPeriodRecipe()
 std::vector<CPoint> Found(const GreyImage& image, const Recipe& recipe)
 {
     std::vector<CPoint> corners;
-    for (const Blob& blob : Inspector(1, 1000).Inspect(0, image, recipe).blobs)
+    for (const Blob& blob : Inspector(1, 1000).Inspect(0, image, CheckedRecipe(recipe)).blobs)
         corners.emplace_back(blob.box.left, blob.box.top);
     std::sort(corners.begin(), corners.end(),
               [](const CPoint& a, const CPoint& b) { return a.y != b.y ? a.y < b.y : a.x < b.x; });
@@ -50,7 +50,7 @@ std::vector<CPoint> Found(const GreyImage& image, const Recipe& recipe)
 
 std::vector<Problem> Problems(const Recipe& recipe)
 {
-    return ProblemsOf([&] { Inspector(1, 1000).Inspect(0, GreyImage(400, 400, 90), recipe); });
+    return ProblemsOf([&] { Inspector(1, 1000).Inspect(0, GreyImage(400, 400, 90), CheckedRecipe(recipe)); });
 }
 
 } // namespace
@@ -159,6 +159,7 @@ TEST(Verification, WhatTheEngineWouldPassOverIsRefused)
     recipe.scanPitches.assign(25, 60.0);
     recipe.convPitches.assign(25, 4096.0);
     EXPECT_THAT(Problems(recipe), Contains(IsAbout("tables.conv_pitch[0]")));
+    recipe.convPitches.assign(25, 60.0);
     EXPECT_THAT(Problems(recipe), Contains(IsAbout("tables.scan_tilt")));
     zone.verifyChecks = {{VerifyAlong_Y, 1}};
     recipe.scanTilts.assign(25, 1.0);
@@ -181,12 +182,12 @@ TEST_P(TrapeziumTables, TableOfThePatternsPitchFindsTheSquareAndAWrongOneThePatt
     recipe.direction = vertical ? Direction_Vertical : Direction_Horizontal;
     recipe.regionShape = RegionShape_Trapezium;
     recipe.regionPoints = {{10, 10}, {390, 10}, {380, 290}, {20, 290}};
-    ExpectTheSquare(Inspector(1, 1000).Inspect(0, image, recipe), 200, 150, true, 2);
+    ExpectTheSquare(Inspector(1, 1000).Inspect(0, image, CheckedRecipe(recipe)), 200, 150, true, 2);
     std::vector<double>& table = vertical ? recipe.columnPitches : recipe.rowPitches;
     table.assign(25, vertical ? dPitchY : dPitchX);
-    ExpectTheSquare(Inspector(1, 1000).Inspect(0, image, recipe), 200, 150, true, 2);
+    ExpectTheSquare(Inspector(1, 1000).Inspect(0, image, CheckedRecipe(recipe)), 200, 150, true, 2);
     std::fill(table.begin() + 9, table.end(), vertical ? dPitchY + 6 : dPitchX + 6);
-    const InspectionResult wrong = Inspector(1, 1000).Inspect(0, image, recipe);
+    const InspectionResult wrong = Inspector(1, 1000).Inspect(0, image, CheckedRecipe(recipe));
     const auto place = [&](const Blob& blob) { return vertical ? blob.box.left : blob.box.top; };
     EXPECT_GE(wrong.blobs.size(), 2U);
     EXPECT_EQ(std::count_if(wrong.blobs.begin(), wrong.blobs.end(),
@@ -233,7 +234,7 @@ TEST(DeadPlaces, PaintedImageLeavesOutWhatLiesThereInEveryMode)
         recipe.deadImage = GreyImage(400, 400, 0);
         for (int y = 140; y < 160; ++y)
             std::fill_n(recipe.deadImage.Row(y) + 90, 30, std::uint8_t{255});
-        const InspectionResult result = Inspector(1, 1000).Inspect(0, image, recipe);
+        const InspectionResult result = Inspector(1, 1000).Inspect(0, image, CheckedRecipe(recipe));
         ASSERT_THAT(result.blobs, SizeIs(1));
         EXPECT_EQ(result.blobs[0].box.left, live.x);
         EXPECT_EQ(result.blobs[0].number, 1);

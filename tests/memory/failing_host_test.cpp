@@ -101,7 +101,7 @@ TEST(FailingHost, InspectorIsWholeOrNotMade)
             }
             else if (inspector != nullptr)
             {
-                EXPECT_EQ(inspector->Inspect(0, image, recipe).blobs.size(), 1U);
+                EXPECT_EQ(inspector->Inspect(0, image, CheckedRecipe(recipe)).blobs.size(), 1U);
             }
             return attempt.asked;
         });
@@ -111,19 +111,20 @@ TEST(FailingHost, InspectorIsWholeOrNotMade)
 void TestInspection(Inspector& inspector, const GreyImage& image, const std::string& name, const Recipe& recipe)
 {
     SCOPED_TRACE(name);
-    const std::string expected = TextOf(inspector.Inspect(0, image, recipe));
+    const std::string expected = TextOf(inspector.Inspect(0, image, CheckedRecipe(recipe)));
     const long allocations = FailEachInTurn(
         [&](const SFailures& failures)
         {
             InspectionResult result;
-            const Attempt attempt = TryUnder(failures, [&] { result = inspector.Inspect(0, image, recipe); });
+            const Attempt attempt =
+                TryUnder(failures, [&] { result = inspector.Inspect(0, image, CheckedRecipe(recipe)); });
             if (attempt.ending == Ending::Returned)
             {
                 EXPECT_TRUE(TextOf(result) == expected || (result.code == 16 && !result.warnings.empty()))
                     << "failure " << failures.nFirst << ":\n"
                     << TextOf(result);
             }
-            EXPECT_EQ(TextOf(inspector.Inspect(0, image, recipe)), expected)
+            EXPECT_EQ(TextOf(inspector.Inspect(0, image, CheckedRecipe(recipe))), expected)
                 << "the call after failure " << failures.nFirst;
             return attempt.asked;
         });

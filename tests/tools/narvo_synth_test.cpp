@@ -4,6 +4,7 @@
 #include <set>
 
 #include "host/image/grey_image.h"
+#include "host/recipe/recipe_file.h"
 #include "tools/run_narvo.h"
 
 namespace narvo

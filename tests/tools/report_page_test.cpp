@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "host/host_test_help.h"
+
 namespace narvo
 {
 
@@ -108,9 +110,9 @@ TEST(ReportPage, NamesNeverBecomeMarkup)
     page.images[0].name = hostile;
     page.images[0].result.warnings = {hostile};
     page.notes = {hostile};
-    Recipe recipe;
+    Recipe recipe = SmallestParsed();
     recipe.zoneImageFile = hostile;
-    page.recipes.push_back({hostile, recipe});
+    page.recipes.push_back({hostile, CheckedRecipe(recipe)});
     const std::string text = BuildReportPage(page);
     EXPECT_EQ(CountOf(text, "<script"), CountOf(plain, "<script"));
     EXPECT_EQ(CountOf(text, "</script"), CountOf(plain, "</script"));
@@ -127,12 +129,12 @@ TEST(ReportPage, NamesNeverBecomeMarkup)
 TEST(ReportPage, TellsTheRecipeFieldByField)
 {
     ReportPage page = MakePage(0);
-    Recipe recipe;
+    Recipe recipe = SmallestParsed();
     recipe.pitchX = 60.4375;
     recipe.pitchY = 75.3125;
     recipe.mode = Mode_Pixel;
     recipe.thresholdBase = 17;
-    page.recipes.push_back({"r.json", recipe});
+    page.recipes.push_back({"r.json", CheckedRecipe(recipe)});
     const nlohmann::json entry = DataOf(BuildReportPage(page))["recipes"][0];
     EXPECT_EQ(entry["kind"], "pixel mode");
     const auto row = [&](const std::string& path)

@@ -77,10 +77,9 @@ int RunGoldenBatch(GoldenBatchOptions options, const GoldenSettings& settings)
     Batch batch([&model](Inspector& inspector, int lane, const GreyImage& image)
                 { return InspectGolden(inspector, lane, model, image).inspection; },
                 settings.maxBlobs, options.lanes > 0 ? options.lanes : DefaultLanes(run.images.size()));
-    run.heading = "reference: " + Printable(options.references.front()) +
-                  (options.references.size() == 1
-                       ? ""
-                       : " and " + std::to_string(options.references.size() - 1) + " more");
+    run.heading =
+        "reference: " + Printable(options.references.front()) +
+        (options.references.size() == 1 ? "" : " and " + std::to_string(options.references.size() - 1) + " more");
     run.quiet = options.quiet;
     return RunFileBatch(batch, run, interrupt.Token());
 }

@@ -108,8 +108,8 @@ std::vector<PairFiles> ListPairs(const std::filesystem::path& folder, int displa
             pairs.push_back(std::move(pair));
         }
     if (pairs.empty())
-        throw HostError({{"truth " + folder.string(), "no pairs",
-                          "a readable folder with NAME_temp.*, NAME_test.* and NAME.txt"}});
+        throw HostError(
+            {{"truth " + folder.string(), "no pairs", "a readable folder with NAME_temp.*, NAME_test.* and NAME.txt"}});
     return pairs;
 }
 

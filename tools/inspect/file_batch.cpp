@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
+#include <memory>
 #include <utility>
 
 #include "host/foreign_text.h"
@@ -89,7 +90,7 @@ int RunFileBatch(Batch& batch, const FileBatchOptions& options, std::stop_token 
             // Taken before the file is read: a change in between makes the line out of date, never wrongly current.
             identity = FileIdentity::Of(name);
             identity.digest = DigestOfFile(name);
-            return LoadGreyImage(name);
+            return std::make_shared<const GreyImage>(LoadGreyImage(name));
         };
 
     if (!options.quiet)

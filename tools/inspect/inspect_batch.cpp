@@ -6,7 +6,7 @@
 
 #include "host/foreign_text.h"
 #include "host/inspect/batch.h"
-#include "host/recipe/recipe.h"
+#include "host/recipe/recipe_file.h"
 #include "host/result/digest.h"
 #include "tools/inspect/file_batch.h"
 #include "tools/inspect/interrupt.h"
@@ -20,13 +20,13 @@ namespace
 {
 
 /// What the codecs write about a broken file is told in words of our own.
-std::vector<Recipe> LoadQuietly(const std::string& file)
+std::vector<CheckedRecipe> LoadQuietly(const std::string& file)
 {
     const QuietCodecs quiet;
     return LoadRecipes(file);
 }
 
-void CheckOutputNames(const InspectBatchOptions& options, const std::vector<Recipe>& recipes,
+void CheckOutputNames(const InspectBatchOptions& options, const std::vector<CheckedRecipe>& recipes,
                       const std::vector<std::string>& images)
 {
     OutputNames names;
@@ -43,7 +43,7 @@ void CheckOutputNames(const InspectBatchOptions& options, const std::vector<Reci
 
 int RunInspectBatch(InspectBatchOptions options)
 {
-    const std::vector<Recipe> recipes = LoadQuietly(options.recipe);
+    const std::vector<CheckedRecipe> recipes = LoadQuietly(options.recipe);
     options.images.apart = PaintedImages(options.recipe, recipes);
     FileBatchOptions run;
     run.images = ListImages(options.images);

@@ -20,8 +20,7 @@
 #include "host/inspect/batch.h"
 #include "host/inspect/inspector.h"
 #include "host/problem.h"
-#include "host/recipe/recipe.h"
-#include "host/recipe/recipe_check.h"
+#include "host/recipe/recipe_file.h"
 #include "host/result/overlay.h"
 #include "host/result/result_file.h"
 #include "tools/exit_code.h"
@@ -181,18 +180,18 @@ int RunSingle(const InspectOptions& options)
     Progress progress(options.quiet);
     std::vector<Problem> found;
     const std::string& file = options.images.places[0];
-    GreyImage image;
-    std::vector<Recipe> recipes;
+    std::shared_ptr<const GreyImage> image;
+    std::vector<CheckedRecipe> recipes;
     std::vector<TruthDefect> truth;
     const bool imageRead = CollectProblems(found,
                                            [&]
                                            {
                                                const QuietCodecs quiet;
-                                               image = LoadGreyImage(file);
+                                               image = std::make_shared<const GreyImage>(LoadGreyImage(file));
                                            });
     if (imageRead)
-        progress.Step("image:  " + Printable(file) + ", " + std::to_string(image.Width()) + " by " +
-                      std::to_string(image.Height()) + " pixels");
+        progress.Step("image:  " + Printable(file) + ", " + std::to_string(image->Width()) + " by " +
+                      std::to_string(image->Height()) + " pixels");
     const bool recipeRead = CollectProblems(found,
                                             [&]
                                             {
@@ -203,14 +202,6 @@ int RunSingle(const InspectOptions& options)
         progress.Step("recipe: " + Printable(options.recipe));
     if (!options.truth.empty())
         CollectProblems(found, [&] { truth = LoadTruth(options.truth); });
-    if (imageRead)
-        for (std::size_t i = 0; i < recipes.size(); ++i)
-            for (Problem& problem : CheckRecipeForImage(recipes[i], image.Width(), image.Height()))
-            {
-                if (recipes.size() > 1)
-                    problem.field = RegionPrefix(i) + problem.field;
-                found.push_back(std::move(problem));
-            }
     const std::string prefix =
         options.output.empty() ? std::filesystem::path(file).replace_extension().string() : options.output;
     CollectProblems(found,
@@ -259,7 +250,7 @@ int RunSingle(const InspectOptions& options)
     }
 
     WriteResults(prefix, options, regions);
-    SaveOverlay(prefix + ".overlay.png", image, all, missed);
+    SaveOverlay(prefix + ".overlay.png", *image, all, missed);
     const std::string shown = Printable(prefix);
     progress.Step("written: " + shown + ".blobs.json, " + shown + ".blobs.csv, " + shown + ".overlay.png");
     const bool complete = std::all_of(regions.begin(), regions.end(),

@@ -27,7 +27,7 @@ struct ReportDraft
     const Recipe* RecipeOf(std::size_t image) const
     {
         const int index = sources[image].recipe;
-        return index >= 0 ? &page.recipes[static_cast<std::size_t>(index)].recipe : nullptr;
+        return index >= 0 ? &*page.recipes[static_cast<std::size_t>(index)].recipe : nullptr;
     }
 };
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "host/image/grey_image.h"
-#include "host/inspect/parameter_set.h"
+#include "host/inspect/inspection_plan.h"
 #include "host/probe/kernel_probe.h"
 #include "host/problem.h"
 #include "tools/quiet_codecs.h"
@@ -44,8 +44,8 @@ public:
         }
         try
         {
-            m_set = std::make_unique<ParameterSet>(image, shown);
-            m_probe = std::make_unique<KernelProbe>(m_set->Block(), shown.GetKind() == Kind_Asg);
+            m_plan = std::make_unique<InspectionPlan>(CheckedRecipe(shown), image.Width(), image.Height());
+            m_probe = std::make_unique<KernelProbe>(m_plan->BlockFor(image), shown.GetKind() == Kind_Asg);
         }
         catch (const HostError&)
         {
@@ -56,7 +56,7 @@ public:
     const KernelProbe* Probe() const { return m_probe.get(); }
 
 private:
-    std::unique_ptr<ParameterSet> m_set;
+    std::unique_ptr<InspectionPlan> m_plan;
     std::unique_ptr<KernelProbe> m_probe;
 };
 

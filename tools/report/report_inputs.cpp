@@ -13,6 +13,7 @@
 #include "host/foreign_text.h"
 #include "host/image/grey_image.h"
 #include "host/inspect/batch.h"
+#include "host/recipe/recipe_file.h"
 #include "host/result/result_reader.h"
 #include "tools/exit_code.h"
 #include "tools/quiet_codecs.h"
@@ -77,16 +78,16 @@ private:
         const auto known = m_recipesOf.find(file);
         if (known != m_recipesOf.end())
             return known->second;
-        std::vector<Recipe> recipes;
+        std::vector<CheckedRecipe> recipes;
         {
             const QuietCodecs quiet;
             recipes = LoadRecipes(file);
         }
         std::vector<int> places;
-        for (Recipe& recipe : recipes)
+        for (const CheckedRecipe& recipe : recipes)
         {
             const std::string name = fs::path(file).filename().string();
-            m_draft.page.recipes.push_back({recipes.size() == 1 ? name : name + ", " + recipe.name, std::move(recipe)});
+            m_draft.page.recipes.push_back({recipes.size() == 1 ? name : name + ", " + recipe->name, recipe});
             places.push_back(static_cast<int>(m_draft.page.recipes.size()) - 1);
         }
         return m_recipesOf[file] = places;
@@ -121,7 +122,7 @@ private:
 
     void InspectImages(const std::vector<int>& indices, std::vector<Problem>& found)
     {
-        std::vector<Recipe> recipes;
+        std::vector<CheckedRecipe> recipes;
         for (const int index : indices)
             recipes.push_back(m_draft.page.recipes[static_cast<std::size_t>(index)].recipe);
         std::vector<BatchImage> images;

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/recipe/recipe_fields.h"
+#include "host/recipe/recipe_file.h"
 #include "tools/report/report_template.h"
 
 namespace narvo

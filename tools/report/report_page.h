@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "host/inspect/inspector.h"
-#include "host/recipe/recipe.h"
+#include "host/recipe/checked_recipe.h"
 
 namespace narvo
 {
@@ -31,7 +31,7 @@ struct ReportImage
 struct ReportRecipe
 {
     std::string name;
-    Recipe recipe;
+    CheckedRecipe recipe;
 };
 
 struct ReportPage

@@ -24,7 +24,7 @@
 #include "host/image/grey_image.h"
 #include "host/inspect/inspector.h"
 #include "host/problem.h"
-#include "host/recipe/recipe.h"
+#include "host/recipe/recipe_file.h"
 #include "measure/level_choice.h"
 #include "measure/read_pass.h"
 #include "tools/exit_code.h"
@@ -112,11 +112,11 @@ double Repeat(int lanes, double seconds, const std::function<void(int)>& work)
 class Measurement
 {
 public:
-    Measurement(const GreyImage& image, const std::vector<Recipe>& recipes, double seconds)
+    Measurement(const GreyImage& image, const std::vector<CheckedRecipe>& recipes, double seconds)
         : m_image(image), m_recipes(recipes), m_seconds(seconds)
     {
-        for (const Recipe& recipe : recipes)
-            m_maxBlobs = std::max(m_maxBlobs, recipe.maxBlobs);
+        for (const CheckedRecipe& recipe : recipes)
+            m_maxBlobs = std::max(m_maxBlobs, recipe->maxBlobs);
     }
 
     BenchRow Run(const measure::SLevel& level, int lanes)
@@ -129,13 +129,13 @@ public:
         {
             double all = 0.0;
             double inside = 0.0;
-            for (const Recipe& recipe : m_recipes)
+            for (const CheckedRecipe& recipe : m_recipes)
             {
                 const InspectionResult result = inspector.Inspect(lane, m_image, recipe);
                 all += result.totalMilliseconds;
                 inside += result.inspectMilliseconds;
                 if (lane == 0)
-                    m_pixels[&recipe] = static_cast<double>(result.region.Width()) * result.region.Height();
+                    m_pixels[&*recipe] = static_cast<double>(result.region.Width()) * result.region.Height();
             }
             total[static_cast<std::size_t>(lane)].push_back(all);
             engine[static_cast<std::size_t>(lane)].push_back(inside);
@@ -180,7 +180,7 @@ public:
 
 private:
     const GreyImage& m_image;
-    const std::vector<Recipe>& m_recipes;
+    const std::vector<CheckedRecipe>& m_recipes;
     double m_seconds;
     int m_maxBlobs = 1;
     std::map<const Recipe*, double> m_pixels;
@@ -244,7 +244,7 @@ void PrintRow(const BenchRow& row)
     std::cout << text << std::flush;
 }
 
-void Measure(const BenchOptions& options, const GreyImage& image, const std::vector<Recipe>& recipes)
+void Measure(const BenchOptions& options, const GreyImage& image, const std::vector<CheckedRecipe>& recipes)
 {
     const bool table = options.json != "-";
     if (table)
@@ -282,7 +282,7 @@ void Measure(const BenchOptions& options, const GreyImage& image, const std::vec
 int RunBench(const BenchOptions& options)
 {
     GreyImage image;
-    std::vector<Recipe> recipes;
+    std::vector<CheckedRecipe> recipes;
     {
         const QuietCodecs quiet;
         image = LoadGreyImage(options.image);

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,7 +13,7 @@
 
 #include "host/explain/explain.h"
 #include "host/problem.h"
-#include "host/recipe/recipe_check.h"
+#include "host/recipe/recipe_file.h"
 #include "tools/exit_code.h"
 #include "tools/quiet_codecs.h"
 
@@ -47,7 +48,7 @@ int RunExplain(const ExplainOptions& options)
 {
     std::vector<Problem> found;
     GreyImage image;
-    Recipe recipe;
+    std::optional<CheckedRecipe> recipe;
     const auto collect = [&](auto&& step)
     {
         const QuietCodecs quiet;
@@ -63,8 +64,7 @@ int RunExplain(const ExplainOptions& options)
         collect(
             [&]
             {
-                ThrowIfAny(CheckRecipeForImage(recipe, image.Width(), image.Height()));
-                Explainer explainer(image, recipe);
+                Explainer explainer(image, *recipe);
                 for (const CPoint& place : places)
                     told.push_back(explainer.Explain(place));
             });

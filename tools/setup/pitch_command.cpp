@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,7 +16,7 @@
 #include "host/pitch/pitch_recipe.h"
 #include "host/pitch/pitch_search.h"
 #include "host/problem.h"
-#include "host/recipe/recipe.h"
+#include "host/recipe/recipe_file.h"
 #include "tools/exit_code.h"
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
@@ -67,7 +68,7 @@ int RunPitch(const PitchOptions& options)
     }
     names.Check();
     PitchResult result;
-    Recipe recipe;
+    std::optional<CheckedRecipe> recipe;
     bool found = false;
     try
     {
@@ -95,9 +96,7 @@ int RunPitch(const PitchOptions& options)
     }
     if (found && !options.recipe.empty())
     {
-        recipe.zoneImageFile = std::filesystem::path(zones).filename().string();
-        SaveGreyImage(zones, recipe.zoneImage);
-        SaveRecipe(options.recipe, recipe);
+        SaveRecipeWithImages(options.recipe, *recipe);
         std::cout << "recipe: " << Printable(options.recipe) << "\nzones:  " << Printable(zones) << std::endl;
     }
     if (found)

@@ -10,7 +10,7 @@
 
 #include "host/problem.h"
 #include "host/recipe/block_fields.h"
-#include "host/recipe/recipe.h"
+#include "host/recipe/recipe_file.h"
 #include "host/recipe/recipe_schema.h"
 #include "tools/exit_code.h"
 #include "tools/quiet_codecs.h"

@@ -17,7 +17,7 @@
 #include "host/foreign_text.h"
 #include "host/inspect/batch.h"
 #include "host/problem.h"
-#include "host/recipe/recipe_check.h"
+#include "host/recipe/recipe_file.h"
 #include "tools/exit_code.h"
 #include "tools/inspect/interrupt.h"
 #include "tools/output_names.h"
@@ -65,11 +65,15 @@ void Count(SweepPoint& point, const InspectionResult& result, const std::vector<
     point.falseBlobs += score.FalseCount();
 }
 
-void CheckOutputNames(const TuneOptions& options, const Recipe& recipe, const std::string& prefix,
+/// `recipe` is none where it could not be read.
+void CheckOutputNames(const TuneOptions& options, const std::optional<CheckedRecipe>& recipe, const std::string& prefix,
                       const std::string& plot)
 {
     OutputNames names;
-    names.AddRecipe(options.recipe, {recipe});
+    if (recipe)
+        names.AddRecipe(options.recipe, {*recipe});
+    else
+        names.AddInput(options.recipe);
     for (const std::string& file : options.images)
         names.AddInput(file);
     for (const std::string& file : options.truth)
@@ -89,7 +93,7 @@ int RunTune(const TuneOptions& options)
         const QuietCodecs quiet;
         CollectProblems(found, step);
     };
-    Recipe recipe;
+    std::optional<CheckedRecipe> recipe;
     collect([&] { recipe = LoadRecipe(options.recipe); });
     std::vector<std::vector<TruthDefect>> truth;
     for (const std::string& file : options.truth)
@@ -107,18 +111,17 @@ int RunTune(const TuneOptions& options)
     collect([&] { CheckOutputNames(options, recipe, prefix, plot); });
 
     Sweep sweep;
-    std::vector<Recipe> recipes;
+    std::vector<CheckedRecipe> recipes;
     if (found.empty())
         collect(
             [&]
             {
-                const SweepField field(recipe, options.field);
+                const SweepField field(*recipe, options.field);
                 sweep.field = field.Path();
                 sweep.unit = field.Unit();
                 for (const double value : SweepValues(options.from, options.to, options.steps, field.IsWhole()))
                 {
-                    recipes.push_back(field.With(recipe, value, options.shift));
-                    ThrowIfAny(CheckRecipe(recipes.back()));
+                    recipes.emplace_back(field.With(*recipe, value, options.shift));
                     sweep.points.emplace_back().value = value;
                 }
             });

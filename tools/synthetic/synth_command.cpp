@@ -10,6 +10,7 @@
 
 #include "host/foreign_text.h"
 #include "host/problem.h"
+#include "host/recipe/recipe_file.h"
 #include "tools/exit_code.h"
 #include "tools/number_option.h"
 #include "tools/synthetic/panel.h"

@@ -12,7 +12,7 @@
 #include "host/file/output_file.h"
 #include "host/foreign_text.h"
 #include "host/problem.h"
-#include "host/recipe/recipe.h"
+#include "host/recipe/recipe_file.h"
 #include "tools/synthetic/boxes.h"
 
 namespace narvo

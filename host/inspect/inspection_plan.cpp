@@ -1,9 +1,10 @@
 // Filling of a parameter block from a recipe.
-#include "host/inspect/parameter_set.h"
+#include "host/inspect/inspection_plan.h"
 
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <utility>
 
 #include "host/inspect/region_shape.h"
 #include "host/problem.h"
@@ -21,15 +22,17 @@ constexpr short nDeadOffset = 32512; // above every difference
 constexpr int nNarrowestBand = 1984; // columns: 2000 cut down to a multiple of 64
 constexpr int nDeadTable = 255;      // no difference is greater, and the zone tables go no further
 
-const Recipe& Checked(const GreyView& image, const Recipe& recipe)
+CheckedRecipe CheckedForImage(CheckedRecipe recipe, int width, int height)
 {
-    if (image.IsEmpty())
+    if (width < 1 || height < 1)
         throw HostError({{"image", "empty", "an image of at least one pixel"}});
-    std::vector<Problem> found = CheckRecipe(recipe);
-    for (Problem& problem : CheckRecipeForImage(recipe, image.Width(), image.Height()))
-        found.push_back(std::move(problem));
-    ThrowIfAny(std::move(found));
+    ThrowIfAny(CheckRecipeForImage(recipe, width, height));
     return recipe;
+}
+
+std::string SizeText(int width, int height)
+{
+    return std::to_string(width) + " by " + std::to_string(height) + " pixels";
 }
 
 /// Behind zone maps the mode says what the pair filters compare, single pixels or blocks.
@@ -54,17 +57,18 @@ int InspectModeOf(const Recipe& recipe)
 
 } // namespace
 
-ParameterSet::ParameterSet(const GreyView& image, const Recipe& recipe) : m_cell(CellOf(Checked(image, recipe)))
+InspectionPlan::InspectionPlan(CheckedRecipe checked, int width, int height)
+    : m_recipe(CheckedForImage(std::move(checked), width, height)), m_width(width), m_cell(CellOf(m_recipe))
 {
-    m_param.pImage = const_cast<unsigned char*>(image.Row(0));
-    m_param.nImageWidth = image.Stride();
-    m_param.nImageHeight = image.Height();
-    m_param.rtInspect = RegionOf(recipe, image.Width(), image.Height());
+    const Recipe& recipe = m_recipe;
+    m_param.nImageWidth = RowLengthOf(width);
+    m_param.nImageHeight = height;
+    m_param.rtInspect = RegionOf(recipe, width, height);
     m_param.rtMarginFrame = recipe.marginFrame.value_or(CRect());
     std::copy(recipe.deadZones.begin(), recipe.deadZones.end(), m_param.rtDeadZone);
     FillScalars(recipe);
     FillThresholds(recipe);
-    FillTables(image, recipe);
+    FillTables(recipe);
     FillShape(recipe);
     if (recipe.GetKind() != Kind_Zone && recipe.GetKind() != Kind_Asg)
         return;
@@ -88,7 +92,16 @@ ParameterSet::ParameterSet(const GreyView& image, const Recipe& recipe) : m_cell
     m_param.nZoneColumns = m_origins->Columns();
 }
 
-void ParameterSet::FillScalars(const Recipe& recipe)
+CConvParam InspectionPlan::BlockFor(const GreyView& image) const
+{
+    if (!Fits(image.Width(), image.Height()))
+        throw HostError({{"image", SizeText(image.Width(), image.Height()), SizeText(m_width, m_param.nImageHeight)}});
+    CConvParam block = m_param;
+    block.pImage = const_cast<unsigned char*>(image.Row(0));
+    return block;
+}
+
+void InspectionPlan::FillScalars(const Recipe& recipe)
 {
     m_param.nInspectMode = InspectModeOf(recipe);
     m_param.nDirection = recipe.autoDirection ? recipe.direction : ResolveDirection(recipe, m_param.rtInspect);
@@ -124,7 +137,7 @@ void ParameterSet::FillScalars(const Recipe& recipe)
     m_param.bZoneFlagged = recipe.skippedCells.empty() ? 0 : 1;
 }
 
-void ParameterSet::FillThresholds(const Recipe& recipe)
+void InspectionPlan::FillThresholds(const Recipe& recipe)
 {
     m_param.nThresholdExtra = recipe.thresholdExtra;
     m_param.nBlackFilterGray = recipe.darkFilterBase;
@@ -159,7 +172,7 @@ void ParameterSet::FillThresholds(const Recipe& recipe)
     }
 }
 
-void ParameterSet::FillShape(const Recipe& recipe)
+void InspectionPlan::FillShape(const Recipe& recipe)
 {
     if (recipe.GetKind() == Kind_Trapezium)
         m_trapezia = TrapeziaOf(recipe);
@@ -173,7 +186,7 @@ void ParameterSet::FillShape(const Recipe& recipe)
     m_param.pFreeFormMask = m_mask.data();
 }
 
-short* ParameterSet::AddMap(const Recipe& recipe, const GreyImage& painted, int ZoneSettings::*member)
+short* InspectionPlan::AddMap(const Recipe& recipe, const GreyImage& painted, int ZoneSettings::*member)
 {
     std::array<short, CConvParam::nZoneLimit> values{};
     const auto valueOf = [&](const ZoneSettings& zone)
@@ -193,7 +206,7 @@ short* ParameterSet::AddMap(const Recipe& recipe, const GreyImage& painted, int 
     return m_maps.emplace_back(m_cell, painted, values, m_mapExtent).Data();
 }
 
-void ParameterSet::FillMaps(const Recipe& recipe)
+void InspectionPlan::FillMaps(const Recipe& recipe)
 {
     m_param.pZoneIndexMap = AddMap(recipe, recipe.zoneImage, &ZoneSettings::index);
     m_param.pThresholdOffsetMap = AddMap(recipe, recipe.zoneImage, &ZoneSettings::offset);
@@ -215,7 +228,7 @@ void ParameterSet::FillMaps(const Recipe& recipe)
     m_param.nZoneMapStride = m_maps.front().Stride();
 }
 
-void ParameterSet::FillRegionMaps(const Recipe& recipe, bool vertical)
+void InspectionPlan::FillRegionMaps(const Recipe& recipe, bool vertical)
 {
     m_regionMaps = recipe.maps;
     const auto data = [&](RegionMaps::Map map) { return m_regionMaps->IsSet(map) ? m_regionMaps->Data(map) : nullptr; };
@@ -239,7 +252,7 @@ void ParameterSet::FillRegionMaps(const Recipe& recipe, bool vertical)
     m_param.nZoneScanMultiple = static_cast<int>((m_param.rtInspect.Height() + 2) / recipe.pitchY) + 1;
 }
 
-void ParameterSet::FillTables(const GreyView& image, const Recipe& recipe)
+void InspectionPlan::FillTables(const Recipe& recipe)
 {
     // One entry more than the image's sixteenths: the kernels count from the region's top and fetch ahead.
     const auto entries = [](int pixels) { return static_cast<std::size_t>((pixels + nGroup - 1) / nGroup + 1); };
@@ -253,23 +266,23 @@ void ParameterSet::FillTables(const GreyView& image, const Recipe& recipe)
             target.push_back(at(source, i));
         return target.data();
     };
-    m_param.pScanPitchTable = fill(recipe.scanPitches, image.Height(), m_scanPitch);
-    m_param.pTiltScanTable = fill(recipe.scanTilts, image.Height(), m_scanTilt);
+    m_param.pScanPitchTable = fill(recipe.scanPitches, m_param.nImageHeight, m_scanPitch);
+    m_param.pTiltScanTable = fill(recipe.scanTilts, m_param.nImageHeight, m_scanTilt);
     // The trapezium kernels take their tables in places of their own, the vertical one in that of the scan pitch.
-    m_param.pTiltConvTable = fill(recipe.rowPitches, image.Height(), m_rowPitch);
-    if (int* const columns = fill(recipe.columnPitches, image.Stride(), m_columnPitch))
+    m_param.pTiltConvTable = fill(recipe.rowPitches, m_param.nImageHeight, m_rowPitch);
+    if (int* const columns = fill(recipe.columnPitches, m_param.nImageWidth, m_columnPitch))
         m_param.pScanPitchTable = columns;
     if (recipe.convPitches.empty())
         return;
     if (ResolveDirection(recipe, m_param.rtInspect) == Direction_Vertical)
     {
         // Only the verification reads the table here: an entry for each 16 columns, in 1/16 pixel.
-        for (std::size_t i = 0; i < entries(image.Stride()); ++i)
+        for (std::size_t i = 0; i < entries(m_param.nImageWidth); ++i)
             m_convPitch.push_back(static_cast<unsigned short>(at(recipe.convPitches, i)));
         m_param.pConvPitchTable = m_convPitch.data();
         return;
     }
-    for (std::size_t i = 0; i < entries(image.Stride()); ++i)
+    for (std::size_t i = 0; i < entries(m_param.nImageWidth); ++i)
     {
         const int fixed = at(recipe.convPitches, i);
         m_convPitch.insert(m_convPitch.end(), nGroup, static_cast<unsigned short>(fixed / nFraction));
@@ -282,7 +295,7 @@ void ParameterSet::FillTables(const GreyView& image, const Recipe& recipe)
 }
 
 /// The engine takes the checks of a zone as a text: the mode, then one digit of direction and two of cycles for each.
-void ParameterSet::FillVerification(const Recipe& recipe)
+void InspectionPlan::FillVerification(const Recipe& recipe)
 {
     const bool any = std::any_of(recipe.zones.begin(), recipe.zones.end(),
                                  [](const ZoneSettings& zone) { return zone.verifyMode != VerifyMode_Off; });
@@ -305,7 +318,7 @@ void ParameterSet::FillVerification(const Recipe& recipe)
     m_param.pVeriPitchString = m_verify.data();
 }
 
-void ParameterSet::FillZoneTables(const Recipe& recipe)
+void InspectionPlan::FillZoneTables(const Recipe& recipe)
 {
     const auto add = [&](int ZoneSettings::*member, int other)
     {

@@ -1,4 +1,5 @@
-// A parameter block together with all that it points at: the step from a recipe and an image to what the engine reads.
+// A checked recipe bound to the size of an image: the parameter block and all that it points at, made once for any
+// number of images of that size.
 #pragma once
 
 #include <array>
@@ -11,25 +12,34 @@
 #include "host/image/grey_image.h"
 #include "host/inspect/region_maps.h"
 #include "host/inspect/zone_tables.h"
-#include "host/recipe/recipe.h"
+#include "host/recipe/checked_recipe.h"
+#include "host/recipe/recipe_check.h"
 #include "narvoassem/convparam.h"
 
 namespace narvo
 {
 
-/// Owns tables and maps, its share of the recipe's whole-region maps included, and fills a block that points at them.
-/// The image is not copied and must outlive this object; the engine only reads it.
-class ParameterSet
+/// Owns tables and maps, its share of the recipe's whole-region maps included. Nothing in it changes once it is made,
+/// so that any number of threads may inspect by it.
+class InspectionPlan
 {
 public:
-    /// @throws HostError unless the recipe is valid for the image
-    ParameterSet(const GreyView& image, const Recipe& recipe);
-    ParameterSet(const ParameterSet&) = delete;
-    ParameterSet& operator=(const ParameterSet&) = delete;
+    /// @throws HostError unless the recipe can inspect an image of `width` by `height` pixels
+    InspectionPlan(CheckedRecipe recipe, int width, int height);
+    InspectionPlan(const InspectionPlan&) = delete;
+    InspectionPlan& operator=(const InspectionPlan&) = delete;
 
-    /// The block. The engine may edit it; a second inspection takes a new set.
-    CConvParam& Block() { return m_param; }
-    const CConvParam& Block() const { return m_param; }
+    const CheckedRecipe& GetRecipe() const { return m_recipe; }
+    /// Whether the plan is for images of that size.
+    bool Fits(int width, int height) const { return width == m_width && height == m_param.nImageHeight; }
+    const CRect& Region() const { return m_param.rtInspect; }
+    /// The direction that the engine takes.
+    Direction GetDirection() const { return ResolveDirection(m_recipe, m_param.rtInspect); }
+
+    /// The block for one call, which the engine may edit. It points at the image and into this plan; both must outlive
+    /// the call, and the engine only reads them.
+    /// @throws HostError for an image of another size
+    CConvParam BlockFor(const GreyView& image) const;
 
     /// The trapezia of a region of that shape, to be set into the block one after the other; otherwise empty.
     const std::vector<CTrapezium>& Trapezia() const { return m_trapezia; }
@@ -40,14 +50,16 @@ private:
     void FillShape(const Recipe& recipe);
     void FillMaps(const Recipe& recipe);
     void FillRegionMaps(const Recipe& recipe, bool vertical);
-    void FillTables(const GreyView& image, const Recipe& recipe);
+    void FillTables(const Recipe& recipe);
     void FillZoneTables(const Recipe& recipe);
     void FillVerification(const Recipe& recipe);
     short* AddMap(const Recipe& recipe, const GreyImage& painted, int ZoneSettings::*member);
 
     using ZoneTable = std::array<int, CConvParam::nZoneLimit>;
 
-    CConvParam m_param;
+    CheckedRecipe m_recipe;
+    int m_width;        ///< the block holds the length of a row in its place
+    CConvParam m_param; ///< without the image
     CellGeometry m_cell;
     CRect m_mapExtent;
     std::deque<CellMap> m_maps;
