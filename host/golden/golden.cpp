@@ -163,14 +163,16 @@ GoldenResult InspectRegistered(Inspector& inspector, int lane, const GoldenModel
     const int margin = static_cast<int>(std::ceil(settings.edgeTolerance));
     const GreyImage inside = ComparedPixels(registration, width, height,
                                             {margin, margin, model.Width() - margin, model.Height() - margin}, margin);
-    result.reference = WarpToImage(model.Mean(), registration, width, height);
-    GreyRange range{WarpToImage(model.Range().darkest, registration, width, height),
-                    WarpToImage(model.Range().brightest, registration, width, height)};
+    std::vector<GreyImage> pictures =
+        WarpAllToImage({&model.Mean(), &model.Range().darkest, &model.Range().brightest, &model.NearEdge()},
+                       registration, width, height);
+    result.reference = std::move(pictures[0]);
+    GreyRange range{std::move(pictures[1]), std::move(pictures[2])};
+    const GreyImage nearEdge = std::move(pictures[3]);
     result.light = FitLight(result.reference, image, inside);
     for (int y = 0; y < height; ++y)
         for (GreyImage* picture : {&result.reference, &range.darkest, &range.brightest})
             result.light.Apply(y, picture->Row(y), width);
-    const GreyImage nearEdge = WarpToImage(model.NearEdge(), registration, width, height);
     result.base = ThresholdFromNoise(result.reference, image, range, nearEdge, inside);
     if (settings.threshold > 0)
         result.base.flat = result.base.nearEdge = settings.threshold;

@@ -1,6 +1,8 @@
 // Registration: where in a reference every pixel of an image lies, to a fraction of a pixel.
 #pragma once
 
+#include <vector>
+
 #include "host/golden/registration_map.h"
 #include "host/golden/registration_settings.h"
 #include "host/image/grey_image.h"
@@ -21,6 +23,10 @@ Registration RegisterImage(const GreyImage& reference, const GreyImage& image, c
 /// `source`, which lies as the reference does, as the registered image would show it; `width` by `height` pixels. What
 /// lies outside of it repeats its border.
 GreyImage WarpToImage(const GreyImage& source, const Registration& registration, int width, int height);
+
+/// The same for several pictures, whose places are computed once.
+std::vector<GreyImage> WarpAllToImage(const std::vector<const GreyImage*>& sources, const Registration& registration,
+                                      int width, int height);
 
 /// 255 for each pixel of a registered image of that size whose centre lies in `area` of the reference, 0 elsewhere.
 GreyImage InsideReference(const Registration& registration, int width, int height, const CRect& area);

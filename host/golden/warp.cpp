@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 #include <opencv2/imgproc.hpp>
 
@@ -70,17 +71,27 @@ void PlacesInReference(const Registration& registration, int top, cv::Mat& x, cv
     }
 }
 
-GreyImage WarpToImage(const GreyImage& source, const Registration& registration, int width, int height)
+std::vector<GreyImage> WarpAllToImage(const std::vector<const GreyImage*>& sources, const Registration& registration,
+                                      int width, int height)
 {
-    GreyImage target(width, height);
-    cv::Mat view = ViewOf(target);
+    std::vector<GreyImage> targets;
+    for (std::size_t i = 0; i < sources.size(); ++i)
+        targets.emplace_back(width, height);
     ForPlaces(registration, width, height,
               [&](const cv::Mat& x, const cv::Mat& y, int top)
               {
-                  cv::Mat band = view.rowRange(top, top + x.rows);
-                  cv::remap(ViewOf(source), band, x, y, cv::INTER_LINEAR, cv::BORDER_REPLICATE);
+                  for (std::size_t i = 0; i < sources.size(); ++i)
+                  {
+                      cv::Mat band = ViewOf(targets[i]).rowRange(top, top + x.rows);
+                      cv::remap(ViewOf(*sources[i]), band, x, y, cv::INTER_LINEAR, cv::BORDER_REPLICATE);
+                  }
               });
-    return target;
+    return targets;
+}
+
+GreyImage WarpToImage(const GreyImage& source, const Registration& registration, int width, int height)
+{
+    return std::move(WarpAllToImage({&source}, registration, width, height).front());
 }
 
 GreyImage InsideReference(const Registration& registration, int width, int height, const CRect& area)
