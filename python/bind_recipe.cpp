@@ -12,10 +12,10 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/inspect/region_maps.h"
 #include "host/recipe/recipe_check.h"
 #include "host/recipe/recipe_fields.h"
 #include "host/recipe/recipe_file.h"
+#include "host/zones/region_maps.h"
 #include "python/bind.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "host/inspect/region_shape.h"
+#include "host/recipe/region_shape.h"
 #include "narvoassem/padpoligon.h"
 #include "python/bind.h"
 #include "python/narvo_errors.h"

@@ -11,7 +11,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "host/image/cv_image.h"
-#include "host/inspect/region_maps.h"
+#include "host/zones/region_maps.h"
 
 namespace narvo
 {

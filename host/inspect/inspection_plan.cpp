@@ -6,9 +6,9 @@
 #include <string>
 #include <utility>
 
-#include "host/inspect/region_shape.h"
 #include "host/problem.h"
 #include "host/recipe/recipe_check.h"
+#include "host/recipe/region_shape.h"
 
 namespace narvo
 {

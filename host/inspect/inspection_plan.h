@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "host/image/grey_image.h"
-#include "host/inspect/region_maps.h"
-#include "host/inspect/zone_tables.h"
 #include "host/recipe/checked_recipe.h"
 #include "host/recipe/recipe_check.h"
+#include "host/zones/region_maps.h"
+#include "host/zones/zone_tables.h"
 #include "narvoassem/convparam.h"
 
 namespace narvo

@@ -7,10 +7,10 @@
 
 #include "host/inspect/elapsed.h"
 #include "host/inspect/inspection_plan.h"
-#include "host/inspect/region_shape.h"
 #include "host/limits.h"
 #include "host/problem.h"
 #include "host/recipe/recipe_check.h"
+#include "host/recipe/region_shape.h"
 #include "narvoassem/narvoassem.h"
 
 namespace narvo

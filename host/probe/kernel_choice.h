@@ -1,7 +1,7 @@
 // Which kernel a set of options selects, and which options it reads, as the engine's own tables say.
 #pragma once
 
-#include "host/recipe/recipe.h"
+#include "host/inspection_kind.h"
 #include "narvoassem/fast/call/kernel_table.h"
 
 namespace narvo

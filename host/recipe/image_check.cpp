@@ -4,9 +4,9 @@
 #include <string_view>
 #include <vector>
 
-#include "host/inspect/region_maps.h"
 #include "host/recipe/recipe_check.h"
 #include "host/recipe/recipe_rules.h"
+#include "host/zones/region_maps.h"
 
 namespace narvo
 {

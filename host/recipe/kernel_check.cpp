@@ -2,9 +2,9 @@
 // silently ignored.
 #include <string>
 
-#include "host/inspect/region_maps.h"
 #include "host/probe/kernel_choice.h"
 #include "host/recipe/recipe_rules.h"
+#include "host/zones/region_maps.h"
 
 namespace narvo
 {

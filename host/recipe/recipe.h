@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/image/grey_image.h"
+#include "host/inspection_kind.h"
 #include "narvoassem/platform.h"
 
 namespace narvo
@@ -37,25 +38,6 @@ enum RegionShape : int
     RegionShape_Rectangle = 0,
     RegionShape_Trapezium = 1, ///< a convex polygon, cut into trapezia; float mode
     RegionShape_Polygon = 2    ///< any polygon, by the even-odd rule; float mode
-};
-
-/// The engine's path that a recipe takes: its mode, and in float mode the region's shape.
-enum Kind : int
-{
-    Kind_Zone,
-    Kind_Pixel,
-    Kind_Float,
-    Kind_Trapezium,
-    Kind_FreeForm,
-    Kind_Binarise,
-    Kind_Average,
-    Kind_Asg
-};
-
-enum Direction : int
-{
-    Direction_Horizontal = 0, ///< a pixel is compared with the one a pitch to its right
-    Direction_Vertical = 1    ///< a pixel is compared with the one a pitch below
 };
 
 /// The further reference that the pair filters look at.

@@ -5,10 +5,10 @@
 
 #include <vector>
 
-#include "host/inspect/zone_tables.h"
 #include "host/problem.h"
 #include "host/recipe/checked_recipe.h"
 #include "host/recipe/recipe.h"
+#include "host/zones/zone_tables.h"
 #include "narvoassem/padpoligon.h"
 
 namespace narvo

@@ -1,7 +1,7 @@
 // What follows from a recipe's numbers: the region, the direction, the trapezia, the zone cell.
-#include "host/inspect/region_shape.h"
 #include "host/recipe/recipe_check.h"
 #include "host/recipe/recipe_rules.h"
+#include "host/recipe/region_shape.h"
 
 namespace narvo
 {

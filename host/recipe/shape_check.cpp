@@ -2,9 +2,9 @@
 #include <cstdint>
 #include <string>
 
-#include "host/inspect/region_shape.h"
 #include "host/recipe/recipe_check.h"
 #include "host/recipe/recipe_rules.h"
+#include "host/recipe/region_shape.h"
 
 namespace narvo
 {

@@ -4,8 +4,8 @@
 #include <set>
 #include <string>
 
-#include "host/inspect/region_maps.h"
 #include "host/recipe/recipe_rules.h"
+#include "host/zones/region_maps.h"
 
 namespace narvo
 {

@@ -9,9 +9,9 @@
 #include <nlohmann/json.hpp>
 
 #include "host/file/input_file.h"
-#include "host/inspect/region_maps.h"
 #include "host/problem.h"
 #include "host/recipe/recipe_file.h"
+#include "host/zones/region_maps.h"
 
 namespace narvo
 {

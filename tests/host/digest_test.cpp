@@ -6,7 +6,7 @@
 #include <set>
 
 #include "host/host_test_help.h"
-#include "host/inspect/region_maps.h"
+#include "host/zones/region_maps.h"
 
 namespace narvo
 {

@@ -11,7 +11,7 @@
 
 #include "host/golden/golden_file.h"
 #include "tools/synthetic/board.h"
-#include "tools/synthetic/truth.h"
+#include "tools/truth/truth.h"
 
 namespace narvo
 {

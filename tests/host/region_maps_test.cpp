@@ -1,5 +1,5 @@
 // Thresholds pixel by pixel: every place takes its own, in both directions, in bands and on re-runs.
-#include "host/inspect/region_maps.h"
+#include "host/zones/region_maps.h"
 
 #include <algorithm>
 #include <random>

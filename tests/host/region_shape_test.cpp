@@ -1,5 +1,5 @@
 // Polygons on their way to trapezia and masks.
-#include "host/inspect/region_shape.h"
+#include "host/recipe/region_shape.h"
 
 #include <numeric>
 

@@ -1,5 +1,5 @@
 // Zone maps and origin tables against a plain walk over cells as the kernels make it.
-#include "host/inspect/zone_tables.h"
+#include "host/zones/zone_tables.h"
 
 #include <algorithm>
 #include <cmath>

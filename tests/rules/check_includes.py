@@ -12,7 +12,7 @@ import sys
 from collections import defaultdict
 from graphlib import CycleError, TopologicalSorter
 
-ROOTS = ("include", "narvoassem", "measure")
+ROOTS = ("include", "narvoassem", "measure", "host", "tools", "python")
 INCLUDE = re.compile(r'\s*#\s*include\s+"([^"]+)"')
 LIST = os.path.join("tests", "rules", "allowed_includes.txt")
 HEAD = """\

@@ -5,7 +5,7 @@
 
 #include "host/image/grey_image.h"
 #include "tools/run_narvo.h"
-#include "tools/synthetic/truth.h"
+#include "tools/truth/truth.h"
 
 namespace narvo
 {

@@ -1,5 +1,5 @@
 // Fields by name, evenly spaced values, and the choice of a value.
-#include "tools/setup/sweep.h"
+#include "tools/tune/sweep.h"
 
 #include "host/host_test_help.h"
 

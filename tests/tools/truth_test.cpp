@@ -1,5 +1,5 @@
 // Scoring against ground truth.
-#include "tools/synthetic/truth.h"
+#include "tools/truth/truth.h"
 
 #include <fstream>
 

@@ -9,7 +9,7 @@
 
 #include "host/golden/registration.h"
 #include "host/image/grey_image.h"
-#include "tools/synthetic/truth.h"
+#include "tools/truth/truth.h"
 
 namespace narvo
 {

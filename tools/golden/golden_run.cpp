@@ -18,7 +18,7 @@
 #include "tools/inspect/interrupt.h"
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
-#include "tools/synthetic/truth.h"
+#include "tools/truth/truth.h"
 
 namespace narvo
 {

@@ -28,7 +28,7 @@
 #include "tools/inspect/inspect_batch.h"
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
-#include "tools/synthetic/truth.h"
+#include "tools/truth/truth.h"
 
 namespace narvo
 {

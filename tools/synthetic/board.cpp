@@ -8,9 +8,9 @@
 #include <string>
 
 #include "host/problem.h"
-#include "tools/synthetic/boxes.h"
 #include "tools/synthetic/drawing.h"
 #include "tools/synthetic/plan_check.h"
+#include "tools/truth/boxes.h"
 
 namespace narvo
 {

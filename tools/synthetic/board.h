@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "host/image/grey_image.h"
-#include "tools/synthetic/truth.h"
+#include "tools/truth/truth.h"
 
 namespace narvo
 {

@@ -7,7 +7,7 @@
 
 #include "host/image/grey_image.h"
 #include "host/recipe/recipe.h"
-#include "tools/synthetic/truth.h"
+#include "tools/truth/truth.h"
 
 namespace narvo
 {

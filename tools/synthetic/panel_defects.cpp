@@ -6,8 +6,8 @@
 #include <functional>
 #include <numbers>
 
-#include "tools/synthetic/boxes.h"
 #include "tools/synthetic/drawing.h"
+#include "tools/truth/boxes.h"
 
 namespace narvo
 {

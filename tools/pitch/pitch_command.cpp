@@ -19,8 +19,8 @@
 #include "host/recipe/recipe_file.h"
 #include "tools/exit_code.h"
 #include "tools/output_names.h"
+#include "tools/pitch/pitch_plot.h"
 #include "tools/quiet_codecs.h"
-#include "tools/setup/pitch_plot.h"
 
 namespace narvo
 {

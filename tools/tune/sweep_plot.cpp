@@ -1,5 +1,5 @@
 // Drawing of a sweep's charts, once for both formats.
-#include "tools/setup/sweep_plot.h"
+#include "tools/tune/sweep_plot.h"
 
 #include <algorithm>
 #include <cmath>

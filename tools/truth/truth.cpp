@@ -1,5 +1,5 @@
 // Reading, writing and scoring of ground truth.
-#include "tools/synthetic/truth.h"
+#include "tools/truth/truth.h"
 
 #include <algorithm>
 #include <map>
@@ -13,7 +13,7 @@
 #include "host/foreign_text.h"
 #include "host/problem.h"
 #include "host/recipe/recipe_file.h"
-#include "tools/synthetic/boxes.h"
+#include "tools/truth/boxes.h"
 
 namespace narvo
 {

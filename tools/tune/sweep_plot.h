@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <optional>
 
-#include "tools/setup/sweep.h"
+#include "tools/tune/sweep.h"
 
 namespace narvo
 {

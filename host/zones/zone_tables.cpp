@@ -1,5 +1,5 @@
 // Construction of cell maps and origin tables.
-#include "host/inspect/zone_tables.h"
+#include "host/zones/zone_tables.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,5 @@
 // Fields by name, the choice of a value, and the tables.
-#include "tools/setup/sweep.h"
+#include "tools/tune/sweep.h"
 
 #include <algorithm>
 #include <array>

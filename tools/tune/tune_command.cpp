@@ -22,9 +22,9 @@
 #include "tools/inspect/interrupt.h"
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
-#include "tools/setup/sweep.h"
-#include "tools/setup/sweep_plot.h"
-#include "tools/synthetic/truth.h"
+#include "tools/truth/truth.h"
+#include "tools/tune/sweep.h"
+#include "tools/tune/sweep_plot.h"
 
 namespace narvo
 {

@@ -1,13 +1,13 @@
 // Storage of whole-region maps, and the grid of origins that serves them.
-#include "host/inspect/region_maps.h"
+#include "host/zones/region_maps.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <string>
 
-#include "host/inspect/zone_tables.h"
 #include "host/problem.h"
+#include "host/zones/zone_tables.h"
 
 namespace narvo
 {

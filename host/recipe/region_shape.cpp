@@ -1,5 +1,5 @@
 // Shapes on the library's polygons and regions.
-#include "host/inspect/region_shape.h"
+#include "host/recipe/region_shape.h"
 
 #include <algorithm>
 #include <cstddef>

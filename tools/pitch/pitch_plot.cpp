@@ -1,5 +1,5 @@
 // Drawing of the charts with OpenCV.
-#include "tools/setup/pitch_plot.h"
+#include "tools/pitch/pitch_plot.h"
 
 #include <algorithm>
 #include <cmath>
