@@ -1,14 +1,14 @@
-// A region cut in two finds what the whole finds, away from the seam.
+// The two parts of a region find what the whole finds, away from the seam.
 #include <algorithm>
 
-#include "laws/law_test.h"
+#include "properties/property_test.h"
 
 namespace narvo::test
 {
 namespace
 {
 
-/// The blobs that lie with all their pixels between nFirst and nLast along the axis, without what follows from their
+/// The blobs that lie completely between nFirst and nLast along the axis, without the fields that depend on their
 /// place in the list; sorted.
 std::vector<CDefectBlob> BlobsBetween(const std::vector<CDefectBlob>& aBlobs, bool bAlongX, int nFirst, int nLast)
 {
@@ -24,33 +24,33 @@ std::vector<CDefectBlob> BlobsBetween(const std::vector<CDefectBlob>& aBlobs, bo
     return InOrder(aInside);
 }
 
-class SeamLaws : public LawTest
+class SeamProperties : public PropertyTest
 {
 };
 
-INSTANTIATE_TEST_SUITE_P(Each, SeamLaws,
-                         testing::Values(LawMode::Zone, LawMode::Pixel, LawMode::Float, LawMode::AsgZone,
-                                         LawMode::AsgPixel, LawMode::Binarise),
+INSTANTIATE_TEST_SUITE_P(Each, SeamProperties,
+                         testing::Values(PropertyMode::Zone, PropertyMode::Pixel, PropertyMode::Float,
+                                         PropertyMode::AsgZone, PropertyMode::AsgPixel, PropertyMode::Binarise),
                          ModeOfTest);
 
-// Lines across the comparison know nothing of each other, so the pairs of the parts are those of the whole, in order,
-// every field: rows for comparisons along x, whole strips for those along y. The filters are off, since those across
-// the comparison look at the region's other sides; cells that are skipped end a strip early where the next one is
-// skipped too, which depends on where the walk came from. Average mode is left out, its windows stay in the region;
-// trapezia are no rectangles, and the second pass of the twice kernels is judged with the first.
-TEST_P(SeamLaws, PartsSideBySideHaveThePairsOfTheWhole)
+// Lines of the comparison are independent, so the pairs of the parts are those of the whole, in order and in every
+// field: rows for comparisons along x, whole strips for those along y. The filters are off, since those across the
+// comparison depend on the region's other sides. No cells are skipped: a strip ends early where two skipped cells
+// follow each other, which depends on where the walk started. Left out are average mode, whose windows stay in the
+// region, trapezia, and the second pass of the twice kernels, which depends on all pairs of the first.
+TEST_P(SeamProperties, PartsSideBySideHaveThePairsOfTheWhole)
 {
     ForEachCase(
-        [&](const CLawPath& path, std::uint64_t nSeed)
+        [&](const CPropertyPath& path, std::uint64_t nSeed)
         {
             if (path.bTwice)
                 return;
-            CLawWishes wishes;
-            wishes.bFilters = false;
-            CLawScene scene(path, nSeed, wishes);
+            CSceneOptions options;
+            options.bFilters = false;
+            CPropertyScene scene(path, nSeed, options);
             scene.bSkipCells = false;
             scene.param.bFalseFilter = 0;
-            const CLawOutcome whole = scene.Run(m_pool);
+            const CPropertyOutcome whole = scene.Run(m_pool);
             Count(whole);
 
             CRandom random(nSeed);
@@ -72,7 +72,7 @@ TEST_P(SeamLaws, PartsSideBySideHaveThePairsOfTheWhole)
                     scene.ptCell.x += (rtPart.left - scene.ptCell.x) / scene.nCellWidth * scene.nCellWidth;
                     scene.ptCell.y += (rtPart.top - scene.ptCell.y) / scene.nCellHeight * scene.nCellHeight;
                 }
-                const CLawOutcome part = scene.Run(m_pool);
+                const CPropertyOutcome part = scene.Run(m_pool);
                 ASSERT_EQ(part.nCode, 1);
                 aParts.insert(aParts.end(), part.aPairs.begin(), part.aPairs.end());
             }
@@ -80,29 +80,29 @@ TEST_P(SeamLaws, PartsSideBySideHaveThePairsOfTheWhole)
         });
 }
 
-class LongSeamLaws : public LawTest
+class LongSeamProperties : public PropertyTest
 {
 };
 
-INSTANTIATE_TEST_SUITE_P(Each, LongSeamLaws,
-                         testing::Values(LawMode::Zone, LawMode::Pixel, LawMode::Float, LawMode::AsgZone,
-                                         LawMode::AsgPixel),
+INSTANTIATE_TEST_SUITE_P(Each, LongSeamProperties,
+                         testing::Values(PropertyMode::Zone, PropertyMode::Pixel, PropertyMode::Float,
+                                         PropertyMode::AsgZone, PropertyMode::AsgPixel),
                          ModeOfTest);
 
-// Along the comparison a part sees less: two distances from its ends on, its bands and the filters' reversed references
-// no longer show. So a lone defect of each part is the same blob in the whole.
-TEST_P(LongSeamLaws, PartsEndToEndHaveTheDefectsOfTheWhole)
+// Along the comparison, bands and the filters' reversed references make a difference up to two distances from a part's
+// ends. An isolated defect further inside gives the same blob in the part and in the whole.
+TEST_P(LongSeamProperties, PartsEndToEndHaveTheDefectsOfTheWhole)
 {
     ForEachCase(
-        [&](const CLawPath& path, std::uint64_t nSeed)
+        [&](const CPropertyPath& path, std::uint64_t nSeed)
         {
             if (path.bTwice)
                 return;
-            CLawWishes wishes;
-            wishes.bFlat = true;
-            wishes.nDefects = 0;
-            wishes.nPitches = 14;
-            CLawScene scene(path, nSeed, wishes);
+            CSceneOptions options;
+            options.bFlat = true;
+            options.nDefects = 0;
+            options.nPitches = 14;
+            CPropertyScene scene(path, nSeed, options);
             scene.bSkipCells = false;
             CRandom random(nSeed);
             const bool bAlongX = !path.IsVertical();
@@ -110,20 +110,20 @@ TEST_P(LongSeamLaws, PartsEndToEndHaveTheDefectsOfTheWhole)
             const int nFirst = bAlongX ? rtWhole.left : rtWhole.top;
             const int nLast = bAlongX ? rtWhole.right : rtWhole.bottom;
             const int nSeam = (nFirst + nLast) / 2;
-            const int nKeepOff = 2 * static_cast<int>(scene.RealPitch()) + 24;
+            const int nClearance = 2 * static_cast<int>(scene.RealPitch()) + 24;
             const auto Plant = [&](int nLow, int nHigh)
             {
                 const int nAlong = random.Int(nLow, nHigh - 4);
                 const int nAcross = bAlongX ? random.Int(rtWhole.top + 40, rtWhole.bottom - 50)
                                             : random.Int(rtWhole.left + 40, rtWhole.right - 60);
                 const CPoint pt = bAlongX ? CPoint(nAlong, nAcross) : CPoint(nAcross, nAlong);
-                scene.world.aDefects.push_back(
+                scene.picture.aDefects.push_back(
                     {CRect(pt.x, pt.y, pt.x + random.Int(1, 4), pt.y + random.Int(1, 4)), random.OneIn(2) ? 70 : -70});
             };
-            Plant(nFirst + nKeepOff, nSeam - nKeepOff);
-            Plant(nSeam + nKeepOff, nLast - nKeepOff - 16);
+            Plant(nFirst + nClearance, nSeam - nClearance);
+            Plant(nSeam + nClearance, nLast - nClearance - 16);
 
-            const CLawOutcome whole = scene.Run(m_pool);
+            const CPropertyOutcome whole = scene.Run(m_pool);
             Count(whole);
             for (const bool bSecond : {false, true})
             {
@@ -134,9 +134,9 @@ TEST_P(LongSeamLaws, PartsEndToEndHaveTheDefectsOfTheWhole)
                 else
                     (bSecond ? rtPart.top : rtPart.bottom) = nSeam;
                 scene.EnterGridAtRegion();
-                const CLawOutcome part = scene.Run(m_pool);
-                const int nLow = (bSecond ? nSeam : nFirst) + nKeepOff - 8;
-                const int nHigh = (bSecond ? nLast : nSeam) - nKeepOff + 8;
+                const CPropertyOutcome part = scene.Run(m_pool);
+                const int nLow = (bSecond ? nSeam : nFirst) + nClearance - 8;
+                const int nHigh = (bSecond ? nLast : nSeam) - nClearance + 8;
                 EXPECT_EQ(DifferenceOf(BlobsBetween(part.aBlobs, bAlongX, nLow, nHigh),
                                        BlobsBetween(whole.aBlobs, bAlongX, nLow, nHigh)),
                           "")
@@ -145,26 +145,26 @@ TEST_P(LongSeamLaws, PartsEndToEndHaveTheDefectsOfTheWhole)
         });
 }
 
-// Four thousand columns and more fork into bands; each band is a region of its own, and nothing is merged across their
-// seams.
-TEST(BandLaws, AForkedRegionHasTheDefectsOfTheUnforked)
+// Regions of four thousand columns and more are split into bands; each band is a region of its own, and nothing is
+// merged across the seams.
+TEST(BandProperties, ASplitRegionHasTheDefectsOfTheWhole)
 {
     constexpr int nAway = 24; // pixels that grouping and merging reach
-    CLawPool pool;
-    for (const LawMode eMode : {LawMode::Zone, LawMode::Pixel, LawMode::Float})
-        for (const CLawPath& path : LawPaths(eMode))
+    CPropertyPool pool;
+    for (const PropertyMode eMode : {PropertyMode::Zone, PropertyMode::Pixel, PropertyMode::Float})
+        for (const CPropertyPath& path : PropertyPaths(eMode))
         {
-            // Twice kernels compare their passes by place in the list; a band enters a grid of flagged records by
-            // steps of two ints.
+            // Twice kernels compare their passes by place in the list; a band steps through a grid of flagged records
+            // by two ints.
             if (!path.IsVertical() || path.bTwice || path.bFlagged)
                 continue;
             const std::uint64_t nSeed = CaseSeeds(path.pName, 1).front();
             CRandom random(nSeed);
-            CLawWishes wishes;
-            wishes.bFilters = false;
-            wishes.bFlat = true;
-            wishes.nDefects = 0;
-            CLawScene scene(path, nSeed, wishes);
+            CSceneOptions options;
+            options.bFilters = false;
+            options.bFlat = true;
+            options.nDefects = 0;
+            CPropertyScene scene(path, nSeed, options);
             CRect& rtInspect = scene.param.rtInspect;
             rtInspect.right = rtInspect.left + 4000 + random.Int(0, 700);
             scene.param.rtMarginFrame = rtInspect;
@@ -173,14 +173,14 @@ TEST(BandLaws, AForkedRegionHasTheDefectsOfTheUnforked)
             {
                 const CPoint pt(random.Int(rtInspect.left, rtInspect.right),
                                 random.Int(rtInspect.top, rtInspect.bottom));
-                scene.world.aDefects.push_back(
+                scene.picture.aDefects.push_back(
                     {CRect(pt.x, pt.y, pt.x + random.Int(1, 4), pt.y + random.Int(1, 4)), random.OneIn(2) ? 90 : -90});
             }
             scene.param.bBandThread = 1;
-            const CLawOutcome forked = scene.Run(pool);
+            const CPropertyOutcome forked = scene.Run(pool);
             const int nForkedPairs = pool.Lane().GetPairCount();
             scene.param.bBandThread = 0;
-            const CLawOutcome whole = scene.Run(pool);
+            const CPropertyOutcome whole = scene.Run(pool);
             EXPECT_EQ(forked.nCode, 1);
             EXPECT_EQ(nForkedPairs, pool.Lane().GetPairCount()) << scene.Describe();
             EXPECT_GT(whole.aBlobs.size(), 5U) << scene.Describe();

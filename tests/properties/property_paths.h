@@ -1,4 +1,4 @@
-// The ways through the pool that a law is tried on: modes, directions, and the switches that lead to another kernel.
+// The paths through the pool on which properties are tested: modes, directions, and switches that select a kernel.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 namespace narvo::test
 {
 
-enum class LawMode
+enum class PropertyMode
 {
     Zone,
     Pixel,
@@ -19,11 +19,11 @@ enum class LawMode
     Average
 };
 
-/// One way: the mode, the direction, and which of the switches are set.
-struct CLawPath
+/// One path: the mode, the direction, and which switches are set.
+struct CPropertyPath
 {
     const char* pName;
-    LawMode eMode;
+    PropertyMode eMode;
     int nDirection;
     int nWindowWidth = 1; ///< the compare window; its area chooses the float kernel
     int nWindowHeight = 1;
@@ -40,21 +40,21 @@ struct CLawPath
     bool bClassPitch = false; ///< dClassPitch
 
     bool IsVertical() const { return nDirection != 0; }
-    bool IsZone() const { return eMode == LawMode::Zone || eMode == LawMode::AsgZone; }
-    bool IsFloat() const { return eMode == LawMode::Float; }
-    /// Whether the path compares places a pitch apart; the others look at one place only.
-    bool IsPeriodic() const { return eMode != LawMode::Binarise && eMode != LawMode::Average; }
-    /// Whether the dead zones keep records out.
+    bool IsZone() const { return eMode == PropertyMode::Zone || eMode == PropertyMode::AsgZone; }
+    bool IsFloat() const { return eMode == PropertyMode::Float; }
+    /// Whether the path compares pixels a pitch apart; the others look at one place only.
+    bool IsPeriodic() const { return eMode != PropertyMode::Binarise && eMode != PropertyMode::Average; }
+    /// Whether dead zones drop records.
     bool HasDeadZones() const;
     /// Whether values are sums or means of several pixels.
-    bool IsWindowed() const { return IsFloat() || eMode == LawMode::Trapezium || bMean; }
+    bool IsWindowed() const { return IsFloat() || eMode == PropertyMode::Trapezium || bMean; }
     /// Whether the windows of the region's first row reach above the region, where they count nothing.
     bool LooksAbove() const { return IsFloat() && IsVertical() && nWindowHeight == 3; }
 };
 
-/// Every way of a mode.
-std::vector<CLawPath> LawPaths(LawMode eMode);
-const std::vector<LawMode>& LawModes();
-std::string LawModeName(LawMode eMode);
+/// Every path of a mode.
+std::vector<CPropertyPath> PropertyPaths(PropertyMode eMode);
+const std::vector<PropertyMode>& PropertyModes();
+std::string PropertyModeName(PropertyMode eMode);
 
 } // namespace narvo::test

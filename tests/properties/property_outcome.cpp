@@ -1,5 +1,5 @@
-// See law_outcome.h. Records are compared as lists of numbers with names; a double holds every field exactly.
-#include "laws/law_outcome.h"
+// See property_outcome.h. Records are compared as lists of numbers with names; a double holds every field exactly.
+#include "properties/property_outcome.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -14,7 +14,7 @@ namespace
 struct CField
 {
     const char* pName;
-    int nIndex; ///< below 0 where the field is no array
+    int nIndex; ///< negative for a field that is no array
     double dValue;
 
     std::string Name() const { return nIndex < 0 ? pName : pName + ('[' + std::to_string(nIndex) + ']'); }
@@ -139,7 +139,7 @@ std::string DifferenceOfLists(const char* pKind, const std::vector<TRecord>& aFo
     return text.str();
 }
 
-/// By way of an index, since assigning a blob leaves one field out.
+/// Through an index, since the assignment of a blob skips one field.
 template <typename TRecord>
 std::vector<TRecord> InOrderOfFields(const std::vector<TRecord>& aRecords)
 {
@@ -156,9 +156,9 @@ std::vector<TRecord> InOrderOfFields(const std::vector<TRecord>& aRecords)
 
 } // namespace
 
-CLawOutcome CLawOutcome::Read(CNarvoAssem& lane, int nResult, bool bForked)
+CPropertyOutcome CPropertyOutcome::Read(CNarvoAssem& lane, int nResult, bool bForked)
 {
-    CLawOutcome outcome;
+    CPropertyOutcome outcome;
     outcome.nCode = nResult;
     for (int i = 0; !bForked && i < lane.GetPairCount(); ++i)
         outcome.aPairs.push_back(*lane.GetPairDefect(i));
@@ -189,7 +189,7 @@ void MoveRecord(CDefectBlob& blob, int nX, int nY)
     blob.rtDefect.OffsetRect(nX, nY);
 }
 
-void CLawOutcome::Move(int nX, int nY)
+void CPropertyOutcome::Move(int nX, int nY)
 {
     for (CDefectPair& pair : aPairs)
         MoveRecord(pair, nX, nY);
@@ -197,7 +197,7 @@ void CLawOutcome::Move(int nX, int nY)
         MoveRecord(blob, nX, nY);
 }
 
-std::string CLawOutcome::DifferenceFrom(const CLawOutcome& expected) const
+std::string CPropertyOutcome::DifferenceFrom(const CPropertyOutcome& expected) const
 {
     std::string strDifference;
     if (nCode != expected.nCode)

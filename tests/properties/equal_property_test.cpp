@@ -1,25 +1,26 @@
-// Two ways to say the same thing give the same result: maps that hold one value, tables that hold one pitch, a distance
+// Equivalent parameters give the same result: maps that hold one value, tables that hold one pitch, a distance
 // as one period or as two.
 #include <algorithm>
 
-#include "laws/law_test.h"
+#include "properties/property_test.h"
 
 namespace narvo::test
 {
 namespace
 {
 
-const CLawPath& PathNamed(const std::string& strName)
+const CPropertyPath& PathNamed(const std::string& strName)
 {
-    static const std::vector<CLawPath> aPaths = []
+    static const std::vector<CPropertyPath> aPaths = []
     {
-        std::vector<CLawPath> aAll;
-        for (const LawMode eMode : LawModes())
-            for (const CLawPath& path : LawPaths(eMode))
+        std::vector<CPropertyPath> aAll;
+        for (const PropertyMode eMode : PropertyModes())
+            for (const CPropertyPath& path : PropertyPaths(eMode))
                 aAll.push_back(path);
         return aAll;
     }();
-    return *std::find_if(aPaths.begin(), aPaths.end(), [&](const CLawPath& path) { return path.pName == strName; });
+    return *std::find_if(aPaths.begin(), aPaths.end(),
+                         [&](const CPropertyPath& path) { return path.pName == strName; });
 }
 
 struct CTwin
@@ -33,24 +34,24 @@ std::ostream& operator<<(std::ostream& stream, const CTwin& twin)
     return stream << twin.pLeft << " and " << twin.pRight;
 }
 
-/// Runs the scenes of the left path on both; Adapt(scene) makes the two ways say the same.
+/// Runs the scenes of the left path on both; Adapt(scene) makes the two equivalent.
 class TwinTest : public testing::TestWithParam<CTwin>
 {
 protected:
     template <typename FAdapt>
-    void RunTwins(const CLawWishes& wishes, FAdapt Adapt)
+    void RunTwins(const CSceneOptions& options, FAdapt Adapt)
     {
         constexpr int nCases = 30;
-        const CLawPath& left = PathNamed(GetParam().pLeft);
-        const CLawPath& right = PathNamed(GetParam().pRight);
-        CLawPool pool;
+        const CPropertyPath& left = PathNamed(GetParam().pLeft);
+        const CPropertyPath& right = PathNamed(GetParam().pRight);
+        CPropertyPool pool;
         int nWithBlobs = 0;
         const std::vector<std::uint64_t> aSeeds = CaseSeeds(std::string(left.pName) + right.pName, nCases);
         for (const std::uint64_t nSeed : aSeeds)
         {
-            CLawScene scene(left, nSeed, wishes);
+            CPropertyScene scene(left, nSeed, options);
             Adapt(scene);
-            const CLawOutcome expected = scene.Run(pool);
+            const CPropertyOutcome expected = scene.Run(pool);
             nWithBlobs += expected.aBlobs.empty() ? 0 : 1;
             const std::string strScene = scene.Describe();
             scene.path = right;
@@ -64,12 +65,12 @@ protected:
     }
 };
 
-class MapLaws : public TwinTest
+class MapProperties : public TwinTest
 {
 };
 
 INSTANTIATE_TEST_SUITE_P(
-    Each, MapLaws,
+    Each, MapProperties,
     testing::Values(CTwin{"zone, along x", "pixel, along x"},
                     CTwin{"zone, along x, pitch table", "pixel, along x, pitch table"},
                     CTwin{"zone, along y", "pixel, along y"}, CTwin{"zone, along y, direct", "pixel, along y, direct"},
@@ -78,12 +79,12 @@ INSTANTIATE_TEST_SUITE_P(
                     CTwin{"asg with zones, along x", "asg, along x"},
                     CTwin{"asg with zones, along y", "asg, along y"}));
 
-// The zone kernels along y hold singles to nThresholdExtra, which the pixel kernels leave to the filters: there is
-// none.
-TEST_P(MapLaws, MapsOfOneValueAreTheScalarThreshold)
+// The zone kernels along y apply nThresholdExtra to singles, the pixel kernels leave that to the filters; so it is
+// 0 here.
+TEST_P(MapProperties, MapsOfOneValueAreTheScalarThreshold)
 {
     RunTwins({},
-             [](CLawScene& scene)
+             [](CPropertyScene& scene)
              {
                  scene.param.nInspectMode = 1;
                  scene.param.nThresholdExtra = 0;
@@ -95,11 +96,11 @@ TEST_P(MapLaws, MapsOfOneValueAreTheScalarThreshold)
              });
 }
 
-class TableLaws : public TwinTest
+class TableProperties : public TwinTest
 {
 };
 
-INSTANTIATE_TEST_SUITE_P(Each, TableLaws,
+INSTANTIATE_TEST_SUITE_P(Each, TableProperties,
                          testing::Values(CTwin{"zone, along x", "zone, along x, pitch table"},
                                          CTwin{"pixel, along x", "pixel, along x, pitch table"},
                                          CTwin{"pixel, along y", "pixel, along y, pitch table"},
@@ -114,34 +115,35 @@ INSTANTIATE_TEST_SUITE_P(Each, TableLaws,
                                          CTwin{"trapezium, along y", "trapezium, along y, pitch table"},
                                          CTwin{"asg with zones, along x", "asg with zones, along x, pitch table"}));
 
-// Trapezia along x round the distance to the partner only when it comes from a table, so theirs are whole pixels.
-TEST_P(TableLaws, ATableOfOnePitchIsThePitch)
+// Trapezia along x round the distance to the partner only when it comes from a table, so whole pixels are used there.
+TEST_P(TableProperties, ATableOfOnePitchIsThePitch)
 {
-    CLawWishes wishes;
-    wishes.bSteadyTables = true;
-    wishes.bWholePitch = std::string(GetParam().pLeft) == "trapezium, along x";
-    RunTwins(wishes, [](CLawScene&) {});
+    CSceneOptions options;
+    options.bSteadyTables = true;
+    options.bWholePitch = std::string(GetParam().pLeft) == "trapezium, along x";
+    RunTwins(options, [](CPropertyScene&) {});
 }
 
-class MultipleLaws : public LawTest
+class MultipleProperties : public PropertyTest
 {
 };
 
-INSTANTIATE_TEST_SUITE_P(Each, MultipleLaws,
-                         testing::Values(LawMode::Pixel, LawMode::Float, LawMode::Trapezium, LawMode::AsgPixel),
+INSTANTIATE_TEST_SUITE_P(Each, MultipleProperties,
+                         testing::Values(PropertyMode::Pixel, PropertyMode::Float, PropertyMode::Trapezium,
+                                         PropertyMode::AsgPixel),
                          ModeOfTest);
 
-// Zone cells are counted in periods of their own; the second pass of the twice kernels puts its pitch in the place of
-// the first pass's period and takes that one's multiple.
-TEST_P(MultipleLaws, TwoPeriodsOfHalfTheDistanceAreTheDistance)
+// Zone mode is left out, since its cells have multiples of their own. So are the twice kernels, whose second pass
+// replaces the period and keeps the multiple of the first.
+TEST_P(MultipleProperties, TwoPeriodsOfHalfTheDistanceAreTheDistance)
 {
     ForEachCase(
-        [&](const CLawPath& path, std::uint64_t nSeed)
+        [&](const CPropertyPath& path, std::uint64_t nSeed)
         {
             if (path.bTwice)
                 return;
-            CLawScene scene(path, nSeed);
-            const CLawOutcome expected = scene.Run(m_pool);
+            CPropertyScene scene(path, nSeed);
+            const CPropertyOutcome expected = scene.Run(m_pool);
             Count(expected);
             const auto Exchange = [](double& dPitch, int& nMultiple)
             {

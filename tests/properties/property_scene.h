@@ -1,44 +1,44 @@
-// A random inspection of a law's picture on one path: picture, region, parameter block, maps, grid and tables. All of
-// it lies in the coordinates of the picture until it runs, so that a law can move or change one thing and run again.
+// A random inspection of a picture on one path: picture, region, parameter block, maps, grid and tables. All are in
+// the picture's coordinates until it runs, so that a test can move or change one of them and run again.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "laws/law_outcome.h"
-#include "laws/law_paths.h"
-#include "laws/law_world.h"
 #include "narvoassem/narvoassem.h"
+#include "properties/periodic_picture.h"
+#include "properties/property_outcome.h"
+#include "properties/property_paths.h"
 #include "support/random.h"
 
 namespace narvo::test
 {
 
-/// What a law asks of its scenes beyond chance.
-struct CLawWishes
+/// What a test requires of its random scenes.
+struct CSceneOptions
 {
     bool bNoGain = false;       ///< no threshold depends on the grey
-    bool bEvenHanded = false;   ///< no threshold, limit or filter tells dark from bright
+    bool bEvenHanded = false;   ///< no threshold, limit or filter distinguishes dark from bright
     bool bWholePitch = false;   ///< compare distances of whole pixels
-    bool bFilters = true;       ///< pair filters, chosen at random; otherwise as few as there can be
+    bool bFilters = true;       ///< pair filters, chosen at random; otherwise as few as possible
     bool bSteadyTables = false; ///< pitch tables that hold the compare distance everywhere
-    bool bNoGrayLimit = false;  ///< no grey is limited
+    bool bNoGrayLimit = false;  ///< no grey limit
     int nStep = 1;              ///< grey levels are this far apart
-    int nPitches = 3;           ///< at least so many compare distances along either axis
+    int nPitches = 3;           ///< size of the region in compare distances, at least, along either axis
     int nFraction = -1;         ///< 16ths of a pixel in the distance compared; below 0 any
-    int nNoise = -1;            ///< steps of noise either way; below 0 a random number
+    int nNoise = -1;            ///< steps of noise either way; below 0 random
     bool bFlat = false;         ///< no pattern and no noise
-    int nDefects = -1;          ///< so many defects; below 0 a random number
+    int nDefects = -1;          ///< number of defects; below 0 random
     int nMargin = -1;           ///< defects keep this far from the region's edge; below 0 they may cross it
     bool bDeadZones = true;     ///< dead zones, at random
 };
 
 /// One lane with its sub-engines.
-class CLawPool
+class CPropertyPool
 {
 public:
-    explicit CLawPool(int nLanes = 1, int nDefectSize = 4000) { m_control.InitAssemControl(nLanes, nDefectSize); }
+    explicit CPropertyPool(int nLanes = 1, int nDefectSize = 4000) { m_control.InitAssemControl(nLanes, nDefectSize); }
     CAssemControl& Control() { return m_control; }
     CNarvoAssem& Lane(int nLane = 0) { return *m_control.GetNarvoAssem(nLane); }
 
@@ -46,28 +46,28 @@ private:
     CAssemControl m_control;
 };
 
-class CLawScene
+class CPropertyScene
 {
 public:
     /// The scene of a seed on a path.
-    CLawScene(const CLawPath& path, std::uint64_t nSeed, const CLawWishes& wishes = {});
+    CPropertyScene(const CPropertyPath& path, std::uint64_t nSeed, const CSceneOptions& options = {});
 
     /// Inspects on the given lane. The outcome is in the picture's coordinates.
-    CLawOutcome Run(CLawPool& pool, int nLane = 0) const;
+    CPropertyOutcome Run(CPropertyPool& pool, int nLane = 0) const;
 
     /// Whole pixels that an inspection may read beyond the region on any side.
     int Reach() const;
     /// The compare distance along the compared axis, pixels.
     double RealPitch() const;
-    /// Moves ptCell by whole cells to the one in which the region's corner lies: for regions that were changed.
+    /// Moves ptCell by whole cells to the one that contains the region's corner: for regions that were changed.
     void EnterGridAtRegion();
     /// The region's middle.
     CPoint Middle() const;
     /// What a failing case prints.
     std::string Describe() const;
 
-    CLawPath path;
-    CLawWorld world;
+    CPropertyPath path;
+    CPeriodicPicture picture;
     CRect rtImage; ///< the window that becomes the image; its corner is a multiple of 16
     /// Pointers are empty and regions are in the picture's coordinates; Run makes the host's block of it.
     CConvParam param;
@@ -85,12 +85,12 @@ public:
     bool bSkipCells = false;        ///< flagged paths: some cells are not inspected
 
 private:
-    void ChooseGeometry(CRandom& random, const CLawWishes& wishes);
-    void ChooseThresholds(CRandom& random, const CLawWishes& wishes);
-    void ChooseFilters(CRandom& random, const CLawWishes& wishes);
-    void ChooseZones(CRandom& random, const CLawWishes& wishes);
+    void ChooseGeometry(CRandom& random, const CSceneOptions& options);
+    void ChooseThresholds(CRandom& random, const CSceneOptions& options);
+    void ChooseFilters(CRandom& random, const CSceneOptions& options);
+    void ChooseZones(CRandom& random, const CSceneOptions& options);
     void ChooseTrapezium(CRandom& random);
-    void ChooseDefects(CRandom& random, const CLawWishes& wishes);
+    void ChooseDefects(CRandom& random, const CSceneOptions& options);
 
     std::uint64_t m_nSeed;
 };

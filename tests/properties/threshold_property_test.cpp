@@ -1,9 +1,9 @@
-// A higher threshold finds no more.
+// A higher threshold finds nothing new.
 #include <algorithm>
 #include <set>
 #include <tuple>
 
-#include "laws/law_test.h"
+#include "properties/property_test.h"
 
 namespace narvo::test
 {
@@ -12,8 +12,8 @@ namespace
 
 using CPlaces = std::set<std::tuple<int, int, int>>; // x, y, type
 
-/// Where records of both answers stand, filters included.
-CPlaces PairedPlaces(const CLawOutcome& outcome)
+/// Positions of the paired records that the filters kept.
+CPlaces PairedPlaces(const CPropertyOutcome& outcome)
 {
     CPlaces places;
     for (const CDefectPair& pair : outcome.aPairs)
@@ -24,16 +24,16 @@ CPlaces PairedPlaces(const CLawOutcome& outcome)
 
 /// Raises every threshold of the path by nGrey levels. A map's value and what the gain adds to it wrap at 16 bits, so
 /// there is a highest value.
-void Raise(CLawScene& scene, int nGrey)
+void Raise(CPropertyScene& scene, int nGrey)
 {
     constexpr int nHighest = 32700;
-    const CLawPath& path = scene.path;
-    const bool bSums = path.IsFloat() || path.eMode == LawMode::Trapezium;
-    if (path.eMode == LawMode::Binarise) // reports what is below its limit
+    const CPropertyPath& path = scene.path;
+    const bool bSums = path.IsFloat() || path.eMode == PropertyMode::Trapezium;
+    if (path.eMode == PropertyMode::Binarise) // reports what is below its limit
         scene.param.nThreshold = std::max(1, scene.param.nThreshold - nGrey);
     else
         scene.param.nThreshold += nGrey * (bSums ? path.nWindowWidth * path.nWindowHeight : 1);
-    if (path.eMode == LawMode::Average)
+    if (path.eMode == PropertyMode::Average)
         scene.param.nBlackFilterGray -= nGrey;
     else if (path.bDarkSet)
         scene.param.nBlackFilterGray += nGrey;
@@ -44,38 +44,38 @@ void Raise(CLawScene& scene, int nGrey)
         nValue += nGrey;
 }
 
-class ThresholdLaws : public LawTest
+class ThresholdProperties : public PropertyTest
 {
 };
 
-INSTANTIATE_TEST_SUITE_P(Each, ThresholdLaws, testing::ValuesIn(LawModes()), ModeOfTest);
+INSTANTIATE_TEST_SUITE_P(Each, ThresholdProperties, testing::ValuesIn(PropertyModes()), ModeOfTest);
 
-// Of a lone defect on a flat ground: where defects lie a pitch apart, a hit that vanishes frees its partner for
-// another. The modes that look at one place at a time have no partners. The second pass of the twice kernels is left
-// out: its pairs stand where those of the first pass are gone.
-TEST_P(ThresholdLaws, AHigherThresholdAddsNoPair)
+// One defect on a flat background: where defects lie a pitch apart, a hit that vanishes frees its partner for another.
+// The modes that look at one place at a time have no partners. The twice kernels are left out: pairs of the second
+// pass are kept where those of the first are gone.
+TEST_P(ThresholdProperties, AHigherThresholdAddsNoPair)
 {
     ForEachCase(
-        [&](const CLawPath& path, std::uint64_t nSeed)
+        [&](const CPropertyPath& path, std::uint64_t nSeed)
         {
             if (path.bTwice)
                 return;
-            CLawWishes wishes;
-            wishes.bFlat = path.IsPeriodic();
-            wishes.nDefects = path.IsPeriodic() ? 1 : -1;
-            wishes.nMargin = path.IsPeriodic() ? 12 : -1;
-            wishes.bDeadZones = false;
-            CLawScene scene(path, nSeed, wishes);
-            if (path.eMode == LawMode::Binarise)
-                scene.param.nThreshold = scene.world.nBase + scene.world.nTop / 2;
+            CSceneOptions options;
+            options.bFlat = path.IsPeriodic();
+            options.nDefects = path.IsPeriodic() ? 1 : -1;
+            options.nMargin = path.IsPeriodic() ? 12 : -1;
+            options.bDeadZones = false;
+            CPropertyScene scene(path, nSeed, options);
+            if (path.eMode == PropertyMode::Binarise)
+                scene.param.nThreshold = scene.picture.nBase + scene.picture.nTop / 2;
             CRandom random(nSeed);
             Raise(scene, 0);
-            CLawOutcome lower = scene.Run(m_pool);
+            CPropertyOutcome lower = scene.Run(m_pool);
             Count(lower);
             for (int nStep = 0; nStep < 4; ++nStep)
             {
                 Raise(scene, random.Int(1, 12));
-                const CLawOutcome higher = scene.Run(m_pool);
+                const CPropertyOutcome higher = scene.Run(m_pool);
                 const CPlaces lowerPlaces = PairedPlaces(lower);
                 const CPlaces higherPlaces = PairedPlaces(higher);
                 EXPECT_TRUE(

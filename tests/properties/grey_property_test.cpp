@@ -1,7 +1,7 @@
-// Light changes no defect: a picture that is brighter by the same grey everywhere, or limited above its brightest grey.
+// Brightness changes no defect: the same grey added everywhere, or a grey limit at or above the brightest grey.
 #include <algorithm>
 
-#include "laws/law_test.h"
+#include "properties/property_test.h"
 
 namespace narvo::test
 {
@@ -9,11 +9,11 @@ namespace
 {
 
 /// What the outcome has to become when every pixel rises by nGrey and, in binarise mode, the limit with it.
-void Brighten(CLawOutcome& outcome, const CLawPath& path, int nGrey)
+void Brighten(CPropertyOutcome& outcome, const CPropertyPath& path, int nGrey)
 {
     // The records of a trapezium carry no compare grey; those of binarise mode measure from the limit.
-    const int nCmp = path.eMode == LawMode::Trapezium ? 0 : nGrey;
-    const int nLimit = path.eMode == LawMode::Binarise ? nGrey : 0;
+    const int nCmp = path.eMode == PropertyMode::Trapezium ? 0 : nGrey;
+    const int nLimit = path.eMode == PropertyMode::Binarise ? nGrey : 0;
     for (CDefectPair& pair : outcome.aPairs)
     {
         pair.nSrcGray += nGrey;
@@ -41,38 +41,38 @@ void Brighten(CLawOutcome& outcome, const CLawPath& path, int nGrey)
     }
 }
 
-class GreyLaws : public LawTest
+class GreyProperties : public PropertyTest
 {
 };
 
-INSTANTIATE_TEST_SUITE_P(Each, GreyLaws, testing::ValuesIn(LawModes()), ModeOfTest);
+INSTANTIATE_TEST_SUITE_P(Each, GreyProperties, testing::ValuesIn(PropertyModes()), ModeOfTest);
 
-// It holds where no threshold depends on the grey itself: no gain, no limit of grey, no dark limit of a zone. In
+// It holds where no threshold depends on the grey: no gain, no grey limit, no dark limit of a zone. In
 // average mode it needs windows of odd sizes, since even ones are larger than what their sums are divided by. Windows
-// of three rows count nothing above the region's first row, where there is then no light to add.
-TEST_P(GreyLaws, AddedGreyRaisesTheGreysAndNothingElse)
+// of three rows count nothing above the region's first row, where no grey is added.
+TEST_P(GreyProperties, AddedGreyRaisesTheGreysAndNothingElse)
 {
     ForEachCase(
-        [&](const CLawPath& path, std::uint64_t nSeed)
+        [&](const CPropertyPath& path, std::uint64_t nSeed)
         {
             if (path.LooksAbove())
                 return;
-            CLawWishes wishes;
-            wishes.bNoGain = true;
-            wishes.bNoGrayLimit = true;
-            CLawScene scene(path, nSeed, wishes);
-            CLawOutcome expected = scene.Run(m_pool);
+            CSceneOptions options;
+            options.bNoGain = true;
+            options.bNoGrayLimit = true;
+            CPropertyScene scene(path, nSeed, options);
+            CPropertyOutcome expected = scene.Run(m_pool);
             Count(expected);
-            const int nGrey = CRandom(nSeed + 1).Int(1, 255 - (scene.world.nBase + scene.world.nTop));
-            scene.world.nBase += nGrey;
-            if (path.eMode == LawMode::Binarise)
+            const int nGrey = CRandom(nSeed + 1).Int(1, 255 - (scene.picture.nBase + scene.picture.nTop));
+            scene.picture.nBase += nGrey;
+            if (path.eMode == PropertyMode::Binarise)
                 scene.param.nThreshold += nGrey;
-            CLawOutcome found = scene.Run(m_pool);
+            CPropertyOutcome found = scene.Run(m_pool);
             Brighten(expected, path, nGrey);
             // The lowest difference is chosen by comparing a peak with a difference, which rise by different amounts;
-            // the sum of thresholds stays behind when a blob moves to the place of another.
-            if (path.eMode == LawMode::Binarise)
-                for (CLawOutcome* pOutcome : {&expected, &found})
+            // the sum of thresholds is not copied when a blob replaces another.
+            if (path.eMode == PropertyMode::Binarise)
+                for (CPropertyOutcome* pOutcome : {&expected, &found})
                     for (CDefectBlob& blob : pOutcome->aBlobs)
                     {
                         blob.nMinDiff = 0;
@@ -82,17 +82,17 @@ TEST_P(GreyLaws, AddedGreyRaisesTheGreysAndNothingElse)
         });
 }
 
-TEST_P(GreyLaws, AGreyLimitAtTheBrightestGreyLimitsNothing)
+TEST_P(GreyProperties, AGreyLimitAtTheBrightestGreyLimitsNothing)
 {
     ForEachCase(
-        [&](const CLawPath& path, std::uint64_t nSeed)
+        [&](const CPropertyPath& path, std::uint64_t nSeed)
         {
-            CLawWishes wishes;
-            wishes.bNoGrayLimit = true;
-            CLawScene scene(path, nSeed, wishes);
-            const CLawOutcome expected = scene.Run(m_pool);
+            CSceneOptions options;
+            options.bNoGrayLimit = true;
+            CPropertyScene scene(path, nSeed, options);
+            const CPropertyOutcome expected = scene.Run(m_pool);
             Count(expected);
-            const std::vector<unsigned char> aPixels = scene.world.Render(scene.rtImage);
+            const std::vector<unsigned char> aPixels = scene.picture.Render(scene.rtImage);
             scene.param.nGrayLimit = *std::max_element(aPixels.begin(), aPixels.end());
             EXPECT_EQ(scene.Run(m_pool).DifferenceFrom(expected), "")
                 << "limit " << scene.param.nGrayLimit << ", " << scene.Describe();

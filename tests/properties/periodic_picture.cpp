@@ -1,5 +1,5 @@
-// See law_world.h.
-#include "laws/law_world.h"
+// See periodic_picture.h.
+#include "properties/periodic_picture.h"
 
 #include <algorithm>
 #include <cmath>
@@ -28,7 +28,7 @@ std::size_t NoisePlace(int x, int y)
 
 } // namespace
 
-void CLawWorld::Shuffle(CRandom& random)
+void CPeriodicPicture::Shuffle(CRandom& random)
 {
     for (double& dPhase : m_dPhase)
         dPhase = dTurn * random.Int(0, 999) / 1000.0;
@@ -37,14 +37,14 @@ void CLawWorld::Shuffle(CRandom& random)
         nNoiseStep = static_cast<signed char>(random.Int(-nNoise, nNoise));
 }
 
-double CLawWorld::InterpolationError(bool bAlongX) const
+double CPeriodicPicture::InterpolationError(bool bAlongX) const
 {
     const double dFrequency = dTurn / (bAlongX ? dPitchX : dPitchY);
     const double dCurvature = (dProduct + dAxis) * dAmplitude * dFrequency * dFrequency;
     return dCurvature / 8.0 + 1.0;
 }
 
-void CLawWorld::RenderRow(int nLeft, int nRight, int y, std::vector<float>& aRow) const
+void CPeriodicPicture::RenderRow(int nLeft, int nRight, int y, std::vector<float>& aRow) const
 {
     const double dY = dTurn * y / dPitchY;
     const double dProductY = dProduct * std::cos(dY + m_dPhase[0]);
@@ -57,7 +57,7 @@ void CLawWorld::RenderRow(int nLeft, int nRight, int y, std::vector<float>& aRow
     }
 }
 
-std::vector<unsigned char> CLawWorld::Render(const CRect& rtWindow) const
+std::vector<unsigned char> CPeriodicPicture::Render(const CRect& rtWindow) const
 {
     const int nWidth = rtWindow.Width();
     std::vector<int> aLevels(static_cast<std::size_t>(nWidth) * static_cast<std::size_t>(rtWindow.Height()));

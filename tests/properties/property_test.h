@@ -1,4 +1,4 @@
-// The frame of a law's test: every path of a mode, a number of random scenes on each, failures with path and seed.
+// Fixture of a property's test: every path of a mode, several random scenes on each; failures print path and seed.
 #pragma once
 
 #include <cstdint>
@@ -6,29 +6,29 @@
 
 #include <gtest/gtest.h>
 
-#include "laws/law_outcome.h"
-#include "laws/law_paths.h"
-#include "laws/law_scene.h"
+#include "properties/property_outcome.h"
+#include "properties/property_paths.h"
+#include "properties/property_scene.h"
 #include "support/seeds.h"
 #include "support/vector_levels.h"
 
 namespace narvo::test
 {
 
-class LawTest : public testing::TestWithParam<LawMode>
+class PropertyTest : public testing::TestWithParam<PropertyMode>
 {
 protected:
     static constexpr int nCases = 16; ///< scenes on each path
 
-    /// Calls Try(path, nSeed) for every path of the mode and every seed, each time at another vector level, until one
-    /// of them fails.
+    /// Calls Try(path, nSeed) for every path of the mode and every seed, cycling through the vector levels, until one
+    /// fails.
     template <typename FTry>
     void ForEachCase(FTry Try)
     {
         const std::vector<std::int64_t> aLevels = VectorLevels();
         CForcedLevel forced(aLevels.front());
         std::size_t nLevel = 0;
-        for (const CLawPath& path : LawPaths(GetParam()))
+        for (const CPropertyPath& path : PropertyPaths(GetParam()))
         {
             const std::vector<std::uint64_t> aSeeds = CaseSeeds(path.pName, nCases);
             m_bAllCases = aSeeds.size() == static_cast<std::size_t>(nCases);
@@ -42,8 +42,8 @@ protected:
         }
     }
 
-    /// The law's scenes must show something: blobs in a third of them or more.
-    void Count(const CLawOutcome& outcome)
+    /// The scenes must contain something: blobs in a third of them or more.
+    void Count(const CPropertyOutcome& outcome)
     {
         ++m_nRuns;
         m_nWithBlobs += outcome.aBlobs.empty() ? 0 : 1;
@@ -52,11 +52,11 @@ protected:
     {
         if (m_bAllCases)
         {
-            EXPECT_GE(3 * m_nWithBlobs, m_nRuns) << "the scenes show too little";
+            EXPECT_GE(3 * m_nWithBlobs, m_nRuns) << "too few scenes have blobs";
         }
     }
 
-    CLawPool m_pool;
+    CPropertyPool m_pool;
 
 private:
     bool m_bAllCases = false;
@@ -64,9 +64,9 @@ private:
     int m_nWithBlobs = 0;
 };
 
-inline std::string ModeOfTest(const testing::TestParamInfo<LawMode>& mode)
+inline std::string ModeOfTest(const testing::TestParamInfo<PropertyMode>& mode)
 {
-    return LawModeName(mode.param);
+    return PropertyModeName(mode.param);
 }
 
 } // namespace narvo::test

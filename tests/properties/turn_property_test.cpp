@@ -1,16 +1,16 @@
-// No direction is special: a picture turned or reflected has its defects turned or reflected, away from the region's
-// edges, where the bands and the uncovered rests of strips lie on particular sides.
+// No direction is special: a rotated or reflected picture has rotated or reflected defects, away from the region's
+// edges, where the bands and the uncovered ends of strips are on particular sides.
 #include <algorithm>
 #include <utility>
 
-#include "laws/law_test.h"
+#include "properties/property_test.h"
 
 namespace narvo::test
 {
 namespace
 {
 
-/// What a defect keeps when it is turned. The shape values follow from the extreme points, which name corners by side.
+/// What rotation preserves of a defect. The shape values depend on the extreme points, whose corners are named by side.
 struct CTurned
 {
     CRect rtDefect;
@@ -22,7 +22,7 @@ struct CTurned
     }
 };
 
-std::vector<CTurned> Defects(const CLawOutcome& outcome)
+std::vector<CTurned> Defects(const CPropertyOutcome& outcome)
 {
     std::vector<CTurned> aDefects;
     for (const CDefectBlob& blob : outcome.aBlobs)
@@ -33,18 +33,18 @@ std::vector<CTurned> Defects(const CLawOutcome& outcome)
     return aDefects;
 }
 
-/// One flat picture with three defects amid the region, no two in the same rows or columns, far from its edges.
-CLawScene LoneDefects(const CLawPath& path, std::uint64_t nSeed)
+/// A flat picture with three defects in the middle of the region, no two in the same rows or columns.
+CPropertyScene IsolatedDefects(const CPropertyPath& path, std::uint64_t nSeed)
 {
-    CLawWishes wishes;
-    wishes.bFlat = true;
-    wishes.bWholePitch = true;
-    wishes.bSteadyTables = true;
-    wishes.bDeadZones = false;
-    wishes.bNoGrayLimit = true;
-    wishes.nPitches = 14;
-    wishes.nDefects = 0;
-    CLawScene scene(path, nSeed, wishes);
+    CSceneOptions options;
+    options.bFlat = true;
+    options.bWholePitch = true;
+    options.bSteadyTables = true;
+    options.bDeadZones = false;
+    options.bNoGrayLimit = true;
+    options.nPitches = 14;
+    options.nDefects = 0;
+    CPropertyScene scene(path, nSeed, options);
     scene.bSkipCells = false;
     for (std::vector<short>* pMap : {&scene.aOffset, &scene.aOffset2})
         std::fill(pMap->begin(), pMap->end(), static_cast<short>(scene.param.nThreshold));
@@ -56,7 +56,7 @@ CLawScene LoneDefects(const CLawPath& path, std::uint64_t nSeed)
     for (const int nPlace : {52, 64, 76})
     {
         const CPoint pt(rt.left + nPlace, rt.top + nPlace);
-        scene.world.aDefects.push_back(
+        scene.picture.aDefects.push_back(
             {CRect(pt.x, pt.y, pt.x + random.Int(1, 4), pt.y + random.Int(1, 4)), random.OneIn(2) ? 80 : -80});
     }
     return scene;
@@ -82,31 +82,31 @@ std::string Text(const std::vector<CTurned>& aDefects)
 }
 
 /// Whether both lists hold the same defects in any order.
-void ExpectSame(const std::vector<CTurned>& aFound, const std::vector<CTurned>& aExpected, const CLawScene& scene)
+void ExpectSame(const std::vector<CTurned>& aFound, const std::vector<CTurned>& aExpected, const CPropertyScene& scene)
 {
     EXPECT_TRUE(std::is_permutation(aFound.begin(), aFound.end(), aExpected.begin(), aExpected.end()))
         << "found" << Text(aFound) << "\nexpected" << Text(aExpected) << '\n'
         << scene.Describe();
 }
 
-class ReflectLaws : public LawTest
+class ReflectProperties : public PropertyTest
 {
 };
 
-INSTANTIATE_TEST_SUITE_P(Each, ReflectLaws, testing::Values(LawMode::Zone, LawMode::Pixel, LawMode::AsgPixel),
-                         ModeOfTest);
+INSTANTIATE_TEST_SUITE_P(Each, ReflectProperties,
+                         testing::Values(PropertyMode::Zone, PropertyMode::Pixel, PropertyMode::AsgPixel), ModeOfTest);
 
-// Comparisons of single pixels: a window's defect stands at its upper left pixel. The two passes of the twice kernels
-// report one defect twice.
-TEST_P(ReflectLaws, AReflectedPictureHasReflectedDefects)
+// Comparisons of single pixels only: the defect of a window is reported at its upper left pixel. The two passes of the
+// twice kernels report one defect twice.
+TEST_P(ReflectProperties, AReflectedPictureHasReflectedDefects)
 {
     ForEachCase(
-        [&](const CLawPath& path, std::uint64_t nSeed)
+        [&](const CPropertyPath& path, std::uint64_t nSeed)
         {
             if (path.bMean || path.bSideways || path.bTwice)
                 return;
-            CLawScene scene = LoneDefects(path, nSeed);
-            const CLawOutcome outcome = scene.Run(m_pool);
+            CPropertyScene scene = IsolatedDefects(path, nSeed);
+            const CPropertyOutcome outcome = scene.Run(m_pool);
             Count(outcome);
             const CRect rt = scene.param.rtInspect;
             for (const bool bAlongX : {true, false})
@@ -119,28 +119,30 @@ TEST_P(ReflectLaws, AReflectedPictureHasReflectedDefects)
                                       : CRect(rtPlace.left, rt.top + rt.bottom - rtPlace.bottom, rtPlace.right,
                                               rt.top + rt.bottom - rtPlace.top);
                 };
-                CLawScene reflected = scene;
+                CPropertyScene reflected = scene;
                 for (CTurned& defect : aExpected)
                     Reflect(defect.rtDefect);
-                for (CLawWorld::CDefect& defect : reflected.world.aDefects)
+                for (CPeriodicPicture::CDefect& defect : reflected.picture.aDefects)
                     Reflect(defect.rtPlace);
                 ExpectSame(Defects(reflected.Run(m_pool)), aExpected, scene);
             }
         });
 }
 
-TEST(TurnLaws, APictureTurnedOnItsSideHasItsDefectsTurned)
+TEST(TurnProperties, ATransposedPictureHasTransposedDefects)
 {
-    CLawPool pool;
-    const std::vector<CLawPath> aPaths = LawPaths(LawMode::Pixel);
-    const auto Named = [&](const std::string& strName) {
-        return *std::find_if(aPaths.begin(), aPaths.end(), [&](const CLawPath& path) { return path.pName == strName; });
+    CPropertyPool pool;
+    const std::vector<CPropertyPath> aPaths = PropertyPaths(PropertyMode::Pixel);
+    const auto Named = [&](const std::string& strName)
+    {
+        return *std::find_if(aPaths.begin(), aPaths.end(),
+                             [&](const CPropertyPath& path) { return path.pName == strName; });
     };
     for (const std::uint64_t nSeed : CaseSeeds("turn", 40))
         for (const bool bExtended : {false, true})
         {
             const std::string strKind = bExtended ? ", extended" : "";
-            CLawScene scene = LoneDefects(Named("pixel, along x" + strKind), nSeed);
+            CPropertyScene scene = IsolatedDefects(Named("pixel, along x" + strKind), nSeed);
             std::vector<CTurned> aExpected = Defects(scene.Run(pool));
             EXPECT_EQ(aExpected.size(), 3U) << scene.Describe();
             for (CTurned& defect : aExpected)
@@ -155,7 +157,7 @@ TEST(TurnLaws, APictureTurnedOnItsSideHasItsDefectsTurned)
             param.rtMarginFrame = Transposed(param.rtMarginFrame);
             scene.rtImage = Transposed(scene.rtImage);
             scene.rtImage.right = (scene.rtImage.right + 15) & ~15;
-            for (CLawWorld::CDefect& defect : scene.world.aDefects)
+            for (CPeriodicPicture::CDefect& defect : scene.picture.aDefects)
                 defect.rtPlace = Transposed(defect.rtPlace);
             ExpectSame(Defects(scene.Run(pool)), aExpected, scene);
         }

@@ -1,20 +1,20 @@
-// Dead zones keep records out of their places and have no other say.
+// Dead zones suppress the records inside them and change nothing else.
 #include <algorithm>
 
-#include "laws/law_test.h"
+#include "properties/property_test.h"
 
 namespace narvo::test
 {
 namespace
 {
 
-class DeadZoneLaws : public LawTest
+class DeadZoneProperties : public PropertyTest
 {
 };
 
-INSTANTIATE_TEST_SUITE_P(Each, DeadZoneLaws, testing::ValuesIn(LawModes()), ModeOfTest);
+INSTANTIATE_TEST_SUITE_P(Each, DeadZoneProperties, testing::ValuesIn(PropertyModes()), ModeOfTest);
 
-void ClearDeadZones(CLawScene& scene)
+void ClearDeadZones(CPropertyScene& scene)
 {
     std::fill(std::begin(scene.param.rtDeadZone), std::end(scene.param.rtDeadZone), CRect(0, 0, 0, 0));
 }
@@ -26,18 +26,18 @@ CRect RandomZone(CRandom& random, const CRect& rtInspect, int nLargest)
     return {nLeft, nTop, nLeft + random.Int(1, nLargest), nTop + random.Int(1, nLargest)};
 }
 
-TEST_P(DeadZoneLaws, TheirOrderDoesNotMatterNorOneInsideAnother)
+TEST_P(DeadZoneProperties, OrderAndNestingDoNotMatter)
 {
     ForEachCase(
-        [&](const CLawPath& path, std::uint64_t nSeed)
+        [&](const CPropertyPath& path, std::uint64_t nSeed)
         {
             CRandom random(nSeed);
-            CLawScene scene(path, nSeed);
+            CPropertyScene scene(path, nSeed);
             ClearDeadZones(scene);
             const int nZones = random.Int(2, 5);
             for (int i = 0; i < nZones; ++i)
                 scene.param.rtDeadZone[i] = RandomZone(random, scene.param.rtInspect, 25);
-            const CLawOutcome expected = scene.Run(m_pool);
+            const CPropertyOutcome expected = scene.Run(m_pool);
             Count(expected);
             std::reverse(scene.param.rtDeadZone, scene.param.rtDeadZone + nZones);
             CRect rtInner = scene.param.rtDeadZone[0];
@@ -47,17 +47,17 @@ TEST_P(DeadZoneLaws, TheirOrderDoesNotMatterNorOneInsideAnother)
         });
 }
 
-// The search that a zone ends early leaves the partner free, so a zone over records may bring others; one over none
-// does not.
-TEST_P(DeadZoneLaws, AZoneOverNoRecordChangesNothing)
+// A zone that drops a hit leaves its partner free, so a zone over records can cause other records; a zone over none
+// cannot.
+TEST_P(DeadZoneProperties, AZoneOverNoRecordChangesNothing)
 {
     ForEachCase(
-        [&](const CLawPath& path, std::uint64_t nSeed)
+        [&](const CPropertyPath& path, std::uint64_t nSeed)
         {
             CRandom random(nSeed);
-            CLawScene scene(path, nSeed);
+            CPropertyScene scene(path, nSeed);
             ClearDeadZones(scene);
-            const CLawOutcome expected = scene.Run(m_pool);
+            const CPropertyOutcome expected = scene.Run(m_pool);
             Count(expected);
             for (int i = 0; i < CConvParam::nDeadZoneLimit - 1;)
             {
@@ -73,22 +73,22 @@ TEST_P(DeadZoneLaws, AZoneOverNoRecordChangesNothing)
         });
 }
 
-// Kernels that take no dead zones behave as if there were none.
-TEST_P(DeadZoneLaws, NoRecordLiesInsideOneWhereTheyCount)
+// Kernels without dead zones ignore them.
+TEST_P(DeadZoneProperties, NoRecordLiesInsideAnActiveZone)
 {
     ForEachCase(
-        [&](const CLawPath& path, std::uint64_t nSeed)
+        [&](const CPropertyPath& path, std::uint64_t nSeed)
         {
             CRandom random(nSeed);
-            CLawScene scene(path, nSeed);
+            CPropertyScene scene(path, nSeed);
             ClearDeadZones(scene);
-            const CLawOutcome without = scene.Run(m_pool);
+            const CPropertyOutcome without = scene.Run(m_pool);
             Count(without);
             CRect& rtZone = scene.param.rtDeadZone[0];
             rtZone = RandomZone(random, scene.param.rtInspect, 30);
             for (int nGrowth = 0; nGrowth < 3; ++nGrowth)
             {
-                const CLawOutcome found = scene.Run(m_pool);
+                const CPropertyOutcome found = scene.Run(m_pool);
                 if (path.HasDeadZones())
                 {
                     EXPECT_TRUE(std::none_of(found.aPairs.begin(), found.aPairs.end(),

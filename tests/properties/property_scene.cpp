@@ -1,5 +1,5 @@
-// See law_scene.h.
-#include "laws/law_scene.h"
+// See property_scene.h.
+#include "properties/property_scene.h"
 
 #include <algorithm>
 #include <cmath>
@@ -25,7 +25,7 @@ int TableDraw(std::uint64_t nSalt, int nBlock)
     return static_cast<int>(CRandom(nSalt + static_cast<std::uint64_t>(static_cast<std::int64_t>(nBlock))).Next() % 3);
 }
 
-/// A map as the library reads it: one cell, repeated over an area that no walk leaves.
+/// A map as the library reads it: one cell, repeated over every place that the library reads.
 class CMap
 {
 public:
@@ -56,14 +56,14 @@ private:
 class CHostBlock
 {
 public:
-    explicit CHostBlock(const CLawScene& scene);
+    explicit CHostBlock(const CPropertyScene& scene);
     CConvParam param;
 
 private:
     void SpoilBeyond(const CRect& rtKept, const CRect& rtImage);
-    void GiveMaps(const CLawScene& scene);
-    void GiveGrid(const CLawScene& scene);
-    void GiveTables(const CLawScene& scene);
+    void SetMaps(const CPropertyScene& scene);
+    void SetGrid(const CPropertyScene& scene);
+    void SetTables(const CPropertyScene& scene);
 
     std::vector<unsigned char> m_aImage;
     std::vector<CMap> m_aMaps;
@@ -74,7 +74,7 @@ private:
     int m_aFilterOffset[16], m_aFilterGain[16], m_aZoneTable[16], m_aZoneTableGain[16];
 };
 
-CHostBlock::CHostBlock(const CLawScene& scene) : param(scene.param), m_aImage(scene.world.Render(scene.rtImage))
+CHostBlock::CHostBlock(const CPropertyScene& scene) : param(scene.param), m_aImage(scene.picture.Render(scene.rtImage))
 {
     if (scene.bNoiseBeyondReach)
         SpoilBeyond(Grown(scene.param.rtInspect, scene.Reach(), scene.Reach()), scene.rtImage);
@@ -98,11 +98,11 @@ CHostBlock::CHostBlock(const CLawScene& scene) : param(scene.param), m_aImage(sc
     }
     if (scene.path.IsZone())
     {
-        GiveMaps(scene);
-        GiveGrid(scene);
+        SetMaps(scene);
+        SetGrid(scene);
     }
     if (scene.path.bTable)
-        GiveTables(scene);
+        SetTables(scene);
 }
 
 /// Noise in place of the picture outside rtKept.
@@ -116,7 +116,7 @@ void CHostBlock::SpoilBeyond(const CRect& rtKept, const CRect& rtImage)
                 *pPixel = static_cast<unsigned char>(random.Next());
 }
 
-void CHostBlock::GiveMaps(const CLawScene& scene)
+void CHostBlock::SetMaps(const CPropertyScene& scene)
 {
     const auto Map = [&](const std::vector<short>& aCell)
     {
@@ -145,9 +145,9 @@ void CHostBlock::GiveMaps(const CLawScene& scene)
     }
 }
 
-/// The grid begins one row above the cell in which the region begins, since comparisons along y step over one row, and
-/// goes on behind the region as far as the walks' last steps do.
-void CHostBlock::GiveGrid(const CLawScene& scene)
+/// The grid begins one row above the cell in which the region begins, since comparisons along y skip one row, and
+/// extends beyond the region as far as the walks' last steps do.
+void CHostBlock::SetGrid(const CPropertyScene& scene)
 {
     constexpr int nSpare = 4;
     const int nColumns = scene.param.rtInspect.Width() / scene.nCellWidth + nSpare;
@@ -165,9 +165,9 @@ void CHostBlock::GiveGrid(const CLawScene& scene)
     param.pZoneOriginTable = m_aGrid.data() + (scene.path.IsVertical() ? 0 : 2 * nColumns);
 }
 
-void CHostBlock::GiveTables(const CLawScene& scene)
+void CHostBlock::SetTables(const CPropertyScene& scene)
 {
-    const bool bTrapezium = scene.path.eMode == LawMode::Trapezium;
+    const bool bTrapezium = scene.path.eMode == PropertyMode::Trapezium;
     const bool bRound = bTrapezium || scene.path.IsFloat();
     const int nPitch16 = static_cast<int>(scene.RealPitch() * 16.0 + (bRound ? 0.5 : 0.0));
     const auto Entry = [&](int nBlock)
@@ -204,20 +204,21 @@ int Down16(int nPlace)
 
 } // namespace
 
-CLawScene::CLawScene(const CLawPath& path_, std::uint64_t nSeed, const CLawWishes& wishes) : path(path_), m_nSeed(nSeed)
+CPropertyScene::CPropertyScene(const CPropertyPath& path_, std::uint64_t nSeed, const CSceneOptions& options)
+    : path(path_), m_nSeed(nSeed)
 {
     CRandom random(nSeed);
-    ChooseGeometry(random, wishes);
-    ChooseThresholds(random, wishes);
-    ChooseFilters(random, wishes);
+    ChooseGeometry(random, options);
+    ChooseThresholds(random, options);
+    ChooseFilters(random, options);
     if (path.IsZone())
-        ChooseZones(random, wishes);
+        ChooseZones(random, options);
     ChooseTrapezium(random);
-    ChooseDefects(random, wishes);
-    world.Shuffle(random);
+    ChooseDefects(random, options);
+    picture.Shuffle(random);
 }
 
-void CLawScene::ChooseGeometry(CRandom& random, const CLawWishes& wishes)
+void CPropertyScene::ChooseGeometry(CRandom& random, const CSceneOptions& options)
 {
     param.nDirection = path.nDirection;
     param.nConvWidth = path.nWindowWidth;
@@ -226,10 +227,10 @@ void CLawScene::ChooseGeometry(CRandom& random, const CLawWishes& wishes)
     param.nScanMultiple = random.OneIn(3) ? 2 : 1;
     const auto Pitch = [&](int nMultiple, bool bCompared)
     {
-        // Every distance compared is a whole number of 16ths, so that no law meets a rounded one.
-        const int nFraction = wishes.bWholePitch                   ? 0
-                              : bCompared && wishes.nFraction >= 0 ? wishes.nFraction
-                                                                   : random.Int(0, 15);
+        // Every compare distance is a whole number of 16ths, so that none is rounded.
+        const int nFraction = options.bWholePitch                   ? 0
+                              : bCompared && options.nFraction >= 0 ? options.nFraction
+                                                                    : random.Int(0, 15);
         return (random.Int(9, 17) + nFraction / 16.0) / nMultiple;
     };
     param.dConvPitch = Pitch(param.nConvMultiple, !path.IsVertical());
@@ -240,40 +241,40 @@ void CLawScene::ChooseGeometry(CRandom& random, const CLawWishes& wishes)
     if (path.bClassPitch)
         param.dClassPitch = 1.0;
 
-    const auto Side = [&](double dPitch) { return static_cast<int>(wishes.nPitches * dPitch) + random.Int(8, 60); };
+    const auto Side = [&](double dPitch) { return static_cast<int>(options.nPitches * dPitch) + random.Int(8, 60); };
     const int nWidth = Side(param.GetRealConvPitch());
     const int nHeight = Side(param.GetRealScanPitch());
     const int nLeft = 512 + random.Int(0, 40);
     const int nTop = 512 + random.Int(0, 40);
     param.rtInspect = CRect(nLeft, nTop, nLeft + nWidth, nTop + nHeight);
-    // The filters see rows of a multiple of 4 pixels, so other widths would shear what they read.
+    // The filters assume rows of a multiple of 4 pixels, so they would read other widths askew.
     rtImage = CRect(Down16(nLeft - Reach()), Down16(nTop - Reach()), Down16(nLeft + nWidth + Reach()) + 16,
                     nTop + nHeight + Reach());
 
-    world.dPitchX = param.dConvPitch;
-    world.dPitchY = param.dScanPitch;
-    world.nStep = wishes.nStep;
-    world.nBase = random.Int(1, std::min(40, 250 - wishes.nStep));
-    world.nTop = std::max(1, std::min(200, 250 - world.nBase) / wishes.nStep);
-    world.dAmplitude = wishes.bFlat ? 0.0 : random.Int(0, 2 * world.nTop) / 8.0;
-    world.nNoise = wishes.nNoise >= 0 ? wishes.nNoise : random.Pick({0, 0, 1, 3});
-    if (wishes.bFlat || wishes.nStep > 8)
-        world.nNoise = 0;
-    if (path.bTable && !wishes.bSteadyTables)
+    picture.dPitchX = param.dConvPitch;
+    picture.dPitchY = param.dScanPitch;
+    picture.nStep = options.nStep;
+    picture.nBase = random.Int(1, std::min(40, 250 - options.nStep));
+    picture.nTop = std::max(1, std::min(200, 250 - picture.nBase) / options.nStep);
+    picture.dAmplitude = options.bFlat ? 0.0 : random.Int(0, 2 * picture.nTop) / 8.0;
+    picture.nNoise = options.nNoise >= 0 ? options.nNoise : random.Pick({0, 0, 1, 3});
+    if (options.bFlat || options.nStep > 8)
+        picture.nNoise = 0;
+    if (path.bTable && !options.bSteadyTables)
         nTableSalt = random.Next() | 1;
 }
 
-void CLawScene::ChooseThresholds(CRandom& random, const CLawWishes& wishes)
+void CPropertyScene::ChooseThresholds(CRandom& random, const CSceneOptions& options)
 {
     const int nArea = path.nWindowWidth * path.nWindowHeight;
-    const int nGain = wishes.bNoGain || wishes.bEvenHanded ? 0 : random.Pick({0, 10, 30});
+    const int nGain = options.bNoGain || options.bEvenHanded ? 0 : random.Pick({0, 10, 30});
     param.nThreshold = random.Int(4, 40) * (path.IsWindowed() && !path.bMean ? nArea : 1);
     param.nThresholdGain = nGain;
     param.nThresholdExtra = random.Pick({0, 0, 3});
-    param.nGrayLimit = wishes.bNoGrayLimit ? 255 : random.Pick({255, 255, 230, 160});
+    param.nGrayLimit = options.bNoGrayLimit ? 255 : random.Pick({255, 255, 230, 160});
     param.bKeepSingle = random.OneIn(3) ? 0 : 1;
     param.nMultiType = random.Int(-1, 7);
-    if (path.bDarkSet && !wishes.bEvenHanded)
+    if (path.bDarkSet && !options.bEvenHanded)
     {
         param.nBlackFilterGray = random.Int(3, 40);
         param.nBlackFilterGain = nGain;
@@ -291,25 +292,25 @@ void CLawScene::ChooseThresholds(CRandom& random, const CLawWishes& wishes)
 
     switch (path.eMode)
     {
-    case LawMode::Pixel:
-    case LawMode::AsgPixel:
+    case PropertyMode::Pixel:
+    case PropertyMode::AsgPixel:
         param.nInspectMode = 1;
         break;
-    case LawMode::Zone:
-    case LawMode::AsgZone:
+    case PropertyMode::Zone:
+    case PropertyMode::AsgZone:
         param.nInspectMode = random.Int(0, 1);
         break;
-    case LawMode::Binarise:
+    case PropertyMode::Binarise:
         param.nInspectMode = 2;
-        param.nThreshold = world.nBase + world.nStep * random.Int(1, std::max(1, world.nTop / 3));
+        param.nThreshold = picture.nBase + picture.nStep * random.Int(1, std::max(1, picture.nTop / 3));
         break;
-    case LawMode::Average:
+    case PropertyMode::Average:
         param.nInspectMode = 3;
-        // Odd windows alone are of the size that their sums are divided by.
+        // Only odd windows have the size that their sums are divided by.
         param.nAverageParam2 = random.Pick({1, 3, 5});
         param.nAverageParam1 = param.nAverageParam2 * random.Pick({3, 5});
         param.nThreshold = random.Int(2, 25);
-        param.nBlackFilterGray = wishes.bEvenHanded ? -param.nThreshold : -random.Int(2, 25);
+        param.nBlackFilterGray = options.bEvenHanded ? -param.nThreshold : -random.Int(2, 25);
         break;
     default:
         param.nInspectMode = 0;
@@ -317,27 +318,27 @@ void CLawScene::ChooseThresholds(CRandom& random, const CLawWishes& wishes)
     }
 }
 
-void CLawScene::ChooseFilters(CRandom& random, const CLawWishes& wishes)
+void CPropertyScene::ChooseFilters(CRandom& random, const CSceneOptions& options)
 {
-    param.bFalseFilter = wishes.bFilters && !random.OneIn(3) ? 1 : 0;
+    param.bFalseFilter = options.bFilters && !random.OneIn(3) ? 1 : 0;
     param.bMarginFilter = random.Int(0, 1);
     param.nFilterMode = random.Int(0, 1);
     param.nFilterMode2 = random.Int(0, 1);
     param.nMergeDivision = random.Int(0, 6);
     param.dPixelSizeX = random.Pick({0.0, 1.0, 2.5});
     param.dPixelSizeY = random.Pick({0.0, 1.0, 3.0});
-    // Without a frame the margin filters go by the image's sides.
+    // Without a frame the margin filters use the image's sides.
     param.rtMarginFrame = Grown(param.rtInspect, random.Pick({0, 3, 8}), random.Pick({0, 3, 8}));
     bFilterTables = random.OneIn(3);
     for (int nZone = 0; nZone < 16; ++nZone)
     {
         aFilterOffset[nZone] = random.Int(0, 25);
-        aFilterGain[nZone] = wishes.bNoGain || wishes.bEvenHanded ? 0 : random.Int(0, 20);
-        const bool bLimits = !wishes.bNoGain && !wishes.bEvenHanded && random.OneIn(8);
+        aFilterGain[nZone] = options.bNoGain || options.bEvenHanded ? 0 : random.Int(0, 20);
+        const bool bLimits = !options.bNoGain && !options.bEvenHanded && random.OneIn(8);
         param.nDarkGrayLimit[nZone] = bLimits ? random.Int(40, 250) : 0;
-        param.nBrightMinDiff[nZone] = !wishes.bEvenHanded && random.OneIn(8) ? random.Int(5, 40) : 0;
+        param.nBrightMinDiff[nZone] = !options.bEvenHanded && random.OneIn(8) ? random.Int(5, 40) : 0;
     }
-    if (wishes.bDeadZones && random.OneIn(2))
+    if (options.bDeadZones && random.OneIn(2))
         for (int i = random.Int(1, 3); i >= 0; --i)
         {
             const int nLeft = random.Int(param.rtInspect.left, param.rtInspect.right);
@@ -346,7 +347,7 @@ void CLawScene::ChooseFilters(CRandom& random, const CLawWishes& wishes)
         }
 }
 
-void CLawScene::ChooseZones(CRandom& random, const CLawWishes& wishes)
+void CPropertyScene::ChooseZones(CRandom& random, const CSceneOptions& options)
 {
     nCellWidth = static_cast<int>(param.GetZoneConvPitch());
     nCellHeight = static_cast<int>(param.GetZoneScanPitch());
@@ -355,7 +356,7 @@ void CLawScene::ChooseZones(CRandom& random, const CLawWishes& wishes)
     const std::size_t nSize = static_cast<std::size_t>(nCellWidth) * static_cast<std::size_t>(nCellHeight);
     const int nThreshold = random.Int(4, 40);
     const int nClosed = 32700; // passes no pixel; with a gain, a higher value would wrap and pass all
-    const bool bGain = !wishes.bNoGain && !wishes.bEvenHanded;
+    const bool bGain = !options.bNoGain && !options.bEvenHanded;
     for (std::size_t i = 0; i < nSize; ++i)
     {
         aOffset.push_back(static_cast<short>(random.OneIn(40) ? nClosed : nThreshold + random.Int(0, 3)));
@@ -365,7 +366,7 @@ void CLawScene::ChooseZones(CRandom& random, const CLawWishes& wishes)
         aOffset2.push_back(static_cast<short>(nThreshold + random.Int(0, 8)));
         aGain2.push_back(static_cast<short>(bGain ? random.Int(0, 20) : 0));
     }
-    // The knee looks at the grey itself, and so does the dark set.
+    // The knee depends on the grey itself, and so does the dark set.
     if (!bGain)
         aOffset2 = aOffset;
     for (int nZone = 0; nZone < 16; ++nZone)
@@ -379,7 +380,7 @@ void CLawScene::ChooseZones(CRandom& random, const CLawWishes& wishes)
 }
 
 /// A trapezium inside the region, slanted a little, with its level sides along the compare direction.
-void CLawScene::ChooseTrapezium(CRandom& random)
+void CPropertyScene::ChooseTrapezium(CRandom& random)
 {
     const CRect& rt = param.rtInspect;
     CPadPoint(&ptCorner)[4] = param.trapInspect.ptCorner;
@@ -400,10 +401,10 @@ void CLawScene::ChooseTrapezium(CRandom& random)
     ptCorner[2].y = ptCorner[3].y;
 }
 
-void CLawScene::ChooseDefects(CRandom& random, const CLawWishes& wishes)
+void CPropertyScene::ChooseDefects(CRandom& random, const CSceneOptions& options)
 {
-    const int nCount = wishes.nDefects >= 0 ? wishes.nDefects : random.Pick({1, 4, 12, 40});
-    const int nGrow = wishes.nMargin >= 0 ? -wishes.nMargin : 6;
+    const int nCount = options.nDefects >= 0 ? options.nDefects : random.Pick({1, 4, 12, 40});
+    const int nGrow = options.nMargin >= 0 ? -options.nMargin : 6;
     const CRect rtField = Grown(param.rtInspect, nGrow, nGrow);
     for (int i = 0; i < nCount; ++i)
     {
@@ -411,13 +412,13 @@ void CLawScene::ChooseDefects(CRandom& random, const CLawWishes& wishes)
         const int nHeight = random.Int(1, 4);
         const int nLeft = random.Int(rtField.left, std::max(rtField.left, rtField.right - nWidth));
         const int nTop = random.Int(rtField.top, std::max(rtField.top, rtField.bottom - nHeight));
-        const int nSteps = std::max(1, random.Int(10, 120) / world.nStep);
-        world.aDefects.push_back(
+        const int nSteps = std::max(1, random.Int(10, 120) / picture.nStep);
+        picture.aDefects.push_back(
             {CRect(nLeft, nTop, nLeft + nWidth, nTop + nHeight), random.OneIn(2) ? nSteps : -nSteps});
     }
 }
 
-int CLawScene::Reach() const
+int CPropertyScene::Reach() const
 {
     double dPitch = std::max(param.GetRealConvPitch(), param.GetRealScanPitch());
     // The second pass of the twice kernels takes the multiples of the first.
@@ -426,12 +427,12 @@ int CLawScene::Reach() const
     return static_cast<int>(2.0 * dPitch) + 8;
 }
 
-double CLawScene::RealPitch() const
+double CPropertyScene::RealPitch() const
 {
     return path.IsVertical() ? param.GetRealScanPitch() : param.GetRealConvPitch();
 }
 
-void CLawScene::EnterGridAtRegion()
+void CPropertyScene::EnterGridAtRegion()
 {
     if (!path.IsZone())
         return;
@@ -439,12 +440,12 @@ void CLawScene::EnterGridAtRegion()
     ptCell.y += (param.rtInspect.top - ptCell.y) / nCellHeight * nCellHeight;
 }
 
-CPoint CLawScene::Middle() const
+CPoint CPropertyScene::Middle() const
 {
     return {(param.rtInspect.left + param.rtInspect.right) / 2, (param.rtInspect.top + param.rtInspect.bottom) / 2};
 }
 
-CLawOutcome CLawScene::Run(CLawPool& pool, int nLane) const
+CPropertyOutcome CPropertyScene::Run(CPropertyPool& pool, int nLane) const
 {
     CHostBlock host(*this);
     CAssemControl& control = pool.Control();
@@ -452,24 +453,24 @@ CLawOutcome CLawScene::Run(CLawPool& pool, int nLane) const
     int nCode = 0;
     switch (path.eMode)
     {
-    case LawMode::Trapezium:
+    case PropertyMode::Trapezium:
         nCode = control.Inspect_Trapezium(nLane, &host.param);
         break;
-    case LawMode::AsgZone:
-    case LawMode::AsgPixel:
+    case PropertyMode::AsgZone:
+    case PropertyMode::AsgPixel:
         nCode = control.Inspect_Rect(nLane, &host.param, 1);
         break;
     default:
         nCode = control.Inspect_Rect(nLane, &host.param, 0);
         break;
     }
-    CLawOutcome outcome = CLawOutcome::Read(
+    CPropertyOutcome outcome = CPropertyOutcome::Read(
         pool.Lane(nLane), nCode, path.IsVertical() && param.bBandThread != 0 && param.rtInspect.Width() >= 4000);
     outcome.Move(rtImage.left, rtImage.top);
     return outcome;
 }
 
-std::string CLawScene::Describe() const
+std::string CPropertyScene::Describe() const
 {
     std::ostringstream text;
     text << path.pName << ", region " << param.rtInspect.left << ' ' << param.rtInspect.top << ' '

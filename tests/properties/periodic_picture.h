@@ -1,5 +1,5 @@
-// An endless periodic picture with noise and defects, of which a test takes any window. Coordinates are those of the
-// picture; greys are nBase plus a whole number of steps, so that a test can keep clear of rounding.
+// An endless periodic picture with noise and defects, from which a test takes any window. Coordinates are those of the
+// picture; greys are nBase plus a whole number of steps, so that a test can avoid rounding.
 #pragma once
 
 #include <vector>
@@ -10,7 +10,7 @@
 namespace narvo::test
 {
 
-class CLawWorld
+class CPeriodicPicture
 {
 public:
     /// Steps of grey added to every pixel of a rectangle.
@@ -28,7 +28,7 @@ public:
     int nTop = 200;        ///< steps from the lowest grey to the highest
     double dAmplitude = 0; ///< steps from the middle to the pattern's extremes
     int nNoise = 0;        ///< steps of noise either way
-    bool bMirror = false;  ///< every grey v is shown as 255 - v
+    bool bMirror = false;  ///< every grey v is rendered as 255 - v
     std::vector<CDefect> aDefects;
 
     /// Draws the pattern's phases and the noise.

@@ -1,5 +1,5 @@
-// See law_paths.h.
-#include "laws/law_paths.h"
+// See property_paths.h.
+#include "properties/property_paths.h"
 
 #include <algorithm>
 #include <iterator>
@@ -10,10 +10,10 @@ namespace narvo::test
 namespace
 {
 
-const std::vector<CLawPath>& AllPaths()
+const std::vector<CPropertyPath>& AllPaths()
 {
-    using enum LawMode;
-    static const std::vector<CLawPath> aPaths = {
+    using enum PropertyMode;
+    static const std::vector<CPropertyPath> aPaths = {
         {.pName = "zone, along x", .eMode = Zone, .nDirection = 0},
         {.pName = "zone, along x, pitch table", .eMode = Zone, .nDirection = 0, .bTable = true},
         {.pName = "zone, along y", .eMode = Zone, .nDirection = 1},
@@ -166,40 +166,40 @@ const std::vector<CLawPath>& AllPaths()
 
 } // namespace
 
-bool CLawPath::HasDeadZones() const
+bool CPropertyPath::HasDeadZones() const
 {
     if (!bExtended || !IsVertical())
         return false;
     switch (eMode)
     {
-    case LawMode::Zone:
+    case PropertyMode::Zone:
         return bZoneTables || bDarkSet || (bSideways && !bTable);
-    case LawMode::Pixel:
+    case PropertyMode::Pixel:
         return bTwice;
-    case LawMode::Float:
+    case PropertyMode::Float:
         return true;
     default:
         return false;
     }
 }
 
-std::vector<CLawPath> LawPaths(LawMode eMode)
+std::vector<CPropertyPath> PropertyPaths(PropertyMode eMode)
 {
-    std::vector<CLawPath> aPaths;
+    std::vector<CPropertyPath> aPaths;
     std::copy_if(AllPaths().begin(), AllPaths().end(), std::back_inserter(aPaths),
-                 [eMode](const CLawPath& path) { return path.eMode == eMode; });
+                 [eMode](const CPropertyPath& path) { return path.eMode == eMode; });
     return aPaths;
 }
 
-const std::vector<LawMode>& LawModes()
+const std::vector<PropertyMode>& PropertyModes()
 {
-    static const std::vector<LawMode> aModes = {LawMode::Zone,      LawMode::Pixel,   LawMode::Float,
-                                                LawMode::Trapezium, LawMode::AsgZone, LawMode::AsgPixel,
-                                                LawMode::Binarise,  LawMode::Average};
+    static const std::vector<PropertyMode> aModes = {
+        PropertyMode::Zone,    PropertyMode::Pixel,    PropertyMode::Float,    PropertyMode::Trapezium,
+        PropertyMode::AsgZone, PropertyMode::AsgPixel, PropertyMode::Binarise, PropertyMode::Average};
     return aModes;
 }
 
-std::string LawModeName(LawMode eMode)
+std::string PropertyModeName(PropertyMode eMode)
 {
     static const char* const pNames[] = {"Zone",    "Pixel",    "Float",    "Trapezium",
                                          "AsgZone", "AsgPixel", "Binarise", "Average"};
