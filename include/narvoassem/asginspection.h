@@ -49,7 +49,7 @@ public:
 protected:
     /// 1 if all five pointers of SetPixelBuf are set, otherwise 0.
     int GetBufferCheck() const;
-    /// Writes one hit at index *pPixelCount and moves the pointer pPixelCount on by one int.
+    /// Writes one hit at index *pPixelCount and advances the pointer pPixelCount by one int.
     void SetPixelData(int x, int y, int nValue, int nIgnored);
     /// Appends a record under the lock. @return 1, or 0 when there is no buffer or it is full.
     int InsertPairing(int x, int y, int nValue, int nThreshold, int nSrc, int nCmp);

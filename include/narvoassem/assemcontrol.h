@@ -8,11 +8,11 @@
 
 class CNarvoAssem;
 
-/// The front door: owns one engine per lane, screens each call and passes it on. Calls for different lanes may run
+/// The entry point: owns one engine per lane, checks each call and passes it on. Calls for different lanes may run
 /// on different threads at once; two calls on one lane, and InitAssemControl with any inspection, must not overlap.
 ///
-/// Fork: a child may inspect on its parent's pools, but for lanes that another thread was inspecting on at the fork.
-/// Bands run one after the other in a child, since it has none of the threads that they ran on, and find the same.
+/// Fork: a child may inspect on its parent's pools, except on lanes that another thread was using at the fork. Bands
+/// run one after the other in a child, since it has none of the parent's threads; results are the same.
 class NARVO_API CAssemControl
 {
 public:
@@ -35,7 +35,7 @@ public:
     /// The engine of a lane; null below 0 or above nAssemCount. The index nAssemCount itself gives the address one
     /// past the lanes in use: not to be used as an engine.
     CNarvoAssem* GetNarvoAssem(int nIndex);
-    /// Gives every allocated engine its re-runs back. To be called per image, between inspections.
+    /// Resets the re-run counter of every allocated engine. To be called per image, between inspections.
     void ResetReinspectCount();
 
     /// Inspects a rectangle on a lane. Writes to *pParam: nDirection when it swaps the direction (bAutoDirection), and

@@ -3,8 +3,8 @@
 ///
 /// Pitches are ints in 1/16 pixel. A row displacement is a shift along x, a column displacement a shift along y.
 /// Every search walks its candidates upward, both ends included, scores each by how badly the image fails to repeat
-/// at that displacement, and keeps the first candidate of least cost. When no candidate runs the references stay as
-/// they were. Nothing bounds the reads but the caller's choice of region: pixels up to one candidate plus 2 beyond
+/// at that displacement, and keeps the first candidate of least cost. Without a candidate the references stay
+/// unchanged. Only the caller's choice of region bounds the reads: pixels up to one candidate plus 2 beyond
 /// the region are read (columns rounded up to blocks of 16, along rows one block at least). A region without height
 /// reads nothing, nor does one without width in the searches down columns and in both directions; every candidate
 /// costs 0 there, so the first one is kept.

@@ -35,14 +35,14 @@ public:
     /// Frees the blobs.
     ~CBlobStorage() override;
 
-    /// Makes room for nSize blobs, as InitPixelStorage. @return nBlobSize; 0 when memory could not be had.
+    /// Makes room for nSize blobs, as InitPixelStorage. @return nBlobSize; 0 when memory ran out.
     int InitBlobStorage(int nSize);
     /// Clears the counters, resets the blobs in use, nBlobCount to 0.
     void ResetBlobStorage();
     /// Clears the counters, resets the first nBlobSize blobs, nBlobCount to 0.
     void TotalResetBlobStorage();
 
-    // --- building: pairs of the store become blobs behind those held ---
+    // --- building: pairs of the store become blobs, appended to those held ---
     /// Horizontal build with grey correction and filters.
     int BlobDefect();
     /// Horizontal build of the pairs as they are.
@@ -53,7 +53,7 @@ public:
     int BlobDefectVert_NonFilter();
     /// Vertical build with correction and filters over another store's pairs; null means the store's own.
     int BlobDefectVert(CPairStorage* pPairs);
-    /// Appends a copy. @return 1 while room is left behind it; 0 when the store was full or has become full by it.
+    /// Appends a copy. @return 1 if there is room for another one; 0 when the store was full or is full now.
     int AddBlob(CDefectBlob* pNewBlob);
     /// Appends all blobs of another store. @return 0 at the first AddBlob that gives 0, and for null.
     int ReadBlob(CBlobStorage* pOther);
@@ -82,15 +82,15 @@ public:
     int GetAreaValueVert(int x, int y, int nWidth, int nHeight, double dPitch, int nClip) const;
 
     // --- vertical classification ---
-    /// Settles the singles from nFirstBlob on by the image one pitch on and back, and drops what stays single.
+    /// Classifies the singles from nFirstBlob on by the image one pitch ahead and back, and drops what stays single.
     int ClassificationDefectVert(int nFirstBlob);
-    /// Tests one pair against one pitch. @return 1 it stands; 0 it failed (marked removed) or cannot be tested.
+    /// Tests one pair against one pitch. @return 1 it is kept; 0 it failed (marked removed) or cannot be tested.
     int ClassifyVertical(int nPairIndex, int nLimit);
 
     // --- pitch verification ---
-    /// @return 1: the pair matches at a short pitch of its zone, is pattern and has nDefectType 4; 0: it stands.
+    /// @return 1: the pair matches at a short pitch of its zone, is pattern and gets nDefectType 4; 0: it is kept.
     int VeriPitchDPCFiltering(CDefectPair* pDefect);
-    /// @return 1: the pair matches along the tilted direction; 0: it stands.
+    /// @return 1: the pair matches along the tilted direction; 0: it is kept.
     int DPCTiltFiltering(CDefectPair* pDefect);
     /// Bilinear grey value at row nY + dPitch, column nX + dTilt; dTilt within -1 .. 1, reversed with a negative
     /// dPitch.

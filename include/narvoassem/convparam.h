@@ -4,7 +4,7 @@
 /// Units: pitches are pixels, grey values and thresholds are grey levels unless a line says otherwise, gains are
 /// 1/256. The conv axis is x, the scan axis is y. Every pointer refers to memory that the host owns and keeps valid
 /// for the length of the call; null means not given. Nothing here is checked when it is set: the checks of the
-/// engine are told in narvoassem.h.
+/// engine are described in narvoassem.h.
 #pragma once
 
 #include "narvoassem/defectpair.h"
@@ -12,7 +12,7 @@
 #include "narvoassem/padpoligon.h"
 #include "narvoassem/platform.h"
 
-/// What to inspect and how. Handed by pointer to an inspection call, which copies it by value. Field order and
+/// What to inspect and how. Passed by pointer to an inspection call, which copies it. Field order and
 /// widths are part of the interface; reserved fields are never read.
 class NARVO_API CConvParam
 {
@@ -21,7 +21,8 @@ public:
     static constexpr int nZoneLimit = 16;     ///< zones of the per-zone tables
 
     // --- task and image ---
-    int nInspectMode;       ///< 0 float, 1 pixel, 2 binarise, 3 average; 0 to 2 give way to pThresholdOffsetMap
+    int nInspectMode;       ///< 0 float, 1 pixel, 2 binarise, 3 average; with pThresholdOffsetMap, 0 to 2 mean zone
+                            ///< comparison
     int nDirection;         ///< 0 horizontal (reference along x), 1 vertical (reference along y)
     int nMaxReinspect;      ///< re-runs that may follow overflows, counted per image; default 3
     int bAverage2by2;       ///< zone kernels: each sample is the mean of a 2 by 2 block
@@ -60,7 +61,7 @@ public:
     int bUseLineBuffer;   ///< 0 selects the kernel that reads the image directly; default 1
     int bAutoDirection;   ///< nonzero lets the pool swap nDirection when the region is too small along the chosen axis
     int bKeepSingle;      ///< 1 keeps unpaired hits of the edge bands as singles; default 1
-    int nPairSearchSlack; ///< handed to the kernels, read by none
+    int nPairSearchSlack; ///< passed to the kernels, which do not read it
     int nThresholdExtra;  ///< a single's peak must exceed this; the pair filters add it to the pair's threshold
 
     // --- tables and maps ---
@@ -130,14 +131,14 @@ public:
 
     /// As Reset, with the fields that Reset leaves set to 0.
     CConvParam();
-    /// Copies every field, the reserved ones included; pointers are copied, never what they point at.
+    /// Copies every field, the reserved ones included; pointers are copied, not what they point at.
     CConvParam(const CConvParam& other) = default;
     /// As the copy.
     CConvParam& operator=(const CConvParam& other) = default;
     /// Frees nothing.
     virtual ~CConvParam();
 
-    /// Sets every field to its default, but trapInspect, nReservedMask and nFreeFormMaskParam.
+    /// Sets every field to its default, except trapInspect, nReservedMask and nFreeFormMaskParam.
     void Reset();
 
     /// dConvPitch times nConvMultiple: the compare distance along x.
@@ -157,7 +158,7 @@ public:
     int IsAllInspected(int nEndLine) const;
 };
 
-/// A plain record of 24 bytes that belongs to the host: the library clears and copies it, nothing more.
+/// A plain record of 24 bytes for the host's own use: the library only clears and copies it.
 class NARVO_API CConvResult
 {
 public:

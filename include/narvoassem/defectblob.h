@@ -61,7 +61,7 @@ public:
     CDefectBlob();
     /// Copies every field.
     CDefectBlob(const CDefectBlob& other) = default;
-    /// Copies every field but nSumThreshold, which keeps its old value.
+    /// Copies every field except nSumThreshold, which keeps its old value.
     CDefectBlob& operator=(const CDefectBlob& other);
 
     /// Full reset.

@@ -1,5 +1,5 @@
 /// @file
-/// The pair record: one double answer of the pitch comparison, reduced to one record at the defect.
+/// The pair record: the two hits of a defect in the pitch comparison, reduced to one record at the defect.
 #pragma once
 
 #include "narvoassem/export.h"
@@ -18,7 +18,7 @@ enum DefectPos : int
 enum DefectPair : int
 {
     DefectPair_None = 0,          ///< not set
-    DefectPair_Paired = 1,        ///< both answers found
+    DefectPair_Paired = 1,        ///< both hits found
     DefectPair_FirstSettled = 3,  ///< was a single in the first band, settled by classification
     DefectPair_MiddleSettled = 4, ///< was a single in the middle band, settled by classification
     DefectPair_Single = 5         ///< no partner found
@@ -29,12 +29,12 @@ enum DefectType : int
 {
     DefectType_Dark = 0,   ///< darker than its reference
     DefectType_Bright = 1, ///< brighter than its reference
-    DefectType_Mixed = 2,  ///< named only; nothing sets it
+    DefectType_Mixed = 2,  ///< never set
     DefectType_None = 3,   ///< reset value
-    DefectType_Removed = 4 ///< out of every count; filters mark, they never delete
+    DefectType_Removed = 4 ///< not counted; filters mark records, they never delete
 };
 
-/// A pair record: eleven 32-bit words, 44 bytes. Size and order are part of the interface: kernels are handed the
+/// A pair record: eleven 32-bit words, 44 bytes. Size and order are part of the interface: kernels take the
 /// size as an argument.
 class NARVO_API CDefectPair
 {

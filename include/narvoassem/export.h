@@ -3,7 +3,7 @@
 #pragma once
 
 /// @def NARVO_API
-/// Stands before what is exported: nothing in a static build, the visibility attribute or the import and export
+/// Marks exported declarations: nothing in a static build, the visibility attribute or the import and export
 /// declarations of the platform otherwise.
 #if defined(NARVOASSEM_STATIC)
 #define NARVO_API

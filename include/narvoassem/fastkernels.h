@@ -4,7 +4,7 @@
 ///
 /// All return the new pair count. All take long flat lists, so that the families share one calling shape; the
 /// arguments that a whole family shares are named once below and used as macros, argument by argument in that order.
-/// A kernel checks nothing: the rectangle must lie inside the image, arrays must be as long as told. Results do not
+/// A kernel checks nothing: the rectangle must lie inside the image, arrays must have the lengths given. Results do not
 /// depend on the processor.
 ///
 /// Overflow: a full hit array cuts the strip or row short; a full pair array stops the kernel, and *pEndLine says
@@ -77,7 +77,7 @@ NARVO_API int ConvZoneVertFlagFast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, st
 /// Skip fields and 2 by 2 means.
 NARVO_API int ConvZoneVertFlag2by2Fast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle,
                                        int* pEndLine, std::int64_t nThresholdExtra, std::int64_t nGrayLimit);
-/// One row more than ConvZoneVertFast; pStripBuffer is not used; singles whatever their peak.
+/// One row more than ConvZoneVertFast; pStripBuffer is not used; singles of any peak.
 NARVO_API int ConvZoneVertDirectFast(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
                                      std::int64_t nGrayLimit);
 /// Two-segment threshold: above pThresholdKneeMap the second maps apply. nGrayLimit is not read.
@@ -98,7 +98,7 @@ NARVO_API int ConvZoneTableFast(NARVO_HIT_ARGUMENTS, unsigned short* pConvPitchT
 
 // --- pixel family: the threshold of a pixel is base + (gain * larger value) / 256 ---
 
-/// The pixel family's list behind the pitch: the pair array is all that is read of the maps' part.
+/// The pixel family's list after the pitch: of the maps' part, only the pair array is read.
 /// - nThresholdGain: threshold gain, 1/256 of the larger of the two values
 /// - nGrayLimit: both values are limited to this
 /// - bKeepSingle: not 0 keeps unpaired hits of the edge bands
@@ -229,7 +229,7 @@ NARVO_API int ConvTrapeziumHori(unsigned char* pImage, short* pLineBuf, std::int
 /// Vertical compare between an upper side from (nLeft, nTopLeft) to (nRight, nTopRight) and a lower side from
 /// (nLeft, nBottomLeft) to (nRight, nBottomRight). pPitchTable: pitch per 16 columns, index x >> 4, or null.
 /// nConvPitch16: twice this and one nPitch16 is the shortest strip inspected. The first record goes to the start of
-/// pPair whatever nPairCount says; the count goes on from nPairCount.
+/// pPair for any nPairCount; the count continues from nPairCount.
 NARVO_API int ConvTrapeziumVert(unsigned char* pImage, short* pLineBuf, std::int64_t nHitSize, std::int64_t nHitCount,
                                 std::int64_t nLeft, std::int64_t nRight, std::int64_t nTopLeft,
                                 std::int64_t nBottomLeft, int* pPixelX, int* pPixelY, short* pPixelType, short* pPeak,

@@ -1,8 +1,8 @@
 /// @file
-/// The codes that inspection calls answer with.
+/// The codes that inspection calls return.
 #pragma once
 
-/// What an inspection call answers.
+/// The result of an inspection call.
 enum InspectCode : int
 {
     InspectCode_Done = 1,           ///< inspected

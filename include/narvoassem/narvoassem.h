@@ -4,7 +4,7 @@
 /// A host creates a pool (assemcontrol.h), fills a parameter block (convparam.h) for each region and calls an
 /// inspection; the blobs stay in the lane's engine until the next call. Nothing here throws or prints, and no state
 /// outlives the objects. An engine serves one thread at a time. Inspections may be called at any time in a thread's
-/// life, destructors of static and thread-local objects and functions left to atexit included.
+/// life, including in destructors of static and thread-local objects and in functions registered with atexit.
 #pragma once
 
 #include <cstdint>
@@ -31,13 +31,13 @@
 /// The sum of the window of nFilterSize round ptPixel, from a table of sums as CompareAverageROI builds it:
 /// nIntegralWidth cells a row, one row and one column more than the region. rtROIABS is the region moved to the origin,
 /// ptPixel is relative to it. A window measures 2 * (nFilterSize / 2) + 1 pixels each way; where it crosses the
-/// region's edge it is shifted inside and measures nFilterSize there, and what still lies outside is cut off.
+/// region's edge it is shifted inside and measures nFilterSize there, and the part still outside is cut off.
 NARVO_API void GetFilterSum(CPoint ptPixel, std::int64_t& n64Sum, const std::int64_t* pIntegral, int nIntegralWidth,
                             const CRect& rtROIABS, int nFilterSize);
 
 /// Compares the mean of a small window round each pixel with the mean of a large window round the same pixel and
 /// writes a record per hit. nBackFilter is reduced to a multiple of nDefectFilter. A pixel whose small window has a
-/// mean above nGrayLimit is passed over; it is a dark hit when the difference of the means lies below nDarkThreshold,
+/// mean above nGrayLimit is skipped; it is a dark hit when the difference of the means lies below nDarkThreshold,
 /// else a bright hit when it lies above nBrightThreshold. pIntegral holds (width + 1) * (height + 1) cells, cleared; it
 /// takes the table of sums. rtDeadZone restricts nothing. With a window of 0, or a large one below the small one,
 /// nothing is a hit. The record that brings the count to nPairSize or above is the last. *pEndLine becomes 1.
@@ -47,7 +47,7 @@ NARVO_API int CompareAverageROI(unsigned char* pImage, std::int64_t* pIntegral, 
                                 CDefectPair* pPair, int nPairCount, int nPairSize, int nDefectFilter, int nBackFilter,
                                 int* pEndLine);
 
-/// Origin of the zone cell that a point lies in, image pixels; (0, 0) where there is none.
+/// Origin of the zone cell that a point lies in, image pixels; (0, 0) if there is none.
 class NARVO_API CGammaPoint
 {
 public:
@@ -61,7 +61,7 @@ public:
 
 /// The engine: one store of hits, one of pairs, one of blobs, and one inspection at a time.
 ///
-/// Inspection calls answer with an InspectCode. Copies share everything: only one of two copies may be destroyed.
+/// Inspection calls return an InspectCode. Copies share everything: only one of two copies may be destroyed.
 class NARVO_API CNarvoAssem : public CBlobStorage
 {
 public:
@@ -94,7 +94,7 @@ public:
 
     /// Inspects rtInspect by nInspectMode and nDirection. Blobs join those held: call ResetNarvoAssem first. An
     /// overflow starts re-runs from where the pass stopped, as long as nReinspectCount is below nMaxReinspect; re-runs
-    /// that lead in a circle and leave the blobs as they are are counted without being made.
+    /// that would repeat themselves without changing the blobs are counted but not made.
     /// @return 1, 8 or 16. 8 comes from the checks below (modes 2 and 3 skip them) and, in every mode, for what would
     /// be read outside the image or the tables: a region not inside the image, a null image under a region that is not
     /// empty, a pitch that is not finite, beyond 2^26 pixels or negative along the compare direction, or one across it
@@ -104,7 +104,7 @@ public:
     /// Inspect_Rect in bands of columns, in parallel on the sub-engines, for regions of 2000 pixels or more along the
     /// split axis; blobs of all bands are gathered here, seams are not bridged. What Inspect_Rect refuses because it
     /// would read outside image or tables is refused here before the bands run, for the region or for any band of it;
-    /// the bands' own answers are not looked at. In a forked child bands run one after the other.
+    /// the bands' own results are ignored. In a forked child bands run one after the other.
     /// @return 1, 8 (no sub-engines, or refused) or 16
     int Inspect_RectThread(CConvParam* pParam);
     /// Inspects trapInspect; singles are not kept. @return 1, 8 or 16
@@ -135,7 +135,7 @@ public:
     /// The float comparison: sums of windows of nConvWidth times nConvHeight pixels; the area chooses the kernel. Only
     /// an nDirection of exactly 1 is vertical. @return end line
     int Compare_Float();
-    /// The trapezium comparison inside trapInspect: builds and merges blobs, and looks for no ghosts.
+    /// The trapezium comparison inside trapInspect: builds and merges blobs, without removing ghosts.
     void Compare_Trapezium();
 
     /// Binarise mode: reports the pixels of rtInspect with 0 < grey < nThreshold, then builds blobs. @return end line
@@ -152,8 +152,8 @@ public:
 
     // Zone kernels that read the engine: dead zones of the parameters drop records, peaks are not written, singles
     // need bKeepSingle exactly 1 and nothing else. Arguments as in fastkernels.h. All members that are called directly
-    // take the image's height from nImageHeight of the engine's parameters, and read nothing behind the last row; with
-    // 0 there, reads are done as the formulas name them.
+    // take the image's height from nImageHeight of the engine's parameters, and read nothing below the last row; with
+    // 0 there, reads are not bounded.
 
     /// As ConvZoneVertFast.
     int ConvZoneVert2S_Intrin(NARVO_ZONE_ARGUMENTS, short* pStripBuffer, std::int64_t bKeepSingle, int* pEndLine,
@@ -214,7 +214,7 @@ protected:
     /// std::malloc, for the caller to free. @return 1 if a list was produced, otherwise 0
     int MakeFrameRegion(CPoint* pPoint, int nCount, CRect rtFrame, int& nRectCount, CRect** prtArry);
     /// Joins the bands of a region built with x and y exchanged into such rectangles, in image coordinates. Thin bands
-    /// behind the last wide one are dropped. @return 1 if the region holds a rectangle, otherwise 0
+    /// after the last wide one are dropped. @return 1 if the region holds a rectangle, otherwise 0
     int ExtractRectInRgn(CRgn& rgn, int& nRectCount, CRect** prtArry);
 
     /// Sizes both strip buffers to (nSize + 32) * 16 shorts and clears them; nSize below 1 becomes 1.

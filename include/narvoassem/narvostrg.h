@@ -8,7 +8,7 @@
 
 #include "narvoassem/export.h"
 
-/// Grow-only array behind the strip buffers (short) and the integral image (64-bit). Not to be copied while both
+/// Grow-only array for the strip buffers (short) and the integral image (64-bit). Not to be copied while both
 /// copies are destroyed: a copy shares the block.
 template <class TElement>
 class CScratchArray
@@ -29,7 +29,7 @@ public:
     ~CScratchArray() { std::free(pData); }
 
     /// Makes room for nCount elements, at least 1. When the block must grow its contents are lost.
-    /// @return 1, or 0 when memory could not be had (capacity and size are 0 then, the old block is gone).
+    /// @return 1, or 0 when memory ran out (capacity and size are 0 then, the old block is freed).
     int Resize(int nCount)
     {
         const int nWanted = nCount < 2 ? 1 : nCount;

@@ -91,7 +91,7 @@ public:
 
     /// Count to 0; nothing else changes.
     void ResetPoligon();
-    /// Appends a vertex; an eleventh is refused quietly and the count stays.
+    /// Appends a vertex; an eleventh is ignored and the count stays.
     void AddPoint(const CPadPoint& pt);
     /// As AddPoint with a point.
     void AddPoint(int nX, int nY);
@@ -127,11 +127,11 @@ public:
     /// vertices only: Find_Corner must follow. At most ten vertices are kept.
     void Cut_Margin(int nLeft, int nRight, CPadPoligon& out) const;
     /// Cuts into horizontal trapezia, top to bottom. @return 1; 0 with an empty storage for fewer than three
-    /// vertices, for a triangle with two equal vertices, and for a polygon whose two sides never end together.
+    /// vertices, for a triangle with two equal vertices, and for a polygon whose two sides never meet.
     int Cut_TrapeziumHori(CTrapeziumStorage* pStorage) const;
     /// Empties the storage. @return 1 with at least three vertices, otherwise 0. No trapezium is made.
     int Cut_TrapeziumVert(CTrapeziumStorage* pStorage) const;
-    /// Appends nine fixed vertices, a polygon to try the cut on.
+    /// Appends nine fixed vertices: a polygon for testing the cut.
     void Test();
 };
 

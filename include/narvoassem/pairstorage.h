@@ -8,7 +8,7 @@
 
 /// Pair records with their label arrays. Copies share the arrays: only one of two copies may be destroyed.
 ///
-/// Filters take a pair and answer 1 when it stands and 0 when it is false; they never delete, the walks mark a false
+/// Filters take a pair and return 1 when it is real and 0 when it is false; they never delete, the walks mark a false
 /// pair by nDefectType 4. They read the image through rows of nImageWidth rounded up to a multiple of 4, so images
 /// of other widths are read askew; reads outside the image count as its nearest pixel.
 class NARVO_API CPairStorage : public CPixelStorage
@@ -31,7 +31,7 @@ public:
     /// Frees pairs and labels.
     ~CPairStorage() override;
 
-    /// Makes room for nSize pairs, as InitPixelStorage. @return nPairSize; 0 when memory could not be had.
+    /// Makes room for nSize pairs, as InitPixelStorage. @return nPairSize; 0 when memory ran out.
     int InitPairStorage(int nSize);
     /// Resets the records in use, nPairCount to 0.
     void ResetPairStorage();
@@ -50,7 +50,7 @@ public:
     int PairingPlus_Float(double dPitch);
     /// Along y; records take position and type only, and a middle hit without partner is kept as a single.
     int PairingPlus_Vert(double dPitch);
-    /// Does nothing: the plus walks settle both directions. @return 1
+    /// Does nothing: the plus walks handle both directions. @return 1
     int PairingMinus_Pixel(double dPitch);
     /// As PairingMinus_Pixel.
     int PairingMinus_Float(double dPitch);
@@ -60,7 +60,8 @@ public:
     /// Recomputes peak (from the values as the kernel left them) and source grey (from the image) of all pairs.
     /// Without an image nothing changes.
     void CorrectDefGray();
-    /// Runs the filters of a vertical inspection over all pairs, as bFalseFilter, nFilterMode2 and nFilterMode say.
+    /// Runs the filters of a vertical inspection over all pairs, as selected by bFalseFilter, nFilterMode2 and
+    /// nFilterMode.
     void Filtering_Vert();
     /// The same for a horizontal inspection; nothing with bFalseFilter 0.
     void Filtering_Hori();
@@ -78,7 +79,7 @@ public:
     int JumpFilter_Vert2by2(CDefectPair* pDefect, CRect rtArea);
     /// For a pair of an edge band, along x: the difference on the other side must have the pair's polarity.
     int MarginFilter_Hori(CDefectPair* pDefect);
-    /// For a pair of an edge band, along y, whatever the polarity.
+    /// For a pair of an edge band, along y, for either polarity.
     int OneFilter_Vert(CDefectPair* pDefect);
     /// Marks every single (nDefectPair 5) as removed.
     void ShadowFly();

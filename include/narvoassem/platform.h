@@ -39,8 +39,8 @@ class CRect
 public:
     int left = 0;   ///< first column
     int top = 0;    ///< first row
-    int right = 0;  ///< column behind the last
-    int bottom = 0; ///< row behind the last
+    int right = 0;  ///< column after the last
+    int bottom = 0; ///< row after the last
 
     /// All four sides 0.
     CRect() = default;
@@ -167,7 +167,7 @@ public:
     /// Sets this object's region to the intersection of two others; both and this one must hold regions. nMode must be
     /// RGN_AND. @return RGN_ERROR, NULLREGION, SIMPLEREGION or COMPLEXREGION
     int CombineRgn(CRgn* pFirst, CRgn* pSecond, int nMode);
-    /// The region, or null when the object holds none. For asking only.
+    /// The region, or null when the object holds none. Only for comparison with null.
     const void* GetSafeHandle() const;
     /// Fills a block of nSize bytes with the region's data. @return the bytes needed when pData is null or the bytes
     /// written; 0 on failure, and when the block is too small

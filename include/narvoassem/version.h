@@ -2,7 +2,7 @@
 /// Version of the library: the one place that holds it. The build reads the three numbers from here.
 #pragma once
 
-/// What breaks a host, in source or as a binary, raises the major number, and with it the shared library's SONAME:
+/// A change that breaks hosts, in source or as a binary, raises the major number, and with it the library's SONAME:
 /// every record's members are public, so a new field is such a change.
 #define NARVOASSEM_VERSION_MAJOR 1
 /// Raised by additions.
