@@ -1,5 +1,5 @@
-// Conversion of the parameter block's real pitches to the integers that kernels take. Which kernel takes what stands
-// with the compare drivers.
+// Conversion of the parameter block's real pitches to the integers that kernels take. Which kernel takes which form
+// is defined in the compare drivers.
 #pragma once
 
 #include "narvoassem/base/truncate.h"
@@ -28,7 +28,7 @@ inline int ToRoundedPitch16(double dPitch)
     return TruncateToInt(dPitch * 16.0 + 0.5);
 }
 
-/// Shift along x in 1/16 pixel, truncated. A shift beyond the limit, which no image holds, and a NaN count as none.
+/// Shift along x in 1/16 pixel, truncated. A shift beyond the limit, which fits no image, and a NaN count as none.
 inline int ToShift16(float fPitch)
 {
     return IsPitchUsable(fPitch) ? static_cast<int>(fPitch * 16.0F) : 0;

@@ -1,4 +1,4 @@
-// The note that fork leaves in the child.
+// The flag that fork sets in the child.
 #include "narvoassem/base/forked_child.h"
 
 #include <pthread.h>
@@ -13,7 +13,7 @@ void NoteFork()
     bForked = true;
 }
 
-/// Where the note cannot be registered, no process counts on the runtime's threads.
+/// If the fork handler cannot be registered, no process uses the runtime's threads.
 [[gnu::constructor]] void RegisterNote()
 {
     if (pthread_atfork(nullptr, nullptr, &NoteFork) != 0)

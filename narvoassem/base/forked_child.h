@@ -1,11 +1,11 @@
-// Whether this process was forked off another one that had loaded the library. Of the threads there, the one that
-// called fork alone lives on, and the OpenMP runtime does not know: it would wait for the others for ever.
+// Whether this process was forked from one that had loaded the library. Only the thread that called fork exists in the
+// child, but the OpenMP runtime does not know that: it would wait for the others forever.
 #pragma once
 
 namespace narvo::engine
 {
 
-/// Whether threads of the OpenMP runtime must not be counted on.
+/// Whether threads of the OpenMP runtime must not be used.
 bool IsForkedChild();
 
 } // namespace narvo::engine

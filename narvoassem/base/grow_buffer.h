@@ -1,4 +1,4 @@
-// A growing array of plain elements that never throws: running out of memory is an answer, not an exception.
+// A growing array of plain elements that never throws: running out of memory is a return value, not an exception.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@
 namespace narvo::engine
 {
 
-/// Keeps its block between uses, so that a second like use allocates nothing.
+/// Keeps its block between uses, so that repeating a similar use allocates nothing.
 template <class TElement>
 class CGrowBuffer
 {

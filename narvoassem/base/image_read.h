@@ -1,5 +1,5 @@
-// Reads of an image, and the rule for places outside it: the nearest row counts, then the flat address stands (behind
-// the last pixel of a row comes the first one of the next row), then the image's first and last byte.
+// Reads of an image, and the rule for places outside it: the nearest row is used, then the flat address (the last
+// pixel of a row is followed by the first one of the next row), limited to the image's first and last byte.
 #pragma once
 
 #include <algorithm>
@@ -40,7 +40,7 @@ inline const std::uint8_t* ReadRow(const CImageView& image, std::int64_t x, std:
                                    std::uint8_t* pCopy)
 {
     if (nCount <= 0)
-        return pCopy; // empty regions come without an image, too
+        return pCopy; // empty regions can come without an image
     if (!image.IsFilled(y))
     {
         std::memset(pCopy, 0, static_cast<std::size_t>(nCount));

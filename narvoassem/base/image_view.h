@@ -8,14 +8,14 @@ namespace narvo::engine
 {
 
 /// nRows is the image's height where it is known (calls through the engine): reads outside follow the rule of
-/// image_read.h then, and none leaves the image's bytes. 0 where the caller owns the bounds (direct calls): every read
-/// is done as the formula names it.
+/// image_read.h then, and none leaves the image's bytes. 0 where the caller is responsible for bounds (direct calls):
+/// reads are not bounded then.
 struct CImageView
 {
     const std::uint8_t* pPixels = nullptr;
     std::int64_t nStride = 0; ///< bytes per row
     std::int64_t nRows = 0;   ///< rows, or 0 where unknown
-    /// Rows outside these read as 0: kernels that fill a strip buffer know the region's rows alone.
+    /// Rows outside these read as 0: kernels that fill a strip buffer know only the region's rows.
     std::int64_t nFilledTop = std::numeric_limits<std::int64_t>::min();
     std::int64_t nFilledBottom = std::numeric_limits<std::int64_t>::max();
 

@@ -1,4 +1,4 @@
-// Each thread's note.
+// The flag of each thread.
 #include "narvoassem/base/memory_shortage.h"
 
 namespace

@@ -1,15 +1,15 @@
-// Word of missing memory on its way from the code that had to leave work undone to the inspection call that answers
-// for it. Code that falls back to a slower way with the same result has nothing to tell.
+// Reports a lack of memory from the code that had to leave work undone to the inspection call that returns the result
+// code. Code that falls back to a slower way with the same result reports nothing.
 #pragma once
 
 namespace narvo::engine
 {
 
-/// Notes on the calling thread that part of the region was not looked at for want of memory.
+/// Notes on the calling thread that part of the region was not inspected because memory ran out.
 void NoteMemoryShortage();
-/// Forgets what was noted on the calling thread.
+/// Clears the calling thread's note.
 void ClearMemoryShortage();
-/// Whether it has been noted on the calling thread since it was last cleared.
+/// Whether a shortage was noted on the calling thread since the last clear.
 bool HadMemoryShortage();
 
 } // namespace narvo::engine

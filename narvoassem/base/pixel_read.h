@@ -1,5 +1,5 @@
-// Reads of the image that stay inside its bytes whatever position is asked for. Which pixels are read, and with what
-// weights, is the callers' matter.
+// Reads of the image that stay inside its bytes for any position. Which pixels are read, and with what weights, is
+// decided by the callers.
 #pragma once
 
 #include <algorithm>
@@ -13,7 +13,7 @@
 namespace narvo::engine
 {
 
-/// An image addressed by row and column, positions outside by the rule of image_read.h. Without an image all is 0.
+/// An image addressed by row and column; positions outside follow the rule of image_read.h. Without an image all is 0.
 class CPixelReader
 {
 public:

@@ -1,5 +1,5 @@
-// Tables with one row for each entry of an enumeration: the test that none is missing, and calls with an entry that is
-// a constant.
+// Tables with one row for each entry of an enumeration: the check that none is missing, and calls with an entry that
+// is a constant.
 #pragma once
 
 #include <cstddef>

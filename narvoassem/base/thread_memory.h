@@ -1,18 +1,19 @@
-// One object per thread that is there for as long as the thread runs code: also in destructors of static and
-// thread-local objects and in functions left to atexit, where an ordinary thread_local object may be gone already.
+// One object per thread that exists for as long as the thread runs code: also in destructors of static and
+// thread-local objects and in functions registered with atexit, where an ordinary thread_local object may be gone
+// already.
 #pragma once
 
 #include <cxxabi.h>
 #include <new>
 
-/// What the C++ runtime knows this library or program by, so that it is not unloaded under a registered function.
+/// Identifies this library or program to the C++ runtime, so that it is not unloaded before a registered function ran.
 extern "C" __attribute__((visibility("hidden"))) void* __dso_handle; // NOLINT(bugprone-reserved-identifier)
 
 namespace narvo::engine
 {
 
-/// The calling thread's TObject. It is made at the first use and ends with the thread. A use after that makes it anew:
-/// in a thread's last destructors it ends with them, and behind them, on the way out of the process, it stays.
+/// The calling thread's TObject. It is made at the first use and ends with the thread. A later use creates it
+/// again: in a thread's last destructors it ends with them; after them, while the process exits, it stays.
 template <class TObject>
 class CThreadMemory
 {
@@ -25,8 +26,8 @@ public:
     }
 
 private:
-    // The runtime's own way to have something done at a thread's end. Unlike the declaration of a thread_local object
-    // it can be taken a second time.
+    // The runtime's own registration of work at a thread's end. Unlike the declaration of a thread_local object it
+    // can be repeated.
     static void Begin()
     {
         ::new (static_cast<void*>(m_storage)) TObject;

@@ -21,16 +21,16 @@ struct CBlobSteps
     bool bVertical = false; ///< pairs are grouped, and ghosts lie, along y
     bool bFilters = true;   ///< pair filters, and in a vertical build verification
     bool bGhosts = true;    ///< ghosts are removed
-    bool bLimited = false;  ///< none is built from more than nVerticalPairLimit pairs: the re-run goes on behind them
+    bool bLimited = false;  ///< none is built from more than nVerticalPairLimit pairs: the re-run continues after them
 
     bool DropsPairs(int nPairs) const { return bLimited && nPairs > CBlobStorage::nVerticalPairLimit; }
 };
 
-/// The first step: the store's pairs become blobs behind those held.
+/// The first step: the store's pairs become blobs, appended to those held.
 void BuildBlobs(CBlobStorage& store, const CBlobSteps& steps);
 /// The second: pieces near each other become one, among the blobs from nFirstBlob on.
 void MergeBlobs(CBlobStorage& store, int nFirstBlob);
-/// The third: what lies one pitch beside its true defect goes.
+/// The third: removes ghosts, which lie one pitch beside the true defect.
 void RemoveGhosts(CBlobStorage& store, const CBlobSteps& steps, int nFirstBlob);
 /// All three, or none where the pairs are dropped.
 void FinishBlobs(CBlobStorage& store, const CBlobSteps& steps, int nFirstBlob);

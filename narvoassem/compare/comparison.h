@@ -18,7 +18,8 @@ enum class Comparison
     Trapezium ///< Compare_Trapezium; run by Inspect_Trapezium alone
 };
 
-/// The choice of a rectangle inspection: average mode first, then the maps, which overrule every other mode.
+/// The choice of a rectangle inspection: average mode first, then the maps, which take precedence over every other
+/// mode.
 inline Comparison ChooseComparison(const CConvParam& param)
 {
     if (param.nInspectMode == 3)

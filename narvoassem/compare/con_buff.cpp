@@ -9,7 +9,7 @@ using namespace narvo::engine;
 namespace
 {
 
-/// Sizes and clears. The memory is kept from run to run, so like regions allocate nothing.
+/// Sizes and clears. The memory is kept from run to run, so repeating a similar region allocates nothing.
 template <class TElement>
 void ResizeCleared(CScratchArray<TElement>& array, int nCount)
 {

@@ -19,8 +19,8 @@ inline int CountConBuff(int& nSize)
     return nCount > std::numeric_limits<int>::max() ? 1 : static_cast<int>(nCount);
 }
 
-/// Sizes both strip buffers as ResetConBuff does, but does not clear them: the kernels behind the compare drivers keep
-/// rows of their own, and clearing what nobody reads would cost as much as a tenth of the comparison.
+/// Sizes both strip buffers as ResetConBuff does, but does not clear them: the kernels of the compare drivers keep
+/// rows of their own, and clearing buffers that are never read would cost up to a tenth of the comparison.
 inline void SizeConBuff(CNarvoAssem& engine, int nSize)
 {
     const int nCount = CountConBuff(nSize);

@@ -115,8 +115,8 @@ private:
 
     static int Threshold(int nValue, int nGain, int nBase) { return WrapAdd(WrapMul(nValue, nGain) / 256, nBase); }
 
-    /// The band rule of the column, with two habits of its own in the first band: a pair that its threshold refuses
-    /// leaves hit i to stand alone, and so does, beside its pair, any later hit of the column.
+    /// The band rule of the column, with two exceptions in the first band: a pair that its threshold refuses leaves
+    /// hit i as a single, and any later hit of the column gives a single beside the pair.
     /// @return false when the pair array is full
     bool PairHits()
     {

@@ -17,7 +17,7 @@ namespace
 {
 
 /// Replaces zone and threshold of the pairs from nFirstPair on by those of the zone maps, which the kernels did not
-/// know, and removes pairs that fall below. A pair without a cell is held to the threshold of the pair before.
+/// know, and removes pairs that fall below. A pair without a cell uses the threshold of the pair before it.
 void ApplyZoneThresholds(CPairStorage& store, int nFirstPair)
 {
     const CConvParam& param = store.ConvParam;
@@ -90,7 +90,7 @@ int narvo::engine::InspectFreeFormMask(CNarvoAssem& engine, int& nEndLine)
 {
     const CConvParam& param = engine.ConvParam;
     const int nFirstPair = engine.nPairCount;
-    // As ConvPixelVertMask with the engine's fields, and with the image's height, which its arguments do not tell.
+    // As ConvPixelVertMask with the engine's fields, and with the image's height, which its arguments do not contain.
     CPixelCall call;
     FillKernelCall(call, engine, &nEndLine);
     call.nPitch16 = ToPitch16(param.GetRealScanPitch());

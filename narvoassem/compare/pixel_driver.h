@@ -18,7 +18,7 @@ CPixelCall MakePixelCall(CPairStorage& store, const CPixelChoice& choice, int* p
 
 /// Runs the kernel of Compare_Pixel, of two passes the first. @return the new pair count
 int RunPixel(CNarvoAssem& engine, int& nEndLine);
-/// Runs both passes to their blobs.
+/// Runs both passes, including their blobs.
 void RunPixelTwice(CNarvoAssem& engine, int& nEndLine);
 
 } // namespace narvo::engine

@@ -22,7 +22,7 @@ bool IsNear(int a, int b)
 
 /// Marks pairs nSecond .. nEnd - 1 that lie beside one of nFirst .. nSecond - 1, in one walk over the second pass for
 /// each pair of the first. The walk ends at the first pair that lies two lines on along the scan; in strips, where
-/// pairs are not in order along it, pairs behind that one are left alone, on purpose.
+/// pairs are not in order along it, pairs after that one are not looked at, on purpose.
 void RemoveDuplicates(const CPairSink& pairs, bool bVertical, std::int64_t nFirst, std::int64_t nSecond,
                       std::int64_t nEnd)
 {

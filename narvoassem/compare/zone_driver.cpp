@@ -56,7 +56,7 @@ CZoneCall MakeZoneCall(CPairStorage& store, const CZoneChoice& choice, const CZo
     call.pKneeMap = param.pThresholdKneeMap;
     call.pOffsetMap2 = param.pThresholdOffsetMap2;
     call.pGainMap2 = param.pThresholdGainMap2;
-    // The class-id kernel without a row table is given no class ids.
+    // The class-id kernel without a row table gets no class ids.
     call.pClassIdMap = choice.Uses(KernelOption::ClassIds) ? param.pClassIdMap : nullptr;
     call.nMapStride = param.nZoneMapStride;
     call.pOriginTable = param.pZoneOriginTable;
@@ -70,7 +70,7 @@ int RunZone(CNarvoAssem& engine, bool bAsg, int& nEndLine)
 {
     const CConvParam& param = engine.ConvParam;
     const bool bHorizontal = param.nDirection == 0;
-    // The sides of an ASG comparison stand exchanged; nothing reads its end line but a direct caller.
+    // The sides of an ASG comparison are exchanged; only a direct caller reads its end line.
     nEndLine = bHorizontal != bAsg ? param.rtInspect.bottom : param.rtInspect.right;
     if (!bHorizontal)
         SizeConBuff(engine, WrapMul(param.rtInspect.Height(), bAsg ? 4 : 16));

@@ -10,7 +10,7 @@ class CNarvoAssem;
 namespace narvo::engine
 {
 
-/// The choice of Compare_Zone2. Every nDirection but 0 is vertical.
+/// The choice of Compare_Zone2. Every nDirection except 0 is vertical.
 const CZoneChoice& ChooseZoneKernel(const CConvParam& param);
 /// The choice of Compare_ASGZone.
 const CZoneChoice& ChooseAsgZoneKernel(const CConvParam& param);

@@ -35,7 +35,7 @@ bool IsTooSmall(double dRealPitch, int nExtent)
 }
 
 /// The three-pitch test along the compare direction; swaps nDirection where that is allowed and helps. A direction
-/// of neither 0 nor 1 is not tested. @return 0, or the refusal
+/// other than 0 or 1 is not tested. @return 0, or the refusal
 int ScreenPitch(CConvParam& param)
 {
     const auto IsShortAcross = [&] { return IsTooSmall(param.GetRealConvPitch(), param.rtInspect.Width()); };

@@ -1,4 +1,4 @@
-// The arithmetic of the cut, and the guard's look at its pieces.
+// The arithmetic of the bands, and the bounds check of each.
 #include "narvoassem/engine/band_plan.h"
 
 #include <algorithm>
@@ -31,7 +31,7 @@ CBandPlan::CBandPlan(const CConvParam& param, int nEngines) : m_param(param)
     if (nBands < 1)
         return;
     m_nBands = nBands;
-    // Single precision as the interface has it; 64 bits because a float may round a span up past the largest int.
+    // Single precision, as the interface defines; 64 bits because a float may round a span up past the largest int.
     const auto nExactSize = static_cast<std::int64_t>(static_cast<float>(nSpan) / static_cast<float>(nBands));
     m_nBandSize = static_cast<int>(nExactSize / nBandAlignment * nBandAlignment);
 }
@@ -39,7 +39,7 @@ CBandPlan::CBandPlan(const CConvParam& param, int nEngines) : m_param(param)
 CConvParam CBandPlan::MakeBand(int nBand) const
 {
     CConvParam band(m_param);
-    // Left and right whatever the direction: only column bands are meant to come here.
+    // Left and right in both directions: only column bands are meant to come here.
     band.rtInspect.left = WrapAdd(WrapMul(m_nBandSize, nBand), m_nStart);
     band.rtInspect.right = nBand == m_nBands - 1 ? m_nEnd : WrapAdd(band.rtInspect.left, m_nBandSize);
     return band;
@@ -55,7 +55,7 @@ bool CBandPlan::IsReadable(Comparison eComparison) const
             const int nEntry = FindBandEntry(band);
             if (nEntry < 0)
                 continue; // compares nothing
-            // What is left of the grid's row, for the walk that steps through it without looking.
+            // The rest of the grid's row, for the walk, which steps through it without checks.
             band.nZoneColumns -= nEntry;
         }
         if (!IsInBounds(band, eComparison))

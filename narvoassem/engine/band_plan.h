@@ -18,7 +18,7 @@ public:
     int GetCount() const { return m_nBands; }
     /// A copy of the parameters with the sides of band nBand, 0 .. GetCount() - 1.
     CConvParam MakeBand(int nBand) const;
-    /// Whether every band that enters its grid stays inside image and tables, by the guard's rules.
+    /// Whether every band that enters its grid stays inside image and tables, by the rules of check_bounds.h.
     bool IsReadable(Comparison eComparison) const;
 
 private:

@@ -15,9 +15,9 @@ using namespace narvo::engine;
 namespace
 {
 
-/// Runs one band. Its answer is not looked at, as the interface has it: the guard has been asked before the fork,
-/// coverage shows in the sum of pairs, and lack of memory in what is handed back.
-/// @return whether part of the band was not looked at for want of memory
+/// Runs one band. Its result code is ignored, as the interface defines: bounds were checked before the split, coverage
+/// shows in the sum of pairs, and lack of memory in the return value.
+/// @return whether part of the band was not inspected because memory ran out
 bool RunBand(CAssemThreadControl& pool, const CBandPlan& plan, int nBand)
 {
     CConvParam band = plan.MakeBand(nBand);
@@ -26,7 +26,7 @@ bool RunBand(CAssemThreadControl& pool, const CBandPlan& plan, int nBand)
     return HadMemoryShortage();
 }
 
-/// Runs all bands, each on a thread of its own where there are threads to be had. @return as RunBand, for any of them
+/// Runs all bands, each on a thread of its own where threads are available. @return as RunBand, for any of them
 bool RunBands(CAssemThreadControl& pool, const CBandPlan& plan)
 {
     const int nBands = plan.GetCount();

@@ -1,4 +1,4 @@
-// The guard that keeps comparisons inside image, tables and stores.
+// The checks that keep comparisons inside image, tables and stores.
 #include "narvoassem/engine/check_bounds.h"
 
 #include <cstdint>
@@ -21,7 +21,8 @@ bool IsWithin(int nSide, int nLimit)
     return nSide >= 0 && nSide <= nLimit;
 }
 
-/// An empty region lies inside as well, since walks along its longer side take place; but nothing of the image is read.
+/// An empty region lies inside as well, since walks along its longer side take place, although nothing of the image is
+/// read.
 bool IsRegionReadable(const CConvParam& param)
 {
     const CRect& rtInspect = param.rtInspect;
@@ -45,8 +46,8 @@ bool IsZoneGridWalkable(const CConvParam& param, const CZoneCellSize& cell)
 {
     if (param.pZoneOriginTable == nullptr || param.nZoneColumns < 0 || param.nZoneMapStride < 0)
         return false;
-    // Cells without width are stepped once per 16 columns, cells without height once per row. The grid says how many
-    // columns it has, but not how many rows.
+    // Cells without width are stepped once per 16 columns, cells without height once per row. The number of the grid's
+    // columns is known, that of its rows is not.
     const std::int64_t nSteps = std::int64_t{param.rtInspect.right} - param.rtInspect.left;
     if (cell.nWidth < 1 && nSteps / 16 + 2 > param.nZoneColumns)
         return false;
@@ -61,8 +62,8 @@ bool HasTables(const CConvParam& param, const CKernelChoice<TKernel>& choice)
            (param.pConvPitchTable != nullptr && param.pConvWeightNear != nullptr && param.pConvWeightFar != nullptr);
 }
 
-/// Whether a choice reads no pitch that it has not. Of what runs behind the kernels, the cross filters alone read the
-/// pitch across the compare direction: they look at singles, or at all pairs on demand. Verification has pitches of its
+/// Whether every pitch that a choice reads is usable. After the kernels, only the cross filters read the pitch across
+/// the compare direction: they look at singles, or at all pairs on demand. Verification has pitches of its
 /// own.
 template <class TKernel>
 bool HasPitches(const CConvParam& param, const CKernelChoice<TKernel>& choice, bool bVertical, int (*ToFixed)(double))
@@ -101,7 +102,7 @@ bool IsFloatReadable(const CConvParam& param)
     return HasPitches(param, choice, bVertical, ToRoundedPitch16) && HasTables(param, choice);
 }
 
-/// Of the corners only the sides that the direction reads count.
+/// Only the coordinates of the corners that the direction reads are checked.
 bool IsTrapeziumReadable(const CConvParam& param)
 {
     const bool bVertical = param.nDirection == 1;
@@ -114,7 +115,7 @@ bool IsTrapeziumReadable(const CConvParam& param)
         if ((bVertical || bOuter) && !IsWithin(ptCorner[i].y, param.nImageHeight))
             return false;
     }
-    // The length of the shortest strip that is of use counts both pitches.
+    // The length of the shortest useful strip depends on both pitches.
     return IsPitchReadable(GetRealPitch(param, bVertical), ToRoundedPitch16) &&
            (!bVertical || IsPitchUsable(param.GetRealConvPitch()));
 }
@@ -156,7 +157,7 @@ int CheckBounds(const CPairStorage& store, Comparison eComparison)
         return InspectCode_Done;
     if (!HasStores(store))
     {
-        // A sub-engine's refusal is not looked at; its missing stores must show all the same.
+        // A sub-engine's result code is ignored, so its missing stores must be found here.
         NoteMemoryShortage();
         return InspectCode_BadParameter;
     }

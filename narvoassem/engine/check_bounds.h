@@ -1,5 +1,5 @@
-// The engine's own guard behind its parameter checks: nothing that a parameter block says may make a comparison read
-// or write outside what the host gave.
+// The engine's bounds checks, made after its parameter checks: no parameter block may make a comparison read or write
+// outside the host's memory.
 #pragma once
 
 #include "narvoassem/compare/comparison.h"
@@ -11,9 +11,9 @@ namespace narvo::engine
 /// Whether the stores that a comparison writes to have memory.
 bool HasStores(const CPairStorage& store);
 
-/// Whether a comparison, which is not None, reads nothing that the block does not give it:
-/// - the region lies inside the image, an empty one too, and one that is not empty has an image; so do the corners of a
-///   trapezium as far as its direction reads them;
+/// Whether a comparison, which is not None, reads only what the block provides:
+/// - the region lies inside the image, even an empty one, and one that is not empty has an image; the corners of a
+///   trapezium lie inside it as far as its direction reads them;
 /// - the real pitch compared along is finite, within dPitchLimit and not negative; the one across is finite and within
 ///   the limit where something reads it: a cross filter, or the vertical trapezium;
 /// - what selects a table kernel comes with all its tables; map lines and grid rows do not run backward;

@@ -1,4 +1,4 @@
-// The parameter checks of the engine that are part of its interface. What keeps reads inside the image stands in
+// The parameter checks of the engine that are part of its interface. The checks that keep reads inside the image are in
 // check_bounds.cpp.
 #include "narvoassem/narvoassem.h"
 

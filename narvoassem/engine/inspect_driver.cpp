@@ -61,7 +61,7 @@ int RunWithoutSingles(CNarvoAssem& engine, Comparison eComparison)
 {
     if (const int nResult = CheckDirection(engine); nResult != InspectCode_Done)
         return nResult;
-    // Set before the guard looks: they decide what is read.
+    // Set before the bounds check: they decide what is read.
     engine.ConvParam.bKeepSingle = 0;
     engine.ConvParam.nFilterMode = 1;
     if (const int nResult = CheckBounds(engine, eComparison); nResult != InspectCode_Done)
@@ -70,13 +70,13 @@ int RunWithoutSingles(CNarvoAssem& engine, Comparison eComparison)
     return GetFinalResult(engine, InspectCode_Done);
 }
 
-/// A pass that is stopped by its end line goes on from there.
+/// A pass that was stopped early is continued from its end line.
 bool CanRerun(Comparison eComparison)
 {
     return eComparison != Comparison::Average && eComparison != Comparison::None;
 }
 
-/// Where a pass begins, and what it finds on entry: two passes alike in this do the same.
+/// Where a pass begins, and what it finds on entry: two passes equal in this do the same.
 struct CPassState
 {
     int nTop;
@@ -95,19 +95,19 @@ struct CPassState
     bool operator==(const CPassState& other) const = default;
 };
 
-/// What each pass adds to, whatever stands there.
+/// The counters to which each pass adds.
 constexpr int CBlobStorage::*runningCounters[] = {&CBlobStorage::nMergedBlob, &CBlobStorage::nRemovedByClass,
                                                   &CBlobStorage::nRemovedScan, &CBlobStorage::nRemovedConv};
 
-/// Passes that go in a circle: they lead back to where they began, with the blobs as they were, since what they open
-/// goes again. However many are left, they are counted without being made. Each state is compared with one of an
-/// earlier pass, which is replaced after 1, 2, 4 ... passes, so that a circle of any length is found.
+/// Detects passes that repeat: they lead back to where they began, with the blobs as they were, since the blobs that
+/// they open are removed again. All that are left are counted without being made. Each state is compared with one of
+/// an earlier pass, which is replaced after 1, 2, 4 ... passes, so that a cycle of any length is found.
 class CPassCircle
 {
 public:
     explicit CPassCircle(const CNarvoAssem& engine) : m_earlier(engine) { KeepCounters(engine); }
 
-    /// To be called before each pass but the first: where passes have come round, counts the whole rounds that are
+    /// To be called before each pass except the first: if passes repeat, counts the whole cycles that are
     /// left.
     void SkipRounds(CNarvoAssem& engine)
     {
@@ -145,7 +145,7 @@ private:
     }
 
     CPassState m_earlier;
-    int m_nCounters[std::size(runningCounters)]; ///< as they stood then
+    int m_nCounters[std::size(runningCounters)]; ///< their values at that time
     std::int64_t m_nPasses = 0;
     std::int64_t m_nLimit = 1;
 };
@@ -161,8 +161,8 @@ int CNarvoAssem::Inspect_Rect(CConvParam* pParam)
     ClearMemoryShortage();
     SetConvParam(pParam);
 
-    // One pass a round. The first pass alone can refuse the call: a refusal later on only ends the re-runs, since
-    // what the passes before found stands.
+    // One pass per iteration. Only the first pass can refuse the call: a later refusal only ends the re-runs, since
+    // the results of earlier passes are kept.
     int nResult = InspectCode_Done;
     CPassCircle circle(*this);
     for (;;)

@@ -1,4 +1,4 @@
-// The engine's life: construction, stores, resets. Inspection calls live in inspect_driver.cpp, checks in
+// The engine's life cycle: construction, stores, resets. Inspection calls are in inspect_driver.cpp, checks in
 // check_parameter.cpp, the band split in band_split.cpp.
 #include "narvoassem/narvoassem.h"
 
@@ -18,7 +18,7 @@ CNarvoAssem::~CNarvoAssem()
 int CNarvoAssem::InitAssem(int nIndex, int nDefectSize)
 {
     nAssemIndex = nIndex;
-    // Hits and pairs have a floor, blobs have not: small blob stores still inspect large images in few passes.
+    // Hits and pairs have a minimum, blobs have none: small blob stores still inspect large images in few passes.
     constexpr int nDefectFloor = 80000;
     const std::int64_t nStore = std::int64_t{2} * std::max(nDefectSize, nDefectFloor);
     if (nStore > std::numeric_limits<int>::max())

@@ -88,7 +88,7 @@ private:
     int m_nGathered = 0; ///< height of the thin bands in the open group
 };
 
-/// The answer of a call that could not have the memory it needs.
+/// The result of a call that ran out of memory.
 int FailWithoutMemory()
 {
     NoteMemoryShortage();

@@ -60,7 +60,7 @@ int CPadPoligon::Cut_TrapeziumHori(CTrapeziumStorage* pStorage) const
     int nRight = GetNextIndex(nCorner[2]);
     const int nLeftEnd = GetPreIndex(nCorner[4]);
     const int nRightEnd = GetNextIndex(nCorner[3]);
-    // On a polygon that is not convex, or level throughout, the walkers can pass each other for ever.
+    // On a polygon that is not convex, or level throughout, the walkers can pass each other forever.
     for (int nStepsLeft = 2 * nPointCount; nLeft != nLeftEnd || nRight != nRightEnd; --nStepsLeft)
     {
         if (nStepsLeft == 0)

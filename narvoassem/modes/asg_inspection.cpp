@@ -1,4 +1,4 @@
-// The plain window comparison with two witnesses. Deliberately the reference form: every window sum is built anew from
+// The plain window comparison with two witnesses. Deliberately the reference form: every window sum is computed from
 // single pixels.
 #include "narvoassem/asginspection.h"
 
@@ -20,7 +20,7 @@ struct CRowStep
 {
     std::int64_t nRows;
     int nNear;
-    int nFar; ///< 0 .. 16: a step just short of a whole row rests on the next row alone
+    int nFar; ///< 0 .. 16: for a step just short of a whole row only the next row counts
 };
 
 CRowStep MakeRowStep(double dPitch)
@@ -30,8 +30,8 @@ CRowStep MakeRowStep(double dPitch)
     return {nRows, 16 - nFar, nFar};
 }
 
-/// False where there is nothing to sum, or no end to it: windows beyond those of the parameter checks, distances that
-/// no image holds.
+/// False where there is nothing to sum, or far too much: windows beyond those of the parameter checks, distances larger
+/// than any image.
 bool HasExtent(const CConvParam& param, double dPitch)
 {
     constexpr int nWindowLimit = 1023;
@@ -59,7 +59,7 @@ public:
         return nSum;
     }
 
-    /// The sum nSign steps further down, each term interpolated and divided on its own.
+    /// The sum nSign steps further down, each term interpolated and divided separately.
     int GetSum(std::int64_t x, std::int64_t y, const CRowStep& step, int nSign) const
     {
         int nSum = 0;
@@ -76,7 +76,7 @@ public:
 private:
     int GetValue(std::int64_t x, std::int64_t y) const
     {
-        // Without a known height the address stands as it is.
+        // Without a known height the address is used as it is.
         const std::int64_t nAddress =
             m_nRows > 0 ? NearestAddress(x, y, m_nStride, m_nRows, m_nLast) : y * m_nStride + x;
         return std::min<int>(m_pImage[nAddress], m_nLimit);
@@ -218,7 +218,7 @@ void CASGInspection::VConvolutionConvC(CConvParam* pParam)
     // The first band looks down, the last one up, the middle one both ways. In a low region the bands overlap.
     const std::int64_t nMiddle = nTop + single.nRows + 1;
     const std::int64_t nLast = nBottom - (single.nRows + 1);
-    // A band that looks on from beyond an image of known height sees the same row everywhere, and finds nothing.
+    // A band that compares beyond an image of known height sees the same row everywhere, and finds nothing.
     const bool bBounded = pParam->nImageHeight > 0 && nThreshold >= 0;
     const std::int64_t nFirstEnd = bBounded ? std::min<std::int64_t>(nMiddle, pParam->nImageHeight) : nMiddle;
     const std::int64_t nLastBegin = bBounded ? std::max<std::int64_t>(nLast, -pParam->nConvHeight) : nLast;

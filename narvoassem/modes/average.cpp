@@ -12,7 +12,7 @@ int narvo::engine::RunAverage(CNarvoAssem& engine, int& nEndLine)
     CConvParam& param = engine.ConvParam;
     nEndLine = param.rtInspect.bottom;
     // The worker writes every cell, the cleared borders included, so that clearing the table here would be a second
-    // pass over memory. A table beyond an int's count of cells is not made, and nothing is a hit then.
+    // pass over memory. A table of more cells than an int can count is not made, and nothing is a hit then.
     const std::int64_t nWidth = std::int64_t{param.rtInspect.right} - param.rtInspect.left;
     const std::int64_t nHeight = std::int64_t{param.rtInspect.bottom} - param.rtInspect.top;
     std::int64_t* pIntegral = nullptr;

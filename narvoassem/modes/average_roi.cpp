@@ -16,7 +16,7 @@ using namespace narvo::engine;
 namespace
 {
 
-/// 64-bit arithmetic that wraps: absurd thresholds and windows must not trap.
+/// 64-bit arithmetic that wraps: extreme thresholds and windows must not trap.
 std::int64_t Multiply(std::int64_t a, std::int64_t b)
 {
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) * static_cast<std::uint64_t>(b));
@@ -44,7 +44,7 @@ public:
         m_nScale = m_nArea / Multiply(m_nDefect, m_nDefect);
     }
 
-    /// False when no pixel can be a hit for want of a window.
+    /// False when no pixel can be a hit because there is no window.
     bool HasWindows() const { return m_nArea > 0; }
     int GetBackSize() const { return m_nBack; }
 
@@ -76,7 +76,7 @@ public:
         return true;
     }
 
-    /// False when the sums of whole rows could leave 31 bits: then only TestPixel will do.
+    /// False when the sums of whole rows could exceed 31 bits: then only TestPixel can be used.
     bool HasRows() const
     {
         return m_nDefect >= 1 && m_nBack >= 1 && m_nArea <= INT32_MAX / nUseful && m_rtOrigin.right <= nSumWidthLimit &&
@@ -105,7 +105,7 @@ public:
 
 private:
     /// A window of an even size is one pixel wider inside the region: 9/4 of the area at most, so no scaled sum and no
-    /// difference exceeds 574 areas, and limits beyond that are as good as any.
+    /// difference exceeds 574 areas, and limits beyond that are equivalent.
     static constexpr int nUseful = 600;
 
     CRect m_rtRegion;
@@ -171,7 +171,7 @@ void ScanPlain(const CRegionPixels& pixels, std::int64_t* pIntegral, const CAver
             sink.TakePixel(test, x, y);
 }
 
-/// Working memory of a scan. Each thread keeps its own, so that a second like call allocates nothing.
+/// Working memory of a scan. Each thread keeps its own, so that repeating a similar call allocates nothing.
 struct CAverageScratch
 {
     CGrowBuffer<std::uint32_t> ring;
@@ -185,8 +185,8 @@ CAverageScratch& GetScratch()
 }
 
 /// Table and tests row by row: while one row of the table is built, the row above its windows is tested, so that the
-/// stores of the one run beside the arithmetic of the other. Window sums are kept per column and change by the image
-/// rows that enter and leave; the sums of the rows in reach stand in a ring. The table itself is not read again but for
+/// stores of the one overlap with the arithmetic of the other. Window sums are kept per column and change by the image
+/// rows that enter and leave; the sums of the rows in reach are kept in a ring. The table itself is read again only for
 /// hits.
 template <typename TSum>
 class CAverageScan
@@ -251,7 +251,7 @@ public:
     }
 
 private:
-    /// Columns built and tested in turn: as many as the stores under way may lag behind.
+    /// Columns built and tested alternately: as many as the pending stores may lag behind.
     static constexpr std::int64_t nRun = 512;
 
     /// nBytes of a buffer, cleared, on a cache line's start; null without memory.
@@ -297,7 +297,7 @@ private:
         }
     }
 
-    /// Moves each end of a window down by one row where it is not at its place yet.
+    /// Moves each end of a window down by one row if it has not reached its place yet.
     void MoveWindow(CWindowSpan& span, const CWindowSpan& end, CWindowMove<TSum>& move) const
     {
         const TSum* pNone = m_pRing + m_nRing * m_nStride;
@@ -308,10 +308,10 @@ private:
     CRegionPixels m_pixels;
     std::int64_t* m_pIntegral;
     CAverageRow<TSum> m_row;
-    std::int64_t m_nBuilt = 0; ///< rows of the table that stand or are under construction, the row of zeros apart
+    std::int64_t m_nBuilt = 0; ///< rows of the table that are complete or under construction, without the row of zeros
     std::int64_t m_nRing;      ///< rows kept: the reach of a window, the row that leaves it, the row under construction
     std::int64_t m_nStride;    ///< entries per row
-    TSum* m_pRing;             ///< the rows, and one of zeros behind them
+    TSum* m_pRing;             ///< the rows, and one of zeros after them
     std::uint32_t* m_pLow;
     std::int32_t* m_pColumns; ///< what the test keeps per column
 };
@@ -344,7 +344,7 @@ int CompareAverageROI(unsigned char* pImage, std::int64_t* pIntegral, int nImage
                       CDefectPair* pPair, int nPairCount, int nPairSize, int nDefectFilter, int nBackFilter,
                       int* pEndLine)
 {
-    // Always 1: the end line does not tell where the scan stopped.
+    // Always 1: the end line does not say where the scan stopped.
     *pEndLine = 1;
     const CAverageTest test(*rtInspect, nDefectFilter, nBackFilter, nDarkThreshold, nBrightThreshold, nGrayLimit,
                             pIntegral);

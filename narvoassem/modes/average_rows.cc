@@ -1,4 +1,4 @@
-// Vector code of average mode. Sums are kept modulo 2 to the 16 or 32; differences that fit are exact all the same.
+// Vector code of average mode. Sums are kept modulo 2 to the 16 or 32; differences that fit are still exact.
 #include "narvoassem/modes/average_rows.h"
 
 #include <algorithm>
@@ -32,7 +32,7 @@ void AppendPlain(CSumRow<TSum>& row, std::int64_t nTo)
         row.nSum += row.pPixels[row.x];
         row.pSums[row.x + 1] = static_cast<TSum>(row.nSum);
         const std::uint32_t nCell = row.pLow[row.x + 1] + row.nSum;
-        // Cells grow along the row by less than 32 bits hold: a smaller low half is a carry.
+        // Cells grow along the row by less than 2 to the 32: a smaller low half is a carry.
         row.nHigh += std::uint64_t{nCell < row.nLast} << 32;
         row.nLast = nCell;
         row.pLow[row.x + 1] = nCell;
@@ -81,7 +81,7 @@ void AppendRow(CSumRow<TSum>& row, std::int64_t nTo)
     [[maybe_unused]] const hn::Rebind<std::uint16_t, decltype(d)> dShort;
     constexpr std::int64_t nLanes = hn::MaxLanes(d);
 
-    // Stores past the cache want whole vectors: start where the table is aligned.
+    // Non-temporal stores need whole vectors: start where the table is aligned.
     if (row.x == 0)
     {
         const auto nOffset = reinterpret_cast<std::uintptr_t>(row.pTable + 1) / sizeof(std::int64_t);
@@ -150,7 +150,7 @@ void FinishSumRows()
 }
 
 /// The ends of a window over a run of columns, as cells of a row of sums: offsets from the column while the window
-/// moves along, or cells proper where it stands still at an end of the region.
+/// moves along, or cells themselves where it is fixed at an end of the region.
 struct CWindowRun
 {
     std::int64_t nFrom;
@@ -329,7 +329,7 @@ template <typename TSum>
 std::int64_t FindHits(const CAverageRow<TSum>& row, std::int64_t nFrom, std::int64_t nTo, CColumnCursor& cursor,
                       std::int32_t* pColumns)
 {
-    // Ends of the runs in which neither window changes between moving and standing.
+    // Ends of the runs in which neither window changes between moving and fixed.
     const auto getRightEdge = [&](std::int64_t nSize)
     {
         const std::int64_t nHalf = nSize / 2;

@@ -1,5 +1,5 @@
 // Row operations of average mode in wide vectors: one row of the table of sums, and the columns of one row whose window
-// means differ. What a hit is, in exact arithmetic, stands in average_roi.cpp.
+// means differ. What a hit is, in exact arithmetic, is defined in average_roi.cpp.
 #pragma once
 
 #include <cstdint>
@@ -28,7 +28,7 @@ inline CWindowSpan FindWindowSpan(std::int64_t nAt, std::int64_t nSize, std::int
     return {cut(span.nFrom), cut(span.nTo)};
 }
 
-/// Entries that rows of sums must have behind their last cell: vectors read that far.
+/// Entries that rows of sums must have after their last cell: vectors read that far.
 constexpr std::int64_t nSumRowSlack = 64;
 
 /// Regions up to these sides keep the sums of one image row, and of a vector of columns, inside 32 bits.
@@ -40,7 +40,7 @@ constexpr std::int64_t nSumHeightLimit = std::int64_t{1} << 20;
 constexpr std::int64_t nShortWindowLimit = 127;
 
 /// A row of the table of sums under construction: cell j + 1 is the cell above plus pixels 0 .. j of the image row. The
-/// table itself is stored past the cache.
+/// table itself is written by non-temporal stores.
 template <typename TSum>
 struct CSumRow
 {
@@ -92,8 +92,8 @@ constexpr std::int64_t GetColumnEntries(std::int64_t nWidth, std::int64_t nRun)
     return (nWidth + (nWidth / nRun + 6) * nSumRowSlack + 15) / 16 * 16;
 }
 
-/// Where the walk along a row stands in the two arrays; their order is the vector code's own, and the same for every
-/// walk in the same steps.
+/// The position of the walk along a row in the two arrays; the vector code defines their order, which is the same for
+/// every walk in the same steps.
 struct CColumnCursor
 {
     std::int32_t* pDifference;

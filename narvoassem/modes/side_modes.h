@@ -1,4 +1,4 @@
-// The modes that compare no pitches, up to their pairs, by an engine's parameters.
+// The modes that do not compare pitches, up to their pairs, by an engine's parameters.
 #pragma once
 
 class CNarvoAssem;

@@ -24,7 +24,7 @@ std::unique_ptr<TElement[], CFree> Allocate(std::size_t nCount)
     return std::unique_ptr<TElement[], CFree>(static_cast<TElement*>(std::malloc(nBytes)));
 }
 
-/// An edge on its way down: the crossing with row nRow is nFloor + nRest / nHeight, 0 <= nRest < nHeight.
+/// An edge that is followed downward: the crossing with row nRow is nFloor + nRest / nHeight, 0 <= nRest < nHeight.
 struct CEdge
 {
     std::int64_t nRow;
@@ -46,7 +46,7 @@ struct CEdge
             nStepRest += nHeight;
             --nStep;
         }
-        // Rows and rests stay below 2 to the 32 each, so their product fits 64 bits without sign.
+        // Rows and remainders stay below 2 to the 32 each, so their product fits 64 bits without sign.
         const auto nDown = static_cast<std::uint64_t>(nFirstRow - ptTop.y);
         const std::uint64_t nProduct = nDown * static_cast<std::uint64_t>(nStepRest);
         const auto nDivisor = static_cast<std::uint64_t>(nHeight);
@@ -132,7 +132,7 @@ bool ScanPolygon(const CPoint* pPoint, int nCount, const pixman_box32_t& rtClip,
         for (; nNext < nEdges && pEdges[nNext].nRow == y; ++nNext)
             pActive[nActive++] = &pEdges[nNext];
 
-        // Rows of the same crossings are one band: to the next change where all edges stand upright, else one row.
+        // Rows of the same crossings are one band: to the next change where all edges are vertical, else one row.
         std::int64_t nBandEnd = nNext < nEdges ? pEdges[nNext].nRow : rtClip.y2;
         for (std::size_t i = 0; i < nActive; ++i)
         {
@@ -152,7 +152,7 @@ bool ScanPolygon(const CPoint* pPoint, int nCount, const pixman_box32_t& rtClip,
         for (std::size_t i = 0; i < nActive; ++i)
             if (pActive[i]->nEnd > nBandEnd)
             {
-                pActive[i]->MoveDown(); // no change to an upright edge, however long the band
+                pActive[i]->MoveDown(); // no change to a vertical edge, for a band of any length
                 pActive[nKept++] = pActive[i];
             }
         nActive = nKept;

@@ -10,7 +10,7 @@
 namespace narvo::engine
 {
 
-/// A growing list of boxes, right and bottom exclusive. Nothing throws: a list that cannot grow says so.
+/// A growing list of boxes, right and bottom exclusive. Nothing throws: Add reports a list that cannot grow.
 class CBoxList
 {
 public:

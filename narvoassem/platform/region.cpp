@@ -30,7 +30,7 @@ public:
     {
         pixman_box32_t boxCopy = box;
         pixman_region32_fini(&m_region);
-        // An empty or reversed box would be reported on the error stream.
+        // pixman would report an empty or reversed box on the error stream.
         if (box.x1 < box.x2 && box.y1 < box.y2)
             pixman_region32_init_with_extents(&m_region, &boxCopy);
         else
@@ -61,7 +61,7 @@ public:
     pixman_box32_t GetBounds() const { return *pixman_region32_extents(Get()); }
 
 private:
-    // pixman takes its sources without const and leaves them alone.
+    // pixman takes its sources without const and does not change them.
     pixman_region32_t* Get() const { return const_cast<pixman_region32_t*>(&m_region); }
 
     pixman_region32_t m_region;
@@ -107,7 +107,7 @@ struct CRgn::CBody
         return (IsEmpty(rtClip) || ScanPolygon(pPoint, nPoints, rtClip, boxes)) && target.SetBoxes(boxes);
     }
 
-    /// Takes the place of what the body held.
+    /// Replaces what the body held.
     void Take(CRectangles& source)
     {
         rectangles.Swap(source);

@@ -1,5 +1,5 @@
-// The public names of the kernels: the test that none is missing, and their flat argument lists, taken into a call
-// record. The macros for these expand inside a function whose parameters carry the names of fastkernels.h.
+// The public names of the kernels: the check that none is missing, and their flat argument lists, collected in a call
+// record. The macros for these expand inside a function whose parameters have the names of fastkernels.h.
 #pragma once
 
 #include <cstddef>
@@ -32,7 +32,7 @@ constexpr bool HasPublicNames()
 
 // NOLINTBEGIN(cppcoreguidelines-macro-usage): they stand for declarations and for parameter lists that are macros
 
-/// Stands before the function that is a kernel's public name.
+/// Goes before the function that is a kernel's public name.
 #define NARVO_PUBLIC_NAME(eKernel, Name)                                                                               \
     template <>                                                                                                        \
     inline constexpr bool narvo::engine::bHasPublicName<eKernel> = true;                                               \
@@ -77,7 +77,7 @@ constexpr bool HasPublicNames()
         (call).first = {nThreshold, nThresholdGain};                                                                   \
     } while (false)
 
-/// The same with the threshold set of the float family, whose singles do not depend on an argument.
+/// The same with the threshold set of the float family, which has no argument for singles.
 #define NARVO_TAKE_FLOAT_ARGUMENTS(call)                                                                               \
     do                                                                                                                 \
     {                                                                                                                  \

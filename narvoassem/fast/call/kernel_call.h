@@ -13,11 +13,11 @@ class CPairStorage;
 namespace narvo::engine
 {
 
-/// The hit arrays of the pixel store, handed to a kernel as working space.
+/// The hit arrays of the pixel store, passed to a kernel as working space.
 struct CHitArrays
 {
     std::int64_t nSize = 0;  ///< capacity: the group of 8 that reaches it is the last of its strip or row
-    std::int64_t nCount = 0; ///< hits that the first strip or row starts behind
+    std::int64_t nCount = 0; ///< hits that the first strip or row starts after
     int* pX = nullptr;
     int* pY = nullptr;
     short* pType = nullptr;
@@ -60,7 +60,7 @@ struct CKernelCall
     CPairSink pairs;
     std::int64_t nPitch16 = 0; ///< compare distance, 1/16 pixel
     std::int64_t bKeepSingle = 0;
-    std::int64_t nThresholdExtra = 0; ///< a single's peak must exceed it, where the kernel asks
+    std::int64_t nThresholdExtra = 0; ///< a single's peak must exceed it, in kernels that use it
     std::int64_t nGrayLimit = 255;
     int* pEndLine = nullptr;
     /// Horizontal table kernels: whole-pixel displacement per column (read at x & ~15) and weights.

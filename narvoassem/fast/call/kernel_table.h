@@ -67,7 +67,7 @@ constexpr COptionSet operator|(KernelOption eOne, KernelOption eOther)
 /// The options that are set in a block.
 COptionSet GetKernelOptions(const CConvParam& param);
 
-/// Where a kernel's public name stands.
+/// Where a kernel's public name is declared.
 enum class KernelHome
 {
     Fast,     ///< free function of fastkernels.h
@@ -85,14 +85,14 @@ struct CKernelRow
     KernelHome eHome;
     const char* pWords; ///< for people
     TTraits traits;
-    bool bChosen = true; ///< false: no inspection takes it, a host calls it
+    bool bChosen = true; ///< false: no inspection selects it, only hosts call it
 };
 
-/// What a selected row runs.
+/// What a selection runs.
 enum class ChoicePath
 {
     Kernel,  ///< its kernel
-    FreeForm ///< the inspection of a free-form region in its place
+    FreeForm ///< the inspection of a free-form region in place of a kernel
 };
 
 /// A selection of a kernel. The rows of one comparison and direction are tried in order; the first whose needs are all
@@ -103,7 +103,7 @@ struct CKernelChoice
     COptionSet needs;
     TKernel eKernel;
     COptionSet reads;      ///< further options that it reads
-    const char* pWords;    ///< what sets the choice apart from the others
+    const char* pWords;    ///< what distinguishes the selection from the others
     COptionSet stops = {}; ///< with one of these it runs nothing at all
     ChoicePath ePath = ChoicePath::Kernel;
 
@@ -124,8 +124,8 @@ constexpr const CKernelChoice<TKernel>& SelectKernel(std::span<const CKernelChoi
     return *pChoice;
 }
 
-/// Whether a table's kernels are those that its selections take, but for the ones that say so, and whether each
-/// selection ends with a row without needs.
+/// Whether the selections take every kernel of a table except those with bChosen false, and whether each list of
+/// selections ends with a row without needs.
 template <class TRows, class... TChoices>
 constexpr bool AreKernelsChosen(const TRows& rows, const TChoices&... choices)
 {

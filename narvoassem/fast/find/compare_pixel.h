@@ -1,4 +1,4 @@
-// The comparison of one pixel in plain code: what find_row.cc does in vectors, and what a found hit is worth. All
+// The comparison of one pixel in plain code: what find_row.cc does in vectors, and the values of a found hit. All
 // values live in 16-bit lanes: products and sums keep their low 16 bits, shifts are logical, the threshold test is
 // signed.
 #pragma once
@@ -34,7 +34,7 @@ constexpr std::int16_t SaturatedDifference(std::uint16_t nSrc, std::uint16_t nCm
     return static_cast<std::int16_t>(std::clamp(nDiff, -32768, 32767));
 }
 
-/// |nDiff| as the lanes have it.
+/// |nDiff| as the lanes compute it.
 constexpr std::int16_t Magnitude(std::int16_t nDiff)
 {
     return static_cast<std::int16_t>(nDiff < 0 ? -nDiff : nDiff);
@@ -46,7 +46,7 @@ constexpr bool ExceedsThreshold(std::int16_t nDiff, std::int16_t nThreshold)
     return Magnitude(nDiff) > nThreshold;
 }
 
-/// |nDiff| less the threshold, low 16 bits.
+/// |nDiff| minus the threshold, low 16 bits.
 constexpr std::int16_t HitPeak(std::int16_t nDiff, std::int16_t nThreshold)
 {
     return static_cast<std::int16_t>(Magnitude(nDiff) - nThreshold);

@@ -10,7 +10,7 @@
 namespace narvo::engine
 {
 
-/// nLarger less nSmaller as a signed 16-bit value; stopped at 0 except in the plain comparison.
+/// nLarger minus nSmaller as a signed 16-bit value; at least 0 except in the plain comparison.
 template <SumsVariant kVariant>
 constexpr std::int16_t SumsDifference(std::uint16_t nLarger, std::uint16_t nSmaller)
 {
@@ -25,7 +25,7 @@ struct CSumsComparison
     std::uint16_t nCmp;
     std::int16_t nThreshold;
     bool bDark;   ///< the reference exceeds the source by more than the threshold
-    bool bBright; ///< and the other way round: both where the threshold is below 0
+    bool bBright; ///< and vice versa: both where the threshold is below 0
 
     bool IsHit() const { return bDark || bBright; }
 };
@@ -63,7 +63,7 @@ template <SumsVariant kVariant>
     result.bBright = exceeds(result.nSrc, result.nCmp);
     if constexpr (kVariant == SumsVariant::PlainWitness)
     {
-        // The same pair of places seen from the reference, back to the source, without the limit.
+        // The same two places compared from the reference back to the source, without the limit.
         const unsigned nBack = weigh(row.pSrc[x], row.nWeightNear) + weigh(row.pBack[x], row.nWeightFar);
         const unsigned nAhead = weigh(row.pNear[x], 16);
         const bool bDarkAgrees = exceeds(nAhead, nBack);

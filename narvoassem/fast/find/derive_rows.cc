@@ -18,7 +18,7 @@
 namespace narvo::engine
 {
 
-/// One element of each kind, in plain code: for the columns behind the last full vector.
+/// One element of each kind, in plain code: for the columns after the last full vector.
 inline std::uint16_t PlainSum(const CSourceRows& rows, int nAcross, int nLines, std::int64_t x)
 {
     unsigned nSum = 0;
@@ -64,7 +64,7 @@ void ForEachBlock(const CSourceRows& /*rows*/, int /*nLines*/, std::int64_t nCou
 
 #else
 
-/// Calls onBlock(d, x) for full vectors, then onColumn(x) for the columns behind them.
+/// Calls onBlock(d, x) for full vectors, then onColumn(x) for the columns after them.
 template <class TOnBlock, class TOnColumn>
 HWY_INLINE void ForEachBlock(const CSourceRows& rows, int nLines, std::int64_t nCount, TOnBlock&& onBlock,
                              TOnColumn&& onColumn)

@@ -183,7 +183,7 @@ HWY_INLINE void FindRun(const CFindRow& row, const CStripRun& run, const CRowLan
     }
     for (; i + nLanes <= nColumns; i += nLanes)
         hn::StoreMaskBits(di, FindBlock<kTraits>(d, row, lanes, rows, nFirst + i, i), pBits + i / 8);
-    // What is left where a vector is wider than a strip: one strip.
+    // The remainder where a vector is wider than a strip: one strip.
     if constexpr (hn::MaxLanes(CWideTag()) > kStripWidth)
         if (i < nColumns)
             hn::StoreMaskBits(diStrip, FindBlock<kTraits>(dStrip, row, lanesStrip, rows, nFirst + i, i), pBits + i / 8);

@@ -1,6 +1,6 @@
-// The finder: for every pixel of one row of strips it answers one bit, whether the comparison exceeds its threshold.
-// It keeps nothing but bits; what a hit is worth is computed again, in plain code, for the few that are set
-// (compare_pixel.h). The vector code behind it (find_row.cc) is compiled once per instruction set.
+// The finder: for every pixel of one row of strips it gives one bit, whether the comparison exceeds its threshold.
+// It keeps only the bits; the values of a hit are computed again, in plain code, for the few that are set
+// (compare_pixel.h). Its vector code (find_row.cc) is compiled once per instruction set.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +13,7 @@ namespace narvo::engine
 
 constexpr int kStripWidth = 16; ///< columns of a strip
 constexpr int kGroupWidth = 8;  ///< columns of a group: capacities are tested after each
-constexpr int kSpareMasks = 8;  ///< masks behind a row's last that may be read
+constexpr int kSpareMasks = 8;  ///< masks after a row's last that may be read
 
 /// Where the finder's reference comes from.
 enum class FindReference
@@ -79,27 +79,27 @@ constexpr const CFindTraits& GetFindTraits(FindVariant eVariant)
 
 static_assert(HasRowForEach(findVariants, &CFindTraits::eVariant, FindVariant::Count));
 
-/// Neighbouring strips whose map elements follow one another and whose references are displaced alike.
+/// Neighbouring strips with consecutive map elements and equal displacement of their references.
 struct CStripRun
 {
     std::int64_t nFirstStrip = 0; ///< index within the row
     std::int64_t nStripCount = 0;
-    std::int64_t nMapBase = 0; ///< element of the run's first pixel, less nMapRow of the row
+    std::int64_t nMapBase = 0; ///< element of the run's first pixel, minus nMapRow of the row
     std::int64_t nDisplacement =
         0; ///< column variants: bytes from a pixel's place in the reference rows to its reference
 };
 
 /// One row. Byte rows begin at the first pixel of the first strip and hold 16 bytes for each strip; those marked +1
-/// hold one byte more. The reference rows of the column variants hold them where the runs' displacements lead.
+/// hold one byte more. The reference rows of the column variants hold them at the runs' displacements.
 /// Arithmetic is done on 16-bit lanes: products and sums wrap, shifts are logical, the threshold test is signed.
 struct CFindRow
 {
     const std::uint8_t* pSrc = nullptr;  ///< source row
     const std::uint8_t* pNear = nullptr; ///< reference row (bilinear: +1)
-    const std::uint8_t* pFar = nullptr;  ///< the row, or the pixel, behind it (bilinear: +1)
+    const std::uint8_t* pFar = nullptr;  ///< the row, or the pixel, after it (bilinear: +1)
 
-    /// Bytes from pFar to the memory that the next row will be the first to read. Asking for it a row ahead hides the
-    /// way from main memory, which the processor's own prefetcher does not.
+    /// Bytes from pFar to the memory that the next row will be the first to read. Prefetching it a row ahead hides the
+    /// latency of main memory, which the processor's own prefetcher does not.
     std::int64_t nPrefetch = 0;
 
     std::uint16_t nWeightNear = 16; ///< sixteenths
@@ -126,14 +126,14 @@ struct CFindRow
     const CStripRun* pRuns = nullptr; ///< strips to look at, in ascending order
     std::size_t nRunCount = 0;
 
-    /// Out: one 16-bit mask a strip, bit i for column i. Strips outside the runs are not written.
+    /// Out: one 16-bit mask per strip, bit i for column i. Strips outside the runs are not written.
     std::uint16_t* pMask = nullptr;
 };
 
 /// Finds the hits of one row with the widest vectors of the processor.
 void FindRow(FindVariant eVariant, const CFindRow& row);
 
-/// Name of the instruction set that FindRow uses at present, for tests and reports.
+/// Name of the instruction set that FindRow currently uses, for tests and reports.
 const char* GetVectorTargetName();
 
 } // namespace narvo::engine

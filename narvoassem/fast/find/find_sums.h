@@ -1,5 +1,5 @@
-// The finder of the float family: for every pixel of a row it answers one bit, whether the sums of two windows differ
-// by more than their threshold. Sums come ready made (derive_rows.h). The vector code behind it (find_sums.cc) is
+// The finder of the float family: for every pixel of a row it gives one bit, whether the sums of two windows differ
+// by more than their threshold. Sums are computed before (derive_rows.h). Its vector code (find_sums.cc) is
 // compiled once per instruction set.
 #pragma once
 
@@ -8,7 +8,7 @@
 namespace narvo::engine
 {
 
-/// What the finder compares. A variant is added here alone; its arithmetic asks for it by name.
+/// What the finder compares. A variant is added only here; its arithmetic refers to it by name.
 enum class SumsVariant
 {
     Larger,        ///< reference between two sums; the gain works on the larger value
@@ -16,24 +16,25 @@ enum class SumsVariant
     Source,        ///< the gain works on the source alone
     ColumnLarger,  ///< reference of weighted parts, column by column; the gain works on the larger value
     ColumnSource,  ///< the same with the gain on the source
-    Plain,         ///< reference between two sums, threshold nBase as it stands
+    Plain,         ///< reference between two sums, threshold nBase unchanged
     PlainWitness,  ///< the same, and a second comparison, one pitch back from the reference, must agree
     Count
 };
 
-/// The gain works on the source alone, not on the larger value.
+/// The gain applies to the source alone, not to the larger value.
 constexpr bool WorksOnSource(SumsVariant eVariant)
 {
     return eVariant == SumsVariant::Source || eVariant == SumsVariant::ColumnSource;
 }
 
-/// Shift of a value before its gain: one more where the gain works on the source, and so on three quarters of its mean.
+/// Shift of a value before its gain: one more where the gain applies to the source, of which it then uses three
+/// quarters.
 constexpr int GrayShift(SumsVariant eVariant)
 {
     return WorksOnSource(eVariant) ? 7 : 6;
 }
 
-/// The threshold is nBase as it stands.
+/// The threshold is nBase unchanged.
 constexpr bool IsPlain(SumsVariant eVariant)
 {
     return eVariant == SumsVariant::Plain || eVariant == SumsVariant::PlainWitness;
@@ -46,7 +47,7 @@ constexpr bool HasColumnWeights(SumsVariant eVariant)
 }
 
 /// One row. All rows begin at the first pixel and hold 8 elements for each group. Arithmetic is done on 16-bit lanes:
-/// products and sums wrap, shifts are logical. A pixel is marked when either difference, stopped at 0, exceeds the
+/// products and sums wrap, shifts are logical. A pixel is marked when either difference, at least 0, exceeds the
 /// threshold as signed 16-bit values.
 ///
 /// Source value 16 * pSrc, reference pNear * weight near + pFar * weight far; the column variants have their weights by

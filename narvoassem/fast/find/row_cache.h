@@ -13,29 +13,29 @@
 namespace narvo::engine
 {
 
-/// Rows by index, each in the slot of its low bits; a row that finds its slot taken replaces what is there.
+/// Rows by index, each in the slot of its low bits; a new row replaces the one in its slot.
 template <class TElement>
 class CRowCache
 {
 public:
-    /// Memory that the rows of one tile should keep to, so that they stay near the processor.
+    /// Memory that the rows of one tile should not exceed, so that they stay in the cache.
     static constexpr std::int64_t kBytes = 1 << 20;
-    /// Rows kept at the most: for longer ways, rows are made anew.
+    /// Maximum of rows kept: for longer distances, rows are computed again.
     static constexpr std::int64_t kRowLimit = 8192;
 
-    /// Rows that are kept so that one is still there nDistance rows on.
+    /// Rows to keep so that a row is still there nDistance rows later.
     static std::int64_t RowsFor(std::int64_t nDistance)
     {
         const std::int64_t nWanted = std::clamp<std::int64_t>(nDistance + 3, 4, kRowLimit);
         return static_cast<std::int64_t>(std::bit_ceil(static_cast<std::uint64_t>(nWanted)));
     }
-    /// Columns of a tile whose rows keep to kBytes.
+    /// Columns of a tile whose rows fit into kBytes.
     static std::int64_t ColumnsFor(std::int64_t nDistance)
     {
         return kBytes / (RowsFor(nDistance) * static_cast<std::int64_t>(sizeof(TElement)));
     }
 
-    /// Strips of a tile that keeps to it; rows too short gain nothing from it.
+    /// Strips of a tile that fits into it; rows too short gain nothing from it.
     static std::int64_t StripsFor(std::int64_t nDistance)
     {
         return std::max<std::int64_t>(ColumnsFor(nDistance) / kStripWidth, 32);

@@ -1,4 +1,4 @@
-// The float kernels: one text, stamped out once for each row of the table.
+// The float kernels: one template, instantiated for each row of the table.
 #include <type_traits>
 
 #include "narvoassem/fast/call/kernel_call.h"

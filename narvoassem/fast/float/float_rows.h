@@ -81,7 +81,7 @@ private:
 
     void PlaceRows(std::int64_t y)
     {
-        // Windows lie with their longer side along the row.
+        // The longer side of a window is along the row.
         const std::int64_t nSums = m_nColumns + (kTraits.HasColumnTables() ? 0 : m_pitch.nWhole + 1);
         MakeSumRow(ReadRows(m_call.image, m_x, y, kTraits.nAcross, nSums + kTraits.nAlong - 1, m_scratch.rowCopy),
                    kTraits.nAlong, kTraits.nAcross, nSums, m_scratch.lineSums[Sums].Data());
@@ -94,7 +94,7 @@ private:
         }
     }
 
-    /// Column tables: forms the sums down the lines and lays the weighted parts of each displaced block side by side.
+    /// Column tables: forms the sums down the lines and places the weighted parts of each displaced block side by side.
     void GatherReference(std::int64_t y)
     {
         const std::int64_t nFormed = FormedColumns();

@@ -1,4 +1,4 @@
-// What a float kernel asks of each window and of each pair record: the rule that a scan runs by (scan.h). Hits hold
+// How a float kernel judges windows and pair records: the rule of its scan (scan.h). Hits hold
 // values in the scale of their window, records grey levels.
 #pragma once
 
@@ -59,7 +59,7 @@ public:
     }
 
     /// Bright records are judged by the first set, the others by the second, both in the scale of the window with the
-    /// base's fraction kept; the hit takes the threshold either way.
+    /// base's fraction kept; the hit takes the threshold in either case.
     PairVerdict Judge(std::int64_t nHit, CPairValues& values) const
     {
         if (!kTraits.bMember)

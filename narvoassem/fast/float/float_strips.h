@@ -1,4 +1,4 @@
-// The rows of a vertical scan of the float family: each strip its left half top down, then its right half.
+// The rows of a vertical scan of the float family: of each strip first the left half from the top down, then the right.
 #pragma once
 
 #include <algorithm>
@@ -53,15 +53,15 @@ public:
         return this->Find(row, nFirst, bApart ? 1 : 2 * m_nStrips);
     }
 
-    /// A strip that is cut moves on by 16 in the image and by less in the positions of its hits, which lag behind the
-    /// image from there on: a deliberate rule.
+    /// After a strip that was cut, the scan advances by 16 in the image and by less in the positions of hits, which lag
+    /// behind the image from there on: a deliberate rule.
     bool Leave(const CHitsTaken& taken)
     {
         const bool bCut = IsCut(taken.bFull);
         const bool bRightHalf = taken.nGroup % 2 == 1;
         const std::int64_t nFinished = !bCut ? kStripWidth : bRightHalf ? kGroupWidth : 0;
         m_bTableEntered = m_bTableEntered || !bCut || bRightHalf || m_region.nTop + taken.nGroup / 2 >= m_nTableStart;
-        // Past the image's row, and still no column gained.
+        // Past the end of the image's row without having advanced by a column.
         m_bStuck = nFinished == 0 && m_nImageX >= m_image.nStride;
         m_x += nFinished;
         m_nImageX += kStripWidth;
@@ -98,7 +98,7 @@ private:
                (!IsShifted() || m_scratch.shiftedSums.Begin(1, nColumns));
     }
 
-    /// Points the finder's row at row y of a tile of nColumns columns from x on, behind the first nSkipped of them.
+    /// Points the finder's row at row y of a tile of nColumns columns from x on, after the first nSkipped of them.
     void PlaceRows(const CPitch16& pitch, std::int64_t x, std::int64_t y, std::int64_t nColumns, std::int64_t nSkipped)
     {
         // Windows of three rows reach one above.
@@ -138,8 +138,8 @@ private:
 
     bool HasTable() const { return kTraits.bShifted && m_call.pScanPitchTable != nullptr; }
 
-    /// An entry of the row table replaces the pitch when it differs from the entry before, and the first one is held
-    /// against 0. So entries of 0 at the region's top leave the call's pitch in force, until another has been read.
+    /// An entry of the row table replaces the pitch when it differs from the entry before; the first one is compared
+    /// with 0. So entries of 0 at the region's top leave the call's pitch in force, until another has been read.
     void FindTableStart()
     {
         m_nTableStart = m_region.nTop;
@@ -158,7 +158,7 @@ private:
 
     const CFloatCall& m_call;
     CImageView m_image;
-    std::int64_t m_nImageX;         ///< column in the image of the strip in hand
+    std::int64_t m_nImageX;         ///< column in the image of the current strip
     std::int64_t m_nTableStart = 0; ///< first row whose table entry is not 0
     bool m_bTableEntered = true;    ///< such an entry has been read
     bool m_bStuck = false;

@@ -1,5 +1,5 @@
-// The band rule: hits of one strip or row become pair records. A hit near the start edge may stand alone; one near
-// the end edge stands for its unseen partner one pitch on, mirrored; one in the middle needs a partner.
+// The band rule: hits of one strip or row become pair records. A hit near the start edge may be a single; one near
+// the end edge represents its unseen partner one pitch ahead, mirrored; one in the middle needs a partner.
 #pragma once
 
 #include <cstdint>
@@ -20,12 +20,12 @@ enum class PairAxis
 struct CPairingTraits
 {
     PairAxis eAxis = PairAxis::Y;
-    /// Where bands overlap: the last band is asked before the first one.
+    /// Where bands overlap: the last band is tested before the first one.
     bool bLastBandFirst = false;
-    /// A hit at the target that cannot be the partner is passed over; otherwise it ends the search, and hit i gives
+    /// A hit at the target that cannot be the partner is skipped; otherwise it ends the search, and hit i gives
     /// nothing at all.
     bool bPassUnusable = false;
-    /// The other coordinate of a partner is not asked for.
+    /// The other coordinate of a partner is not tested.
     bool bAnyAcross = false;
 };
 
@@ -44,8 +44,8 @@ struct CHitList
     std::int64_t nCount = 0;
 };
 
-/// Where the search for a partner may begin: hits in front of nNext lie before nTarget. Targets mostly ascend, so the
-/// way to them is gone once.
+/// Where the search for a partner may begin: hits before nNext lie before nTarget. Targets mostly ascend, so the hits
+/// up to them are passed once.
 struct CSearchCursor
 {
     std::int64_t nNext = 0;
@@ -78,14 +78,14 @@ enum class PairingEnd
     PairsFull
 };
 
-/// Type 3 and above: consumed or out of play.
+/// Type 3 and above: consumed or ignored.
 inline bool IsOutOfPlay(short nType)
 {
     return nType >= 3;
 }
 
-/// Index of the first hit behind i that lies at the target and, for columns, in the same column: the partner if its
-/// type allows it. -1 where there is none. Sets bBlocked when an unusable hit at the target ended the search.
+/// Index of the first hit after i that lies at the target and, for columns, in the same column: the partner if its
+/// type allows it. -1 if there is none. Sets bBlocked when an unusable hit at the target ended the search.
 template <CPairingTraits kTraits>
 std::int64_t FindPartner(const CHitList& list, std::int64_t i, std::int64_t nTarget, CSearchCursor& cursor,
                          bool& bBlocked)

@@ -15,7 +15,7 @@
 namespace narvo::engine
 {
 
-/// The first of nCount masks at or behind nFirst that is not 0; nCount where there is none. Up to 7 masks behind the
+/// The first of nCount masks at or after nFirst that is not 0; nCount if there is none. Up to 7 masks after the
 /// last are read.
 inline std::int64_t NextMarked(const std::uint8_t* pMask, std::int64_t nFirst, std::int64_t nCount)
 {
@@ -30,7 +30,7 @@ inline std::int64_t NextMarked(const std::uint8_t* pMask, std::int64_t nFirst, s
     return nCount;
 }
 
-/// A hit, worth what the comparison found. Two words, so that it stays in registers until it is put somewhere.
+/// A hit with the values that the comparison found. Two words, so that it stays in registers until it is stored.
 class CFoundHit
 {
 public:
@@ -38,16 +38,16 @@ public:
     /// nLine: row of a strip, or block of 16 columns of a row. nColumn: within it, 0 .. 15.
     CFoundHit(std::int64_t nLine, int nColumn) : m_nPlace(nLine * 256 + nColumn) {}
 
-    /// Takes what was found, once a hit.
+    /// Sets the values, once per hit.
     void Set(const CPixelComparison& found) { SetValues(found.nSrc, found.nCmp, found.nThreshold); }
     void Set(const CSumsComparison& found)
     {
         SetValues(found.nSrc, found.nCmp, found.nThreshold);
         SetClassId((found.bDark ? 1 : 0) | (found.bBright ? 2 : 0));
     }
-    /// Once a hit, behind its values.
+    /// Once per hit, after its values.
     void SetZone(std::uint16_t nZone) { m_nValues |= std::uint64_t{nZone} << 48; }
-    /// Once a hit; nClassId 0 .. 15.
+    /// Once per hit; nClassId 0 .. 15.
     void SetClassId(int nClassId) { m_nPlace += 16 * nClassId; }
 
     std::int64_t Line() const { return m_nPlace >> 8; }
@@ -74,12 +74,12 @@ private:
 
 static_assert(sizeof(CFoundHit) == 16);
 
-/// Hits of many strips, each strip's in chunks that follow one another: appending touches one line of memory a strip,
+/// Hits of many strips, each strip's in chunks that follow one another: appending touches one cache line per strip,
 /// and reading a strip goes through memory in order.
 class CHitChains
 {
 public:
-    /// Hits held at the most, 48 MiB. A denser image is walked in narrower tiles.
+    /// Maximum number of hits, 48 MiB. A denser image is walked in narrower tiles.
     static constexpr std::size_t kHitLimit = std::size_t{3} << 20;
 
     /// Goes through the hits of one strip.
@@ -138,7 +138,7 @@ public:
     CCursor Hits(std::int64_t nStrip) { return CCursor(*this, static_cast<std::size_t>(nStrip)); }
 
 private:
-    static constexpr std::size_t kChunk = 8; ///< hits of a chunk: two lines of memory
+    static constexpr std::size_t kChunk = 8; ///< hits of a chunk: two cache lines
 
     struct CStrip
     {
@@ -164,7 +164,7 @@ private:
     }
 
     CGrowBuffer<CFoundHit> m_hits;
-    CGrowBuffer<std::uint32_t> m_nextChunk; ///< per chunk: the one behind it
+    CGrowBuffer<std::uint32_t> m_nextChunk; ///< per chunk: the next one
     CGrowBuffer<CStrip> m_strips;
     std::size_t m_nChunks = 0;
     std::size_t m_nChunkLimit = 0;

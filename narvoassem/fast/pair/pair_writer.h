@@ -1,4 +1,4 @@
-// The writing of pair records, the same for all kernels; a family says which candidates stand.
+// The writing of pair records, the same for all kernels; a family decides which candidates are kept.
 #pragma once
 
 #include <concepts>
@@ -12,7 +12,7 @@
 namespace narvo::engine
 {
 
-/// What a record carries besides its place, turned round where it stands for an unseen partner.
+/// What a record holds besides its place, exchanged where it represents an unseen partner.
 struct CPairValues
 {
     int nType = 0;
@@ -25,7 +25,7 @@ enum class PairVerdict
 {
     Stands,
     Refused, ///< the hit whose values it carries stays free
-    Consumed ///< refused, and the hit is consumed all the same
+    Consumed ///< refused, but the hit is consumed
 };
 
 /// Which fields of a record a family writes; the others keep what they held.
@@ -34,7 +34,7 @@ struct CPairFields
     bool bPeak = true;
     bool bValues = true; ///< grey values and threshold
     bool bZone = true;
-    bool bOwnPlace = false; ///< a pair lies where its second hit does, not at the target
+    bool bOwnPlace = false; ///< a pair is placed at its second hit, not at the target
     int nUnits = 1;         ///< units of the hits' values in a grey level
 };
 
@@ -51,7 +51,7 @@ concept PairJudge = requires(const T& state, std::int64_t nHit, CPairValues& val
     { state.deadZones } -> std::convertible_to<const CDeadZones&>;
     { state.KeepsSingle(nHit) } -> std::same_as<bool>;          ///< a single of this hit may be written
     { state.Judge(nHit, values) } -> std::same_as<PairVerdict>; ///< may replace the threshold and the hit's peak
-    state.Finish(candidate, values, pair);                      ///< the last word on a record just written
+    state.Finish(candidate, values, pair);                      ///< final changes to a record just written
 };
 // clang-format on
 

@@ -74,7 +74,7 @@ CPitchLines MakeLines(const unsigned char* pImage, int nStride, int x0, int y0, 
     return {pImage + (std::int64_t{y0} * nStride + x0), nStride, nColumns, nHeight, nAlong};
 }
 
-/// Columns that a comparison along rows takes: whole blocks, and one at least.
+/// Columns of a comparison along rows: whole blocks, at least one.
 std::int64_t CountRowColumns(int nWidth)
 {
     return std::max<std::int64_t>((std::int64_t{nWidth} + 15) / 16, 1) * 16;
@@ -175,8 +175,8 @@ void CAssemUtil::CheckPitchSmallVPT16(int nColumnLow, int nColumnHigh, int nRowL
     std::int64_t nBestCost = nNoCost;
     for (std::int64_t v = nColumnLow; v <= nColumnHigh;)
     {
-        // The best row displacement of each column displacement of the run, so that ties fall as if the columns were
-        // walked one by one.
+        // The best row displacement of each column displacement of the run, so that ties are resolved as if the
+        // columns were walked one by one.
         const CPitchRun run = MakeRun(v, nColumnHigh);
         std::int64_t nRunCosts[nPitchFractions];
         std::int64_t nRunRows[nPitchFractions] = {};

@@ -89,7 +89,7 @@ using D32 = hn::Repartition<std::int32_t, D>;
 using V32 = hn::Vec<D32>;
 constexpr std::int64_t nLanes = hn::MaxLanes(D());
 
-/// Steps after which 32-bit sums of differences of up to 16320 a lane must be taken out.
+/// Steps after which 32-bit sums of differences of up to 16320 per lane must be extracted.
 constexpr std::int64_t nStepsLimit = std::int64_t{1} << 15;
 
 HWY_INLINE V LoadBytes(const std::uint8_t* p)
@@ -125,7 +125,7 @@ public:
         }
     }
 
-    /// Takes the sums out.
+    /// Extracts the sums.
     void Flush(std::int64_t* pCosts)
     {
         for (int k = 0; k < nCount; ++k)

@@ -7,7 +7,7 @@
 namespace narvo::engine
 {
 
-/// Candidates of one whole part are costed together: they differ by a multiple of one difference per pixel.
+/// The costs of candidates with the same whole part are computed together: they differ by a multiple of one difference.
 constexpr int nPitchFractions = 16;
 
 /// A region compared along one axis: nRows rows of nColumns columns (a multiple of 16) from pFirst on.
@@ -35,7 +35,7 @@ void FillBoxStrip(const std::uint8_t* pSource, const std::uint8_t* pDisplaced, s
 void AddBoxCosts(const std::int16_t* pPlain, const std::int16_t* pShifted, std::int64_t nRows, int nFirst, int nCount,
                  std::int64_t* pCosts);
 
-/// Widens bytes to 16 bits by stores past the cache; pShort is 16-byte aligned.
+/// Widens bytes to 16 bits with non-temporal stores; pShort is 16-byte aligned.
 void WidenBytes(const std::uint8_t* pByte, std::int16_t* pShort, std::int64_t nCount);
 
 } // namespace narvo::engine

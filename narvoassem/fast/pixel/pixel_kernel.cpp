@@ -1,4 +1,4 @@
-// The pixel kernels: one text, stamped out once for each row of the table.
+// The pixel kernels: one template, instantiated for each row of the table.
 #include "narvoassem/fast/call/kernel_call.h"
 #include "narvoassem/fast/pixel/pixel_rule.h"
 #include "narvoassem/fast/pixel/pixel_table.h"
@@ -32,7 +32,7 @@ int RunPixelKernel(PixelKernel eKernel, const CPixelCall& call)
                                               [&](auto kernel)
                                               {
                                                   constexpr CPixelTraits kTraits = pixelKernels[kernel].traits;
-                                                  // A shift of whole pixels alone leaves the cheaper reference.
+                                                  // A shift of whole pixels only keeps the cheaper reference.
                                                   if constexpr (kTraits.bFraction)
                                                       if ((call.nVtdPitch16 & 15) != 0)
                                                           return Run<WithFraction(kTraits)>(call);

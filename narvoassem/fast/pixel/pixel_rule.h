@@ -1,4 +1,4 @@
-// What a pixel kernel asks of each pixel and of each pair record: the rule that a scan runs by (scan.h). Thresholds are
+// How a pixel kernel judges pixels and pair records: the rule of its scan (scan.h). Thresholds are
 // the same for the whole region, so there are no maps to walk.
 #pragma once
 
@@ -18,7 +18,7 @@
 namespace narvo::engine
 {
 
-/// Hit arrays of a kernel that is given none, in the thread's scratch.
+/// Hit arrays of a kernel that gets none from its caller, in the thread's scratch.
 class COwnHits
 {
 public:
@@ -34,7 +34,7 @@ public:
         bool bRoom = m_scratch.ownTypes.Reserve(nRoom);
         for (CGrowBuffer<int>& buffer : m_scratch.ownHits)
             bRoom = bRoom && buffer.Reserve(nRoom);
-        // Buffers in front of one that could not grow have moved.
+        // Buffers before one that could not grow have moved.
         hits.pX = m_scratch.ownHits[0].Data();
         hits.pY = m_scratch.ownHits[1].Data();
         hits.pSrcGray = m_scratch.ownHits[2].Data();
@@ -136,7 +136,8 @@ private:
         return start;
     }
 
-    /// Bright records are judged by the first set, the others by the second; the hit takes the threshold either way.
+    /// Bright records are judged by the first set, the others by the second; the hit takes the threshold in either
+    /// case.
     bool PassesItsSet(std::int64_t nHit, CPairValues& values) const
     {
         const bool bBright = values.nSrc > values.nCmp;

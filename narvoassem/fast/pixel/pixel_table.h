@@ -133,7 +133,7 @@ inline constexpr auto pixelChoicesVert = []
         {ScanPitches, Vtds, NoSingles, "row table"},
         {NoLineBuffer, VertDirect, NoSingles, "direct"},
         {Extended | Twice, VertIntrin, DeadZones | SecondSet | NoSingles, "two-pass"},
-        // The form of the wide kernel that takes a real pitch takes it in place of the shift.
+        // The form of the wide kernel with a real pitch has it in place of the shift.
         {Extended | ClassPitch, VertWide, SecondSet | NoSingles, "extended real-pitch"},
         {Extended, VertWide, SecondSet | CrossShift | NoSingles, "extended"},
         {SecondSet, Vert2, NoSingles, "dark filter"},

@@ -11,7 +11,7 @@ namespace narvo::engine
 enum class SecondSet
 {
     None,
-    Narrows, ///< dark records must exceed it too; a refused pair is consumed all the same
+    Narrows, ///< dark records must exceed it too; a refused pair is still consumed
     ByType   ///< hits are found with the smaller threshold, and each record is judged by the set of its polarity;
              ///< singles need bKeepSingle exactly 1
 };
@@ -21,11 +21,11 @@ struct CPixelTraits
 {
     CScanTraits scan;
     SecondSet eSecond = SecondSet::None;
-    bool bPeak = true; ///< writes the peak of hits, and starts behind the hits that it is given
+    bool bPeak = true; ///< writes the peak of hits, and starts after the hits that the caller passes
     bool bDeadZones = false;
     bool bZeroOutside = false; ///< rows outside the region count as 0
-    bool bOwnHits = false;     ///< given no hit arrays: keeps its own, without a limit
-    bool bRecordPeak = false;  ///< records carry what they exceed their threshold by
+    bool bOwnHits = false;     ///< gets no hit arrays: keeps its own, without a limit
+    bool bRecordPeak = false;  ///< records hold by how much they exceed their threshold
     bool bFraction = false;    ///< takes a shift along x, whose fraction has a reference of its own (WithFraction)
 };
 

@@ -44,7 +44,7 @@ struct CZoneGrid
     }
 };
 
-/// Walks the strips of a vertical scan from left to right and tells the cell column of each. The first used grid row
+/// Walks the strips of a vertical scan from left to right and gives the cell column of each. The first used grid row
 /// is the one below the table's start.
 class CStripCursor
 {
@@ -69,7 +69,7 @@ public:
         m_first = ReadFirst();
         m_nCellRight = m_first.nX + m_pGrid->nCellWidth;
         if (m_pGrid->bFlagged && m_pGrid->Read(m_pColumn + m_pGrid->nRowBytes + m_pGrid->RecordBytes()).nSkip == 1)
-            m_nCellRight -= 16; // the change to a skipped cell comes one strip early; this outranks the stretch
+            m_nCellRight -= 16; // the change to a skipped cell comes one strip early, in preference to the stretch
         else if (m_first.nX + 2 * m_pGrid->nCellWidth >= m_nStripEnd)
             m_nCellRight += m_pGrid->nCellWidth; // the last cell stretches to the end
     }
@@ -108,7 +108,7 @@ public:
     {
     }
 
-    /// Goes on to row y, which lies at or below the row before. Each row on the way steps one grid row at most.
+    /// Advances to row y, which lies at or below the row before. Each row on the way steps one grid row at most.
     void Advance(std::int64_t y)
     {
         for (std::int64_t nRow = NextStep(); nRow <= y; nRow = NextStep())
@@ -136,7 +136,7 @@ private:
     std::int64_t m_nBottom = 0;
 };
 
-/// Walks the rows of a horizontal scan downward and tells the grid row of each. The first used grid row is that of the
+/// Walks the rows of a horizontal scan downward and gives the grid row of each. The first used grid row is that of the
 /// table itself.
 class CRowCursor
 {

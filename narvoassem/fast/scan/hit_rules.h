@@ -41,8 +41,8 @@ struct CPixelHits : CRuleBase
     }
 };
 
-/// In each group those whose reference is the brighter come first, then those whose source is; a pixel may be both.
-/// kArea: pixels of a window. kValues: values and thresholds are stored.
+/// In each group those with the brighter reference come first, then those with the brighter source; a pixel may be
+/// both. kArea: pixels of a window. kValues: values and thresholds are stored.
 template <SumsVariant kVariant, int kArea, bool kValues>
 struct CSumHits : CRuleBase
 {

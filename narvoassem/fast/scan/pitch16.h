@@ -7,7 +7,7 @@ namespace narvo::engine
 {
 
 /// A distance in 1/16 pixel, split. nWhole and nFraction place the comparison; nHop, the distance rounded, is where
-/// the second hit of a pair is sought.
+/// the second hit of a pair is searched.
 struct CPitch16
 {
     std::int64_t nWhole = 0;

@@ -1,7 +1,7 @@
 // The scan of a region, the same for all kernels. A row source says what is compared and in which order, strip by strip
-// or row by row, and a finder marks the pixels of whole rows; the plain comparison says what the few marked ones are
-// worth while their row is in the cache; a rule puts them into the hit arrays, and they are paired in the kernel's own
-// order. Capacity rules live in the last step alone.
+// or row by row, and a finder marks the pixels of whole rows; the plain comparison computes the values of the few
+// marked ones while their row is in the cache; a rule puts them into the hit arrays, and they are paired in the
+// kernel's own order. Only the last step has capacity rules.
 #pragma once
 
 #include <algorithm>
@@ -21,7 +21,7 @@
 namespace narvo::engine
 {
 
-/// The unit in hand: a strip of 16 columns, or a row. A line is a row of a strip, or a block of 16 columns of a row.
+/// The current unit: a strip of 16 columns, or a row. A line is a row of a strip, or a block of 16 columns of a row.
 struct CScanUnit
 {
     std::int64_t nPosition = 0;  ///< the strip's column as its hits have it, or the row
@@ -30,7 +30,8 @@ struct CScanUnit
     CBands bands;
 };
 
-/// What the finder marked in one row of a tile: nGroups groups of 8 columns from group nFirst on, a byte each.
+/// The pixels that the finder marked in one row of a tile: nGroups groups of 8 columns from group nFirst on, a byte
+/// each.
 struct CMarkedRow
 {
     std::int64_t y = 0;
@@ -44,7 +45,7 @@ struct CHitsTaken
 {
     bool bFull = false;      ///< the arrays are full
     std::int64_t nGroup = 0; ///< the last group that they took: two for each line
-    bool bRecorded = false;  ///< its hits gave records
+    bool bRecorded = false;  ///< its hits produced records
 };
 
 /// Where the rows of a scan come from. Units are found several at a time, as a tile, and left one by one.
@@ -55,25 +56,25 @@ concept RowSource = requires(T source, const T& state, std::int64_t n, CMarkedRo
 {
     { T::kHorizontal } -> std::convertible_to<bool>;       ///< units are rows
     { T::kChains } -> std::convertible_to<int>;            ///< chains of a strip: 2 where its halves follow one another
-    { source.Enter() } -> std::same_as<bool>;              ///< a unit is ahead; false at the end of the scan
-    { state.CountUnits(n) } -> std::same_as<std::int64_t>; ///< units of the next tile, n at the most
+    { source.Enter() } -> std::same_as<bool>;              ///< there is a next unit; false at the end of the scan
+    { state.CountUnits(n) } -> std::same_as<std::int64_t>; ///< units of the next tile, at most n
     { source.BeginTile(n) } -> std::same_as<bool>;         ///< makes room for n units; false without memory
     { source.NextRow(row) } -> std::same_as<bool>;         ///< finds the next row of the tile, or part of a row
     { source.Compare(n, hit) } -> std::same_as<bool>;      ///< the plain comparison at column n of it; false: no hit
     { state.Unit() } -> std::same_as<CScanUnit>;
-    { source.Leave(taken) } -> std::same_as<bool>;         ///< goes on to the next unit; false: not in this tile
-    { state.EndPosition() } -> std::same_as<std::int64_t>; ///< end line of a scan that comes to its end
+    { source.Leave(taken) } -> std::same_as<bool>;         ///< advances to the next unit; false: not in this tile
+    { state.EndPosition() } -> std::same_as<std::int64_t>; ///< end line of a completed scan
 };
 // clang-format on
 
-/// What becomes of found pixels.
+/// How found pixels become hits.
 // clang-format off
 template <class T>
 concept HitRule = PairJudge<T> && requires(T rule, const CFoundHit& hit, std::int64_t n, int nPass)
 {
     { T::kPairing } -> std::convertible_to<CPairingTraits>;
     { T::kPasses } -> std::convertible_to<int>;                ///< passes over each group of hits
-    { T::kFirstGroup } -> std::convertible_to<bool>;           ///< a unit's first group is taken whatever the capacity
+    { T::kFirstGroup } -> std::convertible_to<bool>;           ///< a unit's first group is taken at any capacity
     { rule.Takes(hit, nPass) } -> std::same_as<bool>;          ///< the hit is stored in this pass
     { rule.Store(n, n, n, hit, nPass) } -> std::same_as<bool>; ///< at index, x and y; false without memory
     { rule.pEndLine } -> std::convertible_to<int*>;            ///< null where the kernel writes none
@@ -150,7 +151,7 @@ private:
                                   static_cast<int>(nInTile % kStripWidth));
                     if (!m_source.Compare(nColumn, hit))
                         continue;
-                    // Rows are paired as they come, so their hits need no chain.
+                    // Rows are paired one at a time, so their hits need no chain.
                     if constexpr (TSource::kHorizontal && TRule::kPasses > 1)
                         group[nCount++] = hit;
                     else if constexpr (TSource::kHorizontal)
@@ -223,7 +224,7 @@ private:
         return PairHits<TRule::kPairing>(list, bands, m_records);
     }
 
-    /// Ends the scan in front of nLine.
+    /// Ends the scan before nLine.
     int End(std::int64_t nLine)
     {
         if (m_rule.pEndLine != nullptr)

@@ -1,5 +1,5 @@
-// Working memory of one scan. Each thread keeps its own between calls, so that a second like call allocates nothing;
-// it goes with the thread.
+// Working memory of one scan. Each thread keeps its own between calls, so that repeating a similar call allocates
+// nothing; it is freed with the thread.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +14,7 @@
 namespace narvo::engine
 {
 
-/// Strips next to each other that walk their cells alike.
+/// Adjacent strips that walk their cells in the same way.
 struct CRunWalk
 {
     CCellRows rows;
@@ -40,7 +40,7 @@ struct CScanScratch
     CGrowBuffer<std::int16_t> columnNear;
     CGrowBuffer<std::int16_t> columnFar;
     CGrowBuffer<std::uint8_t> classId; ///< per hit, for the class-id kernels
-    CGrowBuffer<int> ownHits[6];       ///< hit arrays of kernels that are given none
+    CGrowBuffer<int> ownHits[6];       ///< hit arrays of kernels that get none from their caller
     CGrowBuffer<short> ownTypes;
     std::size_t nZeros = 0; ///< elements of zeroMap that are known to be 0
 

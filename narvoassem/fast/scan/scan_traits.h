@@ -9,8 +9,8 @@ namespace narvo::engine
 /// What a full hit array does to the strip after.
 enum class StripCut
 {
-    Stays,   ///< the next strip starts 16 columns on, as ever
-    Overruns ///< it starts 24 or 32 columns on, by the half that filled up
+    Stays,   ///< the next strip starts 16 columns further, as usual
+    Overruns ///< it starts 24 or 32 columns further, depending on the half that filled up
 };
 
 struct CScanTraits
@@ -23,7 +23,7 @@ struct CScanTraits
     bool bEndLine = true;        ///< writes its end line
     bool bMeans = false;         ///< vertical: each sample is the mean of a 2 by 2 block
     StripCut eCut = StripCut::Stays;
-    bool bAnyRow = false;  ///< horizontal: hits that the caller put in front may be partners whatever their row
+    bool bAnyRow = false;  ///< horizontal: hits passed by the caller may be partners in any row
     bool bShifted = false; ///< vertical: the whole part of nVtdPitch16 counts too
 
     /// Rows are read one pixel further than their strips reach.

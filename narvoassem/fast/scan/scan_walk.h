@@ -66,15 +66,15 @@ protected:
         return y < m_nRowEnd;
     }
     std::int64_t LineCount() const { return m_nRowEnd - m_region.nTop; }
-    /// The arrays were filled by rows that the strip has.
+    /// The arrays were filled by rows of the strip.
     bool IsCut(bool bFull) const { return bFull && m_nRowEnd > m_region.nTop; }
 
     CRegion m_region;
     CPitch16 m_pitch;
     std::int64_t m_nStripEnd;
     std::int64_t m_nRowEnd;
-    std::int64_t m_x;           ///< of the strip in hand
-    std::int64_t m_nStrips = 0; ///< of the tile in hand
+    std::int64_t m_x;           ///< of the current strip
+    std::int64_t m_nStrips = 0; ///< of the current tile
     std::int64_t m_nRow = 0;    ///< next row of the tile
 };
 
@@ -127,7 +127,7 @@ protected:
     std::int64_t m_nColumns; ///< negative where the pitch leaves none
     std::int64_t m_x;        ///< the row's first column
     std::int64_t m_nStrips;  ///< blocks of a row
-    std::int64_t m_nRow;     ///< row in hand
+    std::int64_t m_nRow;     ///< current row
     bool m_bPending = false; ///< it has not been found yet
 };
 

@@ -23,7 +23,7 @@ constexpr std::int64_t ColumnWeightIndex(std::int64_t nLeft, std::int64_t nColum
     return ColumnBlockIndex(nLeft, nColumn) + (nColumn & 7);
 }
 
-/// Spreads the weight tables to one weight a column and points the row there. @return false without memory
+/// Expands the weight tables to one weight per column and points the row there. @return false without memory
 template <class TRow>
 bool SpreadColumnWeights(const CKernelCall& call, std::int64_t nColumns, CScanScratch& scratch, TRow& row)
 {

@@ -17,7 +17,7 @@
 namespace narvo::engine
 {
 
-/// What is asked of a rule besides: thresholds, and the walk over the maps that they come from.
+/// Further requirements on a rule: thresholds, and the walk over the maps that they come from.
 // clang-format off
 template <class T>
 concept PixelRule = HitRule<T> && requires(T rule, const T& state, CFindRow& row, CRunList& runs, CFoundHit& hit,
@@ -59,7 +59,7 @@ public:
             rule.BeginScan(ScanEnd());
     }
 
-    /// Long rows suit the prefetcher; derived rows should stay near the processor.
+    /// Long rows suit the prefetcher; derived rows should stay in the cache.
     std::int64_t CountUnits(std::int64_t nMost) const
     {
         return CWalk::CountUnits(std::min(nMost, kScan.bMeans ? m_scratch.means.StripsFor(m_pitch.nWhole) : 4096));
@@ -127,7 +127,7 @@ public:
         }
     }
 
-    /// Strips that stay where they are end with the region, even where it has none.
+    /// Strips that do not overrun end with the region, even if it has none.
     std::int64_t EndPosition() const
     {
         if constexpr (!kScan.bHorizontal && kScan.eCut == StripCut::Stays)
@@ -136,8 +136,8 @@ public:
             return CWalk::EndPosition();
     }
 
-    /// The pitch that places the comparison of row y. A row table is entered at the region's top and read on every 16
-    /// rows counted from there; bands and pairing keep the pitch of the call.
+    /// The pitch that places the comparison of row y. A row table is read at the region's top and then every 16
+    /// rows from there; bands and pairing keep the pitch of the call.
     CPitch16 PitchAt(std::int64_t /*x*/, std::int64_t y) const
     {
         if (!kScan.bRowTable || m_call.pScanPitchTable == nullptr)
@@ -158,7 +158,7 @@ public:
     }
 
 private:
-    /// Rows left free below strips, or columns compared of rows.
+    /// Rows not compared below strips, or compared columns of rows.
     static std::int64_t Extent(const CKernelCall& call)
     {
         if (!kScan.bHorizontal)
@@ -204,7 +204,7 @@ private:
         }
         else
         {
-            // The zone kernels take the fraction of their shift alone.
+            // The zone kernels use only the fraction of their shift.
             const std::int64_t nReference = x + (kScan.bShifted ? m_call.nVtdPitch16 >> 4 : 0);
             nColumns += kScan.ReadsOneMore() ? 1 : 0;
             m_row.pSrc = Row(x, y, y, 0, nColumns);

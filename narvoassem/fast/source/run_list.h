@@ -10,15 +10,15 @@
 namespace narvo::engine
 {
 
-/// Neighbours whose map elements follow one another become one run. With column tables a run ends where the
-/// displacement changes, too.
+/// Neighbours with consecutive map elements become one run. With column tables a run also ends where the
+/// displacement changes.
 class CRunList
 {
 public:
     explicit CRunList(CScanScratch& scratch) : m_scratch(scratch) {}
 
     void Clear() { m_nCount = 0; }
-    /// From now on strip n of a row is compared with what lies pDisplacements[n] bytes on.
+    /// From now on strip n of a row is compared with the pixels pDisplacements[n] bytes further.
     void Displace(const std::int64_t* pDisplacements) { m_pDisplacements = pDisplacements; }
     void Add(std::int64_t nFirstStrip, std::int64_t nStripCount, std::int64_t nMapBase)
     {

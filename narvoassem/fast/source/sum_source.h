@@ -13,7 +13,7 @@
 namespace narvo::engine
 {
 
-/// A rule that says how sums are compared.
+/// A rule that defines how sums are compared.
 // clang-format off
 template <class T>
 concept SumRule = HitRule<T> && requires(const T& state, CSumsRow& row)

@@ -23,8 +23,8 @@ public:
         m_pitch.nHop = m_pitch.nWhole + (call.nPitchRound >= 8 ? 1 : 0);
     }
 
-    /// Goes on to the next row that is long enough. The top row comes without a test, even where the bottom lies above
-    /// it. @return false at the end, and for a row out of all measure
+    /// Advances to the next row that is long enough. The top row is not tested, even where the bottom lies above
+    /// it. @return false at the end, and for a row of excessive length
     bool Enter()
     {
         const std::int64_t nHeight = m_call.nBottom - m_call.nTop;
@@ -69,14 +69,14 @@ public:
     }
 
 private:
-    /// Longest row that is looked at; none is that does not come from a pitch out of all measure.
+    /// Longest row that is compared; longer ones result only from pitches of excessive size.
     static constexpr std::int64_t kColumnLimit = std::int64_t{1} << 26;
 
     /// Columns outside the row's width are not summed and count as 0; a negative pitch reaches them on both sides.
     std::int64_t Before() const { return std::max<std::int64_t>(-m_pitch.nWhole, 0) + 1; }
     std::int64_t Behind() const { return std::max(m_nColumns, m_nWidth) + kStripWidth; }
 
-    /// Window sums of the row. The windows at its ends hold one column alone.
+    /// Window sums of the row. The windows at its ends hold only one column.
     void FormSums(std::int64_t y)
     {
         const CSourceRows rows = ReadRows(m_call.image, m_x, y, 2, m_nWidth, m_scratch.rowCopy);
@@ -93,7 +93,7 @@ private:
     }
 
     const CTrapeziumHoriCall& m_call;
-    std::int64_t m_nWidth = 0; ///< columns that the row in hand forms sums of
+    std::int64_t m_nWidth = 0; ///< columns of the current row for which sums are formed
 };
 
 } // namespace

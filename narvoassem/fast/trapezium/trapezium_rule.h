@@ -1,5 +1,5 @@
-// What the trapezium kernels ask of each window and of each pair record: the rule that a scan runs by (scan.h). Records
-// take position, polarity and peak; their other fields keep what they held.
+// How the trapezium kernels judge windows and pair records: the rule of their scans (scan.h). Records
+// take position, polarity and peak; their other fields are left unchanged.
 #pragma once
 
 #include <algorithm>
@@ -23,7 +23,7 @@ public:
     static constexpr bool kFirstGroup = kHorizontal;
     static constexpr CPairFields kFields = {.bValues = false, .bZone = false, .bOwnPlace = true};
 
-    /// Vertical: the first record goes to index 0 whatever the count.
+    /// Vertical: the first record goes to index 0 for any count.
     explicit CTrapeziumRule(const CTrapeziumCall& call)
         : CTrapeziumRule::CSumHits{{call.hits, call.pairs, kHorizontal ? call.pairs.nCount : 0, CDeadZones(nullptr),
                                     nullptr}},
@@ -55,7 +55,7 @@ inline std::int64_t SideAt(std::int64_t nStep, std::int64_t nLength, std::int64_
     return nProduct / nLength + nStart;
 }
 
-/// Stands in for a shortest row or strip below 16.
+/// Used in place of a shortest row or strip below 16.
 constexpr std::int64_t ShortestUseful(std::int64_t nShortest)
 {
     return nShortest < 16 ? 48 : nShortest;

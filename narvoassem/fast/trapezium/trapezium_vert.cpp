@@ -37,7 +37,7 @@ public:
     {
     }
 
-    /// Goes on to the next column from which on a block is long enough. @return false where there is none
+    /// Advances to the next column from which on a block is long enough. @return false if there is none
     bool Enter()
     {
         if (m_x < m_nStripEnd && m_call.pPitchTable != nullptr)
@@ -97,7 +97,7 @@ public:
     {
         for (; m_nRow < m_rows.nEnd; ++m_nRow)
         {
-            // Between the rows of the source and those that the reference looks back on there is nothing but 0.
+            // Between the rows of the source and those of the reference everything is 0.
             if (m_pitch.nWhole < 0 && m_call.nThreshold16 >= 0 && m_nRow > m_rows.nBottom + 1)
                 m_nRow = std::max(m_nRow, m_rows.nTop - 3 - m_pitch.nWhole);
             // Both sides are straight, so the blocks that a row crosses are neighbours.
@@ -121,7 +121,7 @@ public:
                CSumSource::Compare(nColumn, hit);
     }
 
-    /// Where the hit arrays were full, the half that filled them is read again, unless that could not do more.
+    /// Where the hit arrays were full, the half that filled them is read again, unless that could not add any.
     bool Leave(const CHitsTaken& taken)
     {
         if (!taken.bFull)
@@ -177,10 +177,10 @@ private:
     CPitch16 m_pitch;
     std::int64_t m_nShortest;
     std::int64_t m_nStripEnd;
-    std::int64_t m_x;               ///< of the block in hand
+    std::int64_t m_x;               ///< of the current block
     std::int64_t m_nBlocks = 0;     ///< of the tile in hand
     std::int64_t m_nRow = 0;        ///< next row of the tile
-    std::int64_t m_nFirstBlock = 0; ///< of the row in hand
+    std::int64_t m_nFirstBlock = 0; ///< of the current row
     CBlockRows m_rows;              ///< of all blocks of the tile
     CBlockRows m_blocks[kTileBlocks];
 };

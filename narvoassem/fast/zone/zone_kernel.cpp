@@ -1,4 +1,4 @@
-// The zone kernels: one text, stamped out once for each row of the table.
+// The zone kernels: one template, instantiated for each row of the table.
 #include "narvoassem/fast/call/kernel_call.h"
 #include "narvoassem/fast/source/pixel_source.h"
 #include "narvoassem/fast/zone/zone_rule.h"
@@ -26,7 +26,7 @@ int RunZoneKernel(ZoneKernel eKernel, const CZoneCall& call)
                                              [&](auto kernel)
                                              {
                                                  constexpr CZoneTraits kTraits = zoneKernels[kernel].traits;
-                                                 // A shift of whole pixels alone leaves the cheaper reference.
+                                                 // A shift of whole pixels only keeps the cheaper reference.
                                                  if constexpr (kTraits.bFraction)
                                                      if ((call.nVtdPitch16 & 15) != 0)
                                                          return Run<WithFraction(kTraits)>(call);

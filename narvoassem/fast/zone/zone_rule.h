@@ -1,4 +1,4 @@
-// What a zone kernel asks of each pixel and of each pair record: the rule that a scan runs by (scan.h).
+// How a zone kernel judges pixels and pair records: the rule of its scan (scan.h).
 #pragma once
 
 #include <algorithm>
@@ -26,7 +26,7 @@ public:
     {
     }
 
-    /// Smallest nonzero offset below 256; 256 where there is none. Hits are found above it.
+    /// Smallest nonzero offset below 256; 256 if there is none. Hits are found above it.
     int Floor() const
     {
         int nFloor = 256;
@@ -67,10 +67,10 @@ public:
           CZones(call, kTraits.bFlagged, GetScanScratch()), m_call(call), m_tsp(call.pParam),
           m_classId(GetScanScratch().classId)
     {
-        // Hits that the caller put in front have no class.
+        // Hits passed by the caller have no class.
         if constexpr (kTraits.bClassId)
         {
-            // Without memory for all of them the records take those beyond for 0.
+            // Without memory for all of them, the class ids beyond count as 0.
             const auto nFirst = static_cast<std::size_t>(std::max<std::int64_t>(call.hits.nCount, 0));
             m_classId.Reserve(std::max<std::size_t>(nFirst, 1));
             std::fill_n(m_classId.Data(), std::min(nFirst, m_classId.Capacity()), std::uint8_t{0});

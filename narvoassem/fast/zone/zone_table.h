@@ -146,7 +146,7 @@ inline constexpr auto zoneChoicesVert = []
         {Average, Vert2by2, NoSingles, "2 by 2 mean"},
         {Extended | ZoneTables, Vert2STsp, DeadZones | NoSingles, "zone table"},
         {Extended | SecondSet, Vert2SBlack, DeadZones | NoSingles, "dark filter"},
-        // Both forms of the class-id kernel, by a real pitch and without, answer alike.
+        // Both forms of the class-id kernel, with a real pitch and without, give the same results.
         {Extended | ClassPitch, ClassId, NoSingles, "extended real-pitch"},
         {Extended, ClassId, NoSingles, "extended"},
         {{}, Vert, NoSingles, "plain vertical"},

@@ -1,5 +1,5 @@
-// The five builders: labelled pairs become blobs behind those held. Grouping, verification and the pair filters stand
-// elsewhere; merging of the pieces comes after a build.
+// The five builders: labelled pairs become blobs, appended to those held. Grouping, verification and the pair filters
+// are elsewhere; merging of the pieces comes after a build.
 #include <algorithm>
 #include <numeric>
 
@@ -62,8 +62,8 @@ public:
     }
 
 private:
-    // A pair that its blob refuses is offered to older blobs of the same id; those of earlier builds take it, since it
-    // is marked removed by then and passes.
+    // A pair that its blob refuses is offered to older blobs of the same id; those of earlier builds accept it, since
+    // it is marked removed by then.
     void Fill(CDefectPair& pair, int nLabel)
     {
         int nBlob = m_search.FindNewest(nLabel, m_store.nBlobCount);
@@ -77,7 +77,7 @@ private:
     {
         if (m_store.nBlobCount >= m_store.nBlobSize)
         {
-            // A store that is full keeps silent, one that never had memory does not.
+            // A full store is not reported, a store without memory is.
             if (m_store.pBlob == nullptr)
                 NoteMemoryShortage();
             return;

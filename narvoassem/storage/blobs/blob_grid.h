@@ -1,5 +1,5 @@
-// Blobs by place: a hashed grid of square cells, for the walks that ask each blob for others near a rectangle or a
-// point. What counts as near is tested by the walks; the grid only narrows the choice.
+// Blobs by place: a hashed grid of square cells, for the walks that look for the blobs near a rectangle or a point.
+// What counts as near is tested by the walks; the grid only limits the candidates.
 #pragma once
 
 #include <cstddef>
@@ -22,7 +22,7 @@ struct SCells
     bool HasRow(std::int64_t nRow) const { return nTop <= nRow && nRow <= nBottom; }
 };
 
-/// What the walks ask of a blob, close together: the records themselves are far apart in memory.
+/// The fields of a blob that the walks read, close together: the records themselves are far apart in memory.
 struct SGridBlob
 {
     CRect rtDefect;
@@ -31,13 +31,13 @@ struct SGridBlob
 };
 
 /// Every blob is registered in all cells that its rectangle, widened by a margin, touches; a rectangle that is reversed
-/// after that stands nowhere. A bucket holds the blobs of its cell and, by chance, of others. All of it lies in the
-/// scratch memory of the thread.
+/// after that is registered nowhere. A bucket holds the blobs of its cell and, by chance, of others. All of it is in
+/// the scratch memory of the thread.
 class CBlobGrid
 {
 public:
-    /// Registers pBlobs[0 .. nCount - 1]; bByType keeps blobs of different types apart. Answers false when memory
-    /// cannot be had.
+    /// Registers pBlobs[0 .. nCount - 1]; bByType keeps blobs of different types apart. @return false when memory
+    /// ran out
     bool Build(const CDefectBlob* pBlobs, int nCount, int nMargin, bool bByType);
     SGridBlob& GetBlob(int nBlob) { return m_pBlobs[nBlob]; }
     /// Whether some rectangle, not widened, is reversed.
@@ -51,8 +51,8 @@ public:
         return {nLeft >> m_nShift, nTop >> m_nShift, nRight >> m_nShift, nBottom >> m_nShift};
     }
 
-    /// Calls fnVisit(blob index) for the blobs of a cell's bucket. It answers what to do: drop the registration for
-    /// good, go on, or stop.
+    /// Calls fnVisit(blob index) for the blobs of a cell's bucket. It returns what to do: remove the registration,
+    /// continue, or stop.
     enum class EVisit
     {
         Drop,
@@ -77,7 +77,7 @@ public:
     }
 
 private:
-    // Squares of 4 by 4 cells keep together, in one cache line: ordered lists ask for neighbours one after another.
+    // Squares of 4 by 4 cells share one cache line: ordered lists look up neighbours one after another.
     std::size_t GetBucket(std::int64_t nColumn, std::int64_t nRow, int nType) const
     {
         const std::size_t nSquare = static_cast<std::size_t>(nColumn >> 2) * 0x9E3779B1U +

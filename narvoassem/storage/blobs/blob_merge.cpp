@@ -83,7 +83,7 @@ private:
         return true;
     }
 
-    // As Absorb for a candidate, which is not removed. The records are touched by merges alone.
+    // As Absorb for a candidate, which is not removed. Only merges touch the records.
     bool AbsorbCandidate(int nBlob, int nOther)
     {
         SGridBlob& blob = m_grid.GetBlob(nBlob);
@@ -106,7 +106,7 @@ private:
     }
 
     // The candidates of the cells within reach wait in a heap and are tested in list order, each once. When the
-    // rectangle has grown, the cells newly within reach add theirs, but only those behind the one just tested: the
+    // rectangle has grown, the cells newly within reach add theirs, but only those after the one just tested: the
     // walk does not go back.
     void AbsorbByGrid(int nBlob)
     {
@@ -138,7 +138,7 @@ private:
 
     SCells GetReach(const CRect& rt) const
     {
-        // A negative distance can turn the area round; what passes then covers the turned area.
+        // A negative distance can reverse the area; what passes then covers the reversed area.
         const auto [nLeft, nRight] = std::minmax({rt.left - m_nDist, rt.right + m_nDist});
         const auto [nTop, nBottom] = std::minmax({rt.top - m_nDist, rt.bottom + m_nDist});
         return m_grid.GetCells(nLeft, nTop, nRight, nBottom);
@@ -168,7 +168,7 @@ private:
         const int nType = m_grid.GetBlob(nBlob).nDefectType;
         const auto fnVisit = [&](int nFound)
         {
-            // Blobs up to the one in hand, and absorbed ones, are out for all that follow.
+            // Blobs up to the current one, and absorbed ones, are excluded from all later searches.
             SGridBlob& found = m_grid.GetBlob(nFound);
             if (nFound <= nBlob || found.nMark == nRemovedMark)
                 return CBlobGrid::EVisit::Drop;

@@ -1,4 +1,4 @@
-// What the tidying steps share: dropping removed blobs. The walks that mark them have files of their own.
+// What the tidying steps share: dropping removed blobs. The walks that mark them are in files of their own.
 #pragma once
 
 #include "narvoassem/blobstorage.h"

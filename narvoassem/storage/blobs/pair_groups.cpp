@@ -1,5 +1,5 @@
-// The grouping pass: the plain walk, and for long lists the same walk over an index. Types never meet, so each is
-// grouped by itself.
+// The grouping pass: the plain walk, and for long lists the same walk over an index. Types are never grouped together,
+// so each is handled by itself.
 #include "narvoassem/storage/blobs/pair_groups.h"
 
 #include <algorithm>
@@ -84,8 +84,8 @@ void GroupPlainly(const SPairList& list, int nLow, int nHigh, bool bOutside)
     }
 }
 
-/// Finds, in a list of coordinates from which entries are taken out, the first entry at or behind a place that is
-/// greater than a limit: a binary tree of maxima, the list in its leaves.
+/// Finds, in a list of coordinates from which entries are removed, the first entry at or after a place that is greater
+/// than a limit: a binary tree of maxima, the list in its leaves.
 class CFirstGreater
 {
 public:
@@ -116,7 +116,7 @@ public:
             m_pMax[nNode] = nMax;
         }
     }
-    /// The entry, or the number of entries when there is none. nLimit is above the lowest int.
+    /// The entry, or the number of entries if there is none. nLimit is above the lowest int.
     int Find(int nFrom, std::int64_t nLimit) const
     {
         if (nFrom >= m_nCount)
@@ -147,13 +147,13 @@ private:
     unsigned m_nLeaves;
 };
 
-/// The walk over the pairs of one type. Those that nobody has claimed yet stand in buckets by place, in list order: by
+/// The walk over the pairs of one type. Unclaimed pairs are in buckets by place, in list order: by
 /// cell for the vertical window, by column for the horizontal one. A claimed pair leaves its bucket.
 template <EGroupWindow kWindow>
 class CGroupIndex
 {
 public:
-    /// Members are the list's pairs of the type, in list order. Answers false when memory cannot be had.
+    /// Members are the list's pairs of the type, in list order. @return false when memory ran out
     static bool Group(const SPairList& list, int nType, int nMembers)
     {
         const std::size_t nBuckets = std::bit_ceil(static_cast<std::size_t>(nMembers) * 2);
@@ -169,9 +169,9 @@ public:
 
 private:
     static constexpr bool kVertical = kWindow == EGroupWindow::Vertical;
-    static constexpr int nCellShiftX = 3; ///< cells of 8 by 2 pixels: fewer make more lookups, more make longer chains
+    static constexpr int nCellShiftX = 3; ///< cells of 8 by 2 pixels: smaller cost lookups, larger cost long chains
     static constexpr int nCellShiftY = 1;
-    static constexpr int nStripShift = 4; ///< strips of 16 columns, in which vertical lists come
+    static constexpr int nStripShift = 4; ///< strips of 16 columns, in which vertical lists are ordered
 
     struct SMember
     {
@@ -239,7 +239,7 @@ private:
     {
         int* pLink = &m_pHead[nBucket];
         while (*pLink >= 0 && *pLink <= walk.nFinder)
-            *pLink = m_pMember[*pLink].nNext; // had its own turn: no later pair can claim it
+            *pLink = m_pMember[*pLink].nNext; // already processed: no later pair can claim it
         while (*pLink >= 0)
         {
             const int nFound = *pLink;
@@ -254,7 +254,7 @@ private:
                 if (walk.nEnd == nUnknownEnd)
                     walk.nEnd = m_ends.Find(walk.nFinder + 1, walk.nLimit);
                 if (nFound >= walk.nEnd)
-                    return; // so are all behind it
+                    return; // so are all after it
             }
             m_list.Link(m_pMember[walk.nFinder].nPair, member.nPair);
             m_ends.TakeOut(nFound);
@@ -279,7 +279,7 @@ private:
         return m_nSafeEnd;
     }
 
-    // Places that follow each other in an ordered list fall into neighbouring buckets: down a strip of columns in the
+    // Successive places of an ordered list fall into neighbouring buckets: down a strip of columns in the
     // vertical list, along a row in the horizontal one.
     std::size_t GetBucket(std::int64_t nOuter, std::int64_t nInner) const
     {
@@ -292,7 +292,7 @@ private:
     std::size_t m_nBucketMask;
     SMember* m_pMember;
     int* m_pHead;         ///< the first member of each bucket
-    CFirstGreater m_ends; ///< coordinate that ends walks, of the members nobody has claimed
+    CFirstGreater m_ends; ///< coordinate that ends walks, of the unclaimed members
     int m_nSafeGroup = 0; ///< strip or row of the last finder
     int m_nSafeEnd = nUnknownEnd;
 };

@@ -14,8 +14,8 @@ enum class EGroupWindow
     Vertical
 };
 
-/// Lets every pair in turn claim the unclaimed later pairs of its type within the window, up to the first such pair
-/// that lies past the window's look-ahead. A claimed pair takes its claimer's label and keeps it. On entry pLabel[i]
+/// Each pair in list order claims the unclaimed later pairs of its type within the window, up to the first such pair
+/// past the window's look-ahead. A claimed pair takes its claimer's label and keeps it. On entry pLabel[i]
 /// is i and pLinked[i] is 0. Any order of the list is allowed; the result is that of the plain walk.
 void GroupPairs(EGroupWindow eWindow, const CDefectPair* pPairs, int nCount, int* pLabel, int* pLinked);
 

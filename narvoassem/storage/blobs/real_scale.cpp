@@ -53,7 +53,7 @@ struct CPointBounds
 int CBlobStorage::CalcRScale(const CPoint* pPoints) const
 {
     if (ConvParam.dPixelSizeX == 0.0 && ConvParam.dPixelSizeY == 0.0)
-        return 0; // hosts that give no pixel sizes ask for no diameter
+        return 0; // hosts that give no pixel sizes want no diameter
     // The fields are crossed: hosts fill the size along x into the one named Y.
     const auto getSquare = [this](int nDx, int nDy)
     {

@@ -1,5 +1,5 @@
-// Working memory of the searches in this folder: one growing block per thread, so that a second like call allocates
-// nothing; it goes with the thread. The stores' own arrays are elsewhere.
+// Working memory of the searches in this folder: one growing block per thread, so that repeating a similar call
+// allocates nothing; it is freed with the thread. The stores' own arrays are elsewhere.
 #pragma once
 
 #include <cstddef>
@@ -10,8 +10,8 @@
 namespace narvo::engine
 {
 
-/// nWords ints of the calling thread, contents undefined; null when memory could not be had. The next call on the same
-/// thread takes the block over: one user at a time.
+/// nWords ints of the calling thread, contents undefined; null when memory ran out. The next call on the same
+/// thread reuses the block: one user at a time.
 inline int* GetThreadScratch(std::size_t nWords)
 {
     CGrowBuffer<int>& scratch = CThreadMemory<CGrowBuffer<int>>::Get();

@@ -1,5 +1,5 @@
-// Classification of singles after a vertical inspection: the image one pitch on and one pitch back tells on which
-// side of the compare the defect lies.
+// Classification of singles after a vertical inspection: the image one pitch ahead and one pitch back shows on
+// which side of the compare the defect lies.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>

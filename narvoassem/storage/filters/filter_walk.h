@@ -1,4 +1,4 @@
-// Which filters are asked about a pair record, and what they say.
+// Which filters test a pair record, and their answers.
 #pragma once
 
 #include "narvoassem/pairstorage.h"
@@ -13,7 +13,7 @@ enum class PairFilter
     Cross   ///< one pitch across it
 };
 
-/// The answers on one pair, in the order in which they were asked for; the last one decides.
+/// The answers on one pair, in the order of the tests; the last one decides.
 struct CFilterTrail
 {
     struct CAnswer
@@ -25,14 +25,14 @@ struct CFilterTrail
     int nCount = 0;
 };
 
-/// Whether a build in that direction asks pair filters at all: the zones of flagged vertical ones have filtered before.
+/// Whether a build in that direction uses pair filters at all: flagged vertical ones rely on their zones instead.
 inline bool HasPairFilters(const CConvParam& param, bool bVertical)
 {
     return !bVertical || param.bZoneFlagged == 0;
 }
 
-/// Asks the filters about a pair of the store, until one refuses it. @return whether it stands; so does a pair that no
-/// filter is asked about
+/// Tests a pair of the store by the filters, until one refuses it. @return whether it is kept; so is a pair that no
+/// filter tests
 bool AskPairFilters(CPairStorage& store, CDefectPair& pair, bool bVertical, CFilterTrail* pTrail = nullptr);
 
 } // namespace narvo::engine

@@ -1,5 +1,5 @@
-// The pair filters: each looks at a pair's pixel once more against another reference and answers 1 when the pair
-// stands, 0 when it is false. The walks mark false pairs; nothing is deleted here.
+// The pair filters: each compares a pair's pixel once more with another reference and returns 1 when the pair is real,
+// 0 when it is false. The walks mark false pairs; nothing is deleted here.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -70,7 +70,7 @@ int TestAcross(const CConvParam& param, const CDefectPair& pair, EAxis eAxis, do
     return Exceeds(GetValue(param, eAxis, pair.ptDefect.x, pair.ptDefect.y, dPitch), GetLimit(param, pair, 0));
 }
 
-// dPitch turned round when its whole pixels, started at nPos, come within nReach of nEnd.
+// dPitch reversed when its whole pixels, started at nPos, come within nReach of nEnd.
 double TurnAtEnd(double dPitch, int nPos, int nReach, int nEnd)
 {
     return static_cast<std::int64_t>(nPos) + TruncateToInt(dPitch) + nReach >= nEnd ? -dPitch : dPitch;
@@ -81,12 +81,12 @@ struct SEdgeTest
 {
     int nPos;      ///< position along the axis of the source block
     double dPitch; ///< distance of the reference
-    int nAdd;      ///< what the threshold is raised by
-    int nSign;     ///< -1 where the reference block stands for the pair's own pixel
+    int nAdd;      ///< added to the threshold
+    int nSign;     ///< -1 where the reference block represents the pair's own pixel
 };
 
 // The compare of an edge band looked one way only; the test looks the other way past the pair, or, where the span has
-// no room for that, back again at a raised threshold. Answers false for the middle band.
+// no room for that, back again at a raised threshold. Returns false for the middle band.
 bool FindEdgeTest(const CConvParam& param, int nDefectPos, int nPos, double dPitch, int nSpanStart, int nSpanEnd,
                   SEdgeTest& test)
 {
@@ -114,7 +114,7 @@ bool FindEdgeTest(const CConvParam& param, int nDefectPos, int nPos, double dPit
     return true;
 }
 
-/// A jump filter along y behind the margin filter.
+/// A jump filter along y after the margin filter.
 int JumpAlongY(const CConvParam& param, const CDefectPair& pair)
 {
     const CRect& rtInspect = param.rtInspect;
@@ -127,7 +127,7 @@ int JumpAlongY(const CConvParam& param, const CDefectPair& pair)
     return TestAcross(param, pair, EAxis::Y, dPitch);
 }
 
-/// A cross filter along x behind the margin filter.
+/// A cross filter along x after the margin filter.
 int CrossAlongX(const CConvParam& param, const CDefectPair& pair)
 {
     const double dPitch = param.GetRealConvPitch();
@@ -150,7 +150,7 @@ bool AskPairFilters(CPairStorage& store, CDefectPair& pair, bool bVertical, CFil
     const CConvParam& param = store.ConvParam;
     const bool bFalseFilter = param.bFalseFilter != 0;
     const bool bAsked = param.nFilterMode2 == 1 || pair.nDefectPair == DefectPair_Single;
-    // Without the false filter a vertical build asks the margin filter alone, about every pair.
+    // Without the false filter a vertical build applies only the margin filter, to every pair.
     if (bFalseFilter ? !bAsked : !bVertical)
         return true;
     const auto ask = [pTrail](PairFilter eFilter, int bStands)

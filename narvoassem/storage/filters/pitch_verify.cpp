@@ -1,5 +1,5 @@
 // Verification of pairs at short pitches: a pair that matches the image one short pitch away is pattern, not defect.
-// The window sums behind it serve classification too.
+// Classification uses its window sums, too.
 #include "narvoassem/storage/filters/pitch_verify.h"
 
 #include <algorithm>
@@ -17,11 +17,11 @@ namespace narvo::engine
 namespace
 {
 
-constexpr int nVerifyClip = 255;   ///< the grey limit plays no part here
+constexpr int nVerifyClip = 255;   ///< the grey limit has no effect here
 constexpr int nWindowLimit = 1023; ///< of the parameter checks, which binarise mode with maps does not pass through
 
 // Form: the mode digit, then for each check a ';' and three characters, direction digit and two digits of cycle. The
-// search for the next ';' goes on right behind the last one, wherever its three characters end.
+// search for the next ';' continues right after the last one, without regard to its three characters.
 SZoneChecks ParseChecks(const CString& strZone)
 {
     SZoneChecks checks;
@@ -169,7 +169,7 @@ int CPitchVerifier::VerifyByTables(CDefectPair& pair, const SZoneChecks& checks)
     return 0;
 }
 
-// A pitch that is not finite, as a multiple of 0 makes it, turns the check off.
+// A pitch that is not finite, which a multiple of 0 causes, turns the check off.
 bool CPitchVerifier::MatchesAlongX(const CDefectPair& pair, double dPitch) const
 {
     return std::isfinite(dPitch) &&

@@ -1,5 +1,5 @@
-// The blob store: allocation, access, gathering. Building, tidying, classification and verification have files of
-// their own.
+// The blob store: allocation, access, gathering. Building, tidying, classification and verification are in files
+// of their own.
 #include "narvoassem/blobstorage.h"
 
 #include <algorithm>
@@ -36,7 +36,7 @@ CBlobStorage::~CBlobStorage()
 
 int CBlobStorage::InitBlobStorage(int nSize)
 {
-    // A store of no blobs gets its spare entries: a store without an array is one that memory was lacking for.
+    // A store of size 0 gets its spare entries: a store without an array means that memory ran out.
     if (nSize <= nBlobCapacity && (pBlob != nullptr || nSize < 0))
     {
         nBlobSize = nSize;

@@ -162,7 +162,7 @@ void CDefectBlob::IncludePair(const CDefectPair* pPair)
         nMinCmpGray = LowShort(nCmp);
     nSumCmpGray = WrapAdd(nSumCmpGray, nCmp);
 
-    // The greatest difference goes with the highest peak, and the least is tested with the bare peak.
+    // The greatest difference is that of the highest peak, and the least is tested with the peak alone.
     const int nPeak = pPair->nPeak;
     const int nDiff = WrapAdd(nPeak, nThreshold);
     if (nPeak > nMaxPeak)
@@ -316,7 +316,7 @@ void CDefectBlob::CalcExtraFeature()
     for (const CPoint& pt : ptExtreme)
     {
         const double dDx = pt.x - dMeanX;
-        const double dDy = -(pt.y - dMeanY); // y upward, so that the angle turns the usual way
+        const double dDy = -(pt.y - dMeanY); // y upward, so that the angle is counter-clockwise
         dSumXX += dDx * dDx;
         dSumYY += dDy * dDy;
         dSumXY += dDx * dDy;

@@ -1,4 +1,4 @@
-// The pair store: allocation and access. Pairing walks and filters have files of their own.
+// The pair store: allocation and access. Pairing walks and filters are in files of their own.
 #include "narvoassem/pairstorage.h"
 
 #include <algorithm>
@@ -81,7 +81,7 @@ CPairStorage::CPairStorage()
     : nPairCount(-1), pPair(nullptr), nPairSize(-1), nPairCapacity(-1), pPairLabel(nullptr), pPairLinked(nullptr),
       pLabelOpened(nullptr)
 {
-    // Capacity -1 lies below any request, so that a first request for 0 pairs allocates the spare records.
+    // Capacity -1 is below any request, so that a first request for 0 pairs allocates the spare records.
 }
 
 CPairStorage::~CPairStorage()

@@ -1,4 +1,4 @@
-// The plain pairing walks over the hit arrays. The compare kernels carry the same rule with their own variants.
+// The plain pairing walks over the hit arrays. The compare kernels implement the same rule with variants of their own.
 #include <cstdint>
 
 #include "narvoassem/base/pixel_read.h"
@@ -108,7 +108,8 @@ private:
         m_store.pPixelType[nPartner] = DefectType_Removed;
     }
 
-    // The partner lies past the end of the region: the record stands for it, one pitch on, seen from the other side.
+    // The partner lies past the end of the region: the record represents it, one pitch ahead, with both sides
+    // exchanged.
     void AddMirrored(int nHit)
     {
         m_store.pPixelType[nHit] = m_store.pPixelType[nHit] != 0 ? DefectType_Dark : DefectType_Bright;

@@ -1,5 +1,5 @@
-// The arc tangent in plain additions, multiplications and divisions. The mathematics library's own chooses by processor
-// between forms with and without fused multiplication, and those differ in the last place now and then.
+// The arc tangent in plain additions, multiplications and divisions. That of the mathematics library chooses by
+// processor between forms with and without fused multiplication, which sometimes differ in the last place.
 #include "narvoassem/storage/stores/polar_angle.h"
 
 #include <cmath>
@@ -67,7 +67,7 @@ CTwofold MultiplyExactly(double a, double b)
     return {dProduct, dError};
 }
 
-/// a + b * c, but for what lies below the low part.
+/// a + b * c, except for what lies below the low part.
 CTwofold MultiplyAdd(double a, double b, double c)
 {
     const CTwofold product = MultiplyExactly(b, c);

@@ -1,4 +1,4 @@
-// Allocation of the stores' arrays. A store's size is an int and its arrays have spare entries behind it.
+// Allocation of the stores' arrays. A store's size is an int and its arrays have spare entries beyond it.
 #pragma once
 
 #include <cstddef>
@@ -9,11 +9,11 @@
 namespace narvo::engine
 {
 
-/// Entries that every array of a store has behind the size asked for.
+/// Entries that every array of a store has beyond the size requested.
 inline constexpr int nSpareEntries = 16;
 
-/// nCount uninitialised elements of a trivially destructible type, to be given to std::free; null when memory could
-/// not be had or the byte count does not fit.
+/// nCount uninitialised elements of a trivially destructible type, to be given to std::free; null when memory
+/// ran out or the byte count does not fit.
 template <class TElement>
 TElement* AllocateRaw(std::size_t nCount)
 {
