@@ -10,7 +10,7 @@ namespace bench
 struct SOptions
 {
     bool bQuick = false; ///< small images and few rounds: shows that everything runs, says nothing about speed
-    bool bAll = false;   ///< also what carries no target: more hit densities, an image in cache, every vector level
+    bool bAll = false;   ///< also figures without a target: more hit densities, an image in cache, every vector level
     int Rounds(int nUsual) const { return bQuick ? 1 : nUsual; }
 };
 

@@ -95,7 +95,7 @@ CScene::CScene(int nImageWidth, int nImageHeight) : nWidth(nImageWidth), nHeight
     scanPitchTable.resize(static_cast<std::size_t>(nHeight / 16 + 2));
     for (std::size_t i = 0; i < scanPitchTable.size(); ++i)
         scanPitchTable[i] = static_cast<int>(dScanPeriod * 16.0) + static_cast<int>(i / 8 % 2);
-    // Every eighth strip on, the displacement changes between the pixel before the pitch and the one behind it.
+    // At every eighth strip, the displacement alternates between the pixel before the pitch and the one after it.
     convPitchTable.resize(static_cast<std::size_t>(nWidth) + 16);
     weightNear.resize(static_cast<std::size_t>(nWidth) + 32);
     weightFar.resize(weightNear.size());

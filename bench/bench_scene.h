@@ -14,7 +14,7 @@ constexpr double dConvPeriod = 41.7; ///< pattern period along x, pixels
 constexpr double dScanPeriod = 55.4; ///< pattern period along y, pixels
 constexpr int nCellPeriods = 4;      ///< periods per zone cell, both axes
 
-/// Share of outlier pixels. Each gives about two hits: against the pixel one pitch on and one pitch back.
+/// Share of outlier pixels. Each gives about two hits: against the pixels one pitch ahead and one pitch back.
 struct SDensity
 {
     double dOutliers;
@@ -27,7 +27,7 @@ constexpr SDensity densityFew = {0.00025, "0.05 % hits"};
 constexpr SDensity densityMany = {0.005, "1 % hits"};
 constexpr SDensity densitySparse = {0.00005, "0.01 % hits"};
 
-/// The hit arrays as a host would lay them out, and a pair array that never fills.
+/// The hit arrays as a host would allocate them, and a pair array that never fills up.
 struct SHitBuffers
 {
     explicit SHitBuffers(std::int64_t nHits);
@@ -37,7 +37,7 @@ struct SHitBuffers
 };
 
 /// A map over a zone cell. Cell sizes are whole pixels and pitches are not, so a walk may step one line or column
-/// early: values lead the cell's first one.
+/// early: there are values before the cell's first one.
 class CZoneMap
 {
 public:
@@ -54,7 +54,7 @@ class CScene
 public:
     CScene(int nWidth, int nHeight);
 
-    /// Sets outliers at this density, at the same places each time; takes back those of the density before.
+    /// Sets outliers at this density, at the same places each time; removes those of the previous density.
     void SetDensity(const SDensity& density);
     std::int64_t Pixels() const { return static_cast<std::int64_t>(nWidth) * nHeight; }
     /// Origin record at which kernels enter: vertical ones skip one grid row by themselves.

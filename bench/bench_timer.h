@@ -1,5 +1,5 @@
-// Timing: what is compared runs in turn in one process, and each side's best time counts, so that a ratio is free of
-// whatever else the machine does in the meantime.
+// Timing: the sides of a comparison run in turn in one process, and each side's best time counts, so that a ratio does
+// not depend on other load of the machine.
 #pragma once
 
 #include <functional>

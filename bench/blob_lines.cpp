@@ -1,6 +1,6 @@
 // How building, merging and shadow removal grow with the number of pairs: 100 stores of 1,000 pairs each against one
 // store of 100,000. Both sides touch the same amount of memory, so that the ratio shows the steps and not the caches;
-// 1 is growth in proportion.
+// 1 is linear growth.
 #include <algorithm>
 #include <random>
 #include <string>
@@ -37,7 +37,7 @@ public:
         m_store.InitBlobStorage(nCount);
         m_store.nPairCount = nCount;
 
-        // The same share of the image is hit whatever the count: a store of 1,000 covers a region of a hundredth.
+        // The same share of the image is hit for every count: a store of 1,000 covers a region of a hundredth.
         const int nRegionHeight = std::max(64, static_cast<int>(std::int64_t{scene.nHeight} * nCount / nLarge));
         std::mt19937_64 random(nSeed);
         const int nSide = placement.nClusterSide;
@@ -77,7 +77,7 @@ public:
         m_pairs.assign(m_store.pPair, m_store.pPair + nCount);
     }
 
-    /// The pairs as they were, no blobs.
+    /// Restores the pairs; no blobs.
     void Restore()
     {
         m_store.ResetBlobStorage();

@@ -1,5 +1,5 @@
-// Figures of whole zone inspections: against their kernel and OpenCV, in parallel bands and lanes, and what they take
-// from the heap.
+// Figures of whole zone inspections: against their kernel and OpenCV, in parallel bands and lanes, and their
+// heap allocations.
 #include <barrier>
 #include <string>
 #include <thread>
@@ -81,7 +81,7 @@ void AddLaneLine(CTable& table, CScene& scene, const SOptions& options)
                   Bound::AtLeast, 1.8);
 }
 
-/// What the first and a second like inspection take from the heap, beyond the stores of InitAssem.
+/// Heap allocations of an inspection and of repeating it, beyond the stores of InitAssem.
 void AddMemoryLines(CTable& table, CScene& scene, const char* pName, const Action& inspect)
 {
     const std::string strCase = std::string("heap of ") + pName + ", " + std::to_string(scene.nWidth) + "x" +

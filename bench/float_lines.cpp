@@ -18,7 +18,7 @@ namespace bench
 namespace
 {
 
-// A window dilutes an outlier and sees it from each of its places: outliers rise higher and are fewer.
+// A window dilutes an outlier, and every window over it is a hit: outliers are stronger and fewer.
 constexpr SDensity densityWindows = {0.00005, "under 0.1 % hits", 110, 75};
 constexpr SDensity densitySparseWindows = {0.0000125, "0.01 % hits", 110, 75};
 
@@ -66,7 +66,7 @@ std::vector<CPoint> MakeSpikes(const CRect& rtFrame)
     return MakeOutline(rtFrame, [&](int) { return reach(random); });
 }
 
-/// One byte a pixel of the scene, 1 inside the polygon.
+/// One byte per pixel of the scene, 1 inside the polygon.
 std::vector<std::uint8_t> MakeMask(const CScene& scene, const std::vector<CPoint>& points)
 {
     std::vector<std::uint8_t> mask(scene.pixels.size());
@@ -86,7 +86,7 @@ std::vector<std::uint8_t> MakeMask(const CScene& scene, const std::vector<CPoint
     return mask;
 }
 
-/// The engine with its free-form inspection within reach.
+/// The engine with its free-form inspection made accessible.
 class CRegionEngine : public CNarvoAssem
 {
 public:
@@ -112,7 +112,7 @@ public:
     }
 };
 
-/// The outline as strips of the region on the float kernels, and as a mask, the way that a whole inspection takes.
+/// The outline as strips of the region on the float kernels, and as a mask, as a whole inspection does it.
 void AddRegionLines(CTable& table, CScene& scene, const char* pOutline, std::vector<CPoint> (*pMake)(const CRect&),
                     const SOptions& options)
 {
@@ -153,7 +153,7 @@ void AddRegionLines(CTable& table, CScene& scene, const char* pOutline, std::vec
     table.Note(strCase + ", by mask", times[0] * 1e3, "ms");
     table.Note(strCase + ", by strips", times[2] * 1e3, "ms");
     table.Require(strCase + ", by mask, time over that of the rectangle", times[0] / times[1], "x", Bound::AtMost, 1.3);
-    // No inspection takes the strips; the columns that a strip has over 16 go one by one in double precision.
+    // No inspection uses the strips; the columns of a strip beyond 16 are compared one by one in double precision.
     table.Note(strCase + ", by strips, time over that of the rectangle", times[2] / times[3], "x");
 }
 

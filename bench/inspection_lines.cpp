@@ -29,7 +29,7 @@ void AddInspectionLines(CTable& table, CScene& scene, const SInspection& inspect
     SKernelCall call = {&scene, &hits, &pairs, &buffer, &engine, param.nThresholdExtra, param.nGrayLimit, 0, 0};
 
     const std::string strCase = inspection.strName + ", " + inspection.strDensity;
-    // What is compared must be the same work: the inspection's pairs are those of the kernel.
+    // Both sides must do the same work: the inspection's pairs are those of the kernel.
     const int nResult = InspectAnew(engine, param);
     const int nPairs = inspection.pKernel(call);
     if (nResult != 1 || engine.GetPairCount() != nPairs || engine.GetBlobCount() == 0)
@@ -43,7 +43,7 @@ void AddInspectionLines(CTable& table, CScene& scene, const SInspection& inspect
     const int nRows = peer.FastestRows();
     const std::vector<double> fast =
         TimeInterleaved({[&] { InspectAnew(engine, param); }, [&] { inspection.pKernel(call); }}, options.Rounds(9));
-    // With components or contours behind it a run takes seconds: few rounds, and nothing hangs on their noise.
+    // With components or contours a run takes seconds: few rounds suffice, since no target depends on them.
     const std::vector<double> slow = TimeInterleaved({[&] { peer.Compare(nRows); },
                                                       [&]
                                                       {

@@ -1,5 +1,5 @@
-// Figures of a whole inspection, whatever its mode: against the kernel that it runs and against OpenCV's way to
-// connected defects.
+// Figures of a whole inspection in any mode: against the kernel that it runs and against finding connected defects
+// with OpenCV.
 #pragma once
 
 #include <string>
@@ -24,7 +24,7 @@ struct SInspection
     double dGain;          ///< the same, 1/256
 };
 
-/// One inspection of the whole image straight on an engine.
+/// One inspection of the whole image, directly on an engine.
 int InspectAnew(CNarvoAssem& engine, CConvParam& param);
 
 /// The scene has its density already.

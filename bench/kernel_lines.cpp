@@ -64,7 +64,7 @@ bool SameRecords(const std::vector<CDefectPair>& a, const std::vector<CDefectPai
     return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(CDefectPair)) == 0);
 }
 
-/// Holds every level to the baseline, or to the narrowest level where there is none.
+/// Compares the records of every level with the baseline, or with the narrowest level if there is none.
 void RequireSameRecords(CKernelBench& kernelBench, const SKernelRow& kernel, const std::vector<measure::SLevel>& levels)
 {
     int nExpectedEnd = 0;

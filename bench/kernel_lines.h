@@ -13,12 +13,12 @@ namespace bench
 struct SKernelCase
 {
     SDensity density;
-    bool bTargets; ///< the rows' targets hold here
+    bool bTargets; ///< the rows' targets apply here
     int nRounds;
     int nRepeat;
 };
 
-/// Adds the figures of all rows. Records are compared first: a kernel that is fast and wrong ends the run.
+/// Adds the figures of all rows. Records are compared first: wrong results end the run.
 void AddKernelLines(CTable& table, CScene& scene, std::span<const SKernelRow> rows, const SKernelCase& kernelCase,
                     bool bAllLevels);
 

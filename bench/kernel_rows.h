@@ -1,4 +1,4 @@
-// The kernels of the interface, each with its baseline and its targets, under one calling shape.
+// The kernels of the interface, each with its baseline and its targets, behind one signature.
 #pragma once
 
 #include <span>
@@ -19,7 +19,7 @@ struct SKernelRow
     double dOverPlainAvx2;   ///< times the baseline's rate at AVX2
     double dOverPlainAvx512; ///< the same at AVX-512
     double dOfReading;       ///< share of the read pass's rate at AVX-512
-    // A kernel of the library that this one is to keep up with.
+    // A kernel of the library whose rate this one should reach.
     const char* pPeerName = nullptr;
     LibraryKernel pPeer = nullptr;
     double dOfPeer = 0.0; ///< share of the peer's rate at AVX-512

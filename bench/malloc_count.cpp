@@ -1,5 +1,5 @@
-// See malloc_count.h. The C library's allocation functions are replaced for this binary by ones that count and pass
-// on; new and delete arrive here too.
+// See malloc_count.h. The C library's allocation functions are replaced in this binary by ones that count and call
+// the original; new and delete use them too.
 #include "bench/malloc_count.h"
 
 #include <atomic>
@@ -21,11 +21,11 @@ namespace
 
 std::atomic<bool> bCounting{false};
 std::atomic<std::size_t> nCalls{0};
-// Blocks from before the start may be freed in between: the sum is signed.
+// Blocks from before the start may be freed meanwhile: the sum is signed.
 std::atomic<std::ptrdiff_t> nLive{0};
 std::atomic<std::ptrdiff_t> nPeak{0};
 
-void* Taken(void* pBlock)
+void* CountAllocated(void* pBlock)
 {
     if (pBlock != nullptr && bCounting.load(std::memory_order_relaxed))
     {
@@ -39,7 +39,7 @@ void* Taken(void* pBlock)
     return pBlock;
 }
 
-void Given(void* pBlock)
+void CountFreed(void* pBlock)
 {
     if (pBlock != nullptr && bCounting.load(std::memory_order_relaxed))
         nLive -= static_cast<std::ptrdiff_t>(malloc_usable_size(pBlock));
@@ -52,33 +52,33 @@ extern "C"
 
     void* malloc(std::size_t nSize)
     {
-        return Taken(__libc_malloc(nSize));
+        return CountAllocated(__libc_malloc(nSize));
     }
 
     void* calloc(std::size_t nCount, std::size_t nSize)
     {
-        return Taken(__libc_calloc(nCount, nSize));
+        return CountAllocated(__libc_calloc(nCount, nSize));
     }
 
     void* realloc(void* pBlock, std::size_t nSize)
     {
-        Given(pBlock);
-        return Taken(__libc_realloc(pBlock, nSize));
+        CountFreed(pBlock);
+        return CountAllocated(__libc_realloc(pBlock, nSize));
     }
 
     void* memalign(std::size_t nAlignment, std::size_t nSize)
     {
-        return Taken(__libc_memalign(nAlignment, nSize));
+        return CountAllocated(__libc_memalign(nAlignment, nSize));
     }
 
     void* aligned_alloc(std::size_t nAlignment, std::size_t nSize)
     {
-        return Taken(__libc_memalign(nAlignment, nSize));
+        return CountAllocated(__libc_memalign(nAlignment, nSize));
     }
 
     int posix_memalign(void** ppBlock, std::size_t nAlignment, std::size_t nSize)
     {
-        void* pBlock = Taken(__libc_memalign(nAlignment, nSize));
+        void* pBlock = CountAllocated(__libc_memalign(nAlignment, nSize));
         if (pBlock == nullptr)
             return ENOMEM;
         *ppBlock = pBlock;
@@ -87,7 +87,7 @@ extern "C"
 
     void free(void* pBlock)
     {
-        Given(pBlock);
+        CountFreed(pBlock);
         __libc_free(pBlock);
     }
 }

@@ -1,4 +1,4 @@
-// Counts what the process takes from the heap between two points.
+// Counts the heap allocations of the process between two points.
 #pragma once
 
 #include <cstddef>

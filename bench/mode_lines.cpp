@@ -27,7 +27,7 @@ namespace
 
 // --- binarise ---
 
-constexpr int nHighGray = 70; ///< below the pattern's darkest pixel: dark outliers alone are hits
+constexpr int nHighGray = 70; ///< below the pattern's darkest pixel: only dark outliers are hits
 constexpr SDensity densityDark = {0.0002, "0.01 % hits"};
 
 void AddBinariseLines(CTable& table, CScene& scene, const SOptions& options)
@@ -41,7 +41,7 @@ void AddBinariseLines(CTable& table, CScene& scene, const SOptions& options)
         return engine.BinalizeInspection(scene.pixels.data(), 0, nHighGray, CRect(0, 0, scene.nWidth, scene.nHeight),
                                          scene.nWidth, pairs.data(), 0, static_cast<int>(pairs.size()), nEndLine);
     };
-    // The last 16 columns stay out, in a width that is a multiple of 16.
+    // The last 16 columns are left out, in a width that is a multiple of 16.
     int nExpected = 0;
     for (int y = 0; y < scene.nHeight; ++y)
     {
@@ -68,7 +68,7 @@ void AddBinariseLines(CTable& table, CScene& scene, const SOptions& options)
 
 constexpr int nBackWindow = 45;
 constexpr int nDefectWindow = 9;
-constexpr int nMeanThreshold = 28; ///< grey levels, just above what the pattern's peaks rise over the mean round them
+constexpr int nMeanThreshold = 28; ///< grey levels, just above the pattern's peaks relative to the mean around them
 
 void AddAverageLines(CTable& table, CScene& scene, const SOptions& options)
 {

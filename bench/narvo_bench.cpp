@@ -1,5 +1,5 @@
 // The bench: measures everything in one run and in one process, prints one line for each target and exits with 1 when
-// one falls short.
+// one is missed.
 #include <algorithm>
 #include <fstream>
 #include <iostream>
@@ -14,7 +14,7 @@
 namespace
 {
 
-/// What a document holds up to its marker, the marker's line included; nothing of a file without one.
+/// The text of a document up to and including its marker's line; empty for a file without one.
 std::string UpToMarker(const std::string& strFile)
 {
     std::ifstream file(strFile);
@@ -47,10 +47,10 @@ int main(int nArguments, char** ppArguments)
     std::vector<std::string> wanted;
     app.add_option("--json", strJson, "write all lines as JSON to this file");
     app.add_option("--markdown", strMarkdown,
-                   "write all lines as Markdown tables to this file, behind its line <!-- figures --> if there is one");
+                   "write all lines as Markdown tables to this file, after its line <!-- figures --> if there is one");
     app.add_option("--only", wanted, "measure these families only")->check(CLI::IsMember(names));
-    app.add_flag("--all", options.bAll, "measure and print what carries no target too: more densities and levels");
-    app.add_flag("--quick", options.bQuick, "small images, one round: checks results, judges no speed");
+    app.add_flag("--all", options.bAll, "also measure and print figures without a target: more densities and levels");
+    app.add_flag("--quick", options.bQuick, "small images, one round: checks results, not speed");
     CLI11_PARSE(app, nArguments, ppArguments);
 
     bench::CScene large(options.bQuick ? 2304 : 12096, options.bQuick ? 1100 : 11000);

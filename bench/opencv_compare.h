@@ -1,5 +1,5 @@
-// Baseline of a general image library: the vertical comparison put together from OpenCV's operators, on one thread,
-// with one scalar threshold and gain (maps would cost it more), and what finds connected defects in its mask.
+// Baseline of a general image library: the vertical comparison built from OpenCV's operators, on one thread,
+// with one scalar threshold and gain (maps would cost it more), and its search for connected defects in the mask.
 #pragma once
 
 #include <vector>
@@ -18,7 +18,7 @@ public:
     /// levels per grey level.
     COpenCvCompare(CScene& scene, int nWindow, double dBase, double dGain);
 
-    /// The comparison over the image in blocks of nRows rows, into the mask; 0 takes the image whole.
+    /// The comparison over the image in blocks of nRows rows, into the mask; 0 means the whole image.
     void Compare(int nRows);
     /// Of the candidates tried, the block height that was fastest.
     int FastestRows();

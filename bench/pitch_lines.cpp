@@ -1,4 +1,4 @@
-// Figures of the pitch search against its scalar form. Both must answer the same.
+// Figures of the pitch search against its scalar form. Both must give the same result.
 #include <algorithm>
 #include <cstdlib>
 #include <functional>
@@ -23,7 +23,7 @@ constexpr int nRange = 32;                                        ///< 65 candid
 constexpr int nConv16 = static_cast<int>(dConvPeriod * 16.0) + 9; ///< centres beside the true pitches
 constexpr int nScan16 = static_cast<int>(dScanPeriod * 16.0) - 7;
 
-/// A search as both sides do it; answers in 1/16 pixel.
+/// A search that both sides do; results in 1/16 pixel.
 struct SSearch
 {
     std::string strName;

@@ -13,7 +13,7 @@ namespace bench
 namespace
 {
 
-/// What sets one kernel apart from the plain vertical one.
+/// What distinguishes a kernel from the plain vertical one.
 struct SPlainOptions
 {
     bool bMean2by2 = false;    ///< samples are means of 2 by 2 pixels
@@ -27,7 +27,7 @@ struct SPlainOptions
     bool bDarkAgain = false;   ///< dark records are judged again while pairing
     bool bMember = false;      ///< dead zones, no peak
     bool bOneRowMore = false;
-    bool bAnySingle = false; ///< singles whatever their peak
+    bool bAnySingle = false; ///< singles of any peak
     bool bClassId = false;
     bool bFlat = false;    ///< one base and one gain for all pixels, no cells
     bool bTwoSets = false; ///< hits exceed the smaller of two sets, each record that of its polarity
@@ -126,7 +126,7 @@ struct SLaneValues
     }
 };
 
-/// Stores the hits of a group behind the nHits held. @return the new count
+/// Stores the hits of a group after the nHits held. @return the new count
 template <bool bPeak, bool bPlace>
 std::size_t StoreHits(const SGroup& group, std::int64_t x, std::int64_t y, const short* pZones, SHitBuffers& hits,
                       std::size_t nHits, std::vector<std::ptrdiff_t>* pPlaces, std::ptrdiff_t nPlace)

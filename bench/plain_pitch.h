@@ -25,7 +25,7 @@ struct SPitchPair
     int nRow;
 };
 
-/// The same over both displacements, in strips of 16 columns whose sums go through two buffers of 16 values for each of
+/// The same over both displacements, in strips of 16 columns whose sums use two buffers of 16 values for each of
 /// nHeight + 2 rows.
 SPitchPair PlainPitchBox(const SPitchRegion& region, int nColumnLow, int nColumnHigh, int nRowLow, int nRowHigh,
                          short* pBuffer1, short* pBuffer2);

@@ -16,7 +16,7 @@ using Long = std::int64_t;
 constexpr Long nVertPitch16 = static_cast<Long>(dScanPeriod * 16.0);
 constexpr Long nHoriPitch16 = static_cast<Long>(dConvPeriod * 16.0);
 
-/// Calls a kernel with the common list of the family; the three arguments behind the row stride and the tail differ.
+/// Calls a kernel with the common list of the family; the three arguments after the row stride and the tail differ.
 template <class TKernel, class T17, class T18, class... TTail>
 int Call(TKernel kernel, SKernelCall& call, bool bVertical, bool bFlagged, T17 arg17, T18 arg18, TTail... tail)
 {

@@ -1,11 +1,11 @@
 # Sources that spend most of their time on the headers of OpenCV, JSON, command line and test libraries are compiled in
 # batches: several files of one folder as one, which reads the headers and compiles their templates once. Names in
 # unnamed namespaces must therefore be unique within a folder. Every file still compiles alone (scripts/lint).
-# Nothing of theirs is worth -O3, which takes longer and lets g++ warn of what cannot happen.
+# They gain nothing from -O3, which takes longer and makes g++ warn of cases that cannot occur.
 option(NARVO_COMPILE_IN_BATCHES "Compile several source files of a folder as one" ON)
 
-# narvo_compile_in_batches(target SIZE files [ALONE source...]): for the sources that the target has by now. Those after
-# ALONE, and those compiled once per vector level, stay out of batches.
+# narvo_compile_in_batches(target SIZE files [ALONE source...]): for the sources that the target has so far. Those after
+# ALONE, and those compiled once per vector level, are not batched.
 function(narvo_compile_in_batches target)
   target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O2>)
   if(NOT NARVO_COMPILE_IN_BATCHES)

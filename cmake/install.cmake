@@ -14,7 +14,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/narvoassem-config-version
 install(FILES ${PROJECT_BINARY_DIR}/narvoassem-config.cmake ${PROJECT_BINARY_DIR}/narvoassem-config-version.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
-# The .pc file finds its prefix from where it lies: the installed tree may be moved.
+# The .pc file derives its prefix from its own location: the installed tree may be moved.
 file(RELATIVE_PATH pc_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 cmake_path(APPEND pc_libdir "\${prefix}" "${CMAKE_INSTALL_LIBDIR}")
 cmake_path(APPEND pc_includedir "\${prefix}" "${CMAKE_INSTALL_INCLUDEDIR}")

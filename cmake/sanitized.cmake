@@ -1,5 +1,5 @@
 # narvo_leave_unoptimised(): in a sanitized build, nothing from here on in this folder is optimised. For sources that are
-# long to optimise and quick to run: templates of the JSON, command line and test libraries.
+# slow to optimise and quick to run: templates of the JSON, command line and test libraries.
 macro(narvo_leave_unoptimised)
   if(NARVO_SANITIZED)
     string(REPLACE "-O1" "-O0" CMAKE_CXX_FLAGS_RELWITHDEBINFO "${CMAKE_CXX_FLAGS_RELWITHDEBINFO}")

@@ -1,5 +1,5 @@
-// A host with several lanes: the regions of one image shared out among threads, one engine each. The blobs are the same
-// whatever the number of lanes, and come out in the order of the regions.
+// A host with several lanes: the regions of one image distributed over threads, one engine each. The blobs are the same
+// for any number of lanes, and are printed in the order of the regions.
 #include <atomic>
 #include <cstdio>
 #include <thread>
@@ -27,7 +27,7 @@ std::vector<unsigned char> MakeImage()
     return image;
 }
 
-/// The blobs of every region, found on so many lanes; empty where a call failed.
+/// The blobs of every region, found on the given number of lanes; empty if a call failed.
 std::vector<std::vector<CDefectBlob>> Inspect(std::vector<unsigned char>& image, int nLanes)
 {
     std::vector<std::vector<CDefectBlob>> found(nRegions);

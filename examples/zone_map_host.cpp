@@ -16,8 +16,8 @@ int ZoneAt(int x, int y)
     return x >= 6 && x < 34 && y >= 4 && y < 26 ? 1 : 0;
 }
 
-/// A map over one cell and its surroundings. The kernels address a map from the origin of the cell in force, and may
-/// read from one cell before it to two cells behind its start; strips of 16 columns may begin left of it.
+/// A map over one cell and its surroundings. The kernels address a map from the origin of the current cell, and may
+/// read from one cell before it to two cells after its start; strips of 16 columns may begin left of it.
 struct ZoneMap
 {
     static constexpr int nBefore = nCellWidth + 16;
@@ -54,7 +54,7 @@ int main()
 
     ZoneMap offset({60, 12}), gain({0, 10}), zone({0, 1}); // grey levels, 1/256 of the brighter value, index
 
-    // The origin of every cell, row by row, with one spare row above the region and some spare cells behind it.
+    // The origin of every cell, row by row, with one spare row above the region and some spare cells after it.
     constexpr int nColumns = nWidth / nCellWidth + 8, nRows = nHeight / nCellHeight + 8;
     std::vector<int> origins;
     for (int row = -1; row < nRows - 1; ++row)

@@ -17,7 +17,7 @@ struct SLevel
 std::vector<SLevel> Levels();
 /// Makes the library use one level from now on.
 void UseLevel(std::int64_t nTarget);
-/// Back to the machine's widest.
+/// Returns to the machine's widest level.
 void UseWidestLevel();
 
 } // namespace measure

@@ -1,4 +1,4 @@
-// The bound that no comparison can beat: one pass that reads the bytes and does nothing else.
+// An upper bound of every comparison's rate: one pass that only reads the bytes.
 #pragma once
 
 #include <cstddef>

@@ -1,5 +1,5 @@
-# An inspection engineer: a panel made, its pitch found, inspected, scored, reported, one pixel explained; the manual
-# page is there.
+# An inspection engineer: makes a panel, finds its pitch, inspects, scores and reports it, has one pixel explained, and
+# finds the manual page.
 cd "$(mktemp -d)"
 narvo --version
 narvo synth --width 1024 --height 1024 --defects 20 --output panel
