@@ -17,9 +17,9 @@ namespace
 
 char workName[256]; ///< what a signal can print: no memory is asked for then
 
-int Patience()
+int TimeoutFactor()
 {
-    const char* const pText = std::getenv("NARVO_TEST_PATIENCE");
+    const char* const pText = std::getenv("NARVO_TEST_TIMEOUT_FACTOR");
     return pText == nullptr ? 1 : std::max(1, std::atoi(pText));
 }
 
@@ -45,7 +45,7 @@ void EndProgram(int /*nSignal*/)
 
 } // namespace
 
-CCpuLimit::CCpuLimit(int nSeconds) : m_nSeconds(nSeconds * Patience())
+CCpuLimit::CCpuLimit(int nSeconds) : m_nSeconds(nSeconds * TimeoutFactor())
 {
     std::signal(SIGPROF, EndProgram);
     SetTimer(m_nSeconds);

@@ -8,7 +8,7 @@ namespace narvo::test
 {
 
 /// While it lives, processor time of the whole process counts; other programs' does not. One at a time. The environment
-/// variable NARVO_TEST_PATIENCE, n, gives n times as long, for processors that are emulated.
+/// variable NARVO_TEST_TIMEOUT_FACTOR multiplies the limit, for processors that are emulated.
 class CCpuLimit
 {
 public:
