@@ -12,7 +12,7 @@
 namespace
 {
 
-/// Every byte behind the virtual table set, so that what Reset leaves can be told from what it sets.
+/// Every byte after the virtual table pointer set, which shows the fields that Reset does not touch.
 CConvParam MakeFilledParam()
 {
     CConvParam param;
@@ -191,7 +191,7 @@ TEST(ConvParam, EndLineSixteenShortOfTheLimitIsNotTheEnd)
     EXPECT_EQ(param.IsAllInspected(500 - 15), 1);
 }
 
-TEST(ConvParam, EveryDirectionButZeroEndsAtTheRightSide)
+TEST(ConvParam, EveryDirectionExceptZeroEndsAtTheRightSide)
 {
     CConvParam param;
     param.rtInspect.SetRect(0, 0, 500, 300);

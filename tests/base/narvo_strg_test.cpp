@@ -72,7 +72,7 @@ struct CLargeElement
     unsigned char nBytes[1 << 24];
 };
 
-TEST(ScratchArray, FailedResizeGivesTheOldBlockUp)
+TEST(ScratchArray, FailedResizeFreesTheOldBlock)
 {
     CScratchArray<CLargeElement> array;
     ASSERT_EQ(array.Resize(1), 1);
@@ -98,7 +98,7 @@ TEST(ImageView, RoundsTheRowPitchUpToAMultipleOfFour)
     EXPECT_EQ(view.nHeight, 5);
 }
 
-TEST(ImageView, AddressesRowsByTheRoundedPitchAlsoWhereTheImageIsNarrower)
+TEST(ImageView, AddressesRowsByTheRoundedPitchEvenIfTheImageIsNarrower)
 {
     unsigned char nPixels[5 * 8] = {};
     CNarvoBufferSudo view(nPixels, 5, 5);
@@ -137,7 +137,7 @@ TEST(EngineScratch, StripBufferSizeBelowOneIsRaisedInTheCallersVariable)
     EXPECT_EQ(engine.ConBuffComp.GetSize(), 33 * 16);
 }
 
-TEST(EngineScratch, StripBufferSizeBeyondTheIntRangeAsksForTheSmallestArray)
+TEST(EngineScratch, StripBufferSizeBeyondTheIntRangeGivesTheSmallestArray)
 {
     CScratchEngine engine;
     int nSize = std::numeric_limits<int>::max();
@@ -146,7 +146,7 @@ TEST(EngineScratch, StripBufferSizeBeyondTheIntRangeAsksForTheSmallestArray)
     EXPECT_EQ(engine.GetConBuffComp()[0], 0);
 }
 
-TEST(EngineScratch, LikeSizesKeepTheirMemory)
+TEST(EngineScratch, EqualSizesKeepTheirMemory)
 {
     CScratchEngine engine;
     int nSize = 500;

@@ -15,7 +15,7 @@ TEST(StopWatch, ReadsZeroBeforeItHasRun)
     EXPECT_EQ(watch.GetElapsedMs(), 0.0F);
 }
 
-TEST(StopWatch, GivesTheMillisecondsBetweenStartAndStop)
+TEST(StopWatch, ReturnsTheMillisecondsBetweenStartAndStop)
 {
     CStopWatch watch;
     watch.Start();

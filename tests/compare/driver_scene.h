@@ -1,5 +1,5 @@
-// A noisy image on which no two kernels answer alike, and what a comparison leaves in an engine: the means by which
-// tests tell which kernel a driver has run.
+// A noisy image on which all kernels give different results, and the traces of a comparison in an engine: by these,
+// tests find out which kernel a driver has run.
 #pragma once
 
 #include <array>
@@ -53,7 +53,7 @@ public:
     CConvParam param;
 };
 
-/// An engine whose hit arrays hold a known pattern, so that what a kernel does not write shows.
+/// An engine whose hit arrays hold a known pattern, which shows what a kernel does not write.
 class CTracedEngine : public CNarvoAssem
 {
 public:
@@ -70,8 +70,8 @@ public:
     }
 };
 
-/// What tells kernels apart: the records' places, kinds, compare values and thresholds, which the blob steps leave
-/// alone, and the working arrays as the kernel left them.
+/// What distinguishes kernels: the records' places, kinds, compare values and thresholds, which the blob steps do not
+/// change, and the working arrays as the kernel left them.
 inline std::vector<int> GetTrace(const CNarvoAssem& engine)
 {
     std::vector<int> trace;

@@ -1,5 +1,5 @@
-// The float comparison: which kernel each row of its tables runs, and the blob steps behind it. Every row is run
-// through an inspection and held against a direct call of the kernel that it names.
+// The float comparison: which kernel each row of its tables runs, and the blob steps after it. Every row is run
+// through an inspection and compared with a direct call of the kernel that it names.
 #include <cstdint>
 #include <utility>
 #include <vector>
@@ -19,7 +19,7 @@ using narvo::test::CDriverScene;
 using narvo::test::CTracedEngine;
 using narvo::test::GetTrace;
 
-// The arguments that the float family shares, as the driver is to hand them on.
+// The arguments that the float family shares, as the driver must pass them.
 #define FRONT                                                                                                          \
     p.pImage, m_strip.data() + 16, e.nPixelSize, e.nPixelCount, p.rtInspect.left, p.rtInspect.right, p.rtInspect.top,  \
         p.rtInspect.bottom, e.pPixelX, e.pPixelY, e.pPixelType, e.pPeak, e.pPair, 0, e.nPairSize, 44, p.nImageWidth
@@ -118,7 +118,7 @@ protected:
     int m_nEnd = 0;
 };
 
-TEST_F(FloatDriver, KernelsAnswerApartOnTheScene)
+TEST_F(FloatDriver, KernelsDifferOnTheScene)
 {
     p.nBlackFilterGray = 8;
     p.nBlackFilterGain = 12;
@@ -141,7 +141,7 @@ TEST_F(FloatDriver, KernelsAnswerApartOnTheScene)
             EXPECT_NE(traces[i], traces[j]) << i << " and " << j;
 }
 
-TEST_F(FloatDriver, RowScanChoosesByTheWindowsAreaAlone)
+TEST_F(FloatDriver, RowScanChoosesByTheWindowsArea)
 {
     for (const auto& [nWidth, nHeight] : {std::pair{2, 2}, {1, 4}, {4, 1}})
     {
@@ -160,7 +160,7 @@ TEST_F(FloatDriver, RowScanChoosesByTheWindowsAreaAlone)
     }
 }
 
-TEST_F(FloatDriver, RowScanKnowsNoExtendedKernelsShiftsOrFlags)
+TEST_F(FloatDriver, RowScanIgnoresExtendedKernelsShiftsAndFlags)
 {
     p.bExtendedKernel = p.bZoneFlagged = p.bTwice = 1;
     p.fVtdPitch = 0.4F;
@@ -184,7 +184,7 @@ TEST_F(FloatDriver, ColumnTableHasKernelsForAreaFourAndForTheRest)
     EXPECT_EQ(Inspect(), RunTable(ConvFloatTableFast6));
 }
 
-TEST_F(FloatDriver, ColumnScanChoosesByTheWindowsAreaAlone)
+TEST_F(FloatDriver, ColumnScanChoosesByTheWindowsArea)
 {
     p.nDirection = 1;
     SetWindow(4, 1);
@@ -259,7 +259,7 @@ TEST_F(FloatDriver, ShiftWithAnotherWindowDetectsNothingAndBuildsFromThePairsHel
     EXPECT_EQ(engine.GetBlobCount(), 1);
 }
 
-TEST_F(FloatDriver, FreeFormRegionIsTheWayOfFlaggedColumnScansOfAreaFourAlone)
+TEST_F(FloatDriver, OnlyFlaggedColumnScansOfAreaFourTakeTheFreeFormRegion)
 {
     const auto Path = [this] { return narvo::engine::ChooseFloatKernel(p).ePath; };
     p.nDirection = 1;
@@ -348,7 +348,7 @@ TEST_F(FloatDriver, StripBuffersAreSizedByTheExtentAlongTheScan)
     EXPECT_EQ(engine.ConBuffComp2.GetSize(), (190 + 32) * 16);
 }
 
-/// Blocks of one pitch, dark and bright by turns: about every second pixel makes a pair.
+/// Blocks of one pitch, alternately dark and bright: about every second pixel makes a pair.
 TEST(FloatDriverLimit, ColumnScanAboveTheLimitBuildsNoBlobsAndARowScanDoes)
 {
     constexpr int nWidth = 512;

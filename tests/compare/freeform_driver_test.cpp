@@ -138,7 +138,7 @@ TEST(FreeFormMask, PairBelowTheMapsThresholdIsMarkedAndStaysInTheBuffer)
     EXPECT_EQ(pPair->nDefectType, 4);
     EXPECT_EQ(pPair->nThreshold, 6);
     EXPECT_EQ(pPair->nZoneIndex, 3);
-    // The neighbour's map cell holds 0, so it stands.
+    // The neighbour's map cell holds 0, so it is kept.
     const CDefectPair* pNeighbour = scene.FindPair(51, 100);
     ASSERT_NE(pNeighbour, nullptr);
     EXPECT_EQ(pNeighbour->nDefectType, 1);
@@ -147,10 +147,10 @@ TEST(FreeFormMask, PairBelowTheMapsThresholdIsMarkedAndStaysInTheBuffer)
     scene.Reset();
     scene.offsets[nIndex] = 5;
     scene.engine.Inspect_FreeFormMask(nEndLine);
-    EXPECT_EQ(scene.FindPair(50, 100)->nDefectType, 1) << "equal to the threshold stands";
+    EXPECT_EQ(scene.FindPair(50, 100)->nDefectType, 1) << "equal to the threshold is kept";
 }
 
-TEST(FreeFormMask, PairWithoutACellIsHeldToTheThresholdOfThePairBefore)
+TEST(FreeFormMask, PairWithoutACellUsesTheThresholdOfThePairBefore)
 {
     CScene scene;
     // Origins of the first row have y 0: no cell. The spots lie in strips of their own, so their pairs come in order of
@@ -224,7 +224,7 @@ TEST(FreeFormMask, WithoutAnOffsetMapTheRunningThresholdStaysAtZero)
     EXPECT_EQ(pPair->nDefectType, 1);
 }
 
-TEST(FreeFormMask, PairsHeldBeforeAndRemovedOnesAreLeftAlone)
+TEST(FreeFormMask, PairsHeldBeforeAndRemovedOnesAreNotChanged)
 {
     CScene scene;
     scene.AddSpot(50, 100, 115);
@@ -239,7 +239,7 @@ TEST(FreeFormMask, PairsHeldBeforeAndRemovedOnesAreLeftAlone)
     EXPECT_EQ(scene.engine.pPair[0].nZoneIndex, 5);
 }
 
-TEST(FreeForm, ReportsInsideThePolygonAlone)
+TEST(FreeForm, ReportsOnlyInsideThePolygon)
 {
     CScene scene;
     scene.AddSpot(40, 100, 200);

@@ -1,5 +1,5 @@
-// The pixel comparison: which kernel each row of its tables runs, and the blob steps behind it. Every row is run
-// through an inspection and held against a direct call of the kernel that it names.
+// The pixel comparison: which kernel each row of its tables runs, and the blob steps after it. Every row is run
+// through an inspection and compared with a direct call of the kernel that it names.
 #include <cstdint>
 #include <vector>
 
@@ -17,7 +17,7 @@ using narvo::test::CDriverScene;
 using narvo::test::CTracedEngine;
 using narvo::test::GetTrace;
 
-// The arguments that the pixel family shares, as the driver is to hand them on.
+// The arguments that the pixel family shares, as the driver must pass them.
 #define FRONT                                                                                                          \
     p.pImage, p.nThreshold, e.nPixelSize, e.nPixelCount, p.rtInspect.left, p.rtInspect.right, p.rtInspect.top,         \
         p.rtInspect.bottom, e.pPixelX, e.pPixelY, e.pPixelType, e.pPeak, e.pSrcGray, e.pCmpGray, e.pZoneIndex,         \
@@ -149,7 +149,7 @@ protected:
     int m_nEnd = 0;
 };
 
-TEST_F(PixelDriver, KernelsAnswerApartOnTheScene)
+TEST_F(PixelDriver, KernelsDifferOnTheScene)
 {
     p.nBlackFilterGray = 14;
     p.nBlackFilterGain = 12;
@@ -203,7 +203,7 @@ TEST_F(PixelDriver, ColumnScanRunsTheStripKernel)
     EXPECT_EQ(Inspect(), RunVert());
     p.bTwice = 1; // without extended kernels it has no effect
     EXPECT_EQ(Inspect(), RunVert());
-    p.pConvPitchTable = m_scene.convTable.data(); // nothing to a column scan, weights or not
+    p.pConvPitchTable = m_scene.convTable.data(); // without effect on a column scan, with or without weights
     EXPECT_EQ(Inspect(), RunVert());
 }
 
@@ -217,7 +217,7 @@ TEST_F(PixelDriver, SecondThresholdSetTakesItsOwnKernel)
     EXPECT_EQ(Inspect(), RunVert());
 }
 
-TEST_F(PixelDriver, DirectReadingIsTakenWhateverTheOptionsBelowIt)
+TEST_F(PixelDriver, DirectReadingTakesPrecedenceOverLaterOptions)
 {
     p.nDirection = 1;
     p.bUseLineBuffer = 0;
@@ -228,7 +228,7 @@ TEST_F(PixelDriver, DirectReadingIsTakenWhateverTheOptionsBelowIt)
     EXPECT_EQ(Inspect(), RunVertDirect());
 }
 
-TEST_F(PixelDriver, RowTableRunsItsKernelsWhateverTheLineBuffer)
+TEST_F(PixelDriver, RowTableRunsItsKernelsWithAndWithoutTheLineBuffer)
 {
     p.nDirection = 1;
     p.pScanPitchTable = m_scene.scanTable.data();
@@ -275,7 +275,7 @@ TEST_F(PixelDriver, ClassPitchSelectsTheFormWithoutShift)
     EXPECT_EQ(Inspect(), RunVertWide(0));
 }
 
-TEST_F(PixelDriver, WideColumnScanIsGivenNoDeadZones)
+TEST_F(PixelDriver, WideColumnScanGetsNoDeadZones)
 {
     p.nDirection = 1;
     p.bExtendedKernel = 1;
@@ -357,7 +357,7 @@ TEST_F(PixelDriver, PitchIsTruncatedToSixteenths)
     EXPECT_NE(Inspect(), truncated);
 }
 
-TEST_F(PixelDriver, MultiplesStretchTheDistance)
+TEST_F(PixelDriver, MultiplesScaleTheDistance)
 {
     p.dConvPitch = 27.34 / 2;
     p.nConvMultiple = 2;
@@ -379,7 +379,7 @@ TEST_F(PixelDriver, EndLinesLieBeyondTheRegionAndTheDirectKernelLeavesThePreset)
     EXPECT_EQ(engine.Compare_Pixel(), p.rtInspect.right);
 }
 
-TEST_F(PixelDriver, StripBuffersAreSizedByColumnScansAlone)
+TEST_F(PixelDriver, OnlyColumnScansSizeTheStripBuffers)
 {
     CTracedEngine engine;
     engine.Inspect_Rect(&p);
@@ -389,7 +389,7 @@ TEST_F(PixelDriver, StripBuffersAreSizedByColumnScansAlone)
     EXPECT_EQ(engine.ConBuffComp.GetSize(), (190 * 16 + 32) * 16);
 }
 
-/// Blocks of one pitch, dark and bright by turns: about every second pixel makes a pair.
+/// Blocks of one pitch, alternately dark and bright: about every second pixel makes a pair.
 TEST(PixelDriverLimit, ColumnScanAboveTheLimitBuildsNoBlobsAndARowScanDoes)
 {
     constexpr int nWidth = 512;

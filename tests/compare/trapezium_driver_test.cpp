@@ -1,4 +1,4 @@
-// The trapezium inspection of the engine: what the driver hands to the kernels, the blob steps and the result codes.
+// The trapezium inspection of the engine: what the driver passes to the kernels, the blob steps and the result codes.
 #include <cstdint>
 #include <limits>
 #include <vector>
@@ -14,7 +14,7 @@ namespace
 using narvo::test::CDriverScene;
 using narvo::test::CTracedEngine;
 
-/// Place, kind and polarity of the records, which the blob steps leave alone but for the polarity of removed ones.
+/// Place, kind and polarity of the records, which the blob steps do not change except the polarity of removed ones.
 std::vector<int> GetPlaces(const CNarvoAssem& engine)
 {
     std::vector<int> places;
@@ -110,7 +110,7 @@ TEST_F(TrapeziumDriver, TopAndBottomOnOneRowGiveNoPairsAndNoKernelCall)
     EXPECT_EQ(engine.Inspect_Trapezium(&p), 1);
     EXPECT_EQ(engine.nPairCount, 0);
     EXPECT_EQ(engine.pPixelX[0], -77);
-    // A direct call forgets the pairs that were held.
+    // A direct call discards the pairs held before.
     engine.nPairCount = 1;
     engine.Compare_Trapezium();
     EXPECT_EQ(engine.nPairCount, 0);

@@ -1,4 +1,4 @@
-// The zone comparison: choice of the kernel, its call, and the blob steps behind it.
+// The zone comparison: choice of the kernel, its call, and the blob steps after it.
 #include <algorithm>
 #include <cstddef>
 #include <limits>
@@ -47,7 +47,7 @@ TEST_F(ZoneSelection, DefaultsTakeThePlainVerticalKernel)
     }
 }
 
-TEST_F(ZoneSelection, HorizontalHasThePlainAndTheTableKernelAlone)
+TEST_F(ZoneSelection, HorizontalHasOnlyThePlainAndTheTableKernel)
 {
     param.nDirection = 0;
     param.pScanPitchTable = param.pTspTable = &nTable;
@@ -60,15 +60,15 @@ TEST_F(ZoneSelection, HorizontalHasThePlainAndTheTableKernelAlone)
     EXPECT_EQ(Choose(), ZoneKernel::HoriTable);
 }
 
-TEST_F(ZoneSelection, ColumnTableMeansNothingToVerticalRuns)
+TEST_F(ZoneSelection, ColumnTableHasNoEffectOnVerticalRuns)
 {
     param.pConvPitchTable = &nColumnTable;
     EXPECT_EQ(Choose(), ZoneKernel::Vert);
 }
 
-TEST_F(ZoneSelection, EachRowHidesThoseBelowIt)
+TEST_F(ZoneSelection, EachSelectionHidesThoseAfterIt)
 {
-    // Everything set: the first row. Then the options are taken away one by one.
+    // Everything set: the first selection. Then one setting after the other is cleared.
     param.pScanPitchTable = &nTable;
     param.bExtendedKernel = 1;
     param.fVtdPitch = 0.5F;
@@ -131,7 +131,7 @@ TEST_F(ZoneSelection, BlackFilterNeedsTheExtendedKernels)
     EXPECT_EQ(Choose(), ZoneKernel::ClassId);
 }
 
-TEST_F(ZoneSelection, ZoneTablesWinOverTheBlackFilter)
+TEST_F(ZoneSelection, ZoneTablesTakePrecedenceOverTheBlackFilter)
 {
     param.bExtendedKernel = 1;
     param.pTspTable = &nTable;
@@ -139,14 +139,14 @@ TEST_F(ZoneSelection, ZoneTablesWinOverTheBlackFilter)
     EXPECT_EQ(Choose(), ZoneKernel::Vert2STsp);
 }
 
-TEST_F(ZoneSelection, DirectReadingWinsOverTheBlockMean)
+TEST_F(ZoneSelection, DirectReadingTakesPrecedenceOverTheBlockMean)
 {
     param.bUseLineBuffer = 0;
     param.bAverage2by2 = 1;
     EXPECT_EQ(Choose(), ZoneKernel::VertDirect);
 }
 
-TEST_F(ZoneSelection, RowTableNeverSeesTheClassPitch)
+TEST_F(ZoneSelection, RowTableIgnoresTheClassPitch)
 {
     param.pScanPitchTable = &nTable;
     param.dClassPitch = 2.0;
@@ -161,7 +161,7 @@ TEST_F(ZoneSelection, NotANumberShiftSelectsTheShiftKernels)
     EXPECT_EQ(Choose(), ZoneKernel::Vtd);
 }
 
-TEST_F(ZoneSelection, AsgKnowsNeitherTablesNorFlagsNorExtendedKernels)
+TEST_F(ZoneSelection, AsgIgnoresTablesFlagsAndExtendedKernels)
 {
     param.pScanPitchTable = param.pTspTable = &nTable;
     param.bExtendedKernel = param.bZoneFlagged = 1;
@@ -238,7 +238,7 @@ TEST_F(ZoneCall, FlaggedRecordsHaveThreeInts)
     EXPECT_EQ(Make(ZoneKernel::Vtd).nRowBytes, 7 * 8);
 }
 
-TEST_F(ZoneCall, RowTableShiftAndClassIdsGoToTheirKernelsAlone)
+TEST_F(ZoneCall, OnlyTheirKernelsGetRowTableShiftAndClassIds)
 {
     EXPECT_EQ(Make(ZoneKernel::Vtd).pScanPitchTable, &m_nTable);
     EXPECT_EQ(Make(ZoneKernel::Vtd).nVtdPitch16, -19);
@@ -282,7 +282,7 @@ TEST_F(ZoneCall, AsgCellsAreUnboundedAcrossTheCompareDirection)
 
 // --- whole comparisons ---
 
-TEST(CompareZone, OverflownVerticalPassBuildsNoBlobsAndAHorizontalOneDoes)
+TEST(CompareZone, OverflowedVerticalPassBuildsNoBlobsAndAHorizontalOneDoes)
 {
     CNarvoAssem engine;
     engine.InitAssem(0, 1000);
@@ -352,7 +352,7 @@ TEST(CompareZone, VerticalRunsSizeTheStripBuffers)
     EXPECT_EQ(engine.ConBuffComp.GetSize(), (200 * 4 + 32) * 16);
 }
 
-TEST(CompareZone, BlobsOfEarlierPassesAreLeftAlone)
+TEST(CompareZone, BlobsOfEarlierPassesAreNotChanged)
 {
     CNarvoAssem engine;
     engine.InitAssem(0, 100);
@@ -392,7 +392,7 @@ TEST(CompareZone, ExtendedKernelsDropHitsInDeadZones)
     EXPECT_EQ(CountPairsUnderDeadZones({CRect(200, 180, 205, 189)}, 1), 25 - 4);
 }
 
-TEST(CompareZone, DeadZoneBehindAnEmptyOneIsNotLookedAt)
+TEST(CompareZone, DeadZoneAfterAnEmptyOneIsIgnored)
 {
     EXPECT_EQ(CountPairsUnderDeadZones({CRect(5, 5, 5, 5), CRect(200, 180, 210, 200)}, 1), 9 + 16);
 }
@@ -445,7 +445,7 @@ TEST(CompareZone, ZoneTablesReplaceTheMaps)
     EXPECT_EQ(engine.GetPairCount(), 16);
 }
 
-TEST(CompareZone, ClassIdKernelAnswersAsThePlainOneAndTheTableFormAddsIds)
+TEST(CompareZone, ClassIdKernelEqualsThePlainOneAndTheTableFormAddsIds)
 {
     CNarvoAssem engine;
     engine.InitAssem(0, 100);
@@ -502,7 +502,7 @@ TEST(CompareAsgZone, EndLineOfAWholePassLiesAtOrBeyondTheRegion)
 
 TEST(CompareAsgZone, HorizontalCellSpansTheWholeHeight)
 {
-    // The map's lines run on below the first cell: a threshold that no pixel passes from the second cell on.
+    // The map's lines continue below the first cell: a threshold that no pixel passes from the second cell on.
     CNarvoAssem engine;
     engine.InitAssem(0, 100);
     CZoneScene scene(512, 480, 40, 0);

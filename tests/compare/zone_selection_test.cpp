@@ -1,5 +1,5 @@
 // Each row of the selection of zone kernels through a whole inspection, compared with a direct call of the kernel that
-// the row names, with the arguments that it is to get.
+// the row names, with the arguments that it must get.
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -223,7 +223,7 @@ private:
     };
 };
 
-TEST_F(ZoneKernelCalls, KernelsAnswerApartOnTheScene)
+TEST_F(ZoneKernelCalls, KernelsDifferOnTheScene)
 {
     p.pThresholdKneeMap = m_pKnee;
     p.pTspTable = m_tspOffset.data();

@@ -1,4 +1,4 @@
-// The pool of engines: lanes, pre-checks, the way to the engine.
+// The pool of engines: lanes, checks before the engine, and the call of the engine.
 #include <limits>
 #include <memory>
 #include <thread>
@@ -67,7 +67,7 @@ TEST(Pool, NewSizeReachesTheLanesButNotTheirSubEngines)
     EXPECT_EQ(lane.pThreadControl->GetAssem(0)->nBlobSize, 100);
 }
 
-TEST(Pool, GivesEnginesUpToOnePastTheLanesInUse)
+TEST(Pool, ReturnsEnginesUpToOnePastTheLanesInUse)
 {
     CAssemControl control;
     EXPECT_EQ(control.GetNarvoAssem(0), nullptr);
@@ -78,7 +78,7 @@ TEST(Pool, GivesEnginesUpToOnePastTheLanesInUse)
     EXPECT_EQ(control.GetNarvoAssem(3), nullptr);
 }
 
-TEST(Pool, CountsOfNothingAnswerWithoutEngines)
+TEST(Pool, CountsBelowOneMakeNoEngines)
 {
     CAssemControl control;
     CConvParam param;
@@ -102,7 +102,7 @@ protected:
     CAssemControl m_control;
 };
 
-TEST_F(PoolInspect, IndexOutsideTheLanesTouchesNothing)
+TEST_F(PoolInspect, IndexOutsideTheLanesHasNoSideEffects)
 {
     CZoneScene scene(256, 256, 40, 0);
     scene.param.nInspectMode = 3;
@@ -123,7 +123,7 @@ TEST_F(PoolInspect, IndexOutsideTheLanesTouchesNothing)
     Lane().nBlobCount = 0;
 }
 
-TEST_F(PoolInspect, ClearsTheEngineAheadOfItsChecks)
+TEST_F(PoolInspect, ClearsTheEngineBeforeItsChecks)
 {
     CZoneScene scene(256, 256, 40, 0);
     scene.AddDefect(100, 120, 3, 80);
@@ -221,7 +221,7 @@ protected:
     CZoneScene m_scene;
 };
 
-TEST_F(PoolAverage, ThresholdsAreBroughtToTheirSigns)
+TEST_F(PoolAverage, ThresholdsGetTheirSigns)
 {
     m_scene.param.nThreshold = -12;
     m_scene.param.nBlackFilterGray = 7;
@@ -273,7 +273,7 @@ TEST_F(PoolInspect, AsgFlagLeadsToTheAsgInspection)
     EXPECT_EQ(m_control.Inspect_ASG(0, nullptr), 8);
 }
 
-TEST_F(PoolInspect, ANullBlockOrALaneThatIsNotThereGivesEight)
+TEST_F(PoolInspect, ANullBlockOrAMissingLaneGivesEight)
 {
     CZoneScene scene(256, 256, 40, 0);
     EXPECT_EQ(m_control.Inspect_Rect(1, nullptr, 0), 8);

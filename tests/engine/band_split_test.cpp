@@ -86,7 +86,7 @@ TEST(ThreadPool, RefusesARegionWithNoRecordRightOfIt)
     EXPECT_EQ(control.GetAssem(0)->ConvParam.pImage, nullptr);
 }
 
-TEST(ThreadPool, RegionsWithoutAGridRunAsTheyAre)
+TEST(ThreadPool, RegionsWithoutAGridRunUnchanged)
 {
     CZoneScene scene(400, 256, 40, 1);
     scene.param.pThresholdOffsetMap = nullptr;
@@ -167,7 +167,7 @@ TEST_F(BandSplit, NeverMakesMoreBandsThanSubEngines)
     EXPECT_EQ(GetBand(m_engine, 2), CRect(6016, 0, 9100, 130));
 }
 
-TEST_F(BandSplit, PoolOfNothingAnswersAsAnUnsplitCall)
+TEST_F(BandSplit, EmptyPoolGivesTheResultOfAnUnsplitCall)
 {
     CZoneScene scene(4400, 130, 40, 1);
     scene.AddDefect(800, 60, 3, 80);
@@ -229,7 +229,7 @@ TEST_F(BandSplit, GivesTheBlobsOfItsBandsRunAlone)
     EXPECT_EQ(m_engine.dBlobTime, dLongestBlob);
 }
 
-TEST_F(BandSplit, ClearsWhatTheEngineHeld)
+TEST_F(BandSplit, ClearsTheEnginesResults)
 {
     CZoneScene scene(4400, 130, 40, 1);
     scene.AddDefect(800, 60, 3, 80);
@@ -253,7 +253,7 @@ TEST_F(BandSplit, MorePairsThanTheEnginesOwnStoreGiveSixteen)
     EXPECT_EQ(m_engine.GetBlobCount(), 2);
 }
 
-TEST_F(BandSplit, BandsWithoutAGridRecordLeaveTheOthersStanding)
+TEST_F(BandSplit, BandsWithoutAGridRecordDoNotAffectTheOthers)
 {
     CZoneScene scene(4400, 130, 40, 1);
     scene.AddDefect(800, 60, 3, 80);
@@ -310,7 +310,7 @@ TEST_F(BandSplit, BandsThatDoNotRunKeepTheBlobsOfTheCallBefore)
     EXPECT_EQ(m_engine.GetBlobCount(), 1);
 }
 
-TEST_F(BandSplit, PoolsGiveBandsNoReRunsBack)
+TEST_F(BandSplit, PoolsDoNotResetTheReRunsOfBands)
 {
     CAssemControl pool;
     pool.InitAssemControl(1, 100);

@@ -1,4 +1,4 @@
-// The engine's parameter checks, and the bounds guard behind them.
+// The engine's parameter checks, and the bounds checks after them.
 #include <limits>
 #include <utility>
 #include <vector>
@@ -77,7 +77,7 @@ TEST_F(CheckParameter, ImageMustHoldTwoWindowHeights)
 {
     m_param.nConvHeight = 10;
     m_param.nImageHeight = 20;
-    m_param.rtInspect.bottom = 60; // the region's own sides are not held against the image here
+    m_param.rtInspect.bottom = 60; // the region's own sides are not compared with the image here
     EXPECT_EQ(Check(), 1);
     m_param.nImageHeight = 19;
     EXPECT_EQ(Check(), 8);
@@ -133,7 +133,7 @@ TEST_F(CheckParameter, ThreePitchesOfTheOwnDirectionMustFitTheRegion)
     EXPECT_EQ(CheckVert(), 8);
 }
 
-TEST_F(CheckParameter, HoldsTheTwoUnreadLimits)
+TEST_F(CheckParameter, ChecksTheTwoUnreadLimits)
 {
     m_param.nCheckLimit1 = 10;
     m_param.nCheckLimit2 = 2;
@@ -190,7 +190,7 @@ TEST_F(CheckParameter, GreyLimitIsClampedOnlyByABlockThatPasses)
     EXPECT_EQ(m_param.nGrayLimit, 300);
 }
 
-// --- the guard behind the checks ---
+// --- the bounds checks ---
 
 class CheckBounds : public CheckParameter
 {
@@ -239,7 +239,7 @@ TEST_F(CheckBounds, RefusesAMissingImageUnlessTheRegionIsEmpty)
     EXPECT_EQ(Bounds(Comparison::Binarise), 1);
 }
 
-TEST_F(CheckBounds, EmptyRegionsPassInsideTheImageAlone)
+TEST_F(CheckBounds, EmptyRegionsPassOnlyInsideTheImage)
 {
     m_param.rtInspect.SetRect(50, 50, 50, 90);
     EXPECT_EQ(Bounds(Comparison::Binarise), 1);

@@ -18,7 +18,7 @@
 namespace
 {
 
-/// An image that ends right before an unmapped page, or begins right behind one.
+/// An image that ends right before an unmapped page, or begins right after one.
 class CGuardedImage
 {
 public:
@@ -272,7 +272,7 @@ TEST_P(EngineFuzz, AnyNumbersEndWithACodeAndStayInsideTheImage)
     for (int i = 0; i < 3000; ++i)
     {
         CConvParam param = source.Next();
-        // Small stores bring the overflows in. Few hits with many pairs would only take long: a vertical trapezium
+        // Small stores cause overflows. Few hits with many pairs would only take long: a vertical trapezium
         // reads a block again after each overflow of its hits, until its pairs are full.
         const bool bFewHits = source.Draw(3) == 0;
         lane.InitPixelStorage(bFewHits ? 1 + source.Draw(60) : 160000);

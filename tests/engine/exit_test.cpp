@@ -1,4 +1,4 @@
-// Inspections at the end of a thread and of the process, when thread-local and static objects go: in functions left to
+// Inspections at the end of a thread and of the process, while objects are destroyed: in functions registered with
 // atexit, in destructors of static and thread-local objects, and in those of thread-specific data.
 #include <cstdlib>
 #include <functional>
@@ -20,11 +20,11 @@ using namespace narvo::test;
 constexpr int nSeconds = 60; ///< many times what a process here takes, sanitizers included
 constexpr int nExitGood = 42;
 
-/// Every way through the engine on a small picture and on one wide enough for bands, and what each finds.
-class CWorld
+/// Every path through the engine on a small picture and on one wide enough for bands, and its results.
+class CExitScenes
 {
 public:
-    CWorld() { m_pool.InitAssemControl(1, 2000); }
+    CExitScenes() { m_pool.InitAssemControl(1, 2000); }
 
     void LearnWhatIsFound()
     {
@@ -32,7 +32,7 @@ public:
             for (const SInspection& inspection : pSet->Get())
                 m_expected.push_back(Find(inspection));
     }
-    /// Working memory of the small picture alone, so that the wide one needs more.
+    /// Working memory for the small picture only, so that the wide one needs more.
     void InspectSmall()
     {
         for (const SInspection& inspection : m_small.Get())
@@ -61,26 +61,26 @@ private:
     std::vector<SFound> m_expected;
 };
 
-CWorld* pWorld = nullptr; ///< never destroyed
+CExitScenes* pScenes = nullptr; ///< never destroyed
 
-/// A world whose results were learnt on a thread of their own, so that this thread has not inspected yet.
+/// Scenes whose results were found on a thread of its own, so that this thread has not inspected yet.
 void MakeWorld()
 {
     alarm(nSeconds);
-    pWorld = new CWorld;
-    std::thread([] { pWorld->LearnWhatIsFound(); }).join();
+    pScenes = new CExitScenes;
+    std::thread([] { pScenes->LearnWhatIsFound(); }).join();
 }
 
 int nRight = 0; ///< last inspections that found the same
 
 void InspectAtTheEnd()
 {
-    if (!pWorld->FindsTheSame())
+    if (!pScenes->FindsTheSame())
         _exit(1);
     ++nRight;
 }
 
-/// Inspects when it goes.
+/// Inspects in its destructor.
 struct CInspectsAtItsEnd
 {
     ~CInspectsAtItsEnd() { InspectAtTheEnd(); }
@@ -90,18 +90,18 @@ void ExitWhenAllWereRight(int nWanted)
 {
     static int nWantedAtExit;
     nWantedAtExit = nWanted;
-    // Left first, called last.
+    // Registered first, called last.
     std::atexit([] { _exit(nRight == nWantedAtExit ? nExitGood : 2); });
 }
 
 class AtExit : public testing::Test
 {
 protected:
-    // The statement runs in a process of its own, made from the start.
+    // The statement runs in a new process of its own.
     AtExit() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 };
 
-TEST_F(AtExit, FunctionsLeftToAtexitInspect)
+TEST_F(AtExit, FunctionsRegisteredWithAtexitInspect)
 {
     EXPECT_EXIT(
         {
@@ -109,7 +109,7 @@ TEST_F(AtExit, FunctionsLeftToAtexitInspect)
             ExitWhenAllWereRight(2);
             std::atexit(InspectAtTheEnd);
             std::atexit(InspectAtTheEnd);
-            pWorld->InspectSmall();
+            pScenes->InspectSmall();
             std::exit(0);
         },
         testing::ExitedWithCode(nExitGood), "");
@@ -122,7 +122,7 @@ TEST_F(AtExit, DestructorsOfStaticObjectsInspect)
             MakeWorld();
             ExitWhenAllWereRight(1);
             static const CInspectsAtItsEnd last;
-            pWorld->InspectSmall();
+            pScenes->InspectSmall();
             std::exit(0);
         },
         testing::ExitedWithCode(nExitGood), "");
@@ -135,10 +135,10 @@ TEST_F(AtExit, DestructorsOfThreadLocalObjectsInspect)
             MakeWorld();
             const auto work = []
             {
-                // Made before the working memory, so that it goes after it.
+                // Made before the working memory, so that it is destroyed after it.
                 thread_local const CInspectsAtItsEnd last;
                 static_cast<void>(&last);
-                pWorld->InspectSmall();
+                pScenes->InspectSmall();
             };
             std::thread(work).join();
             std::thread(work).join();
@@ -161,7 +161,7 @@ TEST_F(AtExit, DestructorsOfThreadSpecificDataInspect)
                 [key]
                 {
                     pthread_setspecific(key, &nRight);
-                    pWorld->InspectSmall();
+                    pScenes->InspectSmall();
                 })
                 .join();
             _exit(nRight == 1 ? nExitGood : 2);

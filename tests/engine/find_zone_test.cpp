@@ -24,7 +24,7 @@ std::vector<int> MakeRow(int nCount, int nFirst, int nStep)
     return row;
 }
 
-TEST(FindZoneColumn, GivesTheRecordAheadOfTheFirstThatReachesTheValue)
+TEST(FindZoneColumn, ReturnsTheRecordBeforeTheFirstThatReachesTheValue)
 {
     std::vector<int> row = MakeRow(20, 0, 100);
     EXPECT_EQ(CGridEngine::FindZoneColumn(250, row.data(), 4, 20), row.data() + 2 * 2);
@@ -55,7 +55,7 @@ TEST(FindZoneColumn, ValueLeftOfTheFirstRecordGivesNullAfterFourForwardSteps)
     EXPECT_EQ(CGridEngine::FindZoneColumn(50, row.data(), 4, 300), nullptr);
 }
 
-TEST(FindZoneColumn, FallingTableAnswersWithTheFirstRecordAtOrBelowTheValue)
+TEST(FindZoneColumn, DescendingTableGivesTheFirstRecordAtOrBelowTheValue)
 {
     std::vector<int> row = MakeRow(5, 400, -100);
     EXPECT_EQ(CGridEngine::FindZoneColumn(350, row.data(), 4, 300), row.data() + 2);

@@ -1,4 +1,4 @@
-// Children of a process that inspects: they have one of its threads and none of its others, and inspect all the same.
+// Children of a process that inspects: of its threads they have only the one that forked, and still can inspect.
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -22,8 +22,8 @@ using namespace narvo::test;
 constexpr int nSeconds = 60; ///< many times what a child takes
 constexpr int nExitGood = 42;
 
-/// The answer of a child that does fnWork: its exit code, or minus the signal that ended it.
-int AnswerOfChild(const std::function<bool()>& fnWork)
+/// The outcome of a child that runs fnWork: its exit code, or minus the signal that ended it.
+int OutcomeOfChild(const std::function<bool()>& fnWork)
 {
     const pid_t nChild = fork();
     if (nChild == 0)
@@ -71,8 +71,8 @@ TEST_F(Fork, ChildInspectsInBandsAsItsParentDid)
     const std::vector<SFound> expected = Find(m_pool, 0);
     ASSERT_EQ(expected.size(), 4U);
     ASSERT_GT(expected[0].blobs.size(), 20U);
-    EXPECT_EQ(AnswerOfChild([&] { return Find(m_pool, 0) == expected; }), nExitGood);
-    EXPECT_EQ(AnswerOfChild(
+    EXPECT_EQ(OutcomeOfChild([&] { return Find(m_pool, 0) == expected; }), nExitGood);
+    EXPECT_EQ(OutcomeOfChild(
                   [&]
                   {
                       CAssemControl own;
@@ -85,10 +85,10 @@ TEST_F(Fork, ChildInspectsInBandsAsItsParentDid)
 TEST_F(Fork, GrandchildInspectsToo)
 {
     const std::vector<SFound> expected = Find(m_pool, 0);
-    EXPECT_EQ(AnswerOfChild(
+    EXPECT_EQ(OutcomeOfChild(
                   [&] {
                       return Find(m_pool, 0) == expected &&
-                             AnswerOfChild([&] { return Find(m_pool, 0) == expected; }) == nExitGood;
+                             OutcomeOfChild([&] { return Find(m_pool, 0) == expected; }) == nExitGood;
                   }),
               nExitGood);
 }
@@ -100,7 +100,7 @@ TEST_F(Fork, ChildOfAThreadThatInspectedInspectsOnThreadsOfItsOwn)
         [&]
         {
             EXPECT_EQ(Find(m_pool, 1), expected);
-            EXPECT_EQ(AnswerOfChild(
+            EXPECT_EQ(OutcomeOfChild(
                           [&]
                           {
                               bool bSame = Find(m_pool, 1) == expected;
@@ -127,7 +127,7 @@ TEST_F(Fork, ChildrenInspectOnLanesThatWereIdleWhileOthersWereAtWork)
     for (int i = 0; i < 10; ++i)
     {
         std::this_thread::sleep_for(std::chrono::milliseconds(3 * i));
-        EXPECT_EQ(AnswerOfChild([&] { return Find(m_pool, 0) == expected; }), nExitGood) << "child " << i;
+        EXPECT_EQ(OutcomeOfChild([&] { return Find(m_pool, 0) == expected; }), nExitGood) << "child " << i;
     }
     bStop = true;
     for (std::thread& worker : workers)

@@ -1,5 +1,5 @@
-// What the guard refuses of a region it refuses in bands too, and what it refuses of a band it refuses of the whole:
-// random parameter blocks with the band split on and off.
+// The bounds checks refuse a region with bands exactly when they refuse it without: random parameter blocks with the
+// band split on and off.
 #include <cstdint>
 #include <functional>
 #include <limits>
@@ -39,7 +39,7 @@ CGuardShape WideShape()
     return shape;
 }
 
-/// The blocks that reach the band split, but for flagged grids, whose records bands do not count.
+/// The blocks that reach the band split, except those with flagged grids, whose records bands do not count.
 std::vector<const CGuardBase*> SplitBases(CGuardScene& scene)
 {
     std::vector<const CGuardBase*> bases;
@@ -76,7 +76,7 @@ const std::vector<std::function<void(CConvParam&, CRandom&)>> changes = {
     [](CConvParam& param, CRandom&) { param.nDirection = 2; },
 };
 
-/// Whether the engine's parameter checks, which are no guard, refuse the whole region.
+/// Whether the engine's parameter checks, which are not bounds checks, refuse the whole region.
 bool FailsParameterCheck(CNarvoAssem& engine, const CConvParam& param)
 {
     if (param.nInspectMode == 2 || param.nInspectMode == 3)

@@ -1,5 +1,5 @@
-// The sound blocks from which the guards are tried: every comparison with every kernel of its selection, by every entry
-// that reaches it.
+// The valid blocks from which the guard tests start: every comparison with every kernel that it selects, through every
+// entry that reaches it.
 #pragma once
 
 #include <vector>

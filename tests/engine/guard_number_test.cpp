@@ -1,4 +1,4 @@
-// Numbers out of their vocabulary through the pool: what each of them is answered.
+// Numbers outside their range through the pool, and the result of each.
 #include <algorithm>
 #include <climits>
 #include <limits>
@@ -116,7 +116,7 @@ TEST_F(GuardNumber, NegativePitchIsRefusedAlongTheDirectionAlone)
     }
 }
 
-TEST_F(GuardNumber, PitchThatIsNoNumberOrInfiniteIsRefusedAlongBothAxesWhereTheCrossFilterReadsThem)
+TEST_F(GuardNumber, PitchThatIsNotFiniteIsRefusedAlongBothAxesWhereTheCrossFilterReadsThem)
 {
     for (const auto& family : {pHorizontal, pVertical})
     {
@@ -135,7 +135,7 @@ TEST_F(GuardNumber, PitchThatIsNoNumberOrInfiniteIsRefusedAlongBothAxesWhereTheC
     }
 }
 
-/// Settings under which no pair meets the cross filter.
+/// Settings under which no pair reaches the cross filter.
 const std::vector<std::pair<const char*, void (*)(CConvParam&)>> withoutCrossFilter = {
     {"no filter", [](CConvParam& param) { param.bFalseFilter = 0; }},
     {"jump filter", [](CConvParam& param) { param.nFilterMode = 1; }},
@@ -159,7 +159,7 @@ TEST_F(GuardNumber, PitchAcrossTheDirectionWithoutAFixedPointFormIsNoReasonToRef
             Set(sound);
             const bool bSinglesStay = !bZone && param.nInspectMode == 0 && sound.bKeepSingle == 0;
             if (bSinglesStay)
-                continue; // float kernels but for the members keep them all the same
+                continue; // float kernels except the members still keep them
             const auto expected = GetOutcome(sound);
             EXPECT_NE(expected.first, 8) << base.pName << ", " << pName;
             nCompared += expected.second.empty() ? 0 : 1;
@@ -179,7 +179,7 @@ TEST_F(GuardNumber, PitchAcrossTheDirectionWithoutAFixedPointFormIsNoReasonToRef
     EXPECT_GT(nCompared, 60);
 }
 
-TEST_F(GuardNumber, PitchAcrossTheDirectionIsRefusedWhereACrossFilterCanMeetAPair)
+TEST_F(GuardNumber, PitchAcrossTheDirectionIsRefusedWhereACrossFilterCanReadIt)
 {
     for (const auto& family : {pHorizontal, pVertical})
     {
@@ -189,15 +189,15 @@ TEST_F(GuardNumber, PitchAcrossTheDirectionIsRefusedWhereACrossFilterCanMeetAPai
             (param.nDirection == 0 ? param.nScanMultiple : param.nConvMultiple) = -(1 << 28);
             EXPECT_EQ(Inspect(param), 8) << pBase;
             param.bKeepSingle = 0;
-            param.nFilterMode2 = 1; // now all pairs meet it
+            param.nFilterMode2 = 1; // now all pairs reach it
             EXPECT_EQ(Inspect(param), 8) << pBase;
         }
     }
 }
 
-TEST_F(GuardNumber, AsgAndTrapeziumReadNoPitchAcrossButTheVerticalTrapezium)
+TEST_F(GuardNumber, OnlyTheVerticalTrapeziumReadsThePitchAcross)
 {
-    // Whatever the block says of filters and singles: these calls set both.
+    // The block's settings of filters and singles do not matter: these calls set both.
     for (const char* pBase : {"AsgPixelVert", "AsgZoneVert", "TrapeziumHori"})
     {
         CConvParam param = Make(pBase);
@@ -212,7 +212,7 @@ TEST_F(GuardNumber, AsgAndTrapeziumReadNoPitchAcrossButTheVerticalTrapezium)
     EXPECT_EQ(Inspect(param), 8);
 }
 
-TEST_F(GuardNumber, InfinitePitchIsTooSmallARegionOnceTheDirectionMayTurn)
+TEST_F(GuardNumber, InfinitePitchIsTooSmallARegionIfTheDirectionMaySwap)
 {
     CConvParam param = Make("PixelHori");
     param.bAutoDirection = 1;
@@ -251,7 +251,7 @@ TEST_F(GuardNumber, SecondPitchCountsOnlyWhereASecondPassRuns)
     }
 }
 
-TEST_F(GuardNumber, ShiftThatNoImageHoldsCountsAsNone)
+TEST_F(GuardNumber, ShiftLargerThanEveryImageCountsAsNone)
 {
     for (const char* pBase : {"ZoneVtdIntrin", "ZoneVtdShift", "FloatVtdShift", "PixelVertWide"})
     {
@@ -345,7 +345,7 @@ TEST_F(GuardNumber, GreyLimitsBeyondAByteAreClampedBeforeTheComparison)
 
 // --- windows ---
 
-TEST_F(GuardNumber, WindowsOutOfTheirRangeAreRefusedUnlessTheModeSkipsTheCheck)
+TEST_F(GuardNumber, WindowsOutOfRangeAreRefusedUnlessTheModeSkipsTheCheck)
 {
     for (const int nSide : {0, -1, 1024, INT_MAX, INT_MIN})
     {
@@ -394,7 +394,7 @@ TEST_F(GuardNumber, AverageRegionBelowItsWindowIsTooSmallAndWindowsWithoutAreaFi
     EXPECT_EQ(GetPairs(param), std::vector<int>());
 }
 
-// --- vocabularies ---
+// --- enumerations ---
 
 TEST_F(GuardNumber, UnknownModesAreCheckedAndCompareNothing)
 {
@@ -409,7 +409,7 @@ TEST_F(GuardNumber, UnknownModesAreCheckedAndCompareNothing)
     }
 }
 
-TEST_F(GuardNumber, DirectionsOutOfTheirRangeCompareLikeTheEngineTakesThem)
+TEST_F(GuardNumber, DirectionsOutOfRangeCompareAsTheEngineInterpretsThem)
 {
     for (const int nDirection : {2, -1, INT_MAX, INT_MIN})
     {

@@ -1,4 +1,4 @@
-// Regions, images, trapezia and dead zones that lie anywhere, through the pool: what each of them is answered.
+// Regions, images, trapezia and dead zones at any place, through the pool, and the result of each.
 #include <algorithm>
 #include <climits>
 #include <cstdint>
@@ -121,7 +121,7 @@ TEST_F(GuardRegion, NegativeImageSizesAreRefused)
     }
 }
 
-TEST_F(GuardRegion, RegionsOutsideTheImageAreRefusedBeforeTheyAreCutIntoBands)
+TEST_F(GuardRegion, RegionsOutsideTheImageAreRefusedBeforeTheBandSplit)
 {
     for (const CGuardBase& base : GuardBases())
     {
@@ -129,7 +129,7 @@ TEST_F(GuardRegion, RegionsOutsideTheImageAreRefusedBeforeTheyAreCutIntoBands)
         if (base.eEntry != Entry::Rect || param.nDirection != 1)
             continue;
         param.rtInspect.SetRect(1 << 20, 0, (1 << 20) + 9000, CGuardScene::nHeight);
-        // Without a comparison there is nothing to guard.
+        // Without a comparison there is nothing to check.
         const int nExpected = param.nInspectMode == 4 ? 1 : 8;
         EXPECT_EQ(Inspect(base, param), nExpected) << base.pName;
         EXPECT_EQ(Lane().GetBlobCount(), 0) << base.pName;

@@ -1,5 +1,5 @@
-// Re-runs without end: counts at the limits of int, stores so small that every pass overflows, passes that do not get
-// on.
+// Re-runs without end: counts at the limits of int, stores so small that every pass overflows, passes that do not
+// advance.
 #include <climits>
 #include <string>
 
@@ -67,7 +67,7 @@ TEST(GuardRerun, NegativeCountsOfRerunsStartNone)
     }
 }
 
-TEST(GuardRerun, PassesThatGoInACircleEndAsIfEachHadBeenMade)
+TEST(GuardRerun, RepeatingPassesEndAsIfEachHadBeenMade)
 {
     // Scalar thresholds with a direction of neither 0 nor 1: the comparison stops at a row, which the engine takes for
     // a column. What is left after n re-runs depends on n alone, also where most of them are only counted.
@@ -85,12 +85,12 @@ TEST(GuardRerun, PassesThatGoInACircleEndAsIfEachHadBeenMade)
         lane.InitPairStorage(2);
         param.nMaxReinspect = nMax;
         narvo::test::CCpuLimit limit(10);
-        limit.Restart("circles of re-runs");
+        limit.Restart("repeating re-runs");
         EXPECT_EQ(lane.Inspect_Rect(&param), 16);
         EXPECT_EQ(lane.nReinspectCount, nMax);
         return lane.ConvParam.rtInspect.left;
     };
-    // A circle is as long as it takes for the left side to come back; it has been reached after 200 re-runs.
+    // A cycle ends when the left side is back at its start; it has been reached after 200 re-runs.
     int nRound = 1;
     while (nRound < 100 && (Run(200 + nRound) != Run(200) || Run(201 + nRound) != Run(201)))
         ++nRound;

@@ -121,8 +121,8 @@ void CGuardScene::MakeTables(bool bFlushBack)
         map.Make(2 * m_nMapMiddle, bFlushBack);
 }
 
-/// Origins one cell apart, with one row of cells above the image. Walks that leave a grid row on its right go on in the
-/// row below.
+/// Origins one cell apart, with one row of cells above the image. Walks that leave a grid row on its right continue in
+/// the row below.
 void CGuardScene::MakeGrid(bool bFlushBack)
 {
     const std::int64_t nRecord = m_shape.bFlagged ? 3 : 2;

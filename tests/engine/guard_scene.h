@@ -1,5 +1,5 @@
-// A small periodic panel with defects, and everything that a parameter block can point at, between pages that must not
-// be touched: the ground on which any number is put into any field.
+// A small periodic panel with defects, and everything that a parameter block can point at, between guard pages: the
+// scene for tests that put any number into any field.
 #pragma once
 
 #include <cstdint>
@@ -29,8 +29,8 @@ struct CGuardShape
     bool operator==(const CGuardShape& other) const = default;
 };
 
-/// Image and tables are as long as the shape says, and no longer; grid and maps reach as far as walks over honest grids
-/// lead. What is huge has its first part filled alone.
+/// Image and tables are as long as the shape says, and no longer; grid and maps reach as far as walks over regular
+/// grids lead. Of huge memory only the first part is filled.
 class CGuardScene
 {
 public:
@@ -39,14 +39,14 @@ public:
     static constexpr double dConvPitch = 17.25;
     static constexpr double dScanPitch = 15.375;
 
-    /// bFlushBack: which side of each piece of memory lies flush with its guard page. Throws std::bad_alloc where the
+    /// bFlushBack: which side of each piece of memory borders on its guard page. Throws std::bad_alloc where the
     /// address space has no room for the shape.
     explicit CGuardScene(bool bFlushBack, const CGuardShape& shape = CGuardShape());
 
     const CGuardShape& GetShape() const { return m_shape; }
     /// A block over the whole panel in pixel mode, with the image alone.
     CConvParam MakeParam();
-    /// Fills all tables anew.
+    /// Fills all tables again.
     void FillTables();
 
     int* GetRowTable() { return m_rows.Get(); }
@@ -56,7 +56,7 @@ public:
     short* GetWeightNear() { return m_weightNear.Get(); }
     short* GetWeightFar() { return m_weightFar.Get(); }
     unsigned char* GetMask() { return m_mask.Get(); }
-    /// The grid's entry: its first row, above the image, for vertical runs; the row behind it for horizontal ones.
+    /// The grid's entry: its first row, above the image, for vertical runs; the row after it for horizontal ones.
     int* GetGrid(int nDirection) { return m_grid.Get() + (nDirection == 0 ? m_nGridRow : 0); }
     short* GetMap(int nMap) { return m_maps[nMap].Get() + m_nMapMiddle; }
 
@@ -65,7 +65,7 @@ public:
     CString verifyText[16];         ///< verification checks
     std::vector<CPoint> polygon;    ///< a free-form region
 
-    /// Set all entries of a table or map to nValue, cut to its type. FillTables brings them back.
+    /// Set all entries of a table or map to nValue, cut to its type. FillTables restores them.
     void SetRowTable(int nValue) { m_rows.Fill(nValue); }
     void SetTiltScan(int nValue) { m_tiltScan.Fill(nValue); }
     void SetTiltConv(int nValue) { m_tiltConv.Fill(nValue); }

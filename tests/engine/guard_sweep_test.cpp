@@ -1,4 +1,4 @@
-// Every number of a parameter block at every extreme, one at a time, from sound blocks of every kind: no call may
+// Every number of a parameter block at every extreme, one at a time, from valid blocks of every kind: no call may
 // crash, hang, or read outside image and tables, and its code is that of the checks.
 #include <algorithm>
 #include <cfloat>
@@ -31,7 +31,7 @@ using narvo::test::RunEntry;
 
 constexpr int nSecondsPerCall = 10; ///< many times what the slowest takes under sanitizers
 
-/// A field or a table, and what puts the value of index nValue into it.
+/// A field or a table, and a function that sets it to the value of index nValue.
 template <class TValue>
 struct CSweepField
 {
@@ -248,7 +248,7 @@ std::vector<CSweepField<CRect>> MakeRectFields()
     };
 }
 
-/// Runs through fields, values and bases. Guard pages lie behind the memory and before it by turns.
+/// Runs through fields, values and bases. Guard pages lie alternately after and before the memory.
 class CSweep
 {
 public:
@@ -275,7 +275,7 @@ private:
         CGuardScene scene;
         std::unique_ptr<CGuardScene> pOther;
 
-        /// @return null where no host can have so much memory
+        /// @return null if no host can have so much memory
         CGuardScene* FindScene(const CGuardShape& shape)
         {
             if (shape == scene.GetShape())
@@ -305,7 +305,8 @@ private:
         const std::vector<CGuardBase>& bases = GuardBases();
         for (std::size_t i = 0; i < bases.size() && !testing::Test::HasFatalFailure(); ++i)
         {
-            // Of a share, each base gets other values, so that each value still meets many bases.
+            // With a share of the cases each base gets different values, so that each value is still tried on many
+            // bases.
             if ((i + nValue) % static_cast<std::size_t>(m_nShare) != 0)
                 continue;
             m_strCase = std::string(bases[i].pName) + ", " + field.strName + ", value " + std::to_string(nValue);
@@ -364,7 +365,7 @@ private:
     int m_nRefused = 0;
 };
 
-TEST(GuardBlocks, SoundBlocksAreComparedAndFindBlobs)
+TEST(GuardBlocks, ValidBlocksAreComparedAndFindBlobs)
 {
     CGuardScene scene(true);
     CAssemControl control;

@@ -44,7 +44,7 @@ protected:
     CNarvoAssem m_engine;
 };
 
-TEST(Engine, StoresHaveAFloorForHitsAndPairsButNoneForBlobs)
+TEST(Engine, StoresHaveAMinimumOfHitsAndPairsButNotOfBlobs)
 {
     CNarvoAssem engine;
     EXPECT_EQ(engine.pThreadControl, nullptr);
@@ -60,7 +60,7 @@ TEST(Engine, StoresHaveAFloorForHitsAndPairsButNoneForBlobs)
     EXPECT_EQ(engine.nBlobSize, 80001);
 }
 
-TEST(Engine, SizesThatCannotBeHadFailCleanly)
+TEST(Engine, SizesBeyondMemoryFailCleanly)
 {
     CNarvoAssem engine;
     EXPECT_EQ(engine.InitAssem(0, std::numeric_limits<int>::max()), 0);
@@ -69,7 +69,7 @@ TEST(Engine, SizesThatCannotBeHadFailCleanly)
     EXPECT_EQ(engine.GetBlobCount(), 0);
 }
 
-TEST(Engine, BlobStoreOfNothingInspectsWithoutBlobs)
+TEST(Engine, EmptyBlobStoreInspectsWithoutBlobs)
 {
     CNarvoAssem engine;
     EXPECT_EQ(engine.InitAssem(0, 0), 0);
@@ -110,7 +110,7 @@ TEST_F(InspectRect, FindsDefectsInBothDirections)
     }
 }
 
-TEST_F(InspectRect, LeavesTheHostsBlockAsItWas)
+TEST_F(InspectRect, DoesNotChangeTheHostsBlock)
 {
     CZoneScene scene(256, 256, 40, 1);
     scene.AddStripes(0, 40);
@@ -199,7 +199,7 @@ TEST_F(InspectRect, BinariseModeWithZoneMapsRunsTheZoneComparisonUnchecked)
     }
 }
 
-TEST_F(InspectRect, EveryModeButAverageGivesWayToTheZoneMaps)
+TEST_F(InspectRect, ZoneMapsTakePrecedenceOverEveryModeExceptAverage)
 {
     CZoneScene scene(256, 256, 40, 0);
     scene.AddDefect(100, 120, 3, 80);
@@ -231,13 +231,13 @@ TEST_F(InspectRect, DirectionTwoIsCheckedAsHorizontalAndComparedAsVertical)
     EXPECT_EQ(Inspect(scene.param), 1);
     EXPECT_EQ(GetBoxes(m_engine), (std::vector<Box>{{203, 120, 206, 123, 1}}));
 
-    // Three scan pitches do not fit the region's height: only the vertical form would mind.
+    // Three scan pitches do not fit the region's height: only the vertical check would refuse that.
     scene.param.rtInspect.SetRect(0, 0, 512, 119);
     EXPECT_EQ(Inspect(scene.param), 1);
     scene.param.nDirection = 1;
     EXPECT_EQ(Inspect(scene.param), 8);
 
-    // Three conv pitches do not fit the region's width: only the horizontal form minds.
+    // Three conv pitches do not fit the region's width: only the horizontal check refuses that.
     scene.param.rtInspect.SetRect(0, 0, 119, 256);
     EXPECT_EQ(Inspect(scene.param), 1);
     scene.param.nDirection = 2;
@@ -271,7 +271,7 @@ TEST_F(InspectRect, OverflowReRunsFromTheStopAndTheBlobsAddUp)
     EXPECT_EQ(GetBoxes(m_engine)[1], (Box{204, 100, 207, 103, 1}));
 }
 
-TEST_F(InspectRect, HorizontalOverflowGoesOnBelowTheRow)
+TEST_F(InspectRect, HorizontalOverflowContinuesBelowTheRow)
 {
     CZoneScene scene(512, 256, 40, 0);
     scene.AddDefect(100, 40, 6, 80);
@@ -356,7 +356,7 @@ TEST_F(InspectRect, ManyReRunsEndWithTheRegion)
     EXPECT_LE(m_engine.nReinspectCount, 31);
 }
 
-TEST_F(InspectRect, EndLineThatDoesNotMoveEndsTheReRunsOnceNothingNewComes)
+TEST_F(InspectRect, EndLineThatDoesNotMoveEndsTheReRunsOnceNothingIsNew)
 {
     // Binarise mode ends at the region's bottom; with direction 1 that counts as a column, short of the right side.
     CZoneScene scene(256, 100, 20, 1);
@@ -391,7 +391,7 @@ TEST_F(InspectRect, BinariseModeReRunsFromTheRowThatFilledTheStore)
             scene.Pixel(x, y) = 10;
     m_engine.InitPairStorage(4);
     EXPECT_EQ(Inspect(scene.param), 16);
-    // Row 10 fills the store and is looked at again: a row with more hits than the store holds is never passed.
+    // Row 10 fills the store and is inspected again: a row with more hits than the store holds is never passed.
     EXPECT_EQ(m_engine.ConvParam.rtInspect.top, 10);
     EXPECT_EQ(m_engine.nReinspectCount, 3);
     EXPECT_EQ(m_engine.GetBlobCount(), 4);
@@ -399,7 +399,7 @@ TEST_F(InspectRect, BinariseModeReRunsFromTheRowThatFilledTheStore)
 
 TEST_F(InspectRect, ReRunWithoutAnOriginRecordGivesSixteenAtOnce)
 {
-    // Four columns: the search for the entry begins its count at four and has no step to make.
+    // Four columns: the search for the entry starts counting at four and makes no step.
     CZoneScene scene(96, 256, 40, 1);
     ASSERT_EQ(scene.param.nZoneColumns, 4);
     scene.param.nConvMultiple = 0;

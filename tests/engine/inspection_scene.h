@@ -1,5 +1,5 @@
-// A periodic image with zone maps and an origin grid, and a parameter block that inspects it: the common ground of
-// the end-to-end tests. Without defects it gives no hit.
+// A periodic image with zone maps and an origin grid, and a parameter block that inspects it: shared by the
+// end-to-end tests. Without defects it gives no hit.
 #pragma once
 
 #include <algorithm>
@@ -32,7 +32,7 @@ public:
         m_gain.assign(nMapSize, 0);
         m_zone.assign(nMapSize, 0);
 
-        // One grid row above the image, which vertical comparisons step over, and spare cells behind it.
+        // One grid row above the image, which vertical comparisons skip, and spare cells after it.
         const int nColumns = nWidth / nPitch + 2;
         for (int nRow = -1; nRow < nHeight / nPitch + 2; ++nRow)
             for (int nColumn = 0; nColumn < nColumns; ++nColumn)
@@ -64,7 +64,7 @@ public:
                 Pixel(nColumn, nRow) = static_cast<unsigned char>(std::clamp(Pixel(nColumn, nRow) + nChange, 0, 255));
     }
 
-    /// Blocks of one pitch along the compare direction, by turns dark and bright in the columns or rows given: every
+    /// Blocks of one pitch along the compare direction, alternately dark and bright in the columns or rows given: every
     /// pixel there is a hit, and about every second makes a pair.
     void AddStripes(int nFirst, int nLast)
     {

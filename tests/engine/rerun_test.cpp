@@ -1,7 +1,7 @@
-// Re-runs against the plain recursion: what the engine counts without making must leave what making it would leave.
-// The scenes are those whose passes do not get on: the end line is a row while the region moves by columns, so that
-// each re-run looks at the same place again, opens blobs and loses them to the shadow filter, or offers pairs to the
-// blobs of the passes before.
+// Re-runs against the plain recursion: passes that are only counted must leave the same results as if they were made.
+// The passes of the scenes do not advance: the end line is a row while the region moves by columns, so that each
+// re-run inspects the same place again, opens blobs and loses them to the shadow filter, or offers pairs to the blobs
+// of earlier passes.
 #include <algorithm>
 #include <string>
 #include <tuple>
@@ -19,7 +19,7 @@ namespace narvo::test
 namespace
 {
 
-/// A periodic picture with spots, some of which repeat near a pitch on; region, filters and stores by chance.
+/// A periodic picture with spots, some of which repeat about a pitch away; random region, filters and stores.
 class CRerunScene
 {
 public:
@@ -54,7 +54,7 @@ public:
                 m_origins.push_back(nColumn * m_nPitch + 1);
                 m_origins.push_back(nRow * m_nPitch + 1);
             }
-        constexpr std::size_t nMargin = 20000; // cells may begin anywhere about the region
+        constexpr std::size_t nMargin = 20000; // cells may begin anywhere around the region
         m_zones.resize(m_image.size() + 2 * nMargin);
         for (short& nZone : m_zones)
             nZone = static_cast<short>(m_random.Int(0, 3));
@@ -159,7 +159,7 @@ auto CountersOf(const CNarvoAssem& engine)
 
 /// Scenes that each way of going round makes, run both ways. @return passes that were made one by one
 template <typename TUse>
-long HoldToEachPass(const std::string& strName, int nScenes, const TUse& fnUse)
+long CompareWithEachPass(const std::string& strName, int nScenes, const TUse& fnUse)
 {
     long nReruns = 0;
     for (const std::uint64_t nSeed : CaseSeeds(strName, nScenes))
@@ -183,12 +183,12 @@ long HoldToEachPass(const std::string& strName, int nScenes, const TUse& fnUse)
     return nReruns;
 }
 
-TEST(Rerun, PassesThatComeRoundLeaveBlobsAndCountersAsIfEachHadBeenMade)
+TEST(Rerun, RepeatingPassesLeaveBlobsAndCountersAsIfEachHadBeenMade)
 {
     constexpr int nScenes = 2000;
-    EXPECT_GT(HoldToEachPass("free-form re-runs", nScenes, [](CRerunScene& scene) { scene.UseFreeForm(); }),
+    EXPECT_GT(CompareWithEachPass("free-form re-runs", nScenes, [](CRerunScene& scene) { scene.UseFreeForm(); }),
               nScenes / CaseShare());
-    EXPECT_GT(HoldToEachPass("row re-runs", nScenes, [](CRerunScene& scene) { scene.UseRowsUnderAColumnLimit(); }),
+    EXPECT_GT(CompareWithEachPass("row re-runs", nScenes, [](CRerunScene& scene) { scene.UseRowsUnderAColumnLimit(); }),
               nScenes / CaseShare());
 }
 

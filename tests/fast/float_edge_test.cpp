@@ -33,7 +33,7 @@ CKernelOutcome RunRegion(const CFloatRegionScene& scene)
     return outcome;
 }
 
-/// Tables that say what a fixed pitch says.
+/// Tables that are equivalent to a fixed pitch.
 struct CPlainTables
 {
     std::vector<std::uint16_t> aDisplacement = std::vector<std::uint16_t>(nWide + 16, nPitch);
@@ -106,8 +106,7 @@ TEST_P(FloatKernels, OneBrightPixelGivesAPairForEachWindowThatHoldsIt)
         const int nWindows = bHorizontal ? (nArea == 4 ? 2 : 3) : nArea;
         const int nFirst = SinglesOfTheFirstRow(eKernel);
         ASSERT_EQ(outcome.nReturned, nFirst + nWindows);
-        const CDefectPair& pair =
-            outcome.aPairs[static_cast<std::size_t>(nFirst / 2)]; // behind the left half's singles
+        const CDefectPair& pair = outcome.aPairs[static_cast<std::size_t>(nFirst / 2)]; // after the left half's singles
         EXPECT_EQ(pair.nDefectPos, DefectPos_Middle);
         EXPECT_EQ(pair.nDefectPair, DefectPair_Paired);
         EXPECT_EQ(pair.nDefectType, 1);
@@ -122,7 +121,7 @@ TEST_P(FloatKernels, OneBrightPixelGivesAPairForEachWindowThatHoldsIt)
     }
 }
 
-TEST_P(FloatKernels, WindowsReachFromTheirPixelDownAndToTheRightAndRoundItInTheLargeColumnScans)
+TEST_P(FloatKernels, WindowsExtendDownAndRightOfTheirPixelAndAroundItInTheLargeColumnScans)
 {
     CPicture picture = PictureFor(FloatKernel::Vert4);
     picture.At(7, 40) = 200;
@@ -216,7 +215,7 @@ TEST_P(FloatKernels, TheGainOfTheLargeWindowsWorksOnThreeQuartersOfTheSource)
     const CKernelOutcome outcome = RunScene(scene);
     const auto itHit = std::find(outcome.aY.begin(), outcome.aY.end(), 29);
     ASSERT_NE(itHit, outcome.aY.end());
-    // The source there is 9600: (75 x 64) / 256 + 1 is 19 levels; the brighter compare window is not asked.
+    // The source there is 9600: (75 x 64) / 256 + 1 is 19 levels; the brighter compare window has no effect.
     EXPECT_EQ(outcome.aThreshold[static_cast<std::size_t>(itHit - outcome.aY.begin())], 19 * 96);
 }
 
@@ -250,7 +249,7 @@ TEST_P(FloatKernels, ADeadZoneGivesNoRecordAndLeavesThePartnerFree)
     CKernelOutcome outcome = RunScene(scene);
     EXPECT_EQ(outcome.nReturned, 0);
     EXPECT_EQ(std::count(outcome.aType.begin(), outcome.aType.end(), 4), 0);
-    EXPECT_EQ(outcome.aThreshold[4], 128); // the record's threshold was not asked for
+    EXPECT_EQ(outcome.aThreshold[4], 128); // the record's threshold was not computed
     scene.param.rtDeadZone[0] = CRect(0, 39, 7, 41);
     outcome = RunScene(scene);
     EXPECT_EQ(outcome.nReturned, 2);
@@ -298,7 +297,7 @@ TEST_P(FloatKernels, SinglesAreKeptByTheFastKernelsAndByTheMembersOnRequest)
     }
 }
 
-TEST_P(FloatKernels, AGroupNotesBrighterCompareWindowsBeforeBrighterSources)
+TEST_P(FloatKernels, AGroupListsBrighterCompareWindowsBeforeBrighterSources)
 {
     CPicture picture = PictureFor(FloatKernel::Hori4);
     picture.At(42, 3) = 200; // sources brighter at 41 and 42
@@ -335,8 +334,8 @@ TEST_P(FloatKernels, AStripCutInItsLeftHalfLetsPositionsLagSixteenColumns)
 {
     CPicture picture(160, nHigh, 100);
     picture.At(3, 5) = 200;   // fills the arrays in the left half of the first strip
-    picture.At(12, 5) = 200;  // given up with the strip
-    picture.At(20, 55) = 200; // noted at 4, where x stayed
+    picture.At(12, 5) = 200;  // dropped with the strip
+    picture.At(20, 55) = 200; // reported at 4, where x stayed
     CFloatScene scene = SceneOn(picture, FloatKernel::Vert4, {0, 0, 32, nHigh});
     scene.call.hits.nSize = 2;
     const CKernelOutcome outcome = RunScene(scene);
@@ -353,7 +352,7 @@ TEST_P(FloatKernels, AStripCutInItsRightHalfLetsPositionsLagEightColumns)
 {
     CPicture picture(160, nHigh, 100);
     picture.At(12, 5) = 200;  // fills the arrays in the right half
-    picture.At(20, 55) = 200; // column 16 of the image is noted at 8
+    picture.At(20, 55) = 200; // column 16 of the image is reported at 8
     CFloatScene scene = SceneOn(picture, FloatKernel::Vert4, {0, 0, 32, nHigh});
     scene.call.hits.nSize = 2;
     CKernelOutcome outcome = RunScene(scene);
@@ -380,7 +379,7 @@ TEST_P(FloatKernels, ARunOfCutStripsEnds)
     EXPECT_EQ(outcome.nEndLine, 16); // no column was gained
 }
 
-TEST_P(FloatKernels, AFullPairArrayStopsBehindTheRowOrTheStrip)
+TEST_P(FloatKernels, AFullPairArrayStopsAfterTheRowOrTheStrip)
 {
     CPicture picture(160, nHigh, 100);
     picture.At(40, 4) = 200;
@@ -422,7 +421,7 @@ TEST_P(FloatKernels, ColumnTablesServeBothHalvesOfABlockCountedFromLeft)
         return aX;
     };
     EXPECT_EQ(found(), (std::vector<int>{41, 42, 49, 50}));
-    aNear[32] = 0; // lane 0 of both halves looks one column further on
+    aNear[32] = 0; // lane 0 of both halves reads one column further
     aFar[32] = 16;
     EXPECT_EQ(found(), (std::vector<int>{40, 41, 42, 48, 49, 50}));
 }
@@ -474,7 +473,7 @@ TEST_P(FloatKernels, TheFirstEntryOfARowTableIsComparedWithZero)
     }
 }
 
-TEST_P(FloatKernels, TheLastEntryOfARowTableHoldsFromHalfToHalf)
+TEST_P(FloatKernels, TheLastEntryOfARowTableIsKeptFromHalfToHalf)
 {
     CPicture picture = PictureFor(FloatKernel::Vtd);
     picture.At(3, 12) = 200;
@@ -553,7 +552,7 @@ TEST_P(FloatKernels, ASingleOfARegionThatRepeatsTwoPitchesAwayIsMarkedAsRemovedA
         picture.At(7, 37) = 200;
         picture.At(7, 57) = 200;
         CFloatRegionScene scene = RegionOn(picture, bPlain);
-        scene.param.bKeepSingle = 0; // singles are kept all the same
+        scene.param.bKeepSingle = 0; // singles are still kept
         const CKernelOutcome outcome = RunRegion(scene);
         ASSERT_EQ(outcome.nReturned, 8);
         int nRemoved = 0;
@@ -629,7 +628,7 @@ TEST_P(FloatKernels, ThePlainFormLeavesOneRecordOfThePairArrayFree)
     EXPECT_EQ(outcome.nEndLine, 16);
 }
 
-TEST_P(FloatKernels, ThePlainFormGivesUpAColumnOneHitBeforeTheArraysAreFull)
+TEST_P(FloatKernels, ThePlainFormStopsAColumnOneHitBeforeTheArraysAreFull)
 {
     CPicture picture(32, nHigh, 100);
     picture.At(7, 40) = 200; // four hits in each of two columns

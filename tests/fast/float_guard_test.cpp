@@ -1,4 +1,4 @@
-// No float kernel touches memory beyond the image it is given, whose height it knows: images against pages that fault.
+// No float kernel touches memory beyond the image it is given, whose height it knows: images next to guard pages.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -15,7 +15,7 @@ namespace
 constexpr int nCases = 1500;
 constexpr std::size_t nRoom = 64 * 1024;
 
-/// Two places for an image: directly behind a page that faults, and directly before one.
+/// Two places for an image: directly after a guard page, and directly before one.
 class CGuardedPlaces
 {
 public:

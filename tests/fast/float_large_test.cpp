@@ -25,7 +25,7 @@ CFloatScene SceneOn(const CLargePicture& picture, FloatKernel eKernel)
 }
 
 /// @return the records written
-int HoldToTheReference(const CFloatScene& scene)
+int CompareWithReference(const CFloatScene& scene)
 {
     CReferenceCheck check;
     const int nRecords = check.Expect(scene).nReturned;
@@ -41,9 +41,9 @@ TEST_P(FloatLarge, ARegionWiderThanAnyInnerBlockGivesWhatThePlainWalkGives)
 {
     const CLargePicture picture(50000, 26, 20000);
     CFloatScene scene = SceneOn(picture, GetParam());
-    EXPECT_GT(HoldToTheReference(scene), 5000);
+    EXPECT_GT(CompareWithReference(scene), 5000);
     scene.call.hits.nSize = 70; // strips and rows are cut
-    EXPECT_GT(HoldToTheReference(scene), 10);
+    EXPECT_GT(CompareWithReference(scene), 10);
 }
 
 TEST_P(FloatLarge, MoreHitsThanAWorkingSetHoldsAreAllPaired)
@@ -52,11 +52,11 @@ TEST_P(FloatLarge, MoreHitsThanAWorkingSetHoldsAreAllPaired)
     CFloatScene scene = SceneOn(picture, GetParam());
     scene.call.first = {-16 * 9, 0}; // below no difference
     scene.param.nBlackFilterGray = 0;
-    HoldToTheReference(scene);
+    CompareWithReference(scene);
     scene.call.first = {0, 0};
-    EXPECT_GT(HoldToTheReference(scene), 5000);
+    EXPECT_GT(CompareWithReference(scene), 5000);
     scene.call.pairs.nSize = 4000;
-    EXPECT_EQ(HoldToTheReference(scene), 4000);
+    EXPECT_EQ(CompareWithReference(scene), 4000);
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, FloatLarge, testing::ValuesIn(AllFloatKernels()),

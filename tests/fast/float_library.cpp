@@ -1,5 +1,5 @@
 // Runs a scene through the library's float kernels: by name, argument by argument, or through the common call record.
-// Values that a kernel must not read are recognisable nonsense.
+// Values that a kernel must not read are obviously invalid.
 #include <algorithm>
 
 #include "fast/float_scene.h"
@@ -47,7 +47,7 @@ public:
     }
 
     /// The stores own nothing again.
-    void GiveBack()
+    void DetachArrays()
     {
         pPixelX = pPixelY = pSrcGray = pCmpGray = pZoneIndex = pThreshold = nullptr;
         pPixelType = pPeak = nullptr;
@@ -147,7 +147,7 @@ void RunPublic(const CFloatRegionScene& scene, CKernelOutcome& outcome)
     engine.Borrow(scene, outcome);
     outcome.nReturned = scene.bPlain ? engine.ConvFloatVJF_Cpp(scene.rtRegion, outcome.nEndLine)
                                      : engine.ConvFloatVJF_Intrin(scene.rtRegion, outcome.nEndLine);
-    engine.GiveBack();
+    engine.DetachArrays();
 }
 
 } // namespace narvo::test

@@ -1,5 +1,5 @@
 // Random scenes for the float kernels: small regions, every fraction, tiny capacities, thresholds that wrap. A scene
-// depends on its kernel and seed alone.
+// depends only on its kernel and seed.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@ namespace narvo::test
 class CFloatSceneSource
 {
 public:
-    /// The scene of a seed. It refers to memory of this object and is gone with the next call.
+    /// The scene of a seed. It refers to memory of this object and is valid until the next call.
     const CFloatScene& Make(FloatKernel eKernel, std::uint64_t nSeed);
     const CFloatRegionScene& MakeRegion(bool bPlain, std::uint64_t nSeed);
     CSceneParts& Parts() { return m_parts; }

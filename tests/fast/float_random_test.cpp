@@ -11,7 +11,7 @@ namespace
 
 constexpr int nCases = 20000;
 
-/// The scenes must exercise what they are for.
+/// The scenes must cover what they are meant for.
 void ExpectRecords(const CReached& reached)
 {
     if (reached.nScenes == nCases)
@@ -28,7 +28,7 @@ TEST_P(FloatKernelsRandom, AgreeWithTheReferenceAtEveryLevel)
 {
     CFloatSceneSource source;
     const auto make = [&](std::uint64_t nSeed) -> const CFloatScene& { return source.Make(GetParam(), nSeed); };
-    ExpectRecords(HoldToTheReference(KernelName(GetParam()), nCases, make, byEither));
+    ExpectRecords(CompareWithReference(KernelName(GetParam()), nCases, make, byEither));
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, FloatKernelsRandom, testing::ValuesIn(AllFloatKernels()),
@@ -43,7 +43,7 @@ TEST_P(FloatRegionKernelsRandom, AgreeWithTheReferenceAtEveryLevel)
     CFloatSceneSource source;
     const auto make = [&](std::uint64_t nSeed) -> const CFloatRegionScene&
     { return source.MakeRegion(GetParam(), nSeed); };
-    ExpectRecords(HoldToTheReference(GetParam() ? "ConvFloatVJF_Cpp" : "ConvFloatVJF_Intrin", nCases, make, byName));
+    ExpectRecords(CompareWithReference(GetParam() ? "ConvFloatVJF_Cpp" : "ConvFloatVJF_Intrin", nCases, make, byName));
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, FloatRegionKernelsRandom, testing::Bool(),

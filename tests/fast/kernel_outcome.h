@@ -1,5 +1,5 @@
-// What a call of a kernel leaves behind: hit arrays, pair array, end line and count. All is
-// set to a pattern first, so that an untouched entry shows.
+// The outcome of a kernel call: hit arrays, pair array, end line and count. All are
+// set to a pattern first, which shows entries that were not written.
 #pragma once
 
 #include <cstdint>
@@ -41,7 +41,7 @@ public:
     std::int64_t NewPairs() const { return nReturned - m_nPairCount; }
     bool IsFull() const { return nReturned >= m_nPairSize; }
 
-    /// Sizes the arrays as the capacities promise (16 hits and one record more), sets the pattern and the hits at the
+    /// Sizes the arrays by the capacities (16 hits and one record more), sets the pattern and the hits at the
     /// start.
     void Prepare(std::int64_t nHitSize, const std::vector<CStartHit>& aStartHits, std::int64_t nPairCount,
                  std::int64_t nPairSize);

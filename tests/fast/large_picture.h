@@ -16,7 +16,7 @@ namespace narvo::test
 class CLargePicture
 {
 public:
-    /// Grey noise of a few levels with nSpots pixels of any grey, and a margin right and below that no region takes.
+    /// Grey noise of a few levels with nSpots pixels of any grey, and a margin right and below outside every region.
     CLargePicture(int nWidth, int nHeight, int nSpots)
         : m_nWidth(nWidth), m_nHeight(nHeight), m_picture(nWidth + nMargin, nHeight + 8, 0),
           m_aRowTable(static_cast<std::size_t>(nHeight / 16 + 2)),

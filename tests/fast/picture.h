@@ -1,4 +1,4 @@
-// A small grey image that a test paints by hand.
+// A small grey image whose pixels a test sets.
 #pragma once
 
 #include <cstddef>

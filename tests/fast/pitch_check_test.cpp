@@ -39,7 +39,7 @@ std::vector<unsigned char> MakePeriodic(int nWidth, int nHeight, int nPeriodX, i
     return image;
 }
 
-TEST(PitchCheck, RangeOfNoneTriesTheCentreAlone)
+TEST(PitchCheck, EmptyRangeTriesOnlyTheCentre)
 {
     const std::vector<unsigned char> image = MakePeriodic(256, 32, 40, 7);
     int nBest = 0;
@@ -82,7 +82,7 @@ TEST(PitchCheck, TruePitchOfAPeriodicImageIsFoundAlongBothAxes)
     EXPECT_EQ(nColumn, 19 * 16);
 }
 
-TEST(PitchCheck, OfSeveralCostsOfNoneTheSmallestCandidateStands)
+TEST(PitchCheck, OfSeveralZeroCostsTheSmallestCandidateWins)
 {
     const std::vector<unsigned char> image = MakePeriodic(512, 64, 20, 16);
     int nBest = 0;
@@ -113,7 +113,7 @@ TEST(PitchCheck, NoiseThatCoversEverythingLetsTheFirstCandidateWin)
     }
 }
 
-TEST(PitchCheck, LowAboveHighLeavesTheReferencesAsTheyWere)
+TEST(PitchCheck, LowAboveHighDoesNotChangeTheReferences)
 {
     const std::vector<unsigned char> image = MakePeriodic(512, 64, 27, 16);
     int nA = 11;
@@ -186,7 +186,7 @@ TEST(PitchCheck, BoundedSearchStopsAtASourceRowBeforeTheImage)
     EXPECT_EQ(nBest, 7);
 }
 
-TEST(PitchCheck, ARegionWithoutHeightStillFillsItsRowsUnderTheGuards)
+TEST(PitchCheck, ARegionWithoutHeightStillFillsItsRowsUnderTheBoundsChecks)
 {
     const std::vector<unsigned char> image = MakePeriodic(256, 128, 27, 19);
     CScratch scratch;
@@ -368,7 +368,7 @@ TEST(PitchCheck, RandomBoxSearchesEqualThePlainFormAtEveryVectorLevel)
             SearchBoxReference(reference, nColumnLow, nColumnHigh, nRowLow, nRowLow, x0, x1, y0, y1, -1);
         const CPitchFound rows =
             SearchBoxReference(reference, nColumnLow, nColumnLow, nRowLow, nRowHigh, x0, x1, y0, y1, -1);
-        // A height that the search may or may not run into; the memory is there either way.
+        // A height that may or may not stop the search; the memory exists in both cases.
         const int nImageHeight = random.Int(40, 90);
         const int nBefore = random.OneIn(6) ? 30 : 0;
         const unsigned char* pBounded = image.data() + nBefore * nStride;

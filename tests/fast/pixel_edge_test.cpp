@@ -190,7 +190,7 @@ TEST_P(PixelKernels, WithoutAFractionTheNextPixelHasNoWeight)
     }
 }
 
-TEST_P(PixelKernels, PartnersAreSoughtOnePixelFurtherFromAFractionOfEightOn)
+TEST_P(PixelKernels, PartnersAreSearchedOnePixelFurtherFromAFractionOfEightOn)
 {
     const CPicture wide(nWide, 8, 100);
     CPixelScene scene = SceneOn(wide, PixelKernel::Hori, {0, 2, nWide, 3});
@@ -245,7 +245,7 @@ TEST_P(PixelKernels, SinglesOfBothEdgesNeedKeepSingle)
     }
 }
 
-TEST_P(PixelKernels, AlongARowAHitOfTheSamePolarityAtTheTargetIsPassedOver)
+TEST_P(PixelKernels, AlongARowAHitOfTheSamePolarityAtTheTargetIsSkipped)
 {
     const CPicture picture(nWide, 4, 100);
     CPixelScene scene = SceneOn(picture, PixelKernel::Hori, {0, 1, nWide, 2});
@@ -362,7 +362,7 @@ TEST_P(PixelKernels, AFullPairArrayStopsARowScanAtTheNextRow)
     EXPECT_EQ(outcome.aPairs[4].nDefectPos, nUntouched);
 }
 
-TEST_P(PixelKernels, AFullPairArrayStopsAColumnScanBehindTheStrip)
+TEST_P(PixelKernels, AFullPairArrayStopsAColumnScanAfterTheStrip)
 {
     CPicture picture(80, nHigh, 100);
     picture.Fill(18, 40, 22, 41, 200); // four pairs in the second strip
@@ -377,7 +377,7 @@ TEST_P(PixelKernels, AFullPairArrayStopsAColumnScanBehindTheStrip)
     EXPECT_EQ(outcome.nEndLine, nUntouched);
 }
 
-TEST_P(PixelKernels, ANormalEndLeavesTheEndLineBehindTheRegion)
+TEST_P(PixelKernels, ANormalEndLeavesTheEndLineBeyondTheRegion)
 {
     const CPicture picture(80, nHigh, 100);
     for (const PixelKernel eKernel : AllPixelKernels())
@@ -405,12 +405,12 @@ TEST_P(PixelKernels, TheDirectColumnKernelComparesOneRowMore)
     }
 }
 
-TEST_P(PixelKernels, AStripCutInItsLeftHalfIsFollowed24ColumnsOn)
+TEST_P(PixelKernels, AfterACutInTheLeftHalfTheNextStripStarts24ColumnsFurther)
 {
     CPicture picture(96, nHigh, 100);
     picture.At(2, 5) = 200;  // fills the arrays
-    picture.At(2, 25) = 200; // given up with the strip
-    picture.At(20, 5) = 200; // passed over: the next strip starts at 24
+    picture.At(2, 25) = 200; // dropped with the strip
+    picture.At(20, 5) = 200; // skipped: the next strip starts at 24
     picture.At(26, 5) = 200; // fills the arrays again: the next strip starts at 48
     CPixelScene scene = SceneOn(picture, PixelKernel::Vert, {0, 0, 64, nHigh});
     scene.call.hits.nSize = 1;
@@ -425,7 +425,7 @@ TEST_P(PixelKernels, AStripWhoseLastRowFillsTheArraysExactlyCountsAsCut)
 {
     CPicture picture(96, nHigh, 100);
     picture.At(2, nHigh - 13) = 200; // a hit one pitch above, and one in the last row compared
-    picture.At(20, 5) = 200;         // passed over: the next strip starts at 24
+    picture.At(20, 5) = 200;         // skipped: the next strip starts at 24
     CPixelScene scene = SceneOn(picture, PixelKernel::Vert, {0, 0, 64, nHigh});
     for (const int nHitSize : {2, 3})
     {
@@ -437,7 +437,7 @@ TEST_P(PixelKernels, AStripWhoseLastRowFillsTheArraysExactlyCountsAsCut)
     }
 }
 
-TEST_P(PixelKernels, AStripCutInItsRightHalfIsFollowed32ColumnsOn)
+TEST_P(PixelKernels, AfterACutInTheRightHalfTheNextStripStarts32ColumnsFurther)
 {
     CPicture picture(96, nHigh, 100);
     picture.At(10, 5) = 200;
@@ -454,7 +454,7 @@ TEST_P(PixelKernels, AStripCutInItsRightHalfIsFollowed32ColumnsOn)
     EXPECT_EQ(outcome.nEndLine, 104); // strips at 0, 32 (cut in its left half) and 56 (in its right one)
 }
 
-TEST_P(PixelKernels, ARowIsGivenUpAfterTheGroupThatFillsTheHits)
+TEST_P(PixelKernels, ARowStopsAfterTheGroupThatFillsTheHits)
 {
     CPicture picture(nWide, 2, 100);
     picture.At(1, 0) = 200;
@@ -469,7 +469,7 @@ TEST_P(PixelKernels, ARowIsGivenUpAfterTheGroupThatFillsTheHits)
     EXPECT_EQ(outcome.aPairs[2].ptDefect, CPoint(9, 1));
 }
 
-TEST_P(PixelKernels, TheFastFamilyStartsBehindHitsThatItIsHandedAndTheMembersDoNot)
+TEST_P(PixelKernels, TheFastFamilyStartsAfterHitsPassedInAndTheMembersDoNot)
 {
     const CPicture picture(nWide, nHigh, 100);
     for (const PixelKernel eKernel : {PixelKernel::Hori, PixelKernel::HoriIntrin, PixelKernel::Vert,
@@ -484,7 +484,7 @@ TEST_P(PixelKernels, TheFastFamilyStartsBehindHitsThatItIsHandedAndTheMembersDoN
     }
 }
 
-TEST_P(PixelKernels, TheSecondSetNarrowsTheDarkSideOfTheFastKernelsAlone)
+TEST_P(PixelKernels, TheSecondSetNarrowsOnlyTheDarkSideOfTheFastKernels)
 {
     for (const PixelKernel eKernel : {PixelKernel::Vert2, PixelKernel::Vtds2})
     {
@@ -504,7 +504,7 @@ TEST_P(PixelKernels, TheSecondSetNarrowsTheDarkSideOfTheFastKernelsAlone)
         scene.call.second.nBase = 30; // 40 is not above 30 + 10
         outcome = RunScene(scene);
         EXPECT_EQ(outcome.nReturned, 0);
-        EXPECT_EQ(outcome.aType[1], 4); // consumed all the same
+        EXPECT_EQ(outcome.aType[1], 4); // still consumed
 
         scene.call.second.nBase = 0; // not in force
         EXPECT_EQ(RunScene(scene).nReturned, 1);
@@ -552,7 +552,7 @@ TEST_P(PixelKernels, TheMembersJudgeBrightRecordsByTheFirstSetAndDarkOnesByTheSe
         EXPECT_EQ(outcome.aPairs[0].nDefectType, 1);
         EXPECT_EQ(outcome.aPairs[0].nThreshold, 20);
 
-        scene.call.second.nBase = 0; // the first set stands in
+        scene.call.second.nBase = 0; // the first set is used instead
         EXPECT_EQ(RunScene(scene).nReturned, 2);
     }
 }
@@ -567,7 +567,7 @@ TEST_P(PixelKernels, ARefusedPartnerOfTheMembersStaysFreeAndLeavesNoSingle)
     const CKernelOutcome outcome = RunScene(scene);
     EXPECT_EQ(outcome.nReturned, 0);
     EXPECT_EQ(outcome.aType[1], 1);
-    EXPECT_EQ(outcome.aThreshold[1], 50); // what refused it; the hit stage had noted 20
+    EXPECT_EQ(outcome.aThreshold[1], 50); // the threshold that refused it; the hit stage had written 20
 }
 
 TEST_P(PixelKernels, ARowTableSetsThePitchOfItsSixteenRowsAndNotThatOfThePairing)
@@ -590,7 +590,7 @@ TEST_P(PixelKernels, ARowTableSetsThePitchOfItsSixteenRowsAndNotThatOfThePairing
     }
 }
 
-TEST_P(PixelKernels, RowsThatAStripNeverHeldCompareAsZero)
+TEST_P(PixelKernels, RowsOutsideAStripCompareAsZero)
 {
     CPicture picture(16, 200, 100);
     CPixelScene scene = SceneOn(picture, PixelKernel::Vtds, {0, 0, 16, 64});
@@ -634,7 +634,7 @@ TEST_P(PixelKernels, AColumnTableGivesASignedDisplacementAndEightWeightsForBothH
     EXPECT_EQ(outcome.aX[6], nUntouched);
 }
 
-TEST_P(PixelKernels, TheMaskRestrictsSourcePixelsAlone)
+TEST_P(PixelKernels, TheMaskRestrictsOnlySourcePixels)
 {
     CLine line(PixelKernel::VertMask);
     line.At(40) = 200;

@@ -1,4 +1,4 @@
-// No pixel kernel touches memory beyond what it is given: images, masks and tables against pages that fault.
+// No pixel kernel touches memory beyond what it is given: images, masks and tables next to guard pages.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -31,7 +31,7 @@ protected:
     const CGuardedMemory back{nRoom, CGuardedMemory::Flush::Back};
 };
 
-/// Whether all that the formulas name lies inside the region: no reference along x, no cut strip beyond its right side.
+/// Whether all reads lie inside the region: no reference along x, no cut strip beyond its right side.
 bool StaysInsideTheRegion(const CPixelScene& scene)
 {
     return !IsHorizontal(scene.eKernel) && scene.call.nVtdPitch16 == 0 &&
@@ -141,7 +141,7 @@ TEST_P(PixelKernelsGuarded, TablesAreReadWhereTheRegionReachesAndNoFurther)
     }
 }
 
-/// The region ends with the image's last column and row; the reference of its last pixel lies behind both.
+/// The region ends with the image's last column and row; the reference of its last pixel lies beyond both.
 TEST(PixelMembersGuarded, KernelsOfTwoPassesEndWithTheImage)
 {
     constexpr int nWidth = 48;

@@ -27,7 +27,7 @@ CPixelScene SceneOn(const CLargePicture& picture, PixelKernel eKernel)
 }
 
 /// @return the records written
-int HoldToTheReference(const CPixelScene& scene)
+int CompareWithReference(const CPixelScene& scene)
 {
     CReferenceCheck check;
     const int nRecords = check.Expect(scene).nReturned;
@@ -43,9 +43,9 @@ TEST_P(PixelLarge, ARegionWiderThanAnyInnerBlockGivesWhatThePlainWalkGives)
 {
     const CLargePicture picture(70000, 26, 30000);
     CPixelScene scene = SceneOn(picture, GetParam());
-    EXPECT_GT(HoldToTheReference(scene), 5000);
+    EXPECT_GT(CompareWithReference(scene), 5000);
     scene.call.hits.nSize = 25; // most strips or rows are cut
-    EXPECT_GT(HoldToTheReference(scene), IsHorizontal(GetParam()) ? 10 : 1000);
+    EXPECT_GT(CompareWithReference(scene), IsHorizontal(GetParam()) ? 10 : 1000);
 }
 
 TEST_P(PixelLarge, MoreHitsThanAWorkingSetHoldsAreAllPaired)
@@ -54,9 +54,9 @@ TEST_P(PixelLarge, MoreHitsThanAWorkingSetHoldsAreAllPaired)
     CPixelScene scene = SceneOn(picture, GetParam());
     scene.call.first = {-1, 0}; // equal greys are hits
     scene.call.second = {0, 0};
-    EXPECT_GT(HoldToTheReference(scene), 50000);
+    EXPECT_GT(CompareWithReference(scene), 50000);
     scene.call.pairs.nSize = 5000;
-    EXPECT_EQ(HoldToTheReference(scene), 5000);
+    EXPECT_EQ(CompareWithReference(scene), 5000);
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, PixelLarge, testing::ValuesIn(AllPixelKernels()),

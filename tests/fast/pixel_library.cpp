@@ -1,5 +1,5 @@
 // Runs a scene through the library's pixel kernels: by name, argument by argument, or through the common call record.
-// Values that a kernel must not read are recognisable nonsense.
+// Values that a kernel must not read are obviously invalid.
 #include <algorithm>
 #include <cstring>
 
@@ -64,7 +64,7 @@ void RunPublic(const CPixelScene& scene, CKernelOutcome& outcome)
         break;
     case PixelKernel::HoriTable:
     {
-        // The table travels as signed shorts.
+        // The table is passed as signed shorts.
         auto* pTable = reinterpret_cast<short*>(const_cast<std::uint16_t*>(c.pConvPitchTable));
         outcome.nReturned = ConvPixelTableFast(HIT_VALUES, pTable, const_cast<short*>(c.pConvWeightNear),
                                                const_cast<short*>(c.pConvWeightFar), BACK_VALUES, c.nPitch16, pEndLine);

@@ -19,8 +19,8 @@ TEST_P(PixelKernelsRandom, AgreeWithTheReferenceAtEveryLevel)
 {
     CPixelSceneSource source;
     const auto make = [&](std::uint64_t nSeed) -> const CPixelScene& { return source.Make(GetParam(), nSeed); };
-    const CReached reached = HoldToTheReference(KernelName(GetParam()), nCases, make, byEither);
-    // The scenes must exercise what they are for: records on most of them, and full pair arrays on many.
+    const CReached reached = CompareWithReference(KernelName(GetParam()), nCases, make, byEither);
+    // The scenes must cover what they are meant for: records on most of them, and full pair arrays on many.
     if (reached.nScenes == nCases)
     {
         EXPECT_GT(reached.nNewPairs, nCases);

@@ -1,4 +1,4 @@
-// Kernels held against the plain reference, scene by scene, at every vector level that this processor offers. Works on
+// Kernels compared with the plain reference, scene by scene, at every vector level that this processor offers. Works on
 // any scene type with RunReference, Describe and a way to run it.
 #pragma once
 
@@ -19,7 +19,7 @@ namespace narvo::test
 class CReferenceCheck
 {
 public:
-    /// What the plain reference leaves of the scene; Agrees holds the library to it.
+    /// The outcome of the plain reference, with which Agrees compares the library.
     template <typename TScene>
     const CKernelOutcome& Expect(const TScene& scene)
     {
@@ -27,7 +27,7 @@ public:
         return m_expected;
     }
 
-    /// Runs the scene with fnRun(scene, outcome) at every level. A difference is a failure, told with the scene and
+    /// Runs the scene with fnRun(scene, outcome) at every level. A difference is a failure, which prints the scene and
     /// strHint. @return whether all levels agree
     template <typename TScene, typename TRun>
     bool Agrees(const TScene& scene, const TRun& fnRun, const std::string& strHint = {})
@@ -68,7 +68,7 @@ constexpr auto byEither = [](const auto& scene, CKernelOutcome& outcome)
         RunThroughCall(scene, outcome);
 };
 
-/// What the scenes of a run have brought about.
+/// What the scenes of a run have covered.
 struct CReached
 {
     std::int64_t nScenes = 0;
@@ -76,9 +76,9 @@ struct CReached
     std::int64_t nFull = 0;     ///< calls that filled the pair array
 };
 
-/// Checks the scenes that fnMake gives for nCases seeds, which follow from strName. Three scenes that fail are enough.
+/// Checks the scenes that fnMake makes for nCases seeds, which depend on strName. Stops after three failing scenes.
 template <typename TMake, typename TRun>
-CReached HoldToTheReference(const std::string& strName, int nCases, const TMake& fnMake, const TRun& fnRun)
+CReached CompareWithReference(const std::string& strName, int nCases, const TMake& fnMake, const TRun& fnRun)
 {
     CReferenceCheck check;
     CReached reached;

@@ -15,7 +15,7 @@ namespace
 
 constexpr std::size_t nImagePlace = 64 * 1024;  ///< bytes before the image, for tables that point back
 constexpr std::size_t nImageRoom = 32 * 1024;   ///< the largest image
-constexpr std::size_t nArenaBytes = 320 * 1024; ///< enough behind it for tables that point far down or right
+constexpr std::size_t nArenaBytes = 320 * 1024; ///< enough after it for tables that point far down or right
 
 int AnyShort(CRandom& random)
 {
@@ -196,7 +196,7 @@ std::vector<CStartHit> CSceneParts::MakeStartHits(CRandom& random, const engine:
         hit.nThreshold = random.OneIn(6) ? AnyShort(random) : random.Int(0, nMostValue / 4);
     }
 
-    // Partners of some, one hop on.
+    // Partners of some, one hop further.
     const std::size_t nGiven = aHits.size();
     for (std::size_t i = 0; i < nGiven; i++)
     {

@@ -1,4 +1,4 @@
-// What random scenes of the pixel and the float kernels have in common: a small image amid known bytes, a region, a
+// What random scenes of the pixel and the float kernels have in common: a small image among known bytes, a region, a
 // pitch, tables, capacities, hits from before the call, dead zones.
 #pragma once
 
@@ -45,7 +45,7 @@ private:
     bool m_bWholeImages = false;
     int m_nWidth = 0;
     int m_nHeight = 0;
-    std::vector<std::uint8_t> m_aBackground; ///< what lies around every image
+    std::vector<std::uint8_t> m_aBackground; ///< the bytes around every image
     std::vector<std::uint8_t> m_aArena;      ///< the background with the present image in it
     std::vector<std::vector<std::uint8_t>> m_aMasks;
     std::vector<int> m_aScanTable;

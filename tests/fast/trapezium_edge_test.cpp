@@ -87,7 +87,7 @@ TEST_P(TrapeziumKernels, APairCarriesPositionPolarityAndPeakOfTheSecondHitAndNot
     EXPECT_EQ(outcome.nEndLine, nUntouched);
 }
 
-TEST_P(TrapeziumKernels, VerticalRecordsStartAtTheFrontOfTheArrayWhateverTheCount)
+TEST_P(TrapeziumKernels, VerticalRecordsStartAtTheFrontOfTheArrayForAnyCount)
 {
     CPicture picture(32, 64, 100);
     picture.At(7, 40) = 200;
@@ -180,7 +180,7 @@ TEST_P(TrapeziumKernels, ARowIsCutToSixteensAndThenToEights)
     picture.At(91, 0) = 200;
     scene.call.image = picture.View();
     CKernelOutcome outcome = RunScene(scene);
-    // Compared columns end at 87: the bright windows at 90 and 91 are seen from there alone, as singles.
+    // Compared columns end at 87: the bright windows at 90 and 91 are seen only from there, as singles.
     const std::vector<CPoint> aExpected = {{90, 0}};
     EXPECT_EQ(PointsOf(outcome), aExpected);
     EXPECT_EQ(outcome.aX[0], 87);
@@ -261,7 +261,7 @@ TEST_P(TrapeziumKernels, AnUnpairedHitNeedsKeepSingleOfExactlyOne)
     EXPECT_EQ(outcome.aPairs[4].nDefectType, 1);
 }
 
-TEST_P(TrapeziumKernels, AnUnusableHitAtTheTargetIsPassedOverAlongARowAndEndsTheSearchAlongAColumn)
+TEST_P(TrapeziumKernels, AnUnusableHitAtTheTargetIsSkippedAlongARowAndEndsTheSearchAlongAColumn)
 {
     const CPicture picture(128, 64, 100);
     CTrapeziumHoriScene hori = HoriOn(picture);
@@ -375,7 +375,7 @@ TEST_P(TrapeziumKernels, ValuesAreLimitedBeforeTheyAreCompared)
     EXPECT_EQ(RunScene(vert).nReturned, 0);
 }
 
-TEST_P(TrapeziumKernels, ARowIsGivenUpSixteenHitsBeforeTheArraysAreFull)
+TEST_P(TrapeziumKernels, ARowStopsSixteenHitsBeforeTheArraysAreFull)
 {
     CPicture picture(128, 4, 100);
     picture.At(14, 1) = 200; // hits at 3, 4, then 13 and 14

@@ -1,5 +1,5 @@
 // Runs a scene through the library's trapezium kernels: by name, argument by argument, or through the common record.
-// Values that a kernel must not read are recognisable nonsense.
+// Values that a kernel must not read are obviously invalid.
 #include <algorithm>
 
 #include "fast/trapezium_scene.h"
@@ -13,7 +13,7 @@ namespace
 
 constexpr std::int64_t nUnread = 0x7777;
 
-/// Line buffer as long as any line of the trapezium asks for.
+/// Line buffer as long as any line of the trapezium needs.
 std::vector<short> LineBuffer(std::int64_t nLines)
 {
     return std::vector<short>(static_cast<std::size_t>((std::max<std::int64_t>(nLines, 0) + 64) * 16), nShortUntouched);

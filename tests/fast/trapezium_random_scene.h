@@ -1,5 +1,5 @@
-// Random scenes for the trapezium kernels: small slanted shapes, every fraction, tiny capacities. A scene depends on
-// its seed alone.
+// Random scenes for the trapezium kernels: small slanted shapes, every fraction, tiny capacities. A scene depends
+// only on its seed.
 #pragma once
 
 #include <cstdint>
@@ -16,8 +16,8 @@ class CTrapeziumSceneSource
 public:
     CTrapeziumSceneSource();
 
-    /// The scene of a seed. It refers to memory of this object and is gone with the next call. The image lies amid
-    /// known bytes, so that calls that do not know its height may read around it.
+    /// The scene of a seed. It refers to memory of this object and is valid until the next call. The image is
+    /// surrounded by known bytes, so that calls that do not know its height may read around it.
     const CTrapeziumHoriScene& MakeHori(std::uint64_t nSeed);
     const CTrapeziumVertScene& MakeVert(std::uint64_t nSeed);
 
@@ -31,7 +31,7 @@ private:
     bool m_bWholeImages = false;
     int m_nWidth = 0;
     int m_nHeight = 0;
-    std::vector<std::uint8_t> m_aBackground; ///< what lies around every image
+    std::vector<std::uint8_t> m_aBackground; ///< the bytes around every image
     std::vector<std::uint8_t> m_aArena;      ///< the background with the present image in it
     std::vector<int> m_aTable;
     CTrapeziumHoriScene m_hori;

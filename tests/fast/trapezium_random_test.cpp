@@ -19,10 +19,10 @@ constexpr std::size_t nRoom = 64 * 1024;
 
 /// nCount scenes, which fnMake gives by seed.
 template <typename TMake>
-void HoldScenes(const std::string& strName, int nCount, const TMake& fnMake)
+void CompareScenes(const std::string& strName, int nCount, const TMake& fnMake)
 {
-    const CReached reached = HoldToTheReference(strName, nCount, fnMake, byEither);
-    // The scenes must exercise what they are for.
+    const CReached reached = CompareWithReference(strName, nCount, fnMake, byEither);
+    // The scenes must cover what they are meant for.
     if (reached.nScenes == nCount)
     {
         EXPECT_GT(reached.nNewPairs, nCount);
@@ -32,18 +32,18 @@ void HoldScenes(const std::string& strName, int nCount, const TMake& fnMake)
 TEST(TrapeziumKernelsRandom, HorizontalAgreesWithTheReferenceAtEveryLevel)
 {
     CTrapeziumSceneSource source;
-    HoldScenes(
+    CompareScenes(
         "ConvTrapeziumHori", nCases, [&](std::uint64_t nSeed) -> const auto& { return source.MakeHori(nSeed); });
 }
 
 TEST(TrapeziumKernelsRandom, VerticalAgreesWithTheReferenceAtEveryLevel)
 {
     CTrapeziumSceneSource source;
-    HoldScenes(
+    CompareScenes(
         "ConvTrapeziumVert", nCases, [&](std::uint64_t nSeed) -> const auto& { return source.MakeVert(nSeed); });
 }
 
-/// A copy of each scene whose image lies against a page that faults, now on the one side, now on the other.
+/// A copy of each scene whose image borders on a guard page, alternately on either side.
 template <typename TScene>
 class CGuardedScenes
 {
@@ -73,7 +73,7 @@ TEST(TrapeziumKernelsGuarded, HorizontalReadsWholeImagesToTheirBordersAndNoFurth
     CTrapeziumSceneSource source;
     source.TakeWholeImages();
     CGuardedScenes<CTrapeziumHoriScene> guarded;
-    HoldScenes(
+    CompareScenes(
         "guard ConvTrapeziumHori", nGuardedCases, [&](std::uint64_t nSeed) -> const auto& {
             return guarded.Make([&](std::uint64_t n) { return source.MakeHori(n); }, nSeed);
         });
@@ -84,7 +84,7 @@ TEST(TrapeziumKernelsGuarded, VerticalReadsWholeImagesToTheirBordersAndNoFurther
     CTrapeziumSceneSource source;
     source.TakeWholeImages();
     CGuardedScenes<CTrapeziumVertScene> guarded;
-    HoldScenes(
+    CompareScenes(
         "guard ConvTrapeziumVert", nGuardedCases, [&](std::uint64_t nSeed) -> const auto& {
             return guarded.Make([&](std::uint64_t n) { return source.MakeVert(n); }, nSeed);
         });

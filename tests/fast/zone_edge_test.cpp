@@ -1,5 +1,5 @@
-// Hand-worked cases of the zone kernels. Every expectation here is counted out on paper; the scene's Run also holds
-// the library against the reference at every vector level.
+// Hand-worked cases of the zone kernels. Every expected value is calculated by hand; the scene's Run also compares the
+// library with the reference at every vector level.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -61,14 +61,14 @@ TEST(ZoneKernels, RegionOf24ColumnsHasOneStripAndEndsAtLeftPlus32)
     CPlainScene plain(ZoneKernel::Vert, 40, 40, 5 * 16);
     plain.Call().region = {4, 0, 28, 40};
     plain.At(7, 20) = 200;
-    plain.At(24, 20) = 200; // in the 8 columns behind the strip
+    plain.At(24, 20) = 200; // in the 8 columns after the strip
     const CKernelOutcome outcome = plain.Run();
     EXPECT_EQ(outcome.nEndLine, 4 + 32);
     ASSERT_EQ(outcome.nReturned, 1);
     ExpectRecord(outcome.aPairs[0], 2, 1, 7, 20, 1, 90, 200, 100, 0, 10);
 }
 
-TEST(ZoneKernels, PitchOf40SixteenthsComparesRows2And3ButSeeksTheSecondHit3RowsOn)
+TEST(ZoneKernels, PitchOf40SixteenthsComparesRows2And3ButSearchesTheSecondHit3RowsFurther)
 {
     CPlainScene plain(ZoneKernel::Vert, 16, 40, 40);
     plain.At(7, 20) = 200;
@@ -85,7 +85,7 @@ TEST(ZoneKernels, PitchOf40SixteenthsComparesRows2And3ButSeeksTheSecondHit3RowsO
     ExpectRecord(outcome.aPairs[0], 2, 1, 7, 20, 1, 90, 200, 100, 0, 10);
 }
 
-TEST(ZoneKernels, WithoutFractionTheReferenceIsThePixelOnePitchOn)
+TEST(ZoneKernels, WithoutFractionTheReferenceIsThePixelOnePitchAway)
 {
     CPlainScene plain(ZoneKernel::Vert, 16, 40, 2 * 16);
     plain.At(7, 20) = 173;
@@ -116,12 +116,12 @@ TEST(ZoneKernels, EqualGreysAreTypeZeroAndHitOnlyBelowANegativeThreshold)
     }
 }
 
-TEST(ZoneKernels, MiddleBandHitWithoutPartnerGivesNoRecordWhateverKeepSingleSays)
+TEST(ZoneKernels, MiddleBandHitWithoutPartnerGivesNoRecordForAnyKeepSingle)
 {
     for (const int bKeepSingle : {0, 1, 2})
     {
         CPlainScene plain(ZoneKernel::Vert, 16, 40, 5 * 16);
-        plain.FillRows(20, 40, 200); // a step: rows 15 to 19 differ from what lies one pitch on, nothing answers
+        plain.FillRows(20, 40, 200); // a step: rows 15 to 19 differ from the rows one pitch away, without partners
         plain.Call().bKeepSingle = bKeepSingle;
         const CKernelOutcome outcome = plain.Run();
         EXPECT_EQ(CountHits(outcome), 5 * 16);
@@ -222,7 +222,7 @@ TEST(ZoneKernels, PartnerOfTheSameTypeIsNeitherPairNorSingleInAVerticalKernel)
     EXPECT_EQ(outcome.nReturned, 0);
 }
 
-TEST(ZoneKernels, FullPairArrayStopsBehindItsStripBeforeTheTypeIsAsked)
+TEST(ZoneKernels, FullPairArrayStopsAfterItsStripBeforeTheTypeIsTested)
 {
     CPlainScene plain(ZoneKernel::Vert, 48, 40, 5 * 16);
     plain.At(3, 20) = 200;
@@ -238,7 +238,7 @@ TEST(ZoneKernels, FullPairArrayStopsBehindItsStripBeforeTheTypeIsAsked)
     EXPECT_EQ(plain.Run().nEndLine, 32);
 }
 
-TEST(ZoneKernels, FullHitArrayGivesUpTheStripAloneAndSaysNothing)
+TEST(ZoneKernels, FullHitArrayDropsOnlyTheStripAndIsNotReported)
 {
     CPlainScene plain(ZoneKernel::Vert, 32, 40, 5 * 16);
     plain.At(1, 10) = 200; // rows 5 and 10 of the first strip
@@ -308,7 +308,7 @@ TEST(ZoneCellWalk, RowStepsOfALaterStripLagByOneLine)
     EXPECT_EQ(aLines[16], 0);
 }
 
-TEST(ZoneCellWalk, LaggingLineLastsWhenTheFirstUsedCellStretches)
+TEST(ZoneCellWalk, LaggingLineContinuesWhenTheFirstUsedCellStretches)
 {
     CPlainScene plain(ZoneKernel::Vert, 32, 20, 16);
     plain.Call().nCellHeight = 10;
@@ -419,7 +419,7 @@ TEST(ZoneKnee, UpperSegmentAppliesAboveTheKneeAndGreysAreNotLimited)
     ExpectRecord(outcome.aPairs[1], 2, 1, 5, 20, 1, 6, 151, 100, 0, 45);
 }
 
-TEST(ZoneDirect, SingleStandsWhateverItsPeak)
+TEST(ZoneDirect, SingleOfAnyPeakIsKept)
 {
     for (const ZoneKernel eKernel : {ZoneKernel::VertDirect, ZoneKernel::VertKnee, ZoneKernel::Hori})
     {
@@ -481,7 +481,7 @@ TEST(ZoneHorizontal, PairLiesInOneRowAndTheEndLineIsBottomPlusOne)
     EXPECT_EQ(outcome.nEndLine, 21);
 }
 
-TEST(ZoneHorizontal, FullPairArrayStopsBehindItsRow)
+TEST(ZoneHorizontal, FullPairArrayStopsAfterItsRow)
 {
     CPlainScene plain(ZoneKernel::Hori, 64, 20, 5 * 16);
     plain.At(20, 11) = 30;
@@ -492,7 +492,7 @@ TEST(ZoneHorizontal, FullPairArrayStopsBehindItsRow)
     EXPECT_EQ(outcome.nEndLine, 12); // the consumed hit of row 11 meets the full array
 }
 
-TEST(ZoneHorizontal, UnusablePartnerLeavesTheFirstBandItsSingle)
+TEST(ZoneHorizontal, UnusablePartnerDoesNotPreventASingleInTheFirstBand)
 {
     CPlainScene plain(ZoneKernel::Hori, 64, 20, 5 * 16);
     plain.At(2, 11) = 200;
@@ -540,7 +540,7 @@ TEST(ZoneHorizontalTable, EightWeightsServeBothHalvesOfSixteenColumns)
 
 // --- the engine's own kernels ---
 
-TEST(ZoneMembers, DeadZoneBehindAnEmptyOneIsNotLookedAt)
+TEST(ZoneMembers, DeadZoneAfterAnEmptyOneIsIgnored)
 {
     CPlainScene plain(ZoneKernel::Vert2S, 16, 40, 5 * 16);
     plain.At(7, 20) = 200;
@@ -575,7 +575,7 @@ TEST(ZoneMembers, TenDeadZonesWithNoneEmptyCountAsNone)
     EXPECT_EQ(plain.Run().nReturned, 0);
 }
 
-TEST(ZoneMembers, PeaksStayAsTheyWereAndSinglesNeedNone)
+TEST(ZoneMembers, PeaksAreNotWrittenAndSinglesNeedNone)
 {
     CPlainScene plain(ZoneKernel::Vert2S, 16, 40, 5 * 16);
     plain.Call().nThresholdExtra = 1000;
@@ -586,7 +586,7 @@ TEST(ZoneMembers, PeaksStayAsTheyWereAndSinglesNeedNone)
     EXPECT_EQ(outcome.aPeak[0], nShortUntouched);
 }
 
-TEST(ZoneTsp, ZoneTablesDecideAndTheMapsDoNot)
+TEST(ZoneTsp, ZoneTablesReplaceTheMaps)
 {
     int aTsp[CConvParam::nZoneLimit] = {0, 30, 50, 300};
     int aTsp2[CConvParam::nZoneLimit] = {0, 0, 128, 0};
@@ -636,7 +636,7 @@ TEST(ZoneBlackFilter, DarkRecordMustExceedTheSecondThresholdAndBrightOnesPass)
     ExpectRecord(outcome.aPairs[0], 2, 1, 4, 20, 0, nUntouched, 69, 100, 0, 30);
     ExpectRecord(outcome.aPairs[1], 2, 1, 6, 20, 1, nUntouched, 115, 100, 0, 10);
     ASSERT_EQ(CountHits(outcome), 6);
-    EXPECT_EQ(outcome.aThreshold[4], 30); // the hit behind the record
+    EXPECT_EQ(outcome.aThreshold[4], 30); // the hit of the record
     EXPECT_EQ(outcome.aThreshold[3], 10); // the refused one
     EXPECT_EQ(outcome.aType[3], 0);
 }
@@ -655,7 +655,7 @@ TEST(ZoneVertical, EndLineOfARegionWithoutStripsLiesWhereItsStripsWouldEnd)
 
 // --- the wide library's names ---
 
-TEST(ZoneClassId, SubZoneIsTheLowFourBitsAtThePlaceOfTheHitBehindTheRecord)
+TEST(ZoneClassId, SubZoneIsTheLowFourBitsAtThePlaceOfTheRecordsHit)
 {
     for (const ZoneKernel eKernel : {ZoneKernel::ClassId, ZoneKernel::ClassIdTable})
     {
@@ -687,7 +687,7 @@ TEST(ZoneClassId, PitchInPixelsIsTruncatedToSixteenths)
     EXPECT_EQ(plain.Run().nReturned, 1);
 }
 
-TEST(ZoneKernels, SubZoneStaysAsItWasInEveryOtherKernel)
+TEST(ZoneKernels, SubZoneIsNotWrittenByOtherKernels)
 {
     CPlainScene plain(ZoneKernel::Vert, 16, 40, 5 * 16);
     plain.At(7, 20) = 200;

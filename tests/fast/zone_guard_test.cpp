@@ -1,4 +1,4 @@
-// No zone kernel touches memory beyond what it is given: images and maps against pages that fault.
+// No zone kernel touches memory beyond what it is given: images and maps next to guard pages.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,7 +19,7 @@ namespace
 constexpr int nCases = 1500;
 constexpr std::size_t nRoom = 64 * 1024;
 
-/// The first nBytes of a guarded block that lies against its front page, or the last of one against its back page.
+/// The first nBytes of a guarded block that begins after its front page, or the last of one that ends at its back page.
 std::uint8_t* Place(const CGuardedMemory& memory, CGuardedMemory::Flush eFlush, std::size_t nBytes)
 {
     return eFlush == CGuardedMemory::Flush::Front ? memory.Data() : memory.Data() + memory.Size() - nBytes;
@@ -37,7 +37,7 @@ protected:
     }
 };
 
-/// The kernels whose formulas name no pixel outside the region, fraction 0 or not.
+/// The kernels that read no pixel outside the region, with or without a fraction.
 bool StaysInsideTheRegion(ZoneKernel eKernel)
 {
     switch (eKernel)
@@ -105,7 +105,7 @@ TEST_P(ZoneKernelsGuarded, MapsAndTablesAreReadWhereTheRegionReachesAndNoFurther
             const int nWidth = random.Int(16, 200);
             const int nHeight = random.Int(12, 40);
             const int nPitch = random.Int(0, 4);
-            // Rows and columns around the region, so that the image itself has all that formulas name.
+            // Rows and columns around the region, so that all reads lie inside the image.
             const int nStride = nWidth + 16;
             std::vector<std::uint8_t> aImage(static_cast<std::size_t>(nStride * (nHeight + 4)));
             FillImage(random, aImage.data(), nStride, nHeight + 4, nPitch, nPitch);

@@ -1,5 +1,5 @@
-// A scene for hand-worked cases: a flat image, one zone cell without end, the same threshold everywhere. A test
-// changes what it is about and runs it.
+// A scene for hand-worked cases: a flat image, one unbounded zone cell, the same threshold everywhere. A test changes
+// what it tests and runs it.
 #pragma once
 
 #include <cstdint>
@@ -32,11 +32,11 @@ public:
     void SetThreshold(int nOffset);
     /// Sets rows nFrom to nTo - 1 of the image.
     void FillRows(int nFrom, int nTo, int nGrey);
-    /// Lays a grid of origins; nColumns records in a row.
+    /// Sets a grid of origins; nColumns records in a row.
     void SetOrigins(int nColumns, std::vector<int> aRecords);
 
     /// Runs reference and library, the library at every level both by name and through the common record; all must
-    /// leave the same. Returns what they leave.
+    /// have the same outcome, which is returned.
     CKernelOutcome Run();
 
 private:

@@ -16,7 +16,7 @@ namespace
 
 constexpr int nHuge = std::numeric_limits<int>::max();
 constexpr std::size_t nImagePlace = 48 * 1024;  ///< bytes before the image, for tables that point upward
-constexpr std::size_t nArenaBytes = 256 * 1024; ///< enough behind it for tables that point far down or right
+constexpr std::size_t nArenaBytes = 256 * 1024; ///< enough after it for tables that point far down or right
 constexpr std::int64_t nPoolSize = 1 << 18;     ///< elements of a map pool; scenes read around its middle
 constexpr int nOriginReach = 150;               ///< how far an origin may lie off the region
 constexpr int nMaxMapStride = 400;
@@ -330,7 +330,7 @@ void CZoneSceneSource::MakeStartHits(CRandom& random)
         hit.nZoneIndex = random.OneIn(6) ? AnyInt(random) : random.Int(0, 15);
         hit.nThreshold = random.OneIn(6) ? AnyInt(random) : random.Int(0, 60);
     }
-    // Partners of some, one hop on.
+    // Partners of some, one hop further.
     const std::size_t nGiven = m_scene.aStartHits.size();
     for (std::size_t i = 0; i < nGiven; i++)
     {

@@ -1,5 +1,5 @@
 // Random scenes for the zone kernels: small regions, every fraction, cells of every size, drifting origins, tiny
-// capacities, extreme maps. A scene depends on its kernel and seed alone.
+// capacities, extreme maps. A scene depends only on its kernel and seed.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +16,7 @@ class CZoneSceneSource
 public:
     CZoneSceneSource();
 
-    /// The scene of a seed. It refers to memory of this object and is gone with the next call.
+    /// The scene of a seed. It refers to memory of this object and is valid until the next call.
     const CZoneScene& Make(ZoneKernel eKernel, std::uint64_t nSeed);
     /// From now on regions are whole images, and the height is known.
     void TakeWholeImages() { m_bWholeImages = true; }
@@ -41,7 +41,7 @@ private:
     bool m_bWholeImages = false;
     int m_nWidth = 0;
     int m_nHeight = 0;
-    std::vector<std::uint8_t> m_aBackground; ///< what lies around every image
+    std::vector<std::uint8_t> m_aBackground; ///< the bytes around every image
     std::vector<std::uint8_t> m_aArena;      ///< the background with the present image in it
     std::vector<std::vector<std::int16_t>> m_aOffsetPools;
     std::vector<std::vector<std::int16_t>> m_aGainPools;

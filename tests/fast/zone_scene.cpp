@@ -80,7 +80,7 @@ void RunThroughCall(const CZoneScene& scene, CKernelOutcome& outcome)
 namespace
 {
 
-// The public lists, argument by argument. Values that a kernel must not read are recognisable nonsense.
+// The public lists, argument by argument. Values that a kernel must not read are obviously invalid.
 constexpr std::int64_t nUnread = 0x7777;
 
 #define HIT_VALUES                                                                                                     \

@@ -52,7 +52,7 @@ std::vector<CPoint> MakeBox(int nLeft, int nTop, int nRight, int nBottom)
     return {{nLeft, nTop}, {nRight, nTop}, {nRight, nBottom}, {nLeft, nBottom}};
 }
 
-TEST(FrameRegion, PolygonOfTheFrameIsOneRectangleAsGiven)
+TEST(FrameRegion, PolygonEqualToTheFrameIsOneRectangle)
 {
     const CFrame frame = MakeFrame(MakeBox(10, 20, 110, 60), CRect(10, 20, 110, 60));
     EXPECT_EQ(frame.nResult, 1);
@@ -73,7 +73,7 @@ TEST(FrameRegion, PolygonUnderSixteenColumnsGivesAnEmptyListAndStillSucceeds)
     EXPECT_THAT(MakeFrame(MakeBox(30, 20, 46, 60), CRect(0, 0, 200, 100)).rects, ElementsAre(CRect(30, 20, 46, 60)));
 }
 
-TEST(FrameRegion, ThinBandsBehindTheLastWideOneAreLost)
+TEST(FrameRegion, ThinBandsAfterTheLastWideOneAreLost)
 {
     // 40 whole columns, then a rim that slants away in bands of one column each.
     const CFrame frame = MakeFrame({{0, 0}, {40, 0}, {55, 60}, {40, 60}, {0, 60}}, CRect(0, 0, 100, 100));
@@ -82,7 +82,7 @@ TEST(FrameRegion, ThinBandsBehindTheLastWideOneAreLost)
     EXPECT_EQ(frame.rects[0], CRect(0, 0, 41, 60)) << "column 40 alone still spans all rows";
 }
 
-TEST(FrameRegion, ThinBandsAreGatheredAndPulledInToTheRowsTheyShare)
+TEST(FrameRegion, ThinBandsAreGatheredAndReducedToTheRowsTheyShare)
 {
     // A stair of columns 5 wide, each 10 rows lower, then a wide band.
     const CFrame frame = MakeFrame({{0, 0},
@@ -135,7 +135,7 @@ TEST(FrameRegion, RandomPolygonsGiveTheStripsOfThePlainForm)
         std::vector<CPoint> polygon(3 + random() % 30);
         for (CPoint& pt : polygon)
             pt = CPoint(coordinate(random), coordinate(random));
-        if (nCase % 5 == 0) // upright and level edges only: wide bands and gaps
+        if (nCase % 5 == 0) // vertical and horizontal edges only: wide bands and gaps
             for (std::size_t i = 1; i < polygon.size(); ++i)
                 (i % 2 == 0 ? polygon[i].x : polygon[i].y) = i % 2 == 0 ? polygon[i - 1].x : polygon[i - 1].y;
         const CRect rtFrame(0, 10, 150 + static_cast<int>(random() % 400), 300);

@@ -51,7 +51,7 @@ TEST(GammaPoint, PointsBeforeTheFirstOriginFallIntoTheCellBefore)
     EXPECT_EQ(Find(MakeTable(), 105, 40).y, 30);
 }
 
-TEST(GammaPoint, NullTableLeavesThePointAsItIs)
+TEST(GammaPoint, NullTableDoesNotChangeThePoint)
 {
     CGammaPoint point;
     EXPECT_EQ(point.x, 0);

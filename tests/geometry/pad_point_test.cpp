@@ -30,7 +30,7 @@ TEST(PadPoint, CrossingIsRoundedTowardTheStartOfTheLine)
     EXPECT_EQ(nY, -3);
 }
 
-TEST(PadPoint, LevelLineGivesTheOtherEndAndTellsWhetherItLiesOnTheRow)
+TEST(PadPoint, LevelLineGivesTheOtherEndAndWhetherItLiesOnTheRow)
 {
     const CPadPoint a(2, 7);
     int nX = 0;

@@ -36,7 +36,7 @@ TEST(Poligon, NewPolygonIsEmptyWithClearedBounds)
     EXPECT_EQ(poligon.rtOut, CRect(0, 0, 0, 0));
 }
 
-TEST(Poligon, EleventhVertexIsRefusedQuietly)
+TEST(Poligon, EleventhVertexIsIgnored)
 {
     CPadPoligon poligon;
     for (int i = 0; i < 12; ++i)
@@ -104,7 +104,7 @@ TEST(Poligon, OrientationIgnoresTheTurnsThroughTheClosingEdge)
     EXPECT_EQ(MakePoligon({{0, 0}, {5, 0}, {10, 0}}).IsClockwise(), 1) << "collinear vertices count as clockwise";
     // The only counter-clockwise turn is at the last vertex.
     EXPECT_EQ(MakePoligon({{0, 0}, {10, 0}, {10, 10}, {9, 1}}).IsClockwise(), 1);
-    // Concave, tested at vertex 2: fails whichever way round it runs.
+    // Concave, tested at vertex 2: fails in both orientations.
     EXPECT_EQ(MakePoligon({{0, 0}, {10, 0}, {5, 2}, {10, 10}, {0, 10}}).IsClockwise(), 0);
     EXPECT_EQ(MakePoligon({{0, 10}, {10, 10}, {5, 2}, {10, 0}, {0, 0}}).IsClockwise(), 0);
 }

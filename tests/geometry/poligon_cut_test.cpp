@@ -113,7 +113,7 @@ TEST(TrapeziumCut, TriangleWithTwoEqualVerticesIsRefused)
     }
 }
 
-TEST(TrapeziumCut, QuadrilateralWithTwoEqualVerticesIsCutAsItStands)
+TEST(TrapeziumCut, QuadrilateralWithTwoEqualVerticesIsCut)
 {
     CPadPoligon poligon = MakePoligon({{5, 0}, {10, 10}, {10, 10}, {0, 10}});
     poligon.Find_Corner();
@@ -132,7 +132,7 @@ TEST(TrapeziumCut, PolygonOnOneRowEndsWithARefusal)
     EXPECT_EQ(storage.GetTrapeziumCount(), 0);
 }
 
-TEST(TrapeziumCut, CrossingsRunOnFromTheCrossingBefore)
+TEST(TrapeziumCut, CrossingsContinueFromTheCrossingBefore)
 {
     // The right edge (0,0)-(10,7) is cut at rows 2 and 4: from (0,0) it meets row 2 at 20/7 = 2, and from (2,2) row 4
     // at 2 + 2*8/5 = 5. The left side's vertices lie on rows 2, 4 and 7.
@@ -173,7 +173,7 @@ std::vector<int> GetVertices(const CPadPoligon& poligon)
     return vertices;
 }
 
-TEST(MarginCut, BandThatHoldsThePolygonCopiesItsVerticesAlone)
+TEST(MarginCut, BandThatContainsThePolygonCopiesOnlyItsVertices)
 {
     CPadPoligon poligon;
     poligon.Test();
@@ -319,7 +319,7 @@ TEST(MarginCut, ClipOfAConvexPolygonStaysInTheBandAndKeepsItsArea)
 
 // --- arbitrary input ---
 
-TEST(Geometry, ArbitraryPolygonsNeitherCrashNorRunForEver)
+TEST(Geometry, ArbitraryPolygonsNeitherCrashNorRunForever)
 {
     std::mt19937 random(13);
     for (int nCase = 0; nCase < 200000; ++nCase)

@@ -39,7 +39,7 @@ TEST(TrapeziumStorage, OpeningAloneLeavesTheCountAndTheNextOpeningOverwrites)
     EXPECT_EQ(trap.ptCorner[3].x, 0);
 }
 
-TEST(TrapeziumStorage, FullStorageRefusesAndStaysAsItIs)
+TEST(TrapeziumStorage, FullStorageRefusesAndIsNotChanged)
 {
     CTrapeziumStorage storage;
     for (int i = 0; i < 10; ++i)

@@ -53,7 +53,7 @@ std::ptrdiff_t CountThreads()
     return std::distance(begin(threads), end(threads));
 }
 
-/// Waits until no more than nMost threads are left: those of the OpenMP runtime end in their own time.
+/// Waits until no more than nMost threads are left: those of the OpenMP runtime end some time later.
 bool WaitForThreads(std::ptrdiff_t nMost, int nMilliseconds)
 {
     while (CountThreads() > nMost && nMilliseconds-- > 0)
@@ -61,15 +61,15 @@ bool WaitForThreads(std::ptrdiff_t nMost, int nMilliseconds)
     return CountThreads() <= nMost;
 }
 
-/// Fills the bytes of a fresh block with another value each time: a result that depends on what memory holds differs
-/// from run to run. Of long blocks the beginning, which is what small scenes reach.
-void Litter(void* pBlock, std::size_t nFirst, std::size_t nEnd)
+/// Fills the bytes of a fresh block with another value each time: a result that depends on uninitialised memory
+/// differs from run to run. Of long blocks only the beginning, which is all that small scenes reach.
+void FillWithGarbage(void* pBlock, std::size_t nFirst, std::size_t nEnd)
 {
-    static std::atomic<unsigned> nLitter{0};
+    static std::atomic<unsigned> nGarbage{0};
     constexpr std::size_t nLimit = std::size_t{1} << 18;
     nEnd = std::min(nEnd, nFirst + nLimit);
     if (pBlock != nullptr && nFirst < nEnd)
-        std::memset(static_cast<char*>(pBlock) + nFirst, static_cast<int>(nLitter += 37), nEnd - nFirst);
+        std::memset(static_cast<char*>(pBlock) + nFirst, static_cast<int>(nGarbage += 37), nEnd - nFirst);
 }
 
 void* Count(void* pBlock)
@@ -88,7 +88,7 @@ extern "C"
         if (!IsGranted())
             return nullptr;
         void* const pBlock = Count(__real_malloc(nBytes));
-        Litter(pBlock, 0, nBytes);
+        FillWithGarbage(pBlock, 0, nBytes);
         return pBlock;
     }
 
@@ -103,7 +103,7 @@ extern "C"
             return nullptr;
         const std::size_t nOld = pBlock == nullptr ? 0 : malloc_usable_size(pBlock);
         void* const pNew = __real_realloc(pBlock, nBytes);
-        Litter(pNew, nOld, nBytes);
+        FillWithGarbage(pNew, nOld, nBytes);
         return pBlock == nullptr ? Count(pNew) : pNew;
     }
 
@@ -157,7 +157,7 @@ void* operator new(std::size_t nBytes)
     throw std::bad_alloc();
 }
 
-// The array forms too: a sanitizer's own do not come by the others.
+// The array forms too: a sanitizer's own do not call the others.
 void* operator new[](std::size_t nBytes, const std::nothrow_t& nothrow) noexcept
 {
     return operator new(nBytes, nothrow);
@@ -262,7 +262,7 @@ long FailEachInTurn(const std::function<long(const SFailures&)>& fnWork)
         return nAllocations;
     };
     const long nAllocations = run(SFailures::None());
-    // A run may ask for more when it has to do without something.
+    // A run may allocate more when an earlier allocation failed.
     for (long n = 0, nReached = nAllocations; n < nReached && !testing::Test::HasFailure(); ++n)
     {
         nReached = std::max(nReached, run(SFailures::Only(n)));

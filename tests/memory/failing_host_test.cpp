@@ -1,6 +1,6 @@
-// The host layer with every allocation failing in turn, the engine's included: what fails comes out as an exception
-// with a clear text or as a warning, nothing is left behind, and the same objects work at the next call. The pitch
-// search is not here: OpenCV's own code leaks where its allocations fail.
+// The host layer with every allocation failing in turn, the engine's included: a failure is reported as an exception
+// with a clear text or as a warning, nothing leaks, and the same objects work at the next call. The pitch
+// search is not tested: OpenCV's own code leaks when its allocations fail.
 #include <cstddef>
 #include <functional>
 #include <new>
@@ -25,8 +25,8 @@ using test::SFailures;
 enum class Ending
 {
     Returned,
-    OutOfMemory,     ///< std::bad_alloc
-    OutOfMemoryTold, ///< HostError on memory alone
+    OutOfMemory,         ///< std::bad_alloc
+    OutOfMemoryReported, ///< HostError on memory alone
     Otherwise
 };
 
@@ -36,7 +36,7 @@ struct Attempt
     Ending ending = Ending::Returned;
 };
 
-/// Runs a call under failures. What it threw is looked at with all memory back.
+/// Runs a call under failures. Its exception is examined after the failures.
 Attempt TryUnder(const SFailures& failures, const std::function<void()>& call)
 {
     Attempt attempt;
@@ -54,8 +54,8 @@ Attempt TryUnder(const SFailures& failures, const std::function<void()>& call)
     catch (const HostError& error)
     {
         attempt.asked = heap.Stop();
-        const bool told = error.Problems().size() == 1 && error.Problems()[0].field == "memory";
-        attempt.ending = told ? Ending::OutOfMemoryTold : Ending::Otherwise;
+        const bool reported = error.Problems().size() == 1 && error.Problems()[0].field == "memory";
+        attempt.ending = reported ? Ending::OutOfMemoryReported : Ending::Otherwise;
     }
     catch (...)
     {
@@ -70,7 +70,7 @@ Attempt TryUnder(const SFailures& failures, const std::function<void()>& call)
     return attempt;
 }
 
-/// All that does not depend on the clock.
+/// Everything that does not depend on the clock.
 std::string TextOf(const InspectionResult& result)
 {
     return std::to_string(result.code) + " " + std::to_string(result.pairs) + "\n" + ResultToCsv(result);
@@ -84,7 +84,7 @@ Recipe RecipeOf(const std::string& mode)
     return ParseRecipe(document, {});
 }
 
-TEST(FailingHost, InspectorIsWholeOrNotMade)
+TEST(FailingHost, InspectorIsCompleteOrNotMade)
 {
     const GreyImage image = MakePattern(nWidth, nHeight, 150, 130, 60);
     const Recipe recipe = RecipeOf("zone");
@@ -131,7 +131,7 @@ void TestInspection(Inspector& inspector, const GreyImage& image, const std::str
     EXPECT_GT(allocations, 3);
 }
 
-TEST(FailingHost, InspectionThrowsOrWarnsAndTheNextOneIsWhole)
+TEST(FailingHost, InspectionThrowsOrWarnsAndTheNextOneIsComplete)
 {
     Inspector inspector(1, 500);
     const GreyImage image = MakePattern(nWidth, nHeight, 150, 130, 60);
@@ -146,7 +146,7 @@ TEST(FailingHost, InspectionThrowsOrWarnsAndTheNextOneIsWhole)
     }
 }
 
-TEST(FailingHost, RecipeIsReadWholeOrThrows)
+TEST(FailingHost, RecipeIsReadCompletelyOrThrows)
 {
     nlohmann::json document = SmallestRecipe("zone");
     document["pitch"] = {{"x", dPitchX}, {"y", dPitchY}};
@@ -164,7 +164,7 @@ TEST(FailingHost, RecipeIsReadWholeOrThrows)
         });
 }
 
-TEST(FailingHost, ImageAndItsCopiesAreWholeOrNotThere)
+TEST(FailingHost, ImageAndItsCopiesAreCompleteOrEmpty)
 {
     FailEachInTurn(
         [](const SFailures& failures)

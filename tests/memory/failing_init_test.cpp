@@ -1,5 +1,5 @@
 // Pool, engine, stores and scratch arrays with every allocation of their set-up failing in turn: what the initialisers
-// answer, what they leave, and that the next set-up works.
+// return, what they leave, and that the next set-up works.
 #include <algorithm>
 #include <new>
 
@@ -108,7 +108,7 @@ TEST(FailingInit, ScratchArrayLosesItsBlockWithoutMemoryAndGrowsAgain)
         });
 }
 
-/// The three stores of an engine are there, or the first that is missing ended its set-up.
+/// The three stores of an engine exist, or the first missing one ended its set-up.
 void ExpectStoresInOrder(const CNarvoAssem& engine, int nResult)
 {
     const bool bPixels = engine.pPixelX != nullptr;
@@ -121,7 +121,7 @@ void ExpectStoresInOrder(const CNarvoAssem& engine, int nResult)
     EXPECT_EQ(engine.nPairSize, bPairs ? 160000 : bPixels ? 0 : -1);
 }
 
-TEST(FailingInit, EngineAnswers0AndKeepsTheStoresThatWereBuilt)
+TEST(FailingInit, EngineReturns0AndKeepsTheStoresThatWereBuilt)
 {
     const long nAllocations = FailEachInTurn(
         [](const SFailures& failures)
@@ -140,7 +140,7 @@ TEST(FailingInit, EngineAnswers0AndKeepsTheStoresThatWereBuilt)
     EXPECT_EQ(nAllocations, 6);
 }
 
-TEST(FailingInit, InternalThreadsAnswer1WheneverThePoolObjectExists)
+TEST(FailingInit, InternalThreadsReturn1WheneverThePoolObjectExists)
 {
     FailEachInTurn(
         [](const SFailures& failures)
@@ -165,11 +165,11 @@ bool HasStores(const CNarvoAssem& engine)
     return engine.pPixelX != nullptr && engine.pPair != nullptr && engine.pBlob != nullptr;
 }
 
-/// Pool set-up, and an inspection on whatever it has left, in bands.
-TEST(FailingInit, PoolAnswersItsLanesOr0AndInspectsNothingWithoutSayingSo)
+/// Pool set-up, and an inspection with what it has set up, in bands.
+TEST(FailingInit, PoolReturnsItsLanesOr0AndReportsWhatItDoesNotInspect)
 {
     if (!ForkedThreadsEndWithTheirParent())
-        GTEST_SKIP() << "this OpenMP runtime keeps its threads and what they hold";
+        GTEST_SKIP() << "this OpenMP runtime keeps its threads and their memory";
     const CInspectionSet set(4096, 64, 300, 12);
     const SInspection* pStrips = nullptr;
     for (const SInspection& inspection : set.Get())
@@ -192,7 +192,7 @@ TEST(FailingInit, PoolAnswersItsLanesOr0AndInspectsNothingWithoutSayingSo)
             CFailingHeap heap(failures);
             const int nLanes = pool.InitAssemControl(1, 500);
             const long nAsked = heap.Stop();
-            // Only the lanes themselves decide the answer.
+            // Only the lanes themselves decide the result.
             EXPECT_EQ(nLanes, failures.nFirst == 0 && failures.nEnd > 0 ? 0 : 1);
             EXPECT_EQ(pool.nAssemCapacity, nLanes);
             const int nCode = RunOnPool(pool, 0, *pStrips);
@@ -212,7 +212,7 @@ TEST(FailingInit, PoolAnswersItsLanesOr0AndInspectsNothingWithoutSayingSo)
                 }
             }
 
-            // A second set-up mends the lanes; a new pool mends everything.
+            // A second set-up repairs the lanes; a new pool repairs everything.
             EXPECT_EQ(pool.InitAssemControl(1, 500), 1);
             EXPECT_EQ(pool.GetNarvoAssem(0)->nBlobSize, 500);
             EXPECT_TRUE(HasStores(*pool.GetNarvoAssem(0)));

@@ -1,5 +1,5 @@
-// Every way through the engine with every one of its allocations failing in turn: the call answers, tells when it could
-// not look at everything, and leaves the pool as good as new.
+// Every path through the engine with every one of its allocations failing in turn: the call returns, reports when it
+// could not inspect everything, and leaves a working pool.
 #include <cstdlib>
 #include <string>
 
@@ -14,24 +14,24 @@ namespace
 using namespace narvo::test;
 
 template <class TElement>
-void GiveBack(CScratchArray<TElement>& array)
+void FreeArray(CScratchArray<TElement>& array)
 {
     std::free(array.pData);
     array.pData = nullptr;
     array.nCapacity = array.nSize = 0;
 }
 
-/// The arrays that an engine keeps from call to call: without them the next call allocates as a first one does.
-void GiveBackScratch(CNarvoAssem& engine)
+/// The arrays that an engine keeps from call to call: without them the next call allocates like a first one.
+void FreeScratch(CNarvoAssem& engine)
 {
-    GiveBack(engine.ConBuffComp);
-    GiveBack(engine.ConBuffComp2);
-    GiveBack(engine.Int64BuffComp);
+    FreeArray(engine.ConBuffComp);
+    FreeArray(engine.ConBuffComp2);
+    FreeArray(engine.Int64BuffComp);
     for (int i = 0; engine.pThreadControl != nullptr && i < engine.pThreadControl->GetCount(); ++i)
-        GiveBackScratch(*engine.pThreadControl->GetAssem(i));
+        FreeScratch(*engine.pThreadControl->GetAssem(i));
 }
 
-/// One pool for all cases: what it costs to make one is not to be paid at every failure.
+/// One pool for all cases, so that it is not made again for every failure.
 CAssemControl& GetPool()
 {
     static CAssemControl pool;
@@ -40,7 +40,7 @@ CAssemControl& GetPool()
     return pool;
 }
 
-/// Holds one inspection to its promises under every failure.
+/// Checks one inspection under every failure.
 void TestInspection(const SInspection& inspection)
 {
     SCOPED_TRACE(inspection.strName);
@@ -49,7 +49,7 @@ void TestInspection(const SInspection& inspection)
 
     SFound expected;
     RunOnFreshThread([&] { expected = ReadFound(pool, 0, RunOnPool(pool, 0, inspection)); });
-    GiveBackScratch(engine);
+    FreeScratch(engine);
     ASSERT_EQ(expected.nCode, 1);
     ASSERT_GT(expected.blobs.size(), 0U);
 
@@ -60,7 +60,7 @@ void TestInspection(const SInspection& inspection)
             CFailingHeap heap(failures);
             const int nCode = RunOnPool(pool, 0, inspection);
             const long nAsked = heap.Stop();
-            // 1 says that nothing is missing; what could not be looked at is told by 16.
+            // 1 means that nothing is missing, 16 that part was not inspected.
             if (nCode == 1)
                 EXPECT_TRUE(ReadFound(pool, 0, nCode) == expected) << "failure " << failures.nFirst;
             else
@@ -69,24 +69,24 @@ void TestInspection(const SInspection& inspection)
             const int nNext = RunOnPool(pool, 0, inspection);
             EXPECT_TRUE(ReadFound(pool, 0, nNext) == expected) << "the call after failure " << failures.nFirst;
             pool.ResetReinspectCount();
-            GiveBackScratch(engine);
+            FreeScratch(engine);
             return nAsked;
         });
     // Binarise mode has no working memory, but its merges have.
     EXPECT_GT(nAllocations, inspection.strName == "binarise" ? 0 : 3);
 }
 
-TEST(FailingInspection, TellsWhatItLeftOutAndTheNextCallFindsTheSame)
+TEST(FailingInspection, ReportsWhatItLeftOutAndTheNextCallFindsTheSame)
 {
     const CInspectionSet set(208, 80, 90, 11);
     for (const SInspection& inspection : set.Get())
         TestInspection(inspection);
 }
 
-TEST(FailingInspection, BandsThatRanShortTurnTheAnswerTo16)
+TEST(FailingInspection, BandsThatRanOutOfMemoryTurnTheResultTo16)
 {
     if (!ForkedThreadsEndWithTheirParent())
-        GTEST_SKIP() << "this OpenMP runtime keeps its threads and what they hold";
+        GTEST_SKIP() << "this OpenMP runtime keeps its threads and their memory";
     // Two bands of 2048 columns.
     const CInspectionSet set(4096, 64, 300, 12);
     for (const SInspection& inspection : set.Get())
@@ -95,7 +95,7 @@ TEST(FailingInspection, BandsThatRanShortTurnTheAnswerTo16)
             TestInspection(inspection);
 }
 
-TEST(FailingInspection, ThreadsGiveTheirWorkingMemoryBackWhenTheyEnd)
+TEST(FailingInspection, ThreadsFreeTheirWorkingMemoryWhenTheyEnd)
 {
     const CInspectionSet set(208, 80, 90, 11);
     CAssemControl& pool = GetPool();
@@ -106,7 +106,7 @@ TEST(FailingInspection, ThreadsGiveTheirWorkingMemoryBackWhenTheyEnd)
         {
             for (const SInspection& inspection : set.Get())
                 RunOnPool(pool, 0, inspection);
-            GiveBackScratch(*pool.GetNarvoAssem(0));
+            FreeScratch(*pool.GetNarvoAssem(0));
             nHeld = CountLiveBlocks() - nBefore;
         });
     EXPECT_GT(nHeld, 10);

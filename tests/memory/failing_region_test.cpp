@@ -1,5 +1,5 @@
 // Region objects and the free-form inspection with every allocation failing in turn, pixman's own included; and the
-// parts of the library that ask for no memory at all.
+// parts of the library that do not allocate.
 #include <cstdlib>
 #include <vector>
 
@@ -36,7 +36,7 @@ struct SRegionAnswer
     std::vector<unsigned char> data;
 };
 
-TEST(FailingRegion, PixmanAsksTheFailingHeap)
+TEST(FailingRegion, PixmanUsesTheFailingHeap)
 {
     // malloc, realloc and free at least.
     EXPECT_GE(CountRedirectedInPixman(), 3);
@@ -55,7 +55,7 @@ TEST(FailingRegion, PixmanAsksTheFailingHeap)
     EXPECT_EQ(CountLiveBlocks(), nBefore);
 }
 
-TEST(FailingRegion, CombiningAnswersAnErrorOrTheWholeRegion)
+TEST(FailingRegion, CombiningReturnsAnErrorOrTheWholeRegion)
 {
     const std::vector<CPoint> comb = MakeComb();
     SRegionAnswer expected;
@@ -98,7 +98,7 @@ TEST(FailingRegion, CombiningAnswersAnErrorOrTheWholeRegion)
     EXPECT_GT(expected.data.size(), 1000U);
 }
 
-TEST(FailingRegion, PolygonReadAsDataIsWholeOrRefused)
+TEST(FailingRegion, PolygonReadAsDataIsCompleteOrRefused)
 {
     const std::vector<CPoint> comb = MakeComb();
     int nExpected = 0;
@@ -179,7 +179,7 @@ TEST(FailingRegion, FreeFormInspectionNotesWhatItLeftOut)
     EXPECT_GT(nExpected, 20);
 }
 
-TEST(FailingRegion, PitchSearchGeometryAndPlainWindowComparisonAskForNoMemory)
+TEST(FailingRegion, PitchSearchGeometryAndPlainWindowComparisonNeedNoMemory)
 {
     constexpr int nSide = 128;
     std::vector<unsigned char> image(static_cast<std::size_t>(nSide) * nSide);

@@ -18,7 +18,7 @@ using namespace narvo::test;
 
 constexpr int nSide = 400;
 
-/// A store with a noisy image behind it, and pairs in the order of a compare in rows or in strips.
+/// A store with a noisy image, and pairs in the order of a compare in rows or in strips.
 class CLongList : public CBlobStorage
 {
 public:
@@ -58,7 +58,7 @@ public:
     SFound Read() const { return {0, nPairCount, std::vector<CDefectBlob>(pBlob, pBlob + nBlobCount)}; }
 };
 
-/// Holds a step to the same result under every failure. fnPrepare runs before it with all memory.
+/// Checks that a step has the same result under every failure. fnPrepare runs before it with all memory.
 void TestStep(const std::string& strName, bool bVertical, const std::function<void(CLongList&)>& fnPrepare,
               const std::function<void(CLongList&)>& fnStep)
 {
@@ -95,7 +95,7 @@ void PrepareNothing(CLongList& /*list*/)
 {
 }
 
-TEST(FailingBlobSteps, BuildersGroupAndFillAlikeWithoutAnIndex)
+TEST(FailingBlobSteps, BuildersGroupAndFillTheSameWithoutAnIndex)
 {
     TestStep("rows, filtered", false, PrepareNothing, [](CLongList& list) { list.BlobDefect(); });
     TestStep("rows", false, PrepareNothing, [](CLongList& list) { list.BlobDefect_NonFilter(); });
@@ -105,7 +105,7 @@ TEST(FailingBlobSteps, BuildersGroupAndFillAlikeWithoutAnIndex)
              [](CLongList& list) { list.BlobDefectVert(&list); });
 }
 
-TEST(FailingBlobSteps, BuildBehindAnEarlierOneFindsItsBlobsAlike)
+TEST(FailingBlobSteps, BuildAfterAnEarlierOneFindsTheSameBlobs)
 {
     const auto build = [](CLongList& list)
     {
@@ -119,7 +119,7 @@ TEST(FailingBlobSteps, BuildBehindAnEarlierOneFindsItsBlobsAlike)
     TestStep("second build", false, build, build);
 }
 
-TEST(FailingBlobSteps, MergesAndShadowFiltersChooseAlikeWithoutAGrid)
+TEST(FailingBlobSteps, MergesAndShadowFiltersChooseTheSameWithoutAGrid)
 {
     const auto rows = [](CLongList& list) { list.BlobDefect_NonFilter(); };
     const auto strips = [](CLongList& list) { list.BlobDefectVert_NonFilter(); };

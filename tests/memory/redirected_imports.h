@@ -1,4 +1,4 @@
-// Calls that a shared library makes of others, sent elsewhere: the linker's --wrap reaches only what is linked
+// Redirects the calls that a shared library makes of others: the linker's --wrap reaches only what is linked
 // statically.
 #pragma once
 

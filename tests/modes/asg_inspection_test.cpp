@@ -18,7 +18,7 @@ namespace
 
 using namespace narvo::test;
 
-/// Opens the protected operations.
+/// Makes the protected operations accessible.
 class CAsgProbe : public CASGInspection
 {
 public:
@@ -117,7 +117,7 @@ TEST(AsgInspection, EqualWitnessesGiveTheSecondAndOppositeOnesNothing)
         EXPECT_NE(pair.ptDefect.y, 0);
 }
 
-TEST(AsgInspection, PitchJustShortOfAWholeRowRestsOnTheNextRowAlone)
+TEST(AsgInspection, PitchJustShortOfAWholeRowUsesOnlyTheNextRow)
 {
     // 9.98: weight 16 of 16 on row r + 10, where row 9 would give no hit. 19.96: 15 of 16 on row r + 20.
     std::vector<unsigned char> values(40, 100);
@@ -156,10 +156,10 @@ TEST(AsgInspection, WithoutAPairBufferNothingHappens)
     EXPECT_EQ(inspection.GetParingCnt(), 5);
 }
 
-TEST(AsgInspection, HitBehindTheLastRecordEndsTheRunWithTheFirstOnesKept)
+TEST(AsgInspection, HitAfterTheLastRecordEndsTheRunWithTheFirstOnesKept)
 {
-    // Alternating rows at a pitch of 1 hit nowhere, rows that fall for ever hit everywhere (threshold -1 lets all
-    // pass).
+    // Alternating rows at a pitch of 1 hit nowhere, rows that decrease without end hit everywhere (threshold -1 lets
+    // all pass).
     std::vector<unsigned char> image(200 * 120, 50);
     CConvParam param;
     param.pImage = image.data();
@@ -206,7 +206,7 @@ TEST(AsgInspection, InsertedZeroIsOfTypeOneAndUnnamedFieldsStay)
     }
 }
 
-TEST(AsgInspection, PixelDataTakesItsIndexFromTheHostsArrayAndMovesAlongIt)
+TEST(AsgInspection, PixelDataTakesItsIndexFromTheHostsArrayAndAdvances)
 {
     int nX[4] = {};
     int nY[4] = {};
@@ -322,7 +322,7 @@ TEST(AsgInspection, RandomCasesEqualThePlainForm)
     EXPECT_GT(nHits, 1000U);
 }
 
-TEST(AsgInspection, PitchThatIsNoNumberOrThatNoImageHoldsInspectsNothing)
+TEST(AsgInspection, PitchThatIsNotFiniteOrLargerThanEveryImageInspectsNothing)
 {
     CColumn column(std::vector<unsigned char>(40, 100));
     column.param.nThreshold = -1;

@@ -101,7 +101,7 @@ TEST(Average, CornerPixelGetsTheWindowShiftedInside)
     EXPECT_NE(run.pairs[2].nSrcGray, 250 / 9) << "column 2 looks from column 1 on";
 }
 
-TEST(Average, MeanAboveTheGrayLimitIsPassedOver)
+TEST(Average, MeanAboveTheGrayLimitIsSkipped)
 {
     std::vector<unsigned char> image = MakeFlat(40, 40, 100);
     for (int y = 18; y < 21; ++y)
@@ -177,7 +177,7 @@ TEST(Average, CountAtOrAboveTheSizeLetsOneMoreRecordBeWritten)
     }
 }
 
-TEST(Average, SubZoneOfTheRecordStaysAsItWas)
+TEST(Average, SubZoneOfTheRecordIsNotWritten)
 {
     std::vector<unsigned char> image = MakeFlat(30, 30, 100);
     std::vector<std::int64_t> table(31 * 31);
@@ -251,7 +251,7 @@ TEST(Average, RandomCasesEqualThePlainFormAtEveryVectorLevel)
     int nHits = 0;
     for (int nCase = 0; nCase < 6000; ++nCase)
     {
-        // Now and then flat or narrow, with room for a large window along one axis.
+        // Sometimes flat or narrow, with room for a large window along one axis.
         const int nShape = random.Int(0, 9);
         const int nPitch = nShape == 0 ? random.Int(140, 700) : random.Int(1, nShape == 1 ? 5 : nShape < 4 ? 200 : 70);
         const int nRows = nShape == 0 ? random.Int(1, 4) : random.Int(1, nShape == 1 ? 400 : 40);
@@ -291,7 +291,7 @@ TEST(Average, RandomCasesEqualThePlainFormAtEveryVectorLevel)
 
 TEST(Average, WindowsBeyondThirtyTwoBitSumsAreComparedInSixtyFour)
 {
-    // A window of 2001 wants sums of 36 bits after scaling; the plain form takes over.
+    // A window of 2001 needs sums of 36 bits after scaling, which the plain form computes.
     std::vector<unsigned char> image = MakeFlat(24, 20, 200);
     image[10 * 24 + 12] = 20;
     const CRect rt(0, 0, 24, 20);

@@ -88,7 +88,7 @@ TEST(Binarise, PixelsStrictlyBetweenTheLimitsHitAndPeakIsTheirGrey)
     }
 }
 
-TEST(Binarise, SmallerLimitIsTheLowerOneWhicheverComesFirst)
+TEST(Binarise, SmallerLimitIsTheLowerOneInEitherOrder)
 {
     std::vector<unsigned char> image(64, 30);
     const CRun run = Binarise(image, 64, 50, 20, CRect(0, 0, 33, 1));
@@ -98,7 +98,7 @@ TEST(Binarise, SmallerLimitIsTheLowerOneWhicheverComesFirst)
     EXPECT_EQ(run.pairs[0].nPeak, 30);
 }
 
-TEST(Binarise, SubZoneOfTheRecordStaysAsItWas)
+TEST(Binarise, SubZoneOfTheRecordIsNotWritten)
 {
     std::vector<unsigned char> image(64, 30);
     CNarvoAssem engine;
@@ -263,7 +263,7 @@ TEST(Binarise, OverflowInTheEngineStartsAReRunFromTheRowItStoppedAt)
     param.nMaxReinspect = 1;
     EXPECT_EQ(engine.Inspect_Rect(&param), 16);
     EXPECT_EQ(engine.nReinspectCount, 1);
-    // 160000 hits of 1008 a row: the pass ends in row 158, where the second one starts and ends likewise.
+    // 160000 hits of 1008 a row: the pass ends in row 158, where the second one starts and ends as well.
     EXPECT_EQ(engine.GetPairCount(), 160000);
     EXPECT_EQ(engine.GetPairDefect(0)->ptDefect, CPoint(0, 158));
 }

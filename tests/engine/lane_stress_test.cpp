@@ -42,7 +42,7 @@ std::string InspectOnLane(CAssemControl& pool, int nLane, const CInspectionSet& 
     {
         const std::size_t nCase = (nFirst + i) % expected.size();
         const SInspection& inspection = set.Get()[nCase];
-        // The lane's own budget: ResetReinspectCount of the pool would touch lanes at work.
+        // The lane's own counter: ResetReinspectCount of the pool would touch busy lanes.
         pool.GetNarvoAssem(nLane)->ResetReinspectCount();
         if (!(ReadFound(pool, nLane, RunOnPool(pool, nLane, inspection)) == expected[nCase]))
             strWrong += " [" + inspection.strName + "]";
@@ -50,7 +50,7 @@ std::string InspectOnLane(CAssemControl& pool, int nLane, const CInspectionSet& 
     return strWrong;
 }
 
-TEST(LaneHammer, LanesOfSharedPoolsFindWhatOneThreadFindsWhileOtherPoolsComeAndGo)
+TEST(LaneStress, SharedPoolsFindWhatOneThreadFindsWhileOthersAreMadeAndDestroyed)
 {
     // Wide enough for two bands; both images stay, as a host's next one is read while the last is inspected.
     const CInspectionSet images[] = {CInspectionSet(4064, 48 + 16, 150, 1), CInspectionSet(4096, 48 + 16, 150, 2)};
@@ -69,7 +69,7 @@ TEST(LaneHammer, LanesOfSharedPoolsFindWhatOneThreadFindsWhileOtherPoolsComeAndG
         std::thread passerBy(
             [&]
             {
-                // Sizes up and down: stores are made anew, kept, and destroyed.
+                // Growing and shrinking sizes: stores are made, kept, and destroyed.
                 for (int n = 0; !bDone.load(); n = (n + 1) % 3)
                 {
                     CAssemControl other;
