@@ -21,8 +21,7 @@ public:
     static constexpr int nZoneLimit = 16;     ///< zones of the per-zone tables
 
     // --- task and image ---
-    int nInspectMode;       ///< 0 float, 1 pixel, 2 binarise, 3 average; with pThresholdOffsetMap, 0 to 2 mean zone
-                            ///< comparison
+    int nInspectMode;       ///< 0 float, 1 pixel, 2 binarise, 3 average; 0 to 2 yield to pThresholdOffsetMap
     int nDirection;         ///< 0 horizontal (reference along x), 1 vertical (reference along y)
     int nMaxReinspect;      ///< re-runs that may follow overflows, counted per image; default 3
     int bAverage2by2;       ///< zone kernels: each sample is the mean of a 2 by 2 block

@@ -60,8 +60,7 @@ public:
     /// Recomputes peak (from the values as the kernel left them) and source grey (from the image) of all pairs.
     /// Without an image nothing changes.
     void CorrectDefGray();
-    /// Runs the filters of a vertical inspection over all pairs, as selected by bFalseFilter, nFilterMode2 and
-    /// nFilterMode.
+    /// Runs the filters of a vertical inspection over all pairs, by bFalseFilter, nFilterMode2 and nFilterMode.
     void Filtering_Vert();
     /// The same for a horizontal inspection; nothing with bFalseFilter 0.
     void Filtering_Hori();

@@ -1,6 +1,5 @@
-// One object per thread that exists for as long as the thread runs code: also in destructors of static and
-// thread-local objects and in functions registered with atexit, where an ordinary thread_local object may be gone
-// already.
+// One object per thread that exists for as long as the thread runs code: also in destructors of static and thread-local
+// objects and in functions registered with atexit, where an ordinary thread_local object may be gone already.
 #pragma once
 
 #include <cxxabi.h>

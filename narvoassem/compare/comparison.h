@@ -18,8 +18,7 @@ enum class Comparison
     Trapezium ///< Compare_Trapezium; run by Inspect_Trapezium alone
 };
 
-/// The choice of a rectangle inspection: average mode first, then the maps, which take precedence over every other
-/// mode.
+/// The choice of a rectangle inspection: average mode first, then the maps, which override every other mode.
 inline Comparison ChooseComparison(const CConvParam& param)
 {
     if (param.nInspectMode == 3)

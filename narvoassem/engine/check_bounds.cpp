@@ -21,8 +21,7 @@ bool IsWithin(int nSide, int nLimit)
     return nSide >= 0 && nSide <= nLimit;
 }
 
-/// An empty region lies inside as well, since walks along its longer side take place, although nothing of the image is
-/// read.
+/// An empty region lies inside as well, since walks along its longer side take place; but no pixel is read.
 bool IsRegionReadable(const CConvParam& param)
 {
     const CRect& rtInspect = param.rtInspect;

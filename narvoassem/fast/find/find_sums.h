@@ -27,8 +27,7 @@ constexpr bool WorksOnSource(SumsVariant eVariant)
     return eVariant == SumsVariant::Source || eVariant == SumsVariant::ColumnSource;
 }
 
-/// Shift of a value before its gain: one more where the gain applies to the source, of which it then uses three
-/// quarters.
+/// Shift of a value before its gain: one more where the gain applies to the source: to three quarters of its mean.
 constexpr int GrayShift(SumsVariant eVariant)
 {
     return WorksOnSource(eVariant) ? 7 : 6;

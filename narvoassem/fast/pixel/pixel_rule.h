@@ -136,8 +136,7 @@ private:
         return start;
     }
 
-    /// Bright records are judged by the first set, the others by the second; the hit takes the threshold in either
-    /// case.
+    /// Bright records are judged by the first set, the others by the second; the hit always takes the threshold.
     bool PassesItsSet(std::int64_t nHit, CPairValues& values) const
     {
         const bool bBright = values.nSrc > values.nCmp;

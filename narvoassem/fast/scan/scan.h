@@ -30,8 +30,7 @@ struct CScanUnit
     CBands bands;
 };
 
-/// The pixels that the finder marked in one row of a tile: nGroups groups of 8 columns from group nFirst on, a byte
-/// each.
+/// What the finder marked in one row of a tile: nGroups groups of 8 columns from group nFirst on, a byte each.
 struct CMarkedRow
 {
     std::int64_t y = 0;

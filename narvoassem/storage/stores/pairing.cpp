@@ -108,8 +108,7 @@ private:
         m_store.pPixelType[nPartner] = DefectType_Removed;
     }
 
-    // The partner lies past the end of the region: the record represents it, one pitch ahead, with both sides
-    // exchanged.
+    // The partner lies past the end of the region: the record represents it, one pitch ahead, sides exchanged.
     void AddMirrored(int nHit)
     {
         m_store.pPixelType[nHit] = m_store.pPixelType[nHit] != 0 ? DefectType_Dark : DefectType_Bright;
