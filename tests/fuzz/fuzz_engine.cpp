@@ -1,5 +1,5 @@
 // Bytes make an inspection; the pool runs it at every vector level, and once more on the plain scalar kernels. Code,
-// pairs and blobs must be the same to the bit, refusals those of the checks, and results sound in themselves. Image and
+// pairs and blobs must be the same to the bit, refusals those of the checks, and results consistent. Image and
 // tables are heap blocks of exactly the size that the block declares.
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // Bytes make polygons, which go through the geometry classes, the region object and the free-form strips. Cuts of
 // convex polygons must tile them, regions must hold exactly the pixels that the even-odd rule gives them, strips must
-// be those of the plain form; what is not convex, or lies anywhere, must end quietly.
+// be those of the plain form; everything else must end without a fault.
 #include <algorithm>
 #include <climits>
 #include <cmath>
@@ -118,7 +118,7 @@ void CutConvex(CCaseSource& source)
     }
 }
 
-/// Whatever the vertices are: the classes end, and stay within their arrays.
+/// For any vertices, the classes return and stay within their arrays.
 void CutAnything(CCaseSource& source)
 {
     const int nReach = DrawReach(source);
@@ -278,7 +278,7 @@ void MakeStrips(CCaseSource& source)
         Require(found == JoinBandsReference(bands), "strips as in the plain form");
 }
 
-/// The look-up of a zone cell in a grid that covers what is looked up.
+/// The look-up of a zone cell in a grid that covers the point.
 void FindCell(CCaseSource& source)
 {
     const int nColumns = source.Int(1, 12);

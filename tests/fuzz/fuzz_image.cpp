@@ -1,4 +1,4 @@
-// Bytes as an image file: read as 8-bit grey, or refused in words. What is read, written and read again is the same.
+// Bytes as an image file: read as 8-bit grey, or refused with a message. An image written and read again is the same.
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -66,7 +66,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pBytes, std::size_t nB
         for (int x = image.Width(); x < image.Stride(); ++x)
             Require(image.Row(y)[x] == image.Row(y)[image.Width() - 1], "rows are padded with their last pixel");
     if (image.Width() > 256 || image.Height() > 256)
-        return 0; // writing it is no matter of its content
+        return 0; // writing does not depend on the content
     SaveGreyImage(output.Path(), image);
     const GreyImage again = LoadGreyImage(output.Path());
     Require(again.Width() == image.Width() && again.Height() == image.Height(), "a written image has its size");

@@ -1,5 +1,5 @@
 // Bytes make lists of pair records, which are grouped into blobs, merged and freed of ghosts as in the plain double
-// loops. Lists of wild records, with an image or without, go through the filtered builders and must end quietly.
+// loops. Lists of arbitrary records, with an image or without, go through the filtered builders and must not fault.
 #include <algorithm>
 #include <climits>
 #include <cstddef>
@@ -21,7 +21,7 @@ using narvo::test::reference::CBlobReference;
 
 constexpr int nMostPairs = 400;
 
-/// A record somewhere in a square; nearer to the record before it than to nothing, so that groups come about.
+/// A record somewhere in a square; often near the record before it, so that groups form.
 CDefectPair DrawPair(CCaseSource& source, int nExtent, const CPoint& ptBefore)
 {
     CDefectPair pair;

@@ -1,4 +1,4 @@
-// See kernel_exchange.h. Names are those that the linker gives to a wrapped function and to the one behind it.
+// See kernel_exchange.h. Names are those that the linker gives to a wrapped function and to the original.
 #include "fuzz/kernel_exchange.h"
 
 #include <atomic>

@@ -1,5 +1,5 @@
 // Runs the engine on the plain scalar kernels in place of the library's own: whole inspections, with all that follows
-// the kernels, can then be held against each other. The linker turns the drivers' calls over to this (see the target's
+// the kernels, can then be compared. The linker redirects the drivers' calls to this (see the target's
 // wrap options).
 #pragma once
 

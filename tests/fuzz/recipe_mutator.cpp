@@ -1,5 +1,5 @@
 // Changes recipes where bytes would only break their text: fields of the table at and around the ends of their ranges,
-// lists and shapes, members taken out. Every fourth change is left to the fuzzer's own bytes.
+// lists and shapes, removed members. Every fourth change is left to the fuzzer's own bytes.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -143,7 +143,7 @@ void ChangeStructure(CRandom& random, json& document, int nWidth, int nHeight)
     }
 }
 
-/// Takes a member out, at whatever depth.
+/// Removes a member, at any depth.
 void RemoveMember(CRandom& random, json& place)
 {
     if (!place.is_structured() || place.empty())
@@ -198,7 +198,7 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* pBytes, std::size_t
     }
     catch (const json::exception&)
     {
-        // A list that is none: what has been changed so far will do.
+        // Not a list: the changes so far are enough.
     }
     const std::string strNew = document.dump(-1, ' ', false, json::error_handler_t::replace) + strAll.substr(nText);
     if (nHead + strNew.size() > nMost)

@@ -1,4 +1,4 @@
-// What fuzz targets and their helpers hold: a claim that fails ends the program, so that the input is kept as a crash.
+// The checks of fuzz targets and their helpers: a failed one ends the program, so that the input is kept as a crash.
 #pragma once
 
 #include <cstdio>

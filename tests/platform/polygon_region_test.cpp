@@ -67,7 +67,7 @@ bool IsCovered(const std::vector<CRect>& rects, int x, int y)
 TEST(PolygonRegion, RectangleExcludesItsRightAndBottomEdges)
 {
     EXPECT_THAT(Fill({{2, 3}, {10, 3}, {10, 7}, {2, 7}}), ElementsAre(CRect(2, 3, 10, 7)));
-    EXPECT_THAT(Fill({{2, 7}, {10, 7}, {10, 3}, {2, 3}}), ElementsAre(CRect(2, 3, 10, 7))) << "either way round";
+    EXPECT_THAT(Fill({{2, 7}, {10, 7}, {10, 3}, {2, 3}}), ElementsAre(CRect(2, 3, 10, 7))) << "in both orientations";
 }
 
 TEST(PolygonRegion, PixelsBeginAtTheCrossingRoundedUp)
@@ -95,7 +95,7 @@ TEST(PolygonRegion, DegeneratePolygonsAreEmpty)
     EXPECT_THAT(Fill({{5, 5}, {5, 5}, {5, 5}, {5, 5}}), IsEmpty());
 }
 
-TEST(PolygonRegion, CreationWantsPointsAndTheEvenOddRule)
+TEST(PolygonRegion, CreationNeedsPointsAndTheEvenOddRule)
 {
     const CPoint points[] = {{0, 0}, {9, 0}, {9, 9}};
     CRgn rgn;
@@ -184,13 +184,13 @@ TEST(PolygonRegion, TwoPolygonsIntersect)
     }
 }
 
-TEST(PolygonRegion, UprightHugePolygonIsConvertedWhole)
+TEST(PolygonRegion, HugePolygonWithVerticalEdgesIsConvertedCompletely)
 {
     EXPECT_THAT(Fill({{INT_MIN, INT_MIN}, {INT_MAX, INT_MIN}, {INT_MAX, INT_MAX}, {INT_MIN, INT_MAX}}),
                 ElementsAre(CRect(INT_MIN, INT_MIN, INT_MAX, INT_MAX)));
 }
 
-TEST(PolygonRegion, PolygonOfTooManyRowsFailsToBeConvertedWhole)
+TEST(PolygonRegion, PolygonOfTooManyRowsCannotBeConvertedCompletely)
 {
     const CPoint points[] = {{0, INT_MIN}, {INT_MAX, INT_MAX}, {0, INT_MAX}};
     CRgn rgn;

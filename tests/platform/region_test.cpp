@@ -45,7 +45,7 @@ TEST(Region, RectangleCoversItsPixels)
     EXPECT_EQ(none.CreateRectRgnIndirect(nullptr), 0);
 }
 
-TEST(Region, EmptyReversedAndHugeRectanglesAreQuiet)
+TEST(Region, EmptyReversedAndHugeRectanglesPrintNothing)
 {
     testing::internal::CaptureStderr();
     testing::internal::CaptureStdout();
@@ -71,7 +71,7 @@ TEST(Region, EmptyReversedAndHugeRectanglesAreQuiet)
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
-TEST(Region, CombinationTellsHowManyRectanglesAreLeft)
+TEST(Region, CombinationReturnsWhetherOneOrSeveralRectanglesAreLeft)
 {
     CRgn a;
     CRgn b;
@@ -91,7 +91,7 @@ TEST(Region, CombinationTellsHowManyRectanglesAreLeft)
     EXPECT_EQ(target.CombineRgn(&a, &b, 2), RGN_ERROR) << "intersection alone is built";
 }
 
-TEST(Region, DataHasAHeadAndWantsABlockLargeEnough)
+TEST(Region, DataHasAHeaderAndNeedsALargeEnoughBlock)
 {
     CRgn rgn;
     ASSERT_EQ(rgn.CreateRectRgn(1, 2, 3, 4), 1);

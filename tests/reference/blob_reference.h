@@ -1,5 +1,5 @@
 // Blob building and tidying once more, in the plainest form: the record as named values, every walk a double loop.
-// The tests hold the library's searches to it. Nothing here comes from the library but the pair record.
+// The tests compare the library's searches with it. Only the pair record comes from the library.
 #pragma once
 
 #include <array>

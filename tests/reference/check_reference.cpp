@@ -52,7 +52,7 @@ bool ArePitchesSound(const CConvParam& param, bool bVertical, double dHalf, bool
     return IsLimited(dAlong) && Fixed(dAlong, dHalf) >= 0.0 && (!bAcross || IsLimited(bVertical ? dConv : dScan));
 }
 
-/// Whether a pair can meet the cross filter.
+/// Whether a pair can reach the cross filter.
 bool RunsCrossFilter(const CConvParam& param, bool bVertical, bool bSingles)
 {
     if (param.bFalseFilter == 0 || param.nFilterMode == 1 || (bVertical && param.bZoneFlagged != 0))
@@ -127,12 +127,12 @@ bool IsTrapeziumSound(const CConvParam& param)
            std::all_of(pt, pt + 4, [&](const auto& corner) { return IsCornerInside(corner.x, param.nImageWidth); });
 }
 
-/// What the comparison needs so that it reads nothing outside image and tables.
+/// The conditions under which the comparison reads nothing outside image and tables.
 bool IsSound(const CConvParam& param, engine::Comparison eComparison, bool bAsg)
 {
     const bool bVertical = param.nDirection == 1;
     const bool bFreeForm = engine::ChooseFloatKernel(param).ePath == engine::ChoicePath::FreeForm;
-    // The other float kernels keep singles always.
+    // The other float kernels always keep singles.
     const bool bMember =
         bVertical && param.bExtendedKernel != 0 && std::int64_t{param.nConvWidth} * param.nConvHeight == 4;
     if (eComparison == engine::Comparison::None)
@@ -204,8 +204,8 @@ std::vector<CConvParam> MakeBands(const CConvParam& param)
     return bands;
 }
 
-/// Bands are refused by what would be read outside image and tables, and by nothing else: their own answers are not
-/// looked at. A band right of all records of the grid's first row does not run.
+/// Bands are refused by what would be read outside image and tables, and by nothing else: their own result codes are
+/// ignored. A band right of all records of the grid's first row does not run.
 int ExpectBandRefusal(const CConvParam& param, const std::vector<CConvParam>& bands)
 {
     const engine::Comparison eComparison = engine::ChooseComparison(param);

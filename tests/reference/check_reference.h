@@ -1,4 +1,4 @@
-// The refusals of the pool again, in one place and in the order of a call: what a parameter block is answered before
+// The refusals of the pool again, in one place and in the order of a call: the result for a parameter block before
 // anything is compared.
 #pragma once
 

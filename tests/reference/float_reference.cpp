@@ -1,4 +1,4 @@
-// Plain scalar float kernels. Speed does not matter here; every rule stands where a reader would look for it.
+// Plain scalar float kernels. Speed does not matter here; every rule is where a reader would look for it.
 #include "reference/float_reference.h"
 
 #include <algorithm>
@@ -17,7 +17,7 @@ using std::int16_t;
 using std::int64_t;
 using std::uint16_t;
 
-/// What sets one kernel apart.
+/// What distinguishes a kernel.
 struct CVariant
 {
     int nArea = 4;
@@ -137,7 +137,7 @@ private:
 
     int64_t nPitchInt; ///< from the argument pitch: loop ends and bands
     int64_t nPitchFrac;
-    int64_t nHop;    ///< distance at which the second hit is sought
+    int64_t nHop;    ///< distance at which the second hit is searched
     int64_t nCmpInt; ///< where the compare window starts; a row table changes it
     int64_t nCmpFrac;
     int64_t nLastEntry = 0; ///< of the row table, for the whole call
@@ -161,7 +161,7 @@ private:
             const int nBaseGrey = Low16(nBase * 16) >> 6;
             return Signed16(int64_t{Low16(nScaled + nBaseGrey)} << 6);
         }
-        // The gain works on the source alone, on three quarters of its mean.
+        // The gain applies to the source alone, on three quarters of its mean.
         const int nScaled = Low16(int64_t{s >> 7} * Low16(nGain)) >> 8;
         const int64_t nSum = nScaled + nBase / v.nArea;
         return Signed16((nSum * v.nArea) << 4);
@@ -337,7 +337,7 @@ private:
                 return;
             nHits = 0;
             if (x == nStripX && nImageX >= call.image.nStride)
-                break; // past the image's row, and still no column gained
+                break; // past the end of the image's row without having advanced by a column
             nImageX += nStripWidth;
         }
         *call.pEndLine = static_cast<int>(x + nStripWidth);
@@ -436,7 +436,7 @@ private:
                 continue;
             }
 
-            int64_t nFound = -1; // the first hit of the target row in the same column, whatever its polarity
+            int64_t nFound = -1; // the first hit of the target row in the same column, of any polarity
             for (int64_t j = i + 1; j < nHits && hits.pY[j] <= nTarget; j++)
             {
                 if (hits.pY[j] == nTarget && hits.pX[j] == hits.pX[i])
@@ -476,7 +476,7 @@ private:
             FilterSingle();
     }
 
-    /// A hit of the last band stands for its unseen partner: polarity flipped, values swapped.
+    /// A hit of the last band represents its unseen partner: polarity flipped, values swapped.
     void WriteMirrored(int64_t i, int64_t x, int64_t y)
     {
         if (Write(i, x, y, DefectPos_Last, DefectPair_Single, (hits.pType[i] + 1) & 1, hits.pCmpGray[i],
@@ -670,7 +670,7 @@ private:
         return !(WritePair(j, DefectPos_Middle) && HasNoRoom());
     }
 
-    /// After a written pair the search goes on: a later hit, which lies beyond the target, gives a single as well.
+    /// After a written pair the search continues: a later hit, which lies beyond the target, gives a single as well.
     bool PairTopHit(int64_t i)
     {
         const int64_t j = FindTarget(i);

@@ -1,5 +1,5 @@
 // The float kernels in plain scalar form: window sums formed pixel by pixel, row by row or strip by strip, record by
-// record. This is what the kernels of the library are held against; it shares their argument record and none of their
+// record. The kernels of the library are compared with it; it shares their argument record and none of their
 // code.
 #pragma once
 

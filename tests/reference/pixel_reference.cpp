@@ -1,4 +1,4 @@
-// Plain scalar pixel kernels. Speed does not matter here; every rule stands where a reader would look for it.
+// Plain scalar pixel kernels. Speed does not matter here; every rule is where a reader would look for it.
 #include "reference/pixel_reference.h"
 
 #include <algorithm>
@@ -18,7 +18,7 @@ using std::int16_t;
 using std::int64_t;
 using std::uint16_t;
 
-/// What sets one kernel apart from the plain one of its direction.
+/// What distinguishes a kernel from the plain one of its direction.
 struct CVariant
 {
     bool bHorizontal = false;
@@ -27,7 +27,7 @@ struct CVariant
     bool bRowTable = false;     ///< a pitch per 16 rows
     bool bShifted = false;      ///< compare position shifted along x
     bool bMasked = false;       ///< source pixels under a mask alone
-    bool bMember = false;       ///< no start count of hits, no peaks noted
+    bool bMember = false;       ///< no start count of hits, no peaks written
     bool bSmallerOfTwo = false; ///< hits exceed the smaller of both sets; each record its polarity's set
     bool bDarkRetest = false;   ///< dark records are tested again with the second set
     bool bDeadZones = false;    ///< dead zones of the engine drop records
@@ -139,7 +139,7 @@ private:
 
     int64_t nPitchInt; ///< from the argument pitch: loop ends and bands
     int64_t nPitchFrac;
-    int64_t nHop;    ///< distance at which the second hit is sought
+    int64_t nHop;    ///< distance at which the second hit is searched
     int64_t nCmpInt; ///< where the compare value is read; a row table changes it
     int64_t nCmpFrac;
     int64_t nBase2; ///< second threshold set; the first where none is in force
@@ -152,7 +152,7 @@ private:
 
     int Pixel(int64_t x, int64_t y) const { return ReadPixel(call.image, x, y); }
 
-    /// A sample of a strip: rows that the strip never held count as 0.
+    /// A sample of a strip: rows outside the strip count as 0.
     int StripPixel(int64_t x, int64_t y) const
     {
         if (v.bStrip && (y < rt.nTop || y >= rt.nBottom))
@@ -382,7 +382,7 @@ private:
                 continue;
             }
 
-            int64_t nFound = -1; // the first hit of the target row in the same column, whatever its polarity
+            int64_t nFound = -1; // the first hit of the target row in the same column, of any polarity
             for (int64_t j = i + 1; j < nHits && hits.pY[j] <= nTarget; j++)
             {
                 if (hits.pY[j] == nTarget && hits.pX[j] == hits.pX[i])
@@ -425,7 +425,7 @@ private:
               hits.pCmpGray[i]);
     }
 
-    /// A hit of the last band stands for its unseen partner: polarity flipped, values swapped.
+    /// A hit of the last band represents its unseen partner: polarity flipped, values swapped.
     void WriteMirrored(int64_t i, int64_t x, int64_t y)
     {
         Write(i, x, y, DefectPos_Last, DefectPair_Single, (hits.pType[i] + 1) & 1, hits.pCmpGray[i], hits.pSrcGray[i]);

@@ -1,5 +1,5 @@
-// The pixel kernels in plain scalar form: pixel by pixel, row by row or strip by strip, record by record. This is what
-// the kernels of the library are held against; it shares their argument record and none of their code.
+// The pixel kernels in plain scalar form: pixel by pixel, row by row or strip by strip, record by record. The kernels
+// of the library are compared with it; it shares their argument record and none of their code.
 #pragma once
 
 #include "narvoassem/fast/call/kernel_call.h"

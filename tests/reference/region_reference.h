@@ -1,4 +1,4 @@
-// Polygon filling and the joining of bands again, pixel by pixel and word by word.
+// Polygon filling and the joining of bands again, pixel by pixel and step by step.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// An inspection with its re-runs as the plain recursion that it is, each pass made, on the library's own comparisons.
+// An inspection with its re-runs as a plain recursion in which every pass is made, on the library's own comparisons.
 #pragma once
 
 #include "narvoassem/compare/comparison.h"

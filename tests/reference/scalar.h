@@ -1,5 +1,5 @@
 // Small scalar helpers of the plain reference kernels: 16-bit lanes, bounded image reads, dead zones. The kernels
-// themselves live in the files beside this one.
+// themselves are in the files beside this one.
 #pragma once
 
 #include <algorithm>

@@ -10,7 +10,7 @@
 namespace narvo::test
 {
 
-/// What a side mode left: records from nFirst on stand in the pair buffer.
+/// The outcome of a side mode: records from nFirst on are in the pair buffer.
 struct CSideModeResult
 {
     int nPairCount;

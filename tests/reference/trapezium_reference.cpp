@@ -1,4 +1,4 @@
-// Plain scalar trapezium kernels. Speed does not matter here; every rule stands where a reader would look for it.
+// Plain scalar trapezium kernels. Speed does not matter here; every rule is where a reader would look for it.
 #include "reference/trapezium_reference.h"
 
 #include <algorithm>
@@ -129,7 +129,7 @@ private:
     const engine::CTrapeziumHoriCall& call;
     int64_t D = 0; ///< distance of a partner
     int64_t nShortest = 0;
-    int64_t L1 = 0; ///< first column of the row in hand
+    int64_t L1 = 0; ///< first column of the current row
     int64_t W = 0;  ///< columns that it fills the line buffer with
     int64_t E = 0;  ///< end of the compared columns
 
@@ -268,7 +268,7 @@ public:
                 break;
             nHits = 0;
             if (bBroken && nPairs == nPairsBefore)
-                x = nBlockX + nGroupWidth; // reading the first half again could not do more
+                x = nBlockX + nGroupWidth; // reading the first half again could not add any
         }
         return static_cast<int>(nPairs);
     }
@@ -277,7 +277,7 @@ private:
     const engine::CTrapeziumVertCall& call;
     int64_t D = 0; ///< distance of a partner
     int64_t nShortest = 0;
-    int64_t T1 = 0; ///< first row of the block in hand
+    int64_t T1 = 0; ///< first row of the current block
     int64_t B1 = 0; ///< last row that it forms sums for
     int64_t YE = 0; ///< end of the compared rows
 
@@ -321,7 +321,7 @@ private:
         return nDifference > T && (nType == 0 ? Above(nAhead, nBack) : Above(nBack, nAhead)) > T;
     }
 
-    /// The rows of 8 columns from x on. @return false when the hit arrays were full before a row's turn
+    /// The rows of 8 columns from x on. @return false when the hit arrays were full before a row began
     bool ComparePass(int64_t x)
     {
         for (int64_t y = T1;; y++)
@@ -340,7 +340,7 @@ private:
         }
     }
 
-    /// Records go to the start of the pair array, whatever the count started from.
+    /// Records go to the start of the pair array, for any start count.
     CDefectPair& NextRecord() const { return call.pairs.At(nPairs - call.pairs.nCount); }
 
     /// @return false when the pair array is full
@@ -364,7 +364,7 @@ private:
             }
 
             const bool bFirstBand = y < T1 + P;
-            int64_t nFound = -1; // the first hit of the target row in the same column, whatever its polarity
+            int64_t nFound = -1; // the first hit of the target row in the same column, of any polarity
             for (int64_t j = i + 1; j < nHits && hits.pY[j] <= nTarget; j++)
             {
                 if (hits.pY[j] == nTarget && hits.pX[j] == hits.pX[i])

@@ -1,4 +1,4 @@
-// The two trapezium kernels in plain scalar form. This is what the kernels of the library are held against; it shares
+// The two trapezium kernels in plain scalar form. The kernels of the library are compared with it; it shares
 // their argument records and none of their code.
 #pragma once
 

@@ -1,4 +1,4 @@
-// Plain scalar zone kernels. Speed does not matter here; every rule stands where a reader would look for it.
+// Plain scalar zone kernels. Speed does not matter here; every rule is where a reader would look for it.
 #include "reference/zone_reference.h"
 
 #include <algorithm>
@@ -42,7 +42,7 @@ int64_t FloorTo16(int64_t nValue)
     return nValue & ~static_cast<int64_t>(15);
 }
 
-/// What sets one kernel apart from the plain vertical one.
+/// What distinguishes a kernel from the plain vertical one.
 struct CVariant
 {
     bool bHorizontal = false;
@@ -52,7 +52,7 @@ struct CVariant
     bool bBilinear = false;   ///< reference between four pixels, row table
     bool bConvTable = false;  ///< displacement and weights per group of columns
     bool bMember = false;     ///< dead zones; no peaks
-    bool bTsp = false;        ///< thresholds by zone, settled in the pairing pass
+    bool bTsp = false;        ///< thresholds by zone, tested in the pairing pass
     bool bBlack = false;      ///< dark records are tested again
     bool bClassId = false;    ///< nSubZone is written
     bool bPeakTested = false; ///< a single's peak must exceed nThresholdExtra
@@ -172,7 +172,7 @@ private:
 
     int64_t nPitchInt; ///< from the argument pitch: row limits, bands
     int64_t nPitchFrac;
-    int64_t nHop;    ///< distance at which the second hit is sought
+    int64_t nHop;    ///< distance at which the second hit is searched
     int64_t nRefInt; ///< where the reference is read; a row table changes it
     int64_t nRefFrac;
 
@@ -342,7 +342,7 @@ private:
     }
 
     /// Compares 16 pixels of a row from x on, in two groups of 8. nMapIndex is the place of the first.
-    /// @return false when the hit arrays are full, and the rest of the strip or row is given up
+    /// @return false when the hit arrays are full, and the rest of the strip or row is dropped
     bool CompareSixteen(int64_t x, int64_t y, int64_t nMapIndex, bool bSkipped)
     {
         for (int64_t nGroup = 0; nGroup < nStripWidth; nGroup += nGroupWidth)
@@ -593,7 +593,7 @@ private:
         return Write(nHit, x, y, ePos, ePair, hits.pType[nHit], hits.pSrcGray[nHit], hits.pCmpGray[nHit]);
     }
 
-    /// A hit of the right band stands for its unseen partner: polarity flipped, values swapped.
+    /// A hit of the right band represents its unseen partner: polarity flipped, values swapped.
     void WriteMirrored(int64_t nHit, int x, int y)
     {
         const engine::CHitArrays& hits = call.hits;

@@ -1,6 +1,6 @@
 #!/bin/bash
 # Fails when the code map leaves out a folder of the tree, or a source of the library, the host layer, Python, the program or
-# the bench, or names a source that is gone. Usage: check_code_map.sh SOURCE_FOLDER
+# the bench, or names a source that does not exist. Usage: check_code_map.sh SOURCE_FOLDER
 set -euo pipefail
 export LC_ALL=C
 cd "$1"

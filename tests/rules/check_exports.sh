@@ -6,6 +6,6 @@ set -euo pipefail
 export LC_ALL=C
 
 if ! diff -u "$2" <(bash "$(dirname "$0")/list_exports.sh" "$1"); then
-  echo "the exported symbols differ from $2; if that is meant, run scripts/update-symbols"
+  echo "the exported symbols differ from $2; if that is intended, run scripts/update-symbols"
   exit 1
 fi

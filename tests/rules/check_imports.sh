@@ -17,4 +17,4 @@ for import in "${imports[@]}"; do
   echo "not allowed: $import ($(c++filt "$import"))"
   faults=$((faults + 1))
 done
-(( faults == 0 )) || { echo "$2 tells what the library may refer to"; exit 1; }
+(( faults == 0 )) || { echo "$2 says what the library may refer to"; exit 1; }

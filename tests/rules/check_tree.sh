@@ -1,5 +1,5 @@
 #!/bin/bash
-# Fails when the source tree breaks its form: file names that are not unique over the tree, code that is not ASCII,
+# Fails when the source tree breaks its format rules: file names that are not unique over the tree, code that is not ASCII,
 # text that is not UTF-8, blanks at line ends, tabs in code, a missing final newline.
 # Usage: check_tree.sh SOURCE_FOLDER
 set -euo pipefail

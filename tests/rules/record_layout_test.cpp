@@ -13,12 +13,12 @@
 
 #include "narvoassem/narvoassem.h"
 
-// Records with a virtual function or a base have no standard layout; the compilers in use place them all the same.
+// Records with a virtual function or a base have no standard layout, but the compilers in use give them a fixed one.
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
 #define NARVO_RECORD(record, size) static_assert(sizeof(record) == (size), #record " has another size");
 #define NARVO_FIELD(record, field, offset)                                                                             \
-    static_assert(offsetof(record, field) == (offset), #record "::" #field " lies elsewhere");
+    static_assert(offsetof(record, field) == (offset), #record "::" #field " is at another offset");
 #include "rules/record_layouts.inc"
 #undef NARVO_RECORD
 #undef NARVO_FIELD

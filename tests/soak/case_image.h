@@ -16,7 +16,7 @@ struct CImageOrder
     bool bAlongY = false;
     bool bFlat = false; ///< one grey value throughout: every pitch fits
     int nMostSpots = 0;
-    /// Where spots must keep away from: nQuietCount columns in steps of nQuietStep from nQuietFirst on, and 64 pixels
+    /// Where no spots may be: nQuietCount columns in steps of nQuietStep from nQuietFirst on, and 64 pixels
     /// round each. No such columns with nQuietCount 0.
     int nQuietFirst = 0;
     int nQuietStep = 0;

@@ -18,7 +18,7 @@ constexpr int nSplitWidth = 2000; ///< regions from here on may be cut into band
 constexpr int nMaxInt = std::numeric_limits<int>::max();
 constexpr int nMinInt = std::numeric_limits<int>::min();
 
-/// Numbers at which arithmetic turns.
+/// Numbers at which arithmetic overflows or changes sign.
 int EdgeInt(CCaseSource& source)
 {
     return source.Pick(
@@ -26,7 +26,7 @@ int EdgeInt(CCaseSource& source)
          65535, 65536, -65537, 1 << 20, 1 << 28, nMaxInt, nMinInt, nMaxInt - 16, nMinInt + 16, 0x7fff, -0x8000});
 }
 
-/// Mostly nPlain, now and then a number at which arithmetic turns.
+/// Mostly nPlain, sometimes one of the numbers above.
 int MostlyPlain(CCaseSource& source, int nPlain, int nEdgeOneIn)
 {
     return source.OneIn(nEdgeOneIn) ? EdgeInt(source) : nPlain;
@@ -68,7 +68,7 @@ struct CCaseMaker::CGrid
     int nInts = 2; ///< per record
     int nRows = 0;
     int nColumns = 0;
-    int nTail = 0; ///< records behind the last row
+    int nTail = 0; ///< records after the last row
     int nFirstX = 0;
     int nFirstY = 0;
     int nStepX = 1;
@@ -400,7 +400,7 @@ void CCaseMaker::MakeGrid(CCaseSource& source)
     }
     const bool bZone = p.pThresholdOffsetMap != nullptr && p.nInspectMode != 3;
     const bool bFreeForm = !bZone && p.nInspectMode == 0;
-    // Grids that nothing reads are left out, but for a few that must change nothing.
+    // Grids that nothing reads are left out, except for a few that must change nothing.
     if (!bZone && !bFreeForm && !source.OneIn(8))
     {
         p.nZoneColumns = source.Int(0, 30);
@@ -450,7 +450,7 @@ void CCaseMaker::FillGrid(CCaseSource& source, const CGrid& grid)
     const CConvParam& p = m_case.param;
     const auto nRecords = static_cast<std::size_t>(grid.nRows * grid.nColumns + grid.nTail);
     int* pRecord = m_grid.Take(nRecords * static_cast<std::size_t>(grid.nInts), m_bExact);
-    constexpr int nMostOff = 60; ///< origins lie this far off the image at the most
+    constexpr int nMostOff = 60; ///< origins lie at most this far off the image
     const std::uint8_t* pNoise = CCasePools::Get().PickNoise(source);
     int nNoise = 0;
     const auto Drift = [&](int nSpread) { return (pNoise[nNoise++ & 0xFFFF] * (2 * nSpread + 1) >> 8) - nSpread; };
@@ -642,7 +642,7 @@ void CCaseMaker::MakeCapacities(CCaseSource& source)
     }
 }
 
-/// Seams at which nothing lies, room for all that is found, and parameters that every band accepts as the whole does:
+/// Nothing near a seam, room for all records, and parameters that every band accepts as the whole region does:
 /// the split makes no difference then.
 void CCaseMaker::MakeQuiet(CCaseSource& source)
 {
@@ -655,7 +655,7 @@ void CCaseMaker::MakeQuiet(CCaseSource& source)
     p.dConvPitch = source.Int(16, 4000) / 16.0;
     p.dScanPitch = source.Int(16, std::max(p.rtInspect.Height() * 16 / 3 / p.nScanMultiple, 17)) / 16.0;
     p.dTwicePitch = source.Int(16, 160) / 16.0;
-    // A table that leads below the region's rows would bring a crowd of hits.
+    // A table that leads below the region's rows would cause very many hits.
     const int nReal16 = static_cast<int>(p.GetRealScanPitch() * 16.0);
     for (std::size_t i = 0; p.pScanPitchTable != nullptr && i < m_scanTable.Count(); ++i)
         p.pScanPitchTable[i] = std::max(nReal16 - (p.pScanPitchTable[i] & 7), 0);

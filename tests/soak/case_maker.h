@@ -25,10 +25,10 @@ enum class CaseCall
 /// What the band split may change.
 enum class CaseSplit
 {
-    None,  ///< no split takes place, whatever bBandThread says: the region is narrower than 2000 pixels
+    None,  ///< no split takes place, with any bBandThread: the region is narrower than 2000 pixels
     Quiet, ///< split or whole, the results are equal: nothing lies near a seam, nothing overflows, no zone grid is
            ///< given
-    Open   ///< bands answer for themselves, so results may differ from those of the whole
+    Open   ///< bands are compared on their own, so results may differ from those of the whole
 };
 
 /// One inspection. It refers to memory of its maker.
@@ -47,7 +47,7 @@ struct CSoakCase
 /// Blobs that a pool must have been initialised for.
 inline constexpr int nCaseBlobLimit = 3000;
 
-/// Elements that are made anew for each case.
+/// Elements that are made again for each case.
 template <class TElement>
 class CCaseArray
 {

@@ -10,7 +10,7 @@ namespace
 {
 
 constexpr std::size_t nMapElements = std::size_t{1} << 19;
-constexpr int nMapShift = 8000; ///< how far the beginnings of maps lie apart
+constexpr int nMapShift = 8000; ///< distance between the beginnings of maps
 
 int MakeOffset(CRandom& random, std::size_t nGrade)
 {

@@ -1,4 +1,5 @@
-// Runs made-up inspections through the pool, each as if on a new one, and folds all that a host can read into a hash.
+// Runs made-up inspections through the pool, each as if on a new one, and combines everything that a host can read into
+// a hash.
 #pragma once
 
 #include <cstdint>

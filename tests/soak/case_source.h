@@ -1,5 +1,5 @@
-// Where the numbers of a made-up case come from: a numbered generator, or the bytes of somebody who searches for
-// inputs. The maker of cases draws everything from here, so that the same maker serves both.
+// Where the numbers of a made-up case come from: a numbered generator, or the bytes of a fuzzer.
+// The maker of cases draws everything from here, so that the same maker serves both.
 #pragma once
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-// The checksums that every build on every processor must give. They move when the maker of cases moves, or when a
-// result of the library does: the second is a change of the interface.
+// The checksums that every build on every processor must give. They change with the maker of cases, or with a result
+// of the library: the latter is a change of the interface.
 #pragma once
 
 #include <cstdint>

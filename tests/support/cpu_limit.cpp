@@ -15,7 +15,7 @@ namespace narvo::test
 namespace
 {
 
-char workName[256]; ///< what a signal can print: no memory is asked for then
+char workName[256]; ///< printed by the signal handler, which must not allocate
 
 int TimeoutFactor()
 {

@@ -17,7 +17,7 @@ public:
     CCpuLimit(const CCpuLimit&) = delete;
     CCpuLimit& operator=(const CCpuLimit&) = delete;
 
-    /// Starts the time anew for the work of that name.
+    /// Restarts the time for the work of that name.
     void Restart(const std::string& strWork);
 
 private:

@@ -1,4 +1,4 @@
-// A host of its own: makes a periodic image with one defect, inspects it through the pool with the installed headers
+// A separate host: makes a periodic image with one defect, inspects it through the pool with the installed headers
 // and library alone, and fails unless exactly that defect comes back.
 #include <cmath>
 #include <cstdio>
