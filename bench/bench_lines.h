@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The families of figures. A new family is a file of its own with one function here and one entry in narvo_bench.cpp.
 #pragma once
 

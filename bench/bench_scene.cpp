@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See bench_scene.h.
 #include "bench/bench_scene.h"
 

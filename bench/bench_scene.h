@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the figures are measured on: a periodic image with outliers at a chosen density, zone cells with their maps,
 // pitch tables, and the working arrays of a kernel call.
 #pragma once

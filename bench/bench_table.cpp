@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See bench_table.h.
 #include "bench/bench_table.h"
 

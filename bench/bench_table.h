@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The table of results: one line per figure, with its target where it has one, as text, JSON or Markdown.
 #pragma once
 

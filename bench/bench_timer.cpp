@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See bench_timer.h.
 #include "bench/bench_timer.h"
 

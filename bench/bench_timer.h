@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Timing: the sides of a comparison run in turn in one process, and each side's best time counts, so that a ratio does
 // not depend on other load of the machine.
 #pragma once

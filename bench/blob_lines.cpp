@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How building, merging and shadow removal grow with the number of pairs: 100 stores of 1,000 pairs each against one
 // store of 100,000. Both sides touch the same amount of memory, so that the ratio shows the steps and not the caches;
 // 1 is linear growth.

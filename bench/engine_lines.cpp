@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Figures of whole zone inspections: against their kernel and OpenCV, in parallel bands and lanes, and their
 // heap allocations.
 #include <barrier>

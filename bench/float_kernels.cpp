@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The float kernels of kernel_rows.h.
 #include "bench/kernel_rows.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Figures of the float mode: its kernels, whole inspections, and regions inside a polygon against the rectangle round
 // it.
 #include <algorithm>

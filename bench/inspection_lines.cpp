@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See inspection_lines.h.
 #include "bench/inspection_lines.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Figures of a whole inspection in any mode: against the kernel that it runs and against finding connected defects
 // with OpenCV.
 #pragma once

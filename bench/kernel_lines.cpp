@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See kernel_lines.h.
 #include "bench/kernel_lines.h"
 

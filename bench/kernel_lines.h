@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Figures of a family of kernels: rates at the vector levels, against the baselines, against reading alone.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The kernels of the interface, each with its baseline and its targets, behind one signature.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See malloc_count.h. The C library's allocation functions are replaced in this binary by ones that count and call
 // the original; new and delete use them too.
 #include "bench/malloc_count.h"

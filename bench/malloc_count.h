@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Counts the heap allocations of the process between two points.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Figures of the side modes: binarise, average, and the trapezium kernels.
 #include <algorithm>
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The bench: measures everything in one run and in one process, prints one line for each target and exits with 1 when
 // one is missed.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See opencv_average.h.
 #include "bench/opencv_average.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Baseline of average mode: two box filters and a comparison of OpenCV, on one thread.
 #pragma once
 

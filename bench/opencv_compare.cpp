@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See opencv_compare.h.
 #include "bench/opencv_compare.h"
 

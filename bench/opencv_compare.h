@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Baseline of a general image library: the vertical comparison built from OpenCV's operators, on one thread,
 // with one scalar threshold and gain (maps would cost it more), and its search for connected defects in the mask.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Figures of the pitch search against its scalar form. Both must give the same result.
 #include <algorithm>
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Figures of the pixel mode: its kernels, and whole inspections.
 #include "bench/inspection_lines.h"
 #include "bench/kernel_lines.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See plain_kernels.h. Compiled for SSE4.1.
 #include "bench/plain_kernels.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Baseline of the zone and pixel kernels: each kernel in a straightforward form with 128-bit vectors. A
 // strip of 16 columns is widened into a 16-bit buffer, eight lanes are compared at a time, hits are stored in that same
 // loop and paired when the strip is done. Results are those of the library's kernels to the bit.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See plain_pitch.h. Compiled without vectorization.
 #include "bench/plain_pitch.h"
 

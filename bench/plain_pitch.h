@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Baseline of the pitch search: each candidate's cost one pixel at a time, without vectors.
 #pragma once
 

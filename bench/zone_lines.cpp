@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Figures of the zone kernels; engine_lines.cpp has those of whole zone inspections.
 #include "bench/kernel_lines.h"
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Sources that spend most of their time on the headers of OpenCV, JSON, command line and test libraries are compiled in
 # batches: several files of one folder as one, which reads the headers and compiles their templates once. Names in
 # unnamed namespaces must therefore be unique within a folder. Every file still compiles alone (scripts/lint).

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Writes a source that holds text files as string literals.
 # Usage: cmake -DOUTPUT=FILE -DHEADER=HEADER "-DTEXTS=NAME=FILE NAME=FILE ..." -P embed_text.cmake
 set(source "// Written by the build from text files.\n#include \"${HEADER}\"\n\nnamespace narvo\n{\n\n")

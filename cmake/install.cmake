@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Installs the shared library, its headers, the CMake package and the pkg-config file.
 include(CMakePackageConfigHelpers)
 

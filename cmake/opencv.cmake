@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # OpenCV's modules (core, imgproc, imgcodecs) as the target narvo_opencv. Debian's -dev packages of the single modules
 # bring no CMake package, so headers and libraries are looked up directly where that package is missing.
 include_guard(GLOBAL)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Warnings that every target of the project compiles with; errors when NARVO_WARNINGS_AS_ERRORS is on (CI).
 option(NARVO_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
 

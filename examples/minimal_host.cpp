@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The smallest host: an image with one defect, compared with itself one pitch down, blobs printed.
 #include <cstdio>
 #include <vector>

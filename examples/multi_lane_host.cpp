@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A host with several lanes: the regions of one image distributed over threads, one engine each. The blobs are the same
 // for any number of lanes, and are printed in the order of the regions.
 #include <atomic>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A host with zone maps: a display cell whose bright window is inspected sharply and whose wiring is inspected loosely.
 // Two spots of the same strength are made; only the one in the window is a defect.
 #include <cstdio>

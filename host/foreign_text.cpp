@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Escapes of terminal and table.
 #include "host/foreign_text.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Text that comes from outside, as names of files and keys of recipes, on its way to a terminal or into a table.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The kinds of inspection, and their directions: what recipes and the choice of a kernel both name.
 #pragma once
 

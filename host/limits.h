@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How much an input may ask for. What lies beyond is refused before anything is worked out or allocated for it; the
 // table for users is docs/limits.md, which a test holds to this file.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Texts of problems.
 #include "host/problem.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How the host layer says that something handed to it is wrong: one exception type with all problems at once. The
 // engine itself reports by codes and never throws.
 #pragma once

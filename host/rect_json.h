@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Rectangles in the JSON forms.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See level_choice.h.
 #include "measure/level_choice.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The vector levels of the machine, and forcing one of them on the library. Not while an inspection runs.
 #pragma once
 

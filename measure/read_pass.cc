@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See read_pass.h. Compiled once per vector level.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "measure/read_pass.cc"

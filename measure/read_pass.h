@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // An upper bound of every comparison's rate: one pass that only reads the bytes.
 #pragma once
 

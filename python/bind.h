@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The parts of the extension module, each in a file of its own; bind_module.cpp puts them together.
 #pragma once
 

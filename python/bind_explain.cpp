@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Why a pixel was reported, or why it was not.
 #include <memory>
 #include <mutex>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Golden inspection: images whose pattern does not repeat, against a model of good ones.
 #include <memory>
 #include <mutex>

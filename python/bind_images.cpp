@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Image files as arrays.
 #include <filesystem>
 #include <optional>

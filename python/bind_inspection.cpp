@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Inspections: one image at a time, or from many threads on a pool of lanes. The interpreter lock is free while the
 // engine works.
 #include <memory>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The extension module narvoassem._narvoassem: the host layer for Python. What is pure Python of the package lies
 // beside it in narvoassem/.
 #include <string>

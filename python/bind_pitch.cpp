@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The search for the pattern's period, and the recipe that follows from it.
 #include <string>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The recipe: from dicts, JSON text and files, its fields with their ranges, and its way through pickle.
 #include <algorithm>
 #include <array>

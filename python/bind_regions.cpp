@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What an inspection makes of a shape: masks, trapezia, bounds.
 #include <algorithm>
 #include <cstdint>

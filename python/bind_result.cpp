@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Results: blobs and pairs as structured arrays, texts, the overlay, and the way through pickle.
 #include <cstring>
 #include <filesystem>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The test of an image array.
 #include "python/image_array.h"
 

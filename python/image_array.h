@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Images between NumPy and the host layer: what arrays are taken, and pixels handed over without a copy.
 #pragma once
 

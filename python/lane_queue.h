@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lanes for callers on many threads: who comes when all lanes are taken waits for the next free one.
 #pragma once
 

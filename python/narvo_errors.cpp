@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Problems as Python objects.
 #include "python/narvo_errors.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The way from a HostError to the package's exception classes, which are written in Python (narvoassem/errors.py).
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Counts forks.
 #include "python/per_process.h"
 

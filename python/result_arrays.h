@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Results as Python has them: the host's result, and its blobs and pairs as structured arrays.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The two forms of __new__.
 #include "python/sealed_class.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Classes without half-made instances. An instance that __new__ makes and no __init__ sees has no C++ object behind
 // it; pybind11 would let methods run on it.
 #pragma once

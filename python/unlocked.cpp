@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The way out of the interpreter and back, and its end.
 #include "python/unlocked.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Calls that run while the interpreter serves other threads.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Conversions of small values.
 #include "python/values.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Small values on their way between Python and the host layer: texts, paths, rectangles, points, JSON, problems.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The commands of the program, and what they have in common: how they are added to the command line, and what they
 // leave to be run. A command lives in one file `<name>_command.cpp`, which holds its options, its help and its work.
 #pragma once

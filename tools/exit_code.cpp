@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Texts of the exit codes.
 #include "tools/exit_code.h"
 

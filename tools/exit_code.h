@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Exit codes of the program and how problems reach the terminal.
 #pragma once
 

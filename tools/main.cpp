@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The command line program: reads the command line, runs the command that it names and tells how that ended.
 #include <algorithm>
 #include <exception>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Validators of numbers.
 #include "tools/number_option.h"
 

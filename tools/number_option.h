@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Numbers on the command line that the parser's own checks let pass: not-a-number, and whole numbers that it cuts to
 // what fits.
 #pragma once

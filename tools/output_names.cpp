@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Comparison of files by what they are known by.
 #include "tools/output_names.h"
 

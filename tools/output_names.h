@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The names of a command's output files, held against each other and against its inputs before any work begins.
 #pragma once
 

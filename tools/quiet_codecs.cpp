@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The error stream's descriptor, turned away and back.
 #include "tools/quiet_codecs.h"
 

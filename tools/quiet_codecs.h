@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Keeps the image codecs from writing to the terminal.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The buffer of std::cout, which keeps the first error, and the descriptors.
 #include "tools/standard_streams.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The program's standard streams: descriptors that were closed, an output that is full or that nobody reads, and the
 // one place that says so.
 #pragma once

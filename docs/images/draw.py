@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Draws the diagrams of the pages as SVG beside this file. Profiles and hits are computed, not sketched.
 
 Usage: docs/images/draw.py

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Makes a piece of panel with known defects, finds them with no other knowledge, and draws the picture of it: left what
 the camera sees, right what was found.
 

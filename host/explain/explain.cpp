@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The way of a pixel through an inspection, from its place to a reported defect or to where it ended.
 #include "host/explain/explain.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Why a pixel was reported, or why it was not: the way of one pixel through an inspection, step by step, told by the
 // engine's own operations on a replay of the real run.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The words of the sentences.
 #include "host/explain/explain_sentences.h"
 

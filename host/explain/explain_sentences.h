@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The sentences of an explanation: comparisons, records and the want of one, in words.
 #pragma once
 

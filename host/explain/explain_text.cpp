@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Explanations as text and as JSON.
 #include <algorithm>
 #include <array>

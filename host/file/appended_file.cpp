@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Appending, with a look at the file's place and size before each step.
 #include "host/file/appended_file.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Files that grow line by line during a run, and that notice when somebody else removes, replaces or changes them.
 #pragma once
 

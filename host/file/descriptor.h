@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A file descriptor that is closed with its owner, and the words in which the system's errors reach problems.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opening without waiting, then the test of what was opened.
 #include "host/file/input_file.h"
 

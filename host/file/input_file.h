@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Files that are read: only regular files, behind links too, so that nothing that is named can make a run wait or read
 // without end.
 #pragma once

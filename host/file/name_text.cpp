@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Escapes of the bytes from 0x80 on, and of the percent sign.
 #include "host/file/name_text.h"
 

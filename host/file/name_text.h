@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // File names as text. A name is any bytes, and JSON holds UTF-8 alone, so what is not UTF-8 is escaped, and every name
 // comes back as it was.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The new file beside the old one, and what cannot be replaced.
 #include "host/file/output_file.h"
 

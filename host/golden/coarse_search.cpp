@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // All rotations in steps of a pixel at the corners, each with all shifts, by normalised correlation.
 #include "host/golden/coarse_search.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The start of a registration: rotation and shift by correlation of strongly reduced pictures.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Quantiles of differences in flat places.
 #include "host/golden/difference_noise.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The noise of an image against the registered reference, and the threshold that follows from it.
 #pragma once
 

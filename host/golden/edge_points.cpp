@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Choice of the points, and bilinear looks at the smoothed reference.
 #include "host/golden/edge_points.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The places of an image by which it is registered: those with the steepest edges, a share from every block of the
 // image, and some of a regular grid; and what a reference shows there under a map.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Erosion and dilation by disks whose radius falls where openings and closings show the pattern to be narrow.
 #include "host/golden/edge_tolerance.h"
 

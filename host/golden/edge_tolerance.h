@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How far a good image's grey levels may stray from the reference's because an edge lies a little elsewhere.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Terms of the global map, their limits, and their derivatives.
 #include "host/golden/global_map.h"
 

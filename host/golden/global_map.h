@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The global part of a registration's map as numbers that a fit moves: shift, rotation, scales, shear, and the step at
 // a seam.
 #pragma once

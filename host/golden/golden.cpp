@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The periodic picture of reference, image, reference, its threshold maps, and the way back of the result.
 #include "host/golden/golden.h"
 

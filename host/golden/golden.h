@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Golden inspection: an image whose pattern does not repeat, against a model of the good one. Registered and laid
 // beside each other they do repeat, and the engine compares them as it compares any period.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Writers of golden results.
 #include "host/golden/golden_file.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Results of golden inspections as JSON and CSV: those of any inspection, with the registration and every blob's place
 // in the reference.
 #pragma once

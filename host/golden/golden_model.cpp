@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Mean and range of registered references.
 #include "host/golden/golden_model.h"
 

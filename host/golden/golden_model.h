@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The golden model: what a good board looks like, and how far a good one may stray from it pixel by pixel. Made once
 // from one or more references, used for many images.
 #pragma once

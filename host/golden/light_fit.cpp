@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Robust straight lines through pairs of grey levels: of all pixels by their counts, of the image's parts by sums.
 #include "host/golden/light_fit.h"
 

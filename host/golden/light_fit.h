@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Light: how an image's grey levels follow from those of the registered reference, by a gain and an offset for the
 // whole image and slow changes of both over it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fits of all models on the reduced levels, of the chosen one on the finest.
 #include "host/golden/map_choice.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The choice of the global map from the simplest to the richest: shift, rigid, similarity, affine; and of a seam. A
 // richer one is taken where it explains the picture better by more than the scatter of its blocks.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Steps of the fit, and the search for a seam among all lines.
 #include "host/golden/map_fit.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Gauss-Newton fit of the global map to the points of one level, with light and robust weights, within limits. Where
 // the picture leaves a direction undetermined the map stays at the simplest there.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Gauss-Newton steps for the offsets of the mesh. Each point's normal equations count for the four nodes around it;
 // neighbouring nodes are tied together, which carries offsets into places without structure.
 #include "host/golden/mesh_fit.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The local part of a registration: what a global map leaves over, such as uneven feed of a line camera or a stretched
 // board, as offsets on a coarse mesh.
 #pragma once

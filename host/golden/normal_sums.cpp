@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Elimination of offsets and gain, and the solution in the determined directions.
 #include "host/golden/normal_sums.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Normal equations of a fit to points whose blocks have offsets of their own: sums block by block, from which offsets
 // and gain are eliminated.
 #pragma once

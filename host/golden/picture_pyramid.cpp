@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Halving of pictures by means of blocks.
 #include "host/golden/picture_pyramid.h"
 

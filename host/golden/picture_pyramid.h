@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reduced pictures of a reference and an image, which a registration works on from the coarsest to the finest.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The steps of a registration: reduced pictures, a coarse search, the choice of the global map, the mesh, and the check
 // of what came out.
 #include "host/golden/registration.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Registration: where in a reference every pixel of an image lies, to a fraction of a pixel.
 #pragma once
 

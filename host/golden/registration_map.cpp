@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Places by a registration's map, and the map in numbers for people.
 #include "host/golden/registration_map.h"
 

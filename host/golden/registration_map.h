@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The map of a registration: from each place of an image to its place in the reference.
 #pragma once
 

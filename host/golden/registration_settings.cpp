@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Ranges of the registration's settings.
 #include "host/golden/registration_settings.h"
 

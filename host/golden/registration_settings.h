@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What an engineer sets for a registration, and the ranges of it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Gain, offsets, scale and loss of the differences at the points.
 #include "host/golden/robust_light.h"
 

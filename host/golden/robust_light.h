@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How far an image differs from what a reference shows under a map: one gain for the whole image, an offset for each of
 // its blocks, so that a change of light is none of the pattern; and the robust loss of what is left.
 #pragma once

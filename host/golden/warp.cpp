@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Places of whole rows: the affine map along a row is a sum, the mesh a straight line from node to node.
 #include "host/golden/warp.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Pictures that lie as the reference does, as a registered image would show them.
 #pragma once
 

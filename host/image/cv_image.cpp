@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Image files from OpenCV's images: encoded in memory, so that the file is written and checked as any other.
 #include "host/image/cv_image.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The host layer's images as OpenCV's, without a copy, and back. For sources of the host layer and the program only:
 // what they offer to others does not name OpenCV.
 #pragma once

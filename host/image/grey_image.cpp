@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Image files through OpenCV's codecs, with the test that the step to 8-bit grey loses nothing.
 #include "host/image/grey_image.h"
 

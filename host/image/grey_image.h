@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // An 8-bit grey image that owns its pixels, a view of one that lies elsewhere, and the way from and to image files.
 // Nothing here knows the engine but for the row length that it likes.
 #pragma once

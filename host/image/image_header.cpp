@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One small reader for each format.
 #include "host/image/image_header.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The size of an image from its file's header, without decoding: how much memory it will take is known before it is
 // taken.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The threads of a batch and what they share.
 #include "host/inspect/batch.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Many images by the same regions on several threads: results arrive image by image in the order of the list, and are
 // the same whatever the number of threads. Files, progress and resuming belong to the program.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Elapsed time, for the times that results report.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Filling of a parameter block from a recipe.
 #include "host/inspect/inspection_plan.h"
 

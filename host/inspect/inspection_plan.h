@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A checked recipe bound to the size of an image: the parameter block and all that it points at, made once for any
 // number of images of that size.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Calls of the pool, and the copy of its blobs into plain results.
 #include "host/inspect/inspector.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The runner: calls the pool of engines lane by lane and hands back plain results.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plan is made outside the lock, so that threads with images of different sizes do not wait for each other.
 #include "host/inspect/plan_keeper.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The plan of the last image, for the next one of the same size.
 #pragma once
 

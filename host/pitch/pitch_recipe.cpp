@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Thresholds from the median and the spread of the differences at each place of the cell.
 #include "host/pitch/pitch_recipe.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A first recipe for a pattern whose pitch was found: zones and thresholds from what good places of the image leave as
 // differences.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Coarse: the mean square of the differences of the image with its displaced self, for all displacements at once from
 // the lines' power spectrum. Fine: the engine's own comparison over as many periods as the region has room for.
 #include "host/pitch/pitch_search.h"

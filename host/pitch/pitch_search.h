@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The search for the period of a pattern along x and y, with no starting value. What a recipe makes of the answer is
 // in pitch_recipe.h.
 #pragma once

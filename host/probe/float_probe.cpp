@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Probes of the float kernels, which compare sums of windows.
 #include <cstddef>
 #include <cstdint>

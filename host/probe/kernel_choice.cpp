@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The kernel by the engine's tables.
 #include "host/probe/kernel_choice.h"
 

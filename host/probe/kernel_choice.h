@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which kernel a set of options selects, and which options it reads, as the engine's own tables say.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The choice of a probe by the kernel that a block selects.
 #include "host/probe/kernel_probe.h"
 

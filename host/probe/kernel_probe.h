@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a kernel finds at single pixels, by the kernel's own scalar code and its own pairing: for pages that show or
 // explain a result. It runs no inspection.
 #pragma once

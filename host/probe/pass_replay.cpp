@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs of an inspection with 0, 1, ... re-runs allowed, and the steps of a pass on an engine of its own.
 #include "host/probe/pass_replay.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The passes of one inspection, found by running it again, and replayed step by step where they are asked about.
 #pragma once
 

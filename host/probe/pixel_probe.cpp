@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Probes of the pixel kernels.
 #include "host/probe/rule_probe.h"
 #include "narvoassem/compare/pixel_driver.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Memory of a probe, and its walk along a chain.
 #include "host/probe/probe_backend.h"
 

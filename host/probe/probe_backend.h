@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A kernel behind one face: what a probe asks of it, and the pairing of one chain with an ear to its answers. For the
 // files of this folder alone; what others may ask is kernel_probe.h.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Zone and pixel kernels behind the probe's face: the kernels that compare single pixels by a rule.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Probes of the zone kernels.
 #include "host/probe/rule_probe.h"
 #include "narvoassem/compare/zone_driver.h"

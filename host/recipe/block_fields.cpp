@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The table of the block's fields.
 #include "host/recipe/block_fields.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where each field of the engine's parameter block comes from: the recipe's fields that set it, or why it has none.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The step from a recipe to a checked one.
 #include "host/recipe/checked_recipe.h"
 

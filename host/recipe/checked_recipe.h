@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A recipe that has passed its checks, as a type: what takes one need not check again.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Values from JSON into the places that the field table names, with all problems collected.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The field table in words: names of kinds, what a field allows, what it holds, one line for each field.
 #include <array>
 #include <sstream>

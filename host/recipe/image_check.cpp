@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What an image adds to the rules of a recipe: places inside it, room for the pitch and the windows, length of tables.
 #include <cmath>
 #include <string>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // JSON from its text, with what the parser alone lets pass: texts without end, deep nesting, keys that come twice.
 #include <cstddef>
 #include <set>

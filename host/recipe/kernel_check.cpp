@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which kernel the settings of a recipe select, and which settings that kernel reads: nothing that is set may be
 // silently ignored.
 #include <string>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The path that a recipe takes.
 #include "host/recipe/recipe.h"
 

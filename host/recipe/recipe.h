@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The recipe: all that an inspection engineer sets for one region, by clear names, as a plain structure and as JSON.
 // Ranges and units stand in the field table (recipe_fields.h), the rules that tie fields together in recipe_check.h.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The rules of a valid recipe that need no image: its fields, its lists, and which fields go together.
 #include "host/recipe/recipe_check.h"
 

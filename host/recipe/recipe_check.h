@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Complete validation of a recipe. What passes here keeps every promise that the engine relies on without checking it:
 // the region lies inside the image, maps and tables cover all that a kernel may read, and no setting is silently
 // ignored by the kernel that the others select.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Rows of the field table.
 #include "host/recipe/recipe_fields.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The table of the recipe's scalar fields: name in the JSON form, unit, range, meaning and place in the structure. The
 // reader, the writer, the range checks and the printed reference all go by it.
 #pragma once

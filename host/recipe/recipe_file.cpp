@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Recipes as files, and the images beside them.
 #include <cstdint>
 #include <string>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The recipe's JSON form and its files: what reads gives checked recipes, what is written reads back alike.
 #pragma once
 

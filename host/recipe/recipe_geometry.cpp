@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What follows from a recipe's numbers: the region, the direction, the trapezia, the zone cell.
 #include "host/recipe/recipe_check.h"
 #include "host/recipe/recipe_rules.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the files of the recipe's JSON form share: names of its lists and rectangles, and one region from JSON. For
 // these files alone: what others read and write by is recipe_file.h.
 #pragma once

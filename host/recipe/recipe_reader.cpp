@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One region of a recipe from JSON.
 #include <algorithm>
 #include <iterator>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Recipes of several regions: common fields, those of each region laid over them, and whose a problem is.
 #include <set>
 #include <string>

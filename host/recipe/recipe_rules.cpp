@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the parts of the check share.
 #include "host/recipe/recipe_rules.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The parts of the check of a recipe, one file for each subject, and what they share. For these files alone: what
 // others may ask is recipe_check.h.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // From rows of the field table to a schema.
 #include "host/recipe/recipe_schema.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The recipe's JSON form as a JSON schema, for editors and other programs, made from the field table.
 #pragma once
 

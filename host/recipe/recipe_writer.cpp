@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A recipe as JSON, with every field shown.
 #include <span>
 #include <string>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Shapes on the library's polygons and regions.
 #include "host/recipe/region_shape.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Regions that are no rectangles: clean-up of their corners, trapezia of a convex one, mask of any other. Which shapes
 // a recipe may hold is recipe_check.h's.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The rules of regions that are no rectangles.
 #include <cstdint>
 #include <string>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The rules of zones: their verification, and the painted cells or whole-region maps that lay them out.
 #include <algorithm>
 #include <cmath>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Members of JSON objects read by name and type; what is missing or ill-typed is collected.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Mixing of words, and what of a recipe is digested.
 #include "host/result/digest.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Short digests that tell contents apart: of files, and of all that a recipe says. Against accident, not against
 // forgery.
 #pragma once

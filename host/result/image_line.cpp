@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The line's members, in the order in which they are written.
 #include "host/result/image_line.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The line of one image in the results of many: written, and read back only where it is whole and true to its form.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Drawing of the overlay with OpenCV.
 #include "host/result/overlay.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The picture that shows a result: the inspected image with every blob framed and numbered; and colour image files.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fields of a region and of its blobs, each asked for by its name.
 #include "host/result/region_reader.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The result of one region, read back from the form that result_file writes.
 #pragma once
 

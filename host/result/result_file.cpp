@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Writers of results.
 #include "host/result/result_file.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Results as files: JSON with all that an inspection gave, CSV with one line for each blob.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pair of files, the clean-up before a run goes on, and the order at its end.
 #include "host/result/result_lines.h"
 

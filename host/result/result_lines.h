@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Results of many images as they come: one JSON line for each image and a table of all blobs, so that a run that is
 // killed keeps what it has done and another can go on behind it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reading of result files.
 #include "host/result/result_reader.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Results of earlier inspections, read back from the files that result_file writes.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Storage of whole-region maps, and the grid of origins that serves them.
 #include "host/zones/region_maps.h"
 

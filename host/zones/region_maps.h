@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Thresholds given pixel by pixel for a whole region, where no cell of the pattern stands for all: from the spread of
 // several good images, say. The recipe holds them beside its fields; they have no JSON form.
 #pragma once

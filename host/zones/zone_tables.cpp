@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Construction of cell maps and origin tables.
 #include "host/zones/zone_tables.h"
 

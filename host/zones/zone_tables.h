@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Zone maps and origin tables from a simple description: size and place of the cell, the painted zones of one cell,
 // numbers for each zone. Only geometry and lookup live here; which maps an inspection wants is inspection_plan.h's.
 #pragma once

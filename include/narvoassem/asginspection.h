@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// @file
 /// A plain vertical window comparison with two witnesses, apart from any engine: the reference form.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// @file
 /// The pool of engines, one per inspection lane, and the small private pool of the band split.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// @file
 /// The search for the true sub-pixel pitch of a pattern in a piece of image, apart from any engine.
 ///

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// @file
 /// The blob store: grows pairs into blobs, merges pieces, removes ghosts, verifies and classifies.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// @file
 /// The parameter block of an inspection, and a small result record of the host's.
 ///

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// @file
 /// The blob record: one reported defect, a connected group of pairs with its statistics, outline and shape features.
 #pragma once

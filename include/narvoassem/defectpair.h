@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// @file
 /// The pair record: the two hits of a defect in the pitch comparison, reduced to one record at the defect.
 #pragma once

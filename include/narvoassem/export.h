@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// @file
 /// Marks what the shared library exports. Everything else stays hidden.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// @file
 /// The fast kernel family: free functions that compare one rectangle of an image with itself one pitch on and write
 /// pair records. A host normally goes through the engine (narvoassem.h), which chooses among them.

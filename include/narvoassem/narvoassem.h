@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// @file
 /// The inspection engine. Including this header is all that a host needs.
 ///

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// @file
 /// Helpers of the engine's working memory: the grow-only scratch array and the read-only image view.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// @file
 /// Polygons and trapezia in plain integer geometry: a convex region given by its vertices, its clip to a column
 /// band, and its cut into horizontal trapezia. All coordinates are image pixels, y grows downward. Nothing here

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// @file
 /// The pair store: pair records, the plain pairing walks over the hit arrays, and the filters that mark false pairs.
 #pragma once

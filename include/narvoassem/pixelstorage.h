@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// @file
 /// The hit store: the engine's copy of the parameter block and the flat arrays in which a kernel records its hits.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// @file
 /// Platform types: rectangle, point, counted text and region object. A build with MFC takes MFC's own; elsewhere
 /// this header gives types of the same names and behaviour, as far as the library and its hosts use them.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// @file
 /// Elapsed time on a monotonic clock.
 #pragma once

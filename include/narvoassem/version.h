@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// @file
 /// Version of the library: the one place that holds it. The build reads the three numbers from here.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// @file
 /// The wide kernel library: free functions that the engine calls for its extended kernels. Argument lists are those
 /// of the fast family (fastkernels.h) in an order of their own; the same bounds, overflow and end-line rules hold.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Defaults and small computations of the parameter block.
 #include "narvoassem/convparam.h"
 

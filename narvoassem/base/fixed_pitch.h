@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Conversion of the parameter block's real pitches to the integers that kernels take. Which kernel takes which form
 // is defined in the compare drivers.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The flag that fork sets in the child.
 #include "narvoassem/base/forked_child.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whether this process was forked from one that had loaded the library. Only the thread that called fork exists in the
 // child, but the OpenMP runtime does not know that: it would wait for the others forever.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A growing array of plain elements that never throws: running out of memory is a return value, not an exception.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads of an image, and the rule for places outside it: the nearest row is used, then the flat address (the last
 // pixel of a row is followed by the first one of the next row), limited to the image's first and last byte.
 #pragma once

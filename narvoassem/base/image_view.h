@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A grey image as a kernel sees it.
 #pragma once
 

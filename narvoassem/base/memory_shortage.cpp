@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The flag of each thread.
 #include "narvoassem/base/memory_shortage.h"
 

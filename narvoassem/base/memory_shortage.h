@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reports a lack of memory from the code that had to leave work undone to the inspection call that returns the result
 // code. Code that falls back to a slower way with the same result reports nothing.
 #pragma once

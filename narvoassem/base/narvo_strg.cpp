@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The image view.
 #include "narvoassem/narvostrg.h"
 

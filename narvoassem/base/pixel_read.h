@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads of the image that stay inside its bytes for any position. Which pixels are read, and with what weights, is
 // decided by the callers.
 #pragma once

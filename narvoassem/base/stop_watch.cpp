@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The stop watch on the monotonic clock.
 #include "narvoassem/stopwatch.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Tables with one row for each entry of an enumeration: the check that none is missing, and calls with an entry that
 // is a constant.
 #pragma once

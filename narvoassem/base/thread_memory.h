@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One object per thread that exists for as long as the thread runs code: also in destructors of static and thread-local
 // objects and in functions registered with atexit, where an ordinary thread_local object may be gone already.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Conversions of double to int that are defined for every value.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // 32-bit arithmetic that wraps where sums of coordinates, thresholds or counters may leave the range of int, and stores
 // that keep the low bits.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Kernel calls from the engine's fields, and the steps from pairs to blobs.
 #include "narvoassem/compare/compare_chain.h"
 

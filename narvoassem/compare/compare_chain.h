@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What all comparisons share: the parts of a kernel call that are the engine's own, and how pairs become blobs.
 #pragma once
 

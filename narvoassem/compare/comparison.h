@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which comparison a parameter block asks for. The engine's driver runs it, the bounds check needs to know it.
 #pragma once
 

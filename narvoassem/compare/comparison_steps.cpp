@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The steps of every comparison of a rectangle, and the engine's drivers, which are these steps.
 #include "narvoassem/compare/comparison_steps.h"
 

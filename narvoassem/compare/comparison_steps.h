@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A comparison of a rectangle in its steps: chosen by its parameters, run to its pairs, and finished to blobs. The
 // engine's drivers take all steps in a row, a trace takes them one by one.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The engine's scratch arrays: strip buffers and the integral image.
 #include "narvoassem/compare/con_buff.h"
 

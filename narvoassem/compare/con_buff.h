@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The size of the engine's strip buffers.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The float comparison: from the parameters to one kernel or the free-form region.
 #include "narvoassem/compare/float_driver.h"
 

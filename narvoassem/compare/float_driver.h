@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The float comparison up to its pairs: the choice of a kernel, and the call that the engine makes of it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The float kernels that are members of the engine: the same kernels with the engine's dead zones and second
 // thresholds.
 #include "narvoassem/base/fixed_pitch.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The plain form of the float comparison for the narrow parts of a free-form region: one column at a time, with the
 // pitch in double precision. Sums stay sums: values are in quarters of a grey level.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The free-form inspections: a polygon's strips on the float kernels, or the masked pixel kernel, and the thresholds of
 // the zone maps behind both.
 #include "narvoassem/compare/freeform_driver.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The free-form inspection as a comparison runs it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pixel comparison: from the parameters to one kernel.
 #include "narvoassem/compare/pixel_driver.h"
 

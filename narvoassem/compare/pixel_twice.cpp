@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The twice kernels: both passes, the removal of duplicates, and the blob steps of each.
 #include "narvoassem/compare/pixel_twice.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Two passes of a pixel kernel over one region, with two pitches and two threshold sets.
 #pragma once
 

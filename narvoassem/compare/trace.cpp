@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The engine's steps, taken one by one.
 #include "narvoassem/compare/trace.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A trace of the engine's work, for explanations: the steps of one pass one by one, and its filters' answers on one
 // record. Internal: it is neither exported nor installed, and only the host layer includes it, in host/probe/.
 #pragma once

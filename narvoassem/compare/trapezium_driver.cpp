@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The trapezium comparison: from the parameters to the kernel of the direction, and from its pairs to blobs.
 #include <cstdint>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The zone comparisons: from the parameters to one kernel. They hold no arithmetic of their own.
 #include "narvoassem/compare/zone_driver.h"
 

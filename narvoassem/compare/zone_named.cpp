@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The zone kernels that are members of the engine: the same kernels with the engine's dead zones and second thresholds.
 #include "narvoassem/compare/compare_chain.h"
 #include "narvoassem/fast/call/kernel_args.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pool of engines: one per lane, with the checks that decide whether and in which direction a region is inspected.
 #include "narvoassem/assemcontrol.h"
 

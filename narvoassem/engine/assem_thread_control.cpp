@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The private pool of one engine: the sub-engines that the band split runs on.
 #include "narvoassem/assemcontrol.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The arithmetic of the bands, and the bounds check of each.
 #include "narvoassem/engine/band_plan.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How a region is cut into bands of columns, and what the parameters of each band are.
 #pragma once
 

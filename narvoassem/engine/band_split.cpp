@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The band split: one region cut into bands of columns that run in parallel on the engine's sub-engines.
 #include "narvoassem/narvoassem.h"
 

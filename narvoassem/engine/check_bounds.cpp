@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The checks that keep comparisons inside image, tables and stores.
 #include "narvoassem/engine/check_bounds.h"
 

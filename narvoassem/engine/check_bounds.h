@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The engine's bounds checks, made after its parameter checks: no parameter block may make a comparison read or write
 // outside the host's memory.
 #pragma once

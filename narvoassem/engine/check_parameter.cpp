@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The parameter checks of the engine that are part of its interface. The checks that keep reads inside the image are in
 // check_bounds.cpp.
 #include "narvoassem/narvoassem.h"

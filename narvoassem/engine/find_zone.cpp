@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Search of the origin grid for the record at which a re-run enters it.
 #include "narvoassem/narvoassem.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The inspection calls of the engine: checks, choice of the comparison, re-runs after an overflow, result codes.
 #include "narvoassem/narvoassem.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The engine's life cycle: construction, stores, resets. Inspection calls are in inspect_driver.cpp, checks in
 // check_parameter.cpp, the band split in band_split.cpp.
 #include "narvoassem/narvoassem.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // From a polygon to rectangles of at least 16 image columns. Regions are built with x and y exchanged, so that a band
 // of the region is a run of image columns.
 #include "narvoassem/narvoassem.h"

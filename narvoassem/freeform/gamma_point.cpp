@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Look-up of a zone cell's origin by a point inside the cell.
 #include "narvoassem/narvoassem.h"
 

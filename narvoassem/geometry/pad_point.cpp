@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A vertex and the crossings of the line through two vertices with a row or a column.
 #include "narvoassem/padpoligon.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The polygon model: vertices in order, their orientation, corners and bounds. The cuts are in poligon_cut.cpp.
 #include "narvoassem/padpoligon.h"
 

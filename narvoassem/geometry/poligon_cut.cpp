@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The cuts of a polygon: the clip to a column band and the sweep into horizontal trapezia.
 #include "narvoassem/padpoligon.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The trapezium and the store that a cut fills.
 #include "narvoassem/padpoligon.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The plain window comparison with two witnesses. Deliberately the reference form: every window sum is computed from
 // single pixels.
 #include "narvoassem/asginspection.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Average mode of the engine: the region's table of sums, the worker, and the blob steps.
 #include "narvoassem/narvoassem.h"
 

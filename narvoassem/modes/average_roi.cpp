@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The worker of average mode: window means from a table of sums, and what a hit is. Rows in wide vectors are found by
 // average_rows.cc; every hit is computed here.
 #include "narvoassem/narvoassem.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Vector code of average mode. Sums are kept modulo 2 to the 16 or 32; differences that fit are still exact.
 #include "narvoassem/modes/average_rows.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Row operations of average mode in wide vectors: one row of the table of sums, and the columns of one row whose window
 // means differ. What a hit is, in exact arithmetic, is defined in average_roi.cpp.
 #pragma once

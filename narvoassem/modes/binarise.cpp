@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Binarise mode: the pixels of a region that lie in a grey band, as finished records, and the blob steps.
 #include "narvoassem/narvoassem.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Vector code of binarise mode.
 #include "narvoassem/modes/binarise_row.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The finder of binarise mode: which pixels of a row lie in a grey band, in wide vectors.
 #pragma once
 

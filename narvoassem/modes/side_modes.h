@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The modes that do not compare pitches, up to their pairs, by an engine's parameters.
 #pragma once
 

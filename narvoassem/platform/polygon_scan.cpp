@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Scan conversion of polygons: edges stepped row by row in exact integers.
 #include "narvoassem/platform/polygon_scan.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Conversion of a polygon to rectangles. The region algebra on rectangles is not here.
 #pragma once
 

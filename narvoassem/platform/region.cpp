@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The region object: rectangles in the algebra of pixman, polygons kept as vertices until their pixels are asked for.
 #include "narvoassem/platform.h"
 

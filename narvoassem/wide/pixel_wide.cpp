@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The public names of the wide pixel kernels: the arithmetic of the engine's own kernels without its dead zones.
 #include "narvoassem/widekernels.h"
 

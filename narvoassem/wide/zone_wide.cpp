@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The public names of the wide zone kernels: the fast kernels' arithmetic, with class ids in the records.
 #include "narvoassem/widekernels.h"
 

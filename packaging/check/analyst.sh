@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # An analyst: a NumPy image in, a pandas table out, in the distribution's own Python.
 cd "$(mktemp -d)"
 narvo synth --width 1024 --height 1024 --defects 20 --output panel

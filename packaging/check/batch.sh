@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # A batch: four panels over two worker processes, the same table as over one.
 cd "$(mktemp -d)"
 for seed in 1 2 3 4; do narvo synth --width 512 --height 512 --defects 5 --seed $seed --output panel$seed; done

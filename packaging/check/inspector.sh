@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # An inspection engineer: makes a panel, finds its pitch, inspects, scores and reports it, has one pixel explained, and
 # finds the manual page.
 cd "$(mktemp -d)"

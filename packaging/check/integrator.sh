@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # A C++ host against the installed development package, through CMake and through pkg-config.
 cd "$(mktemp -d)"
 cp /usr/share/doc/libnarvoassem-dev/examples/*.cpp .

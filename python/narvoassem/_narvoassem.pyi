@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Types of the compiled part."""
 
 from os import PathLike

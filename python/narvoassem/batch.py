@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Many image files, on one machine or on many: from a list of files and a recipe to one table.
 
     from narvoassem.batch import inspect_files

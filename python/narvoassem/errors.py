@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The exceptions of the package. Each carries every problem that was found, not the first one alone."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What Recipe.fields() says of a recipe's fields."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The functions of the compiled part, as the package has them."""
 
 from __future__ import annotations

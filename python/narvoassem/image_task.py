@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """One image file of a batch: what is done for it, on whatever machine, and what comes back."""
 
 from __future__ import annotations

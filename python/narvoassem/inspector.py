@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Many images on one machine: an inspector with lanes, and a walk over images that keeps the lanes busy."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Ways back from pickle for objects that no call of their class makes."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Regions: the rectangle that calls give and take, and a recipe's "region" from corners."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The one table of a batch, made from the outcomes of its images, and its files."""
 
 from __future__ import annotations

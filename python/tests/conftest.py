@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Made-up images for the tests: a smooth periodic pattern with one or several squares planted in it."""
 
 import numpy

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Batches of image files: the table, files that fail, clusters of processes with lost workers, the command line."""
 
 import io

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Explanations of single pixels: what was reported, what was not, and why."""
 
 import json

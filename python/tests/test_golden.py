@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Golden inspection: a board that does not repeat, shifted, with something added, against good ones."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The guide docs/python.md, followed to the letter: its Python is run from top to bottom and says what it says there."""
 
 import builtins

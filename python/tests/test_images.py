@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Which arrays are taken as images, and what the exception says of those that are not."""
 
 import gc

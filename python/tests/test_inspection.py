@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Inspections: results as arrays and tables, overlay, lanes and threads, and the package's own completeness."""
 
 import gc

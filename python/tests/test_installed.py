@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The installed package, from a prefix that was moved: all files are there, and the module needs nothing of the build."""
 
 import os

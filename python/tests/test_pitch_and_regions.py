@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The pitch search with the recipe that follows from it, and regions as masks, trapezia and bounds."""
 
 import numpy

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Processes: children by fork, with or without threads at work in their parent, and an interpreter that ends while
 daemon threads are at work. Each in a process of its own, which is ended when it takes too long."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Recipes from dicts, texts and files, their problems, their fields, and copies of them."""
 
 import copy

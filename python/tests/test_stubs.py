@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The type stubs against the module at run time, and docstrings everywhere."""
 
 import ast

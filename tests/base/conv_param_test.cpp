@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The parameter block: defaults, copies, pitches, filter threshold, end of inspection.
 #include <cstddef>
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The scratch arrays, the image view, and the engine's operations over them.
 #include <algorithm>
 #include <cstdint>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The stop watch.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A noisy image on which all kernels give different results, and the traces of a comparison in an engine: by these,
 // tests find out which kernel a driver has run.
 #pragma once

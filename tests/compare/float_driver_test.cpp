@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The float comparison: which kernel each row of its tables runs, and the blob steps after it. Every row is run
 // through an inspection and compared with a direct call of the kernel that it names.
 #include <cstdint>

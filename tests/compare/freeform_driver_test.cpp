@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The free-form inspections: what lies inside the polygon or mask, and the thresholds of the zone maps.
 #include "narvoassem/narvoassem.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The trapezium inspection of the engine: what the driver passes to the kernels, the blob steps and the result codes.
 #include <cstdint>
 #include <limits>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The zone comparison: choice of the kernel, its call, and the blob steps after it.
 #include <algorithm>
 #include <cstddef>

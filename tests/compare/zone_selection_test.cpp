@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Each row of the selection of zone kernels through a whole inspection, compared with a direct call of the kernel that
 // the row names, with the arguments that it must get.
 #include <cstddef>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pool of engines: lanes, checks before the engine, and the call of the engine.
 #include <limits>
 #include <memory>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The band split and the private pool it runs on.
 #include <algorithm>
 #include <tuple>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The engine's parameter checks, and the bounds checks after them.
 #include <limits>
 #include <utility>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Parameter blocks of any numbers, with pointers that are valid for what the block declares: no call may crash, hang or
 // read outside the image, which lies between unmapped pages.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Inspections at the end of a thread and of the process, while objects are destroyed: in functions registered with
 // atexit, in destructors of static and thread-local objects, and in those of thread-specific data.
 #include <cstdlib>

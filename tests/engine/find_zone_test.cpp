@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The search of the origin grid for the entry of a re-run.
 #include <vector>
 

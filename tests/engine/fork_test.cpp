@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Children of a process that inspects: of its threads they have only the one that forked, and still can inspect.
 #include <atomic>
 #include <chrono>

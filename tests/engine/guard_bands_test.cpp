@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The bounds checks refuse a region with bands exactly when they refuse it without: random parameter blocks with the
 // band split on and off.
 #include <cstdint>

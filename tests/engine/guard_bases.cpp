@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See guard_bases.h.
 #include "engine/guard_bases.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The valid blocks from which the guard tests start: every comparison with every kernel that it selects, through every
 // entry that reaches it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Numbers outside their range through the pool, and the result of each.
 #include <algorithm>
 #include <climits>

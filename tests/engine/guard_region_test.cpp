@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Regions, images, trapezia and dead zones at any place, through the pool, and the result of each.
 #include <algorithm>
 #include <climits>

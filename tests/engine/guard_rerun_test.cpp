@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Re-runs without end: counts at the limits of int, stores so small that every pass overflows, passes that do not
 // advance.
 #include <climits>

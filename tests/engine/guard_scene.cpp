@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See guard_scene.h.
 #include "engine/guard_scene.h"
 

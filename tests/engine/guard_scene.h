@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A small periodic panel with defects, and everything that a parameter block can point at, between guard pages: the
 // scene for tests that put any number into any field.
 #pragma once

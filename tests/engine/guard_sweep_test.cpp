@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every number of a parameter block at every extreme, one at a time, from valid blocks of every kind: no call may
 // crash, hang, or read outside image and tables, and its code is that of the checks.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The inspection calls of the engine: set-up, checks, choice of the comparison, re-runs and result codes.
 #include <algorithm>
 #include <limits>

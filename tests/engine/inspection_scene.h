@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A periodic image with zone maps and an origin grid, and a parameter block that inspects it: shared by the
 // end-to-end tests. Without defects it gives no hit.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Many host threads at once, each on its own lane of shared pools, through every mode and the band split, while another
 // pool is set up, used and destroyed beside them. Meant for the thread sanitizer; the results count in every build.
 #include <atomic>

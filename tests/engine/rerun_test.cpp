@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Re-runs against the plain recursion: passes that are only counted must leave the same results as if they were made.
 // The passes of the scenes do not advance: the end line is a row while the region moves by columns, so that each
 // re-run inspects the same place again, opens blobs and loses them to the shadow filter, or offers pairs to the blobs

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the rules of float_edge_test.cpp are checked on: the plain reference, and the library at each vector level.
 #include "fast/float_scene.h"
 #include "support/vector_levels.h"

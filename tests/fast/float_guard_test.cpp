@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // No float kernel touches memory beyond the image it is given, whose height it knows: images next to guard pages.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs a scene through the library's float kernels: by name, argument by argument, or through the common call record.
 // Values that a kernel must not read are obviously invalid.
 #include <algorithm>

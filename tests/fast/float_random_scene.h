@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Random scenes for the float kernels: small regions, every fraction, tiny capacities, thresholds that wrap. A scene
 // depends only on its kernel and seed.
 #pragma once

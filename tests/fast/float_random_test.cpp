@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every float kernel against the plain reference on random scenes, bit for bit, at every vector level.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See float_scene.h.
 #include "fast/float_scene.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The kernels of a table as a list for tests.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See kernel_outcome.h.
 #include "fast/kernel_outcome.h"
 

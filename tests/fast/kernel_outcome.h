@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The outcome of a kernel call: hit arrays, pair array, end line and count. All are
 // set to a pattern first, which shows entries that were not written.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Pictures too large for the random scenes, with tables and a mask to match: wider than a kernel may look at in one
 // piece, or so dense that nearly every pixel is a hit.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A small grey image whose pixels a test sets.
 #pragma once
 

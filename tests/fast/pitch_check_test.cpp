@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pitch search: worked cases, and random regions against the plain reference at every vector level.
 #include "narvoassem/assemutil.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the rules of pixel_edge_test.cpp are checked on: the plain reference, and the library at each vector level.
 #include "fast/pixel_scene.h"
 #include "support/vector_levels.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // No pixel kernel touches memory beyond what it is given: images, masks and tables next to guard pages.
 #include <gtest/gtest.h>
 

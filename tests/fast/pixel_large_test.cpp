@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Pixel kernels on regions too large for the random scenes, against the plain reference.
 #include <gtest/gtest.h>
 

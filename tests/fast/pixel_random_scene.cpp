@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See pixel_random_scene.h.
 #include "fast/pixel_random_scene.h"
 

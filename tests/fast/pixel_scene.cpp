@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See pixel_scene.h.
 #include "fast/pixel_scene.h"
 

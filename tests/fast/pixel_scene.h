@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One call of a pixel kernel as a test sets it up, and the ways to run it: the plain reference, and the library's
 // kernel by name.
 #pragma once

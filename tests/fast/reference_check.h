@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Kernels compared with the plain reference, scene by scene, at every vector level that this processor offers. Works on
 // any scene type with RunReference, Describe and a way to run it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See scene_parts.h.
 #include "fast/scene_parts.h"
 

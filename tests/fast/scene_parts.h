@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What random scenes of the pixel and the float kernels have in common: a small image among known bytes, a region, a
 // pitch, tables, capacities, hits from before the call, dead zones.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the rules of trapezium_edge_test.cpp are checked on: the plain reference, and the library at each vector level.
 #include "fast/trapezium_scene.h"
 #include "support/vector_levels.h"

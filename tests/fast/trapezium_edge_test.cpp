@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The rules of the trapezium kernels on hand-worked images. Each holds for every way to run a kernel: the plain
 // reference and the library at each vector level.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs a scene through the library's trapezium kernels: by name, argument by argument, or through the common record.
 // Values that a kernel must not read are obviously invalid.
 #include <algorithm>

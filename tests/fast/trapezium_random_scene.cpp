@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See trapezium_random_scene.h.
 #include "fast/trapezium_random_scene.h"
 

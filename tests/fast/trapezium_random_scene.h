@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Random scenes for the trapezium kernels: small slanted shapes, every fraction, tiny capacities. A scene depends
 // only on its seed.
 #pragma once

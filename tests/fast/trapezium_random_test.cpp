@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Both trapezium kernels against the plain reference on random scenes, bit for bit, at every vector level; and against
 // guard pages.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See trapezium_scene.h.
 #include "fast/trapezium_scene.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Hand-worked cases of the zone kernels. Every expected value is calculated by hand; the scene's Run also compares the
 // library with the reference at every vector level.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // No zone kernel touches memory beyond what it is given: images and maps next to guard pages.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Scenes too large for the random ones: regions wider than a kernel may look at in one piece, and images in which
 // nearly every pixel is a hit.
 #include <gtest/gtest.h>

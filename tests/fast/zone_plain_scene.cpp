@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See zone_plain_scene.h.
 #include "fast/zone_plain_scene.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A scene for hand-worked cases: a flat image, one unbounded zone cell, the same threshold everywhere. A test changes
 // what it tests and runs it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Random scenes for the zone kernels: small regions, every fraction, cells of every size, drifting origins, tiny
 // capacities, extreme maps. A scene depends only on its kernel and seed.
 #pragma once

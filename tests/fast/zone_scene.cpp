@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See zone_scene.h.
 #include "fast/zone_scene.h"
 

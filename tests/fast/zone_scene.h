@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One call of a zone kernel as a test sets it up, and the ways to run it: the plain reference, the library's kernel by
 // name, and the library's kernel through the common call record.
 #pragma once

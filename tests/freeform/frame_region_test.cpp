@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // From a polygon to strips of at least 16 columns.
 #include "narvoassem/narvoassem.h"
 

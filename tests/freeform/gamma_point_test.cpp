@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Look-up of zone cell origins.
 #include "narvoassem/narvoassem.h"
 

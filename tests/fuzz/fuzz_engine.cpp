@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Bytes make an inspection; the pool runs it at every vector level, and once more on the plain scalar kernels. Code,
 // pairs and blobs must be the same to the bit, refusals those of the checks, and results consistent. Image and
 // tables are heap blocks of exactly the size that the block declares.

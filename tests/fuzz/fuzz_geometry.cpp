@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Bytes make polygons, which go through the geometry classes, the region object and the free-form strips. Cuts of
 // convex polygons must tile them, regions must hold exactly the pixels that the even-odd rule gives them, strips must
 // be those of the plain form; everything else must end without a fault.

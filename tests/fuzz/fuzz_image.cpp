@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Bytes as an image file: read as 8-bit grey, or refused with a message. An image written and read again is the same.
 #include <cstddef>
 #include <cstdint>

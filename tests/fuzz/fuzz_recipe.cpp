@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Bytes make a recipe as text and an image: three bytes for the image's size and kind, the text, and after a zero byte
 // the pixels, repeated over the image. Every text is either refused with messages that name field, value and range, or
 // it runs: its written form reads back the same, and the blobs lie inside the region.

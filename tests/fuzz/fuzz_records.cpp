@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Bytes make lists of pair records, which are grouped into blobs, merged and freed of ghosts as in the plain double
 // loops. Lists of arbitrary records, with an image or without, go through the filtered builders and must not fault.
 #include <algorithm>

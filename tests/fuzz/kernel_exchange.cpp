@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See kernel_exchange.h. Names are those that the linker gives to a wrapped function and to the original.
 #include "fuzz/kernel_exchange.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs the engine on the plain scalar kernels in place of the library's own: whole inspections, with all that follows
 // the kernels, can then be compared. The linker redirects the drivers' calls to this (see the target's
 // wrap options).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Changes recipes where bytes would only break their text: fields of the table at and around the ends of their ranges,
 // lists and shapes, removed members. Every fourth change is left to the fuzzer's own bytes.
 #include <algorithm>

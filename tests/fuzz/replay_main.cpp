@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs a fuzz target over files and folders of files, for compilers without a fuzzer of their own: committed inputs
 // stay tests. A target ends the program where a claim does not hold; the input is named first.
 #include <algorithm>

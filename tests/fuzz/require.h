@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The checks of fuzz targets and their helpers: a failed one ends the program, so that the input is kept as a crash.
 #pragma once
 

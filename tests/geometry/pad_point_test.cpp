@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A vertex and the crossings of a line with a row or a column.
 #include "narvoassem/padpoligon.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The polygon model: vertices, orientation, corners, bounds.
 #include "narvoassem/padpoligon.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The cuts of a polygon: worked cases to the digit, properties over random convex polygons, and arbitrary input.
 #include "narvoassem/padpoligon.h"
 

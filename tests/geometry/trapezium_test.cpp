@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The trapezium and its store.
 #include "narvoassem/padpoligon.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Batches: order, equality with one lane, faults of single images, stopping, regions and shared budgets.
 #include "host/inspect/batch.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The table of the block's fields against the block's header and the recipe's fields: neither can grow alone.
 #include "host/recipe/block_fields.h"
 

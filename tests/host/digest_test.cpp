@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Digests: of bytes however they come, of files, and of every part of a recipe.
 #include "host/result/digest.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Explanations against the inspection that they explain: at random pixels and at every record of it, over the modes,
 // kernels and filters that a recipe can select.
 #include "host/explain/explain.h"

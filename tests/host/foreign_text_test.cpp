@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Names and keys from outside: what a terminal gets to see of them, and how they stand in a table.
 #include "host/foreign_text.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The golden model: mean, tolerance, and what it takes for references.
 #include "host/golden/golden_model.h"
 

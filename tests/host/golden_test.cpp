@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Golden inspection from references to blobs, on made-up boards.
 #include "host/golden/golden.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Image files: what is taken as 8-bit grey, what is refused and in which words.
 #include "host/image/grey_image.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Shared pieces of the host layer's tests: a folder that goes away, a small valid recipe, matching of problems.
 #pragma once
 

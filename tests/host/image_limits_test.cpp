@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Image files by their headers: sizes without decoding, and what is refused for its size or for what would be lost.
 #include <cstdint>
 #include <fstream>

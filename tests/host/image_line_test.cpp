@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The line of one image: every line comes back as it was written, and nothing else counts as one.
 #include "host/result/image_line.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a recipe becomes in the engine's parameter block.
 #include "host/inspect/inspection_plan.h"
 #include "host/inspect/plan_keeper.h"

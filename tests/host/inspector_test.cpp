@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Inspections from recipe to plain results: every kernel that a recipe can select, lanes, resets, warnings.
 #include "host/inspect/inspector.h"
 

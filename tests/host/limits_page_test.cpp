@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The page of limits against the numbers in force.
 #include <fstream>
 #include <iterator>

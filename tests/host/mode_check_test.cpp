@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What each mode reads, and that everything else is refused there.
 #include "host/host_test_help.h"
 #include "host/recipe/recipe_check.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Inspections in the modes with one threshold, in the modes without a comparison, and over regions of any shape: every
 // kernel that a recipe can select there finds a planted square and nothing else.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Names of any bytes as text and back.
 #include <random>
 

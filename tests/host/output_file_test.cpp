@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Files that are written whole, and files that grow: replaced only when complete, errors told, disturbance noticed.
 #include <csignal>
 #include <fstream>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The overlay: colours of region, blobs and missed boxes, untouched pixels inside the frames, and the file.
 #include "host/result/overlay.h"
 

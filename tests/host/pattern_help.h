@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A periodic picture with one planted defect, and what an inspection has to say about it.
 #pragma once
 

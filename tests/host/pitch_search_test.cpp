@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pitch search on made-up patterns with noise and drift of brightness, and on images that have no period.
 #include "host/pitch/pitch_search.h"
 

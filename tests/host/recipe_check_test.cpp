@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Rules between the recipe's fields, and between recipe and image.
 #include "host/recipe/recipe_check.h"
 

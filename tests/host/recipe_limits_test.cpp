@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How long a recipe's lists may be, how many problems are listed, and keys that come twice.
 #include <fstream>
 #include <string>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Recipes of several regions: what is shared, what each lays over it, and how problems name them.
 #include <nlohmann/json.hpp>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The recipe's schema: the committed file is the table's, and it takes and refuses what the reader takes and refuses.
 #include "host/recipe/recipe_schema.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See recipe_settings.h.
 #include "host/recipe_settings.h"
 

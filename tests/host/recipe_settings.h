@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Single settings of a recipe, each valid on its own where its mode and direction take it: what tests of combinations
 // put together.
 #pragma once

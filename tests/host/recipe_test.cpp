@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The recipe's JSON form: every field's range, unknown and missing fields, defaults, the way there and back.
 #include "host/recipe/recipe_file.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Thresholds pixel by pixel: every place takes its own, in both directions, in bands and on re-runs.
 #include "host/zones/region_maps.h"
 

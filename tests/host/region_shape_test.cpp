@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Polygons on their way to trapezia and masks.
 #include "host/recipe/region_shape.h"
 

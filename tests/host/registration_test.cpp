@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Registration: made-up boards in known places, and what is refused.
 #include "host/golden/registration.h"
 

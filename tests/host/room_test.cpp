@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Room for blobs and lanes that are taken when they are needed: results are those of stores that were as large from the
 // beginning.
 #include <random>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Verification at short periods, pitch tables of trapezia, and painted dead places: from the recipe to what is found.
 #include <algorithm>
 

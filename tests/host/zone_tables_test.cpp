@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Zone maps and origin tables against a plain walk over cells as the kernels make it.
 #include "host/zones/zone_tables.h"
 

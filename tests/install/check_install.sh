@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: MIT
 # Installs a build, moves the prefix away, and builds and runs the consumer program against it twice: through
 # find_package and through pkg-config. Usage: check_install.sh BUILD CONSUMER WORK COMPILER
 set -euo pipefail

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The heap's functions wrapped by the linker (see CMakeLists.txt here), pixman's calls of them, and the C++ operators
 // built on them.
 #include "memory/failing_heap.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The heap as the library sees it in these tests: allocations can be made to fail, live blocks are counted, and
 // fresh blocks are filled with garbage, different each time. What the library, pixman and the C++ library's templates
 // allocate is covered; what shared libraries allocate for themselves (C library, OpenMP runtime) is not, except by

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The host layer with every allocation failing in turn, the engine's included: a failure is reported as an exception
 // with a clear text or as a warning, nothing leaks, and the same objects work at the next call. The pitch
 // search is not tested: OpenCV's own code leaks when its allocations fail.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Pool, engine, stores and scratch arrays with every allocation of their set-up failing in turn: what the initialisers
 // return, what they leave, and that the next set-up works.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every path through the engine with every one of its allocations failing in turn: the call returns, reports when it
 // could not inspect everything, and leaves a working pool.
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Region objects and the free-form inspection with every allocation failing in turn, pixman's own included; and the
 // parts of the library that do not allocate.
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The blob steps over long lists without memory for their indices: they walk the lists instead and find the same.
 #include <algorithm>
 #include <functional>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See redirected_imports.h: the addresses in the library's global offset table are replaced.
 #include "memory/redirected_imports.h"
 

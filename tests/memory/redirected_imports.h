@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Redirects the calls that a shared library makes of others: the linker's --wrap reaches only what is linked
 // statically.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The plain window comparison with two witnesses, and its buffers.
 #include "narvoassem/asginspection.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Rows of the table of sums: cells far beyond 32 bits.
 #include "narvoassem/modes/average_rows.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Average mode: the worker against its plain form at every vector level, window sums, limits, and the engine's blobs.
 #include "narvoassem/narvoassem.h"
 

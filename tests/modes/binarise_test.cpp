@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Binarise mode: the worker against its plain form at every vector level, its limits, and the engine's blobs.
 #include "narvoassem/narvoassem.h"
 

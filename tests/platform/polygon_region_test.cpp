@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Polygon regions: the even-odd rule against a test of single pixels, the form of the data, and arbitrary input.
 #include "narvoassem/platform.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The region object: creation, combination, data, deletion.
 #include "narvoassem/platform.h"
 

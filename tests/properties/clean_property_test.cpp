@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A periodic picture has no defect, for any fraction of a pixel in its pitch along either axis.
 #include <algorithm>
 #include <cmath>

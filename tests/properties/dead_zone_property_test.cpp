@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Dead zones suppress the records inside them and change nothing else.
 #include <algorithm>
 

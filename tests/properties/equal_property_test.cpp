@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Equivalent parameters give the same result: maps that hold one value, tables that hold one pitch, a distance
 // as one period or as two.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Brightness changes no defect: the same grey added everywhere, or a grey limit at or above the brightest grey.
 #include <algorithm>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Bright and dark are symmetric: the negative of a picture has the same defects with bright and dark
 // exchanged.
 #include <utility>

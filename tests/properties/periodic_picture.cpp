@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See periodic_picture.h.
 #include "properties/periodic_picture.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // An endless periodic picture with noise and defects, from which a test takes any window. Coordinates are those of the
 // picture; greys are nBase plus a whole number of steps, so that a test can avoid rounding.
 #pragma once

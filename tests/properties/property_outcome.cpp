@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See property_outcome.h. Records are compared as lists of numbers with names; a double holds every field exactly.
 #include "properties/property_outcome.h"
 

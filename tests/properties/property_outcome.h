@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The results of an inspection in every field: read from a lane, moved, compared.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See property_paths.h.
 #include "properties/property_paths.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The paths through the pool on which properties are tested: modes, directions, and switches that select a kernel.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See property_scene.h.
 #include "properties/property_scene.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A random inspection of a picture on one path: picture, region, parameter block, maps, grid and tables. All are in
 // the picture's coordinates until it runs, so that a test can move or change one of them and run again.
 #pragma once

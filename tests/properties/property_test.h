@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fixture of a property's test: every path of a mode, several random scenes on each; failures print path and seed.
 #pragma once
 

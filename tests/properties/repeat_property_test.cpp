@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A result depends on its call only: not on earlier calls, other lanes, or pixels that nothing reads.
 #include <thread>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The two parts of a region find what the whole finds, away from the seam.
 #include <algorithm>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Shifting a region changes positions only.
 #include "properties/property_test.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A higher threshold finds nothing new.
 #include <algorithm>
 #include <set>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // No direction is special: a rotated or reflected picture has rotated or reflected defects, away from the region's
 // edges, where the bands and the uncovered ends of strips are on particular sides.
 #include <algorithm>

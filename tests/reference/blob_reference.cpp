@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The plain forms.
 #include "reference/blob_reference.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Blob building and tidying once more, in the plainest form: the record as named values, every walk a double loop.
 // The tests compare the library's searches with it. Only the pair record comes from the library.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See check_reference.h. Kernels are chosen by the library's own tables: what they need is at stake here, not which
 // one it is.
 #include "reference/check_reference.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The refusals of the pool again, in one place and in the order of a call: the result for a parameter block before
 // anything is compared.
 #pragma once

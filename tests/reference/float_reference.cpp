@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Plain scalar float kernels. Speed does not matter here; every rule is where a reader would look for it.
 #include "reference/float_reference.h"
 

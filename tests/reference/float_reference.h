@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The float kernels in plain scalar form: window sums formed pixel by pixel, row by row or strip by strip, record by
 // record. The kernels of the library are compared with it; it shares their argument record and none of their
 // code.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See pitch_reference.h.
 #include "reference/pitch_reference.h"
 

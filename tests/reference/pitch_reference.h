@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pitch search again: one candidate, one pixel at a time.
 #pragma once
 

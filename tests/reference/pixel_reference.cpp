@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Plain scalar pixel kernels. Speed does not matter here; every rule is where a reader would look for it.
 #include "reference/pixel_reference.h"
 

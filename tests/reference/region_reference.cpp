@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See region_reference.h.
 #include "reference/region_reference.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Polygon filling and the joining of bands again, pixel by pixel and step by step.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // An inspection with its re-runs as a plain recursion in which every pass is made, on the library's own comparisons.
 #pragma once
 

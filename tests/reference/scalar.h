@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Small scalar helpers of the plain reference kernels: 16-bit lanes, bounded image reads, dead zones. The kernels
 // themselves are in the files beside this one.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See side_mode_reference.h.
 #include "reference/side_mode_reference.h"
 

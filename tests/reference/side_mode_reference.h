@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Binarise, average and the plain window comparison again, one pixel at a time and without tables.
 #pragma once
 

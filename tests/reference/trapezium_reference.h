@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The two trapezium kernels in plain scalar form. The kernels of the library are compared with it; it shares
 // their argument records and none of their code.
 #pragma once

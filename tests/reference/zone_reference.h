@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The zone kernels in plain scalar form: pixel by pixel, strip by strip, record by record. The kernels of
 // the library are compared with it; it shares their argument record and none of their code.
 #pragma once

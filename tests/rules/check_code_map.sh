@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: MIT
 # Fails when the code map leaves out a folder of the tree, or a source of the library, the host layer, Python, the program or
 # the bench, or names a source that does not exist. Usage: check_code_map.sh SOURCE_FOLDER
 set -euo pipefail

@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: MIT
 # Fails when the symbols that the shared library exports differ from the committed list. scripts/update-symbols
 # rewrites the list; a changed list is a change of the library's minor version.
 # Usage: check_exports.sh LIBRARY LIST

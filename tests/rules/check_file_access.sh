@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: MIT
 # Fails when the host layer or the program opens files elsewhere than in host/file/, where errors are checked, special
 # files refused and outputs replaced atomically. Usage: check_file_access.sh SOURCE_FOLDER
 set -euo pipefail

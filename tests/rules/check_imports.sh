@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: MIT
 # Fails when the shared library refers to anything that the list does not allow. Usage: check_imports.sh LIBRARY LIST
 set -euo pipefail
 export LC_ALL=C

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Holds the includes between folders to allowed_includes.txt, and the folders to one direction.
 
 Fails on an include that the list does not allow, on an entry that no include uses, on a circle of folders, and on an

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """check_includes.py finds each kind of fault in a small tree."""
 import contextlib
 import io

@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: MIT
 # Fails when the source tree breaks its format rules: file names that are not unique over the tree, code that is not ASCII,
 # text that is not UTF-8, blanks at line ends, tabs in code, a missing final newline.
 # Usage: check_tree.sh SOURCE_FOLDER

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Prints a page with its tables of kernels renewed from the tables of the library. A table stands between the lines
 // <!-- kernels NAME --> and <!-- end -->. Usage: kernel_page FILE
 #include <array>

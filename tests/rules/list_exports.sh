@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: MIT
 # Prints the symbols that a shared library exports, demangled, one a line, sorted. Usage: list_exports.sh LIBRARY
 set -euo pipefail
 export LC_ALL=C

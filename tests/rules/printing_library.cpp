@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A library that prints: the check of the shared library's imports must refuse it.
 #include <cstdio>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The installed headers: each compiles alone as C++17 (it would not link here otherwise), and none is left out of
 // the installed set.
 #include <filesystem>

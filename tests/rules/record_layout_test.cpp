@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The layouts that hosts and kernels agree on: the size of every exported record and the place of its every field.
 #include <cstddef>
 #include <cstdint>

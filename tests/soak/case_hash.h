@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A hash that is the same with every compiler and on every processor, for results as a stream of numbers.
 #pragma once
 

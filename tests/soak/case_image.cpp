@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See case_image.h.
 #include "soak/case_image.h"
 

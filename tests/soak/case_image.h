@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Images of made-up cases: patterns with a period, noise from the pool, spots.
 #pragma once
 

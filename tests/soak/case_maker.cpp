@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See case_maker.h. The order of the draws is part of the committed checksums: a change here changes them all.
 #include "soak/case_maker.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Makes inspections from draws: image, parameter block, tables, capacities, and the pool's call that runs them. Every
 // case keeps the engine's contract (tables cover what they must), so any number of them may run in one process.
 #pragma once

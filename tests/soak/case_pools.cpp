@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See case_pools.h.
 #include "soak/case_pools.h"
 

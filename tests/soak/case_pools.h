@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Constant noise that all cases share: pixels and zone maps are windows into it, which makes a case cheap.
 #pragma once
 

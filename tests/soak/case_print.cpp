@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See case_print.h.
 #include "soak/case_print.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Cases and their results as text, every parameter by its name: what a replayed case shows.
 #pragma once
 

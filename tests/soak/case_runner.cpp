@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See case_runner.h.
 #include "soak/case_runner.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs made-up inspections through the pool, each as if on a new one, and combines everything that a host can read into
 // a hash.
 #pragma once

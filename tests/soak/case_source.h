@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where the numbers of a made-up case come from: a numbered generator, or the bytes of a fuzzer.
 // The maker of cases draws everything from here, so that the same maker serves both.
 #pragma once

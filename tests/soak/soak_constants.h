@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The checksums that every build on every processor must give. They change with the maker of cases, or with a result
 // of the library: the latter is a change of the interface.
 #pragma once

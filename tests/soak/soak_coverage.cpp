@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See soak_coverage.h.
 #include "soak/soak_coverage.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a range of cases has reached: every kernel that settings select, every result code, and the rules around them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See soak_file.h.
 #include "soak/soak_file.h"
 

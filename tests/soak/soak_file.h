@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Block sums as a text file: what one binary writes and another is held against.
 #pragma once
 

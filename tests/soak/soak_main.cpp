@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The program narvo_soak: one checksum over any number of made-up inspections, and the means to find the first one that
 // differs between two vector levels, two settings of the band split, or two binaries.
 #include <algorithm>

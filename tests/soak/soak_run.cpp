@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See soak_run.h.
 #include "soak/soak_run.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs ranges of the numbered cases and adds their hashes up, in an order that does not matter: shards on threads or
 // processes give the sum of the whole.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The checksum at every vector level, and what makes it trustworthy: cases reach what they are to reach, and depend on
 // nothing but their number.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The builders: grouping, zone limits, capacity, closing, what each builder runs.
 #include <gtest/gtest.h>
 

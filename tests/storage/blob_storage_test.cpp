@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The blob store: sizes, resets, gathering.
 #include <climits>
 

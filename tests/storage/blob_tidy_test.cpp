@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Merging, ghosts, the real-scale diameter and the block means.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The block differences against sums written out, and the view's row pitch.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The blob record: statistics, outline, merge, shape.
 #include <cmath>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pair filters: which pairs each walk tests, where the reference lies, and when a pair stands.
 #include <gtest/gtest.h>
 

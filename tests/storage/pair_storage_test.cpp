@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pair record and the pair store: defaults, sizes, resets.
 #include <climits>
 

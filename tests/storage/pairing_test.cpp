@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The plain pairing walks.
 #include <cmath>
 #include <limits>

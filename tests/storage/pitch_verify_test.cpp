@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Verification at short pitches: the zone strings, both modes, the tilt, the window sums.
 #include <algorithm>
 #include <cmath>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The hit store: sizes, layout of the block, access, copies.
 #include <algorithm>
 #include <climits>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The arc tangent of the blobs' axis: true to half a unit in the last place, and the same on every processor.
 #include "narvoassem/storage/stores/polar_angle.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Small images, hits, pairs and blobs for the tests of the stores.
 #pragma once
 

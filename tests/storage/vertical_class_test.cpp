@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Vertical classification of singles.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Convex polygons that tests make and measure, in exact arithmetic.
 #pragma once
 

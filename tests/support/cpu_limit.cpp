@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See cpu_limit.h.
 #include "support/cpu_limit.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Ends the program with a message when a piece of work takes more processor time than it can ever need: a loop without
 // end fails its test by name, and does not hang the run.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See guarded_memory.h.
 #include "support/guarded_memory.h"
 

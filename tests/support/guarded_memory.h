@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Memory between two pages that must not be touched: a read or write one byte beyond the block faults at once.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See images.h.
 #include "support/images.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Test images: flat, random, and periodic with seeded defects.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The picture, the tables and the list of inspections.
 #include "support/inspection_set.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One inspection for every way through the engine: each comparison mode in both directions, with each table, map and
 // switch that chooses another kernel, over one made-up picture with defects. What an inspection finds is not known
 // beforehand; the set serves tests that hold one run against another.

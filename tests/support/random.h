@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A small deterministic random source for tests. The same seed gives the same sequence on every platform, which the
 // distributions of the standard library do not promise.
 #pragma once

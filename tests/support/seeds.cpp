@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See seeds.h.
 #include "support/seeds.h"
 

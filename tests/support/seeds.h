@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Seeds of randomised tests: a fixed run by default, one replayed case on request.
 #pragma once
 

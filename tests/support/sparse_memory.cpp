@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See sparse_memory.h.
 #include "support/sparse_memory.h"
 

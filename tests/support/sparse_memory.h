@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Memory of a size that a block only declares: as large as the address space allows, of which pages that nobody touches
 // cost nothing, between two pages that must not be touched.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // See vector_levels.h.
 #include "support/vector_levels.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The vector levels that this processor offers, and a way to make the library run a chosen one.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // That a test which goes through the vector levels meets each of them.
 #include <gtest/gtest.h>
 

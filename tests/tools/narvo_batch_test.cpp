@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Inspection of many images by the program: what it streams, and that a run that was killed, cut or interrupted can be
 // gone on with to the same files.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // narvo explain as a user runs it: text, JSON, several pixels, and its problems.
 #include "tools/run_narvo.h"
 

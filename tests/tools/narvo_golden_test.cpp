@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Boards and golden inspection from files to files, measurement on a folder of pairs, and bad input.
 #include <algorithm>
 #include <filesystem>

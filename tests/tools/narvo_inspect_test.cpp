@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Inspection from files to files, and every kind of bad input by exit code and message.
 #include <algorithm>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What an unlucky user or a hostile file can make the program take: memory, lanes, and what it says when there is none.
 #include "tools/run_narvo.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Inspection in every mode and over a polygon, from files to files.
 #include <cmath>
 #include <numbers>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Names from outside on the terminal and in tables: whatever a file, a key or an argument is called, it takes one line
 // and sends nothing to the terminal.
 #include "tools/run_narvo.h"

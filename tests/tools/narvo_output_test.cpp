@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Result files: names that would meet each other or an input, and files that are taken away or cut while a run writes.
 #include <algorithm>
 #include <chrono>

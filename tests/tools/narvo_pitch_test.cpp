@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pitch search from files to files, and the way from a made-up panel over its pitch to its defects.
 #include <random>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // narvo report as a user runs it: from results and from images, its notes, its exit codes.
 #include "tools/run_narvo.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Going on behind lines that were damaged, edited or made by something else, in whatever order, and with names of any
 // bytes.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Manual pages and completions against the help of every command: what the help names, they name.
 #include <algorithm>
 #include <regex>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // FIFOs, devices, sockets and folders in the place of every input: refused at once, with what they are.
 #include <sys/socket.h>
 #include <sys/stat.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Standard streams that are closed, full or read by nobody, for every command: results never land in a stream's place,
 // and output that is lost is never an exit code of 0.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The panel maker: same numbers, same files; what it makes is what its numbers say.
 #include <algorithm>
 #include <cmath>

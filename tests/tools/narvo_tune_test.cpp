@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // narvo tune as a user runs it: table, files, proposal, the same with any number of lanes.
 #include "tools/run_narvo.h"
 

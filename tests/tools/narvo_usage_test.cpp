@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Help, version, exit codes of a bad command line, and the reference of recipe fields.
 #include "tools/run_narvo.h"
 

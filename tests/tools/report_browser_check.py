@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: MIT
 """Opens a report page in headless Chromium and uses it as a person would: sorts, filters, selects, zooms.
 
 Usage: report_browser_check.py NARVO FOLDER [SCREENSHOTS]

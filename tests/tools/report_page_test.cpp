@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The text of a report page: one self-contained file, all data in one element, and no name that becomes markup.
 #include "tools/report/report_page.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs the built program as a user would and keeps what it said.
 #pragma once
 

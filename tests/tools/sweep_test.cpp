@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fields by name, evenly spaced values, and the choice of a value.
 #include "tools/tune/sweep.h"
 

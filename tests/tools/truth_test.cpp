@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Scoring against ground truth.
 #include "tools/truth/truth.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Throughput of the user's own recipe on his own image, by vector level and number of lanes, beside what merely reading
 // the image would reach.
 #include "tools/command.h"

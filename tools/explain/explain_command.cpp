@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One pixel's way through an inspection, on the terminal.
 #include "tools/command.h"
 

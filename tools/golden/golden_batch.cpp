@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The model, the images and the names of a golden inspection of many images.
 #include "tools/golden/golden_batch.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // `narvo golden` over folders and lists of images: streamed results, lanes, resuming.
 #pragma once
 

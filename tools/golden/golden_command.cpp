@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Options of the golden inspection, and which of its runs they ask for.
 #include "tools/command.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Files of pairs, their boxes, and the cuts that move them.
 #include "tools/golden/golden_pairs.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A folder of image pairs with true boxes: NAME_temp.*, NAME_test.* and NAME.txt.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // References, images, result files and summaries, one image after the other.
 #include "tools/golden/golden_run.h"
 

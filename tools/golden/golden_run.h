@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What `narvo golden` is asked for, and the run over images that are named: each with its summary and files.
 #pragma once
 

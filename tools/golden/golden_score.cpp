@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Totals over the pairs of a folder, and the choice of settings on one half of them.
 #include "tools/golden/golden_score.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The measurement of golden inspection on a folder of true pairs: how many of the true defects are found, and how many
 // blobs are false.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Drawing of the bar and the lines.
 #include "tools/inspect/batch_progress.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How far a batch is, on the error stream: a bar that is drawn over and over on a terminal, a plain line now and then
 // in a log.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The run over many image files.
 #include "tools/inspect/file_batch.h"
 

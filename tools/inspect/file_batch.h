@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Many image files through a batch: streamed results, progress, resuming, an orderly end.
 #pragma once
 

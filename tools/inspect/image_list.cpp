@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Folders by ending and name, lists line by line.
 #include "tools/inspect/image_list.h"
 

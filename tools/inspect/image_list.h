@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The images that a command line names: files, folders and lists of files.
 #pragma once
 

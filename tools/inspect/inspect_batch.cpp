@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Recipe, images and names of an inspection of many images.
 #include "tools/inspect/inspect_batch.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // `narvo inspect` over many images: streamed results, progress, resuming, an orderly end.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Options of the inspection, and the run over one image: input, result files, summary.
 #include "tools/command.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A thread that waits for the signals, since a handler may do next to nothing.
 #include "tools/inspect/interrupt.h"
 

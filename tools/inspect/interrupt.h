@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Ctrl-C as a request that a run may end in good order.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Pitch search in an image file: input, report, plot and recipe.
 #include "tools/command.h"
 

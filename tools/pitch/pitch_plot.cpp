@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Drawing of the charts with OpenCV.
 #include "tools/pitch/pitch_plot.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The picture of a pitch search: the cost over the displacement, one chart for each axis.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The reference of recipe fields on the terminal.
 #include "tools/command.h"
 

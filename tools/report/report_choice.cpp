@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The choice by size, with room for either polarity.
 #include "tools/report/report_choice.h"
 

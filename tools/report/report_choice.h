@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which defects a report lists, and which of them it shows.
 #pragma once
 

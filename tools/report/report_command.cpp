@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // From results or images to the page: the options, the steps, and the file.
 #include "tools/command.h"
 

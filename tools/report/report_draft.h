@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A report in the making: the page, and where each of its images came from.
 #pragma once
 

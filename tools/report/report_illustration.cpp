@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Images read again one by one, each with the kernel that compared it.
 #include "tools/report/report_illustration.h"
 

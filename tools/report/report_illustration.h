@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pictures of a report, from the files of its images.
 #pragma once
 

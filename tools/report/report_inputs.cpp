@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reading of results, inspection of images, and the names that images take on the page.
 #include "tools/report/report_inputs.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a report is made from: result files, or images that are inspected for it.
 #pragma once
 

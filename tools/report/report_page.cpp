@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Filling of the page's template. All data goes into one JSON element, so names never meet HTML but escaped.
 #include "tools/report/report_page.h"
 

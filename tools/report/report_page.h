@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The report page: what it holds, and its text. Pictures come ready; nothing here reads a file.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Crops, their colours, and JPEG encoding with OpenCV.
 #include "tools/report/report_pictures.h"
 

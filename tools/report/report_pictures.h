@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Pictures of a report as data URIs: overviews of images, and sheets of small crops of defects.
 #pragma once
 

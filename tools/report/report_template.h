@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The texts of tools/report/, built into the program.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The way from the parser's objects to plain text.
 #include "tools/shell/command_tree.h"
 

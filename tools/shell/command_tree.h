@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The program's command line as plain data: what manual pages and shell completions are made from, and what tests hold
 // them against.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Scripts from the command tree: words of commands and options, and file names where a value is wanted.
 #include "tools/shell/completion.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Completion of the command line in the shells.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Roff from the command tree.
 #include "tools/shell/manual.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Manual pages in roff, one for the program and one for each command.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Printing and writing of what is made from the command tree.
 #include "tools/command.h"
 

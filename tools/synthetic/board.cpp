@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The board's layout, its defects, and its photographs.
 #include "tools/synthetic/board.h"
 

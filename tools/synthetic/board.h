@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A made-up circuit board: a pattern that does not repeat, photographed as reference and, with known defects and from
 // elsewhere, as image. Everything follows from the numbers in BoardPlan.
 #pragma once

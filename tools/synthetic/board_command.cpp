@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Making of a board and its files.
 #include "tools/command.h"
 

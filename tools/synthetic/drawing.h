@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What made-up pictures are drawn with: numbers that follow from a seed, edges as a lens makes them.
 #pragma once
 

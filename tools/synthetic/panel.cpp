@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A panel from its plan: pattern, defects, exposure.
 #include "tools/synthetic/panel.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A made-up panel: a periodic pattern as a camera would see it, with known defects. Everything follows from the
 // numbers in PanelPlan, the seed among them.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Shapes of defects, and their places.
 #include "tools/synthetic/panel_defects.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The panel's defects.
 #pragma once
 

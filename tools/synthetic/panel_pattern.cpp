@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One period of the pattern is drawn at 16 times the resolution and blurred as lens and pixel aperture would; a pixel
 // of the image is one sample of it, so that pitches in steps of 1/16 pixel are exact.
 #include "tools/synthetic/panel_pattern.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The panel's good pattern: one period of it, and the image that repeats it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Zones and thresholds from the pattern's own interpolation errors.
 #include "tools/synthetic/panel_recipe.h"
 

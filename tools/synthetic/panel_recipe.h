@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The recipe that finds a panel's defects.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Ranges of the numbers in a plan for a made-up picture.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Boxes round defects.
 #pragma once
 

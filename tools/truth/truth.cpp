@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reading, writing and scoring of ground truth.
 #include "tools/truth/truth.h"
 

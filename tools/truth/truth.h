@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Ground truth of an image: its true defects as boxes, their JSON form, and the comparison with what was found.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fields by name, the choice of a value, and the tables.
 #include "tools/tune/sweep.h"
 

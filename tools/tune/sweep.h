@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A sweep of one recipe field: which field, what each of its values finds, and which value to take.
 #pragma once
 

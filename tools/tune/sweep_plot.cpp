@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Drawing of a sweep's charts, once for both formats.
 #include "tools/tune/sweep_plot.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The picture of a sweep: defects found against false blobs, and both over the field's value.
 #pragma once
 

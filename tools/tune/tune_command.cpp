@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A sweep from the command line to its files.
 #include "tools/command.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The public names of the kernels: the check that none is missing, and their flat argument lists, collected in a call
 // record. The macros for these expand inside a function whose parameters have the names of fastkernels.h.
 #pragma once

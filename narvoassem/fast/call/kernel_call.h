@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a kernel call holds: the flat argument lists of the public kernels, and the engine's own calls, as one record.
 // The families (zone, pixel, float) extend it by where their thresholds come from.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The options of a parameter block.
 #include "narvoassem/fast/call/kernel_table.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the tables of the kernel families share: a row for each kernel, and rows that say which settings select it, and
 // which further ones it reads. The tables are zone_table.h, pixel_table.h and float_table.h; from them come the code
 // that runs a kernel by its name, the choice of an inspection, the guard of its reads, the check of recipes, the names

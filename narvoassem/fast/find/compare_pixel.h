@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The comparison of one pixel in plain code: what find_row.cc does in vectors, and the values of a found hit. All
 // values live in 16-bit lanes: products and sums keep their low 16 bits, shifts are logical, the threshold test is
 // signed.

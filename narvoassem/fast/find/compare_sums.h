@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The comparison of two window sums in plain code: the arithmetic that find_sums.cc does in vectors.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Vector code of the derived rows, compiled once per instruction set.
 #include "narvoassem/fast/find/derive_rows.h"
 

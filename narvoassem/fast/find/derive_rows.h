@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Rows derived from an image's rows: means of 2 by 2 blocks, and sums over small windows. Their vector code
 // (derive_rows.cc) is compiled once per instruction set.
 #pragma once

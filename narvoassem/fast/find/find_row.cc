@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Vector code of the finder, compiled once per instruction set. One loop serves all variants: what differs is how
 // source and reference are read and where the threshold comes from, fixed at compile time.
 #include "narvoassem/fast/find/find_row.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The finder: for every pixel of one row of strips it gives one bit, whether the comparison exceeds its threshold.
 // It keeps only the bits; the values of a hit are computed again, in plain code, for the few that are set
 // (compare_pixel.h). Its vector code (find_row.cc) is compiled once per instruction set.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Vector code of the float family's finder, compiled once per instruction set.
 #include "narvoassem/fast/find/find_sums.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The finder of the float family: for every pixel of a row it gives one bit, whether the sums of two windows differ
 // by more than their threshold. Sums are computed before (derive_rows.h). Its vector code (find_sums.cc) is
 // compiled once per instruction set.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Named lane operations of the finders over the instruction set: 16-bit lanes for the arithmetic, 8-bit lanes
 // where a result is provably the same. Re-included once per instruction set.
 #if defined(NARVOASSEM_FAST_LANES_INL_H_) == defined(HWY_TARGET_TOGGLE)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Derived rows kept for as long as a scan needs them: a row made as the far reference is the source one pitch later.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The public names of the fast float kernels.
 #include "narvoassem/fastkernels.h"
 

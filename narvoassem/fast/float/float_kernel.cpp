@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The float kernels: one template, instantiated for each row of the table.
 #include <type_traits>
 

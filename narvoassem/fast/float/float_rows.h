@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The rows of a horizontal scan of the float family, in groups of 8 columns.
 #pragma once
 

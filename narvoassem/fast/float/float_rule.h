@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How a float kernel judges windows and pair records: the rule of its scan (scan.h). Hits hold
 // values in the scale of their window, records grey levels.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The rows of a vertical scan of the float family: of each strip first the left half from the top down, then the right.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The float kernels, and what selects them. Adding a kernel means an entry and a row here, its declaration in a public
 // header, and its public name in the file that its home asks for it (kernel_args.h).
 #pragma once

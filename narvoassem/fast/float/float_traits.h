@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What distinguishes the float kernels from each other: options, fixed at compile time. The kernels are the rows of
 // float_table.h.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The band rule: hits of one strip or row become pair records. A hit near the start edge may be a single; one near
 // the end edge represents its unseen partner one pitch ahead, mirrored; one in the middle needs a partner.
 #pragma once

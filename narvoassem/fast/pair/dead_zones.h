@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The dead zones of the parameters: rectangles in which records are dropped.
 #pragma once
 

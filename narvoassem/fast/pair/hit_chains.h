@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Hits on their way from the finder to pairing: rows are found whole, pairing goes strip by strip. Each strip, half
 // strip or row has a chain of its hits in order; the memory grows with the hits, not with the image.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The writing of pair records, the same for all kernels; a family decides which candidates are kept.
 #pragma once
 

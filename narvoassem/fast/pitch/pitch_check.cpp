@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The search for the true pitch: candidates upward, the first of least cost wins. The costs are in pitch_check_cost.cc.
 #include "narvoassem/assemutil.h"
 

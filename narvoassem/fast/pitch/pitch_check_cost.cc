@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Vector code of the pitch search. All lanes are 16 bits wide, where no sum of weighted 8-bit pixels can overflow.
 #include "narvoassem/fast/pitch/pitch_check_cost.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How badly a piece of image fails to repeat at a displacement: sums of differences, in wide vectors. The search over
 // displacements is in pitch_check.cpp. Displacements here are a whole part and a fraction 0 .. 15 in 1/16 pixel.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The public names of the fast pixel kernels.
 #include "narvoassem/fastkernels.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pixel kernels: one template, instantiated for each row of the table.
 #include "narvoassem/fast/call/kernel_call.h"
 #include "narvoassem/fast/pixel/pixel_rule.h"

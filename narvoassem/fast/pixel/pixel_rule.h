@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How a pixel kernel judges pixels and pair records: the rule of its scan (scan.h). Thresholds are
 // the same for the whole region, so there are no maps to walk.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What distinguishes the pixel kernels from each other: options, fixed at compile time. The kernels are the rows of
 // pixel_table.h.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The walk over the grid of zone cells: which cell's origin a strip, or a row, of a region uses. A map element is
 // addressed relative to the origin of its cell, so the walk turns a place in the image into a place in the maps.
 #pragma once

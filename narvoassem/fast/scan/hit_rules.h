@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How found pixels become hits: what the rules (scan.h) of single pixels share, and those of window sums.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The compare distance in fixed point.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The scan of a region, the same for all kernels. A row source says what is compared and in which order, strip by strip
 // or row by row, and a finder marks the pixels of whole rows; the plain comparison computes the values of the few
 // marked ones while their row is in the cache; a rule puts them into the hit arrays, and they are paired in the

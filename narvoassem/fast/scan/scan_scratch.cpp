@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Holds each thread's working memory.
 #include "narvoassem/fast/scan/scan_scratch.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Working memory of one scan. Each thread keeps its own between calls, so that repeating a similar call allocates
 // nothing; it is freed with the thread.
 #pragma once

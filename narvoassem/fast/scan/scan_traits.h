@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Options of a scan over single pixels, fixed at compile time.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The order in which a scan goes through a region, and its bands: what row sources (scan.h) share.
 #pragma once
 

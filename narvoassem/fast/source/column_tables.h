@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The tables of the column kernels: a displacement and eight weights for each block of 16 columns.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The rows of a scan over single pixels, or over means of 2 by 2 blocks.
 #pragma once
 

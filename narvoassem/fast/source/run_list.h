@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The runs of a row of strips, listed for the finder.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the row sources of the float and trapezium kernels share: the finder's row of window sums and its comparisons.
 #pragma once
 

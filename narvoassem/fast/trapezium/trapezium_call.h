@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a trapezium kernel call holds: the flat argument lists of the public kernels, and the engine's own calls, as
 // records.
 #pragma once

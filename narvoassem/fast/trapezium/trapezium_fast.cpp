@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The public names of the trapezium kernels.
 #include "narvoassem/fastkernels.h"
 

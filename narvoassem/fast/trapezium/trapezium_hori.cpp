@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The horizontal trapezium kernel: rows between two slanted sides, each compared along itself.
 #include <algorithm>
 #include <cstdint>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How the trapezium kernels judge windows and pair records: the rule of their scans (scan.h). Records
 // take position, polarity and peak; their other fields are left unchanged.
 #pragma once

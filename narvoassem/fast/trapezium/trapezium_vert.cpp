@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The vertical trapezium kernel: blocks of 16 columns between two slanted sides, each compared down its columns, its
 // left half first.
 #include <algorithm>

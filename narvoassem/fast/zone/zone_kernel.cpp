@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The zone kernels: one template, instantiated for each row of the table.
 #include "narvoassem/fast/call/kernel_call.h"
 #include "narvoassem/fast/source/pixel_source.h"

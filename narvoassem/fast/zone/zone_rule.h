@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How a zone kernel judges pixels and pair records: the rule of its scan (scan.h).
 #pragma once
 

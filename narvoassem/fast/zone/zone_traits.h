@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What distinguishes the zone kernels from each other: options, fixed at compile time. The kernels are the rows of
 // zone_table.h.
 #pragma once

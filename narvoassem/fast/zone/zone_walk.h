@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The walk over the zone cells as a scan asks for it: which map elements the strips of a row use.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Mean difference of a block of the image and the block one pitch on, for classification.
 #include <algorithm>
 #include <cstdint>

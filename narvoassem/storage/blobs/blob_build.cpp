@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The five builders: labelled pairs become blobs, appended to those held. Grouping, verification and the pair filters
 // are elsewhere; merging of the pieces comes after a build.
 #include <algorithm>

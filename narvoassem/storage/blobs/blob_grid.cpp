@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Construction of the grid.
 #include "narvoassem/storage/blobs/blob_grid.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Blobs by place: a hashed grid of square cells, for the walks that look for the blobs near a rectangle or a point.
 // What counts as near is tested by the walks; the grid only limits the candidates.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Merging of blobs that the grouping pass left apart: the plain walk, and for many blobs the same walk over a grid.
 #include <algorithm>
 #include <cstdint>

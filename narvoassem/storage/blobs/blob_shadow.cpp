@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Removal of ghosts: blobs of an edge band whose defect has a blob of its own one pitch inward.
 #include <cstdint>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the tidying steps share: dropping removed blobs. The walks that mark them are in files of their own.
 #pragma once
 

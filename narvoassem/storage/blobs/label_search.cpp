@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The chains of the label search.
 #include "narvoassem/storage/blobs/label_search.h"
 

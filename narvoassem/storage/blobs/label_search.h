@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Blobs by the label that opened them, from the newest to the oldest, those of earlier builds included.
 #pragma once
 

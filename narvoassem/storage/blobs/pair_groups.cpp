@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The grouping pass: the plain walk, and for long lists the same walk over an index. Types are never grouped together,
 // so each is handled by itself.
 #include "narvoassem/storage/blobs/pair_groups.h"

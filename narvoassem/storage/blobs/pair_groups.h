@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Grouping of neighbouring pairs under one label: the forward pass of a blob build.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The real-scale diameter of a blob.
 #include <algorithm>
 #include <cmath>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Working memory of the searches in this folder: one growing block per thread, so that repeating a similar call
 // allocates nothing; it is freed with the thread. The stores' own arrays are elsewhere.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Classification of singles after a vertical inspection: the image one pitch ahead and one pitch back shows on
 // which side of the compare the defect lies.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The six block differences; one sum along each axis serves all of them.
 #include "narvoassem/storage/filters/convolution_difference.h"
 

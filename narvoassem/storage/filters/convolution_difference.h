@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Difference of a small block of the image and the block at a sub-pixel distance along one axis: source minus
 // reference. The pair filters decide with it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which filters test a pair record, and their answers.
 #pragma once
 

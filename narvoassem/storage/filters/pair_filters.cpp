@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pair filters: each compares a pair's pixel once more with another reference and returns 1 when the pair is real,
 // 0 when it is false. The walks mark false pairs; nothing is deleted here.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Verification of pairs at short pitches: a pair that matches the image one short pitch away is pattern, not defect.
 // Classification uses its window sums, too.
 #include "narvoassem/storage/filters/pitch_verify.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Verification of a pair against the short pitches of its zone, for a caller that verifies many pairs.
 #pragma once
 

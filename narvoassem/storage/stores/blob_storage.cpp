@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The blob store: allocation, access, gathering. Building, tidying, classification and verification are in files
 // of their own.
 #include "narvoassem/blobstorage.h"

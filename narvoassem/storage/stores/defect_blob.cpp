@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The blob record: statistics, outline and shape of a group of pairs. Which pairs belong together, and which blobs
 // are merged, is decided by the blob store.
 #include "narvoassem/defectblob.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pair record.
 #include "narvoassem/defectpair.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Growth of a pair store that has to label more pairs than it was sized for.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pair store: allocation and access. Pairing walks and filters are in files of their own.
 #include "narvoassem/pairstorage.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The plain pairing walks over the hit arrays. The compare kernels implement the same rule with variants of their own.
 #include <cstdint>
 

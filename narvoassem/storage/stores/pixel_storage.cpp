@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The hit store: allocation of the parallel arrays, and plain access. Hits are filled in and paired elsewhere.
 #include "narvoassem/pixelstorage.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The arc tangent in plain additions, multiplications and divisions. That of the mathematics library chooses by
 // processor between forms with and without fused multiplication, which sometimes differ in the last place.
 #include "narvoassem/storage/stores/polar_angle.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The direction of a point, the same to the bit on every processor.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Allocation of the stores' arrays. A store's size is an int and its arrays have spare entries beyond it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A separate host: makes a periodic image with one defect, inspects it through the pool with the installed headers
 // and library alone, and fails unless exactly that defect comes back.
 #include <cmath>
