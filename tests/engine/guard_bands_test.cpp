@@ -98,7 +98,8 @@ TEST(GuardBands, RefusalsAreTheSameWithBandsAndWithout)
     int nGuarded = 0;
     int nSplit = 0;
 
-    for (const std::uint64_t nSeed : CaseSeeds("guard bands", nCases))
+    const std::vector<std::uint64_t> seeds = CaseSeeds("guard bands", nCases);
+    for (const std::uint64_t nSeed : seeds)
     {
         CRandom random(nSeed);
         const CGuardBase& base = *bases[static_cast<std::size_t>(random.Int(0, static_cast<int>(bases.size()) - 1))];
@@ -129,8 +130,12 @@ TEST(GuardBands, RefusalsAreTheSameWithBandsAndWithout)
         if (HasFailure())
             return;
     }
-    EXPECT_GT(nGuarded, nCases / 10);
-    EXPECT_GT(nSplit, nCases / 4);
+    // The changes must cover what they are meant for: all cases together do, a share of them need not.
+    if (static_cast<int>(seeds.size()) == nCases)
+    {
+        EXPECT_GT(nGuarded, nCases / 10);
+        EXPECT_GT(nSplit, nCases / 4);
+    }
 }
 
 } // namespace
