@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 # Sources that spend most of their time on the headers of OpenCV, JSON, command line and test libraries are compiled in
 # batches: several files of one folder as one, which reads the headers and compiles their templates once. Names in
-# unnamed namespaces must therefore be unique within a folder. Every file still compiles alone (scripts/lint).
+# unnamed namespaces must therefore be unique within a folder. Every file still compiles alone (scripts/check-includes).
 # They gain nothing from -O3, which takes longer and makes g++ warn of cases that cannot occur.
 option(NARVO_COMPILE_IN_BATCHES "Compile several source files of a folder as one" ON)
 

@@ -87,7 +87,7 @@ std::unique_ptr<LanePool> MakePool(const py::handle& lanes, const py::handle& ma
 }
 
 /// On an inspector that the calling thread keeps for its next call: what it works in takes longer to get than most
-/// images to inspect. Its room for blobs is the recipe's, so that no result depends on the calls before.
+/// images to inspect. The inspector finds room as each recipe asks for it: no result depends on the calls before.
 InspectionResult InspectOnOwn(const GreyView& image, const CheckedRecipe& recipe)
 {
     thread_local std::unique_ptr<Inspector> own;

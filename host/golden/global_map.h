@@ -73,6 +73,23 @@ private:
     std::array<double, 4> m_turn; ///< of the rotation
 };
 
+/// Places in the reference by a map and its seam, for many pixels.
+class SteppedMap
+{
+public:
+    explicit SteppedMap(const GlobalMap& map) : m_affine(map.Affine()), m_seam(map.SeamWithStep()) {}
+
+    RealPoint At(double x, double y) const
+    {
+        const RealPoint place = Apply(m_affine, x, y);
+        return m_seam && m_seam->IsBehind(x, y) ? RealPoint{place.x + m_seam->step.x, place.y + m_seam->step.y} : place;
+    }
+
+private:
+    AffineMap m_affine;
+    std::optional<Seam> m_seam;
+};
+
 GlobalMap MakeGlobalMap(int width, int height);
 
 /// The limits that the settings set for a reference of another size than the image: the smaller one may lie anywhere

@@ -12,6 +12,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "host/image/cv_image.h"
+#include "host/inspect/elapsed.h"
 #include "host/zones/region_maps.h"
 
 namespace narvo
@@ -25,8 +26,6 @@ constexpr int nColumnGroup = 16;  // a horizontal comparison ends at a multiple 
 constexpr int nMergeDistance = 0; // pieces of one blob whose boxes touch
 constexpr double dFewDirections = 0.1;
 constexpr short nNoDifference = 256; // a threshold that no difference exceeds
-
-using Clock = std::chrono::steady_clock;
 
 /// Recipe of the comparison from tile to tile.
 Recipe MakeRecipe(int pitch, int height, const GoldenSettings& settings, std::shared_ptr<const RegionMaps> maps)
@@ -146,10 +145,10 @@ void MoveIntoImage(Blob& blob, int pitch)
 
 GoldenResult InspectGolden(Inspector& inspector, int lane, const GoldenModel& model, const GreyImage& image)
 {
-    const auto start = Clock::now();
+    const auto start = std::chrono::steady_clock::now();
     const Registration registration = RegisterImage(model.Mean(), image, model.Settings().registration);
     GoldenResult result = InspectRegistered(inspector, lane, model, image, registration);
-    result.inspection.totalMilliseconds = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+    result.inspection.totalMilliseconds = MillisecondsSince(start);
     return result;
 }
 

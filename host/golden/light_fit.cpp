@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "host/golden/robust_light.h"
+
 namespace narvo
 {
 
@@ -355,15 +357,14 @@ Light FitLight(const GreyImage& reference, const GreyImage& image, const GreyIma
         slow.nodes = NodesOf(lights, grid);
         parts = SumParts(reference, image, inside, slow, grid, scale);
     }
-    double sum = 0.0;
-    double squares = 0.0;
-    for (std::size_t i = 0; i < parts.size(); ++i)
+    const auto losses = [](const std::vector<PartSums>& sums)
     {
-        const double gain = uniform[i].loss - parts[i].loss;
-        sum += gain;
-        squares += gain * gain;
-    }
-    return sum > 0.0 && sum * sum > dSlowProof * dSlowProof * squares ? slow : light;
+        std::vector<double> values;
+        for (const PartSums& part : sums)
+            values.push_back(part.loss);
+        return values;
+    };
+    return IsImprovement(losses(uniform), losses(parts), dSlowProof) ? slow : light;
 }
 
 } // namespace narvo

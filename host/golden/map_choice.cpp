@@ -22,14 +22,6 @@ constexpr int nSeamMargin = 24;    // pixels beside the line that say nothing of
 constexpr int nSeamSearch = 24;    // pixels to either side
 constexpr int nSeamRim = 16;       // pixels from a border: what lies beyond is too little to be displaced by itself
 
-bool Explains(const EdgeLevel& level, const FittedMap& simple, const FittedMap& rich, double proof = dProof)
-{
-    // One scale for both: that of the better fit.
-    const double scale = std::min(simple.differences.scale, rich.differences.scale);
-    return IsImprovement(BlockLosses(level.Points(), simple.look, rich.look, simple.differences, scale, -1),
-                         BlockLosses(level.Points(), rich.look, simple.look, rich.differences, scale, -1), proof);
-}
-
 /// The simplest model that no richer one improves. `richest` is the richest map of the level before, from which each
 /// model starts, and becomes that of this level.
 void Choose(const EdgeLevel& level, const MapFit& fit, const MapLimits& limits, GlobalMap& richest, ChosenMap& chosen)
@@ -47,7 +39,7 @@ void Choose(const EdgeLevel& level, const MapFit& fit, const MapLimits& limits, 
         FittedMap rich = fit.Fit(carried, model, nSteps);
         if (rich.differences.scale < dLost * chosen.fitted.differences.scale)
             richest = rich.map;
-        if (Explains(level, chosen.fitted, rich))
+        if (Explains(level.Points(), chosen.fitted, rich))
         {
             chosen.fitted = std::move(rich);
             chosen.model = model;
@@ -112,7 +104,7 @@ GlobalMap ChooseStart(const EdgeLevel& level, const std::vector<GlobalMap>& cand
         looked.map = candidate;
         LookThrough(level, looked.map, looked.look);
         StartLight(level.Points(), looked.look, looked.differences);
-        if (chosen.look.value.empty() || Explains(level, chosen, looked))
+        if (chosen.look.value.empty() || Explains(level.Points(), chosen, looked))
             chosen = std::move(looked);
     }
     return chosen.map;
@@ -160,7 +152,7 @@ std::optional<ChosenMap> ChooseSeam(const std::vector<EdgeLevel>& levels, const 
             map.seam = seam;
             FittedMap rich = fit.Fit(map, chosen.model, nSteps);
             if (std::hypot(rich.map.terms[MapTerm_SeamX], rich.map.terms[MapTerm_SeamY]) >= dLeastStep &&
-                Explains(level, plain, rich))
+                Explains(level.Points(), plain, rich))
                 stepped = ChosenMap{std::move(rich), chosen.model};
         }
         if (i == 0 && stepped)
@@ -175,7 +167,7 @@ std::optional<ChosenMap> ChooseSeam(const std::vector<EdgeLevel>& levels, const 
     KeepBand(points, *rich.map.seam, nSeamMargin, std::numeric_limits<int>::max(), plain.look);
     KeepBand(points, *rich.map.seam, nSeamMargin, std::numeric_limits<int>::max(), rich.look);
     if (std::hypot(rich.map.terms[MapTerm_SeamX], rich.map.terms[MapTerm_SeamY]) < dLeastStep ||
-        !Explains(levels.front(), plain, rich, dSeamProof))
+        !Explains(points, plain, rich, dSeamProof))
         return {};
     return stepped;
 }

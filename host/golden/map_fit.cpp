@@ -93,18 +93,9 @@ std::vector<MapTerms> Free(const std::vector<MapTerms>& directions, const MapTer
 
 void LookThrough(const EdgeLevel& level, const GlobalMap& map, PointLook& look)
 {
-    const AffineMap affine = map.Affine();
-    const std::optional<Seam> seam = map.SeamWithStep();
+    const SteppedMap places(map);
     const EdgePoints& points = level.Points();
-    level.Look(
-        [&](std::size_t i)
-        {
-            RealPoint place = Apply(affine, points.x[i], points.y[i]);
-            if (seam && seam->IsBehind(points.x[i], points.y[i]))
-                place = {place.x + seam->step.x, place.y + seam->step.y};
-            return place;
-        },
-        look);
+    level.Look([&](std::size_t i) { return places.At(points.x[i], points.y[i]); }, look);
 }
 
 MapFit::MapFit(const EdgeLevel& level, const MapLimits& limits, const GlobalMap& start)
@@ -183,12 +174,7 @@ std::optional<Seam> MapFit::FindSeam(const FittedMap& fitted, Registration::Mode
         {
             behind.Add(strips[static_cast<std::size_t>(strip)]);
             NormalSums both = all;
-            const auto set = [&](int i, int j, double value)
-            {
-                const int a = std::min(i, j);
-                const int b = std::max(i, j);
-                both.square[static_cast<std::size_t>(a * nUnknowns - a * (a - 1) / 2 + b - a)] = value;
-            };
+            const auto set = [&](int i, int j, double value) { both.square[NormalSums::Place(i, j)] = value; };
             for (const int axis : {0, 1})
             {
                 const int step = MapTerm_SeamX + axis;

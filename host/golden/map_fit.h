@@ -13,12 +13,10 @@ namespace narvo
 {
 
 /// A map and how it explains the points.
-struct FittedMap
+struct FittedMap : PointFit
 {
     GlobalMap map;
     bool atLimit = false;
-    PointLook look;
-    Differences differences;
 };
 
 /// A fit of one level's points.

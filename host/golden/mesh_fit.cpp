@@ -156,15 +156,10 @@ public:
     MeshLook(const EdgeLevel& level, const FittedMap& fitted) : m_level(level)
     {
         const EdgePoints& points = level.Points();
-        const AffineMap affine = fitted.map.Affine();
-        const std::optional<Seam> seam = fitted.map.SeamWithStep();
+        const SteppedMap map(fitted.map);
         m_places.resize(points.Size());
         for (std::size_t i = 0; i < points.Size(); ++i)
-        {
-            m_places[i] = Apply(affine, points.x[i], points.y[i]);
-            if (seam && seam->IsBehind(points.x[i], points.y[i]))
-                m_places[i] = {m_places[i].x + seam->step.x, m_places[i].y + seam->step.y};
-        }
+            m_places[i] = map.At(points.x[i], points.y[i]);
     }
 
     void Look(const OffsetMesh& mesh, PointLook& look) const
@@ -252,7 +247,7 @@ void FitLevel(const EdgeLevel& level, const FittedMap& fitted, double reach, Fit
 
 FittedMesh FitMesh(const std::vector<EdgeLevel>& levels, const FittedMap& fitted, int width, int height, int spacing)
 {
-    const FittedMesh plain{{}, fitted.look, fitted.differences};
+    const FittedMesh plain{fitted, {}};
     if (spacing == 0)
         return plain;
     const double reach = spacing / 8.0; // keeps the mesh from folding, and from doing what the limits forbid
@@ -270,9 +265,7 @@ FittedMesh FitMesh(const std::vector<EdgeLevel>& levels, const FittedMap& fitted
             // Held against the points that the mesh does not know.
             FittedMesh tried = state;
             FitLevel(level, fitted, reach, tried, 0);
-            const double scale = std::min(tried.differences.scale, plain.differences.scale);
-            if (!IsImprovement(BlockLosses(level.Points(), plain.look, tried.look, plain.differences, scale, 1),
-                               BlockLosses(level.Points(), tried.look, plain.look, tried.differences, scale, 1)))
+            if (!Explains(level.Points(), plain, tried, dProof, 1))
                 return plain;
         }
         FitLevel(level, fitted, reach, state, -1);
@@ -281,13 +274,6 @@ FittedMesh FitMesh(const std::vector<EdgeLevel>& levels, const FittedMap& fitted
     for (std::size_t node = 0; node < state.mesh.x.size(); ++node)
         longest = std::max<double>(longest, std::hypot(state.mesh.x[node], state.mesh.y[node]));
     return longest < dLeastOffset * levels.front().Scale() ? plain : state;
-}
-
-bool Explains(const EdgeLevel& level, const FittedMesh& simple, const FittedMesh& rich)
-{
-    const double scale = std::min(simple.differences.scale, rich.differences.scale);
-    return IsImprovement(BlockLosses(level.Points(), simple.look, rich.look, simple.differences, scale, -1),
-                         BlockLosses(level.Points(), rich.look, simple.look, rich.differences, scale, -1));
 }
 
 } // namespace narvo

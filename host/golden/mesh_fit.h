@@ -11,19 +11,14 @@ namespace narvo
 {
 
 /// A mesh on top of a global map, and what both leave over at the points of the finest level.
-struct FittedMesh
+struct FittedMesh : PointFit
 {
     OffsetMesh mesh; ///< empty where the global map is as good
-    PointLook look;
-    Differences differences;
 };
 
 /// A mesh for an image of that size, with nodes `spacing` pixels apart (0: none), on top of the global map; empty
 /// unless it explains points that it was not fitted to better than the global map does, by more than the scatter of the
 /// blocks. `levels` has the finest first.
 FittedMesh FitMesh(const std::vector<EdgeLevel>& levels, const FittedMap& fitted, int width, int height, int spacing);
-
-/// Whether the second leaves less over than the first, by more than the scatter of the blocks.
-bool Explains(const EdgeLevel& level, const FittedMesh& simple, const FittedMesh& rich);
 
 } // namespace narvo

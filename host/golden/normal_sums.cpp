@@ -46,11 +46,11 @@ void NormalSums::EliminateOffset()
     difference = 0.0;
 }
 
-double NormalSums::Square(int i, int j) const
+std::size_t NormalSums::Place(int i, int j)
 {
     const int a = std::min(i, j);
     const int b = std::max(i, j);
-    return square[static_cast<std::size_t>(a * nUnknowns - a * (a - 1) / 2 + b - a)];
+    return static_cast<std::size_t>(a * nUnknowns - a * (a - 1) / 2 + b - a);
 }
 
 NormalStep SolveStep(const std::vector<NormalSums>& blocks, const std::vector<MapTerms>& directions,

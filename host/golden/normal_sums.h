@@ -42,7 +42,9 @@ struct NormalSums
     void Add(const NormalSums& other);
     /// Takes the group's own offset out of score and square.
     void EliminateOffset();
-    double Square(int i, int j) const;
+    /// Where `square` holds the product of two unknowns, in either order.
+    static std::size_t Place(int i, int j);
+    double Square(int i, int j) const { return square[Place(i, j)]; }
 };
 
 /// One step: what the directions' amounts should change by.

@@ -25,7 +25,6 @@ namespace
 {
 
 constexpr double dLeastStructure = 0.1; // grey levels per pixel, root mean square along the strongest direction
-constexpr float fSeamMargin = 24.0F;    // pixels
 constexpr int nSeamLine = 8;            // pixels: an edge that lies elsewhere there makes no seam
 constexpr int nSeamReach = 64;
 constexpr std::size_t nLeastPoints = 8000;
@@ -162,7 +161,7 @@ Registration RegisterImage(const GreyImage& reference, const GreyImage& image, c
         FittedMesh steppedBeside = beside;
         KeepBand(points, seam, nSeamLine, nSeamReach, plainBeside.look);
         KeepBand(points, seam, nSeamLine, nSeamReach, steppedBeside.look);
-        if (Explains(levels.front(), plainBeside, steppedBeside))
+        if (Explains(points, plainBeside, steppedBeside))
         {
             chosen = std::move(*stepped);
             mesh = std::move(beside);

@@ -26,6 +26,22 @@ double Median(std::vector<float>& values)
     return *middle;
 }
 
+/// Loss of each block, of the points that both looks have inside, by that scale.
+std::vector<double> BlockLosses(const EdgePoints& points, const PointLook& look, const PointLook& other,
+                                const Differences& differences, double scale, int half)
+{
+    std::vector<double> losses(points.Blocks(), 0.0);
+    for (std::size_t block = 0; block < points.Blocks(); ++block)
+        for (std::size_t i = points.blocks[block]; i < points.blocks[block + 1]; ++i)
+        {
+            if (look.inside[i] == 0 || other.inside[i] == 0 || points.odd[i] == 1 - half)
+                continue;
+            const double ratio = differences.difference[i] / scale;
+            losses[block] += std::log1p(ratio * ratio);
+        }
+    return losses;
+}
+
 } // namespace
 
 void StartLight(const EdgePoints& points, const PointLook& look, Differences& differences)
@@ -107,21 +123,6 @@ void CentreOffsets(const EdgePoints& points, const PointLook& look, Differences&
     Differ(points, look, differences);
 }
 
-std::vector<double> BlockLosses(const EdgePoints& points, const PointLook& look, const PointLook& other,
-                                const Differences& differences, double scale, int half)
-{
-    std::vector<double> losses(points.Blocks(), 0.0);
-    for (std::size_t block = 0; block < points.Blocks(); ++block)
-        for (std::size_t i = points.blocks[block]; i < points.blocks[block + 1]; ++i)
-        {
-            if (look.inside[i] == 0 || other.inside[i] == 0 || points.odd[i] == 1 - half)
-                continue;
-            const double ratio = differences.difference[i] / scale;
-            losses[block] += std::log1p(ratio * ratio);
-        }
-    return losses;
-}
-
 bool IsImprovement(const std::vector<double>& simple, const std::vector<double>& rich, double proof)
 {
     double sum = 0.0;
@@ -133,6 +134,14 @@ bool IsImprovement(const std::vector<double>& simple, const std::vector<double>&
         squares += gain * gain;
     }
     return sum > 0.0 && sum * sum > proof * proof * squares;
+}
+
+bool Explains(const EdgePoints& points, const PointFit& simple, const PointFit& rich, double proof, int half)
+{
+    // One scale for both: that of the better fit.
+    const double scale = std::min(simple.differences.scale, rich.differences.scale);
+    return IsImprovement(BlockLosses(points, simple.look, rich.look, simple.differences, scale, half),
+                         BlockLosses(points, rich.look, simple.look, rich.differences, scale, half), proof);
 }
 
 } // namespace narvo

@@ -38,15 +38,24 @@ void Differ(const EdgePoints& points, const PointLook& look, Differences& differ
 /// Offsets that make the blocks' weighted mean differences 0, where gain and map are set.
 void CentreOffsets(const EdgePoints& points, const PointLook& look, Differences& differences);
 
-/// Loss of each block, of the points that both looks have inside, by that scale. `half`: 0 or 1 for the points of one
-/// colour of the chequerboard, anything else for all.
-std::vector<double> BlockLosses(const EdgePoints& points, const PointLook& look, const PointLook& other,
-                                const Differences& differences, double scale, int half);
+/// The points under a map, and what it leaves over.
+struct PointFit
+{
+    PointLook look;
+    Differences differences;
+};
 
 /// Standard errors by which a richer map must be better.
 constexpr double dProof = 3.0;
 
-/// Whether the blocks' losses fall from the simple to the rich by more than `proof` standard errors of their scatter.
-bool IsImprovement(const std::vector<double>& simple, const std::vector<double>& rich, double proof = dProof);
+/// Whether the losses of an image's parts fall from the simple to the rich by more than `proof` standard errors of
+/// their scatter.
+bool IsImprovement(const std::vector<double>& simple, const std::vector<double>& rich, double proof);
+
+/// Whether the rich map leaves less over than the simple one at the points that both have inside, by more than `proof`
+/// standard errors of the blocks' scatter. `half`: 0 or 1 for the points of one colour of the chequerboard, anything
+/// else for all.
+bool Explains(const EdgePoints& points, const PointFit& simple, const PointFit& rich, double proof = dProof,
+              int half = -1);
 
 } // namespace narvo

@@ -190,8 +190,8 @@ GreyImage ReduceToGrey(const std::filesystem::path& file, const cv::Mat& loaded)
                 Refuse(file, "16-bit value " + std::to_string(source[0]) + Place(x, y), szLossless);
             target[x] = static_cast<std::uint8_t>(sizeof(T) == 2 ? source[0] / nWordPerByte : source[0]);
         }
-        std::fill(target + loaded.cols, target + image.Stride(), target[loaded.cols - 1]);
     }
+    image.FillUpRows();
     return image;
 }
 
