@@ -23,15 +23,16 @@ bool IsSame(const Blob& reported, const CDefectBlob& blob)
 
 } // namespace
 
-const ChainLink* Explanation::Own() const
+const CChainLink* Explanation::Own() const
 {
-    return chain.asked >= 0 ? &chain.links[static_cast<std::size_t>(chain.asked)] : nullptr;
+    return chain.nAsked >= 0 ? &chain.links[static_cast<std::size_t>(chain.nAsked)] : nullptr;
 }
 
-const ChainLink* Explanation::Before() const
+const CChainLink* Explanation::Before() const
 {
-    for (const ChainLink& link : chain.links)
-        if ((horizontal ? link.pixel.place.x : link.pixel.place.y) == (horizontal ? place.x : place.y) - hop)
+    for (const CChainLink& link : chain.links)
+        if ((horizontal ? link.pixel.ptPlace.x : link.pixel.ptPlace.y) ==
+            (horizontal ? place.x : place.y) - kernel.nHop)
             return &link;
     return nullptr;
 }
@@ -113,33 +114,29 @@ private:
 
     void TellComparison(Explanation& told, ReplayedPass& pass)
     {
-        const KernelProbe& probe = m_passes->Probe(pass);
-        told.kernel = probe.Name();
-        told.units = probe.Units();
-        told.hop = probe.Hop();
-        told.firstBandEnd = probe.FirstBandEnd();
-        told.lastBandStart = probe.LastBandStart();
+        const CKernelTrace& probe = m_passes->Probe(pass);
+        told.kernel = probe.Properties();
         told.chain = probe.Pair(told.place.x, told.place.y);
-        if (const ChainLink* own = told.Own())
+        if (const CChainLink* own = told.Own())
             TellLink(told, *own, "It", m_block, m_image);
         else
             told.why.push_back("It is not compared with anything further on: the scan has no room for that here.");
-        if (const ChainLink* before = told.Before())
-            TellLink(told, *before, "The pixel " + At(before->pixel.place), m_block, m_image);
+        if (const CChainLink* before = told.Before())
+            TellLink(told, *before, "The pixel " + At(before->pixel.ptPlace), m_block, m_image);
     }
 
     Explanation EndWithoutRecord(Explanation& told)
     {
-        if (told.kernel.empty())
+        if (told.kernel.pWords == nullptr)
             return End(told, Outcome::NoHit, "The engine wrote no record for it.");
-        const ChainLink* own = told.Own();
-        const ChainLink* before = told.Before();
-        const bool hit = (own != nullptr && own->pixel.hit) || (before != nullptr && before->pixel.hit);
+        const CChainLink* own = told.Own();
+        const CChainLink* before = told.Before();
+        const bool hit = (own != nullptr && own->pixel.bHit) || (before != nullptr && before->pixel.bHit);
         if (hit)
             return End(told, Outcome::NoRecord, NoRecordText(told, own, before));
         if (own == nullptr && before == nullptr)
             return End(told, Outcome::OutsideScan, "No comparison reaches it.");
-        if (own != nullptr && own->pixel.skipped)
+        if (own != nullptr && own->pixel.bSkipped)
             return End(told, Outcome::Skipped, "It is not looked at, since its cell is skipped.");
         return End(told, Outcome::NoHit, "No comparison that could report it exceeds its threshold.");
     }

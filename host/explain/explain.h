@@ -60,13 +60,9 @@ struct Explanation
     int pass = 0; ///< 0, or the number of re-runs before
     int passes = 1;
 
-    std::string kernel; ///< in words; empty where no kernel at a pitch ran
     bool horizontal = false;
-    int units = 1; ///< of source, reference and threshold in one grey level
-    int hop = 0;   ///< distance of partners, pixels
-    int firstBandEnd = 0;
-    int lastBandStart = 0;
-    ProbedChain chain; ///< comparisons at all pixels that lie whole hops before and behind
+    CKernelProperties kernel; ///< without a name where no kernel at a pitch ran
+    CChainTrace chain;        ///< comparisons at all pixels that lie whole hops before and behind
 
     std::optional<CDefectPair> record; ///< at the pixel, as the kernel wrote it
     std::vector<FilterAnswer> filters; ///< empty where none is asked
@@ -74,9 +70,9 @@ struct Explanation
     std::vector<std::string> why; ///< the way of the pixel in sentences, ending with the outcome
 
     /// The pixel's own comparison with what lies one distance on; null where there is none.
-    const ChainLink* Own() const;
+    const CChainLink* Own() const;
     /// The comparison one distance before, whose reference this pixel is; null where there is none.
-    const ChainLink* Before() const;
+    const CChainLink* Before() const;
 };
 
 /// Explains pixels of one inspection. The inspection is run once, and its passes are replayed as they are asked for.

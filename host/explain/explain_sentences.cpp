@@ -15,21 +15,24 @@ namespace
 
 std::string Grey(const Explanation& told, int value)
 {
-    if (told.units == 1)
+    if (told.kernel.nUnits == 1)
         return std::to_string(value);
-    return FormatNumber(static_cast<double>(value * 100 / told.units) / 100.0);
+    return FormatNumber(static_cast<double>(value * 100 / told.kernel.nUnits) / 100.0);
 }
 
 /// The two pixels that a plain reference lies between; nothing where it is made of more.
-void TellSamples(Explanation& told, const ProbedPixel& pixel, const CConvParam& param, const GreyImage& image)
+void TellSamples(Explanation& told, const CPixelTrace& pixel, const CConvParam& param, const GreyImage& image)
 {
-    const int fraction = pixel.pitch16 & 15;
-    if (told.units != 1 || fraction == 0 || param.bAverage2by2 != 0 || param.fVtdPitch != 0.0F ||
+    const int fraction = pixel.nPitch16 & 15;
+    if (told.kernel.nUnits != 1 || fraction == 0 || param.bAverage2by2 != 0 || param.fVtdPitch != 0.0F ||
         (told.horizontal && param.pConvPitchTable != nullptr))
         return;
-    const int whole = pixel.pitch16 >> 4;
+    const int whole = pixel.nPitch16 >> 4;
     const auto place = [&](int by)
-    { return told.horizontal ? CPoint(pixel.place.x + by, pixel.place.y) : CPoint(pixel.place.x, pixel.place.y + by); };
+    {
+        return told.horizontal ? CPoint(pixel.ptPlace.x + by, pixel.ptPlace.y)
+                               : CPoint(pixel.ptPlace.x, pixel.ptPlace.y + by);
+    };
     const CPoint near = place(whole);
     const CPoint far = place(whole + 1);
     if (far.x >= image.Width() || far.y >= image.Height())
@@ -61,33 +64,33 @@ std::string BandName(int band)
     return band == DefectPos_First ? "first" : band == DefectPos_Last ? "last" : "middle";
 }
 
-void TellLink(Explanation& told, const ChainLink& link, const std::string& who, const CConvParam& param,
+void TellLink(Explanation& told, const CChainLink& link, const std::string& who, const CConvParam& param,
               const GreyImage& image)
 {
     const bool own = &link == told.Own();
-    const ProbedPixel& pixel = link.pixel;
-    std::string text = who + " is compared with what lies " + FormatNumber(pixel.pitch16 / 16.0) + " pixels " +
+    const CPixelTrace& pixel = link.pixel;
+    std::string text = who + " is compared with what lies " + FormatNumber(pixel.nPitch16 / 16.0) + " pixels " +
                        (told.horizontal ? "to the right" : "below") + (own ? "" : ", which is here") + ": " +
-                       Grey(told, pixel.source) + " against " + Grey(told, pixel.reference) + ", a difference of " +
+                       Grey(told, pixel.nSrc) + " against " + Grey(told, pixel.nCmp) + ", a difference of " +
                        Grey(told, std::abs(pixel.Difference())) + " where the threshold is " +
-                       Grey(told, pixel.threshold);
-    if (pixel.thresholdBase >= 0)
-        text += " (" + std::to_string(pixel.thresholdBase) + " + " + std::to_string(pixel.thresholdGain) + "/256 of " +
-                std::to_string(std::max(pixel.source, pixel.reference)) + ")";
+                       Grey(told, pixel.nThreshold);
+    if (pixel.nThresholdBase >= 0)
+        text += " (" + std::to_string(pixel.nThresholdBase) + " + " + std::to_string(pixel.nThresholdGain) +
+                "/256 of " + std::to_string(std::max(pixel.nSrc, pixel.nCmp)) + ")";
     told.why.push_back(text + ".");
     if (own)
         TellSamples(told, pixel, param, image);
-    if (own && pixel.inCell)
-        told.why.push_back("It lies in zone " + std::to_string(pixel.zone) + ", at " + At(pixel.cellPlace) +
-                           " of the zone cell that begins at " + At(pixel.cellOrigin) + ".");
-    if (pixel.skipped)
+    if (own && pixel.bInCell)
+        told.why.push_back("It lies in zone " + std::to_string(pixel.nZone) + ", at " + At(pixel.ptInCell) +
+                           " of the zone cell that begins at " + At(pixel.ptCell) + ".");
+    if (pixel.bSkipped)
         told.why.push_back("Its cell is skipped.");
-    else if (!pixel.hit)
+    else if (!pixel.bHit)
         told.why.push_back("That is no hit.");
     else
-        told.why.push_back("That is a hit, " + std::string(pixel.bright ? "brighter" : "darker") +
-                           " than what it is compared with, in the " + BandName(link.band) +
-                           " band: " + FateName(link.fate) + ".");
+        told.why.push_back("That is a hit, " + std::string(pixel.bBright ? "brighter" : "darker") +
+                           " than what it is compared with, in the " + BandName(link.ePos) +
+                           " band: " + FateName(link.eFate) + ".");
 }
 
 std::string PlainModeText(const Recipe& recipe)
@@ -114,19 +117,19 @@ std::string RecordText(const CDefectPair& record)
     return text + ".";
 }
 
-std::string NoRecordText(const Explanation& told, const ChainLink* own, const ChainLink* before)
+std::string NoRecordText(const Explanation& told, const CChainLink* own, const CChainLink* before)
 {
     // The hit at the pixel itself says more than the one before it.
-    const bool ownHit = own != nullptr && own->pixel.hit;
-    const ChainLink& link = ownHit ? *own : *before;
-    const std::string place = "the pixel " + At(link.pixel.place);
-    switch (link.fate)
+    const bool ownHit = own != nullptr && own->pixel.bHit;
+    const CChainLink& link = ownHit ? *own : *before;
+    const std::string place = "the pixel " + At(link.pixel.ptPlace);
+    switch (link.eFate)
     {
     case HitFate::Paired:
         return ownHit ? "The defect lies one distance on, where the partner is: the record stands there."
                       : "The record of " + place + " stands elsewhere.";
     case HitFate::Single:
-        return ownHit && link.band == DefectPos_Last
+        return ownHit && link.ePos == DefectPos_Last
                    ? "In the last band the defect is taken to lie one distance on: the record stands there."
                    : "The hit stands alone at " + place + ": the record stands there.";
     case HitFate::PairRefused:
@@ -136,11 +139,11 @@ std::string NoRecordText(const Explanation& told, const ChainLink* own, const Ch
         return "The hit of " + place +
                " would stand alone, but singles are not kept, or it does not rise enough above its threshold.";
     case HitFate::Blocked:
-        return "The hit " + std::to_string(told.hop) + " pixels on from " + place +
+        return "The hit " + std::to_string(told.kernel.nHop) + " pixels on from " + place +
                " cannot be its partner: it has the same polarity, is taken, or stands behind a farther one in the "
                "kernel's list. So there is no record.";
     case HitFate::NoPartner:
-        return "The hit of " + place + " has no partner of the other polarity " + std::to_string(told.hop) +
+        return "The hit of " + place + " has no partner of the other polarity " + std::to_string(told.kernel.nHop) +
                " pixels on, and in the middle band a hit without partner gives nothing.";
     case HitFate::Consumed:
         return ownHit ? "The hit is the second one of a pair that the kernel refused."

@@ -20,7 +20,7 @@ std::string BandName(int band);
 
 /// A comparison, and what came of it; `who` is the pixel whose comparison it is. The asked pixel's own one is told with
 /// the two pixels that its reference lies between, and its place in the zone cell.
-void TellLink(Explanation& told, const ChainLink& link, const std::string& who, const CConvParam& param,
+void TellLink(Explanation& told, const CChainLink& link, const std::string& who, const CConvParam& param,
               const GreyImage& image);
 
 /// What is a defect in the modes without a kernel at a pitch.
@@ -30,6 +30,6 @@ std::string PlainModeText(const Recipe& recipe);
 std::string RecordText(const CDefectPair& record);
 
 /// Why a hit at the asked pixel, or one distance before it, left no record there. Either may be null, not both.
-std::string NoRecordText(const Explanation& told, const ChainLink* own, const ChainLink* before);
+std::string NoRecordText(const Explanation& told, const CChainLink* own, const CChainLink* before);
 
 } // namespace narvo

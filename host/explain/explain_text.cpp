@@ -30,34 +30,34 @@ double Grey(int value, int units)
     return static_cast<double>(value) / units;
 }
 
-ordered_json LinkToJson(const ChainLink& link, int units)
+ordered_json LinkToJson(const CChainLink& link, int units)
 {
-    const ProbedPixel& pixel = link.pixel;
-    ordered_json entry = {{"x", pixel.place.x},
-                          {"y", pixel.place.y},
-                          {"distance", pixel.pitch16 / 16.0},
-                          {"value", Grey(pixel.source, units)},
-                          {"reference", Grey(pixel.reference, units)},
+    const CPixelTrace& pixel = link.pixel;
+    ordered_json entry = {{"x", pixel.ptPlace.x},
+                          {"y", pixel.ptPlace.y},
+                          {"distance", pixel.nPitch16 / 16.0},
+                          {"value", Grey(pixel.nSrc, units)},
+                          {"reference", Grey(pixel.nCmp, units)},
                           {"difference", Grey(pixel.Difference(), units)},
-                          {"threshold", Grey(pixel.threshold, units)}};
-    if (pixel.thresholdBase >= 0)
-        entry["threshold_parts"] = {{"base", pixel.thresholdBase},
-                                    {"gain", pixel.thresholdGain},
-                                    {"larger_value", std::max(pixel.source, pixel.reference)}};
-    if (pixel.inCell)
+                          {"threshold", Grey(pixel.nThreshold, units)}};
+    if (pixel.nThresholdBase >= 0)
+        entry["threshold_parts"] = {{"base", pixel.nThresholdBase},
+                                    {"gain", pixel.nThresholdGain},
+                                    {"larger_value", std::max(pixel.nSrc, pixel.nCmp)}};
+    if (pixel.bInCell)
     {
-        entry["zone"] = pixel.zone;
-        entry["cell"] = {{"origin_x", pixel.cellOrigin.x},
-                         {"origin_y", pixel.cellOrigin.y},
-                         {"x", pixel.cellPlace.x},
-                         {"y", pixel.cellPlace.y},
-                         {"skipped", pixel.skipped}};
+        entry["zone"] = pixel.nZone;
+        entry["cell"] = {{"origin_x", pixel.ptCell.x},
+                         {"origin_y", pixel.ptCell.y},
+                         {"x", pixel.ptInCell.x},
+                         {"y", pixel.ptInCell.y},
+                         {"skipped", pixel.bSkipped}};
     }
-    entry["hit"] = pixel.hit;
-    if (pixel.hit)
-        entry["polarity"] = PolarityName(pixel.bright);
-    entry["band"] = BandName(link.band);
-    entry["pairing"] = FateName(link.fate);
+    entry["hit"] = pixel.bHit;
+    if (pixel.bHit)
+        entry["polarity"] = PolarityName(pixel.bBright);
+    entry["band"] = BandName(link.ePos);
+    entry["pairing"] = FateName(link.eFate);
     return entry;
 }
 
@@ -100,8 +100,8 @@ std::string DescribeExplanation(const Explanation& told)
     if (told.blob > 0)
         out << ", defect " << told.blob;
     out << '\n';
-    if (!told.kernel.empty())
-        out << "kernel: " << told.kernel << '\n';
+    if (told.kernel.pWords != nullptr)
+        out << "kernel: " << told.kernel.pWords << '\n';
     out << '\n';
     for (const std::string& sentence : told.why)
         out << "  " << sentence << '\n';
@@ -112,17 +112,18 @@ std::string DescribeExplanation(const Explanation& told)
     constexpr int nNear = 3;
     const auto along = [&](const CPoint& place) { return told.horizontal ? place.x : place.y; };
     out << "\n  at, grey levels     value  reference  difference  threshold  band    pairing\n";
-    for (const ChainLink& link : told.chain.links)
+    for (const CChainLink& link : told.chain.links)
     {
-        const ProbedPixel& pixel = link.pixel;
-        if (std::abs(along(pixel.place) - along(told.place)) > nNear * told.hop)
+        const CPixelTrace& pixel = link.pixel;
+        if (std::abs(along(pixel.ptPlace) - along(told.place)) > nNear * told.kernel.nHop)
             continue;
         char line[160];
-        const bool asked = pixel.place == told.place;
+        const bool asked = pixel.ptPlace == told.place;
         std::snprintf(line, sizeof line, "%c %6d, %-6d %12.4g %10.4g %11.4g %10.4g  %-7s %s\n", asked ? '>' : ' ',
-                      pixel.place.x, pixel.place.y, Grey(pixel.source, told.units), Grey(pixel.reference, told.units),
-                      Grey(pixel.Difference(), told.units), Grey(pixel.threshold, told.units),
-                      BandName(link.band).c_str(), FateName(link.fate).c_str());
+                      pixel.ptPlace.x, pixel.ptPlace.y, Grey(pixel.nSrc, told.kernel.nUnits),
+                      Grey(pixel.nCmp, told.kernel.nUnits), Grey(pixel.Difference(), told.kernel.nUnits),
+                      Grey(pixel.nThreshold, told.kernel.nUnits), BandName(link.ePos).c_str(),
+                      FateName(link.eFate).c_str());
         out << line;
     }
     return out.str();
@@ -144,19 +145,19 @@ ordered_json ExplanationToJson(const Explanation& told)
                                {"pass", told.pass + 1},
                                {"passes", told.passes},
                                {"region", RectToJson(told.passRegion)}}}};
-    if (!told.kernel.empty())
+    if (told.kernel.pWords != nullptr)
     {
-        document["kernel"] = told.kernel;
-        document["partner_distance"] = told.hop;
-        document["first_band_end"] = told.firstBandEnd;
-        document["last_band_start"] = told.lastBandStart;
-        const auto link = [&](const ChainLink* one)
-        { return one != nullptr ? LinkToJson(*one, told.units) : ordered_json(nullptr); };
+        document["kernel"] = told.kernel.pWords;
+        document["partner_distance"] = told.kernel.nHop;
+        document["first_band_end"] = told.kernel.nFirstEnd;
+        document["last_band_start"] = told.kernel.nLastStart;
+        const auto link = [&](const CChainLink* one)
+        { return one != nullptr ? LinkToJson(*one, told.kernel.nUnits) : ordered_json(nullptr); };
         document["comparison"] = link(told.Own());
         document["comparison_before"] = link(told.Before());
         ordered_json chain = ordered_json::array();
-        for (const ChainLink& one : told.chain.links)
-            chain.push_back(LinkToJson(one, told.units));
+        for (const CChainLink& one : told.chain.links)
+            chain.push_back(LinkToJson(one, told.kernel.nUnits));
         document["chain"] = chain;
     }
     if (told.record)

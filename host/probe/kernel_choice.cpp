@@ -1,36 +1,29 @@
 // SPDX-License-Identifier: MIT
-// The kernel by the engine's tables.
+// The comparison of a kind of recipe.
 #include "host/probe/kernel_choice.h"
-
-#include "narvoassem/fast/float/float_table.h"
-#include "narvoassem/fast/pixel/pixel_table.h"
-#include "narvoassem/fast/zone/zone_table.h"
 
 namespace narvo
 {
 
-ChosenKernel ChooseKernel(Kind kind, Direction direction, engine::COptionSet options)
+engine::CSelectedKernel ChooseKernel(Kind kind, Direction direction, engine::COptionSet options)
 {
     using enum engine::KernelOption;
+    using engine::Comparison;
+    using engine::TraceSelection;
     const bool vertical = direction == Direction_Vertical;
-    const auto select = [](const auto& choices, engine::COptionSet given) -> ChosenKernel
-    {
-        const auto& choice = engine::SelectKernel(choices, given);
-        return {choice.pWords, choice.needs | choice.reads};
-    };
     switch (kind)
     {
     case Kind_Zone:
-        return select(engine::GetZoneChoices(vertical), options);
+        return TraceSelection(Comparison::Zone, vertical, options);
     case Kind_Asg:
-        return select(engine::GetAsgZoneChoices(vertical), options);
+        return TraceSelection(Comparison::AsgZone, vertical, options);
     case Kind_Pixel:
-        return select(engine::GetPixelChoices(vertical), options);
+        return TraceSelection(Comparison::Pixel, vertical, options);
     case Kind_Float:
         // Flagged float comparisons are those of free-form regions, a kind of their own.
-        return select(engine::GetFloatChoices(vertical), options.Without(Flagged));
+        return TraceSelection(Comparison::Float, vertical, options.Without(Flagged));
     case Kind_FreeForm:
-        return select(engine::GetFloatChoices(true), Flagged);
+        return TraceSelection(Comparison::Float, true, Flagged);
     case Kind_Trapezium:
         return {"trapezium", {}};
     default:

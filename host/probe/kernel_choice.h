@@ -3,18 +3,12 @@
 #pragma once
 
 #include "host/inspection_kind.h"
-#include "narvoassem/fast/call/kernel_table.h"
+#include "narvoassem/trace/trace.h"
 
 namespace narvo
 {
 
-struct ChosenKernel
-{
-    const char* words;       ///< "row table"
-    engine::COptionSet uses; ///< what selects it, and what else it reads
-};
-
 /// The kernel of a kind of recipe in a settled direction.
-ChosenKernel ChooseKernel(Kind kind, Direction direction, engine::COptionSet options);
+engine::CSelectedKernel ChooseKernel(Kind kind, Direction direction, engine::COptionSet options);
 
 } // namespace narvo

@@ -125,10 +125,10 @@ int PassReplay::PassesOver(int band) const
                                               { return pass.band == band && pass.number > 0; }));
 }
 
-const KernelProbe& PassReplay::Probe(ReplayedPass& pass) const
+const CKernelTrace& PassReplay::Probe(ReplayedPass& pass) const
 {
     if (pass.probe == nullptr)
-        pass.probe = std::make_unique<KernelProbe>(pass.param, m_asg);
+        pass.probe = ProbeKernel(pass.param, m_asg);
     return *pass.probe;
 }
 

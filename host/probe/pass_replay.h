@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "host/probe/kernel_probe.h"
-#include "narvoassem/compare/trace.h"
 #include "narvoassem/narvoassem.h"
+#include "narvoassem/trace/trace.h"
 
 namespace narvo
 {
@@ -36,7 +36,7 @@ struct ReplayedPass
     engine::CBlobSteps steps; ///< what becomes of its records
     Blobs earlier;
 
-    std::unique_ptr<KernelProbe> probe; ///< made when it is asked for
+    std::unique_ptr<const CKernelTrace> probe; ///< made when it is asked for
 
     // The replay, likewise.
     bool replayed = false;
@@ -70,7 +70,7 @@ public:
     ReplayedPass* Find(const CPoint& place);
 
     /// The kernel of the pass, to ask for single pixels. @throws HostError where it compares nothing at a pitch
-    const KernelProbe& Probe(ReplayedPass& pass) const;
+    const CKernelTrace& Probe(ReplayedPass& pass) const;
     /// Records and blobs of the pass.
     void Replay(ReplayedPass& pass);
     /// What the build of the pass says of one of its records. @throws HostError without memory

@@ -91,12 +91,12 @@ void CheckKernel(const Recipe& recipe, Direction direction, Problems& found)
     const bool verified = direction == Direction_Vertical && VerifiesByTables(recipe, VerifyAlong_X);
     const engine::COptionSet given = OptionsOf(recipe).Without(
         verified ? engine::COptionSet(engine::KernelOption::ConvPitches) : engine::COptionSet());
-    const ChosenKernel chosen = ChooseKernel(recipe.GetKind(), direction, given);
+    const engine::CSelectedKernel chosen = ChooseKernel(recipe.GetKind(), direction, given);
     const engine::COptionSet ignored = given.Without(chosen.uses);
     for (const OptionName& name : optionNames)
         if (ignored.Has(name.option))
             AddOnce({name.field, name.given,
-                     std::string(name.neutral) + ", since the other settings select the " + chosen.words +
+                     std::string(name.neutral) + ", since the other settings select the " + chosen.pWords +
                          " kernel, which does not read it"},
                     found);
 

@@ -336,7 +336,7 @@ TEST_P(ExplainVariant, VerdictsAreThoseOfTheRealRun)
                 ++areaOf[told.blob];
             }
             // What the pairing of the pixel's own chain gives is what the kernel wrote.
-            if (!told.kernel.empty())
+            if (told.kernel.pWords != nullptr)
             {
                 const auto inChain = std::find_if(told.chain.records.begin(), told.chain.records.end(),
                                                   [&](const CDefectPair& one) { return one.ptDefect == place; });
@@ -403,11 +403,11 @@ TEST(Explain, TellsTheStepsOfAPairedDefect)
     EXPECT_EQ(told.blob, 1);
     ASSERT_NE(told.Own(), nullptr);
     ASSERT_NE(told.Before(), nullptr);
-    EXPECT_EQ(told.Own()->fate, HitFate::Consumed);
-    EXPECT_EQ(told.Before()->fate, HitFate::Paired);
-    EXPECT_EQ(told.Before()->pixel.place, CPoint(203, 127));
-    EXPECT_EQ(told.Own()->pixel.source, told.value);
-    EXPECT_EQ(told.Own()->pixel.thresholdBase, 20);
+    EXPECT_EQ(told.Own()->eFate, HitFate::Consumed);
+    EXPECT_EQ(told.Before()->eFate, HitFate::Paired);
+    EXPECT_EQ(told.Before()->pixel.ptPlace, CPoint(203, 127));
+    EXPECT_EQ(told.Own()->pixel.nSrc, told.value);
+    EXPECT_EQ(told.Own()->pixel.nThresholdBase, 20);
     EXPECT_EQ(told.blobStep->builtArea, 25);
     EXPECT_THAT(DescribeExplanation(told), HasSubstr("reported, defect 1"));
 
@@ -425,7 +425,7 @@ TEST(Explain, MiddleHitWithoutPartnerGivesNothing)
             image.Row(y)[x] = static_cast<std::uint8_t>(image.Row(y)[x] + 60);
     const Explanation told = Explainer(image, CheckedRecipe(PatternRecipe())).Explain(CPoint(203, 140));
     EXPECT_EQ(told.outcome, Outcome::NoRecord);
-    EXPECT_EQ(told.Own()->fate, HitFate::NoPartner);
+    EXPECT_EQ(told.Own()->eFate, HitFate::NoPartner);
     EXPECT_THAT(told.why.back(), HasSubstr("has no partner"));
 }
 

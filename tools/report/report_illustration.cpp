@@ -46,7 +46,7 @@ public:
         try
         {
             m_plan = std::make_unique<InspectionPlan>(CheckedRecipe(shown), image.Width(), image.Height());
-            m_probe = std::make_unique<KernelProbe>(m_plan->BlockFor(image), shown.GetKind() == Kind_Asg);
+            m_probe = ProbeKernel(m_plan->BlockFor(image), shown.GetKind() == Kind_Asg);
         }
         catch (const HostError&)
         {
@@ -54,11 +54,11 @@ public:
         }
     }
 
-    const KernelProbe* Probe() const { return m_probe.get(); }
+    const CKernelTrace* Probe() const { return m_probe.get(); }
 
 private:
     std::unique_ptr<InspectionPlan> m_plan;
-    std::unique_ptr<KernelProbe> m_probe;
+    std::unique_ptr<const CKernelTrace> m_probe;
 };
 
 /// Reads an image once more. @return whether it is there and as large as the region that was inspected

@@ -78,15 +78,16 @@ struct Compared
 
 /// What the engine compared a pixel of a defect with. The last band is seen from the pixel one distance before it,
 /// with the roles exchanged; so is what lies behind the scan.
-Compared CompareOf(const KernelProbe& probe, int x, int y, bool lastBand)
+Compared CompareOf(const CKernelTrace& probe, int x, int y, bool lastBand)
 {
-    const int units = probe.Units();
+    const int units = probe.Properties().nUnits;
     if (!lastBand)
-        if (const ProbedPixel pixel = probe.CompareValues(x, y); pixel.compared)
-            return {pixel.reference / units, pixel.Difference() / units};
-    const int hop = probe.Hop();
-    const ProbedPixel before = probe.Horizontal() ? probe.CompareValues(x - hop, y) : probe.CompareValues(x, y - hop);
-    return before.compared ? Compared{before.source / units, -before.Difference() / units} : Compared{-1, 0};
+        if (const CPixelTrace pixel = probe.Compare(x, y, false); pixel.bCompared)
+            return {pixel.nCmp / units, pixel.Difference() / units};
+    const int hop = probe.Properties().nHop;
+    const CPixelTrace before =
+        probe.Properties().bHorizontal ? probe.Compare(x - hop, y, false) : probe.Compare(x, y - hop, false);
+    return before.bCompared ? Compared{before.nSrc / units, -before.Difference() / units} : Compared{-1, 0};
 }
 
 } // namespace
@@ -105,7 +106,7 @@ std::string MakeOverview(const GreyImage& image, double pixels)
     return EncodeJpeg(reduced, nOverviewQuality);
 }
 
-int ThumbnailSheet::Add(const GreyImage& image, const KernelProbe* probe, const Blob& blob)
+int ThumbnailSheet::Add(const GreyImage& image, const CKernelTrace* probe, const Blob& blob)
 {
     const cv::Rect crop = CropOf(blob.box);
     std::array<cv::Mat, 3> cells;

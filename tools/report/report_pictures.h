@@ -33,7 +33,7 @@ public:
     bool IsEmpty() const { return m_count == 0; }
     /// @param probe null where nothing is compared at a pitch; the cells besides the first stay blank then
     /// @return the defect's place on the sheet
-    int Add(const GreyImage& image, const KernelProbe* probe, const Blob& blob);
+    int Add(const GreyImage& image, const CKernelTrace* probe, const Blob& blob);
     std::string Encode() const;
 
 private:

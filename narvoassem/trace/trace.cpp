@@ -1,11 +1,36 @@
 // SPDX-License-Identifier: MIT
 // The engine's steps, taken one by one.
-#include "narvoassem/compare/trace.h"
+#include "narvoassem/trace/trace.h"
 
+#include "narvoassem/fast/float/float_table.h"
+#include "narvoassem/fast/pixel/pixel_table.h"
+#include "narvoassem/fast/zone/zone_table.h"
 #include "narvoassem/narvoassem.h"
 
 namespace narvo::engine
 {
+
+CSelectedKernel TraceSelection(Comparison eComparison, bool bVertical, COptionSet options)
+{
+    const auto select = [&](const auto& choices) -> CSelectedKernel
+    {
+        const auto& choice = SelectKernel(choices, options);
+        return {choice.pWords, choice.needs | choice.reads};
+    };
+    switch (eComparison)
+    {
+    case Comparison::Zone:
+        return select(GetZoneChoices(bVertical));
+    case Comparison::AsgZone:
+        return select(GetAsgZoneChoices(bVertical));
+    case Comparison::Pixel:
+        return select(GetPixelChoices(bVertical));
+    case Comparison::Float:
+        return select(GetFloatChoices(bVertical));
+    default:
+        return {"only", {}};
+    }
+}
 
 Comparison ChooseComparison(const CConvParam& param, bool bAsg)
 {

@@ -1,17 +1,30 @@
 // SPDX-License-Identifier: MIT
-// A trace of the engine's work, for explanations: the steps of one pass one by one, and its filters' answers on one
-// record. Internal: it is neither exported nor installed, and only the host layer includes it, in host/probe/.
+// What the engine says of its own work, for explanations: the kernel that settings select, the steps of one pass one by
+// one, its filters' answers on one record, and (kernel_trace.h) single comparisons. Internal: it is neither exported
+// nor installed nor part of the shared library, and the host layer alone includes it, in host/probe/.
 #pragma once
 
 #include "narvoassem/compare/comparison.h"
 #include "narvoassem/compare/comparison_steps.h"
 #include "narvoassem/defectpair.h"
+#include "narvoassem/fast/call/kernel_table.h"
 #include "narvoassem/storage/filters/filter_walk.h"
+#include "narvoassem/trace/kernel_trace.h"
 
 class CNarvoAssem;
 
 namespace narvo::engine
 {
+
+/// What a set of options selects.
+struct CSelectedKernel
+{
+    const char* pWords; ///< what sets the choice apart from the others: "row table"
+    COptionSet uses;    ///< what selects it, and what else it reads
+};
+
+/// The kernel of a comparison in a settled direction.
+CSelectedKernel TraceSelection(Comparison eComparison, bool bVertical, COptionSet options);
 
 /// The comparison that an inspection of a rectangle makes, or with bAsg an ASG inspection.
 Comparison ChooseComparison(const CConvParam& param, bool bAsg);
