@@ -91,33 +91,34 @@ Explanation ExplainAt(HeldExplainer& explainer, int x, int y)
 void BindExplain(py::module_& module)
 {
     py::class_<Explanation>(module, "Explanation", py::is_final(),
-                            "The way of one pixel through an inspection; str() tells it in lines.")
+                            "The way of one pixel through an inspection; str() gives it in lines.")
         .def_property_readonly(
-            "place", [](const Explanation& told) { return py::make_tuple(told.place.x, told.place.y); },
+            "place",
+            [](const Explanation& explanation) { return py::make_tuple(explanation.place.x, explanation.place.y); },
             "The pixel, x and y.")
         .def_property_readonly(
-            "outcome", [](const Explanation& told) { return OutcomeName(told.outcome); },
+            "outcome", [](const Explanation& explanation) { return OutcomeName(explanation.outcome); },
             "Where its way ended, in a word or two: \"reported\", \"no hit\", ...")
         .def_readonly("blob", &Explanation::blob, "Number of the reported defect that it is part of, or 0.")
         .def_property_readonly(
             "why",
-            [](const Explanation& told)
+            [](const Explanation& explanation)
             {
                 py::list lines;
-                for (const std::string& line : told.why)
+                for (const std::string& line : explanation.why)
                     lines.append(ToText(line));
                 return lines;
             },
             "Its way in sentences, ending with the outcome.")
         .def(
-            "to_dict", [](const Explanation& told) { return ToPython(ExplanationToJson(told)); },
+            "to_dict", [](const Explanation& explanation) { return ToPython(ExplanationToJson(explanation)); },
             "Everything as a dict: comparisons, thresholds, filters, blob.")
-        .def("__str__", [](const Explanation& told) { return ToText(DescribeExplanation(told)); })
+        .def("__str__", [](const Explanation& explanation) { return ToText(DescribeExplanation(explanation)); })
         .def("__repr__",
-             [](const Explanation& told)
+             [](const Explanation& explanation)
              {
-                 return "<narvoassem.Explanation: " + std::to_string(told.place.x) + ", " +
-                        std::to_string(told.place.y) + " " + OutcomeName(told.outcome) + ">";
+                 return "<narvoassem.Explanation: " + std::to_string(explanation.place.x) + ", " +
+                        std::to_string(explanation.place.y) + " " + OutcomeName(explanation.outcome) + ">";
              });
     SealUnconstructed(module.attr("Explanation"));
 

@@ -10,7 +10,7 @@ namespace narvo::python
 {
 
 /// Which class of exception a call's problems become. Lack of memory and a refusal by the engine have classes of
-/// their own whatever the call says.
+/// their own, independent of the call.
 enum class Fault
 {
     Recipe,

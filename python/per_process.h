@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Objects that threads work in, one for each process. After fork, a child has the objects of its parent as they stood,
-// perhaps amid the work of a thread that it does not have: locked, or half changed.
+// perhaps in the middle of the work of a thread that it does not have: locked, or half changed.
 #pragma once
 
 #include <memory>

@@ -12,7 +12,7 @@ namespace narvo::python
 
 namespace py = pybind11;
 
-/// One inspection's outcome. Arrays are made at once, since whoever inspects wants them.
+/// One inspection's outcome. Arrays are made at once, since every caller needs them.
 struct Result
 {
     /// The interpreter lock must be held.

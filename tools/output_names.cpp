@@ -48,18 +48,18 @@ void OutputNames::Check() const
 {
     std::vector<Problem> found;
     std::map<std::string, const Output*> taken;
-    std::set<std::pair<std::string, std::string>> told; // one problem for each two owners
+    std::set<std::pair<std::string, std::string>> reported; // one problem for each two owners
     for (const Output& output : m_outputs)
     {
         std::error_code error;
         if (fs::exists(output.file, error) && !fs::is_regular_file(output.file, error))
-            continue; // a device or a stream takes whatever comes
+            continue; // a device or a stream has no contents to lose
         const std::string identity = IdentityOf(output.file);
         const std::string field = "file " + output.file.string();
         if (m_inputs.contains(identity))
             found.push_back({field, "to be written, but it is an input", "output names that are no input's"});
         const auto [other, first] = taken.emplace(identity, &output);
-        if (!first && told.emplace(other->second->owner, output.owner).second)
+        if (!first && reported.emplace(other->second->owner, output.owner).second)
             found.push_back({field, "to be written for " + other->second->owner + " and for " + output.owner,
                              "output names that differ, or a run for each"});
     }

@@ -6,7 +6,7 @@ namespace narvo
 {
 
 /// While it lives, nothing reaches the error stream: the codecs write there directly about broken files, which the
-/// user gets told in one line of our own. It holds for all threads of the program.
+/// user gets one line of our own instead. It holds for all threads of the program.
 class QuietCodecs
 {
 public:

@@ -88,7 +88,7 @@ int StandardStreams::Finish(int code)
 {
     std::cout.flush();
     int error = m_output->Error();
-    // Some file systems tell only at closing that there was no room.
+    // Some file systems report only at closing that there was no room.
     if (error == 0 && close(dup(STDOUT_FILENO)) != 0 && errno != EBADF)
         error = errno;
     if (error == 0 || error == EPIPE)

@@ -20,8 +20,8 @@ public:
     StandardStreams(const StandardStreams&) = delete;
     StandardStreams& operator=(const StandardStreams&) = delete;
 
-    /// Writes what std::cout still holds. Output that was lost is told of in one line on the error stream, but for a
-    /// pipe that its reader has closed, who wanted no more.
+    /// Writes what std::cout still holds. Output that was lost is reported in one line on the error stream, unless the
+    /// reader of a pipe has closed it.
     /// @return `code`, or ExitCode_NotWritten in place of ExitCode_Done when output was lost
     int Finish(int code);
 

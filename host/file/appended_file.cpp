@@ -45,7 +45,7 @@ void AppendedFile::Refuse(int error) const
 
 void AppendedFile::RequireUntouched() const
 {
-    const char* const szAllowed = "a file that nothing else touches during a run; --resume goes on with what is left";
+    const char* const szAllowed = "a file that nothing else touches during a run; --resume continues with what is left";
     struct stat open;
     struct stat named;
     if (fstat(m_file.Number(), &open) != 0)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Files that are read: only regular files, behind links too, so that nothing that is named can make a run wait or read
+// Files that are read: only regular files, through links too, so that no name can make a run wait or read
 // without end.
 #pragma once
 

@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 
 constexpr mode_t nPermissionBits = 07777;
 
-/// The streams of this process under a name, which belong to whoever opened them.
+/// The streams of this process under a name; whatever opened them owns them.
 bool IsStreamName(const fs::path& file)
 {
     const std::string name = file.lexically_normal().string();

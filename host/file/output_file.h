@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Files that are written whole: the bytes go to a new file beside the wanted one, which takes its place when they have
-// reached the disk. Whoever reads the file sees the old or the new contents, never a part, and a full disk leaves the
+// reached the disk. A reader sees the old or the new contents, never a part, and a full disk leaves the
 // old ones.
 #pragma once
 

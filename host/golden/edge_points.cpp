@@ -83,7 +83,7 @@ EdgeLevel::EdgeLevel(const PictureLevel& level, std::size_t wanted) : m_level(le
                     const float gx = 0.5F * (line[x + 1] - line[x - 1]);
                     const float gy = 0.5F * (below[x] - above[x]);
                     const float strength = gx * gx + gy * gy;
-                    // Pixels of a grid, steep or not, tell light from displacement.
+                    // Pixels of a grid, steep or not, separate light from displacement.
                     if (x % grid == 0 && y % grid == 0)
                         even.push_back({strength, x, y});
                     else if (strength >= dLeastGradient * dLeastGradient)

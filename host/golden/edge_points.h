@@ -20,7 +20,7 @@ struct EdgePoints
     std::vector<float> x;
     std::vector<float> y;
     std::vector<float> value;          ///< grey level, smoothed
-    std::vector<std::uint8_t> odd;     ///< of a chequerboard of cells: halves that hardly know of each other
+    std::vector<std::uint8_t> odd;     ///< of a chequerboard of cells: halves that hardly depend on each other
     std::vector<std::uint32_t> blocks; ///< where each block's points begin, and the end of the last one's
 
     std::size_t Size() const { return x.size(); }

@@ -44,8 +44,8 @@ void Dilate(const cv::Mat& source, cv::Mat& target, const cv::Mat& shape)
     cv::dilate(source, target, shape, {-1, -1}, 1, cv::BORDER_REPLICATE);
 }
 
-/// 255 where the picture shows something bright that no square of `side` pixels fits into, but for what lies close to
-/// something wider: that is its outline.
+/// 255 where the picture shows something bright that no square of `side` pixels fits into, except close to something
+/// wider: that is its outline.
 cv::Mat NarrowBright(const cv::Mat& picture, int side, int contrast)
 {
     cv::Mat wide;

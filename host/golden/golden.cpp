@@ -21,7 +21,7 @@ namespace narvo
 namespace
 {
 
-constexpr int nTiles = 3;         // reference, image, reference: the three pitches that a comparison wants
+constexpr int nTiles = 3;         // reference, image, reference: the three pitches that a comparison needs
 constexpr int nColumnGroup = 16;  // a horizontal comparison ends at a multiple of 16 columns
 constexpr int nMergeDistance = 0; // pieces of one blob whose boxes touch
 constexpr double dFewDirections = 0.1;
@@ -109,7 +109,7 @@ GreyImage ThresholdOf(const GreyImage& reference, const GreyImage& image, const 
         for (int x = 0; x < image.Width(); ++x)
         {
             const int play = shown[x] > expected[x] ? high[x] - expected[x] : expected[x] - low[x];
-            // The range holds noise of the reference already: half of the base goes on top of it.
+            // The range holds noise of the reference already: half of the base is added to it.
             const int least = close[x] != 0 ? base.nearEdge : base.flat;
             const int most = std::min(255, std::max(least, play + least / 2));
             line[x] = static_cast<std::uint8_t>(mask[x] != 0 ? most : 255);

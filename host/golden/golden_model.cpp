@@ -31,7 +31,7 @@ const GoldenSettings& Checked(const std::vector<GreyImage>& references, const Go
     return settings;
 }
 
-/// Where the first reference's pixels lie in a further one. What is wrong is told of the further one.
+/// Where the first reference's pixels lie in a further one. Problems name the further one.
 Registration RegisterReference(const std::vector<GreyImage>& references, std::size_t index,
                                const RegistrationSettings& settings)
 {

@@ -15,7 +15,7 @@
 namespace narvo
 {
 
-/// The image's own pixels. Whoever takes it must not write there.
+/// The image's own pixels. Callers must not write there.
 inline cv::Mat ViewOf(const GreyImage& image)
 {
     return {image.Height(), image.Width(), CV_8UC1, const_cast<std::uint8_t*>(image.Row(0)),
@@ -28,7 +28,7 @@ inline GreyImage ImageOf(const cv::Mat& pixels)
     return {pixels.ptr<std::uint8_t>(), pixels.cols, pixels.rows, static_cast<std::ptrdiff_t>(pixels.step[0])};
 }
 
-/// Writes an image in the format that the file name's ending says; `allowed` tells what a file may be, `parameters` are
+/// Writes an image in the format that the file name's ending says; `allowed` says what a file may be, `parameters` are
 /// those of the format. @throws WriteError
 void SaveImage(const std::filesystem::path& file, const cv::Mat& picture, const char* allowed,
                const std::vector<int>& parameters = {});

@@ -54,7 +54,7 @@ private:
 struct Usual
 {
     double middle = 0.0;
-    double spread = 0.0; ///< standard deviation, as the median tells it
+    double spread = 0.0; ///< standard deviation, estimated from the median
 };
 
 double Median(std::vector<double>& values)

@@ -38,7 +38,7 @@ struct PitchResult
     AxisPitch y;
 };
 
-/// Shortest period that the search tells from the blur of a single edge, pixels.
+/// Shortest period that the search can distinguish from the blur of a single edge, pixels.
 constexpr double dPitchSearchLow = 3.0;
 /// The longest is the region's side over this.
 constexpr double dPitchSearchShare = 3.0;

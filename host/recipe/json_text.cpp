@@ -46,7 +46,7 @@ public:
             throw HostError({{Path(), "given twice in " + m_name, "each key once"}});
         return true;
     }
-    /// The second walk tells of it.
+    /// The second walk reports it.
     bool parse_error(std::size_t /*place*/, const std::string& /*token*/, const json::exception& /*error*/) override
     {
         return false;

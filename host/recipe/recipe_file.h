@@ -28,7 +28,7 @@ struct RecipeImages
     bool IsEmpty() const { return !zoneImage && !classImage && !deadImage && maps == nullptr; }
 };
 
-/// Reads a recipe of one region from JSON. Image files that it names are looked up in `folder`, but for those that are
+/// Reads a recipe of one region from JSON. Image files that it names are looked up in `folder`, except those that are
 /// `given`.
 /// @throws HostError with all that is wrong: unknown, missing, ill-typed and out-of-range fields, broken rules
 CheckedRecipe ParseRecipe(const nlohmann::json& document, const std::filesystem::path& folder, RecipeImages given = {});
@@ -36,7 +36,7 @@ CheckedRecipe ParseRecipe(const nlohmann::json& document, const std::filesystem:
 /// Reads a recipe that may hold several regions: a list `regions` of objects, each with the fields in which its region
 /// differs from the fields beside the list. Objects are laid over objects member by member, but for region and
 /// margin_frame; null takes a field back. Without the list there is one region.
-/// @throws HostError as ParseRecipe; what is wrong in one region is told as regions[0].field
+/// @throws HostError as ParseRecipe; problems of one region name it as regions[0].field
 std::vector<CheckedRecipe> ParseRecipes(const nlohmann::json& document, const std::filesystem::path& folder);
 
 /// JSON from its text; `name` says in problems what was read. @throws HostError when it is none, too long or nested

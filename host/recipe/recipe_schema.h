@@ -8,7 +8,7 @@ namespace narvo
 {
 
 /// The schema, draft 2020-12. It knows every field with type, range, default and meaning, and which fields each mode
-/// wants and reads; the rules that tie numbers together are the reader's alone.
+/// needs and reads; the rules that tie numbers together are the reader's alone.
 nlohmann::ordered_json RecipeSchema();
 
 } // namespace narvo

@@ -28,7 +28,7 @@ void CheckPainted(const std::string& field, const GreyImage& painted, const Reci
         found.push_back(
             {field, std::to_string(painted.Width()) + " by " + std::to_string(painted.Height()) + " pixels",
              "at least " + std::to_string(wide) + " by " + std::to_string(high) + " pixels, the size of a zone cell"});
-    // A pitch that is measured anew moves the cell's size over a whole number at most.
+    // A pitch that is measured again moves the cell's size past at most one whole number.
     else if (painted.Width() > wide + 1 || painted.Height() > high + 1)
         found.push_back({field, std::to_string(painted.Width()) + " by " + std::to_string(painted.Height()) + " pixels",
                          "at most " + std::to_string(wide + 1) + " by " + std::to_string(high + 1) +

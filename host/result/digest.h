@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Short digests that tell contents apart: of files, and of all that a recipe says. Against accident, not against
+// Short digests that distinguish contents: of files, and of all that a recipe says. Against accident, not against
 // forgery.
 #pragma once
 

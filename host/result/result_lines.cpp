@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The pair of files, the clean-up before a run goes on, and the order at its end.
+// The pair of files, the clean-up before a run continues, and the order at its end.
 #include "host/result/result_lines.h"
 
 #include <algorithm>
@@ -91,7 +91,7 @@ public:
 
     void TakePlaceOf(const fs::path& lines, const fs::path& table)
     {
-        // A kill between the two leaves lines and a table that the next run writes anew from them.
+        // A kill between the two leaves lines and a table that the next run writes again from them.
         m_table->TakePlaceOf(table);
         m_lines.TakePlaceOf(lines);
     }
@@ -142,7 +142,7 @@ ResultLines::ResultLines(Options options) : m_options(std::move(options))
     std::error_code error;
     const bool isThere = fs::exists(LineFile(), error);
     if (m_options.start == Start_New && isThere)
-        RefuseFile(LineFile(), "exists already", "another name, --resume to go on, or --overwrite to begin afresh");
+        RefuseFile(LineFile(), "exists already", "another name, --resume to continue, or --overwrite to begin afresh");
     // Where there are no lines, a table is somebody else's.
     if (m_options.start != Start_Afresh && !isThere && fs::exists(TableFile(), error))
         RefuseFile(TableFile(), "exists already", "another name, or --overwrite to begin afresh");

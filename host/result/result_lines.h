@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Results of many images as they come: one JSON line for each image and a table of all blobs, so that a run that is
-// killed keeps what it has done and another can go on behind it.
+// killed keeps what it has done and another can continue it.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@
 namespace narvo
 {
 
-/// The two files of a run, PREFIX.jsonl and PREFIX.csv. Lines are written whole and at once, as the images end; a run
+/// The two files of a run, PREFIX.jsonl and PREFIX.csv. Lines are written whole, each as soon as its image ends; a run
 /// that went on behind another puts them into the order of its images at its end. The JSON lines are what counts; the
 /// table follows from them.
 class ResultLines
@@ -26,7 +26,7 @@ public:
     {
         Start_New,    ///< refuses files that are there
         Start_Afresh, ///< empties them
-        Start_Resume  ///< keeps the lines that still hold, and writes the table anew
+        Start_Resume  ///< keeps the lines that still hold, and writes the table again
     };
 
     struct Options

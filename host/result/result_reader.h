@@ -18,7 +18,7 @@ struct SavedResult
     std::string recipe; ///< likewise
     int region = 0;     ///< place among the recipe's regions
     int regions = 1;
-    int width = 0; ///< of the image, pixels; 0 where the file does not tell
+    int width = 0; ///< of the image, pixels; 0 where the file does not say
     int height = 0;
 };
 

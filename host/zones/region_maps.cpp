@@ -18,7 +18,7 @@ namespace
 
 constexpr int nRowsBefore = 1;
 constexpr int nRowsBehind = 2;
-// A search gives up four records before the end of a grid row.
+// A search stops four records before the end of a grid row.
 constexpr int nGridColumns = 12;
 constexpr int nGridRows = 4;
 

@@ -12,7 +12,7 @@ namespace narvo
 namespace
 {
 
-// The search for a re-run's column gives up four records before the end of a grid row; the flagged kernels look one
+// The search for a re-run's column stops four records before the end of a grid row; the flagged kernels look one
 // record ahead.
 constexpr int nSpareBehind = 6;
 

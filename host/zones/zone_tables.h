@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Zone maps and origin tables from a simple description: size and place of the cell, the painted zones of one cell,
-// numbers for each zone. Only geometry and lookup live here; which maps an inspection wants is inspection_plan.h's.
+// numbers for each zone. Only geometry and lookup live here; inspection_plan.h says which maps an inspection needs.
 #pragma once
 
 #include <array>

@@ -10,9 +10,9 @@ or from the command line
 
     python3 -m narvoassem.batch lot7/*.png --recipe recipe.json --workers 4 --output lot7.csv
 
-The table is the same to the byte wherever the images were inspected. An image that cannot be inspected is a row of the
-table and not the end of the batch. A machine that is lost on the way costs nothing but time: its images are inspected
-by others. Work is spread by Dask distributed (https://distributed.dask.org); files are read where they are inspected, so
+The table is the same to the byte regardless of where the images were inspected. An image that cannot be inspected is a
+row of the table and not the end of the batch. A machine that is lost costs only time: its images are inspected by
+others. Work is spread by Dask distributed (https://distributed.dask.org); files are read where they are inspected, so
 that all machines must see them under the same names.
 """
 
@@ -47,8 +47,8 @@ def distribute(
 ) -> Iterator[Tuple[int, List[Outcome]]]:
     """Runs a task for each image on a Dask cluster and yields index and outcomes as they come.
 
-    What a lost worker had begun with is begun anew by another. An image whose workers are lost time and again is tried
-    once more alone, lest it be blamed for a neighbour on the same worker, and then fails.
+    What a lost worker had begun is started again by another. An image whose workers are lost repeatedly is tried
+    once more alone, so that it is not blamed for a neighbour on the same worker, and then fails.
     """
     from distributed import as_completed
     from distributed.scheduler import KilledWorker
@@ -59,7 +59,7 @@ def distribute(
         except KilledWorker:
             return None
 
-    # Each call of a task is one of its own, whatever was run before and however often a file is named.
+    # Each call of a task is one of its own, independent of earlier runs and of how often a file is named.
     futures = client.map(task, images, pure=False, retries=0)
     index_of = {future.key: index for index, future in enumerate(futures)}
     waiting = as_completed(futures, loop=client.loop)
@@ -84,15 +84,15 @@ def _cluster(scheduler: Optional[str], workers: int) -> "Iterator[Client]":
     from distributed.comm import resolve_address
 
     if scheduler is not None:
-        resolve_address(scheduler)  # what is no address is told at once, and not after waiting for an answer
+        resolve_address(scheduler)  # a malformed address is refused at once, not after waiting for an answer
         with Client(scheduler, set_as_default=False) as client:
             yield client
         return
     # Processes on this machine, reachable from nowhere else; no limit of memory at which they would be ended. A busy
     # machine is slow to answer; and a process that died is replaced however long that takes: by default the cluster
-    # gives up on slow ones, and waits for none.
-    patience = {"distributed.deploy.lost-worker-timeout": "1 day", "distributed.comm.timeouts.connect": "120s"}
-    with dask.config.set(patience), LocalCluster(
+    # abandons slow ones, and waits for none.
+    timeouts = {"distributed.deploy.lost-worker-timeout": "1 day", "distributed.comm.timeouts.connect": "120s"}
+    with dask.config.set(timeouts), LocalCluster(
         n_workers=workers,
         threads_per_worker=1,
         processes=True,
@@ -139,7 +139,7 @@ def inspect_files(
     paths = [os.fspath(image) for image in images]
     _check(paths, scheduler, workers)
     recipes = Recipe.regions_of(recipe)
-    from .result_table import make_table  # pandas; what is wrong is told before, and faster
+    from .result_table import make_table  # pandas; problems are reported before, and faster
 
     outcomes: List[List[Outcome]] = [[] for _ in paths]
 
@@ -206,7 +206,7 @@ def main(arguments: Optional[Sequence[str]] = None) -> int:
     if os.path.splitext(options.output)[1].lower() not in _FORMATS:
         _complain(f"--output: {options.output}; allowed: a name ending in {' or '.join(_FORMATS)}")
         return _EXIT_BAD_INPUT
-    # A table that is there stays until the new one is whole; a place that takes none is told before the work.
+    # A table that is there stays until the new one is whole; an unwritable place is reported before the work.
     part = options.output + ".part"
     try:
         stream = open(part, "w", encoding="utf-8", errors="surrogateescape", newline="")
@@ -221,9 +221,9 @@ def main(arguments: Optional[Sequence[str]] = None) -> int:
         words = {outcome.word for outcome in outcomes}
         counts["failed" if "failed" in words else "defects" if "defects" in words else "clean"] += 1
         counts["blobs"] += sum(len(outcome.blobs) for outcome in outcomes if outcome.blobs is not None)
-        told = [f"{outcome.region}: " * bool(outcome.region) + outcome.problems for outcome in outcomes if outcome.problems]
-        if told:
-            troubled[index] = "; ".join(told)
+        problems = [f"{each.region}: " * bool(each.region) + each.problems for each in outcomes if each.problems]
+        if problems:
+            troubled[index] = "; ".join(problems)
 
     table = None
     try:

@@ -123,7 +123,7 @@ def test_an_image_that_ends_every_worker_fails_alone(client, monkeypatch):
             os.kill(os.getpid(), signal.SIGKILL)
         return [failed("read " + path)]
 
-    # The fewest restarts that show it: nobody begins anew what was lost, but for the last try alone.
+    # The fewest restarts that show it: what was lost is not started again, except for the last try alone.
     monkeypatch.setattr(client.cluster.scheduler, "allowed_failures", 0)
     names = ["a", "poison", "b", "c", "d"]
     outcomes = dict(batch.distribute(client, task, names))

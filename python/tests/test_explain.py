@@ -11,17 +11,17 @@ import narvoassem
 
 
 def test_a_reported_pixel_names_its_blob(image, recipe_dict):
-    told = narvoassem.explain(image, recipe_dict, 203, 151)
-    assert (told.place, told.outcome, told.blob) == ((203, 151), "reported", 1)
-    assert told.why and all(isinstance(line, str) for line in told.why)
-    assert told.why[-1] in str(told) and "203, 151 reported" in repr(told)
-    document = told.to_dict()
+    explanation = narvoassem.explain(image, recipe_dict, 203, 151)
+    assert (explanation.place, explanation.outcome, explanation.blob) == ((203, 151), "reported", 1)
+    assert explanation.why and all(isinstance(line, str) for line in explanation.why)
+    assert explanation.why[-1] in str(explanation) and "203, 151 reported" in repr(explanation)
+    document = explanation.to_dict()
     assert json.loads(json.dumps(document)) == document and document
 
 
 def test_a_quiet_pixel_says_why_it_is_none(image, recipe_dict):
-    told = narvoassem.explain(image, recipe_dict, 50, 60)
-    assert told.outcome != "reported" and told.blob == 0 and told.why
+    explanation = narvoassem.explain(image, recipe_dict, 50, 60)
+    assert explanation.outcome != "reported" and explanation.blob == 0 and explanation.why
 
 
 def test_an_explainer_answers_for_many_pixels_on_many_threads(pattern, recipe_dict):

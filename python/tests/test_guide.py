@@ -29,11 +29,11 @@ def test_the_guide_can_be_followed(tmp_path, monkeypatch, capsys):
     for block in blocks:
         exec(compile(block, "python.md", "exec"), names)
         printed = capsys.readouterr().out.splitlines()
-        told = [line[2:] for line in block.splitlines() if line.startswith("# ")]
-        if told and not told[0].startswith("<"):
-            assert printed == told
-        elif told:
-            assert repr(names["pitch"]) in told
+        expected = [line[2:] for line in block.splitlines() if line.startswith("# ")]
+        if expected and not expected[0].startswith("<"):
+            assert printed == expected
+        elif expected:
+            assert repr(names["pitch"]) in expected
     assert 15 <= len(names["blobs"]) <= 60 and names["result"].complete
     assert names["stricter"]["min_area"] == 3 and names["flat"]["mode"] == "pixel"
     for file in ("found.png", "worst.png", "panel.mine.json", "panel.mine.zones.png"):

@@ -216,7 +216,7 @@ def test_other_threads_run_while_the_engine_works(call, recipe_dict):
             steps += 1
             time.sleep(0)
 
-    # No thread is made to give up the lock: the counter moves only when the call itself has let go of it.
+    # No thread is forced to release the lock: the counter moves only when the call itself releases it.
     interval = sys.getswitchinterval()
     sys.setswitchinterval(1000)
     counter = threading.Thread(target=count)

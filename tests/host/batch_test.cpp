@@ -64,7 +64,7 @@ std::vector<CheckedRecipe> TwoRegions()
     return ParseRecipes(document, {});
 }
 
-/// All that a result says but for times.
+/// All that a result says except times.
 std::string TextOf(const ImageResult& result)
 {
     std::string text = std::to_string(result.number) + " " + result.name;

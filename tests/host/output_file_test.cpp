@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Files that are written whole, and files that grow: replaced only when complete, errors told, disturbance noticed.
+// Files that are written whole, and files that grow: replaced only when complete, errors reported, disturbance noticed.
 #include <csignal>
 #include <fstream>
 #include <iterator>

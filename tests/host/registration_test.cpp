@@ -38,7 +38,7 @@ RealPoint TruePlace(const Board& board, double x, double y)
     return {a[0] * x + a[1] * y + a[2], a[3] * x + a[4] * y + a[5] + board.swayDepth * std::sin(board.swayRate * y)};
 }
 
-/// Largest distance of where the registration sees the image's pixels from where they are, of what both show but for
+/// Largest distance of where the registration sees the image's pixels from where they are, of what both show except
 /// a margin.
 double LargestError(const Registration& registration, const Board& board, int margin)
 {

@@ -150,7 +150,7 @@ TEST(BlobBuild, AllPairsOfALabelDroppedLeaveNoBlobAndLaterOnesOpenIt)
     store.BlobDefect_NonFilter();
     ASSERT_EQ(store.nBlobCount, 1);
     EXPECT_EQ(store.pBlob[0].nBlobId, 0);
-    EXPECT_EQ(store.nRemovedPair, 1) << "counted anew at each build";
+    EXPECT_EQ(store.nRemovedPair, 1) << "counted again at each build";
 }
 
 TEST(BlobBuild, ABlobKeepsThePairsThatJoinedWhenALaterOneIsDropped)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Building, merging and shadow removal against the plain reference, on random lists long and short: the indexed forms
-// must find exactly what the plain walks find, whatever the order of the list.
+// must find exactly what the plain walks find, for any order of the list.
 #include <algorithm>
 #include <random>
 #include <string>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// No filter and no value function reads outside the image, whatever position, pitch or size it is given: the image
+// No filter and no value function reads outside the image, for any position, pitch or size: the image
 // lies against an unmapped page, once behind it and once before it.
 #include <sys/mman.h>
 #include <unistd.h>

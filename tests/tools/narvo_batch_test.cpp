@@ -74,7 +74,7 @@ std::pair<std::string, std::string> Left(const TestFolder& folder)
 }
 
 /// Starts an inspection of the images in the background and sends it a signal when some lines are there.
-/// @return its status as wait tells it
+/// @return its status as wait reports it
 int SignalInMidRun(const TestFolder& folder, int signal, int lines)
 {
     const pid_t child = fork();
@@ -253,8 +253,8 @@ TEST(NarvoBatch, ResultsThatAreThereAreNeverLostUnasked)
     const auto before = Left(folder);
     const Outcome again = RunNarvo(folder, {"inspect", "images", "-r", "panel.recipe.json"});
     EXPECT_EQ(again.code, 2);
-    EXPECT_THAT(again.error, HasSubstr("file results.jsonl: exists already; allowed: another name, --resume to go on, "
-                                       "or --overwrite to begin afresh\n"));
+    EXPECT_THAT(again.error, HasSubstr("file results.jsonl: exists already; allowed: another name, --resume to "
+                                       "continue, or --overwrite to begin afresh\n"));
     EXPECT_EQ(Left(folder), before);
 
     json recipe = json::parse(ReadText(folder / "panel.recipe.json"));

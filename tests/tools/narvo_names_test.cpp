@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Names from outside on the terminal and in tables: whatever a file, a key or an argument is called, it takes one line
+// Names from outside on the terminal and in tables: the name of a file, a key or an argument takes one line
 // and sends nothing to the terminal.
 #include "tools/run_narvo.h"
 

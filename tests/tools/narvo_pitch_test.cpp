@@ -146,7 +146,7 @@ class NarvoPipeline : public testing::TestWithParam<Pipeline>
 {
 };
 
-/// Nobody tells the inspection anything: the recipe comes from the image alone.
+/// The recipe comes from the image alone.
 TEST_P(NarvoPipeline, DefectsAreFoundByTheRecipeThatThePitchSearchWrote)
 {
     const Pipeline& p = GetParam();

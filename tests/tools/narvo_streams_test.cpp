@@ -143,9 +143,9 @@ TEST(NarvoStreams, PipeThatItsReaderClosesEndsNoRun)
     const Left well = RunBatch(folder, "");
     // The reader is gone before the first line is written.
     EXPECT_EQ(RunBatch(folder, "2> quiet.txt > >(exec true); exit $?").lines, well.lines);
-    const std::string pipe = "2> told.txt | true; exit ${PIPESTATUS[0]}";
+    const std::string pipe = "2> errors.txt | true; exit ${PIPESTATUS[0]}";
     EXPECT_EQ(RunBatch(folder, pipe), well);
-    EXPECT_THAT(ReadText(folder / "told.txt"), testing::Not(HasSubstr("standard output")));
+    EXPECT_THAT(ReadText(folder / "errors.txt"), testing::Not(HasSubstr("standard output")));
     EXPECT_EQ(RunBatch(folder, "2>&1 | true; exit ${PIPESTATUS[0]}"), well);
     for (const char* line : {"recipe --schema", "completion zsh", "manual inspect"})
     {

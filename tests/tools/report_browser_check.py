@@ -198,7 +198,7 @@ def check_one_image(page: Browser, blobs: list[dict[str, Any]], shots: pathlib.P
     check(some["number"] in numbers(page, "number"), "text finds a position")
     page.click("#rows tr")
     check(page.value("document.querySelectorAll('#rows tr[aria-selected=true]').length") == 1, "a click selects a row")
-    check(f"Defect {some['number']}" in page.value("document.getElementById('detail').textContent"), "and tells of it")
+    check(f"Defect {some['number']}" in page.value("document.getElementById('detail').textContent"), "and describes it")
     if shots:
         page.screenshot(shots / "selected.png")
     page.click("#filter-clear")

@@ -121,7 +121,7 @@ TEST(ReportPage, NamesNeverBecomeMarkup)
     EXPECT_EQ(CountOf(text, "<!--"), 0U);
     EXPECT_THAT(text,
                 HasSubstr("<title>&lt;/script&gt;&lt;!-- &lt;img src=x onerror=&quot;alert(&#39;&amp;&#39;)&quot;"));
-    // Read back, the name is the name but for the byte that is no text.
+    // Read back, the name is the same except for the byte that is no text.
     const std::string name = DataOf(text)["images"][0]["name"];
     EXPECT_EQ(name.substr(0, 40), std::string(hostile).substr(0, 40));
     EXPECT_THAT(name, HasSubstr("@js@"));

@@ -73,7 +73,7 @@ void BatchProgress::Write(const std::string& text) const
     {
         const ssize_t count = write(m_stream, text.data() + written, text.size() - written);
         if (count <= 0)
-            return; // nobody reads it: the run goes on
+            return; // nobody reads it: the run continues
         written += static_cast<std::size_t>(count);
     }
 }

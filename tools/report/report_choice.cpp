@@ -13,7 +13,7 @@ namespace narvo
 namespace
 {
 
-// What a page holds at the most, so that a browser opens it at once.
+// What a page holds at most, so that a browser opens it at once.
 constexpr std::size_t nBlobMost = 50000;
 
 } // namespace

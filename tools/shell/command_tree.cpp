@@ -79,7 +79,7 @@ CommandText TextOf(const CLI::App& app, const std::string& name)
 std::vector<CommandText> ReadCommandTree(const CLI::App& app)
 {
     std::vector<CommandText> commands = {TextOf(app, "")};
-    // A filter that takes all, or the parser tells only of commands that were on the command line.
+    // A filter that takes all, or the parser reports only commands that were on the command line.
     for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
         commands.push_back(TextOf(*command, command->get_name()));
     return commands;

@@ -73,7 +73,7 @@ void AddManualCommand(CLI::App& app, Action& action)
 {
     const auto options = std::make_shared<ManualOptions>();
     CLI::App* command = app.add_subcommand("manual", "Print a manual page, or write all pages and completion scripts");
-    command->add_option("command", options->command, "command to tell of (default: the program itself)");
+    command->add_option("command", options->command, "command to describe (default: the program itself)");
     command->add_option("--folder", options->folder, "folder to write all pages to, instead of printing one");
     command->add_option("--completions", options->completions,
                         "folder to write the completion scripts of all shells to");

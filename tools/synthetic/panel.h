@@ -29,7 +29,7 @@ struct Panel
 {
     GreyImage image;
     std::vector<TruthDefect> truth;
-    Recipe recipe; ///< ready for the image but for the zone image's file name
+    Recipe recipe; ///< ready for the image except for the zone image's file name
 };
 
 /// Sides 256 .. 32768, pitches 24 .. 300 and at most a fifth of the side, noise 0 .. 20, drift 0 .. 0.3, defects

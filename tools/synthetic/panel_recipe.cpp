@@ -12,7 +12,7 @@ namespace narvo
 namespace
 {
 
-/// How far linear interpolation can be wrong around a pixel of the cell, whatever the cell's sub-pixel place.
+/// How far linear interpolation can be wrong around a pixel of the cell, for any sub-pixel place of the cell.
 double InterpolationError(const FinePeriod& period, int x, int y, int fractionX, int fractionY)
 {
     double worst = 0.0;

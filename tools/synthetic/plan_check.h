@@ -10,7 +10,7 @@
 namespace narvo
 {
 
-/// Tells of a number outside its range, which includes both ends; `unit` may be empty.
+/// Reports a number outside its range, which includes both ends; `unit` may be empty.
 inline void CheckNumber(const char* field, double value, double low, double high, const std::string& unit,
                         std::vector<Problem>& found)
 {
