@@ -35,6 +35,15 @@ inline std::uint8_t ReadPixel(const CImageView& image, std::int64_t x, std::int6
     return image.pPixels[NearestAddress(x, y, image.nStride, image.nRows, image.nRows * image.nStride - 1)];
 }
 
+/// Whether nCount pixels from (x, y) on are read at their flat address, without a copy.
+inline bool IsRowInside(const CImageView& image, std::int64_t x, std::int64_t y, std::int64_t nCount)
+{
+    if (!image.IsFilled(y) || image.nRows == 0)
+        return image.IsFilled(y);
+    const std::int64_t nFirst = y * image.nStride + x;
+    return 0 <= y && y < image.nRows && nFirst >= 0 && nFirst + nCount <= image.nRows * image.nStride;
+}
+
 /// Address of nCount pixels from (x, y) on: in the image itself where they all lie inside it, otherwise a copy in
 /// pCopy, which has room for nCount.
 inline const std::uint8_t* ReadRow(const CImageView& image, std::int64_t x, std::int64_t y, std::int64_t nCount,

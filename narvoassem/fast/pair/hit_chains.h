@@ -4,10 +4,8 @@
 #pragma once
 
 #include <algorithm>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "narvoassem/base/grow_buffer.h"
 #include "narvoassem/fast/find/compare_pixel.h"
@@ -15,21 +13,6 @@
 
 namespace narvo::engine
 {
-
-/// The first of nCount masks at or after nFirst that is not 0; nCount if there is none. Up to 7 masks after the
-/// last are read.
-inline std::int64_t NextMarked(const std::uint8_t* pMask, std::int64_t nFirst, std::int64_t nCount)
-{
-    constexpr int nMasks = sizeof(std::uint64_t);
-    for (; nFirst < nCount; nFirst += nMasks)
-    {
-        std::uint64_t nBits;
-        std::memcpy(&nBits, pMask + nFirst, sizeof nBits);
-        if (nBits != 0)
-            return std::min<std::int64_t>(nFirst + std::countr_zero(nBits) / 8, nCount);
-    }
-    return nCount;
-}
 
 /// A hit with the values that the comparison found. Two words, so that it stays in registers until it is stored.
 class CFoundHit

@@ -20,6 +20,7 @@ struct CPitch16
         : nWhole(nPitch16 >> 4), nFraction(nPitch16 & 15), nHop(nWhole + (nFraction >= 8 ? 1 : 0))
     {
     }
+    friend bool operator==(const CPitch16&, const CPitch16&) = default;
 };
 
 /// nValue with the low four bits cleared, that is rounded down to a multiple of 16 (negative values too).

@@ -14,6 +14,7 @@
 
 #include "narvoassem/base/memory_shortage.h"
 #include "narvoassem/fast/find/find_row.h"
+#include "narvoassem/fast/find/marked_row.h"
 #include "narvoassem/fast/pair/band_pairing.h"
 #include "narvoassem/fast/pair/hit_chains.h"
 #include "narvoassem/fast/pair/pair_writer.h"
@@ -31,15 +32,6 @@ struct CScanUnit
     CBands bands;
 };
 
-/// What the finder marked in one row of a tile: nGroups groups of 8 columns from group nFirst on, a byte each.
-struct CMarkedRow
-{
-    std::int64_t y = 0;
-    std::int64_t nFirst = 0;
-    std::int64_t nGroups = 0;
-    const std::uint8_t* pMask = nullptr;
-};
-
 /// How far the hit arrays took the hits of a unit.
 struct CHitsTaken
 {
@@ -55,6 +47,7 @@ concept RowSource = requires(T source, const T& state, std::int64_t n, CMarkedRo
                              const CHitsTaken& taken)
 {
     { T::kHorizontal } -> std::convertible_to<bool>;       ///< units are rows
+    { T::kListed } -> std::convertible_to<bool>;           ///< rows may have a list instead of a mask
     { T::kChains } -> std::convertible_to<int>;            ///< chains of a strip: 2 where its halves follow one another
     { source.Enter() } -> std::same_as<bool>;              ///< there is a next unit; false at the end of the scan
     { state.CountUnits(n) } -> std::same_as<std::int64_t>; ///< units of the next tile, at most n
@@ -139,13 +132,14 @@ private:
         const CScanUnit unit = m_source.Unit();
         CFoundHit group[kGroupWidth];
         for (CMarkedRow row; m_source.NextRow(row);)
-            for (std::int64_t nGroup = NextMarked(row.pMask, 0, row.nGroups); nGroup < row.nGroups;
-                 nGroup = NextMarked(row.pMask, nGroup + 1, row.nGroups))
+        {
+            CMarkedGroups<TSource::kListed> groups(row);
+            for (CMarkedGroup marked; groups.Next(marked);)
             {
                 int nCount = 0;
-                for (unsigned nBits = row.pMask[nGroup]; nBits != 0; nBits &= nBits - 1)
+                for (unsigned nBits = marked.nBits; nBits != 0; nBits &= nBits - 1)
                 {
-                    const std::int64_t nColumn = nGroup * kGroupWidth + std::countr_zero(nBits);
+                    const std::int64_t nColumn = marked.nGroup * kGroupWidth + std::countr_zero(nBits);
                     const std::int64_t nInTile = row.nFirst * kGroupWidth + nColumn;
                     CFoundHit hit(TSource::kHorizontal ? nInTile / kStripWidth : row.y,
                                   static_cast<int>(nInTile % kStripWidth));
@@ -165,6 +159,7 @@ private:
                 if (nCount > 0 && !AppendGroup(group, nCount, unit))
                     return true;
             }
+        }
         return true;
     }
 

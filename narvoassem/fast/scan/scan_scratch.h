@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "narvoassem/base/grow_buffer.h"
+#include "narvoassem/fast/bound/bound_stage.h"
 #include "narvoassem/fast/find/find_row.h"
 #include "narvoassem/fast/find/row_cache.h"
 #include "narvoassem/fast/pair/hit_chains.h"
@@ -28,6 +29,7 @@ struct CScanScratch
     static constexpr std::size_t kRowCopies = 3;
 
     CHitChains chains;
+    CBoundScratch bound;
     CGrowBuffer<std::uint16_t> mask;
     CGrowBuffer<CRunWalk> walks;
     CGrowBuffer<CStripRun> runs;

@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "narvoassem/base/image_read.h"
+#include "narvoassem/fast/bound/bound_stage.h"
 #include "narvoassem/fast/find/compare_pixel.h"
 #include "narvoassem/fast/find/derive_rows.h"
 #include "narvoassem/fast/find/row_cache.h"
@@ -46,10 +47,11 @@ class CPixelSource : public std::conditional_t<TRule::kScan.bHorizontal, CRowWal
 
 public:
     static constexpr int kChains = kScan.bHorizontal ? 0 : 1;
+    static constexpr bool kListed = CBoundStage<GetFindTraits(kScan.eFind)>::kBounded;
 
     CPixelSource(const CKernelCall& call, TRule& rule)
         : CWalk(call.region, CPitch16(call.nPitch16), Extent(call)), m_call(call), m_rule(rule),
-          m_scratch(GetScanScratch()), m_runs(m_scratch), m_nNextStep(call.region.nTop)
+          m_scratch(GetScanScratch()), m_runs(m_scratch), m_bound(m_scratch.bound), m_nNextStep(call.region.nTop)
     {
         m_row.nPrefetch = call.image.nStride;
         m_row.nWeightRight = static_cast<std::uint16_t>(call.nVtdPitch16 & 15);
@@ -70,12 +72,18 @@ public:
     {
         this->BeginRows(nUnits);
         if constexpr (kScan.bHorizontal)
-            return m_bReady || Reserve(m_nStrips);
+        {
+            if (m_bReady)
+                return true;
+            m_bound.Begin(m_nStrips * kStripWidth);
+            return Reserve(m_nStrips);
+        }
         else
         {
             if (!Reserve(nUnits) || !m_scratch.chains.Begin(nUnits, this->LineCount()))
                 return false;
             m_rule.BeginTile(m_x, nUnits);
+            m_bound.Begin(nUnits * kStripWidth);
             m_nNextStep = m_region.nTop;
             return true;
         }
@@ -91,13 +99,20 @@ public:
             m_runs.Clear();
             m_nNextStep = m_rule.StepRuns(m_runs, m_x, row.y, m_nStrips);
             m_runs.PutInto(m_row);
+            m_bound.DropLimits();
         }
         m_row.nMapRow = m_rule.MapRow(row.y);
-        PlaceRows(PitchAt(m_x, row.y), m_x, row.y, m_nStrips * kStripWidth);
-        FindRow(kScan.eFind, m_row);
+        const CPitch16 pitch = PitchAt(m_x, row.y);
+        PlaceRows(pitch, m_x, row.y, m_nStrips * kStripWidth);
+        m_bCandidates = m_bound.List(
+            m_row, [&] { return BoundReach(pitch, row.y); }, row);
+        if (!m_bCandidates)
+        {
+            FindRow(kScan.eFind, m_row);
+            row.nGroups = 2 * m_nStrips;
+            row.pMask = reinterpret_cast<const std::uint8_t*>(m_row.pMask);
+        }
         m_pRun = m_row.pRuns;
-        row.nGroups = 2 * m_nStrips;
-        row.pMask = reinterpret_cast<const std::uint8_t*>(m_row.pMask);
         m_y = row.y;
         return true;
     }
@@ -105,14 +120,15 @@ public:
     bool Compare(std::int64_t nColumn, CFoundHit& hit)
     {
         const CStripRun* pRun = m_pRun;
-        while (nColumn >= (pRun->nFirstStrip + pRun->nStripCount) * kStripWidth)
+        const CStripRun* const pEnd = m_row.pRuns + m_row.nRunCount;
+        while (pRun != pEnd && nColumn >= (pRun->nFirstStrip + pRun->nStripCount) * kStripWidth)
             ++pRun;
         m_pRun = pRun;
-        if (!m_rule.Inspects(m_x + nColumn, m_y))
+        // Candidates may lie outside the runs.
+        if (pRun == pEnd || nColumn < pRun->nFirstStrip * kStripWidth || !m_rule.Inspects(m_x + nColumn, m_y))
             return false;
         const std::int64_t nInRun = nColumn - pRun->nFirstStrip * kStripWidth;
-        CompareAt(nColumn, m_row.nMapRow + pRun->nMapBase + nInRun, pRun->nDisplacement, hit);
-        return true;
+        return CompareAt(nColumn, m_row.nMapRow + pRun->nMapBase + nInRun, pRun->nDisplacement, hit) || !m_bCandidates;
     }
 
     bool Leave(const CHitsTaken& taken)
@@ -186,6 +202,9 @@ private:
         return true;
     }
 
+    /// Vertical: the column that column x is compared with. The zone kernels use only the fraction of their shift.
+    std::int64_t ReferenceLeft(std::int64_t x) const { return x + (kScan.bShifted ? m_call.nVtdPitch16 >> 4 : 0); }
+
     /// Points the finder at row y from column x on.
     void PlaceRows(const CPitch16& pitch, std::int64_t x, std::int64_t y, std::int64_t nColumns)
     {
@@ -205,13 +224,36 @@ private:
         }
         else
         {
-            // The zone kernels use only the fraction of their shift.
-            const std::int64_t nReference = x + (kScan.bShifted ? m_call.nVtdPitch16 >> 4 : 0);
+            const std::int64_t nReference = ReferenceLeft(x);
             nColumns += kScan.ReadsOneMore() ? 1 : 0;
             m_row.pSrc = Row(x, y, y, 0, nColumns);
             m_row.pNear = Row(nReference, y + pitch.nWhole, y, 1, nColumns);
             m_row.pFar = Row(nReference, y + pitch.nWhole + 1, y, 2, nColumns);
         }
+    }
+
+    /// The rows that the bound may list together with row y, which is placed.
+    CBoundReach BoundReach(const CPitch16& pitch, std::int64_t y) const
+    {
+        CBoundReach reach;
+        if constexpr (kScan.bHorizontal)
+            reach.nLimitEnd = std::min(m_nNextStep, m_region.nBottom);
+        else
+            reach.nLimitEnd = std::min(m_nNextStep, this->m_nRowEnd);
+        reach.nMapStride = m_rule.MapRow(1) - m_rule.MapRow(0);
+        reach.nRowBytes = m_call.image.nStride;
+        if constexpr (!kScan.bHorizontal && !kScan.bMeans)
+        {
+            // Rows that are copied do not follow one another in memory.
+            const std::int64_t nLast = y + kBoundRows - 1;
+            const auto isInside = [&](std::int64_t nLeft, std::int64_t nRow)
+            { return IsRowInside(m_call.image, nLeft, nRow, m_nStrips * kStripWidth); };
+            if (nLast < reach.nLimitEnd && PitchAt(m_x, nLast) == pitch && isInside(m_x, y) && isInside(m_x, nLast) &&
+                isInside(ReferenceLeft(m_x), y + pitch.nWhole) &&
+                isInside(ReferenceLeft(m_x), nLast + pitch.nWhole + 1))
+                reach.nRows = kBoundRows;
+        }
+        return reach;
     }
 
     /// Row y from column x on. Of the rows that are used together with row nSource, each has its own nCopy.
@@ -227,10 +269,14 @@ private:
     }
 
     /// The comparison at column nColumn of the finder's row.
-    void CompareAt(std::int64_t nColumn, std::int64_t nElement, std::int64_t nDisplacement, CFoundHit& hit) const
+    /// @return whether it is a hit
+    bool CompareAt(std::int64_t nColumn, std::int64_t nElement, std::int64_t nDisplacement, CFoundHit& hit) const
     {
-        hit.Set(ComparePixel<GetFindTraits(kScan.eFind)>(m_row, nColumn, nElement, nDisplacement));
+        const CPixelComparison found =
+            ComparePixel<GetFindTraits(kScan.eFind)>(m_row, nColumn, nElement, nDisplacement);
+        hit.Set(found);
         m_rule.ReadMaps(nElement, hit);
+        return found.IsHit();
     }
 
     /// Reads displacement and weights of every block once. @return false without memory
@@ -257,9 +303,11 @@ private:
     TRule& m_rule;
     CScanScratch& m_scratch;
     CRunList m_runs;
+    CBoundStage<GetFindTraits(kScan.eFind)> m_bound;
     CFindRow m_row;
     const CStripRun* m_pRun = nullptr;  ///< of the column compared last
     std::int64_t m_y = 0;               ///< of the finder's row
+    bool m_bCandidates = false;         ///< its marked pixels are candidates, not hits
     std::int64_t m_nNextStep;           ///< the row from which on the runs are others
     bool m_bReady = false;              ///< horizontal: memory and tables are
     std::int64_t m_nReferenceFirst = 0; ///< first place that a block reads, from the region's left

@@ -28,6 +28,8 @@ template <SumRule TRule>
 class CSumSource
 {
 public:
+    static constexpr bool kListed = false;
+
     bool Compare(std::int64_t nColumn, CFoundHit& hit) const
     {
         hit.Set(CompareSums<TRule::kFind>(m_row, nColumn));

@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: MIT
+// Vector code of the bound, compiled once per instruction set and for each fraction. It compares 64 columns of all rows
+// at a time and branches once for them, since nearly everywhere there is no candidate.
+#include "narvoassem/fast/bound/list_candidates.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "narvoassem/fast/bound/list_candidates.cc"
+#include "hwy/foreach_target.h"
+//
+#include "hwy/cache_control.h"
+#include "hwy/highway.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace narvo::engine
+{
+namespace HWY_NAMESPACE
+{
+namespace
+{
+namespace hn = hwy::HWY_NAMESPACE;
+
+using CByteTag = hn::CappedTag<std::uint8_t, kBoundColumns>;
+using CBytes = hn::Vec<CByteTag>;
+
+/// The average for bit kBit of the fraction; none before its lowest set bit.
+template <int kFraction, int kBit>
+HWY_INLINE CBytes Weigh(CBytes vChain, CBytes vNear, CBytes vFar)
+{
+    if constexpr ((kFraction & kBit) != 0)
+        return hn::AverageRound(vChain, vFar);
+    else if constexpr ((kFraction & (kBit - 1)) != 0)
+        return hn::AverageRound(vChain, vNear);
+    else
+        return vChain;
+}
+
+/// The reference or, with a fraction, one more.
+template <int kFraction>
+HWY_INLINE CBytes FormReference(CBytes vNear, CBytes vFar)
+{
+    CBytes vChain = Weigh<kFraction, 1>(vNear, vNear, vFar);
+    vChain = Weigh<kFraction, 2>(vChain, vNear, vFar);
+    vChain = Weigh<kFraction, 4>(vChain, vNear, vFar);
+    return Weigh<kFraction, 8>(vChain, vNear, vFar);
+}
+
+/// How far the source lies above the reference, and below.
+struct CDistance
+{
+    CBytes vAbove;
+    CBytes vBelow;
+
+    HWY_INLINE CDistance(CBytes vSource, CBytes vReference)
+        : vAbove(hn::SaturatedSub(vSource, vReference)), vBelow(hn::SaturatedSub(vReference, vSource))
+    {
+    }
+    HWY_INLINE void Widen(const CDistance& other)
+    {
+        vAbove = hn::Max(vAbove, other.vAbove);
+        vBelow = hn::Max(vBelow, other.vBelow);
+    }
+    /// Not 0 in lanes that pass the test.
+    template <int kFraction>
+    HWY_INLINE CBytes Excess(CBytes vLimit) const
+    {
+        const CByteTag d;
+        const CBytes vLower = kFraction == 0 ? vLimit : hn::SaturatedSub(vLimit, hn::Set(d, 1));
+        return hn::Or(hn::SaturatedSub(vAbove, vLower), hn::SaturatedSub(vBelow, vLimit));
+    }
+};
+
+/// Columns x .. x + 63 of one row: a bit for each that passes.
+template <int kFraction>
+HWY_NOINLINE std::uint64_t MarkWord(const CBoundRows& rows, int nRow, std::int64_t x)
+{
+    const CByteTag d;
+    constexpr std::int64_t kLanes = hn::MaxLanes(d);
+    std::uint64_t nBits = 0;
+    for (std::int64_t i = 0; i < kBoundColumns; i += kLanes)
+    {
+        const CDistance distance(hn::LoadU(d, rows.pSource[nRow] + x + i),
+                                 FormReference<kFraction>(hn::LoadU(d, rows.pReference[nRow] + x + i),
+                                                          hn::LoadU(d, rows.pReference[nRow + 1] + x + i)));
+        const CBytes vExcess = distance.Excess<kFraction>(hn::LoadU(d, rows.pLimit + x + i));
+        std::uint8_t aPart[sizeof nBits] = {};
+        hn::StoreMaskBits(d, hn::Ne(vExcess, hn::Zero(d)), aPart);
+        std::uint64_t nPart;
+        hwy::CopyBytes<sizeof nPart>(aPart, &nPart);
+        nBits |= nPart << i;
+    }
+    return nBits;
+}
+
+/// Whether any of columns x .. x + 63 passes in any row.
+template <int kFraction, int kRows>
+HWY_INLINE bool PassesAny(const CBoundRows& rows, std::int64_t x)
+{
+    const CByteTag d;
+    constexpr std::int64_t kLanes = hn::MaxLanes(d);
+    CBytes vAny = hn::Zero(d);
+    for (std::int64_t i = x; i < x + kBoundColumns; i += kLanes)
+    {
+        CBytes vNear = hn::LoadU(d, rows.pReference[0] + i);
+        CDistance furthest(vNear, vNear);
+        for (int nRow = 0; nRow < kRows; ++nRow)
+        {
+            const CBytes vFar = hn::LoadU(d, rows.pReference[nRow + 1] + i);
+            furthest.Widen(CDistance(hn::LoadU(d, rows.pSource[nRow] + i), FormReference<kFraction>(vNear, vFar)));
+            vNear = vFar;
+        }
+        vAny = hn::Or(vAny, furthest.Excess<kFraction>(hn::LoadU(d, rows.pLimit + i)));
+    }
+    return !hn::AllTrue(d, hn::Eq(vAny, hn::Zero(d)));
+}
+
+template <int kFraction, int kRows>
+bool ListFor(CBoundRows& callersRows)
+{
+    // A copy, so that the pointers can stay in registers.
+    CBoundRows rows = callersRows;
+    CMarkedWord* pEnd[kRows];
+    std::copy_n(rows.pWords, kRows, pEnd);
+    for (std::int64_t nDone = 0; nDone < rows.nColumns; nDone += kBoundColumns)
+    {
+        // The last columns are done together with some of those before.
+        const std::int64_t x = std::min(nDone, rows.nColumns - kBoundColumns);
+        for (int nRow = 1; nRow <= kRows; ++nRow)
+        {
+            hwy::Prefetch(rows.pReference[kRows] + nRow * rows.nPrefetch + x);
+            if (kRows > 1)
+                hwy::Prefetch(rows.pSource[kRows - 1] + nRow * rows.nPrefetch + x);
+        }
+        if (!PassesAny<kFraction, kRows>(rows, x))
+            continue;
+        for (int nRow = 0; nRow < kRows; ++nRow)
+        {
+            const std::uint64_t nBits = MarkWord<kFraction>(rows, nRow, x) & ~std::uint64_t{0} << (nDone - x);
+            *pEnd[nRow] = {nBits, x / 8};
+            pEnd[nRow] += nBits != 0 ? 1 : 0;
+            rows.nCredit -= std::popcount(nBits) * CBoundRows::kCandidateCost;
+        }
+        rows.nCredit -= CBoundRows::kWordCost;
+        if (rows.nCredit < 0)
+            return false;
+    }
+    for (int nRow = 0; nRow < kRows; ++nRow)
+        callersRows.nWords[nRow] = static_cast<std::size_t>(pEnd[nRow] - rows.pWords[nRow]);
+    callersRows.nCredit = rows.nCredit;
+    return true;
+}
+
+template <int... kFraction>
+bool ListBy(std::integer_sequence<int, kFraction...> /*fractions*/, CBoundRows& rows)
+{
+    static constexpr bool (*one[])(CBoundRows&) = {ListFor<kFraction, 1>...};
+    static constexpr bool (*several[])(CBoundRows&) = {ListFor<kFraction, kBoundRows>...};
+    return (rows.nRows == 1 ? one : several)[rows.nFraction](rows);
+}
+
+bool List(CBoundRows& rows)
+{
+    return ListBy(std::make_integer_sequence<int, 16>(), rows);
+}
+
+} // namespace
+} // namespace HWY_NAMESPACE
+} // namespace narvo::engine
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace narvo::engine
+{
+
+HWY_EXPORT(List);
+
+bool ListCandidates(CBoundRows& rows)
+{
+    return HWY_DYNAMIC_DISPATCH(List)(rows);
+}
+
+} // namespace narvo::engine
+
+#endif
