@@ -31,5 +31,7 @@ void AddFloatLines(CTable& table, CScene& large, const SOptions& options);
 void AddModeLines(CTable& table, CScene& large, const SOptions& options);
 /// Pitch search against its scalar form.
 void AddPitchLines(CTable& table, CScene& large, const SOptions& options);
+/// Conversions of images to 8-bit grey against a pixel inspection. In builds with the host layer.
+void AddImageLines(CTable& table, CScene& large, const SOptions& options);
 
 } // namespace bench

@@ -34,9 +34,14 @@ std::string UpToMarker(const std::string& strFile)
 int main(int nArguments, char** ppArguments)
 {
     const std::vector<std::pair<std::string, void (*)(bench::CTable&, bench::CScene&, const bench::SOptions&)>>
-        families = {{"zone", bench::AddZoneLines},  {"pixel", bench::AddPixelLines}, {"float", bench::AddFloatLines},
-                    {"modes", bench::AddModeLines}, {"pitch", bench::AddPitchLines}, {"engine", bench::AddEngineLines},
-                    {"blob", bench::AddBlobLines}};
+        families = {
+            {"zone", bench::AddZoneLines},   {"pixel", bench::AddPixelLines}, {"float", bench::AddFloatLines},
+            {"modes", bench::AddModeLines},  {"pitch", bench::AddPitchLines}, {"engine", bench::AddEngineLines},
+            {"blob", bench::AddBlobLines},
+#ifdef NARVO_BENCH_WITH_HOST
+            {"image", bench::AddImageLines},
+#endif
+        };
     std::vector<std::string> names;
     for (const auto& family : families)
         names.push_back(family.first);

@@ -11,6 +11,7 @@
 #include "host/limits.h"
 #include "narvoassem/version.h"
 #include "tools/exit_code.h"
+#include "tools/image_options.h"
 
 namespace narvo
 {
@@ -20,8 +21,9 @@ namespace
 
 // In the order in which the help shows them.
 constexpr void (*commands[])(CLI::App&, Action&) = {
-    AddInspectCommand, AddGoldenCommand, AddPitchCommand,  AddReportCommand, AddExplainCommand,    AddTuneCommand,
-    AddSynthCommand,   AddBoardCommand,  AddRecipeCommand, AddBenchCommand,  AddCompletionCommand, AddManualCommand,
+    AddInspectCommand, AddGoldenCommand,     AddPitchCommand,  AddReportCommand, AddExplainCommand,
+    AddTuneCommand,    AddSynthCommand,  AddBoardCommand,  AddRecipeCommand,
+    AddBenchCommand,   AddCompletionCommand, AddManualCommand,
 };
 
 } // namespace
@@ -43,6 +45,7 @@ void BuildCommandLine(CLI::App& app, Action& action)
                                           "pixels that an image may have, 1 to " + std::to_string(nHighestMaxPixels))
         ->check(CLI::Range(std::int64_t{1}, nHighestMaxPixels))
         ->default_str(std::to_string(nDefaultMaxPixels));
+    AddImageOptions(app);
     app.fallthrough();
     for (const auto add : commands)
         add(app, action);

@@ -38,6 +38,7 @@ void AddRecipeCommand(CLI::App& app, Action& action);
 /// `narvo bench`: measures how fast a recipe is on an image.
 void AddBenchCommand(CLI::App& app, Action& action);
 
+
 /// `narvo synth`: makes a panel with its zones, recipe and truth.
 void AddSynthCommand(CLI::App& app, Action& action);
 /// `narvo board`: makes photographs of a board that does not repeat, with known defects.

@@ -13,6 +13,7 @@
 #include "host/foreign_text.h"
 #include "tools/command.h"
 #include "tools/exit_code.h"
+#include "tools/image_options.h"
 #include "tools/standard_streams.h"
 
 namespace
@@ -54,7 +55,9 @@ int Run(int argc, char** argv)
     {
         return Leave(app, error);
     }
-    return action();
+    const int code = action();
+    narvo::TellConversions();
+    return code;
 }
 
 /// Tells of what was thrown. @return exit code

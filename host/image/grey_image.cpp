@@ -1,23 +1,23 @@
 // SPDX-License-Identifier: MIT
-// Image files through OpenCV's codecs, with the test that the step to 8-bit grey loses nothing.
+// Image files through OpenCV's codecs, and frames without a header.
 #include "host/image/grey_image.h"
 
 #include <algorithm>
 #include <atomic>
 #include <cstring>
-#include <limits>
-#include <memory>
-#include <new>
 #include <string>
 #include <system_error>
 #include <utility>
 
 #include <opencv2/core.hpp>
-#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
 
 #include "host/file/input_file.h"
 #include "host/image/cv_image.h"
+#include "host/image/grey_conversion.h"
+#include "host/image/image_decoder.h"
 #include "host/image/image_header.h"
+#include "host/image/raw_frame.h"
 #include "host/limits.h"
 #include "host/problem.h"
 
@@ -38,8 +38,6 @@ const char* const szLossless = "8-bit grey, or an image that 8-bit grey can hold
 }
 
 std::atomic<std::int64_t> maxPixels = nDefaultMaxPixels;
-
-const char* const szImage = "an image file (PNG, TIFF, BMP, PGM, JPEG)";
 
 std::string SizeText(std::int64_t width, std::int64_t height)
 {
@@ -67,98 +65,10 @@ void CheckHeader(const std::filesystem::path& file, const ImageHeader& header, s
         Refuse(file, std::to_string(header.pages) + " pages", "a file of one page");
 }
 
-/// Some decoders say of memory that ran out no more than of a damaged file.
-bool HasMemory(std::int64_t bytes)
+/// Bytes of a pixel once it is decoded and, of a mosaic, has its colours.
+int DecodedBytes(int bytesPerPixel, const ImageReading& reading)
 {
-    char* const block = new (std::nothrow) char[static_cast<std::size_t>(bytes)];
-    if (block != nullptr)
-        *static_cast<volatile char*>(block) = 0; // or the compiler drops the allocation
-    delete[] block;
-    return block != nullptr;
-}
-
-/// The file's bytes, so that they can be decoded in place. None where it is larger than its pixels explain: it need not
-/// be held in memory then.
-std::string ReadOrdinaryFile(const std::filesystem::path& file, const ImageHeader& header)
-{
-    constexpr std::int64_t nMetadata = 1 << 16;
-    const std::int64_t most = std::min<std::int64_t>(
-        2 * header.width * header.height * header.bytesPerPixel + nMetadata, std::numeric_limits<int>::max());
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(file, error);
-    std::string bytes;
-    if (error || size > static_cast<std::uintmax_t>(most))
-        return bytes;
-    bytes.reserve(static_cast<std::size_t>(size));
-    ReadFilePieces(file, "image " + file.string(), szImage,
-                   [&](const char* piece, std::size_t count) { bytes.append(piece, count); });
-    return bytes;
-}
-
-/// Hands a decoder the memory of a GreyImage where it wants a matrix of 8-bit grey.
-class ImageAllocator : public cv::MatAllocator
-{
-public:
-    cv::UMatData* allocate(int dimensions, const int* sizes, int type, void* data, std::size_t* step,
-                           cv::AccessFlag flags, cv::UMatUsageFlags usage) const override
-    {
-        if (dimensions != 2 || type != CV_8UC1 || data != nullptr || step == nullptr)
-            return cv::Mat::getDefaultAllocator()->allocate(dimensions, sizes, type, data, step, flags, usage);
-        m_image = GreyImage(sizes[1], sizes[0]);
-        auto made = std::make_unique<cv::UMatData>(this);
-        step[0] = static_cast<std::size_t>(m_image.Stride());
-        step[1] = 1;
-        made->data = made->origdata = m_image.Row(0);
-        made->size = step[0] * static_cast<std::size_t>(sizes[0]);
-        return made.release();
-    }
-    bool allocate(cv::UMatData* data, cv::AccessFlag /*flags*/, cv::UMatUsageFlags /*usage*/) const override
-    {
-        return data != nullptr;
-    }
-    void deallocate(cv::UMatData* data) const override { delete data; } // the image keeps its pixels
-
-    /// The image that the pixels lie in; empty where they lie elsewhere.
-    GreyImage Take(cv::Mat& pixels) const
-    {
-        if (m_image.IsEmpty() || pixels.data != m_image.Row(0))
-            return {};
-        pixels.release();
-        m_image.FillUpRows();
-        return std::move(m_image);
-    }
-
-private:
-    mutable GreyImage m_image;
-};
-
-/// Decodes into the allocator's image if it can.
-cv::Mat Decode(const std::filesystem::path& file, const ImageHeader& header, ImageAllocator& allocator)
-{
-    cv::Mat loaded;
-    try
-    {
-        std::string bytes = ReadOrdinaryFile(file, header);
-        if (bytes.empty())
-            loaded = cv::imread(file.string(), cv::IMREAD_UNCHANGED);
-        else
-        {
-            loaded.allocator = &allocator;
-            cv::imdecode(cv::Mat(1, static_cast<int>(bytes.size()), CV_8UC1, bytes.data()), cv::IMREAD_UNCHANGED,
-                         &loaded);
-        }
-    }
-    catch (const cv::Exception& error)
-    {
-        if (error.code == cv::Error::StsNoMem)
-            throw std::bad_alloc();
-        loaded.release();
-    }
-    if (loaded.empty() && !HasMemory(header.width * header.height * (header.bytesPerPixel + 1)))
-        throw std::bad_alloc();
-    if (loaded.empty())
-        Refuse(file, "not an image, or damaged", szImage);
-    return loaded;
+    return bytesPerPixel * (reading.bayer != Bayer_None && reading.demosaic != Demosaic_Off ? 3 : 1);
 }
 
 std::string Place(int x, int y)
@@ -193,6 +103,45 @@ GreyImage ReduceToGrey(const std::filesystem::path& file, const cv::Mat& loaded)
     }
     image.FillUpRows();
     return image;
+}
+
+/// "3145728 bytes: 1024 by 1024 pixels of Mono10p behind 0 bytes".
+std::string FrameText(const ImageReading& reading, std::int64_t bytes)
+{
+    return std::to_string(bytes) + " bytes: " + SizeText(reading.rawWidth, reading.rawHeight) + " of " +
+           RawFormatName(reading.rawFormat) + " behind " + std::to_string(reading.rawOffset) + " bytes";
+}
+
+GreyImage LoadRawFrame(const std::filesystem::path& file, const ImageReading& reading, ConversionNotes* notes,
+                       std::int64_t limit)
+{
+    const std::int64_t wanted = reading.rawOffset + FrameBytes(reading);
+    const std::string name = "image " + file.string();
+    RequireReadableFile(file, name, "a frame without a header");
+    ImageHeader header;
+    header.width = reading.rawWidth;
+    header.height = reading.rawHeight;
+    header.bytesPerPixel = DecodedBytes(PackedBits(reading.rawFormat) > 8 ? 2 : 1, reading);
+    CheckHeader(file, header, limit);
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(file, error);
+    if (error || size != static_cast<std::uintmax_t>(wanted))
+        Refuse(file, error ? "unreadable" : std::to_string(size) + " bytes", FrameText(reading, wanted));
+    const std::string bytes = ReadTextFile(file, name, "a frame without a header");
+    return ConvertRawFrame({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, reading, name, notes);
+}
+
+/// The header of a file whose image may be decoded. @throws HostError otherwise
+ImageHeader ReadHeader(const std::filesystem::path& file, const ImageReading& reading, std::int64_t limit)
+{
+    RequireReadableFile(file, "image " + file.string(), szImage);
+    const std::optional<ImageHeader> header = ReadImageHeader(file);
+    if (!header)
+        Refuse(file, "not an image, or damaged", szImage);
+    ImageHeader decoded = *header;
+    decoded.bytesPerPixel = DecodedBytes(header->bytesPerPixel, reading);
+    CheckHeader(file, decoded, limit);
+    return *header;
 }
 
 } // namespace
@@ -242,17 +191,29 @@ void CheckMaxImagePixels(std::int64_t pixels)
         throw HostError({{"max_pixels", std::to_string(pixels), "1 to " + std::to_string(nHighestMaxPixels)}});
 }
 
-GreyImage LoadGreyImage(const std::filesystem::path& file, std::int64_t limit)
+GreyImage LoadGreyImage(const std::filesystem::path& file, const ImageReading& reading, ConversionNotes* notes,
+                        std::int64_t limit)
 {
-    RequireReadableFile(file, "image " + file.string(), szImage);
+    if (reading.rawFormat != RawFormat_None)
+        return LoadRawFrame(file, reading, notes, limit);
+    const ImageHeader header = ReadHeader(file, reading, limit);
+    GreyImage image;
+    const cv::Mat loaded = DecodeImage(file, header, image);
+    const bool asItIs = ImageReading{reading.channel} == reading && reading.channel != Channel_Mixture;
+    if (!image.IsEmpty() && asItIs)
+        return image;
+    if (loaded.depth() != CV_8U && loaded.depth() != CV_16U)
+        Refuse(file, "signed or floating-point pixels", "pixels of 8 or 16 bits without sign");
+    const int fullScale = loaded.depth() == CV_8U ? 255 : header.fullScale > 0 ? header.fullScale : 65535;
+    return ConvertToGrey(loaded, fullScale, reading, "image " + file.string(), notes);
+}
 
-    const std::optional<ImageHeader> header = ReadImageHeader(file);
-    if (!header)
-        Refuse(file, "not an image, or damaged", szImage);
-    CheckHeader(file, *header, limit);
-    ImageAllocator allocator;
-    cv::Mat loaded = Decode(file, *header, allocator);
-    if (GreyImage image = allocator.Take(loaded); !image.IsEmpty())
+GreyImage LoadExactImage(const std::filesystem::path& file, std::int64_t limit)
+{
+    const ImageHeader header = ReadHeader(file, {}, limit);
+    GreyImage image;
+    const cv::Mat loaded = DecodeImage(file, header, image);
+    if (!image.IsEmpty())
         return image;
     switch (loaded.depth())
     {
@@ -263,6 +224,30 @@ GreyImage LoadGreyImage(const std::filesystem::path& file, std::int64_t limit)
     default:
         Refuse(file, "signed or floating-point pixels", szLossless);
     }
+}
+
+GreyImage ConvertRawFrame(std::span<const std::uint8_t> bytes, const ImageReading& reading, const std::string& name,
+                          ConversionNotes* notes)
+{
+    const std::int64_t wanted = reading.rawOffset + FrameBytes(reading);
+    if (static_cast<std::int64_t>(bytes.size()) != wanted)
+        throw HostError({{name, std::to_string(bytes.size()) + " bytes", FrameText(reading, wanted)}});
+    const cv::Mat frame = UnpackFrame(bytes.subspan(static_cast<std::size_t>(reading.rawOffset)), reading);
+    return ConvertToGrey(frame, FullScaleOf(reading.rawFormat), reading, name, notes);
+}
+
+GreyImage ConvertPixels(const PixelBlock& block, const ImageReading& reading, const std::string& name,
+                        ConversionNotes* notes)
+{
+    const bool wide = block.bytesPerChannel == 2;
+    const cv::Mat pixels(block.height, block.width, CV_MAKETYPE(wide ? CV_16U : CV_8U, block.channels),
+                         const_cast<void*>(block.pixels));
+    cv::Mat ordered; // never the caller's own memory, which OpenCV would write to
+    if (block.channels >= 3)
+        cv::cvtColor(pixels, ordered, block.channels == 3 ? cv::COLOR_RGB2BGR : cv::COLOR_RGBA2BGRA);
+    else
+        ordered = pixels;
+    return ConvertToGrey(ordered, wide ? 65535 : 255, reading, name, notes);
 }
 
 void SaveGreyImage(const std::filesystem::path& file, const GreyImage& image)

@@ -6,10 +6,16 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <span>
+#include <string>
 #include <vector>
+
+#include "host/image/image_reading.h"
 
 namespace narvo
 {
+
+class ConversionNotes;
 
 /// Rows of this many bytes, or a multiple, are what the engine's pair filters read at.
 constexpr int nRowMultiple = 4;
@@ -94,12 +100,38 @@ void SetMaxImagePixels(std::int64_t pixels);
 /// @throws HostError outside 1 .. nHighestMaxPixels
 void CheckMaxImagePixels(std::int64_t pixels);
 
-/// Reads PNG, TIFF, BMP, PGM or JPEG. Colour, 16-bit and alpha images are taken only where 8-bit grey says the same:
-/// equal colour channels, 16-bit values that are multiples of 257, alpha opaque everywhere.
-/// The file's header alone decides whether the image is too large.
-/// @throws HostError when the file cannot be read, is no image, has more than `maxPixels` pixels, or would lose
-/// something; std::bad_alloc without memory
-GreyImage LoadGreyImage(const std::filesystem::path& file, std::int64_t maxPixels = MaxImagePixels());
+/// Reads PNG, TIFF, BMP, PGM or JPEG, or a frame without a header where `reading` names its packing. Colours, values of
+/// more than 8 bits and transparency become 8-bit grey as `reading` says; what is lost where it says nothing is added
+/// to `notes`. The file's header alone decides whether the image is too large.
+/// @throws HostError when the file cannot be read, is no image, has more than `maxPixels` pixels, or does not fit
+/// `reading`; std::bad_alloc without memory
+GreyImage LoadGreyImage(const std::filesystem::path& file, const ImageReading& reading = {},
+                        ConversionNotes* notes = nullptr, std::int64_t maxPixels = MaxImagePixels());
+
+/// Reads an image whose values mean something by themselves, such as painted zones: only where 8-bit grey holds it
+/// without loss, with equal colour channels, 16-bit values that are multiples of 257 and opaque alpha.
+/// @throws HostError as LoadGreyImage, or with the first place where something would be lost
+GreyImage LoadExactImage(const std::filesystem::path& file, std::int64_t maxPixels = MaxImagePixels());
+
+/// A frame without a header that lies in memory; `reading` names its packing and shape, and `bytes` ends with its last
+/// pixel. `name` is for problems and notes. @throws HostError where `bytes` has another length or `reading` does not
+/// fit
+GreyImage ConvertRawFrame(std::span<const std::uint8_t> bytes, const ImageReading& reading, const std::string& name,
+                          ConversionNotes* notes = nullptr);
+
+/// Pixels that lie in memory, row by row without gaps.
+struct PixelBlock
+{
+    const void* pixels = nullptr;
+    int width = 0;
+    int height = 0;
+    int channels = 1;        ///< 1; 3: red, green, blue; 4: with alpha
+    int bytesPerChannel = 1; ///< 1 or 2
+};
+
+/// The same pixels as 8-bit grey. @throws HostError where `reading` does not fit them
+GreyImage ConvertPixels(const PixelBlock& block, const ImageReading& reading, const std::string& name,
+                        ConversionNotes* notes = nullptr);
 
 /// Writes the image in the format that the file name's ending says.
 /// @throws HostError when that fails

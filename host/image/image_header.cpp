@@ -156,7 +156,8 @@ ImageHeader ReadAnymap(ByteReader& reader)
     header.height = ReadDecimal(reader);
     const bool colour = kind == '3' || kind == '6';
     const bool bits = kind == '1' || kind == '4'; // no largest value follows
-    header.bytesPerPixel = (colour ? 3 : 1) * (!bits && ReadDecimal(reader) > 255 ? 2 : 1);
+    header.fullScale = bits ? 0 : static_cast<int>(std::min<std::int64_t>(ReadDecimal(reader), 65535));
+    header.bytesPerPixel = (colour ? 3 : 1) * (header.fullScale > 255 ? 2 : 1);
     return header;
 }
 

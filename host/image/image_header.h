@@ -16,6 +16,7 @@ struct ImageHeader
     std::int64_t height = 0;
     int bytesPerPixel = 1;       ///< once decoded, all channels
     std::int64_t tilePixels = 0; ///< TIFF: of the blocks that it is decoded by; 0: none
+    int fullScale = 0;           ///< portable anymap: the largest value that a pixel may hold; 0: that of its bits
     int pages = 1;               ///< TIFF: images in the file, without reduced copies of others
 };
 

@@ -50,9 +50,10 @@ std::vector<Problem> ProblemsOfCall(const std::string& name, Call call)
 
 } // namespace
 
-BatchImage ImageFromFile(const std::filesystem::path& file)
+BatchImage ImageFromFile(const std::filesystem::path& file, const ImageReading& reading, ConversionNotes* notes)
 {
-    return {file.string(), [file] { return std::make_shared<const GreyImage>(LoadGreyImage(file)); }};
+    return {file.string(),
+            [file, reading, notes] { return std::make_shared<const GreyImage>(LoadGreyImage(file, reading, notes)); }};
 }
 
 std::size_t ImageResult::BlobCount() const

@@ -28,8 +28,9 @@ struct BatchImage
     std::function<std::shared_ptr<const GreyImage>()> load;
 };
 
-/// An image file that is read when its turn comes.
-BatchImage ImageFromFile(const std::filesystem::path& file);
+/// An image file that is read when its turn comes. `notes` outlive the batch.
+BatchImage ImageFromFile(const std::filesystem::path& file, const ImageReading& reading = {},
+                         ConversionNotes* notes = nullptr);
 
 /// What came of one image.
 struct ImageResult

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "host/image/grey_image.h"
+#include "host/image/image_reading.h"
 #include "host/inspection_kind.h"
 #include "narvoassem/platform.h"
 
@@ -108,8 +109,8 @@ struct ZoneSettings
 /// The path that a mode takes over a region of a shape.
 Kind KindOf(int mode, int regionShape);
 
-/// One region's inspection. Defaults are those of the JSON form.
-struct Recipe
+/// One region's inspection, and how its images are read. Defaults are those of the JSON form.
+struct Recipe : ImageReading
 {
     int version = nRecipeVersion;
     std::string name; ///< of the region, for results

@@ -3,7 +3,9 @@
 #include "host/recipe/recipe_check.h"
 
 #include <algorithm>
+#include <cmath>
 #include <string>
+#include <utility>
 
 #include "host/recipe/recipe_rules.h"
 #include "narvoassem/convparam.h"
@@ -68,6 +70,33 @@ void CheckDependents(const Recipe& recipe, Problems& found)
                 found);
 }
 
+/// Settings that compare pixels of a mosaic under different colour filters.
+void CheckMosaic(const Recipe& recipe, Problems& found)
+{
+    if (recipe.bayer == Bayer_None || recipe.demosaic != Demosaic_Off)
+        return;
+    const auto demandEven = [&](const char* field, double value, double displacement)
+    {
+        if (std::fmod(displacement, 2.0) != 0.0)
+            AddOnce({field, FormatNumber(value), "an even whole number of pixels where image.demosaic is off"}, found);
+    };
+    if (recipe.ComparesAtAPitch())
+    {
+        demandEven("pitch.x", recipe.pitchX, recipe.RealPitchX());
+        demandEven("pitch.y", recipe.pitchY, recipe.RealPitchY());
+        demandEven("twice.pitch", recipe.twicePitch, recipe.twicePitch);
+        demandEven("kernel.cross_shift", recipe.crossShift, recipe.crossShift);
+        for (const TableField& table : TableFields())
+            if (!(recipe.*table.member).empty())
+                AddOnce({std::string(table.path), "given", "left out where image.demosaic is off"}, found);
+    }
+    if (recipe.mode == Mode_Average)
+    {
+        demandEven("average.window", recipe.averageWindow, recipe.averageWindow);
+        demandEven("average.background", recipe.averageBackground, recipe.averageBackground);
+    }
+}
+
 void CheckLists(const Recipe& recipe, Problems& found)
 {
     if (recipe.deadZones.size() > static_cast<std::size_t>(nDeadZoneHigh))
@@ -114,6 +143,9 @@ std::vector<Problem> CheckRecipe(const Recipe& recipe)
     CheckStructured(recipe, found);
     CheckLists(recipe, found);
     CheckDependents(recipe, found);
+    for (Problem& problem : CheckCombination(recipe))
+        AddOnce(std::move(problem), found);
+    CheckMosaic(recipe, found);
     if (recipe.maps != nullptr && recipe.GetKind() != Kind_Zone)
         found.push_back({"maps", "given", "none in " + std::string(KindName(recipe.GetKind()))});
     else if (measurable && HasZones(recipe))

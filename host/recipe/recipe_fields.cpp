@@ -7,6 +7,8 @@
 #include <iterator>
 #include <limits>
 
+#include "host/limits.h"
+
 namespace narvo
 {
 
@@ -23,11 +25,18 @@ constexpr double dIntLow = std::numeric_limits<int>::min();
 constexpr double dIntHigh = std::numeric_limits<int>::max();
 constexpr double dOriginHigh = 1000000.0;
 constexpr double dWindowHigh = 4096.0;
+constexpr double dWeightHigh = 100.0;
+constexpr double dLevelHigh = 1000000.0;
 
 constexpr std::array<std::string_view, 6> modeWords = {"zone", "pixel", "float", "binarise", "average", "asg"};
 constexpr std::array<std::string_view, 2> directionWords = {"horizontal", "vertical"};
 constexpr std::array<std::string_view, 2> testWords = {"cross", "jump"};
 constexpr std::array<std::string_view, 2> sampleWords = {"pixel", "block"};
+constexpr std::array<std::string_view, 6> channelWords = {"auto", "luma", "red", "green", "blue", "mixture"};
+constexpr std::array<std::string_view, 5> bayerWords = {"none", "rggb", "grbg", "gbrg", "bggr"};
+constexpr std::array<std::string_view, 3> demosaicWords = {"bilinear", "edge_aware", "off"};
+constexpr std::array<std::string_view, 7> rawWords = {"none",   "Mono8",   "Mono10", "Mono10p",
+                                                      "Mono12", "Mono12p", "Mono16"};
 constexpr std::array<std::string_view, 3> verifyWords = {"off", "fixed", "table"};
 constexpr std::array<std::string_view, 3> shapeWords = {"rectangle", "trapezium", "polygon"};
 constexpr std::array<std::string_view, 3> alongWords = {"x", "y", "tilt"};
@@ -65,6 +74,27 @@ const Field<Recipe> recipeFields[] = {
     {"label", "", &Recipe::label, dIntLow, dIntHigh, nNone, nAll, "copied into every blob"},
     {"dead_image", "name of an image file", &Recipe::deadImageFile, 0, 0, nNone, nAll,
      "painted dead places of the whole image: blobs that stand out most where it is not 0 are not reported"},
+    {"image.channel", "", Choice<Recipe>{&Recipe::channel, channelWords}, 0, 0, nNone, nAll,
+     "what of colour images is inspected; auto: the luma, which is noted; mixture: a sum by image.weights"},
+    {"image.weights.red", "of a mixture", &Recipe::weightRed, -dWeightHigh, dWeightHigh, nNone, nAll,
+     "weight of the red channel"},
+    {"image.weights.green", "of a mixture", &Recipe::weightGreen, -dWeightHigh, dWeightHigh, nNone, nAll,
+     "weight of the green channel"},
+    {"image.weights.blue", "of a mixture", &Recipe::weightBlue, -dWeightHigh, dWeightHigh, nNone, nAll,
+     "weight of the blue channel"},
+    {"image.bayer", "", Choice<Recipe>{&Recipe::bayer, bayerWords}, 0, 0, nNone, nAll,
+     "colour filters of the first two pixels of the first two rows, where images are mosaics"},
+    {"image.demosaic", "", Choice<Recipe>{&Recipe::demosaic, demosaicWords}, 0, 0, nNone, nAll,
+     "how colours are made of a mosaic; off: it is inspected as it is, at pitches that are even"},
+    {"image.levels.low", "in the camera's values", &Recipe::levelLow, -dLevelHigh, dLevelHigh, nNone, nAll,
+     "the value that becomes grey level 0"},
+    {"image.levels.high", "in the camera's values", &Recipe::levelHigh, -dLevelHigh, dLevelHigh, nNone, nAll,
+     "the value that becomes grey level 255; 0: the largest that the pixels can hold"},
+    {"image.raw.format", "", Choice<Recipe>{&Recipe::rawFormat, rawWords}, 0, 0, nNone, nAll,
+     "packing of frames without a header; none: images are image files"},
+    {"image.raw.width", "pixels", &Recipe::rawWidth, 0, nImageSideLimit, nNone, nAll, "width of such a frame"},
+    {"image.raw.height", "pixels", &Recipe::rawHeight, 0, nImageSideLimit, nNone, nAll, "height of such a frame"},
+    {"image.raw.offset", "bytes", &Recipe::rawOffset, 0, dIntHigh, nNone, nAll, "what precedes its first pixel"},
     {"pitch.x", "pixels", &Recipe::pitchX, dPitchLow, dPitchHigh, nCompared, nCompared,
      "period of the pattern along x"},
     {"pitch.y", "pixels", &Recipe::pitchY, dPitchLow, dPitchHigh, nCompared, nCompared,

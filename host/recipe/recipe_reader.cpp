@@ -213,7 +213,7 @@ void LoadPainted(const char* field, const std::string& name, const std::filesyst
         return;
     try
     {
-        image = LoadGreyImage(folder / name);
+        image = LoadExactImage(folder / name);
     }
     catch (const HostError& error)
     {

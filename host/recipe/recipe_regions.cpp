@@ -148,6 +148,8 @@ std::vector<CheckedRecipe> ParseRecipes(const json& document, const std::filesys
             continue;
         }
         const Recipe& recipe = recipes.back();
+        if (static_cast<const ImageReading&>(recipe) != static_cast<const ImageReading&>(*recipes.front()))
+            byRegion[i] = {{"image", "other than that of an earlier region", "the same for all regions"}};
         entries += EntriesOf(recipe);
         if (entries > nRecipeEntryLimit)
             throw HostError(

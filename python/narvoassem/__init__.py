@@ -27,12 +27,22 @@ from ._narvoassem import (
     Result,
     __version__,
 )
-from .errors import ArgumentError, FileError, ImageError, InspectionError, NarvoError, Problem, RecipeError
+from .errors import (
+    ArgumentError,
+    FileError,
+    ImageError,
+    ImageWarning,
+    InspectionError,
+    NarvoError,
+    Problem,
+    RecipeError,
+)
 from .fields import RecipeField
 from .functions import of_package
 from .inspector import Inspector
 from .regions import Rect
 
+convert_image = of_package(_narvoassem.convert_image)
 explain = of_package(_narvoassem.explain)
 inspect = of_package(_narvoassem.inspect)
 pitch_recipe = of_package(_narvoassem.pitch_recipe)
@@ -49,6 +59,7 @@ __all__ = [
     "GoldenModel",
     "GoldenResult",
     "ImageError",
+    "ImageWarning",
     "InspectionError",
     "Inspector",
     "NarvoError",
@@ -61,6 +72,7 @@ __all__ = [
     "Registration",
     "Result",
     "__version__",
+    "convert_image",
     "explain",
     "inspect",
     "pitch_recipe",

@@ -7,7 +7,16 @@ from typing import Iterable, List, NamedTuple
 
 from ._narvoassem import printable
 
-__all__ = ["ArgumentError", "FileError", "ImageError", "InspectionError", "NarvoError", "Problem", "RecipeError"]
+__all__ = [
+    "ArgumentError",
+    "FileError",
+    "ImageError",
+    "ImageWarning",
+    "InspectionError",
+    "NarvoError",
+    "Problem",
+    "RecipeError",
+]
 
 
 class Problem(NamedTuple):
@@ -56,3 +65,7 @@ class FileError(NarvoError, OSError):
 
 class InspectionError(NarvoError, RuntimeError):
     """A call that the engine refused although recipe and image passed all checks."""
+
+
+class ImageWarning(UserWarning):
+    """What an image lost when it became 8-bit grey. Each kind of loss is told once in a process."""

@@ -46,7 +46,7 @@ def _told(error: NarvoError) -> str:
 def inspect_file(path: str, recipes: Sequence[Recipe], max_pixels: Optional[int] = None) -> List[Outcome]:
     """Reads an image file and inspects its regions. What is wrong with it is its outcome, not an exception."""
     try:
-        image = read_image(path, max_pixels=max_pixels)
+        image = read_image(path, image=recipes[0] if recipes else None, max_pixels=max_pixels)
     except NarvoError as error:
         return [failed(_told(error))]
     except MemoryError:

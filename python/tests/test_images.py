@@ -119,11 +119,13 @@ def test_files_are_written_and_read_back(image, tmp_path, name, width):
     assert read.flags.c_contiguous and numpy.array_equal(read, part)
 
 
-def test_colour_is_written_and_refused_as_an_image(image, tmp_path):
+def test_colour_is_written_in_the_order_red_green_blue(image, tmp_path):
     colour = numpy.dstack([image, image // 2, image // 3])
     narvoassem.write_image(tmp_path / "a.png", colour)
-    with pytest.raises(narvoassem.ImageError, match="colour"):
-        narvoassem.read_image(tmp_path / "a.png")
+    for i, channel in enumerate(("red", "green", "blue")):
+        assert numpy.array_equal(
+            narvoassem.read_image(tmp_path / "a.png", image={"channel": channel}), colour[:, :, i]
+        )
     for wrong in (colour[:, :, :2].copy(), colour.astype(float), colour[::2]):
         with pytest.raises(narvoassem.ImageError, match="3"):
             narvoassem.write_image(tmp_path / "b.png", wrong)

@@ -63,7 +63,7 @@ void WriteTiff(const std::filesystem::path& file, const std::vector<std::uint32_
 
 std::vector<Problem> ProblemsOfFile(const std::filesystem::path& file, std::int64_t limit = nDefaultMaxPixels)
 {
-    return ProblemsOf([&] { LoadGreyImage(file, limit); });
+    return ProblemsOf([&] { LoadGreyImage(file, {}, nullptr, limit); });
 }
 
 TEST(ImageLimits, HeadersTellWhatDecodersFind)
@@ -141,7 +141,7 @@ TEST(ImageLimits, LimitHoldsForFilesThatAreWhole)
     const TestFolder folder;
     ASSERT_TRUE(cv::imwrite((folder / "a.png").string(), cv::Mat(20, 10, CV_8UC1, cv::Scalar(7))));
     EXPECT_EQ(ProblemsOfFile(folder / "a.png", 199).at(0).value, "10 by 20 pixels");
-    EXPECT_EQ(LoadGreyImage(folder / "a.png", 200).Width(), 10);
+    EXPECT_EQ(LoadGreyImage(folder / "a.png", {}, nullptr, 200).Width(), 10);
     SetMaxImagePixels(199);
     EXPECT_THAT(ProblemsOf([&] { LoadGreyImage(folder / "a.png"); }), testing::SizeIs(1));
     SetMaxImagePixels(nDefaultMaxPixels);

@@ -22,9 +22,9 @@ TEST(LimitsPage, NamesEveryLimit)
     { return "| " + std::string(what) + " | " + std::to_string(most); };
     for (const std::string& text :
          {row("pixels of an image file", nDefaultMaxPixels), row("side of an image file", nImageSideLimit),
-          row("bytes of a decoded image", nBytesPerMaxPixel), row("recipe file", nRecipeByteLimit),
-          row("`regions`", nRegionLimit), row("`region.points`", nCornerLimit), row("`tables.*`", nTableEntryLimit),
-          row("`zones.skip`", nSkippedCellLimit),
+          row("bytes of a decoded image, of a mosaic with its colours", nBytesPerMaxPixel),
+          row("recipe file", nRecipeByteLimit), row("`regions`", nRegionLimit), row("`region.points`", nCornerLimit),
+          row("`tables.*`", nTableEntryLimit), row("`zones.skip`", nSkippedCellLimit),
           row("corners, table entries and cells of all regions together", nRecipeEntryLimit),
           row("`zones.list`", nRecipeZoneLimit), row("`zones.list[].verify.checks`", nVerifyCheckLimit),
           row("`dead_zones`", nDeadZoneHigh), row("`max_blobs`", nBlobLimit),

@@ -8,6 +8,7 @@
 #include <initializer_list>
 #include <iterator>
 #include <string>
+#include <vector>
 
 #include <sys/wait.h>
 
@@ -30,7 +31,7 @@ inline std::string ReadText(const std::filesystem::path& file)
 }
 
 /// Arguments must not contain single quotes.
-inline Outcome RunNarvo(const TestFolder& folder, std::initializer_list<std::string> arguments)
+inline Outcome RunNarvo(const TestFolder& folder, const std::vector<std::string>& arguments)
 {
     std::string command = "cd '" + folder.Path().string() + "' && '" NARVO_PROGRAM "'";
     for (const std::string& argument : arguments)
@@ -38,6 +39,11 @@ inline Outcome RunNarvo(const TestFolder& folder, std::initializer_list<std::str
     command += " > out.txt 2> error.txt";
     const int status = std::system(command.c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadText(folder / "out.txt"), ReadText(folder / "error.txt")};
+}
+
+inline Outcome RunNarvo(const TestFolder& folder, std::initializer_list<std::string> arguments)
+{
+    return RunNarvo(folder, std::vector<std::string>(arguments));
 }
 
 /// Runs a line of bash in the folder, in which `narvo` is the program with a limit of 30 s, after which it is killed

@@ -29,6 +29,7 @@
 #include "measure/level_choice.h"
 #include "measure/read_pass.h"
 #include "tools/exit_code.h"
+#include "tools/image_options.h"
 #include "tools/number_option.h"
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
@@ -286,8 +287,8 @@ int RunBench(const BenchOptions& options)
     std::vector<CheckedRecipe> recipes;
     {
         const QuietCodecs quiet;
-        image = LoadGreyImage(options.image);
-        recipes = LoadRecipes(options.recipe);
+        recipes = LoadRecipesByOptions(options.recipe);
+        image = LoadImage(options.image, *recipes.front());
     }
     if (!options.json.empty() && options.json != "-")
     {

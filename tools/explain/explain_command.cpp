@@ -16,6 +16,7 @@
 #include "host/problem.h"
 #include "host/recipe/recipe_file.h"
 #include "tools/exit_code.h"
+#include "tools/image_options.h"
 #include "tools/quiet_codecs.h"
 
 namespace narvo
@@ -55,8 +56,8 @@ int RunExplain(const ExplainOptions& options)
         const QuietCodecs quiet;
         CollectProblems(found, step);
     };
-    collect([&] { image = LoadGreyImage(options.image); });
-    collect([&] { recipe = LoadRecipe(options.recipe); });
+    collect([&] { recipe = LoadRecipeByOptions(options.recipe); });
+    collect([&] { image = LoadImage(options.image, recipe ? ImageReading(**recipe) : ReadingOf()); });
     std::vector<CPoint> places;
     for (const std::string& text : options.places)
         collect([&] { places.push_back(PlaceOf(text)); });

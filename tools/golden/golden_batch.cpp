@@ -12,6 +12,7 @@
 #include "host/problem.h"
 #include "host/result/digest.h"
 #include "tools/exit_code.h"
+#include "tools/image_options.h"
 #include "tools/inspect/file_batch.h"
 #include "tools/inspect/inspect_batch.h"
 #include "tools/inspect/interrupt.h"
@@ -30,7 +31,7 @@ GoldenModel LoadModel(const std::vector<std::string>& references, const GoldenSe
     std::vector<Problem> found = CheckGoldenSettings(settings);
     std::vector<GreyImage> images;
     for (const std::string& file : references)
-        CollectProblems(found, [&] { images.push_back(LoadGreyImage(file)); });
+        CollectProblems(found, [&] { images.push_back(LoadImage(file)); });
     ThrowIfAny(std::move(found));
     return {images, settings};
 }
@@ -42,6 +43,10 @@ std::string DigestOfModel(const std::vector<std::string>& references, const Gold
     nlohmann::json all = {registration.maxShift,    registration.maxRotation,    registration.maxScale,
                           registration.meshSpacing, registration.minCorrelation, settings.edgeTolerance,
                           settings.threshold,       settings.minPixels,          settings.maxBlobs};
+    const ImageReading reading = ReadingOf();
+    all.push_back({reading.channel, reading.weightRed, reading.weightGreen, reading.weightBlue, reading.bayer,
+                   reading.demosaic, reading.levelLow, reading.levelHigh, reading.rawFormat, reading.rawWidth,
+                   reading.rawHeight, reading.rawOffset});
     for (const std::string& file : references)
         all.push_back(DigestOfFile(file));
     const std::string text = all.dump();
@@ -68,6 +73,7 @@ void CheckOutputNames(const GoldenBatchOptions& options, const std::vector<std::
 int RunGoldenBatch(GoldenBatchOptions options, const GoldenSettings& settings)
 {
     options.images.apart.assign(options.references.begin(), options.references.end());
+    options.images.raw = ReadingOf().rawFormat != RawFormat_None;
     FileBatchOptions run;
     run.images = ListImages(options.images);
     CheckOutputNames(options, run.images);
@@ -81,6 +87,7 @@ int RunGoldenBatch(GoldenBatchOptions options, const GoldenSettings& settings)
     run.heading =
         "reference: " + Printable(options.references.front()) +
         (options.references.size() == 1 ? "" : " and " + std::to_string(options.references.size() - 1) + " more");
+    run.reading = ReadingOf();
     run.quiet = options.quiet;
     return RunFileBatch(batch, run, interrupt.Token());
 }

@@ -73,8 +73,8 @@ void AddGoldenCommand(CLI::App& app, Action& action)
     CLI::App* command = app.add_subcommand(
         "golden", "Inspect images of a pattern that does not repeat against one or more good references");
     command->add_option("files", options->files,
-                        "the reference and the images to inspect (PNG, TIFF, BMP, PGM, JPEG; 8-bit grey or equal to "
-                        "it) or folders of them; images alone where --reference is given");
+                        "the reference and the images to inspect (PNG, TIFF, BMP, PGM, JPEG, raw frames) or folders "
+                        "of them; images alone where --reference is given");
     command->add_option("-l,--list", options->many.list,
                         "file with the name of an image in each line, - for the standard input");
     command->add_flag("-R,--recursive", options->many.recursive, "look for images below the folders too");

@@ -10,6 +10,7 @@
 
 #include "host/file/input_file.h"
 #include "host/problem.h"
+#include "tools/image_options.h"
 #include "tools/quiet_codecs.h"
 
 namespace narvo
@@ -121,8 +122,8 @@ TruePair LoadPair(const PairFiles& files)
     const QuietCodecs quiet;
     TruePair pair;
     pair.name = files.name;
-    pair.reference = LoadGreyImage(files.reference);
-    pair.image = LoadGreyImage(files.image);
+    pair.reference = LoadImage(files.reference);
+    pair.image = LoadImage(files.image);
     pair.truth = LoadBoxes(files.reference.parent_path() / (files.name + ".txt"));
     pair.moveX = files.moveX;
     pair.moveY = files.moveY;

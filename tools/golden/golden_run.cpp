@@ -16,6 +16,7 @@
 #include "host/problem.h"
 #include "host/result/overlay.h"
 #include "tools/exit_code.h"
+#include "tools/image_options.h"
 #include "tools/inspect/interrupt.h"
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
@@ -43,7 +44,7 @@ std::vector<GreyImage> Load(const std::vector<std::string>& files, std::vector<P
                         [&]
                         {
                             const QuietCodecs quiet;
-                            images.push_back(LoadGreyImage(file));
+                            images.push_back(LoadImage(file));
                         });
     return images;
 }

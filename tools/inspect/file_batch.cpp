@@ -13,6 +13,7 @@
 #include "host/problem.h"
 #include "host/result/digest.h"
 #include "tools/exit_code.h"
+#include "tools/image_options.h"
 #include "tools/inspect/batch_progress.h"
 #include "tools/quiet_codecs.h"
 
@@ -86,12 +87,12 @@ int RunFileBatch(Batch& batch, const FileBatchOptions& options, std::stop_token 
             images.push_back({name, {}});
     identities.resize(images.size());
     for (std::size_t i = 0; i < images.size(); ++i)
-        images[i].load = [&identity = identities[i], &name = images[i].name]
+        images[i].load = [&identity = identities[i], &name = images[i].name, &reading = options.reading]
         {
             // Taken before the file is read: a change in between makes the line out of date, never wrongly current.
             identity = FileIdentity::Of(name);
             identity.digest = DigestOfFile(name);
-            return std::make_shared<const GreyImage>(LoadGreyImage(name));
+            return std::make_shared<const GreyImage>(LoadImage(name, reading));
         };
 
     if (!options.quiet)
@@ -110,6 +111,8 @@ int RunFileBatch(Batch& batch, const FileBatchOptions& options, std::stop_token 
         {
             lines.Add(result, identities[result.number]);
             Report(result, progress);
+            for (const std::string& note : ProgramNotes().Take())
+                progress.Line("narvo: note: " + Printable(note));
             progress.Count(result);
         },
         std::move(stop));

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "host/image/image_reading.h"
 #include "host/inspect/batch.h"
 #include "host/result/result_lines.h"
 
@@ -15,6 +16,7 @@ namespace narvo
 struct FileBatchOptions
 {
     std::vector<std::string> images; ///< files, each once
+    ImageReading reading;            ///< how the files become 8-bit grey
     std::string heading;             ///< what they are inspected by, for the first line of the output
     ResultLines::Options lines;
     bool quiet = false;

@@ -27,19 +27,21 @@ constexpr std::array<std::string_view, 8> endings = {".png", ".tif", ".tiff", ".
 constexpr std::size_t nLongestList = std::size_t{256} << 20;
 constexpr std::string_view overlayEnding = ".overlay.png";
 
-bool IsImageName(const fs::path& file)
+constexpr std::array<std::string_view, 2> rawEndings = {".raw", ".bin"};
+
+bool IsImageName(const fs::path& file, bool raw)
 {
     const std::string name = file.filename().string();
     std::string ending = file.extension().string();
     std::transform(ending.begin(), ending.end(), ending.begin(),
                    [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-    return !name.starts_with('.') && !name.ends_with(overlayEnding) &&
-           std::find(endings.begin(), endings.end(), ending) != endings.end();
+    const auto isOf = [&](const auto& known) { return std::find(known.begin(), known.end(), ending) != known.end(); };
+    return !name.starts_with('.') && !name.ends_with(overlayEnding) && (raw ? isOf(rawEndings) : isOf(endings));
 }
 
 /// Files that cannot be looked at are passed over here; what is named in a list is told of when it is read.
 template <typename Iterator>
-std::vector<std::string> FolderImages(const fs::path& folder, const std::vector<fs::path>& apart)
+std::vector<std::string> FolderImages(const fs::path& folder, const ImageSelection& selection)
 {
     std::vector<std::string> files;
     std::error_code error;
@@ -47,8 +49,8 @@ std::vector<std::string> FolderImages(const fs::path& folder, const std::vector<
          entry.increment(error))
     {
         std::error_code ignored;
-        const bool stays = entry->is_regular_file(ignored) && IsImageName(entry->path()) &&
-                           std::none_of(apart.begin(), apart.end(),
+        const bool stays = entry->is_regular_file(ignored) && IsImageName(entry->path(), selection.raw) &&
+                           std::none_of(selection.apart.begin(), selection.apart.end(),
                                         [&](const fs::path& file) { return fs::equivalent(file, *entry, ignored); });
         if (stays)
             files.push_back(entry->path().lexically_normal().string());
@@ -122,12 +124,13 @@ std::vector<std::string> ListImages(const ImageSelection& selection)
         collect(
             [&]
             {
-                std::vector<std::string> files =
-                    selection.recursive ? FolderImages<fs::recursive_directory_iterator>(place, selection.apart)
-                                        : FolderImages<fs::directory_iterator>(place, selection.apart);
+                std::vector<std::string> files = selection.recursive
+                                                     ? FolderImages<fs::recursive_directory_iterator>(place, selection)
+                                                     : FolderImages<fs::directory_iterator>(place, selection);
                 if (files.empty())
                     found.push_back({"folder " + place, "no images",
-                                     "a folder with PNG, TIFF, BMP, PGM or JPEG files" +
+                                     (selection.raw ? std::string("a folder with .raw or .bin files")
+                                                    : std::string("a folder with PNG, TIFF, BMP, PGM or JPEG files")) +
                                          std::string(selection.recursive ? "" : "; --recursive looks below it")});
                 return files;
             });

@@ -15,6 +15,7 @@ struct ImageSelection
     std::string list;                         ///< file with a name a line, - for the standard input; empty: none
     bool recursive = false;                   ///< folders with all that lies below them
     std::vector<std::filesystem::path> apart; ///< files that a folder does not bring, painted zones and the like
+    bool raw = false;                         ///< folders bring frames without a header, .raw and .bin
 };
 
 /// Image files in the order in which they are named, those of a folder by name, each once. What a folder holds beside

@@ -9,6 +9,7 @@
 #include "host/inspect/batch.h"
 #include "host/recipe/recipe_file.h"
 #include "host/result/digest.h"
+#include "tools/image_options.h"
 #include "tools/inspect/file_batch.h"
 #include "tools/inspect/interrupt.h"
 #include "tools/output_names.h"
@@ -24,7 +25,7 @@ namespace
 std::vector<CheckedRecipe> LoadQuietly(const std::string& file)
 {
     const QuietCodecs quiet;
-    return LoadRecipes(file);
+    return LoadRecipesByOptions(file);
 }
 
 void CheckOutputNames(const InspectBatchOptions& options, const std::vector<CheckedRecipe>& recipes,
@@ -46,7 +47,9 @@ int RunInspectBatch(InspectBatchOptions options)
 {
     const std::vector<CheckedRecipe> recipes = LoadQuietly(options.recipe);
     options.images.apart = PaintedImages(options.recipe, recipes);
+    options.images.raw = recipes.front()->rawFormat != RawFormat_None;
     FileBatchOptions run;
+    run.reading = *recipes.front();
     run.images = ListImages(options.images);
     CheckOutputNames(options, recipes, run.images);
     // Before the threads of the batch; and the batch before the results, which stay as they are if it cannot be made.

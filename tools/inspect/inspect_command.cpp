@@ -25,6 +25,7 @@
 #include "host/result/overlay.h"
 #include "host/result/result_file.h"
 #include "tools/exit_code.h"
+#include "tools/image_options.h"
 #include "tools/inspect/image_list.h"
 #include "tools/inspect/inspect_batch.h"
 #include "tools/output_names.h"
@@ -184,23 +185,24 @@ int RunSingle(const InspectOptions& options)
     std::shared_ptr<const GreyImage> image;
     std::vector<CheckedRecipe> recipes;
     std::vector<TruthDefect> truth;
-    const bool imageRead = CollectProblems(found,
-                                           [&]
-                                           {
-                                               const QuietCodecs quiet;
-                                               image = std::make_shared<const GreyImage>(LoadGreyImage(file));
-                                           });
-    if (imageRead)
-        progress.Step("image:  " + Printable(file) + ", " + std::to_string(image->Width()) + " by " +
-                      std::to_string(image->Height()) + " pixels");
     const bool recipeRead = CollectProblems(found,
                                             [&]
                                             {
                                                 const QuietCodecs quiet;
-                                                recipes = LoadRecipes(options.recipe);
+                                                recipes = LoadRecipesByOptions(options.recipe);
                                             });
     if (recipeRead)
         progress.Step("recipe: " + Printable(options.recipe));
+    const bool imageRead = CollectProblems(found,
+                                           [&]
+                                           {
+                                               const QuietCodecs quiet;
+                                               image = std::make_shared<const GreyImage>(LoadImage(
+                                                   file, recipeRead ? ImageReading(*recipes.front()) : ReadingOf()));
+                                           });
+    if (imageRead)
+        progress.Step("image:  " + Printable(file) + ", " + std::to_string(image->Width()) + " by " +
+                      std::to_string(image->Height()) + " pixels");
     if (!options.truth.empty())
         CollectProblems(found, [&] { truth = LoadTruth(options.truth); });
     const std::string prefix =
@@ -285,9 +287,8 @@ void AddInspectCommand(CLI::App& app, Action& action)
 {
     const auto options = std::make_shared<InspectOptions>();
     CLI::App* command = app.add_subcommand("inspect", "Inspect images by a recipe");
-    CLI::Option* images =
-        command->add_option("images", options->images.places,
-                            "image files (PNG, TIFF, BMP, PGM, JPEG; 8-bit grey or equal to it) and folders of them");
+    CLI::Option* images = command->add_option(
+        "images", options->images.places, "image files (PNG, TIFF, BMP, PGM, JPEG, raw frames) and folders of them");
     command->add_option("-r,--recipe", options->recipe, "recipe file; its fields: narvo recipe")->required();
     command->add_option("-l,--list", options->images.list,
                         "file with the name of an image in each line, - for the standard input");

@@ -19,6 +19,7 @@
 #include "host/problem.h"
 #include "host/recipe/recipe_file.h"
 #include "tools/exit_code.h"
+#include "tools/image_options.h"
 #include "tools/output_names.h"
 #include "tools/pitch/pitch_plot.h"
 #include "tools/quiet_codecs.h"
@@ -74,14 +75,18 @@ int RunPitch(const PitchOptions& options)
     try
     {
         const QuietCodecs quiet;
-        const GreyImage image = LoadGreyImage(options.image);
+        const GreyImage image = LoadImage(options.image);
         const CRect region = options.region.empty()
                                  ? CRect(0, 0, image.Width(), image.Height())
                                  : CRect(options.region[0], options.region[1], options.region[2], options.region[3]);
         result = SearchPitch(image, region);
         found = result.x.found || result.y.found;
         if (found && !options.recipe.empty())
-            recipe = MakePitchRecipe(image, region, result);
+        {
+            Recipe made = *MakePitchRecipe(image, region, result);
+            static_cast<ImageReading&>(made) = ReadingOf();
+            recipe = CheckedRecipe(std::move(made));
+        }
     }
     catch (const HostError& error)
     {

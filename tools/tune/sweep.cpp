@@ -19,6 +19,7 @@ namespace
 {
 
 constexpr std::string_view zonePrefix = "zones.list";
+constexpr std::string_view imagePrefix = "image.";
 // Counts of blobs this near, as a share of the larger one, count as the same.
 constexpr double dSameShare = 0.05;
 
@@ -34,7 +35,8 @@ std::string NumericNames(Kind kind)
     std::string names;
     const auto add = [&](const auto& field, const std::string& prefix)
     {
-        if ((field.kinds & SetOf(kind)) != 0 && IsNumeric(field) && field.path != "version" && field.path != "index")
+        if ((field.kinds & SetOf(kind)) != 0 && IsNumeric(field) && field.path != "version" && field.path != "index" &&
+            !field.path.starts_with(imagePrefix))
             names += (names.empty() ? "" : ", ") + prefix + std::string(field.path);
     };
     for (const Field<Recipe>& field : RecipeFields())
@@ -162,7 +164,9 @@ SweepField::SweepField(const Recipe& recipe, const std::string& path) : m_path(p
         {{"field", path, "a number of the recipe in " + std::string(KindName(kind)) + ": " + NumericNames(kind)}});
     const auto take = [&](const auto* field)
     {
-        if (field == nullptr || (field->kinds & SetOf(kind)) == 0 || !IsNumeric(*field))
+        // Each image is read once, before the sweep.
+        if (field == nullptr || field->path.starts_with(imagePrefix) || (field->kinds & SetOf(kind)) == 0 ||
+            !IsNumeric(*field))
             throw unknown;
         m_unit = field->unit;
         m_whole = field->member.index() == 0;

@@ -20,6 +20,7 @@
 #include "host/problem.h"
 #include "host/recipe/recipe_file.h"
 #include "tools/exit_code.h"
+#include "tools/image_options.h"
 #include "tools/inspect/interrupt.h"
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
@@ -95,7 +96,7 @@ int RunTune(const TuneOptions& options)
         CollectProblems(found, step);
     };
     std::optional<CheckedRecipe> recipe;
-    collect([&] { recipe = LoadRecipe(options.recipe); });
+    collect([&] { recipe = LoadRecipeByOptions(options.recipe); });
     std::vector<std::vector<TruthDefect>> truth;
     for (const std::string& file : options.truth)
         collect([&] { truth.push_back(LoadTruth(file)); });
@@ -145,7 +146,7 @@ int RunTune(const TuneOptions& options)
     sweep.images = static_cast<int>(options.images.size());
     std::vector<BatchImage> images;
     for (const std::string& image : options.images)
-        images.push_back(ImageFromFile(image));
+        images.push_back(ImageFromFile(image, **recipe, &ProgramNotes()));
     BatchSummary summary;
     {
         const InterruptRequest interrupt;

@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: MIT
+// Images of colours, deep values, mosaics and raw frames through the program: each gives the results of the grey image
+// that it holds.
+#include <fstream>
+
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
+
+#include "host/image/grey_image.h"
+#include "tools/run_narvo.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+using nlohmann::json;
+using testing::HasSubstr;
+
+cv::Mat Panel(const TestFolder& folder)
+{
+    return cv::imread((folder / "panel.png").string(), cv::IMREAD_GRAYSCALE);
+}
+
+/// The panel's pixels in one channel of three; noise in the others.
+void SaveColours(const TestFolder& folder, const std::string& name, int channel)
+{
+    const cv::Mat panel = Panel(folder);
+    std::vector<cv::Mat> channels(3);
+    cv::RNG random(7);
+    for (int i = 0; i < 3; ++i)
+    {
+        channels[static_cast<std::size_t>(i)] = cv::Mat(panel.size(), CV_8UC1);
+        random.fill(channels[static_cast<std::size_t>(i)], cv::RNG::UNIFORM, 0, 256);
+    }
+    channels[static_cast<std::size_t>(channel)] = panel;
+    cv::Mat merged;
+    cv::merge(channels, merged);
+    ASSERT_TRUE(cv::imwrite((folder / name).string(), merged));
+}
+
+std::string BlobsOf(const TestFolder& folder, const std::string& prefix)
+{
+    return ReadText(folder / (prefix + ".blobs.csv"));
+}
+
+/// Inspects the grey panel, and another image with options; both must give the same blobs, some of them.
+void ExpectSameBlobs(const TestFolder& folder, const std::string& image, std::vector<std::string> options,
+                     const std::string& recipe = "panel.recipe.json")
+{
+    ASSERT_EQ(RunNarvo(folder, {"inspect", "panel.png", "-r", "panel.recipe.json", "-q", "-o", "grey"}).code, 0);
+    std::vector<std::string> arguments = {"inspect", image, "-r", recipe, "-q", "-o", "other"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const Outcome outcome = RunNarvo(folder, arguments);
+    EXPECT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_EQ(outcome.error, "");
+    const std::string blobs = BlobsOf(folder, "grey");
+    EXPECT_GT(std::count(blobs.begin(), blobs.end(), '\n'), 3);
+    EXPECT_EQ(BlobsOf(folder, "other"), blobs);
+}
+
+void SaveRecipe(const TestFolder& folder, const json& image)
+{
+    json recipe = json::parse(ReadText(folder / "panel.recipe.json"));
+    recipe["image"] = image;
+    std::ofstream(folder / "other.json") << recipe;
+}
+
+} // namespace
+
+TEST(NarvoImages, OneChannelOfColoursIsInspectedByOptionAndByRecipe)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallPanel(folder).code, 0);
+    SaveColours(folder, "colours.png", 1);
+    ExpectSameBlobs(folder, "colours.png", {"--channel", "green"});
+    ExpectSameBlobs(folder, "colours.png", {"--weights", "0,1,0"});
+    SaveRecipe(folder, {{"channel", "green"}});
+    ExpectSameBlobs(folder, "colours.png", {}, "other.json");
+    // The option takes the place of the recipe's field.
+    SaveRecipe(folder, {{"channel", "red"}});
+    ExpectSameBlobs(folder, "colours.png", {"--channel", "green"}, "other.json");
+}
+
+TEST(NarvoImages, LossIsNotedOnceForManyImages)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallPanel(folder).code, 0);
+    for (const char* name : {"a.png", "b.png", "c.png"})
+        SaveColours(folder, name, 0);
+    const Outcome many =
+        RunNarvo(folder, {"inspect", "a.png", "b.png", "c.png", "-r", "panel.recipe.json", "-q", "--lanes", "2"});
+    EXPECT_EQ(many.code, 0) << many.error;
+    EXPECT_THAT(many.error, testing::MatchesRegex("narvo: note: image [abc].png: colours are read as their luma.*\n"));
+    EXPECT_EQ(std::count(many.error.begin(), many.error.end(), '\n'), 1) << many.error;
+    const Outcome one = RunNarvo(folder, {"inspect", "a.png", "-r", "panel.recipe.json", "-q"});
+    EXPECT_THAT(one.error, HasSubstr("narvo: note: image a.png: colours are read as their luma"));
+}
+
+TEST(NarvoImages, TwelveBitsAreInspectedByLevels)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallPanel(folder).code, 0);
+    cv::Mat deep;
+    Panel(folder).convertTo(deep, CV_16UC1, 16.0, 37.0); // grey levels of 16 counts above 37
+    ASSERT_TRUE(cv::imwrite((folder / "deep.tif").string(), deep));
+    ExpectSameBlobs(folder, "deep.tif", {"--levels", "37:4117"});
+    SaveRecipe(folder, {{"levels", {{"low", 37}, {"high", 4117}}}});
+    ExpectSameBlobs(folder, "deep.tif", {}, "other.json");
+}
+
+TEST(NarvoImages, RawFramesAreInspectedOneByOneAndByTheFolder)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallPanel(folder).code, 0);
+    const cv::Mat panel = Panel(folder);
+    std::filesystem::create_directory(folder / "frames");
+    std::ofstream(folder / "frames/a.raw", std::ios::binary) << "head" << std::string(panel.ptr<char>(), panel.total());
+    const std::string shape = "Mono8:" + std::to_string(panel.cols) + "x" + std::to_string(panel.rows) + "+4";
+    ExpectSameBlobs(folder, "frames/a.raw", {"--raw", shape});
+    const Outcome outcome = RunNarvo(folder, {"inspect", "frames", "-r", "panel.recipe.json", "-q", "--raw", shape});
+    EXPECT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_THAT(ReadText(folder / "results.jsonl"), HasSubstr("frames/a.raw"));
+}
+
+TEST(NarvoImages, PitchWritesTheOptionsIntoItsRecipe)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallPanel(folder).code, 0);
+    SaveColours(folder, "colours.png", 2);
+    const Outcome outcome = RunNarvo(folder, {"pitch", "colours.png", "--channel", "red", "--recipe", "found.json"});
+    EXPECT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_EQ(json::parse(ReadText(folder / "found.json"))["image"]["channel"], "red");
+    EXPECT_EQ(RunNarvo(folder, {"inspect", "colours.png", "-r", "found.json", "-q"}).error, "");
+}
+
+TEST(NarvoImages, WrongOptionsAreNamedWithWhatIsAllowed)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallPanel(folder).code, 0);
+    const auto refusal = [&](std::vector<std::string> options)
+    {
+        options.insert(options.begin(), {"inspect", "panel.png", "-r", "panel.recipe.json"});
+        const Outcome outcome = RunNarvo(folder, options);
+        EXPECT_EQ(outcome.code, 2);
+        return outcome.error;
+    };
+    EXPECT_THAT(refusal({"--channel", "uv"}), HasSubstr("--channel: uv; allowed: auto, luma, red, green, blue or "));
+    EXPECT_THAT(refusal({"--levels", "9"}), HasSubstr("--levels: 9; allowed: LOW:HIGH"));
+    EXPECT_THAT(refusal({"--levels", "9:9"}), HasSubstr("--levels: 9:9; allowed: LOW:HIGH"));
+    EXPECT_THAT(refusal({"--levels", "0:2000000"}), HasSubstr("image.levels.high: 2000000; allowed: whole number, "));
+    EXPECT_THAT(refusal({"--weights", "1,2"}), HasSubstr("--weights: 1,2; allowed: RED,GREEN,BLUE"));
+    EXPECT_THAT(refusal({"--weights", "1,2,300"}), HasSubstr("image.weights.blue: 300; allowed: -100 to 100"));
+    EXPECT_THAT(refusal({"--weights", "1,2,3", "--channel", "red"}), HasSubstr("--channel: red; allowed: left out"));
+    EXPECT_THAT(refusal({"--bayer", "rgb"}), HasSubstr("--bayer: rgb; allowed: none, rggb, grbg, gbrg or bggr"));
+    EXPECT_THAT(refusal({"--demosaic", "off"}), HasSubstr("image.demosaic: off; allowed: bilinear"));
+    EXPECT_THAT(refusal({"--raw", "Mono8"}), HasSubstr("--raw: Mono8; allowed: FORMAT:WIDTHxHEIGHT"));
+    EXPECT_THAT(refusal({"--raw", "Mono9:4x4"}), HasSubstr("--raw: Mono9; allowed: none, Mono8, "));
+    EXPECT_THAT(refusal({"--raw", "Mono8:0x4"}), HasSubstr("image.raw.width: 0; allowed: 1 or more"));
+    EXPECT_THAT(refusal({"--raw", "Mono8:4x4"}), HasSubstr("allowed: 16 bytes: 4 by 4 pixels of Mono8 behind 0 bytes"));
+}
+
+TEST(NarvoImages, TuneDoesNotSweepHowImagesAreRead)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallPanel(folder).code, 0);
+    const Outcome outcome = RunNarvo(folder, {"tune", "panel.png", "-r", "panel.recipe.json", "--field",
+                                              "image.levels.high", "--from", "100", "--to", "200"});
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_THAT(outcome.error, HasSubstr("image.levels.high"));
+}
+
+} // namespace narvo

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+// How the command line says that images are to be read, and the reading of images by it.
+#pragma once
+
+#include <filesystem>
+#include <vector>
+
+#include "host/image/conversion_notes.h"
+#include "host/image/grey_image.h"
+#include "host/image/image_reading.h"
+#include "host/recipe/checked_recipe.h"
+
+namespace CLI
+{
+class App;
+}
+
+namespace narvo
+{
+
+/// Adds --channel, --weights, --bayer, --demosaic, --levels and --raw. They hold for the whole run of the program.
+void AddImageOptions(CLI::App& app);
+
+/// `recipe` with what the command line says in its place. @throws HostError where the two do not go together
+ImageReading ReadingOf(const ImageReading& recipe = {});
+
+/// Reads a recipe file; the recipes read images by ReadingOf. @throws HostError as LoadRecipes
+std::vector<CheckedRecipe> LoadRecipesByOptions(const std::filesystem::path& file);
+/// The same for a recipe of one region. @throws HostError as LoadRecipe
+CheckedRecipe LoadRecipeByOptions(const std::filesystem::path& file);
+
+/// Reads an image; what is lost is told by TellConversions. @throws HostError as LoadGreyImage
+GreyImage LoadImage(const std::filesystem::path& file, const ImageReading& reading = ReadingOf());
+
+/// Where the notes of all images of a run are kept, so that each kind of loss is told once.
+ConversionNotes& ProgramNotes();
+
+/// Prints new notes on the error stream.
+void TellConversions();
+
+} // namespace narvo
