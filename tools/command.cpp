@@ -22,7 +22,7 @@ namespace
 // In the order in which the help shows them.
 constexpr void (*commands[])(CLI::App&, Action&) = {
     AddInspectCommand, AddGoldenCommand,     AddPitchCommand,  AddReportCommand, AddExplainCommand,
-    AddTuneCommand,    AddSynthCommand,  AddBoardCommand,  AddRecipeCommand,
+    AddTuneCommand,    AddEvaluateCommand,   AddSynthCommand,  AddBoardCommand,  AddRecipeCommand,
     AddBenchCommand,   AddCompletionCommand, AddManualCommand,
 };
 

@@ -38,6 +38,8 @@ void AddRecipeCommand(CLI::App& app, Action& action);
 /// `narvo bench`: measures how fast a recipe is on an image.
 void AddBenchCommand(CLI::App& app, Action& action);
 
+/// `narvo evaluate`: measures a recipe on images with known defects.
+void AddEvaluateCommand(CLI::App& app, Action& action);
 
 /// `narvo synth`: makes a panel with its zones, recipe and truth.
 void AddSynthCommand(CLI::App& app, Action& action);

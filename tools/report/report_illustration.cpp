@@ -10,6 +10,7 @@
 #include "host/inspect/inspection_plan.h"
 #include "host/probe/kernel_probe.h"
 #include "host/problem.h"
+#include "tools/image_options.h"
 #include "tools/quiet_codecs.h"
 #include "tools/report/report_pictures.h"
 
@@ -71,7 +72,8 @@ bool Reload(ReportDraft& draft, std::size_t index, GreyImage& image)
     try
     {
         const QuietCodecs quiet;
-        image = LoadGreyImage(file);
+        const Recipe* const recipe = draft.RecipeOf(index);
+        image = LoadImage(file, recipe != nullptr ? ImageReading(*recipe) : ReadingOf());
     }
     catch (const HostError& error)
     {

@@ -17,6 +17,7 @@
 #include "host/recipe/recipe_file.h"
 #include "host/result/result_reader.h"
 #include "tools/exit_code.h"
+#include "tools/image_options.h"
 #include "tools/quiet_codecs.h"
 
 namespace narvo
@@ -65,7 +66,7 @@ public:
                         [&]
                         {
                             const QuietCodecs quiet;
-                            LoadGreyImage(input);
+                            LoadImage(input);
                         });
         if (found.empty())
             NameImages();
@@ -82,7 +83,7 @@ private:
         std::vector<CheckedRecipe> recipes;
         {
             const QuietCodecs quiet;
-            recipes = LoadRecipes(file);
+            recipes = LoadRecipesByOptions(file);
         }
         std::vector<int> places;
         for (const CheckedRecipe& recipe : recipes)
@@ -126,10 +127,11 @@ private:
         std::vector<CheckedRecipe> recipes;
         for (const int index : indices)
             recipes.push_back(m_draft.page.recipes[static_cast<std::size_t>(index)].recipe);
+        const ImageReading reading = *recipes.front();
         std::vector<BatchImage> images;
         for (const std::string& input : m_inputs.files)
             if (!IsResultFile(input))
-                images.push_back(ImageFromFile(input));
+                images.push_back(ImageFromFile(input, reading, &ProgramNotes()));
         const int processors = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 256);
         Batch batch(std::move(recipes), m_inputs.lanes > 0 ? m_inputs.lanes : processors);
         const auto take = [&](const ImageResult& result)

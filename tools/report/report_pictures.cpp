@@ -41,14 +41,6 @@ std::string ToBase64(const std::vector<std::uint8_t>& bytes)
     return text;
 }
 
-std::string EncodeJpeg(const cv::Mat& picture, int quality)
-{
-    std::vector<std::uint8_t> bytes;
-    if (!cv::imencode(".jpg", picture, bytes, {cv::IMWRITE_JPEG_QUALITY, quality, cv::IMWRITE_JPEG_OPTIMIZE, 1}))
-        throw HostError({{"report", "a picture could not be encoded", "JPEG"}});
-    return "data:image/jpeg;base64," + ToBase64(bytes);
-}
-
 /// The square round a defect that is cut out; it may reach beyond the image.
 cv::Rect CropOf(const CRect& box)
 {
@@ -91,6 +83,14 @@ Compared CompareOf(const CKernelTrace& probe, int x, int y, bool lastBand)
 }
 
 } // namespace
+
+std::string EncodeJpeg(const cv::Mat& picture, int quality)
+{
+    std::vector<std::uint8_t> bytes;
+    if (!cv::imencode(".jpg", picture, bytes, {cv::IMWRITE_JPEG_QUALITY, quality, cv::IMWRITE_JPEG_OPTIMIZE, 1}))
+        throw HostError({{"report", "a picture could not be encoded", "JPEG"}});
+    return "data:image/jpeg;base64," + ToBase64(bytes);
+}
 
 std::string MakeOverview(const GreyImage& image, double pixels)
 {

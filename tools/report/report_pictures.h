@@ -14,6 +14,9 @@
 namespace narvo
 {
 
+/// A picture as JPEG in a data URI. @throws HostError where it cannot be encoded
+std::string EncodeJpeg(const cv::Mat& picture, int quality);
+
 /// The image as JPEG, reduced to at most `pixels` pixels and never enlarged.
 std::string MakeOverview(const GreyImage& image, double pixels);
 

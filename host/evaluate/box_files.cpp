@@ -1,0 +1,277 @@
+// SPDX-License-Identifier: MIT
+// One small reader for each format.
+#include "host/evaluate/box_files.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+#include "host/file/input_file.h"
+#include "host/problem.h"
+
+namespace narvo
+{
+
+using nlohmann::json;
+
+namespace
+{
+
+constexpr double dCoordinateHigh = 1048576.0;
+
+[[noreturn]] void RefuseBoxes(const std::string& place, const std::string& value, const std::string& allowed)
+{
+    throw HostError({{place, value, allowed}});
+}
+
+std::string TextOf(const std::filesystem::path& file)
+{
+    return ReadTextFile(file, "boxes " + file.string(), "a readable text file");
+}
+
+/// Calls `take(line, place)` for each line that is not blank.
+template <typename Take>
+void VisitLines(const std::filesystem::path& file, Take take)
+{
+    std::istringstream stream(TextOf(file));
+    std::string line;
+    for (int number = 1; std::getline(stream, line); ++number)
+    {
+        std::replace(line.begin(), line.end(), ',', ' ');
+        if (line.find_first_not_of(" \t\r") != std::string::npos)
+            take(line, "boxes " + file.string() + ", line " + std::to_string(number));
+    }
+}
+
+/// A box from real coordinates, grown to whole pixels. @return an empty one where they are no box
+CRect WholeBox(double left, double top, double right, double bottom)
+{
+    const auto isPlace = [](double value) { return std::abs(value) <= dCoordinateHigh; }; // not for NaN
+    if (!isPlace(left) || !isPlace(top) || !isPlace(right) || !isPlace(bottom))
+        return {};
+    // Shares times a side miss whole pixels by their last digits.
+    constexpr double dRoundOff = 1e-6;
+    return {static_cast<int>(std::floor(left + dRoundOff)), static_cast<int>(std::floor(top + dRoundOff)),
+            static_cast<int>(std::ceil(right - dRoundOff)), static_cast<int>(std::ceil(bottom - dRoundOff))};
+}
+
+/// What stands between the first opening tag of that name behind `from` and its closing tag. @return false without one
+bool FindElement(const std::string& text, const std::string& name, std::size_t from, std::string& content,
+                 std::size_t& end)
+{
+    const std::string open = "<" + name;
+    for (std::size_t place = text.find(open, from); place != std::string::npos; place = text.find(open, place + 1))
+    {
+        const std::size_t behind = place + open.size();
+        if (behind >= text.size() || (text[behind] != '>' && text[behind] != ' ' && text[behind] != '\n'))
+            continue; // a longer name
+        const std::size_t begin = text.find('>', behind);
+        const std::size_t close = text.find("</" + name + ">", behind);
+        if (begin == std::string::npos || close == std::string::npos || close < begin)
+            return false;
+        content = text.substr(begin + 1, close - begin - 1);
+        end = close;
+        return true;
+    }
+    return false;
+}
+
+std::string Trimmed(const std::string& text)
+{
+    const std::size_t first = text.find_first_not_of(" \t\r\n");
+    return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
+}
+
+bool ReadNumber(const std::string& text, double& number)
+{
+    std::istringstream stream(Trimmed(text));
+    return static_cast<bool>(stream >> number) && stream.peek() == std::istringstream::traits_type::eof();
+}
+
+std::string TextMember(const json& object, const char* key)
+{
+    return object.is_object() && object.contains(key) && object[key].is_string() ? object[key].get<std::string>() : "";
+}
+
+/// The whole number by which COCO's lists refer to each other. @throws HostError
+std::int64_t IdOf(const json& object, const char* key, const std::string& place)
+{
+    if (!object.is_object() || !object.contains(key) || !object[key].is_number_integer())
+        RefuseBoxes(place,
+                    object.is_object() && object.contains(key) ? object[key].dump() : "missing " + std::string(key),
+                    "an object with a whole number as " + std::string(key));
+    return object[key].get<std::int64_t>();
+}
+
+} // namespace
+
+std::vector<TrueBox> ReadBoxLines(const std::filesystem::path& file)
+{
+    std::vector<TrueBox> boxes;
+    VisitLines(file,
+               [&](const std::string& line, const std::string& place)
+               {
+                   std::istringstream fields(line);
+                   double sides[4] = {};
+                   TrueBox box;
+                   if (!(fields >> sides[0] >> sides[1] >> sides[2] >> sides[3] >> box.kind))
+                       RefuseBoxes(place, line, "left top right bottom kind, in pixels");
+                   box.box = WholeBox(sides[0], sides[1], sides[2], sides[3]);
+                   if (box.box.IsRectEmpty())
+                       RefuseBoxes(place, line, "left top right bottom kind, in pixels, right and bottom the greater");
+                   boxes.push_back(std::move(box));
+               });
+    return boxes;
+}
+
+bool HoldsYoloLines(const std::filesystem::path& file)
+{
+    bool all = true;
+    bool any = false;
+    VisitLines(file,
+               [&](const std::string& line, const std::string&)
+               {
+                   std::istringstream fields(line);
+                   int type = 0;
+                   double shares[4] = {};
+                   std::string rest;
+                   any = true;
+                   all = all && fields >> type >> shares[0] >> shares[1] >> shares[2] >> shares[3] &&
+                         !(fields >> rest) &&
+                         std::all_of(shares, shares + 4, [](double share) { return share >= 0.0 && share <= 1.0; });
+               });
+    return any && all;
+}
+
+std::vector<TrueBox> ReadYoloLines(const std::filesystem::path& file, int width, int height,
+                                   const std::vector<std::string>& classes)
+{
+    std::vector<TrueBox> boxes;
+    VisitLines(file,
+               [&](const std::string& line, const std::string& place)
+               {
+                   std::istringstream fields(line);
+                   int type = -1;
+                   double x = 0.0;
+                   double y = 0.0;
+                   double w = 0.0;
+                   double h = 0.0;
+                   const bool read = static_cast<bool>(fields >> type >> x >> y >> w >> h);
+                   TrueBox box;
+                   box.box = WholeBox((x - w / 2.0) * width, (y - h / 2.0) * height, (x + w / 2.0) * width,
+                                      (y + h / 2.0) * height);
+                   if (!read || type < 0 || box.box.IsRectEmpty())
+                       RefuseBoxes(place, line, "class, centre x, centre y, width and height in shares of the image");
+                   box.kind = type < static_cast<int>(classes.size()) ? classes[static_cast<std::size_t>(type)]
+                                                                      : std::to_string(type);
+                   boxes.push_back(std::move(box));
+               });
+    return boxes;
+}
+
+std::vector<std::string> ReadClassNames(const std::filesystem::path& file)
+{
+    std::istringstream stream(TextOf(file));
+    std::vector<std::string> names;
+    for (std::string line; std::getline(stream, line);)
+        names.push_back(Trimmed(line));
+    while (!names.empty() && names.back().empty())
+        names.pop_back();
+    return names;
+}
+
+std::vector<TrueBox> ReadVocBoxes(const std::filesystem::path& file, std::string& image)
+{
+    const std::string text = TextOf(file);
+    std::size_t end = 0;
+    image.clear();
+    if (FindElement(text, "filename", 0, image, end))
+        image = Trimmed(image);
+    std::vector<TrueBox> boxes;
+    std::string object;
+    for (std::size_t from = 0; FindElement(text, "object", from, object, end); from = end)
+    {
+        const std::string place = "boxes " + file.string() + ", object " + std::to_string(boxes.size() + 1);
+        TrueBox box;
+        std::string bounds;
+        std::size_t ignored = 0;
+        if (!FindElement(object, "name", 0, box.kind, ignored))
+            RefuseBoxes(place, "no name", "an object with name and bndbox");
+        box.kind = Trimmed(box.kind);
+        double sides[4] = {};
+        const char* const names[] = {"xmin", "ymin", "xmax", "ymax"};
+        bool complete = FindElement(object, "bndbox", 0, bounds, ignored);
+        for (int i = 0; i < 4 && complete; ++i)
+        {
+            std::string number;
+            complete = FindElement(bounds, names[i], 0, number, ignored) && ReadNumber(number, sides[i]);
+        }
+        // Pascal VOC counts pixels from 1 and names the last one.
+        box.box = complete ? WholeBox(sides[0] - 1.0, sides[1] - 1.0, sides[2], sides[3]) : CRect();
+        if (box.box.IsRectEmpty())
+            RefuseBoxes(place, Trimmed(bounds).empty() ? "no bndbox" : Trimmed(bounds),
+                        "a bndbox with the numbers xmin, ymin, xmax and ymax");
+        boxes.push_back(std::move(box));
+    }
+    return boxes;
+}
+
+bool IsCocoFile(const std::filesystem::path& file)
+{
+    const json document = json::parse(TextOf(file), nullptr, false);
+    return document.is_object() && document.contains("images") && document.contains("annotations");
+}
+
+std::map<std::string, std::vector<TrueBox>> ReadCocoBoxes(const std::filesystem::path& file)
+{
+    const std::string name = "boxes " + file.string();
+    const json document = json::parse(TextOf(file), nullptr, false);
+    for (const char* list : {"images", "annotations"})
+        if (!document.is_object() || !document.contains(list) || !document[list].is_array())
+            RefuseBoxes(name, "no list " + std::string(list), "COCO's object with images and annotations");
+    std::map<std::int64_t, std::string> kinds;
+    if (document.contains("categories") && document["categories"].is_array())
+        for (const json& category : document["categories"])
+            kinds[IdOf(category, "id", name + ", categories")] = TextMember(category, "name");
+    std::map<std::int64_t, std::string> images;
+    std::map<std::string, std::vector<TrueBox>> boxes;
+    for (const json& image : document["images"])
+    {
+        const std::string of = TextMember(image, "file_name");
+        if (of.empty())
+            RefuseBoxes(name + ", images", "no file_name", "the name of a file for each image");
+        images[IdOf(image, "id", name + ", images")] = of;
+        boxes[of];
+    }
+    for (std::size_t i = 0; i < document["annotations"].size(); ++i)
+    {
+        const json& annotation = document["annotations"][i];
+        const std::string place = name + ", annotations[" + std::to_string(i) + "]";
+        const auto image = images.find(IdOf(annotation, "image_id", place));
+        if (image == images.end())
+            RefuseBoxes(place + ".image_id", annotation["image_id"].dump(), "the id of an image");
+        const json& sides = annotation.contains("bbox") ? annotation["bbox"] : json();
+        TrueBox box;
+        if (sides.is_array() && sides.size() == 4 &&
+            std::all_of(sides.begin(), sides.end(), [](const json& side) { return side.is_number(); }))
+        {
+            const auto at = [&](std::size_t side) { return sides[side].get<double>(); };
+            box.box = WholeBox(at(0), at(1), at(0) + at(2), at(1) + at(3));
+        }
+        if (box.box.IsRectEmpty())
+            RefuseBoxes(place + ".bbox", sides.dump(), "[left, top, width, height] in pixels");
+        if (annotation.contains("category_id"))
+        {
+            const std::int64_t kind = IdOf(annotation, "category_id", place);
+            box.kind = kinds.contains(kind) && !kinds[kind].empty() ? kinds[kind] : std::to_string(kind);
+        }
+        boxes[image->second].push_back(std::move(box));
+    }
+    return boxes;
+}
+
+} // namespace narvo

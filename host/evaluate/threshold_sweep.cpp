@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: MIT
+// Scaled recipes, and the pixels that they report.
+#include "host/evaluate/threshold_sweep.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+namespace narvo
+{
+
+namespace
+{
+
+constexpr int nGreyHigh = 255;
+constexpr int nGainHigh = 256;
+constexpr int nOffsetHigh = 32512;
+constexpr double dCoveredHigh = 0.2; ///< share of the image in pairs, beyond which a threshold says nothing
+
+int Scaled(int value, double factor, int low, int high)
+{
+    return value == 0 ? 0 : static_cast<int>(std::clamp(std::round(value * factor), double(low), double(high)));
+}
+
+/// Raises the scores of the pixels in reported blobs to what their pairs stand for. At the factor before, `ceiling`,
+/// they were not reported, or have a higher score from there.
+void PaintPairs(const InspectionResult& result, double factor, double ceiling, ScoreImage& scores)
+{
+    std::vector<std::uint8_t> reported(scores.values.size(), 0);
+    for (const Blob& blob : result.blobs)
+        for (int y = std::max(0, blob.box.top); y < std::min(scores.height, blob.box.bottom); ++y)
+            for (int x = std::max(0, blob.box.left); x < std::min(scores.width, blob.box.right); ++x)
+                reported[static_cast<std::size_t>(y) * scores.width + x] = 1;
+    for (const Pair& pair : result.pairRecords)
+    {
+        const auto [x, y] = std::pair(pair.place.x, pair.place.y);
+        if (pair.removed || x < 0 || y < 0 || x >= scores.width || y >= scores.height)
+            continue;
+        const std::size_t place = static_cast<std::size_t>(y) * scores.width + x;
+        if (reported[place] == 0)
+            continue;
+        const double above =
+            pair.threshold > 0 ? 1.0 + std::max(0, pair.peak) / static_cast<double>(pair.threshold) : 1.0;
+        scores.values[place] = std::max(scores.values[place], static_cast<float>(std::min(factor * above, ceiling)));
+    }
+}
+
+} // namespace
+
+const std::vector<double>& SweepFactors()
+{
+    static const std::vector<double> factors = []
+    {
+        std::vector<double> list;
+        for (int i = 0; i <= 24; ++i)
+            list.push_back(std::exp2((12 - i) / 4.0)); // 8 .. 1 .. 1/8
+        list[nFactorOne] = 1.0;
+        return list;
+    }();
+    return factors;
+}
+
+Recipe ScaleThresholds(const Recipe& recipe, double factor)
+{
+    Recipe scaled = recipe;
+    const bool sums = recipe.GetKind() == Kind_Float || recipe.GetKind() == Kind_Trapezium;
+    scaled.thresholdBase = Scaled(recipe.thresholdBase, factor, 1, sums ? nGreyHigh * 9 : nGreyHigh);
+    scaled.thresholdGain = Scaled(recipe.thresholdGain, factor, 0, nGainHigh);
+    scaled.thresholdExtra = Scaled(recipe.thresholdExtra, factor, 0, nGreyHigh);
+    scaled.darkFilterBase = Scaled(recipe.darkFilterBase, factor, 1, nGreyHigh);
+    scaled.darkFilterGain = Scaled(recipe.darkFilterGain, factor, 0, nGainHigh);
+    if (recipe.twicePitch != 0.0)
+    {
+        scaled.twiceBase = Scaled(recipe.twiceBase, factor, 1, nGreyHigh);
+        scaled.twiceGain = Scaled(recipe.twiceGain, factor, 0, nGainHigh);
+    }
+    // Binarise mode reports what is darker than its limit.
+    scaled.binariseLimit = Scaled(recipe.binariseLimit, 1.0 / factor, 2, nGreyHigh);
+    scaled.averageBright = Scaled(recipe.averageBright, factor, 1, nGreyHigh);
+    scaled.averageDark = Scaled(recipe.averageDark, factor, 1, nGreyHigh);
+    if (recipe.mode != Mode_Zone && recipe.mode != Mode_Asg)
+        return scaled;
+    for (ZoneSettings& zone : scaled.zones)
+    {
+        for (int* const offset : {&zone.offset, &zone.upperOffset})
+            *offset = Scaled(*offset, factor, 0, nOffsetHigh);
+        for (int* const gain :
+             {&zone.gain, &zone.upperGain, &zone.darkFilterGain, &zone.brightFilterGain, &zone.tableGain})
+            *gain = Scaled(*gain, factor, 0, nGainHigh);
+        for (int* const grey : {&zone.darkFilterOffset, &zone.brightFilterOffset, &zone.tableOffset})
+            *grey = Scaled(*grey, factor, 0, nGreyHigh);
+    }
+    return scaled;
+}
+
+ImageScores SweepThresholds(Inspector& inspector, int lane, const GreyView& image, const CheckedRecipe& recipe)
+{
+    ImageScores found;
+    found.scores.width = image.Width();
+    found.scores.height = image.Height();
+    found.scores.values.assign(static_cast<std::size_t>(image.Width()) * image.Height(), 0.0F);
+    const std::vector<double>& factors = SweepFactors();
+    found.blobs.resize(factors.size());
+    for (std::size_t i = 0; i < factors.size(); ++i)
+    {
+        const CheckedRecipe scaled = i == nFactorOne ? recipe : CheckedRecipe(ScaleThresholds(*recipe, factors[i]));
+        const InspectionResult result = inspector.Inspect(lane, image, scaled, true);
+        const double covered =
+            static_cast<double>(result.pairRecords.size()) / (double(image.Width()) * image.Height());
+        if (i > nFactorOne && (result.overflowed || !result.warnings.empty() || covered > dCoveredHigh))
+            break;
+        const double ceiling = i == 0 ? 2.0 * factors[0] : factors[i - 1];
+        PaintPairs(result, factors[i], std::nextafter(static_cast<float>(ceiling), 0.0F), found.scores);
+        for (const Blob& blob : result.blobs)
+            found.blobs[i].push_back({blob.box, blob.area});
+    }
+    return found;
+}
+
+} // namespace narvo

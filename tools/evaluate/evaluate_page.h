@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+// The page of an evaluation: figures, curves, and the images that went worst.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/evaluate/evaluation.h"
+
+namespace narvo
+{
+
+/// A picture of an image with what is true and what was reported.
+struct EvaluatedPicture
+{
+    std::string caption;
+    std::string source; ///< data URI
+};
+
+struct EvaluationPage
+{
+    std::string set;
+    std::string layout;
+    std::string made; ///< program and version
+    ScoringRules rules;
+    std::vector<MethodResult> methods; ///< the first one is what is evaluated, the others are baselines
+    std::vector<EvaluatedPicture> pictures;
+};
+
+/// The page as one self-contained HTML text.
+std::string BuildEvaluationPage(const EvaluationPage& page);
+
+/// "0.936 (0.921 to 0.950)", or a dash.
+std::string FigureText(const Figure& figure);
+
+} // namespace narvo
