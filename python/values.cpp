@@ -28,8 +28,9 @@ json ToJsonAt(const py::handle& value, const std::string& place, int depth)
         return refuse("no deeper nesting");
     if (value.is_none())
         return nullptr;
-    // NumPy's truth values are no subclass of bool.
-    if (py::isinstance<py::bool_>(value) || std::string(Py_TYPE(value.ptr())->tp_name) == "numpy.bool_")
+    // NumPy's truth values are no subclass of bool; their type is numpy.bool_ before version 2.
+    const std::string type = Py_TYPE(value.ptr())->tp_name;
+    if (py::isinstance<py::bool_>(value) || type == "numpy.bool_" || type == "numpy.bool")
         return PyObject_IsTrue(value.ptr()) == 1;
     if (py::isinstance<py::str>(value))
     {
