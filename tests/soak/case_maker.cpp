@@ -78,8 +78,7 @@ struct CCaseMaker::CGrid
     bool bWild = false; ///< origins anywhere near the image
 };
 
-CCaseMaker::CCaseMaker(Memory eMemory, Sizes eSizes)
-    : m_bExact(eMemory == Memory::Exact), m_bSmall(eSizes == Sizes::Small)
+CCaseMaker::CCaseMaker(Memory eMemory, Sizes eSizes) : m_bExact(eMemory == Memory::Exact), m_eSizes(eSizes)
 {
 }
 
@@ -109,6 +108,12 @@ const CSoakCase& CCaseMaker::Make(CCaseSource& source)
 void CCaseMaker::MakeImageSize(CCaseSource& source)
 {
     CConvParam& p = m_case.param;
+    if (m_eSizes == Sizes::Rows)
+    {
+        p.nImageWidth = source.OneIn(3) ? source.Int(40, 100) : source.Int(64, 330);
+        p.nImageHeight = source.Int(16, 100);
+        return;
+    }
     const int nKind = source.Int(0, 199);
     if (nKind < 150)
     {
@@ -125,7 +130,7 @@ void CCaseMaker::MakeImageSize(CCaseSource& source)
         p.nImageWidth = source.Int(100, 330);
         p.nImageHeight = source.Int(60, 260);
     }
-    else if (nKind < 199 || m_bSmall)
+    else if (nKind < 199 || m_eSizes == Sizes::Small)
     {
         p.nImageWidth = source.Int(1, 20);
         p.nImageHeight = source.Int(1, 20);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "narvoassem/convparam.h"
+#include "narvoassem/fast/bound/bound_stage.h"
 #include "soak/case_source.h"
 
 namespace narvo::test
@@ -43,6 +44,7 @@ struct CSoakCase
         0; ///< capacities of the lane's stores, and of the sub-engines' stores where a split may take place
     int nPairSize = 0;
     int nBlobSize = 0;
+    engine::BoundUse eBound = engine::BoundUse::WherePaid; ///< changes no result
 };
 
 /// Blobs that a pool must have been initialised for.
@@ -82,8 +84,9 @@ public:
     };
     enum class Sizes
     {
-        All,  ///< wide regions that are split, and crowds of pairs, among the small ones
-        Small ///< images of some hundred pixels a side at the most
+        All,   ///< wide regions that are split, and crowds of pairs, among the small ones
+        Small, ///< images of some hundred pixels a side at the most
+        Rows   ///< widths on both sides of the least that the bound of the finder takes
     };
 
     explicit CCaseMaker(Memory eMemory = Memory::Kept, Sizes eSizes = Sizes::All);
@@ -121,7 +124,7 @@ private:
     bool IsVertical() const { return m_case.param.nDirection != 0; }
 
     const bool m_bExact;
-    const bool m_bSmall;
+    const Sizes m_eSizes;
     bool m_bWide = false;  ///< a region that may be split
     bool m_bQuiet = false; ///< and whose seams are quiet
     bool m_bFlood = false; ///< more pairs than a vertical pass turns into blobs

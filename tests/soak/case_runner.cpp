@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <new>
+#include <utility>
 
+#include "narvoassem/fast/scan/scan_scratch.h"
 #include "soak/case_hash.h"
 
 namespace narvo::test
@@ -107,6 +109,8 @@ const CCaseResult& CCaseRunner::Run(const CSoakCase& soakCase, bool bSplit)
     m_param = soakCase.param;
     m_param.bBandThread = bSplit ? 1 : 0;
     m_result = CCaseResult();
+    engine::BoundUse& eBound = engine::GetScanScratch().bound.eUse;
+    const engine::BoundUse eUsual = std::exchange(eBound, soakCase.eBound);
     switch (soakCase.eCall)
     {
     case CaseCall::Rect:
@@ -122,6 +126,7 @@ const CCaseResult& CCaseRunner::Run(const CSoakCase& soakCase, bool bSplit)
         m_result.nCode = m_control.Inspect_Trapezium(soakCase.nLane, &m_param);
         break;
     }
+    eBound = eUsual;
     m_result.bBands = bWide && bSplit && m_param.nDirection != 0 && m_param.nInspectMode != 3 && CountBands() > 0 &&
                       (m_result.nCode == 1 || m_result.nCode == 16);
     Fold(bWide);

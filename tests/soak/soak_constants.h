@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "soak/soak_run.h"
+
 namespace narvo::test
 {
 
@@ -24,13 +26,24 @@ inline constexpr CSoakConstant aSoakConstants[] = {
     {2000000, 0x80c2ffba13d92d4b, 0xfb8840d4e8b088ee, 0x91dd34a7a21fbde5},
 };
 
+/// The same for the cases made for bounds.
+inline constexpr CSoakConstant aBoundConstants[] = {
+    {2000, 0xf70f090d0aaa5f22, 0, 0},
+    {20000, 0xdcb150c4e878d273, 0x19df6b635f6f31cd, 0x19df6b635f6f31cd},
+    {200000, 0x8db44956ae52458a, 0x1140a2b605425231, 0x1140a2b605425231},
+};
+
 /// The constant for that many cases; null where there is none.
-inline const CSoakConstant* FindSoakConstant(std::uint64_t nCases)
+inline const CSoakConstant* FindSoakConstant(std::uint64_t nCases, CaseKind eKind = CaseKind::General)
 {
-    for (const CSoakConstant& constant : aSoakConstants)
-        if (constant.nCases == nCases)
-            return &constant;
-    return nullptr;
+    const auto find = [nCases](const auto& aConstants) -> const CSoakConstant*
+    {
+        for (const CSoakConstant& constant : aConstants)
+            if (constant.nCases == nCases)
+                return &constant;
+        return nullptr;
+    };
+    return eKind == CaseKind::Bounds ? find(aBoundConstants) : find(aSoakConstants);
 }
 
 } // namespace narvo::test

@@ -36,6 +36,7 @@ struct COptions
     CSoakRange range{0, 20000};
     std::string strLevel;
     std::string strSplit = "on";
+    std::string strKind = "general";
     int nJobs = 1;
     std::uint64_t nBlock = 1000;
     std::optional<std::uint64_t> nSingle;
@@ -110,7 +111,7 @@ int ReplayCase(const COptions& options, const CSoakSetting& setting)
     std::optional<CForcedLevel> level;
     if (setting.nLevel != 0)
         level.emplace(setting.nLevel);
-    CSoakPlayer player;
+    CSoakPlayer player(setting.eKind);
     const CCaseResult& result = player.Play(*options.nSingle, setting.bSplit);
     std::cout << "case " << *options.nSingle << " at " << setting.Name() << ": ";
     PrintCase(std::cout, player.Case());
@@ -123,7 +124,7 @@ int ShowCoverage(const COptions& options, const CSoakSetting& setting)
     std::optional<CForcedLevel> level;
     if (setting.nLevel != 0)
         level.emplace(setting.nLevel);
-    CSoakPlayer player;
+    CSoakPlayer player(setting.eKind);
     CSoakCoverage coverage;
     for (std::uint64_t i = 0; i < options.range.nCases; ++i)
         coverage.Count(player, player.Play(options.range.nFirst + i, setting.bSplit));
@@ -192,7 +193,7 @@ int HoldAgainst(const CSoakFile& own, const CSoakFile& other)
 /// Holds the sums against the committed ones, where there are some for this range.
 int Judge(const CSoakSetting& setting, const CSoakRange& range, const CSoakSums& sums)
 {
-    const CSoakConstant* const pConstant = range.nFirst == 0 ? FindSoakConstant(range.nCases) : nullptr;
+    const CSoakConstant* const pConstant = range.nFirst == 0 ? FindSoakConstant(range.nCases, setting.eKind) : nullptr;
     if (pConstant == nullptr)
     {
         std::cout << "no committed checksum for this range\n";
@@ -224,8 +225,9 @@ int RunSums(const COptions& options, const CSoakSetting& setting)
     own.aBlocks = RunSoak(setting, own.range, own.nBlock, options.nJobs, std::ref(progress));
     const std::chrono::duration<double> tSpent = std::chrono::steady_clock::now() - tStart;
     const CSoakSums sums = AddUp(own.aBlocks);
-    std::cout << "cases " << own.range.nFirst << " to " << own.range.nFirst + own.range.nCases - 1 << " at "
-              << setting.Name() << ", " << std::fixed << std::setprecision(1) << tSpent.count() << " s\n"
+    std::cout << (setting.eKind == CaseKind::Bounds ? "bounds, cases " : "cases ") << own.range.nFirst << " to "
+              << own.range.nFirst + own.range.nCases - 1 << " at " << setting.Name() << ", " << std::fixed
+              << std::setprecision(1) << tSpent.count() << " s\n"
               << "  left alone by the split  " << Hex(sums.nPlain) << "  (" << sums.nCases - sums.nOpenCases
               << " cases)\n"
               << "  with the split " << (setting.bSplit ? "on       " : "off      ") << Hex(sums.nOpen) << "  ("
@@ -246,6 +248,9 @@ int Run(const COptions& options)
     }
     CSoakSetting plain;
     plain.bSplit = options.strSplit == "on";
+    plain.eKind = options.strKind == "bounds" ? CaseKind::Bounds : CaseKind::General;
+    if (plain.eKind != CaseKind::General && !(options.strWrite.empty() && options.strAgainst.empty()))
+        throw CLI::ValidationError("--kind", "files of sums hold cases of kind general only");
     const CSoakSetting setting = ParseSetting(options.strLevel, plain);
     if (options.nSingle)
         return ReplayCase(options, setting);
@@ -274,6 +279,9 @@ int main(int argc, char** argv)
     app.add_option("--split", options.strSplit, "band split of wide regions")
         ->capture_default_str()
         ->check(CLI::IsMember({"on", "off"}));
+    app.add_option("--kind", options.strKind, "general cases, or those made for the bound in front of the finder")
+        ->capture_default_str()
+        ->check(CLI::IsMember({"general", "bounds"}));
     app.add_option("--jobs", options.nJobs, "threads")->capture_default_str()->check(CLI::Range(1, 1024));
     app.add_option("--block", options.nBlock, "cases of a block in a file of sums")
         ->capture_default_str()

@@ -52,7 +52,7 @@ std::int64_t FindLevel(const std::string& strName)
 const CCaseResult& CSoakPlayer::Play(std::uint64_t nNumber, bool bSplit)
 {
     CNumberedSource source(nNumber);
-    m_pCase = &m_maker.Make(source);
+    m_pCase = m_eKind == CaseKind::Bounds ? &m_boundMaker.Make(source) : &m_maker.Make(source);
     return m_runner.Run(*m_pCase, bSplit);
 }
 
@@ -73,7 +73,7 @@ std::vector<CSoakSums> RunSoak(const CSoakSetting& setting, const CSoakRange& ra
     {
         try
         {
-            CSoakPlayer player;
+            CSoakPlayer player(setting.eKind);
             for (std::uint64_t n = nNextBlock++; n < nBlocks; n = nNextBlock++)
             {
                 const std::uint64_t nBegin = n * nBlock;

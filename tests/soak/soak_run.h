@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "soak/bound_cases.h"
 #include "soak/case_maker.h"
 #include "soak/case_runner.h"
 
@@ -27,11 +28,19 @@ struct CSoakSums
     friend bool operator==(const CSoakSums&, const CSoakSums&) = default;
 };
 
+/// Which endless row of numbered cases.
+enum class CaseKind
+{
+    General, ///< those of CCaseMaker
+    Bounds   ///< those of CBoundCaseMaker
+};
+
 /// How cases are run.
 struct CSoakSetting
 {
     std::int64_t nLevel = 0; ///< vector level, 0 for the processor's best
     bool bSplit = true;      ///< bands of wide regions run on sub-engines
+    CaseKind eKind = CaseKind::General;
 
     std::string Name() const;
 };
@@ -56,12 +65,16 @@ CSoakSums AddUp(const std::vector<CSoakSums>& aBlocks);
 class CSoakPlayer
 {
 public:
+    explicit CSoakPlayer(CaseKind eKind = CaseKind::General) : m_eKind(eKind) {}
+
     const CCaseResult& Play(std::uint64_t nNumber, bool bSplit);
     const CSoakCase& Case() const { return *m_pCase; }
     CCaseRunner& Runner() { return m_runner; }
 
 private:
+    const CaseKind m_eKind;
     CCaseMaker m_maker;
+    CBoundCaseMaker m_boundMaker;
     CCaseRunner m_runner;
     const CSoakCase* m_pCase = nullptr;
 };

@@ -32,7 +32,7 @@ bool IsShortRun()
 
 void ExpectCommitted(const CSoakSetting& setting, std::uint64_t nCases)
 {
-    const CSoakConstant* const pConstant = FindSoakConstant(nCases);
+    const CSoakConstant* const pConstant = FindSoakConstant(nCases, setting.eKind);
     ASSERT_NE(pConstant, nullptr) << nCases;
     const CSoakSums sums = AddUp(RunSoak(setting, {0, nCases}, nCases, 1));
     EXPECT_EQ(sums.nPlain, pConstant->nPlain) << setting.Name();
@@ -45,6 +45,12 @@ TEST(SoakChecksum, IsTheCommittedOneAtEveryVectorLevelWithAndWithoutTheSplit)
     for (const std::int64_t nLevel : VectorLevels())
         for (const bool bSplit : {true, false})
             ExpectCommitted({nLevel, bSplit}, nCases);
+}
+
+TEST(SoakChecksum, OfCasesForBoundsIsTheCommittedOneAtEveryVectorLevel)
+{
+    for (const std::int64_t nLevel : VectorLevels())
+        ExpectCommitted({nLevel, true, CaseKind::Bounds}, 2000);
 }
 
 TEST(SoakChecksum, IsTheCommittedOneOverCasesThatReachEveryRungAndCode)
@@ -122,6 +128,27 @@ TEST(SoakCases, KeepTheContractInMemoryOfExactlyTheSizeItAsksFor)
         CNumberedSource source(i);
         EXPECT_EQ(runner.Run(maker.Make(source), true).nHash, player.Play(i, true).nHash) << "case " << i;
     }
+}
+
+TEST(SoakCases, ForBoundsGiveTheSameHoweverTheBoundIsUsed)
+{
+    CBoundCaseMaker maker;
+    CCaseRunner runner;
+    int nWithPairs = 0;
+    for (std::uint64_t i = 0; i < 1500; ++i)
+    {
+        CNumberedSource source(i);
+        CSoakCase soakCase = maker.Make(source);
+        soakCase.eBound = engine::BoundUse::Never;
+        const std::uint64_t nHash = runner.Run(soakCase, true).nHash;
+        nWithPairs += runner.Lane().GetPairCount() > 0 ? 1 : 0;
+        for (const engine::BoundUse eUse : {engine::BoundUse::WherePaid, engine::BoundUse::WherePossible})
+        {
+            soakCase.eBound = eUse;
+            EXPECT_EQ(runner.Run(soakCase, true).nHash, nHash) << "case " << i;
+        }
+    }
+    EXPECT_GT(nWithPairs, 500);
 }
 
 TEST(SoakCases, ComeFromBytesAsFromNumbers)
