@@ -81,8 +81,8 @@ int CBoundCaseMaker::PickStep(CCaseSource& source, int nGrey) const
     const auto nGain = static_cast<std::uint16_t>(bSecond ? p.nBlackFilterGain : p.nThresholdGain);
     int nStep = 0;
     while (nStep < 255 &&
-           nStep <= engine::FormThreshold(static_cast<std::uint16_t>(std::max(nGrey + nSign * nStep, nGrey)), nGain,
-                                          nBase))
+           nStep <=
+               engine::FormThreshold(static_cast<std::uint16_t>(std::max(nGrey + nSign * nStep, nGrey)), nGain, nBase))
         ++nStep;
     return nSign * (nStep + source.Int(-1, 1));
 }

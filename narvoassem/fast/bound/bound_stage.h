@@ -58,8 +58,8 @@ template <CFindTraits kTraits>
 class CBoundStage
 {
 public:
-    /// Other references have no proof that the chain of averages is close enough.
-    static constexpr bool kBounded = kTraits.eReference == FindReference::Linear;
+    /// Weights that differ from column to column have no chain of averages.
+    static constexpr bool kBounded = kTraits.eReference != FindReference::Column;
 
     explicit CBoundStage(CBoundScratch& scratch) : m_scratch(scratch) {}
 
@@ -92,6 +92,8 @@ public:
     }
 
 private:
+    static constexpr bool kBilinear = kTraits.eReference == FindReference::Bilinear;
+    static constexpr std::int16_t kLeastLimit = kBilinear ? kLeastBilinearLimit : kLeastLinearLimit;
     /// Rows that share their limits, unless the runs change before.
     static constexpr std::int64_t kLimitRows = 16;
     /// Rows left to the finder after those that were too dense, doubled while the image stays so.
@@ -113,6 +115,7 @@ private:
         m_rows.pLimit = m_scratch.limits.Data();
         m_rows.nColumns = m_nColumns;
         m_rows.nFraction = place.nWeightFar;
+        m_rows.nRight = kBilinear ? place.nWeightRight : 0;
         m_rows.nPrefetch = place.nPrefetch;
         // About the time that the finder would take longer.
         const std::int64_t nGain = m_nColumns * m_rows.nRows / (m_rows.nRows == 1 ? 16 : 32);
@@ -151,7 +154,7 @@ private:
         }
         else
         {
-            const auto isLimit = [](std::int16_t nBase) { return kLeastBase <= nBase && nBase <= kGreatestBase; };
+            const auto isLimit = [](std::int16_t nBase) { return kLeastLimit <= nBase && nBase <= kGreatestBase; };
             auto nLeast = static_cast<std::int16_t>(place.nBase);
             if (!isLimit(nLeast))
                 return false;
@@ -186,8 +189,8 @@ private:
         std::fill_n(pLeast, nHigh - nLow, std::uint8_t{255});
         const auto lower = [&](const std::int16_t* pMap)
         {
-            return pMap != nullptr &&
-                   LowerToLeastOffsets(pMap + place.nMapRow + nLow, nMapStride, nLines, nHigh - nLow, pLeast);
+            return pMap != nullptr && LowerToLeastOffsets(pMap + place.nMapRow + nLow, nMapStride, nLines, nHigh - nLow,
+                                                          kLeastLimit, pLeast);
         };
         if (!lower(place.pOffsetMap) || (kTraits.eThreshold == FindThreshold::Knee && !lower(place.pOffsetMap2)))
             return false;

@@ -21,7 +21,7 @@ namespace
 namespace hn = hwy::HWY_NAMESPACE;
 
 bool LowerLimits(const std::int16_t* pMap, std::int64_t nStride, std::int64_t nLines, std::int64_t nCount,
-                 std::uint8_t* pLimit)
+                 std::int16_t nLeast, std::uint8_t* pLimit)
 {
     const hn::CappedTag<std::int16_t, 16> d;
     const hn::Rebind<std::uint8_t, decltype(d)> d8;
@@ -43,7 +43,7 @@ bool LowerLimits(const std::int16_t* pMap, std::int64_t nStride, std::int64_t nL
         const auto vHeld = hn::LoadU(d8, pLimit + i);
         hn::StoreU(hn::Min(hn::DemoteTo(d8, vLimit), vHeld), d8, pLimit + i);
     }
-    return hn::AllFalse(d, hn::Lt(vLeast, hn::Set(d, kLeastBase))) &&
+    return hn::AllFalse(d, hn::Lt(vLeast, hn::Set(d, nLeast))) &&
            hn::AllFalse(d, hn::Gt(vGreatest, hn::Set(d, kGreatestBase)));
 }
 
@@ -60,9 +60,9 @@ namespace narvo::engine
 HWY_EXPORT(LowerLimits);
 
 bool LowerToLeastOffsets(const std::int16_t* pMap, std::int64_t nStride, std::int64_t nLines, std::int64_t nCount,
-                         std::uint8_t* pLimit)
+                         std::int16_t nLeast, std::uint8_t* pLimit)
 {
-    return HWY_DYNAMIC_DISPATCH(LowerLimits)(pMap, nStride, nLines, nCount, pLimit);
+    return HWY_DYNAMIC_DISPATCH(LowerLimits)(pMap, nStride, nLines, nCount, nLeast, pLimit);
 }
 
 } // namespace narvo::engine

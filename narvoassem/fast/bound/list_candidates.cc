@@ -50,6 +50,19 @@ HWY_INLINE CBytes FormReference(CBytes vNear, CBytes vFar)
     return Weigh<kFraction, 8>(vChain, vNear, vFar);
 }
 
+/// Columns of a reference row: its bytes or, with a weight nRight of the next column, the chain between neighbours,
+/// with one average for each bit. Below the lowest set bit it averages the same bytes.
+template <bool kBilinear>
+HWY_INLINE CBytes LoadReference(const std::uint8_t* pRow, int nRight)
+{
+    const CByteTag d;
+    CBytes vChain = hn::LoadU(d, pRow);
+    if constexpr (kBilinear)
+        for (int nBit = 0; nBit < 4; ++nBit)
+            vChain = hn::AverageRound(vChain, hn::LoadU(d, pRow + (nRight >> nBit & 1)));
+    return vChain;
+}
+
 /// How far the source lies above the reference, and below.
 struct CDistance
 {
@@ -65,18 +78,22 @@ struct CDistance
         vAbove = hn::Max(vAbove, other.vAbove);
         vBelow = hn::Max(vBelow, other.vBelow);
     }
-    /// Not 0 in lanes that pass the test.
-    template <int kFraction>
+    /// Not 0 in lanes that pass the test; the reference is at most kError too high.
+    template <int kError>
     HWY_INLINE CBytes Excess(CBytes vLimit) const
     {
         const CByteTag d;
-        const CBytes vLower = kFraction == 0 ? vLimit : hn::SaturatedSub(vLimit, hn::Set(d, 1));
+        const CBytes vLower = kError == 0 ? vLimit : hn::SaturatedSub(vLimit, hn::Set(d, kError));
         return hn::Or(hn::SaturatedSub(vAbove, vLower), hn::SaturatedSub(vBelow, vLimit));
     }
 };
 
+/// How much the chains may be too high.
+template <int kFraction, bool kBilinear>
+constexpr int kChainError = (kFraction != 0 ? 1 : 0) + (kBilinear ? 1 : 0);
+
 /// Columns x .. x + 63 of one row: a bit for each that passes.
-template <int kFraction>
+template <int kFraction, bool kBilinear>
 HWY_NOINLINE std::uint64_t MarkWord(const CBoundRows& rows, int nRow, std::int64_t x)
 {
     const CByteTag d;
@@ -84,10 +101,11 @@ HWY_NOINLINE std::uint64_t MarkWord(const CBoundRows& rows, int nRow, std::int64
     std::uint64_t nBits = 0;
     for (std::int64_t i = 0; i < kBoundColumns; i += kLanes)
     {
-        const CDistance distance(hn::LoadU(d, rows.pSource[nRow] + x + i),
-                                 FormReference<kFraction>(hn::LoadU(d, rows.pReference[nRow] + x + i),
-                                                          hn::LoadU(d, rows.pReference[nRow + 1] + x + i)));
-        const CBytes vExcess = distance.Excess<kFraction>(hn::LoadU(d, rows.pLimit + x + i));
+        const CDistance distance(
+            hn::LoadU(d, rows.pSource[nRow] + x + i),
+            FormReference<kFraction>(LoadReference<kBilinear>(rows.pReference[nRow] + x + i, rows.nRight),
+                                     LoadReference<kBilinear>(rows.pReference[nRow + 1] + x + i, rows.nRight)));
+        const CBytes vExcess = distance.Excess<kChainError<kFraction, kBilinear>>(hn::LoadU(d, rows.pLimit + x + i));
         std::uint8_t aPart[sizeof nBits] = {};
         hn::StoreMaskBits(d, hn::Ne(vExcess, hn::Zero(d)), aPart);
         std::uint64_t nPart;
@@ -98,7 +116,7 @@ HWY_NOINLINE std::uint64_t MarkWord(const CBoundRows& rows, int nRow, std::int64
 }
 
 /// Whether any of columns x .. x + 63 passes in any row.
-template <int kFraction, int kRows>
+template <int kFraction, bool kBilinear, int kRows>
 HWY_INLINE bool PassesAny(const CBoundRows& rows, std::int64_t x)
 {
     const CByteTag d;
@@ -106,20 +124,20 @@ HWY_INLINE bool PassesAny(const CBoundRows& rows, std::int64_t x)
     CBytes vAny = hn::Zero(d);
     for (std::int64_t i = x; i < x + kBoundColumns; i += kLanes)
     {
-        CBytes vNear = hn::LoadU(d, rows.pReference[0] + i);
+        CBytes vNear = LoadReference<kBilinear>(rows.pReference[0] + i, rows.nRight);
         CDistance furthest(vNear, vNear);
         for (int nRow = 0; nRow < kRows; ++nRow)
         {
-            const CBytes vFar = hn::LoadU(d, rows.pReference[nRow + 1] + i);
+            const CBytes vFar = LoadReference<kBilinear>(rows.pReference[nRow + 1] + i, rows.nRight);
             furthest.Widen(CDistance(hn::LoadU(d, rows.pSource[nRow] + i), FormReference<kFraction>(vNear, vFar)));
             vNear = vFar;
         }
-        vAny = hn::Or(vAny, furthest.Excess<kFraction>(hn::LoadU(d, rows.pLimit + i)));
+        vAny = hn::Or(vAny, furthest.Excess<kChainError<kFraction, kBilinear>>(hn::LoadU(d, rows.pLimit + i)));
     }
     return !hn::AllTrue(d, hn::Eq(vAny, hn::Zero(d)));
 }
 
-template <int kFraction, int kRows>
+template <int kFraction, bool kBilinear, int kRows>
 bool ListFor(CBoundRows& callersRows)
 {
     // A copy, so that the pointers can stay in registers.
@@ -136,11 +154,12 @@ bool ListFor(CBoundRows& callersRows)
             if (kRows > 1)
                 hwy::Prefetch(rows.pSource[kRows - 1] + nRow * rows.nPrefetch + x);
         }
-        if (!PassesAny<kFraction, kRows>(rows, x))
+        if (!PassesAny<kFraction, kBilinear, kRows>(rows, x))
             continue;
         for (int nRow = 0; nRow < kRows; ++nRow)
         {
-            const std::uint64_t nBits = MarkWord<kFraction>(rows, nRow, x) & ~std::uint64_t{0} << (nDone - x);
+            const std::uint64_t nBits = MarkWord<kFraction, kBilinear>(rows, nRow, x) & ~std::uint64_t{0}
+                                                                                            << (nDone - x);
             *pEnd[nRow] = {nBits, x / 8};
             pEnd[nRow] += nBits != 0 ? 1 : 0;
             rows.nCredit -= std::popcount(nBits) * CBoundRows::kCandidateCost;
@@ -155,17 +174,18 @@ bool ListFor(CBoundRows& callersRows)
     return true;
 }
 
-template <int... kFraction>
+template <bool kBilinear, int... kFraction>
 bool ListBy(std::integer_sequence<int, kFraction...> /*fractions*/, CBoundRows& rows)
 {
-    static constexpr bool (*one[])(CBoundRows&) = {ListFor<kFraction, 1>...};
-    static constexpr bool (*several[])(CBoundRows&) = {ListFor<kFraction, kBoundRows>...};
+    static constexpr bool (*one[])(CBoundRows&) = {ListFor<kFraction, kBilinear, 1>...};
+    static constexpr bool (*several[])(CBoundRows&) = {ListFor<kFraction, kBilinear, kBoundRows>...};
     return (rows.nRows == 1 ? one : several)[rows.nFraction](rows);
 }
 
 bool List(CBoundRows& rows)
 {
-    return ListBy(std::make_integer_sequence<int, 16>(), rows);
+    const std::make_integer_sequence<int, 16> fractions;
+    return rows.nRight != 0 ? ListBy<true>(fractions, rows) : ListBy<false>(fractions, rows);
 }
 
 } // namespace

@@ -15,6 +15,10 @@ namespace narvo::engine
 constexpr int kBoundRows = 4;              ///< rows that are listed together
 constexpr std::int64_t kBoundColumns = 64; ///< columns of a word of candidates; no row is shorter
 
+/// The least limit of linear references, with which chain and reference may differ by one, and of bilinear ones.
+constexpr std::int16_t kLeastLinearLimit = 1;
+constexpr std::int16_t kLeastBilinearLimit = 2;
+
 /// Rows listed together. The reference of row n is interpolated between pReference[n] and pReference[n + 1]: the far
 /// row of one is the near row of the next.
 ///
@@ -23,6 +27,10 @@ constexpr std::int64_t kBoundColumns = 64; ///< columns of a word of candidates;
 /// rounded averages, one for each bit of the fraction from the lowest set bit up, gives it or one more: each average
 /// rounds up by at most one half and halves the error of those before it, so the sum of all errors is below 1. If no
 /// threshold of the pixel is below the limit, chain - source > limit or source - chain > limit - 1 for every hit.
+///
+/// A bilinear reference is the same of two values interpolated along their rows, and so is the chain of two chains.
+/// These are at most one too high, which raises the third by at most one, so it is at most two too high, and source -
+/// chain > limit - 2 for every hit whose source is the brighter. In saturating bytes this takes a limit of at least 2.
 struct CBoundRows
 {
     int nRows = 0; ///< 1 or kBoundRows
@@ -31,6 +39,7 @@ struct CBoundRows
     const std::uint8_t* pLimit = nullptr; ///< a byte for each column, the same for all rows: 1 .. 255
     std::int64_t nColumns = 0;            ///< a multiple of 16, at least kBoundColumns
     int nFraction = 0;                    ///< 0 .. 15
+    int nRight = 0;                       ///< 0 .. 15; if not 0, reference rows are bilinear and one byte longer
     std::int64_t nPrefetch = 0;           ///< bytes from one row to the next, which will be listed after these
 
     /// What the candidates may cost before the rows are given up as too dense: kWordCost for each 64 columns of the

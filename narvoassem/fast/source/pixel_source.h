@@ -246,8 +246,9 @@ private:
         {
             // Rows that are copied do not follow one another in memory.
             const std::int64_t nLast = y + kBoundRows - 1;
+            const std::int64_t nColumns = m_nStrips * kStripWidth + (kScan.ReadsOneMore() ? 1 : 0);
             const auto isInside = [&](std::int64_t nLeft, std::int64_t nRow)
-            { return IsRowInside(m_call.image, nLeft, nRow, m_nStrips * kStripWidth); };
+            { return IsRowInside(m_call.image, nLeft, nRow, nColumns); };
             if (nLast < reach.nLimitEnd && PitchAt(m_x, nLast) == pitch && isInside(m_x, y) && isInside(m_x, nLast) &&
                 isInside(ReferenceLeft(m_x), y + pitch.nWhole) &&
                 isInside(ReferenceLeft(m_x), nLast + pitch.nWhole + 1))
