@@ -9,6 +9,7 @@
 
 #include "host/problem.h"
 #include "host/recipe/recipe_check.h"
+#include "host/recipe/recipe_rules.h"
 #include "host/recipe/region_shape.h"
 
 namespace narvo
@@ -116,7 +117,7 @@ void InspectionPlan::FillScalars(const Recipe& recipe)
     m_param.nConvMultiple = recipe.multipleX;
     m_param.dScanPitch = recipe.pitchY;
     m_param.nScanMultiple = recipe.multipleY;
-    m_param.nGrayLimit = recipe.greyLimit;
+    m_param.nGrayLimit = GreyLimitOf(recipe);
     m_param.bKeepSingle = recipe.keepSingles;
     // The engine's check wants three windows across, of a band too; what it says of a band is not looked at.
     m_param.bBandThread = recipe.bandSplit && 3 * recipe.windowWidth <= nNarrowestBand;

@@ -13,8 +13,6 @@ namespace narvo
 namespace
 {
 
-constexpr int nGreyLimitOf9 = 227;
-
 /// The field of an option, and how to say that it is set and that it is not.
 struct OptionName
 {
@@ -108,9 +106,10 @@ void CheckKernel(const Recipe& recipe, Direction direction, Problems& found)
                          direction == Direction_Vertical ? "2 by 3 pixels, since the direction is vertical"
                                                          : "3 by 2 pixels, since the direction is horizontal"});
     // 144 units a grey level: a greater difference would leave the 16-bit lanes and not count as a hit.
-    if (recipe.GetKind() == Kind_Float && given.Has(engine::KernelOption::Window9) && recipe.greyLimit > nGreyLimitOf9)
+    if (recipe.GetKind() == Kind_Float && given.Has(engine::KernelOption::Window9) &&
+        GreyLimitOf(recipe) > nGreyLimitOf9)
         found.push_back({"grey_limit", std::to_string(recipe.greyLimit),
-                         "at most " + std::to_string(nGreyLimitOf9) + " where the window is 3 by 3 pixels"});
+                         "at most " + std::to_string(nGreyLimitOf9) + " where the window is 3 by 3 pixels, or 255"});
     if (recipe.GetKind() == Kind_Asg && direction == Direction_Horizontal && recipe.zoneMultipleX != recipe.multipleX)
         found.push_back({"zones.multiple.x", std::to_string(recipe.zoneMultipleX),
                          std::to_string(recipe.multipleX) +

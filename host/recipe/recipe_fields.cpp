@@ -109,7 +109,7 @@ const Field<Recipe> recipeFields[] = {
      "compared window: 2 by 2, 3 along the direction by 2, or 3 by 3; regions other than rectangles take 2 by 2"},
     {"window.height", "pixels", &Recipe::windowHeight, 2, 3, nNone, nFloat | nTrapezium | nFreeForm, "compared window"},
     {"grey_limit", "grey levels", &Recipe::greyLimit, 1, dGreyHigh, nNone, nCompared | nAverage,
-     "brighter values count as this"},
+     "brighter values count as this; at 255 with a float window of 3 by 3 pixels, as 227"},
     {"threshold.base", "grey levels", &Recipe::thresholdBase, 1, dGreyHigh, nPixel | nFreeForm, nPixel | nFreeForm,
      "fixed part of the threshold"},
     {"threshold.base", "grey levels of the window's sum", &Recipe::thresholdBase, 1, dGreyHigh * 9, nFloat | nTrapezium,

@@ -49,4 +49,10 @@ bool VerifiesByTables(const Recipe& recipe, int along)
                        { return zone.verifyMode == VerifyMode_Table && VerifiesAlong(zone, along); });
 }
 
+int GreyLimitOf(const Recipe& recipe)
+{
+    const bool nine = recipe.GetKind() == Kind_Float && recipe.windowWidth == 3 && recipe.windowHeight == 3;
+    return nine && recipe.greyLimit == 255 ? nGreyLimitOf9 : recipe.greyLimit;
+}
+
 } // namespace narvo

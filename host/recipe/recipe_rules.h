@@ -67,4 +67,11 @@ void CheckCorners(const Recipe& recipe, int width, int height, Problems& found);
 /// The zones, their verification, and the painted cells or maps that lay them out.
 void CheckZones(const Recipe& recipe, Problems& found);
 
+/// The brightest value that sums of 3 by 3 pixels compare without leaving 16 bits: they take 144 units for a grey
+/// level.
+constexpr int nGreyLimitOf9 = 227;
+
+/// The grey level as which brighter values count. 255 sets no limit of its own and gives way to nGreyLimitOf9.
+int GreyLimitOf(const Recipe& recipe);
+
 } // namespace narvo

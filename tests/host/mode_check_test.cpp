@@ -3,6 +3,7 @@
 #include "host/host_test_help.h"
 #include "host/recipe/recipe_check.h"
 #include "host/recipe/recipe_fields.h"
+#include "host/recipe/recipe_rules.h"
 #include "host/recipe_settings.h"
 
 namespace narvo
@@ -180,10 +181,16 @@ TEST(ModeCheck, WindowsOfNinePixelsHoldTheGreyLimitDown)
     Recipe recipe = SmallestOf("float");
     recipe.windowWidth = 3;
     recipe.windowHeight = 3;
+    EXPECT_THAT(CheckRecipe(recipe), IsEmpty()); // 255 says nothing about the window
+    EXPECT_EQ(GreyLimitOf(recipe), 227);
+    recipe.greyLimit = 228;
     EXPECT_THAT(CheckRecipe(recipe),
-                ElementsAre(IsProblem("grey_limit", "255", "at most 227 where the window is 3 by 3 pixels")));
+                ElementsAre(IsProblem("grey_limit", "228", "at most 227 where the window is 3 by 3 pixels, or 255")));
     recipe.greyLimit = 227;
     EXPECT_THAT(CheckRecipe(recipe), IsEmpty());
+    recipe.greyLimit = 255;
+    recipe.windowHeight = 2;
+    EXPECT_EQ(GreyLimitOf(recipe), 255);
 }
 
 TEST(ModeCheck, SettingsOfTheAsgKernels)

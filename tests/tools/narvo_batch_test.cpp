@@ -106,6 +106,23 @@ int SignalInMidRun(const TestFolder& folder, int signal, int lines)
 
 } // namespace
 
+TEST(NarvoBatch, NameThatIsListedTwiceIsInspectedOnceWithAWarning)
+{
+    const TestFolder folder;
+    MakeImages(folder, 3);
+    std::ofstream(folder / "list.txt") << "images/i001.pgm\nimages/i000.pgm\n./images/i001.pgm\n";
+    const Outcome twice = RunNarvo(folder, {"inspect", "--list", "list.txt", "-r", "panel.recipe.json", "-q"});
+    EXPECT_EQ(twice.code, 0);
+    EXPECT_EQ(twice.error, "narvo: warning: images/i001.pgm is named twice; each image is inspected once\n");
+    EXPECT_THAT(Images(Lines(folder)), ElementsAre("images/i001.pgm", "images/i000.pgm"));
+    const Outcome again =
+        RunNarvo(folder, {"inspect", "images", "--list", "list.txt", "-r", "panel.recipe.json", "-q", "-o", "again"});
+    EXPECT_EQ(
+        again.error,
+        "narvo: warning: images/i001.pgm and others are named again, 3 times in all; each image is inspected once\n");
+    EXPECT_THAT(Lines(folder, "again.jsonl"), SizeIs(3));
+}
+
 TEST(NarvoBatch, FolderLeavesALineForEachImageAndARowForEachBlob)
 {
     const TestFolder folder;

@@ -173,6 +173,62 @@ TEST(NarvoInspect, FileThatIsNoImageIsNamedInOneLine)
     }
 }
 
+TEST(NarvoInspect, OverlayIsLeftOutOnRequest)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallPanel(folder).code, 0);
+    const Outcome outcome = RunNarvo(folder, {"inspect", "panel.png", "-r", "panel.recipe.json", "--no-overlay"});
+    EXPECT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_THAT(outcome.out, HasSubstr("written: panel.blobs.json, panel.blobs.csv ("));
+    EXPECT_TRUE(std::filesystem::exists(folder / "panel.blobs.csv"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "panel.overlay.png"));
+}
+
+TEST(NarvoInspect, TruthIsReadFromLinesOfBoxes)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallPanel(folder).code, 0);
+    const json truth = json::parse(ReadText(folder / "panel.truth.json"));
+    std::ofstream lines(folder / "boxes.txt");
+    for (const json& defect : truth["defects"])
+        lines << defect["left"] << ' ' << defect["top"] << ' ' << defect["right"] << ' ' << defect["bottom"] << ' '
+              << defect["kind"].get<std::string>() << '\n';
+    lines.close();
+    const auto scored = [&](const std::string& file)
+    {
+        const Outcome outcome =
+            RunNarvo(folder, {"inspect", "panel.png", "-r", "panel.recipe.json", "--no-overlay", "-t", file});
+        EXPECT_EQ(outcome.code, 0) << outcome.error;
+        const std::size_t from = outcome.out.find("true defects found");
+        return outcome.out.substr(from, outcome.out.find("written") - from);
+    };
+    EXPECT_THAT(scored("boxes.txt"), HasSubstr("recall: "));
+    EXPECT_EQ(scored("boxes.txt"), scored("panel.truth.json"));
+}
+
+TEST(NarvoInspect, FloatWindowsOfNinePixelsNeedNoGreyLimit)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallPanel(folder).code, 0);
+    const auto blobs = [&](const json& more)
+    {
+        json recipe = {{"version", 1},
+                       {"mode", "float"},
+                       {"direction", "horizontal"},
+                       {"pitch", {{"x", 40.5}, {"y", 48.25}}},
+                       {"window", {{"width", 3}, {"height", 3}}},
+                       {"threshold", {{"base", 180}}}};
+        recipe.update(more);
+        std::ofstream(folder / "float.json") << recipe;
+        const Outcome outcome = RunNarvo(folder, {"inspect", "panel.png", "-r", "float.json", "-q", "--no-overlay"});
+        EXPECT_EQ(outcome.code, 0) << outcome.error;
+        return ReadText(folder / "panel.blobs.csv");
+    };
+    const std::string found = blobs(json::object());
+    EXPECT_GT(std::count(found.begin(), found.end(), '\n'), 1);
+    EXPECT_EQ(blobs({{"grey_limit", 227}}), found);
+}
+
 TEST(NarvoInspect, LostColoursAreNoted)
 {
     const TestFolder folder;

@@ -64,6 +64,30 @@ TEST(Truth, WrittenTruthReadsBackTheSame)
     EXPECT_EQ(truth[0].contrast, 25.5);
 }
 
+TEST(Truth, LinesOfBoxesAreReadAsDefects)
+{
+    const TestFolder folder;
+    std::ofstream(folder / "t.txt") << "1 2 5 6 open\n\n3,4,9,8,short\n";
+    const auto truth = LoadTruth(folder / "t.txt");
+    ASSERT_THAT(truth, SizeIs(2));
+    EXPECT_EQ(truth[0].kind, "open");
+    EXPECT_EQ(truth[0].box, CRect(1, 2, 5, 6));
+    EXPECT_EQ(truth[1].kind, "short");
+    EXPECT_EQ(truth[1].box, CRect(3, 4, 9, 8));
+    std::ofstream(folder / "t.txt") << "1 2 5 6 open\n5 2 1 6 open\n";
+    const auto found = ProblemsOf([&] { LoadTruth(folder / "t.txt"); });
+    ASSERT_THAT(found, SizeIs(1));
+    EXPECT_THAT(found[0].field, HasSubstr("t.txt, line 2"));
+    std::ofstream(folder / "t.txt") << "";
+    EXPECT_THAT(LoadTruth(folder / "t.txt"), SizeIs(0));
+    // JSON under another name, and an empty file that should be JSON.
+    std::ofstream(folder / "t.truth")
+        << R"({"version": 1, "defects": [{"left": 1, "top": 2, "right": 3, "bottom": 4}]})";
+    EXPECT_THAT(LoadTruth(folder / "t.truth"), SizeIs(1));
+    std::ofstream(folder / "t.json") << "";
+    EXPECT_THAT(ProblemsOf([&] { LoadTruth(folder / "t.json"); }), SizeIs(1));
+}
+
 TEST(Truth, FilesOfTheWrongFormAreRefusedWithAllProblems)
 {
     const TestFolder folder;

@@ -5,10 +5,8 @@
 #include <algorithm>
 #include <cmath>
 #include <random>
-#include <sstream>
 #include <system_error>
 
-#include "host/file/input_file.h"
 #include "host/problem.h"
 #include "tools/image_options.h"
 #include "tools/quiet_codecs.h"
@@ -18,27 +16,6 @@ namespace narvo
 
 namespace
 {
-
-std::vector<TruthDefect> LoadBoxes(const std::filesystem::path& file)
-{
-    std::istringstream stream(ReadTextFile(file, "truth " + file.string(), "a readable text file"));
-    std::vector<TruthDefect> boxes;
-    std::string line;
-    for (int number = 1; std::getline(stream, line); ++number)
-    {
-        std::replace(line.begin(), line.end(), ',', ' ');
-        if (line.find_first_not_of(" \t\r") == std::string::npos)
-            continue;
-        std::istringstream fields(line);
-        TruthDefect box;
-        if (!(fields >> box.box.left >> box.box.top >> box.box.right >> box.box.bottom >> box.kind) ||
-            box.box.IsRectEmpty())
-            throw HostError({{"truth " + file.string() + ", line " + std::to_string(number), line,
-                              "left top right bottom kind, in pixels, right and bottom the greater"}});
-        boxes.push_back(box);
-    }
-    return boxes;
-}
 
 GreyImage Cut(const GreyImage& image, int left, int top)
 {
@@ -124,7 +101,7 @@ TruePair LoadPair(const PairFiles& files)
     pair.name = files.name;
     pair.reference = LoadImage(files.reference);
     pair.image = LoadImage(files.image);
-    pair.truth = LoadBoxes(files.reference.parent_path() / (files.name + ".txt"));
+    pair.truth = LoadTruth(files.reference.parent_path() / (files.name + ".txt"));
     pair.moveX = files.moveX;
     pair.moveY = files.moveY;
     Move(pair);

@@ -127,7 +127,9 @@ private:
         {
             const std::string prefix = PrefixOf(file, files.size());
             names.AddInput(file);
-            names.AddOutputs(file, prefix, {".blobs.json", ".blobs.csv", ".overlay.png"});
+            names.AddOutputs(file, prefix, {".blobs.json", ".blobs.csv"});
+            if (!m_options.noOverlay)
+                names.AddOutputs(file, prefix, {".overlay.png"});
             if (m_options.steps)
                 names.AddOutputs(file, prefix, {".reference.png", ".threshold.png"});
         }
@@ -212,8 +214,12 @@ private:
             document["references"].push_back(NameToText(reference));
         WriteTextFile(prefix + ".blobs.json", document.dump(2) + "\n");
         WriteTextFile(prefix + ".blobs.csv", GoldenToCsv(result));
-        SaveOverlay(prefix + ".overlay.png", image, result.inspection, missed);
-        std::string written = prefix + ".blobs.json, " + prefix + ".blobs.csv, " + prefix + ".overlay.png";
+        std::string written = prefix + ".blobs.json, " + prefix + ".blobs.csv";
+        if (!m_options.noOverlay)
+        {
+            SaveOverlay(prefix + ".overlay.png", image, result.inspection, missed);
+            written += ", " + prefix + ".overlay.png";
+        }
         if (m_options.steps)
         {
             SaveGreyImage(prefix + ".reference.png", result.reference);

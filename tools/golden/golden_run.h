@@ -27,6 +27,7 @@ struct GoldenOptions
     bool overwrite = false;
     bool retry = false;
     bool steps = false;
+    bool noOverlay = false; ///< of images that are named
     bool quiet = false;
     GoldenSettings settings;
     ScoreOptions score;

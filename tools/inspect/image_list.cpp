@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <iostream>
 #include <set>
 #include <sstream>
 #include <string_view>
@@ -12,6 +13,7 @@
 #include <unistd.h>
 
 #include "host/file/input_file.h"
+#include "host/foreign_text.h"
 #include "host/problem.h"
 #include "tools/exit_code.h"
 
@@ -141,9 +143,18 @@ std::vector<std::string> ListImages(const ImageSelection& selection)
 
     std::vector<std::string> files;
     std::set<std::string> seen;
+    std::vector<std::string> again;
     for (std::string& file : named)
         if (seen.insert(file).second)
             files.push_back(std::move(file));
+        else
+            again.push_back(std::move(file));
+    if (!again.empty())
+        std::cerr << "narvo: warning: " << Printable(again.front())
+                  << (again.size() == 1
+                          ? " is named twice"
+                          : " and others are named again, " + std::to_string(again.size()) + " times in all")
+                  << "; each image is inspected once" << std::endl;
     return files;
 }
 

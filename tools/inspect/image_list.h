@@ -18,8 +18,9 @@ struct ImageSelection
     bool raw = false;                         ///< folders bring frames without a header, .raw and .bin
 };
 
-/// Image files in the order in which they are named, those of a folder by name, each once. What a folder holds beside
-/// images, hidden files and overlays of earlier results stay out.
+/// Image files in the order in which they are named, those of a folder by name, each once; a warning on the error
+/// stream says which are named again. What a folder holds beside images, hidden files and overlays of earlier results
+/// stay out.
 /// @throws HostError for places that are not there, folders without an image and lists that cannot be read, with all
 /// problems
 std::vector<std::string> ListImages(const ImageSelection& selection);

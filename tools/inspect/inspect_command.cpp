@@ -48,9 +48,10 @@ struct InspectOptions
     bool resume = false;
     bool overwrite = false;
     bool retry = false;
+    bool noOverlay = false; ///< of a single image
     bool quiet = false;
 
-    /// One image is told of in detail and leaves an overlay.
+    /// One image is told of in detail and leaves an overlay, unless that is not wanted.
     bool IsSingle() const
     {
         std::error_code error;
@@ -214,7 +215,9 @@ int RunSingle(const InspectOptions& options)
                         names.AddInput(file);
                         names.AddRecipe(options.recipe, recipes);
                         names.AddInput(options.truth);
-                        names.AddOutputs(file, prefix, {".blobs.json", ".blobs.csv", ".overlay.png"});
+                        names.AddOutputs(file, prefix, {".blobs.json", ".blobs.csv"});
+                        if (!options.noOverlay)
+                            names.AddOutputs(file, prefix, {".overlay.png"});
                         names.Check();
                     });
     std::vector<InspectionResult> regions;
@@ -253,9 +256,11 @@ int RunSingle(const InspectOptions& options)
     }
 
     WriteResults(prefix, options, regions);
-    SaveOverlay(prefix + ".overlay.png", *image, all, missed);
+    if (!options.noOverlay)
+        SaveOverlay(prefix + ".overlay.png", *image, all, missed);
     const std::string shown = Printable(prefix);
-    progress.Step("written: " + shown + ".blobs.json, " + shown + ".blobs.csv, " + shown + ".overlay.png");
+    progress.Step("written: " + shown + ".blobs.json, " + shown + ".blobs.csv" +
+                  (options.noOverlay ? "" : ", " + shown + ".overlay.png"));
     const bool complete = std::all_of(regions.begin(), regions.end(),
                                       [](const InspectionResult& region) { return region.warnings.empty(); });
     return complete ? ExitCode_Done : ExitCode_Incomplete;
@@ -297,8 +302,10 @@ void AddInspectCommand(CLI::App& app, Action& action)
         ->add_option("-j,--lanes", options->lanes,
                      "inspections at once, 1 to 256, each with engines of its own (default: one for each processor)")
         ->check(CLI::Range(1, 256));
-    command->add_option("-t,--truth", options->truth,
-                        "true defects of a single image to compare with: recall and false blobs");
+    command->add_option(
+        "-t,--truth", options->truth,
+        "true defects of a single image to compare with, as JSON or as lines of left top right bottom kind: "
+        "recall and false blobs");
     command->add_option("-o,--output", options->output,
                         "beginning of the result files' names (default: for one image its name without the ending; "
                         "for many, results)");
@@ -308,6 +315,8 @@ void AddInspectCommand(CLI::App& app, Action& action)
     command->add_flag("--retry", options->retry, "with --resume: try images again that were refused")->needs(resume);
     command->add_flag("--overwrite", options->overwrite, "begin afresh where results of many images are there already")
         ->excludes(resume);
+    command->add_flag("--no-overlay", options->noOverlay,
+                      "one image: write no picture of the results, which takes the most time");
     command->add_flag("-q,--quiet", options->quiet, "print warnings and problems only");
     command->footer("One image leaves OUTPUT.blobs.json, OUTPUT.blobs.csv and OUTPUT.overlay.png. Several images, a "
                     "folder or a list leave\nOUTPUT.jsonl with one line for each image as it ends, and OUTPUT.csv with "

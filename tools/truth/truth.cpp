@@ -8,6 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/evaluate/box_files.h"
 #include "host/file/input_file.h"
 #include "host/file/name_text.h"
 #include "host/file/output_file.h"
@@ -26,6 +27,25 @@ namespace
 {
 
 constexpr int nTruthVersion = 1;
+
+/// A file of another name holds JSON where it begins as one.
+bool IsJson(const std::filesystem::path& file, const std::string& text)
+{
+    const std::size_t first = text.find_first_not_of(" \t\r\n");
+    return file.extension() == ".json" || (first != std::string::npos && text[first] == '{');
+}
+
+std::vector<TruthDefect> DefectsOf(const std::vector<TrueBox>& boxes)
+{
+    std::vector<TruthDefect> truth;
+    for (const TrueBox& box : boxes)
+    {
+        TruthDefect& defect = truth.emplace_back();
+        defect.kind = box.kind;
+        defect.box = box.box;
+    }
+    return truth;
+}
 
 } // namespace
 
@@ -92,7 +112,10 @@ void SaveTruth(const std::filesystem::path& file, const std::string& imageName, 
 std::vector<TruthDefect> LoadTruth(const std::filesystem::path& file)
 {
     const std::string name = "truth " + file.string();
-    const json document = ParseJsonText(ReadTextFile(file, name), name);
+    const std::string text = ReadTextFile(file, name);
+    if (!IsJson(file, text))
+        return DefectsOf(ReadBoxLines(file));
+    const json document = ParseJsonText(text, name);
     if (!document.is_object() || !document.contains("defects") || !document["defects"].is_array())
         throw HostError({{name, "no list of defects", "a JSON object with version and defects"}});
 

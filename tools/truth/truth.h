@@ -44,6 +44,8 @@ std::string DescribeScore(const std::vector<TruthDefect>& truth, const TruthScor
 /// JSON form with the image's name. @throws HostError when it cannot be written
 void SaveTruth(const std::filesystem::path& file, const std::string& imageName, const std::vector<TruthDefect>& truth);
 
+/// Reads the form of SaveTruth, or lines of left, top, right, bottom and kind in a file whose name does not end in
+/// .json and which does not begin with a brace. A text without lines has no defects.
 /// @throws HostError when unreadable or not of the right form, with all problems
 std::vector<TruthDefect> LoadTruth(const std::filesystem::path& file);
 
