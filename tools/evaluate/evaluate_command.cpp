@@ -25,7 +25,7 @@
 #include "tools/evaluate/worst_images.h"
 #include "tools/exit_code.h"
 #include "tools/image_options.h"
-#include "tools/inspect/inspect_batch.h"
+#include "tools/inspect/batch_options.h"
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 
@@ -85,7 +85,7 @@ class Evaluator
 public:
     explicit Evaluator(const EvaluateOptions& options)
         : m_options(options), m_set(ReadEvaluationSet(options.set)),
-          m_lanes(options.lanes > 0 ? options.lanes : DefaultLanes(m_set.images.size()))
+          m_lanes(ChooseLanes(options.lanes, m_set.images.size()))
     {
         if (!options.recipe.empty())
             m_recipes = LoadRecipesByOptions(options.recipe);

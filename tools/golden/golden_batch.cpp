@@ -14,7 +14,6 @@
 #include "tools/exit_code.h"
 #include "tools/image_options.h"
 #include "tools/inspect/file_batch.h"
-#include "tools/inspect/inspect_batch.h"
 #include "tools/inspect/interrupt.h"
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
@@ -55,38 +54,27 @@ std::string DigestOfModel(const std::vector<std::string>& references, const Gold
     return digest.Text();
 }
 
-void CheckOutputNames(const GoldenBatchOptions& options, const std::vector<std::string>& images)
-{
-    OutputNames names;
-    for (const std::string& reference : options.references)
-        names.AddInput(reference);
-    if (options.images.list != "-")
-        names.AddInput(options.images.list);
-    for (const std::string& image : images)
-        names.AddInput(image);
-    names.AddOutputs("all images", options.prefix, {".jsonl", ".csv"});
-    names.Check();
-}
-
 } // namespace
 
-int RunGoldenBatch(GoldenBatchOptions options, const GoldenSettings& settings)
+int RunGoldenBatch(const std::vector<std::string>& references, BatchOptions options, const GoldenSettings& settings)
 {
-    options.images.apart.assign(options.references.begin(), options.references.end());
+    options.images.apart.assign(references.begin(), references.end());
     options.images.raw = ReadingOf().rawFormat != RawFormat_None;
     FileBatchOptions run;
     run.images = ListImages(options.images);
-    CheckOutputNames(options, run.images);
+    OutputNames names;
+    for (const std::string& reference : references)
+        names.AddInput(reference);
+    CheckBatchNames(std::move(names), options, run.images);
     // Before the model is read: references that change in between make the results out of date, never wrongly current.
-    run.lines = {options.prefix, DigestOfModel(options.references, settings), 1, options.start, options.retry};
-    const GoldenModel model = LoadModel(options.references, settings);
+    run.lines = options.Lines(DigestOfModel(references, settings), 1);
+    const GoldenModel model = LoadModel(references, settings);
     const InterruptRequest interrupt; // before the threads of the batch
     Batch batch([&model](Inspector& inspector, int lane, const GreyImage& image)
                 { return InspectGolden(inspector, lane, model, image).inspection; },
-                settings.maxBlobs, options.lanes > 0 ? options.lanes : DefaultLanes(run.images.size()));
-    run.heading =
-        "reference: " + Printable(options.references.front()) +
-        (options.references.size() == 1 ? "" : " and " + std::to_string(options.references.size() - 1) + " more");
+                settings.maxBlobs, ChooseLanes(options.lanes, run.images.size()));
+    run.heading = "reference: " + Printable(references.front()) +
+                  (references.size() == 1 ? "" : " and " + std::to_string(references.size() - 1) + " more");
     run.reading = ReadingOf();
     run.quiet = options.quiet;
     return RunFileBatch(batch, run, interrupt.Token());

@@ -32,18 +32,9 @@ int RunMany(const GoldenOptions& options)
     if (options.steps)
         found.push_back({"--steps", "given", "not with a folder or a list of images"});
     ThrowIfAny(std::move(found));
-    GoldenBatchOptions batch;
-    batch.images = options.many;
-    batch.images.places = options.Images();
-    batch.references = options.References();
-    batch.prefix = options.output.empty() ? "results" : options.output;
-    batch.lanes = options.lanes;
-    batch.start = options.resume      ? ResultLines::Start_Resume
-                  : options.overwrite ? ResultLines::Start_Afresh
-                                      : ResultLines::Start_New;
-    batch.retry = options.retry;
-    batch.quiet = options.quiet;
-    return RunGoldenBatch(std::move(batch), options.settings);
+    BatchOptions many = options.many;
+    many.images.places = options.Images();
+    return RunGoldenBatch(options.References(), std::move(many), options.settings);
 }
 
 int RunGolden(const GoldenOptions& options)
@@ -60,7 +51,7 @@ int RunGolden(const GoldenOptions& options)
     score.folder = options.truth;
     if (!options.files.empty() || !options.references.empty())
         throw HostError({{"images", "given", "none where truth is a folder of pairs"}});
-    return RunGoldenScore(score, options.settings, options.quiet);
+    return RunGoldenScore(score, options.settings, options.many.quiet);
 }
 
 } // namespace
@@ -75,19 +66,8 @@ void AddGoldenCommand(CLI::App& app, Action& action)
     command->add_option("files", options->files,
                         "the reference and the images to inspect (PNG, TIFF, BMP, PGM, JPEG, raw frames) or folders "
                         "of them; images alone where --reference is given");
-    command->add_option("-l,--list", options->many.list,
-                        "file with the name of an image in each line, - for the standard input");
-    command->add_flag("-R,--recursive", options->many.recursive, "look for images below the folders too");
-    command
-        ->add_option("-j,--lanes", options->lanes,
-                     "folders and lists: inspections at once, 1 to 256 (default: one for each processor)")
-        ->check(CLI::Range(1, 256));
-    CLI::Option* resume = command->add_flag("--resume", options->resume,
-                                            "go on behind an earlier run: images that are done are left out, unless "
-                                            "their files have changed");
-    command->add_flag("--retry", options->retry, "with --resume: try images again that were refused")->needs(resume);
-    command->add_flag("--overwrite", options->overwrite, "begin afresh where results of many images are there already")
-        ->excludes(resume);
+    AddBatchOptions(*command, options->many,
+                    "folders and lists: inspections at once, 1 to 256 (default: one for each processor)");
     command
         ->add_option("--reference", options->references,
                      "reference, once for each of several: their spread widens the thresholds; results are told in "
@@ -139,12 +119,12 @@ void AddGoldenCommand(CLI::App& app, Action& action)
     command->add_flag("--cross-check", options->score.crossCheck,
                       "folder of pairs: choose mesh, edge tolerance and threshold on each half and measure on the "
                       "other");
-    command->add_option("-o,--output", options->output,
+    command->add_option("-o,--output", options->many.output,
                         "beginning of the result files' names, followed by the image's where there are several "
                         "(default: the image's name without its ending; for folders and lists, results)");
     command->add_flag("--steps", options->steps, "also write the registered reference and the threshold of each pixel");
     command->add_flag("--no-overlay", options->noOverlay, "images that are named: write no pictures of the results");
-    command->add_flag("-q,--quiet", options->quiet, "print warnings and problems only");
+    command->add_flag("-q,--quiet", options->many.quiet, "print warnings and problems only");
     command->footer(
         "Images that are named leave OUTPUT.blobs.json, OUTPUT.blobs.csv and OUTPUT.overlay.png each. A "
         "folder, a list, --lanes,\n--resume and --overwrite leave OUTPUT.jsonl with one line for each image "

@@ -105,16 +105,16 @@ public:
 private:
     void Say(const std::string& text) const
     {
-        if (!m_options.quiet)
+        if (!m_options.many.quiet)
             std::cout << text << std::endl;
     }
 
     /// What the names of an image's files begin with.
     std::string PrefixOf(const std::filesystem::path& file, std::size_t files) const
     {
-        if (m_options.output.empty())
+        if (m_options.many.output.empty())
             return std::filesystem::path(file).replace_extension().string();
-        return m_options.output + (files > 1 ? file.stem().string() : "");
+        return m_options.many.output + (files > 1 ? file.stem().string() : "");
     }
 
     void CheckOutputNames(const std::vector<std::string>& references, const std::vector<std::string>& files) const

@@ -10,7 +10,7 @@
 
 #include "host/golden/golden_model.h"
 #include "tools/golden/golden_score.h"
-#include "tools/inspect/image_list.h"
+#include "tools/inspect/batch_options.h"
 
 namespace narvo
 {
@@ -20,15 +20,9 @@ struct GoldenOptions
     std::vector<std::string> files;      ///< reference and images, or images alone where `references` are given
     std::vector<std::string> references; ///< empty: the first of the files
     std::string truth;                   ///< a file for one image, a folder of pairs, or empty
-    std::string output;                  ///< what the files' names begin with; empty: the image's name without ending
-    ImageSelection many;                 ///< list and depth; its places are the files
-    int lanes = 0;                       ///< 0: one for each processor
-    bool resume = false;
-    bool overwrite = false;
-    bool retry = false;
+    BatchOptions many;                   ///< its places are the files
     bool steps = false;
     bool noOverlay = false; ///< of images that are named
-    bool quiet = false;
     GoldenSettings settings;
     ScoreOptions score;
 
@@ -36,7 +30,7 @@ struct GoldenOptions
     bool IsStreamed() const
     {
         std::error_code error;
-        return !many.list.empty() || lanes > 0 || resume || overwrite ||
+        return many.AsksForMany() || many.lanes > 0 ||
                std::any_of(files.begin(), files.end(),
                            [&](const std::string& file) { return std::filesystem::is_directory(file, error); });
     }

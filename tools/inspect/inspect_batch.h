@@ -4,27 +4,13 @@
 
 #include <string>
 
-#include "host/result/result_lines.h"
-#include "tools/inspect/image_list.h"
+#include "tools/inspect/batch_options.h"
 
 namespace narvo
 {
 
-struct InspectBatchOptions
-{
-    ImageSelection images;
-    std::string recipe;
-    std::string prefix; ///< of the result files
-    int lanes = 0;      ///< 0: one for each processor
-    ResultLines::Start start = ResultLines::Start_New;
-    bool retry = false;
-    bool quiet = false;
-};
-
-/// @return exit code
-int RunInspectBatch(InspectBatchOptions options);
-
-/// Lanes for so many pieces of work where the user names none.
-int DefaultLanes(std::size_t pieces);
+/// Inspects the images that `options` select by a recipe file. @return exit code
+/// @throws HostError when recipe, images or names are not valid
+int RunInspectBatch(const std::string& recipe, BatchOptions options);
 
 } // namespace narvo

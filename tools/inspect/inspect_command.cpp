@@ -26,7 +26,7 @@
 #include "host/result/result_file.h"
 #include "tools/exit_code.h"
 #include "tools/image_options.h"
-#include "tools/inspect/image_list.h"
+#include "tools/inspect/batch_options.h"
 #include "tools/inspect/inspect_batch.h"
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
@@ -40,23 +40,17 @@ namespace
 
 struct InspectOptions
 {
-    ImageSelection images;
+    BatchOptions many; ///< places, output and quiet are those of a single image too
     std::string recipe;
-    std::string truth;  ///< empty: none
-    std::string output; ///< what the files' names begin with; empty: by the kind of run
-    int lanes = 0;      ///< 0: one for each processor
-    bool resume = false;
-    bool overwrite = false;
-    bool retry = false;
+    std::string truth;      ///< empty: none
     bool noOverlay = false; ///< of a single image
-    bool quiet = false;
 
     /// One image is told of in detail and leaves an overlay, unless that is not wanted.
     bool IsSingle() const
     {
         std::error_code error;
-        return images.places.size() == 1 && images.list.empty() && !resume && !overwrite &&
-               !std::filesystem::is_directory(images.places[0], error);
+        const std::vector<std::string>& places = many.images.places;
+        return places.size() == 1 && !many.AsksForMany() && !std::filesystem::is_directory(places[0], error);
     }
 };
 
@@ -172,7 +166,7 @@ void WriteResults(const std::string& prefix, const InspectOptions& options,
                 table += TableCell(region.name) + "," + BlobRow(blob) + "\n";
         }
     }
-    document["image"] = NameToText(options.images.places[0]);
+    document["image"] = NameToText(options.many.images.places[0]);
     document["recipe"] = NameToText(options.recipe);
     WriteTextFile(prefix + ".blobs.json", document.dump(2) + "\n");
     WriteTextFile(prefix + ".blobs.csv", table);
@@ -180,9 +174,9 @@ void WriteResults(const std::string& prefix, const InspectOptions& options,
 
 int RunSingle(const InspectOptions& options)
 {
-    Progress progress(options.quiet);
+    Progress progress(options.many.quiet);
     std::vector<Problem> found;
-    const std::string& file = options.images.places[0];
+    const std::string& file = options.many.images.places[0];
     std::shared_ptr<const GreyImage> image;
     std::vector<CheckedRecipe> recipes;
     std::vector<TruthDefect> truth;
@@ -207,7 +201,7 @@ int RunSingle(const InspectOptions& options)
     if (!options.truth.empty())
         CollectProblems(found, [&] { truth = LoadTruth(options.truth); });
     const std::string prefix =
-        options.output.empty() ? std::filesystem::path(file).replace_extension().string() : options.output;
+        options.many.output.empty() ? std::filesystem::path(file).replace_extension().string() : options.many.output;
     CollectProblems(found,
                     [&]
                     {
@@ -225,8 +219,7 @@ int RunSingle(const InspectOptions& options)
         CollectProblems(found,
                         [&]
                         {
-                            const int lanes = options.lanes > 0 ? options.lanes : DefaultLanes(recipes.size());
-                            Batch(recipes, lanes)
+                            Batch(recipes, ChooseLanes(options.many.lanes, recipes.size()))
                                 .Run({{file, [&] { return image; }}},
                                      [&](const ImageResult& result)
                                      {
@@ -273,17 +266,7 @@ int RunMany(const InspectOptions& options)
         PrintProblems({{"--truth", options.truth, "a single image"}});
         return ExitCode_BadInput;
     }
-    InspectBatchOptions batch;
-    batch.images = options.images;
-    batch.recipe = options.recipe;
-    batch.prefix = options.output.empty() ? "results" : options.output;
-    batch.lanes = options.lanes;
-    batch.start = options.resume      ? ResultLines::Start_Resume
-                  : options.overwrite ? ResultLines::Start_Afresh
-                                      : ResultLines::Start_New;
-    batch.retry = options.retry;
-    batch.quiet = options.quiet;
-    return RunInspectBatch(std::move(batch));
+    return RunInspectBatch(options.recipe, options.many);
 }
 
 } // namespace
@@ -292,39 +275,29 @@ void AddInspectCommand(CLI::App& app, Action& action)
 {
     const auto options = std::make_shared<InspectOptions>();
     CLI::App* command = app.add_subcommand("inspect", "Inspect images by a recipe");
-    CLI::Option* images = command->add_option(
-        "images", options->images.places, "image files (PNG, TIFF, BMP, PGM, JPEG, raw frames) and folders of them");
+    CLI::Option* images =
+        command->add_option("images", options->many.images.places,
+                            "image files (PNG, TIFF, BMP, PGM, JPEG, raw frames) and folders of them");
     command->add_option("-r,--recipe", options->recipe, "recipe file; its fields: narvo recipe")->required();
-    command->add_option("-l,--list", options->images.list,
-                        "file with the name of an image in each line, - for the standard input");
-    command->add_flag("-R,--recursive", options->images.recursive, "look for images below the folders too");
-    command
-        ->add_option("-j,--lanes", options->lanes,
-                     "inspections at once, 1 to 256, each with engines of its own (default: one for each processor)")
-        ->check(CLI::Range(1, 256));
+    AddBatchOptions(*command, options->many,
+                    "inspections at once, 1 to 256, each with engines of its own (default: one for each processor)");
     command->add_option(
         "-t,--truth", options->truth,
         "true defects of a single image to compare with, as JSON or as lines of left top right bottom kind: "
         "recall and false blobs");
-    command->add_option("-o,--output", options->output,
+    command->add_option("-o,--output", options->many.output,
                         "beginning of the result files' names (default: for one image its name without the ending; "
                         "for many, results)");
-    CLI::Option* resume = command->add_flag("--resume", options->resume,
-                                            "go on behind an earlier run: images that are done are left out, unless "
-                                            "their files have changed");
-    command->add_flag("--retry", options->retry, "with --resume: try images again that were refused")->needs(resume);
-    command->add_flag("--overwrite", options->overwrite, "begin afresh where results of many images are there already")
-        ->excludes(resume);
     command->add_flag("--no-overlay", options->noOverlay,
                       "one image: write no picture of the results, which takes the most time");
-    command->add_flag("-q,--quiet", options->quiet, "print warnings and problems only");
+    command->add_flag("-q,--quiet", options->many.quiet, "print warnings and problems only");
     command->footer("One image leaves OUTPUT.blobs.json, OUTPUT.blobs.csv and OUTPUT.overlay.png. Several images, a "
                     "folder or a list leave\nOUTPUT.jsonl with one line for each image as it ends, and OUTPUT.csv with "
                     "one line for each blob.");
     command->callback(
         [options, images, &action]
         {
-            if (images->count() == 0 && options->images.list.empty())
+            if (images->count() == 0 && options->many.images.list.empty())
                 throw CLI::RequiredError("images or --list");
             action = [options] { return options->IsSingle() ? RunSingle(*options) : RunMany(*options); };
         });
