@@ -100,7 +100,7 @@ std::string BuildEvaluationPage(const EvaluationPage& page)
         << " images. A defect is found where a blob touches it within " << page.rules.margin
         << " pixels and is at most " << page.rules.largest << " times as large; every other blob is false. "
         << (page.rules.patch > 0 ? "Squares of " + std::to_string(page.rules.patch) +
-                                       " pixels count as images in the image AUROC and F1. "
+                                       " pixels count as images in the image AUROC and the best F1 of images. "
                                  : "")
         << EscapeHtml(page.made) << "</p>\n";
     WriteFigures(page, out);

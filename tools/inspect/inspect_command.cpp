@@ -289,7 +289,7 @@ void AddInspectCommand(CLI::App& app, Action& action)
                         "beginning of the result files' names (default: for one image its name without the ending; "
                         "for many, results)");
     command->add_flag("--no-overlay", options->noOverlay,
-                      "one image: write no picture of the results, which takes the most time");
+                      "one image: write no picture of the results, which takes longer than inspecting");
     command->add_flag("-q,--quiet", options->many.quiet, "print warnings and problems only");
     command->footer("One image leaves OUTPUT.blobs.json, OUTPUT.blobs.csv and OUTPUT.overlay.png. Several images, a "
                     "folder or a list leave\nOUTPUT.jsonl with one line for each image as it ends, and OUTPUT.csv with "
