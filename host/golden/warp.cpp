@@ -111,7 +111,7 @@ GreyImage InsideReference(const Registration& registration, int width, int heigh
                       const float* py = y.ptr<float>(i);
                       std::uint8_t* line = target.Row(top + i);
                       for (int k = 0; k < width; ++k)
-                          line[k] = (px[k] >= left) & (px[k] < right) & (py[k] >= upper) & (py[k] < lower) ? 255 : 0;
+                          line[k] = ((px[k] >= left) & (px[k] < right) & (py[k] >= upper) & (py[k] < lower)) ? 255 : 0;
                   }
               });
     return target;

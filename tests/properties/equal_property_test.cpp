@@ -2,6 +2,7 @@
 // Equivalent parameters give the same result: maps that hold one value, tables that hold one pitch, a distance
 // as one period or as two.
 #include <algorithm>
+#include <string_view>
 
 #include "properties/property_test.h"
 
@@ -10,7 +11,7 @@ namespace narvo::test
 namespace
 {
 
-const CPropertyPath& PathNamed(const std::string& strName)
+const CPropertyPath& PathNamed(std::string_view svName)
 {
     static const std::vector<CPropertyPath> aPaths = []
     {
@@ -20,8 +21,7 @@ const CPropertyPath& PathNamed(const std::string& strName)
                 aAll.push_back(path);
         return aAll;
     }();
-    return *std::find_if(aPaths.begin(), aPaths.end(),
-                         [&](const CPropertyPath& path) { return path.pName == strName; });
+    return *std::find_if(aPaths.begin(), aPaths.end(), [&](const CPropertyPath& path) { return path.pName == svName; });
 }
 
 struct CTwin
