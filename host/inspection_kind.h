@@ -15,7 +15,8 @@ enum Kind : int
     Kind_FreeForm,
     Kind_Binarise,
     Kind_Average,
-    Kind_Asg
+    Kind_Asg,
+    Kind_Texture
 };
 
 enum Direction : int

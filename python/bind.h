@@ -15,6 +15,7 @@ void BindResult(pybind11::module_& module);
 void BindInspection(pybind11::module_& module);
 void BindPitch(pybind11::module_& module);
 void BindGolden(pybind11::module_& module);
+void BindLearn(pybind11::module_& module);
 void BindExplain(pybind11::module_& module);
 void BindRegions(pybind11::module_& module);
 

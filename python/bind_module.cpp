@@ -25,6 +25,7 @@ PYBIND11_MODULE(_narvoassem, module)
     BindInspection(module);
     BindPitch(module);
     BindGolden(module);
+    BindLearn(module);
     BindExplain(module);
     BindRegions(module);
 }

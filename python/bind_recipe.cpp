@@ -276,8 +276,8 @@ bool IsSame(const GreyImage& a, const GreyImage& b)
 
 // --- the table of fields ---
 
-constexpr std::array<Kind, 8> kinds = {Kind_Zone,     Kind_Pixel,    Kind_Float,   Kind_Trapezium,
-                                       Kind_FreeForm, Kind_Binarise, Kind_Average, Kind_Asg};
+constexpr std::array<Kind, 9> kinds = {Kind_Zone,     Kind_Pixel,   Kind_Float, Kind_Trapezium, Kind_FreeForm,
+                                       Kind_Binarise, Kind_Average, Kind_Asg,   Kind_Texture};
 
 py::tuple ModesOf(KindSet set)
 {
@@ -353,6 +353,8 @@ py::list FieldsToPython()
                            ModesOf(field.required), ModesOf(field.kinds), std::string(field.meaning)));
     for (const Field<ZoneSettings>& field : ZoneFields())
         fields.append(FieldToPython(type, field, "zones.list[]."));
+    for (const Field<TextureFeature>& field : TextureFields())
+        fields.append(FieldToPython(type, field, "texture.features[]."));
     return fields;
 }
 

@@ -47,6 +47,7 @@ struct BlobRow
     int zone;
     int band;
     bool single;
+    int scale;
     int label;
     int diameter;
     double angle;
@@ -92,6 +93,7 @@ void FillRow(BlobRow& row, const Blob& blob)
     row.zone = blob.zone;
     row.band = blob.band;
     row.single = blob.single;
+    row.scale = blob.scale;
     row.label = blob.label;
     row.diameter = blob.diameter;
     row.angle = blob.angle;
@@ -247,8 +249,8 @@ Result::Result(InspectionResult found, int imageWidth, int imageHeight)
 void BindResult(py::module_& module)
 {
     PYBIND11_NUMPY_DTYPE(BlobRow, number, bright, left, top, right, bottom, center_x, center_y, area, peak, peak_x,
-                         peak_y, max_difference, mean_difference, mean_grey, mean_reference, zone, band, single, label,
-                         diameter, angle, major_axis, minor_axis, circularity, elongation);
+                         peak_y, max_difference, mean_difference, mean_grey, mean_reference, zone, band, single, scale,
+                         label, diameter, angle, major_axis, minor_axis, circularity, elongation);
     PYBIND11_NUMPY_DTYPE(PairRow, x, y, bright, removed, band, origin, peak, grey, reference, threshold, zone);
 
     module.attr("blob_dtype") = py::dtype::of<BlobRow>();
@@ -272,6 +274,7 @@ void BindResult(py::module_& module)
             "zone             the zone that holds most of its pixels\n"
             "band             1 first pitch of the region, 2 middle, 3 last\n"
             "single           seen against one neighbour only\n"
+            "scale            reduction of the image at which it stands out most\n"
             "label            the recipe's\n"
             "diameter         in the recipe's pixel sizes\n"
             "angle            of the long axis, degrees\n"

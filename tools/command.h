@@ -27,6 +27,8 @@ void AddGoldenCommand(CLI::App& app, Action& action);
 /// `narvo report`: writes results as one self-contained HTML page.
 void AddReportCommand(CLI::App& app, Action& action);
 
+/// `narvo learn`: makes a recipe from good images.
+void AddLearnCommand(CLI::App& app, Action& action);
 /// `narvo pitch`: finds the period of an image's pattern along x and y.
 void AddPitchCommand(CLI::App& app, Action& action);
 /// `narvo tune`: sweeps a field of a recipe over images and proposes a value.
@@ -43,6 +45,8 @@ void AddEvaluateCommand(CLI::App& app, Action& action);
 
 /// `narvo synth`: makes a panel with its zones, recipe and truth.
 void AddSynthCommand(CLI::App& app, Action& action);
+/// `narvo cloth`: makes images of woven cloth, good and with known defects.
+void AddClothCommand(CLI::App& app, Action& action);
 /// `narvo board`: makes photographs of a board that does not repeat, with known defects.
 void AddBoardCommand(CLI::App& app, Action& action);
 

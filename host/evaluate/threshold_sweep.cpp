@@ -6,6 +6,9 @@
 #include <cmath>
 #include <cstdint>
 
+#include "host/inspect/inspection_plan.h"
+#include "host/inspect/texture_inspection.h"
+
 namespace narvo
 {
 
@@ -43,6 +46,31 @@ void PaintPairs(const InspectionResult& result, double factor, double ceiling, S
             pair.threshold > 0 ? 1.0 + std::max(0, pair.peak) / static_cast<double>(pair.threshold) : 1.0;
         scores.values[place] = std::max(scores.values[place], static_cast<float>(std::min(factor * above, ceiling)));
     }
+}
+
+/// Texture mode has scores of its own, from which blobs follow at every factor.
+ImageScores SweepTexture(Inspector& inspector, int lane, const GreyView& image, const CheckedRecipe& recipe)
+{
+    const InspectionPlan plan(recipe, image.Width(), image.Height());
+    const ScoredTexture scored(image, plan);
+    ImageScores found;
+    found.scores = scored.Scores();
+    const std::vector<double>& factors = SweepFactors();
+    found.blobs.resize(factors.size());
+    for (std::size_t i = 0; i < factors.size(); ++i)
+    {
+        const auto covered = std::count_if(found.scores.values.begin(), found.scores.values.end(),
+                                           [&](float score) { return score > factors[i]; });
+        if (i > nFactorOne &&
+            static_cast<double>(covered) > dCoveredHigh * static_cast<double>(found.scores.values.size()))
+            break;
+        const InspectionResult result = scored.Inspect(inspector, lane, factors[i]);
+        if (i > nFactorOne && result.overflowed)
+            break;
+        for (const Blob& blob : result.blobs)
+            found.blobs[i].push_back({blob.box, blob.area});
+    }
+    return found;
 }
 
 } // namespace
@@ -95,6 +123,8 @@ Recipe ScaleThresholds(const Recipe& recipe, double factor)
 
 ImageScores SweepThresholds(Inspector& inspector, int lane, const GreyView& image, const CheckedRecipe& recipe)
 {
+    if (recipe->GetKind() == Kind_Texture)
+        return SweepTexture(inspector, lane, image, recipe);
     ImageScores found;
     found.scores.width = image.Width();
     found.scores.height = image.Height();

@@ -37,6 +37,20 @@ const CChainLink* Explanation::Before() const
     return nullptr;
 }
 
+namespace
+{
+
+/// Texture mode compares scores of many measures, not pixels of the image.
+const CheckedRecipe& Explainable(const CheckedRecipe& recipe)
+{
+    if (recipe->GetKind() == Kind_Texture)
+        throw HostError(
+            {{"mode", "texture", "zone, pixel, float, binarise, average or asg: a mode that compares pixels"}});
+    return recipe;
+}
+
+} // namespace
+
 class Explainer::State
 {
 public:
@@ -240,7 +254,7 @@ private:
 };
 
 Explainer::Explainer(const GreyImage& image, const CheckedRecipe& recipe)
-    : m_state(std::make_unique<State>(image, recipe))
+    : m_state(std::make_unique<State>(image, Explainable(recipe)))
 {
 }
 

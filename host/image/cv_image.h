@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <new>
 #include <vector>
 
 #include <opencv2/core.hpp>
@@ -26,6 +27,22 @@ inline cv::Mat ViewOf(const GreyImage& image)
 inline GreyImage ImageOf(const cv::Mat& pixels)
 {
     return {pixels.ptr<std::uint8_t>(), pixels.cols, pixels.rows, static_cast<std::ptrdiff_t>(pixels.step[0])};
+}
+
+/// What the call returns. @throws std::bad_alloc where OpenCV has no memory
+template <typename Call>
+auto WithinMemory(Call call)
+{
+    try
+    {
+        return call();
+    }
+    catch (const cv::Exception& error)
+    {
+        if (error.code == cv::Error::StsNoMem)
+            throw std::bad_alloc();
+        throw;
+    }
 }
 
 /// Writes an image in the format that the file name's ending says; `allowed` says what a file may be, `parameters` are

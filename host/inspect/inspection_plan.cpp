@@ -66,6 +66,8 @@ InspectionPlan::InspectionPlan(CheckedRecipe checked, int width, int height)
     m_param.nImageWidth = RowLengthOf(width);
     m_param.nImageHeight = height;
     m_param.rtInspect = RegionOf(recipe, width, height);
+    if (recipe.GetKind() == Kind_Texture)
+        return; // the comparison of its scores has a plan of its own
     m_param.rtMarginFrame = recipe.marginFrame.value_or(CRect());
     std::copy(recipe.deadZones.begin(), recipe.deadZones.end(), m_param.rtDeadZone);
     FillScalars(recipe);
@@ -94,10 +96,15 @@ InspectionPlan::InspectionPlan(CheckedRecipe checked, int width, int height)
     m_param.nZoneColumns = m_origins->Columns();
 }
 
-CConvParam InspectionPlan::BlockFor(const GreyView& image) const
+void InspectionPlan::CheckSize(const GreyView& image) const
 {
     if (!Fits(image.Width(), image.Height()))
         throw HostError({{"image", SizeText(image.Width(), image.Height()), SizeText(m_width, m_param.nImageHeight)}});
+}
+
+CConvParam InspectionPlan::BlockFor(const GreyView& image) const
+{
+    CheckSize(image);
     CConvParam block = m_param;
     block.pImage = const_cast<unsigned char*>(image.Row(0));
     return block;

@@ -33,12 +33,14 @@ public:
     const CheckedRecipe& GetRecipe() const { return m_recipe; }
     /// Whether the plan is for images of that size.
     bool Fits(int width, int height) const { return width == m_width && height == m_param.nImageHeight; }
+    /// @throws HostError for an image of another size
+    void CheckSize(const GreyView& image) const;
     const CRect& Region() const { return m_param.rtInspect; }
     /// The direction that the engine takes.
     Direction GetDirection() const { return ResolveDirection(m_recipe, m_param.rtInspect); }
 
-    /// The block for one call, which the engine may edit. It points at the image and into this plan; both must outlive
-    /// the call, and the engine only reads them.
+    /// The block for one call, which the engine may edit; in texture mode it does not serve. It points at the image and
+    /// into this plan; both must outlive the call, and the engine only reads them.
     /// @throws HostError for an image of another size
     CConvParam BlockFor(const GreyView& image) const;
 

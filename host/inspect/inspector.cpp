@@ -8,6 +8,7 @@
 
 #include "host/inspect/elapsed.h"
 #include "host/inspect/inspection_plan.h"
+#include "host/inspect/texture_inspection.h"
 #include "host/limits.h"
 #include "host/problem.h"
 #include "host/recipe/recipe_check.h"
@@ -37,6 +38,7 @@ Blob CopyBlob(const CDefectBlob& source)
     blob.meanReference = source.nAvgCmpGray;
     blob.zone = static_cast<int>(std::distance(
         std::begin(source.nZoneCount), std::max_element(std::begin(source.nZoneCount), std::end(source.nZoneCount))));
+    blob.scale = 1;
     blob.label = source.nMultiType;
     blob.diameter = source.nRScale;
     blob.angle = source.dAngle;
@@ -210,6 +212,8 @@ InspectionResult Inspector::Inspect(int lane, const GreyView& image, const Check
 InspectionResult Inspector::Inspect(int lane, const GreyView& image, const InspectionPlan& plan, bool withPairs)
 {
     CheckLane(lane);
+    if (plan.GetRecipe()->GetKind() == Kind_Texture)
+        return InspectTexture(*this, lane, image, plan);
     const auto start = std::chrono::steady_clock::now();
     Lane& own = m_byLane[static_cast<std::size_t>(lane)];
     const Recipe& recipe = plan.GetRecipe();

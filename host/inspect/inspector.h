@@ -37,11 +37,12 @@ struct Blob
     int meanGrey;       ///< of its pixels
     int meanReference;  ///< of what they were compared with
     int zone;           ///< the zone that holds most of its pixels
-    int label;          ///< the recipe's label
-    int diameter;       ///< in the recipe's pixel sizes
-    double angle;       ///< of the long axis, degrees
-    double majorAxis;   ///< pixels
-    double minorAxis;   ///< pixels
+    int scale;        ///< reduction of the image at which it stands out most; 1 where only the image itself is compared
+    int label;        ///< the recipe's label
+    int diameter;     ///< in the recipe's pixel sizes
+    double angle;     ///< of the long axis, degrees
+    double majorAxis; ///< pixels
+    double minorAxis; ///< pixels
     double circularity;
     double elongation;
 };

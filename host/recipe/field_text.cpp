@@ -14,11 +14,17 @@ namespace narvo
 namespace
 {
 
-constexpr std::array<std::string_view, 8> kindNames = {
-    "zone mode",     "pixel mode",   "float mode", "float mode with a trapezium", "float mode with a polygon",
-    "binarise mode", "average mode", "asg mode"};
-constexpr std::array<std::string_view, 8> kindWords = {"zone",          "pixel",    "float",   "float/trapezium",
-                                                       "float/polygon", "binarise", "average", "asg"};
+constexpr std::array<std::string_view, 9> kindNames = {"zone mode",
+                                                       "pixel mode",
+                                                       "float mode",
+                                                       "float mode with a trapezium",
+                                                       "float mode with a polygon",
+                                                       "binarise mode",
+                                                       "average mode",
+                                                       "asg mode",
+                                                       "texture mode"};
+constexpr std::array<std::string_view, 9> kindWords = {
+    "zone", "pixel", "float", "float/trapezium", "float/polygon", "binarise", "average", "asg", "texture"};
 
 template <typename... Functions>
 struct Overload : Functions...
@@ -130,10 +136,13 @@ bool IsInRange(const Field<Owner>& field, const Owner& owner)
 
 template std::string AllowedText(const Field<Recipe>&);
 template std::string AllowedText(const Field<ZoneSettings>&);
+template std::string AllowedText(const Field<TextureFeature>&);
 template std::string ValueText(const Field<Recipe>&, const Recipe&);
 template std::string ValueText(const Field<ZoneSettings>&, const ZoneSettings&);
+template std::string ValueText(const Field<TextureFeature>&, const TextureFeature&);
 template bool IsInRange(const Field<Recipe>&, const Recipe&);
 template bool IsInRange(const Field<ZoneSettings>&, const ZoneSettings&);
+template bool IsInRange(const Field<TextureFeature>&, const TextureFeature&);
 
 std::string DescribeRecipeFields()
 {
@@ -143,6 +152,7 @@ std::string DescribeRecipeFields()
     DescribeStructured(StructuredFields(), "", out);
     DescribeFields(ZoneFields(), ZoneSettings{}, "zones.list[].", out);
     DescribeStructured(ZoneStructuredFields(), "zones.list[].", out);
+    DescribeFields(TextureFields(), TextureFeature{}, "texture.features[].", out);
     out << "regions: list of objects, each with the fields in which one of several regions differs from those beside "
            "the list\n";
     return out.str();

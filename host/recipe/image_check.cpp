@@ -56,7 +56,12 @@ void CheckSide(const char* field, int value, int wanted, const std::string& why,
 /// The modes without a comparison at a pitch.
 void CheckPlainSize(const Recipe& recipe, const CRect& region, Problems& found)
 {
-    if (recipe.GetKind() == Kind_Binarise)
+    if (recipe.GetKind() == Kind_Texture)
+    {
+        CheckSide("region's width", region.Width(), nTextureSideLow, "the least of texture mode", found);
+        CheckSide("region's height", region.Height(), nTextureSideLow, "the least of texture mode", found);
+    }
+    else if (recipe.GetKind() == Kind_Binarise)
         CheckSide("region's width", region.Width(), nStripWidth + 1, "one block and the column behind it", found);
     else
     {

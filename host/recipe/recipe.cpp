@@ -21,6 +21,8 @@ Kind KindOf(int mode, int regionShape)
         return Kind_Average;
     case Mode_Asg:
         return Kind_Asg;
+    case Mode_Texture:
+        return Kind_Texture;
     default:
         return Kind_Zone;
     }

@@ -13,6 +13,7 @@
 #include "host/image/grey_image.h"
 #include "host/image/image_reading.h"
 #include "host/inspection_kind.h"
+#include "host/recipe/texture_settings.h"
 #include "narvoassem/platform.h"
 
 namespace narvo
@@ -32,7 +33,8 @@ enum Mode : int
     Mode_Float = 2,    ///< one threshold, sums of small windows
     Mode_Binarise = 3, ///< dark pixels, without a comparison
     Mode_Average = 4,  ///< a small window's mean against a large one's
-    Mode_Asg = 5       ///< zone thresholds in cells unbounded across the compare direction; no singles
+    Mode_Asg = 5,      ///< zone thresholds in cells unbounded across the compare direction; no singles
+    Mode_Texture = 6   ///< measures of brightness and contrast at several scales against what is typical of the image
 };
 
 enum RegionShape : int
@@ -176,6 +178,13 @@ struct Recipe : ImageReading
     int filterSample = FilterSample_Pixel;
     bool zoneFilterThresholds = false;
 
+    bool textureMargins = TextureSettings{}.findMargins;
+    int textureWindow = TextureSettings{}.window;
+    int textureEdgeZone = TextureSettings{}.edgeZone;
+    int textureEdgeWindow = TextureSettings{}.edgeWindow;
+    int textureEnergyWindow = TextureSettings{}.energyWindow;
+    std::vector<TextureFeature> textureFeatures; ///< at most nTextureFeatureLimit
+
     std::vector<double> scanPitches; ///< along y, pixels, one for each 16 rows of the image; empty: pitchY everywhere
     std::vector<double> convPitches; ///< along x, pixels, one for each 16 columns; empty: pitchX everywhere
 
@@ -197,8 +206,12 @@ struct Recipe : ImageReading
     std::shared_ptr<const RegionMaps> maps;
 
     Kind GetKind() const { return KindOf(mode, regionShape); }
-    /// Whether pixels are compared with others a pitch away: everywhere but in binarise and average mode.
-    bool ComparesAtAPitch() const { return mode != Mode_Binarise && mode != Mode_Average; }
+    /// Whether pixels are compared with others a pitch away: everywhere but in binarise, average and texture mode.
+    bool ComparesAtAPitch() const { return mode != Mode_Binarise && mode != Mode_Average && mode != Mode_Texture; }
+    TextureSettings Texture() const
+    {
+        return {textureMargins, textureWindow, textureEdgeZone, textureEdgeWindow, textureEnergyWindow};
+    }
     double RealPitchX() const { return pitchX * multipleX; }
     double RealPitchY() const { return pitchY * multipleY; }
     double CellWidth() const { return pitchX * zoneMultipleX; }

@@ -30,6 +30,8 @@ void CheckStructured(const Recipe& recipe, Problems& found)
             return !recipe.deadZones.empty();
         if (const TableField* table = FindTable(path))
             return !(recipe.*table->member).empty();
+        if (path == "texture.features")
+            return !recipe.textureFeatures.empty();
         if (path == "zones.skip")
             return !recipe.skippedCells.empty();
         if (path != "zones.list")
@@ -150,7 +152,9 @@ std::vector<Problem> CheckRecipe(const Recipe& recipe)
         found.push_back({"maps", "given", "none in " + std::string(KindName(recipe.GetKind()))});
     else if (measurable && HasZones(recipe))
         CheckZones(recipe, found);
-    if (measurable && !recipe.autoDirection)
+    if (recipe.GetKind() == Kind_Texture)
+        CheckTexture(recipe, found);
+    else if (measurable && !recipe.autoDirection)
         CheckKernel(recipe, static_cast<Direction>(recipe.direction), found);
     return found;
 }

@@ -28,7 +28,8 @@ constexpr double dWindowHigh = 4096.0;
 constexpr double dWeightHigh = 100.0;
 constexpr double dLevelHigh = 1000000.0;
 
-constexpr std::array<std::string_view, 6> modeWords = {"zone", "pixel", "float", "binarise", "average", "asg"};
+constexpr std::array<std::string_view, 7> modeWords = {"zone",    "pixel", "float",  "binarise",
+                                                       "average", "asg",   "texture"};
 constexpr std::array<std::string_view, 2> directionWords = {"horizontal", "vertical"};
 constexpr std::array<std::string_view, 2> testWords = {"cross", "jump"};
 constexpr std::array<std::string_view, 2> sampleWords = {"pixel", "block"};
@@ -39,6 +40,8 @@ constexpr std::array<std::string_view, 7> rawWords = {"none",   "Mono8",   "Mono
                                                       "Mono12", "Mono12p", "Mono16"};
 constexpr std::array<std::string_view, 3> verifyWords = {"off", "fixed", "table"};
 constexpr std::array<std::string_view, 3> shapeWords = {"rectangle", "trapezium", "polygon"};
+constexpr std::array<std::string_view, 2> sourceWords = {"brightness", "energy"};
+constexpr std::array<std::string_view, 2> meanWords = {"square", "line"};
 constexpr std::array<std::string_view, 3> alongWords = {"x", "y", "tilt"};
 
 constexpr KindSet nNone = 0;
@@ -50,6 +53,7 @@ constexpr KindSet nFreeForm = SetOf(Kind_FreeForm);
 constexpr KindSet nBinarise = SetOf(Kind_Binarise);
 constexpr KindSet nAverage = SetOf(Kind_Average);
 constexpr KindSet nAsg = SetOf(Kind_Asg);
+constexpr KindSet nTexture = SetOf(Kind_Texture);
 constexpr KindSet nAll = nAllKinds;
 constexpr KindSet nZoned = nZone | nAsg;
 constexpr KindSet nRectangles = nZone | nPixel | nFloat;       ///< the paths with extended kernels, tables, re-runs
@@ -62,7 +66,8 @@ const Field<Recipe> recipeFields[] = {
     {"mode", "", Choice<Recipe>{&Recipe::mode, modeWords}, 0, 0, nNone, nAll,
      "zone: thresholds from zones of the cell; pixel: one threshold for pixels; float: one for sums of small windows; "
      "binarise: dark pixels; average: a small window's mean against a large one's; asg: zone, in cells unbounded "
-     "across the direction, pairs only"},
+     "across the direction, pairs only; texture: measures of brightness and contrast at several scales against what is "
+     "typical of the image"},
     {"direction", "", Choice<Recipe>{&Recipe::direction, directionWords}, 0, 0, nNone, nFiltered,
      "axis along which a pixel is compared with the one a pitch on"},
     {"auto_direction", "", &Recipe::autoDirection, 0, 0, nNone, nRectangles | nAsg,
@@ -155,6 +160,16 @@ const Field<Recipe> recipeFields[] = {
     {"average.window", "pixels", &Recipe::averageWindow, 1, dWindowHigh, nNone, nAverage, "side of the small window"},
     {"average.background", "pixels", &Recipe::averageBackground, 1, dWindowHigh, nNone, nAverage,
      "side of the large window, cut to a multiple of the small one's"},
+    {"texture.margins", "", &Recipe::textureMargins, 0, 0, nNone, nTexture,
+     "look for margins without pattern left and right, and leave them out"},
+    {"texture.window", "pixels", &Recipe::textureWindow, 9, 1001, nNone, nTexture,
+     "side of the window whose mean and deviation are taken out of the image"},
+    {"texture.edge_zone", "pixels", &Recipe::textureEdgeZone, 0, 1000, nNone, nTexture,
+     "width of the zone beside a margin that is judged by limits of its own; up to 8: none"},
+    {"texture.edge_window", "pixels", &Recipe::textureEdgeWindow, 9, 1001, nNone, nTexture,
+     "length of the window there, along the margin"},
+    {"texture.energy_window", "pixels", &Recipe::textureEnergyWindow, 9, 1001, nNone, nTexture,
+     "side of the window that energy is compared with"},
     {"filters.enabled", "", &Recipe::filters, 0, 0, nNone, nFiltered,
      "false: the edge test alone, and none in horizontal direction"},
     {"filters.margin", "", &Recipe::marginFilter, 0, 0, nNone, nFiltered,
@@ -209,6 +224,31 @@ const Field<ZoneSettings> zoneFields[] = {
     {"verify.pitch.y", "pixels", &ZoneSettings::verifyPitchY, 0, dPitchHigh, nNone, nAll, "short period along y"},
 };
 
+const Field<TextureFeature> textureFields[] = {
+    {"source", "", Choice<TextureFeature>{&TextureFeature::source, sourceWords}, 0, 0, nNone, nAll,
+     "brightness: with light and contrast taken out; energy: how strongly that varies, against a large window"},
+    {"shape", "", Choice<TextureFeature>{&TextureFeature::shape, meanWords}, 0, 0, nNone, nAll,
+     "what the mean is taken over: a square; or a line, in all directions, of which the strongest counts"},
+    {"fold", "pixels", &TextureFeature::fold, 1, nTextureFoldHigh, nAll, nAll,
+     "the image is reduced by this first: 1, 2, 4 or 8"},
+    {"size", "reduced pixels", &TextureFeature::size, 1, 64, nAll, nAll, "side of the square or length of the line"},
+    {"bright.typical", "deviations", &TextureFeature::brightTypical, 0, dTextureDeviationHigh, nNone, nAll,
+     "usual maximum on good material, where scores begin to count"},
+    {"bright.limit", "deviations", &TextureFeature::brightLimit, 0, dTextureDeviationHigh, nNone, nAll,
+     "places that lie further above the image's median are defects; 0: none"},
+    {"dark.typical", "deviations", &TextureFeature::darkTypical, 0, dTextureDeviationHigh, nNone, nAll,
+     "the same below"},
+    {"dark.limit", "deviations", &TextureFeature::darkLimit, 0, dTextureDeviationHigh, nNone, nAll, "the same below"},
+    {"edge.bright.typical", "deviations", &TextureFeature::edgeBrightTypical, 0, dTextureDeviationHigh, nNone, nAll,
+     "the same in the zone beside a margin"},
+    {"edge.bright.limit", "deviations", &TextureFeature::edgeBrightLimit, 0, dTextureDeviationHigh, nNone, nAll,
+     "the same in the zone beside a margin"},
+    {"edge.dark.typical", "deviations", &TextureFeature::edgeDarkTypical, 0, dTextureDeviationHigh, nNone, nAll,
+     "the same in the zone beside a margin"},
+    {"edge.dark.limit", "deviations", &TextureFeature::edgeDarkLimit, 0, dTextureDeviationHigh, nNone, nAll,
+     "the same in the zone beside a margin"},
+};
+
 const StructuredField structuredFields[] = {
     {"region", "object with shape (rectangle), left, top, right, bottom, in pixels, right and bottom exclusive",
      "the whole image", nNone, nAll & ~(nTrapezium | nFreeForm), "what is inspected"},
@@ -236,6 +276,8 @@ const StructuredField structuredFields[] = {
     {"zones.skip", "list of [column, row]", "empty", nNone, nZone, "cells that are not inspected"},
     {"zones.list", "list of zones, each an object with the fields of zones.list[]", "one zone with its defaults", nNone,
      nZoned, "thresholds of the zones"},
+    {"texture.features", "list of 1 to 64 measures, each an object with the fields of texture.features[]", "", nTexture,
+     nTexture, "what is measured, and how far it may go"},
 };
 
 const StructuredField zoneStructuredFields[] = {
@@ -263,6 +305,11 @@ std::span<const Field<Recipe>> RecipeFields()
 std::span<const Field<ZoneSettings>> ZoneFields()
 {
     return zoneFields;
+}
+
+std::span<const Field<TextureFeature>> TextureFields()
+{
+    return textureFields;
 }
 
 std::span<const StructuredField> StructuredFields()

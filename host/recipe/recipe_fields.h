@@ -36,7 +36,7 @@ constexpr KindSet SetOf(Kind kind)
     return 1U << kind;
 }
 
-constexpr KindSet nAllKinds = SetOf(Kind_Asg) * 2 - 1; // Kind_Asg is the last
+constexpr KindSet nAllKinds = SetOf(Kind_Texture) * 2 - 1; // Kind_Texture is the last
 
 /// One scalar field. Ranges include both ends and mean something for numbers only. A path may have several rows, for
 /// different kinds.
@@ -77,6 +77,9 @@ struct TableField
 std::span<const Field<Recipe>> RecipeFields();
 /// Fields of an entry of zones.list.
 std::span<const Field<ZoneSettings>> ZoneFields();
+
+/// Fields of an entry of texture.features.
+std::span<const Field<TextureFeature>> TextureFields();
 
 /// Lists and rectangles of the recipe.
 std::span<const StructuredField> StructuredFields();

@@ -27,6 +27,7 @@ namespace
 
 constexpr const char* szZoneList = "zones.list";
 constexpr const char* szZoneSkip = "zones.skip";
+constexpr const char* szTextureFeatures = "texture.features";
 
 bool IsPair(const json& value)
 {
@@ -188,6 +189,19 @@ void ReadStructured(std::string_view path, const json& value, Recipe& recipe, Pr
                      recipe.zones.push_back(zone);
                  });
     }
+    else if (path == szTextureFeatures)
+        ReadList(szTextureFeatures, value, "measures", nTextureFeatureLimit, found,
+                 [&](const std::string& entry, const json& member)
+                 {
+                     if (!member.is_object())
+                     {
+                         found.push_back({entry, Shorten(member), "an object with fold, size and limits"});
+                         return;
+                     }
+                     FieldReader<TextureFeature>(TextureFields(), {}, recipe.GetKind(),
+                                                 recipe.textureFeatures.emplace_back(), entry + ".", found)
+                         .Read(member, [](const std::string&, const json&) {});
+                 });
     else
     {
         const TableField& field = *FindTable(path);

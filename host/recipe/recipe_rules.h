@@ -59,6 +59,9 @@ void CheckRanges(std::span<const Field<Owner>> fields, Kind kind, const Owner& o
 /// Which kernel the settings select in a direction, and whether it reads all that is set.
 void CheckKernel(const Recipe& recipe, Direction direction, Problems& found);
 
+/// The measures of texture mode.
+void CheckTexture(const Recipe& recipe, Problems& found);
+
 /// A region that is no rectangle.
 void CheckShape(const Recipe& recipe, Problems& found);
 /// The corners of such a region in an image of this size.

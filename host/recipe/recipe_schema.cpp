@@ -21,8 +21,8 @@ using nlohmann::ordered_json;
 namespace
 {
 
-constexpr Kind kinds[] = {Kind_Zone,     Kind_Pixel,    Kind_Float,   Kind_Trapezium,
-                          Kind_FreeForm, Kind_Binarise, Kind_Average, Kind_Asg};
+constexpr Kind kinds[] = {Kind_Zone,     Kind_Pixel,   Kind_Float, Kind_Trapezium, Kind_FreeForm,
+                          Kind_Binarise, Kind_Average, Kind_Asg,   Kind_Texture};
 
 /// The object that holds a dotted path's last name, made on the way; `last` is that name.
 ordered_json& Holder(ordered_json& object, std::string_view path, std::string& last)
@@ -231,6 +231,18 @@ ordered_json ZoneEntry()
     return zone;
 }
 
+ordered_json TextureEntry()
+{
+    ordered_json feature = {{"type", "object"}};
+    for (const Field<TextureFeature>& field : TextureFields())
+        PutField(TextureFields(), field, feature);
+    feature["properties"]["fold"] = {{"enum", {1, 2, 4, 8}},
+                                     {"description", feature["properties"]["fold"]["description"]}};
+    feature["required"] = {"fold", "size"};
+    Close(feature);
+    return feature;
+}
+
 /// All fields, none of them required.
 ordered_json Fields()
 {
@@ -257,13 +269,18 @@ ordered_json Fields()
     Put(object, "zones.list", std::move(zones));
     Put(object, "zones.skip",
         List(Place("column and row of a cell"), nSkippedCellLimit, "cells that are not inspected"));
+    ordered_json features = List(TextureEntry(), nTextureFeatureLimit, "what texture mode measures, with limits");
+    features["minItems"] = 1;
+    features.erase("default");
+    Put(object, "texture.features", std::move(features));
     return object;
 }
 
 /// When a document is of a kind.
 ordered_json Condition(Kind kind)
 {
-    static constexpr const char* modes[] = {"zone", "pixel", "float", "float", "float", "binarise", "average", "asg"};
+    static constexpr const char* modes[] = {"zone",     "pixel",   "float", "float",  "float",
+                                            "binarise", "average", "asg",   "texture"};
     ordered_json condition = {{"properties", {{"mode", {{"const", modes[kind]}}}}}};
     if (kind != Kind_Zone)
         condition["required"] = {"mode"};
@@ -297,6 +314,8 @@ ordered_json Demands(Kind kind)
         if ((field.required & SetOf(kind)) != 0)
             Require(object, field.path);
     }
+    if (kind == Kind_Texture)
+        Require(object, "texture.features");
     return object;
 }
 

@@ -90,6 +90,12 @@ ordered_json RecipeToJson(const Recipe& recipe)
     ordered_json& skip = document["zones"]["skip"] = ordered_json::array();
     for (const auto& [column, row] : recipe.skippedCells)
         skip.push_back({column, row});
+    if (recipe.GetKind() == Kind_Texture)
+    {
+        ordered_json& features = document["texture"]["features"] = ordered_json::array();
+        for (const TextureFeature& feature : recipe.textureFeatures)
+            WriteFields(TextureFields(), feature, features.emplace_back());
+    }
     return document;
 }
 

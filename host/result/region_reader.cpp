@@ -45,6 +45,9 @@ Blob ReadBlob(CheckedReader& reader, const json& entry, const std::string& where
     read("zone", blob.zone);
     read("band", blob.band);
     read("single", blob.single);
+    blob.scale = 1;
+    if (entry.contains("scale"))
+        read("scale", blob.scale);
     read("label", blob.label);
     read("diameter", blob.diameter);
     read("angle", blob.angle);

@@ -36,6 +36,7 @@ ordered_json BlobToJson(const Blob& blob)
             {"zone", blob.zone},
             {"band", blob.band},
             {"single", blob.single},
+            {"scale", blob.scale},
             {"label", blob.label},
             {"diameter", blob.diameter},
             {"angle", blob.angle},

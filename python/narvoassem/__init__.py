@@ -21,6 +21,7 @@ from ._narvoassem import (
     Explanation,
     GoldenModel,
     GoldenResult,
+    LearnResult,
     PitchResult,
     Recipe,
     Registration,
@@ -45,6 +46,7 @@ from .regions import Rect
 convert_image = of_package(_narvoassem.convert_image)
 explain = of_package(_narvoassem.explain)
 inspect = of_package(_narvoassem.inspect)
+learn = of_package(_narvoassem.learn)
 pitch_recipe = of_package(_narvoassem.pitch_recipe)
 read_image = of_package(_narvoassem.read_image)
 search_pitch = of_package(_narvoassem.search_pitch)
@@ -62,6 +64,7 @@ __all__ = [
     "ImageWarning",
     "InspectionError",
     "Inspector",
+    "LearnResult",
     "NarvoError",
     "PitchResult",
     "Problem",
@@ -75,6 +78,7 @@ __all__ = [
     "convert_image",
     "explain",
     "inspect",
+    "learn",
     "pitch_recipe",
     "read_image",
     "regions",

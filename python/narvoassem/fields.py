@@ -29,7 +29,8 @@ class RecipeField(NamedTuple):
     allowed: str
     #: Modes that have no default for it.
     required: Tuple[str, ...]
-    #: Modes that read it: "zone", "pixel", "float", "float/trapezium", "float/polygon", "binarise", "average", "asg".
+    #: Modes that read it: "zone", "pixel", "float", "float/trapezium", "float/polygon", "binarise", "average", "asg",
+    #: "texture".
     modes: Tuple[str, ...]
     #: What it does.
     meaning: str

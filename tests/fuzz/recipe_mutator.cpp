@@ -106,7 +106,7 @@ json RandomTable(CRandom& random, int nExtent)
 
 void ChangeStructure(CRandom& random, json& document, int nWidth, int nHeight)
 {
-    switch (random.Int(0, 8))
+    switch (random.Int(0, 9))
     {
     case 0:
         document["region"] = RandomRegion(random, nWidth, nHeight);
@@ -129,6 +129,18 @@ void ChangeStructure(CRandom& random, json& document, int nWidth, int nHeight)
     case 6:
         document["regions"].push_back({{"region", RandomRegion(random, nWidth, nHeight)}});
         break;
+    case 7:
+    {
+        json measure = {{"fold", 1 << random.Int(0, 3)}, {"size", random.Int(1, 64)}};
+        for (int i = random.Int(0, 4); i > 0; --i)
+        {
+            const auto fields = TextureFields();
+            const auto& field = fields[static_cast<std::size_t>(random.Int(0, static_cast<int>(fields.size()) - 1))];
+            At(measure, field.path) = ValueFor(random, field);
+        }
+        At(document, "texture.features").push_back(measure);
+        break;
+    }
     default:
     {
         json zone = {{"index", random.Int(0, 15)}};
@@ -171,7 +183,7 @@ void Change(CRandom& random, json& document, int nWidth, int nHeight)
         ChangeStructure(random, document, nWidth, nHeight);
         break;
     case 3:
-        document["mode"] = random.Pick({"zone", "pixel", "float", "binarise", "average", "asg"});
+        document["mode"] = random.Pick({"zone", "pixel", "float", "binarise", "average", "asg", "texture"});
         break;
     default:
         At(document, field.path) = ValueFor(random, field);

@@ -61,7 +61,7 @@ inline nlohmann::json SmallestRecipe(const std::string& mode)
 {
     nlohmann::json document = SmallestRecipe();
     document["mode"] = mode;
-    if (mode == "binarise" || mode == "average")
+    if (mode == "binarise" || mode == "average" || mode == "texture")
         document.erase("pitch");
     if (mode == "pixel")
         document["threshold"]["base"] = 20;
@@ -71,6 +71,8 @@ inline nlohmann::json SmallestRecipe(const std::string& mode)
         document["binarise"]["limit"] = 40;
     if (mode == "average")
         document["average"] = {{"bright", 20}, {"dark", 20}};
+    if (mode == "texture")
+        document["texture"]["features"] = {{{"fold", 4}, {"size", 2}, {"bright", {{"limit", 9.0}}}}};
     return document;
 }
 

@@ -38,9 +38,10 @@ TEST(RecipeCheck, ValuesSetByCodeAreCheckedToo)
     recipe.greyLimit = 0;
     recipe.pitchX = std::nan("");
     recipe.mode = 7;
-    EXPECT_THAT(CheckRecipe(recipe), ElementsAre(IsProblem("mode", "7", "zone, pixel, float, binarise, average or asg"),
-                                                 IsProblem("pitch.x", "nan", "1 to 16384 pixels"),
-                                                 IsProblem("grey_limit", "0", "whole number, 1 to 255 grey levels")));
+    EXPECT_THAT(CheckRecipe(recipe),
+                ElementsAre(IsProblem("mode", "7", "zone, pixel, float, binarise, average, asg or texture"),
+                            IsProblem("pitch.x", "nan", "1 to 16384 pixels"),
+                            IsProblem("grey_limit", "0", "whole number, 1 to 255 grey levels")));
 }
 
 TEST(RecipeCheck, RegionSidesOutsideTheImageAreNamedOneByOne)

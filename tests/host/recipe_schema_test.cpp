@@ -143,7 +143,7 @@ TEST(RecipeSchema, ReferenceInTheDocumentsIsThatOfTheFieldTable)
 
 TEST(RecipeSchema, TakesTheSmallestAndTheWrittenOutRecipeOfEveryMode)
 {
-    for (const char* mode : {"zone", "pixel", "float", "binarise", "average", "asg"})
+    for (const char* mode : {"zone", "pixel", "float", "binarise", "average", "asg", "texture"})
     {
         const json smallest = SmallestRecipe(mode);
         EXPECT_TRUE(Schema().Takes(smallest)) << smallest;
@@ -242,6 +242,9 @@ TEST(RecipeSchema, KnowsEveryFieldWithItsRangeAndDefault)
     const json zone = schema["properties"]["zones"]["properties"]["list"]["items"];
     for (const Field<ZoneSettings>& field : ZoneFields())
         EXPECT_TRUE(entryOf(zone, std::string(field.path)).contains("description")) << field.path;
+    const json measure = schema["properties"]["texture"]["properties"]["features"]["items"];
+    for (const Field<TextureFeature>& field : TextureFields())
+        EXPECT_TRUE(entryOf(measure, std::string(field.path)).contains("description")) << field.path;
     for (const StructuredField& field : ZoneStructuredFields())
         EXPECT_TRUE(entryOf(zone, std::string(field.path)).contains("description")) << field.path;
 }

@@ -39,7 +39,7 @@ struct BadField
 const BadField badFields[] = {
     {"version", 2, "whole number, 1"},
     {"name", 5, "text, or empty"},
-    {"mode", "median", "zone, pixel, float, binarise, average or asg"},
+    {"mode", "median", "zone, pixel, float, binarise, average, asg or texture"},
     {"direction", "diagonal", "horizontal or vertical"},
     {"direction", 1, "horizontal or vertical"},
     {"auto_direction", 1, "true or false"},
@@ -112,6 +112,23 @@ const BadField badFields[] = {
     {"zones.image", 5, "name of an image file, or empty"},
     {"zones.class_image", 5, "name of an image file, or empty"},
     {"dead_image", 5, "name of an image file, or empty"},
+    {"image.channel", "infrared", "auto, luma, red, green, blue or mixture"},
+    {"image.weights.red", 101, "-100 to 100 of a mixture"},
+    {"image.weights.green", -101, "-100 to 100 of a mixture"},
+    {"image.weights.blue", "1", "-100 to 100 of a mixture"},
+    {"image.bayer", "rgb", "none, rggb, grbg, gbrg or bggr"},
+    {"image.demosaic", "nearest", "bilinear, edge_aware or off"},
+    {"image.levels.low", -1000001, "whole number, -1000000 to 1000000 in the camera's values"},
+    {"image.levels.high", 1000001, "whole number, -1000000 to 1000000 in the camera's values"},
+    {"image.raw.format", "Mono14", "none, Mono8, Mono10, Mono10p, Mono12, Mono12p or Mono16"},
+    {"image.raw.width", 1048577, "whole number, 0 to 1048576 pixels"},
+    {"image.raw.height", -1, "whole number, 0 to 1048576 pixels"},
+    {"image.raw.offset", -1, "whole number, 0 to 2147483647 bytes"},
+    {"texture.margins", 1, "true or false", "texture"},
+    {"texture.window", 8, "whole number, 9 to 1001 pixels", "texture"},
+    {"texture.edge_zone", 1001, "whole number, 0 to 1000 pixels", "texture"},
+    {"texture.edge_window", 1002, "whole number, 9 to 1001 pixels", "texture"},
+    {"texture.energy_window", 8, "whole number, 9 to 1001 pixels", "texture"},
 };
 
 TEST(Recipe, EveryFieldIsRefusedOutsideItsRangeByNameValueAndRange)

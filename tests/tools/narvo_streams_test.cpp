@@ -2,6 +2,7 @@
 // Standard streams that are closed, full or read by nobody, for every command: results never land in a stream's place,
 // and output that is lost is never an exit code of 0.
 #include <algorithm>
+#include <fstream>
 #include <map>
 #include <set>
 
@@ -23,10 +24,13 @@ const std::map<std::string, std::string>& Lines()
     static const std::map<std::string, std::string> lines = {
         {"bench", "bench panel.png -r panel.recipe.json --seconds 0.01 --lanes 1 --level SSE4 --json -"},
         {"board", "board --width 256 --height 256 --defects 2 --seed 1 -o made"},
+        {"cloth", "cloth --good 1 --bad 0 --width 256 --height 128 --margin 0 -o woven"},
         {"completion", "completion bash"},
+        {"evaluate", "evaluate pairs"},
         {"explain", "explain panel.png -r panel.recipe.json --at 100,100 --json"},
         {"golden", "golden board.good.png board.png"},
         {"inspect", "inspect panel.png -r panel.recipe.json"},
+        {"learn", "learn panel.png --mode periodic -o learnt"},
         {"manual", "manual inspect"},
         {"pitch", "pitch panel.png"},
         {"recipe", "recipe"},
@@ -59,6 +63,10 @@ void PrepareFolder(const TestFolder& folder)
     ASSERT_EQ(
         RunNarvo(folder, {"board", "--width", "512", "--height", "640", "--defects", "2", "--seed", "1", "-q"}).code,
         0);
+    fs::create_directory(folder / "pairs");
+    fs::copy_file(folder / "board.good.png", folder / "pairs/1_temp.png");
+    fs::copy_file(folder / "board.png", folder / "pairs/1_test.png");
+    std::ofstream(folder / "pairs/1.txt") << "10 10 20 20 spot\n";
 }
 
 std::size_t LineCount(const std::string& text)

@@ -473,6 +473,7 @@
     add("mean grey, reference", d.meanGrey + ", " + d.meanReference);
     add("zone", String(d.zone));
     add("band", bandName(d.band) + (d.single ? ", seen once" : ", seen twice"));
+    if (d.scale !== 1) add("scale", "1 : " + d.scale);
     add("label", String(d.label));
     add("diameter", say(d.diameter));
     add("angle", d.angle.toFixed(0) + "\u00b0");

@@ -1,0 +1,220 @@
+// SPDX-License-Identifier: MIT
+// The choice between the ways of inspecting, and what to expect of it.
+#include "host/learn/learn.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <utility>
+
+#include "host/inspect/inspector.h"
+#include "host/learn/candidate.h"
+#include "host/learn/extreme_value.h"
+#include "host/learn/planted.h"
+#include "host/problem.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+constexpr std::size_t nGroupsMost = 10;
+constexpr std::size_t nTrialImages = 3;
+constexpr std::size_t nTrialPixels = 12000000; // of all trial images together, but one at least
+constexpr std::uint64_t nPlantSeed = 7;
+constexpr std::size_t nImagesWanted = 6;
+
+/// Spots by side and contrast, in that order.
+std::vector<LearnSpots> FindPlanted(const std::vector<BatchImage>& good, const Recipe& recipe)
+{
+    std::map<std::pair<int, int>, LearnSpots> found;
+    Inspector inspector(1, recipe.maxBlobs);
+    const std::size_t count = std::min(nTrialImages, good.size());
+    std::size_t pixels = 0;
+    for (std::size_t i = 0; i < count && pixels < nTrialPixels; ++i)
+    {
+        const PlantedImage planted = PlantSpots(*good[i * good.size() / count].load(), nPlantSeed + i);
+        pixels += static_cast<std::size_t>(planted.image.Width()) * static_cast<std::size_t>(planted.image.Height());
+        const InspectionResult result = inspector.Inspect(0, planted.image, CheckedRecipe(recipe));
+        for (const PlantedSpot& spot : planted.spots)
+        {
+            LearnSpots& kind = found[{spot.box.Width(), std::abs(spot.contrast)}];
+            kind.side = spot.box.Width();
+            kind.contrast = std::abs(spot.contrast);
+            ++kind.planted;
+            kind.found += IsFound(spot, result.blobs) ? 1 : 0;
+        }
+    }
+    std::vector<LearnSpots> spots;
+    for (const auto& [key, kind] : found)
+        spots.push_back(kind);
+    return spots;
+}
+
+double ShareOf(const std::vector<LearnSpots>& spots)
+{
+    std::size_t planted = 0;
+    std::size_t found = 0;
+    for (const LearnSpots& kind : spots)
+    {
+        planted += kind.planted;
+        found += kind.found;
+    }
+    return planted == 0 ? 0.0 : static_cast<double>(found) / static_cast<double>(planted);
+}
+
+void Check(const std::vector<BatchImage>& good, const LearnSettings& settings)
+{
+    std::vector<Problem> found;
+    if (good.empty() || good.size() > nLearnImageLimit)
+        found.push_back({"images", std::to_string(good.size()), "1 to " + std::to_string(nLearnImageLimit)});
+    if (settings.mode < LearnMode_Auto || settings.mode > LearnMode_Periodic)
+        found.push_back({"mode", std::to_string(settings.mode), "auto, texture or periodic"});
+    if (!(settings.falseRate >= dFalseRateLow && settings.falseRate <= dFalseRateHigh))
+        found.push_back(
+            {"false_rate", FormatNumber(settings.falseRate),
+             FormatNumber(dFalseRateLow) + " to " + FormatNumber(dFalseRateHigh) + " false blobs an image"});
+    ThrowIfAny(std::move(found));
+}
+
+/// Texture mode; where another way is open too, nothing for images that do not suit it, and the reason.
+std::optional<Candidate> TryTexture(const std::vector<BatchImage>& good, const LearnSettings& settings, int threads,
+                                    std::vector<std::string>& reasons)
+{
+    if (settings.mode == LearnMode_Periodic)
+        return std::nullopt;
+    try
+    {
+        return LearnTexture(good, settings, threads);
+    }
+    catch (const HostError& error)
+    {
+        if (settings.mode == LearnMode_Texture)
+            throw;
+        reasons.push_back("Texture mode was not considered: " + error.Problems().front().Text() + ".");
+        return std::nullopt;
+    }
+}
+
+std::string Share(double share)
+{
+    return Rounded(100.0 * share) + " %";
+}
+
+void WarnOfDisagreement(LearnResult& result)
+{
+    constexpr double dLightRatio = 1.25;    // brightest over darkest image
+    constexpr double dContrastRatio = 1.5;  // of the standard deviations
+    constexpr double dAreaDifference = 0.2; // of the shares that show pattern
+    const auto range = [&](double LearnImage::*member)
+    {
+        const auto [low, high] =
+            std::minmax_element(result.images.begin(), result.images.end(),
+                                [&](const LearnImage& a, const LearnImage& b) { return a.*member < b.*member; });
+        return std::pair(*low, *high);
+    };
+    if (const auto [low, high] = range(&LearnImage::level); high.level > dLightRatio * low.level)
+        result.warnings.push_back("Light differs from image to image: mean grey is " + Rounded(low.level) + " in " +
+                                  low.name + " and " + Rounded(high.level) + " in " + high.name + ".");
+    if (const auto [low, high] = range(&LearnImage::contrast); high.contrast > dContrastRatio * low.contrast)
+        result.warnings.push_back("Contrast differs from image to image: the standard deviation of grey is " +
+                                  Rounded(low.contrast) + " in " + low.name + " and " + Rounded(high.contrast) +
+                                  " in " + high.name + ".");
+    if (const auto [low, high] = range(&LearnImage::area); high.area > low.area + dAreaDifference)
+        result.warnings.push_back("The pattern fills " + Rounded(100.0 * low.area) + " % of " + low.name + " and " +
+                                  Rounded(100.0 * high.area) + " % of " + high.name +
+                                  "; check that the margins were found in both.");
+}
+
+/// How the images fared whose limits were learnt without them.
+void Forecast(const Candidate& candidate, LearnResult& result)
+{
+    for (const LearnImage& image : result.images)
+        result.falseBlobs += image.falseBlobs;
+    result.falseBound = PoissonBound(result.falseBlobs) / static_cast<double>(result.images.size());
+    const std::string blobs =
+        std::to_string(result.falseBlobs) + (result.falseBlobs == 1 ? " false blob" : " false blobs");
+    if (candidate.crossValidated)
+        result.reasons.push_back("With limits learnt from the others, the " + std::to_string(result.images.size()) +
+                                 " images show " + blobs + ": at most " + Rounded(result.falseBound) +
+                                 " an image at 95 % confidence.");
+    else
+        result.reasons.push_back("One image says nothing of how images differ from each other; false blobs on others "
+                                 "cannot be forecast.");
+    if (result.images.size() < nImagesWanted)
+        result.warnings.push_back(
+            "Learnt from " + std::to_string(result.images.size()) + (result.images.size() == 1 ? " image" : " images") +
+            "; take " + std::to_string(nImagesWanted) + " or more, from different times, for limits that hold.");
+    for (const LearnImage& image : result.images)
+        if (image.highest > 1.0 && candidate.crossValidated)
+            result.warnings.push_back("Image " + image.name + " stands out from the others (score " +
+                                      Rounded(image.highest) + ", limit 1): check that it has no defect.");
+}
+
+} // namespace
+
+std::string Rounded(double value)
+{
+    const double scale = std::abs(value) < 10.0 ? 100.0 : 1.0;
+    return FormatNumber(std::round(value * scale) / scale);
+}
+
+std::vector<std::size_t> LeaveOutGroups(std::size_t images)
+{
+    std::vector<std::size_t> groups(images);
+    for (std::size_t i = 0; i < images; ++i)
+        groups[i] = i % std::min(nGroupsMost, images);
+    return groups;
+}
+
+LearnResult LearnRecipe(const std::vector<BatchImage>& good, const LearnSettings& settings, int threads)
+{
+    Check(good, settings);
+    LearnResult result;
+    std::vector<Candidate> candidates;
+    if (std::optional<Candidate> texture = TryTexture(good, settings, threads, result.reasons))
+        candidates.push_back(std::move(*texture));
+    if (settings.mode != LearnMode_Texture)
+    {
+        Candidate periodic = LearnPeriodic(good, settings, threads);
+        if (!periodic.description.empty())
+            candidates.push_back(std::move(periodic));
+        else
+            for (const std::string& reason : periodic.reasons)
+                result.reasons.push_back(reason);
+    }
+    if (candidates.empty())
+        throw HostError({{"images", result.reasons.empty() ? "no way to inspect them" : result.reasons.back(),
+                          "images with a period, or mode texture for others"}});
+
+    std::size_t best = 0;
+    std::vector<std::vector<LearnSpots>> spots;
+    for (std::size_t i = 0; i < candidates.size(); ++i)
+    {
+        spots.push_back(FindPlanted(good, candidates[i].recipe));
+        result.candidates.push_back({candidates[i].description, ShareOf(spots[i]), false});
+        if (result.candidates[i].found > result.candidates[best].found)
+            best = i;
+    }
+    result.candidates[best].chosen = true;
+    result.spots = spots[best];
+    if (candidates.size() > 1)
+        result.reasons.push_back("Of spots planted in good images, of 4 to 32 pixels and 8 to 32 grey levels, " +
+                                 candidates[best].description + " found " + Share(result.candidates[best].found) +
+                                 ", " + candidates[1 - best].description + " found " +
+                                 Share(result.candidates[1 - best].found) + ".");
+    Candidate& chosen = candidates[best];
+    result.recipe = std::move(chosen.recipe);
+    result.images = std::move(chosen.images);
+    for (std::string& reason : chosen.reasons)
+        result.reasons.push_back(std::move(reason));
+    result.warnings = std::move(chosen.warnings);
+    WarnOfDisagreement(result);
+    Forecast(chosen, result);
+    return result;
+}
+
+} // namespace narvo

@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: MIT
+// narvo learn and narvo cloth as a user runs them: images made, a recipe learnt, and further images inspected by it.
+#include <fstream>
+
+#include "host/image/grey_image.h"
+#include "host/recipe/recipe_file.h"
+#include "tools/run_narvo.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+using testing::HasSubstr;
+using testing::Not;
+
+/// Four good images and two with defects in the folder `name`, 640 by 192 pixels.
+Outcome MakeSmallCloth(const TestFolder& folder, const char* name, const char* seed, const char* noise = "4")
+{
+    return RunNarvo(folder, {"cloth", "--good", "4", "--bad", "2", "--width", "640", "--height", "192", "--margin",
+                             "80", "--noise", noise, "--defects", "2", "--seed", seed, "--output", name});
+}
+
+std::size_t CountLines(const std::string& text)
+{
+    return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
+TEST(NarvoCloth, SameSeedMakesTheSameImagesAndMasksShowTheDefects)
+{
+    const TestFolder folder;
+    const Outcome made = MakeSmallCloth(folder, "a", "5");
+    ASSERT_EQ(made.code, 0) << made.error;
+    EXPECT_THAT(made.out, HasSubstr("4 good images in a/good, 2 with defects in a/defective, their masks in a/mask"));
+    ASSERT_EQ(MakeSmallCloth(folder, "b", "5").code, 0);
+    ASSERT_EQ(MakeSmallCloth(folder, "c", "6").code, 0);
+    for (const char* file : {"good/001.png", "good/004.png", "defective/002.png", "mask/002.png", "truth/002.json"})
+    {
+        EXPECT_FALSE(ReadText(folder / "a" / file).empty()) << file;
+        EXPECT_EQ(ReadText(folder / "a" / file), ReadText(folder / "b" / file)) << file;
+    }
+    EXPECT_NE(ReadText(folder / "a/good/001.png"), ReadText(folder / "c/good/001.png"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "a/good/005.png"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "a/mask/003.png"));
+    const GreyImage mask = LoadGreyImage(folder / "a/mask/001.png");
+    const nlohmann::json truth = nlohmann::json::parse(ReadText(folder / "a/truth/001.json"));
+    ASSERT_EQ(truth["defects"].size(), 2U);
+    int outside = 0;
+    int inside = 0;
+    for (int y = 0; y < mask.Height(); ++y)
+        for (int x = 0; x < mask.Width(); ++x)
+            if (mask.Row(y)[x] != 0)
+            {
+                bool covered = false;
+                for (const nlohmann::json& defect : truth["defects"])
+                    covered = covered || (x >= defect["left"] && x < defect["right"] && y >= defect["top"] &&
+                                          y < defect["bottom"]);
+                ++(covered ? inside : outside);
+            }
+    EXPECT_EQ(outside, 0);
+    EXPECT_GT(inside, 100);
+}
+
+TEST(NarvoCloth, NumbersOutOfRangeAreNamed)
+{
+    const TestFolder folder;
+    const Outcome outcome = RunNarvo(folder, {"cloth", "--width", "100", "--pitch-x", "3", "--output", "x"});
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_THAT(outcome.error, HasSubstr("--width: 100; allowed: 128 to 8192 pixels"));
+    EXPECT_THAT(outcome.error, HasSubstr("--pitch-x: 3; allowed: 4 to 40 pixels"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "x"));
+}
+
+TEST(NarvoLearn, RecipeFromAFolderInspectsFurtherImages)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallCloth(folder, "cloth", "1").code, 0);
+    ASSERT_EQ(MakeSmallCloth(folder, "later", "2").code, 0);
+    const Outcome both = RunNarvo(folder, {"learn", "cloth/good", "-o", "both"});
+    ASSERT_EQ(both.code, 0) << both.error;
+    EXPECT_THAT(both.out, HasSubstr("- Of spots planted in good images"));
+    EXPECT_THAT(both.out, HasSubstr("texture mode, without a period found"));
+    EXPECT_THAT(both.out, HasSubstr("float mode, windows of 2 by 2, vertically at"));
+    const Outcome outcome = RunNarvo(folder, {"learn", "cloth/good", "--mode", "texture", "--bad", "cloth/defective",
+                                              "--name", "weave", "-o", "learnt"});
+    ASSERT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_THAT(outcome.out, HasSubstr("learning from 4 images"));
+    EXPECT_THAT(outcome.out, HasSubstr("chosen: texture mode, without a period"));
+    EXPECT_THAT(outcome.out, HasSubstr("images with defects that have blobs: 2 of 2"));
+    EXPECT_THAT(outcome.error, HasSubstr("narvo: warning: Learnt from 4 images; take 6 or more"));
+    const std::string page = ReadText(folder / "learnt.html");
+    EXPECT_THAT(page, HasSubstr("Recipe learnt from 4 good images"));
+    EXPECT_THAT(page, HasSubstr("id=\"spots\""));
+    EXPECT_THAT(page, HasSubstr("cloth/good/003.png"));
+    EXPECT_THAT(page, HasSubstr("2 of 2 have blobs"));
+    EXPECT_THAT(page, Not(HasSubstr("<script")));
+
+    const auto blobsIn = [&](const char* images, const char* output)
+    {
+        const Outcome inspected = RunNarvo(folder, {"inspect", images, "-r", "learnt.recipe.json", "-o", output});
+        EXPECT_EQ(inspected.code, 0) << inspected.error;
+        return CountLines(ReadText(folder / (std::string(output) + ".csv"))) - 1;
+    };
+    EXPECT_EQ(blobsIn("cloth/good", "same"), 0U);
+    EXPECT_LE(blobsIn("later/good", "good"), 1U);
+    EXPECT_GE(blobsIn("later/defective", "bad"), 2U);
+    EXPECT_THAT(ReadText(folder / "bad.csv"), HasSubstr(",scale,"));
+}
+
+TEST(NarvoLearn, LanesChangeNothingInRecipeAndPage)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallCloth(folder, "cloth", "3").code, 0);
+    for (const char* lanes : {"1", "3"})
+        ASSERT_EQ(RunNarvo(folder, {"learn", "cloth/good", "--lanes", lanes, "-q", "-o", lanes}).code, 0);
+    EXPECT_EQ(ReadText(folder / "1.recipe.json"), ReadText(folder / "3.recipe.json"));
+    EXPECT_EQ(ReadText(folder / "1.html"), ReadText(folder / "3.html"));
+}
+
+TEST(NarvoLearn, OneImageAndAListAreEnough)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallCloth(folder, "cloth", "4").code, 0);
+    std::ofstream(folder / "list.txt") << "cloth/good/001.png\n";
+    const Outcome outcome = RunNarvo(folder, {"learn", "--list", "list.txt", "--mode", "texture", "-o", "one"});
+    ASSERT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_THAT(outcome.out, HasSubstr("One image says nothing of how images differ"));
+    EXPECT_THAT(outcome.error, HasSubstr("Learnt from 1 image;"));
+    EXPECT_EQ(RunNarvo(folder, {"inspect", "cloth/good/001.png", "-r", "one.recipe.json", "-o", "r"}).code, 0);
+    EXPECT_EQ(CountLines(ReadText(folder / "r.blobs.csv")), 1U);
+}
+
+TEST(NarvoLearn, WhatIsWrongIsNamedAndNothingIsWritten)
+{
+    const TestFolder folder;
+    SaveGreyImage(folder / "small.png", GreyImage(100, 200, 90));
+    const auto expect = [&](std::initializer_list<std::string> arguments, const char* message)
+    {
+        const Outcome outcome = RunNarvo(folder, arguments);
+        EXPECT_EQ(outcome.code, 2) << message;
+        EXPECT_THAT(outcome.error, HasSubstr(message));
+    };
+    expect({"learn", "-o", "x"}, "good or --list is required");
+    expect({"learn", "small.png"}, "--output is required");
+    expect({"learn", "none.png", "-o", "x"}, "none.png");
+    expect({"learn", "small.png", "--false-rate", "0", "-o", "x"},
+           "--false-rate: 0; allowed: 0.001 to 10 false blobs an image");
+    expect({"learn", "small.png", "--lanes", "257", "-o", "x"}, "--lanes");
+    expect({"learn", "small.png", "--mode", "weave", "-o", "x"}, "--mode");
+    expect({"learn", "small.png", "--mode", "texture", "-o", "x"},
+           "image small.png: 100 by 200 pixels; allowed: sides of 128 pixels or more");
+    expect({"learn", "small.png", "--mode", "periodic", "-o", "x"}, "There is no common period");
+    ASSERT_EQ(MakeSmallCloth(folder, "cloth", "7").code, 0);
+    const Outcome closed = RunNarvo(folder, {"learn", "cloth/good", "--mode", "texture", "-o", "small.png/x"});
+    EXPECT_EQ(closed.code, 3);
+    EXPECT_THAT(closed.error, HasSubstr("small.png/x.recipe.json"));
+    std::filesystem::copy_file(folder / "small.png", folder / "y.html");
+    expect({"learn", "y.html", "-o", "y"}, "y.html");
+    expect({"--max-pixels", "19999", "learn", "small.png", "-o", "x"}, "100 by 200 pixels; allowed: at most 19999");
+    EXPECT_FALSE(std::filesystem::exists(folder / "x.recipe.json"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "x.html"));
+}
+
+TEST(NarvoLearn, TextureModeIsRefusedWhereOnlyPixelComparisonsCanAnswer)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallCloth(folder, "cloth", "7").code, 0);
+    ASSERT_EQ(RunNarvo(folder, {"learn", "cloth/good", "-q", "--mode", "texture", "-o", "t"}).code, 0);
+    const Outcome explained =
+        RunNarvo(folder, {"explain", "cloth/good/001.png", "-r", "t.recipe.json", "--at", "300,100"});
+    EXPECT_EQ(explained.code, 2);
+    EXPECT_THAT(explained.error, HasSubstr("mode: texture; allowed: zone, pixel, float, binarise, average or asg"));
+    const Outcome timed = RunNarvo(folder, {"bench", "cloth/good/001.png", "-r", "t.recipe.json", "--seconds", "0.05"});
+    EXPECT_EQ(timed.code, 0) << timed.error;
+}
+
+} // namespace
+
+} // namespace narvo

@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: MIT
+// Learning from good images: input, recipe, page.
+#include "tools/command.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "host/file/output_file.h"
+#include "host/foreign_text.h"
+#include "host/inspect/batch.h"
+#include "host/learn/learn.h"
+#include "host/problem.h"
+#include "host/recipe/recipe_file.h"
+#include "tools/exit_code.h"
+#include "tools/image_options.h"
+#include "tools/inspect/image_list.h"
+#include "tools/learn/learn_page.h"
+#include "tools/number_option.h"
+#include "tools/output_names.h"
+#include "tools/quiet_codecs.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+struct LearnOptions
+{
+    ImageSelection good;
+    std::vector<std::string> bad; ///< files and folders; empty: none
+    std::string output;           ///< what the files' names begin with
+    std::string mode = "auto";
+    LearnSettings settings;
+    int lanes = 0; ///< 0: one for each processor
+    bool quiet = false;
+};
+
+std::vector<BatchImage> ImagesOf(const std::vector<std::string>& files)
+{
+    std::vector<BatchImage> images;
+    for (const std::string& file : files)
+        images.push_back(ImageFromFile(file, ReadingOf(), &ProgramNotes()));
+    return images;
+}
+
+/// Inspects the images with defects by the recipe. @throws HostError for the first that cannot be inspected
+LearnBad InspectBad(const std::vector<std::string>& files, const Recipe& recipe, int lanes)
+{
+    LearnBad bad;
+    Batch batch({CheckedRecipe(recipe)}, lanes);
+    batch.Run(ImagesOf(files),
+              [&](const ImageResult& image)
+              {
+                  ThrowIfAny(image.problems);
+                  bad.names.push_back(image.name);
+                  bad.blobs.push_back(image.BlobCount());
+              });
+    return bad;
+}
+
+int RunLearn(const LearnOptions& options)
+{
+    const auto say = [&](const std::string& text)
+    {
+        if (!options.quiet)
+            std::cout << text << std::endl;
+    };
+    const std::string recipe = options.output + ".recipe.json";
+    const std::string page = options.output + ".html";
+    const int lanes =
+        options.lanes > 0 ? options.lanes : std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 256);
+    LearnResult result;
+    std::optional<LearnBad> bad;
+    try
+    {
+        const std::vector<std::string> good = ListImages(options.good);
+        std::vector<std::string> badFiles;
+        if (!options.bad.empty())
+        {
+            ImageSelection selection;
+            selection.places = options.bad;
+            badFiles = ListImages(selection);
+        }
+        OutputNames names;
+        for (const std::string& file : good)
+            names.AddInput(file);
+        for (const std::string& file : badFiles)
+            names.AddInput(file);
+        names.AddOutputs("the recipe", options.output, {".recipe.json", ".recipe.zones.png"});
+        names.AddOutputs("the page", page);
+        names.Check();
+        say("learning from " + std::to_string(good.size()) + (good.size() == 1 ? " image" : " images"));
+        const QuietCodecs quiet;
+        result = LearnRecipe(ImagesOf(good), options.settings, lanes);
+        static_cast<ImageReading&>(result.recipe) = ReadingOf();
+        if (!badFiles.empty())
+            bad = InspectBad(badFiles, result.recipe, lanes);
+    }
+    catch (const HostError& error)
+    {
+        PrintProblems(error.Problems());
+        return ExitCode_BadInput;
+    }
+    TellConversions();
+    for (const LearnCandidate& candidate : result.candidates)
+        if (candidate.chosen)
+            say("chosen: " + candidate.description);
+    for (const std::string& reason : result.reasons)
+        say("- " + Printable(reason));
+    for (const std::string& warning : result.warnings)
+        std::cerr << "narvo: warning: " << Printable(warning) << '\n';
+    if (bad)
+        say("images with defects that have blobs: " + std::to_string(bad->HitCount()) + " of " +
+            std::to_string(bad->names.size()));
+    SaveRecipeWithImages(recipe, result.recipe);
+    WriteTextFile(page, LearnPage(result, bad,
+                                  "Recipe learnt from " + std::to_string(result.images.size()) +
+                                      (result.images.size() == 1 ? " good image" : " good images")));
+    say("recipe: " + Printable(recipe) + "\npage:   " + Printable(page));
+    return ExitCode_Done;
+}
+
+} // namespace
+
+void AddLearnCommand(CLI::App& app, Action& action)
+{
+    const auto options = std::make_shared<LearnOptions>();
+    CLI::App* command = app.add_subcommand("learn", "Make a recipe from good images");
+    CLI::Option* images = command->add_option("good", options->good.places,
+                                              "image files without defects, and folders of them, 1 to " +
+                                                  std::to_string(nLearnImageLimit) + " images");
+    command->add_option("-l,--list", options->good.list,
+                        "file with the name of a good image in each line, - for the standard input");
+    command
+        ->add_option("-b,--bad", options->bad,
+                     "an image file with defects, or a folder of them, once for each: inspected by the recipe for "
+                     "the page; nothing is learnt from them")
+        ->allow_extra_args(false);
+    command
+        ->add_option("--mode", options->mode,
+                     "which recipes are considered: those without a period (texture), those at the pattern's pitch "
+                     "(periodic), or both")
+        ->check(CLI::IsMember({"auto", "texture", "periodic"}))
+        ->capture_default_str();
+    command
+        ->add_option("--false-rate", options->settings.falseRate,
+                     "false blobs an image that the limits aim at, " + FormatNumber(dFalseRateLow) + " to " +
+                         FormatNumber(dFalseRateHigh))
+        ->check(RealRange(dFalseRateLow, dFalseRateHigh, "false blobs an image"))
+        ->capture_default_str();
+    command->add_option("--name", options->settings.name, "name of the recipe's region, for results");
+    command
+        ->add_option("-j,--lanes", options->lanes,
+                     "images at once, 1 to 256 (default: one for each processor); changes nothing in the result")
+        ->check(CLI::Range(1, 256));
+    command->add_option("-o,--output", options->output, "beginning of the files' names")->required();
+    command->add_flag("-q,--quiet", options->quiet, "print warnings and problems only");
+    command->footer("Writes OUTPUT.recipe.json, which inspect takes as it is, and OUTPUT.html with the reasons.");
+    command->callback(
+        [options, images, &action]
+        {
+            if (images->count() == 0 && options->good.list.empty())
+                throw CLI::RequiredError("good or --list");
+            options->settings.mode = options->mode == "texture"    ? LearnMode_Texture
+                                     : options->mode == "periodic" ? LearnMode_Periodic
+                                                                   : LearnMode_Auto;
+            action = [options] { return RunLearn(*options); };
+        });
+}
+
+} // namespace narvo

@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: MIT
+// Tables and bars of the page.
+#include "tools/learn/learn_page.h"
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+#include <sstream>
+
+#include "host/foreign_text.h"
+#include "host/problem.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+constexpr const char* szStyle = R"(
+body { font: 16px/1.5 system-ui, sans-serif; margin: 2em auto; max-width: 60em; padding: 0 1em; color: #222;
+  background: #fff; }
+h1 { font-size: 1.5em; } h2 { font-size: 1.15em; margin-top: 2em; }
+table { border-collapse: collapse; } th, td { padding: .25em .8em; text-align: right; border-bottom: 1px solid #ddd; }
+th:first-child, td:first-child { text-align: left; }
+.warning { background: #fff3cd; border-left: 4px solid #b58900; padding: .3em .8em; margin: .4em 0; }
+.chosen { font-weight: bold; }
+.bar { display: inline-block; height: .7em; background: #2a6f97; vertical-align: baseline; }
+.bar.above { background: #b3261e; }
+@media (prefers-color-scheme: dark) { body { color: #ddd; background: #181818; } th, td { border-color: #444; }
+  .warning { background: #3a3010; } .bar { background: #61a5c2; } }
+)";
+
+/// Text that a browser shows as it stands.
+std::string Escaped(const std::string& text)
+{
+    std::string escaped;
+    for (const char c : Printable(text))
+        switch (c)
+        {
+        case '&':
+            escaped += "&amp;";
+            break;
+        case '<':
+            escaped += "&lt;";
+            break;
+        case '>':
+            escaped += "&gt;";
+            break;
+        case '"':
+            escaped += "&quot;";
+            break;
+        default:
+            escaped += c;
+        }
+    return escaped;
+}
+
+std::string Short(double value)
+{
+    return FormatNumber(std::round(value * 100.0) / 100.0);
+}
+
+std::string Percent100(double share)
+{
+    return FormatNumber(std::round(share * 100.0)) + " %";
+}
+
+void AddSpots(const LearnResult& result, std::ostream& out)
+{
+    std::set<int> contrasts;
+    std::set<int> sides;
+    for (const LearnSpots& kind : result.spots)
+    {
+        contrasts.insert(kind.contrast);
+        sides.insert(kind.side);
+    }
+    if (sides.empty())
+        return;
+    out << "<h2>What it finds</h2>\n<p>Share of round spots, planted in good images, that the recipe finds. Spots come "
+           "brighter and darker; their places are drawn at random.</p>\n<table id=\"spots\"><tr><th>across</th>";
+    for (const int contrast : contrasts)
+        out << "<th>" << contrast << " grey levels</th>";
+    out << "</tr>\n";
+    for (const int side : sides)
+    {
+        out << "<tr><td>" << side << " pixels</td>";
+        for (const int contrast : contrasts)
+        {
+            const auto kind =
+                std::find_if(result.spots.begin(), result.spots.end(),
+                             [&](const LearnSpots& each) { return each.side == side && each.contrast == contrast; });
+            if (kind == result.spots.end())
+                out << "<td></td>";
+            else
+                out << "<td>" << Percent100(static_cast<double>(kind->found) / static_cast<double>(kind->planted))
+                    << " of " << kind->planted << "</td>";
+        }
+        out << "</tr>\n";
+    }
+    out << "</table>\n";
+}
+
+void AddImages(const LearnResult& result, std::ostream& out)
+{
+    constexpr double dBarPixels = 120.0; // of a score of 1
+    out << "<h2>Good images</h2>\n<p>The score is the highest that an image reaches by limits learnt without it; above "
+           "1 it would have had a false blob.</p>\n<table id=\"images\"><tr><th>image</th><th>size</th><th>pattern</th>"
+           "<th>false blobs</th><th>score</th><th></th></tr>\n";
+    for (const LearnImage& image : result.images)
+        out << "<tr><td>" << Escaped(image.name) << "</td><td>" << image.width << " &times; " << image.height
+            << "</td><td>" << Percent100(image.area) << "</td><td>" << image.falseBlobs << "</td><td>"
+            << Short(image.highest) << "</td><td style=\"text-align:left\"><span class=\"bar"
+            << (image.highest > 1.0 ? " above" : "")
+            << "\" style=\"width:" << static_cast<int>(dBarPixels * std::clamp(image.highest, 0.0, 3.0))
+            << "px\"></span></td></tr>\n";
+    out << "</table>\n";
+}
+
+} // namespace
+
+std::size_t LearnBad::HitCount() const
+{
+    return static_cast<std::size_t>(
+        std::count_if(blobs.begin(), blobs.end(), [](std::size_t count) { return count > 0; }));
+}
+
+std::string LearnPage(const LearnResult& result, const std::optional<LearnBad>& bad, const std::string& title)
+{
+    std::ostringstream out;
+    out << "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\"><meta name=\"viewport\" "
+           "content=\"width=device-width\"><title>"
+        << Escaped(title) << "</title><style>" << szStyle << "</style></head><body>\n<h1>" << Escaped(title)
+        << "</h1>\n";
+    for (const std::string& warning : result.warnings)
+        out << "<p class=\"warning\">" << Escaped(warning) << "</p>\n";
+    out << "<h2>Why the recipe is as it is</h2>\n<ul>\n";
+    for (const std::string& reason : result.reasons)
+        out << "<li>" << Escaped(reason) << "</li>\n";
+    out << "</ul>\n<h2>Ways of inspecting</h2>\n<table id=\"candidates\"><tr><th>way</th><th>planted spots "
+           "found</th></tr>\n";
+    for (const LearnCandidate& candidate : result.candidates)
+        out << "<tr" << (candidate.chosen ? " class=\"chosen\"" : "") << "><td>" << Escaped(candidate.description)
+            << (candidate.chosen ? " (chosen)" : "") << "</td><td>" << Percent100(candidate.found) << "</td></tr>\n";
+    out << "</table>\n";
+    AddSpots(result, out);
+    AddImages(result, out);
+    if (bad)
+    {
+        out << "<h2>Images with defects</h2>\n<p>" << bad->HitCount() << " of " << bad->names.size()
+            << " have blobs.</p>\n<table id=\"bad\"><tr><th>image</th><th>blobs</th></tr>\n";
+        for (std::size_t i = 0; i < bad->names.size(); ++i)
+            out << "<tr><td>" << Escaped(bad->names[i]) << "</td><td>" << bad->blobs[i] << "</td></tr>\n";
+        out << "</table>\n";
+    }
+    out << "</body></html>\n";
+    return out.str();
+}
+
+} // namespace narvo
