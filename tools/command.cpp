@@ -13,7 +13,7 @@
 #include "tools/exit_code.h"
 #include "tools/image_options.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -51,4 +51,4 @@ void BuildCommandLine(CLI::App& app, Action& action)
         add(app, action);
 }
 
-} // namespace narvo
+} // namespace narvo::tools

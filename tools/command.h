@@ -11,7 +11,7 @@ namespace CLI
 class App;
 }
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// What the parsed command line asks for. @return the program's exit code
@@ -63,4 +63,4 @@ std::string VersionText();
 /// and range, and take CLI::ExistingFile and its like only where the problem may be told in that validator's words.
 void BuildCommandLine(CLI::App& app, Action& action);
 
-} // namespace narvo
+} // namespace narvo::tools

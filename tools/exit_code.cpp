@@ -4,7 +4,7 @@
 
 #include <iostream>
 
-namespace narvo
+namespace narvo::tools
 {
 
 const std::vector<std::pair<int, std::string>>& ExitCodes()
@@ -38,4 +38,4 @@ void PrintProblems(const std::vector<Problem>& found)
         std::cerr << "narvo: " << problem.Text() << '\n';
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -8,7 +8,7 @@
 
 #include "host/problem.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 enum ExitCode : int
@@ -48,4 +48,4 @@ bool CollectProblems(std::vector<Problem>& found, Step&& step)
 /// One line for each problem on the error stream.
 void PrintProblems(const std::vector<Problem>& found);
 
-} // namespace narvo
+} // namespace narvo::tools

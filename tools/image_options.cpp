@@ -17,7 +17,7 @@
 #include "host/recipe/image_section.h"
 #include "host/recipe/recipe_file.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -181,4 +181,4 @@ void TellConversions()
         std::cerr << "narvo: note: " << Printable(note) << '\n';
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -15,7 +15,7 @@ namespace CLI
 class App;
 }
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// Adds --channel, --weights, --bayer, --demosaic, --levels and --raw. They hold for the whole run of the program.
@@ -38,4 +38,4 @@ ConversionNotes& ProgramNotes();
 /// Prints new notes on the error stream.
 void TellConversions();
 
-} // namespace narvo
+} // namespace narvo::tools

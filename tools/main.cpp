@@ -28,25 +28,25 @@ int Leave(const CLI::App& app, const CLI::ParseError& error)
     if (error.get_exit_code() == 0)
     {
         app.exit(error);
-        return narvo::ExitCode_Done;
+        return narvo::tools::ExitCode_Done;
     }
     if (app.get_subcommands().empty() && word != rest.end())
     {
         std::string names;
         for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
             names += (names.empty() ? "" : ", ") + command->get_name();
-        narvo::PrintProblems({{"command", *word, "one of " + names}});
+        narvo::tools::PrintProblems({{"command", *word, "one of " + names}});
     }
     else
         std::cerr << narvo::Printable(error.what()) << "\nRun with --help for more information.\n";
-    return narvo::ExitCode_BadInput;
+    return narvo::tools::ExitCode_BadInput;
 }
 
 int Run(int argc, char** argv)
 {
-    narvo::Action action;
+    narvo::tools::Action action;
     CLI::App app;
-    narvo::BuildCommandLine(app, action);
+    narvo::tools::BuildCommandLine(app, action);
     try
     {
         app.parse(argc, argv);
@@ -56,7 +56,7 @@ int Run(int argc, char** argv)
         return Leave(app, error);
     }
     const int code = action();
-    narvo::TellConversions();
+    narvo::tools::TellConversions();
     return code;
 }
 
@@ -69,23 +69,23 @@ int RunAndTell(int argc, char** argv)
     }
     catch (const narvo::WriteError& error)
     {
-        narvo::PrintProblems(error.Problems());
-        return narvo::ExitCode_NotWritten;
+        narvo::tools::PrintProblems(error.Problems());
+        return narvo::tools::ExitCode_NotWritten;
     }
     catch (const narvo::HostError& error)
     {
-        narvo::PrintProblems(error.Problems());
-        return narvo::ExitCode_BadInput;
+        narvo::tools::PrintProblems(error.Problems());
+        return narvo::tools::ExitCode_BadInput;
     }
     catch (const std::bad_alloc&)
     {
         std::cerr << "narvo: not enough memory\n";
-        return narvo::ExitCode_Unexpected;
+        return narvo::tools::ExitCode_Unexpected;
     }
     catch (const std::exception& error)
     {
         std::cerr << "narvo: unexpected error: " << narvo::Printable(error.what()) << '\n';
-        return narvo::ExitCode_Unexpected;
+        return narvo::tools::ExitCode_Unexpected;
     }
 }
 
@@ -93,6 +93,6 @@ int RunAndTell(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    narvo::StandardStreams streams;
+    narvo::tools::StandardStreams streams;
     return streams.Finish(RunAndTell(argc, argv));
 }

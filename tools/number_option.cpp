@@ -7,7 +7,7 @@
 
 #include "host/problem.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -48,4 +48,4 @@ CLI::Validator SeedRange()
             "in [0 - 9223372036854775807]"};
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -7,7 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// A real number in a range; `unit` is for the message.
@@ -16,4 +16,4 @@ CLI::Validator RealRange(double low, double high, const std::string& unit);
 /// A seed of random numbers, 0 to 9223372036854775807.
 CLI::Validator SeedRange();
 
-} // namespace narvo
+} // namespace narvo::tools

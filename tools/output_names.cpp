@@ -9,7 +9,7 @@
 
 #include "host/file/output_file.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace fs = std::filesystem;
@@ -76,4 +76,4 @@ std::vector<fs::path> PaintedImages(const fs::path& file, const std::vector<Chec
     return painted;
 }
 
-} // namespace narvo
+} // namespace narvo::tools

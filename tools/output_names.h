@@ -11,7 +11,7 @@
 #include "host/problem.h"
 #include "host/recipe/checked_recipe.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// Files are the same when they are one file behind all links, or, where they are not there yet, would be.
@@ -47,4 +47,4 @@ private:
 std::vector<std::filesystem::path> PaintedImages(const std::filesystem::path& file,
                                                  const std::vector<CheckedRecipe>& recipes);
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -7,7 +7,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace narvo
+namespace narvo::tools
 {
 
 QuietCodecs::QuietCodecs()
@@ -30,4 +30,4 @@ QuietCodecs::~QuietCodecs()
     close(m_errorStream);
 }
 
-} // namespace narvo
+} // namespace narvo::tools

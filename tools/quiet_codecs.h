@@ -2,7 +2,7 @@
 // Keeps the image codecs from writing to the terminal.
 #pragma once
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// While it lives, nothing reaches the error stream: the codecs write there directly about broken files, which the
@@ -22,4 +22,4 @@ private:
     int m_errorStream; ///< the stream's own descriptor, put back at the end; -1 when it could not be set aside
 };
 
-} // namespace narvo
+} // namespace narvo::tools

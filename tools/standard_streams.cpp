@@ -15,7 +15,7 @@
 #include "host/file/output_file.h"
 #include "tools/exit_code.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -98,4 +98,4 @@ int StandardStreams::Finish(int code)
     return code == ExitCode_Done ? ExitCode_NotWritten : code;
 }
 
-} // namespace narvo
+} // namespace narvo::tools

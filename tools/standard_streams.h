@@ -6,7 +6,7 @@
 #include <iosfwd>
 #include <memory>
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// To be made before anything is opened. While it lives, std::cout writes through it, the descriptors 0 to 2 are taken
@@ -32,4 +32,4 @@ private:
     std::streambuf* m_before; ///< of std::cout
 };
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -80,7 +80,7 @@ class BoundRandomPixel : public testing::TestWithParam<PixelKernel>
 {
 };
 
-TEST_P(BoundRandomPixel, AgreesWithTheReferenceHoweverItIsUsed)
+TEST_P(BoundRandomPixel, AgreesWithTheReferenceForEveryUse)
 {
     CPixelSceneSource source;
     CBoundPicture picture;
@@ -105,7 +105,7 @@ class BoundRandomZone : public testing::TestWithParam<ZoneKernel>
 {
 };
 
-TEST_P(BoundRandomZone, AgreesWithTheReferenceHoweverItIsUsed)
+TEST_P(BoundRandomZone, AgreesWithTheReferenceForEveryUse)
 {
     CZoneSceneSource source;
     CBoundPicture picture;

@@ -15,7 +15,7 @@
 #include "host/pattern_help.h"
 #include "host/result/result_file.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -88,7 +88,7 @@ std::vector<std::string> RunTexts(Batch& batch, const std::vector<BatchImage>& i
 
 } // namespace
 
-TEST(Batch, ResultsAreThoseOfOneLaneInTheOrderOfTheListWhateverTheNumberOfLanes)
+TEST(Batch, ResultsAreThoseOfOneLaneInTheOrderOfTheListForAnyNumberOfLanes)
 {
     const std::vector<BatchImage> images = Images(23);
     Batch one(TwoRegions(), 1);
@@ -150,7 +150,7 @@ TEST(Batch, ImageThatCannotBeReadIsAProblemOfItsOwn)
     }
 }
 
-TEST(Batch, WhateverLoadingThrowsStaysWithItsImage)
+TEST(Batch, AnyExceptionOfLoadingStaysWithItsImage)
 {
     std::vector<BatchImage> images = Images(3);
     images[0].load = []() -> std::shared_ptr<const GreyImage> { throw std::bad_alloc(); };
@@ -211,7 +211,7 @@ TEST(Batch, WhatTheReportThrowsComesOutAndTheBatchCanRunAgain)
     EXPECT_THAT(RunTexts(batch, Images(30)), SizeIs(30));
 }
 
-TEST(Batch, FewImagesAreHeldAtATimeHoweverSlowTheReport)
+TEST(Batch, FewImagesAreHeldAtATimeEvenIfReportingIsSlow)
 {
     constexpr int nLanes = 2;
     std::atomic<int> begun = 0;
@@ -404,4 +404,4 @@ TEST(Batch, EmptyListEndsAtOnce)
     EXPECT_FALSE(summary.stopped);
 }
 
-} // namespace narvo
+} // namespace narvo::test

@@ -11,7 +11,7 @@
 #include "host/host_test_help.h"
 #include "host/recipe/recipe_fields.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -101,4 +101,4 @@ TEST(BlockFields, DescriptionHasALineForEach)
     EXPECT_THAT(text, testing::HasSubstr("nPairSearchSlack: by the host; read by no kernel"));
 }
 
-} // namespace narvo
+} // namespace narvo::test

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -187,4 +187,4 @@ TEST(Colour, TwoCountsBetweenChannelsAreGrey)
     EXPECT_FALSE(IsColoured(cv::Mat(3, 3, CV_8UC1, cv::Scalar(7))));
 }
 
-} // namespace narvo
+} // namespace narvo::test

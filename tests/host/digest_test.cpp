@@ -9,7 +9,7 @@
 #include "host/host_test_help.h"
 #include "host/zones/region_maps.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -86,4 +86,4 @@ TEST(Digest, OfRecipesSeesFieldsPaintedImagesAndMaps)
     EXPECT_TRUE(seen.insert(DigestOfRecipes({CheckedRecipe(recipe)})).second);
 }
 
-} // namespace narvo
+} // namespace narvo::test

@@ -11,7 +11,7 @@
 #include "host/inspect/inspector.h"
 #include "host/recipe/recipe_file.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -166,7 +166,7 @@ TEST(Measures, PatchesCountAsImages)
     EXPECT_EQ(measure.units[3].score, 0.0);
 }
 
-TEST(Evaluation, FiguresComeWithTheirRangeWhateverTheLanes)
+TEST(Evaluation, FiguresComeWithTheirRangeForAnyNumberOfLanes)
 {
     EvaluationSet set;
     for (int i = 0; i < 40; ++i)
@@ -380,4 +380,4 @@ TEST(EvaluationSet, UnknownFoldersAreRefusedInWords)
                 testing::ElementsAre(testing::Field(&Problem::allowed, "the id of an image")));
 }
 
-} // namespace narvo
+} // namespace narvo::test

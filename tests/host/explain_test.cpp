@@ -14,7 +14,7 @@
 #include "narvoassem/narvoassem.h"
 #include "support/seeds.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -394,7 +394,7 @@ TEST(Explain, ScenesOfTheTestsAboveReachEveryOrdinaryOutcome)
         EXPECT_TRUE(seen.contains(outcome)) << OutcomeName(outcome);
 }
 
-TEST(Explain, TellsTheStepsOfAPairedDefect)
+TEST(Explain, GivesTheStepsOfAPairedDefect)
 {
     const GreyImage image = MakePattern(nWidth, nHeight, 203, 151, 70);
     Explainer explainer(image, CheckedRecipe(PatternRecipe()));
@@ -466,7 +466,7 @@ TEST(Explain, PaintedDeadPlaceIsNamedAsSuch)
     EXPECT_EQ(Explainer(image, CheckedRecipe(recipe)).Explain(CPoint(203, 151)).outcome, Outcome::DeadPlace);
 }
 
-TEST(Explain, BandsAreToldApart)
+TEST(Explain, BandsAreKeptApart)
 {
     const GreyImage image = MakePattern(4160, 200, 2500, 101, 70);
     Explainer explainer(image, CheckedRecipe(PatternRecipe()));
@@ -492,7 +492,7 @@ TEST(Explain, PolygonInBandsIsLookedUpInTheBandOfThePlace)
     EXPECT_EQ(told.outcome, Outcome::Reported) << DescribeExplanation(told);
 }
 
-TEST(Explain, PassWithTooManyRecordsIsToldAndTheNextPassIsFound)
+TEST(Explain, PassWithTooManyRecordsIsReportedAndTheNextPassIsFound)
 {
     GreyImage image = MakePattern(1200, 1200, -100, -100, 0);
     std::mt19937 random(1);
@@ -512,7 +512,7 @@ TEST(Explain, PassWithTooManyRecordsIsToldAndTheNextPassIsFound)
     EXPECT_TRUE(dropped);
 }
 
-TEST(Explain, TrapeziaAndSecondPassesAreToldByTheirResult)
+TEST(Explain, TrapeziaAndSecondPassesAreExplainedByTheirResult)
 {
     const GreyImage image = MakePattern(nWidth, nHeight, 203, 151, 70);
     Recipe recipe = PatternRecipe();
@@ -525,7 +525,7 @@ TEST(Explain, TrapeziaAndSecondPassesAreToldByTheirResult)
     EXPECT_EQ(explainer.Explain(CPoint(20, 20)).outcome, Outcome::NoHit);
 }
 
-TEST(Explain, PlacesOutsideAreTold)
+TEST(Explain, PlacesOutsideAreReported)
 {
     Recipe recipe = PatternRecipe();
     recipe.region = CRect(16, 16, 300, 250);
@@ -556,4 +556,4 @@ TEST(Explain, JsonHoldsWhatTheTextSays)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

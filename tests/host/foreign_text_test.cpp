@@ -4,7 +4,7 @@
 
 #include "host/host_test_help.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -68,4 +68,4 @@ TEST(ForeignText, CellsThatSpreadsheetsTakeForFormulasAreGuarded)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -9,7 +9,7 @@
 
 #include "tools/synthetic/board.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -18,9 +18,9 @@ namespace
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-BoardPlan QuietPlan()
+tools::BoardPlan QuietPlan()
 {
-    BoardPlan plan;
+    tools::BoardPlan plan;
     plan.width = 320;
     plan.height = 300;
     plan.noise = 0.0;
@@ -30,7 +30,7 @@ BoardPlan QuietPlan()
 
 TEST(GoldenModel, OneReferenceIsItsOwnMean)
 {
-    const GreyImage reference = MakeBoard(QuietPlan()).references[0];
+    const GreyImage reference = tools::MakeBoard(QuietPlan()).references[0];
     const GoldenModel model({reference}, {});
     for (int y = 0; y < reference.Height(); ++y)
         for (int x = 0; x < reference.Width(); ++x)
@@ -87,7 +87,7 @@ TEST(GoldenModel, ToleranceShrinksInNarrowTracksAndGaps)
 
 TEST(GoldenModel, SpreadOfSeveralReferencesWidensTheTolerance)
 {
-    GreyImage reference = MakeBoard(QuietPlan()).references[0];
+    GreyImage reference = tools::MakeBoard(QuietPlan()).references[0];
     GreyImage other = reference;
     for (int y = 100; y < 110; ++y)
         for (int x = 100; x < 110; ++x)
@@ -103,10 +103,10 @@ TEST(GoldenModel, SpreadOfSeveralReferencesWidensTheTolerance)
 
 TEST(GoldenModel, RegistersFurtherReferencesToTheFirst)
 {
-    BoardPlan plan = QuietPlan();
+    tools::BoardPlan plan = QuietPlan();
     plan.shiftX = 7.5;
     plan.rotation = 0.5;
-    const Board board = MakeBoard(plan);
+    const tools::Board board = tools::MakeBoard(plan);
     const GoldenModel model({board.references[0], board.image}, {});
     double sum = 0.0;
     for (int y = 20; y < 280; ++y)
@@ -117,10 +117,10 @@ TEST(GoldenModel, RegistersFurtherReferencesToTheFirst)
 
 TEST(GoldenModel, NamesTheReferenceThatDoesNotFit)
 {
-    BoardPlan plan = QuietPlan();
-    const GreyImage reference = MakeBoard(plan).references[0];
+    tools::BoardPlan plan = QuietPlan();
+    const GreyImage reference = tools::MakeBoard(plan).references[0];
     plan.seed = 77;
-    const GreyImage stranger = MakeBoard(plan).references[0];
+    const GreyImage stranger = tools::MakeBoard(plan).references[0];
     try
     {
         const GoldenModel model({reference, reference, stranger}, {});
@@ -164,4 +164,4 @@ TEST(GoldenModel, NamesEverySettingOutOfRange)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

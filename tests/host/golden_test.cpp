@@ -14,7 +14,7 @@
 #include "tools/synthetic/board.h"
 #include "tools/truth/truth.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -22,9 +22,9 @@ namespace
 
 using testing::HasSubstr;
 
-BoardPlan SmallPlan()
+tools::BoardPlan SmallPlan()
 {
-    BoardPlan plan;
+    tools::BoardPlan plan;
     plan.width = 450;
     plan.height = 403;
     plan.defects = 8;
@@ -33,7 +33,7 @@ BoardPlan SmallPlan()
     return plan;
 }
 
-GoldenResult InspectBoard(const Board& board, const GoldenSettings& settings = {})
+GoldenResult InspectBoard(const tools::Board& board, const GoldenSettings& settings = {})
 {
     Inspector inspector(1, settings.maxBlobs);
     return InspectGolden(inspector, 0, GoldenModel(board.references, settings), board.image);
@@ -72,15 +72,15 @@ TEST(Golden, FindsAllDefectsAndNothingElseInKnownPlaces)
     for (const double rotation : {0.0, 0.9})
         for (const std::uint64_t seed : {1U, 2U})
         {
-            BoardPlan plan = SmallPlan();
+            tools::BoardPlan plan = SmallPlan();
             plan.rotation = rotation;
             plan.scaleY = 1.012;
             plan.seed = seed;
-            const Board board = MakeBoard(plan);
+            const tools::Board board = tools::MakeBoard(plan);
             ASSERT_EQ(board.truth.size(), 8U);
             const GoldenResult result = InspectBoard(board);
-            const TruthScore score = CompareWithTruth(board.truth, result.inspection.blobs);
-            EXPECT_EQ(score.FoundCount(), 8) << DescribeScore(board.truth, score);
+            const tools::TruthScore score = tools::CompareWithTruth(board.truth, result.inspection.blobs);
+            EXPECT_EQ(score.FoundCount(), 8) << tools::DescribeScore(board.truth, score);
             EXPECT_EQ(score.FalseCount(), 0);
             EXPECT_TRUE(result.inspection.warnings.empty());
         }
@@ -88,11 +88,11 @@ TEST(Golden, FindsAllDefectsAndNothingElseInKnownPlaces)
 
 TEST(Golden, AGoodBoardGivesNoBlob)
 {
-    BoardPlan plan = SmallPlan();
+    tools::BoardPlan plan = SmallPlan();
     plan.defects = 0;
     plan.rotation = -0.8;
     plan.sway = 1.0;
-    const GoldenResult result = InspectBoard(MakeBoard(plan));
+    const GoldenResult result = InspectBoard(tools::MakeBoard(plan));
     EXPECT_TRUE(result.inspection.blobs.empty());
     EXPECT_GT(result.compared, 0.93);
     EXPECT_LT(result.compared, 1.0);
@@ -100,11 +100,11 @@ TEST(Golden, AGoodBoardGivesNoBlob)
 
 TEST(Golden, PolarityIsThatOfTheImageAgainstTheReference)
 {
-    const Board board = MakeBoard(SmallPlan());
+    const tools::Board board = tools::MakeBoard(SmallPlan());
     const GoldenResult result = InspectBoard(board);
     for (const Blob& blob : result.inspection.blobs)
     {
-        for (const TruthDefect& defect : board.truth)
+        for (const tools::TruthDefect& defect : board.truth)
         {
             if (blob.box.left < defect.box.right && defect.box.left < blob.box.right &&
                 blob.box.top < defect.box.bottom && defect.box.top < blob.box.bottom)
@@ -175,17 +175,17 @@ TEST(Golden, EdgesMayLieElsewhereByTheEdgeTolerance)
 
 TEST(Golden, SeveralReferencesLetAnUnstableLabelPass)
 {
-    BoardPlan plan = SmallPlan();
+    tools::BoardPlan plan = SmallPlan();
     plan.defects = 6;
     plan.labelPlay = 4.0;
     plan.references = 8;
-    const Board board = MakeBoard(plan);
+    const tools::Board board = tools::MakeBoard(plan);
     Inspector inspector(1, 1000);
     const auto falseBlobs = [&](int references)
     {
         const std::vector<GreyImage> some(board.references.begin(), board.references.begin() + references);
         const GoldenResult result = InspectGolden(inspector, 0, GoldenModel(some, {}), board.image);
-        const TruthScore score = CompareWithTruth(board.truth, result.inspection.blobs);
+        const tools::TruthScore score = tools::CompareWithTruth(board.truth, result.inspection.blobs);
         EXPECT_GE(score.FoundCount(), static_cast<int>(board.truth.size()) - (references == 1 ? 0 : 1));
         return score.FalseCount();
     };
@@ -196,12 +196,12 @@ TEST(Golden, SeveralReferencesLetAnUnstableLabelPass)
 
 TEST(Golden, AChangeOfLightIsNoDefect)
 {
-    BoardPlan plan = SmallPlan();
-    const Board board = MakeBoard(plan);
+    tools::BoardPlan plan = SmallPlan();
+    const tools::Board board = tools::MakeBoard(plan);
     for (const double slope : {0.0, 0.25})
         for (const double gain : {0.7, 0.8, 1.1})
         {
-            Board changed = board;
+            tools::Board changed = board;
             for (int y = 0; y < changed.image.Height(); ++y)
                 for (int x = 0; x < changed.image.Width(); ++x)
                 {
@@ -210,7 +210,7 @@ TEST(Golden, AChangeOfLightIsNoDefect)
                         static_cast<std::uint8_t>(std::clamp(light * board.image.Row(y)[x] + 6.0, 0.0, 255.0));
                 }
             const GoldenResult result = InspectBoard(changed);
-            const TruthScore score = CompareWithTruth(changed.truth, result.inspection.blobs);
+            const tools::TruthScore score = tools::CompareWithTruth(changed.truth, result.inspection.blobs);
             EXPECT_GE(score.FoundCount(), 8) << gain << ", " << slope;
             EXPECT_LE(score.FalseCount(), 0) << gain << ", " << slope;
             if (gain < 1.0) // no pixel saturated
@@ -222,13 +222,13 @@ TEST(Golden, AChangeOfLightIsNoDefect)
 
 TEST(Golden, TheThresholdFollowsTheNoise)
 {
-    BoardPlan plan = SmallPlan();
+    tools::BoardPlan plan = SmallPlan();
     plan.defects = 0;
     int last = 0;
     for (const double noise : {1.0, 4.0, 8.0})
     {
         plan.noise = noise;
-        const GoldenResult result = InspectBoard(MakeBoard(plan));
+        const GoldenResult result = InspectBoard(tools::MakeBoard(plan));
         EXPECT_GT(result.base.flat, last);
         EXPECT_TRUE(result.inspection.blobs.empty()) << noise;
         EXPECT_NEAR(result.base.noise, noise * std::sqrt(2.0), 0.35 * noise + 0.5);
@@ -238,11 +238,11 @@ TEST(Golden, TheThresholdFollowsTheNoise)
 
 TEST(Golden, SeveralReferencesLowerNoiseAndThreshold)
 {
-    BoardPlan plan = SmallPlan();
+    tools::BoardPlan plan = SmallPlan();
     plan.defects = 0;
     plan.noise = 6.0;
     plan.references = 8;
-    const Board board = MakeBoard(plan);
+    const tools::Board board = tools::MakeBoard(plan);
     Inspector inspector(1, 1000);
     const auto baseWith = [&](int references)
     {
@@ -276,13 +276,13 @@ TEST(Golden, SeesABreakInANarrowTrack)
     }
 }
 
-TEST(Golden, TellsWhyAnImageIsNotInspected)
+TEST(Golden, SaysWhyAnImageIsNotInspected)
 {
-    BoardPlan plan = SmallPlan();
-    const Board board = MakeBoard(plan);
+    tools::BoardPlan plan = SmallPlan();
+    const tools::Board board = tools::MakeBoard(plan);
     const GoldenModel model(board.references, {});
     plan.seed = 50;
-    const Board other = MakeBoard(plan);
+    const tools::Board other = tools::MakeBoard(plan);
     Inspector inspector(1, 100);
     const auto problemOf = [&](const GreyImage& image, int lane) -> std::string
     {
@@ -316,7 +316,7 @@ TEST(Golden, WarnsWhereTheShiftAlongStripesIsUncertain)
 
 TEST(Golden, FilesHoldRegistrationAndPlaces)
 {
-    const GoldenResult result = InspectBoard(MakeBoard(SmallPlan()));
+    const GoldenResult result = InspectBoard(tools::MakeBoard(SmallPlan()));
     const nlohmann::ordered_json document = GoldenToJson(result);
     EXPECT_NEAR(document["registration"]["shift_x"].get<double>(), 7.4, 0.05);
     ASSERT_EQ(document["blobs"].size(), result.inspection.blobs.size());
@@ -338,4 +338,4 @@ TEST(Golden, FilesHoldRegistrationAndPlaces)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -15,7 +15,7 @@
 #include "host/host_test_help.h"
 #include "host/image/conversion_notes.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -399,4 +399,4 @@ TEST(GreyImage, UnwritablePlaceAndUnknownEndingAreNamed)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -23,6 +23,11 @@ inline void PrintTo(const Problem& problem, std::ostream* out)
     *out << problem.Text();
 }
 
+} // namespace narvo
+
+namespace narvo::test
+{
+
 /// A folder of its own for each test, removed with the object.
 class TestFolder
 {
@@ -113,4 +118,4 @@ MATCHER_P(IsAbout, field, "")
     return arg.field == field;
 }
 
-} // namespace narvo
+} // namespace narvo::test

@@ -13,7 +13,7 @@
 #include "host/image/image_header.h"
 #include "host/limits.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -182,4 +182,4 @@ TEST(ImageLimits, HeadersThatEndEarlyAreNone)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

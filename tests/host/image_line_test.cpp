@@ -6,7 +6,7 @@
 
 #include "host/host_test_help.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -136,4 +136,4 @@ TEST(ImageLine, OtherVersionIsAnErrorOfItsOwn)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

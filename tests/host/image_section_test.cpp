@@ -4,7 +4,7 @@
 
 #include "host/host_test_help.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -107,4 +107,4 @@ TEST(ImageSection, RegionsShareOne)
     EXPECT_THAT(ProblemsOf([&] { ParseRecipes(document, {}); }), testing::ElementsAre(IsAbout("regions[1].image")));
 }
 
-} // namespace narvo
+} // namespace narvo::test

@@ -5,7 +5,7 @@
 
 #include "host/host_test_help.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -258,4 +258,4 @@ TEST(PlanKeeper, MakesAPlanOnceForRecipeAndSize)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

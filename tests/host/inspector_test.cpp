@@ -7,7 +7,7 @@
 
 #include "host/pattern_help.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -304,7 +304,7 @@ TEST(Inspector, LanesOnThreadsGiveWhatOneLaneGives)
         ExpectTheSquare(results[static_cast<std::size_t>(lane)], 100 + 40 * lane, 151, true);
 }
 
-TEST(Inspector, PassWithTooManyPairsIsToldAndTheNextImageIsClean)
+TEST(Inspector, PassWithTooManyPairsIsReportedAndTheNextImageIsClean)
 {
     GreyImage noise(1200, 1200);
     std::mt19937 random(1);
@@ -334,4 +334,4 @@ TEST(Inspector, BadArgumentsAreNamed)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -14,7 +14,7 @@
 #include "host/recipe/recipe_check.h"
 #include "tools/synthetic/cloth.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -25,9 +25,9 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-ClothPlan LearnCloth(std::uint64_t seed, int defects = 0)
+tools::ClothPlan LearnCloth(std::uint64_t seed, int defects = 0)
 {
-    ClothPlan plan;
+    tools::ClothPlan plan;
     plan.width = 1024;
     plan.margin = 96;
     plan.defects = defects;
@@ -45,7 +45,7 @@ std::vector<BatchImage> GoodCloth(std::uint64_t first, std::size_t count)
     std::vector<BatchImage> images;
     for (std::size_t i = 0; i < count; ++i)
         images.push_back(
-            {"cloth " + std::to_string(i), [=] { return Shared(MakeCloth(LearnCloth(first + i)).image); }});
+            {"cloth " + std::to_string(i), [=] { return Shared(tools::MakeCloth(LearnCloth(first + i)).image); }});
     return images;
 }
 
@@ -84,16 +84,16 @@ TEST(Learn, ClothStaysEmptyAndDefectsAreFound)
     std::size_t falseBlobs = 0;
     for (std::uint64_t seed = 200; seed < 206; ++seed)
         falseBlobs +=
-            inspector.Inspect(0, MakeCloth(LearnCloth(seed)).image, CheckedRecipe(learnt.recipe)).blobs.size();
+            inspector.Inspect(0, tools::MakeCloth(LearnCloth(seed)).image, CheckedRecipe(learnt.recipe)).blobs.size();
     EXPECT_LE(falseBlobs, 1U);
 
     std::size_t planted = 0;
     std::size_t found = 0;
     for (std::uint64_t seed = 300; seed < 306; ++seed)
     {
-        const Cloth cloth = MakeCloth(LearnCloth(seed, 2));
-        const TruthScore score =
-            CompareWithTruth(cloth.truth, inspector.Inspect(0, cloth.image, CheckedRecipe(learnt.recipe)).blobs);
+        const tools::Cloth cloth = tools::MakeCloth(LearnCloth(seed, 2));
+        const tools::TruthScore score =
+            tools::CompareWithTruth(cloth.truth, inspector.Inspect(0, cloth.image, CheckedRecipe(learnt.recipe)).blobs);
         planted += cloth.truth.size();
         found += static_cast<std::size_t>(score.FoundCount());
     }
@@ -107,11 +107,11 @@ TEST(Learn, NumberOfThreadsChangesNothing)
     for (std::size_t i = 0; i < good.size(); ++i)
         good[i].load = [i]
         {
-            ClothPlan plan = LearnCloth(400 + i);
+            tools::ClothPlan plan = LearnCloth(400 + i);
             plan.width = 512;
             plan.height = 192;
             plan.margin = 48;
-            return Shared(MakeCloth(plan).image);
+            return Shared(tools::MakeCloth(plan).image);
         };
     const LearnResult one = LearnRecipe(good, LearnSettings(), 1);
     const LearnResult three = LearnRecipe(good, LearnSettings(), 3);
@@ -126,7 +126,8 @@ TEST(Learn, OneImageIsEnoughAndItSaysWhatItCannotKnow)
     EXPECT_THAT(learnt.warnings, Contains(HasSubstr("Learnt from 1 image;")));
     EXPECT_THAT(learnt.reasons, Contains(HasSubstr("cannot be forecast")));
     Inspector inspector(1, learnt.recipe.maxBlobs);
-    EXPECT_THAT(inspector.Inspect(0, MakeCloth(LearnCloth(500)).image, CheckedRecipe(learnt.recipe)).blobs, IsEmpty());
+    EXPECT_THAT(inspector.Inspect(0, tools::MakeCloth(LearnCloth(500)).image, CheckedRecipe(learnt.recipe)).blobs,
+                IsEmpty());
 }
 
 TEST(Learn, PeriodicPatternGetsItsPitchAndAThresholdThatLeavesItEmpty)
@@ -164,7 +165,7 @@ TEST(Learn, ImagesThatDisagreeAreNamed)
     std::vector<BatchImage> good = GoodCloth(600, 4);
     good[2].load = []
     {
-        GreyImage image = MakeCloth(LearnCloth(602)).image;
+        GreyImage image = tools::MakeCloth(LearnCloth(602)).image;
         for (int y = 0; y < image.Height(); ++y)
             for (int x = 0; x < image.Width(); ++x)
                 image.Row(y)[x] = static_cast<std::uint8_t>(image.Row(y)[x] / 2);
@@ -279,4 +280,4 @@ TEST(ExtremeValue, PoissonBoundIsThatOfTheTables)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -83,4 +83,4 @@ TEST(Levels, OnlyValuesWithAGreyLevelOfTheirOwnAreExact)
     EXPECT_FALSE(IsExact(exact, 0, 65534));
 }
 
-} // namespace narvo
+} // namespace narvo::test

@@ -8,7 +8,7 @@
 #include "host/inspect/inspector.h"
 #include "host/limits.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -37,4 +37,4 @@ TEST(LimitsPage, NamesEveryLimit)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -6,7 +6,7 @@
 #include "host/recipe/recipe_rules.h"
 #include "host/recipe_settings.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -332,4 +332,4 @@ TEST(ModeCheck, PrintedReferenceNamesTheModesOfAField)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -6,7 +6,7 @@
 #include "host/pattern_help.h"
 #include "host/recipe/recipe_check.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -512,4 +512,4 @@ TEST(Regions, EveryTrapeziumOfAPolygonIsInspected)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

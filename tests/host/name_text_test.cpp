@@ -7,7 +7,7 @@
 
 #include "host/file/name_text.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -62,4 +62,4 @@ TEST(NameText, EveryNameComesBackAndIsTextInBetween)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -14,7 +14,7 @@
 #include "host/file/output_file.h"
 #include "host/host_test_help.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -152,7 +152,7 @@ TEST(AppendedFile, AddsWholeOrNothing)
     file.Finish();
 }
 
-TEST(AppendedFile, NoticesWhateverIsDoneToIt)
+TEST(AppendedFile, NoticesEveryChangeMadeToIt)
 {
     const TestFolder folder;
     const auto disturbed = [&](auto disturb)
@@ -195,4 +195,4 @@ TEST(AppendedFile, IsOneRunsAloneAndTakesAPlaceWhenComplete)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -8,7 +8,7 @@
 
 #include "host/pattern_help.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -114,4 +114,4 @@ TEST(Overlay, FileHoldsThePictureAndAnUnwritablePlaceIsNamed)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -9,7 +9,7 @@
 #include "host/host_test_help.h"
 #include "host/inspect/inspector.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 constexpr int nWidth = 400;
@@ -58,4 +58,4 @@ inline void ExpectTheSquare(const InspectionResult& result, int x, int y, bool b
     EXPECT_NEAR(blob.center.y, y, slack);
 }
 
-} // namespace narvo
+} // namespace narvo::test

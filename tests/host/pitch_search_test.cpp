@@ -11,7 +11,7 @@
 
 #include "host/host_test_help.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -294,4 +294,4 @@ TEST(PitchSearch, RegionOutsideTheImageOrTooSmallIsNamed)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -70,4 +70,4 @@ TEST(RawFrame, PackedBytesAreThoseOfTheConvention)
         EXPECT_EQ(ten.at<std::uint16_t>(0, x), x % 2 == 0 ? 0x3ff : 0) << x;
 }
 
-} // namespace narvo
+} // namespace narvo::test

@@ -5,7 +5,7 @@
 #include "host/host_test_help.h"
 #include "host/recipe_settings.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -340,4 +340,4 @@ TEST(RecipeCheck, AutoDirectionChecksSettingsAgainstTheDirectionThatIsTaken)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -7,7 +7,7 @@
 #include "host/limits.h"
 #include "host/recipe/recipe_fields.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -107,7 +107,7 @@ TEST(RecipeLimits, TheFirstHundredProblemsAreListed)
     EXPECT_THAT(HostError(std::vector<Problem>(101, Problem{"a", "b", "c"})).Problems()[100], IsAbout("a"));
 }
 
-TEST(RecipeLimits, ProblemsOfAllRegionsAreStillToldOnce)
+TEST(RecipeLimits, ProblemsOfAllRegionsAreStillReportedOnce)
 {
     json document = SmallestRecipe();
     document["min_area"] = -1;
@@ -158,4 +158,4 @@ TEST(RecipeLimits, PaintedCellsFitTheirCell)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -5,7 +5,7 @@
 #include "host/host_test_help.h"
 #include "host/recipe/recipe_file.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -129,4 +129,4 @@ TEST(RecipeRegions, WrittenRegionsReadBack)
     EXPECT_EQ(RecipesToJson({recipes[0]}), RecipeToJson(recipes[0]));
 }
 
-} // namespace narvo
+} // namespace narvo::test

@@ -9,7 +9,7 @@
 #include "host/recipe/block_fields.h"
 #include "host/recipe/recipe_fields.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -249,4 +249,4 @@ TEST(RecipeSchema, KnowsEveryFieldWithItsRangeAndDefault)
         EXPECT_TRUE(entryOf(zone, std::string(field.path)).contains("description")) << field.path;
 }
 
-} // namespace narvo
+} // namespace narvo::test

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -83,4 +83,4 @@ void GiveSettings(Recipe& recipe, SettingNames names)
     }
 }
 
-} // namespace narvo
+} // namespace narvo::test

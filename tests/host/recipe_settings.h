@@ -7,7 +7,7 @@
 
 #include "host/recipe/recipe.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 using SettingNames = std::initializer_list<const char*>;
@@ -16,4 +16,4 @@ using SettingNames = std::initializer_list<const char*>;
 /// recipe's direction decides which way a window lies. Throws std::out_of_range on a name that is none.
 void GiveSettings(Recipe& recipe, SettingNames names);
 
-} // namespace narvo
+} // namespace narvo::test

@@ -7,7 +7,7 @@
 #include "host/host_test_help.h"
 #include "host/recipe/recipe_fields.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -431,4 +431,4 @@ TEST(RecipeFile, SavedRecipeLoads)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -7,7 +7,7 @@
 
 #include "host/pattern_help.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -148,7 +148,7 @@ TEST_P(RegionMapsBothWays, WideRegionTakesItsOwnThresholdsInEveryBand)
     }
 }
 
-TEST_P(RegionMapsBothWays, ReRunGoesOnWithTheSameMaps)
+TEST_P(RegionMapsBothWays, ReRunContinuesWithTheSameMaps)
 {
     // The first part of the region is so full of hits that the pass stops there; behind it lie the squares.
     const bool vertical = GetParam();
@@ -245,4 +245,4 @@ TEST(RegionMaps, RecipeThatDoesNotSuitThemIsRefused)
                 ElementsAre(IsProblem("maps", "given", "none in pixel mode")));
 }
 
-} // namespace narvo
+} // namespace narvo::test

@@ -6,7 +6,7 @@
 
 #include "host/host_test_help.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -102,4 +102,4 @@ TEST(RegionShape, PolygonBesideTheImageGivesAnEmptyMask)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

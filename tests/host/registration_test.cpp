@@ -14,7 +14,7 @@
 #include "host/golden/golden_model.h"
 #include "tools/synthetic/board.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -23,16 +23,16 @@ namespace
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-BoardPlan SmallPlan()
+tools::BoardPlan SmallPlan()
 {
-    BoardPlan plan;
+    tools::BoardPlan plan;
     plan.width = 420;
     plan.height = 388;
     plan.defects = 0;
     return plan;
 }
 
-RealPoint TruePlace(const Board& board, double x, double y)
+RealPoint TruePlace(const tools::Board& board, double x, double y)
 {
     const auto& a = board.affine;
     return {a[0] * x + a[1] * y + a[2], a[3] * x + a[4] * y + a[5] + board.swayDepth * std::sin(board.swayRate * y)};
@@ -40,7 +40,7 @@ RealPoint TruePlace(const Board& board, double x, double y)
 
 /// Largest distance of where the registration sees the image's pixels from where they are, of what both show except
 /// a margin.
-double LargestError(const Registration& registration, const Board& board, int margin)
+double LargestError(const Registration& registration, const tools::Board& board, int margin)
 {
     double largest = 0.0;
     for (int y = margin; y < board.image.Height() - margin; y += 7)
@@ -58,7 +58,7 @@ double LargestError(const Registration& registration, const Board& board, int ma
 }
 
 /// Root mean square of the same across the image's edges, which is what an inspection gets to see of it.
-double ErrorAtEdges(const Registration& registration, const Board& board, int margin)
+double ErrorAtEdges(const Registration& registration, const tools::Board& board, int margin)
 {
     const GreyImage& image = board.image;
     double sum = 0.0;
@@ -103,13 +103,13 @@ TEST(Registration, FindsKnownPlacesToATenthOfAPixel)
          {Place{0.0, 0.0, 0.0, 1.0, 1.0}, Place{6.3, -4.7, 0.0, 1.0, 1.0}, Place{-29.6, 31.2, 0.0, 1.0, 1.0},
           Place{0.4, 0.1, 0.97, 1.0, 1.0}, Place{12.5, -8.25, -0.6, 1.018, 0.984}})
     {
-        BoardPlan plan = SmallPlan();
+        tools::BoardPlan plan = SmallPlan();
         plan.shiftX = place.shiftX;
         plan.shiftY = place.shiftY;
         plan.rotation = place.rotation;
         plan.scaleX = place.scaleX;
         plan.scaleY = place.scaleY;
-        const Board board = MakeBoard(plan);
+        const tools::Board board = tools::MakeBoard(plan);
         const Registration registration = RegisterImage(board.references[0], board.image, settings);
         RegistrationSettings whole;
         whole.meshSpacing = 0;
@@ -134,20 +134,20 @@ TEST(Registration, FindsRotationsUpToItsLimit)
     settings.maxRotation = 10.0;
     for (const double rotation : {-9.9, -4.0, 7.3})
     {
-        BoardPlan plan = SmallPlan();
+        tools::BoardPlan plan = SmallPlan();
         plan.rotation = rotation;
         plan.shiftX = -11.0;
-        const Board board = MakeBoard(plan);
+        const tools::Board board = tools::MakeBoard(plan);
         EXPECT_LT(LargestError(RegisterImage(board.references[0], board.image, settings), board, 70), 0.1) << rotation;
     }
 }
 
 TEST(Registration, MeshFollowsUnevenFeed)
 {
-    BoardPlan plan = SmallPlan();
+    tools::BoardPlan plan = SmallPlan();
     plan.sway = 1.5;
     plan.shiftX = 3.0;
-    const Board board = MakeBoard(plan);
+    const tools::Board board = tools::MakeBoard(plan);
     RegistrationSettings settings;
     const double with = ErrorAtEdges(RegisterImage(board.references[0], board.image, settings), board, 10);
     settings.meshSpacing = 0;
@@ -158,17 +158,17 @@ TEST(Registration, MeshFollowsUnevenFeed)
 
 TEST(Registration, DefectsDoNotPullIt)
 {
-    BoardPlan plan = SmallPlan();
+    tools::BoardPlan plan = SmallPlan();
     plan.defects = 12;
     plan.shiftX = 5.5;
-    const Board board = MakeBoard(plan);
+    const tools::Board board = tools::MakeBoard(plan);
     ASSERT_GE(board.truth.size(), 8U);
     EXPECT_LT(ErrorAtEdges(RegisterImage(board.references[0], board.image, {}), board, 10), 0.1);
 }
 
-TEST(Registration, TakesImagesOfAnotherSizeAndTellsTheirOverlap)
+TEST(Registration, TakesImagesOfAnotherSizeAndGivesTheirOverlap)
 {
-    const Board board = MakeBoard(SmallPlan());
+    const tools::Board board = tools::MakeBoard(SmallPlan());
     const GreyImage& whole = board.image;
     const GreyImage part(whole.Row(20) + 31, whole.Width() - 31, whole.Height() - 20, whole.Stride());
     const Registration inside = RegisterImage(board.references[0], part, {});
@@ -183,7 +183,7 @@ TEST(Registration, TakesImagesOfAnotherSizeAndTellsTheirOverlap)
 
 TEST(Registration, FindsACropAnywhereInTheWhole)
 {
-    const Board board = MakeBoard(SmallPlan());
+    const tools::Board board = tools::MakeBoard(SmallPlan());
     const GreyImage& whole = board.image;
     for (const auto& [left, top] : {std::pair{0, 0}, {180, 30}, {220, 188}})
     {
@@ -206,7 +206,7 @@ TEST(Registration, RefusesSmallImages)
 
 TEST(Registration, SaysWhichPictureHasNoStructure)
 {
-    const Board board = MakeBoard(SmallPlan());
+    const tools::Board board = tools::MakeBoard(SmallPlan());
     const GreyImage flat(420, 388, 128);
     EXPECT_THAT(ProblemsOf(flat, board.image, {}), HasSubstr("reference: no structure to register by"));
     EXPECT_THAT(ProblemsOf(board.image, flat, {}), HasSubstr("image: no structure to register by"));
@@ -214,10 +214,10 @@ TEST(Registration, SaysWhichPictureHasNoStructure)
 
 TEST(Registration, RefusesAnotherBoard)
 {
-    BoardPlan plan = SmallPlan();
-    const Board board = MakeBoard(plan);
+    tools::BoardPlan plan = SmallPlan();
+    const tools::Board board = tools::MakeBoard(plan);
     plan.seed = 99;
-    const Board other = MakeBoard(plan);
+    const tools::Board other = tools::MakeBoard(plan);
     const std::string text = ProblemsOf(board.references[0], other.image, {});
     EXPECT_THAT(
         text, testing::AnyOf(HasSubstr("correlation with the registered reference"), HasSubstr("found no agreement")));
@@ -225,10 +225,10 @@ TEST(Registration, RefusesAnotherBoard)
 
 TEST(Registration, LimitsHoldTheMap)
 {
-    BoardPlan plan = SmallPlan();
+    tools::BoardPlan plan = SmallPlan();
     plan.rotation = 0.8;
     plan.scaleX = 1.01;
-    const Board board = MakeBoard(plan);
+    const tools::Board board = tools::MakeBoard(plan);
     RegistrationSettings settings;
     settings.meshSpacing = 0;
     settings.minCorrelation = 0.0;
@@ -248,9 +248,9 @@ TEST(Registration, LimitsHoldTheMap)
 
 TEST(Registration, RefusesWhatIsNotAlikeWithinItsLimits)
 {
-    BoardPlan plan = SmallPlan();
+    tools::BoardPlan plan = SmallPlan();
     plan.shiftX = 26.0;
-    const Board shifted = MakeBoard(plan);
+    const tools::Board shifted = tools::MakeBoard(plan);
     RegistrationSettings settings;
     EXPECT_EQ(ProblemsOf(shifted.references[0], shifted.image, settings), "");
     settings.maxShift = 12.0;
@@ -261,13 +261,13 @@ TEST(Registration, TakesTheSimplestMapThatExplainsTheImage)
 {
     const auto modelOf = [](double rotation, double scaleX, double scaleY, double sway)
     {
-        BoardPlan plan = SmallPlan();
+        tools::BoardPlan plan = SmallPlan();
         plan.shiftX = 4.3;
         plan.rotation = rotation;
         plan.scaleX = scaleX;
         plan.scaleY = scaleY;
         plan.sway = sway;
-        const Board board = MakeBoard(plan);
+        const tools::Board board = tools::MakeBoard(plan);
         return RegisterImage(board.references[0], board.image, {});
     };
     const Registration shift = modelOf(0.0, 1.0, 1.0, 0.0);
@@ -307,10 +307,10 @@ TEST(Registration, StraightConductorsStayWhereTheyAreAlongThemselves)
 
 TEST(Registration, ChangesOfLightDoNotMoveIt)
 {
-    BoardPlan plan = SmallPlan();
+    tools::BoardPlan plan = SmallPlan();
     plan.shiftX = 5.4;
     plan.rotation = 0.5;
-    Board board = MakeBoard(plan);
+    tools::Board board = tools::MakeBoard(plan);
     for (int y = 0; y < board.image.Height(); ++y)
         for (int x = 0; x < board.image.Width(); ++x)
             board.image.Row(y)[x] =
@@ -321,7 +321,7 @@ TEST(Registration, ChangesOfLightDoNotMoveIt)
 
 TEST(Registration, FindsASeam)
 {
-    const Board board = MakeBoard(SmallPlan());
+    const tools::Board board = tools::MakeBoard(SmallPlan());
     const GreyImage& source = board.references[0];
     GreyImage image = source;
     for (int y = 0; y < image.Height() - 5; ++y)
@@ -338,10 +338,10 @@ TEST(Registration, FindsASeam)
 
 TEST(Registration, IsTheSameForAnyNumberOfThreads)
 {
-    BoardPlan plan = SmallPlan();
+    tools::BoardPlan plan = SmallPlan();
     plan.rotation = 0.7;
     plan.sway = 1.0;
-    const Board board = MakeBoard(plan);
+    const tools::Board board = tools::MakeBoard(plan);
     const int threads = cv::getNumThreads();
     cv::setNumThreads(1);
     const Registration one = RegisterImage(board.references[0], board.image, {});
@@ -360,7 +360,7 @@ TEST(Registration, SeesThatStripesLeaveOneDirectionOpen)
         for (int x = 0; x < stripes.Stride(); ++x)
             stripes.Row(y)[x] = static_cast<std::uint8_t>(128.0 + 90.0 * std::sin(0.0007 * x * x));
     EXPECT_LT(RegisterImage(stripes, stripes, {}).directions, 0.1);
-    const Board board = MakeBoard(SmallPlan());
+    const tools::Board board = tools::MakeBoard(SmallPlan());
     EXPECT_GT(RegisterImage(board.references[0], board.image, {}).directions, 0.3);
 }
 
@@ -381,10 +381,10 @@ TEST(Registration, NamesEverySettingOutOfRange)
 
 TEST(Registration, WarpsAPictureToTheImage)
 {
-    BoardPlan plan = SmallPlan();
+    tools::BoardPlan plan = SmallPlan();
     plan.shiftX = 9.0;
     plan.noise = 0.0;
-    const Board board = MakeBoard(plan);
+    const tools::Board board = tools::MakeBoard(plan);
     const Registration registration = RegisterImage(board.references[0], board.image, {});
     const GreyImage warped = WarpToImage(board.references[0], registration, 420, 388);
     const GreyImage inside = InsideReference(registration, 420, 388, {0, 0, 420, 388});
@@ -404,4 +404,4 @@ TEST(Registration, WarpsAPictureToTheImage)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -9,7 +9,7 @@
 #include "host/pattern_help.h"
 #include "narvoassem/narvoassem.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -133,4 +133,4 @@ TEST(Room, LanesWithoutWorkAreNotMade)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

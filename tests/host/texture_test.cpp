@@ -18,7 +18,7 @@
 #include "host/recipe/recipe_check.h"
 #include "tools/synthetic/cloth.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -30,9 +30,9 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
 
-ClothPlan SmallCloth(std::uint64_t seed)
+tools::ClothPlan SmallCloth(std::uint64_t seed)
 {
-    ClothPlan plan;
+    tools::ClothPlan plan;
     plan.width = 1024;
     plan.margin = 128;
     plan.seed = seed;
@@ -61,7 +61,7 @@ json SquareRecipe(double limit)
 
 TEST(PatternArea, LeavesTheTableBesideTheClothOut)
 {
-    const Cloth cloth = MakeCloth(SmallCloth(5));
+    const tools::Cloth cloth = tools::MakeCloth(SmallCloth(5));
     const cv::Mat area = FindPatternArea(FloatsOf(cloth.image), true);
     EXPECT_EQ(cv::countNonZero(area.colRange(0, 112)), 0);
     EXPECT_EQ(cv::countNonZero(area.colRange(912, 1024)), 0);
@@ -71,7 +71,7 @@ TEST(PatternArea, LeavesTheTableBesideTheClothOut)
 
 TEST(PatternArea, LeavesOutWhatIsBlownOutOrEmptyOverALargeAreaOnly)
 {
-    GreyImage image = MakeCloth(SmallCloth(6)).image;
+    GreyImage image = tools::MakeCloth(SmallCloth(6)).image;
     for (int y = 100; y < 150; ++y)
         for (int x = 400; x < 460; ++x)
             image.Row(y)[x] = 255;
@@ -85,13 +85,13 @@ TEST(PatternArea, LeavesOutWhatIsBlownOutOrEmptyOverALargeAreaOnly)
 
 TEST(Flatten, TakesLightAndContrastOut)
 {
-    ClothPlan plan = SmallCloth(7);
+    tools::ClothPlan plan = SmallCloth(7);
     plan.margin = 0;
     plan.light = 0.0;
     plan.noise = 0.0;
-    const cv::Mat even = FloatsOf(MakeCloth(plan).image);
+    const cv::Mat even = FloatsOf(tools::MakeCloth(plan).image);
     plan.light = 0.5;
-    const cv::Mat uneven = FloatsOf(MakeCloth(plan).image);
+    const cv::Mat uneven = FloatsOf(tools::MakeCloth(plan).image);
     const cv::Mat area = cv::Mat::ones(even.size(), CV_8U);
     const cv::Mat a = Flatten(even, area, {97, 97}, 97);
     const cv::Mat b = Flatten(uneven, area, {97, 97}, 97);
@@ -155,7 +155,7 @@ TEST(LineMeans, WidthsThatFillNoWholeLanesAreSummedToTheEnd)
 
 TEST(Texture, FindsAStainWhereItIsAndSaysAtWhichScale)
 {
-    GreyImage image = MakeCloth(SmallCloth(8)).image;
+    GreyImage image = tools::MakeCloth(SmallCloth(8)).image;
     for (int y = 90; y < 114; ++y)
         for (int x = 500; x < 524; ++x)
             image.Row(y)[x] = static_cast<std::uint8_t>(std::min(255, image.Row(y)[x] + 40));
@@ -186,7 +186,7 @@ TEST(Texture, FindsAStainWhereItIsAndSaysAtWhichScale)
 
 TEST(Texture, BlobsOfAllScalesComeInOneListWithTheScaleThatFoundThem)
 {
-    GreyImage image = MakeCloth(SmallCloth(8)).image;
+    GreyImage image = tools::MakeCloth(SmallCloth(8)).image;
     const auto brighten = [&](int left, int top, int side, int by)
     {
         for (int y = top; y < top + side; ++y)
@@ -225,7 +225,7 @@ TEST(Texture, BlobsOfAllScalesComeInOneListWithTheScaleThatFoundThem)
 
 TEST(Texture, SaturatedAndEmptyAreasAreNeitherDefectsNorHideThem)
 {
-    GreyImage image = MakeCloth(SmallCloth(8)).image;
+    GreyImage image = tools::MakeCloth(SmallCloth(8)).image;
     const auto fill = [&](int left, int top, int side, std::uint8_t grey)
     {
         for (int y = top; y < top + side; ++y)
@@ -247,7 +247,7 @@ TEST(Texture, SaturatedAndEmptyAreasAreNeitherDefectsNorHideThem)
 
 TEST(Texture, BlobsAtAFactorAreWhereScoresLieAboveIt)
 {
-    GreyImage image = MakeCloth(SmallCloth(8)).image;
+    GreyImage image = tools::MakeCloth(SmallCloth(8)).image;
     for (int y = 90; y < 114; ++y)
         for (int x = 500; x < 524; ++x)
             image.Row(y)[x] = static_cast<std::uint8_t>(std::min(255, image.Row(y)[x] + 40));
@@ -272,7 +272,7 @@ TEST(Texture, BlobsAtAFactorAreWhereScoresLieAboveIt)
 
 TEST(Texture, RegionCutsOutAndBlobsStayInTheImagesCoordinates)
 {
-    GreyImage image = MakeCloth(SmallCloth(8)).image;
+    GreyImage image = tools::MakeCloth(SmallCloth(8)).image;
     for (int y = 90; y < 114; ++y)
         for (int x = 500; x < 524; ++x)
             image.Row(y)[x] = static_cast<std::uint8_t>(std::max(0, image.Row(y)[x] - 40));
@@ -290,9 +290,9 @@ TEST(Texture, RegionCutsOutAndBlobsStayInTheImagesCoordinates)
 
 TEST(Texture, ScoresDoNotDependOnLightAndContrast)
 {
-    ClothPlan plan = SmallCloth(9);
+    tools::ClothPlan plan = SmallCloth(9);
     plan.noise = 2.0;
-    const GreyImage image = MakeCloth(plan).image;
+    const GreyImage image = tools::MakeCloth(plan).image;
     GreyImage dim(image.Width(), image.Height());
     for (int y = 0; y < image.Height(); ++y)
         for (int x = 0; x < image.Width(); ++x)
@@ -363,4 +363,4 @@ TEST(Texture, ConstantAndSmallestImagesGiveNothing)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -4,7 +4,7 @@
 
 #include "host/pattern_help.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -274,4 +274,4 @@ TEST(Verification, ReadsFromJsonAndBack)
                      IsProblem("zones.list[0].verify.checks[2].far", "unknown field", "one of along, cycles")}));
 }
 
-} // namespace narvo
+} // namespace narvo::test

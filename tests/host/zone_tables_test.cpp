@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -257,4 +257,4 @@ TEST(ZoneTables, MapWithoutAPaintedCellHoldsOneValue)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -12,7 +12,7 @@
 #include "host/result/result_file.h"
 #include "memory/failing_heap.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -186,4 +186,4 @@ TEST(FailingHost, ImageAndItsCopiesAreCompleteOrEmpty)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

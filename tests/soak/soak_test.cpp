@@ -53,7 +53,7 @@ TEST(SoakChecksum, OfCasesForBoundsIsTheCommittedOneAtEveryVectorLevel)
         ExpectCommitted({nLevel, true, CaseKind::Bounds}, 2000);
 }
 
-TEST(SoakChecksum, IsTheCommittedOneOverCasesThatReachEveryRungAndCode)
+TEST(SoakChecksum, IsTheCommittedOneOverCasesThatReachEveryChoiceAndCode)
 {
     constexpr std::uint64_t nCases = 20000;
     CSoakPlayer player;
@@ -130,7 +130,7 @@ TEST(SoakCases, KeepTheContractInMemoryOfExactlyTheSizeItAsksFor)
     }
 }
 
-TEST(SoakCases, ForBoundsGiveTheSameHoweverTheBoundIsUsed)
+TEST(SoakCases, ForBoundsGiveTheSameForEveryUseOfTheBound)
 {
     CBoundCaseMaker maker;
     CCaseRunner runner;

@@ -76,7 +76,7 @@ TEST(MergeDivision, AGrownRectangleReachesLaterBlobs)
     EXPECT_EQ(store.pBlob[0].nPairCount, 3);
 }
 
-TEST(MergeDivision, EarlierBlobsAreLeftAloneAndTheDiameterIsFormedAnew)
+TEST(MergeDivision, EarlierBlobsAreLeftAloneAndTheDiameterIsFormedAgain)
 {
     CSampleStore store;
     store.ConvParam.dPixelSizeX = store.ConvParam.dPixelSizeY = 1.0;
@@ -154,7 +154,7 @@ int CountAfterShadow(int nPos, const CRect& rtNeighbour, bool bVertical)
     return store.nBlobCount;
 }
 
-TEST(ShadowFilter, AMiddleBlobSurvivesWhateverLiesAPitchAway)
+TEST(ShadowFilter, AMiddleBlobSurvivesRegardlessOfWhatLiesAPitchAway)
 {
     EXPECT_EQ(CountAfterShadow(DefectPos_Middle, CRect(120, 100, 121, 101), false), 2);
     EXPECT_EQ(CountAfterShadow(DefectPos_Middle, CRect(100, 120, 101, 121), true), 2);

@@ -87,7 +87,7 @@ TEST_F(PitchVerify, FixedModeNeitherLooksBackNorTakesTheCycleAsAFactor)
     EXPECT_EQ(Verify("1;102"), 0);
 }
 
-TEST_F(PitchVerify, AFieldAboveTheMultipleIsSkippedAndTheWalkGoesOn)
+TEST_F(PitchVerify, AFieldAboveTheMultipleIsSkippedAndTheWalkContinues)
 {
     m_image.Set(55, 60, 150);
     m_image.Set(50, 67, 150);

@@ -14,7 +14,7 @@
 #include "host/image/grey_image.h"
 #include "tools/run_narvo.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -159,7 +159,7 @@ TEST(NarvoBatch, EachLineHoldsWhatASingleRunWrites)
     EXPECT_EQ(Lines(folder)[1]["regions"][0]["blobs"], json::parse(ReadText(folder / "one.blobs.json"))["blobs"]);
 }
 
-TEST(NarvoBatch, RunThatIsKilledGoesOnToTheFilesOfAnUndisturbedOne)
+TEST(NarvoBatch, RunThatIsKilledContinuesToTheFilesOfAnUndisturbedOne)
 {
     const TestFolder folder;
     MakeImages(folder, 60);
@@ -182,7 +182,7 @@ TEST(NarvoBatch, RunThatIsKilledGoesOnToTheFilesOfAnUndisturbedOne)
     EXPECT_EQ(Left(folder), whole);
 }
 
-TEST(NarvoBatch, InterruptedRunSaysSoAndGoesOnToTheFilesOfAnUndisturbedOne)
+TEST(NarvoBatch, InterruptedRunSaysSoAndContinuesToTheFilesOfAnUndisturbedOne)
 {
     const TestFolder folder;
     MakeImages(folder, 60);
@@ -305,7 +305,7 @@ TEST(NarvoBatch, PaintedZonesAreNoImagesAndListsAndFoldersBringEachImageOnce)
                 ElementsAre("images/deeper/panel.png", "images/i000.pgm", "images/i001.pgm", "none.png"));
 }
 
-TEST(NarvoBatch, BadSelectionsAreToldAllAtOnce)
+TEST(NarvoBatch, BadSelectionsAreReportedAllAtOnce)
 {
     const TestFolder folder;
     MakeImages(folder, 1);
@@ -352,4 +352,4 @@ TEST(NarvoBatch, SeveralRegionsComeBySingleAndByBatchRuns)
     EXPECT_THAT(ReadText(folder / "one.blobs.csv"), testing::StartsWith("region,number,"));
 }
 
-} // namespace narvo
+} // namespace narvo::test

@@ -7,7 +7,7 @@
 
 #include "tools/run_narvo.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -78,7 +78,7 @@ const json& MethodNamed(const json& document, const std::string& name)
 
 } // namespace
 
-TEST(NarvoEvaluate, PairsAreMeasuredByGoldenInspectionWhateverTheLanes)
+TEST(NarvoEvaluate, PairsAreMeasuredByGoldenInspectionForAnyNumberOfLanes)
 {
     const TestFolder folder;
     MakePairs(folder);
@@ -205,4 +205,4 @@ TEST(NarvoEvaluate, ScriptMeasuresSeveralFoldersIntoOneTable)
     EXPECT_EQ(RunLine(folder, "NARVO=narvo '" NARVO_SOURCE_FOLDER "/scripts/evaluate'").code, 2);
 }
 
-} // namespace narvo
+} // namespace narvo::test

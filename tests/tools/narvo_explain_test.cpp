@@ -4,7 +4,7 @@
 
 #include "host/result/result_reader.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -12,7 +12,7 @@ namespace
 
 using testing::HasSubstr;
 
-TEST(NarvoExplain, AgreesWithInspectAndTellsWhy)
+TEST(NarvoExplain, AgreesWithInspectAndSaysWhy)
 {
     TestFolder folder;
     MakeSmallPanel(folder);
@@ -37,7 +37,7 @@ TEST(NarvoExplain, AgreesWithInspectAndTellsWhy)
     EXPECT_EQ(document[1]["x"], 0);
 }
 
-TEST(NarvoExplain, ProblemsAreToldInOneLineEach)
+TEST(NarvoExplain, ProblemsAreReportedInOneLineEach)
 {
     TestFolder folder;
     MakeSmallPanel(folder);
@@ -54,4 +54,4 @@ TEST(NarvoExplain, ProblemsAreToldInOneLineEach)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -6,7 +6,7 @@
 
 #include "tools/run_narvo.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -190,4 +190,4 @@ TEST(NarvoBoard, NamesEveryNumberOutOfRange)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -9,7 +9,7 @@
 #include "host/image/grey_image.h"
 #include "tools/run_narvo.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -171,4 +171,4 @@ TEST(NarvoImages, TuneDoesNotSweepHowImagesAreRead)
     EXPECT_THAT(outcome.error, HasSubstr("image.levels.high"));
 }
 
-} // namespace narvo
+} // namespace narvo::test

@@ -7,7 +7,7 @@
 #include "host/image/grey_image.h"
 #include "tools/run_narvo.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -289,4 +289,4 @@ TEST(NarvoInspect, ResultsThatCannotBeWrittenExitWithThree)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

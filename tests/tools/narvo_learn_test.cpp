@@ -6,7 +6,7 @@
 #include "host/recipe/recipe_file.h"
 #include "tools/run_narvo.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -177,4 +177,4 @@ TEST(NarvoLearn, TextureModeIsRefusedWhereOnlyPixelComparisonsCanAnswer)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <fstream>
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -110,4 +110,4 @@ TEST(NarvoLimits, TruthThatIsNotThereIsNamed)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -6,7 +6,7 @@
 #include "host/image/grey_image.h"
 #include "tools/run_narvo.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -156,4 +156,4 @@ TEST(NarvoModes, FieldsOfAnotherModeAreNamed)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <fstream>
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -103,4 +103,4 @@ TEST_F(NarvoNames, UnknownCommandIsNamedWithTheKnownOnes)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -11,7 +11,7 @@
 
 #include "tools/run_narvo.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -100,7 +100,7 @@ TEST(NarvoOutput, TableThatIsReplacedInMidRunIsNoSuccess)
     EXPECT_THAT(outcome.error, HasSubstr("results.csv: cannot be written: removed or replaced during the run"));
 }
 
-TEST(NarvoOutput, FileThatIsCutInMidRunIsNoSuccessAndCanBeGoneOnWith)
+TEST(NarvoOutput, FileThatIsCutInMidRunIsNoSuccessAndCanBeContinued)
 {
     const TestFolder folder;
     PrepareFolder(folder);
@@ -188,4 +188,4 @@ TEST(NarvoOutput, EmptyOrUnreadableListWipesNothing)
     EXPECT_EQ(RunNarvo(folder, {"inspect", "a", "-r", "panel.recipe.json", "-q", "-o", "new"}).code, 0);
 }
 
-} // namespace narvo
+} // namespace narvo::test

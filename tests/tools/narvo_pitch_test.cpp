@@ -8,7 +8,7 @@
 #include "tools/run_narvo.h"
 #include "tools/truth/truth.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -164,7 +164,7 @@ TEST_P(NarvoPipeline, DefectsAreFoundByTheRecipeThatThePitchSearchWrote)
     ASSERT_EQ(inspect.code, 0) << inspect.error;
 
     const json result = json::parse(ReadText(folder / "panel.blobs.json"));
-    const std::vector<TruthDefect> truth = LoadTruth(folder / "panel.truth.json");
+    const std::vector<tools::TruthDefect> truth = tools::LoadTruth(folder / "panel.truth.json");
     std::vector<Blob> blobs;
     for (const json& entry : result["blobs"])
     {
@@ -172,7 +172,7 @@ TEST_P(NarvoPipeline, DefectsAreFoundByTheRecipeThatThePitchSearchWrote)
         blob.box = CRect(entry["left"], entry["top"], entry["right"], entry["bottom"]);
         blobs.push_back(blob);
     }
-    const TruthScore score = CompareWithTruth(truth, blobs);
+    const tools::TruthScore score = tools::CompareWithTruth(truth, blobs);
     std::cout << pitch.out << inspect.out;
     RecordProperty("recall", std::to_string(score.Recall()));
     RecordProperty("false_blobs", score.FalseCount());
@@ -187,4 +187,4 @@ INSTANTIATE_TEST_SUITE_P(Panels, NarvoPipeline,
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

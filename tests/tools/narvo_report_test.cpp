@@ -4,7 +4,7 @@
 
 #include "host/result/result_reader.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -94,7 +94,7 @@ TEST(NarvoReport, ManyImagesComeFromOneFileOfLines)
     EXPECT_THAT(images.out, HasSubstr("panel.report.html, 2 images"));
 }
 
-TEST(NarvoReport, RegionsOfAnImageAreToldApart)
+TEST(NarvoReport, RegionsOfAnImageAreKeptApart)
 {
     TestFolder folder;
     MakeSmallPanel(folder);
@@ -117,7 +117,7 @@ TEST(NarvoReport, RegionsOfAnImageAreToldApart)
     EXPECT_TRUE(Contains(folder / "panel.report.html", "\"name\":\"two.json, lower\""));
 }
 
-TEST(NarvoReport, EveryProblemIsToldAndNothingWritten)
+TEST(NarvoReport, EveryProblemIsReportedAndNothingWritten)
 {
     TestFolder folder;
     std::ofstream(folder / "no.json") << "{}";
@@ -181,4 +181,4 @@ TEST(ResultReader, ReadsWhatInspectWrites)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

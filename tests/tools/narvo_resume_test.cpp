@@ -7,7 +7,7 @@
 #include "host/image/grey_image.h"
 #include "tools/run_narvo.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -69,7 +69,7 @@ protected:
 
 } // namespace
 
-TEST_F(NarvoResume, DamagedLineIsToldOfAndDoneAgainInItsPlace)
+TEST_F(NarvoResume, DamagedLineIsReportedAndDoneAgainInItsPlace)
 {
     const std::string line = LinesOf(lines)[1];
     const auto edited = [&](const std::function<void(ordered_json&)>& edit)
@@ -124,7 +124,7 @@ TEST_F(NarvoResume, ForeignFileIsRefusedAndLeftAsItIs)
     EXPECT_FALSE(fs::exists(folder / "results.jsonl"));
 }
 
-TEST_F(NarvoResume, OrderIsThatOfTheImagesWhateverIsThere)
+TEST_F(NarvoResume, OrderIsThatOfTheImagesWithAnyLinesThere)
 {
     const std::vector<std::string> all = LinesOf(lines);
     for (const std::vector<int>& kept : std::vector<std::vector<int>>{{3, 2, 1, 0}, {1}, {3}, {2, 0}, {0, 0, 3, 1}})
@@ -197,4 +197,4 @@ TEST_F(NarvoResume, NamesOfAnyBytesAreWrittenAndFoundAgain)
     EXPECT_EQ(RunLine(folder, "narvo report $'one\\xFF.blobs.json' -q").error, "");
 }
 
-} // namespace narvo
+} // namespace narvo::test

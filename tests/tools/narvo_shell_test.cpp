@@ -6,7 +6,7 @@
 
 #include "tools/run_narvo.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -205,4 +205,4 @@ TEST(NarvoBench, MeasuresTheRecipeByLevelAndLanes)
     EXPECT_EQ(RunNarvo(folder, {"bench", "panel.png", "-r", "panel.recipe.json", "--lanes", "0"}).code, 2);
 }
 
-} // namespace narvo
+} // namespace narvo::test

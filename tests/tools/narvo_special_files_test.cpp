@@ -7,7 +7,7 @@
 
 #include "tools/run_narvo.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -132,4 +132,4 @@ TEST(NarvoSpecialFiles, OutputsMayBeStreamsButResultsOfManyImagesMayNot)
     EXPECT_THAT(lines.error, HasSubstr("file results.jsonl: cannot be written: no regular file"));
 }
 
-} // namespace narvo
+} // namespace narvo::test

@@ -8,7 +8,7 @@
 
 #include "tools/run_narvo.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -129,7 +129,7 @@ TEST(NarvoStreams, FullOrClosedOutputIsOneLineAndNoSuccess)
     }
 }
 
-TEST(NarvoStreams, BatchLeavesTheSameFilesWhicheverStreamsAreThere)
+TEST(NarvoStreams, BatchLeavesTheSameFilesForAnySetOfStreams)
 {
     const TestFolder folder;
     PrepareFolder(folder);
@@ -198,4 +198,4 @@ TEST(NarvoStreams, ListFromAnInputThatIsClosedOrNoTextIsRefused)
     EXPECT_EQ(RunLine(folder, "echo panel.png | " + line).code, 0);
 }
 
-} // namespace narvo
+} // namespace narvo::test

@@ -8,7 +8,7 @@
 #include "host/recipe/recipe_file.h"
 #include "tools/run_narvo.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -134,4 +134,4 @@ TEST(NarvoSynth, UnwritablePlaceExitsWithThree)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

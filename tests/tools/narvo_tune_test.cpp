@@ -2,7 +2,7 @@
 // narvo tune as a user runs it: table, files, proposal, the same with any number of lanes.
 #include "tools/run_narvo.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -65,7 +65,7 @@ TEST(NarvoTune, WithoutTruthBlobsAreCountedAndThePictureMayBePng)
     EXPECT_EQ(ReadText(folder / "panel.recipe.tune.csv").substr(0, 30), "value,images,blobs,incomplete\n");
 }
 
-TEST(NarvoTune, ProblemsAreToldTogether)
+TEST(NarvoTune, ProblemsAreReportedTogether)
 {
     TestFolder folder;
     MakeSmallPanel(folder);
@@ -91,4 +91,4 @@ TEST(NarvoTune, ProblemsAreToldTogether)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

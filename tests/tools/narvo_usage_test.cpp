@@ -2,7 +2,7 @@
 // Help, version, exit codes of a bad command line, and the reference of recipe fields.
 #include "tools/run_narvo.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -67,4 +67,4 @@ TEST(NarvoUsage, RecipeListsFieldsWithRangeAndDefault)
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -8,7 +8,7 @@
 
 #include "host/host_test_help.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 namespace
@@ -28,12 +28,12 @@ Blob MakeBlob(int number, int area)
     return blob;
 }
 
-ReportPage MakePage(int blobs)
+tools::ReportPage MakePage(int blobs)
 {
-    ReportPage page;
+    tools::ReportPage page;
     page.title = "A panel";
     page.made = "by a test";
-    ReportImage& image = page.images.emplace_back();
+    tools::ReportImage& image = page.images.emplace_back();
     image.name = "panel.png";
     image.width = 400;
     image.height = 300;
@@ -64,7 +64,7 @@ std::size_t CountOf(const std::string& text, const std::string& part)
 
 TEST(ReportPage, HoldsEveryDefectWithItsFields)
 {
-    const nlohmann::json data = DataOf(BuildReportPage(MakePage(3)));
+    const nlohmann::json data = DataOf(tools::BuildReportPage(MakePage(3)));
     EXPECT_EQ(data["total"], 3);
     ASSERT_EQ(data["blobs"].size(), 3U);
     const auto at = [&](const char* name)
@@ -83,9 +83,9 @@ TEST(ReportPage, HoldsEveryDefectWithItsFields)
 
 TEST(ReportPage, AsksForNothingOutsideItself)
 {
-    ReportPage page = MakePage(2);
+    tools::ReportPage page = MakePage(2);
     page.images[0].overview = "data:image/jpeg;base64,AAAA";
-    const std::string text = BuildReportPage(page);
+    const std::string text = tools::BuildReportPage(page);
     EXPECT_EQ(CountOf(text, "default-src 'none'"), 1U);
     for (const char* outside : {"https:", "<link", " src=\"", "url(", "@import", "fetch(", "XMLHttpRequest", "import("})
         EXPECT_EQ(CountOf(text, outside), 0U) << outside;
@@ -95,7 +95,7 @@ TEST(ReportPage, AsksForNothingOutsideItself)
 
 TEST(ReportPage, HasNoPlaceLeftToFill)
 {
-    const std::string text = BuildReportPage(MakePage(1));
+    const std::string text = tools::BuildReportPage(MakePage(1));
     for (const char* place : {"@title@", "@css@", "@data@", "@js@", "@summary@"})
         EXPECT_EQ(CountOf(text, place), 0U) << place;
     EXPECT_EQ(CountOf(text, "<title>A panel</title>"), 1U);
@@ -104,8 +104,8 @@ TEST(ReportPage, HasNoPlaceLeftToFill)
 
 TEST(ReportPage, NamesNeverBecomeMarkup)
 {
-    ReportPage page = MakePage(1);
-    const std::string plain = BuildReportPage(page);
+    tools::ReportPage page = MakePage(1);
+    const std::string plain = tools::BuildReportPage(page);
     page.title = hostile;
     page.made = hostile;
     page.images[0].name = hostile;
@@ -114,7 +114,7 @@ TEST(ReportPage, NamesNeverBecomeMarkup)
     Recipe recipe = SmallestParsed();
     recipe.zoneImageFile = hostile;
     page.recipes.push_back({hostile, CheckedRecipe(recipe)});
-    const std::string text = BuildReportPage(page);
+    const std::string text = tools::BuildReportPage(page);
     EXPECT_EQ(CountOf(text, "<script"), CountOf(plain, "<script"));
     EXPECT_EQ(CountOf(text, "</script"), CountOf(plain, "</script"));
     EXPECT_EQ(CountOf(text, "<img"), 0U);
@@ -127,16 +127,16 @@ TEST(ReportPage, NamesNeverBecomeMarkup)
     EXPECT_THAT(name, HasSubstr("@js@"));
 }
 
-TEST(ReportPage, TellsTheRecipeFieldByField)
+TEST(ReportPage, ShowsTheRecipeFieldByField)
 {
-    ReportPage page = MakePage(0);
+    tools::ReportPage page = MakePage(0);
     Recipe recipe = SmallestParsed();
     recipe.pitchX = 60.4375;
     recipe.pitchY = 75.3125;
     recipe.mode = Mode_Pixel;
     recipe.thresholdBase = 17;
     page.recipes.push_back({"r.json", CheckedRecipe(recipe)});
-    const nlohmann::json entry = DataOf(BuildReportPage(page))["recipes"][0];
+    const nlohmann::json entry = DataOf(tools::BuildReportPage(page))["recipes"][0];
     EXPECT_EQ(entry["kind"], "pixel mode");
     const auto row = [&](const std::string& path)
     {
@@ -155,9 +155,9 @@ TEST(ReportPage, TellsTheRecipeFieldByField)
 
 TEST(ReportPage, DefectsThatAreNotKeptAreCountedAndLeftOut)
 {
-    ReportPage page = MakePage(4);
+    tools::ReportPage page = MakePage(4);
     page.images[0].kept = {true, false, false, true};
-    const nlohmann::json data = DataOf(BuildReportPage(page));
+    const nlohmann::json data = DataOf(tools::BuildReportPage(page));
     EXPECT_EQ(data["total"], 4);
     EXPECT_EQ(data["blobs"].size(), 2U);
     EXPECT_EQ(data["images"][0]["defects"], 4);
@@ -165,17 +165,17 @@ TEST(ReportPage, DefectsThatAreNotKeptAreCountedAndLeftOut)
 
 TEST(ReportPage, TenThousandDefectsStayWithinTwoMegabytes)
 {
-    EXPECT_LT(BuildReportPage(MakePage(10000)).size(), 2U << 20);
+    EXPECT_LT(tools::BuildReportPage(MakePage(10000)).size(), 2U << 20);
 }
 
 TEST(ReportPage, EmptyPageIsAPage)
 {
-    const ReportPage page = MakePage(0);
-    const nlohmann::json data = DataOf(BuildReportPage(page));
+    const tools::ReportPage page = MakePage(0);
+    const nlohmann::json data = DataOf(tools::BuildReportPage(page));
     EXPECT_EQ(data["total"], 0);
     EXPECT_TRUE(data["blobs"].empty());
 }
 
 } // namespace
 
-} // namespace narvo
+} // namespace narvo::test

@@ -14,7 +14,7 @@
 
 #include "host/host_test_help.h"
 
-namespace narvo
+namespace narvo::test
 {
 
 struct Outcome
@@ -64,4 +64,4 @@ inline Outcome MakeSmallPanel(const TestFolder& folder)
                              "--defects", "8", "--seed", "3", "--quiet"});
 }
 
-} // namespace narvo
+} // namespace narvo::test

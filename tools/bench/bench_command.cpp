@@ -34,7 +34,7 @@
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -331,4 +331,4 @@ void AddBenchCommand(CLI::App& app, Action& action)
     command->callback([options, &action] { action = [options] { return RunBench(*options); }; });
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -29,7 +29,7 @@
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -302,4 +302,4 @@ void AddEvaluateCommand(CLI::App& app, Action& action)
     command->callback([options, &action] { action = [options] { return RunEvaluate(*options); }; });
 }
 
-} // namespace narvo
+} // namespace narvo::tools

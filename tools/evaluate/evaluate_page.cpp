@@ -9,7 +9,7 @@
 #include "tools/evaluate/svg_chart.h"
 #include "tools/report/report_page.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -115,4 +115,4 @@ std::string BuildEvaluationPage(const EvaluationPage& page)
     return out.str();
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -7,7 +7,7 @@
 
 #include "host/evaluate/evaluation.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// A picture of an image with what is true and what was reported.
@@ -33,4 +33,4 @@ std::string BuildEvaluationPage(const EvaluationPage& page);
 /// "0.936 (0.921 to 0.950)", or a dash.
 std::string FigureText(const Figure& figure);
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -9,7 +9,7 @@
 
 #include "tools/report/report_page.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -71,4 +71,4 @@ std::string DrawChart(const Chart& chart)
     return out.str();
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -7,7 +7,7 @@
 
 #include "host/evaluate/curves.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 struct ChartCurve
@@ -29,4 +29,4 @@ struct Chart
 /// Axes from 0. Points beyond the right border are left out.
 std::string DrawChart(const Chart& chart);
 
-} // namespace narvo
+} // namespace narvo::tools

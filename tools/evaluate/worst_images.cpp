@@ -10,7 +10,7 @@
 #include "host/image/cv_image.h"
 #include "tools/report/report_pictures.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -75,4 +75,4 @@ std::vector<EvaluatedPicture> DrawWorstImages(const EvaluationSet& set, const Me
     return pictures;
 }
 
-} // namespace narvo
+} // namespace narvo::tools

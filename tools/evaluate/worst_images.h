@@ -10,7 +10,7 @@
 #include "host/image/grey_image.h"
 #include "tools/evaluate/evaluate_page.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// Good images with the most false blobs, then defective ones with the most defects missed; up to four of each, with
@@ -19,4 +19,4 @@ std::vector<EvaluatedPicture> DrawWorstImages(const EvaluationSet& set, const Me
                                               const TruthOfImage& truth, const ScoreOfImage& score,
                                               const std::function<GreyImage(const std::filesystem::path&)>& load);
 
-} // namespace narvo
+} // namespace narvo::tools

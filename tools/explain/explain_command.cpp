@@ -19,7 +19,7 @@
 #include "tools/image_options.h"
 #include "tools/quiet_codecs.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -105,4 +105,4 @@ void AddExplainCommand(CLI::App& app, Action& action)
     command->callback([options, &action] { action = [options] { return RunExplain(*options); }; });
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -18,7 +18,7 @@
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -80,4 +80,4 @@ int RunGoldenBatch(const std::vector<std::string>& references, BatchOptions opti
     return RunFileBatch(batch, run, interrupt.Token());
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -16,7 +16,7 @@
 #include "tools/golden/golden_score.h"
 #include "tools/number_option.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -132,4 +132,4 @@ void AddGoldenCommand(CLI::App& app, Action& action)
     command->callback([options, &action] { action = [options] { return RunGolden(*options); }; });
 }
 
-} // namespace narvo
+} // namespace narvo::tools

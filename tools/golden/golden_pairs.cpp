@@ -11,7 +11,7 @@
 #include "tools/image_options.h"
 #include "tools/quiet_codecs.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -108,4 +108,4 @@ TruePair LoadPair(const PairFiles& files)
     return pair;
 }
 
-} // namespace narvo
+} // namespace narvo::tools

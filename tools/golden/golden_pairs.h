@@ -12,7 +12,7 @@
 #include "host/image/grey_image.h"
 #include "tools/truth/truth.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// A pair's files.
@@ -44,4 +44,4 @@ std::vector<PairFiles> ListPairs(const std::filesystem::path& folder, int displa
 /// The pair with its move. @throws HostError naming the file that cannot be read
 TruePair LoadPair(const PairFiles& files);
 
-} // namespace narvo
+} // namespace narvo::tools

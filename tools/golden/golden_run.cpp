@@ -22,7 +22,7 @@
 #include "tools/quiet_codecs.h"
 #include "tools/truth/truth.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -239,4 +239,4 @@ int RunGoldenImages(const GoldenOptions& options)
     return GoldenRun(options).Run();
 }
 
-} // namespace narvo
+} // namespace narvo::tools

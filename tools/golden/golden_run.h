@@ -12,7 +12,7 @@
 #include "tools/golden/golden_score.h"
 #include "tools/inspect/batch_options.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 struct GoldenOptions
@@ -48,4 +48,4 @@ struct GoldenOptions
 /// @throws HostError when there is nothing to inspect, or references or settings are not valid
 int RunGoldenImages(const GoldenOptions& options);
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -15,7 +15,7 @@
 #include "tools/exit_code.h"
 #include "tools/golden/golden_pairs.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -231,4 +231,4 @@ int RunGoldenScore(const ScoreOptions& options, const GoldenSettings& settings, 
     }
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -10,7 +10,7 @@
 
 #include "host/golden/golden_model.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 struct ScoreOptions
@@ -27,4 +27,4 @@ constexpr int nDisplacementHigh = 64;
 /// Measures and prints a line for each pair and the totals. @return exit code
 int RunGoldenScore(const ScoreOptions& options, const GoldenSettings& settings, bool quiet);
 
-} // namespace narvo
+} // namespace narvo::tools

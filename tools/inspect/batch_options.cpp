@@ -8,7 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
-namespace narvo
+namespace narvo::tools
 {
 
 ResultLines::Options BatchOptions::Lines(const std::string& digest, std::size_t regions) const
@@ -50,4 +50,4 @@ void CheckBatchNames(OutputNames names, const BatchOptions& options, const std::
     names.Check();
 }
 
-} // namespace narvo
+} // namespace narvo::tools

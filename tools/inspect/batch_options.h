@@ -14,7 +14,7 @@ namespace CLI
 class App;
 }
 
-namespace narvo
+namespace narvo::tools
 {
 
 struct BatchOptions
@@ -42,4 +42,4 @@ void AddBatchOptions(CLI::App& command, BatchOptions& options, const std::string
 /// Adds the run's images and result files to `names`. @throws HostError as OutputNames::Check
 void CheckBatchNames(OutputNames names, const BatchOptions& options, const std::vector<std::string>& images);
 
-} // namespace narvo
+} // namespace narvo::tools

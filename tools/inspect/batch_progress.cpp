@@ -9,7 +9,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -125,4 +125,4 @@ void BatchProgress::Line(const std::string& text)
     m_drawn = false;
 }
 
-} // namespace narvo
+} // namespace narvo::tools

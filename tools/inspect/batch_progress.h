@@ -9,7 +9,7 @@
 
 #include "host/inspect/batch.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 class BatchProgress
@@ -53,4 +53,4 @@ private:
 /// "1:02:03" or "2:03".
 std::string FormatSeconds(double seconds);
 
-} // namespace narvo
+} // namespace narvo::tools

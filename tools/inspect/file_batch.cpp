@@ -17,7 +17,7 @@
 #include "tools/inspect/batch_progress.h"
 #include "tools/quiet_codecs.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -126,4 +126,4 @@ int RunFileBatch(Batch& batch, const FileBatchOptions& options, std::stop_token 
                                  : ExitCode_Done;
 }
 
-} // namespace narvo
+} // namespace narvo::tools

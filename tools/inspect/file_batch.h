@@ -10,7 +10,7 @@
 #include "host/inspect/batch.h"
 #include "host/result/result_lines.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 struct FileBatchOptions
@@ -26,4 +26,4 @@ struct FileBatchOptions
 /// @throws HostError or WriteError where result files cannot be written or do not belong to this run
 int RunFileBatch(Batch& batch, const FileBatchOptions& options, std::stop_token stop);
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -17,7 +17,7 @@
 #include "host/problem.h"
 #include "tools/exit_code.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -158,4 +158,4 @@ std::vector<std::string> ListImages(const ImageSelection& selection)
     return files;
 }
 
-} // namespace narvo
+} // namespace narvo::tools

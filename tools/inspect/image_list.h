@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace narvo
+namespace narvo::tools
 {
 
 struct ImageSelection
@@ -25,4 +25,4 @@ struct ImageSelection
 /// problems
 std::vector<std::string> ListImages(const ImageSelection& selection);
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -14,7 +14,7 @@
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -50,4 +50,4 @@ int RunInspectBatch(const std::string& recipe, BatchOptions options)
     return RunFileBatch(batch, run, interrupt.Token());
 }
 
-} // namespace narvo
+} // namespace narvo::tools

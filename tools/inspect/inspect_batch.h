@@ -6,11 +6,11 @@
 
 #include "tools/inspect/batch_options.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// Inspects the images that `options` select by a recipe file. @return exit code
 /// @throws HostError when recipe, images or names are not valid
 int RunInspectBatch(const std::string& recipe, BatchOptions options);
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -32,7 +32,7 @@
 #include "tools/quiet_codecs.h"
 #include "tools/truth/truth.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -303,4 +303,4 @@ void AddInspectCommand(CLI::App& app, Action& action)
         });
 }
 
-} // namespace narvo
+} // namespace narvo::tools

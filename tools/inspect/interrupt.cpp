@@ -7,7 +7,7 @@
 
 #include "tools/exit_code.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -47,4 +47,4 @@ void InterruptRequest::Watch(const std::stop_token& end)
             _exit(ExitCode_Interrupted);
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -7,7 +7,7 @@
 
 #include <csignal>
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// While it lives, the first SIGINT or SIGTERM asks to stop, and a second one ends the program at once. To be made
@@ -30,4 +30,4 @@ private:
     std::jthread m_watcher;
 };
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -27,7 +27,7 @@
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -177,4 +177,4 @@ void AddLearnCommand(CLI::App& app, Action& action)
         });
 }
 
-} // namespace narvo
+} // namespace narvo::tools

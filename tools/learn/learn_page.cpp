@@ -10,7 +10,7 @@
 #include "host/foreign_text.h"
 #include "host/problem.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -156,4 +156,4 @@ std::string LearnPage(const LearnResult& result, const std::optional<LearnBad>& 
     return out.str();
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -8,7 +8,7 @@
 
 #include "host/learn/learn.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// Images with defects, inspected by the learnt recipe.
@@ -23,4 +23,4 @@ struct LearnBad
 /// The page, which needs no other file. `title` names it.
 std::string LearnPage(const LearnResult& result, const std::optional<LearnBad>& bad, const std::string& title);
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -24,7 +24,7 @@
 #include "tools/pitch/pitch_plot.h"
 #include "tools/quiet_codecs.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -127,4 +127,4 @@ void AddPitchCommand(CLI::App& app, Action& action)
     command->callback([options, &action] { action = [options] { return RunPitch(*options); }; });
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -12,7 +12,7 @@
 
 #include "host/image/cv_image.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -115,4 +115,4 @@ void SavePitchPlot(const std::filesystem::path& file, const PitchResult& result)
     SaveImage(file, picture, "a writable place, with a name in .png");
 }
 
-} // namespace narvo
+} // namespace narvo::tools

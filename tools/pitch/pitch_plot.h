@@ -6,10 +6,10 @@
 
 #include "host/pitch/pitch_search.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// Writes both charts with pitch and runner-up marked. @throws HostError when it cannot be written
 void SavePitchPlot(const std::filesystem::path& file, const PitchResult& result);
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -16,7 +16,7 @@
 #include "tools/exit_code.h"
 #include "tools/quiet_codecs.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -72,4 +72,4 @@ void AddRecipeCommand(CLI::App& app, Action& action)
     command->callback([options, &action] { action = [options] { return RunRecipe(*options); }; });
 }
 
-} // namespace narvo
+} // namespace narvo::tools

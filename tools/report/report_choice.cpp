@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -75,4 +75,4 @@ std::vector<BlobPlace> ChooseBlobs(ReportPage& page, int most)
     return places;
 }
 
-} // namespace narvo
+} // namespace narvo::tools

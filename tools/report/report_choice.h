@@ -7,7 +7,7 @@
 
 #include "tools/report/report_page.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// A defect of a page by its image, and its place among the image's blobs.
@@ -23,4 +23,4 @@ const Blob& BlobAt(const ReportPage& page, const BlobPlace& place);
 /// @return those to be shown with crops, at most `thumbnails`: the largest ones of either polarity
 std::vector<BlobPlace> ChooseBlobs(ReportPage& page, int thumbnails);
 
-} // namespace narvo
+} // namespace narvo::tools

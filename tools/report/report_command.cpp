@@ -20,7 +20,7 @@
 #include "tools/report/report_inputs.h"
 #include "tools/report/report_page.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -137,4 +137,4 @@ void AddReportCommand(CLI::App& app, Action& action)
     command->callback([options, &action] { action = [options] { return RunReport(*options); }; });
 }
 
-} // namespace narvo
+} // namespace narvo::tools

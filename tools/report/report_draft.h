@@ -8,7 +8,7 @@
 
 #include "tools/report/report_page.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// Where an image of the page came from.
@@ -38,4 +38,4 @@ inline std::string CountText(std::size_t count, const char* one, const char* man
     return std::to_string(count) + " " + (count == 1 ? one : many);
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -14,7 +14,7 @@
 #include "tools/quiet_codecs.h"
 #include "tools/report/report_pictures.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -154,4 +154,4 @@ void Illustrate(ReportDraft& draft, const std::vector<BlobPlace>& thumbnails)
     close();
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -20,7 +20,7 @@
 #include "tools/image_options.h"
 #include "tools/quiet_codecs.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -200,4 +200,4 @@ std::vector<Problem> GatherInputs(const ReportInputs& inputs, ReportDraft& draft
     return InputReader(inputs, draft).Run();
 }
 
-} // namespace narvo
+} // namespace narvo::tools

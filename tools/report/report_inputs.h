@@ -8,7 +8,7 @@
 #include "host/problem.h"
 #include "tools/report/report_draft.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 struct ReportInputs
@@ -25,4 +25,4 @@ bool IsResultFile(const std::string& name);
 /// @return all that is wrong with them; the draft is complete where that is empty
 std::vector<Problem> GatherInputs(const ReportInputs& inputs, ReportDraft& draft);
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -12,7 +12,7 @@
 #include "host/recipe/recipe_file.h"
 #include "tools/report/report_template.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 using nlohmann::ordered_json;
@@ -269,4 +269,4 @@ std::string BuildReportPage(const ReportPage& page)
                                    {"js", std::string(reportJs)}});
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -8,7 +8,7 @@
 #include "host/inspect/inspector.h"
 #include "host/recipe/checked_recipe.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// A defect's place on a sheet of thumbnails.
@@ -54,4 +54,4 @@ std::string EscapeHtml(const std::string& text);
 /// The page as one self-contained HTML text.
 std::string BuildReportPage(const ReportPage& page);
 
-} // namespace narvo
+} // namespace narvo::tools

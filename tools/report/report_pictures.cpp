@@ -13,7 +13,7 @@
 
 #include "host/problem.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -151,4 +151,4 @@ std::string ThumbnailSheet::Encode() const
     return EncodeJpeg(sheet, nSheetQuality);
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -11,7 +11,7 @@
 #include "host/inspect/inspector.h"
 #include "host/probe/kernel_probe.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// A picture as JPEG in a data URI. @throws HostError where it cannot be encoded
@@ -45,4 +45,4 @@ private:
     std::vector<cv::Mat> m_cells;
 };
 
-} // namespace narvo
+} // namespace narvo::tools

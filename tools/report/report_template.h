@@ -4,11 +4,11 @@
 
 #include <string_view>
 
-namespace narvo
+namespace narvo::tools
 {
 
 extern const std::string_view reportHtml; ///< with places @title@, @css@, @data@, @js@, @summary@
 extern const std::string_view reportCss;
 extern const std::string_view reportJs;
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -6,7 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -85,4 +85,4 @@ std::vector<CommandText> ReadCommandTree(const CLI::App& app)
     return commands;
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -11,7 +11,7 @@ namespace CLI
 class App;
 }
 
-namespace narvo
+namespace narvo::tools
 {
 
 struct OptionText
@@ -37,4 +37,4 @@ struct CommandText
 /// The program first, then its commands in the order of the help.
 std::vector<CommandText> ReadCommandTree(const CLI::App& app);
 
-} // namespace narvo
+} // namespace narvo::tools

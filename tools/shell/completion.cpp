@@ -4,7 +4,7 @@
 
 #include "host/file/output_file.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -206,4 +206,4 @@ void WriteCompletions(const std::filesystem::path& folder, const std::vector<Com
     }
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -10,7 +10,7 @@
 
 #include "tools/shell/command_tree.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 constexpr std::array<std::string_view, 3> completionShells = {"bash", "zsh", "fish"};
@@ -22,4 +22,4 @@ std::string CompletionScript(std::string_view shell, const std::vector<CommandTe
 /// @throws HostError when that fails
 void WriteCompletions(const std::filesystem::path& folder, const std::vector<CommandText>& tree);
 
-} // namespace narvo
+} // namespace narvo::tools

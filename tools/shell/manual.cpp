@@ -9,7 +9,7 @@
 #include "tools/command.h"
 #include "tools/exit_code.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -138,4 +138,4 @@ void WriteManual(const std::filesystem::path& folder, const std::vector<CommandT
         WriteTextFile(folder / (ManualName(tree[i]) + ".1"), ManualPage(tree, i));
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -8,7 +8,7 @@
 
 #include "tools/shell/command_tree.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// "narvo" or "narvo-inspect".
@@ -20,4 +20,4 @@ std::string ManualPage(const std::vector<CommandText>& tree, std::size_t index);
 /// Writes all pages, as NAME.1. @throws HostError when that fails
 void WriteManual(const std::filesystem::path& folder, const std::vector<CommandText>& tree);
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -16,7 +16,7 @@
 #include "tools/shell/completion.h"
 #include "tools/shell/manual.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -82,4 +82,4 @@ void AddManualCommand(CLI::App& app, Action& action)
                       { action = [options, &app] { return RunManual(*options, ReadCommandTree(app)); }; });
 }
 
-} // namespace narvo
+} // namespace narvo::tools

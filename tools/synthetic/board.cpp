@@ -13,7 +13,7 @@
 #include "tools/synthetic/plan_check.h"
 #include "tools/truth/boxes.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -355,4 +355,4 @@ Board MakeBoard(const BoardPlan& plan)
     return board;
 }
 
-} // namespace narvo
+} // namespace narvo::tools

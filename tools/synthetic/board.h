@@ -10,7 +10,7 @@
 #include "host/image/grey_image.h"
 #include "tools/truth/truth.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 struct BoardPlan
@@ -46,4 +46,4 @@ struct Board
 /// 0 .. 20, label play 0 .. 10, defects 0 .. 200. @throws HostError otherwise, with all problems
 Board MakeBoard(const BoardPlan& plan);
 
-} // namespace narvo
+} // namespace narvo::tools

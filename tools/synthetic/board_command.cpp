@@ -15,7 +15,7 @@
 #include "tools/number_option.h"
 #include "tools/synthetic/board.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -88,4 +88,4 @@ void AddBoardCommand(CLI::App& app, Action& action)
     command->callback([options, &action] { action = [options] { return RunBoard(*options); }; });
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -12,7 +12,7 @@
 #include "tools/synthetic/plan_check.h"
 #include "tools/truth/boxes.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -156,4 +156,4 @@ Cloth MakeCloth(const ClothPlan& plan)
     return cloth;
 }
 
-} // namespace narvo
+} // namespace narvo::tools

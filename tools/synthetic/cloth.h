@@ -9,7 +9,7 @@
 #include "host/image/grey_image.h"
 #include "tools/truth/truth.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 struct ClothPlan
@@ -38,4 +38,4 @@ struct Cloth
 /// quarter of the width, defects 0 .. 200. @throws HostError otherwise, with all problems
 Cloth MakeCloth(const ClothPlan& plan);
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -16,7 +16,7 @@
 #include "tools/number_option.h"
 #include "tools/synthetic/cloth.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -111,4 +111,4 @@ void AddClothCommand(CLI::App& app, Action& action)
     command->callback([options, &action] { action = [options] { return RunCloth(*options); }; });
 }
 
-} // namespace narvo
+} // namespace narvo::tools

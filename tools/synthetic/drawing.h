@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstdint>
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// Generator whose sequence is the same with every compiler and library.
@@ -49,4 +49,4 @@ inline double DistanceToSegment(double x, double y, double x0, double y0, double
     return std::hypot(x - x0 - along * (x1 - x0), y - y0 - along * (y1 - y0));
 }
 
-} // namespace narvo
+} // namespace narvo::tools

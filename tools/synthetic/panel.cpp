@@ -15,7 +15,7 @@
 #include "tools/synthetic/panel_recipe.h"
 #include "tools/synthetic/plan_check.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -97,4 +97,4 @@ Panel MakePanel(const PanelPlan& plan)
     return panel;
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -10,7 +10,7 @@
 #include "host/recipe/recipe.h"
 #include "tools/truth/truth.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 struct PanelPlan
@@ -36,4 +36,4 @@ struct Panel
 /// 0 .. 20000. @throws HostError otherwise, with all problems
 Panel MakePanel(const PanelPlan& plan);
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -10,7 +10,7 @@
 #include "tools/synthetic/drawing.h"
 #include "tools/truth/boxes.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -196,4 +196,4 @@ void AddDefects(const PanelPlan& plan, Canvas& canvas, std::vector<TruthDefect>&
               { return a.box.top != b.box.top ? a.box.top < b.box.top : a.box.left < b.box.left; });
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -7,7 +7,7 @@
 #include <cmath>
 #include <cstdint>
 
-namespace narvo
+namespace narvo::tools
 {
 
 FinePeriod::FinePeriod(int width, int height)
@@ -67,4 +67,4 @@ void DrawPattern(const FinePeriod& period, Canvas& canvas)
     }
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <vector>
 
-namespace narvo
+namespace narvo::tools
 {
 
 constexpr int nFine = 16; // fine samples per pixel
@@ -84,4 +84,4 @@ struct Canvas
 /// Fills the canvas with the period.
 void DrawPattern(const FinePeriod& period, Canvas& canvas);
 
-} // namespace narvo
+} // namespace narvo::tools

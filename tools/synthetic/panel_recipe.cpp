@@ -6,7 +6,7 @@
 #include <array>
 #include <cmath>
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -76,4 +76,4 @@ Recipe MakeRecipe(const PanelPlan& plan, const FinePeriod& period)
     return recipe;
 }
 
-} // namespace narvo
+} // namespace narvo::tools

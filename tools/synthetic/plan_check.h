@@ -7,7 +7,7 @@
 
 #include "host/problem.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// Reports a number outside its range, which includes both ends; `unit` may be empty.
@@ -19,4 +19,4 @@ inline void CheckNumber(const char* field, double value, double low, double high
                          FormatNumber(low) + " to " + FormatNumber(high) + (unit.empty() ? "" : " ") + unit});
 }
 
-} // namespace narvo
+} // namespace narvo::tools

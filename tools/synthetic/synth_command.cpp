@@ -16,7 +16,7 @@
 #include "tools/number_option.h"
 #include "tools/synthetic/panel.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -94,4 +94,4 @@ void AddSynthCommand(CLI::App& app, Action& action)
     command->callback([options, &action] { action = [options] { return RunSynth(*options); }; });
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -4,7 +4,7 @@
 
 #include "narvoassem/platform.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 inline CRect Grow(const CRect& rect, int dx, int dy)
@@ -17,4 +17,4 @@ inline bool Touches(const CRect& a, const CRect& b)
     return a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
 }
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -17,7 +17,7 @@
 #include "host/recipe/recipe_file.h"
 #include "tools/truth/boxes.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 using nlohmann::json;
@@ -153,4 +153,4 @@ std::vector<TruthDefect> LoadTruth(const std::filesystem::path& file)
     return truth;
 }
 
-} // namespace narvo
+} // namespace narvo::tools

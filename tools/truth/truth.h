@@ -9,7 +9,7 @@
 #include "host/inspect/inspector.h"
 #include "narvoassem/platform.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// A true defect.
@@ -49,4 +49,4 @@ void SaveTruth(const std::filesystem::path& file, const std::string& imageName, 
 /// @throws HostError when unreadable or not of the right form, with all problems
 std::vector<TruthDefect> LoadTruth(const std::filesystem::path& file);
 
-} // namespace narvo
+} // namespace narvo::tools

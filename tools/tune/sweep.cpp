@@ -12,7 +12,7 @@
 #include "host/problem.h"
 #include "host/recipe/recipe_fields.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -279,4 +279,4 @@ std::string SweepCsv(const Sweep& sweep)
     return csv;
 }
 
-} // namespace narvo
+} // namespace narvo::tools

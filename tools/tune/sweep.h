@@ -9,7 +9,7 @@
 
 #include "host/recipe/recipe.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// A numeric field of a recipe, by its dotted name. zones.list.NAME stands for all zones, zones.list[I].NAME for the
@@ -82,4 +82,4 @@ std::optional<Proposal> Propose(const Sweep& sweep, std::optional<long> mostFals
 std::string SweepTable(const Sweep& sweep, const std::optional<Proposal>& proposal);
 std::string SweepCsv(const Sweep& sweep);
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -16,7 +16,7 @@
 #include "host/image/cv_image.h"
 #include "host/problem.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -353,4 +353,4 @@ void SaveSweepPlot(const std::filesystem::path& file, const Sweep& sweep, const 
     drawing->Save(file);
 }
 
-} // namespace narvo
+} // namespace narvo::tools

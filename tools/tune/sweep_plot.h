@@ -7,10 +7,10 @@
 
 #include "tools/tune/sweep.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 /// Writes the picture as the file's name says, .svg or .png. @throws HostError when it cannot be written
 void SaveSweepPlot(const std::filesystem::path& file, const Sweep& sweep, const std::optional<Proposal>& proposal);
 
-} // namespace narvo
+} // namespace narvo::tools

@@ -28,7 +28,7 @@
 #include "tools/tune/sweep.h"
 #include "tools/tune/sweep_plot.h"
 
-namespace narvo
+namespace narvo::tools
 {
 
 namespace
@@ -235,4 +235,4 @@ void AddTuneCommand(CLI::App& app, Action& action)
     command->callback([options, &action] { action = [options] { return RunTune(*options); }; });
 }
 
-} // namespace narvo
+} // namespace narvo::tools
