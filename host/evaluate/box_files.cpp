@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <limits>
 #include <sstream>
+#include <string_view>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -60,24 +62,47 @@ CRect WholeBox(double left, double top, double right, double bottom)
 }
 
 /// What stands between the first opening tag of that name behind `from` and its closing tag. @return false without one
-bool FindElement(const std::string& text, const std::string& name, std::size_t from, std::string& content,
-                 std::size_t& end)
+/// @throws HostError about `file` where the tag is not closed
+bool FindElement(const std::filesystem::path& file, const std::string& text, const std::string& name, std::size_t from,
+                 std::string& content, std::size_t& end)
 {
     const std::string open = "<" + name;
     for (std::size_t place = text.find(open, from); place != std::string::npos; place = text.find(open, place + 1))
     {
         const std::size_t behind = place + open.size();
-        if (behind >= text.size() || (text[behind] != '>' && text[behind] != ' ' && text[behind] != '\n'))
+        if (behind < text.size() && std::string_view(" \t\r\n>/").find(text[behind]) == std::string_view::npos)
             continue; // a longer name
         const std::size_t begin = text.find('>', behind);
         const std::size_t close = text.find("</" + name + ">", behind);
         if (begin == std::string::npos || close == std::string::npos || close < begin)
-            return false;
+            RefuseBoxes("boxes " + file.string(), open + "> without an end", "elements that are closed");
         content = text.substr(begin + 1, close - begin - 1);
         end = close;
         return true;
     }
     return false;
+}
+
+std::string WithoutComments(std::string text)
+{
+    for (std::size_t begin = text.find("<!--"); begin != std::string::npos; begin = text.find("<!--", begin))
+        text.erase(begin, std::max(text.find("-->", begin), begin) - begin + 3); // to the end where it is not closed
+    return text;
+}
+
+/// The text of an element, with the five entities that every XML reader knows.
+std::string Decoded(std::string text)
+{
+    constexpr std::pair<std::string_view, char> entities[] = {
+        {"&lt;", '<'}, {"&gt;", '>'}, {"&quot;", '"'}, {"&apos;", '\''}, {"&amp;", '&'}};
+    for (std::size_t place = text.find('&'); place != std::string::npos; place = text.find('&', place + 1))
+        for (const auto& [entity, sign] : entities)
+            if (text.compare(place, entity.size(), entity) == 0)
+            {
+                text.replace(place, entity.size(), 1, sign);
+                break;
+            }
+    return text;
 }
 
 std::string Trimmed(const std::string& text)
@@ -97,14 +122,49 @@ std::string TextMember(const json& object, const char* key)
     return object.is_object() && object.contains(key) && object[key].is_string() ? object[key].get<std::string>() : "";
 }
 
+/// A value for a message: deep and long ones are not written out.
+std::string ShownValue(const json& value)
+{
+    constexpr std::size_t nLongest = 100;
+    const bool nested =
+        value.is_structured() &&
+        (value.size() > nLongest ||
+         std::any_of(value.begin(), value.end(), [](const json& member) { return member.is_structured(); }));
+    if (nested)
+        return std::string("an ") + value.type_name();
+    const std::string text = value.dump(-1, ' ', false, json::error_handler_t::replace);
+    return text.size() > nLongest ? text.substr(0, nLongest) + "..." : text;
+}
+
+/// Without what is nested more deeply than anything in COCO's form, since each level takes room on the stack.
+json ParseShallow(const std::string& text)
+{
+    constexpr int nDeepest = 8;
+    return json::parse(
+        text, [](int depth, json::parse_event_t, const json&) { return depth <= nDeepest; }, false);
+}
+
 /// The whole number by which COCO's lists refer to each other. @throws HostError
 std::int64_t IdOf(const json& object, const char* key, const std::string& place)
 {
-    if (!object.is_object() || !object.contains(key) || !object[key].is_number_integer())
-        RefuseBoxes(place,
-                    object.is_object() && object.contains(key) ? object[key].dump() : "missing " + std::string(key),
-                    "an object with a whole number as " + std::string(key));
+    const bool there = object.is_object() && object.contains(key);
+    if (!there || !object[key].is_number_integer() ||
+        (object[key].is_number_unsigned() &&
+         object[key].get<std::uint64_t>() > std::numeric_limits<std::int64_t>::max()))
+        RefuseBoxes(place, there ? ShownValue(object[key]) : "missing " + std::string(key),
+                    "an object with a whole number of 64 bits as " + std::string(key));
     return object[key].get<std::int64_t>();
+}
+
+/// @return whether the line is one of YOLO's: a class and four shares of the image, which rounding may make larger than
+/// 1
+bool ReadYoloLine(const std::string& line, int& type, double (&shares)[4])
+{
+    constexpr double dHighest = 1.001;
+    std::istringstream fields(line);
+    std::string rest;
+    return fields >> type >> shares[0] >> shares[1] >> shares[2] >> shares[3] && !(fields >> rest) && type >= 0 &&
+           std::all_of(shares, shares + 4, [](double share) { return share >= 0.0 && share <= dHighest; });
 }
 
 } // namespace
@@ -130,21 +190,15 @@ std::vector<TrueBox> ReadBoxLines(const std::filesystem::path& file)
 
 bool HoldsYoloLines(const std::filesystem::path& file)
 {
-    bool all = true;
     bool any = false;
     VisitLines(file,
                [&](const std::string& line, const std::string&)
                {
-                   std::istringstream fields(line);
                    int type = 0;
                    double shares[4] = {};
-                   std::string rest;
-                   any = true;
-                   all = all && fields >> type >> shares[0] >> shares[1] >> shares[2] >> shares[3] &&
-                         !(fields >> rest) &&
-                         std::all_of(shares, shares + 4, [](double share) { return share >= 0.0 && share <= 1.0; });
+                   any = any || ReadYoloLine(line, type, shares);
                });
-    return any && all;
+    return any;
 }
 
 std::vector<TrueBox> ReadYoloLines(const std::filesystem::path& file, int width, int height,
@@ -154,18 +208,19 @@ std::vector<TrueBox> ReadYoloLines(const std::filesystem::path& file, int width,
     VisitLines(file,
                [&](const std::string& line, const std::string& place)
                {
-                   std::istringstream fields(line);
                    int type = -1;
-                   double x = 0.0;
-                   double y = 0.0;
-                   double w = 0.0;
-                   double h = 0.0;
-                   const bool read = static_cast<bool>(fields >> type >> x >> y >> w >> h);
+                   double shares[4] = {};
+                   const bool read = ReadYoloLine(line, type, shares);
+                   const auto& [x, y, w, h] = shares;
                    TrueBox box;
                    box.box = WholeBox((x - w / 2.0) * width, (y - h / 2.0) * height, (x + w / 2.0) * width,
                                       (y + h / 2.0) * height);
                    if (!read || type < 0 || box.box.IsRectEmpty())
-                       RefuseBoxes(place, line, "class, centre x, centre y, width and height in shares of the image");
+                       RefuseBoxes(place, line.substr(0, 100),
+                                   "class, centre x, centre y, width and height in shares of the image");
+                   if (!classes.empty() && type >= static_cast<int>(classes.size()))
+                       RefuseBoxes(place, "class " + std::to_string(type),
+                                   "0 to " + std::to_string(classes.size() - 1) + ", the classes of classes.txt");
                    box.kind = type < static_cast<int>(classes.size()) ? classes[static_cast<std::size_t>(type)]
                                                                       : std::to_string(type);
                    boxes.push_back(std::move(box));
@@ -186,29 +241,31 @@ std::vector<std::string> ReadClassNames(const std::filesystem::path& file)
 
 std::vector<TrueBox> ReadVocBoxes(const std::filesystem::path& file, std::string& image)
 {
-    const std::string text = TextOf(file);
+    std::string text;
     std::size_t end = 0;
+    if (!FindElement(file, WithoutComments(TextOf(file)), "annotation", 0, text, end))
+        RefuseBoxes("boxes " + file.string(), "no annotation", "an annotation with objects");
     image.clear();
-    if (FindElement(text, "filename", 0, image, end))
-        image = Trimmed(image);
+    if (FindElement(file, text, "filename", 0, image, end))
+        image = Decoded(Trimmed(image));
     std::vector<TrueBox> boxes;
     std::string object;
-    for (std::size_t from = 0; FindElement(text, "object", from, object, end); from = end)
+    for (std::size_t from = 0; FindElement(file, text, "object", from, object, end); from = end)
     {
         const std::string place = "boxes " + file.string() + ", object " + std::to_string(boxes.size() + 1);
         TrueBox box;
         std::string bounds;
         std::size_t ignored = 0;
-        if (!FindElement(object, "name", 0, box.kind, ignored))
+        if (!FindElement(file, object, "name", 0, box.kind, ignored))
             RefuseBoxes(place, "no name", "an object with name and bndbox");
-        box.kind = Trimmed(box.kind);
+        box.kind = Decoded(Trimmed(box.kind));
         double sides[4] = {};
         const char* const names[] = {"xmin", "ymin", "xmax", "ymax"};
-        bool complete = FindElement(object, "bndbox", 0, bounds, ignored);
+        bool complete = FindElement(file, object, "bndbox", 0, bounds, ignored);
         for (int i = 0; i < 4 && complete; ++i)
         {
             std::string number;
-            complete = FindElement(bounds, names[i], 0, number, ignored) && ReadNumber(number, sides[i]);
+            complete = FindElement(file, bounds, names[i], 0, number, ignored) && ReadNumber(number, sides[i]);
         }
         // Pascal VOC counts pixels from 1 and names the last one.
         box.box = complete ? WholeBox(sides[0] - 1.0, sides[1] - 1.0, sides[2], sides[3]) : CRect();
@@ -222,14 +279,14 @@ std::vector<TrueBox> ReadVocBoxes(const std::filesystem::path& file, std::string
 
 bool IsCocoFile(const std::filesystem::path& file)
 {
-    const json document = json::parse(TextOf(file), nullptr, false);
+    const json document = ParseShallow(TextOf(file));
     return document.is_object() && document.contains("images") && document.contains("annotations");
 }
 
 std::map<std::string, std::vector<TrueBox>> ReadCocoBoxes(const std::filesystem::path& file)
 {
     const std::string name = "boxes " + file.string();
-    const json document = json::parse(TextOf(file), nullptr, false);
+    const json document = ParseShallow(TextOf(file));
     for (const char* list : {"images", "annotations"})
         if (!document.is_object() || !document.contains(list) || !document[list].is_array())
             RefuseBoxes(name, "no list " + std::string(list), "COCO's object with images and annotations");
@@ -244,7 +301,8 @@ std::map<std::string, std::vector<TrueBox>> ReadCocoBoxes(const std::filesystem:
         const std::string of = TextMember(image, "file_name");
         if (of.empty())
             RefuseBoxes(name + ", images", "no file_name", "the name of a file for each image");
-        images[IdOf(image, "id", name + ", images")] = of;
+        if (!images.emplace(IdOf(image, "id", name + ", images"), of).second)
+            RefuseBoxes(name + ", images", "id " + ShownValue(image["id"]) + " given twice", "an id for each image");
         boxes[of];
     }
     for (std::size_t i = 0; i < document["annotations"].size(); ++i)
@@ -253,7 +311,7 @@ std::map<std::string, std::vector<TrueBox>> ReadCocoBoxes(const std::filesystem:
         const std::string place = name + ", annotations[" + std::to_string(i) + "]";
         const auto image = images.find(IdOf(annotation, "image_id", place));
         if (image == images.end())
-            RefuseBoxes(place + ".image_id", annotation["image_id"].dump(), "the id of an image");
+            RefuseBoxes(place + ".image_id", ShownValue(annotation["image_id"]), "the id of an image");
         const json& sides = annotation.contains("bbox") ? annotation["bbox"] : json();
         TrueBox box;
         if (sides.is_array() && sides.size() == 4 &&
@@ -263,7 +321,7 @@ std::map<std::string, std::vector<TrueBox>> ReadCocoBoxes(const std::filesystem:
             box.box = WholeBox(at(0), at(1), at(0) + at(2), at(1) + at(3));
         }
         if (box.box.IsRectEmpty())
-            RefuseBoxes(place + ".bbox", sides.dump(), "[left, top, width, height] in pixels");
+            RefuseBoxes(place + ".bbox", ShownValue(sides), "[left, top, width, height] in pixels");
         if (annotation.contains("category_id"))
         {
             const std::int64_t kind = IdOf(annotation, "category_id", place);

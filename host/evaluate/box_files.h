@@ -15,7 +15,7 @@ namespace narvo
 /// Lines of left, top, right, bottom and kind, separated by blanks or commas. @throws HostError naming the line
 std::vector<TrueBox> ReadBoxLines(const std::filesystem::path& file);
 
-/// Whether a text file holds YOLO's lines: a class and four shares from 0 to 1.
+/// Whether a text file holds a line of YOLO's: a class and four shares from 0 to 1.
 bool HoldsYoloLines(const std::filesystem::path& file);
 
 /// Lines of class, centre x and y, width and height in shares of an image of that size. @throws HostError naming the

@@ -214,7 +214,8 @@ private:
                     const auto found = std::find_if(folders.begin(), folders.end(),
                                                     [&, &of = name](const fs::path& folder)
                                                     { return fs::is_regular_file(folder / of, error); });
-                    if (found == folders.end() || fs::path(name).is_absolute())
+                    const fs::path of(name);
+                    if (found == folders.end() || of.is_absolute() || std::find(of.begin(), of.end(), "..") != of.end())
                         m_found.push_back({"boxes " + annotations.string(), "image " + name + " is not there",
                                            "images in the folder or in its images"});
                     else
@@ -272,16 +273,16 @@ private:
                        ? label
                        : labels.find(stem.substr(0, stem.size() - szTested.size()));
         };
-        bool shares = true;
+        // A line that does not fit is refused: it must not change what all others mean.
+        bool shares = !classes.empty();
         bool any = false;
         for (const auto& [stem, file] : images)
             if (const auto label = labelOf(stem); label != labels.end())
                 Try(
                     [&, &of = label->second]
                     {
-                        std::error_code error;
                         any = true;
-                        shares = shares && (fs::file_size(of, error) == 0 || HoldsYoloLines(of));
+                        shares = shares || HoldsYoloLines(of);
                     });
         if (!any)
             return false;

@@ -134,7 +134,11 @@ ImageTruth TruthOfBoxes(const std::vector<TrueBox>& boxes, cv::Size size)
     {
         const cv::Rect rect = whole & cv::Rect(box.box.left, box.box.top, box.box.Width(), box.box.Height());
         if (rect.empty())
-            continue;
+            throw HostError(
+                {{"box",
+                  std::to_string(box.box.left) + ' ' + std::to_string(box.box.top) + ' ' +
+                      std::to_string(box.box.right) + ' ' + std::to_string(box.box.bottom),
+                  "in the image of " + std::to_string(size.width) + " by " + std::to_string(size.height) + " pixels"}});
         truth.regions.push_back({box.kind, CRect(rect.x, rect.y, rect.x + rect.width, rect.y + rect.height),
                                  static_cast<int>(rect.area())});
         truth.labels(rect).setTo(static_cast<int>(truth.regions.size()));

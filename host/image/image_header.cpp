@@ -210,8 +210,9 @@ private:
         const std::uint64_t entries = m_reader.Number(m_wide ? 8 : 2);
         const std::uint64_t first = place + (m_wide ? 8 : 2);
         const std::uint64_t size = m_wide ? 20 : 12;
-        if (entries > 65536)
+        if (entries > m_entriesLeft)
             throw Broken();
+        m_entriesLeft -= entries;
         std::int64_t bits = 1;
         std::int64_t samples = 1;
         std::int64_t tileWidth = 0;
@@ -259,7 +260,8 @@ private:
     static constexpr std::uint64_t nMost = std::numeric_limits<std::int32_t>::max(); // their products fit 64 bits
 
     ByteReader& m_reader;
-    bool m_wide; ///< offsets of 64 bits
+    bool m_wide;                         ///< offsets of 64 bits
+    std::uint64_t m_entriesLeft = 65536; ///< of all directories: a small file can name the same ones again and again
     bool m_reduced = false;
 };
 

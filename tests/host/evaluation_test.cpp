@@ -380,4 +380,88 @@ TEST(EvaluationSet, UnknownFoldersAreRefusedInWords)
                 testing::ElementsAre(testing::Field(&Problem::allowed, "the id of an image")));
 }
 
+/// The one problem of a set of one image, 30 by 20 pixels, with that file beside it.
+Problem ProblemWith(const std::string& name, const std::string& text)
+{
+    const TestFolder folder;
+    SaveGrey(folder / "a.png");
+    SaveText(folder / name, text);
+    const auto found = ProblemsOf([&] { ReadEvaluationSet(folder.Path()); });
+    EXPECT_EQ(found.size(), 1U) << text.substr(0, 100);
+    return found.empty() ? Problem() : found[0];
+}
+
+TEST(EvaluationSet, OneLineDoesNotChangeWhatTheOthersMean)
+{
+    const TestFolder folder;
+    SaveGrey(folder / "images/a.png");
+    SaveGrey(folder / "images/b.png");
+    SaveText(folder / "labels/a.txt", "1 0.4 0.4 0.4 0.4\n");
+    for (const std::string empty : {"", "\n", " \n\n"})
+    {
+        SaveText(folder / "labels/b.txt", empty);
+        const EvaluationSet set = ReadEvaluationSet(folder.Path());
+        ASSERT_EQ(set.images.size(), 2U);
+        EXPECT_EQ(set.images[0].boxes[0].box, CRect(6, 4, 18, 12));
+        EXPECT_FALSE(set.images[1].defective);
+    }
+    SaveText(folder / "labels/b.txt", "0 0.5 0.5 1.0002 0.5\n");
+    EXPECT_EQ(ReadEvaluationSet(folder.Path()).images[1].boxes.size(), 1U) << "rounded up by the tool that wrote it";
+    for (const std::string line : {"0 .1 .1 .3 .1 .3 .4\n", "0 0.5 0.5 1.2 0.5\n", "0 5 6 20 18\n", "-1 .5 .5 .1 .1\n"})
+    {
+        SaveText(folder / "labels/b.txt", line);
+        const auto found = ProblemsOf([&] { ReadEvaluationSet(folder.Path()); });
+        ASSERT_EQ(found.size(), 1U) << line;
+        EXPECT_THAT(found[0].field, HasSubstr("b.txt, line 1"));
+        EXPECT_THAT(found[0].allowed, HasSubstr("shares of the image"));
+    }
+    SaveText(folder / "labels/b.txt", "0 .5 .5 .1 .1\n");
+    SaveText(folder / "classes.txt", "hole\n");
+    EXPECT_THAT(ProblemsOf([&] { ReadEvaluationSet(folder.Path()); }),
+                testing::ElementsAre(testing::Field(&Problem::value, "class 1")));
+}
+
+TEST(EvaluationSet, VocIsReadAsXmlIs)
+{
+    const TestFolder folder;
+    SaveGrey(folder / "a.png");
+    const std::string box = "<bndbox><xmin>7</xmin><ymin>5</ymin><xmax>18</xmax><ymax>12</ymax></bndbox>";
+    SaveText(folder / "a.xml", "<?xml version=\"1.0\"?><annotation\t><filename>a.png</filename>"
+                               "<!-- <object><name>no</name>" +
+                                   box + "</object> --><object\t><name>&lt;b&amp;</name>" + box +
+                                   "</object></annotation>");
+    const EvaluationSet set = ReadEvaluationSet(folder.Path());
+    ASSERT_EQ(set.images.size(), 1U);
+    ASSERT_EQ(set.images[0].boxes.size(), 1U);
+    EXPECT_EQ(set.images[0].boxes[0].kind, "<b&");
+    EXPECT_EQ(set.images[0].boxes[0].box, CRect(6, 4, 18, 12));
+    EXPECT_EQ(ProblemWith("a.xml", "<annotation><object><name>hole</name>" + box + "</annotation>").value,
+              "<object> without an end");
+    EXPECT_EQ(ProblemWith("a.xml", "<annotation><object>").value, "<annotation> without an end");
+    EXPECT_EQ(ProblemWith("a.xml", "<project/>").value, "no annotation");
+}
+
+TEST(EvaluationSet, DeepAndAmbiguousCocoIsRefusedInAShortLine)
+{
+    const std::string deep = std::string(200000, '[') + std::string(200000, ']');
+    const auto coco = [](const std::string& images, const std::string& annotations)
+    { return R"({"images": [)" + images + R"(], "annotations": [)" + annotations + "]}"; };
+    const std::string image = R"({"id": 1, "file_name": "a.png"})";
+    EXPECT_EQ(ProblemWith("a.json", coco(image, R"({"image_id": 1, "bbox": )" + deep + "}")).value, "an array");
+    EXPECT_EQ(ProblemWith("a.json", coco(image, R"({"image_id": )" + deep + "}")).value, "an array");
+    EXPECT_EQ(ProblemWith("a.json", coco(image + ", " + image, "")).value, "id 1 given twice");
+    EXPECT_EQ(ProblemWith("a.json", coco(R"({"id": 18446744073709551615, "file_name": "a.png"})", "")).value,
+              "18446744073709551615");
+    EXPECT_EQ(ProblemWith("a.json", coco(R"({"id": 1, "file_name": "../a.png"})", "")).value,
+              "image ../a.png is not there");
+}
+
+TEST(Measures, BoxOutsideItsImageIsRefused)
+{
+    const auto found = ProblemsOf([] { MeasureBoxes(ScoresWith(30, 20, {}), {{"hole", CRect(30, 0, 40, 9)}}); });
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found[0].value, "30 0 40 9");
+    EXPECT_EQ(found[0].allowed, "in the image of 30 by 20 pixels");
+}
+
 } // namespace narvo::test
