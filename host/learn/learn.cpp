@@ -109,6 +109,7 @@ void WarnOfDisagreement(LearnResult& result)
     constexpr double dLightRatio = 1.25;    // brightest over darkest image
     constexpr double dContrastRatio = 1.5;  // of the standard deviations
     constexpr double dAreaDifference = 0.2; // of the shares that show pattern
+    constexpr double dLeastContrast = 3.0;  // grey levels, standard deviation
     const auto range = [&](double LearnImage::*member)
     {
         const auto [low, high] =
@@ -123,6 +124,10 @@ void WarnOfDisagreement(LearnResult& result)
         result.warnings.push_back("Contrast differs from image to image: the standard deviation of grey is " +
                                   Rounded(low.contrast) + " in " + low.name + " and " + Rounded(high.contrast) +
                                   " in " + high.name + ".");
+    if (const auto [low, high] = range(&LearnImage::contrast); low.contrast < dLeastContrast)
+        result.warnings.push_back("There is little to see in " + low.name + ": the standard deviation of grey is " +
+                                  Rounded(low.contrast) +
+                                  " grey levels. Where a camera's values fill a part of its range only, set levels.");
     if (const auto [low, high] = range(&LearnImage::area); high.area > low.area + dAreaDifference)
         result.warnings.push_back("The pattern fills " + Rounded(100.0 * low.area) + " % of " + low.name + " and " +
                                   Rounded(100.0 * high.area) + " % of " + high.name +

@@ -226,6 +226,11 @@ TEST(Learn, EveryRateAndEvenImagesWithoutContrastGiveAValidRecipe)
             settings.falseRate = rate;
             const LearnResult learnt = LearnRecipe(set, settings, 1);
             EXPECT_THAT(CheckRecipe(learnt.recipe), IsEmpty()) << set[0].name << ' ' << rate;
+            const auto warning = Contains(HasSubstr("There is little to see in constant"));
+            if (set[0].name == "constant")
+                EXPECT_THAT(learnt.warnings, warning);
+            else
+                EXPECT_THAT(learnt.warnings, testing::Not(warning));
         }
 }
 
