@@ -2,6 +2,7 @@
 // Exit codes of the program and how problems reach the terminal.
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
@@ -29,7 +30,7 @@ const std::vector<std::pair<int, std::string>>& ExitCodes();
 /// The codes, for the end of --help.
 std::string DescribeExitCodes();
 
-/// Runs a step, and keeps the problems that it throws with the others. @return whether it threw none
+/// Runs a step, and keeps the problems that it throws with the others, each once. @return whether it threw none
 template <typename Step>
 bool CollectProblems(std::vector<Problem>& found, Step&& step)
 {
@@ -40,7 +41,9 @@ bool CollectProblems(std::vector<Problem>& found, Step&& step)
     }
     catch (const HostError& error)
     {
-        found.insert(found.end(), error.Problems().begin(), error.Problems().end());
+        for (const Problem& problem : error.Problems())
+            if (std::find(found.begin(), found.end(), problem) == found.end())
+                found.push_back(problem);
         return false;
     }
 }

@@ -149,6 +149,8 @@ TEST(NarvoImages, WrongOptionsAreNamedWithWhatIsAllowed)
     EXPECT_THAT(refusal({"--channel", "uv"}), HasSubstr("--channel: uv; allowed: auto, luma, red, green, blue or "));
     EXPECT_THAT(refusal({"--levels", "9"}), HasSubstr("--levels: 9; allowed: LOW:HIGH"));
     EXPECT_THAT(refusal({"--levels", "9:9"}), HasSubstr("--levels: 9:9; allowed: LOW:HIGH"));
+    const std::string once = refusal({"--levels", "9:9"});
+    EXPECT_EQ(std::count(once.begin(), once.end(), '\n'), 1) << once;
     EXPECT_THAT(refusal({"--levels", "0:2000000"}), HasSubstr("image.levels.high: 2000000; allowed: whole number, "));
     EXPECT_THAT(refusal({"--weights", "1,2"}), HasSubstr("--weights: 1,2; allowed: RED,GREEN,BLUE"));
     EXPECT_THAT(refusal({"--weights", "1,2,300"}), HasSubstr("image.weights.blue: 300; allowed: -100 to 100"));
