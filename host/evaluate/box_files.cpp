@@ -136,14 +136,6 @@ std::string ShownValue(const json& value)
     return text.size() > nLongest ? text.substr(0, nLongest) + "..." : text;
 }
 
-/// Without what is nested more deeply than anything in COCO's form, since each level takes room on the stack.
-json ParseShallow(const std::string& text)
-{
-    constexpr int nDeepest = 8;
-    return json::parse(
-        text, [](int depth, json::parse_event_t, const json&) { return depth <= nDeepest; }, false);
-}
-
 /// The whole number by which COCO's lists refer to each other. @throws HostError
 std::int64_t IdOf(const json& object, const char* key, const std::string& place)
 {
@@ -277,18 +269,14 @@ std::vector<TrueBox> ReadVocBoxes(const std::filesystem::path& file, std::string
     return boxes;
 }
 
-bool IsCocoFile(const std::filesystem::path& file)
-{
-    const json document = ParseShallow(TextOf(file));
-    return document.is_object() && document.contains("images") && document.contains("annotations");
-}
-
-std::map<std::string, std::vector<TrueBox>> ReadCocoBoxes(const std::filesystem::path& file)
+std::optional<std::map<std::string, std::vector<TrueBox>>> ReadCocoBoxes(const std::filesystem::path& file)
 {
     const std::string name = "boxes " + file.string();
-    const json document = ParseShallow(TextOf(file));
+    const json document = json::parse(TextOf(file), nullptr, false);
+    if (!document.is_object() || !document.contains("images") || !document.contains("annotations"))
+        return std::nullopt;
     for (const char* list : {"images", "annotations"})
-        if (!document.is_object() || !document.contains(list) || !document[list].is_array())
+        if (!document[list].is_array())
             RefuseBoxes(name, "no list " + std::string(list), "COCO's object with images and annotations");
     std::map<std::int64_t, std::string> kinds;
     if (document.contains("categories") && document["categories"].is_array())
@@ -312,7 +300,9 @@ std::map<std::string, std::vector<TrueBox>> ReadCocoBoxes(const std::filesystem:
         const auto image = images.find(IdOf(annotation, "image_id", place));
         if (image == images.end())
             RefuseBoxes(place + ".image_id", ShownValue(annotation["image_id"]), "the id of an image");
-        const json& sides = annotation.contains("bbox") ? annotation["bbox"] : json();
+        static const json missing;
+        const auto bounds = annotation.find("bbox");
+        const json& sides = bounds != annotation.end() ? *bounds : missing; // no copy: copies of deep values recurse
         TrueBox box;
         if (sides.is_array() && sides.size() == 4 &&
             std::all_of(sides.begin(), sides.end(), [](const json& side) { return side.is_number(); }))

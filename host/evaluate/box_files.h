@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -30,10 +31,8 @@ std::vector<std::string> ReadClassNames(const std::filesystem::path& file);
 /// @throws HostError where an object has no name or no box
 std::vector<TrueBox> ReadVocBoxes(const std::filesystem::path& file, std::string& image);
 
-/// Boxes by the image's file name, from a COCO file; images without annotations have none. @throws HostError
-std::map<std::string, std::vector<TrueBox>> ReadCocoBoxes(const std::filesystem::path& file);
-
-/// Whether a JSON file is COCO's: an object with images and annotations.
-bool IsCocoFile(const std::filesystem::path& file);
+/// Boxes by the image's file name, from a COCO file; images without annotations have none. @return nothing for another
+/// file than an object with images and annotations @throws HostError
+std::optional<std::map<std::string, std::vector<TrueBox>>> ReadCocoBoxes(const std::filesystem::path& file);
 
 } // namespace narvo

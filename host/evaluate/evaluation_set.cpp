@@ -196,7 +196,7 @@ private:
     {
         for (const fs::path& folder : LabelFolders())
             for (const fs::path& file : FilesIn(folder))
-                if (LowerEnding(file) == ".json" && IsCocoFile(file))
+                if (LowerEnding(file) == ".json")
                     AddCoco(file);
         m_set.layout = "boxes as COCO";
         return !m_set.images.empty() || !m_found.empty();
@@ -207,7 +207,10 @@ private:
         Try(
             [&]
             {
-                for (auto& [name, boxes] : ReadCocoBoxes(annotations))
+                auto coco = ReadCocoBoxes(annotations);
+                if (!coco)
+                    return;
+                for (auto& [name, boxes] : *coco)
                 {
                     std::error_code error;
                     const auto folders = ImageFolders();
