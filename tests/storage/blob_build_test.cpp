@@ -101,6 +101,85 @@ TEST(BlobBuild, TheWalkEndsAtTheFirstUnclaimedPairOfTheTypePastTheLookAhead)
     EXPECT_EQ(store.pPairLabel[4], 4) << "neither 0 nor 2 gets past pair 3";
 }
 
+// Long lists are searched by an index that leaves lone pairs out.
+void AddLonePairs(CSampleStore& store, int nCount, int nFirstRow)
+{
+    for (int i = 0; i < nCount; ++i)
+        AddPair(store, MakePair(20 + 40 * (i % 50), nFirstRow + 40 * (i / 50)));
+}
+
+TEST(BlobBuild, ALonePairEndsTheVerticalWalksOfOthers)
+{
+    for (const int nColumn : {29, 30})
+    {
+        CSampleStore store(1100, 1100);
+        AddPair(store, MakePair(13, 100));
+        AddPair(store, MakePair(nColumn, 5)); // the look-ahead of the first pair reaches column 29
+        AddPair(store, MakePair(16, 101));
+        AddLonePairs(store, 1000, 400);
+        store.BlobDefectVert_NonFilter();
+        EXPECT_EQ(store.pPairLabel[2], nColumn == 29 ? 0 : 2) << nColumn;
+        EXPECT_EQ(store.nBlobCount, nColumn == 29 ? 1002 : 1003) << nColumn;
+    }
+}
+
+TEST(BlobBuild, ALonePairOfAnotherTypeOrRemovedEndsNoWalk)
+{
+    for (const int nType : {DefectType_Bright, DefectType_Removed})
+    {
+        CSampleStore store(1100, 1100);
+        AddPair(store, MakePair(13, 100));
+        AddPair(store, MakePair(30, 5, nType));
+        AddPair(store, MakePair(16, 101));
+        AddLonePairs(store, 1000, 400);
+        store.BlobDefectVert_NonFilter();
+        EXPECT_EQ(store.pPairLabel[2], 0) << nType;
+    }
+}
+
+TEST(BlobBuild, ALonePairEndsTheHorizontalWalksOfOthers)
+{
+    for (const int nRow : {101, 102})
+    {
+        CSampleStore store(1100, 1100);
+        AddPair(store, MakePair(10, 100));
+        AddPair(store, MakePair(500, nRow));
+        AddPair(store, MakePair(11, 101));
+        AddLonePairs(store, 1000, 400);
+        store.BlobDefect_NonFilter();
+        EXPECT_EQ(store.pPairLabel[2], nRow == 101 ? 0 : 2) << nRow;
+    }
+}
+
+TEST(BlobBuild, OutOfOrderAHorizontalWalkClaimsRowsFarAbove)
+{
+    CSampleStore store(1100, 1100);
+    AddPair(store, MakePair(10, 300));
+    AddPair(store, MakePair(11, 7));
+    AddLonePairs(store, 1000, 400);
+    store.BlobDefect_NonFilter();
+    EXPECT_EQ(store.pPairLabel[1], 0);
+    EXPECT_EQ(store.nBlobCount, 1001);
+}
+
+TEST(BlobBuild, PairsAtTheReachOfTheVerticalWindowAreFoundAcrossAllCells)
+{
+    // A pair at every place of a cell of 8 by 8, each with one at the window's corner, far from all others.
+    for (const int nReach : {3, 4})
+    {
+        CSampleStore store(1100, 1100);
+        for (int i = 0; i < 512; ++i)
+        {
+            const CPoint pt(64 + i / 16 * 57, 64 + i % 16 * 57);
+            AddPair(store, MakePair(pt.x, pt.y));
+            AddPair(store, MakePair(pt.x + (i % 2 == 0 ? nReach : -nReach), pt.y + (i % 4 < 2 ? nReach : -nReach)));
+        }
+        store.BlobDefectVert_NonFilter();
+        for (int i = 0; i < 512; ++i)
+            ASSERT_EQ(store.pPairLinked[2 * i + 1], nReach == 3 ? 1 : 0) << "pair " << i << " at reach " << nReach;
+    }
+}
+
 TEST(BlobBuild, PairsOfZoneZeroAreNeverDropped)
 {
     CSampleStore store;

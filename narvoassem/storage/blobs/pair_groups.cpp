@@ -9,6 +9,8 @@
 #include <limits>
 #include <new>
 
+#include "narvoassem/storage/blobs/first_greater.h"
+#include "narvoassem/storage/blobs/place_counts.h"
 #include "narvoassem/storage/blobs/thread_scratch.h"
 
 namespace narvo::engine
@@ -21,6 +23,7 @@ constexpr int nPlainLimit = 256;        ///< up to this many pairs the plain wal
 constexpr int nIndexedTypes = 4;        ///< types 0 .. 3; hosts may write others, which are walked plainly
 constexpr std::int64_t nLookAhead = 16; ///< columns of the vertical window's look-ahead
 constexpr std::int64_t nVertReach = 3;
+static_assert(nVertReach <= CPlaceCounts::nLargestReach);
 
 struct SOffset
 {
@@ -85,87 +88,56 @@ void GroupPlainly(const SPairList& list, int nLow, int nHigh, bool bOutside)
     }
 }
 
-/// Finds, in a list of coordinates from which entries are removed, the first entry at or after a place that is greater
-/// than a limit: a binary tree of maxima, the list in its leaves.
-class CFirstGreater
+/// The pairs of a list that others of any type are near, or may be. The rest are lone: they claim nothing and are not
+/// claimed, but end the walks of others.
+struct SCrowdedPairs
 {
-public:
-    /// Words of memory for nCount entries.
-    static std::size_t GetWords(int nCount) { return 2 * std::bit_ceil(static_cast<std::size_t>(nCount)); }
+    int* pPairs; ///< list indices, ascending
+    int nCount;
 
-    CFirstGreater(int* pWords, int nCount)
-        : m_pMax(pWords), m_nCount(nCount), m_nLeaves(std::bit_ceil(static_cast<unsigned>(nCount)))
+    /// Words of memory that finding them takes, besides their own.
+    static std::size_t GetWords(int nCount) { return CPlaceCounts::GetWords(nCount); }
+
+    SCrowdedPairs(const SPairList& list, int* pFound, int* pWords) : pPairs(pFound), nCount(0)
     {
-        std::fill(m_pMax + m_nLeaves + m_nCount, m_pMax + 2 * m_nLeaves, nOut);
-    }
-    void Set(int nEntry, int nValue) { m_pMax[m_nLeaves + static_cast<unsigned>(nEntry)] = nValue; }
-    /// To be called when all entries are set.
-    void Finish()
-    {
-        for (unsigned nNode = m_nLeaves - 1; nNode > 0; --nNode)
-            m_pMax[nNode] = std::max(m_pMax[2 * nNode], m_pMax[2 * nNode + 1]);
-    }
-    void TakeOut(int nEntry)
-    {
-        unsigned nNode = m_nLeaves + static_cast<unsigned>(nEntry);
-        m_pMax[nNode] = nOut;
-        for (nNode /= 2; nNode > 0; nNode /= 2)
+        const bool bHorizontal = list.eWindow == EGroupWindow::Horizontal;
+        CPlaceCounts counts(pWords, list.nCount);
+        bool bOrdered = true; // out of order, a horizontal walk also claims pairs of rows far above
+        int nLastRow = std::numeric_limits<int>::min();
+        for (int i = 0; i < list.nCount; ++i)
         {
-            const int nMax = std::max(m_pMax[2 * nNode], m_pMax[2 * nNode + 1]);
-            if (m_pMax[nNode] == nMax)
-                return;
-            m_pMax[nNode] = nMax;
+            if (list.pPairs[i].nDefectType == DefectType_Removed)
+                continue;
+            const CPoint& pt = list.pPairs[i].ptDefect;
+            counts.Add(pt);
+            bOrdered = bOrdered && nLastRow <= pt.y;
+            nLastRow = pt.y;
+        }
+        const bool bAll = bHorizontal && !bOrdered;
+        for (int i = 0; i < list.nCount; ++i)
+        {
+            pPairs[nCount] = i;
+            nCount += static_cast<int>(bAll || !counts.IsLone(list.pPairs[i].ptDefect, nVertReach));
         }
     }
-    /// The entry, or the number of entries if there is none. nLimit is above the lowest int.
-    int Find(int nFrom, std::int64_t nLimit) const
-    {
-        if (nFrom >= m_nCount)
-            return m_nCount;
-        unsigned nNode = m_nLeaves + static_cast<unsigned>(nFrom);
-        while (m_pMax[nNode] <= nLimit)
-        {
-            while ((nNode & 1U) != 0)
-                nNode /= 2;
-            if (nNode == 0)
-                return m_nCount;
-            ++nNode;
-        }
-        while (nNode < m_nLeaves)
-        {
-            nNode *= 2;
-            if (m_pMax[nNode] <= nLimit)
-                ++nNode;
-        }
-        return static_cast<int>(nNode - m_nLeaves);
-    }
-
-private:
-    static constexpr int nOut = std::numeric_limits<int>::min(); ///< below every limit asked for
-
-    int* m_pMax;
-    int m_nCount;
-    unsigned m_nLeaves;
 };
 
-/// The walk over the pairs of one type. Unclaimed pairs are in buckets by place, in list order: by
+/// The walk over the pairs of one type. Unclaimed crowded pairs are in buckets by place, in list order: by
 /// cell for the vertical window, by column for the horizontal one. A claimed pair leaves its bucket.
 template <EGroupWindow kWindow>
 class CGroupIndex
 {
 public:
-    /// Members are the list's pairs of the type, in list order. @return false when memory ran out
-    static bool Group(const SPairList& list, int nType, int nMembers)
+    /// Words of memory for a list of nCount pairs.
+    static std::size_t GetWords(int nCount)
     {
-        const std::size_t nBuckets = std::bit_ceil(static_cast<std::size_t>(nMembers) * 2);
-        const auto nCount = static_cast<std::size_t>(nMembers);
-        int* pWords = GetThreadScratch(nCount * nMemberWords + nBuckets + CFirstGreater::GetWords(nMembers));
-        if (pWords == nullptr)
-            return false;
-        CGroupIndex index(list, nType, nMembers, pWords, nBuckets);
-        for (int i = 0; i < nMembers; ++i)
+        return static_cast<std::size_t>(nCount) * nMemberWords + GetBuckets(nCount) + CFirstGreater::GetWords(nCount);
+    }
+    static void Group(const SPairList& list, const SCrowdedPairs& crowded, int nType, int* pWords)
+    {
+        CGroupIndex index(list, crowded, nType, pWords);
+        for (int i = 0; i < index.m_nMembers; ++i)
             index.Claim(i);
-        return true;
     }
 
 private:
@@ -182,24 +154,35 @@ private:
     };
     static constexpr std::size_t nMemberWords = sizeof(SMember) / sizeof(int);
 
-    CGroupIndex(const SPairList& list, int nType, int nMembers, int* pWords, std::size_t nBuckets)
-        : m_list(list), m_nBucketMask(nBuckets - 1), m_pMember(reinterpret_cast<SMember*>(pWords)),
-          m_pHead(pWords + static_cast<std::size_t>(nMembers) * nMemberWords), m_ends(m_pHead + nBuckets, nMembers)
+    static std::size_t GetBuckets(int nMembers) { return std::bit_ceil(static_cast<std::size_t>(nMembers) * 2); }
+
+    CGroupIndex(const SPairList& list, const SCrowdedPairs& crowded, int nType, int* pWords)
+        : m_list(list), m_pMember(reinterpret_cast<SMember*>(pWords)),
+          m_ends(pWords + static_cast<std::size_t>(list.nCount) * nMemberWords, list.nCount),
+          m_pHead(pWords + static_cast<std::size_t>(list.nCount) * nMemberWords + CFirstGreater::GetWords(list.nCount))
     {
-        int nMember = 0;
-        for (int i = 0; i < list.nCount; ++i)
+        for (int i = 0; i < crowded.nCount; ++i)
         {
-            if (list.pPairs[i].nDefectType == nType)
-                new (&m_pMember[nMember++]) SMember{list.pPairs[i].ptDefect, i, -1};
+            const CDefectPair& pair = list.pPairs[crowded.pPairs[i]];
+            if (pair.nDefectType == nType)
+                new (&m_pMember[m_nMembers++]) SMember{pair.ptDefect, crowded.pPairs[i], -1};
         }
+        if (m_nMembers == 0)
+            return;
+        const std::size_t nBuckets = GetBuckets(m_nMembers);
+        m_nBucketMask = nBuckets - 1;
         std::fill_n(m_pHead, nBuckets, -1);
-        for (int i = nMembers - 1; i >= 0; --i)
+        for (int i = m_nMembers - 1; i >= 0; --i)
         {
             const CPoint& pt = m_pMember[i].pt;
             int& nHead = m_pHead[kVertical ? GetBucket(pt.x >> nCellShiftX, pt.y >> nCellShiftY) : GetBucket(0, pt.x)];
             m_pMember[i].nNext = nHead;
             nHead = i;
-            m_ends.Set(i, kVertical ? pt.x : pt.y);
+        }
+        for (int i = 0; i < list.nCount; ++i)
+        {
+            const CPoint& pt = list.pPairs[i].ptDefect;
+            m_ends.Set(i, list.pPairs[i].nDefectType == nType ? (kVertical ? pt.x : pt.y) : CFirstGreater::nOut);
         }
         m_ends.Finish();
     }
@@ -231,9 +214,9 @@ private:
         int nFinder;
         std::int64_t x;
         std::int64_t y;
-        std::int64_t nLimit; ///< the walk ends at the first unclaimed member whose ending coordinate is beyond
-        int nSafeEnd;        ///< the walk reaches at least this far
-        int nEnd;            ///< the member at which it ends, once that is known
+        std::int64_t nLimit; ///< the walk ends at the first unclaimed pair whose ending coordinate is beyond
+        int nSafeEnd;        ///< the walk reaches at least this pair of the list
+        int nEnd;            ///< the pair at which it ends, once that is known
     };
 
     void ClaimInBucket(SWalk& walk, std::size_t nBucket)
@@ -250,20 +233,20 @@ private:
                 pLink = &member.nNext;
                 continue;
             }
-            if (nFound >= walk.nSafeEnd)
+            if (member.nPair >= walk.nSafeEnd)
             {
                 if (walk.nEnd == nUnknownEnd)
-                    walk.nEnd = m_ends.Find(walk.nFinder + 1, walk.nLimit);
-                if (nFound >= walk.nEnd)
+                    walk.nEnd = m_ends.Find(m_pMember[walk.nFinder].nPair + 1, walk.nLimit);
+                if (member.nPair >= walk.nEnd)
                     return; // so are all after it
             }
             m_list.Link(m_pMember[walk.nFinder].nPair, member.nPair);
-            m_ends.TakeOut(nFound);
+            m_ends.TakeOut(member.nPair);
             *pLink = member.nNext;
         }
     }
 
-    /// How far a walk reaches at least: as far as the first member reached from the finder's strip (vertical) or row
+    /// How far a walk reaches at least: as far as the first pair reached from the finder's strip (vertical) or row
     /// on whose coordinate ends the walk of any pair of that strip or row. Asked once for each: pairs that are claimed
     /// meanwhile only make walks longer.
     int GetSafeEnd(int nFinder)
@@ -275,7 +258,7 @@ private:
             const std::int64_t nLeast =
                 kVertical ? (std::int64_t{nGroup} << nStripShift) + nLookAhead : std::int64_t{nGroup} + 1;
             m_nSafeGroup = nGroup;
-            m_nSafeEnd = m_ends.Find(nFinder + 1, nLeast);
+            m_nSafeEnd = m_ends.Find(m_pMember[nFinder].nPair + 1, nLeast);
         }
         return m_nSafeEnd;
     }
@@ -290,22 +273,35 @@ private:
     static constexpr int nUnknownEnd = -1;
 
     const SPairList& m_list;
-    std::size_t m_nBucketMask;
     SMember* m_pMember;
+    int m_nMembers = 0;
+    CFirstGreater m_ends; ///< coordinate that ends walks, of the unclaimed pairs, lone ones included
     int* m_pHead;         ///< the first member of each bucket
-    CFirstGreater m_ends; ///< coordinate that ends walks, of the unclaimed members
+    std::size_t m_nBucketMask = 0;
     int m_nSafeGroup = 0; ///< strip or row of the last finder
     int m_nSafeEnd = nUnknownEnd;
 };
 
 template <EGroupWindow kWindow>
-void GroupIndexed(const SPairList& list, const int* pMembers)
+bool GroupIndexed(const SPairList& list)
 {
+    const std::size_t nWords =
+        std::max(SCrowdedPairs::GetWords(list.nCount), CGroupIndex<kWindow>::GetWords(list.nCount));
+    int* pWords = GetThreadScratch(static_cast<std::size_t>(list.nCount) + nWords);
+    if (pWords == nullptr)
+        return false;
+    const SCrowdedPairs crowded(list, pWords, pWords + list.nCount);
     for (int nType = 0; nType < nIndexedTypes; ++nType)
-    {
-        if (pMembers[nType] > 1 && !CGroupIndex<kWindow>::Group(list, nType, pMembers[nType]))
-            GroupPlainly(list, nType, nType, false);
-    }
+        CGroupIndex<kWindow>::Group(list, crowded, nType, pWords + list.nCount);
+    const bool bOthers = std::any_of(crowded.pPairs, crowded.pPairs + crowded.nCount,
+                                     [&list](int nPair)
+                                     {
+                                         const int nType = list.pPairs[nPair].nDefectType;
+                                         return nType != DefectType_Removed && (nType < 0 || nType >= nIndexedTypes);
+                                     });
+    if (bOthers)
+        GroupPlainly(list, 0, nIndexedTypes - 1, true);
+    return true;
 }
 
 } // namespace
@@ -313,27 +309,13 @@ void GroupIndexed(const SPairList& list, const int* pMembers)
 void GroupPairs(EGroupWindow eWindow, const CDefectPair* pPairs, int nCount, int* pLabel, int* pLinked)
 {
     const SPairList list{eWindow, pPairs, nCount, pLabel, pLinked};
-    if (nCount <= nPlainLimit)
+    const auto isIndexed = [&list]
     {
+        return list.eWindow == EGroupWindow::Vertical ? GroupIndexed<EGroupWindow::Vertical>(list)
+                                                      : GroupIndexed<EGroupWindow::Horizontal>(list);
+    };
+    if (nCount <= nPlainLimit || !isIndexed())
         GroupPlainly(list, 1, 0, true);
-        return;
-    }
-    int nMembers[nIndexedTypes] = {};
-    bool bOthers = false;
-    for (int i = 0; i < nCount; ++i)
-    {
-        const int nType = pPairs[i].nDefectType;
-        if (nType >= 0 && nType < nIndexedTypes)
-            ++nMembers[nType];
-        else
-            bOthers = bOthers || nType != DefectType_Removed;
-    }
-    if (eWindow == EGroupWindow::Vertical)
-        GroupIndexed<EGroupWindow::Vertical>(list, nMembers);
-    else
-        GroupIndexed<EGroupWindow::Horizontal>(list, nMembers);
-    if (bOthers)
-        GroupPlainly(list, 0, nIndexedTypes - 1, true);
 }
 
 } // namespace narvo::engine
