@@ -36,6 +36,13 @@ public:
         return m_pImage[NearestAddress(x, y, m_nPitch, m_nHeight, m_nLast)];
     }
 
+    /// Fetches into the caches what a later Read of the place needs.
+    void Prefetch(std::int64_t x, std::int64_t y) const
+    {
+        if (m_nLast >= 0)
+            __builtin_prefetch(m_pImage + NearestAddress(x, y, m_nPitch, m_nHeight, m_nLast));
+    }
+
 private:
     CPixelReader(const unsigned char* pImage, int nPitch, int nWidth, int nHeight)
         : m_pImage(pImage), m_nPitch(nPitch), m_nHeight(nHeight), m_nLast(-1)

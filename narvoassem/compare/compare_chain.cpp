@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "narvoassem/storage/blobs/blob_tidy.h"
+
 namespace narvo::engine
 {
 
@@ -39,7 +41,7 @@ void BuildBlobs(CBlobStorage& store, const CBlobSteps& steps)
 
 void MergeBlobs(CBlobStorage& store, int nFirstBlob)
 {
-    store.MergeDivision(nFirstBlob, store.ConvParam.nMergeDivision);
+    MergeNear(store, nFirstBlob, store.ConvParam.nMergeDivision);
 }
 
 void RemoveGhosts(CBlobStorage& store, const CBlobSteps& steps, int nFirstBlob)

@@ -31,8 +31,9 @@ enum class EOrder
 struct SCase
 {
     int nPairs = 0;
-    int nExtent = 0;   ///< side of the square that the pairs lie in
-    int nClusters = 0; ///< 0: scattered
+    int nExtent = 0;    ///< side of the square that the pairs lie in
+    int nClusters = 0;  ///< 0: scattered
+    int nScattered = 0; ///< of a hundred pairs, beside the clusters
     int nRadius = 1;
     EOrder eOrder = EOrder::ByRow;
     int nTypes = 2;
@@ -53,6 +54,7 @@ public:
         const int extents[] = {20, 60, 200, 700, 3000, 12000};
         what.nExtent = extents[Draw(0, 5)];
         what.nClusters = Draw(0, 1) * Draw(1, 12);
+        what.nScattered = Draw(0, 1) * Draw(0, 99);
         what.nRadius = Draw(1, 40);
         what.eOrder = static_cast<EOrder>(Draw(0, 4));
         what.nTypes = Draw(1, 7);
@@ -69,7 +71,7 @@ public:
         for (CDefectPair& pair : pairs)
         {
             CPoint pt(Draw(0, what.nExtent), Draw(0, what.nExtent));
-            if (!centres.empty())
+            if (!centres.empty() && Draw(0, 99) >= what.nScattered)
             {
                 const CPoint& centre = centres[static_cast<std::size_t>(Draw(0, what.nClusters - 1))];
                 pt = CPoint(centre.x + Draw(-what.nRadius, what.nRadius), centre.y + Draw(-what.nRadius, what.nRadius));
@@ -216,6 +218,24 @@ TEST(BlobReference, LongRandomListsGiveTheBlobsOfThePlainWalks)
         SCOPED_TRACE(testing::Message() << "case " << i);
         ASSERT_NO_FATAL_FAILURE(RunCase(lists, 6000));
     }
+}
+
+TEST(BlobReference, PixelsBeyondTheFirstExtremePointsGiveTheBlobsOfThePlainWalks)
+{
+    std::vector<CDefectPair> pairs;
+    for (const int y : {-2, -1, 0, 5, 32758, 32759, 32760, 32761, 40000})
+        for (const int x : {-40000, -1, 0, 5, 32758, 32759, 32760, 32761, 40000})
+            pairs.push_back(narvo::test::MakePair(x, y, static_cast<int>(pairs.size() % 2)));
+    narvo::test::CSampleStore store(200, 200);
+    store.ConvParam.dPixelSizeX = 3.5;
+    store.ConvParam.nMultiType = 2;
+    for (const CDefectPair& pair : pairs)
+        narvo::test::AddPair(store, pair);
+    store.BlobDefect_NonFilter();
+    CBlobReference reference;
+    reference.nBlobSize = store.nBlobSize;
+    reference.Build(pairs, EWindow::Horizontal, store.ConvParam);
+    ExpectSameBlobs(reference, store, "build");
 }
 
 TEST(BlobReference, ManyOverlappingBlobsMergeAsInThePlainWalk)

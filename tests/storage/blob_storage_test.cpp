@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The blob store: sizes, resets, gathering.
 #include <climits>
+#include <cstddef>
+#include <cstring>
 
 #include <gtest/gtest.h>
 
@@ -60,6 +62,31 @@ TEST(BlobStorage, ResetClearsTheCountersAndTheBlobsInUse)
               0);
     store.TotalResetBlobStorage();
     EXPECT_EQ(store.pBlob[1].nPairCount, 0);
+}
+
+TEST(BlobStorage, ResetGivesEveryBlobInUseTheFieldsOfANewOne)
+{
+    constexpr int nUsed = 77;
+    CSampleStore store(4, nUsed + 1);
+    const CDefectBlob fresh;
+    const CDefectBlob used = MakeBlob(CRect(1, 1, 2, 2));
+    for (int i = 0; i <= nUsed; ++i)
+    {
+        store.pBlob[i] = used;
+        store.pBlob[i].nSumThreshold = 9;
+        store.pBlob[i].dAngle = 1.5;
+        store.pBlob[i].nZoneSumPeak[15] = 3;
+    }
+    store.nBlobCount = nUsed;
+    store.ResetBlobStorage();
+    for (int i = 0; i < nUsed; ++i)
+    {
+        // In two parts: between them is padding.
+        ASSERT_EQ(std::memcmp(&store.pBlob[i], &fresh, offsetof(CDefectBlob, ptExtreme) + sizeof fresh.ptExtreme), 0);
+        ASSERT_EQ(std::memcmp(&store.pBlob[i].dAngle, &fresh.dAngle, 5 * sizeof fresh.dAngle), 0);
+    }
+    EXPECT_EQ(store.pBlob[nUsed].nSumThreshold, 9);
+    EXPECT_EQ(store.pBlob[nUsed].dAngle, 1.5);
 }
 
 TEST(BlobStorage, FillingTheLastPlaceStoresTheBlobAndReportsZero)

@@ -12,6 +12,7 @@
 #include "narvoassem/storage/blobs/pair_groups.h"
 #include "narvoassem/storage/filters/filter_walk.h"
 #include "narvoassem/storage/filters/pitch_verify.h"
+#include "narvoassem/storage/stores/blob_record.h"
 #include "narvoassem/storage/stores/pair_capacity.h"
 #include "narvoassem/storage/stores/store_memory.h"
 
@@ -22,6 +23,65 @@ namespace narvo::engine
 
 namespace
 {
+
+void CloseBlob(const CBlobStorage& store, CDefectBlob& blob)
+{
+    if (blob.nPairCount < 1)
+    {
+        blob.bRemoved = 1;
+        return;
+    }
+    blob.ptCenter = CPoint(blob.ptCenter.x / blob.nPairCount, blob.ptCenter.y / blob.nPairCount);
+    blob.nAvgSrcGray = LowShort(blob.nSumSrcGray / blob.nPairCount);
+    blob.nAvgCmpGray = LowShort(blob.nSumCmpGray / blob.nPairCount);
+    blob.nAvgDiff = LowShort(blob.nSumDiff / blob.nPairCount);
+    blob.nAvgThreshold = LowShort(blob.nSumThreshold / blob.nPairCount);
+    blob.nMultiType = store.ConvParam.nMultiType;
+    blob.nRScale = store.CalcRScale(blob.ptExtreme);
+    blob.CalcExtraFeature();
+}
+
+constexpr int nOpenAhead = 4; ///< records that are on their way from memory while one is written
+static_assert(nOpenAhead <= nSpareEntries);
+
+/// Makes closed blobs of one pair. Most blobs are that, and their size and shape are the same wherever they lie.
+class COnePixelBlob
+{
+public:
+    void Init(const CBlobStorage& store)
+    {
+        m_pStore = &store;
+        CDefectPair pair;
+        pair.nZoneIndex = pair.nSubZone = CDefectBlob::nZoneLimit; // counted nowhere
+        m_blob.CreateBlob(&pair, 0);
+        CloseBlob(store, m_blob);
+    }
+
+    void Make(CDefectBlob& blob, const CDefectPair& pair, int nId) const
+    {
+        const CPoint& pt = pair.ptDefect;
+        if (pt.x < 0 || pt.x >= nFarExtreme || pt.y < 0 || pt.y >= nFarExtreme)
+        {
+            // Here the pixel does not replace all of the extreme points that a record starts from.
+            blob.CreateBlob(&pair, nId);
+            CloseBlob(*m_pStore, blob);
+            return;
+        }
+        CopyRecords(&blob, &m_blob, 1);
+        blob.rtDefect.OffsetRect(pt.x, pt.y);
+        for (CPoint& ptExtreme : blob.ptExtreme)
+            ptExtreme = CPoint(ptExtreme.x + pt.x, ptExtreme.y + pt.y);
+        StartStatistics(blob, pair, nId);
+        blob.nAvgSrcGray = blob.nMaxSrcGray;
+        blob.nAvgCmpGray = blob.nMaxCmpGray;
+        blob.nAvgDiff = blob.nMaxDiff;
+        blob.nAvgThreshold = blob.nMaxThreshold;
+    }
+
+private:
+    const CBlobStorage* m_pStore = nullptr;
+    CDefectBlob m_blob; ///< that of the pixel (0, 0)
+};
 
 class CBlobBuild
 {
@@ -47,6 +107,7 @@ public:
         GroupPairs(eWindow, m_pPairs, m_nCount, m_store.pPairLabel, m_store.pPairLinked);
         const int nFirstBlob = m_store.nBlobCount;
         m_search.Init(m_store.pBlob, nFirstBlob, m_nCount);
+        m_onePixel.Init(m_store);
         for (int i = 0; i < m_nCount; ++i)
         {
             CDefectPair& pair = m_pPairs[i];
@@ -59,7 +120,10 @@ public:
                 Open(pair, nLabel);
         }
         for (int i = nFirstBlob; i < m_store.nBlobCount; ++i)
-            Close(m_store.pBlob[i]);
+        {
+            if (m_store.pBlob[i].nPairCount != 1)
+                CloseBlob(m_store, m_store.pBlob[i]);
+        }
     }
 
 private:
@@ -86,7 +150,8 @@ private:
         if (!Joins(pair))
             return;
         m_store.pLabelOpened[nLabel] = 1;
-        m_store.pBlob[m_store.nBlobCount].CreateBlob(&pair, nLabel);
+        PrefetchRecord(m_store.pBlob + m_store.nBlobCount + nOpenAhead);
+        m_onePixel.Make(m_store.pBlob[m_store.nBlobCount], pair, nLabel);
         m_search.NoteOpened(nLabel, m_store.nBlobCount);
         ++m_store.nBlobCount;
     }
@@ -116,29 +181,13 @@ private:
         return WrapSub(pair.nSrcGray, pair.nCmpGray) >= nBrightLimit;
     }
 
-    void Close(CDefectBlob& blob) const
-    {
-        if (blob.nPairCount < 1)
-        {
-            blob.bRemoved = 1;
-            return;
-        }
-        blob.ptCenter = CPoint(blob.ptCenter.x / blob.nPairCount, blob.ptCenter.y / blob.nPairCount);
-        blob.nAvgSrcGray = LowShort(blob.nSumSrcGray / blob.nPairCount);
-        blob.nAvgCmpGray = LowShort(blob.nSumCmpGray / blob.nPairCount);
-        blob.nAvgDiff = LowShort(blob.nSumDiff / blob.nPairCount);
-        blob.nAvgThreshold = LowShort(blob.nSumThreshold / blob.nPairCount);
-        blob.nMultiType = m_store.ConvParam.nMultiType;
-        blob.nRScale = m_store.CalcRScale(blob.ptExtreme);
-        blob.CalcExtraFeature();
-    }
-
     CBlobStorage& m_store;
     CDefectPair* m_pPairs;
     int m_nCount;
     bool m_bVerify;
     CPitchVerifier m_verifier;
     CLabelSearch m_search;
+    COnePixelBlob m_onePixel;
 };
 
 /// Pairs in use that the store has records for; 0 before the store has any.

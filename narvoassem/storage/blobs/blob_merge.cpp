@@ -28,13 +28,16 @@ bool IsWithin(const CRect& rtA, const CRect& rtB, std::int64_t nDist)
 void Merge(CBlobStorage& store, CDefectBlob& blob, CDefectBlob& absorbed)
 {
     blob.MergeBlob(absorbed);
+    blob.nRScale = store.CalcRScale(blob.ptExtreme);
     absorbed.bRemoved = 1;
     ++store.nMergedBlob;
 }
 
-void Finish(CBlobStorage& store, int nFirstBlob)
+/// The distance may depend on parameters that have changed since the blobs were closed.
+void CalcRScales(CBlobStorage& store, int nFirstBlob)
 {
-    CompactBlobs(store, nFirstBlob, [&store](CDefectBlob& blob) { blob.nRScale = store.CalcRScale(blob.ptExtreme); });
+    for (int i = nFirstBlob; i < store.nBlobCount; ++i)
+        store.pBlob[i].nRScale = store.CalcRScale(store.pBlob[i].ptExtreme);
 }
 
 /// Each blob in turn absorbs the later ones within the distance of its growing rectangle.
@@ -210,10 +213,16 @@ private:
 
 } // namespace narvo::engine
 
+void narvo::engine::MergeNear(CBlobStorage& store, int nFirstBlob, int nDist)
+{
+    CMergeWalk(store, nFirstBlob, nDist).Run();
+    CompactBlobs(store, nFirstBlob);
+}
+
 int CBlobStorage::MergeDivision(int nFirstBlob, int nDist)
 {
-    CMergeWalk(*this, nFirstBlob, nDist).Run();
-    Finish(*this, nFirstBlob);
+    MergeNear(*this, nFirstBlob, nDist);
+    CalcRScales(*this, nFirstBlob);
     return 1;
 }
 
@@ -233,6 +242,7 @@ int CBlobStorage::MergeMix(int nFirstBlob, int nDist)
                 Merge(*this, pBlob[i], pBlob[j]);
         }
     }
-    Finish(*this, nFirstBlob);
+    CompactBlobs(*this, nFirstBlob);
+    CalcRScales(*this, nFirstBlob);
     return 1;
 }

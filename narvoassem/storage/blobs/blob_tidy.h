@@ -7,28 +7,10 @@
 namespace narvo::engine
 {
 
-/// Drops the blobs marked bRemoved from nFirstBlob on; the order of the others is kept. fnKept(blob) is called for each
-/// of them in its final place.
-template <class TKept>
-void CompactBlobs(CBlobStorage& store, int nFirstBlob, TKept fnKept)
-{
-    if (nFirstBlob >= store.nBlobCount)
-        return;
-    int nNext = nFirstBlob;
-    for (int i = nFirstBlob; i < store.nBlobCount; ++i)
-    {
-        if (store.pBlob[i].bRemoved != 0)
-            continue;
-        store.pBlob[nNext] = store.pBlob[i];
-        fnKept(store.pBlob[nNext]);
-        ++nNext;
-    }
-    store.nBlobCount = nNext;
-}
+/// Drops the blobs marked bRemoved from nFirstBlob on; the order of the others is kept.
+void CompactBlobs(CBlobStorage& store, int nFirstBlob);
 
-inline void CompactBlobs(CBlobStorage& store, int nFirstBlob)
-{
-    CompactBlobs(store, nFirstBlob, [](CDefectBlob&) {});
-}
+/// As CBlobStorage::MergeDivision for blobs whose diameters are up to date.
+void MergeNear(CBlobStorage& store, int nFirstBlob, int nDist);
 
 } // namespace narvo::engine

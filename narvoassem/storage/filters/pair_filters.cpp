@@ -176,8 +176,11 @@ void CPairStorage::CorrectDefGray()
     if (ConvParam.pImage == nullptr)
         return;
     const CPixelReader reader(ConvParam);
+    constexpr int nAhead = 16; // pairs lie far apart: each is a miss of its own
     for (int i = 0; i < nPairCount; ++i)
     {
+        if (i + nAhead < nPairCount)
+            reader.Prefetch(pPair[i + nAhead].ptDefect.x, pPair[i + nAhead].ptDefect.y);
         CDefectPair& pair = pPair[i];
         pair.nPeak = WrapSub(WrapAbs(WrapSub(pair.nSrcGray, pair.nCmpGray)), WrapAbs(pair.nThreshold));
         pair.nSrcGray = reader.Read(pair.ptDefect.x, pair.ptDefect.y);

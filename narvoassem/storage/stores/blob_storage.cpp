@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "narvoassem/base/memory_shortage.h"
+#include "narvoassem/storage/stores/blob_record.h"
 #include "narvoassem/storage/stores/store_memory.h"
 
 using namespace narvo::engine;
@@ -58,16 +59,14 @@ int CBlobStorage::InitBlobStorage(int nSize)
 void CBlobStorage::ResetBlobStorage()
 {
     ClearCounters(*this);
-    for (int i = 0; i < std::min(nBlobCapacity, nBlobCount); ++i)
-        pBlob[i].Reset();
+    ResetRecords(pBlob, std::min(nBlobCapacity, nBlobCount));
     nBlobCount = 0;
 }
 
 void CBlobStorage::TotalResetBlobStorage()
 {
     ClearCounters(*this);
-    for (int i = 0; i < nBlobSize; ++i)
-        pBlob[i].Reset();
+    ResetRecords(pBlob, nBlobSize);
     nBlobCount = 0;
 }
 

@@ -5,10 +5,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <new>
 #include <numbers>
 
 #include "narvoassem/base/wrap_int.h"
+#include "narvoassem/storage/stores/blob_record.h"
 #include "narvoassem/storage/stores/polar_angle.h"
 
 using namespace narvo::engine;
@@ -16,14 +16,8 @@ using namespace narvo::engine;
 namespace
 {
 
-constexpr int nFarExtreme = 32760; ///< extreme point that any pixel replaces
-constexpr int nNoMinimum = 2048;   ///< minimum that any grey value replaces
-constexpr int nNoZonePeak = 256;   ///< per-zone minimum where the zone has no pair
-
-bool IsZone(int nIndex)
-{
-    return nIndex >= 0 && nIndex < CDefectBlob::nZoneLimit;
-}
+constexpr int nNoMinimum = 2048; ///< minimum that any grey value replaces
+constexpr int nNoZonePeak = 256; ///< per-zone minimum where the zone has no pair
 
 /// Pair-weighted mean of two centres; nCount is the sum of both counts.
 int MergeCenter(int nOwn, int nOwnCount, int nOther, int nOtherCount, int nCount)
@@ -44,7 +38,7 @@ CDefectBlob& CDefectBlob::operator=(const CDefectBlob& other)
     if (this != &other)
     {
         const int nKeptSum = nSumThreshold;
-        new (this) CDefectBlob(other);
+        CopyRecords(this, &other, 1);
         nSumThreshold = nKeptSum;
     }
     return *this;
@@ -97,37 +91,7 @@ void CDefectBlob::CreateBlob(const CDefectPair* pPair, int nId)
     const CPoint& pt = pPair->ptDefect;
     ResetReuse();
     CheckDefectRect(pt.x, pt.y);
-    if (IsZone(pPair->nSubZone))
-        nSubZoneCount[pPair->nSubZone] = 1;
-
-    nDefectPos = pPair->nDefectPos;
-    nDefectPair = pPair->nDefectPair;
-    nDefectType = pPair->nDefectType;
-    nBlobId = nId;
-    nPairCount = 1;
-    nClass = -1;
-    ptCenter = ptPeak = ptMaxGray = pt;
-
-    nMaxThreshold = LowShort(pPair->nThreshold);
-    nSumThreshold = pPair->nThreshold;
-    nMaxSrcGray = nMinSrcGray = LowShort(pPair->nSrcGray);
-    nSumSrcGray = pPair->nSrcGray;
-    nMaxCmpGray = nMinCmpGray = LowShort(pPair->nCmpGray);
-    nSumCmpGray = pPair->nCmpGray;
-    nMaxPeak = LowShort(pPair->nPeak);
-    const int nDiff = WrapAdd(pPair->nPeak, nMaxThreshold);
-    nMaxDiff = nMinDiff = LowShort(nDiff);
-    nSumDiff = nDiff;
-
-    if (IsZone(pPair->nZoneIndex))
-    {
-        const int nZone = pPair->nZoneIndex;
-        nZoneCount[nZone] = 1;
-        nZoneSumPeak[nZone] = pPair->nPeak;
-        // The first peak of a zone is cut to 8 bits in the minimum too.
-        nZoneMaxPeak[nZone] = LowByte(pPair->nPeak);
-        nZoneMinPeak[nZone] = nZoneMaxPeak[nZone];
-    }
+    StartStatistics(*this, *pPair, nId);
 }
 
 void CDefectBlob::IncludePair(const CDefectPair* pPair)

@@ -110,16 +110,14 @@ int CPairStorage::InitPairStorage(int nSize)
 
 void CPairStorage::ResetPairStorage()
 {
-    for (int i = 0; i < std::min(nPairCapacity, nPairCount); ++i)
-        pPair[i].Reset();
+    std::fill_n(pPair, std::min(nPairCapacity, nPairCount), CDefectPair());
     nPairCount = 0;
 }
 
 void CPairStorage::TotalResetPairStorage()
 {
     nPairCount = 0;
-    for (int i = 0; i < nPairSize; ++i)
-        pPair[i].Reset();
+    std::fill_n(pPair, nPairSize, CDefectPair());
 }
 
 int CPairStorage::GetPairCount() const
