@@ -43,6 +43,83 @@ TEST(MergeDivision, RectanglesAtTheDistanceMergeAndOneFurtherDoNot)
     }
 }
 
+TEST(MergeDivision, ALonePixelInTheRectangleOfALargeBlobMergesWithIt)
+{
+    // The large blob is sparse, as one that a scratch leaves: the pixel has no pair of it near.
+    for (const bool bPixelFirst : {false, true})
+    {
+        for (const int nX : {194, 195, 350, 504, 505})
+        {
+            CSampleStore store(64, 128);
+            const CDefectBlob pixel = MakeBlob(CRect(nX, 300, nX + 1, 301));
+            if (bPixelFirst)
+                Add(store, pixel);
+            Add(store, MakeBlob(CRect(200, 200, 500, 500)));
+            if (!bPixelFirst)
+                Add(store, pixel);
+            AddFarBlobs(store);
+            store.MergeDivision(0, 4);
+            const bool bWithin = nX + 1 + 4 >= 200 && nX - 4 <= 500;
+            EXPECT_EQ(store.nBlobCount, bWithin ? 81 : 82) << nX << ", pixel first: " << bPixelFirst;
+        }
+    }
+}
+
+TEST(MergeDivision, ALonePixelMergesWithARectangleThatGrewOverItOnlyIfItComesLater)
+{
+    // Two bars make a corner; the pixel lies between them, far from both.
+    for (int nPlace = 0; nPlace < 3; ++nPlace)
+    {
+        CSampleStore store(64, 128);
+        const CDefectBlob pixel = MakeBlob(CRect(450, 250, 451, 251));
+        const CDefectBlob bars[] = {MakeBlob(CRect(200, 200, 210, 500)), MakeBlob(CRect(210, 490, 600, 500))};
+        for (int i = 0; i < 3; ++i)
+        {
+            if (i == nPlace)
+                Add(store, pixel);
+            if (i < 2)
+                Add(store, bars[i]);
+        }
+        AddFarBlobs(store);
+        store.MergeDivision(0, 4);
+        EXPECT_EQ(store.nBlobCount, nPlace == 2 ? 81 : 82) << "place " << nPlace;
+    }
+}
+
+TEST(MergeDivision, PixelsAtTheDistanceAreFoundAcrossAllCells)
+{
+    // A pixel at every place of a cell of 32 by 32, in turn, with one at the distance or one further.
+    for (int i = 0; i < 1024; ++i)
+    {
+        const CPoint pt(64 + i % 32, 96 + i / 32);
+        for (const int nStep : {-6, -5, 5, 6})
+        {
+            const CPoint ptOther = i % 2 == 0 ? CPoint(pt.x + nStep, pt.y - 5) : CPoint(pt.x + 5, pt.y + nStep);
+            CSampleStore store(64, 128);
+            Add(store, MakeBlob(CRect(pt.x, pt.y, pt.x + 1, pt.y + 1)));
+            Add(store, MakeBlob(CRect(ptOther.x, ptOther.y, ptOther.x + 1, ptOther.y + 1)));
+            for (int nFar = 0; nFar < 80; ++nFar) // in rows of their own, so that few buckets hold one by chance
+                Add(store, MakeBlob(CRect(500 + 91 * nFar, 500 + 211 * nFar, 501 + 91 * nFar, 501 + 211 * nFar)));
+            store.MergeDivision(0, 4);
+            ASSERT_EQ(store.nBlobCount, nStep * nStep == 25 ? 81 : 82) << pt.x << ", " << pt.y << ", step " << nStep;
+        }
+    }
+}
+
+TEST(MergeDivision, PixelsAtADistanceOfManyCellsMerge)
+{
+    for (const int nFar : {201, 202})
+    {
+        CSampleStore store(64, 128);
+        Add(store, MakeBlob(CRect(100, 100, 101, 101)));
+        Add(store, MakeBlob(CRect(100 + nFar, 110, 101 + nFar, 111)));
+        for (int i = 0; i < 80; ++i)
+            Add(store, MakeBlob(CRect(5000 + 910 * i, 5000 + 2110 * i, 5001 + 910 * i, 5001 + 2110 * i)));
+        store.MergeDivision(0, 200);
+        EXPECT_EQ(store.nBlobCount, nFar == 201 ? 81 : 82);
+    }
+}
+
 TEST(MergeDivision, ADarkAndABrightBlobNeverMerge)
 {
     CSampleStore store;
@@ -144,14 +221,24 @@ TEST(MergeMix, ADistanceBelowTheOwnExtentMergesNothing)
     EXPECT_EQ(store.nBlobCount, 2);
 }
 
-// One blob of the given band at (100, 100) and a neighbour whose rectangle is given; pitch 20.5.
+// One blob of the given band at (100, 100) and a neighbour whose rectangle is given; pitch 20.5. The same in a long
+// list.
 int CountAfterShadow(int nPos, const CRect& rtNeighbour, bool bVertical)
 {
-    CSampleStore store;
-    Add(store, MakeBlob(CRect(100, 100, 101, 101), DefectType_Dark, nPos));
-    Add(store, MakeBlob(rtNeighbour));
-    bVertical ? store.ShadowFilterVert(0, 20.5) : store.ShadowFilter(0, 20.5);
-    return store.nBlobCount;
+    int nLeft[2] = {};
+    for (const bool bLong : {false, true})
+    {
+        CSampleStore store(64, 128);
+        Add(store, MakeBlob(CRect(100, 100, 101, 101), DefectType_Dark, nPos));
+        Add(store, MakeBlob(rtNeighbour));
+        if (bLong)
+            AddFarBlobs(store);
+        const int nFar = store.nBlobCount - 2;
+        bVertical ? store.ShadowFilterVert(0, 20.5) : store.ShadowFilter(0, 20.5);
+        nLeft[bLong ? 1 : 0] = store.nBlobCount - nFar;
+    }
+    EXPECT_EQ(nLeft[1], nLeft[0]) << "in a long list";
+    return nLeft[0];
 }
 
 TEST(ShadowFilter, AMiddleBlobSurvivesRegardlessOfWhatLiesAPitchAway)

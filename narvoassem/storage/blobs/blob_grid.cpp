@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <new>
 
 #include "narvoassem/storage/blobs/thread_scratch.h"
 
@@ -29,74 +28,80 @@ bool IsReversed(const CRect& rt, std::int64_t nMargin)
     return rt.left - nMargin > rt.right + nMargin || rt.top - nMargin > rt.bottom + nMargin;
 }
 
-// Stops counting once the limit is passed.
-std::int64_t CountRegistrations(const SGridBlob* pBlobs, int nCount, int nMargin, int nShift, std::int64_t nLimit)
+std::int64_t CountCells(const SCells& cells, std::int64_t nLimit)
 {
-    std::int64_t nSum = 0;
-    for (int i = 0; i < nCount && nSum <= nLimit; ++i)
-    {
-        if (IsReversed(pBlobs[i].rtDefect, nMargin))
-            continue;
-        const SCells cells = GetWidened(pBlobs[i].rtDefect, nMargin, nShift);
-        const std::int64_t nColumns = cells.nRight - cells.nLeft + 1;
-        const std::int64_t nRows = cells.nBottom - cells.nTop + 1;
-        nSum += std::min(nColumns, nLimit + 1) * std::min(nRows, nLimit + 1);
-    }
-    return nSum;
+    const std::int64_t nColumns = cells.nRight - cells.nLeft + 1;
+    const std::int64_t nRows = cells.nBottom - cells.nTop + 1;
+    return std::min(nColumns, nLimit) * std::min(nRows, nLimit);
 }
 
 } // namespace
 
-bool CBlobGrid::Build(const CDefectBlob* pBlobs, int nCount, int nMargin, bool bByType)
+bool CBlobGrid::Start(int nMost, int nMargin, bool bByType)
 {
-    const auto nBlobs = static_cast<std::size_t>(nCount);
+    const auto nBlobs = static_cast<std::size_t>(nMost);
     const std::size_t nMostEntries = nBlobs * nCellsPerBlob;
-    const std::size_t nMostBuckets = std::bit_ceil(2 * nMostEntries);
     constexpr std::size_t nWordsPerBlob = sizeof(SGridBlob) / sizeof(int);
-    int* pWords = GetThreadScratch((nWordsPerBlob + 1) * nBlobs + 2 * nMostEntries + nMostBuckets);
+    m_nMostBuckets = std::bit_ceil(2 * std::max<std::size_t>(nMostEntries, 1));
+    int* pWords = GetThreadScratch((nWordsPerBlob + 2) * nBlobs + 2 * nMostEntries + m_nMostBuckets);
     if (pWords == nullptr)
         return false;
     m_pBlobs = reinterpret_cast<SGridBlob*>(pWords);
     m_pSpare = pWords + nWordsPerBlob * nBlobs;
     m_pNext = m_pSpare + nBlobs;
-    m_pBlobOf = m_pNext + nMostEntries;
+    m_pBlobOf = m_pNext + nBlobs + nMostEntries;
     m_pHead = m_pBlobOf + nMostEntries;
+    m_nCount = 0;
+    m_nMargin = nMargin;
     m_bByType = bByType;
     m_bReversed = false;
-    for (int i = 0; i < nCount; ++i)
-    {
-        new (&m_pBlobs[i]) SGridBlob{pBlobs[i].rtDefect, pBlobs[i].nDefectType, pBlobs[i].bRemoved};
-        m_bReversed = m_bReversed || IsReversed(pBlobs[i].rtDefect, 0);
-    }
+    return true;
+}
 
-    const std::int64_t nLimit = nCellsPerBlob * nCount;
-    std::int64_t nEntries = nLimit + 1;
-    for (m_nShift = nFirstShift; m_nShift <= nLastShift; ++m_nShift)
+bool CBlobGrid::Finish()
+{
+    // Stops counting once the limit is passed.
+    const std::int64_t nLimit = nCellsPerBlob * m_nCount;
+    const auto countEntries = [&]
     {
-        nEntries = CountRegistrations(m_pBlobs, nCount, nMargin, m_nShift, nLimit);
-        if (nEntries <= nLimit)
-            break;
+        std::int64_t nEntries = 0;
+        for (int i = 0; i < m_nCount && nEntries <= nLimit; ++i)
+        {
+            if (!IsReversed(m_pBlobs[i].rtDefect, m_nMargin))
+                nEntries += CountCells(GetWidened(m_pBlobs[i].rtDefect, m_nMargin, m_nShift), nLimit + 1);
+        }
+        return nEntries;
+    };
+    m_nShift = nFirstShift;
+    std::int64_t nEntries = countEntries();
+    while (nEntries > nLimit && m_nShift < nLastShift)
+    {
+        ++m_nShift;
+        nEntries = countEntries();
     }
     if (nEntries > nLimit)
         return false;
 
-    const std::size_t nBuckets = std::bit_ceil(2 * std::max<std::size_t>(static_cast<std::size_t>(nEntries), 1));
+    const std::size_t nBuckets = std::min(std::bit_ceil(4 * static_cast<std::size_t>(nEntries) + 1), m_nMostBuckets);
     m_nBucketMask = nBuckets - 1;
     std::fill_n(m_pHead, nBuckets, -1);
-    int nEntry = 0;
-    for (int i = 0; i < nCount; ++i)
+    int nEntry = m_nCount;
+    for (int i = 0; i < m_nCount; ++i)
     {
-        if (IsReversed(m_pBlobs[i].rtDefect, nMargin))
+        if (IsReversed(m_pBlobs[i].rtDefect, m_nMargin))
             continue;
-        const SCells cells = GetWidened(m_pBlobs[i].rtDefect, nMargin, m_nShift);
+        const SCells cells = GetWidened(m_pBlobs[i].rtDefect, m_nMargin, m_nShift);
+        Register(i, i, cells.nLeft, cells.nTop);
+        if (cells.nLeft == cells.nRight && cells.nTop == cells.nBottom)
+            continue;
         for (std::int64_t nRow = cells.nTop; nRow <= cells.nBottom; ++nRow)
         {
             for (std::int64_t nColumn = cells.nLeft; nColumn <= cells.nRight; ++nColumn)
             {
-                int& nHead = m_pHead[GetBucket(nColumn, nRow, m_pBlobs[i].nDefectType)];
-                m_pBlobOf[nEntry] = i;
-                m_pNext[nEntry] = nHead;
-                nHead = nEntry++;
+                if (nRow == cells.nTop && nColumn == cells.nLeft)
+                    continue;
+                m_pBlobOf[nEntry - m_nCount] = i;
+                Register(nEntry++, i, nColumn, nRow);
             }
         }
     }

@@ -54,10 +54,16 @@ public:
         m_bGrid = m_nCount > nPlainLimit && BuildGrid();
         for (int i = 0; i < m_nCount; ++i)
         {
-            if (m_bGrid && m_grid.GetBlob(i).nMark != nRemovedMark)
+            if (!m_bGrid)
+            {
+                if (m_pBlobs[i].bRemoved == 0)
+                    AbsorbPlainly(i, i + 1);
+                continue;
+            }
+            // Most blobs have no other within reach. They stay in the grid: a rectangle that grows may reach them.
+            const SGridBlob& blob = m_grid.GetBlob(i);
+            if (blob.nMark != nRemovedMark && !m_grid.HasNoLater(i, GetReach(blob.rtDefect)))
                 AbsorbByGrid(i);
-            else if (!m_bGrid && m_pBlobs[i].bRemoved == 0)
-                AbsorbPlainly(i, i + 1);
         }
     }
 
@@ -66,15 +72,15 @@ private:
     static constexpr int nUnseenMark = -1;
     static constexpr int nRemovedMark = -2;
 
-    // A reversed rectangle can pass the inequalities without touching the area that a search covers.
     bool BuildGrid()
     {
-        if (!m_grid.Build(m_pBlobs, m_nCount, 0, true) || m_grid.HasReversed())
+        if (!m_grid.Start(m_nCount, 0, true))
             return false;
         for (int i = 0; i < m_nCount; ++i)
-            m_grid.GetBlob(i).nMark = m_grid.GetBlob(i).nMark != 0 ? nRemovedMark : nUnseenMark;
+            m_grid.Add(m_pBlobs[i], m_pBlobs[i].bRemoved != 0 ? nRemovedMark : nUnseenMark);
         m_pHeap = m_grid.GetSpareWords();
-        return true;
+        // A reversed rectangle can pass the inequalities without touching the area that a search covers.
+        return !m_grid.HasReversed() && m_grid.Finish();
     }
 
     bool Absorb(CDefectBlob& blob, int nOther)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Removal of ghosts: blobs of an edge band whose defect has a blob of its own one pitch inward.
+#include <algorithm>
 #include <cstdint>
+#include <limits>
 
 #include "narvoassem/base/pixel_read.h"
 #include "narvoassem/blobstorage.h"
@@ -18,6 +20,30 @@ namespace
 constexpr int nPlainLimit = 64; ///< up to this many blobs every ghost is compared with all
 constexpr int nWiden = 3;       ///< pixels that a neighbour's rectangle is widened by on all sides
 
+/// Where ghosts lie.
+struct SArea
+{
+    int nLeft = std::numeric_limits<int>::max();
+    int nTop = std::numeric_limits<int>::max();
+    int nRight = std::numeric_limits<int>::min();
+    int nBottom = std::numeric_limits<int>::min();
+
+    void Include(const CPoint& pt)
+    {
+        nLeft = std::min(nLeft, pt.x);
+        nTop = std::min(nTop, pt.y);
+        nRight = std::max(nRight, pt.x);
+        nBottom = std::max(nBottom, pt.y);
+    }
+    /// Whether a place in it may lie in the widened rectangle.
+    bool Touches(const CRect& rt) const
+    {
+        const std::int64_t nReach = nWiden;
+        return rt.left - nReach <= nRight && nLeft <= rt.right + nReach && rt.top - nReach <= nBottom &&
+               nTop <= rt.bottom + nReach;
+    }
+};
+
 class CShadowWalk
 {
 public:
@@ -29,11 +55,11 @@ public:
     // Blobs already marked still count as neighbours: of two ghosts one pitch apart both can go.
     void MarkGhosts()
     {
-        const bool bGrid = m_nCount > nPlainLimit && m_grid.Build(m_pBlobs, m_nCount, nWiden, false);
+        const bool bGrid = m_nCount > nPlainLimit && BuildGrid();
         for (int i = 0; i < m_nCount; ++i)
         {
             CDefectBlob& blob = m_pBlobs[i];
-            if (blob.nDefectPos != DefectPos_First && blob.nDefectPos != DefectPos_Last)
+            if (!IsOfEdgeBand(blob))
                 continue;
             const CPoint ptGhost = GetGhost(blob);
             if (bGrid ? HasNeighbourByGrid(i, ptGhost) : HasNeighbourPlainly(i, ptGhost))
@@ -42,6 +68,31 @@ public:
     }
 
 private:
+    static bool IsOfEdgeBand(const CDefectBlob& blob)
+    {
+        return blob.nDefectPos == DefectPos_First || blob.nDefectPos == DefectPos_Last;
+    }
+
+    // Only the blobs around the places that ghosts point at are looked for: those of a pitch or two at either end.
+    bool BuildGrid()
+    {
+        SArea first;
+        SArea last;
+        for (int i = 0; i < m_nCount; ++i)
+        {
+            if (IsOfEdgeBand(m_pBlobs[i]))
+                (m_pBlobs[i].nDefectPos == DefectPos_First ? first : last).Include(GetGhost(m_pBlobs[i]));
+        }
+        if (!m_grid.Start(m_nCount, nWiden, false))
+            return false;
+        for (int i = 0; i < m_nCount; ++i)
+        {
+            if (first.Touches(m_pBlobs[i].rtDefect) || last.Touches(m_pBlobs[i].rtDefect))
+                m_grid.Add(m_pBlobs[i], i);
+        }
+        return m_grid.Finish();
+    }
+
     CPoint GetGhost(const CDefectBlob& blob) const
     {
         CPoint pt = blob.ptCenter;
@@ -74,7 +125,8 @@ private:
         m_grid.VisitCell(cell.nLeft, cell.nTop, 0,
                          [&](int nOther)
                          {
-                             bFound = nOther != nBlob && IsNear(m_grid.GetBlob(nOther).rtDefect, pt);
+                             const SGridBlob& other = m_grid.GetBlob(nOther);
+                             bFound = other.nMark != nBlob && IsNear(other.rtDefect, pt);
                              return bFound ? CBlobGrid::EVisit::Stop : CBlobGrid::EVisit::GoOn;
                          });
         return bFound;

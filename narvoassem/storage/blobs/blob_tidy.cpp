@@ -10,7 +10,9 @@ void CompactBlobs(CBlobStorage& store, int nFirstBlob)
     if (nFirstBlob >= store.nBlobCount)
         return;
     int nNext = nFirstBlob;
-    for (int i = nFirstBlob; i < store.nBlobCount; ++i)
+    while (nNext < store.nBlobCount && store.pBlob[nNext].bRemoved == 0)
+        ++nNext;
+    for (int i = nNext + 1; i < store.nBlobCount; ++i)
     {
         if (store.pBlob[i].bRemoved == 0)
             store.pBlob[nNext++] = store.pBlob[i];
