@@ -107,7 +107,8 @@ public:
         GroupPairs(eWindow, m_pPairs, m_nCount, m_store.pPairLabel, m_store.pPairLinked);
         const int nFirstBlob = m_store.nBlobCount;
         m_search.Init(m_store.pBlob, nFirstBlob, m_nCount);
-        m_onePixel.Init(m_store);
+        if (m_nCount > 0)
+            m_onePixel.Init(m_store);
         for (int i = 0; i < m_nCount; ++i)
         {
             CDefectPair& pair = m_pPairs[i];

@@ -60,37 +60,30 @@ bool CBlobGrid::Start(int nMost, int nMargin, bool bByType)
 
 bool CBlobGrid::Finish()
 {
-    // Stops counting once the limit is passed.
-    const std::int64_t nLimit = nCellsPerBlob * m_nCount;
-    const auto countEntries = [&]
-    {
-        std::int64_t nEntries = 0;
-        for (int i = 0; i < m_nCount && nEntries <= nLimit; ++i)
-        {
-            if (!IsReversed(m_pBlobs[i].rtDefect, m_nMargin))
-                nEntries += CountCells(GetWidened(m_pBlobs[i].rtDefect, m_nMargin, m_nShift), nLimit + 1);
-        }
-        return nEntries;
-    };
-    m_nShift = nFirstShift;
-    std::int64_t nEntries = countEntries();
-    while (nEntries > nLimit && m_nShift < nLastShift)
-    {
-        ++m_nShift;
-        nEntries = countEntries();
-    }
-    if (nEntries > nLimit)
-        return false;
-
-    const std::size_t nBuckets = std::min(std::bit_ceil(4 * static_cast<std::size_t>(nEntries) + 1), m_nMostBuckets);
+    const std::size_t nBuckets = std::min(std::bit_ceil(4 * static_cast<std::size_t>(m_nCount) + 1), m_nMostBuckets);
     m_nBucketMask = nBuckets - 1;
-    std::fill_n(m_pHead, nBuckets, -1);
+    for (m_nShift = nFirstShift; m_nShift <= nLastShift; ++m_nShift)
+    {
+        std::fill_n(m_pHead, nBuckets, -1);
+        if (RegisterAll())
+            return true;
+    }
+    return false;
+}
+
+bool CBlobGrid::RegisterAll()
+{
+    const std::int64_t nLimit = nCellsPerBlob * m_nCount;
+    std::int64_t nEntries = 0;
     int nEntry = m_nCount;
     for (int i = 0; i < m_nCount; ++i)
     {
         if (IsReversed(m_pBlobs[i].rtDefect, m_nMargin))
             continue;
         const SCells cells = GetWidened(m_pBlobs[i].rtDefect, m_nMargin, m_nShift);
+        nEntries += CountCells(cells, nLimit + 1);
+        if (nEntries > nLimit)
+            return false;
         Register(i, i, cells.nLeft, cells.nTop);
         if (cells.nLeft == cells.nRight && cells.nTop == cells.nBottom)
             continue;

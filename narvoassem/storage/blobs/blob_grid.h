@@ -128,6 +128,8 @@ private:
         return (GetColumnPart(nColumn) + GetRowPart(nRow) + GetTypePart(nType)) & m_nBucketMask;
     }
 
+    /// Registers the blobs in cells of the present size. @return false when that takes too many registrations
+    bool RegisterAll();
     /// Enters a blob in a cell's bucket.
     void Register(int nEntry, int nBlob, std::int64_t nColumn, std::int64_t nRow)
     {

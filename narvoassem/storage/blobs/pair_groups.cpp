@@ -136,6 +136,8 @@ public:
     static void Group(const SPairList& list, const SCrowdedPairs& crowded, int nType, int* pWords)
     {
         CGroupIndex index(list, crowded, nType, pWords);
+        if (index.m_nMembers < 2)
+            return; // nothing is indexed
         for (int i = 0; i < index.m_nMembers; ++i)
             index.Claim(i);
     }
@@ -167,7 +169,7 @@ private:
             if (pair.nDefectType == nType)
                 new (&m_pMember[m_nMembers++]) SMember{pair.ptDefect, crowded.pPairs[i], -1};
         }
-        if (m_nMembers == 0)
+        if (m_nMembers < 2)
             return;
         const std::size_t nBuckets = GetBuckets(m_nMembers);
         m_nBucketMask = nBuckets - 1;
