@@ -1,18 +1,17 @@
 // SPDX-License-Identifier: MIT
-// Where a scan uses the bound and where the finder: forms the limits of rows, has the candidates of some rows at a time
-// listed, and leaves rows to the finder that have no limit or so many candidates that the bound does not pay.
+// Where a scan uses the bound and where the finder: has the candidates of some rows at a time listed, and leaves rows
+// to the finder that have no limit or so many candidates that the bound does not pay. What is compared, pixels or
+// window sums, and with which limits is left to a bound.
 #pragma once
 
 #include <algorithm>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-#include <utility>
 
 #include "narvoassem/base/grow_buffer.h"
-#include "narvoassem/fast/bound/least_offsets.h"
-#include "narvoassem/fast/bound/list_candidates.h"
-#include "narvoassem/fast/find/find_row.h"
+#include "narvoassem/fast/bound/candidate_list.h"
 #include "narvoassem/fast/find/marked_row.h"
 
 namespace narvo::engine
@@ -45,31 +44,46 @@ struct CBoundScratch
     }
 };
 
-/// The rows that may be listed together with the current one.
-struct CBoundReach
+/// The rows that a limit is wanted for: nColumns columns of row y and some after it.
+struct CLimitRows
 {
-    int nRows = 1;               ///< 1 or kBoundRows
-    std::int64_t nRowBytes = 0;  ///< from each of them to the next
-    std::int64_t nLimitEnd = 0;  ///< the first row that is not compared, or may have other runs
-    std::int64_t nMapStride = 0; ///< map elements from row to row
+    std::int64_t y = 0;
+    std::int64_t nColumns = 0;
+    bool bFew = false; ///< few rows may use it
 };
 
-template <CFindTraits kTraits>
+/// What the stage needs of a bound. A place is where the rows in reach are; its nLimitEnd is the first row that is not
+/// compared, or may have other limits.
+// clang-format off
+template <class T>
+concept RowBound = requires(T bound, typename T::CRows& rows, const typename T::CPlace& place, const CLimitRows& wanted,
+                            CBoundScratch& scratch, std::int64_t& nEnd, std::int64_t n)
+{
+    requires std::derived_from<typename T::CRows, CCandidateList>;
+    { T::kBounded } -> std::convertible_to<bool>;
+    { T::Gain(n, n) } -> std::same_as<std::int64_t>;                        ///< credit for columns and rows
+    { T::RowsOf(place) } -> std::same_as<int>;                              ///< listed together; 0 leaves the row out
+    { bound.FormLimits(place, wanted, scratch, nEnd) } -> std::same_as<bool>; ///< for rows before nEnd; false: none
+    bound.Place(place, n, rows);                                            ///< that many rows
+    { T::List(rows) } -> std::same_as<bool>;                                ///< false: too dense for the credit
+};
+// clang-format on
+
+template <RowBound TBound>
 class CBoundStage
 {
-public:
-    /// Weights that differ from column to column have no chain of averages.
-    static constexpr bool kBounded = kTraits.eReference != FindReference::Column;
+    using CPlace = typename TBound::CPlace;
 
-    explicit CBoundStage(CBoundScratch& scratch) : m_scratch(scratch) {}
+public:
+    CBoundStage(CBoundScratch& scratch, const TBound& bound) : m_scratch(scratch), m_bound(bound) {}
 
     /// Rows of nColumns columns come from here on. Without memory they are left to the finder.
     void Begin(std::int64_t nColumns)
     {
-        m_nColumns =
-            kBounded && m_scratch.eUse != BoundUse::Never && nColumns >= kBoundColumns && m_scratch.Reserve(nColumns)
-                ? nColumns
-                : 0;
+        m_nColumns = TBound::kBounded && m_scratch.eUse != BoundUse::Never && nColumns >= kBoundColumns &&
+                             m_scratch.Reserve(nColumns)
+                         ? nColumns
+                         : 0;
         m_nListedEnd = m_nFinderEnd = std::numeric_limits<std::int64_t>::min();
         DropLimits();
     }
@@ -77,12 +91,11 @@ public:
     void DropLimits() { m_nLimitEnd = std::numeric_limits<std::int64_t>::min(); }
 
     /// Puts the candidates of row.y into row; lists those of it and of the rows in reach first, if they are not listed
-    /// yet. place is that row, as for the finder, and reach() its CBoundReach. @return false if the finder has to find
-    /// its hits
-    template <class TReach>
-    bool List(const CFindRow& place, const TReach& reach, CMarkedRow& row)
+    /// yet. place() is the place of that row. @return false if the finder has to find its hits
+    template <class TPlace>
+    bool List(const TPlace& place, CMarkedRow& row)
     {
-        if (row.y >= m_nListedEnd && (m_nColumns == 0 || row.y < m_nFinderEnd || !ListAhead(place, reach(), row.y)))
+        if (row.y >= m_nListedEnd && (m_nColumns == 0 || row.y < m_nFinderEnd || !ListAhead(place(), row.y)))
             return false;
         const auto nRow = static_cast<std::size_t>(row.y - m_nListed);
         row.pMask = nullptr;
@@ -92,39 +105,31 @@ public:
     }
 
 private:
-    static constexpr bool kBilinear = kTraits.eReference == FindReference::Bilinear;
-    static constexpr std::int16_t kLeastLimit = kBilinear ? kLeastBilinearLimit : kLeastLinearLimit;
-    /// Rows that share their limits, unless the runs change before.
-    static constexpr std::int64_t kLimitRows = 16;
     /// Rows left to the finder after those that were too dense, doubled while the image stays so.
     static constexpr std::int64_t kLeastRest = 64;
     static constexpr std::int64_t kLongestRest = 1024;
 
-    bool ListAhead(const CFindRow& place, const CBoundReach& reach, std::int64_t y)
+    bool ListAhead(const CPlace& place, std::int64_t y)
     {
-        if (y >= m_nLimitEnd && !FormLimits(place, reach, y))
+        const int nReach = TBound::RowsOf(place);
+        if (nReach == 0)
+            return false;
+        // After rows left to the finder, and at the start, few rows may use the limits.
+        if (y >= m_nLimitEnd &&
+            !m_bound.FormLimits(place, {.y = y, .nColumns = m_nColumns, .bFew = m_nRest > 0}, m_scratch, m_nLimitEnd))
             return GiveUp(y);
-        m_rows.nRows = reach.nRows <= m_nLimitEnd - y ? reach.nRows : 1;
-        for (int nRow = 0; nRow < m_rows.nRows; ++nRow)
-        {
-            m_rows.pSource[nRow] = place.pSrc + nRow * reach.nRowBytes;
-            m_rows.pReference[nRow] = place.pNear + nRow * reach.nRowBytes;
-            m_rows.pReference[nRow + 1] = place.pFar + nRow * reach.nRowBytes;
-            m_rows.pWords[nRow] = m_scratch.words[nRow].Data();
-        }
-        m_rows.pLimit = m_scratch.limits.Data();
+        const int nRows = nReach <= m_nLimitEnd - y ? nReach : 1;
+        m_bound.Place(place, nRows, m_rows);
         m_rows.nColumns = m_nColumns;
-        m_rows.nFraction = place.nWeightFar;
-        m_rows.nRight = kBilinear ? place.nWeightRight : 0;
-        m_rows.nPrefetch = place.nPrefetch;
-        // About the time that the finder would take longer.
-        const std::int64_t nGain = m_nColumns * m_rows.nRows / (m_rows.nRows == 1 ? 16 : 32);
+        for (int nRow = 0; nRow < nRows; ++nRow)
+            m_rows.pWords[nRow] = m_scratch.words[nRow].Data();
+        const std::int64_t nGain = TBound::Gain(m_nColumns, nRows);
         m_rows.nCredit = m_scratch.eUse == BoundUse::WherePossible ? std::numeric_limits<std::int64_t>::max()
                                                                    : std::min(m_rows.nCredit + nGain, 4 * nGain + 1024);
-        if (!ListCandidates(m_rows))
+        if (!TBound::List(m_rows))
             return GiveUp(y);
         m_nListed = y;
-        m_nListedEnd = y + m_rows.nRows;
+        m_nListedEnd = y + nRows;
         m_nRest = m_nRest > kLeastRest ? m_nRest / 2 : 0;
         return true;
     }
@@ -138,71 +143,10 @@ private:
         return false;
     }
 
-    /// Forms the limits from row y on. @return false if the thresholds have none
-    bool FormLimits(const CFindRow& place, const CBoundReach& reach, std::int64_t y)
-    {
-        std::uint8_t* const pLimits = m_scratch.limits.Data();
-        if constexpr (kTraits.UsesMaps())
-        {
-            // After rows left to the finder, and at the start, few rows may use them.
-            const std::int64_t nLines = std::min(m_nRest > 0 ? kBoundRows : kLimitRows, reach.nLimitEnd - y);
-            std::fill_n(pLimits, m_nColumns, std::uint8_t{255});
-            for (std::size_t n = 0; n < place.nRunCount;)
-                if (!FormSharedLimits(place, n, reach.nMapStride, nLines))
-                    return false;
-            m_nLimitEnd = y + nLines;
-        }
-        else
-        {
-            const auto isLimit = [](std::int16_t nBase) { return kLeastLimit <= nBase && nBase <= kGreatestBase; };
-            auto nLeast = static_cast<std::int16_t>(place.nBase);
-            if (!isLimit(nLeast))
-                return false;
-            if constexpr (kTraits.eThreshold == FindThreshold::Smaller)
-            {
-                const auto nBase2 = static_cast<std::int16_t>(place.nBase2);
-                if (!isLimit(nBase2))
-                    return false;
-                nLeast = std::min(nLeast, nBase2);
-            }
-            std::fill_n(pLimits, m_nColumns, static_cast<std::uint8_t>(std::min<std::int16_t>(nLeast, 255)));
-            m_nLimitEnd = std::numeric_limits<std::int64_t>::max();
-        }
-        return true;
-    }
-
-    /// Forms the limits of run nRun and of the following ones as long as their map elements form one interval: the
-    /// cells of a grid row mostly use the same ones. nRun becomes the run after them.
-    bool FormSharedLimits(const CFindRow& place, std::size_t& nRun, std::int64_t nMapStride, std::int64_t nLines)
-    {
-        const std::size_t nFirst = nRun;
-        const auto end = [](const CStripRun& run) { return run.nMapBase + run.nStripCount * kStripWidth; };
-        std::int64_t nLow = place.pRuns[nRun].nMapBase;
-        std::int64_t nHigh = end(place.pRuns[nRun]);
-        for (++nRun; nRun < place.nRunCount && place.pRuns[nRun].nMapBase <= nHigh && nLow <= end(place.pRuns[nRun]);
-             ++nRun)
-        {
-            nLow = std::min(nLow, place.pRuns[nRun].nMapBase);
-            nHigh = std::max(nHigh, end(place.pRuns[nRun]));
-        }
-        std::uint8_t* const pLeast = m_scratch.least.Data();
-        std::fill_n(pLeast, nHigh - nLow, std::uint8_t{255});
-        const auto lower = [&](const std::int16_t* pMap)
-        {
-            return pMap != nullptr && LowerToLeastOffsets(pMap + place.nMapRow + nLow, nMapStride, nLines, nHigh - nLow,
-                                                          kLeastLimit, pLeast);
-        };
-        if (!lower(place.pOffsetMap) || (kTraits.eThreshold == FindThreshold::Knee && !lower(place.pOffsetMap2)))
-            return false;
-        for (std::size_t n = nFirst; n < nRun; ++n)
-            std::copy_n(pLeast + place.pRuns[n].nMapBase - nLow, place.pRuns[n].nStripCount * kStripWidth,
-                        m_scratch.limits.Data() + place.pRuns[n].nFirstStrip * kStripWidth);
-        return true;
-    }
-
     CBoundScratch& m_scratch;
-    std::int64_t m_nColumns = 0; ///< of a row; 0 leaves all to the finder
-    CBoundRows m_rows;           ///< listed last: rows m_nListed .. m_nListedEnd - 1
+    TBound m_bound;
+    std::int64_t m_nColumns = 0;   ///< of a row; 0 leaves all to the finder
+    typename TBound::CRows m_rows; ///< listed last: rows m_nListed .. m_nListedEnd - 1
     std::int64_t m_nListed = 0;
     std::int64_t m_nListedEnd = 0;
     std::int64_t m_nLimitEnd = 0;      ///< the limits hold for rows before this one

@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Vector code of the bound, compiled once per instruction set and for each fraction. It compares 64 columns of all rows
-// at a time and branches once for them, since nearly everywhere there is no candidate.
+// Vector code of the bound of single pixels, compiled once per instruction set and for each fraction. It compares 64
+// columns of all rows at a time and branches once for them, since nearly everywhere there is no candidate.
 #include "narvoassem/fast/bound/list_candidates.h"
 
-#include <algorithm>
-#include <bit>
-#include <cstddef>
 #include <cstdint>
 #include <utility>
 
@@ -15,6 +12,8 @@
 //
 #include "hwy/cache_control.h"
 #include "hwy/highway.h"
+//
+#include "narvoassem/fast/bound/list_words-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace narvo::engine
@@ -23,11 +22,6 @@ namespace HWY_NAMESPACE
 {
 namespace
 {
-namespace hn = hwy::HWY_NAMESPACE;
-
-using CByteTag = hn::CappedTag<std::uint8_t, kBoundColumns>;
-using CBytes = hn::Vec<CByteTag>;
-
 /// The average for bit kBit of the fraction; none before its lowest set bit.
 template <int kFraction, int kBit>
 HWY_INLINE CBytes Weigh(CBytes vChain, CBytes vNear, CBytes vFar)
@@ -106,72 +100,53 @@ HWY_NOINLINE std::uint64_t MarkWord(const CBoundRows& rows, int nRow, std::int64
             FormReference<kFraction>(LoadReference<kBilinear>(rows.pReference[nRow] + x + i, rows.nRight),
                                      LoadReference<kBilinear>(rows.pReference[nRow + 1] + x + i, rows.nRight)));
         const CBytes vExcess = distance.Excess<kChainError<kFraction, kBilinear>>(hn::LoadU(d, rows.pLimit + x + i));
-        std::uint8_t aPart[sizeof nBits] = {};
-        hn::StoreMaskBits(d, hn::Ne(vExcess, hn::Zero(d)), aPart);
-        std::uint64_t nPart;
-        hwy::CopyBytes<sizeof nPart>(aPart, &nPart);
-        nBits |= nPart << i;
+        nBits |= BitsOf(vExcess) << i;
     }
     return nBits;
 }
 
-/// Whether any of columns x .. x + 63 passes in any row.
 template <int kFraction, bool kBilinear, int kRows>
-HWY_INLINE bool PassesAny(const CBoundRows& rows, std::int64_t x)
+struct CPixelTest
 {
-    const CByteTag d;
-    constexpr std::int64_t kLanes = hn::MaxLanes(d);
-    CBytes vAny = hn::Zero(d);
-    for (std::int64_t i = x; i < x + kBoundColumns; i += kLanes)
+    static HWY_INLINE void Prefetch(const CBoundRows& rows, std::int64_t x)
     {
-        CBytes vNear = LoadReference<kBilinear>(rows.pReference[0] + i, rows.nRight);
-        CDistance furthest(vNear, vNear);
-        for (int nRow = 0; nRow < kRows; ++nRow)
-        {
-            const CBytes vFar = LoadReference<kBilinear>(rows.pReference[nRow + 1] + i, rows.nRight);
-            furthest.Widen(CDistance(hn::LoadU(d, rows.pSource[nRow] + i), FormReference<kFraction>(vNear, vFar)));
-            vNear = vFar;
-        }
-        vAny = hn::Or(vAny, furthest.Excess<kChainError<kFraction, kBilinear>>(hn::LoadU(d, rows.pLimit + i)));
-    }
-    return !hn::AllTrue(d, hn::Eq(vAny, hn::Zero(d)));
-}
-
-template <int kFraction, bool kBilinear, int kRows>
-bool ListFor(CBoundRows& callersRows)
-{
-    // A copy, so that the pointers can stay in registers.
-    CBoundRows rows = callersRows;
-    CMarkedWord* pEnd[kRows];
-    std::copy_n(rows.pWords, kRows, pEnd);
-    for (std::int64_t nDone = 0; nDone < rows.nColumns; nDone += kBoundColumns)
-    {
-        // The last columns are done together with some of those before.
-        const std::int64_t x = std::min(nDone, rows.nColumns - kBoundColumns);
         for (int nRow = 1; nRow <= kRows; ++nRow)
         {
             hwy::Prefetch(rows.pReference[kRows] + nRow * rows.nPrefetch + x);
             if (kRows > 1)
                 hwy::Prefetch(rows.pSource[kRows - 1] + nRow * rows.nPrefetch + x);
         }
-        if (!PassesAny<kFraction, kBilinear, kRows>(rows, x))
-            continue;
-        for (int nRow = 0; nRow < kRows; ++nRow)
-        {
-            const std::uint64_t nBits = MarkWord<kFraction, kBilinear>(rows, nRow, x) & ~std::uint64_t{0}
-                                                                                            << (nDone - x);
-            *pEnd[nRow] = {nBits, x / 8};
-            pEnd[nRow] += nBits != 0 ? 1 : 0;
-            rows.nCredit -= std::popcount(nBits) * CBoundRows::kCandidateCost;
-        }
-        rows.nCredit -= CBoundRows::kWordCost;
-        if (rows.nCredit < 0)
-            return false;
     }
-    for (int nRow = 0; nRow < kRows; ++nRow)
-        callersRows.nWords[nRow] = static_cast<std::size_t>(pEnd[nRow] - rows.pWords[nRow]);
-    callersRows.nCredit = rows.nCredit;
-    return true;
+    static HWY_INLINE bool PassesAny(const CBoundRows& rows, std::int64_t x)
+    {
+        const CByteTag d;
+        constexpr std::int64_t kLanes = hn::MaxLanes(d);
+        CBytes vAny = hn::Zero(d);
+        for (std::int64_t i = x; i < x + kBoundColumns; i += kLanes)
+        {
+            CBytes vNear = LoadReference<kBilinear>(rows.pReference[0] + i, rows.nRight);
+            CDistance furthest(vNear, vNear);
+            for (int nRow = 0; nRow < kRows; ++nRow)
+            {
+                const CBytes vFar = LoadReference<kBilinear>(rows.pReference[nRow + 1] + i, rows.nRight);
+                furthest.Widen(CDistance(hn::LoadU(d, rows.pSource[nRow] + i), FormReference<kFraction>(vNear, vFar)));
+                vNear = vFar;
+            }
+            vAny = hn::Or(vAny, furthest.Excess<kChainError<kFraction, kBilinear>>(hn::LoadU(d, rows.pLimit + i)));
+        }
+        return !hn::AllTrue(d, hn::Eq(vAny, hn::Zero(d)));
+    }
+    static HWY_INLINE void Mark(const CBoundRows& rows, std::int64_t x, std::uint64_t* pBits)
+    {
+        for (int nRow = 0; nRow < kRows; ++nRow)
+            pBits[nRow] = MarkWord<kFraction, kBilinear>(rows, nRow, x);
+    }
+};
+
+template <int kFraction, bool kBilinear, int kRows>
+bool ListFor(CBoundRows& rows)
+{
+    return ListWords<CPixelTest<kFraction, kBilinear, kRows>, kRows>(rows);
 }
 
 template <bool kBilinear, int... kFraction>

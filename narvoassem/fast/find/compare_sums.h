@@ -19,6 +19,32 @@ constexpr std::int16_t SumsDifference(std::uint16_t nLarger, std::uint16_t nSmal
     return static_cast<std::int16_t>(bStopped ? 0 : nLarger - nSmaller);
 }
 
+/// The threshold where the value that it depends on, the larger one or the source, is nValue.
+template <SumsVariant kVariant>
+constexpr std::int16_t FormSumsThreshold(const CSumsRow& row, std::uint16_t nValue)
+{
+    if (IsPlain(kVariant))
+        return static_cast<std::int16_t>(row.nBase);
+    const auto form = [&](std::uint16_t nGain, std::uint16_t nBase)
+    {
+        const auto nGray = static_cast<std::uint16_t>(
+            FormThreshold(static_cast<std::uint16_t>(nValue >> GrayShift(kVariant)), nGain, nBase));
+        return static_cast<std::int16_t>(static_cast<std::uint16_t>(unsigned{nGray} * row.nUnits));
+    };
+    const std::int16_t nThreshold = form(row.nGain, row.nBase);
+    return kVariant == SumsVariant::LargerSmaller ? std::min(nThreshold, form(row.nGain2, row.nBase2)) : nThreshold;
+}
+
+/// The least of them over all values that windows of bytes have.
+template <SumsVariant kVariant>
+constexpr std::int16_t LeastSumsThreshold(const CSumsRow& row)
+{
+    std::int16_t nLeast = FormSumsThreshold<kVariant>(row, 0);
+    for (int nValue = 0; nValue <= 255 * row.nUnits; nValue += 1 << GrayShift(kVariant))
+        nLeast = std::min(nLeast, FormSumsThreshold<kVariant>(row, static_cast<std::uint16_t>(nValue)));
+    return nLeast;
+}
+
 /// What a comparison found at one pixel.
 struct CSumsComparison
 {
@@ -46,15 +72,7 @@ template <SumsVariant kVariant>
         nCmp = weigh(row.pNear[x], row.nWeightNear) + weigh(row.pFar[x], row.nWeightFar);
     result.nCmp = std::min(static_cast<std::uint16_t>(nCmp), row.nLimit);
     const std::uint16_t nValue = WorksOnSource(kVariant) ? result.nSrc : std::max(result.nSrc, result.nCmp);
-    const auto threshold = [&](std::uint16_t nGain, std::uint16_t nBase)
-    {
-        const auto nGray = static_cast<std::uint16_t>(
-            FormThreshold(static_cast<std::uint16_t>(nValue >> GrayShift(kVariant)), nGain, nBase));
-        return static_cast<std::int16_t>(static_cast<std::uint16_t>(weigh(nGray, row.nUnits)));
-    };
-    result.nThreshold = IsPlain(kVariant) ? static_cast<std::int16_t>(row.nBase) : threshold(row.nGain, row.nBase);
-    if constexpr (kVariant == SumsVariant::LargerSmaller)
-        result.nThreshold = std::min(result.nThreshold, threshold(row.nGain2, row.nBase2));
+    result.nThreshold = FormSumsThreshold<kVariant>(row, nValue);
     const auto exceeds = [&](unsigned nLarger, unsigned nSmaller)
     {
         return SumsDifference<kVariant>(static_cast<std::uint16_t>(nLarger), static_cast<std::uint16_t>(nSmaller)) >

@@ -5,18 +5,17 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "narvoassem/fast/float/float_rule.h"
+#include "narvoassem/fast/float/float_source.h"
 #include "narvoassem/fast/source/column_tables.h"
-#include "narvoassem/fast/source/sum_source.h"
 
 namespace narvo::engine
 {
 
 template <CFloatTraits kTraits>
-class CFloatRows : public CRowWalk, public CSumSource<CFloatRule<kTraits>>
+class CFloatRows : public CRowWalk, public CFloatSource<kTraits>
 {
-    using CBase = CSumSource<CFloatRule<kTraits>>;
-    using CBase::m_scratch, CBase::m_row;
+    using CBase = CFloatSource<kTraits>;
+    using CBase::m_scratch, CBase::m_row, CBase::m_bound;
 
 public:
     CFloatRows(const CFloatCall& call, const CFloatRule<kTraits>& rule)
@@ -28,7 +27,10 @@ public:
     bool BeginTile(std::int64_t nRows)
     {
         BeginRows(nRows);
-        m_bReady = m_bReady || m_nColumns <= 0 || Reserve();
+        if (m_bReady || m_nColumns <= 0)
+            return true;
+        m_bound.Begin(m_nColumns);
+        m_bReady = Reserve();
         return m_bReady;
     }
 
@@ -36,6 +38,8 @@ public:
     {
         if (!StepRow(row.y))
             return false;
+        if (!kTraits.HasColumnTables() && this->List(BoundPlace(row.y), m_nColumns / kGroupWidth, row))
+            return true;
         PlaceRows(row.y);
         return this->Find(row, 0, m_nColumns / kGroupWidth);
     }
@@ -46,7 +50,7 @@ public:
         if (!Reserve())
             return false;
         PlaceRows(y);
-        this->Compare(x - m_x, hit);
+        this->CompareStored(x - m_x, hit);
         return true;
     }
 
@@ -76,8 +80,24 @@ private:
         for (CGrowBuffer<std::uint16_t>& line : m_scratch.lineSums)
             if (!line.Reserve(static_cast<std::size_t>(nColumns)))
                 return false;
-        m_row.pSrc = m_scratch.lineSums[Sums].Data();
         return !kTraits.HasColumnTables() || SpreadColumnWeights(m_call, m_nColumns, m_scratch, m_row);
+    }
+
+    /// Row y, and those that the bound may list together with it.
+    CSumPlace BoundPlace(std::int64_t y) const
+    {
+        CSumPlace place;
+        place.nRowBytes = m_call.image.nStride;
+        place.nReference = m_pitch.nWhole;
+        place.pSource = m_call.image.pPixels + y * place.nRowBytes + m_x;
+        place.nFraction = static_cast<int>(m_pitch.nFraction);
+        const std::int64_t nLast = y + kBoundRows - 1;
+        // Rows that are copied do not follow one another in memory.
+        const std::int64_t nPixels = m_nColumns + m_pitch.nWhole + kTraits.nAlong;
+        if (m_pitch.nWhole >= 0 && nLast < m_region.nBottom && IsRowInside(m_call.image, m_x, y, nPixels) &&
+            IsRowInside(m_call.image, m_x, nLast + kTraits.nAcross - 1, nPixels))
+            place.nRows = kBoundRows;
+        return place;
     }
 
     void PlaceRows(std::int64_t y)
@@ -86,6 +106,7 @@ private:
         const std::int64_t nSums = m_nColumns + (kTraits.HasColumnTables() ? 0 : m_pitch.nWhole + 1);
         MakeSumRow(ReadRows(m_call.image, m_x, y, kTraits.nAcross, nSums + kTraits.nAlong - 1, m_scratch.rowCopy),
                    kTraits.nAlong, kTraits.nAcross, nSums, m_scratch.lineSums[Sums].Data());
+        m_row.pSrc = m_scratch.lineSums[Sums].Data();
         if constexpr (kTraits.HasColumnTables())
             GatherReference(y);
         else

@@ -5,17 +5,16 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "narvoassem/fast/float/float_rule.h"
-#include "narvoassem/fast/source/sum_source.h"
+#include "narvoassem/fast/float/float_source.h"
 
 namespace narvo::engine
 {
 
 template <CFloatTraits kTraits>
-class CFloatStrips : public CStripWalk, public CSumSource<CFloatRule<kTraits>>
+class CFloatStrips : public CStripWalk, public CFloatSource<kTraits>
 {
-    using CBase = CSumSource<CFloatRule<kTraits>>;
-    using CBase::m_scratch, CBase::m_row;
+    using CBase = CFloatSource<kTraits>;
+    using CBase::m_scratch, CBase::m_row, CBase::m_bound;
 
 public:
     static constexpr int kChains = 2;
@@ -38,6 +37,7 @@ public:
     bool BeginTile(std::int64_t nStrips)
     {
         BeginRows(nStrips);
+        m_bound.Begin(nStrips * kStripWidth);
         return Reserve(nStrips) && m_scratch.chains.Begin(2 * nStrips, LineCount());
     }
 
@@ -48,9 +48,15 @@ public:
             return false;
         // Until the table is entered, the two halves of a strip are compared at pitches of their own.
         const bool bApart = !m_bTableEntered && row.y < m_nTableStart;
+        const CPitch16 pitch = bApart && !bRightHalf ? m_pitch : RowPitch(row.y);
+        if (!bApart && ShiftFraction() == 0)
+        {
+            SetWeights(m_row, pitch);
+            if (this->List(BoundPlace(pitch, row.y), 2 * m_nStrips, row))
+                return true;
+        }
         const std::int64_t nFirst = bRightHalf ? 1 : 0;
-        PlaceRows(bApart && !bRightHalf ? m_pitch : RowPitch(row.y), m_nImageX, row.y, m_nStrips * kStripWidth,
-                  nFirst * kGroupWidth);
+        PlaceRows(pitch, m_nImageX, row.y, m_nStrips * kStripWidth, nFirst * kGroupWidth);
         return this->Find(row, nFirst, bApart ? 1 : 2 * m_nStrips);
     }
 
@@ -82,7 +88,7 @@ public:
         if (!Reserve(1))
             return false;
         PlaceRows(PitchAt(x, y), nStrip, y, kStripWidth, 0);
-        this->Compare(x - nStrip, hit);
+        this->CompareStored(x - nStrip, hit);
         return true;
     }
 
@@ -99,11 +105,34 @@ private:
                (!IsShifted() || m_scratch.shiftedSums.Begin(1, nColumns));
     }
 
+    /// The first row of the window at row y: windows of three rows reach one above.
+    static std::int64_t WindowTop(std::int64_t y) { return kTraits.nAlong == 3 ? y - 1 : y; }
+
+    /// Row y, and those that the bound may list together with it.
+    CSumPlace BoundPlace(const CPitch16& pitch, std::int64_t y) const
+    {
+        const std::int64_t nStride = m_image.nStride;
+        CSumPlace place;
+        place.nRowBytes = nStride;
+        place.nReference = ShiftWhole() + pitch.nWhole * nStride;
+        place.pSource = m_image.pPixels + WindowTop(y) * nStride + m_nImageX;
+        place.nFraction = static_cast<int>(pitch.nFraction);
+        // Rows that are copied do not follow one another in memory.
+        const std::int64_t nLast = y + kBoundRows - 1;
+        const auto isInside = [&](std::int64_t x, std::int64_t nRow)
+        { return IsRowInside(m_image, x, nRow, m_nStrips * kStripWidth + kTraits.nAcross - 1); };
+        const std::int64_t nEnd = WindowTop(nLast) + kTraits.nAlong - 1;
+        if (nLast < m_nRowEnd && RowPitch(nLast) == pitch && isInside(m_nImageX, WindowTop(y)) &&
+            isInside(m_nImageX, nEnd) && isInside(m_nImageX + ShiftWhole(), WindowTop(y) + pitch.nWhole) &&
+            isInside(m_nImageX + ShiftWhole(), nEnd + pitch.nWhole + 1))
+            place.nRows = kBoundRows;
+        return place;
+    }
+
     /// Points the finder's row at row y of a tile of nColumns columns from x on, after the first nSkipped of them.
     void PlaceRows(const CPitch16& pitch, std::int64_t x, std::int64_t y, std::int64_t nColumns, std::int64_t nSkipped)
     {
-        // Windows of three rows reach one above.
-        const std::int64_t nFirst = kTraits.nAlong == 3 ? y - 1 : y;
+        const std::int64_t nFirst = WindowTop(y);
         const auto sums = [&](std::int64_t nRow, int nSpare)
         {
             return m_scratch.sums.Get(nRow, nFirst, nSpare,

@@ -7,7 +7,7 @@
 #include <type_traits>
 
 #include "narvoassem/base/image_read.h"
-#include "narvoassem/fast/bound/bound_stage.h"
+#include "narvoassem/fast/bound/pixel_bound.h"
 #include "narvoassem/fast/find/compare_pixel.h"
 #include "narvoassem/fast/find/derive_rows.h"
 #include "narvoassem/fast/find/row_cache.h"
@@ -43,15 +43,17 @@ class CPixelSource : public std::conditional_t<TRule::kScan.bHorizontal, CRowWal
 {
     static constexpr CScanTraits kScan = TRule::kScan;
     using CWalk = std::conditional_t<kScan.bHorizontal, CRowWalk, CStripWalk>;
+    using CBound = CPixelBound<GetFindTraits(kScan.eFind)>;
     using CWalk::m_region, CWalk::m_pitch, CWalk::m_x, CWalk::m_nStrips;
 
 public:
     static constexpr int kChains = kScan.bHorizontal ? 0 : 1;
-    static constexpr bool kListed = CBoundStage<GetFindTraits(kScan.eFind)>::kBounded;
+    static constexpr bool kListed = CBound::kBounded;
 
     CPixelSource(const CKernelCall& call, TRule& rule)
         : CWalk(call.region, CPitch16(call.nPitch16), Extent(call)), m_call(call), m_rule(rule),
-          m_scratch(GetScanScratch()), m_runs(m_scratch), m_bound(m_scratch.bound), m_nNextStep(call.region.nTop)
+          m_scratch(GetScanScratch()), m_runs(m_scratch), m_bound(m_scratch.bound, CBound()),
+          m_nNextStep(call.region.nTop)
     {
         m_row.nPrefetch = call.image.nStride;
         m_row.nWeightRight = static_cast<std::uint16_t>(call.nVtdPitch16 & 15);
@@ -104,8 +106,7 @@ public:
         m_row.nMapRow = m_rule.MapRow(row.y);
         const CPitch16 pitch = PitchAt(m_x, row.y);
         PlaceRows(pitch, m_x, row.y, m_nStrips * kStripWidth);
-        m_bCandidates = m_bound.List(
-            m_row, [&] { return BoundReach(pitch, row.y); }, row);
+        m_bCandidates = m_bound.List([&] { return BoundPlace(pitch, row.y); }, row);
         if (!m_bCandidates)
         {
             FindRow(kScan.eFind, m_row);
@@ -232,16 +233,17 @@ private:
         }
     }
 
-    /// The rows that the bound may list together with row y, which is placed.
-    CBoundReach BoundReach(const CPitch16& pitch, std::int64_t y) const
+    /// Row y, which the finder's row is, and those that the bound may list together with it.
+    CPixelPlace BoundPlace(const CPitch16& pitch, std::int64_t y) const
     {
-        CBoundReach reach;
+        CPixelPlace place;
+        place.pRow = &m_row;
         if constexpr (kScan.bHorizontal)
-            reach.nLimitEnd = std::min(m_nNextStep, m_region.nBottom);
+            place.nLimitEnd = std::min(m_nNextStep, m_region.nBottom);
         else
-            reach.nLimitEnd = std::min(m_nNextStep, this->m_nRowEnd);
-        reach.nMapStride = m_rule.MapRow(1) - m_rule.MapRow(0);
-        reach.nRowBytes = m_call.image.nStride;
+            place.nLimitEnd = std::min(m_nNextStep, this->m_nRowEnd);
+        place.nMapStride = m_rule.MapRow(1) - m_rule.MapRow(0);
+        place.nRowBytes = m_call.image.nStride;
         if constexpr (!kScan.bHorizontal && !kScan.bMeans)
         {
             // Rows that are copied do not follow one another in memory.
@@ -249,12 +251,12 @@ private:
             const std::int64_t nColumns = m_nStrips * kStripWidth + (kScan.ReadsOneMore() ? 1 : 0);
             const auto isInside = [&](std::int64_t nLeft, std::int64_t nRow)
             { return IsRowInside(m_call.image, nLeft, nRow, nColumns); };
-            if (nLast < reach.nLimitEnd && PitchAt(m_x, nLast) == pitch && isInside(m_x, y) && isInside(m_x, nLast) &&
+            if (nLast < place.nLimitEnd && PitchAt(m_x, nLast) == pitch && isInside(m_x, y) && isInside(m_x, nLast) &&
                 isInside(ReferenceLeft(m_x), y + pitch.nWhole) &&
                 isInside(ReferenceLeft(m_x), nLast + pitch.nWhole + 1))
-                reach.nRows = kBoundRows;
+                place.nRows = kBoundRows;
         }
-        return reach;
+        return place;
     }
 
     /// Row y from column x on. Of the rows that are used together with row nSource, each has its own nCopy.
@@ -304,7 +306,7 @@ private:
     TRule& m_rule;
     CScanScratch& m_scratch;
     CRunList m_runs;
-    CBoundStage<GetFindTraits(kScan.eFind)> m_bound;
+    CBoundStage<CBound> m_bound;
     CFindRow m_row;
     const CStripRun* m_pRun = nullptr;  ///< of the column compared last
     std::int64_t m_y = 0;               ///< of the finder's row
