@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
-// Every pixel and zone kernel against the plain reference with the bound used where it pays, wherever it is possible,
-// and never, on scenes made for it: sources that differ by the threshold, or by one less or more, in few or many
-// places.
+// Every pixel, zone and float kernel against the plain reference with the bound used where it pays, wherever it is
+// possible, and never, on scenes made for it: sources that differ by the threshold, or by one less or more, in few or
+// many places.
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "fast/float_random_scene.h"
 #include "fast/pixel_random_scene.h"
 #include "fast/reference_check.h"
 #include "fast/zone_random_scene.h"
@@ -123,6 +124,37 @@ TEST_P(BoundRandomZone, AgreesWithTheReferenceForEveryUse)
 
 INSTANTIATE_TEST_SUITE_P(Each, BoundRandomZone, testing::ValuesIn(AllZoneKernels()),
                          [](const testing::TestParamInfo<ZoneKernel>& kernel) { return KernelName(kernel.param); });
+
+class BoundRandomFloat : public testing::TestWithParam<FloatKernel>
+{
+};
+
+TEST_P(BoundRandomFloat, AgreesWithTheReferenceForEveryUse)
+{
+    CFloatSceneSource source;
+    CBoundPicture picture;
+    CFloatScene scene;
+    const int nArea = WindowArea(GetParam());
+    const auto make = [&](std::uint64_t nSeed) -> const CFloatScene&
+    {
+        scene = source.Make(GetParam(), nSeed);
+        CRandom random(~nSeed);
+        if (!random.OneIn(4))
+            scene.call.first = {nArea * random.Int(0, 9) + random.Int(0, nArea),
+                                random.OneIn(2) ? 0 : random.Int(0, 40)};
+        // Whole columns of shift are bounded, fractions are not.
+        if (random.OneIn(2))
+            scene.call.nVtdPitch16 &= ~std::int64_t{15};
+        // One pixel of a window has to differ by as much as the window.
+        picture.Put(random, scene.call, static_cast<int>(scene.call.first.nBase) / nArea * nArea);
+        return scene;
+    };
+    EXPECT_GT(CompareWithReference(std::string("bound ") + KernelName(GetParam()), nCases, make, byEveryUse).nNewPairs,
+              0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, BoundRandomFloat, testing::ValuesIn(AllFloatKernels()),
+                         [](const testing::TestParamInfo<FloatKernel>& kernel) { return KernelName(kernel.param); });
 
 } // namespace
 } // namespace narvo::test

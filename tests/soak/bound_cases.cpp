@@ -3,9 +3,11 @@
 #include "soak/bound_cases.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 
 #include "narvoassem/fast/find/compare_pixel.h"
+#include "narvoassem/fast/find/compare_sums.h"
 
 namespace narvo::test
 {
@@ -34,7 +36,7 @@ int PickGain(CCaseSource& source)
 const CSoakCase& CBoundCaseMaker::Make(CCaseSource& source)
 {
     m_case = m_maker.Make(source);
-    SetMode();
+    SetMode(source);
     SetThresholds(source);
     m_case.eBound =
         source.Pick({engine::BoundUse::WherePaid, engine::BoundUse::WherePossible, engine::BoundUse::Never});
@@ -43,12 +45,36 @@ const CSoakCase& CBoundCaseMaker::Make(CCaseSource& source)
     return m_case;
 }
 
-/// Rectangles are inspected by pixel or zone kernels.
-void CBoundCaseMaker::SetMode()
+/// Rectangles are inspected by pixel or zone kernels, or by float kernels.
+void CBoundCaseMaker::SetMode(CCaseSource& source)
 {
     CConvParam& p = m_case.param;
     if (m_case.eCall != CaseCall::Rect)
         return;
+    if (m_eCompared == Compared::Windows)
+    {
+        p.nInspectMode = 0;
+        p.pThresholdOffsetMap = nullptr;
+        p.nConvWidth = source.Pick({2, 3});
+        p.nConvHeight = source.Pick({2, 3});
+        // The rarer kernels would otherwise be most of the cases.
+        if (!source.OneIn(4))
+        {
+            p.bZoneFlagged = 0;
+            p.pConvPitchTable = nullptr;
+        }
+        // Larger windows are not compared with either.
+        if (p.nConvWidth * p.nConvHeight > 4)
+        {
+            p.fVtdPitch = 0;
+            p.pScanPitchTable = nullptr;
+        }
+        else if (source.OneIn(2))
+            p.fVtdPitch = 0;
+        else if (source.OneIn(2))
+            p.fVtdPitch = std::trunc(p.fVtdPitch);
+        return;
+    }
     // Binarise mode has no grid of zone cells, which maps need.
     if (p.nInspectMode == 3)
         p.pThresholdOffsetMap = nullptr;
@@ -71,6 +97,8 @@ void CBoundCaseMaker::SetThresholds(CCaseSource& source)
 /// The difference from nGrey that is the threshold of one of the sets, or one less or more; either sign.
 int CBoundCaseMaker::PickStep(CCaseSource& source, int nGrey) const
 {
+    if (m_eCompared == Compared::Windows && m_case.eCall == CaseCall::Rect)
+        return PickWindowStep(source, nGrey);
     const CConvParam& p = m_case.param;
     const int nSign = source.Pick({1, -1});
     // The offsets of most maps.
@@ -83,6 +111,32 @@ int CBoundCaseMaker::PickStep(CCaseSource& source, int nGrey) const
     while (nStep < 255 &&
            nStep <=
                engine::FormThreshold(static_cast<std::uint16_t>(std::max(nGrey + nSign * nStep, nGrey)), nGain, nBase))
+        ++nStep;
+    return nSign * (nStep + source.Int(-1, 1));
+}
+
+/// The same for the window that one pixel changes.
+int CBoundCaseMaker::PickWindowStep(CCaseSource& source, int nGrey) const
+{
+    const CConvParam& p = m_case.param;
+    const int nSign = source.Pick({1, -1});
+    const bool bSecond = source.OneIn(4);
+    const int nArea = p.nConvWidth * p.nConvHeight;
+    const int nGreys = bSecond ? p.nBlackFilterGray : p.nThreshold / nArea;
+    engine::CSumsRow row;
+    row.nUnits = static_cast<std::uint16_t>(16 * nArea);
+    row.nBase = static_cast<std::uint16_t>(nGreys);
+    row.nGain = static_cast<std::uint16_t>(bSecond ? p.nBlackFilterGain : p.nThresholdGain);
+    const int nWindow = row.nUnits * nGrey;
+    const auto threshold = [&](int nStep)
+    {
+        return nArea == 4 ? engine::FormSumsThreshold<engine::SumsVariant::Larger>(
+                                row, static_cast<std::uint16_t>(std::max(nWindow + nSign * 16 * nStep, nWindow)))
+                          : engine::FormSumsThreshold<engine::SumsVariant::Source>(
+                                row, static_cast<std::uint16_t>(nWindow + nSign * 16 * nStep));
+    };
+    int nStep = 0;
+    while (nStep < 255 && 16 * nStep <= threshold(nStep))
         ++nStep;
     return nSign * (nStep + source.Int(-1, 1));
 }

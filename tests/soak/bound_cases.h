@@ -13,15 +13,26 @@ namespace narvo::test
 class CBoundCaseMaker
 {
 public:
+    /// What the kernels of the cases compare.
+    enum class Compared
+    {
+        Pixels,
+        Windows
+    };
+
+    explicit CBoundCaseMaker(Compared eCompared = Compared::Pixels) : m_eCompared(eCompared) {}
+
     /// A case from the draws of the source. It lasts until the next call.
     const CSoakCase& Make(CCaseSource& source);
 
 private:
-    void SetMode();
+    void SetMode(CCaseSource& source);
     void SetThresholds(CCaseSource& source);
     void FillImage(CCaseSource& source);
     int PickStep(CCaseSource& source, int nGrey) const;
+    int PickWindowStep(CCaseSource& source, int nGrey) const;
 
+    Compared m_eCompared;
     CCaseMaker m_maker{CCaseMaker::Memory::Kept, CCaseMaker::Sizes::Rows};
     CCaseArray<std::uint8_t> m_image;
     CSoakCase m_case;

@@ -33,6 +33,13 @@ inline constexpr CSoakConstant aBoundConstants[] = {
     {200000, 0x8db44956ae52458a, 0x1140a2b605425231, 0x1140a2b605425231},
 };
 
+/// And for those made for bounds of window sums.
+inline constexpr CSoakConstant aWindowConstants[] = {
+    {2000, 0xfb1b10ba72a53491, 0, 0},
+    {20000, 0x4d3b1ec5397ab321, 0xa8bab855a226d4e8, 0xa8bab855a226d4e8},
+    {200000, 0x129108458c8a5ed0, 0x94265766ecf0ed0c, 0x94265766ecf0ed0c},
+};
+
 /// The constant for that many cases; null where there is none.
 inline const CSoakConstant* FindSoakConstant(std::uint64_t nCases, CaseKind eKind = CaseKind::General)
 {
@@ -43,6 +50,8 @@ inline const CSoakConstant* FindSoakConstant(std::uint64_t nCases, CaseKind eKin
                 return &constant;
         return nullptr;
     };
+    if (eKind == CaseKind::Windows)
+        return find(aWindowConstants);
     return eKind == CaseKind::Bounds ? find(aBoundConstants) : find(aSoakConstants);
 }
 

@@ -56,6 +56,9 @@ std::string Hex(std::uint64_t nValue)
     return out.str();
 }
 
+/// The kinds of cases by name, in the order of CaseKind.
+const std::vector<std::string> aKinds = {"general", "bounds", "windows"};
+
 /// A setting from words apart by a slash: a level, and on or off for the band split. What is not named is as in plain.
 CSoakSetting ParseSetting(const std::string& strText, const CSoakSetting& plain)
 {
@@ -225,9 +228,10 @@ int RunSums(const COptions& options, const CSoakSetting& setting)
     own.aBlocks = RunSoak(setting, own.range, own.nBlock, options.nJobs, std::ref(progress));
     const std::chrono::duration<double> tSpent = std::chrono::steady_clock::now() - tStart;
     const CSoakSums sums = AddUp(own.aBlocks);
-    std::cout << (setting.eKind == CaseKind::Bounds ? "bounds, cases " : "cases ") << own.range.nFirst << " to "
-              << own.range.nFirst + own.range.nCases - 1 << " at " << setting.Name() << ", " << std::fixed
-              << std::setprecision(1) << tSpent.count() << " s\n"
+    if (setting.eKind != CaseKind::General)
+        std::cout << options.strKind << ", ";
+    std::cout << "cases " << own.range.nFirst << " to " << own.range.nFirst + own.range.nCases - 1 << " at "
+              << setting.Name() << ", " << std::fixed << std::setprecision(1) << tSpent.count() << " s\n"
               << "  left alone by the split  " << Hex(sums.nPlain) << "  (" << sums.nCases - sums.nOpenCases
               << " cases)\n"
               << "  with the split " << (setting.bSplit ? "on       " : "off      ") << Hex(sums.nOpen) << "  ("
@@ -248,7 +252,7 @@ int Run(const COptions& options)
     }
     CSoakSetting plain;
     plain.bSplit = options.strSplit == "on";
-    plain.eKind = options.strKind == "bounds" ? CaseKind::Bounds : CaseKind::General;
+    plain.eKind = static_cast<CaseKind>(std::find(aKinds.begin(), aKinds.end(), options.strKind) - aKinds.begin());
     if (plain.eKind != CaseKind::General && !(options.strWrite.empty() && options.strAgainst.empty()))
         throw CLI::ValidationError("--kind", "files of sums hold cases of kind general only");
     const CSoakSetting setting = ParseSetting(options.strLevel, plain);
@@ -279,9 +283,10 @@ int main(int argc, char** argv)
     app.add_option("--split", options.strSplit, "band split of wide regions")
         ->capture_default_str()
         ->check(CLI::IsMember({"on", "off"}));
-    app.add_option("--kind", options.strKind, "general cases, or those made for the bound in front of the finder")
+    app.add_option("--kind", options.strKind,
+                   "general cases, or those made for the bound in front of the finder: of pixels, or of window sums")
         ->capture_default_str()
-        ->check(CLI::IsMember({"general", "bounds"}));
+        ->check(CLI::IsMember(aKinds));
     app.add_option("--jobs", options.nJobs, "threads")->capture_default_str()->check(CLI::Range(1, 1024));
     app.add_option("--block", options.nBlock, "cases of a block in a file of sums")
         ->capture_default_str()

@@ -49,10 +49,24 @@ std::int64_t FindLevel(const std::string& strName)
     return 0;
 }
 
+const CSoakCase& CSoakPlayer::Make(CCaseSource& source)
+{
+    switch (m_eKind)
+    {
+    case CaseKind::Bounds:
+        return m_boundMaker.Make(source);
+    case CaseKind::Windows:
+        return m_windowMaker.Make(source);
+    case CaseKind::General:
+        break;
+    }
+    return m_maker.Make(source);
+}
+
 const CCaseResult& CSoakPlayer::Play(std::uint64_t nNumber, bool bSplit)
 {
     CNumberedSource source(nNumber);
-    m_pCase = m_eKind == CaseKind::Bounds ? &m_boundMaker.Make(source) : &m_maker.Make(source);
+    m_pCase = &Make(source);
     return m_runner.Run(*m_pCase, bSplit);
 }
 

@@ -32,7 +32,8 @@ struct CSoakSums
 enum class CaseKind
 {
     General, ///< those of CCaseMaker
-    Bounds   ///< those of CBoundCaseMaker
+    Bounds,  ///< those of CBoundCaseMaker, for pixels
+    Windows  ///< and for window sums
 };
 
 /// How cases are run.
@@ -72,9 +73,12 @@ public:
     CCaseRunner& Runner() { return m_runner; }
 
 private:
+    const CSoakCase& Make(CCaseSource& source);
+
     const CaseKind m_eKind;
     CCaseMaker m_maker;
     CBoundCaseMaker m_boundMaker;
+    CBoundCaseMaker m_windowMaker{CBoundCaseMaker::Compared::Windows};
     CCaseRunner m_runner;
     const CSoakCase* m_pCase = nullptr;
 };

@@ -50,7 +50,8 @@ TEST(SoakChecksum, IsTheCommittedOneAtEveryVectorLevelWithAndWithoutTheSplit)
 TEST(SoakChecksum, OfCasesForBoundsIsTheCommittedOneAtEveryVectorLevel)
 {
     for (const std::int64_t nLevel : VectorLevels())
-        ExpectCommitted({nLevel, true, CaseKind::Bounds}, 2000);
+        for (const CaseKind eKind : {CaseKind::Bounds, CaseKind::Windows})
+            ExpectCommitted({nLevel, true, eKind}, 2000);
 }
 
 TEST(SoakChecksum, IsTheCommittedOneOverCasesThatReachEveryChoiceAndCode)
@@ -130,9 +131,9 @@ TEST(SoakCases, KeepTheContractInMemoryOfExactlyTheSizeItAsksFor)
     }
 }
 
-TEST(SoakCases, ForBoundsGiveTheSameForEveryUseOfTheBound)
+void ExpectTheSameForEveryUse(CBoundCaseMaker::Compared eCompared)
 {
-    CBoundCaseMaker maker;
+    CBoundCaseMaker maker(eCompared);
     CCaseRunner runner;
     int nWithPairs = 0;
     for (std::uint64_t i = 0; i < 1500; ++i)
@@ -149,6 +150,12 @@ TEST(SoakCases, ForBoundsGiveTheSameForEveryUseOfTheBound)
         }
     }
     EXPECT_GT(nWithPairs, 500);
+}
+
+TEST(SoakCases, ForBoundsGiveTheSameForEveryUseOfTheBound)
+{
+    ExpectTheSameForEveryUse(CBoundCaseMaker::Compared::Pixels);
+    ExpectTheSameForEveryUse(CBoundCaseMaker::Compared::Windows);
 }
 
 TEST(SoakCases, ComeFromBytesAsFromNumbers)
