@@ -3,11 +3,11 @@
 #include "host/evaluate/evaluation.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstdint>
-#include <exception>
 #include <mutex>
-#include <thread>
+
+#include "host/inspect/for_each.h"
+#include "host/statistics/mixed_numbers.h"
 
 namespace narvo
 {
@@ -17,25 +17,6 @@ namespace
 
 constexpr int nDraws = 500;
 constexpr std::uint64_t nSeed = 20260101;
-
-/// Numbers that are the same on every machine: a counter, mixed (SplitMix64).
-class DrawnNumbers
-{
-public:
-    /// 0 .. count - 1
-    std::size_t Below(std::size_t count)
-    {
-        m_state += 0x9e3779b97f4a7c15U;
-        std::uint64_t mixed = m_state;
-        mixed = (mixed ^ mixed >> 30U) * 0xbf58476d1ce4e5b9U;
-        mixed = (mixed ^ mixed >> 27U) * 0x94d049bb133111ebU;
-        mixed ^= mixed >> 31U;
-        return static_cast<std::size_t>(mixed % count);
-    }
-
-private:
-    std::uint64_t m_state = nSeed;
-};
 
 using Selection = std::vector<const ImageMeasure*>;
 
@@ -123,7 +104,7 @@ void DrawAnew(const std::vector<ImageMeasure>& measures, MethodResult& result)
                                                            &Figures::regionOverlap, &Figures::imageF1,
                                                            &Figures::found,         &Figures::falseAnImage};
     std::vector<double> drawn[std::size(members)];
-    DrawnNumbers numbers;
+    MixedNumbers numbers(nSeed);
     for (int draw = 0; draw < nDraws; ++draw)
     {
         Selection images;
@@ -196,51 +177,33 @@ MethodResult EvaluateMethod(const std::string& name, const EvaluationSet& set, c
 {
     std::vector<ImageMeasure> measures(set.images.size());
     std::vector<std::vector<Problem>> problems(set.images.size());
-    std::vector<std::exception_ptr> failures(set.images.size());
-    std::atomic<std::size_t> next = 0;
     std::mutex counting;
     std::size_t done = 0;
-    const auto work = [&](int lane)
-    {
-        for (std::size_t i = next++; i < set.images.size(); i = next++)
-            try
-            {
-                const ImageTruth of = truth(set.images[i]);
-                ImageScores scores;
-                try
-                {
-                    scores = score(set.images[i], lane);
-                }
-                catch (const HostError& error)
-                {
-                    problems[i] = error.Problems();
-                    scores.scores.width = std::max(1, of.labels.cols);
-                    scores.scores.height = std::max(1, of.labels.rows);
-                    scores.scores.values.assign(static_cast<std::size_t>(scores.scores.width) * scores.scores.height,
-                                                0.0F);
-                    scores.blobs.resize(SweepFactors().size());
-                }
-                RequireSameSize(set.images[i], scores.scores, of.labels);
-                measures[i] = MeasureImage(scores, of, rules);
-                const std::lock_guard lock(counting);
-                ++done;
-                if (progress)
-                    progress(done);
-            }
-            catch (...)
-            {
-                failures[i] = std::current_exception();
-            }
-    };
-    {
-        std::vector<std::jthread> threads;
-        for (int lane = 1; lane < lanes; ++lane)
-            threads.emplace_back(work, lane);
-        work(0);
-    }
-    for (const std::exception_ptr& failure : failures)
-        if (failure)
-            std::rethrow_exception(failure);
+    ForEachNumber(set.images.size(), lanes,
+                  [&](std::size_t i, int lane)
+                  {
+                      const ImageTruth of = truth(set.images[i]);
+                      ImageScores scores;
+                      try
+                      {
+                          scores = score(set.images[i], lane);
+                      }
+                      catch (const HostError& error)
+                      {
+                          problems[i] = error.Problems();
+                          scores.scores.width = std::max(1, of.labels.cols);
+                          scores.scores.height = std::max(1, of.labels.rows);
+                          scores.scores.values.assign(
+                              static_cast<std::size_t>(scores.scores.width) * scores.scores.height, 0.0F);
+                          scores.blobs.resize(SweepFactors().size());
+                      }
+                      RequireSameSize(set.images[i], scores.scores, of.labels);
+                      measures[i] = MeasureImage(scores, of, rules);
+                      const std::lock_guard lock(counting);
+                      ++done;
+                      if (progress)
+                          progress(done);
+                  });
 
     MethodResult result = SummariseMeasures(name, measures);
     for (std::size_t i = 0; i < measures.size(); ++i)

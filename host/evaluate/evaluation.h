@@ -89,8 +89,9 @@ MethodResult EvaluateMethod(const std::string& name, const EvaluationSet& set, c
 /// Figures and curves of measured images.
 MethodResult SummariseMeasures(const std::string& name, const std::vector<ImageMeasure>& measures);
 
-/// Results as JSON: set, rules, and each method.
-nlohmann::ordered_json EvaluationToJson(const std::string& set, const std::string& layout, const ScoringRules& rules,
+/// Results as JSON: set, names of the images that were learnt from and not measured, rules, and each method.
+nlohmann::ordered_json EvaluationToJson(const std::string& set, const std::string& layout,
+                                        const std::vector<SetImage>& learntFrom, const ScoringRules& rules,
                                         const std::vector<MethodResult>& methods);
 
 } // namespace narvo

@@ -73,13 +73,21 @@ ordered_json MethodToJson(const MethodResult& method)
 
 } // namespace
 
-ordered_json EvaluationToJson(const std::string& set, const std::string& layout, const ScoringRules& rules,
+ordered_json EvaluationToJson(const std::string& set, const std::string& layout,
+                              const std::vector<SetImage>& learntFrom, const ScoringRules& rules,
                               const std::vector<MethodResult>& methods)
 {
-    ordered_json document = {
-        {"version", 1},           {"set", NameToText(set)},          {"layout", layout},
-        {"margin", rules.margin}, {"smallest_blob", rules.smallest}, {"largest_blob", rules.largest},
-        {"patch", rules.patch},   {"methods", ordered_json::array()}};
+    ordered_json document = {{"version", 1},
+                             {"set", NameToText(set)},
+                             {"layout", layout},
+                             {"learnt_from", ordered_json::array()},
+                             {"margin", rules.margin},
+                             {"smallest_blob", rules.smallest},
+                             {"largest_blob", rules.largest},
+                             {"patch", rules.patch},
+                             {"methods", ordered_json::array()}};
+    for (const SetImage& image : learntFrom)
+        document["learnt_from"].push_back(NameToText(image.name));
     for (const MethodResult& method : methods)
         document["methods"].push_back(MethodToJson(method));
     return document;

@@ -8,9 +8,14 @@
 #include <optional>
 #include <string_view>
 
+#include <nlohmann/json.hpp>
+
+#include "host/counted.h"
 #include "host/evaluate/box_files.h"
+#include "host/file/input_file.h"
 #include "host/image/image_header.h"
 #include "host/problem.h"
+#include "host/recipe/recipe_file.h"
 
 namespace narvo
 {
@@ -75,9 +80,12 @@ public:
         if (fs::is_directory(m_folder / "good", error) && fs::is_directory(m_folder / "defective", error))
             ReadMasks();
         else if (!ReadPairs() && !ReadCoco() && !ReadVoc() && !ReadLabels())
+        {
+            RequireWholeJson();
             throw HostError({{"set " + m_folder.string(), "no known layout",
                               "good, defective and mask folders, NAME_temp and NAME_test images with NAME.txt, or "
                               "images with boxes as COCO, Pascal VOC, YOLO or text files"}});
+        }
         ThrowIfAny(std::move(m_found));
         Check();
         return std::move(m_set);
@@ -202,6 +210,15 @@ private:
         return !m_set.images.empty() || !m_found.empty();
     }
 
+    /// A folder that has no other layout may be meant as COCO's with a damaged file.
+    void RequireWholeJson() const
+    {
+        for (const fs::path& folder : LabelFolders())
+            for (const fs::path& file : FilesIn(folder))
+                if (LowerEnding(file) == ".json")
+                    ParseJsonText(ReadTextFile(file, "boxes " + file.string()), "boxes " + file.string());
+    }
+
     void AddCoco(const fs::path& annotations)
     {
         Try(
@@ -221,6 +238,10 @@ private:
                     if (found == folders.end() || of.is_absolute() || std::find(of.begin(), of.end(), "..") != of.end())
                         m_found.push_back({"boxes " + annotations.string(), "image " + name + " is not there",
                                            "images in the folder or in its images"});
+                    else if (const auto [by, isNew] = m_annotated.emplace(*found / name, annotations); !isNew)
+                        m_found.push_back({"boxes " + annotations.string(),
+                                           "image " + name + " is also in " + by->second.string(),
+                                           "each image in one file"});
                     else
                         AddBoxed(*found / name, std::move(boxes));
                 }
@@ -311,6 +332,7 @@ private:
     fs::path m_folder;
     EvaluationSet m_set;
     std::map<fs::path, std::map<std::string, fs::path>> m_stems; ///< images by folder and stem
+    std::map<fs::path, fs::path> m_annotated;                    ///< COCO's file by image
     std::vector<Problem> m_found;
 };
 
@@ -319,6 +341,32 @@ private:
 EvaluationSet ReadEvaluationSet(const fs::path& folder)
 {
     return SetReader(folder).Read();
+}
+
+std::vector<SetImage> TakeGoodImages(EvaluationSet& set, std::size_t count, const std::string& field)
+{
+    std::vector<const SetImage*> good;
+    for (const SetImage& image : set.images)
+        if (!image.defective)
+            good.push_back(&image);
+    const std::size_t most = std::min(good.size(), set.images.size() - 1);
+    if (count < 1 || count > most)
+        throw HostError(
+            {{field, std::to_string(count),
+              most == 0 ? "a set with good images and others to measure"
+                        : "1 to " + std::to_string(most) + ", since the set has " + Counted(good.size(), "good image") +
+                              " of " + std::to_string(set.images.size())}});
+    std::sort(good.begin(), good.end(), [](const SetImage* a, const SetImage* b) { return a->name < b->name; });
+    good.resize(count);
+    std::vector<SetImage> taken;
+    for (const SetImage* image : good)
+        taken.push_back(*image);
+    std::erase_if(set.images,
+                  [&](const SetImage& image) {
+                      return std::any_of(taken.begin(), taken.end(),
+                                         [&](const SetImage& each) { return each.file == image.file; });
+                  });
+    return taken;
 }
 
 } // namespace narvo

@@ -51,4 +51,8 @@ constexpr std::size_t nTrueBoxLimit = 1000000; ///< in all images together
 /// @throws HostError where the folder has none of these layouts, and with all that is wrong in its files
 EvaluationSet ReadEvaluationSet(const std::filesystem::path& folder);
 
+/// Takes the first good images by name out of the set. @throws HostError, in which `field` is what asked for them,
+/// where the set has fewer or none would be left to measure
+std::vector<SetImage> TakeGoodImages(EvaluationSet& set, std::size_t count, const std::string& field);
+
 } // namespace narvo

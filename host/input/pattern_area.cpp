@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Descriptors of cells, and the growth of the area over strips of them.
 #include "host/input/pattern_area.h"
+#include "host/statistics/robust.h"
 
 #include <algorithm>
 #include <array>
@@ -8,8 +9,6 @@
 #include <vector>
 
 #include <opencv2/imgproc.hpp>
-
-#include "host/input/robust.h"
 
 namespace narvo
 {

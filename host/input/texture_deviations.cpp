@@ -11,7 +11,7 @@
 #include "host/input/flatten.h"
 #include "host/input/line_means.h"
 #include "host/input/pattern_area.h"
-#include "host/input/robust.h"
+#include "host/statistics/robust.h"
 
 namespace narvo
 {
@@ -133,13 +133,18 @@ void TakeDeviations(const cv::Mat& values, const std::vector<Zone>& zones, Textu
 
 } // namespace
 
+cv::Mat FindTextureArea(const cv::Mat& grey, const TextureSettings& settings)
+{
+    return Shrink(FindPatternArea(grey, settings.findMargins), nGuard);
+}
+
 TextureDeviations::TextureDeviations(const GreyView& image, const TextureSettings& settings)
 {
     const cv::Mat pixels(image.Height(), image.Width(), CV_8UC1, const_cast<std::uint8_t*>(image.Row(0)),
                          static_cast<std::size_t>(image.Stride()));
     cv::Mat grey;
     pixels.convertTo(grey, CV_32F);
-    m_area = Shrink(FindPatternArea(grey, settings.findMargins), nGuard);
+    m_area = FindTextureArea(grey, settings);
     m_edge = settings.edgeZone > nGuard ? cv::Mat(m_area - Shrink(m_area, settings.edgeZone - nGuard))
                                         : cv::Mat(cv::Mat::zeros(m_area.size(), CV_8U));
     cv::Mat flat = Flatten(grey, m_area - m_edge, {settings.window, settings.window}, settings.window);

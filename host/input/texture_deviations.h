@@ -20,6 +20,9 @@ struct TextureDeviation
     cv::Mat dark;   ///< below it
 };
 
+/// Where texture mode looks for defects in a grey image (CV_32F, 0 .. 255): 1, elsewhere 0 (CV_8U).
+cv::Mat FindTextureArea(const cv::Mat& grey, const TextureSettings& settings);
+
 /// One image in texture mode. The same image gives the same values whatever runs beside.
 class TextureDeviations
 {

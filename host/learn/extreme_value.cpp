@@ -6,6 +6,8 @@
 #include <cmath>
 #include <numeric>
 
+#include "host/statistics/robust.h"
+
 namespace narvo
 {
 
@@ -20,15 +22,6 @@ constexpr double dConfidence = 1.0;   // standard errors added to a limit
 constexpr std::size_t nFewImages = 5; // fewer say little of the scatter from image to image
 constexpr double dRateHigh = 0.5;
 constexpr double dFewFactor = 2.0; // over the largest seen, with fewer
-
-double Median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    const std::size_t middle = values.size() / 2;
-    if (values.empty())
-        return 0.0;
-    return values.size() % 2 != 0 ? values[middle] : 0.5 * (values[middle - 1] + values[middle]);
-}
 
 double Mean(const std::vector<double>& values)
 {
@@ -95,11 +88,12 @@ void SetInside(std::vector<FeatureChannel>& channels, double rate, double places
     std::vector<double> relative;
     for (const FeatureChannel& channel : channels)
     {
-        medians.push_back(std::max(Median(channel.values), 1e-6));
+        std::vector<double> values = channel.values;
+        medians.push_back(std::max(MedianOf(values), 1e-6));
         scales.push_back(Deviation(channel.values, static_cast<double>(channel.values.size())) * dGumbel);
         relative.push_back(scales.back() / medians.back());
     }
-    const double common = Median(relative);
+    const double common = MedianOf(relative);
     std::vector<double> largest(channels.front().values.size(), -1e30);
     std::vector<double> modes;
     for (std::size_t k = 0; k < channels.size(); ++k)
@@ -123,7 +117,8 @@ void SetEdge(std::vector<FeatureChannel>& channels, double rate)
     std::vector<double> largest(images, 0.0);
     for (const FeatureChannel& channel : channels)
     {
-        medians.push_back(std::max(Median(channel.values), 1e-6));
+        std::vector<double> values = channel.values;
+        medians.push_back(std::max(MedianOf(values), 1e-6));
         for (std::size_t i = 0; i < images; ++i)
             largest[i] = std::max(largest[i], channel.values[i] / medians.back());
     }
@@ -146,26 +141,6 @@ double ExtremeLimit(const std::vector<double>& values, double rate, double confi
     // Variance of the level's estimate by moments.
     const double error = scale * std::sqrt((1.11 + 0.52 * level + 0.61 * level * level) / count);
     return Mean(values) - dEuler * scale + scale * level + confidence * error;
-}
-
-double PoissonBound(std::size_t events)
-{
-    constexpr double dRisk = 0.05;
-    double low = 0.0;
-    double high = 10.0 + 3.0 * static_cast<double>(events);
-    for (int step = 0; step < 60; ++step)
-    {
-        const double mean = 0.5 * (low + high);
-        double term = std::exp(-mean);
-        double sum = term;
-        for (std::size_t k = 1; k <= events; ++k)
-        {
-            term *= mean / static_cast<double>(k);
-            sum += term;
-        }
-        (sum > dRisk ? low : high) = mean;
-    }
-    return 0.5 * (low + high);
 }
 
 void SetLimits(const std::vector<const PlaceMaxima*>& good, double rate, std::vector<TextureFeature>& features)

@@ -14,12 +14,9 @@ namespace narvo
 /// Gumbel distribution fitted by moments to `values`, plus `confidence` standard errors of that. Two values at least.
 double ExtremeLimit(const std::vector<double>& values, double rate, double confidence);
 
-/// The largest mean number of events that still gives `events` or fewer with probability 0.05: the upper bound of a
-/// Poisson mean at 95 % confidence.
-double PoissonBound(std::size_t events);
-
-/// Fills in the limits of the features from good images, so that an image stays without a defect in all but `rate` of
-/// the cases: half of it for places inside, half beside margins. Where no image has margins the limits there stay 0.
+/// Fills in the limits of the features from good images with two places or more in all, so that an image stays without
+/// a defect in all but `rate` of the cases: half of it for places inside, half beside margins. Where no image has
+/// margins the limits there stay 0.
 void SetLimits(const std::vector<const PlaceMaxima*>& good, double rate, std::vector<TextureFeature>& features);
 
 } // namespace narvo

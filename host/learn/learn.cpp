@@ -5,15 +5,15 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <utility>
 
-#include "host/inspect/inspector.h"
+#include "host/counted.h"
 #include "host/learn/candidate.h"
 #include "host/learn/extreme_value.h"
-#include "host/learn/planted.h"
+#include "host/learn/spot_trial.h"
 #include "host/problem.h"
+#include "host/statistics/count_bounds.h"
 
 namespace narvo
 {
@@ -23,48 +23,8 @@ namespace
 
 constexpr std::size_t nGroupsMost = 10;
 constexpr std::size_t nTrialImages = 3;
-constexpr std::size_t nTrialPixels = 12000000; // of all trial images together, but one at least
 constexpr std::uint64_t nPlantSeed = 7;
 constexpr std::size_t nImagesWanted = 6;
-
-/// Spots by side and contrast, in that order.
-std::vector<LearnSpots> FindPlanted(const std::vector<BatchImage>& good, const Recipe& recipe)
-{
-    std::map<std::pair<int, int>, LearnSpots> found;
-    Inspector inspector(1, recipe.maxBlobs);
-    const std::size_t count = std::min(nTrialImages, good.size());
-    std::size_t pixels = 0;
-    for (std::size_t i = 0; i < count && pixels < nTrialPixels; ++i)
-    {
-        const PlantedImage planted = PlantSpots(*good[i * good.size() / count].load(), nPlantSeed + i);
-        pixels += static_cast<std::size_t>(planted.image.Width()) * static_cast<std::size_t>(planted.image.Height());
-        const InspectionResult result = inspector.Inspect(0, planted.image, CheckedRecipe(recipe));
-        for (const PlantedSpot& spot : planted.spots)
-        {
-            LearnSpots& kind = found[{spot.box.Width(), std::abs(spot.contrast)}];
-            kind.side = spot.box.Width();
-            kind.contrast = std::abs(spot.contrast);
-            ++kind.planted;
-            kind.found += IsFound(spot, result.blobs) ? 1 : 0;
-        }
-    }
-    std::vector<LearnSpots> spots;
-    for (const auto& [key, kind] : found)
-        spots.push_back(kind);
-    return spots;
-}
-
-double ShareOf(const std::vector<LearnSpots>& spots)
-{
-    std::size_t planted = 0;
-    std::size_t found = 0;
-    for (const LearnSpots& kind : spots)
-    {
-        planted += kind.planted;
-        found += kind.found;
-    }
-    return planted == 0 ? 0.0 : static_cast<double>(found) / static_cast<double>(planted);
-}
 
 void Check(const std::vector<BatchImage>& good, const LearnSettings& settings)
 {
@@ -140,19 +100,20 @@ void Forecast(const Candidate& candidate, LearnResult& result)
     for (const LearnImage& image : result.images)
         result.falseBlobs += image.falseBlobs;
     result.falseBound = PoissonBound(result.falseBlobs) / static_cast<double>(result.images.size());
-    const std::string blobs =
-        std::to_string(result.falseBlobs) + (result.falseBlobs == 1 ? " false blob" : " false blobs");
+    const std::string blobs = Counted(result.falseBlobs, "false blob");
     if (candidate.crossValidated)
-        result.reasons.push_back("With limits learnt from the others, the " + std::to_string(result.images.size()) +
-                                 " images show " + blobs + ": at most " + Rounded(result.falseBound) +
+        result.reasons.push_back("With limits learnt from the others, the " + Counted(result.images.size(), "image") +
+                                 " show " + blobs + ": at most " + Rounded(result.falseBound) +
                                  " an image at 95 % confidence.");
     else
-        result.reasons.push_back("One image says nothing of how images differ from each other; false blobs on others "
-                                 "cannot be forecast.");
+        result.reasons.push_back((result.images.size() == 1
+                                      ? std::string("One image says nothing of how images differ from each other")
+                                      : "The images show too little pattern for limits to be learnt without each") +
+                                 "; false blobs on others cannot be forecast.");
     if (result.images.size() < nImagesWanted)
-        result.warnings.push_back(
-            "Learnt from " + std::to_string(result.images.size()) + (result.images.size() == 1 ? " image" : " images") +
-            "; take " + std::to_string(nImagesWanted) + " or more, from different times, for limits that hold.");
+        result.warnings.push_back("Learnt from " + Counted(result.images.size(), "image") + "; take " +
+                                  std::to_string(nImagesWanted) +
+                                  " or more, from different times, for limits that hold.");
     for (const LearnImage& image : result.images)
         if (image.highest > 1.0 && candidate.crossValidated)
             result.warnings.push_back("Image " + image.name + " stands out from the others (score " +
@@ -199,7 +160,7 @@ LearnResult LearnRecipe(const std::vector<BatchImage>& good, const LearnSettings
     std::vector<std::vector<LearnSpots>> spots;
     for (std::size_t i = 0; i < candidates.size(); ++i)
     {
-        spots.push_back(FindPlanted(good, candidates[i].recipe));
+        spots.push_back(FindPlanted(SpreadOver(good, nTrialImages), candidates[i].recipe, nPlantSeed));
         result.candidates.push_back({candidates[i].description, ShareOf(spots[i]), false});
         if (result.candidates[i].found > result.candidates[best].found)
             best = i;

@@ -9,11 +9,11 @@
 #include <opencv2/core.hpp>
 
 #include "host/image/cv_image.h"
+#include "host/inspect/for_each.h"
 #include "host/inspect/inspector.h"
 #include "host/learn/candidate.h"
 #include "host/learn/extreme_value.h"
-#include "host/learn/for_each.h"
-#include "host/learn/planted.h"
+#include "host/learn/spot_trial.h"
 #include "host/pitch/pitch_recipe.h"
 #include "host/pitch/pitch_search.h"
 #include "host/problem.h"
@@ -44,16 +44,6 @@ struct Comparison
     double greyLevels = 1.0;                                  ///< that one step means
     std::function<void(Recipe& recipe, int threshold)> apply; ///< sets the threshold
 };
-
-/// Up to nSampleImages of the images, spread over all.
-std::vector<BatchImage> Samples(const std::vector<BatchImage>& good)
-{
-    std::vector<BatchImage> samples;
-    const std::size_t count = std::min(nSampleImages, good.size());
-    for (std::size_t i = 0; i < count; ++i)
-        samples.push_back(good[i * good.size() / count]);
-    return samples;
-}
 
 PitchResult SearchMiddle(const GreyImage& image)
 {
@@ -214,26 +204,6 @@ std::optional<Comparison> ZoneComparison(const Comparison& pixels, const GreyIma
     return made;
 }
 
-/// Share of planted spots that a comparison finds in the samples at its threshold.
-double ShareFound(const std::vector<BatchImage>& samples, const Comparison& comparison, double threshold)
-{
-    Recipe recipe = comparison.recipe;
-    comparison.apply(recipe, StepsFor(threshold, comparison));
-    Inspector inspector(1, recipe.maxBlobs);
-    std::size_t found = 0;
-    std::size_t planted = 0;
-    for (const BatchImage& sample : samples)
-    {
-        const PlantedImage trial = PlantSpots(*sample.load(), nTrialSeed);
-        const InspectionResult result = inspector.Inspect(0, trial.image, CheckedRecipe(recipe));
-        planted += trial.spots.size();
-        found += static_cast<std::size_t>(std::count_if(trial.spots.begin(), trial.spots.end(),
-                                                        [&](const PlantedSpot& spot)
-                                                        { return IsFound(spot, result.blobs); }));
-    }
-    return planted == 0 ? 0.0 : static_cast<double>(found) / static_cast<double>(planted);
-}
-
 /// What one comparison needs and finds on the samples.
 struct Trial
 {
@@ -316,7 +286,7 @@ void CrossValidateThreshold(const std::vector<double>& needed, double rate, Cand
 Candidate LearnPeriodic(const std::vector<BatchImage>& good, const LearnSettings& settings, int threads)
 {
     Candidate candidate;
-    const std::vector<BatchImage> samples = Samples(good);
+    const std::vector<BatchImage> samples = SpreadOver(good, nSampleImages);
     std::vector<PitchResult> pitches(samples.size());
     ForEachImage(samples, threads,
                  [&](std::size_t i, const GreyImage& image, int)
@@ -353,7 +323,11 @@ Candidate LearnPeriodic(const std::vector<BatchImage>& good, const LearnSettings
         {
             trial = Try(samples, comparison, settings.falseRate, threads);
             if (trial)
-                trial->found = ShareFound(samples, comparison, trial->threshold);
+            {
+                Recipe recipe = comparison.recipe;
+                comparison.apply(recipe, StepsFor(trial->threshold, comparison));
+                trial->found = ShareOf(FindPlanted(samples, recipe, nTrialSeed));
+            }
         }
         catch (const HostError&)
         {

@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <cmath>
 
+#include "host/counted.h"
 #include "host/image/cv_image.h"
+#include "host/inspect/for_each.h"
 #include "host/learn/candidate.h"
 #include "host/learn/extreme_value.h"
-#include "host/learn/for_each.h"
 #include "host/learn/place_maxima.h"
 #include "host/problem.h"
 
@@ -113,9 +114,18 @@ void CrossValidate(const std::vector<PlaceMaxima>& measured, double rate, Candid
     for (std::size_t group = 0; group <= *std::max_element(groups.begin(), groups.end()); ++group)
     {
         std::vector<const PlaceMaxima*> rest;
+        std::size_t places = 0;
         for (std::size_t i = 0; i < measured.size(); ++i)
             if (groups[i] != group)
+            {
                 rest.push_back(&measured[i]);
+                places += measured[i].places;
+            }
+        if (places < nPlacesLeast)
+        {
+            candidate.crossValidated = false;
+            continue;
+        }
         measures = StandardMeasures();
         SetLimits(rest, rate, measures);
         for (std::size_t i = 0; i < measured.size(); ++i)
@@ -187,11 +197,11 @@ Candidate LearnTexture(const std::vector<BatchImage>& good, const LearnSettings&
                                 "at reductions of 2, 4 and 8.");
     candidate.reasons.push_back("Their limits come from the largest values in " + std::to_string(places) +
                                 " places of " + std::to_string(side) + " by " + std::to_string(side) + " pixels in " +
-                                std::to_string(good.size()) + (good.size() == 1 ? " image" : " images") + ", so that " +
-                                Rounded(settings.falseRate) + " false blobs an image are expected.");
+                                Counted(good.size(), "image") + ", so that " + Rounded(settings.falseRate) +
+                                " false blobs an image are expected.");
     if (edges > 0)
         candidate.reasons.push_back("Margins without pattern were found in " + std::to_string(edges) + " of " +
-                                    std::to_string(good.size()) + " images and are left out (the pattern fills " +
+                                    Counted(good.size(), "image") + " and are left out (the pattern fills " +
                                     Rounded(100.0 * low->area) +
                                     " % or more of each); the zone beside a margin has limits of its own.");
     return candidate;

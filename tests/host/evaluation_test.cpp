@@ -17,6 +17,7 @@ namespace narvo::test
 namespace
 {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
 
 /// Scores of a made-up image: 0 everywhere, `value` in a rectangle, which is a blob at factors up to it.
@@ -201,7 +202,7 @@ TEST(Evaluation, FiguresComeWithTheirRangeForAnyNumberOfLanes)
     EXPECT_EQ(one.refused, 1);
     EXPECT_EQ(one.images[7].problems.front().value, "torn");
     const MethodResult four = EvaluateMethod("m", set, truth, score, {}, 4);
-    EXPECT_EQ(EvaluationToJson("s", "l", {}, {one}).dump(), EvaluationToJson("s", "l", {}, {four}).dump());
+    EXPECT_EQ(EvaluationToJson("s", "l", {}, {}, {one}).dump(), EvaluationToJson("s", "l", {}, {}, {four}).dump());
 }
 
 TEST(Evaluation, TruthOfAnotherSizeIsRefused)
@@ -380,6 +381,25 @@ TEST(EvaluationSet, UnknownFoldersAreRefusedInWords)
                 testing::ElementsAre(testing::Field(&Problem::allowed, "the id of an image")));
 }
 
+TEST(EvaluationSet, DamagedJsonIsSaidToBeAndAnImageHasOneFile)
+{
+    const TestFolder folder;
+    SaveGrey(folder / "a.png");
+    SaveText(folder / "a.json", R"({"images": [{"id": 1,)");
+    EXPECT_THAT(
+        ProblemsOf([&] { ReadEvaluationSet(folder.Path()); }),
+        ElementsAre(testing::AllOf(testing::Field(&Problem::field, HasSubstr("a.json")),
+                                   testing::Field(&Problem::value, testing::Not(HasSubstr("no known layout"))))));
+    const char* coco = R"({"images": [{"id": 1, "file_name": "a.png"}], "annotations": []})";
+    SaveText(folder / "a.json", coco);
+    EXPECT_EQ(ReadEvaluationSet(folder.Path()).images.size(), 1U);
+    SaveText(folder / "b.json", coco);
+    EXPECT_THAT(
+        ProblemsOf([&] { ReadEvaluationSet(folder.Path()); }),
+        ElementsAre(IsProblem("boxes " + (folder / "b.json").string(),
+                              "image a.png is also in " + (folder / "a.json").string(), "each image in one file")));
+}
+
 /// The one problem of a set of one image, 30 by 20 pixels, with that file beside it.
 Problem ProblemWith(const std::string& name, const std::string& text)
 {
@@ -454,6 +474,32 @@ TEST(EvaluationSet, DeepAndAmbiguousCocoIsRefusedInAShortLine)
               "18446744073709551615");
     EXPECT_EQ(ProblemWith("a.json", coco(R"({"id": 1, "file_name": "../a.png"})", "")).value,
               "image ../a.png is not there");
+}
+
+TEST(EvaluationSet, FirstGoodImagesByNameAreTaken)
+{
+    EvaluationSet set;
+    for (const char* name : {"d.png", "b.png", "c.png", "a.png"})
+    {
+        SetImage& image = set.images.emplace_back();
+        image.name = image.file = name;
+        image.defective = image.name == "a.png";
+    }
+    EXPECT_THAT(ProblemsOf([&] { TakeGoodImages(set, 4, "--learn"); }),
+                ElementsAre(IsProblem("--learn", "4", "1 to 3, since the set has 3 good images of 4")));
+    EXPECT_THAT(ProblemsOf([&] { TakeGoodImages(set, 0, "--learn"); }), testing::SizeIs(1));
+    ASSERT_EQ(set.images.size(), 4U);
+    const std::vector<SetImage> taken = TakeGoodImages(set, 2, "--learn");
+    ASSERT_EQ(taken.size(), 2U);
+    EXPECT_EQ(taken[0].name, "b.png");
+    EXPECT_EQ(taken[1].name, "c.png");
+    ASSERT_EQ(set.images.size(), 2U);
+    EXPECT_EQ(set.images[0].name, "d.png");
+    EXPECT_EQ(set.images[1].name, "a.png");
+    // The last good one may go, as long as something is left to measure.
+    EXPECT_EQ(TakeGoodImages(set, 1, "--learn")[0].name, "d.png");
+    EXPECT_THAT(ProblemsOf([&] { TakeGoodImages(set, 1, "--learn"); }),
+                ElementsAre(IsProblem("--learn", "1", "a set with good images and others to measure")));
 }
 
 TEST(Measures, BoxOutsideItsImageIsRefused)

@@ -203,6 +203,20 @@ std::vector<BatchImage> Grids(std::initializer_list<double> pitches)
     return images;
 }
 
+TEST(Learn, ImagesThatShowNoPatternDoNotSpoilTheForecast)
+{
+    // All that can be learnt is in the first image; without it nothing is left.
+    std::vector<BatchImage> good = GoodCloth(650, 1);
+    const auto dark = [] { return std::make_shared<const GreyImage>(256, 256, std::uint8_t{0}); };
+    good.push_back({"dark", dark});
+    good.push_back({"dark too", dark});
+    const LearnResult learnt = LearnRecipe(good, Only(LearnMode_Texture), 1);
+    EXPECT_THAT(CheckRecipe(learnt.recipe), IsEmpty());
+    EXPECT_THAT(learnt.reasons, Contains(HasSubstr("too little pattern for limits to be learnt without each")));
+    for (const LearnImage& image : learnt.images)
+        EXPECT_TRUE(std::isfinite(image.highest)) << image.name;
+}
+
 TEST(Learn, PitchThatDriftsGivesAWarningAndOneThatDoesNotHoldIsNotUsed)
 {
     const LearnResult steady = LearnRecipe(Grids({24.0, 24.0}), Only(LearnMode_Periodic), 1);
@@ -274,13 +288,6 @@ TEST(ExtremeValue, LimitIsTheQuantileOfTheDistribution)
     EXPECT_GT(ExtremeLimit(values, 0.01, 1.0), ExtremeLimit(values, 0.01, 0.0));
     values.resize(2000); // the lower half
     EXPECT_LT(ExtremeLimit(values, 0.01, 0.0), 15.0);
-}
-
-TEST(ExtremeValue, PoissonBoundIsThatOfTheTables)
-{
-    EXPECT_NEAR(PoissonBound(0), 2.996, 0.001);
-    EXPECT_NEAR(PoissonBound(1), 4.744, 0.001);
-    EXPECT_NEAR(PoissonBound(5), 10.513, 0.001);
 }
 
 } // namespace

@@ -132,6 +132,48 @@ TEST(NarvoEvaluate, RecipeIsMeasuredOnMasksBesideTheBaselines)
     }
 }
 
+TEST(NarvoEvaluate, RecipeIsLearntFromTheFirstGoodImagesAndMeasuredOnTheOthers)
+{
+    const TestFolder folder;
+    ASSERT_EQ(RunNarvo(folder, {"cloth", "--good", "4", "--bad", "2", "--width", "640", "--height", "192", "--margin",
+                                "80", "--defects", "2", "--seed", "1", "--output", "set"})
+                  .code,
+              0);
+    const auto evaluate = [&](const char* lanes, const char* name)
+    {
+        return RunNarvo(folder, {"evaluate", "set", "--learn", "3", "-j", lanes, "--json", std::string(name) + ".json",
+                                 "--page", std::string(name) + ".html"});
+    };
+    const Outcome one = evaluate("1", "one");
+    EXPECT_EQ(one.code, 0) << one.error;
+    const std::string from = "Learnt from 3 good images, which are not measured: good/001.png, good/002.png, "
+                             "good/003.png; ";
+    EXPECT_THAT(one.out, HasSubstr("good, defective and mask folders, 3 images\n" + from));
+    EXPECT_THAT(one.out, HasSubstr("\nlearnt from 3 images:\n"));
+    EXPECT_THAT(one.error, HasSubstr("narvo: warning: Learnt from 3 images; take 6 or more"));
+    EXPECT_THAT(ReadText(folder / "one.html"), HasSubstr(from));
+    const json document = json::parse(ReadText(folder / "one.json"));
+    EXPECT_EQ(document["learnt_from"], json({"good/001.png", "good/002.png", "good/003.png"}));
+    const json& learnt = MethodNamed(document, "learnt from 3 images");
+    ASSERT_EQ(learnt["images"].size(), 3U);
+    EXPECT_EQ(learnt["images"][0]["name"], "good/004.png");
+    EXPECT_GE(learnt["found"]["value"], 0.5);
+    MethodNamed(document, "local deviation");
+
+    EXPECT_EQ(evaluate("2", "two").out, one.out);
+    EXPECT_EQ(ReadText(folder / "two.json"), ReadText(folder / "one.json"));
+    EXPECT_EQ(ReadText(folder / "two.html"), ReadText(folder / "one.html"));
+
+    const Outcome all = RunNarvo(folder, {"evaluate", "set", "--learn", "5"});
+    EXPECT_EQ(all.code, 2);
+    EXPECT_THAT(all.error, HasSubstr("--learn: 5; allowed: 1 to 4, since the set has 4 good images of 6"));
+    EXPECT_EQ(RunNarvo(folder, {"evaluate", "set", "--learn", "0"}).code, 2);
+    EXPECT_EQ(RunNarvo(folder, {"evaluate", "set", "--learn", "2", "--recipe", "r.json"}).code, 2);
+    const Outcome over = RunNarvo(folder, {"evaluate", "set", "--learn", "2", "--json", "set/good/001.png"});
+    EXPECT_EQ(over.code, 2);
+    EXPECT_THAT(over.error, HasSubstr("set/good/001.png"));
+}
+
 TEST(NarvoEvaluate, ReferenceStandsForTheWholeSet)
 {
     const TestFolder folder;

@@ -6,8 +6,9 @@
 #include <cstdio>
 #include <sstream>
 
-#include "tools/evaluate/svg_chart.h"
-#include "tools/report/report_page.h"
+#include "host/counted.h"
+#include "tools/page/html_page.h"
+#include "tools/page/svg_chart.h"
 
 namespace narvo::tools
 {
@@ -53,9 +54,9 @@ void WriteCharts(const EvaluationPage& page, std::ostream& out)
     Chart found{"Defects found against false blobs, by threshold", "false blobs an image", "share found", 0, 1, {}};
     for (const MethodResult& method : page.methods)
     {
-        images.curves.push_back({method.name, method.imageCurve});
-        overlap.curves.push_back({method.name, method.overlapCurve});
-        ChartCurve curve{method.name, {}};
+        images.curves.push_back({method.name, method.imageCurve, {}});
+        overlap.curves.push_back({method.name, method.overlapCurve, {}});
+        ChartCurve curve{method.name, {}, {}};
         for (const FactorPoint& point : method.factors)
             if (point.found >= 0.0)
                 curve.points.push_back({point.falseAnImage, point.found});
@@ -89,20 +90,16 @@ std::string FigureText(const Figure& figure)
 std::string BuildEvaluationPage(const EvaluationPage& page)
 {
     std::ostringstream out;
-    out << "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\"><title>Evaluation of "
-        << EscapeHtml(page.set)
-        << "</title>\n<style>body{font:14px/1.5 sans-serif;margin:2em;color:#222}table{border-collapse:collapse}"
-           "th,td{padding:3px 10px;border-bottom:1px solid #ddd;text-align:left}.charts{display:flex;flex-wrap:wrap}"
-           "svg{width:440px;font-size:11px}svg .grid{stroke:#e2e2e2;fill:none}svg .title{font-size:13px}"
-           ".note{color:#666}figure{display:inline-block;margin:8px;max-width:720px}img{max-width:100%}</style></head>"
-           "<body>\n<h1>Evaluation of "
-        << EscapeHtml(page.set) << "</h1>\n<p>" << EscapeHtml(page.layout) << ", " << page.methods.front().images.size()
-        << " images. A defect is found where a blob touches it within " << page.rules.margin
-        << " pixels and is at most " << page.rules.largest << " times as large; every other blob is false. "
+    out << PageHead("Evaluation of " + page.set) << "<p>" << EscapeHtml(page.layout) << ", "
+        << Counted(page.methods.front().images.size(), "image") << ". A defect is found where a blob touches it within "
+        << page.rules.margin << " pixels and is at most " << page.rules.largest
+        << " times as large; every other blob is false. "
         << (page.rules.patch > 0 ? "Squares of " + std::to_string(page.rules.patch) +
                                        " pixels count as images in the image AUROC and the best F1 of images. "
                                  : "")
         << EscapeHtml(page.made) << "</p>\n";
+    if (!page.learnt.empty())
+        out << "<p>" << EscapeHtml(page.learnt) << "</p>\n";
     WriteFigures(page, out);
     WriteCharts(page, out);
     WriteKinds(page.methods.front(), out);
@@ -111,7 +108,7 @@ std::string BuildEvaluationPage(const EvaluationPage& page)
     for (const EvaluatedPicture& picture : page.pictures)
         out << "<figure><img alt=\"\" src=\"" << picture.source << "\"><figcaption>" << EscapeHtml(picture.caption)
             << "</figcaption></figure>\n";
-    out << "</body></html>\n";
+    out << PageEnd();
     return out.str();
 }
 

@@ -21,7 +21,8 @@ struct EvaluationPage
 {
     std::string set;
     std::string layout;
-    std::string made; ///< program and version
+    std::string learnt; ///< from what, a sentence; empty: nothing was
+    std::string made;   ///< program and version
     ScoringRules rules;
     std::vector<MethodResult> methods; ///< the first one is what is evaluated, the others are baselines
     std::vector<EvaluatedPicture> pictures;

@@ -13,6 +13,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/counted.h"
 #include "host/file/output_file.h"
 #include "host/foreign_text.h"
 #include "host/inspect/batch.h"
@@ -98,7 +99,7 @@ int RunLearn(const LearnOptions& options)
         names.AddOutputs("the recipe", options.output, {".recipe.json", ".recipe.zones.png"});
         names.AddOutputs("the page", page);
         names.Check();
-        say("learning from " + std::to_string(good.size()) + (good.size() == 1 ? " image" : " images"));
+        say("learning from " + Counted(good.size(), "image"));
         const QuietCodecs quiet;
         result = LearnRecipe(ImagesOf(good), options.settings, lanes);
         static_cast<ImageReading&>(result.recipe) = ReadingOf();
@@ -122,9 +123,7 @@ int RunLearn(const LearnOptions& options)
         say("images with defects that have blobs: " + std::to_string(bad->HitCount()) + " of " +
             std::to_string(bad->names.size()));
     SaveRecipeWithImages(recipe, result.recipe);
-    WriteTextFile(page, LearnPage(result, bad,
-                                  "Recipe learnt from " + std::to_string(result.images.size()) +
-                                      (result.images.size() == 1 ? " good image" : " good images")));
+    WriteTextFile(page, LearnPage(result, bad, "Recipe learnt from " + Counted(result.images.size(), "good image")));
     say("recipe: " + Printable(recipe) + "\npage:   " + Printable(page));
     return ExitCode_Done;
 }

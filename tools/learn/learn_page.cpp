@@ -9,6 +9,7 @@
 
 #include "host/foreign_text.h"
 #include "host/problem.h"
+#include "tools/page/html_page.h"
 
 namespace narvo::tools
 {
@@ -16,53 +17,14 @@ namespace narvo::tools
 namespace
 {
 
-constexpr const char* szStyle = R"(
-body { font: 16px/1.5 system-ui, sans-serif; margin: 2em auto; max-width: 60em; padding: 0 1em; color: #222;
-  background: #fff; }
-h1 { font-size: 1.5em; } h2 { font-size: 1.15em; margin-top: 2em; }
-table { border-collapse: collapse; } th, td { padding: .25em .8em; text-align: right; border-bottom: 1px solid #ddd; }
-th:first-child, td:first-child { text-align: left; }
-.warning { background: #fff3cd; border-left: 4px solid #b58900; padding: .3em .8em; margin: .4em 0; }
-.chosen { font-weight: bold; }
-.bar { display: inline-block; height: .7em; background: #2a6f97; vertical-align: baseline; }
-.bar.above { background: #b3261e; }
-@media (prefers-color-scheme: dark) { body { color: #ddd; background: #181818; } th, td { border-color: #444; }
-  .warning { background: #3a3010; } .bar { background: #61a5c2; } }
-)";
-
-/// Text that a browser shows as it stands.
 std::string Escaped(const std::string& text)
 {
-    std::string escaped;
-    for (const char c : Printable(text))
-        switch (c)
-        {
-        case '&':
-            escaped += "&amp;";
-            break;
-        case '<':
-            escaped += "&lt;";
-            break;
-        case '>':
-            escaped += "&gt;";
-            break;
-        case '"':
-            escaped += "&quot;";
-            break;
-        default:
-            escaped += c;
-        }
-    return escaped;
+    return EscapeHtml(Printable(text));
 }
 
 std::string Short(double value)
 {
     return FormatNumber(std::round(value * 100.0) / 100.0);
-}
-
-std::string Percent100(double share)
-{
-    return FormatNumber(std::round(share * 100.0)) + " %";
 }
 
 void AddSpots(const LearnResult& result, std::ostream& out)
@@ -92,7 +54,7 @@ void AddSpots(const LearnResult& result, std::ostream& out)
             if (kind == result.spots.end())
                 out << "<td></td>";
             else
-                out << "<td>" << Percent100(static_cast<double>(kind->found) / static_cast<double>(kind->planted))
+                out << "<td>" << PercentText(static_cast<double>(kind->found) / static_cast<double>(kind->planted))
                     << " of " << kind->planted << "</td>";
         }
         out << "</tr>\n";
@@ -108,7 +70,7 @@ void AddImages(const LearnResult& result, std::ostream& out)
            "<th>false blobs</th><th>score</th><th></th></tr>\n";
     for (const LearnImage& image : result.images)
         out << "<tr><td>" << Escaped(image.name) << "</td><td>" << image.width << " &times; " << image.height
-            << "</td><td>" << Percent100(image.area) << "</td><td>" << image.falseBlobs << "</td><td>"
+            << "</td><td>" << PercentText(image.area) << "</td><td>" << image.falseBlobs << "</td><td>"
             << Short(image.highest) << "</td><td style=\"text-align:left\"><span class=\"bar"
             << (image.highest > 1.0 ? " above" : "")
             << "\" style=\"width:" << static_cast<int>(dBarPixels * std::clamp(image.highest, 0.0, 3.0))
@@ -127,10 +89,7 @@ std::size_t LearnBad::HitCount() const
 std::string LearnPage(const LearnResult& result, const std::optional<LearnBad>& bad, const std::string& title)
 {
     std::ostringstream out;
-    out << "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\"><meta name=\"viewport\" "
-           "content=\"width=device-width\"><title>"
-        << Escaped(title) << "</title><style>" << szStyle << "</style></head><body>\n<h1>" << Escaped(title)
-        << "</h1>\n";
+    out << PageHead(title);
     for (const std::string& warning : result.warnings)
         out << "<p class=\"warning\">" << Escaped(warning) << "</p>\n";
     out << "<h2>Why the recipe is as it is</h2>\n<ul>\n";
@@ -140,7 +99,7 @@ std::string LearnPage(const LearnResult& result, const std::optional<LearnBad>& 
            "found</th></tr>\n";
     for (const LearnCandidate& candidate : result.candidates)
         out << "<tr" << (candidate.chosen ? " class=\"chosen\"" : "") << "><td>" << Escaped(candidate.description)
-            << (candidate.chosen ? " (chosen)" : "") << "</td><td>" << Percent100(candidate.found) << "</td></tr>\n";
+            << (candidate.chosen ? " (chosen)" : "") << "</td><td>" << PercentText(candidate.found) << "</td></tr>\n";
     out << "</table>\n";
     AddSpots(result, out);
     AddImages(result, out);
@@ -152,7 +111,7 @@ std::string LearnPage(const LearnResult& result, const std::optional<LearnBad>& 
             out << "<tr><td>" << Escaped(bad->names[i]) << "</td><td>" << bad->blobs[i] << "</td></tr>\n";
         out << "</table>\n";
     }
-    out << "</body></html>\n";
+    out << PageEnd();
     return out.str();
 }
 

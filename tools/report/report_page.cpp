@@ -10,6 +10,7 @@
 
 #include "host/recipe/recipe_fields.h"
 #include "host/recipe/recipe_file.h"
+#include "tools/page/html_page.h"
 #include "tools/report/report_template.h"
 
 namespace narvo::tools
@@ -202,33 +203,6 @@ std::string FillPlaces(std::string_view text, const std::map<std::string, std::s
 }
 
 } // namespace
-
-std::string EscapeHtml(const std::string& text)
-{
-    std::string escaped;
-    for (const char letter : text)
-        switch (letter)
-        {
-        case '&':
-            escaped += "&amp;";
-            break;
-        case '<':
-            escaped += "&lt;";
-            break;
-        case '>':
-            escaped += "&gt;";
-            break;
-        case '"':
-            escaped += "&quot;";
-            break;
-        case '\'':
-            escaped += "&#39;";
-            break;
-        default:
-            escaped += letter;
-        }
-    return escaped;
-}
 
 std::string BuildReportPage(const ReportPage& page)
 {

@@ -48,9 +48,6 @@ struct ReportPage
     std::vector<std::string> notes; ///< what was left out, and other warnings
 };
 
-/// The text with & < > " ' as entities.
-std::string EscapeHtml(const std::string& text);
-
 /// The page as one self-contained HTML text.
 std::string BuildReportPage(const ReportPage& page);
 

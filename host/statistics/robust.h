@@ -10,15 +10,16 @@ namespace narvo
 {
 
 /// The median, of an even number of values the mean of the middle two; 0 of none. Reorders the values.
-inline float MedianOf(std::vector<float>& values)
+template <typename Value>
+Value MedianOf(std::vector<Value>& values)
 {
     if (values.empty())
-        return 0.0F;
+        return Value(0);
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
     if (values.size() % 2 != 0)
         return *middle;
-    return 0.5F * (*middle + *std::max_element(values.begin(), middle));
+    return Value(0.5) * (*middle + *std::max_element(values.begin(), middle));
 }
 
 /// What turns the median of absolute deviations into a standard deviation of normal values.

@@ -13,7 +13,8 @@ namespace narvo::tools
 struct ChartCurve
 {
     std::string name;
-    std::vector<CurvePoint> points;
+    std::vector<CurvePoint> points; ///< joined by lines
+    std::vector<CurvePoint> marks;  ///< drawn one by one
 };
 
 struct Chart

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Axes, curves and their names.
-#include "tools/evaluate/svg_chart.h"
+#include "tools/page/svg_chart.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <sstream>
 
-#include "tools/report/report_page.h"
+#include "tools/page/html_page.h"
 
 namespace narvo::tools
 {
@@ -63,7 +63,11 @@ std::string DrawChart(const Chart& chart)
             if (point.x <= chart.highX * (1.0 + 1e-9))
                 out << ShortNumber(placeX(point.x)) << ',' << ShortNumber(placeY(std::min(point.y, chart.highY)))
                     << ' ';
-        out << "\"/>\n<text text-anchor=\"end\" fill=\"" << colour << "\" x=\"" << dChartLeft + width - 6.0 << "\" y=\""
+        out << "\"/>\n";
+        for (const CurvePoint& mark : chart.curves[i].marks)
+            out << "<circle r=\"3\" fill=\"" << colour << "\" cx=\"" << ShortNumber(placeX(mark.x)) << "\" cy=\""
+                << ShortNumber(placeY(mark.y)) << "\"/>";
+        out << "<text text-anchor=\"end\" fill=\"" << colour << "\" x=\"" << dChartLeft + width - 6.0 << "\" y=\""
             << dChartTop + height - 8.0 - 16.0 * static_cast<double>(chart.curves.size() - 1 - i) << "\">"
             << EscapeHtml(chart.curves[i].name) << "</text>\n";
     }

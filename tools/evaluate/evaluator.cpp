@@ -1,0 +1,209 @@
+// SPDX-License-Identifier: MIT
+// The methods, and how they read images.
+#include "tools/evaluate/evaluator.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iostream>
+
+#include "host/counted.h"
+#include "host/evaluate/baselines.h"
+#include "host/evaluate/golden_scores.h"
+#include "host/evaluate/threshold_sweep.h"
+#include "host/foreign_text.h"
+#include "host/image/cv_image.h"
+#include "host/image/image_header.h"
+#include "tools/evaluate/evaluate_page.h"
+#include "tools/exit_code.h"
+#include "tools/image_options.h"
+#include "tools/inspect/batch_options.h"
+
+namespace narvo::tools
+{
+
+namespace
+{
+
+constexpr int nMaskMargin = 5;
+constexpr int nBoxMargin = 3;
+
+/// Scores of several regions as those of one image.
+void Join(ImageScores& all, ImageScores region)
+{
+    if (all.scores.values.empty())
+    {
+        all = std::move(region);
+        return;
+    }
+    for (std::size_t i = 0; i < all.scores.values.size(); ++i)
+        all.scores.values[i] = std::max(all.scores.values[i], region.scores.values[i]);
+    for (std::size_t i = 0; i < all.blobs.size(); ++i)
+        all.blobs[i].insert(all.blobs[i].end(), region.blobs[i].begin(), region.blobs[i].end());
+}
+
+void PrintMethod(const MethodResult& method)
+{
+    std::cout << method.name << ":\n  image AUROC     " << FigureText(method.imageAuroc) << "\n  pixel AUROC     "
+              << FigureText(method.pixelAuroc) << "\n  region overlap  " << FigureText(method.regionOverlap)
+              << "\n  found           " << FigureText(method.found) << "\n  false an image  "
+              << FigureText(method.falseAnImage) << "\n  F1, images      " << FigureText(method.imageF1) << '\n';
+    if (method.refused > 0)
+        std::cout << "  refused         " << method.refused << '\n';
+    for (const auto& [kind, count] : method.kinds)
+        std::cout << "  " << Printable(kind) << ": " << count.found << " of " << count.regions << '\n';
+    std::cout << std::flush;
+}
+
+} // namespace
+
+Evaluator::Evaluator(const EvaluateOptions& options) : m_options(options), m_set(ReadEvaluationSet(options.set))
+{
+    if (options.learn > 0)
+        m_learntFrom = TakeGoodImages(m_set, static_cast<std::size_t>(options.learn), "--learn");
+    m_lanes = ChooseLanes(options.lanes, m_set.images.size() + m_learntFrom.size());
+    if (!options.recipe.empty())
+        m_recipes = LoadRecipesByOptions(options.recipe);
+    else if (options.references.empty() && m_learntFrom.empty() && !HasPairs())
+        throw HostError({{"--recipe", "missing",
+                          "a recipe file, --learn or --reference, since the set is not made of pairs"}});
+    m_reading = m_recipes.empty() ? ReadingOf() : static_cast<const ImageReading&>(*m_recipes.front());
+    if (!options.references.empty())
+        m_model = std::make_unique<GoldenModel>(LoadReferences(), GoldenSettings());
+    const bool masks = std::any_of(m_set.images.begin(), m_set.images.end(),
+                                   [](const SetImage& image) { return !image.mask.empty(); });
+    m_rules.margin = options.margin >= 0 ? options.margin : masks ? nMaskMargin : nBoxMargin;
+    m_rules.smallest = options.smallest;
+    m_rules.patch = options.patch;
+}
+
+const std::optional<LearnResult>& Evaluator::Learn()
+{
+    if (m_learntFrom.empty() || m_learnt)
+        return m_learnt;
+    std::vector<BatchImage> good;
+    for (const SetImage& image : m_learntFrom)
+        good.push_back(ImageFromFile(image.file, m_reading, &ProgramNotes()));
+    m_learnt = LearnRecipe(good, LearnSettings(), m_lanes);
+    static_cast<ImageReading&>(m_learnt->recipe) = m_reading;
+    m_recipes = {CheckedRecipe(m_learnt->recipe)};
+    return m_learnt;
+}
+
+std::string Evaluator::MethodName() const
+{
+    if (!m_learntFrom.empty())
+        return "learnt from " + Counted(m_learntFrom.size(), "image");
+    return m_recipes.empty() ? "golden" : "recipe";
+}
+
+std::vector<MethodResult> Evaluator::Run()
+{
+    int maxBlobs = GoldenSettings().maxBlobs;
+    for (const CheckedRecipe& recipe : m_recipes)
+        maxBlobs = std::max(maxBlobs, recipe->maxBlobs);
+    m_inspector = std::make_unique<Inspector>(m_lanes, maxBlobs);
+    std::vector<MethodResult> methods;
+    const auto add = [&](const std::string& name, const ScoreOfImage& score)
+    {
+        methods.push_back(EvaluateMethod(name, m_set, Truth(), score, m_rules, m_lanes,
+                                         [&](std::size_t done) { ShowProgress(name, done); }));
+        if (!m_options.quiet)
+            PrintMethod(methods.back());
+    };
+    add(MethodName(), Score());
+    if (HasPairs() || m_model)
+        add("absolute difference", [this](const SetImage& image, int)
+            { return ScoreByDifference(Load(image.file), m_model ? m_model->Mean() : Load(image.reference)); });
+    else if (!m_recipes.empty() && m_recipes.front()->ComparesAtAPitch())
+    {
+        const Recipe& recipe = *m_recipes.front();
+        const bool vertical = recipe.direction == Direction_Vertical;
+        const int x = vertical ? 0 : static_cast<int>(std::lround(recipe.RealPitchX()));
+        const int y = vertical ? static_cast<int>(std::lround(recipe.RealPitchY())) : 0;
+        add("absolute difference at the pitch",
+            [this, x, y](const SetImage& image, int) { return ScoreByDisplacement(Load(image.file), x, y); });
+    }
+    add("local deviation", [this](const SetImage& image, int) { return ScoreByDeviation(Load(image.file)); });
+    return methods;
+}
+
+ScoreOfImage Evaluator::Score()
+{
+    return [this](const SetImage& image, int lane)
+    {
+        const GreyImage pixels = Load(image.file);
+        if (m_recipes.empty())
+            return ScoreGolden(*m_inspector, lane,
+                               m_model ? *m_model : GoldenModel({Load(image.reference)}, GoldenSettings()), pixels);
+        ImageScores scores;
+        for (const CheckedRecipe& recipe : m_recipes)
+            Join(scores, SweepThresholds(*m_inspector, lane, pixels, recipe));
+        return scores;
+    };
+}
+
+TruthOfImage Evaluator::Truth() const
+{
+    return [](const SetImage& image)
+    {
+        if (!image.mask.empty())
+        {
+            const GreyImage mask = LoadGreyImage(image.mask);
+            return TruthOfMask(ViewOf(mask), image.kind);
+        }
+        ImageTruth truth;
+        truth.defective = image.defective;
+        if (image.defective && image.boxes.empty())
+            return truth;
+        const std::optional<ImageHeader> header = ReadImageHeader(image.file);
+        if (!header || header->width < 1 || header->height < 1)
+            throw HostError({{"image " + image.file.string(), "not an image, or damaged", "an image file"}});
+        if (header->width * header->height > MaxImagePixels())
+            throw HostError(
+                {{"image " + image.file.string(),
+                  std::to_string(header->width) + " by " + std::to_string(header->height) + " pixels",
+                  "at most " + std::to_string(MaxImagePixels()) + " pixels, unless max-pixels allows more"}});
+        return TruthOfBoxes(image.boxes,
+                            cv::Size(static_cast<int>(header->width), static_cast<int>(header->height)));
+    };
+}
+
+GreyImage Evaluator::Load(const std::filesystem::path& file) const
+{
+    return LoadImage(file, m_reading);
+}
+
+std::vector<GreyImage> Evaluator::LoadReferences() const
+{
+    std::vector<Problem> found;
+    std::vector<GreyImage> images;
+    for (const std::string& file : m_options.references)
+        CollectProblems(found, [&] { images.push_back(Load(file)); });
+    ThrowIfAny(std::move(found));
+    return images;
+}
+
+/// A line on the error stream every few seconds, and none in a short run.
+void Evaluator::ShowProgress(const std::string& name, std::size_t done)
+{
+    constexpr auto pause = std::chrono::seconds(5);
+    const auto now = std::chrono::steady_clock::now();
+    if (m_options.quiet || now - m_shown < pause)
+        return;
+    m_shown = now;
+    std::cerr << "narvo: " << name << ": " << done << " of " << m_set.images.size() << " images" << std::endl;
+}
+
+std::string DescribeLearnt(const std::vector<SetImage>& images, const LearnResult& learnt)
+{
+    std::string text = "Learnt from " + Counted(images.size(), "good image") +
+                       (images.size() == 1 ? ", which is" : ", which are") + " not measured: ";
+    for (const SetImage& image : images)
+        text += (&image == images.data() ? "" : ", ") + image.name;
+    for (const LearnCandidate& candidate : learnt.candidates)
+        if (candidate.chosen)
+            text += "; " + candidate.description;
+    return text + ".";
+}
+
+} // namespace narvo::tools
