@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Recipes learnt from good images.
-#include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "host/learn/learn.h"
 #include "python/bind.h"
-#include "python/image_array.h"
+#include "python/good_images.h"
 #include "python/narvo_errors.h"
 #include "python/sealed_class.h"
 #include "python/unlocked.h"
@@ -18,25 +16,6 @@ namespace narvo::python
 
 namespace
 {
-
-/// Copies, since they are read on other threads and several times.
-std::vector<BatchImage> GoodImages(const py::handle& images)
-{
-    std::vector<BatchImage> good;
-    const auto add = [&](const py::handle& value)
-    {
-        const std::string name = "images[" + std::to_string(good.size()) + "]";
-        auto image = std::make_shared<const GreyImage>(ImageArgument(value, name.c_str()).Copy());
-        good.push_back({name, [image] { return image; }});
-    };
-    // One image is as good as a list of one.
-    if (py::isinstance<py::array>(images) && py::reinterpret_borrow<py::array>(images).ndim() == 2)
-        add(images);
-    else
-        for (const py::handle image : py::iter(images))
-            add(image);
-    return good;
-}
 
 int ModeOf(const std::string& word)
 {
@@ -60,8 +39,7 @@ LearnResult Learn(const py::handle& images, double falseRate, const std::string&
                           settings.mode = ModeOf(mode);
                           settings.falseRate = falseRate;
                           settings.name = name;
-                          if (threads < 1 || threads > 256)
-                              throw HostError({{"threads", std::to_string(threads), "1 to 256"}});
+                          CheckThreads(threads);
                           return Unlocked([&] { return LearnRecipe(good, settings, threads); });
                       });
 }

@@ -26,6 +26,7 @@ PYBIND11_MODULE(_narvoassem, module)
     BindPitch(module);
     BindGolden(module);
     BindLearn(module);
+    BindCapability(module);
     BindExplain(module);
     BindRegions(module);
 }

@@ -43,6 +43,9 @@ void AddBenchCommand(CLI::App& app, Action& action);
 /// `narvo evaluate`: measures a recipe on images with known defects.
 void AddEvaluateCommand(CLI::App& app, Action& action);
 
+/// `narvo capability`: measures which defects a recipe finds.
+void AddCapabilityCommand(CLI::App& app, Action& action);
+
 /// `narvo synth`: makes a panel with its zones, recipe and truth.
 void AddSynthCommand(CLI::App& app, Action& action);
 /// `narvo cloth`: makes images of woven cloth, good and with known defects.

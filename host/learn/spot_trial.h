@@ -17,8 +17,8 @@ namespace narvo
 std::vector<BatchImage> SpreadOver(const std::vector<BatchImage>& images, std::size_t count);
 
 /// Spots by side and contrast, in that order, planted in each of the images and looked for by the recipe. Once those
-/// that were looked at have 12 megapixels together, the others are left out. @throws HostError where the recipe does not
-/// suit an image
+/// that were looked at have 12 megapixels together, the others are left out. @throws HostError where the recipe does
+/// not suit an image
 std::vector<LearnSpots> FindPlanted(const std::vector<BatchImage>& images, const Recipe& recipe, std::uint64_t seed);
 
 /// Share of all spots that were found; 0 without any.

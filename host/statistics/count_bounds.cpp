@@ -32,8 +32,8 @@ double PoissonSum(std::size_t events, double mean)
 /// Whether the probability of `found` or more of `trials` lies above `risk`.
 bool HasTailAbove(std::size_t found, std::size_t trials, double share, double risk)
 {
-    double logarithm = static_cast<double>(found) * std::log(share) +
-                       static_cast<double>(trials - found) * std::log1p(-share);
+    double logarithm =
+        static_cast<double>(found) * std::log(share) + static_cast<double>(trials - found) * std::log1p(-share);
     for (std::size_t k = 1; k <= trials - found; ++k)
         logarithm += std::log(static_cast<double>(found + k) / static_cast<double>(k));
     double term = 1.0;

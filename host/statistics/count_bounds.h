@@ -11,8 +11,8 @@ namespace narvo
 /// Poisson mean at 95 % confidence.
 double PoissonBound(std::size_t events);
 
-/// The smallest share that still gives `found` or more of `trials` with probability 0.05: the lower bound of Clopper and
-/// Pearson at 95 % confidence. 0 where none was found.
+/// The smallest share that still gives `found` or more of `trials` with probability 0.05: the lower bound of Clopper
+/// and Pearson at 95 % confidence. 0 where none was found.
 double LowerShareBound(std::size_t found, std::size_t trials);
 
 /// The largest share that still gives none in `trials` with probability 0.05; 1 without a trial.

@@ -20,12 +20,12 @@ struct SizeCount
 
 enum FitOutcome : int
 {
-    Fit_NoTrials = 0,   ///< nothing to fit
-    Fit_NothingFound,   ///< at any size
+    Fit_NoTrials = 0, ///< nothing to fit
+    Fit_NothingFound, ///< at any size
     Fit_EverythingFound,
-    Fit_Step,           ///< all missed below some size, all found above: the curve between is not determined
-    Fit_NotGrowing,     ///< larger ones are not found more often
-    Fit_Curve           ///< a logistic curve
+    Fit_Step,       ///< all missed below some size, all found above: the curve between is not determined
+    Fit_NotGrowing, ///< larger ones are not found more often
+    Fit_Curve       ///< a logistic curve
 };
 
 /// A size with where it lies among those that were tried.
@@ -49,9 +49,9 @@ struct DetectionFit
     FitOutcome outcome = Fit_NoTrials;
     double intercept = 0.0; ///< of a curve: probability 1 / (1 + exp(-(intercept + slope ln size)))
     double slope = 0.0;
-    SizeFigure a90;           ///< found with 90 % probability
-    SizeFigure a9095;         ///< upper bound of that at 95 % confidence
-    bool suitsCounts = true;  ///< false: the counts differ from the curve by more than chance allows (1 %)
+    SizeFigure a90;          ///< found with 90 % probability
+    SizeFigure a9095;        ///< upper bound of that at 95 % confidence
+    bool suitsCounts = true; ///< false: the counts differ from the curve by more than chance allows (1 %)
     std::size_t trials = 0;
 
     /// Of a curve.

@@ -43,6 +43,7 @@ from .functions import of_package
 from .inspector import Inspector
 from .regions import Rect
 
+capability = of_package(_narvoassem.capability)
 convert_image = of_package(_narvoassem.convert_image)
 explain = of_package(_narvoassem.explain)
 inspect = of_package(_narvoassem.inspect)
@@ -75,6 +76,7 @@ __all__ = [
     "Registration",
     "Result",
     "__version__",
+    "capability",
     "convert_image",
     "explain",
     "inspect",

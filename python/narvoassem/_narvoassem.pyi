@@ -248,6 +248,18 @@ def learn(
     name: str = ...,
     threads: int = ...,
 ) -> LearnResult: ...
+def capability(
+    recipe: _RecipeSource,
+    images: Union[NDArray[np.uint8], Sequence[NDArray[np.uint8]]],
+    *,
+    sizes: Optional[Sequence[int]] = ...,
+    contrasts: Optional[Sequence[int]] = ...,
+    shapes: Optional[Sequence[str]] = ...,
+    places: Optional[Sequence[str]] = ...,
+    count: int = ...,
+    seed: int = ...,
+    threads: int = ...,
+) -> Dict[str, Any]: ...
 def search_pitch(image: NDArray[np.uint8], region: _Region = ...) -> PitchResult: ...
 def pitch_recipe(image: NDArray[np.uint8], pitch: PitchResult, region: _Region = ...) -> Recipe: ...
 def polygon_mask(points: _Points, shape: Tuple[int, int]) -> NDArray[np.bool_]: ...

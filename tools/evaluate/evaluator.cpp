@@ -64,8 +64,8 @@ Evaluator::Evaluator(const EvaluateOptions& options) : m_options(options), m_set
     if (!options.recipe.empty())
         m_recipes = LoadRecipesByOptions(options.recipe);
     else if (options.references.empty() && m_learntFrom.empty() && !HasPairs())
-        throw HostError({{"--recipe", "missing",
-                          "a recipe file, --learn or --reference, since the set is not made of pairs"}});
+        throw HostError(
+            {{"--recipe", "missing", "a recipe file, --learn or --reference, since the set is not made of pairs"}});
     m_reading = m_recipes.empty() ? ReadingOf() : static_cast<const ImageReading&>(*m_recipes.front());
     if (!options.references.empty())
         m_model = std::make_unique<GoldenModel>(LoadReferences(), GoldenSettings());
@@ -163,8 +163,7 @@ TruthOfImage Evaluator::Truth() const
                 {{"image " + image.file.string(),
                   std::to_string(header->width) + " by " + std::to_string(header->height) + " pixels",
                   "at most " + std::to_string(MaxImagePixels()) + " pixels, unless max-pixels allows more"}});
-        return TruthOfBoxes(image.boxes,
-                            cv::Size(static_cast<int>(header->width), static_cast<int>(header->height)));
+        return TruthOfBoxes(image.boxes, cv::Size(static_cast<int>(header->width), static_cast<int>(header->height)));
     };
 }
 
