@@ -60,9 +60,41 @@ public:
 private:
     void LookAt(const RealPoint& place, std::size_t i, PointLook& look) const;
 
+    static constexpr int nRim = 3; // pixels that the smoothing reaches over the border
+
     PictureLevel m_level;
-    cv::Mat m_reference; ///< value, gradients along x and y, interleaved
+    float m_perWhole;    ///< pixels of this level in one of the whole picture
+    cv::Mat m_reference; ///< smoothed
     EdgePoints m_points;
 };
+
+inline void EdgeLevel::LookAt(const RealPoint& place, std::size_t i, PointLook& look) const
+{
+    const double first = 0.5 * (m_level.scale - 1);
+    const auto px = static_cast<float>((place.x - first) * m_perWhole);
+    const auto py = static_cast<float>((place.y - first) * m_perWhole);
+    const bool inside = px >= nRim && py >= nRim && px < static_cast<float>(m_reference.cols - 1 - nRim) &&
+                        py < static_cast<float>(m_reference.rows - 1 - nRim);
+    look.inside[i] = inside ? 1 : 0;
+    if (!inside)
+    {
+        look.value[i] = look.gradientX[i] = look.gradientY[i] = 0.0F;
+        return;
+    }
+    const int x = static_cast<int>(px);
+    const int y = static_cast<int>(py);
+    const float fx = px - static_cast<float>(x);
+    const float fy = py - static_cast<float>(y);
+    const float* a = m_reference.ptr<float>(y) + x;
+    const float* b = m_reference.ptr<float>(y + 1) + x;
+    // The slopes are those between the four pixels: smoothed, a picture hardly bends within a pixel.
+    const float upper = a[1] - a[0];
+    const float lower = b[1] - b[0];
+    const float left = a[0] + fx * upper;
+    const float down = b[0] + fx * lower - left;
+    look.value[i] = left + fy * down;
+    look.gradientX[i] = m_perWhole * (upper + fy * (lower - upper));
+    look.gradientY[i] = m_perWhole * down;
+}
 
 } // namespace narvo

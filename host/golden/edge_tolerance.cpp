@@ -15,7 +15,9 @@ namespace narvo
 namespace
 {
 
-constexpr double dOuter = 0.7; // share of the tolerance that a pixel beyond it still has
+/// The outer share where the pattern is narrow: every pixel of it lies at an edge, and one that is missing must still
+/// differ by more than an edge that lies a whole pixel beyond the tolerance, to four fifths of the pattern's step.
+constexpr double dNarrowShare = 0.8 * dOuterShare;
 
 /// All pixels whose centres lie within `radius` of the middle one.
 cv::Mat Disk(double radius)
@@ -57,14 +59,14 @@ cv::Mat NarrowBright(const cv::Mat& picture, int side, int contrast)
     return narrow > contrast;
 }
 
-/// What a disk holds, and a share of what one a pixel wider does: an edge may lie between pixels.
+/// What a disk holds, and a share of what one a pixel wider does.
 struct SoftRange
 {
     cv::Mat darkest;
     cv::Mat brightest;
 };
 
-SoftRange Widen(const GreyRange& range, double radius)
+SoftRange Widen(const GreyRange& range, double radius, double share)
 {
     SoftRange inner;
     SoftRange outer;
@@ -72,8 +74,8 @@ SoftRange Widen(const GreyRange& range, double radius)
     Dilate(ViewOf(range.brightest), inner.brightest, Disk(radius));
     Erode(ViewOf(range.darkest), outer.darkest, Disk(radius + 1.0));
     Dilate(ViewOf(range.brightest), outer.brightest, Disk(radius + 1.0));
-    cv::addWeighted(inner.darkest, 1.0 - dOuter, outer.darkest, dOuter, 0.0, inner.darkest);
-    cv::addWeighted(inner.brightest, 1.0 - dOuter, outer.brightest, dOuter, 0.0, inner.brightest);
+    cv::addWeighted(inner.darkest, 1.0 - share, outer.darkest, share, 0.0, inner.darkest);
+    cv::addWeighted(inner.brightest, 1.0 - share, outer.brightest, share, 0.0, inner.brightest);
     return inner;
 }
 
@@ -86,18 +88,22 @@ GreyRange WidenRange(const GreyRange& range, const GreyImage& picture, double to
     const cv::Mat pattern = ViewOf(picture);
     cv::Mat inverse;
     cv::bitwise_not(pattern, inverse);
-    SoftRange widened = Widen(range, tolerance);
-    for (int reach = static_cast<int>(tolerance); reach > 0; --reach)
+    SoftRange widened = Widen(range, tolerance, dOuterShare);
+    const auto takeCloser = [&](int side, double radius)
     {
-        // Narrower than the way there and back with a pixel between: the next smaller disk holds.
-        const int side = 2 * reach + 1;
         const cv::Mat narrow = NarrowBright(pattern, side, contrast) | NarrowBright(inverse, side, contrast);
         if (cv::countNonZero(narrow) == 0)
-            continue;
-        const SoftRange closer = Widen(range, reach - 1.0);
+            return;
+        const SoftRange closer = Widen(range, radius, dNarrowShare);
         closer.darkest.copyTo(widened.darkest, narrow);
         closer.brightest.copyTo(widened.brightest, narrow);
-    }
+    };
+    // Where the outer disk reaches the middle from both sides, its share is smaller.
+    const int whole = static_cast<int>(tolerance);
+    takeCloser(2 * whole + 3, tolerance);
+    // Narrower than the way there and back with a pixel between: the next smaller disk holds.
+    for (int reach = whole; reach > 0; --reach)
+        takeCloser(2 * reach + 1, reach - 1.0);
     return {ImageOf(widened.darkest), ImageOf(widened.brightest)};
 }
 

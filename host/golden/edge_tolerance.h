@@ -14,10 +14,13 @@ struct GreyRange
     GreyImage brightest;
 };
 
-/// Widens `range` (both of the same size) to what lies within `tolerance` pixels, and by a share to what lies a pixel
-/// further. The distance shrinks where the
-/// pattern itself, `picture`, is narrow: it is less than half of the width of any track or gap that stands out by more
-/// than `contrast` grey levels, so that one that is missing or bridged is still seen in its middle.
+/// Share that the tolerance has of what lies a pixel beyond it: an edge may lie between pixels.
+constexpr double dOuterShare = 0.7;
+
+/// Widens `range` (both of the same size) to what lies within `tolerance` pixels, and by `dOuterShare` to what lies a
+/// pixel further. The distance shrinks where the pattern itself, `picture`, is narrow: it is less than half of the
+/// width of any track or gap that stands out by more than `contrast` grey levels, so that one that is missing or
+/// bridged is still seen in its middle.
 GreyRange WidenRange(const GreyRange& range, const GreyImage& picture, double tolerance, int contrast);
 
 /// 255 where the picture changes by more than `contrast` grey levels within `reach` pixels along x and along y.

@@ -11,6 +11,7 @@
 
 #include <opencv2/imgproc.hpp>
 
+#include "host/golden/edge_growth.h"
 #include "host/image/cv_image.h"
 #include "host/inspect/elapsed.h"
 #include "host/zones/region_maps.h"
@@ -64,59 +65,100 @@ std::shared_ptr<const RegionMaps> LayMaps(const GreyImage& threshold, int pitch)
 {
     const int width = nTiles * pitch;
     auto maps = std::make_shared<RegionMaps>(width, threshold.Height());
-    std::vector<short> offsets(static_cast<std::size_t>(width) * static_cast<std::size_t>(threshold.Height()),
-                               nNoDifference);
     for (int y = 0; y < threshold.Height(); ++y)
     {
-        short* line = offsets.data() + static_cast<std::ptrdiff_t>(y) * width;
+        // Written in place: the values of bytes lie in the map's range.
+        short* line = maps->Data(RegionMaps::Map_Offset) + static_cast<std::ptrdiff_t>(y) * maps->Stride();
+        std::fill_n(line, width, nNoDifference);
         std::copy_n(threshold.Row(y), threshold.Width(), line);
         std::copy_n(line, pitch, line + pitch);
     }
-    maps->Set(RegionMaps::Map_Offset, offsets.data(), width);
     return maps;
 }
 
-/// 255 where the image is compared: inside the reference, and away from a seam.
-GreyImage ComparedPixels(const Registration& registration, int width, int height, const CRect& area, int margin)
+/// Takes what lies along a seam out of what is compared.
+void LeaveSeamOut(const std::optional<Seam>& seam, int margin, GreyImage& inside)
 {
-    GreyImage inside = InsideReference(registration, width, height, area);
-    if (const std::optional<Seam>& seam = registration.seam)
-    {
-        const int side = seam->vertical ? width : height;
-        const int from = std::clamp(seam->place - margin, 0, side);
-        const int to = std::clamp(seam->place + margin, 0, side);
-        cv::Mat view = ViewOf(inside);
-        (seam->vertical ? view.colRange(from, to) : view.rowRange(from, to)).setTo(0);
-    }
-    return inside;
+    if (!seam)
+        return;
+    const int side = seam->vertical ? inside.Width() : inside.Height();
+    const int from = std::clamp(seam->place - margin, 0, side);
+    const int to = std::clamp(seam->place + margin, 0, side);
+    cv::Mat view = ViewOf(inside);
+    (seam->vertical ? view.colRange(from, to) : view.rowRange(from, to)).setTo(0);
 }
 
-/// What each pixel may differ by: `base`, or more where the range reaches further to the side on which it differs; 255
-/// where nothing is compared.
-GreyImage ThresholdOf(const GreyImage& reference, const GreyImage& image, const GreyRange& range,
-                      const GreyImage& nearEdge, const GreyImage& inside, const NoiseThreshold& base)
+/// What the pixels may differ by: `base`, or more where the range reaches further to the side on which it differs.
+class Limits
 {
-    GreyImage threshold(image.Width(), image.Height());
-    for (int y = 0; y < image.Height(); ++y)
+public:
+    Limits(const GreyImage& reference, const GreyImage& image, const GreyRange& range, const GreyImage& nearEdge,
+           const NoiseThreshold& base)
+        : m_reference(reference), m_image(image), m_range(range), m_nearEdge(nearEdge), m_base(base)
     {
-        const std::uint8_t* expected = reference.Row(y);
-        const std::uint8_t* shown = image.Row(y);
-        const std::uint8_t* low = range.darkest.Row(y);
-        const std::uint8_t* high = range.brightest.Row(y);
-        const std::uint8_t* mask = inside.Row(y);
-        const std::uint8_t* close = nearEdge.Row(y);
-        std::uint8_t* line = threshold.Row(y);
-        for (int x = 0; x < image.Width(); ++x)
-        {
-            const int play = shown[x] > expected[x] ? high[x] - expected[x] : expected[x] - low[x];
-            // The range holds noise of the reference already: half of the base is added to it.
-            const int least = close[x] != 0 ? base.nearEdge : base.flat;
-            const int most = std::min(255, std::max(least, play + least / 2));
-            line[x] = static_cast<std::uint8_t>(mask[x] != 0 ? most : 255);
-        }
     }
-    return threshold;
-}
+
+    /// 255 where `inside` is 0: nothing is compared there.
+    GreyImage Thresholds(const GreyImage& inside) const
+    {
+        GreyImage threshold(m_image.Width(), m_image.Height());
+        for (int y = 0; y < m_image.Height(); ++y)
+        {
+            const Row row(*this, y);
+            const std::uint8_t* mask = inside.Row(y);
+            std::uint8_t* line = threshold.Row(y);
+            for (int x = 0; x < m_image.Width(); ++x)
+                line[x] = static_cast<std::uint8_t>(mask[x] != 0 ? std::min(255, Row::Limit(row.Play(x), row.Least(x)))
+                                                                 : 255);
+        }
+        return threshold;
+    }
+
+    /// Whether a pixel in the box differs by more than an edge explains that lies a whole pixel further off than the
+    /// tolerance. Where none does, there is but an edge a fraction of a pixel beyond it.
+    bool IsMoreThanAnEdge(const CRect& box) const
+    {
+        for (int y = std::max(0, box.top); y < std::min(m_image.Height(), box.bottom); ++y)
+        {
+            const Row row(*this, y);
+            for (int x = std::max(0, box.left); x < std::min(m_image.Width(), box.right); ++x)
+            {
+                const int play = static_cast<int>(row.Play(x) / dOuterShare);
+                if (std::abs(row.Difference(x)) > Row::Limit(play, row.Least(x)))
+                    return true;
+            }
+        }
+        return false;
+    }
+
+private:
+    struct Row
+    {
+        Row(const Limits& limits, int y)
+            : expected(limits.m_reference.Row(y)), shown(limits.m_image.Row(y)), low(limits.m_range.darkest.Row(y)),
+              high(limits.m_range.brightest.Row(y)), close(limits.m_nearEdge.Row(y)), base(limits.m_base)
+        {
+        }
+        int Difference(int x) const { return shown[x] - expected[x]; }
+        int Play(int x) const { return shown[x] > expected[x] ? high[x] - expected[x] : expected[x] - low[x]; }
+        int Least(int x) const { return close[x] != 0 ? base.nearEdge : base.flat; }
+        /// The range holds noise of the reference already: half of the base is added to it.
+        static int Limit(int play, int least) { return std::max(least, play + least / 2); }
+
+        const std::uint8_t* expected;
+        const std::uint8_t* shown;
+        const std::uint8_t* low;
+        const std::uint8_t* high;
+        const std::uint8_t* close;
+        NoiseThreshold base;
+    };
+
+    const GreyImage& m_reference;
+    const GreyImage& m_image;
+    const GreyRange& m_range;
+    const GreyImage& m_nearEdge;
+    const NoiseThreshold& m_base;
+};
 
 ReferencePlace PlaceOf(const Blob& blob, const Registration& registration)
 {
@@ -161,22 +203,25 @@ GoldenResult InspectRegistered(Inspector& inspector, int lane, const GoldenModel
     GoldenResult result;
     result.registration = registration;
     const int margin = static_cast<int>(std::ceil(settings.edgeTolerance));
-    const GreyImage inside = ComparedPixels(registration, width, height,
-                                            {margin, margin, model.Width() - margin, model.Height() - margin}, margin);
-    std::vector<GreyImage> pictures =
-        WarpAllToImage({&model.Mean(), &model.Range().darkest, &model.Range().brightest, &model.NearEdge()},
-                       registration, width, height);
+    GreyImage inside;
+    std::vector<GreyImage> pictures = WarpAllToImage(
+        {&model.Mean(), &model.Range().darkest, &model.Range().brightest, &model.NearEdge()}, registration, width,
+        height, {margin, margin, model.Width() - margin, model.Height() - margin}, inside);
+    LeaveSeamOut(registration.seam, margin, inside);
     result.reference = std::move(pictures[0]);
     GreyRange range{std::move(pictures[1]), std::move(pictures[2])};
     const GreyImage nearEdge = std::move(pictures[3]);
     result.light = FitLight(result.reference, image, inside);
-    for (int y = 0; y < height; ++y)
-        for (GreyImage* picture : {&result.reference, &range.darkest, &range.brightest})
-            result.light.Apply(y, picture->Row(y), width);
+    for (GreyImage* picture : {&result.reference, &range.darkest, &range.brightest})
+        result.light.Apply(*picture);
+    result.edgeGrowth = FitEdgeGrowth(result.reference, image, nearEdge, inside);
+    for (GreyImage* picture : {&result.reference, &range.darkest, &range.brightest})
+        GrowBright(result.edgeGrowth, *picture);
     result.base = ThresholdFromNoise(result.reference, image, range, nearEdge, inside);
     if (settings.threshold > 0)
         result.base.flat = result.base.nearEdge = settings.threshold;
-    result.threshold = ThresholdOf(result.reference, image, range, nearEdge, inside, result.base);
+    const Limits limits(result.reference, image, range, nearEdge, result.base);
+    result.threshold = limits.Thresholds(inside);
 
     const int pitch = (width + nColumnGroup - 1) / nColumnGroup * nColumnGroup;
     const std::shared_ptr<const RegionMaps> maps = LayMaps(result.threshold, pitch);
@@ -184,11 +229,12 @@ GoldenResult InspectRegistered(Inspector& inspector, int lane, const GoldenModel
     result.inspection = inspector.Inspect(lane, tiles, CheckedRecipe(MakeRecipe(pitch, height, settings, maps)));
 
     result.inspection.region = CRect(0, 0, width, height);
-    for (Blob& blob : result.inspection.blobs)
-    {
+    std::vector<Blob>& blobs = result.inspection.blobs;
+    for (Blob& blob : blobs)
         MoveIntoImage(blob, pitch);
+    std::erase_if(blobs, [&](const Blob& blob) { return !limits.IsMoreThanAnEdge(blob.box); });
+    for (const Blob& blob : blobs)
         result.places.push_back(PlaceOf(blob, result.registration));
-    }
     if (result.registration.directions < dFewDirections)
         result.inspection.warnings.push_back(
             "the pattern hardly changes along one direction: the shift along it is uncertain");

@@ -26,6 +26,7 @@ struct GoldenResult
     InspectionResult inspection; ///< in the image's coordinates; bright is brighter than the reference
     Registration registration;
     Light light;                        ///< of the image against the model
+    double edgeGrowth = 0.0;            ///< pixels by which bright is wider at each edge than the model has it
     NoiseThreshold base;                ///< the threshold that was set, or that followed from the noise
     std::vector<ReferencePlace> places; ///< one for each blob
     double compared = 0.0;              ///< share of the image that was compared

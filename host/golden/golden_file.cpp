@@ -70,6 +70,7 @@ ordered_json GoldenToJson(const GoldenResult& result)
     document["light"] = {{"gain", Rounded(result.light.whole.gain, 1e4)},
                          {"offset", Rounded(result.light.whole.offset, 1e2)},
                          {"uniform", result.light.IsUniform()}};
+    document["edge_growth"] = Rounded(result.edgeGrowth, 1e3);
     document["noise"] = Rounded(result.base.noise, 1e3);
     document["threshold"] = {{"flat", result.base.flat}, {"near_edges", result.base.nearEdge}};
     return document;

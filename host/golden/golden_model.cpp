@@ -92,8 +92,7 @@ GoldenModel::GoldenModel(const std::vector<GreyImage>& references, const GoldenS
         const GreyImage inside = InsideReference(registration, first.Width(), first.Height(),
                                                  {0, 0, references[i].Width(), references[i].Height()});
         const Light light = FitLight(warped, first, inside);
-        for (int y = 0; y < first.Height(); ++y)
-            light.Apply(y, warped.Row(y), first.Width());
+        light.Apply(warped);
         const cv::Mat mask = ViewOf(inside);
         cv::accumulate(ViewOf(warped), sum, mask);
         cv::add(count, 1.0, count, mask);

@@ -6,7 +6,10 @@
 #include <cmath>
 #include <cstddef>
 
+#include <opencv2/core.hpp>
+
 #include "host/golden/robust_light.h"
+#include "host/image/cv_image.h"
 
 namespace narvo
 {
@@ -17,7 +20,7 @@ namespace
 constexpr int nGreyLevels = 256;
 constexpr int nPart = 64;        // pixels, side of the parts that slow changes are seen in
 constexpr int nPartsAcross = 10; // at most, along the longer side
-constexpr int nStep = 2;         // of the pixels along x and y one in so many is looked at
+constexpr int nStep = 3;         // of the pixels along x and y one in so many is looked at
 constexpr int nLightSteps = 12;
 constexpr double dLeastLightScale = 3.0; // grey levels
 constexpr double dScaleOfMedian = 1.4826 * 2.385;
@@ -288,8 +291,6 @@ void Light::Apply(int y, std::uint8_t* pixels, int width) const
 {
     if (IsUniform())
     {
-        if (whole.gain == 1.0 && whole.offset == 0.0)
-            return;
         const std::array<std::uint8_t, 256> table = Table();
         for (int x = 0; x < width; ++x)
             pixels[x] = table[pixels[x]];
@@ -316,6 +317,19 @@ void Light::Apply(int y, std::uint8_t* pixels, int width) const
             pixels[x] = static_cast<std::uint8_t>(std::min(std::max(grey, 0.0F), 255.0F));
         }
     }
+}
+
+void Light::Apply(GreyImage& picture) const
+{
+    if (IsUniform())
+    {
+        const std::array<std::uint8_t, 256> table = Table();
+        cv::Mat view = ViewOf(picture);
+        cv::LUT(view, table, view);
+        return;
+    }
+    for (int y = 0; y < picture.Height(); ++y)
+        Apply(y, picture.Row(y), picture.Width());
 }
 
 Light FitLight(const GreyImage& reference, const GreyImage& image, const GreyImage& inside)

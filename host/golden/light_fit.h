@@ -32,6 +32,8 @@ struct Light
     bool IsUniform() const { return nodes.empty(); }
     /// `pixels`, one row of a picture that lies as the image does, under this light. In place.
     void Apply(int y, std::uint8_t* pixels, int width) const;
+    /// A whole picture that lies as the image does, under this light. In place.
+    void Apply(GreyImage& picture) const;
 
 private:
     std::array<std::uint8_t, 256> Table() const;

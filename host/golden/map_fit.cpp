@@ -3,7 +3,9 @@
 #include "host/golden/map_fit.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstddef>
 
 #include "host/golden/normal_sums.h"
 
@@ -17,48 +19,102 @@ constexpr double dUndetermined = 0.2;   // pixels of the level: a standard error
 constexpr double dScaleToNoise = 2.385; // the scale of the weights over the noise's standard deviation
 constexpr double dSettled = 0.05;       // pixels of the level: a step that is no more ends the fit
 constexpr int nStrips = 80;             // across the image, at whose borders a seam is tried
+constexpr int nStripPieces = 16;        // of each strip
 
-/// Derivatives of a point's value, and its share.
-class PointDerivatives
+/// Sums of one group of close points by what all of them have: gradients, value and difference.
+struct LocalSums
 {
-public:
-    PointDerivatives(const EdgePoints& points, const FittedMap& fitted)
-        : m_points(points), m_fitted(fitted), m_derivatives(fitted.map)
+    enum Unknown : int
     {
+        Unknown_X,
+        Unknown_Y,
+        Unknown_Gain,
+        nLocal
+    };
+
+    double weight = 0.0;
+    double x = 0.0; ///< weighted sums of the places
+    double y = 0.0;
+    double difference = 0.0;
+    std::array<double, nLocal> derivative{};
+    std::array<double, nLocal> score{};
+    std::array<std::array<double, nLocal>, nLocal> square{}; ///< its upper triangle
+
+    void Add(double px, double py, const std::array<double, nLocal>& derivatives, double value, double share)
+    {
+        weight += share;
+        x += share * px;
+        y += share * py;
+        difference += share * value;
+        for (std::size_t i = 0; i < nLocal; ++i)
+        {
+            const double weighted = share * derivatives[i];
+            derivative[i] += weighted;
+            score[i] += weighted * value;
+            for (std::size_t j = i; j < nLocal; ++j)
+                square[i][j] += weighted * derivatives[j];
+        }
     }
 
-    std::array<double, nUnknowns> At(std::size_t i) const
+    /// Adds them as sums of the map's terms. The group is small against the image: all of it counts at its mean place.
+    void AddTo(NormalSums& sums, const MapDerivatives& derivatives) const
     {
+        if (!(weight > 0.0))
+            return;
         MapTerms alongX;
         MapTerms alongY;
-        m_derivatives.At(m_points.x[i], m_points.y[i], alongX, alongY);
-        std::array<double, nUnknowns> derivatives{};
-        const double gx = m_fitted.differences.gain * m_fitted.look.gradientX[i];
-        const double gy = m_fitted.differences.gain * m_fitted.look.gradientY[i];
+        derivatives.At(x / weight, y / weight, alongX, alongY);
+        // How much of each local unknown an unknown of the map is.
+        std::array<std::array<double, nLocal>, nUnknowns> parts{};
         for (std::size_t k = 0; k < nMapTerms; ++k)
-            derivatives[k] = gx * alongX[k] + gy * alongY[k];
-        derivatives[nMapTerms] = m_fitted.look.value[i];
-        return derivatives;
+            parts[k] = {alongX[k], alongY[k], 0.0};
+        parts[nMapTerms] = {0.0, 0.0, 1.0};
+        sums.weight += weight;
+        sums.difference += difference;
+        std::size_t k = 0;
+        for (std::size_t i = 0; i < nUnknowns; ++i)
+        {
+            std::array<double, nLocal> row{};
+            for (std::size_t a = 0; a < nLocal; ++a)
+            {
+                sums.derivative[i] += parts[i][a] * derivative[a];
+                sums.score[i] += parts[i][a] * score[a];
+                for (std::size_t b = 0; b < nLocal; ++b)
+                    row[b] += parts[i][a] * (a <= b ? square[a][b] : square[b][a]);
+            }
+            for (std::size_t j = i; j < nUnknowns; ++j)
+                for (std::size_t b = 0; b < nLocal; ++b)
+                    sums.square[k + j - i] += row[b] * parts[j][b];
+            k += nUnknowns - i;
+        }
     }
-    bool IsInside(std::size_t i) const { return m_fitted.look.inside[i] != 0; }
-    double Difference(std::size_t i) const { return m_fitted.differences.difference[i]; }
-    double Share(std::size_t i) const { return RobustWeight(Difference(i), m_fitted.differences.scale); }
-
-private:
-    const EdgePoints& m_points;
-    const FittedMap& m_fitted;
-    MapDerivatives m_derivatives;
 };
+
+void AddToSums(const EdgePoints& points, const FittedMap& fitted, std::size_t i, LocalSums& sums)
+{
+    const PointLook& look = fitted.look;
+    const double gain = fitted.differences.gain;
+    const double difference = fitted.differences.difference[i];
+    sums.Add(points.x[i], points.y[i], {gain * look.gradientX[i], gain * look.gradientY[i], look.value[i]}, difference,
+             RobustWeight(difference, fitted.differences.scale));
+}
 
 std::vector<NormalSums> SumBlocks(const EdgePoints& points, const FittedMap& fitted)
 {
-    const PointDerivatives derivatives(points, fitted);
+    const MapDerivatives derivatives(fitted.map);
     std::vector<NormalSums> blocks(points.Blocks());
     for (std::size_t block = 0; block < points.Blocks(); ++block)
     {
+        // In front of the seam and behind it.
+        std::array<LocalSums, 2> sides;
         for (std::size_t i = points.blocks[block]; i < points.blocks[block + 1]; ++i)
-            if (derivatives.IsInside(i))
-                blocks[block].Add(derivatives.At(i), derivatives.Difference(i), derivatives.Share(i));
+            if (fitted.look.inside[i] != 0)
+            {
+                const bool behind = fitted.map.seam && fitted.map.seam->IsBehind(points.x[i], points.y[i]);
+                AddToSums(points, fitted, i, sides[behind ? 1 : 0]);
+            }
+        for (const LocalSums& side : sides)
+            side.AddTo(blocks[block], derivatives);
         blocks[block].EliminateOffset();
     }
     return blocks;
@@ -150,21 +206,27 @@ FittedMap MapFit::Fit(const GlobalMap& map, Registration::Model model, int steps
 std::optional<Seam> MapFit::FindSeam(const FittedMap& fitted, Registration::Model model) const
 {
     const EdgePoints& points = m_level.Points();
-    const PointDerivatives derivatives(points, fitted);
+    const MapDerivatives derivatives(fitted.map);
     const std::vector<MapTerms> directions = Directions(model, true, m_limits);
     std::optional<Seam> best;
     double most = 0.0;
     for (const bool vertical : {true, false})
     {
         const double side = 2.0 * (vertical ? fitted.map.centreX : fitted.map.centreY) + 1.0;
-        std::vector<NormalSums> strips(nStrips);
+        const double length = 2.0 * (vertical ? fitted.map.centreY : fitted.map.centreX) + 1.0;
+        std::vector<LocalSums> pieces(static_cast<std::size_t>(nStrips) * nStripPieces);
+        const auto part = [](double share, int parts)
+        { return static_cast<std::size_t>(std::clamp(share * parts, 0.0, parts - 1.0)); };
         for (std::size_t i = 0; i < points.Size(); ++i)
-            if (derivatives.IsInside(i))
+            if (fitted.look.inside[i] != 0)
             {
-                const double place = vertical ? points.x[i] : points.y[i];
-                const auto strip = static_cast<std::size_t>(std::clamp(place / side * nStrips, 0.0, nStrips - 1.0));
-                strips[strip].Add(derivatives.At(i), derivatives.Difference(i), derivatives.Share(i));
+                const double across = (vertical ? points.x[i] : points.y[i]) / side;
+                const double along = (vertical ? points.y[i] : points.x[i]) / length;
+                AddToSums(points, fitted, i, pieces[part(across, nStrips) * nStripPieces + part(along, nStripPieces)]);
             }
+        std::vector<NormalSums> strips(nStrips);
+        for (std::size_t i = 0; i < pieces.size(); ++i)
+            pieces[i].AddTo(strips[i / nStripPieces], derivatives);
         // From the far side on, what lies behind the line takes part in the step as it does in the shift.
         NormalSums all;
         for (const NormalSums& strip : strips)

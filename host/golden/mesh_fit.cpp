@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <utility>
 
 namespace narvo
 {
@@ -153,22 +154,28 @@ double Solve(std::vector<NodeSums>& sums, double reach, OffsetMesh& mesh)
 class MeshLook
 {
 public:
-    MeshLook(const EdgeLevel& level, const FittedMap& fitted) : m_level(level)
+    MeshLook(const EdgeLevel& level, const FittedMap& fitted, const OffsetMesh& mesh) : m_level(level)
     {
         const EdgePoints& points = level.Points();
         const SteppedMap map(fitted.map);
         m_places.resize(points.Size());
+        m_cells.resize(points.Size());
         for (std::size_t i = 0; i < points.Size(); ++i)
+        {
             m_places[i] = map.At(points.x[i], points.y[i]);
+            m_cells[i] = CellOf(mesh, points.x[i], points.y[i]);
+        }
     }
+
+    /// Each point's cell of the mesh.
+    const std::vector<Cell>& Cells() const { return m_cells; }
 
     void Look(const OffsetMesh& mesh, PointLook& look) const
     {
-        const EdgePoints& points = m_level.Points();
         m_level.Look(
             [&](std::size_t i)
             {
-                const Cell cell = CellOf(mesh, points.x[i], points.y[i]);
+                const Cell& cell = m_cells[i];
                 const auto mix = [&](const std::vector<float>& values)
                 {
                     const float* node = values.data() + cell.node;
@@ -184,16 +191,18 @@ public:
 private:
     const EdgeLevel& m_level;
     std::vector<RealPoint> m_places;
+    std::vector<Cell> m_cells;
 };
 
 /// Fits to the points of one colour of the chequerboard, or to all (-1).
 void FitLevel(const EdgeLevel& level, const FittedMap& fitted, double reach, FittedMesh& state, int half)
 {
     const EdgePoints& points = level.Points();
-    const MeshLook places(level, fitted);
+    const MeshLook places(level, fitted, state.mesh);
     places.Look(state.mesh, state.look);
     state.differences.gain = fitted.differences.gain;
     StartOffsets(points, state.look, state.differences);
+    std::vector<double> shares(points.Size());
     for (int step = 0; step < nMeshSteps; ++step)
     {
         CentreOffsets(points, state.look, state.differences);
@@ -206,33 +215,30 @@ void FitLevel(const EdgeLevel& level, const FittedMap& fitted, double reach, Fit
             double meanX = 0.0;
             double meanY = 0.0;
             double mean = 0.0;
-            const auto use = [&](const auto& take)
+            for (std::size_t i = points.blocks[block]; i < points.blocks[block + 1]; ++i)
             {
-                for (std::size_t i = points.blocks[block]; i < points.blocks[block + 1]; ++i)
-                    if (state.look.inside[i] != 0 && points.odd[i] != 1 - half)
-                        take(i, RobustWeight(state.differences.difference[i], state.differences.scale));
-            };
-            use(
-                [&](std::size_t i, double share)
-                {
-                    weights += share;
-                    meanX += share * state.look.gradientX[i];
-                    meanY += share * state.look.gradientY[i];
-                    mean += share * state.differences.difference[i];
-                });
+                const double share = state.look.inside[i] != 0 && points.odd[i] != 1 - half
+                                         ? RobustWeight(state.differences.difference[i], state.differences.scale)
+                                         : 0.0;
+                shares[i] = share;
+                weights += share;
+                meanX += share * state.look.gradientX[i];
+                meanY += share * state.look.gradientY[i];
+                mean += share * state.differences.difference[i];
+            }
             if (!(weights > 0.0))
                 continue;
             meanX /= weights;
             meanY /= weights;
             mean /= weights;
-            use(
-                [&](std::size_t i, double share)
+            for (std::size_t i = points.blocks[block]; i < points.blocks[block + 1]; ++i)
+                if (shares[i] > 0.0)
                 {
                     const double gx = gain * (state.look.gradientX[i] - meanX);
                     const double gy = gain * (state.look.gradientY[i] - meanY);
-                    AddPoint(CellOf(state.mesh, points.x[i], points.y[i]), static_cast<std::size_t>(state.mesh.columns),
-                             gx, gy, state.differences.difference[i] - mean, share, sums);
-                });
+                    AddPoint(places.Cells()[i], static_cast<std::size_t>(state.mesh.columns), gx, gy,
+                             state.differences.difference[i] - mean, shares[i], sums);
+                }
         }
         const double change = Solve(sums, reach, state.mesh);
         places.Look(state.mesh, state.look);
@@ -267,6 +273,7 @@ FittedMesh FitMesh(const std::vector<EdgeLevel>& levels, const FittedMap& fitted
             FitLevel(level, fitted, reach, tried, 0);
             if (!Explains(level.Points(), plain, tried, dProof, 1))
                 return plain;
+            state.mesh = std::move(tried.mesh);
         }
         FitLevel(level, fitted, reach, state, -1);
     }

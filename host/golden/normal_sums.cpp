@@ -70,31 +70,33 @@ NormalStep SolveStep(const std::vector<NormalSums>& blocks, const std::vector<Ma
             sum += directions[static_cast<std::size_t>(i)][k] * values[k];
         return sum;
     };
-    std::vector<double> withGain(directions.size()); // of each direction with the gain
-    cv::Mat matrix = cv::Mat::zeros(count, count, CV_64F);
-    for (int i = 0; i < count; ++i)
+    std::array<MapTerms, nMapTerms> squares{};
+    MapTerms ofGain{};
+    for (int k = 0; k < nMapTerms; ++k)
     {
-        MapTerms column{};
-        for (int k = 0; k < nMapTerms; ++k)
-            column[static_cast<std::size_t>(k)] = all.Square(k, nMapTerms);
-        withGain[static_cast<std::size_t>(i)] = gainSquare > 0.0 ? project(column, i) / gainSquare : 0.0;
+        ofGain[static_cast<std::size_t>(k)] = all.Square(k, nMapTerms);
+        for (int l = 0; l < nMapTerms; ++l)
+            squares[static_cast<std::size_t>(k)][static_cast<std::size_t>(l)] = all.Square(k, l);
     }
+    std::vector<double> withGain(directions.size()); // of each direction with the gain
     for (int i = 0; i < count; ++i)
-        for (int j = 0; j < count; ++j)
-        {
-            MapTerms row{};
-            for (int k = 0; k < nMapTerms; ++k)
-            {
-                MapTerms column{};
-                for (int l = 0; l < nMapTerms; ++l)
-                    column[static_cast<std::size_t>(l)] = all.Square(k, l);
-                row[static_cast<std::size_t>(k)] = project(column, j);
-            }
+        withGain[static_cast<std::size_t>(i)] = gainSquare > 0.0 ? project(ofGain, i) / gainSquare : 0.0;
+    cv::Mat matrix = cv::Mat::zeros(count, count, CV_64F);
+    for (int j = 0; j < count; ++j)
+    {
+        MapTerms row{};
+        for (std::size_t k = 0; k < nMapTerms; ++k)
+            row[k] = project(squares[k], j);
+        for (int i = 0; i < count; ++i)
             matrix.at<double>(i, j) = project(row, i) - withGain[static_cast<std::size_t>(i)] *
                                                             withGain[static_cast<std::size_t>(j)] * gainSquare;
-        }
-    const auto scoreOf = [&](const NormalSums& sums, int i)
-    { return project(sums.score, i) - withGain[static_cast<std::size_t>(i)] * sums.score[nMapTerms]; };
+    }
+    // Of every block and direction.
+    std::vector<double> scores;
+    scores.reserve(blocks.size() * directions.size());
+    for (const NormalSums& block : blocks)
+        for (int i = 0; i < count; ++i)
+            scores.push_back(project(block.score, i) - withGain[static_cast<std::size_t>(i)] * block.score[nMapTerms]);
 
     cv::Mat values;
     cv::Mat vectors;
@@ -106,11 +108,11 @@ NormalStep SolveStep(const std::vector<NormalSums>& blocks, const std::vector<Ma
         const double square = values.at<double>(e);
         double score = 0.0;
         double scatter = 0.0;
-        for (const NormalSums& block : blocks)
+        for (const double* block = scores.data(); block != scores.data() + scores.size(); block += count)
         {
             double own = 0.0;
             for (int i = 0; i < count; ++i)
-                own += vector[i] * scoreOf(block, i);
+                own += vector[i] * block[i];
             score += own;
             scatter += own * own;
         }

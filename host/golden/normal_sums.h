@@ -25,20 +25,6 @@ struct NormalSums
     std::array<double, nUnknowns> score{}; ///< derivative times difference
     std::array<double, nTriangle> square{};
 
-    void Add(const std::array<double, nUnknowns>& derivatives, double value, double share)
-    {
-        weight += share;
-        difference += share * value;
-        std::size_t k = 0;
-        for (std::size_t i = 0; i < nUnknowns; ++i)
-        {
-            const double weighted = share * derivatives[i];
-            derivative[i] += weighted;
-            score[i] += weighted * value;
-            for (std::size_t j = i; j < nUnknowns; ++j)
-                square[k++] += weighted * derivatives[j];
-        }
-    }
     void Add(const NormalSums& other);
     /// Takes the group's own offset out of score and square.
     void EliminateOffset();

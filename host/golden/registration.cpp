@@ -27,9 +27,9 @@ namespace
 constexpr double dLeastStructure = 0.1; // grey levels per pixel, root mean square along the strongest direction
 constexpr int nSeamLine = 8;            // pixels: an edge that lies elsewhere there makes no seam
 constexpr int nSeamReach = 64;
-constexpr std::size_t nLeastPoints = 8000;
-constexpr std::size_t nReducedPoints = 4000; // of all levels but the finest
+constexpr std::size_t nLeastPoints = 6400;
 constexpr std::size_t nPixelsPerPoint = 100; // of large pictures
+constexpr int nCompareStep = 2;              // of the pixels along x and y one in so many is enough for a correlation
 
 std::string Short(double value)
 {
@@ -74,8 +74,8 @@ void Compare(const PictureLevel& level, Registration& registration)
     double aa = 0.0;
     double bb = 0.0;
     double ab = 0.0;
-    for (int y = 0; y < level.image.rows; ++y)
-        for (int x = 0; x < level.image.cols; ++x)
+    for (int y = 0; y < level.image.rows; y += nCompareStep)
+        for (int x = 0; x < level.image.cols; x += nCompareStep)
         {
             const RealPoint place = registration.Map(level.ToWhole(x), level.ToWhole(y));
             const double px = level.FromWhole(place.x);
@@ -98,7 +98,8 @@ void Compare(const PictureLevel& level, Registration& registration)
             bb += q * q;
             ab += p * q;
         }
-    registration.overlap = count / static_cast<double>(level.image.total());
+    const auto looked = [](int side) { return (side + nCompareStep - 1) / nCompareStep; };
+    registration.overlap = count / (static_cast<double>(looked(level.image.rows)) * looked(level.image.cols));
     const double variances = (aa * count - a * a) * (bb * count - b * b);
     registration.correlation = variances > 0.0 ? (ab * count - a * b) / std::sqrt(variances) : 0.0;
 }
@@ -145,8 +146,9 @@ Registration RegisterImage(const GreyImage& reference, const GreyImage& image, c
     const std::size_t wanted =
         std::max(nLeastPoints, static_cast<std::size_t>(width) * static_cast<std::size_t>(height) / nPixelsPerPoint);
     std::vector<EdgeLevel> levels;
+    levels.reserve(pictures.size());
     for (const PictureLevel& level : pictures)
-        levels.emplace_back(level, &level == &pictures.front() ? wanted : std::min(wanted, nReducedPoints));
+        levels.emplace_back(level, &level == &pictures.front() ? wanted : nLeastPoints);
     map = ChooseStart(levels.back(), SearchCoarsely(pictures.back(), map, limits));
     ChosenMap chosen = ChooseMap(levels, limits, map);
     FittedMesh mesh = FitMesh(levels, chosen.fitted, width, height, settings.meshSpacing);

@@ -25,9 +25,9 @@ Registration RegisterImage(const GreyImage& reference, const GreyImage& image, c
 /// lies outside of it repeats its border.
 GreyImage WarpToImage(const GreyImage& source, const Registration& registration, int width, int height);
 
-/// The same for several pictures, whose places are computed once.
+/// The same for several pictures, with what InsideReference() gives for `area`: the places are computed once.
 std::vector<GreyImage> WarpAllToImage(const std::vector<const GreyImage*>& sources, const Registration& registration,
-                                      int width, int height);
+                                      int width, int height, const CRect& area, GreyImage& inside);
 
 /// 255 for each pixel of a registered image of that size whose centre lies in `area` of the reference, 0 elsewhere.
 GreyImage InsideReference(const Registration& registration, int width, int height, const CRect& area);

@@ -38,6 +38,23 @@ void AddMesh(const OffsetMesh& mesh, const std::vector<float>& offsets, int py, 
     }
 }
 
+/// 255 in the rows from `top` on where the places lie in the area, 0 elsewhere.
+void MarkInside(const cv::Mat& x, const cv::Mat& y, const CRect& area, int top, GreyImage& inside)
+{
+    const auto left = static_cast<float>(area.left - dHalfPixel);
+    const auto right = static_cast<float>(area.right - dHalfPixel);
+    const auto upper = static_cast<float>(area.top - dHalfPixel);
+    const auto lower = static_cast<float>(area.bottom - dHalfPixel);
+    for (int i = 0; i < x.rows; ++i)
+    {
+        const float* px = x.ptr<float>(i);
+        const float* py = y.ptr<float>(i);
+        std::uint8_t* line = inside.Row(top + i);
+        for (int k = 0; k < x.cols; ++k)
+            line[k] = ((px[k] >= left) & (px[k] < right) & (py[k] >= upper) & (py[k] < lower)) ? 255 : 0;
+    }
+}
+
 } // namespace
 
 void PlacesInReference(const Registration& registration, int top, cv::Mat& x, cv::Mat& y)
@@ -73,18 +90,24 @@ void PlacesInReference(const Registration& registration, int top, cv::Mat& x, cv
 }
 
 std::vector<GreyImage> WarpAllToImage(const std::vector<const GreyImage*>& sources, const Registration& registration,
-                                      int width, int height)
+                                      int width, int height, const CRect& area, GreyImage& inside)
 {
     std::vector<GreyImage> targets;
     for (std::size_t i = 0; i < sources.size(); ++i)
         targets.emplace_back(width, height);
+    inside = GreyImage(width, height);
+    cv::Mat whole;
+    cv::Mat fraction;
     ForPlaces(registration, width, height,
               [&](const cv::Mat& x, const cv::Mat& y, int top)
               {
+                  MarkInside(x, y, area, top, inside);
+                  // The places as fixed-point numbers, once for all pictures.
+                  cv::convertMaps(x, y, whole, fraction, CV_16SC2);
                   for (std::size_t i = 0; i < sources.size(); ++i)
                   {
                       cv::Mat band = ViewOf(targets[i]).rowRange(top, top + x.rows);
-                      cv::remap(ViewOf(*sources[i]), band, x, y, cv::INTER_LINEAR, cv::BORDER_REPLICATE);
+                      cv::remap(ViewOf(*sources[i]), band, whole, fraction, cv::INTER_LINEAR, cv::BORDER_REPLICATE);
                   }
               });
     return targets;
@@ -92,29 +115,15 @@ std::vector<GreyImage> WarpAllToImage(const std::vector<const GreyImage*>& sourc
 
 GreyImage WarpToImage(const GreyImage& source, const Registration& registration, int width, int height)
 {
-    return std::move(WarpAllToImage({&source}, registration, width, height).front());
+    GreyImage inside;
+    return std::move(WarpAllToImage({&source}, registration, width, height, {}, inside).front());
 }
 
 GreyImage InsideReference(const Registration& registration, int width, int height, const CRect& area)
 {
-    GreyImage target(width, height);
-    ForPlaces(registration, width, height,
-              [&](const cv::Mat& x, const cv::Mat& y, int top)
-              {
-                  const auto left = static_cast<float>(area.left - dHalfPixel);
-                  const auto right = static_cast<float>(area.right - dHalfPixel);
-                  const auto upper = static_cast<float>(area.top - dHalfPixel);
-                  const auto lower = static_cast<float>(area.bottom - dHalfPixel);
-                  for (int i = 0; i < x.rows; ++i)
-                  {
-                      const float* px = x.ptr<float>(i);
-                      const float* py = y.ptr<float>(i);
-                      std::uint8_t* line = target.Row(top + i);
-                      for (int k = 0; k < width; ++k)
-                          line[k] = ((px[k] >= left) & (px[k] < right) & (py[k] >= upper) & (py[k] < lower)) ? 255 : 0;
-                  }
-              });
-    return target;
+    GreyImage inside;
+    WarpAllToImage({}, registration, width, height, area, inside);
+    return inside;
 }
 
 } // namespace narvo

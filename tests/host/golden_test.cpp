@@ -157,20 +157,35 @@ TEST(Golden, ADifferenceMustExceedTheThresholdAndABlobHaveItsPixels)
     EXPECT_EQ(count(3, -120), 1U);
 }
 
-TEST(Golden, EdgesMayLieElsewhereByTheEdgeTolerance)
+/// Blobs where the frame's inner right side is moved over a part of its length that registration does not follow.
+std::size_t BlobsOfMovedEdge(int pixels, double tolerance)
 {
-    // The frame's inner right side, moved by two pixels over a part of its length that registration does not follow.
     const GreyImage reference = Field();
     GreyImage image = reference;
     for (int y = 90; y < 104; ++y)
-        for (int x = 214; x < 216; ++x)
+        for (int x = 216 - pixels; x < 216; ++x)
             image.Row(y)[x] = 60;
     GoldenSettings settings = FieldSettings();
+    settings.edgeTolerance = tolerance;
     Inspector inspector(1, 100);
-    settings.edgeTolerance = 1.0;
-    EXPECT_FALSE(InspectGolden(inspector, 0, GoldenModel({reference}, settings), image).inspection.blobs.empty());
-    settings.edgeTolerance = 3.0;
-    EXPECT_TRUE(InspectGolden(inspector, 0, GoldenModel({reference}, settings), image).inspection.blobs.empty());
+    return InspectGolden(inspector, 0, GoldenModel({reference}, settings), image).inspection.blobs.size();
+}
+
+TEST(Golden, EdgesMayLieElsewhereByTheEdgeTolerance)
+{
+    EXPECT_EQ(BlobsOfMovedEdge(3, 1.0), 1U);
+    EXPECT_EQ(BlobsOfMovedEdge(3, 3.0), 0U);
+}
+
+TEST(Golden, AnEdgeAFractionBeyondTheToleranceIsNoBlob)
+{
+    // Pixels a whole pixel beyond it exceed their threshold, but make no blob by themselves.
+    for (const double tolerance : {1.0, 2.0, 3.0})
+    {
+        const int pixels = static_cast<int>(tolerance);
+        EXPECT_EQ(BlobsOfMovedEdge(pixels + 1, tolerance), 0U) << tolerance;
+        EXPECT_EQ(BlobsOfMovedEdge(pixels + 2, tolerance), 1U) << tolerance;
+    }
 }
 
 TEST(Golden, SeveralReferencesLetAnUnstableLabelPass)
@@ -259,7 +274,7 @@ TEST(Golden, SeveralReferencesLowerNoiseAndThreshold)
 
 TEST(Golden, SeesABreakInANarrowTrack)
 {
-    for (const int width : {3, 4, 6})
+    for (const int width : {2, 3, 4, 5, 6, 7})
     {
         GreyImage reference = Field();
         for (int y = 60; y < 140; ++y)
