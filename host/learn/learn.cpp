@@ -136,7 +136,8 @@ std::vector<std::size_t> LeaveOutGroups(std::size_t images)
     return groups;
 }
 
-LearnResult LearnRecipe(const std::vector<BatchImage>& good, const LearnSettings& settings, int threads)
+LearnResult LearnRecipe(const std::vector<BatchImage>& good, const LearnSettings& settings, int threads,
+                        const std::vector<LearnDefective>& defective)
 {
     Check(good, settings);
     LearnResult result;
@@ -158,20 +159,37 @@ LearnResult LearnRecipe(const std::vector<BatchImage>& good, const LearnSettings
 
     std::size_t best = 0;
     std::vector<std::vector<LearnSpots>> spots;
+    std::vector<std::vector<LearnFinds>> finds;
+    for (const LearnDefective& image : defective)
+        result.defects += image.defects ? image.defects->size() : 0;
     for (std::size_t i = 0; i < candidates.size(); ++i)
     {
         spots.push_back(FindPlanted(SpreadOver(good, nTrialImages), candidates[i].recipe, nPlantSeed));
-        result.candidates.push_back({candidates[i].description, ShareOf(spots[i]), false});
-        if (result.candidates[i].found > result.candidates[best].found)
+        finds.push_back(FindDefects(defective, candidates[i].recipe, threads));
+        LearnCandidate& tried = result.candidates.emplace_back();
+        tried.description = candidates[i].description;
+        tried.found = ShareOf(spots[i]);
+        for (const LearnFinds& image : finds[i])
+            tried.defectsFound += image.found;
+        const LearnCandidate& first = result.candidates[best];
+        if (std::pair(tried.defectsFound, tried.found) > std::pair(first.defectsFound, first.found))
             best = i;
     }
     result.candidates[best].chosen = true;
     result.spots = spots[best];
+    result.finds = finds[best];
     if (candidates.size() > 1)
         result.reasons.push_back("Of spots planted in good images, of 4 to 32 pixels and 8 to 32 grey levels, " +
                                  candidates[best].description + " found " + Share(result.candidates[best].found) +
                                  ", " + candidates[1 - best].description + " found " +
                                  Share(result.candidates[1 - best].found) + ".");
+    if (candidates.size() > 1 && result.defects > 0)
+        result.reasons.push_back(
+            "Of " + Counted(result.defects, "known defect") + ", " + candidates[best].description + " found " +
+            std::to_string(result.candidates[best].defectsFound) + ", " + candidates[1 - best].description + " found " +
+            std::to_string(result.candidates[1 - best].defectsFound) +
+            (result.candidates[0].defectsFound == result.candidates[1].defectsFound ? "; planted spots decide."
+                                                                                    : "; that decides."));
     Candidate& chosen = candidates[best];
     result.recipe = std::move(chosen.recipe);
     result.images = std::move(chosen.images);

@@ -4,11 +4,13 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "host/inspect/batch.h"
 #include "host/recipe/recipe.h"
+#include "narvoassem/platform.h"
 
 namespace narvo
 {
@@ -45,11 +47,30 @@ struct LearnImage
     std::size_t falseBlobs = 0; ///< places above 1 by these limits
 };
 
+/// An image with defects. Nothing is learnt from it but which way of inspecting finds more.
+struct LearnDefective
+{
+    BatchImage image;
+    std::optional<std::vector<CRect>> defects; ///< right and bottom exclusive; nothing: not known where
+};
+
+/// What a recipe finds in such an image.
+struct LearnFinds
+{
+    std::string name;
+    std::size_t blobs = 0;
+    bool known = false; ///< where the defects are; otherwise the rest is 0
+    std::size_t defects = 0;
+    std::size_t found = 0;      ///< defects that a blob touches within 3 pixels
+    std::size_t falseBlobs = 0; ///< that touch none
+};
+
 /// A way of inspecting that was tried.
 struct LearnCandidate
 {
     std::string description;
-    double found = -1.0; ///< share of the planted spots that it found; below 0: not tried
+    double found = -1.0;          ///< share of the planted spots that it found; below 0: not tried
+    std::size_t defectsFound = 0; ///< of the known defects
     bool chosen = false;
 };
 
@@ -70,13 +91,17 @@ struct LearnResult
     std::vector<LearnImage> images;
     std::vector<LearnCandidate> candidates;
     std::vector<LearnSpots> spots; ///< found by the recipe, by side and contrast
+    std::vector<LearnFinds> finds; ///< of the recipe in the images with defects
+    std::size_t defects = 0;       ///< known in these
     std::size_t falseBlobs = 0;    ///< in images whose limits were learnt without them
     double falseBound = 0.0;       ///< false blobs an image, upper bound at 95 % confidence from these
 };
 
 /// Learns from one image or more on `threads` threads, whose number changes nothing in the result. Images are loaded
-/// one by one, several times.
+/// one by one, several times. Of several ways of inspecting the one is taken that finds more of the known defects;
+/// where these do not decide, more of planted spots.
 /// @throws HostError when settings or images are not valid, naming the image
-LearnResult LearnRecipe(const std::vector<BatchImage>& good, const LearnSettings& settings, int threads);
+LearnResult LearnRecipe(const std::vector<BatchImage>& good, const LearnSettings& settings, int threads,
+                        const std::vector<LearnDefective>& defective = {});
 
 } // namespace narvo

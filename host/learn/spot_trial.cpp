@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "host/capability/planted.h"
+#include "host/inspect/for_each.h"
 #include "host/inspect/inspector.h"
 
 namespace narvo
@@ -52,6 +53,41 @@ std::vector<LearnSpots> FindPlanted(const std::vector<BatchImage>& images, const
     for (const auto& [key, kind] : found)
         spots.push_back(kind);
     return spots;
+}
+
+std::vector<LearnFinds> FindDefects(const std::vector<LearnDefective>& images, const Recipe& recipe, int threads)
+{
+    const CheckedRecipe checked(recipe);
+    Inspector inspector(threads, recipe.maxBlobs);
+    std::vector<BatchImage> toLoad;
+    for (const LearnDefective& image : images)
+        toLoad.push_back(image.image);
+    std::vector<LearnFinds> finds(images.size());
+    ForEachImage(toLoad, threads,
+                 [&](std::size_t i, const GreyImage& image, int lane)
+                 {
+                     inspector.Prepare(lane);
+                     const std::vector<Blob> blobs = inspector.Inspect(lane, image, checked).blobs;
+                     LearnFinds& of = finds[i];
+                     of.name = toLoad[i].name;
+                     of.blobs = blobs.size();
+                     if (!images[i].defects)
+                         return;
+                     of.known = true;
+                     std::vector<PlantedDefect> defects;
+                     for (const CRect& box : *images[i].defects)
+                         defects.push_back({Planted_Spot, 0, 0, box});
+                     of.defects = defects.size();
+                     for (const PlantedDefect& defect : defects)
+                         of.found += IsFound(defect, blobs) ? 1 : 0;
+                     for (const Blob& blob : blobs)
+                         of.falseBlobs +=
+                             std::none_of(defects.begin(), defects.end(),
+                                          [&](const PlantedDefect& defect) { return IsFound(defect, {blob}); })
+                                 ? 1
+                                 : 0;
+                 });
+    return finds;
 }
 
 double ShareOf(const std::vector<LearnSpots>& spots)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a recipe finds of spots planted in good images.
+// What a recipe finds: of spots planted in good images, and of known defects.
 #pragma once
 
 #include <cstddef>
@@ -20,6 +20,9 @@ std::vector<BatchImage> SpreadOver(const std::vector<BatchImage>& images, std::s
 /// that were looked at have 12 megapixels together, the others are left out. @throws HostError where the recipe does
 /// not suit an image
 std::vector<LearnSpots> FindPlanted(const std::vector<BatchImage>& images, const Recipe& recipe, std::uint64_t seed);
+
+/// What the recipe finds in images with defects. @throws HostError where it does not suit one, naming it
+std::vector<LearnFinds> FindDefects(const std::vector<LearnDefective>& images, const Recipe& recipe, int threads);
 
 /// Share of all spots that were found; 0 without any.
 double ShareOf(const std::vector<LearnSpots>& spots);

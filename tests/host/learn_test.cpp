@@ -160,6 +160,38 @@ TEST(Learn, WithBothWaysOpenTheOneThatFindsMoreIsTaken)
     EXPECT_GT(learnt.candidates[chosen].found, 0.2);
 }
 
+TEST(Learn, KnownDefectsDecideBetweenWaysOfInspecting)
+{
+    std::vector<BatchImage> good;
+    for (int i = 0; i < 3; ++i)
+        good.push_back({"pattern", [=] { return Shared(NoisyPattern(i, 0)); }});
+    const auto withSquare = [] { return Shared(NoisyPattern(9, 60)); };
+    const auto learn = [&](std::vector<CRect> defects) {
+        return LearnRecipe(good, LearnSettings(), 2, {{{"bad", withSquare}, std::move(defects)}});
+    };
+    const LearnResult learnt = learn({CRect(198, 168, 203, 173)});
+    ASSERT_EQ(learnt.candidates.size(), 2U);
+    ASSERT_EQ(learnt.finds.size(), 1U);
+    EXPECT_EQ(learnt.defects, 1U);
+    EXPECT_TRUE(learnt.finds[0].known);
+    EXPECT_EQ(learnt.finds[0].name, "bad");
+    EXPECT_EQ(learnt.finds[0].found, 1U);
+    EXPECT_EQ(learnt.finds[0].falseBlobs + 1, learnt.finds[0].blobs);
+    for (const LearnCandidate& candidate : learnt.candidates)
+        if (candidate.chosen)
+            EXPECT_EQ(candidate.defectsFound, 1U);
+    EXPECT_THAT(learnt.reasons, Contains(HasSubstr("Of 1 known defect, ")));
+    // What is elsewhere is not found, and then planted spots decide.
+    const LearnResult elsewhere = learn({CRect(10, 10, 14, 14)});
+    EXPECT_EQ(elsewhere.finds[0].found, 0U);
+    EXPECT_THAT(elsewhere.reasons, Contains(HasSubstr("; planted spots decide.")));
+    // Without their places images are only counted.
+    const LearnResult unknown = LearnRecipe(good, LearnSettings(), 1, {{{"bad", withSquare}, std::nullopt}});
+    EXPECT_FALSE(unknown.finds[0].known);
+    EXPECT_GE(unknown.finds[0].blobs, 1U);
+    EXPECT_EQ(unknown.defects, 0U);
+}
+
 TEST(Learn, ImagesThatDisagreeAreNamed)
 {
     std::vector<BatchImage> good = GoodCloth(600, 4);

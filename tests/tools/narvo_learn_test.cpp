@@ -87,13 +87,13 @@ TEST(NarvoLearn, RecipeFromAFolderInspectsFurtherImages)
     ASSERT_EQ(outcome.code, 0) << outcome.error;
     EXPECT_THAT(outcome.out, HasSubstr("learning from 4 images"));
     EXPECT_THAT(outcome.out, HasSubstr("chosen: texture mode, without a period"));
-    EXPECT_THAT(outcome.out, HasSubstr("images with defects that have blobs: 2 of 2"));
+    EXPECT_THAT(outcome.out, HasSubstr("2 of 2 images with defects have blobs.\n"));
     EXPECT_THAT(outcome.error, HasSubstr("narvo: warning: Learnt from 4 images; take 6 or more"));
     const std::string page = ReadText(folder / "learnt.html");
     EXPECT_THAT(page, HasSubstr("Recipe learnt from 4 good images"));
     EXPECT_THAT(page, HasSubstr("id=\"spots\""));
     EXPECT_THAT(page, HasSubstr("cloth/good/003.png"));
-    EXPECT_THAT(page, HasSubstr("2 of 2 have blobs"));
+    EXPECT_THAT(page, HasSubstr("2 of 2 images with defects have blobs."));
     EXPECT_THAT(page, Not(HasSubstr("<script")));
 
     const auto blobsIn = [&](const char* images, const char* output)
@@ -106,6 +106,42 @@ TEST(NarvoLearn, RecipeFromAFolderInspectsFurtherImages)
     EXPECT_LE(blobsIn("later/good", "good"), 1U);
     EXPECT_GE(blobsIn("later/defective", "bad"), 2U);
     EXPECT_THAT(ReadText(folder / "bad.csv"), HasSubstr(",scale,"));
+}
+
+TEST(NarvoLearn, TruthSaysWhatIsFoundAndDecidesBetweenWaysOfInspecting)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallCloth(folder, "cloth", "1").code, 0);
+    const Outcome masks =
+        RunNarvo(folder, {"learn", "cloth/good", "--bad", "cloth/defective", "--truth", "cloth/mask", "-o", "masks"});
+    ASSERT_EQ(masks.code, 0) << masks.error;
+    EXPECT_THAT(masks.out, testing::ContainsRegex("- Of [0-9]+ known defects, .* found [0-9]+, .* found [0-9]+; "));
+    EXPECT_THAT(masks.out,
+                testing::ContainsRegex("have blobs. Of [0-9]+ known defects, [1-9][0-9]* found; [0-9]+ blob"));
+    EXPECT_THAT(ReadText(folder / "masks.html"), testing::ContainsRegex("<th>of [0-9]+ known defects</th>"));
+    EXPECT_THAT(ReadText(folder / "masks.html"), HasSubstr("<th>false blobs</th></tr>"));
+
+    std::ofstream(folder / "none.txt") << "";
+    std::ofstream(folder / "corner.txt") << "0 0 4 4 corner\n";
+    const Outcome files = RunNarvo(folder, {"learn", "cloth/good", "--mode", "texture", "--bad", "cloth/defective",
+                                            "--truth", "none.txt", "--truth", "corner.txt", "-o", "files"});
+    ASSERT_EQ(files.code, 0) << files.error;
+    EXPECT_THAT(files.out, HasSubstr("2 of 2 images with defects have blobs. Of 1 known defect, 0 found;"));
+
+    const auto expect = [&](const std::vector<std::string>& more, const char* message)
+    {
+        std::vector<std::string> arguments = {"learn", "cloth/good", "--mode", "texture", "-o", "x"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const Outcome outcome = RunNarvo(folder, arguments);
+        EXPECT_EQ(outcome.code, 2) << message;
+        EXPECT_THAT(outcome.error, HasSubstr(message));
+        EXPECT_FALSE(std::filesystem::exists(folder / "x.recipe.json"));
+    };
+    expect({"--truth", "none.txt"}, "--bad");
+    expect({"--bad", "cloth/defective", "--truth", "none.txt"},
+           "--truth: 1 file; allowed: a folder, or 2 files, one for each image with defects");
+    std::filesystem::create_directory(folder / "empty");
+    expect({"--bad", "cloth/defective", "--truth", "empty"}, "nothing for image cloth/defective/");
 }
 
 TEST(NarvoLearn, LanesChangeNothingInRecipeAndPage)

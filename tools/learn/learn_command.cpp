@@ -27,6 +27,7 @@
 #include "tools/number_option.h"
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
+#include "tools/truth/truth_files.h"
 
 namespace narvo::tools
 {
@@ -37,8 +38,9 @@ namespace
 struct LearnOptions
 {
     ImageSelection good;
-    std::vector<std::string> bad; ///< files and folders; empty: none
-    std::string output;           ///< what the files' names begin with
+    std::vector<std::string> bad;   ///< files and folders; empty: none
+    std::vector<std::string> truth; ///< of the bad ones; empty: not known
+    std::string output;             ///< what the files' names begin with
     std::string mode = "auto";
     LearnSettings settings;
     int lanes = 0; ///< 0: one for each processor
@@ -53,21 +55,6 @@ std::vector<BatchImage> ImagesOf(const std::vector<std::string>& files)
     return images;
 }
 
-/// Inspects the images with defects by the recipe. @throws HostError for the first that cannot be inspected
-LearnBad InspectBad(const std::vector<std::string>& files, const Recipe& recipe, int lanes)
-{
-    LearnBad bad;
-    Batch batch({CheckedRecipe(recipe)}, lanes);
-    batch.Run(ImagesOf(files),
-              [&](const ImageResult& image)
-              {
-                  ThrowIfAny(image.problems);
-                  bad.names.push_back(image.name);
-                  bad.blobs.push_back(image.BlobCount());
-              });
-    return bad;
-}
-
 int RunLearn(const LearnOptions& options)
 {
     const auto say = [&](const std::string& text)
@@ -80,7 +67,6 @@ int RunLearn(const LearnOptions& options)
     const int lanes =
         options.lanes > 0 ? options.lanes : std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 256);
     LearnResult result;
-    std::optional<LearnBad> bad;
     try
     {
         const std::vector<std::string> good = ListImages(options.good);
@@ -96,15 +82,28 @@ int RunLearn(const LearnOptions& options)
             names.AddInput(file);
         for (const std::string& file : badFiles)
             names.AddInput(file);
+        for (const std::string& file : options.truth)
+            names.AddInput(file);
         names.AddOutputs("the recipe", options.output, {".recipe.json", ".recipe.zones.png"});
         names.AddOutputs("the page", page);
         names.Check();
         say("learning from " + Counted(good.size(), "image"));
         const QuietCodecs quiet;
-        result = LearnRecipe(ImagesOf(good), options.settings, lanes);
+        std::vector<LearnDefective> defective;
+        for (const BatchImage& image : ImagesOf(badFiles))
+            defective.push_back({image, std::nullopt});
+        if (!options.truth.empty())
+        {
+            const std::vector<std::vector<TruthDefect>> truths = LoadTruths(options.truth, badFiles);
+            for (std::size_t i = 0; i < truths.size(); ++i)
+            {
+                std::vector<CRect>& boxes = defective[i].defects.emplace();
+                for (const TruthDefect& defect : truths[i])
+                    boxes.push_back(defect.box);
+            }
+        }
+        result = LearnRecipe(ImagesOf(good), options.settings, lanes, defective);
         static_cast<ImageReading&>(result.recipe) = ReadingOf();
-        if (!badFiles.empty())
-            bad = InspectBad(badFiles, result.recipe, lanes);
     }
     catch (const HostError& error)
     {
@@ -119,11 +118,10 @@ int RunLearn(const LearnOptions& options)
         say("- " + Printable(reason));
     for (const std::string& warning : result.warnings)
         std::cerr << "narvo: warning: " << Printable(warning) << '\n';
-    if (bad)
-        say("images with defects that have blobs: " + std::to_string(bad->HitCount()) + " of " +
-            std::to_string(bad->names.size()));
+    if (!result.finds.empty())
+        say(DescribeFinds(result));
     SaveRecipeWithImages(recipe, result.recipe);
-    WriteTextFile(page, LearnPage(result, bad, "Recipe learnt from " + Counted(result.images.size(), "good image")));
+    WriteTextFile(page, LearnPage(result, "Recipe learnt from " + Counted(result.images.size(), "good image")));
     say("recipe: " + Printable(recipe) + "\npage:   " + Printable(page));
     return ExitCode_Done;
 }
@@ -142,8 +140,15 @@ void AddLearnCommand(CLI::App& app, Action& action)
     command
         ->add_option("-b,--bad", options->bad,
                      "an image file with defects, or a folder of them, once for each: inspected by the recipe for "
-                     "the page; nothing is learnt from them")
+                     "the page; no threshold is learnt from them")
         ->allow_extra_args(false);
+    CLI::Option* truth =
+        command
+            ->add_option("-t,--truth", options->truth,
+                         "true defects of the images with defects: once for each a file as inspect takes it, in their "
+                         "order, or one folder with NAME.truth.json, NAME.txt or a mask NAME.*; of two ways of "
+                         "inspecting the one is taken that finds more of them")
+            ->allow_extra_args(false);
     command
         ->add_option("--mode", options->mode,
                      "which recipes are considered: those without a period (texture), those at the pattern's pitch "
@@ -165,10 +170,12 @@ void AddLearnCommand(CLI::App& app, Action& action)
     command->add_flag("-q,--quiet", options->quiet, "print warnings and problems only");
     command->footer("Writes OUTPUT.recipe.json, which inspect takes as it is, and OUTPUT.html with the reasons.");
     command->callback(
-        [options, images, &action]
+        [options, images, truth, &action]
         {
             if (images->count() == 0 && options->good.list.empty())
                 throw CLI::RequiredError("good or --list");
+            if (truth->count() > 0 && options->bad.empty())
+                throw CLI::RequiredError("--truth: --bad");
             options->settings.mode = options->mode == "texture"    ? LearnMode_Texture
                                      : options->mode == "periodic" ? LearnMode_Periodic
                                                                    : LearnMode_Auto;

@@ -7,6 +7,7 @@
 #include <set>
 #include <sstream>
 
+#include "host/counted.h"
 #include "host/foreign_text.h"
 #include "host/problem.h"
 #include "tools/page/html_page.h"
@@ -80,13 +81,28 @@ void AddImages(const LearnResult& result, std::ostream& out)
 
 } // namespace
 
-std::size_t LearnBad::HitCount() const
+std::string DescribeFinds(const LearnResult& result)
 {
-    return static_cast<std::size_t>(
-        std::count_if(blobs.begin(), blobs.end(), [](std::size_t count) { return count > 0; }));
+    if (result.finds.empty())
+        return "";
+    std::size_t hits = 0;
+    std::size_t found = 0;
+    std::size_t falseBlobs = 0;
+    for (const LearnFinds& image : result.finds)
+    {
+        hits += image.blobs > 0 ? 1 : 0;
+        found += image.found;
+        falseBlobs += image.falseBlobs;
+    }
+    std::string text =
+        std::to_string(hits) + " of " + Counted(result.finds.size(), "image") + " with defects have blobs.";
+    if (result.finds.front().known)
+        text += " Of " + Counted(result.defects, "known defect") + ", " + std::to_string(found) + " found; " +
+                Counted(falseBlobs, "blob") + " on these images touch none.";
+    return text;
 }
 
-std::string LearnPage(const LearnResult& result, const std::optional<LearnBad>& bad, const std::string& title)
+std::string LearnPage(const LearnResult& result, const std::string& title)
 {
     std::ostringstream out;
     out << PageHead(title);
@@ -96,19 +112,29 @@ std::string LearnPage(const LearnResult& result, const std::optional<LearnBad>& 
     for (const std::string& reason : result.reasons)
         out << "<li>" << Escaped(reason) << "</li>\n";
     out << "</ul>\n<h2>Ways of inspecting</h2>\n<table id=\"candidates\"><tr><th>way</th><th>planted spots "
-           "found</th></tr>\n";
+           "found</th>"
+        << (result.defects > 0 ? "<th>of " + Counted(result.defects, "known defect") + "</th>" : "") << "</tr>\n";
     for (const LearnCandidate& candidate : result.candidates)
         out << "<tr" << (candidate.chosen ? " class=\"chosen\"" : "") << "><td>" << Escaped(candidate.description)
-            << (candidate.chosen ? " (chosen)" : "") << "</td><td>" << PercentText(candidate.found) << "</td></tr>\n";
+            << (candidate.chosen ? " (chosen)" : "") << "</td><td>" << PercentText(candidate.found) << "</td>"
+            << (result.defects > 0 ? "<td>" + std::to_string(candidate.defectsFound) + "</td>" : "") << "</tr>\n";
     out << "</table>\n";
     AddSpots(result, out);
     AddImages(result, out);
-    if (bad)
+    if (!result.finds.empty())
     {
-        out << "<h2>Images with defects</h2>\n<p>" << bad->HitCount() << " of " << bad->names.size()
-            << " have blobs.</p>\n<table id=\"bad\"><tr><th>image</th><th>blobs</th></tr>\n";
-        for (std::size_t i = 0; i < bad->names.size(); ++i)
-            out << "<tr><td>" << Escaped(bad->names[i]) << "</td><td>" << bad->blobs[i] << "</td></tr>\n";
+        const bool known = result.finds.front().known;
+        out << "<h2>Images with defects</h2>\n<p>" << DescribeFinds(result)
+            << "</p>\n<table id=\"bad\"><tr><th>image</th><th>blobs</th>"
+            << (known ? "<th>defects</th><th>found</th><th>false blobs</th>" : "") << "</tr>\n";
+        for (const LearnFinds& image : result.finds)
+        {
+            out << "<tr><td>" << Escaped(image.name) << "</td><td>" << image.blobs << "</td>";
+            if (known)
+                out << "<td>" << image.defects << "</td><td>" << image.found << "</td><td>" << image.falseBlobs
+                    << "</td>";
+            out << "</tr>\n";
+        }
         out << "</table>\n";
     }
     out << PageEnd();
