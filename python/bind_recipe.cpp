@@ -90,7 +90,7 @@ std::shared_ptr<const RegionMaps> ToMaps(const py::handle& maps)
     return made;
 }
 
-py::object ToPython(const std::shared_ptr<const RegionMaps>& maps)
+py::object MapsToPython(const std::shared_ptr<const RegionMaps>& maps)
 {
     if (maps == nullptr)
         return py::none();
@@ -479,7 +479,7 @@ void BindRecipe(py::module_& module)
             "dead_image", [](const CheckedRecipe& recipe) { return ToState(recipe->deadImage); },
             "The dead places of the whole image as an array, not 0 where dead, or None.")
         .def_property_readonly(
-            "maps", [](const CheckedRecipe& recipe) { return ToPython(recipe->maps); },
+            "maps", [](const CheckedRecipe& recipe) { return MapsToPython(recipe->maps); },
             "Thresholds pixel by pixel over the region as a dict of arrays, or None.")
         .def(
             "__eq__",
@@ -509,7 +509,7 @@ void BindRecipe(py::module_& module)
                 images["zone_image"] = ToState(recipe->zoneImage);
                 images["class_image"] = ToState(recipe->classImage);
                 images["dead_image"] = ToState(recipe->deadImage);
-                images["maps"] = ToPython(recipe->maps);
+                images["maps"] = MapsToPython(recipe->maps);
                 const py::object partial = py::module_::import("functools").attr("partial");
                 return py::make_tuple(partial(py::type::of(self), ToText(RecipeToJson(recipe).dump()), **images),
                                       py::tuple());

@@ -20,7 +20,7 @@ namespace
 
 constexpr int nSquare = 96; // pixels: one spot in each
 constexpr int nTouch = 3;   // pixels around a defect in which a blob counts
-constexpr int nAround = 16; // pixels around a defect that a blob may spread over
+constexpr int nMargin = 16; // pixels around a defect that a blob may spread over
 constexpr int nTimes = 20;
 constexpr std::array<int, 4> nSides = {4, 8, 16, 32};
 constexpr std::array<int, 6> nContrasts = {8, -8, 16, -16, 32, -32};
@@ -82,7 +82,7 @@ bool PlantDefect(const PlantedDefect& defect, GreyImage& image)
 bool IsFound(const PlantedDefect& defect, const std::vector<Blob>& blobs)
 {
     const CRect& box = defect.box;
-    const int largest = nTimes * (box.Width() + 2 * nAround) * (box.Height() + 2 * nAround);
+    const int largest = nTimes * (box.Width() + 2 * nMargin) * (box.Height() + 2 * nMargin);
     return std::any_of(blobs.begin(), blobs.end(),
                        [&](const Blob& blob)
                        {

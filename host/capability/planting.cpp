@@ -23,7 +23,7 @@ constexpr double dCellsMost = 1024.0;
 constexpr int nFromBorder = 16; // pixels: inside
 constexpr int nAtBorder = 3;    // pixels: at the border
 constexpr int nTakenMargin = 8; // pixels kept free around what is reported without a defect
-constexpr int nDraws = 60;
+constexpr int nPlaceDraws = 60;
 
 CRect GrownBy(const CRect& rect, int margin)
 {
@@ -158,7 +158,7 @@ std::optional<CRect> PlantingArea::FindPlace(const PlantingCell& cell, int shape
     if (roomX < 0 || roomY < 0)
         return std::nullopt;
     const auto boxAt = [&](int x, int y) { return CRect(x, y, x + box.Width(), y + box.Height()); };
-    for (int draw = 0; draw < nDraws; ++draw)
+    for (int draw = 0; draw < nPlaceDraws; ++draw)
     {
         int x = cell.rect.left + static_cast<int>(numbers.Below(static_cast<std::size_t>(roomX) + 1));
         int y = cell.rect.top + static_cast<int>(numbers.Below(static_cast<std::size_t>(roomY) + 1));

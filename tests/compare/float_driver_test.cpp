@@ -379,3 +379,6 @@ TEST(FloatDriverLimit, ColumnScanAboveTheLimitBuildsNoBlobsAndARowScanDoes)
 }
 
 } // namespace
+
+#undef FRONT
+#undef VALUES

@@ -439,3 +439,6 @@ TEST_F(PixelDriver, AsgWithoutMapsIsThePixelComparisonWithoutSingles)
 }
 
 } // namespace
+
+#undef FRONT
+#undef BACK

@@ -310,3 +310,10 @@ TEST_F(ZoneKernelCalls, ExtendedKernelsRunAsCalled)
 }
 
 } // namespace
+
+#undef HITS
+#undef MAPS
+#undef BACK
+#undef FLAGGED_BACK
+#undef VERT_TAIL
+#undef VTD_TAIL

@@ -20,8 +20,8 @@ namespace
 
 using namespace narvo::test;
 
-constexpr int nSeconds = 60; ///< many times what a child takes
-constexpr int nExitGood = 42;
+constexpr int nChildSeconds = 60; ///< many times what a child takes
+constexpr int nChildGood = 42;
 
 /// The outcome of a child that runs fnWork: its exit code, or minus the signal that ended it.
 int OutcomeOfChild(const std::function<bool()>& fnWork)
@@ -29,8 +29,8 @@ int OutcomeOfChild(const std::function<bool()>& fnWork)
     const pid_t nChild = fork();
     if (nChild == 0)
     {
-        alarm(nSeconds);
-        _exit(fnWork() ? nExitGood : 1);
+        alarm(nChildSeconds);
+        _exit(fnWork() ? nChildGood : 1);
     }
     int nStatus = 0;
     if (nChild < 0 || waitpid(nChild, &nStatus, 0) != nChild)
@@ -72,14 +72,14 @@ TEST_F(Fork, ChildInspectsInBandsAsItsParentDid)
     const std::vector<SFound> expected = Find(m_pool, 0);
     ASSERT_EQ(expected.size(), 4U);
     ASSERT_GT(expected[0].blobs.size(), 20U);
-    EXPECT_EQ(OutcomeOfChild([&] { return Find(m_pool, 0) == expected; }), nExitGood);
+    EXPECT_EQ(OutcomeOfChild([&] { return Find(m_pool, 0) == expected; }), nChildGood);
     EXPECT_EQ(OutcomeOfChild(
                   [&]
                   {
                       CAssemControl own;
                       return own.InitAssemControl(1, 2000) == 1 && Find(own, 0) == expected;
                   }),
-              nExitGood);
+              nChildGood);
     EXPECT_EQ(Find(m_pool, 0), expected);
 }
 
@@ -89,9 +89,9 @@ TEST_F(Fork, GrandchildInspectsToo)
     EXPECT_EQ(OutcomeOfChild(
                   [&] {
                       return Find(m_pool, 0) == expected &&
-                             OutcomeOfChild([&] { return Find(m_pool, 0) == expected; }) == nExitGood;
+                             OutcomeOfChild([&] { return Find(m_pool, 0) == expected; }) == nChildGood;
                   }),
-              nExitGood);
+              nChildGood);
 }
 
 TEST_F(Fork, ChildOfAThreadThatInspectedInspectsOnThreadsOfItsOwn)
@@ -108,7 +108,7 @@ TEST_F(Fork, ChildOfAThreadThatInspectedInspectsOnThreadsOfItsOwn)
                               std::thread([&] { bSame = Find(m_pool, 2) == expected && bSame; }).join();
                               return bSame;
                           }),
-                      nExitGood);
+                      nChildGood);
         })
         .join();
 }
@@ -128,7 +128,7 @@ TEST_F(Fork, ChildrenInspectOnLanesThatWereIdleWhileOthersWereAtWork)
     for (int i = 0; i < 10; ++i)
     {
         std::this_thread::sleep_for(std::chrono::milliseconds(3 * i));
-        EXPECT_EQ(OutcomeOfChild([&] { return Find(m_pool, 0) == expected; }), nExitGood) << "child " << i;
+        EXPECT_EQ(OutcomeOfChild([&] { return Find(m_pool, 0) == expected; }), nChildGood) << "child " << i;
     }
     bStop = true;
     for (std::thread& worker : workers)

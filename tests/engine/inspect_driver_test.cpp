@@ -15,12 +15,12 @@ namespace
 
 using narvo::test::CZoneScene;
 
-using Box = std::tuple<int, int, int, int, int>;
+using ClassedBox = std::tuple<int, int, int, int, int>;
 
 /// Rectangle and type of the engine's blobs, sorted.
-std::vector<Box> GetBoxes(CNarvoAssem& engine)
+std::vector<ClassedBox> GetClassedBoxes(CNarvoAssem& engine)
 {
-    std::vector<Box> boxes;
+    std::vector<ClassedBox> boxes;
     for (int i = 0; i < engine.GetBlobCount(); ++i)
     {
         const CDefectBlob& blob = *engine.GetBlobDefect(i);
@@ -104,7 +104,8 @@ TEST_F(InspectRect, FindsDefectsInBothDirections)
         scene.AddDefect(203, 187, 3, 80);
         scene.AddDefect(303, 287, 4, -50);
         EXPECT_EQ(Inspect(scene.param), 1);
-        EXPECT_EQ(GetBoxes(m_engine), (std::vector<Box>{{203, 187, 206, 190, 1}, {303, 287, 307, 291, 0}}));
+        EXPECT_EQ(GetClassedBoxes(m_engine),
+                  (std::vector<ClassedBox>{{203, 187, 206, 190, 1}, {303, 287, 307, 291, 0}}));
         EXPECT_EQ(m_engine.GetPairCount(), 9 + 16);
         EXPECT_EQ(m_engine.GetPixelCount(), 0);
         EXPECT_GT(m_engine.dInspectTime, 0.0);
@@ -192,7 +193,7 @@ TEST_F(InspectRect, BinariseModeWithZoneMapsRunsTheZoneComparisonUnchecked)
     scene.param.nThreshold = 0;
     scene.param.nInspectMode = 2;
     EXPECT_EQ(Inspect(scene.param), 1);
-    EXPECT_EQ(GetBoxes(m_engine), (std::vector<Box>{{100, 120, 103, 123, 1}}));
+    EXPECT_EQ(GetClassedBoxes(m_engine), (std::vector<ClassedBox>{{100, 120, 103, 123, 1}}));
     for (int nMode : {0, 1, 4, -1})
     {
         scene.param.nInspectMode = nMode;
@@ -208,7 +209,7 @@ TEST_F(InspectRect, ZoneMapsTakePrecedenceOverEveryModeExceptAverage)
     {
         scene.param.nInspectMode = nMode;
         EXPECT_EQ(Inspect(scene.param), 1) << nMode;
-        EXPECT_EQ(GetBoxes(m_engine), (std::vector<Box>{{100, 120, 103, 123, 1}})) << nMode;
+        EXPECT_EQ(GetClassedBoxes(m_engine), (std::vector<ClassedBox>{{100, 120, 103, 123, 1}})) << nMode;
     }
 }
 
@@ -230,7 +231,7 @@ TEST_F(InspectRect, DirectionTwoIsCheckedAsHorizontalAndComparedAsVertical)
     scene.AddDefect(203, 120, 3, 80);
     scene.param.nDirection = 2;
     EXPECT_EQ(Inspect(scene.param), 1);
-    EXPECT_EQ(GetBoxes(m_engine), (std::vector<Box>{{203, 120, 206, 123, 1}}));
+    EXPECT_EQ(GetClassedBoxes(m_engine), (std::vector<ClassedBox>{{203, 120, 206, 123, 1}}));
 
     // Three scan pitches do not fit the region's height: only the vertical check would refuse that.
     scene.param.rtInspect.SetRect(0, 0, 512, 119);
@@ -269,7 +270,7 @@ TEST_F(InspectRect, OverflowReRunsFromTheStopAndTheBlobsAddUp)
     // The second pass has the whole of its defect, the first the part that fitted; pairs are those of the last pass.
     EXPECT_EQ(m_engine.GetPairCount(), 9);
     ASSERT_EQ(m_engine.GetBlobCount(), 2);
-    EXPECT_EQ(GetBoxes(m_engine)[1], (Box{204, 100, 207, 103, 1}));
+    EXPECT_EQ(GetClassedBoxes(m_engine)[1], (ClassedBox{204, 100, 207, 103, 1}));
 }
 
 TEST_F(InspectRect, HorizontalOverflowContinuesBelowTheRow)
@@ -281,7 +282,7 @@ TEST_F(InspectRect, HorizontalOverflowContinuesBelowTheRow)
     EXPECT_EQ(Inspect(scene.param), 16);
     EXPECT_GE(m_engine.nReinspectCount, 1);
     EXPECT_GT(m_engine.ConvParam.rtInspect.top, 40);
-    EXPECT_EQ(GetBoxes(m_engine).back(), (Box{204, 150, 207, 153, 1}));
+    EXPECT_EQ(GetClassedBoxes(m_engine).back(), (ClassedBox{204, 150, 207, 153, 1}));
 }
 
 TEST_F(InspectRect, ReRunOverACleanRestStillGivesSixteen)
@@ -423,7 +424,7 @@ TEST_F(InspectRect, OwnBlockMayBeTheArgument)
     Inspect(scene.param);
     m_engine.ResetNarvoAssem();
     EXPECT_EQ(m_engine.Inspect_Rect(&m_engine.ConvParam), 1);
-    EXPECT_EQ(GetBoxes(m_engine), (std::vector<Box>{{100, 120, 103, 123, 1}}));
+    EXPECT_EQ(GetClassedBoxes(m_engine), (std::vector<ClassedBox>{{100, 120, 103, 123, 1}}));
 }
 
 TEST_F(InspectRect, MorePairsThanTheStoreGiveSixteen)
@@ -479,7 +480,7 @@ TEST(InspectAsg, KeepsNoSinglesAndUsesTheJumpFilter)
     EXPECT_EQ(engine.dInspectTime, 0.0);
     for (int i = 0; i < engine.GetPairCount(); ++i)
         EXPECT_EQ(engine.GetPairDefect(i)->nDefectPair, DefectPair_Paired);
-    EXPECT_EQ(GetBoxes(engine), (std::vector<Box>{{203, 200, 206, 203, 1}}));
+    EXPECT_EQ(GetClassedBoxes(engine), (std::vector<ClassedBox>{{203, 200, 206, 203, 1}}));
 }
 
 TEST(InspectAsg, ClearsEarlierBlobsAndChecksInEveryMode)

@@ -13,7 +13,7 @@ namespace narvo::test
 namespace
 {
 
-constexpr int nCases = 1500;
+constexpr int nGuardCases = 1500;
 constexpr std::size_t nRoom = 64 * 1024;
 
 /// Two places for an image: directly after a guard page, and directly before one.
@@ -46,7 +46,7 @@ TEST_P(FloatKernelsGuarded, WholeImageIsReadToItsBordersAndNoFurther)
     CGuardedPlaces places;
     CReferenceCheck check;
 
-    for (const std::uint64_t nSeed : CaseSeeds(std::string("guard ") + KernelName(GetParam()), nCases))
+    for (const std::uint64_t nSeed : CaseSeeds(std::string("guard ") + KernelName(GetParam()), nGuardCases))
     {
         CFloatScene scene = source.Make(GetParam(), nSeed);
         check.Expect(scene);
@@ -80,7 +80,7 @@ TEST_P(FloatRegionKernelsGuarded, WholeImageIsReadToItsBordersAndNoFurther)
     CGuardedPlaces places;
     CReferenceCheck check;
 
-    for (const std::uint64_t nSeed : CaseSeeds(GetParam() ? "guard plain region" : "guard region", nCases))
+    for (const std::uint64_t nSeed : CaseSeeds(GetParam() ? "guard plain region" : "guard region", nGuardCases))
     {
         CFloatRegionScene scene = source.MakeRegion(GetParam(), nSeed);
         check.Expect(scene);

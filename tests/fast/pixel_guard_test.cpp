@@ -16,7 +16,7 @@ namespace narvo::test
 namespace
 {
 
-constexpr int nCases = 1500;
+constexpr int nGuardCases = 1500;
 constexpr std::size_t nRoom = 64 * 1024;
 
 class PixelKernelsGuarded : public testing::TestWithParam<PixelKernel>
@@ -48,7 +48,7 @@ TEST_P(PixelKernelsGuarded, WholeImageIsReadToItsBordersAndNoFurther)
     const CGuardedMemory maskBack(nRoom, CGuardedMemory::Flush::Back);
     int nByName = 0;
 
-    for (const std::uint64_t nSeed : CaseSeeds(std::string("guard ") + KernelName(GetParam()), nCases))
+    for (const std::uint64_t nSeed : CaseSeeds(std::string("guard ") + KernelName(GetParam()), nGuardCases))
     {
         CPixelScene scene = source.Make(GetParam(), nSeed);
         check.Expect(scene);
@@ -98,20 +98,20 @@ TEST_P(PixelKernelsGuarded, TablesAreReadWhereTheRegionReachesAndNoFurther)
             CRandom random(nSeed);
             const int nWidth = random.Int(16, 200);
             const int nHeight = random.Int(12, 40);
-            const int nPitch = random.Int(0, 4);
-            const int nColumns = IsHorizontal(eKernel) ? (nWidth - nPitch) & ~15 : nWidth & ~15;
-            const int nRows = nHeight - nPitch - (eKernel == PixelKernel::VertDirect ? 1 : 2);
+            const int nDistance = random.Int(0, 4);
+            const int nColumns = IsHorizontal(eKernel) ? (nWidth - nDistance) & ~15 : nWidth & ~15;
+            const int nRows = nHeight - nDistance - (eKernel == PixelKernel::VertDirect ? 1 : 2);
             if (nColumns <= 0)
                 continue;
             std::vector<std::uint8_t> aImage(static_cast<std::size_t>((nWidth + 16) * (nHeight + 4)));
-            FillImage(random, aImage.data(), nWidth + 16, nHeight + 4, nPitch, nPitch);
+            FillImage(random, aImage.data(), nWidth + 16, nHeight + 4, nDistance, nDistance);
 
             CPixelScene scene;
             scene.eKernel = eKernel;
             engine::CPixelCall& call = scene.call;
             call.image = {aImage.data(), nWidth + 16, nHeight + 4};
             call.region = {0, 0, nWidth, nHeight};
-            call.nPitch16 = nPitch * 16 + random.Int(0, 15);
+            call.nPitch16 = nDistance * 16 + random.Int(0, 15);
             call.hits.nSize = nWidth * nHeight + 40;
             call.pairs.nSize = 2000;
             call.bKeepSingle = 1;
@@ -125,7 +125,7 @@ TEST_P(PixelKernelsGuarded, TablesAreReadWhereTheRegionReachesAndNoFurther)
 
             const std::size_t nConvEntries = static_cast<std::size_t>(nColumns - 16 + 1);
             auto* pConv = reinterpret_cast<std::uint16_t*>(place(convPitch, nConvEntries * sizeof(std::uint16_t)));
-            std::fill(pConv, pConv + nConvEntries, static_cast<std::uint16_t>(nPitch));
+            std::fill(pConv, pConv + nConvEntries, static_cast<std::uint16_t>(nDistance));
             call.pConvPitchTable = pConv;
             const std::size_t nWeights = static_cast<std::size_t>(nColumns - 8);
             auto* pNear = reinterpret_cast<std::int16_t*>(place(weightNear, nWeights * sizeof(std::int16_t)));

@@ -17,7 +17,7 @@ namespace narvo::test
 namespace
 {
 
-constexpr int nCases = 1500;
+constexpr int nGuardCases = 1500;
 constexpr std::size_t nRoom = 64 * 1024;
 
 /// The first nBytes of a guarded block that begins after its front page, or the last of one that ends at its back page.
@@ -62,7 +62,7 @@ TEST_P(ZoneKernelsGuarded, WholeImageIsReadToItsBordersAndNoFurther)
     CZoneSceneSource source;
     source.TakeWholeImages();
     CReferenceCheck check;
-    for (const std::uint64_t nSeed : CaseSeeds(std::string("guard ") + KernelName(GetParam()), nCases))
+    for (const std::uint64_t nSeed : CaseSeeds(std::string("guard ") + KernelName(GetParam()), nGuardCases))
     {
         CZoneScene scene = source.Make(GetParam(), nSeed);
         check.Expect(scene);

@@ -6,12 +6,14 @@
 #include <new>
 #include <vector>
 
+#include "geometry/make_poligon.h"
 #include "gmock/gmock.h"
 #include "gtest/gtest.h"
 
 namespace
 {
 
+using narvo::test::MakePoligon;
 using testing::ElementsAre;
 
 std::vector<std::vector<int>> GetVertices(const CPadPoligon& poligon)
@@ -20,14 +22,6 @@ std::vector<std::vector<int>> GetVertices(const CPadPoligon& poligon)
     for (int i = 0; i < poligon.nPointCount; ++i)
         vertices.push_back({poligon.ptPoint[i].x, poligon.ptPoint[i].y});
     return vertices;
-}
-
-CPadPoligon MakePoligon(std::initializer_list<CPadPoint> points)
-{
-    CPadPoligon poligon;
-    for (const CPadPoint& pt : points)
-        poligon.AddPoint(pt);
-    return poligon;
 }
 
 TEST(Poligon, NewPolygonIsEmptyWithClearedBounds)

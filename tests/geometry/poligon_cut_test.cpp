@@ -9,6 +9,7 @@
 #include <random>
 #include <vector>
 
+#include "geometry/make_poligon.h"
 #include "support/convex_polygon.h"
 #include "gmock/gmock.h"
 #include "gtest/gtest.h"
@@ -19,15 +20,8 @@ namespace
 using narvo::test::CSpan;
 using narvo::test::FindSpan;
 using narvo::test::MakeHull;
+using narvo::test::MakePoligon;
 using testing::ElementsAre;
-
-CPadPoligon MakePoligon(std::initializer_list<CPadPoint> points)
-{
-    CPadPoligon poligon;
-    for (const CPadPoint& pt : points)
-        poligon.AddPoint(pt);
-    return poligon;
-}
 
 /// Corners of a trapezium: x, y of top left, top right, bottom right, bottom left.
 std::vector<int> GetCorners(CTrapeziumStorage& storage, int nIndex)
@@ -163,7 +157,7 @@ TEST(TrapeziumCut, VerticalCutOnlyEmptiesTheStorage)
 
 // --- margin ---
 
-std::vector<int> GetVertices(const CPadPoligon& poligon)
+std::vector<int> GetFlatVertices(const CPadPoligon& poligon)
 {
     std::vector<int> vertices;
     for (int i = 0; i < poligon.nPointCount; ++i)
@@ -182,7 +176,7 @@ TEST(MarginCut, BandThatContainsThePolygonCopiesOnlyItsVertices)
     CPadPoligon out;
     out.nCorner[1] = 9;
     poligon.Cut_Margin(100, 800, out);
-    EXPECT_EQ(GetVertices(out), GetVertices(poligon));
+    EXPECT_EQ(GetFlatVertices(out), GetFlatVertices(poligon));
     EXPECT_EQ(out.nCorner[1], 9);
     EXPECT_EQ(out.rtOut, CRect());
 }
@@ -206,7 +200,7 @@ TEST(MarginCut, EdgeAcrossTheBandGivesBothCrossingsInItsDirection)
     CPadPoligon out;
     poligon.Cut_Margin(20, 40, out);
     // (0,0)-(100,50) at 20 and 40; (50,100)-(0,0), back across the band, at 40 then 20.
-    EXPECT_THAT(GetVertices(out), ElementsAre(20, 10, 40, 20, 40, 80, 20, 40));
+    EXPECT_THAT(GetFlatVertices(out), ElementsAre(20, 10, 40, 20, 40, 80, 20, 40));
 }
 
 TEST(MarginCut, EdgeThatEndsOnTheLineGetsNoCrossingFromOutside)
@@ -215,7 +209,7 @@ TEST(MarginCut, EdgeThatEndsOnTheLineGetsNoCrossingFromOutside)
     CPadPoligon out;
     poligon.Cut_Margin(20, 40, out);
     // The vertex itself, and the crossing of the edge that leaves the band there; none from the edge that arrives.
-    EXPECT_THAT(GetVertices(out), ElementsAre(20, 10, 20, 10));
+    EXPECT_THAT(GetFlatVertices(out), ElementsAre(20, 10, 20, 10));
 }
 
 TEST(MarginCut, CutIntoThePolygonItselfWorksOnACopy)
@@ -225,7 +219,7 @@ TEST(MarginCut, CutIntoThePolygonItselfWorksOnACopy)
     CPadPoligon out;
     poligon.Cut_Margin(150, 650, out);
     poligon.Cut_Margin(150, 650, poligon);
-    EXPECT_EQ(GetVertices(poligon), GetVertices(out));
+    EXPECT_EQ(GetFlatVertices(poligon), GetFlatVertices(out));
 }
 
 // --- random convex polygons ---

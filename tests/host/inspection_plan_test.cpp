@@ -14,15 +14,15 @@ namespace
 using testing::ElementsAre;
 using testing::SizeIs;
 
-const GreyImage image(398, 300, 90);
+const GreyImage plainImage(398, 300, 90);
 
 TEST(InspectionPlan, ImageAndRegionAreHandedOnWithThePaddedRowLength)
 {
     Recipe recipe = SmallestParsed();
     recipe.region = CRect(3, 4, 350, 290);
-    const InspectionPlan plan(CheckedRecipe(recipe), image.Width(), image.Height());
-    const CConvParam block = plan.BlockFor(image);
-    EXPECT_EQ(block.pImage, image.Row(0));
+    const InspectionPlan plan(CheckedRecipe(recipe), plainImage.Width(), plainImage.Height());
+    const CConvParam block = plan.BlockFor(plainImage);
+    EXPECT_EQ(block.pImage, plainImage.Row(0));
     EXPECT_EQ(block.nImageWidth, 400);
     EXPECT_EQ(block.nImageHeight, 300);
     EXPECT_EQ(block.rtInspect, CRect(3, 4, 350, 290));
@@ -53,8 +53,8 @@ TEST(InspectionPlan, ScalarsReachTheirFields)
     recipe.extendedKernel = true;
     recipe.darkFilterBase = 12;
     recipe.darkFilterGain = 13;
-    const InspectionPlan plan(CheckedRecipe(recipe), image.Width(), image.Height());
-    const CConvParam block = plan.BlockFor(image);
+    const InspectionPlan plan(CheckedRecipe(recipe), plainImage.Width(), plainImage.Height());
+    const CConvParam block = plan.BlockFor(plainImage);
     EXPECT_EQ(block.nInspectMode, 1);
     EXPECT_EQ(block.nDirection, 1);
     EXPECT_EQ(block.bAutoDirection, 1);
@@ -83,8 +83,8 @@ TEST(InspectionPlan, PixelSizesAreCrossedAsTheDiameterWantsThem)
     Recipe recipe = SmallestParsed();
     recipe.pixelSizeX = 1.5;
     recipe.pixelSizeY = 2.5;
-    const InspectionPlan plan(CheckedRecipe(recipe), image.Width(), image.Height());
-    const CConvParam block = plan.BlockFor(image);
+    const InspectionPlan plan(CheckedRecipe(recipe), plainImage.Width(), plainImage.Height());
+    const CConvParam block = plan.BlockFor(plainImage);
     EXPECT_EQ(block.dPixelSizeY, 1.5);
     EXPECT_EQ(block.dPixelSizeX, 2.5);
 }
@@ -93,8 +93,8 @@ TEST(InspectionPlan, FilterSampleChoosesTheModeBehindTheZoneMaps)
 {
     Recipe recipe = SmallestParsed();
     recipe.filterSample = FilterSample_Block;
-    const InspectionPlan plan(CheckedRecipe(recipe), image.Width(), image.Height());
-    const CConvParam block = plan.BlockFor(image);
+    const InspectionPlan plan(CheckedRecipe(recipe), plainImage.Width(), plainImage.Height());
+    const CConvParam block = plan.BlockFor(plainImage);
     EXPECT_EQ(block.nInspectMode, 0);
     EXPECT_NE(block.pThresholdOffsetMap, nullptr);
 }
@@ -105,8 +105,8 @@ TEST(InspectionPlan, MapsHoldEachZonesNumbers)
     recipe.zoneImage = GreyImage(21, 31, 1);
     recipe.zoneImage.Row(2)[3] = 4;
     recipe.zones = {{.index = 1, .offset = 10, .gain = 20}, {.index = 4, .offset = 30, .gain = 40}};
-    const InspectionPlan plan(CheckedRecipe(recipe), image.Width(), image.Height());
-    const CConvParam block = plan.BlockFor(image);
+    const InspectionPlan plan(CheckedRecipe(recipe), plainImage.Width(), plainImage.Height());
+    const CConvParam block = plan.BlockFor(plainImage);
     const int nPlace = 2 * block.nZoneMapStride + 3;
     EXPECT_EQ(block.pZoneIndexMap[nPlace], 4);
     EXPECT_EQ(block.pThresholdOffsetMap[nPlace], 30);
@@ -121,8 +121,8 @@ TEST(InspectionPlan, FlatZoneTakesItsNumbersEverywhere)
 {
     Recipe recipe = SmallestParsed();
     recipe.zones = {{.index = 6, .offset = 17, .gain = 3}};
-    const InspectionPlan plan(CheckedRecipe(recipe), image.Width(), image.Height());
-    const CConvParam block = plan.BlockFor(image);
+    const InspectionPlan plan(CheckedRecipe(recipe), plainImage.Width(), plainImage.Height());
+    const CConvParam block = plan.BlockFor(plainImage);
     EXPECT_EQ(block.pZoneIndexMap[0], 6);
     EXPECT_EQ(block.pThresholdOffsetMap[5], 17);
     EXPECT_EQ(block.pThresholdGainMap[block.nZoneMapStride], 3);
@@ -133,8 +133,8 @@ TEST(InspectionPlan, UpperSegmentFillsItsThreeMaps)
     Recipe recipe = SmallestParsed();
     recipe.twoSegment = true;
     recipe.zones = {{.index = 0, .knee = 100, .upperOffset = 50, .upperGain = 60}};
-    const InspectionPlan plan(CheckedRecipe(recipe), image.Width(), image.Height());
-    const CConvParam block = plan.BlockFor(image);
+    const InspectionPlan plan(CheckedRecipe(recipe), plainImage.Width(), plainImage.Height());
+    const CConvParam block = plan.BlockFor(plainImage);
     EXPECT_EQ(block.bTwoSegmentThreshold, 1);
     EXPECT_EQ(block.pThresholdKneeMap[0], 100);
     EXPECT_EQ(block.pThresholdOffsetMap2[0], 50);
@@ -154,8 +154,8 @@ TEST(InspectionPlan, ZoneTablesAndFilterTablesAreSetOnlyWhenAskedFor)
                      .darkGreyLimit = 7,
                      .brightMinDifference = 8}};
     {
-        const InspectionPlan plan(CheckedRecipe(recipe), image.Width(), image.Height());
-        const CConvParam block = plan.BlockFor(image);
+        const InspectionPlan plan(CheckedRecipe(recipe), plainImage.Width(), plainImage.Height());
+        const CConvParam block = plan.BlockFor(plainImage);
         EXPECT_EQ(block.pFilterOffset, nullptr);
         EXPECT_EQ(block.pTspTable, nullptr);
         EXPECT_EQ(block.nDarkGrayLimit[2], 7);
@@ -164,8 +164,8 @@ TEST(InspectionPlan, ZoneTablesAndFilterTablesAreSetOnlyWhenAskedFor)
     recipe.zoneFilterThresholds = true;
     recipe.zoneTables = true;
     recipe.extendedKernel = true;
-    const InspectionPlan plan(CheckedRecipe(recipe), image.Width(), image.Height());
-    const CConvParam block = plan.BlockFor(image);
+    const InspectionPlan plan(CheckedRecipe(recipe), plainImage.Width(), plainImage.Height());
+    const CConvParam block = plan.BlockFor(plainImage);
     EXPECT_EQ(block.pFilterOffset[2], 1);
     EXPECT_EQ(block.pFilterGain[2], 2);
     EXPECT_EQ(block.pFilterOffset1[2], 3);
@@ -180,16 +180,16 @@ TEST(InspectionPlan, PitchTablesAreInSixteenthsAndCoverTheImage)
     Recipe recipe = SmallestParsed();
     recipe.scanPitches.assign(19, 30.25);
     {
-        const InspectionPlan plan(CheckedRecipe(recipe), image.Width(), image.Height());
-        const CConvParam block = plan.BlockFor(image);
+        const InspectionPlan plan(CheckedRecipe(recipe), plainImage.Width(), plainImage.Height());
+        const CConvParam block = plan.BlockFor(plainImage);
         for (int i = 0; i < 20; ++i)
             EXPECT_EQ(block.pScanPitchTable[i], 484);
     }
     recipe.scanPitches.clear();
     recipe.direction = Direction_Horizontal;
     recipe.convPitches.assign(25, 20.5625);
-    const InspectionPlan plan(CheckedRecipe(recipe), image.Width(), image.Height());
-    const CConvParam block = plan.BlockFor(image);
+    const InspectionPlan plan(CheckedRecipe(recipe), plainImage.Width(), plainImage.Height());
+    const CConvParam block = plan.BlockFor(plainImage);
     for (int x = 0; x < 400; x += 16)
     {
         EXPECT_EQ(block.pConvPitchTable[x], 20);
@@ -203,15 +203,15 @@ TEST(InspectionPlan, EntryOfTheOriginTableFollowsTheDirection)
     Recipe recipe = SmallestParsed();
     recipe.region = CRect(50, 100, 390, 290);
     {
-        const InspectionPlan plan(CheckedRecipe(recipe), image.Width(), image.Height());
-        const CConvParam block = plan.BlockFor(image);
+        const InspectionPlan plan(CheckedRecipe(recipe), plainImage.Width(), plainImage.Height());
+        const CConvParam block = plan.BlockFor(plainImage);
         const int* record = block.pZoneOriginTable + block.nZoneColumns * 2;
         EXPECT_EQ(record[0], 41);
         EXPECT_EQ(record[1], 90);
     }
     recipe.direction = Direction_Horizontal;
-    const InspectionPlan plan(CheckedRecipe(recipe), image.Width(), image.Height());
-    const CConvParam block = plan.BlockFor(image);
+    const InspectionPlan plan(CheckedRecipe(recipe), plainImage.Width(), plainImage.Height());
+    const CConvParam block = plan.BlockFor(plainImage);
     EXPECT_EQ(block.pZoneOriginTable[0], 41);
     EXPECT_EQ(block.pZoneOriginTable[1], 90);
 }
@@ -222,8 +222,8 @@ TEST(InspectionPlan, SkippedCellsMakeFlaggedRecords)
     recipe.maxReruns = 0;
     recipe.bandSplit = false;
     recipe.skippedCells = {{0, 0}};
-    const InspectionPlan plan(CheckedRecipe(recipe), image.Width(), image.Height());
-    const CConvParam block = plan.BlockFor(image);
+    const InspectionPlan plan(CheckedRecipe(recipe), plainImage.Width(), plainImage.Height());
+    const CConvParam block = plan.BlockFor(plainImage);
     EXPECT_EQ(block.bZoneFlagged, 1);
     EXPECT_EQ(block.pZoneOriginTable[block.nZoneColumns * 3 + 2], 1);
     EXPECT_EQ(block.pZoneOriginTable[block.nZoneColumns * 3 + 5], 0);
@@ -233,7 +233,8 @@ TEST(InspectionPlan, InvalidRecipeOrEmptyImageIsRefused)
 {
     Recipe recipe = SmallestParsed();
     recipe.region = CRect(0, 0, 399, 300);
-    EXPECT_THAT(ProblemsOf([&] { InspectionPlan(CheckedRecipe(recipe), image.Width(), image.Height()); }), SizeIs(1));
+    EXPECT_THAT(ProblemsOf([&] { InspectionPlan(CheckedRecipe(recipe), plainImage.Width(), plainImage.Height()); }),
+                SizeIs(1));
     EXPECT_THAT(ProblemsOf([] { InspectionPlan(CheckedRecipe(SmallestParsed()), 0, 0); }), SizeIs(1));
 }
 

@@ -79,7 +79,8 @@ double ErrorAtEdges(const Registration& registration, const tools::Board& board,
     return std::sqrt(sum / count);
 }
 
-std::string ProblemsOf(const GreyImage& reference, const GreyImage& image, const RegistrationSettings& settings)
+std::string RegistrationProblems(const GreyImage& reference, const GreyImage& image,
+                                 const RegistrationSettings& settings)
 {
     try
     {
@@ -201,15 +202,16 @@ TEST(Registration, FindsACropAnywhereInTheWhole)
 TEST(Registration, RefusesSmallImages)
 {
     const GreyImage small(63, 400, 9);
-    EXPECT_THAT(ProblemsOf(small, small, {}), HasSubstr("63 by 400 pixels; allowed: sides of at least 64 pixels"));
+    EXPECT_THAT(RegistrationProblems(small, small, {}),
+                HasSubstr("63 by 400 pixels; allowed: sides of at least 64 pixels"));
 }
 
 TEST(Registration, SaysWhichPictureHasNoStructure)
 {
     const tools::Board board = tools::MakeBoard(SmallPlan());
     const GreyImage flat(420, 388, 128);
-    EXPECT_THAT(ProblemsOf(flat, board.image, {}), HasSubstr("reference: no structure to register by"));
-    EXPECT_THAT(ProblemsOf(board.image, flat, {}), HasSubstr("image: no structure to register by"));
+    EXPECT_THAT(RegistrationProblems(flat, board.image, {}), HasSubstr("reference: no structure to register by"));
+    EXPECT_THAT(RegistrationProblems(board.image, flat, {}), HasSubstr("image: no structure to register by"));
 }
 
 TEST(Registration, RefusesAnotherBoard)
@@ -218,7 +220,7 @@ TEST(Registration, RefusesAnotherBoard)
     const tools::Board board = tools::MakeBoard(plan);
     plan.seed = 99;
     const tools::Board other = tools::MakeBoard(plan);
-    const std::string text = ProblemsOf(board.references[0], other.image, {});
+    const std::string text = RegistrationProblems(board.references[0], other.image, {});
     EXPECT_THAT(
         text, testing::AnyOf(HasSubstr("correlation with the registered reference"), HasSubstr("found no agreement")));
 }
@@ -252,9 +254,9 @@ TEST(Registration, RefusesWhatIsNotAlikeWithinItsLimits)
     plan.shiftX = 26.0;
     const tools::Board shifted = tools::MakeBoard(plan);
     RegistrationSettings settings;
-    EXPECT_EQ(ProblemsOf(shifted.references[0], shifted.image, settings), "");
+    EXPECT_EQ(RegistrationProblems(shifted.references[0], shifted.image, settings), "");
     settings.maxShift = 12.0;
-    EXPECT_THAT(ProblemsOf(shifted.references[0], shifted.image, settings), HasSubstr("max_shift"));
+    EXPECT_THAT(RegistrationProblems(shifted.references[0], shifted.image, settings), HasSubstr("max_shift"));
 }
 
 TEST(Registration, TakesTheSimplestMapThatExplainsTheImage)

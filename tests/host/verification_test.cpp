@@ -15,15 +15,15 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-constexpr int nSide = 6;
+constexpr int nSpotSide = 6;
 
 /// Flat grey with squares at these corners.
 GreyImage Squares(const std::vector<CPoint>& corners)
 {
     GreyImage image(400, 400, 90);
     for (const CPoint& corner : corners)
-        for (int y = 0; y < nSide; ++y)
-            std::fill_n(image.Row(corner.y + y) + corner.x, nSide, std::uint8_t{150});
+        for (int y = 0; y < nSpotSide; ++y)
+            std::fill_n(image.Row(corner.y + y) + corner.x, nSpotSide, std::uint8_t{150});
     return image;
 }
 

@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-void PrepareFolder(const TestFolder& folder)
+void PrepareOutputFolder(const TestFolder& folder)
 {
     ASSERT_EQ(MakeSmallPanel(folder).code, 0);
     for (const char* name : {"a", "b"})
@@ -79,7 +79,7 @@ Outcome DisturbInMidRun(const TestFolder& folder, const std::string& prefix, Dis
 TEST(NarvoOutput, FilesThatAreTakenAwayInMidRunAreNoSuccess)
 {
     const TestFolder folder;
-    PrepareFolder(folder);
+    PrepareOutputFolder(folder);
     fs::create_directory(folder / "out");
     const Outcome outcome = DisturbInMidRun(folder, "out/results", [&] { fs::remove_all(folder / "out"); });
     EXPECT_EQ(outcome.code, 3);
@@ -92,7 +92,7 @@ TEST(NarvoOutput, FilesThatAreTakenAwayInMidRunAreNoSuccess)
 TEST(NarvoOutput, TableThatIsReplacedInMidRunIsNoSuccess)
 {
     const TestFolder folder;
-    PrepareFolder(folder);
+    PrepareOutputFolder(folder);
     const Outcome outcome = DisturbInMidRun(folder, "results",
                                             [&]
                                             {
@@ -106,7 +106,7 @@ TEST(NarvoOutput, TableThatIsReplacedInMidRunIsNoSuccess)
 TEST(NarvoOutput, FileThatIsCutInMidRunIsNoSuccessAndCanBeContinued)
 {
     const TestFolder folder;
-    PrepareFolder(folder);
+    PrepareOutputFolder(folder);
     const Outcome outcome = DisturbInMidRun(folder, "results", [&] { fs::resize_file(folder / "results.jsonl", 81); });
     EXPECT_EQ(outcome.code, 3);
     EXPECT_THAT(outcome.error, HasSubstr("results.jsonl: cannot be written: changed during the run, "));
@@ -120,7 +120,7 @@ TEST(NarvoOutput, FileThatIsCutInMidRunIsNoSuccessAndCanBeContinued)
 TEST(NarvoOutput, ImagesNeverShareAName)
 {
     const TestFolder folder;
-    PrepareFolder(folder);
+    PrepareOutputFolder(folder);
     const Outcome stems = RunNarvo(folder, {"golden", "panel.png", "b/x.png", "b/x.bmp"});
     EXPECT_EQ(stems.code, 2);
     EXPECT_EQ(stems.error, "narvo: file b/x.blobs.json: to be written for b/x.png and for b/x.bmp; allowed: output "
@@ -142,7 +142,7 @@ TEST(NarvoOutput, ImagesNeverShareAName)
 TEST(NarvoOutput, NoOutputIsAnInput)
 {
     const TestFolder folder;
-    PrepareFolder(folder);
+    PrepareOutputFolder(folder);
     fs::copy_file(folder / "panel.png", folder / "x.overlay.png");
     fs::create_symlink("panel.png", folder / "l.overlay.png");
     std::ofstream(folder / "results.csv") << "panel.png\n";
@@ -174,7 +174,7 @@ TEST(NarvoOutput, NoOutputIsAnInput)
 TEST(NarvoOutput, EmptyOrUnreadableListWipesNothing)
 {
     const TestFolder folder;
-    PrepareFolder(folder);
+    PrepareOutputFolder(folder);
     ASSERT_EQ(RunNarvo(folder, {"inspect", "a", "b", "-r", "panel.recipe.json", "-q"}).code, 0);
     const std::string lines = ReadText(folder / "results.jsonl");
     const std::string table = ReadText(folder / "results.csv");

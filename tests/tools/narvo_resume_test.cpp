@@ -67,8 +67,6 @@ protected:
     std::string table;
 };
 
-} // namespace
-
 TEST_F(NarvoResume, DamagedLineIsReportedAndDoneAgainInItsPlace)
 {
     const std::string line = LinesOf(lines)[1];
@@ -196,5 +194,7 @@ TEST_F(NarvoResume, NamesOfAnyBytesAreWrittenAndFoundAgain)
     EXPECT_THAT(recipe.error, HasSubstr("JSON cannot hold the name; allowed: names in UTF-8\n"));
     EXPECT_EQ(RunLine(folder, "narvo report $'one\\xFF.blobs.json' -q").error, "");
 }
+
+} // namespace
 
 } // namespace narvo::test

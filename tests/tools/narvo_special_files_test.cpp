@@ -17,7 +17,7 @@ using nlohmann::json;
 using testing::HasSubstr;
 
 /// panel.png and board.png with what belongs to them, and one special file of each kind.
-void PrepareFolder(const TestFolder& folder)
+void PrepareSpecialFiles(const TestFolder& folder)
 {
     ASSERT_EQ(MakeSmallPanel(folder).code, 0);
     ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0666), 0);
@@ -50,7 +50,7 @@ constexpr Special specials[] = {{"fifo", "a FIFO"},
 TEST(NarvoSpecialFiles, AreRefusedAsEveryInputOfEveryCommand)
 {
     const TestFolder folder;
-    PrepareFolder(folder);
+    PrepareSpecialFiles(folder);
     for (const Special& special : specials)
     {
         const Outcome outcome = RunLine(folder, std::string("narvo inspect ") + special.name + " -r " + special.name);
@@ -85,7 +85,7 @@ TEST(NarvoSpecialFiles, AreRefusedAsEveryInputOfEveryCommand)
 TEST(NarvoSpecialFiles, AreOneRefusalAmongTheImagesOfABatchAndNoneOfAFolder)
 {
     const TestFolder folder;
-    PrepareFolder(folder);
+    PrepareSpecialFiles(folder);
     std::filesystem::create_directory(folder / "images");
     std::filesystem::copy_file(folder / "panel.png", folder / "images/b.png");
     ASSERT_EQ(mkfifo((folder / "images/a.png").c_str(), 0666), 0);
@@ -101,7 +101,7 @@ TEST(NarvoSpecialFiles, AreOneRefusalAmongTheImagesOfABatchAndNoneOfAFolder)
 TEST(NarvoSpecialFiles, PaintedImageOfARecipeIsRefused)
 {
     const TestFolder folder;
-    PrepareFolder(folder);
+    PrepareSpecialFiles(folder);
     json recipe = json::parse(ReadText(folder / "panel.recipe.json"));
     recipe["zones"]["image"] = "fifo";
     std::ofstream(folder / "piped.json") << recipe;
@@ -113,7 +113,7 @@ TEST(NarvoSpecialFiles, PaintedImageOfARecipeIsRefused)
 TEST(NarvoSpecialFiles, OutputsMayBeStreamsButResultsOfManyImagesMayNot)
 {
     const TestFolder folder;
-    PrepareFolder(folder);
+    PrepareSpecialFiles(folder);
     EXPECT_EQ(RunLine(folder, "narvo bench panel.png -r panel.recipe.json --seconds 0.01 --lanes 1 --level SSE4 "
                               "--json /dev/null")
                   .code,

@@ -17,8 +17,8 @@ namespace
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 
-/// A line of each command that prints something and ends with 0. They run in the folder of PrepareFolder, in this
-/// order.
+/// A line of each command that prints something and ends with 0. They run in the folder of PrepareStreamsFolder, in
+/// this order.
 const std::map<std::string, std::string>& Lines()
 {
     static const std::map<std::string, std::string> lines = {
@@ -58,7 +58,7 @@ std::vector<std::string> AllLines()
     return lines;
 }
 
-void PrepareFolder(const TestFolder& folder)
+void PrepareStreamsFolder(const TestFolder& folder)
 {
     ASSERT_EQ(MakeSmallPanel(folder).code, 0);
     ASSERT_EQ(
@@ -111,7 +111,7 @@ TEST(NarvoStreams, EveryCommandIsTriedHere)
 TEST(NarvoStreams, FullOrClosedOutputIsOneLineAndNoSuccess)
 {
     const TestFolder folder;
-    PrepareFolder(folder);
+    PrepareStreamsFolder(folder);
     for (const std::string& line : AllLines())
     {
         const Outcome well = RunLine(folder, "narvo " + line);
@@ -133,7 +133,7 @@ TEST(NarvoStreams, FullOrClosedOutputIsOneLineAndNoSuccess)
 TEST(NarvoStreams, BatchLeavesTheSameFilesForAnySetOfStreams)
 {
     const TestFolder folder;
-    PrepareFolder(folder);
+    PrepareStreamsFolder(folder);
     fs::copy_file(folder / "panel.png", folder / "again.png");
     const Left well = RunBatch(folder, "");
     EXPECT_EQ(well.code, 0);
@@ -147,7 +147,7 @@ TEST(NarvoStreams, BatchLeavesTheSameFilesForAnySetOfStreams)
 TEST(NarvoStreams, PipeThatItsReaderClosesEndsNoRun)
 {
     const TestFolder folder;
-    PrepareFolder(folder);
+    PrepareStreamsFolder(folder);
     fs::copy_file(folder / "panel.png", folder / "again.png");
     const Left well = RunBatch(folder, "");
     // The reader is gone before the first line is written.
@@ -167,7 +167,7 @@ TEST(NarvoStreams, PipeThatItsReaderClosesEndsNoRun)
 TEST(NarvoStreams, FileAtItsSizeLimitIsAnErrorAndLeavesTheOldOne)
 {
     const TestFolder folder;
-    PrepareFolder(folder);
+    PrepareStreamsFolder(folder);
     ASSERT_EQ(RunLine(folder, "narvo inspect panel.png -r panel.recipe.json -q").code, 0);
     const std::string before = ReadText(folder / "panel.overlay.png");
     const std::size_t files =
@@ -183,7 +183,7 @@ TEST(NarvoStreams, FileAtItsSizeLimitIsAnErrorAndLeavesTheOldOne)
 TEST(NarvoStreams, ListFromAnInputThatIsClosedOrNoTextIsRefused)
 {
     const TestFolder folder;
-    PrepareFolder(folder);
+    PrepareStreamsFolder(folder);
     const std::string line = "narvo inspect --list - -r panel.recipe.json -q ";
     for (const auto& [input, message] :
          std::map<std::string, std::string>{{"<&-", "list -: cannot be read: Bad file descriptor"},

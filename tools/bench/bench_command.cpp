@@ -213,7 +213,7 @@ std::vector<measure::SLevel> ChooseLevels(const std::vector<std::string>& wanted
     return chosen;
 }
 
-std::vector<int> ChooseLanes(const std::vector<int>& wanted)
+std::vector<int> ChooseLaneCounts(const std::vector<int>& wanted)
 {
     if (!wanted.empty())
         return wanted;
@@ -257,7 +257,7 @@ void Measure(const BenchOptions& options, const GreyImage& image, const std::vec
     Measurement measurement(image, recipes, options.seconds);
     nlohmann::ordered_json rows = nlohmann::ordered_json::array();
     for (const measure::SLevel& level : ChooseLevels(options.levels))
-        for (const int lanes : ChooseLanes(options.lanes))
+        for (const int lanes : ChooseLaneCounts(options.lanes))
         {
             const BenchRow row = measurement.Run(level, lanes);
             rows.push_back(RowToJson(row));

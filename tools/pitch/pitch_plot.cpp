@@ -20,7 +20,7 @@ namespace
 
 constexpr int nWidth = 1000;
 constexpr int nChartHeight = 320;
-constexpr int nMargin = 50;
+constexpr int nPlotMargin = 50;
 constexpr double dSteps = 16.0; // curve values per pixel of displacement
 
 // Blue, green, red.
@@ -43,10 +43,10 @@ void Write(cv::Mat& picture, const std::string& text, cv::Point place, const cv:
 }
 
 /// Places of the chart for displacements in pixels and costs.
-class Chart
+class CostChart
 {
 public:
-    Chart(cv::Mat picture, const AxisPitch& axis)
+    CostChart(cv::Mat picture, const AxisPitch& axis)
         : m_picture(std::move(picture)), m_longest(static_cast<double>(axis.cost.size() - 1) / dSteps),
           m_highest(std::max(1.0, static_cast<double>(*std::max_element(axis.cost.begin(), axis.cost.end()))))
     {
@@ -65,15 +65,15 @@ public:
             Mark(axis.pitch, colourPitch, Format("pitch %.4f", axis.pitch), 2);
         Write(m_picture,
               std::string(name) + (axis.found ? Format(": confidence %.3f", axis.confidence) : ": no period"),
-              {nMargin, 20}, colourInk);
-        Write(m_picture, "displacement, pixels", {nWidth - nMargin - 160, nChartHeight - 8}, colourInk);
+              {nPlotMargin, 20}, colourInk);
+        Write(m_picture, "displacement, pixels", {nWidth - nPlotMargin - 160, nChartHeight - 8}, colourInk);
     }
 
 private:
     cv::Point At(double displacement, double cost) const
     {
-        return {static_cast<int>(nMargin + displacement / m_longest * (nWidth - 2 * nMargin)),
-                static_cast<int>(nChartHeight - nMargin - cost / m_highest * (nChartHeight - 2 * nMargin))};
+        return {static_cast<int>(nPlotMargin + displacement / m_longest * (nWidth - 2 * nPlotMargin)),
+                static_cast<int>(nChartHeight - nPlotMargin - cost / m_highest * (nChartHeight - 2 * nPlotMargin))};
     }
 
     void DrawGrid()
@@ -110,8 +110,8 @@ private:
 void SavePitchPlot(const std::filesystem::path& file, const PitchResult& result)
 {
     cv::Mat picture(2 * nChartHeight, nWidth, CV_8UC3, cv::Scalar(255, 255, 255));
-    Chart(picture.rowRange(0, nChartHeight), result.x).Draw("along x", result.x);
-    Chart(picture.rowRange(nChartHeight, 2 * nChartHeight), result.y).Draw("along y", result.y);
+    CostChart(picture.rowRange(0, nChartHeight), result.x).Draw("along x", result.x);
+    CostChart(picture.rowRange(nChartHeight, 2 * nChartHeight), result.y).Draw("along y", result.y);
     SaveImage(file, picture, "a writable place, with a name in .png");
 }
 

@@ -37,7 +37,7 @@ struct Colour
 };
 constexpr Colour ink{60, 60, 60};
 constexpr Colour grid{226, 226, 226};
-constexpr Colour found{20, 100, 170};
+constexpr Colour foundColour{20, 100, 170};
 constexpr Colour wrong{200, 80, 10};
 constexpr Colour proposed{40, 140, 50};
 
@@ -199,10 +199,10 @@ private:
     bool m_logarithmic;
 };
 
-class Chart
+class SweepChart
 {
 public:
-    Chart(Drawing& drawing, int number, Scale x, Scale y, const std::string& title)
+    SweepChart(Drawing& drawing, int number, Scale x, Scale y, const std::string& title)
         : m_drawing(drawing), m_base(number * nChartHeight), m_x(x), m_y(y)
     {
         m_drawing.Text({nLeft, m_base + 22.0}, title, ink, Anchor::Start);
@@ -294,7 +294,7 @@ void DrawOverValue(Drawing& drawing, int number, const Sweep& sweep, const std::
 {
     const double most =
         std::max(Most(sweep, count), count == &SweepPoint::found ? Most(sweep, &SweepPoint::defects) : 1.0);
-    Chart chart(drawing, number, ValueScale(sweep), Scale(0.0, most, logarithmic), title);
+    SweepChart chart(drawing, number, ValueScale(sweep), Scale(0.0, most, logarithmic), title);
     chart.DrawGrid(FieldTitle(sweep), logarithmic ? "logarithmic" : "");
     chart.Curve(Over(sweep, count), colour);
     if (proposal)
@@ -305,14 +305,14 @@ void DrawOverValue(Drawing& drawing, int number, const Sweep& sweep, const std::
 void DrawAgainst(Drawing& drawing, const Sweep& sweep, const std::optional<Proposal>& proposal)
 {
     const double mostFalse = Most(sweep, &SweepPoint::falseBlobs);
-    Chart chart(drawing, 0, Scale(0.0, mostFalse, mostFalse > 30.0),
-                Scale(0.0, Most(sweep, &SweepPoint::defects), false),
-                "Defects found, of " + std::to_string(sweep.points.front().defects) + ", against false blobs");
+    SweepChart chart(drawing, 0, Scale(0.0, mostFalse, mostFalse > 30.0),
+                     Scale(0.0, Most(sweep, &SweepPoint::defects), false),
+                     "Defects found, of " + std::to_string(sweep.points.front().defects) + ", against false blobs");
     chart.DrawGrid(mostFalse > 30.0 ? "false blobs, logarithmic" : "false blobs", "each dot a value of the field");
     std::vector<Place> places;
     for (const SweepPoint& point : sweep.points)
         places.push_back({static_cast<double>(point.falseBlobs), static_cast<double>(point.found)});
-    chart.Curve(places, found);
+    chart.Curve(places, foundColour);
     // Values beside their dots, as far as there is room.
     Place last = {-100.0, -100.0};
     for (std::size_t i = 0; i < places.size(); ++i)
@@ -343,12 +343,12 @@ void SaveSweepPlot(const std::filesystem::path& file, const Sweep& sweep, const 
     if (sweep.hasTruth)
     {
         DrawAgainst(*drawing, sweep, proposal);
-        DrawOverValue(*drawing, 1, sweep, proposal, &SweepPoint::found, "Defects found", found, false);
+        DrawOverValue(*drawing, 1, sweep, proposal, &SweepPoint::found, "Defects found", foundColour, false);
         DrawOverValue(*drawing, 2, sweep, proposal, &SweepPoint::falseBlobs, "False blobs", wrong,
                       Most(sweep, &SweepPoint::falseBlobs) > 30.0);
     }
     else
-        DrawOverValue(*drawing, 0, sweep, proposal, &SweepPoint::blobs, "Blobs in all images", found,
+        DrawOverValue(*drawing, 0, sweep, proposal, &SweepPoint::blobs, "Blobs in all images", foundColour,
                       Most(sweep, &SweepPoint::blobs) > 30.0);
     drawing->Save(file);
 }
