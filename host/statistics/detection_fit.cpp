@@ -332,6 +332,22 @@ std::string SizeText(const SizeFigure& figure)
     return "-";
 }
 
+namespace
+{
+
+/// What was found of the largest size of which some were missed.
+std::string FoundAtStep(const std::vector<SizeCount>& counts, double size)
+{
+    const auto step =
+        std::find_if(counts.begin(), counts.end(), [&](const SizeCount& count) { return count.size >= size; });
+    if (step == counts.end() || step->found == 0)
+        return "none up to " + FormatNumber(size);
+    return std::to_string(step->found) + " of " + std::to_string(step->planted) + " of " + FormatNumber(size) +
+           " pixels";
+}
+
+} // namespace
+
 std::string DescribeFit(const DetectionFit& fit, const std::vector<SizeCount>& all)
 {
     const std::vector<SizeCount> counts = Planted(all);
@@ -360,8 +376,8 @@ std::string DescribeFit(const DetectionFit& fit, const std::vector<SizeCount>& a
         if (fit.a90.place == SizeFigure::Above)
             text = "Only some of the largest, of " + FormatNumber(fit.a90.low) + " pixels, were found; " + bounded();
         else
-            text = "All were found from " + FormatNumber(fit.a90.high) + " pixels on, and none below " +
-                   FormatNumber(fit.a90.low) + ": no curve is determined between the two; " + bounded();
+            text = "All were found from " + FormatNumber(fit.a90.high) + " pixels on, " +
+                   FoundAtStep(counts, fit.a90.low) + ": no curve is determined between the two; " + bounded();
         break;
     case Fit_NotGrowing:
         text = "Larger ones were not found more often than smaller ones: " + std::to_string(FoundOf(counts)) + " of " +

@@ -18,6 +18,7 @@ namespace
 {
 
 using testing::HasSubstr;
+using testing::StartsWith;
 
 TEST(CountBounds, PoissonBoundIsThatOfTheTables)
 {
@@ -167,7 +168,11 @@ TEST(DetectionFit, StepHasNoCurve)
     EXPECT_EQ(FitDetection(apart).outcome, Fit_Step);
     EXPECT_EQ(SizeText(FitDetection(apart).a90), "4 to 6");
     EXPECT_EQ(SizeText(FitDetection(apart).a9095), "6");
-    EXPECT_THAT(DescribeFit(FitDetection(apart), apart), HasSubstr("no curve is determined between"));
+    EXPECT_THAT(DescribeFit(FitDetection(apart), apart),
+                StartsWith("All were found from 6 pixels on, none up to 4: no curve is determined between the two; "));
+    const std::vector<SizeCount> some = {{2, 30, 21}, {4, 30, 30}, {6, 30, 30}};
+    EXPECT_THAT(DescribeFit(FitDetection(some), some),
+                StartsWith("All were found from 4 pixels on, 21 of 30 of 2 pixels: no curve is determined"));
     const DetectionFit mixed = FitDetection({{2, 30, 0}, {4, 30, 17}, {6, 20, 20}, {8, 20, 20}});
     EXPECT_EQ(mixed.outcome, Fit_Step);
     EXPECT_EQ(SizeText(mixed.a90), "4 to 6");
