@@ -3,8 +3,6 @@
 #include "tools/command.h"
 
 #include <algorithm>
-#include <chrono>
-#include <cstdio>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -25,6 +23,7 @@
 #include "tools/inspect/image_list.h"
 #include "tools/number_option.h"
 #include "tools/output_names.h"
+#include "tools/progress_line.h"
 #include "tools/quiet_codecs.h"
 
 namespace narvo::tools
@@ -66,16 +65,9 @@ int RunCapability(const CapabilityOptions& options)
         std::vector<BatchImage> images;
         for (const std::string& file : files)
             images.push_back(ImageFromFile(file, *recipes.front(), &ProgramNotes()));
-        auto shown = std::chrono::steady_clock::now();
+        ProgressLine line(quiet.ErrorStream(), options.quiet);
         const auto progress = [&](std::size_t planted, std::size_t wanted)
-        {
-            constexpr auto pause = std::chrono::seconds(5);
-            const auto now = std::chrono::steady_clock::now();
-            if (options.quiet || now - shown < pause)
-                return;
-            shown = now;
-            dprintf(quiet.ErrorStream(), "narvo: %zu of %zu defects\n", planted, wanted);
-        };
+        { line.Show(std::to_string(planted) + " of " + Counted(wanted, "defect")); };
         result = MeasureCapability(recipes, images, options.settings, ChooseLanes(options.lanes, files.size() * 64),
                                    progress);
     }

@@ -18,6 +18,7 @@
 #include "tools/evaluate/worst_images.h"
 #include "tools/exit_code.h"
 #include "tools/output_names.h"
+#include "tools/progress_line.h"
 #include "tools/quiet_codecs.h"
 
 namespace narvo::tools
@@ -59,7 +60,8 @@ int RunEvaluate(const EvaluateOptions& options)
                 std::cout << Printable(learning) << std::endl;
             warnings = learnt->warnings;
         }
-        methods = evaluator->Run();
+        ProgressLine progress(quiet.ErrorStream(), options.quiet);
+        methods = evaluator->Run(progress);
     }
     for (const std::string& warning : warnings)
         std::cerr << "narvo: warning: " << Printable(warning) << '\n';

@@ -96,7 +96,7 @@ std::string Evaluator::MethodName() const
     return m_recipes.empty() ? "golden" : "recipe";
 }
 
-std::vector<MethodResult> Evaluator::Run()
+std::vector<MethodResult> Evaluator::Run(ProgressLine& progress)
 {
     int maxBlobs = GoldenSettings().maxBlobs;
     for (const CheckedRecipe& recipe : m_recipes)
@@ -105,8 +105,10 @@ std::vector<MethodResult> Evaluator::Run()
     std::vector<MethodResult> methods;
     const auto add = [&](const std::string& name, const ScoreOfImage& score)
     {
-        methods.push_back(EvaluateMethod(name, m_set, Truth(), score, m_rules, m_lanes,
-                                         [&](std::size_t done) { ShowProgress(name, done); }));
+        methods.push_back(EvaluateMethod(
+            name, m_set, Truth(), score, m_rules, m_lanes,
+            [&](std::size_t done)
+            { progress.Show(name + ": " + std::to_string(done) + " of " + Counted(m_set.images.size(), "image")); }));
         if (!m_options.quiet)
             PrintMethod(methods.back());
     };
@@ -180,17 +182,6 @@ std::vector<GreyImage> Evaluator::LoadReferences() const
         CollectProblems(found, [&] { images.push_back(Load(file)); });
     ThrowIfAny(std::move(found));
     return images;
-}
-
-/// A line on the error stream every few seconds, and none in a short run.
-void Evaluator::ShowProgress(const std::string& name, std::size_t done)
-{
-    constexpr auto pause = std::chrono::seconds(5);
-    const auto now = std::chrono::steady_clock::now();
-    if (m_options.quiet || now - m_shown < pause)
-        return;
-    m_shown = now;
-    std::cerr << "narvo: " << name << ": " << done << " of " << m_set.images.size() << " images" << std::endl;
 }
 
 std::string DescribeLearnt(const std::vector<SetImage>& images, const LearnResult& learnt)

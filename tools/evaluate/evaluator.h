@@ -2,7 +2,6 @@
 // What `narvo evaluate` measures: a set, the method that is asked about, and the baselines beside it.
 #pragma once
 
-#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -15,6 +14,7 @@
 #include "host/inspect/inspector.h"
 #include "host/learn/learn.h"
 #include "host/recipe/checked_recipe.h"
+#include "tools/progress_line.h"
 
 namespace narvo::tools
 {
@@ -52,7 +52,7 @@ public:
     const std::optional<LearnResult>& Learn();
 
     /// The method that is asked about, then the baselines.
-    std::vector<MethodResult> Run();
+    std::vector<MethodResult> Run(ProgressLine& progress);
 
     ScoreOfImage Score();
     TruthOfImage Truth() const;
@@ -62,7 +62,6 @@ private:
     bool HasPairs() const { return !m_set.images.front().reference.empty(); }
     std::string MethodName() const;
     std::vector<GreyImage> LoadReferences() const;
-    void ShowProgress(const std::string& name, std::size_t done);
 
     const EvaluateOptions& m_options;
     EvaluationSet m_set;
@@ -74,7 +73,6 @@ private:
     std::unique_ptr<Inspector> m_inspector;
     ScoringRules m_rules;
     std::optional<LearnResult> m_learnt;
-    std::chrono::steady_clock::time_point m_shown = std::chrono::steady_clock::now();
 };
 
 /// "learnt from a.png, b.png" with what the recipe does, in a sentence.
