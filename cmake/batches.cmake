@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 # Sources that spend most of their time on the headers of OpenCV, JSON, command line and test libraries are compiled in
 # batches: several files of a target as one, which reads the headers and compiles their templates once. Names in unnamed
-# namespaces must therefore be unique within the target. Every file still compiles alone (scripts/check-includes).
+# namespaces must therefore be unique within the target. Every file still compiles alone (scripts/check-includes, asan).
 option(NARVO_COMPILE_IN_BATCHES "Compile several source files of a target as one" ON)
 
 # narvo_compile_in_batches(target size): for its sources without compile options of their own, `size` files at a time.
