@@ -4,34 +4,25 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
+#include <cstddef>
+
+#include "host/statistics/mixed_numbers.h"
 
 namespace narvo::tools
 {
 
-/// Generator whose sequence is the same with every compiler and library.
-class Random
+/// Numbers whose sequence is the same with every compiler and library.
+class Random : public MixedNumbers
 {
 public:
-    explicit Random(std::uint64_t seed) : m_state(seed) {}
+    using MixedNumbers::MixedNumbers;
 
-    std::uint64_t Next()
-    {
-        m_state += 0x9E3779B97F4A7C15ULL;
-        std::uint64_t mixed = m_state;
-        mixed = (mixed ^ (mixed >> 30)) * 0xBF58476D1CE4E5B9ULL;
-        mixed = (mixed ^ (mixed >> 27)) * 0x94D049BB133111EBULL;
-        return mixed ^ (mixed >> 31);
-    }
     /// In [low, high).
     double Real(double low, double high)
     {
         return low + (high - low) * (static_cast<double>(Next() >> 11) / 9007199254740992.0);
     }
-    int Whole(int low, int high) { return low + static_cast<int>(Next() % static_cast<std::uint64_t>(high - low + 1)); }
-
-private:
-    std::uint64_t m_state;
+    int Whole(int low, int high) { return low + static_cast<int>(Below(static_cast<std::size_t>(high - low + 1))); }
 };
 
 /// Share of a pixel that lies inside an edge at a signed distance (negative inside), softened by the lens.
