@@ -91,7 +91,7 @@ TEST(NarvoEvaluate, PairsAreMeasuredByGoldenInspectionForAnyNumberOfLanes)
     EXPECT_EQ(ReadText(folder / "two.html"), ReadText(folder / "one.html"));
 
     const json document = json::parse(ReadText(folder / "one.json"));
-    const json& golden = MethodNamed(document, "golden");
+    const json golden = MethodNamed(document, "golden");
     EXPECT_GE(golden["found"]["value"], 0.75);
     EXPECT_LE(golden["false_an_image"]["value"], 2.0);
     int regions = 0;
@@ -113,7 +113,7 @@ TEST(NarvoEvaluate, RecipeIsMeasuredOnMasksBesideTheBaselines)
     EXPECT_THAT(outcome.out, HasSubstr("image AUROC     1.000"));
     const json document = json::parse(ReadText(folder / "set.json"));
     EXPECT_EQ(document["margin"], 5);
-    const json& recipe = MethodNamed(document, "recipe");
+    const json recipe = MethodNamed(document, "recipe");
     EXPECT_EQ(recipe["image_auroc"]["value"], 1.0);
     EXPECT_GT(recipe["pixel_auroc"]["value"], 0.6);
     EXPECT_GE(recipe["found"]["value"], 0.8);
@@ -154,7 +154,7 @@ TEST(NarvoEvaluate, RecipeIsLearntFromTheFirstGoodImagesAndMeasuredOnTheOthers)
     EXPECT_THAT(ReadText(folder / "one.html"), HasSubstr(from));
     const json document = json::parse(ReadText(folder / "one.json"));
     EXPECT_EQ(document["learnt_from"], json({"good/001.png", "good/002.png", "good/003.png"}));
-    const json& learnt = MethodNamed(document, "learnt from 3 images");
+    const json learnt = MethodNamed(document, "learnt from 3 images");
     ASSERT_EQ(learnt["images"].size(), 3U);
     EXPECT_EQ(learnt["images"][0]["name"], "good/004.png");
     EXPECT_GE(learnt["found"]["value"], 0.5);
