@@ -1,20 +1,15 @@
 // SPDX-License-Identifier: MIT
-// Drawing of a sweep's charts, once for both formats.
+// The charts of a sweep.
 #include "tools/tune/sweep_plot.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
-#include <opencv2/imgproc.hpp>
-
-#include "host/file/output_file.h"
-#include "host/image/cv_image.h"
 #include "host/problem.h"
+#include "tools/tune/plot_drawing.h"
 
 namespace narvo::tools
 {
@@ -22,141 +17,18 @@ namespace narvo::tools
 namespace
 {
 
-constexpr int nWidth = 1000;
-constexpr int nChartHeight = 330;
-constexpr int nLeft = 78;
-constexpr int nRight = 78;
-constexpr int nTop = 40;
-constexpr int nBottom = 48;
+constexpr int plotWidth = 1000;
+constexpr int chartHeight = 330;
+constexpr int leftMargin = 78;
+constexpr int rightMargin = 78;
+constexpr int topMargin = 40;
+constexpr int bottomMargin = 48;
 
-struct Colour
-{
-    int red;
-    int green;
-    int blue;
-};
 constexpr Colour ink{60, 60, 60};
 constexpr Colour grid{226, 226, 226};
 constexpr Colour foundColour{20, 100, 170};
 constexpr Colour wrong{200, 80, 10};
 constexpr Colour proposed{40, 140, 50};
-
-struct Place
-{
-    double x;
-    double y;
-};
-
-enum class Anchor
-{
-    Start,
-    Middle,
-    End
-};
-
-/// What a chart is drawn with.
-class Drawing
-{
-public:
-    virtual ~Drawing() = default;
-    virtual void Line(const std::vector<Place>& places, Colour colour, double width, bool dashed) = 0;
-    virtual void Dot(Place place, double radius, Colour colour) = 0;
-    virtual void Text(Place place, const std::string& text, Colour colour, Anchor anchor) = 0;
-    virtual void Save(const std::filesystem::path& file) = 0;
-};
-
-std::string Number(double value)
-{
-    char text[32];
-    std::snprintf(text, sizeof text, "%.6g", value);
-    return text;
-}
-
-class SvgDrawing : public Drawing
-{
-public:
-    explicit SvgDrawing(int height)
-    {
-        m_out << "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " << nWidth << ' ' << height
-              << "\" font-family=\"sans-serif\" font-size=\"13\">\n<rect width=\"100%\" height=\"100%\" "
-                 "fill=\"#fff\"/>\n";
-    }
-    void Line(const std::vector<Place>& places, Colour colour, double width, bool dashed) override
-    {
-        m_out << "<polyline fill=\"none\" stroke=\"" << Name(colour) << "\" stroke-width=\"" << Number(width) << '"'
-              << (dashed ? " stroke-dasharray=\"6 4\"" : "") << " points=\"";
-        for (const Place& place : places)
-            m_out << Round(place.x) << ',' << Round(place.y) << ' ';
-        m_out << "\"/>\n";
-    }
-    void Dot(Place place, double radius, Colour colour) override
-    {
-        m_out << "<circle cx=\"" << Round(place.x) << "\" cy=\"" << Round(place.y) << "\" r=\"" << Number(radius)
-              << "\" fill=\"" << Name(colour) << "\"/>\n";
-    }
-    void Text(Place place, const std::string& text, Colour colour, Anchor anchor) override
-    {
-        static constexpr const char* anchors[] = {"start", "middle", "end"};
-        m_out << "<text x=\"" << Round(place.x) << "\" y=\"" << Round(place.y) << "\" fill=\"" << Name(colour)
-              << "\" text-anchor=\"" << anchors[static_cast<int>(anchor)] << "\">";
-        for (const char letter : text)
-            letter == '&' ? m_out << "&amp;" : letter == '<' ? m_out << "&lt;" : m_out << letter;
-        m_out << "</text>\n";
-    }
-    void Save(const std::filesystem::path& file) override { WriteTextFile(file, m_out.str() + "</svg>\n"); }
-
-private:
-    static std::string Name(Colour colour)
-    {
-        char text[8];
-        std::snprintf(text, sizeof text, "#%02x%02x%02x", colour.red, colour.green, colour.blue);
-        return text;
-    }
-    static std::string Round(double value) { return Number(std::round(value * 10.0) / 10.0); }
-
-    std::ostringstream m_out;
-};
-
-class PngDrawing : public Drawing
-{
-public:
-    explicit PngDrawing(int height) : m_picture(height, nWidth, CV_8UC3, cv::Scalar(255, 255, 255)) {}
-    void Line(const std::vector<Place>& places, Colour colour, double width, bool dashed) override
-    {
-        for (std::size_t i = 0; i + 1 < places.size(); ++i)
-        {
-            const cv::Point2d from(places[i].x, places[i].y);
-            const cv::Point2d step = cv::Point2d(places[i + 1].x, places[i + 1].y) - from;
-            const int pieces = dashed ? std::max(1, static_cast<int>(std::hypot(step.x, step.y) / 5.0)) : 1;
-            for (int piece = 0; piece < pieces; piece += 2)
-                cv::line(m_picture, from + step * (static_cast<double>(piece) / pieces),
-                         from + step * (static_cast<double>(piece + 1) / pieces), ToScalar(colour),
-                         static_cast<int>(std::lround(width)), cv::LINE_AA);
-        }
-    }
-    void Dot(Place place, double radius, Colour colour) override
-    {
-        cv::circle(m_picture, cv::Point2d(place.x, place.y), static_cast<int>(std::lround(radius)), ToScalar(colour),
-                   cv::FILLED, cv::LINE_AA);
-    }
-    void Text(Place place, const std::string& text, Colour colour, Anchor anchor) override
-    {
-        int baseline = 0;
-        const cv::Size size = cv::getTextSize(text, cv::FONT_HERSHEY_SIMPLEX, 0.45, 1, &baseline);
-        const double left = anchor == Anchor::Start ? 0.0 : anchor == Anchor::Middle ? size.width / 2.0 : size.width;
-        cv::putText(m_picture, text, cv::Point2d(place.x - left, place.y), cv::FONT_HERSHEY_SIMPLEX, 0.45,
-                    ToScalar(colour), 1, cv::LINE_AA);
-    }
-    void Save(const std::filesystem::path& file) override { SaveImage(file, m_picture, "a writable place"); }
-
-private:
-    static cv::Scalar ToScalar(Colour colour)
-    {
-        return {double(colour.blue), double(colour.green), double(colour.red)};
-    }
-
-    cv::Mat m_picture;
-};
 
 /// A scale of values, even or, for counts over decades, by their logarithm with room for 0.
 class Scale
@@ -203,35 +75,35 @@ class SweepChart
 {
 public:
     SweepChart(Drawing& drawing, int number, Scale x, Scale y, const std::string& title)
-        : m_drawing(drawing), m_base(number * nChartHeight), m_x(x), m_y(y)
+        : m_drawing(drawing), m_base(number * chartHeight), m_x(x), m_y(y)
     {
-        m_drawing.Text({nLeft, m_base + 22.0}, title, ink, Anchor::Start);
+        m_drawing.Text({leftMargin, m_base + 22.0}, title, ink, Anchor::Start);
     }
 
     Place At(double x, double y) const
     {
-        return {nLeft + m_x.At(x) * (nWidth - nLeft - nRight),
-                m_base + nChartHeight - nBottom - m_y.At(y) * (nChartHeight - nTop - nBottom)};
+        return {leftMargin + m_x.At(x) * (plotWidth - leftMargin - rightMargin),
+                m_base + chartHeight - bottomMargin - m_y.At(y) * (chartHeight - topMargin - bottomMargin)};
     }
 
     void DrawGrid(const std::string& xTitle, const std::string& yTitle)
     {
-        const double low = m_base + nChartHeight - nBottom;
-        const double high = m_base + nTop;
+        const double low = m_base + chartHeight - bottomMargin;
+        const double high = m_base + topMargin;
         for (const double tick : m_x.Ticks())
         {
-            const double x = nLeft + m_x.At(tick) * (nWidth - nLeft - nRight);
+            const double x = leftMargin + m_x.At(tick) * (plotWidth - leftMargin - rightMargin);
             m_drawing.Line({{x, low}, {x, high}}, grid, 1.0, false);
-            m_drawing.Text({x, low + 17.0}, Number(tick), ink, Anchor::Middle);
+            m_drawing.Text({x, low + 17.0}, DrawnNumber(tick), ink, Anchor::Middle);
         }
         for (const double tick : m_y.Ticks())
         {
-            const double y = low - m_y.At(tick) * (nChartHeight - nTop - nBottom);
-            m_drawing.Line({{nLeft, y}, {nWidth - nRight, y}}, grid, 1.0, false);
-            m_drawing.Text({nLeft - 8.0, y + 4.0}, Number(tick), ink, Anchor::End);
+            const double y = low - m_y.At(tick) * (chartHeight - topMargin - bottomMargin);
+            m_drawing.Line({{leftMargin, y}, {plotWidth - rightMargin, y}}, grid, 1.0, false);
+            m_drawing.Text({leftMargin - 8.0, y + 4.0}, DrawnNumber(tick), ink, Anchor::End);
         }
-        m_drawing.Text({nWidth / 2.0, low + 37.0}, xTitle, ink, Anchor::Middle);
-        m_drawing.Text({nWidth - nRight + 0.0, m_base + 22.0}, yTitle, ink, Anchor::End);
+        m_drawing.Text({plotWidth / 2.0, low + 37.0}, xTitle, ink, Anchor::Middle);
+        m_drawing.Text({plotWidth - rightMargin + 0.0, m_base + 22.0}, yTitle, ink, Anchor::End);
     }
 
     void Curve(const std::vector<Place>& values, Colour colour)
@@ -247,10 +119,10 @@ public:
     /// A value of the field, as a line from bottom to top, named where the curve, at y there, leaves room.
     void Mark(double x, double y, const std::string& text)
     {
-        const Place foot = {At(x, 0.0).x, m_base + nChartHeight - 1.0 * nBottom};
-        m_drawing.Line({foot, {foot.x, m_base + 1.0 * nTop}}, proposed, 1.0, true);
-        const bool right = foot.x > nWidth * 0.8;
-        const double height = m_y.At(y) > 0.5 ? m_base + nChartHeight - nBottom - 8.0 : m_base + nTop + 12.0;
+        const Place foot = {At(x, 0.0).x, m_base + chartHeight - 1.0 * bottomMargin};
+        m_drawing.Line({foot, {foot.x, m_base + 1.0 * topMargin}}, proposed, 1.0, true);
+        const bool right = foot.x > plotWidth * 0.8;
+        const double height = m_y.At(y) > 0.5 ? m_base + chartHeight - bottomMargin - 8.0 : m_base + topMargin + 12.0;
         m_drawing.Text({foot.x + (right ? -5.0 : 5.0), height}, text, proposed, right ? Anchor::End : Anchor::Start);
     }
 
@@ -335,11 +207,7 @@ void DrawAgainst(Drawing& drawing, const Sweep& sweep, const std::optional<Propo
 void SaveSweepPlot(const std::filesystem::path& file, const Sweep& sweep, const std::optional<Proposal>& proposal)
 {
     const int charts = sweep.hasTruth ? 3 : 1;
-    std::unique_ptr<Drawing> drawing;
-    if (file.extension() == ".svg")
-        drawing = std::make_unique<SvgDrawing>(charts * nChartHeight);
-    else
-        drawing = std::make_unique<PngDrawing>(charts * nChartHeight);
+    const std::unique_ptr<Drawing> drawing = MakeDrawing(file, plotWidth, charts * chartHeight);
     if (sweep.hasTruth)
     {
         DrawAgainst(*drawing, sweep, proposal);
