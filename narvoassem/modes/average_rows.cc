@@ -42,58 +42,51 @@ void AppendPlain(CSumRow<TSum>& row, std::int64_t nTo)
 }
 
 #if HWY_TARGET != HWY_SCALAR
-/// Moves lanes of 32 bits up by a number of lanes, zeros following.
-class CLaneShift
+/// The widest vectors, of up to 64 bytes: as many as the slack of the rows and the bits of a word allow.
+template <typename T>
+using CTag = hn::CappedTag<T, 64 / sizeof(T)>;
+
+/// For each lane the one nStep below, or any where there is none.
+template <class D>
+auto GetLanesBelow(D d, std::uint32_t nStep)
 {
-    using D = hn::ScalableTag<std::uint32_t>;
-    using V = hn::Vec<D>;
+    const auto nLast = static_cast<std::uint32_t>(hn::Lanes(d) - 1);
+    return hn::IndicesFromVec(d, hn::And(hn::Sub(hn::Iota(d, 0), hn::Set(d, nStep)), hn::Set(d, nLast)));
+}
 
-public:
-    explicit CLaneShift(int nStep)
-        : m_indices(hn::IndicesFromVec(D(), hn::And(hn::Sub(hn::Iota(D(), 0), hn::Set(D(), Unsigned(nStep))),
-                                                    hn::Set(D(), Unsigned(hn::MaxLanes(D()) - 1))))),
-          m_mask(hn::RebindMask(
-              D(), hn::Gt(hn::Iota(hn::RebindToSigned<D>(), 0), hn::Set(hn::RebindToSigned<D>(), nStep - 1))))
-    {
-    }
-
-    V Apply(V v) const { return hn::IfThenElseZero(m_mask, hn::TableLookupLanes(v, m_indices)); }
-
-private:
-    template <typename T>
-    static std::uint32_t Unsigned(T n)
-    {
-        return static_cast<std::uint32_t>(n);
-    }
-
-    decltype(hn::IndicesFromVec(D(), hn::Zero(D()))) m_indices;
-    decltype(hn::Eq(hn::Zero(D()), hn::Zero(D()))) m_mask;
-};
+/// Adds the lane nStep below, if there is one, to each lane.
+template <class D, class V, class I>
+HWY_INLINE V AddLanesBelow(D d, V v, std::int32_t nStep, I lanesBelow)
+{
+    const hn::RebindToSigned<D> dSigned;
+    const auto mExists = hn::RebindMask(d, hn::Gt(hn::Iota(dSigned, 0), hn::Set(dSigned, nStep - 1)));
+    return hn::Add(v, hn::IfThenElseZero(mExists, hn::TableLookupLanes(v, lanesBelow)));
+}
 #endif
 
 template <typename TSum>
 void AppendRow(CSumRow<TSum>& row, std::int64_t nTo)
 {
 #if HWY_TARGET != HWY_SCALAR
-    const hn::ScalableTag<std::uint32_t> d;
+    const CTag<std::uint32_t> d;
     const hn::Half<decltype(d)> dHalf;
     const hn::Repartition<std::uint64_t, decltype(d)> dWide;
     const hn::Rebind<std::uint8_t, decltype(d)> dByte;
     [[maybe_unused]] const hn::Rebind<std::uint16_t, decltype(d)> dShort;
-    constexpr std::int64_t nLanes = hn::MaxLanes(d);
+    const auto nLanes = static_cast<std::int64_t>(hn::Lanes(d));
 
     // Non-temporal stores need whole vectors: start where the table is aligned.
     if (row.x == 0)
     {
         const auto nOffset = reinterpret_cast<std::uintptr_t>(row.pTable + 1) / sizeof(std::int64_t);
-        AppendPlain(row, std::min<std::int64_t>(row.nWidth, -nOffset % (nLanes / 2)));
+        AppendPlain(row, std::min<std::int64_t>(row.nWidth, -nOffset % static_cast<std::uintptr_t>(nLanes / 2)));
     }
 
     // The sum over a vector in log steps: lane i takes lane i - nStep, then the total goes to all lanes.
-    const CLaneShift shift1(1);
-    const CLaneShift shift2(2);
-    const CLaneShift shift4(4);
-    const CLaneShift shift8(8);
+    const auto lanesBelow1 = GetLanesBelow(d, 1);
+    const auto lanesBelow2 = GetLanesBelow(d, 2);
+    const auto lanesBelow4 = GetLanesBelow(d, 4);
+    const auto lanesBelow8 = GetLanesBelow(d, 8);
     const auto lastLane = hn::IndicesFromVec(d, hn::Set(d, static_cast<std::uint32_t>(nLanes - 1)));
     auto vSum = hn::Set(d, row.nSum);
     auto vLast = hn::Set(d, row.nLast);
@@ -108,12 +101,12 @@ void AppendRow(CSumRow<TSum>& row, std::int64_t nTo)
     for (; x <= nEnd; x += nLanes)
     {
         auto v = hn::PromoteTo(d, hn::LoadU(dByte, pPixels + x));
-        v = hn::Add(v, shift1.Apply(v));
-        v = hn::Add(v, shift2.Apply(v));
+        v = AddLanesBelow(d, v, 1, lanesBelow1);
+        v = AddLanesBelow(d, v, 2, lanesBelow2);
         if (nLanes > 4)
-            v = hn::Add(v, shift4.Apply(v));
+            v = AddLanesBelow(d, v, 4, lanesBelow4);
         if (nLanes > 8)
-            v = hn::Add(v, shift8.Apply(v));
+            v = AddLanesBelow(d, v, 8, lanesBelow8);
         const auto vPrefix = hn::Add(v, vSum);
         const auto vCells = hn::Add(hn::LoadU(d, pLow + x), vPrefix);
         if (HWY_UNLIKELY(!hn::AllFalse(d, hn::Lt(vCells, vLast))))
@@ -209,9 +202,10 @@ std::uint64_t GetBits(D d, M mask)
 template <class D, class V, class V16>
 V AddPairProducts(D d, V v, V16 vPairs, V16 vWeights)
 {
+    // From zero: NEON adds neighbours in what it has accumulated.
     auto vRest = hn::Zero(d);
-    v = hn::ReorderWidenMulAccumulate(d, vPairs, vWeights, v, vRest);
-    return hn::RearrangeToOddPlusEven(v, vRest);
+    const auto vProducts = hn::ReorderWidenMulAccumulate(d, vPairs, vWeights, hn::Zero(d), vRest);
+    return hn::Add(v, hn::RearrangeToOddPlusEven(vProducts, vRest));
 }
 
 /// Columns nFrom .. nTo - 1 of one run.
@@ -221,12 +215,12 @@ std::int32_t* TestRun(const CAverageRow<TSum>& row, const CWindowRun& back, cons
 {
     using TChange = std::make_signed_t<TSum>;
     constexpr bool bShort = sizeof(TSum) == sizeof(std::uint16_t);
-    const hn::ScalableTag<TSum> dSum;
-    const hn::ScalableTag<TChange> dChange;
-    const hn::ScalableTag<std::int32_t> d;
-    const hn::ScalableTag<std::uint32_t> dUnsigned;
-    constexpr std::int64_t nLanes = hn::MaxLanes(dSum);
-    constexpr std::int64_t nHalf = hn::MaxLanes(d);
+    const CTag<TSum> dSum;
+    const CTag<TChange> dChange;
+    const CTag<std::int32_t> d;
+    const CTag<std::uint32_t> dUnsigned;
+    const auto nLanes = static_cast<std::int64_t>(hn::Lanes(dSum));
+    const auto nHalf = static_cast<std::int64_t>(hn::Lanes(d));
 
     // Copies: the stores below could alias the records.
     const CWindowMove<TSum> backMove{row.back.pEnter + (bBackMoving ? back.nTo : 0),

@@ -66,13 +66,14 @@ int FindBandPixels(const std::uint8_t* pPixels, std::int64_t nCount, int nFirst,
             return 0;
     }
 #else
-    const hn::ScalableTag<std::uint8_t> d;
-    constexpr std::int64_t nLanes = hn::MaxLanes(d);
+    // At most as many lanes as bits of a word.
+    const hn::CappedTag<std::uint8_t, 64> d;
+    const auto nLanes = static_cast<std::int64_t>(hn::Lanes(d));
     const auto vFirst = hn::Set(d, static_cast<std::uint8_t>(nFirst));
     const auto vLast = hn::Set(d, static_cast<std::uint8_t>(nGrays - 1));
-    const auto emit = [&](std::int64_t nAt, std::uint64_t nBits, int nPixels)
+    const auto emit = [&](std::int64_t nAt, std::uint64_t nBits, std::int64_t nPixels)
     {
-        for (int i = 0; i < nPixels; i += 16, nBits >>= 16)
+        for (std::int64_t i = 0; i < nPixels; i += 16, nBits >>= 16)
             if ((nBits & 0xFFFF) != 0 && pHits(pContext, nAt + i, static_cast<std::uint32_t>(nBits & 0xFFFF)) == 0)
                 return 0;
         return 1;

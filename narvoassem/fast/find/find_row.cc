@@ -77,14 +77,12 @@ struct CRunRows
 template <class D>
 struct CRowLanes
 {
-    using V = hn::Vec<D>;
-    V vWeightNear, vWeightFar, vWeightLeft, vWeightRight, vGrayLimit, vBase, vGain, vBase2, vGain2;
+    CLaneValue<D> weightNear, weightFar, weightLeft, weightRight, grayLimit, base, gain, base2, gain2;
 
     CRowLanes(D d, const CFindRow& row)
-        : vWeightNear(hn::Set(d, row.nWeightNear)), vWeightFar(hn::Set(d, row.nWeightFar)),
-          vWeightLeft(hn::Set(d, row.nWeightLeft)), vWeightRight(hn::Set(d, row.nWeightRight)),
-          vGrayLimit(hn::Set(d, row.nGrayLimit)), vBase(hn::Set(d, row.nBase)), vGain(hn::Set(d, row.nGain)),
-          vBase2(hn::Set(d, row.nBase2)), vGain2(hn::Set(d, row.nGain2))
+        : weightNear(d, row.nWeightNear), weightFar(d, row.nWeightFar), weightLeft(d, row.nWeightLeft),
+          weightRight(d, row.nWeightRight), grayLimit(d, row.nGrayLimit), base(d, row.nBase), gain(d, row.nGain),
+          base2(d, row.nBase2), gain2(d, row.nGain2)
     {
     }
 };
@@ -98,15 +96,15 @@ HWY_INLINE hn::Vec<D> LoadReference(D d, const CFindRow& row, const CRowLanes<D>
                            LoadMap(d, row.pColumnFar + x));
     else if constexpr (kTraits.eReference == FindReference::Bilinear)
     {
-        const auto vNear = Interpolate(LoadWide(d, rows.pNear + x), lanes.vWeightLeft, LoadWide(d, rows.pNear + x + 1),
-                                       lanes.vWeightRight);
-        const auto vFar = Interpolate(LoadWide(d, rows.pFar + x), lanes.vWeightLeft, LoadWide(d, rows.pFar + x + 1),
-                                      lanes.vWeightRight);
-        return Interpolate(vNear, lanes.vWeightNear, vFar, lanes.vWeightFar);
+        const auto vNear = Interpolate(LoadWide(d, rows.pNear + x), lanes.weightLeft.Get(),
+                                       LoadWide(d, rows.pNear + x + 1), lanes.weightRight.Get());
+        const auto vFar = Interpolate(LoadWide(d, rows.pFar + x), lanes.weightLeft.Get(),
+                                      LoadWide(d, rows.pFar + x + 1), lanes.weightRight.Get());
+        return Interpolate(vNear, lanes.weightNear.Get(), vFar, lanes.weightFar.Get());
     }
     else
-        return Interpolate(LoadWide(d, rows.pNear + x), lanes.vWeightNear, LoadWide(d, rows.pFar + x),
-                           lanes.vWeightFar);
+        return Interpolate(LoadWide(d, rows.pNear + x), lanes.weightNear.Get(), LoadWide(d, rows.pFar + x),
+                           lanes.weightFar.Get());
 }
 
 template <CFindTraits kTraits, class D>
@@ -114,17 +112,17 @@ HWY_INLINE hn::Vec<D> LoadThreshold(D d, const CRowLanes<D>& lanes, const CRunRo
                                     std::int64_t i)
 {
     if constexpr (kTraits.eThreshold == FindThreshold::Floor)
-        return lanes.vBase;
+        return lanes.base.Get();
     else if constexpr (!kTraits.UsesMaps())
     {
-        const auto vThreshold = FormThreshold(vMax, lanes.vGain, lanes.vBase);
+        const auto vThreshold = FormThreshold(vMax, lanes.gain.Get(), lanes.base.Get());
         if constexpr (kTraits.eThreshold == FindThreshold::Scalar)
             return vThreshold;
         else
         {
             const hn::RebindToSigned<D> di;
             return hn::BitCast(d, hn::Min(hn::BitCast(di, vThreshold),
-                                          hn::BitCast(di, FormThreshold(vMax, lanes.vGain2, lanes.vBase2))));
+                                          hn::BitCast(di, FormThreshold(vMax, lanes.gain2.Get(), lanes.base2.Get()))));
         }
     }
     else
@@ -151,8 +149,8 @@ HWY_INLINE hn::Mask<hn::RebindToSigned<D>> FindBlock(D d, const CFindRow& row, c
     auto vCmp = LoadReference<kTraits>(d, row, lanes, rows, x);
     if constexpr (kTraits.IsLimited())
     {
-        vSrc = hn::Min(vSrc, lanes.vGrayLimit);
-        vCmp = hn::Min(vCmp, lanes.vGrayLimit);
+        vSrc = hn::Min(vSrc, lanes.grayLimit.Get());
+        vCmp = hn::Min(vCmp, lanes.grayLimit.Get());
     }
     return IsHit(d, vSrc, vCmp, LoadThreshold<kTraits>(d, lanes, rows, hn::Max(vSrc, vCmp), i));
 }

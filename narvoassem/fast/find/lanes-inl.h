@@ -21,6 +21,38 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR
 
+/// One value in every lane, as a member of a record: the vector, or the value alone where the size of a vector is not
+/// known at compile time, since no record can hold such a vector.
+template <class D>
+class CLaneValue
+{
+#if HWY_HAVE_SCALABLE
+public:
+    CLaneValue(D /*d*/, hn::TFromD<D> nValue) : m_nValue(nValue)
+    {
+    }
+    HWY_INLINE hn::Vec<D> Get() const
+    {
+        return hn::Set(D(), m_nValue);
+    }
+
+private:
+    hn::TFromD<D> m_nValue;
+#else
+public:
+    HWY_INLINE CLaneValue(D d, hn::TFromD<D> nValue) : m_vValue(hn::Set(d, nValue))
+    {
+    }
+    HWY_INLINE hn::Vec<D> Get() const
+    {
+        return m_vValue;
+    }
+
+private:
+    hn::Vec<D> m_vValue;
+#endif
+};
+
 /// Bytes at p, widened to the lanes of d. Reads as many bytes as d has lanes.
 template <class D>
 HWY_INLINE hn::Vec<D> LoadWide(D d, const std::uint8_t* p)

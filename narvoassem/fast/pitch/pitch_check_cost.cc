@@ -88,7 +88,11 @@ using D = hn::CappedTag<std::int16_t, 16>;
 using V = hn::Vec<D>;
 using D32 = hn::Repartition<std::int32_t, D>;
 using V32 = hn::Vec<D32>;
-constexpr std::int64_t nLanes = hn::MaxLanes(D());
+
+HWY_INLINE std::int64_t GetLanes()
+{
+    return static_cast<std::int64_t>(hn::Lanes(D()));
+}
 
 /// Steps after which 32-bit sums of differences of up to 16320 per lane must be extracted.
 constexpr std::int64_t nStepsLimit = std::int64_t{1} << 15;
@@ -98,75 +102,87 @@ HWY_INLINE V LoadBytes(const std::uint8_t* p)
     return hn::PromoteTo(D(), hn::LoadU(hn::Rebind<std::uint8_t, D>(), p));
 }
 
-/// Sums of |E| above a floor for consecutive fractions, E being given by that of fraction 0 and its step.
-template <int nCount>
-class CDifferenceSums
+/// Adds |E| above a floor, for each lane of 16 bits, to sums of 32 bits.
+HWY_INLINE V32 AddExcess(V32 vSum, V vE, V vFloor)
 {
-public:
-    explicit CDifferenceSums(int nFirst, int nFloor)
-        : m_vFirst(hn::Set(D(), static_cast<std::int16_t>(nFirst))),
-          m_vFloor(hn::Set(D(), static_cast<std::int16_t>(nFloor))), m_vOne(hn::Set(D(), 1))
-    {
-        for (int k = 0; k < nCount; ++k)
-            m_vSum[k] = hn::Zero(D32());
-    }
+    // Neither |E| nor the floor reaches the sign bit.
+    const V vExcess = hn::Max(hn::Sub(hn::Abs(vE), vFloor), hn::Zero(D()));
+    V32 vRest = hn::Zero(D32());
+    vSum = hn::ReorderWidenMulAccumulate(D32(), vExcess, hn::Set(D(), 1), vSum, vRest);
+    return hn::Add(vSum, vRest);
+}
 
-    HWY_INLINE void Add(V vBase, V vStep)
+HWY_INLINE std::int64_t AddLanes(V32 vSum)
+{
+    HWY_ALIGN std::int32_t nLanes[hn::MaxLanes(D32())];
+    hn::Store(vSum, D32(), nLanes);
+    std::int64_t nSum = 0;
+    for (std::size_t i = 0; i < hn::Lanes(D32()); ++i)
+        nSum += nLanes[i];
+    return nSum;
+}
+
+/// Adds the columns nFrom .. nTo - 1, up to nStepsLimit vectors, to the costs of nCount consecutive fractions. For a
+/// vector of columns, differ(x, vE, vStep) gives E at fraction 0 and its step from one fraction to the next.
+template <int nCount, class TDiffer>
+HWY_INLINE void AddColumns(std::int64_t nFrom, std::int64_t nTo, int nFirst, int nFloor, std::int64_t* pCosts,
+                           const TDiffer& differ)
+{
+    static_assert(nCount <= nGroup && nGroup == 4);
+    const V vFirst = hn::Set(D(), static_cast<std::int16_t>(nFirst));
+    const V vFloor = hn::Set(D(), static_cast<std::int16_t>(nFloor));
+    V32 vSum0 = hn::Zero(D32());
+    V32 vSum1 = hn::Zero(D32());
+    V32 vSum2 = hn::Zero(D32());
+    V32 vSum3 = hn::Zero(D32());
+    for (std::int64_t x = nFrom; x < nTo; x += GetLanes())
     {
-        const auto vZero = hn::Zero(D());
-        V vE = hn::Add(vBase, hn::Mul(vStep, m_vFirst));
-        for (int k = 0; k < nCount; ++k)
+        V vE = hn::Zero(D());
+        V vStep = hn::Zero(D());
+        differ(x, vE, vStep);
+        vE = hn::Add(vE, hn::Mul(vStep, vFirst));
+        vSum0 = AddExcess(vSum0, vE, vFloor);
+        if constexpr (nCount > 1)
         {
-            // Neither |E| nor the floor reaches the sign bit.
-            const V vExcess = hn::Max(hn::Sub(hn::Abs(vE), m_vFloor), vZero);
-            V32 vRest = hn::Zero(D32());
-            m_vSum[k] = hn::ReorderWidenMulAccumulate(D32(), vExcess, m_vOne, m_vSum[k], vRest);
-            m_vSum[k] = hn::Add(m_vSum[k], vRest);
             vE = hn::Add(vE, vStep);
+            vSum1 = AddExcess(vSum1, vE, vFloor);
         }
-    }
-
-    /// Extracts the sums.
-    void Flush(std::int64_t* pCosts)
-    {
-        for (int k = 0; k < nCount; ++k)
+        if constexpr (nCount > 2)
         {
-            HWY_ALIGN std::int32_t nSum[hn::MaxLanes(D32())];
-            hn::Store(m_vSum[k], D32(), nSum);
-            for (const std::int32_t n : nSum)
-                pCosts[k] += n;
-            m_vSum[k] = hn::Zero(D32());
+            vE = hn::Add(vE, vStep);
+            vSum2 = AddExcess(vSum2, vE, vFloor);
         }
+        if constexpr (nCount > 3)
+            vSum3 = AddExcess(vSum3, hn::Add(vE, vStep), vFloor);
     }
-
-private:
-    V m_vFirst;
-    V m_vFloor;
-    V m_vOne;
-    V32 m_vSum[nCount];
-};
+    pCosts[0] += AddLanes(vSum0);
+    if constexpr (nCount > 1)
+        pCosts[1] += AddLanes(vSum1);
+    if constexpr (nCount > 2)
+        pCosts[2] += AddLanes(vSum2);
+    if constexpr (nCount > 3)
+        pCosts[3] += AddLanes(vSum3);
+}
 
 template <int nCount>
 void SumLines(const CPitchLines& lines, std::int64_t nWhole, int nFirst, int nFloor, std::int64_t* pCosts)
 {
     const std::int64_t s = lines.nAlong;
-    CDifferenceSums<nCount> sums(nFirst, nFloor);
+    const std::int64_t nLimit = nStepsLimit * GetLanes();
     for (std::int64_t y = 0; y < lines.nRows; ++y)
     {
         const std::uint8_t* p = lines.pFirst + y * lines.nStride;
         const std::uint8_t* q = lines.pFirst + (y * lines.nStride + nWhole * s);
-        for (std::int64_t x = 0; x < lines.nColumns;)
-        {
-            const std::int64_t nEnd = std::min(x + nStepsLimit * nLanes, lines.nColumns);
-            for (; x < nEnd; x += nLanes)
-            {
-                const V vNear = LoadBytes(q + x);
-                const V vPlain = hn::Add(LoadBytes(p + x), LoadBytes(p + x + s));
-                const V vShifted = hn::Add(vNear, LoadBytes(q + x + s));
-                sums.Add(hn::ShiftLeft<4>(hn::Sub(vPlain, vShifted)), hn::Sub(vNear, LoadBytes(q + x + 2 * s)));
-            }
-            sums.Flush(pCosts);
-        }
+        for (std::int64_t x = 0; x < lines.nColumns; x += nLimit)
+            AddColumns<nCount>(x, std::min(x + nLimit, lines.nColumns), nFirst, nFloor, pCosts,
+                               [&](std::int64_t i, V& vE, V& vStep) HWY_ATTR
+                               {
+                                   const V vNear = LoadBytes(q + i);
+                                   const V vPlain = hn::Add(LoadBytes(p + i), LoadBytes(p + i + s));
+                                   const V vShifted = hn::Add(vNear, LoadBytes(q + i + s));
+                                   vE = hn::ShiftLeft<4>(hn::Sub(vPlain, vShifted));
+                                   vStep = hn::Sub(vNear, LoadBytes(q + i + 2 * s));
+                               });
     }
 }
 
@@ -175,19 +191,17 @@ void SumBoxes(const std::int16_t* pPlain, const std::int16_t* pShifted, std::int
               std::int64_t* pCosts)
 {
     const D d;
-    CDifferenceSums<nCount> sums(nFirst, 0);
-    for (std::int64_t i = 0; i < nRows * 16;)
-    {
-        const std::int64_t nEnd = std::min(i + nStepsLimit * nLanes, nRows * 16);
-        for (; i < nEnd; i += nLanes)
-        {
-            const V vNear = hn::LoadU(d, pShifted + i);
-            const V vPlain = hn::Add(hn::LoadU(d, pPlain + i), hn::LoadU(d, pPlain + i + 16));
-            const V vShifted = hn::Add(vNear, hn::LoadU(d, pShifted + i + 16));
-            sums.Add(hn::ShiftLeft<4>(hn::Sub(vPlain, vShifted)), hn::Sub(vNear, hn::LoadU(d, pShifted + i + 32)));
-        }
-        sums.Flush(pCosts);
-    }
+    const std::int64_t nLimit = nStepsLimit * GetLanes();
+    for (std::int64_t n = 0; n < nRows * 16; n += nLimit)
+        AddColumns<nCount>(n, std::min(n + nLimit, nRows * 16), nFirst, 0, pCosts,
+                           [&](std::int64_t i, V& vE, V& vStep) HWY_ATTR
+                           {
+                               const V vNear = hn::LoadU(d, pShifted + i);
+                               const V vPlain = hn::Add(hn::LoadU(d, pPlain + i), hn::LoadU(d, pPlain + i + 16));
+                               const V vShifted = hn::Add(vNear, hn::LoadU(d, pShifted + i + 16));
+                               vE = hn::ShiftLeft<4>(hn::Sub(vPlain, vShifted));
+                               vStep = hn::Sub(vNear, hn::LoadU(d, pShifted + i + 32));
+                           });
 }
 
 /// Calls sum(count constant, first fraction, costs) for groups of candidates.
@@ -231,7 +245,7 @@ void FillBoxStrip(const std::uint8_t* pSource, const std::uint8_t* pDisplaced, s
     const V vFar = hn::Set(d, static_cast<std::int16_t>(nFraction));
     const V vNear = hn::Set(d, static_cast<std::int16_t>(16 - nFraction));
     for (std::int64_t y = 0; y < nRows; ++y, pPlain += 16, pShifted += 16)
-        for (std::int64_t x = 0; x < 16; x += nLanes)
+        for (std::int64_t x = 0; x < 16; x += GetLanes())
         {
             const std::uint8_t* p = pSource + (y * nStride + x);
             const std::uint8_t* q = pDisplaced + (y * nStride + x);
