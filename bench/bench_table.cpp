@@ -12,6 +12,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "measure/level_choice.h"
+
 namespace bench
 {
 
@@ -98,7 +100,9 @@ void CTable::WriteMarkdown(std::ostream& out, const std::string& strCommand) con
                 << " | " << Target(line) << " | " << Verdict(line) << " |\n";
 
     // Rates of one case at several levels make one row.
-    const std::vector<std::string> columns = {"plain kernel", "SSSE3", "SSE4", "AVX2", "AVX-512"};
+    std::vector<std::string> columns = {"plain kernel"};
+    for (const measure::SLevel& level : measure::Levels())
+        columns.push_back(level.pName);
     std::vector<std::pair<std::string, std::map<std::string, std::string>>> rows;
     std::ostringstream others;
     for (const SLine& line : m_lines)
@@ -122,7 +126,10 @@ void CTable::WriteMarkdown(std::ostream& out, const std::string& strCommand) con
         out << "\nRates in GPix/s:\n\n| case |";
         for (const std::string& strColumn : columns)
             out << ' ' << strColumn << " |";
-        out << "\n|---|---:|---:|---:|---:|---:|\n";
+        out << "\n|---|";
+        for (std::size_t i = 0; i < columns.size(); ++i)
+            out << "---:|";
+        out << '\n';
         for (const auto& [strRow, values] : rows)
         {
             out << "| " << strRow << " |";

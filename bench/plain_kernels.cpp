@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-// See plain_kernels.h. Compiled for SSE4.1.
+// See plain_kernels.h. Compiled for SSE4.1 on x86.
 #include "bench/plain_kernels.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
-#include <smmintrin.h>
+#include "bench/eight_words.h"
 
 namespace bench
 {
@@ -59,38 +59,28 @@ int ReadSkip(const char* pRecord)
     return nSkip;
 }
 
-__m128i Widen(const std::uint8_t* pPixels)
-{
-    return _mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(pPixels)));
-}
-
-__m128i Load(const short* pValues)
-{
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(pValues));
-}
-
 /// (near * weight16 + far * weight) >> 4 on 16-bit lanes.
-__m128i Blend(__m128i near, __m128i nearWeight, __m128i far, __m128i farWeight)
+Words Blend(Words near, Words nearWeight, Words far, Words farWeight)
 {
-    return _mm_srli_epi16(_mm_add_epi16(_mm_mullo_epi16(near, nearWeight), _mm_mullo_epi16(far, farWeight)), 4);
+    return ShiftRightUnsigned<4>(AddWords(MulWords(near, nearWeight), MulWords(far, farWeight)));
 }
 
 /// Lanes of one compared group, as stored at a hit.
 struct SGroup
 {
-    __m128i a, b, threshold, difference, magnitude;
+    Words a, b, threshold, difference, magnitude;
     int nMask; ///< two bits per lane
 };
 
-SGroup Judge(__m128i a, __m128i b, __m128i threshold)
+SGroup Judge(Words a, Words b, Words threshold)
 {
     SGroup group;
     group.a = a;
     group.b = b;
     group.threshold = threshold;
-    group.difference = _mm_subs_epi16(a, b);
-    group.magnitude = _mm_abs_epi16(group.difference);
-    group.nMask = _mm_movemask_epi8(_mm_cmpgt_epi16(group.magnitude, threshold));
+    group.difference = SubSaturated(a, b);
+    group.magnitude = AbsWords(group.difference);
+    group.nMask = MaskBits(IsGreater(group.magnitude, threshold));
     return group;
 }
 
@@ -99,18 +89,15 @@ constexpr short nNoZones[nGroup] = {};
 /// One threshold set in all lanes.
 struct SFlatThreshold
 {
-    __m128i base, gain;
+    Words base, gain;
 
-    explicit SFlatThreshold(const SThresholdSet& set)
-        : base(_mm_set1_epi16(static_cast<short>(set.nBase))), gain(_mm_set1_epi16(static_cast<short>(set.nGain)))
-    {
-    }
-    __m128i Of(__m128i larger) const { return _mm_add_epi16(_mm_srli_epi16(_mm_mullo_epi16(larger, gain), 8), base); }
+    explicit SFlatThreshold(const SThresholdSet& set) : base(SetAll(set.nBase)), gain(SetAll(set.nGain)) {}
+    Words Of(Words larger) const { return AddWords(ShiftRightUnsigned<8>(MulWords(larger, gain)), base); }
 };
 
-__m128i MapThreshold(__m128i larger, const short* pGain, const short* pOffset)
+Words MapThreshold(Words larger, const short* pGain, const short* pOffset)
 {
-    return _mm_add_epi16(_mm_srli_epi16(_mm_mullo_epi16(larger, Load(pGain)), 8), Load(pOffset));
+    return AddWords(ShiftRightUnsigned<8>(MulWords(larger, LoadWords(pGain))), LoadWords(pOffset));
 }
 
 struct SLaneValues
@@ -119,11 +106,11 @@ struct SLaneValues
 
     explicit SLaneValues(const SGroup& group)
     {
-        _mm_store_si128(reinterpret_cast<__m128i*>(a), group.a);
-        _mm_store_si128(reinterpret_cast<__m128i*>(b), group.b);
-        _mm_store_si128(reinterpret_cast<__m128i*>(threshold), group.threshold);
-        _mm_store_si128(reinterpret_cast<__m128i*>(difference), group.difference);
-        _mm_store_si128(reinterpret_cast<__m128i*>(magnitude), group.magnitude);
+        StoreWords(a, group.a);
+        StoreWords(b, group.b);
+        StoreWords(threshold, group.threshold);
+        StoreWords(difference, group.difference);
+        StoreWords(magnitude, group.magnitude);
     }
 };
 
@@ -194,9 +181,9 @@ int PlainStrips(SKernelCall& call)
     std::vector<std::ptrdiff_t> places(tOptions.bClassId ? hits.x.size() : 0);
     const SFlatThreshold flat(flatFirst);
     const SFlatThreshold flatDark(flatSecond);
-    const __m128i limit = _mm_set1_epi16(static_cast<short>(call.nGrayLimit));
-    const __m128i shiftFar = _mm_set1_epi16(static_cast<short>(nShift));
-    const __m128i shiftNear = _mm_set1_epi16(static_cast<short>(16 - nShift));
+    const Words limit = SetAll(call.nGrayLimit);
+    const Words shiftFar = SetAll(nShift);
+    const Words shiftNear = SetAll(16 - nShift);
     short* const pBuffer = call.pStripBuffer->data();
     CDefectPair* const pPairs = call.pPairs->data();
     const auto nPairSize = static_cast<int>(call.pPairs->size());
@@ -211,13 +198,12 @@ int PlainStrips(SKernelCall& call)
                 for (int nHalf = 0; nHalf < nStrip; nHalf += nGroup)
                 {
                     const std::uint8_t* pRow = pImage + y * nStride + x + nHalf;
-                    __m128i value = Widen(pRow);
+                    Words value = WidenBytes(pRow);
                     if constexpr (tOptions.bMean2by2)
-                        value = _mm_srli_epi16(
-                            _mm_add_epi16(_mm_add_epi16(value, Widen(pRow + 1)),
-                                          _mm_add_epi16(Widen(pRow + nStride), Widen(pRow + nStride + 1))),
-                            2);
-                    _mm_storeu_si128(reinterpret_cast<__m128i*>(pBuffer + (y - nTop) * nStrip + nHalf), value);
+                        value = ShiftRightUnsigned<2>(
+                            AddWords(AddWords(value, WidenBytes(pRow + 1)),
+                                     AddWords(WidenBytes(pRow + nStride), WidenBytes(pRow + nStride + 1))));
+                    StoreWords(pBuffer + (y - nTop) * nStrip + nHalf, value);
                 }
         }
         if (!tOptions.bFlat && x >= nCellRight)
@@ -261,64 +247,64 @@ int PlainStrips(SKernelCall& call)
                 }
             if (tOptions.bFlagged && bSkip)
                 continue;
-            const __m128i farWeight = _mm_set1_epi16(static_cast<short>(nFraction));
-            const __m128i nearWeight = _mm_set1_epi16(static_cast<short>(16 - nFraction));
+            const Words farWeight = SetAll(nFraction);
+            const Words nearWeight = SetAll(16 - nFraction);
             for (int nHalf = 0; nHalf < nStrip; nHalf += nGroup)
             {
-                __m128i source;
-                __m128i near;
-                __m128i far;
+                Words source;
+                Words near;
+                Words far;
                 if constexpr (tOptions.bDirect)
                 {
                     const std::uint8_t* pRow = pImage + y * nStride + x + nHalf;
                     const std::uint8_t* pFar = pRow + nWhole * nStride;
-                    source = Widen(pRow);
-                    near = Widen(pFar);
-                    far = Widen(pFar + nStride);
+                    source = WidenBytes(pRow);
+                    near = WidenBytes(pFar);
+                    far = WidenBytes(pFar + nStride);
                     if constexpr (tOptions.bBilinear)
                     {
-                        near = Blend(near, shiftNear, Widen(pFar + 1), shiftFar);
-                        far = Blend(far, shiftNear, Widen(pFar + nStride + 1), shiftFar);
+                        near = Blend(near, shiftNear, WidenBytes(pFar + 1), shiftFar);
+                        far = Blend(far, shiftNear, WidenBytes(pFar + nStride + 1), shiftFar);
                     }
                 }
                 else
                 {
                     const short* pRow = pBuffer + (y - nTop) * nStrip + nHalf;
-                    source = Load(pRow);
-                    near = Load(pRow + nWhole * nStrip);
-                    far = Load(pRow + (nWhole + 1) * nStrip);
+                    source = LoadWords(pRow);
+                    near = LoadWords(pRow + nWhole * nStrip);
+                    far = LoadWords(pRow + (nWhole + 1) * nStrip);
                 }
-                const __m128i reference = Blend(near, nearWeight, far, farWeight);
+                const Words reference = Blend(near, nearWeight, far, farWeight);
                 const std::ptrdiff_t nAt = nPlace + nHalf;
-                __m128i a = source;
-                __m128i b = reference;
-                __m128i threshold;
+                Words a = source;
+                Words b = reference;
+                Words threshold;
                 if constexpr (tOptions.bKnee)
                 {
-                    const __m128i larger = _mm_max_epi16(a, b);
-                    const __m128i upper = _mm_cmpgt_epi16(larger, Load(scene.kneeMap.data() + nAt));
-                    const __m128i thresholdLow =
+                    const Words larger = MaxSigned(a, b);
+                    const Words upper = IsGreater(larger, LoadWords(scene.kneeMap.data() + nAt));
+                    const Words thresholdLow =
                         MapThreshold(larger, scene.gainMap.data() + nAt, scene.offsetMap.data() + nAt);
-                    const __m128i thresholdHigh =
+                    const Words thresholdHigh =
                         MapThreshold(larger, scene.gainMap2.data() + nAt, scene.offsetMap2.data() + nAt);
-                    threshold = _mm_blendv_epi8(thresholdLow, thresholdHigh, upper);
+                    threshold = Select(upper, thresholdHigh, thresholdLow);
                 }
                 else
                 {
-                    a = _mm_min_epu16(a, limit);
-                    b = _mm_min_epu16(b, limit);
+                    a = MinUnsigned(a, limit);
+                    b = MinUnsigned(b, limit);
                     if constexpr (tOptions.bFlat)
                     {
-                        const __m128i larger = _mm_max_epu16(a, b);
+                        const Words larger = MaxUnsigned(a, b);
                         threshold = flat.Of(larger);
                         if constexpr (tOptions.bTwoSets)
-                            threshold = _mm_min_epi16(threshold, flatDark.Of(larger));
+                            threshold = MinSigned(threshold, flatDark.Of(larger));
                     }
                     else if constexpr (bMapThreshold)
                         threshold =
-                            MapThreshold(_mm_max_epu16(a, b), scene.gainMap.data() + nAt, scene.offsetMap.data() + nAt);
+                            MapThreshold(MaxUnsigned(a, b), scene.gainMap.data() + nAt, scene.offsetMap.data() + nAt);
                     else
-                        threshold = _mm_set1_epi16(static_cast<short>(nZoneLow));
+                        threshold = SetAll(nZoneLow);
                 }
                 const SGroup group = Judge(a, b, threshold);
                 if (group.nMask != 0)
@@ -436,7 +422,7 @@ int PlainRows(SKernelCall& call)
     std::int64_t nCellBottom = first.y0 + scene.nCellHeight;
 
     const SFlatThreshold flat(flatFirst);
-    const __m128i limit = _mm_set1_epi16(static_cast<short>(call.nGrayLimit));
+    const Words limit = SetAll(call.nGrayLimit);
     CDefectPair* const pPairs = call.pPairs->data();
     const auto nPairSize = static_cast<int>(call.pPairs->size());
     int nPairs = 0;
@@ -469,23 +455,23 @@ int PlainRows(SKernelCall& call)
                 nPlace = (y - cell.y0) * scene.nMapStride - cell.x0;
             }
             std::int64_t nReach = nWhole;
-            __m128i nearWeight = _mm_set1_epi16(static_cast<short>(16 - (nPitch16 & 15)));
-            __m128i farWeight = _mm_set1_epi16(static_cast<short>(nPitch16 & 15));
+            Words nearWeight = SetAll(16 - (nPitch16 & 15));
+            Words farWeight = SetAll(nPitch16 & 15);
             if constexpr (tOptions.bColumnTable)
             {
                 nReach = scene.convPitchTable[static_cast<std::size_t>(x) & ~std::size_t{15}];
-                nearWeight = Load(scene.weightNear.data() + (x >> 4) * 16);
-                farWeight = Load(scene.weightFar.data() + (x >> 4) * 16);
+                nearWeight = LoadWords(scene.weightNear.data() + (x >> 4) * 16);
+                farWeight = LoadWords(scene.weightFar.data() + (x >> 4) * 16);
             }
             for (int nHalf = 0; nHalf < nStrip; nHalf += nGroup)
             {
                 const std::int64_t nX = x + nHalf;
-                const __m128i a = _mm_min_epu16(Widen(pPixels + nX), limit);
-                const __m128i b = _mm_min_epu16(
-                    Blend(Widen(pPixels + nX + nReach), nearWeight, Widen(pPixels + nX + nReach + 1), farWeight),
-                    limit);
+                const Words a = MinUnsigned(WidenBytes(pPixels + nX), limit);
+                const Words b = MinUnsigned(Blend(WidenBytes(pPixels + nX + nReach), nearWeight,
+                                                  WidenBytes(pPixels + nX + nReach + 1), farWeight),
+                                            limit);
                 const std::ptrdiff_t nAt = nPlace + nX;
-                const __m128i larger = _mm_max_epu16(a, b);
+                const Words larger = MaxUnsigned(a, b);
                 const SGroup group = Judge(
                     a, b,
                     tOptions.bFlat ? flat.Of(larger)

@@ -278,8 +278,7 @@ int main(int argc, char** argv)
     app.add_option("--first", options.range.nFirst, "number of the first case")->capture_default_str();
     app.add_option("--case", options.nSingle, "replay this case and print its parameters and results");
     app.add_option("--most", options.nMost, "pairs and blobs that a replay prints")->capture_default_str();
-    app.add_option("--level", options.strLevel,
-                   "vector level, as AVX3, AVX2, SSE4 or SSSE3, or as --levels lists them; default: the best");
+    app.add_option("--level", options.strLevel, "vector level, one of those that --levels lists; default: the best");
     app.add_option("--split", options.strSplit, "band split of wide regions")
         ->capture_default_str()
         ->check(CLI::IsMember({"on", "off"}));

@@ -114,16 +114,16 @@ TEST(NarvoSpecialFiles, OutputsMayBeStreamsButResultsOfManyImagesMayNot)
 {
     const TestFolder folder;
     PrepareSpecialFiles(folder);
-    EXPECT_EQ(RunLine(folder, "narvo bench panel.png -r panel.recipe.json --seconds 0.01 --lanes 1 --level SSE4 "
-                              "--json /dev/null")
+    EXPECT_EQ(RunLine(folder, "narvo bench panel.png -r panel.recipe.json --seconds 0.01 --lanes 1 --json "
+                              "/dev/null")
                   .code,
               0);
     const Outcome through = RunLine(folder, "narvo bench panel.png -r panel.recipe.json --seconds 0.01 --lanes 1 "
-                                            "--level SSE4 --json >(cat > figures.json) > table.txt; wait $!");
+                                            "--json >(cat > figures.json) > table.txt; wait $!");
     EXPECT_EQ(through.code, 0) << through.error;
     EXPECT_EQ(json::parse(ReadText(folder / "figures.json"))["version"], 1);
     const Outcome unread = RunLine(folder, "narvo bench panel.png -r panel.recipe.json --seconds 0.01 --lanes 1 "
-                                           "--level SSE4 --json fifo");
+                                           "--json fifo");
     EXPECT_EQ(unread.code, 3);
     EXPECT_THAT(unread.error, HasSubstr("file fifo: cannot be written: "));
     ASSERT_EQ(mkfifo((folder / "results.jsonl").c_str(), 0666), 0);

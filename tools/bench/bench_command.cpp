@@ -318,7 +318,7 @@ void AddBenchCommand(CLI::App& app, Action& action)
         ->check(CLI::Range(1, 256));
     command
         ->add_option("--level", options->levels,
-                     "vector levels, SSSE3, SSE4, AVX2 or AVX-512 (default: all that this machine has)")
+                     "vector levels by name, as AVX2 or NEON (default: all that this machine has)")
         ->delimiter(',');
     command->add_option("--seconds", options->seconds, "time for each line of the table, 0.01 to 600 s")
         ->check(RealRange(0.01, 600.0, "seconds"))
