@@ -4,11 +4,13 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "narvoassem/fast/bound/column_reference.h"
 #include "narvoassem/fast/bound/least_offsets.h"
 #include "narvoassem/fast/bound/list_candidates.h"
 #include "narvoassem/fast/find/compare_pixel.h"
@@ -20,16 +22,20 @@ namespace narvo::test
 namespace
 {
 
+using engine::BoundShape;
 using engine::CBoundRows;
+using engine::CFindRow;
 using engine::CMarkedWord;
+using engine::CStripRun;
+using engine::FormColumnReference;
 using engine::FormThreshold;
+using engine::GreatestError;
 using engine::Interpolate;
 using engine::kBoundRows;
 using engine::kGreatestBase;
-using engine::kLeastBilinearLimit;
-using engine::kLeastLinearLimit;
 using engine::ListCandidates;
 using engine::LowerToLeastOffsets;
+using engine::PairColumnWeights;
 
 constexpr int nGreys = 256;
 constexpr int nWords = nGreys / 64;
@@ -56,8 +62,8 @@ CGreySet Beyond(int nReference, int nLimit)
     return set;
 }
 
-/// Rows over all source greys, whose references are near, far, near, far, near. Along each row the references of a
-/// bilinear comparison alternate between two bytes.
+/// Rows over all source greys, whose references are near, far, near, far, near. Along each row the references may
+/// alternate between two bytes.
 class CBytePairs
 {
 public:
@@ -87,8 +93,9 @@ public:
             m_reference[1][i] = static_cast<std::uint8_t>(i % 2 == 0 ? nFarEven : nFarOdd);
         }
     }
-    void List(int nFraction, int nLimit, int nRows, int nRight = 0)
+    void List(int nFraction, int nLimit, int nRows, BoundShape eShape = BoundShape::Rows, int nRight = 0)
     {
+        m_rows.eShape = eShape;
         m_limit.fill(static_cast<std::uint8_t>(nLimit));
         m_rows.nFraction = nFraction;
         m_rows.nRight = nRight;
@@ -186,9 +193,9 @@ TEST(Bound, MissesNoHitOfBilinearReferences)
             pairs.SetReference(aGrey[0], aGrey[1], aGrey[2], aGrey[3]);
             const int nFraction = random.Int(0, 15);
             const int nRight = random.Int(1, 15);
-            const int nLimit = random.Int(kLeastBilinearLimit, random.Pick({3, 24, 255}));
+            const int nLimit = random.Int(GreatestError(BoundShape::Bilinear), random.Pick({3, 24, 255}));
             const int nRows = random.OneIn(8) ? 1 : kBoundRows;
-            pairs.List(nFraction, nLimit, nRows, nRight);
+            pairs.List(nFraction, nLimit, nRows, BoundShape::Bilinear, nRight);
             for (int nRow = 0; nRow < std::min(nRows, 2); nRow++)
                 for (int nOdd = 0; nOdd < 2; nOdd++)
                 {
@@ -200,6 +207,170 @@ TEST(Bound, MissesNoHitOfBilinearReferences)
                         << ", limit " << nLimit << ", row " << nRow << ", odd " << nOdd;
                 }
         }
+    }
+}
+
+/// The chain is that of rows; what differs is where near and far lie.
+TEST(Bound, MissesNoHitOfReferencesAlongTheRow)
+{
+    CForcedLevel forced(VectorLevels().front());
+    for (const std::int64_t nLevel : VectorLevels())
+    {
+        forced.Change(nLevel);
+        CRandom random(8);
+        CBytePairs pairs;
+        for (int nCase = 0; nCase < 60000; nCase++)
+        {
+            const int aGrey[2] = {random.Int(0, 255), random.Int(0, 255)};
+            // Rows with an even number begin with the first grey, the others with the second.
+            pairs.SetReference(aGrey[0], aGrey[1], aGrey[1], aGrey[0]);
+            const int nFraction = random.Int(0, 15);
+            const int nLimit = random.Int(1, random.Pick({3, 24, 255}));
+            pairs.List(nFraction, nLimit, kBoundRows, BoundShape::Columns);
+            for (int nRow = 0; nRow < kBoundRows; nRow++)
+                for (int nOdd = 0; nOdd < 2; nOdd++)
+                {
+                    const int nNear = aGrey[(nRow + nOdd) % 2];
+                    const int nFar = aGrey[(nRow + nOdd + 1) % 2];
+                    ASSERT_TRUE(AreBetween(pairs.Candidates(nRow), Weigh(nNear, nFar, nFraction), nLimit, 1,
+                                           nEvenColumns << nOdd))
+                        << LevelName(nLevel) << ", case " << nCase << ": fraction " << nFraction << ", limit " << nLimit
+                        << ", row " << nRow << ", odd " << nOdd;
+                }
+        }
+    }
+}
+
+/// Two rounded averages of two, and their rounded average, over all sums that four bytes have.
+TEST(Bound, RoundedAveragesOfAMeanAreItOrOneMore)
+{
+    const auto average = [](int a, int b) { return (a + b + 1) / 2; };
+    for (int nFirst = 0; nFirst <= 2 * 255; nFirst++)
+        for (int nSecond = 0; nSecond <= 2 * 255; nSecond++)
+        {
+            const int nExcess = average((nFirst + 1) / 2, (nSecond + 1) / 2) - (nFirst + nSecond) / 4;
+            ASSERT_TRUE(nExcess == 0 || nExcess == 1) << nFirst << ", " << nSecond;
+        }
+}
+
+/// Rows of few greys, whose means take all remainders; limits are those of some differences, or next to them.
+TEST(Bound, MissesNoHitOfMeans)
+{
+    CForcedLevel forced(VectorLevels().front());
+    for (const std::int64_t nLevel : VectorLevels())
+    {
+        forced.Change(nLevel);
+        CRandom random(9);
+        constexpr int nColumns = 96;
+        for (int nCase = 0; nCase < 6000; nCase++)
+        {
+            const int nGrey = random.Pick({0, 252, random.Int(0, 252)});
+            const int nRise = random.Pick({0, 1, 20, random.Int(0, 252)});
+            const int nFraction = random.Int(0, 15);
+            std::uint8_t aaSource[kBoundRows + 1][nColumns + 1];
+            std::uint8_t aaReference[kBoundRows + 2][nColumns + 1];
+            for (auto& row : aaSource)
+                for (std::uint8_t& nPixel : row)
+                    nPixel = static_cast<std::uint8_t>(nGrey + random.Int(0, 3));
+            for (auto& row : aaReference)
+                for (std::uint8_t& nPixel : row)
+                    nPixel = static_cast<std::uint8_t>(std::abs(nGrey - nRise) % 253 + random.Int(0, 3));
+            const auto mean = [](const auto& rows, int nRow, int x)
+            { return (rows[nRow][x] + rows[nRow][x + 1] + rows[nRow + 1][x] + rows[nRow + 1][x + 1]) / 4; };
+            const auto difference = [&](int nRow, int x) {
+                return mean(aaSource, nRow, x) -
+                       Weigh(mean(aaReference, nRow, x), mean(aaReference, nRow + 1, x), nFraction);
+            };
+            const int nLimit =
+                std::clamp(std::abs(difference(random.Int(0, 3), random.Int(0, nColumns - 1))) + random.Int(-2, 1),
+                           int{GreatestError(BoundShape::Means)}, 255);
+
+            CBoundRows rows;
+            std::array<std::uint8_t, nColumns> aLimit;
+            aLimit.fill(static_cast<std::uint8_t>(nLimit));
+            std::array<CMarkedWord, nColumns / 64 + 1> aWords[kBoundRows];
+            rows.eShape = BoundShape::Means;
+            rows.nRows = kBoundRows;
+            rows.nColumns = nColumns;
+            rows.pLimit = aLimit.data();
+            rows.nFraction = nFraction;
+            rows.nCredit = std::numeric_limits<std::int64_t>::max();
+            for (int nRow = 0; nRow < kBoundRows + 2; nRow++)
+                rows.pReference[nRow] = aaReference[nRow];
+            for (int nRow = 0; nRow < kBoundRows + 1; nRow++)
+                rows.pSource[nRow] = aaSource[nRow];
+            for (int nRow = 0; nRow < kBoundRows; nRow++)
+                rows.pWords[nRow] = aWords[nRow].data();
+            ASSERT_TRUE(ListCandidates(rows));
+            for (int nRow = 0; nRow < kBoundRows; nRow++)
+            {
+                std::array<bool, nColumns> aListed = {};
+                for (std::size_t n = 0; n < rows.nWords[nRow]; n++)
+                    for (int nBit = 0; nBit < 64; nBit++)
+                        if ((aWords[nRow][n].nBits >> nBit & 1) != 0)
+                            aListed[static_cast<std::size_t>(aWords[nRow][n].nGroup * 8 + nBit)] = true;
+                for (int x = 0; x < nColumns; x++)
+                {
+                    const int nBeyond = std::abs(difference(nRow, x)) - nLimit;
+                    ASSERT_TRUE(aListed[static_cast<std::size_t>(x)] ? nBeyond > -3 : nBeyond <= 0)
+                        << LevelName(nLevel) << ", case " << nCase << ": fraction " << nFraction << ", limit " << nLimit
+                        << ", row " << nRow << ", column " << x << ", difference " << difference(nRow, x);
+                }
+            }
+        }
+    }
+}
+
+TEST(Bound, FormsReferencesOfAnyColumnWeights)
+{
+    CForcedLevel forced(VectorLevels().front());
+    CRandom random(10);
+    for (int nCase = 0; nCase < 8000; nCase++)
+    {
+        forced.Change(VectorLevels()[static_cast<std::size_t>(nCase) % VectorLevels().size()]);
+        const auto nColumns = static_cast<std::size_t>(16 * random.Int(1, 20));
+        std::vector<std::int16_t> aNear(nColumns);
+        std::vector<std::int16_t> aFar(nColumns);
+        for (std::size_t x = 0; x < nColumns; x++)
+        {
+            // Both halves of a strip have the same weights.
+            aNear[x] = static_cast<std::int16_t>(x % 16 < 8 ? random.Int(0, 16) : aNear[x - 8]);
+            aFar[x] = static_cast<std::int16_t>(x % 16 < 8 ? random.Int(0, 16 - aNear[x]) : aFar[x - 8]);
+        }
+        std::vector<std::uint8_t> aPixels(nColumns + 71);
+        for (std::uint8_t& nPixel : aPixels)
+            nPixel = static_cast<std::uint8_t>(random.OneIn(3) ? 255 : random.Int(0, 255));
+        CFindRow row;
+        row.pColumnNear = aNear.data();
+        row.pColumnFar = aFar.data();
+        std::vector<std::uint8_t> aWeights(nColumns);
+        const auto nCount = static_cast<std::int64_t>(nColumns);
+        ASSERT_TRUE(PairColumnWeights(row, nCount, aWeights.data()));
+        // Neighbouring runs of equal displacement, and others.
+        std::vector<CStripRun> aRuns;
+        for (std::int64_t nStrip = 0; nStrip < nCount / 16;)
+        {
+            const std::int64_t nStrips = std::min<std::int64_t>(random.Int(1, 9), nCount / 16 - nStrip);
+            aRuns.push_back({.nFirstStrip = nStrip, .nStripCount = nStrips, .nDisplacement = random.Pick({0, 5, 70})});
+            nStrip += nStrips;
+        }
+        row.pRuns = aRuns.data();
+        row.nRunCount = aRuns.size();
+        std::vector<std::uint8_t> aFormed(nColumns);
+        FormColumnReference(row, aPixels.data(), aWeights.data(), aFormed.data());
+        for (const CStripRun& run : aRuns)
+            for (std::int64_t n = 16 * run.nFirstStrip; n < 16 * (run.nFirstStrip + run.nStripCount); n++)
+            {
+                const auto x = static_cast<std::size_t>(n);
+                const std::uint8_t* const p = aPixels.data() + n + run.nDisplacement;
+                ASSERT_EQ(aFormed[x], Interpolate(p[0], static_cast<std::uint16_t>(aNear[x]), p[1],
+                                                  static_cast<std::uint16_t>(aFar[x])))
+                    << "case " << nCase << ", column " << n << " of " << nColumns;
+            }
+
+        const std::size_t nAt = static_cast<std::size_t>(random.Int(0, 7));
+        (random.OneIn(2) ? aNear : aFar)[nAt] = random.Pick<std::int16_t>({-1, 17, 256, -32768, 32767});
+        ASSERT_FALSE(PairColumnWeights(row, nCount, aWeights.data()));
     }
 }
 
@@ -279,7 +450,7 @@ TEST(Bound, NoThresholdGoesBelowABaseThatIsALimit)
 {
     for (int nGain = -32768; nGain <= 32767; nGain += 7)
         for (int nGrey = 0; nGrey < nGreys; nGrey++)
-            for (const int nBase : {int{kLeastLinearLimit}, 30, int{kGreatestBase}})
+            for (const int nBase : {1, 30, int{kGreatestBase}})
                 ASSERT_GE(FormThreshold(static_cast<std::uint16_t>(nGrey), static_cast<std::uint16_t>(nGain),
                                         static_cast<std::uint16_t>(nBase)),
                           nBase);

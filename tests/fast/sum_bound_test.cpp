@@ -134,9 +134,11 @@ TEST(SumBound, ListsExactlyTheWindowsBeyondTheLimit)
         std::int64_t nPassed = 0;
         for (int nCase = 0; nCase < 1600; nCase++)
         {
-            const int nWidth = 2 + nCase % 2;
-            const int nLines = 2 + nCase / 2 % 2;
             const bool bHorizontal = nCase / 4 % 2 != 0;
+            const int nLonger = nCase % 4 == 0 ? 2 : 3;
+            const int nShorter = nCase % 4 == 1 ? 3 : 2;
+            const int nWidth = bHorizontal ? nLonger : nShorter;
+            const int nLines = bHorizontal ? nShorter : nLonger;
             CWindowScene scene(random, nWidth, nLines, bHorizontal,
                                nCase / 8 % 2 != 0 ? CGuardedMemory::Flush::Back : CGuardedMemory::Flush::Front);
             scene.Fill(random);

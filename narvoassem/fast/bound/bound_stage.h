@@ -29,8 +29,10 @@ enum class BoundUse
 struct CBoundScratch
 {
     BoundUse eUse = BoundUse::WherePaid;
-    CGrowBuffer<std::uint8_t> limits; ///< of a row
-    CGrowBuffer<std::uint8_t> least;  ///< of the part of a map that some runs share
+    CGrowBuffer<std::uint8_t> limits;                ///< of a row
+    CGrowBuffer<std::uint8_t> least;                 ///< of the part of a map that some runs share
+    CGrowBuffer<std::uint8_t> weights;               ///< of the columns of a row
+    CGrowBuffer<std::uint8_t> reference[kBoundRows]; ///< formed by them
     CGrowBuffer<CMarkedWord> words[kBoundRows];
 
     /// @return false without memory
@@ -64,7 +66,7 @@ concept RowBound = requires(T bound, typename T::CRows& rows, const typename T::
     { T::Gain(n, n) } -> std::same_as<std::int64_t>;                        ///< credit for columns and rows
     { T::RowsOf(place) } -> std::same_as<int>;                              ///< listed together; 0 leaves the row out
     { bound.FormLimits(place, wanted, scratch, nEnd) } -> std::same_as<bool>; ///< for rows before nEnd; false: none
-    bound.Place(place, n, rows);                                            ///< that many rows
+    bound.Place(place, rows);                                               ///< RowsOf(place) rows
     { T::List(rows) } -> std::same_as<bool>;                                ///< false: too dense for the credit
 };
 // clang-format on
@@ -115,21 +117,20 @@ private:
         if (nReach == 0)
             return false;
         // After rows left to the finder, and at the start, few rows may use the limits.
-        if (y >= m_nLimitEnd &&
+        if (y + nReach > m_nLimitEnd &&
             !m_bound.FormLimits(place, {.y = y, .nColumns = m_nColumns, .bFew = m_nRest > 0}, m_scratch, m_nLimitEnd))
             return GiveUp(y);
-        const int nRows = nReach <= m_nLimitEnd - y ? nReach : 1;
-        m_bound.Place(place, nRows, m_rows);
+        m_bound.Place(place, m_rows);
         m_rows.nColumns = m_nColumns;
-        for (int nRow = 0; nRow < nRows; ++nRow)
+        for (int nRow = 0; nRow < nReach; ++nRow)
             m_rows.pWords[nRow] = m_scratch.words[nRow].Data();
-        const std::int64_t nGain = TBound::Gain(m_nColumns, nRows);
+        const std::int64_t nGain = TBound::Gain(m_nColumns, nReach);
         m_rows.nCredit = m_scratch.eUse == BoundUse::WherePossible ? std::numeric_limits<std::int64_t>::max()
                                                                    : std::min(m_rows.nCredit + nGain, 4 * nGain + 1024);
         if (!TBound::List(m_rows))
             return GiveUp(y);
         m_nListed = y;
-        m_nListedEnd = y + nRows;
+        m_nListedEnd = y + nReach;
         m_nRest = m_nRest > kLeastRest ? m_nRest / 2 : 0;
         return true;
     }

@@ -14,6 +14,7 @@
 #include "hwy/highway.h"
 //
 #include "narvoassem/fast/bound/list_words-inl.h"
+#include "narvoassem/fast/bound/pair_products-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace narvo::engine
@@ -22,6 +23,13 @@ namespace HWY_NAMESPACE
 {
 namespace
 {
+
+#if HWY_TARGET == HWY_SSE4 && (HWY_TARGETS & HWY_SSSE3) != 0
+
+// It uses nothing that SSSE3 lacks.
+using N_SSSE3::ListSums;
+
+#else
 
 #if HWY_TARGET == HWY_SCALAR
 
@@ -80,21 +88,7 @@ HWY_INLINE CWords Weights(int nFirst, int nSecond)
 /// The weighted sum of each pair of bytes at p.
 HWY_INLINE CWords AddPairs(const std::uint8_t* p, CWords vWeights)
 {
-    const CBytes vBytes = hn::LoadU(CByteTag(), p);
-#if HWY_TARGET <= HWY_AVX3
-    return CWords{_mm512_maddubs_epi16(vBytes.raw, vWeights.raw)};
-#elif HWY_TARGET == HWY_AVX2
-    return CWords{_mm256_maddubs_epi16(vBytes.raw, vWeights.raw)};
-#elif HWY_TARGET <= HWY_SSSE3
-    return CWords{_mm_maddubs_epi16(vBytes.raw, vWeights.raw)};
-#else
-    const CWordTag d;
-    const CWords vPairs = hn::BitCast(d, vBytes);
-    const CWords vFirst = hn::And(vPairs, hn::Set(d, 0xFF));
-    const CWords vSecond = hn::BitCast(d, hn::ShiftRight<8>(hn::BitCast(hn::RebindToUnsigned<CWordTag>(), vPairs)));
-    return hn::Add(hn::Mul(vFirst, hn::ShiftRight<8>(hn::ShiftLeft<8>(vWeights))),
-                   hn::Mul(vSecond, hn::ShiftRight<8>(vWeights)));
-#endif
+    return MultiplyPairs(hn::LoadU(CByteTag(), p), vWeights);
 }
 
 /// A value for each even column, and for each odd one.
@@ -294,11 +288,17 @@ bool ListSumsFor(CSumBoundRows& rows)
 
 bool ListSums(CSumBoundRows& rows)
 {
-    static constexpr bool (*list[2][2][2])(CSumBoundRows&) = {
-        {{ListSumsFor<false, 2, 2>, ListSumsFor<false, 2, 3>}, {ListSumsFor<false, 3, 2>, ListSumsFor<false, 3, 3>}},
-        {{ListSumsFor<true, 2, 2>, ListSumsFor<true, 2, 3>}, {ListSumsFor<true, 3, 2>, ListSumsFor<true, 3, 3>}}};
-    return list[rows.bHorizontal ? 1 : 0][rows.nWidth - 2][rows.nLines - 2](rows);
+    // No window is wider than it is high in vertical scans, or higher than it is wide in horizontal ones.
+    if (rows.bHorizontal)
+        return rows.nLines == 3   ? ListSumsFor<true, 3, 3>(rows)
+               : rows.nWidth == 3 ? ListSumsFor<true, 3, 2>(rows)
+                                  : ListSumsFor<true, 2, 2>(rows);
+    return rows.nWidth == 3   ? ListSumsFor<false, 3, 3>(rows)
+           : rows.nLines == 3 ? ListSumsFor<false, 2, 3>(rows)
+                              : ListSumsFor<false, 2, 2>(rows);
 }
+
+#endif
 
 } // namespace
 } // namespace HWY_NAMESPACE

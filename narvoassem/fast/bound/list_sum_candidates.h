@@ -28,8 +28,8 @@ struct CSumBoundRows : CCandidateList
     std::int64_t nRowBytes = 0;
     int nFraction = 0;        ///< 0 .. 15
     std::int16_t nLimit = 0;  ///< at least 0
-    int nWidth = 2;           ///< columns of a window, 2 or 3
-    int nLines = 2;           ///< rows, 2 or 3
+    int nWidth = 2;           ///< columns of a window: 2 or 3, horizontal at least its rows
+    int nLines = 2;           ///< its rows: 2 or 3, vertical at least its columns
     bool bHorizontal = false; ///< the reference lies along the row
 };
 

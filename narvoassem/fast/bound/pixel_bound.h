@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "narvoassem/fast/bound/bound_stage.h"
+#include "narvoassem/fast/bound/column_reference.h"
 #include "narvoassem/fast/bound/least_offsets.h"
 #include "narvoassem/fast/bound/list_candidates.h"
 #include "narvoassem/fast/find/find_row.h"
@@ -18,19 +19,22 @@ namespace narvo::engine
 /// The current row, and those that may be listed together with it.
 struct CPixelPlace
 {
-    const CFindRow* pRow = nullptr; ///< as for the finder
-    int nRows = 1;                  ///< 1 or kBoundRows
-    std::int64_t nRowBytes = 0;     ///< from each of them to the next
-    std::int64_t nLimitEnd = 0;     ///< the first row that is not compared, or may have other runs
-    std::int64_t nMapStride = 0;    ///< map elements from row to row
+    const CFindRow* pRow = nullptr;        ///< thresholds and weights, as for the finder
+    const std::uint8_t* pSource = nullptr; ///< rows of pixels, also where means are compared
+    const std::uint8_t* pNear = nullptr;
+    const std::uint8_t* pFar = nullptr; ///< of a single row
+    int nRows = 1;                      ///< 1 or kBoundRows; 0 leaves the row out
+    std::int64_t nRowBytes = 0;         ///< from each of them to the next
+    std::int64_t nLimitEnd = 0;         ///< the first row that is not compared, or may have other runs
+    std::int64_t nMapStride = 0;        ///< map elements from row to row
 };
 
-template <CFindTraits kTraits>
+/// eShape: of several rows. References with weights of their columns are formed first; then they lie in rows.
+template <CFindTraits kTraits, BoundShape eShape>
 class CPixelBound
 {
 public:
-    /// Weights that differ from column to column have no chain of averages.
-    static constexpr bool kBounded = kTraits.eReference != FindReference::Column;
+    static constexpr bool kBounded = true;
 
     using CRows = CBoundRows;
     using CPlace = CPixelPlace;
@@ -48,6 +52,8 @@ public:
         const CFindRow& row = *place.pRow;
         std::uint8_t* const pLimits = scratch.limits.Data();
         m_pLimits = pLimits;
+        if (kColumns && !PairWeights(row, wanted.nColumns, scratch))
+            return false;
         if constexpr (kTraits.UsesMaps())
         {
             const std::int64_t nLines = std::min(wanted.bFew ? kBoundRows : kLimitRows, place.nLimitEnd - wanted.y);
@@ -76,27 +82,31 @@ public:
         return true;
     }
 
-    void Place(const CPlace& place, std::int64_t nRows, CBoundRows& rows) const
+    void Place(const CPlace& place, CBoundRows& rows) const
     {
         const CFindRow& row = *place.pRow;
-        rows.nRows = static_cast<int>(nRows);
-        for (std::int64_t nRow = 0; nRow < nRows; ++nRow)
-        {
-            rows.pSource[nRow] = row.pSrc + nRow * place.nRowBytes;
-            rows.pReference[nRow] = row.pNear + nRow * place.nRowBytes;
-            rows.pReference[nRow + 1] = row.pFar + nRow * place.nRowBytes;
-        }
+        rows.nRows = place.nRows;
+        // Single rows may be copies, whose far pixels lie apart from the near ones.
+        rows.eShape = place.nRows == 1 && eShape == BoundShape::Columns ? BoundShape::Rows : eShape;
+        for (int nRow = 0; nRow < kBoundRows + 1; ++nRow)
+            rows.pSource[nRow] = place.pSource + nRow * place.nRowBytes;
+        for (int nRow = 0; nRow < kBoundRows + 2; ++nRow)
+            rows.pReference[nRow] = place.pNear + nRow * place.nRowBytes;
+        if (place.nRows == 1)
+            rows.pReference[1] = place.pFar;
         rows.pLimit = m_pLimits;
         rows.nFraction = row.nWeightFar;
-        rows.nRight = kBilinear ? row.nWeightRight : 0;
+        rows.nRight = kTraits.eReference == FindReference::Bilinear ? row.nWeightRight : 0;
         rows.nPrefetch = row.nPrefetch;
+        if constexpr (kColumns)
+            FormReferences(row, rows);
     }
 
     static bool List(CBoundRows& rows) { return ListCandidates(rows); }
 
 private:
-    static constexpr bool kBilinear = kTraits.eReference == FindReference::Bilinear;
-    static constexpr std::int16_t kLeastLimit = kBilinear ? kLeastBilinearLimit : kLeastLinearLimit;
+    static constexpr bool kColumns = kTraits.eReference == FindReference::Column;
+    static constexpr std::int16_t kLeastLimit = GreatestError(eShape);
     /// Rows that share their limits, unless the runs change before.
     static constexpr std::int64_t kLimitRows = 16;
 
@@ -129,7 +139,42 @@ private:
         return true;
     }
 
-    const std::uint8_t* m_pLimits = nullptr; ///< of a row, as formed last
+    /// @return false without memory, and if a reference might not be a byte
+    bool PairWeights(const CFindRow& row, std::int64_t nColumns, CBoundScratch& scratch)
+    {
+        const auto nBytes = static_cast<std::size_t>(nColumns);
+        if (m_nColumns == nColumns)
+            return true;
+        if (!scratch.weights.Reserve(nBytes) || !PairColumnWeights(row, nColumns, scratch.weights.Data()))
+            return false;
+        for (int nRow = 0; nRow < kBoundRows; ++nRow)
+        {
+            if (!scratch.reference[nRow].Reserve(nBytes))
+                return false;
+            m_pFormed[nRow] = scratch.reference[nRow].Data();
+        }
+        m_pWeights = scratch.weights.Data();
+        m_nColumns = nColumns;
+        return true;
+    }
+
+    /// Replaces the reference rows by the references, which need no fraction.
+    void FormReferences(const CFindRow& row, CBoundRows& rows) const
+    {
+        for (int nRow = 0; nRow < rows.nRows; ++nRow)
+        {
+            FormColumnReference(row, rows.pReference[nRow], m_pWeights, m_pFormed[nRow]);
+            rows.pReference[nRow] = m_pFormed[nRow];
+        }
+        // Without a fraction the last far row is only prefetched after.
+        rows.pReference[rows.nRows] = rows.pSource[rows.nRows - 1];
+        rows.nFraction = 0;
+    }
+
+    const std::uint8_t* m_pLimits = nullptr;  ///< of a row, as formed last
+    const std::uint8_t* m_pWeights = nullptr; ///< columns: those of a row, in pairs
+    std::uint8_t* m_pFormed[kBoundRows] = {}; ///< columns: references of the rows listed last
+    std::int64_t m_nColumns = 0;              ///< columns that both have
 };
 
 } // namespace narvo::engine

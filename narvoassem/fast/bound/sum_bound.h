@@ -50,7 +50,7 @@ public:
         return m_nLimit >= 0;
     }
 
-    void Place(const CSumPlace& place, std::int64_t /*nRows*/, CSumBoundRows& rows) const
+    void Place(const CSumPlace& place, CSumBoundRows& rows) const
     {
         rows.pSource = place.pSource;
         rows.nReference = place.nReference;

@@ -2,6 +2,7 @@
 // Options of a scan over single pixels, fixed at compile time.
 #pragma once
 
+#include "narvoassem/fast/bound/list_candidates.h"
 #include "narvoassem/fast/find/find_row.h"
 
 namespace narvo::engine
@@ -29,6 +30,15 @@ struct CScanTraits
 
     /// Rows are read one pixel further than their strips reach.
     constexpr bool ReadsOneMore() const { return GetFindTraits(eFind).eReference == FindReference::Bilinear; }
+    /// What the bound compares several rows as. Column tables: as rows of references formed by then.
+    constexpr BoundShape Shape() const
+    {
+        if (bMeans)
+            return BoundShape::Means;
+        if (ReadsOneMore())
+            return BoundShape::Bilinear;
+        return bHorizontal && !HasColumnTables() ? BoundShape::Columns : BoundShape::Rows;
+    }
     /// Displacement and weights of the reference come from tables of columns.
     constexpr bool HasColumnTables() const { return GetFindTraits(eFind).eReference == FindReference::Column; }
 };

@@ -43,7 +43,7 @@ class CPixelSource : public std::conditional_t<TRule::kScan.bHorizontal, CRowWal
 {
     static constexpr CScanTraits kScan = TRule::kScan;
     using CWalk = std::conditional_t<kScan.bHorizontal, CRowWalk, CStripWalk>;
-    using CBound = CPixelBound<GetFindTraits(kScan.eFind)>;
+    using CBound = CPixelBound<GetFindTraits(kScan.eFind), kScan.Shape()>;
     using CWalk::m_region, CWalk::m_pitch, CWalk::m_x, CWalk::m_nStrips;
 
 public:
@@ -105,10 +105,16 @@ public:
         }
         m_row.nMapRow = m_rule.MapRow(row.y);
         const CPitch16 pitch = PitchAt(m_x, row.y);
-        PlaceRows(pitch, m_x, row.y, m_nStrips * kStripWidth);
+        // Means are formed for the finder only.
+        if constexpr (kScan.bMeans)
+            PointAtMeans(pitch, row.y);
+        else
+            PlaceRows(pitch, m_x, row.y, m_nStrips * kStripWidth);
         m_bCandidates = m_bound.List([&] { return BoundPlace(pitch, row.y); }, row);
         if (!m_bCandidates)
         {
+            if constexpr (kScan.bMeans)
+                PlaceRows(pitch, m_x, row.y, m_nStrips * kStripWidth);
             FindRow(kScan.eFind, m_row);
             row.nGroups = 2 * m_nStrips;
             row.pMask = reinterpret_cast<const std::uint8_t*>(m_row.pMask);
@@ -128,8 +134,15 @@ public:
         // Candidates may lie outside the runs.
         if (pRun == pEnd || nColumn < pRun->nFirstStrip * kStripWidth || !m_rule.Inspects(m_x + nColumn, m_y))
             return false;
-        const std::int64_t nInRun = nColumn - pRun->nFirstStrip * kStripWidth;
-        return CompareAt(nColumn, m_row.nMapRow + pRun->nMapBase + nInRun, pRun->nDisplacement, hit) || !m_bCandidates;
+        const std::int64_t nElement = m_row.nMapRow + pRun->nMapBase + nColumn - pRun->nFirstStrip * kStripWidth;
+        if (kScan.bMeans && m_bCandidates)
+        {
+            m_aMeans[0] = MeanAt(m_means.pSource + nColumn);
+            m_aMeans[1] = MeanAt(m_means.pNear + nColumn);
+            m_aMeans[2] = MeanAt(m_means.pNear + nColumn + m_means.nRowBytes);
+            return CompareAt(0, nElement, 0, hit);
+        }
+        return CompareAt(nColumn, nElement, pRun->nDisplacement, hit) || !m_bCandidates;
     }
 
     bool Leave(const CHitsTaken& taken)
@@ -233,30 +246,63 @@ private:
         }
     }
 
+    /// Where the pixels of the means of row y lie, and weights; the row points at the three means of a candidate.
+    void PointAtMeans(const CPitch16& pitch, std::int64_t y)
+    {
+        SetWeights(m_row, pitch);
+        m_means.nRowBytes = m_call.image.nStride;
+        m_means.pSource = m_call.image.pPixels + y * m_means.nRowBytes + m_x;
+        m_means.pNear = m_call.image.pPixels + (y + pitch.nWhole) * m_means.nRowBytes + ReferenceLeft(m_x);
+        m_row.pSrc = &m_aMeans[0];
+        m_row.pNear = &m_aMeans[1];
+        m_row.pFar = &m_aMeans[2];
+    }
+    std::uint8_t MeanAt(const std::uint8_t* p) const
+    {
+        const std::uint8_t* const pBelow = p + m_means.nRowBytes;
+        return static_cast<std::uint8_t>((p[0] + p[1] + pBelow[0] + pBelow[1]) >> 2);
+    }
+
     /// Row y, which the finder's row is, and those that the bound may list together with it.
     CPixelPlace BoundPlace(const CPitch16& pitch, std::int64_t y) const
     {
-        CPixelPlace place;
-        place.pRow = &m_row;
+        CPixelPlace place = {.pRow = &m_row, .pSource = m_row.pSrc, .pNear = m_row.pNear, .pFar = m_row.pFar};
+        if constexpr (kScan.bMeans)
+        {
+            place.pSource = m_means.pSource;
+            place.pNear = m_means.pNear;
+        }
         if constexpr (kScan.bHorizontal)
             place.nLimitEnd = std::min(m_nNextStep, m_region.nBottom);
         else
             place.nLimitEnd = std::min(m_nNextStep, this->m_nRowEnd);
         place.nMapStride = m_rule.MapRow(1) - m_rule.MapRow(0);
         place.nRowBytes = m_call.image.nStride;
-        if constexpr (!kScan.bHorizontal && !kScan.bMeans)
-        {
-            // Rows that are copied do not follow one another in memory.
-            const std::int64_t nLast = y + kBoundRows - 1;
-            const std::int64_t nColumns = m_nStrips * kStripWidth + (kScan.ReadsOneMore() ? 1 : 0);
-            const auto isInside = [&](std::int64_t nLeft, std::int64_t nRow)
-            { return IsRowInside(m_call.image, nLeft, nRow, nColumns); };
-            if (nLast < place.nLimitEnd && PitchAt(m_x, nLast) == pitch && isInside(m_x, y) && isInside(m_x, nLast) &&
-                isInside(ReferenceLeft(m_x), y + pitch.nWhole) &&
-                isInside(ReferenceLeft(m_x), nLast + pitch.nWhole + 1))
-                place.nRows = kBoundRows;
-        }
+        // Rows that are copied do not follow one another in memory.
+        const std::int64_t nLast = y + kBoundRows - 1;
+        const bool bSeveral = nLast < place.nLimitEnd && PitchAt(m_x, nLast) == pitch && AreInside(pitch, y, nLast);
+        place.nRows = bSeveral ? kBoundRows : kScan.bMeans ? 0 : 1;
         return place;
+    }
+
+    /// All that rows nFirst .. nLast compare is read in the image.
+    bool AreInside(const CPitch16& pitch, std::int64_t nFirst, std::int64_t nLast) const
+    {
+        const std::int64_t nColumns = m_nStrips * kStripWidth;
+        const auto isInside = [&](std::int64_t x, std::int64_t nAbove, std::int64_t nBelow, std::int64_t nCount)
+        { return IsRowInside(m_call.image, x, nAbove, nCount) && IsRowInside(m_call.image, x, nBelow, nCount); };
+        if constexpr (kScan.HasColumnTables())
+            return isInside(m_x, nFirst, nLast, nColumns) &&
+                   isInside(m_x + m_nReferenceFirst, nFirst, nLast, m_nReferenceBytes);
+        else if constexpr (kScan.bHorizontal)
+            return isInside(m_x, nFirst, nLast, nColumns) && isInside(m_x + pitch.nWhole, nFirst, nLast, nColumns + 1);
+        else
+        {
+            const std::int64_t nCount = nColumns + (kScan.bMeans || kScan.ReadsOneMore() ? 1 : 0);
+            const std::int64_t nBelow = nLast + (kScan.bMeans ? 1 : 0);
+            return isInside(m_x, nFirst, nBelow, nCount) &&
+                   isInside(ReferenceLeft(m_x), nFirst + pitch.nWhole, nBelow + pitch.nWhole + 1, nCount);
+        }
     }
 
     /// Row y from column x on. Of the rows that are used together with row nSource, each has its own nCopy.
@@ -308,6 +354,8 @@ private:
     CRunList m_runs;
     CBoundStage<CBound> m_bound;
     CFindRow m_row;
+    CPixelPlace m_means;                ///< where the pixels of means lie
+    std::uint8_t m_aMeans[3] = {};      ///< of a candidate: source, near and far reference
     const CStripRun* m_pRun = nullptr;  ///< of the column compared last
     std::int64_t m_y = 0;               ///< of the finder's row
     bool m_bCandidates = false;         ///< its marked pixels are candidates, not hits
