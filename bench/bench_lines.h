@@ -23,6 +23,8 @@ void AddZoneLines(CTable& table, CScene& large, const SOptions& options);
 void AddEngineLines(CTable& table, CScene& large, const SOptions& options);
 /// Growth of builder, merge and shadow removal with the number of pairs.
 void AddBlobLines(CTable& table, CScene& large, const SOptions& options);
+/// A lone defect after the comparison.
+void AddLoneLines(CTable& table, CScene& large, const SOptions& options);
 /// Pixel kernels against the plain ones and the read pass, and whole pixel inspections.
 void AddPixelLines(CTable& table, CScene& large, const SOptions& options);
 /// Float kernels against the read pass, whole float inspections, and free-form regions.
@@ -33,5 +35,8 @@ void AddModeLines(CTable& table, CScene& large, const SOptions& options);
 void AddPitchLines(CTable& table, CScene& large, const SOptions& options);
 /// Conversions of images to 8-bit grey against a pixel inspection. In builds with the host layer.
 void AddImageLines(CTable& table, CScene& large, const SOptions& options);
+
+/// Inspections of a made-up panel. In builds with the program.
+void AddPanelLines(CTable& table, CScene& large, const SOptions& options);
 
 } // namespace bench

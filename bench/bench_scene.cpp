@@ -7,6 +7,9 @@
 #include <numbers>
 #include <random>
 
+#include "measure/level_choice.h"
+#include "measure/read_pass.h"
+
 namespace bench
 {
 
@@ -130,6 +133,18 @@ void CScene::SetDensity(const SDensity& density)
         m_before.push_back(pixels[nAt]);
         pixels[nAt] = static_cast<std::uint8_t>(pixels[nAt] + (i % 2 == 0 ? density.nRise : -density.nFall));
     }
+}
+
+void CScene::Read()
+{
+    measure::UseWidestLevel();
+    m_nSum = m_nSum + measure::ReadPass(pixels.data(), static_cast<std::size_t>(Pixels()));
+}
+
+void CScene::ReadAhead()
+{
+    measure::UseWidestLevel();
+    m_nSum = m_nSum + measure::ReadPassAhead(pixels.data(), static_cast<std::size_t>(Pixels()));
 }
 
 int* CScene::Origins(bool bVertical, bool bFlagged)

@@ -58,6 +58,9 @@ public:
     /// Sets outliers at this density, at the same places each time; removes those of the previous density.
     void SetDensity(const SDensity& density);
     std::int64_t Pixels() const { return static_cast<std::int64_t>(nWidth) * nHeight; }
+    /// Reads all pixels and does nothing else, at the widest level: the basis of most targets, and as fast as possible.
+    void Read();
+    void ReadAhead();
     /// Origin record at which kernels enter: vertical ones skip one grid row by themselves.
     int* Origins(bool bVertical, bool bFlagged);
     /// A parameter block for an inspection of the whole image, without thresholds.
@@ -84,6 +87,7 @@ private:
     std::vector<int> m_originsFlagged; ///< (x, y, skip)
     std::vector<std::size_t> m_changed;
     std::vector<std::uint8_t> m_before;
+    volatile std::uint64_t m_nSum = 0;
 };
 
 } // namespace bench

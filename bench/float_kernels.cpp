@@ -49,12 +49,17 @@ int RunFloatVert4(SKernelCall& call)
     return Vert<ConvFloatVertFast4, 4>(call);
 }
 
+int RunFloatVert9(SKernelCall& call)
+{
+    return Vert<ConvFloatVertFast9, 9>(call);
+}
+
 std::span<const SKernelRow> FloatKernels()
 {
     static const SKernelRow kernels[] = {
         {NameOf(FloatKernel::Vert4), RunFloatVert4, nullptr, 0.0, 0.0, 0.15},
         {NameOf(FloatKernel::Vert6), Vert<ConvFloatVertFast6, 6>, nullptr, 0.0, 0.0, 0.1},
-        {NameOf(FloatKernel::Vert9), Vert<ConvFloatVertFast9, 9>, nullptr, 0.0, 0.0, 0.1},
+        {NameOf(FloatKernel::Vert9), RunFloatVert9, nullptr, 0.0, 0.0, 0.1},
         {NameOf(FloatKernel::Hori4), Hori<ConvFloatFast4, 4>, nullptr, 0.0, 0.0, 0.15},
         {NameOf(FloatKernel::Hori6), Hori<ConvFloatFast6, 6>, nullptr, 0.0, 0.0, 0.1},
         {NameOf(FloatKernel::Hori9), Hori<ConvFloatFast9, 9>, nullptr, 0.0, 0.0, 0.1},

@@ -25,12 +25,12 @@ constexpr SDensity densitySparseWindows = {0.0000125, "0.01 % hits", 110, 75};
 
 constexpr int nPolygonPoints = 500;
 
-CConvParam FloatParam(CScene& scene)
+CConvParam FloatParam(CScene& scene, int nWindow)
 {
     CConvParam param = scene.RegionParam(true);
     param.nInspectMode = 0;
-    param.nConvWidth = param.nConvHeight = 2;
-    param.nThreshold = nFloatBaseGray * 4;
+    param.nConvWidth = param.nConvHeight = nWindow;
+    param.nThreshold = nFloatBaseGray * nWindow * nWindow;
     param.nThresholdGain = nFloatGain;
     return param;
 }
@@ -117,7 +117,7 @@ public:
 void AddRegionLines(CTable& table, CScene& scene, const char* pOutline, std::vector<CPoint> (*pMake)(const CRect&),
                     const SOptions& options)
 {
-    CConvParam param = FloatParam(scene);
+    CConvParam param = FloatParam(scene, 2);
     const int nSide = std::min({4096, scene.nWidth, scene.nHeight});
     param.rtInspect = CRect(0, 0, nSide, nSide);
     std::vector<CPoint> points = pMake(param.rtInspect);
@@ -165,10 +165,22 @@ void AddFloatLines(CTable& table, CScene& large, const SOptions& options)
     AddKernelFamily(table, large, FloatKernels(), densityWindows, options);
 
     large.SetDensity(densitySparseWindows);
-    AddInspectionLines(table, large,
-                       {"float inspection to blobs", densitySparseWindows.pName, FloatParam(large),
-                        "ConvFloatVertFast4", RunFloatVert4, 2, nFloatBaseGray, nFloatGain},
-                       options);
+    const SInspection four = {"float inspection to blobs",
+                              densitySparseWindows.pName,
+                              FloatParam(large, 2),
+                              "ConvFloatVertFast4",
+                              RunFloatVert4,
+                              2,
+                              nFloatBaseGray,
+                              nFloatGain,
+                              50.0};
+    AddShareLines(table, large, four, {0.65}, options);
+    SInspection nine = four;
+    nine.strName = "float inspection of 3 by 3 to blobs";
+    nine.param = FloatParam(large, 3);
+    nine.pKernel = RunFloatVert9;
+    AddShareLines(table, large, nine, {0.45}, options);
+    AddInspectionLines(table, large, four, options);
     AddRegionLines(table, large, "waves", MakeWaves, options);
     AddRegionLines(table, large, "spikes", MakeSpikes, options);
 }

@@ -23,12 +23,26 @@ struct SInspection
     int nWindow;           ///< side of the window whose mean is compared, pixels
     double dBase;          ///< threshold for OpenCV, grey levels
     double dGain;          ///< the same, 1/256
+    double dOfComponents;  ///< target: times OpenCV's operators with components
+};
+
+/// Targets of a whole inspection, shares of the rate of reading alone; 0 for none.
+struct SShareTargets
+{
+    double dAvx512;
+    double dAvx2 = 0.0;
+    double dSsse3 = 0.0;
 };
 
 /// One inspection of the whole image, directly on an engine.
 int InspectAnew(CNarvoAssem& engine, CConvParam& param);
 
-/// The scene has its density already.
+/// The inspection's share of reading alone, and which part of its time the comparison takes. The scene has its density
+/// already.
+void AddShareLines(CTable& table, CScene& scene, const SInspection& inspection, const SShareTargets& targets,
+                   const SOptions& options);
+
+/// The same, against OpenCV.
 void AddInspectionLines(CTable& table, CScene& scene, const SInspection& inspection, const SOptions& options);
 
 } // namespace bench

@@ -10,7 +10,6 @@
 
 #include "bench/bench_timer.h"
 #include "measure/level_choice.h"
-#include "measure/read_pass.h"
 
 namespace bench
 {
@@ -35,10 +34,7 @@ public:
     }
 
     SKernelCall& Call() { return m_call; }
-    void Read()
-    {
-        m_nSum = m_nSum + measure::ReadPass(m_scene.pixels.data(), static_cast<std::size_t>(m_scene.Pixels()));
-    }
+    CScene& Scene() { return m_scene; }
 
     /// Records and end line of one side.
     std::vector<CDefectPair> Records(int (*pKernel)(SKernelCall&), int& nEndLine)
@@ -57,7 +53,6 @@ private:
     std::vector<short> m_buffer;
     CNarvoAssem m_engine;
     SKernelCall m_call;
-    volatile std::uint64_t m_nSum = 0;
 };
 
 bool SameRecords(const std::vector<CDefectPair>& a, const std::vector<CDefectPair>& b)
@@ -112,11 +107,7 @@ std::vector<measure::SLevel> LevelsToTime(const SKernelRow& kernel, bool bAll)
 void AddRowLines(CTable& table, CKernelBench& kernelBench, const SKernelRow& kernel, const SKernelCase& kernelCase,
                  const std::vector<measure::SLevel>& levels, const std::string& strCase, double dPixels)
 {
-    std::vector<Action> actions = {[&]
-                                   {
-                                       measure::UseWidestLevel();
-                                       kernelBench.Read();
-                                   }};
+    std::vector<Action> actions = {[&] { kernelBench.Scene().Read(); }};
     for (const measure::SLevel& level : levels)
         actions.push_back(
             [&, level]
@@ -136,6 +127,8 @@ void AddRowLines(CTable& table, CKernelBench& kernelBench, const SKernelRow& ker
                 measure::UseLevel(pWide->nTarget);
                 kernel.pPeer(kernelBench.Call());
             });
+    const std::size_t nAhead = actions.size();
+    actions.push_back([&] { kernelBench.Scene().ReadAhead(); });
     const std::vector<double> times = TimeInterleaved(actions, kernelCase.nRounds, kernelCase.nRepeat);
     measure::UseWidestLevel();
 
@@ -166,6 +159,7 @@ void AddRowLines(CTable& table, CKernelBench& kernelBench, const SKernelRow& ker
         addRatio("AVX-512", "times the plain kernel", nPlain, kernel.dOverPlainAvx512);
     }
     addRatio("AVX-512", "share of reading alone", 0, kernel.dOfReading);
+    addRatio("AVX-512", "share of the best read pass", nAhead, 0.0);
     if (kernel.pPeer != nullptr)
         addRatio("AVX-512", std::string("share of the rate of ") + kernel.pPeerName, nPeer, kernel.dOfPeer);
 }

@@ -41,5 +41,6 @@ std::span<const SKernelRow> FloatKernels();
 int RunZoneVert(SKernelCall& call);
 int RunPixelVert(SKernelCall& call);
 int RunFloatVert4(SKernelCall& call);
+int RunFloatVert9(SKernelCall& call);
 
 } // namespace bench

@@ -53,16 +53,15 @@ void AddBinariseLines(CTable& table, CScene& scene, const SOptions& options)
     if (const int nFound = run(); nFound != nExpected || nFound == 0)
         EndRun("binarise finds " + std::to_string(nFound) + " pixels, not " + std::to_string(nExpected));
 
-    volatile std::uint64_t nSum = 0;
-    const std::vector<double> times = TimeInterleaved(
-        {[&] { run(); },
-         [&] { nSum = nSum + measure::ReadPass(scene.pixels.data(), static_cast<std::size_t>(scene.Pixels())); }},
-        options.Rounds(7));
+    const std::vector<double> times =
+        TimeInterleaved({[&] { run(); }, [&] { scene.Read(); }, [&] { scene.ReadAhead(); }}, options.Rounds(7));
     const auto dPixels = static_cast<double>(scene.Pixels());
     table.Note("binarise, hits", 100.0 * nExpected / dPixels, "%");
     table.Note("binarise", dPixels / times[0] * 1e-9, "GPix/s");
     table.Require(std::string("binarise, ") + densityDark.pName + ", share of reading alone", times[1] / times[0], "x",
                   Bound::AtLeast, 0.6);
+    table.Note(std::string("binarise, ") + densityDark.pName + ", share of the best read pass", times[2] / times[0],
+               "x");
 }
 
 // --- average ---
@@ -204,7 +203,7 @@ void AddTrapeziumLines(CTable& table, CScene& scene, const SOptions& options)
         table.Note(strCase + ", records", static_cast<double>(records.size()), "");
         table.Note(strCase, dRate * 1e-9, "GPix/s");
         table.Require(strCase + ", share of reading alone", dRate / (static_cast<double>(nBytes) / times[1]), "x",
-                      Bound::AtLeast, 0.12);
+                      Bound::AtLeast, bHori ? 0.45 : 0.35);
     }
 }
 

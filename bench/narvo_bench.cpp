@@ -37,9 +37,12 @@ int main(int nArguments, char** ppArguments)
         families = {
             {"zone", bench::AddZoneLines},   {"pixel", bench::AddPixelLines}, {"float", bench::AddFloatLines},
             {"modes", bench::AddModeLines},  {"pitch", bench::AddPitchLines}, {"engine", bench::AddEngineLines},
-            {"blob", bench::AddBlobLines},
+            {"blob", bench::AddBlobLines},   {"lone", bench::AddLoneLines},
 #ifdef NARVO_BENCH_WITH_HOST
             {"image", bench::AddImageLines},
+#endif
+#ifdef NARVO_BENCH_WITH_PANEL
+            {"panel", bench::AddPanelLines},
 #endif
         };
     std::vector<std::string> names;

@@ -84,8 +84,8 @@ int RunPixelVert(SKernelCall& call)
 std::span<const SKernelRow> PixelKernels()
 {
     static const SKernelRow kernels[] = {
-        {NameOf(PixelKernel::Hori), Hori, plainPixelHori, 0.0, 0.0, 0.4},
-        {NameOf(PixelKernel::Vert), RunPixelVert, plainPixelVert, 0.0, 5.0, 0.28},
+        {NameOf(PixelKernel::Hori), Hori, plainPixelHori, 0.0, 0.0, 0.7},
+        {NameOf(PixelKernel::Vert), RunPixelVert, plainPixelVert, 0.0, 5.0, 0.72},
         {NameOf(PixelKernel::VertWide), Wide, plainPixelMember, 0.0, 0.0, 0.0, NameOf(PixelKernel::Vert), RunPixelVert,
          0.8},
         {NameOf(PixelKernel::HoriIntrin), HoriMember, plainPixelHoriMember, 0.0, 0.0, 0.0, NameOf(PixelKernel::Hori),

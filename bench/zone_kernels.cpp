@@ -154,19 +154,19 @@ int RunZoneVert(SKernelCall& call)
 std::span<const SKernelRow> ZoneKernels()
 {
     static const SKernelRow kernels[] = {
-        {NameOf(ZoneKernel::Vert), RunZoneVert, plainVert, 3.0, 4.5, 0.2},
+        {NameOf(ZoneKernel::Vert), RunZoneVert, plainVert, 3.0, 4.5, 0.6},
         {NameOf(ZoneKernel::VertDirect), VertDirect, plainVertDirect, 0.0, 3.0, 0.1},
-        {NameOf(ZoneKernel::Vert2by2), Vert2by2, plainVert2by2, 0.0, 3.0, 0.1},
+        {NameOf(ZoneKernel::Vert2by2), Vert2by2, plainVert2by2, 0.0, 3.0, 0.45},
         {NameOf(ZoneKernel::VertFlag), VertFlag, plainVertFlag, 0.0, 3.0, 0.1},
-        {NameOf(ZoneKernel::VertFlag2by2), VertFlag2by2, plainVertFlag2by2, 0.0, 3.0, 0.1},
-        {NameOf(ZoneKernel::VertKnee), VertKnee, plainVertKnee, 0.0, 3.0, 0.1},
-        {NameOf(ZoneKernel::Vtd), Vtd, plainVtd, 0.0, 3.0, 0.1},
-        {NameOf(ZoneKernel::Hori), Hori, plainHori, 0.0, 0.0, 0.25},
+        {NameOf(ZoneKernel::VertFlag2by2), VertFlag2by2, plainVertFlag2by2, 0.0, 3.0, 0.45},
+        {NameOf(ZoneKernel::VertKnee), VertKnee, plainVertKnee, 0.0, 3.0, 0.45},
+        {NameOf(ZoneKernel::Vtd), Vtd, plainVtd, 0.0, 3.0, 0.45},
+        {NameOf(ZoneKernel::Hori), Hori, plainHori, 0.0, 0.0, 0.7},
         {NameOf(ZoneKernel::HoriTable), HoriTable, plainHoriTable, 0.0, 3.0, 0.1},
         {NameOf(ZoneKernel::Vert2S), Vert2S, plainMember, 0.0, 3.0, 0.1},
         {NameOf(ZoneKernel::Vert2STsp), Vert2STsp, plainMemberZones, 0.0, 3.0, 0.1},
         {NameOf(ZoneKernel::Vert2SBlack), Vert2SBlack, plainMemberDark, 0.0, 3.0, 0.1},
-        {NameOf(ZoneKernel::VtdIntrin), VtdMember, plainMemberVtd, 0.0, 3.0, 0.1},
+        {NameOf(ZoneKernel::VtdIntrin), VtdMember, plainMemberVtd, 0.0, 3.0, 0.45},
         {NameOf(ZoneKernel::ClassId), ClassId, plainVert, 0.0, 3.0, 0.1},
         {NameOf(ZoneKernel::ClassIdTable), ClassIdTable, plainClassIdTable, 0.0, 3.0, 0.1},
     };
