@@ -20,7 +20,7 @@ namespace bench
 namespace
 {
 
-/// The same with the least of the zones' thresholds for all pixels.
+/// The same with one threshold for all pixels, the greatest of the zones'.
 narvo::CheckedRecipe PixelRecipe(const narvo::Recipe& zones)
 {
     narvo::Recipe recipe = zones;
@@ -28,8 +28,8 @@ narvo::CheckedRecipe PixelRecipe(const narvo::Recipe& zones)
                                         [](const narvo::ZoneSettings& a, const narvo::ZoneSettings& b)
                                         { return a.offset < b.offset; });
     recipe.mode = narvo::Mode_Pixel;
-    recipe.thresholdBase = least->offset;
-    recipe.thresholdGain = least->gain;
+    recipe.thresholdBase = greatest->offset;
+    recipe.thresholdGain = greatest->gain;
     recipe.zones.assign(1, narvo::ZoneSettings());
     recipe.zoneImage = {};
     return narvo::CheckedRecipe(recipe);
