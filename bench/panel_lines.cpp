@@ -24,9 +24,9 @@ namespace
 narvo::CheckedRecipe PixelRecipe(const narvo::Recipe& zones)
 {
     narvo::Recipe recipe = zones;
-    const auto least = std::min_element(zones.zones.begin(), zones.zones.end(),
-                                        [](const narvo::ZoneSettings& a, const narvo::ZoneSettings& b)
-                                        { return a.offset < b.offset; });
+    const auto greatest = std::max_element(zones.zones.begin(), zones.zones.end(),
+                                           [](const narvo::ZoneSettings& a, const narvo::ZoneSettings& b)
+                                           { return a.offset < b.offset; });
     recipe.mode = narvo::Mode_Pixel;
     recipe.thresholdBase = greatest->offset;
     recipe.thresholdGain = greatest->gain;
@@ -63,7 +63,7 @@ void AddPanelLines(CTable& table, CScene& /*large*/, const SOptions& options)
         volatile std::uint64_t nSum = 0;
         const std::vector<double> times = TimeInterleaved(
             {[&] { InspectAnew(engine, param); }, [&] { nSum = nSum + measure::ReadPass(image.Row(0), nBytes); },
-             [&] { nSum = nSum + measure::ReadPassAhead(image.Row(0), nBytes); }},
+             [&] { nSum = nSum + measure::BestReadPass(image.Row(0), nBytes); }},
             options.Rounds(15));
         const std::string strCase = std::string("panel by ") + one.pName + " inspection, thresholds as proposed";
         table.Note(strCase, static_cast<double>(nBytes) / times[0] * 1e-9, "GPix/s");
