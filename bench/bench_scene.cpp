@@ -141,10 +141,10 @@ void CScene::Read()
     m_nSum = m_nSum + measure::ReadPass(pixels.data(), static_cast<std::size_t>(Pixels()));
 }
 
-void CScene::ReadAhead()
+void CScene::ReadBest()
 {
     measure::UseWidestLevel();
-    m_nSum = m_nSum + measure::ReadPassAhead(pixels.data(), static_cast<std::size_t>(Pixels()));
+    m_nSum = m_nSum + measure::BestReadPass(pixels.data(), static_cast<std::size_t>(Pixels()));
 }
 
 int* CScene::Origins(bool bVertical, bool bFlagged)

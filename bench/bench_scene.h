@@ -60,7 +60,7 @@ public:
     std::int64_t Pixels() const { return static_cast<std::int64_t>(nWidth) * nHeight; }
     /// Reads all pixels and does nothing else, at the widest level: the basis of most targets, and as fast as possible.
     void Read();
-    void ReadAhead();
+    void ReadBest();
     /// Origin record at which kernels enter: vertical ones skip one grid row by themselves.
     int* Origins(bool bVertical, bool bFlagged);
     /// A parameter block for an inspection of the whole image, without thresholds.

@@ -76,7 +76,7 @@ void AddShareLines(CTable& table, CScene& scene, const SInspection& inspection, 
         if (target.dShare > 0.0)
             wanted.push_back(target);
 
-    std::vector<Action> actions = {[&] { scene.Read(); }, [&] { scene.ReadAhead(); }, [&] { bench.RunKernel(); },
+    std::vector<Action> actions = {[&] { scene.Read(); }, [&] { scene.ReadBest(); }, [&] { bench.RunKernel(); },
                                    [&] { bench.Inspect(); }};
     std::vector<std::size_t> at;
     for (const STarget& target : wanted)

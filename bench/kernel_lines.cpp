@@ -127,8 +127,8 @@ void AddRowLines(CTable& table, CKernelBench& kernelBench, const SKernelRow& ker
                 measure::UseLevel(pWide->nTarget);
                 kernel.pPeer(kernelBench.Call());
             });
-    const std::size_t nAhead = actions.size();
-    actions.push_back([&] { kernelBench.Scene().ReadAhead(); });
+    const std::size_t nBest = actions.size();
+    actions.push_back([&] { kernelBench.Scene().ReadBest(); });
     const std::vector<double> times = TimeInterleaved(actions, kernelCase.nRounds, kernelCase.nRepeat);
     measure::UseWidestLevel();
 
@@ -159,7 +159,7 @@ void AddRowLines(CTable& table, CKernelBench& kernelBench, const SKernelRow& ker
         addRatio("AVX-512", "times the plain kernel", nPlain, kernel.dOverPlainAvx512);
     }
     addRatio("AVX-512", "share of reading alone", 0, kernel.dOfReading);
-    addRatio("AVX-512", "share of the best read pass", nAhead, 0.0);
+    addRatio("AVX-512", "share of the best read pass", nBest, 0.0);
     if (kernel.pPeer != nullptr)
         addRatio("AVX-512", std::string("share of the rate of ") + kernel.pPeerName, nPeer, kernel.dOfPeer);
 }

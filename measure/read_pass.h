@@ -11,8 +11,8 @@ namespace measure
 /// Sum of all bytes, in the widest vectors chosen and four accumulators.
 std::uint64_t ReadPass(const std::uint8_t* pBytes, std::size_t nCount);
 
-/// The same with prefetches, which hide the latency of memory better than the processor's own prefetcher: as fast as
-/// the bytes can be read.
-std::uint64_t ReadPassAhead(const std::uint8_t* pBytes, std::size_t nCount);
+/// The same sum as fast as the bytes can be read: four pages of memory at a time, which the processor's prefetchers
+/// follow each by itself, and prefetches of the next four.
+std::uint64_t BestReadPass(const std::uint8_t* pBytes, std::size_t nCount);
 
 } // namespace measure
