@@ -19,6 +19,8 @@ struct RegistrationSettings
     int meshSpacing = 64;        ///< pixels between the nodes of the local correction; 0: none
     double minCorrelation = 0.7; ///< of image and registered reference; its square is the share of the image's variance
                                  ///< that the reference explains
+
+    bool operator==(const RegistrationSettings& other) const = default;
 };
 
 constexpr double dMaxShiftHigh = 1024.0;

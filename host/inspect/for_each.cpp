@@ -52,6 +52,14 @@ void ForEachNumber(std::size_t count, int threads, const std::function<void(std:
             std::rethrow_exception(failure);
 }
 
+std::vector<Problem> NameImage(const std::string& name, std::vector<Problem> problems)
+{
+    for (Problem& problem : problems)
+        if (problem.field.find(name) == std::string::npos)
+            problem.field = "image " + name + ", " + problem.field;
+    return problems;
+}
+
 void ForEachImage(const std::vector<BatchImage>& images, int threads,
                   const std::function<void(std::size_t number, const GreyImage& image, int lane)>& work)
 {
@@ -64,12 +72,7 @@ void ForEachImage(const std::vector<BatchImage>& images, int threads,
                       }
                       catch (const HostError& error)
                       {
-                          const std::string& name = images[i].name;
-                          std::vector<Problem> found = error.Problems();
-                          for (Problem& problem : found)
-                              if (problem.field.find(name) == std::string::npos)
-                                  problem.field = "image " + name + ", " + problem.field;
-                          throw HostError(std::move(found));
+                          throw HostError(NameImage(images[i].name, error.Problems()));
                       }
                   });
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/inspect/batch.h"
+#include "host/problem.h"
 
 namespace narvo
 {
@@ -17,7 +18,10 @@ namespace narvo
 /// threw is thrown again.
 void ForEachNumber(std::size_t count, int threads, const std::function<void(std::size_t number, int lane)>& work);
 
-/// The same with images. @throws HostError of the first image that cannot be read or worked on, naming it
+/// The problems of an image's work, with its name in front of fields that do not have it.
+std::vector<Problem> NameImage(const std::string& name, std::vector<Problem> problems);
+
+/// As ForEachNumber, with images. @throws HostError of the first image that cannot be read or worked on, naming it
 void ForEachImage(const std::vector<BatchImage>& images, int threads,
                   const std::function<void(std::size_t number, const GreyImage& image, int lane)>& work);
 

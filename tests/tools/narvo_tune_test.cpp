@@ -65,6 +65,59 @@ TEST(NarvoTune, WithoutTruthBlobsAreCountedAndThePictureMayBePng)
     EXPECT_EQ(ReadText(folder / "panel.recipe.tune.csv").substr(0, 30), "value,images,blobs,incomplete\n");
 }
 
+TEST(NarvoTune, SettingsOfGoldenInspectionsAreSweptAgainstReferences)
+{
+    TestFolder folder;
+    ASSERT_EQ(RunNarvo(folder, {"board", "--width", "320", "--height", "320", "--defects", "3", "--seed", "2", "-q",
+                                "-o", "board"})
+                  .code,
+              0);
+    const auto tune = [&](const char* lanes, const char* output)
+    {
+        return RunNarvo(folder, {"tune", "board.png", "--reference", "board.good.png", "-f", "threshold", "--from",
+                                 "10", "--to", "255", "-n", "3", "-t", "board.truth.json", "-j", lanes, "-o", output});
+    };
+    const Outcome one = tune("1", "one");
+    EXPECT_EQ(one.code, 0) << one.error;
+    EXPECT_THAT(one.out, HasSubstr("threshold, grey levels, over 1 image\n"));
+    EXPECT_THAT(one.out, testing::ContainsRegex("proposed: threshold = [0-9]+: finds 3 of 3 defects"));
+    EXPECT_THAT(ReadText(folder / "one.tune.csv"), testing::ContainsRegex("\n255,1,[0-2],3,[0-2],"));
+    EXPECT_EQ(tune("3", "two").code, 0);
+    EXPECT_EQ(ReadText(folder / "one.tune.csv"), ReadText(folder / "two.tune.csv"));
+    // The proposed value finds in `golden` what the table says.
+    const std::string value = one.out.substr(one.out.find("threshold = ") + 12);
+    const Outcome check = RunNarvo(folder, {"golden", "board.good.png", "board.png", "--threshold",
+                                            value.substr(0, value.find(':')), "-t", "board.truth.json", "-o", "check"});
+    EXPECT_EQ(check.code, 0) << check.error;
+    EXPECT_THAT(check.out, HasSubstr("recall: 1.000"));
+}
+
+TEST(NarvoTune, GoldenSweepsNameWhatIsWrong)
+{
+    TestFolder folder;
+    MakeSmallPanel(folder);
+    ASSERT_EQ(RunNarvo(folder, {"board", "--width", "320", "--height", "320", "-q", "-o", "board"}).code, 0);
+    const auto expect = [&](const char* field, const char* to, const char* image, const char* message)
+    {
+        const Outcome outcome = RunNarvo(folder, {"tune", image, "--reference", "board.good.png", "-f", field, "--from",
+                                                  "0", "--to", to, "-n", "2", "-o", "x"});
+        EXPECT_EQ(outcome.code, 2) << message;
+        EXPECT_THAT(outcome.error, HasSubstr(message));
+        EXPECT_FALSE(std::filesystem::exists(folder / "x.tune.csv"));
+    };
+    expect("pitch.x", "9", "board.png", "field: pitch.x; allowed: with references one of threshold, edge_tolerance,");
+    expect("edge_tolerance", "40", "board.png", "edge_tolerance: 40; allowed: 0 to 16 pixels");
+    expect("threshold", "9", "gone.png", "gone.png: no such file");
+    expect("threshold", "9", "panel.png", "image panel.png, image: correlation with the registered reference");
+    const Outcome neither = RunNarvo(folder, {"tune", "board.png", "-f", "threshold", "--from", "1", "--to", "2"});
+    EXPECT_EQ(neither.code, 2);
+    EXPECT_THAT(neither.error, HasSubstr("--recipe or --reference"));
+    EXPECT_EQ(RunNarvo(folder, {"tune", "board.png", "-r", "panel.recipe.json", "--reference", "board.good.png", "-f",
+                                "threshold", "--from", "1", "--to", "2"})
+                  .code,
+              2);
+}
+
 TEST(NarvoTune, ProblemsAreReportedTogether)
 {
     TestFolder folder;

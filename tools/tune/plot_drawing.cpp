@@ -36,8 +36,8 @@ public:
     }
     void Line(const std::vector<Place>& places, Colour colour, double width, bool dashed) override
     {
-        m_out << "<polyline fill=\"none\" stroke=\"" << Name(colour) << "\" stroke-width=\"" << DrawnNumber(width) << '"'
-              << (dashed ? " stroke-dasharray=\"6 4\"" : "") << " points=\"";
+        m_out << "<polyline fill=\"none\" stroke=\"" << Name(colour) << "\" stroke-width=\"" << DrawnNumber(width)
+              << '"' << (dashed ? " stroke-dasharray=\"6 4\"" : "") << " points=\"";
         for (const Place& place : places)
             m_out << Round(place.x) << ',' << Round(place.y) << ' ';
         m_out << "\"/>\n";

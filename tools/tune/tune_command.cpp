@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A sweep from the command line to its files.
+// A sweep from the command line to its files, of a recipe's field or of a setting of golden inspections.
 #include "tools/command.h"
 
 #include <algorithm>
@@ -25,6 +25,7 @@
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 #include "tools/truth/truth.h"
+#include "tools/tune/golden_sweep.h"
 #include "tools/tune/sweep.h"
 #include "tools/tune/sweep_plot.h"
 
@@ -39,7 +40,8 @@ constexpr int nStepMost = 1000;
 struct TuneOptions
 {
     std::vector<std::string> images;
-    std::string recipe;
+    std::string recipe;                  ///< empty where references are given
+    std::vector<std::string> references; ///< of golden inspections
     std::string field;
     double from = 0.0;
     double to = 0.0;
@@ -67,24 +69,99 @@ void Count(SweepPoint& point, const InspectionResult& result, const std::vector<
     point.falseBlobs += score.FalseCount();
 }
 
-/// `recipe` is none where it could not be read.
-void CheckOutputNames(const TuneOptions& options, const std::optional<CheckedRecipe>& recipe, const std::string& prefix,
+/// What is swept: a recipe's field, or a setting of golden inspections.
+struct SweepInput
+{
+    std::optional<CheckedRecipe> recipe;  ///< none where it could not be read, and with references
+    std::vector<CheckedRecipe> recipes;   ///< one for each value
+    std::vector<GreyImage> references;    ///< in place of a recipe
+    std::vector<GoldenSettings> settings; ///< one for each value
+};
+
+void CheckOutputNames(const TuneOptions& options, const SweepInput& input, const std::string& prefix,
                       const std::string& plot)
 {
     OutputNames names;
-    if (recipe)
-        names.AddRecipe(options.recipe, {*recipe});
+    if (input.recipe)
+        names.AddRecipe(options.recipe, {*input.recipe});
     else
         names.AddInput(options.recipe);
-    for (const std::string& file : options.images)
-        names.AddInput(file);
-    for (const std::string& file : options.truth)
-        names.AddInput(file);
+    for (const std::vector<std::string>* files : {&options.references, &options.images, &options.truth})
+        for (const std::string& file : *files)
+            names.AddInput(file);
     names.AddOutputs("the table", prefix, {".tune.csv"});
     names.AddOutputs("the picture", plot);
     if (!options.save.empty())
         names.AddOutputs("--save", options.save);
     names.Check();
+}
+
+/// Fills in the field and its values, and what is inspected with each of them.
+void AddValues(const TuneOptions& options, SweepInput& input, Sweep& sweep)
+{
+    const auto add = [&](const auto& field, const std::string& name, auto&& take)
+    {
+        sweep.field = name;
+        sweep.unit = field.Unit();
+        for (const double value : SweepValues(options.from, options.to, options.steps, field.IsWhole()))
+        {
+            take(field, value);
+            sweep.points.emplace_back().value = value;
+        }
+    };
+    if (input.recipe)
+    {
+        const SweepField field(*input.recipe, options.field);
+        add(field, field.Path(),
+            [&](const SweepField& swept, double value)
+            { input.recipes.emplace_back(swept.With(*input.recipe, value, options.shift)); });
+    }
+    else
+    {
+        const GoldenField field(options.field);
+        add(field, field.Name(),
+            [&](const GoldenField& swept, double value)
+            { input.settings.push_back(swept.With(value, options.shift)); });
+    }
+}
+
+/// Runs all inspections. @return whether it came to its end; `found` gets what was wrong with images
+bool RunSweep(const SweepInput& input, const TuneOptions& options, int lanes, Batch* batch,
+              const std::vector<std::vector<TruthDefect>>& truth, Sweep& sweep, std::vector<Problem>& found)
+{
+    const ImageReading reading = input.recipe ? static_cast<const ImageReading&>(**input.recipe) : ReadingOf();
+    std::vector<BatchImage> images;
+    for (const std::string& image : options.images)
+        images.push_back(ImageFromFile(image, reading, &ProgramNotes()));
+    const auto truthOf = [&](std::size_t image) { return truth.empty() ? nullptr : &truth[image]; };
+    const InterruptRequest interrupt;
+    const QuietCodecs quiet;
+    if (batch != nullptr)
+        return !batch
+                    ->Run(
+                        images,
+                        [&](const ImageResult& result)
+                        {
+                            found.insert(found.end(), result.problems.begin(), result.problems.end());
+                            for (std::size_t i = 0; i < result.regions.size(); ++i)
+                                Count(sweep.points[i], result.regions[i], truthOf(result.number));
+                        },
+                        interrupt.Token())
+                    .stopped;
+    RunGoldenSweep(
+        input.references, input.settings, images, lanes,
+        [&](std::size_t i, std::size_t image, const InspectionResult* result, const std::vector<Problem>& problems)
+        {
+            // Settings may refuse an image that others take: such a value is incomplete, and not proposed.
+            if (result != nullptr)
+                Count(sweep.points[i], *result, truthOf(image));
+            else
+                ++sweep.points[i].incomplete;
+            if (i == 0)
+                found.insert(found.end(), problems.begin(), problems.end());
+        },
+        interrupt.Token());
+    return !interrupt.Token().stop_requested();
 }
 
 int RunTune(const TuneOptions& options)
@@ -95,8 +172,11 @@ int RunTune(const TuneOptions& options)
         const QuietCodecs quiet;
         CollectProblems(found, step);
     };
-    std::optional<CheckedRecipe> recipe;
-    collect([&] { recipe = LoadRecipeByOptions(options.recipe); });
+    SweepInput input;
+    if (options.references.empty())
+        collect([&] { input.recipe = LoadRecipeByOptions(options.recipe); });
+    for (const std::string& file : options.references)
+        collect([&] { input.references.push_back(LoadImage(file)); });
     std::vector<std::vector<TruthDefect>> truth;
     for (const std::string& file : options.truth)
         collect([&] { truth.push_back(LoadTruth(file)); });
@@ -107,34 +187,20 @@ int RunTune(const TuneOptions& options)
     if (!options.plot.empty() && extension != ".svg" && extension != ".png")
         found.push_back({"--plot", options.plot, "a name in .svg or .png"});
 
+    const std::string& first = options.references.empty() ? options.recipe : options.references.front();
     const std::string prefix =
-        options.output.empty() ? std::filesystem::path(options.recipe).replace_extension().string() : options.output;
+        options.output.empty() ? std::filesystem::path(first).replace_extension().string() : options.output;
     const std::string plot = options.plot.empty() ? prefix + ".tune.svg" : options.plot;
-    collect([&] { CheckOutputNames(options, recipe, prefix, plot); });
+    collect([&] { CheckOutputNames(options, input, prefix, plot); });
 
     Sweep sweep;
-    std::vector<CheckedRecipe> recipes;
     if (found.empty())
-        collect(
-            [&]
-            {
-                const SweepField field(*recipe, options.field);
-                sweep.field = field.Path();
-                sweep.unit = field.Unit();
-                for (const double value : SweepValues(options.from, options.to, options.steps, field.IsWhole()))
-                {
-                    recipes.emplace_back(field.With(*recipe, value, options.shift));
-                    sweep.points.emplace_back().value = value;
-                }
-            });
+        collect([&] { AddValues(options, input, sweep); });
+    const int processors = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 256);
+    const int lanes = options.lanes > 0 ? options.lanes : processors;
     std::unique_ptr<Batch> batch;
-    if (found.empty())
-        collect(
-            [&]
-            {
-                const int processors = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 256);
-                batch = std::make_unique<Batch>(recipes, options.lanes > 0 ? options.lanes : processors);
-            });
+    if (found.empty() && input.recipe)
+        collect([&] { batch = std::make_unique<Batch>(input.recipes, lanes); });
     if (!found.empty())
     {
         PrintProblems(found);
@@ -144,32 +210,17 @@ int RunTune(const TuneOptions& options)
     sweep.shift = options.shift;
     sweep.hasTruth = !truth.empty();
     sweep.images = static_cast<int>(options.images.size());
-    std::vector<BatchImage> images;
-    for (const std::string& image : options.images)
-        images.push_back(ImageFromFile(image, **recipe, &ProgramNotes()));
-    BatchSummary summary;
-    {
-        const InterruptRequest interrupt;
-        const QuietCodecs quiet;
-        summary = batch->Run(
-            images,
-            [&](const ImageResult& result)
-            {
-                found.insert(found.end(), result.problems.begin(), result.problems.end());
-                for (std::size_t i = 0; i < result.regions.size(); ++i)
-                    Count(sweep.points[i], result.regions[i], truth.empty() ? nullptr : &truth[result.number]);
-            },
-            interrupt.Token());
-    }
-    if (summary.stopped)
-    {
-        std::cerr << "narvo: interrupted, nothing is written\n";
-        return ExitCode_Interrupted;
-    }
+    bool ended = false;
+    collect([&] { ended = RunSweep(input, options, lanes, batch.get(), truth, sweep, found); });
     if (!found.empty())
     {
         PrintProblems(found);
         return ExitCode_BadInput;
+    }
+    if (!ended)
+    {
+        std::cerr << "narvo: interrupted, nothing is written\n";
+        return ExitCode_Interrupted;
     }
 
     const std::optional<Proposal> proposal = Propose(sweep, options.mostFalse);
@@ -186,7 +237,7 @@ int RunTune(const TuneOptions& options)
     WriteTextFile(prefix + ".tune.csv", SweepCsv(sweep));
     SaveSweepPlot(plot, sweep, proposal);
     if (!options.save.empty() && proposal)
-        SaveRecipe(options.save, recipes[proposal->point]);
+        SaveRecipe(options.save, input.recipes[proposal->point]);
     if (!options.quiet)
         std::cout << "written: " << Printable(prefix) << ".tune.csv, " << Printable(plot)
                   << (options.save.empty() || !proposal ? "" : ", " + Printable(options.save)) << '\n';
@@ -200,13 +251,22 @@ int RunTune(const TuneOptions& options)
 void AddTuneCommand(CLI::App& app, Action& action)
 {
     const auto options = std::make_shared<TuneOptions>();
-    CLI::App* command = app.add_subcommand("tune", "Sweep a recipe field over images and propose a value");
+    CLI::App* command = app.add_subcommand(
+        "tune", "Sweep a recipe field or a setting of golden inspections over images and propose a value");
     command->add_option("images", options->images, "image files, as for inspect")->required();
-    command->add_option("-r,--recipe", options->recipe, "recipe file; its fields: narvo recipe")->required();
+    CLI::Option* recipe = command->add_option("-r,--recipe", options->recipe, "recipe file; its fields: narvo recipe");
+    CLI::Option* reference =
+        command
+            ->add_option("--reference", options->references,
+                         "in place of a recipe: reference of golden inspections, once for each of several")
+            ->allow_extra_args(false)
+            ->excludes(recipe);
     command
         ->add_option("-f,--field", options->field,
                      "a numeric field of the recipe by its dotted name, in its own unit and range (narvo recipe); "
-                     "zones.list.offset sweeps all zones, zones.list[2].offset the zone with index 2")
+                     "zones.list.offset sweeps all zones, zones.list[2].offset the zone with index 2; with references "
+                     "threshold, edge_tolerance, min_pixels, max_shift, max_rotation, max_scale, mesh or "
+                     "min_correlation")
         ->required();
     command->add_option("--from", options->from, "first value, in the field's unit")->required();
     command->add_option("--to", options->to, "last value, in the field's unit")->required();
@@ -214,7 +274,8 @@ void AddTuneCommand(CLI::App& app, Action& action)
         ->add_option("-n,--steps", options->steps, "values from first to last, 1 to 1000; whole fields round to fewer")
         ->check(CLI::Range(1, nStepMost))
         ->capture_default_str();
-    command->add_flag("--shift", options->shift, "add the values to what the recipe has, in place of setting them");
+    command->add_flag("--shift", options->shift,
+                      "add the values to what the recipe has, or to the default, in place of setting them");
     command->add_option("-t,--truth", options->truth,
                         "true defects, one file for each image in their order (default: blobs are counted only)");
     command
@@ -222,17 +283,24 @@ void AddTuneCommand(CLI::App& app, Action& action)
                      "with --truth: propose the value that finds most with at most so many false blobs in all images "
                      "(default: the best balance)")
         ->check(CLI::NonNegativeNumber);
-    command->add_option("-o,--output", options->output,
-                        "beginning of the files' names (default: the recipe's name without its ending)");
+    command->add_option(
+        "-o,--output", options->output,
+        "beginning of the files' names (default: the recipe's or the first reference's name without its ending)");
     command->add_option("--plot", options->plot, "picture, .svg or .png (default: OUTPUT.tune.svg)");
-    command->add_option("--save", options->save, "recipe file to write with the proposed value");
+    command->add_option("--save", options->save, "recipe file to write with the proposed value")->excludes(reference);
     command
         ->add_option("-j,--lanes", options->lanes,
                      "inspections at once, 1 to 256 (default: one for each processor); results do not depend on it")
         ->check(CLI::Range(1, 256));
     command->add_flag("-q,--quiet", options->quiet, "print the proposal and problems only");
     command->footer("Leaves OUTPUT.tune.csv and the picture.");
-    command->callback([options, &action] { action = [options] { return RunTune(*options); }; });
+    command->callback(
+        [options, recipe, reference, &action]
+        {
+            if (recipe->count() == 0 && reference->count() == 0)
+                throw CLI::RequiredError("--recipe or --reference");
+            action = [options] { return RunTune(*options); };
+        });
 }
 
 } // namespace narvo::tools
