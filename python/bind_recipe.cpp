@@ -18,6 +18,7 @@
 #include "host/recipe/recipe_file.h"
 #include "host/zones/region_maps.h"
 #include "python/bind.h"
+#include "python/field_array.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"
 #include "python/sealed_class.h"
@@ -110,7 +111,7 @@ py::object MapsToPython(const std::shared_ptr<const RegionMaps>& maps)
 }
 
 RecipeImages ToImages(const py::handle& zoneImage, const py::handle& classImage, const py::handle& deadImage,
-                      const py::handle& maps)
+                      const py::handle& maps, const py::handle& flatField, const py::handle& darkField)
 {
     RecipeImages images;
     images.maps = ToMaps(maps);
@@ -120,6 +121,10 @@ RecipeImages ToImages(const py::handle& zoneImage, const py::handle& classImage,
         images.classImage = ImageArgument(classImage, "class_image").Copy();
     if (!deadImage.is_none())
         images.deadImage = ImageArgument(deadImage, "dead_image").Copy();
+    if (!flatField.is_none())
+        images.flatField = ToField(flatField, "flat_field");
+    if (!darkField.is_none())
+        images.darkField = ToField(darkField, "dark_field");
     return images;
 }
 
@@ -206,7 +211,8 @@ bool IsField(const std::string& path)
 
 /// The recipe once more with some of its fields replaced, read anew.
 CheckedRecipe Replaced(const CheckedRecipe& recipe, const py::dict& changes, const py::handle& zoneImage,
-                       const py::handle& classImage, const py::handle& deadImage, const py::handle& maps)
+                       const py::handle& classImage, const py::handle& deadImage, const py::handle& maps,
+                       const py::handle& flatField, const py::handle& darkField)
 {
     ordered_json written = RecipeToJson(recipe);
     json document = json::parse(written.dump());
@@ -231,7 +237,7 @@ CheckedRecipe Replaced(const CheckedRecipe& recipe, const py::dict& changes, con
         else
             throw HostError({{path, "unknown field", "a dotted path as in Recipe.fields()"}});
     }
-    RecipeImages images = ToImages(zoneImage, classImage, deadImage, maps);
+    RecipeImages images = ToImages(zoneImage, classImage, deadImage, maps, flatField, darkField);
     if (images.maps == nullptr)
         images.maps = recipe->maps;
     // A new name in the recipe stands for a new image.
@@ -241,6 +247,10 @@ CheckedRecipe Replaced(const CheckedRecipe& recipe, const py::dict& changes, con
         images.classImage = recipe->classImage;
     if (!images.deadImage && !recipe->deadImage.IsEmpty() && !changes.contains("dead_image"))
         images.deadImage = recipe->deadImage;
+    if (!images.flatField && !recipe->fields.Flat().IsEmpty() && !changes.contains("image.flat_field"))
+        images.flatField = recipe->fields.Flat();
+    if (!images.darkField && !recipe->fields.Dark().IsEmpty() && !changes.contains("image.dark_field"))
+        images.darkField = recipe->fields.Dark();
     return ParseRecipe(document, {}, std::move(images));
 }
 
@@ -382,7 +392,8 @@ void BindRecipe(py::module_& module)
         "Recipe.fields() describes every field with type, unit, range and default.")
         .def(py::init(
                  [](const py::handle& source, const py::handle& folder, const py::handle& zoneImage,
-                    const py::handle& classImage, const py::handle& deadImage, const py::handle& maps)
+                    const py::handle& classImage, const py::handle& deadImage, const py::handle& maps,
+                    const py::handle& flatField, const py::handle& darkField)
                  {
                      return Translated(Fault::Recipe,
                                        [&]
@@ -390,14 +401,18 @@ void BindRecipe(py::module_& module)
                                            return py::isinstance<CheckedRecipe>(source)
                                                       ? source.cast<const CheckedRecipe&>()
                                                       : MakeRecipe(source, folder,
-                                                                   ToImages(zoneImage, classImage, deadImage, maps));
+                                                                   ToImages(zoneImage, classImage, deadImage, maps,
+                                                                            flatField, darkField));
                                        });
                  }),
              py::arg("source"), py::kw_only(), py::arg("folder") = py::none(), py::arg("zone_image") = py::none(),
              py::arg("class_image") = py::none(), py::arg("dead_image") = py::none(), py::arg("maps") = py::none(),
+             py::arg("flat_field") = py::none(), py::arg("dark_field") = py::none(),
              "source is a dict, JSON text (it begins with a brace), the path of a recipe file, or a Recipe.\n\n"
              "Image files that it names are looked up in folder: by default beside the recipe file, or in the current "
-             "folder. zone_image, class_image and dead_image, uint8 arrays, take their place. maps is a dict of arrays "
+             "folder. zone_image, class_image and dead_image, uint8 arrays, and flat_field and dark_field, uint8 or "
+             "uint16 arrays, "
+             "take their place. maps is a dict of arrays "
              "of the "
              "region's shape, thresholds pixel by pixel in zone mode: offset, gain, zone, knee, upper_offset, "
              "upper_gain, class; they are not part of dict and text.\n\n"
@@ -449,13 +464,18 @@ void BindRecipe(py::module_& module)
         .def(
             "replace",
             [](const CheckedRecipe& recipe, const py::dict& changes, const py::handle& zoneImage,
-               const py::handle& classImage, const py::handle& deadImage, const py::handle& maps)
+               const py::handle& classImage, const py::handle& deadImage, const py::handle& maps,
+               const py::handle& flatField, const py::handle& darkField)
             {
                 return Translated(Fault::Recipe,
-                                  [&] { return Replaced(recipe, changes, zoneImage, classImage, deadImage, maps); });
+                                  [&] {
+                                      return Replaced(recipe, changes, zoneImage, classImage, deadImage, maps,
+                                                      flatField, darkField);
+                                  });
             },
             py::arg("changes"), py::kw_only(), py::arg("zone_image") = py::none(), py::arg("class_image") = py::none(),
-            py::arg("dead_image") = py::none(), py::arg("maps") = py::none(),
+            py::arg("dead_image") = py::none(), py::arg("maps") = py::none(), py::arg("flat_field") = py::none(),
+            py::arg("dark_field") = py::none(),
             "Another recipe in which the fields of the dict changes, by dotted path, have new values; None stands for "
             "the default.\n\nRaises RecipeError.")
         .def(
@@ -479,6 +499,12 @@ void BindRecipe(py::module_& module)
             "dead_image", [](const CheckedRecipe& recipe) { return ToState(recipe->deadImage); },
             "The dead places of the whole image as an array, not 0 where dead, or None.")
         .def_property_readonly(
+            "flat_field", [](const CheckedRecipe& recipe) { return FieldToArray(recipe->fields.Flat()); },
+            "What the camera shows of an even white, as an array, or None.")
+        .def_property_readonly(
+            "dark_field", [](const CheckedRecipe& recipe) { return FieldToArray(recipe->fields.Dark()); },
+            "What the camera shows without light, as an array, or None.")
+        .def_property_readonly(
             "maps", [](const CheckedRecipe& recipe) { return MapsToPython(recipe->maps); },
             "Thresholds pixel by pixel over the region as a dict of arrays, or None.")
         .def(
@@ -488,10 +514,10 @@ void BindRecipe(py::module_& module)
                 if (!py::isinstance<CheckedRecipe>(other))
                     return py::reinterpret_borrow<py::object>(Py_NotImplemented);
                 const auto& second = other.cast<const CheckedRecipe&>();
-                return py::bool_(RecipeToJson(recipe) == RecipeToJson(second) &&
-                                 IsSame(recipe->zoneImage, second->zoneImage) &&
-                                 IsSame(recipe->classImage, second->classImage) &&
-                                 IsSame(recipe->deadImage, second->deadImage) && IsSame(recipe->maps, second->maps));
+                return py::bool_(
+                    RecipeToJson(recipe) == RecipeToJson(second) && IsSame(recipe->zoneImage, second->zoneImage) &&
+                    IsSame(recipe->classImage, second->classImage) && IsSame(recipe->deadImage, second->deadImage) &&
+                    IsSame(recipe->maps, second->maps) && recipe->fields == second->fields);
             },
             py::arg("other"), "Whether all fields and painted images are the same.")
         .def("__repr__",
@@ -509,6 +535,8 @@ void BindRecipe(py::module_& module)
                 images["zone_image"] = ToState(recipe->zoneImage);
                 images["class_image"] = ToState(recipe->classImage);
                 images["dead_image"] = ToState(recipe->deadImage);
+                images["flat_field"] = FieldToArray(recipe->fields.Flat());
+                images["dark_field"] = FieldToArray(recipe->fields.Dark());
                 images["maps"] = MapsToPython(recipe->maps);
                 const py::object partial = py::module_::import("functools").attr("partial");
                 return py::make_tuple(partial(py::type::of(self), ToText(RecipeToJson(recipe).dump()), **images),

@@ -35,6 +35,8 @@ void AddPitchCommand(CLI::App& app, Action& action);
 void AddTuneCommand(CLI::App& app, Action& action);
 /// `narvo explain`: tells why a pixel was reported or not.
 void AddExplainCommand(CLI::App& app, Action& action);
+/// `narvo field`: makes a flat-field or dark-field image from frames.
+void AddFieldCommand(CLI::App& app, Action& action);
 /// `narvo recipe`: lists the fields of a recipe.
 void AddRecipeCommand(CLI::App& app, Action& action);
 /// `narvo bench`: measures how fast a recipe is on an image.

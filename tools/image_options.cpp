@@ -5,6 +5,7 @@
 #include <array>
 #include <charconv>
 #include <iostream>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,6 +17,7 @@
 #include "host/problem.h"
 #include "host/recipe/image_section.h"
 #include "host/recipe/recipe_file.h"
+#include "tools/output_names.h"
 
 namespace narvo::tools
 {
@@ -32,6 +34,8 @@ struct ImageOptions
     std::string demosaic;
     std::string levels;
     std::string raw;
+    std::string flatField;
+    std::string darkField;
 };
 
 ImageOptions given;
@@ -99,6 +103,32 @@ void ReadRaw(ImageReading& reading)
         RefuseOption("--raw", text, szAllowed);
 }
 
+/// Files that options name are read once in a run, whatever asks for them.
+const FieldImage& FieldFile(const std::string& name, const char* field)
+{
+    static std::map<std::string, FieldImage> known;
+    const auto place = known.find(name);
+    return place != known.end() ? place->second : known.emplace(name, LoadFieldImage(name, field)).first->second;
+}
+
+void ReadFields(ImageReading& reading, const ImageReading& recipe)
+{
+    const FieldImage* flat = nullptr;
+    const FieldImage* dark = nullptr;
+    if (!given.flatField.empty())
+    {
+        flat = &FieldFile(given.flatField, "--flat-field");
+        reading.flatFieldFile = given.flatField;
+    }
+    if (!given.darkField.empty())
+    {
+        dark = &FieldFile(given.darkField, "--dark-field");
+        reading.darkFieldFile = given.darkField;
+    }
+    if (flat != nullptr || dark != nullptr || reading.bayer != recipe.bayer)
+        SetFields(reading, flat, dark);
+}
+
 CheckedRecipe ByOptions(const CheckedRecipe& recipe)
 {
     const ImageReading reading = ReadingOf(*recipe);
@@ -125,6 +155,11 @@ void AddImageOptions(CLI::App& app)
     app.add_option("--raw", given.raw,
                    "FORMAT:WIDTHxHEIGHT[+OFFSET]: images are frames without a header: Mono8, Mono10, Mono10p, Mono12, "
                    "Mono12p or Mono16, pixels, bytes before the first; in place of image.raw");
+    app.add_option("--flat-field", given.flatField,
+                   "image file: what the camera shows of an even white, one row for a line camera (see narvo field); "
+                   "in place of image.flat_field");
+    app.add_option("--dark-field", given.darkField,
+                   "image file: what the camera shows without light; in place of image.dark_field");
 }
 
 ImageReading ReadingOf(const ImageReading& recipe)
@@ -148,8 +183,22 @@ ImageReading ReadingOf(const ImageReading& recipe)
         ReadLevels(reading);
     if (!given.raw.empty())
         ReadRaw(reading);
+    ReadFields(reading, recipe);
     ThrowIfAny(CheckImageReading(reading));
     return reading;
+}
+
+void AddFieldOutputs(OutputNames& names, const std::filesystem::path& recipe)
+{
+    const auto add = [&](const std::string& field, const char* ending)
+    {
+        if (field.empty())
+            return;
+        names.AddInput(field);
+        names.AddOutputs("the recipe's fields", std::filesystem::path(recipe).replace_extension(ending).string());
+    };
+    add(given.flatField, ".flat_field.png");
+    add(given.darkField, ".dark_field.png");
 }
 
 CheckedRecipe LoadRecipeByOptions(const std::filesystem::path& file)

@@ -18,11 +18,17 @@ class App;
 namespace narvo::tools
 {
 
-/// Adds --channel, --weights, --bayer, --demosaic, --levels and --raw. They hold for the whole run of the program.
+class OutputNames;
+
+/// Adds --channel, --weights, --bayer, --demosaic, --levels, --raw, --flat-field and --dark-field. They hold for the
+/// whole run of the program.
 void AddImageOptions(CLI::App& app);
 
 /// `recipe` with what the command line says in its place. @throws HostError where the two do not go together
 ImageReading ReadingOf(const ImageReading& recipe = {});
+
+/// The files of the fields that options name: inputs, and copies beside a recipe that is written.
+void AddFieldOutputs(OutputNames& names, const std::filesystem::path& recipe);
 
 /// Reads a recipe file; the recipes read images by ReadingOf. @throws HostError as LoadRecipes
 std::vector<CheckedRecipe> LoadRecipesByOptions(const std::filesystem::path& file);

@@ -70,7 +70,8 @@ std::vector<fs::path> PaintedImages(const fs::path& file, const std::vector<Chec
 {
     std::vector<fs::path> painted;
     for (const Recipe& recipe : recipes)
-        for (const std::string& name : {recipe.zoneImageFile, recipe.classImageFile, recipe.deadImageFile})
+        for (const std::string& name : {recipe.zoneImageFile, recipe.classImageFile, recipe.deadImageFile,
+                                        recipe.flatFieldFile, recipe.darkFieldFile})
             if (!name.empty())
                 painted.push_back(file.parent_path() / name);
     return painted;

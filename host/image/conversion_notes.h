@@ -14,7 +14,11 @@ enum Loss : int
 {
     Loss_Colour = 0,
     Loss_Depth = 1, ///< more than 8 bits
-    Loss_Alpha = 2
+    Loss_Alpha = 2,
+    Loss_Lightless = 3,      ///< places of the flat field
+    Loss_SaturatedField = 4, ///< places of the flat field
+    Loss_Saturated = 5,      ///< pixels before the correction by fields
+    Loss_Count = 6
 };
 
 /// Collects the first note of each kind. Any number of threads may call.
@@ -30,7 +34,7 @@ public:
 
 private:
     mutable std::mutex m_mutex;
-    std::array<bool, 3> m_noted{};
+    std::array<bool, Loss_Count> m_noted{};
     std::vector<std::string> m_texts;
 };
 

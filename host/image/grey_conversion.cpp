@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
-// The steps in their order: mosaic, channel, levels; and what each of them loses.
+// The steps in their order: fields, mosaic, channel, levels; and what each of them loses.
 #include "host/image/grey_conversion.h"
 
 #include <algorithm>
 
 #include "host/image/colour.h"
 #include "host/image/cv_image.h"
+#include "host/image/field_correction.h"
 #include "host/image/levels.h"
 #include "host/problem.h"
 
@@ -53,8 +54,10 @@ GreyImage ConvertToGrey(const cv::Mat& pixels, int fullScale, const ImageReading
     const int low = reading.levelLow;
     const int high = reading.levelHigh != 0 ? reading.levelHigh : fullScale;
     CheckPixels(pixels, low, high, reading, name);
+    const cv::Mat corrected =
+        reading.fields.IsEmpty() ? pixels : CorrectFields(pixels, fullScale, reading.fields.Tables(), name, notes);
     const bool mosaic = reading.bayer != Bayer_None && reading.demosaic != Demosaic_Off;
-    const cv::Mat colours = mosaic ? ColoursOfMosaic(pixels, reading) : pixels;
+    const cv::Mat colours = mosaic ? ColoursOfMosaic(corrected, reading) : corrected;
 
     GreyImage image(pixels.cols, pixels.rows);
     cv::Mat grey = ViewOf(image);

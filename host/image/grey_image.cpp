@@ -6,18 +6,16 @@
 #include <atomic>
 #include <cstring>
 #include <string>
-#include <system_error>
 #include <utility>
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
-#include "host/file/input_file.h"
+#include "host/image/camera_pixels.h"
 #include "host/image/cv_image.h"
 #include "host/image/grey_conversion.h"
 #include "host/image/image_decoder.h"
 #include "host/image/image_header.h"
-#include "host/image/raw_frame.h"
 #include "host/limits.h"
 #include "host/problem.h"
 
@@ -38,38 +36,6 @@ const char* const szLossless = "8-bit grey, or an image that 8-bit grey can hold
 }
 
 std::atomic<std::int64_t> maxPixels = nDefaultMaxPixels;
-
-std::string SizeText(std::int64_t width, std::int64_t height)
-{
-    return std::to_string(width) + " by " + std::to_string(height) + " pixels";
-}
-
-/// What is larger than allowed, or would be cut, is refused by its header: nothing has been decoded yet.
-void CheckHeader(const std::filesystem::path& file, const ImageHeader& header, std::int64_t limit)
-{
-    if (header.width < 1 || header.height < 1)
-        Refuse(file, SizeText(header.width, header.height), szImage);
-    if (header.width > nImageSideLimit || header.height > nImageSideLimit)
-        Refuse(file, SizeText(header.width, header.height),
-               "sides of at most " + std::to_string(nImageSideLimit) + " pixels");
-    const std::string most = std::to_string(limit) + " pixels, unless max-pixels allows more";
-    if (header.width * header.height > limit)
-        Refuse(file, SizeText(header.width, header.height), "at most " + most);
-    if (header.tilePixels > limit)
-        Refuse(file, "tiles of " + std::to_string(header.tilePixels) + " pixels", "at most " + most);
-    if (header.width * header.height > nBytesPerMaxPixel * limit / header.bytesPerPixel)
-        Refuse(file,
-               SizeText(header.width, header.height) + " of " + std::to_string(header.bytesPerPixel) + " bytes each",
-               "at most " + std::to_string(nBytesPerMaxPixel * limit) + " bytes, unless max-pixels allows more");
-    if (header.pages > 1)
-        Refuse(file, std::to_string(header.pages) + " pages", "a file of one page");
-}
-
-/// Bytes of a pixel once it is decoded and, of a mosaic, has its colours.
-int DecodedBytes(int bytesPerPixel, const ImageReading& reading)
-{
-    return bytesPerPixel * (reading.bayer != Bayer_None && reading.demosaic != Demosaic_Off ? 3 : 1);
-}
 
 std::string Place(int x, int y)
 {
@@ -103,45 +69,6 @@ GreyImage ReduceToGrey(const std::filesystem::path& file, const cv::Mat& loaded)
     }
     image.FillUpRows();
     return image;
-}
-
-/// "3145728 bytes: 1024 by 1024 pixels of Mono10p behind 0 bytes".
-std::string FrameText(const ImageReading& reading, std::int64_t bytes)
-{
-    return std::to_string(bytes) + " bytes: " + SizeText(reading.rawWidth, reading.rawHeight) + " of " +
-           RawFormatName(reading.rawFormat) + " behind " + std::to_string(reading.rawOffset) + " bytes";
-}
-
-GreyImage LoadRawFrame(const std::filesystem::path& file, const ImageReading& reading, ConversionNotes* notes,
-                       std::int64_t limit)
-{
-    const std::int64_t wanted = reading.rawOffset + FrameBytes(reading);
-    const std::string name = "image " + file.string();
-    RequireReadableFile(file, name, "a frame without a header");
-    ImageHeader header;
-    header.width = reading.rawWidth;
-    header.height = reading.rawHeight;
-    header.bytesPerPixel = DecodedBytes(PackedBits(reading.rawFormat) > 8 ? 2 : 1, reading);
-    CheckHeader(file, header, limit);
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(file, error);
-    if (error || size != static_cast<std::uintmax_t>(wanted))
-        Refuse(file, error ? "unreadable" : std::to_string(size) + " bytes", FrameText(reading, wanted));
-    const std::string bytes = ReadTextFile(file, name, "a frame without a header");
-    return ConvertRawFrame({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, reading, name, notes);
-}
-
-/// The header of a file whose image may be decoded. @throws HostError otherwise
-ImageHeader ReadHeader(const std::filesystem::path& file, const ImageReading& reading, std::int64_t limit)
-{
-    RequireReadableFile(file, "image " + file.string(), szImage);
-    const std::optional<ImageHeader> header = ReadImageHeader(file);
-    if (!header)
-        Refuse(file, "not an image, or damaged", szImage);
-    ImageHeader decoded = *header;
-    decoded.bytesPerPixel = DecodedBytes(header->bytesPerPixel, reading);
-    CheckHeader(file, decoded, limit);
-    return *header;
 }
 
 } // namespace
@@ -194,23 +121,18 @@ void CheckMaxImagePixels(std::int64_t pixels)
 GreyImage LoadGreyImage(const std::filesystem::path& file, const ImageReading& reading, ConversionNotes* notes,
                         std::int64_t limit)
 {
-    if (reading.rawFormat != RawFormat_None)
-        return LoadRawFrame(file, reading, notes, limit);
-    const ImageHeader header = ReadHeader(file, reading, limit);
-    GreyImage image;
-    const cv::Mat loaded = DecodeImage(file, header, image);
-    const bool asItIs = ImageReading{reading.channel} == reading && reading.channel != Channel_Mixture;
-    if (!image.IsEmpty() && asItIs)
-        return image;
-    if (loaded.depth() != CV_8U && loaded.depth() != CV_16U)
-        Refuse(file, "signed or floating-point pixels", "pixels of 8 or 16 bits without sign");
-    const int fullScale = loaded.depth() == CV_8U ? 255 : header.fullScale > 0 ? header.fullScale : 65535;
-    return ConvertToGrey(loaded, fullScale, reading, "image " + file.string(), notes);
+    CameraPixels loaded = LoadCameraPixels(file, reading, limit);
+    ImageReading plain;
+    plain.channel = reading.channel;
+    const bool asItIs = plain == reading && reading.channel != Channel_Mixture;
+    if (!loaded.grey.IsEmpty() && asItIs)
+        return std::move(loaded.grey);
+    return ConvertToGrey(loaded.pixels, loaded.fullScale, reading, "image " + file.string(), notes);
 }
 
 GreyImage LoadExactImage(const std::filesystem::path& file, std::int64_t limit)
 {
-    const ImageHeader header = ReadHeader(file, {}, limit);
+    const ImageHeader header = ReadAllowedHeader(file, {}, limit);
     GreyImage image;
     const cv::Mat loaded = DecodeImage(file, header, image);
     if (!image.IsEmpty())
@@ -229,11 +151,8 @@ GreyImage LoadExactImage(const std::filesystem::path& file, std::int64_t limit)
 GreyImage ConvertRawFrame(std::span<const std::uint8_t> bytes, const ImageReading& reading, const std::string& name,
                           ConversionNotes* notes)
 {
-    const std::int64_t wanted = reading.rawOffset + FrameBytes(reading);
-    if (static_cast<std::int64_t>(bytes.size()) != wanted)
-        throw HostError({{name, std::to_string(bytes.size()) + " bytes", FrameText(reading, wanted)}});
-    const cv::Mat frame = UnpackFrame(bytes.subspan(static_cast<std::size_t>(reading.rawOffset)), reading);
-    return ConvertToGrey(frame, FullScaleOf(reading.rawFormat), reading, name, notes);
+    const CameraPixels frame = UnpackCameraFrame(bytes, reading, name);
+    return ConvertToGrey(frame.pixels, frame.fullScale, reading, name, notes);
 }
 
 GreyImage ConvertPixels(const PixelBlock& block, const ImageReading& reading, const std::string& name,

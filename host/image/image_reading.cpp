@@ -53,6 +53,22 @@ std::int64_t FrameBytes(const ImageReading& reading)
     return (bits + 7) / 8;
 }
 
+void SetFields(ImageReading& reading, const FieldImage* flat, const FieldImage* dark)
+{
+    reading.fields = FieldImages(flat != nullptr ? *flat : reading.fields.Flat(),
+                                 dark != nullptr ? *dark : reading.fields.Dark(), reading.bayer != Bayer_None);
+}
+
+void LoadFields(ImageReading& reading, const std::filesystem::path& folder)
+{
+    const auto load = [&](const std::string& name, const char* field)
+    { return name.empty() ? FieldImage() : LoadFieldImage(folder / name, field); };
+    const FieldImage flat = load(reading.flatFieldFile, "image.flat_field");
+    const FieldImage dark = load(reading.darkFieldFile, "image.dark_field");
+    if (!flat.IsEmpty() || !dark.IsEmpty())
+        SetFields(reading, flat.IsEmpty() ? nullptr : &flat, dark.IsEmpty() ? nullptr : &dark);
+}
+
 std::vector<Problem> CheckCombination(const ImageReading& reading, const std::string& prefix)
 {
     std::vector<Problem> found;
@@ -87,6 +103,10 @@ std::vector<Problem> CheckCombination(const ImageReading& reading, const std::st
     demandRaw("raw.width", reading.rawWidth, 1);
     demandRaw("raw.height", reading.rawHeight, 1);
     demandRaw("raw.offset", reading.rawOffset, 0);
+    demand(reading.flatFieldFile.empty() || !reading.fields.Flat().IsEmpty(), "flat_field", reading.flatFieldFile,
+           "a file that has been read");
+    demand(reading.darkFieldFile.empty() || !reading.fields.Dark().IsEmpty(), "dark_field", reading.darkFieldFile,
+           "a file that has been read");
     return found;
 }
 

@@ -3,9 +3,11 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <vector>
 
+#include "host/image/field_images.h"
 #include "host/problem.h"
 
 namespace narvo
@@ -66,10 +68,20 @@ struct ImageReading
     int rawFormat = RawFormat_None;
     int rawWidth = 0; ///< pixels
     int rawHeight = 0;
-    int rawOffset = 0; ///< bytes before the first pixel
+    int rawOffset = 0;         ///< bytes before the first pixel
+    std::string flatFieldFile; ///< as written in the recipe; empty: none
+    std::string darkFieldFile;
+    FieldImages fields; ///< correct the camera's values before anything else
 
     bool operator==(const ImageReading& other) const = default;
 };
+
+/// Reads the fields that `reading` names, from files beside those of `folder`; those that it holds without a name stay.
+/// @throws HostError
+void LoadFields(ImageReading& reading, const std::filesystem::path& folder);
+/// Puts other fields in the place of those that `reading` holds; null leaves one as it is. Also brings them up to date
+/// where the mosaic has changed. @throws HostError
+void SetFields(ImageReading& reading, const FieldImage* flat, const FieldImage* dark);
 
 /// Bits of a pixel in a frame, as packed; 0 for RawFormat_None.
 int PackedBits(int rawFormat);

@@ -41,7 +41,7 @@ std::vector<Problem> CheckImageReading(const ImageReading& reading)
     return found;
 }
 
-ImageReading ParseImageSection(const json& section)
+ImageReading ParseImageSection(const json& section, const std::filesystem::path& folder)
 {
     Problems found;
     Recipe recipe;
@@ -49,6 +49,7 @@ ImageReading ParseImageSection(const json& section)
     FieldReader<Recipe>(ImageRows(), {}, Kind_Zone, recipe, "", found)
         .Read(document, [](const std::string&, const json&) {});
     ThrowIfAny(std::move(found));
+    LoadFields(recipe, folder);
     ThrowIfAny(CheckImageReading(recipe));
     return recipe;
 }

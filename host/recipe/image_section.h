@@ -2,6 +2,7 @@
 // The recipe's section `image` by itself: for callers that read images without a recipe.
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -13,8 +14,9 @@
 namespace narvo
 {
 
-/// Reads the members of the section from a JSON object. @throws HostError with all that is wrong
-ImageReading ParseImageSection(const nlohmann::json& section);
+/// Reads the members of the section from a JSON object, and the fields that it names from `folder`.
+/// @throws HostError with all that is wrong
+ImageReading ParseImageSection(const nlohmann::json& section, const std::filesystem::path& folder = {});
 
 /// Ranges of the section's fields, and which do not go together.
 std::vector<Problem> CheckImageReading(const ImageReading& reading);

@@ -87,6 +87,11 @@ const Field<Recipe> recipeFields[] = {
      "weight of the green channel"},
     {"image.weights.blue", "of a mixture", &Recipe::weightBlue, -dWeightHigh, dWeightHigh, nNone, nAll,
      "weight of the blue channel"},
+    {"image.flat_field", "name of an image file", &Recipe::flatFieldFile, 0, 0, nNone, nAll,
+     "what the camera shows of an even white: a whole image, or one row for a line camera; pixels get the gain that "
+     "makes them equal there"},
+    {"image.dark_field", "name of an image file", &Recipe::darkFieldFile, 0, 0, nNone, nAll,
+     "what the camera shows without light: taken off before that"},
     {"image.bayer", "", Choice<Recipe>{&Recipe::bayer, bayerWords}, 0, 0, nNone, nAll,
      "colour filters of the first two pixels of the first two rows, where images are mosaics"},
     {"image.demosaic", "", Choice<Recipe>{&Recipe::demosaic, demosaicWords}, 0, 0, nNone, nAll,

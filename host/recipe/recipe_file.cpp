@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <system_error>
+#include <type_traits>
 
 #include <nlohmann/json.hpp>
 
@@ -52,17 +53,22 @@ void SaveRecipe(const std::filesystem::path& file, const Recipe& recipe)
 
 void SaveRecipeWithImages(const std::filesystem::path& file, Recipe recipe)
 {
-    const auto save = [&](const GreyImage& image, const char* ending, std::string& name)
+    const auto save = [&](const auto& image, const char* ending, std::string& name)
     {
         if (image.IsEmpty())
             return;
         const std::filesystem::path beside = std::filesystem::path(file).replace_extension(ending);
         name = beside.filename().string();
-        SaveGreyImage(beside, image);
+        if constexpr (std::is_same_v<std::decay_t<decltype(image)>, FieldImage>)
+            SaveFieldImage(beside, image);
+        else
+            SaveGreyImage(beside, image);
     };
     save(recipe.zoneImage, ".zones.png", recipe.zoneImageFile);
     save(recipe.classImage, ".classes.png", recipe.classImageFile);
     save(recipe.deadImage, ".dead.png", recipe.deadImageFile);
+    save(recipe.fields.Flat(), ".flat_field.png", recipe.flatFieldFile);
+    save(recipe.fields.Dark(), ".dark_field.png", recipe.darkFieldFile);
     SaveRecipe(file, recipe);
 }
 

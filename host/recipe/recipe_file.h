@@ -24,8 +24,14 @@ struct RecipeImages
     std::optional<GreyImage> classImage;
     std::shared_ptr<const RegionMaps> maps;
     std::optional<GreyImage> deadImage;
+    std::optional<FieldImage> flatField;
+    std::optional<FieldImage> darkField;
+    const Recipe* earlier = nullptr; ///< a region whose fields are taken over where the same files are named
 
-    bool IsEmpty() const { return !zoneImage && !classImage && !deadImage && maps == nullptr; }
+    bool IsEmpty() const
+    {
+        return !zoneImage && !classImage && !deadImage && maps == nullptr && !flatField && !darkField;
+    }
 };
 
 /// Reads a recipe of one region from JSON. Image files that it names are looked up in `folder`, except those that are
@@ -65,7 +71,8 @@ nlohmann::ordered_json RecipesToJson(const std::vector<CheckedRecipe>& recipes);
 void SaveRecipe(const std::filesystem::path& file, const Recipe& recipe);
 
 /// Writes a recipe file and beside it the images that the recipe holds, under the file's own name with ".zones.png",
-/// ".classes.png" and ".dead.png" for its ending. @throws HostError when that fails
+/// ".classes.png", ".dead.png", ".flat_field.png" and ".dark_field.png" for its ending. @throws HostError when that
+/// fails
 void SaveRecipeWithImages(const std::filesystem::path& file, Recipe recipe);
 
 /// One line for each field of the JSON form: name, unit, range, default, meaning.

@@ -236,6 +236,36 @@ void LoadPainted(const char* field, const std::string& name, const std::filesyst
     }
 }
 
+/// Fields of the camera. Those that are `given` take the place of files.
+void LoadGivenFields(Recipe& recipe, const std::filesystem::path& folder, const RecipeImages& given, Problems& found)
+{
+    if (given.earlier != nullptr && given.earlier->flatFieldFile == recipe.flatFieldFile &&
+        given.earlier->darkFieldFile == recipe.darkFieldFile && given.earlier->bayer == recipe.bayer)
+    {
+        recipe.fields = given.earlier->fields;
+        return;
+    }
+    try
+    {
+        ImageReading named = recipe;
+        if (given.flatField)
+            named.flatFieldFile.clear();
+        if (given.darkField)
+            named.darkFieldFile.clear();
+        LoadFields(named, folder);
+        recipe.fields = named.fields;
+        if (given.flatField || given.darkField)
+            SetFields(recipe, given.flatField ? &*given.flatField : nullptr,
+                      given.darkField ? &*given.darkField : nullptr);
+    }
+    catch (const HostError& error)
+    {
+        found.insert(found.end(), error.Problems().begin(), error.Problems().end());
+        recipe.flatFieldFile.clear();
+        recipe.darkFieldFile.clear();
+    }
+}
+
 } // namespace
 
 CheckedRecipe ParseRegion(const json& document, const std::filesystem::path& folder, RecipeImages given,
@@ -260,6 +290,7 @@ CheckedRecipe ParseRegion(const json& document, const std::filesystem::path& fol
     LoadPainted("zones.image", recipe.zoneImageFile, folder, given.zoneImage, recipe.zoneImage, found);
     LoadPainted("zones.class_image", recipe.classImageFile, folder, given.classImage, recipe.classImage, found);
     LoadPainted("dead_image", recipe.deadImageFile, folder, given.deadImage, recipe.deadImage, found);
+    LoadGivenFields(recipe, folder, given, found);
     recipe.maps = std::move(given.maps);
 
     if (recipe.name.empty())

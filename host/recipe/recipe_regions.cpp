@@ -137,10 +137,13 @@ std::vector<CheckedRecipe> ParseRecipes(const json& document, const std::filesys
         }
         json fields = common;
         LayOver(fields, regions[i]);
+        RecipeImages shared;
+        if (!recipes.empty())
+            shared.earlier = &*recipes.front();
         try
         {
-            recipes.push_back(
-                ParseRegion(fields, folder, {}, regions.size() > 1 ? "region " + std::to_string(i + 1) : ""));
+            recipes.push_back(ParseRegion(fields, folder, std::move(shared),
+                                          regions.size() > 1 ? "region " + std::to_string(i + 1) : ""));
         }
         catch (const HostError& error)
         {

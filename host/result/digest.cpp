@@ -31,6 +31,13 @@ void AddImage(Digest& digest, const GreyImage& image)
         digest.Add(image.Row(y), static_cast<std::size_t>(image.Width()));
 }
 
+void AddField(Digest& digest, const FieldImage& image)
+{
+    const int kind[4] = {image.width, image.height, image.channels, image.bytesPerChannel};
+    digest.Add(kind, sizeof kind);
+    digest.Add(image.pixels.data(), image.pixels.size());
+}
+
 void AddMaps(Digest& digest, const RegionMaps& maps)
 {
     for (int map = 0; map < RegionMaps::nMaps; ++map)
@@ -104,6 +111,14 @@ std::string DigestOfFile(const std::filesystem::path& file)
     return digest.Text();
 }
 
+void AddFields(Digest& digest, const FieldImages& fields)
+{
+    if (fields.IsEmpty())
+        return;
+    AddField(digest, fields.Flat());
+    AddField(digest, fields.Dark());
+}
+
 std::string DigestOfRecipes(const std::vector<CheckedRecipe>& recipes)
 {
     Digest digest;
@@ -114,6 +129,7 @@ std::string DigestOfRecipes(const std::vector<CheckedRecipe>& recipes)
         AddImage(digest, recipe.zoneImage);
         AddImage(digest, recipe.classImage);
         AddImage(digest, recipe.deadImage);
+        AddFields(digest, recipe.fields);
         if (recipe.maps != nullptr)
             AddMaps(digest, *recipe.maps);
     }

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "host/image/field_images.h"
 #include "host/recipe/checked_recipe.h"
 
 namespace narvo
@@ -33,7 +34,11 @@ private:
 /// Digest of a file's bytes; empty when it cannot be read.
 std::string DigestOfFile(const std::filesystem::path& file);
 
-/// Digest of all fields of all regions and of the painted images and maps that they hold.
+/// The contents of flat and dark field; nothing where there are none.
+void AddFields(Digest& digest, const FieldImages& fields);
+
+/// Digest of all fields of all regions, of their flat and dark fields, and of the painted images and maps that they
+/// hold.
 std::string DigestOfRecipes(const std::vector<CheckedRecipe>& recipes);
 
 } // namespace narvo

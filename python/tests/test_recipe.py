@@ -273,3 +273,34 @@ def test_dead_places_stay_with_the_recipe():
     other = recipe.replace({"min_area": 2})
     assert numpy.array_equal(other.dead_image, dead)
     assert recipe != recipe.replace({}, dead_image=numpy.zeros_like(dead))
+
+
+def test_fields_are_arrays_or_files_and_stay_with_the_recipe(tmp_path):
+    flat = numpy.full((1, 40), 25600, numpy.uint16)
+    flat[0, 7] = 12800
+    dark = numpy.zeros((1, 40), numpy.uint16)
+    recipe = narvoassem.Recipe({"version": 1, "pitch": {"x": 20.5, "y": 30.25}}, flat_field=flat, dark_field=dark)
+    assert numpy.array_equal(recipe.flat_field, flat) and numpy.array_equal(recipe.dark_field, dark)
+    frame = numpy.full((5, 40), 80, numpy.uint8)
+    frame[:, 7] = 40
+    even = narvoassem.convert_image(frame, recipe)
+    assert (even == even[0, 0]).all() and abs(int(even[0, 0]) - 79) <= 1
+
+    assert pickle.loads(pickle.dumps(recipe)) == recipe
+    other = recipe.replace({"min_area": 2})
+    assert numpy.array_equal(other.flat_field, flat)
+    assert recipe != recipe.replace({}, flat_field=dark + numpy.uint16(9))
+    recipe.save(tmp_path / "r.json")
+    kept = narvoassem.Recipe(tmp_path / "r.json")
+    assert numpy.array_equal(kept.flat_field, flat)
+    section = {"flat_field": str(tmp_path / "r.flat_field.png")}
+    assert numpy.array_equal(narvoassem.convert_image(frame, section), narvoassem.convert_image(frame, recipe))
+
+    colours = numpy.zeros((2, 40, 3), numpy.uint8)
+    colours[:] = (200, 100, 50)
+    assert numpy.array_equal(recipe.replace({}, flat_field=colours, dark_field=colours // 8).flat_field, colours)
+    for wrong in (flat.astype(float), flat[0], "flat.png"):
+        with pytest.raises(narvoassem.RecipeError, match="flat_field"):
+            recipe.replace({}, flat_field=wrong)
+    with pytest.raises(narvoassem.ImageError, match="40 by 1 pixels"):
+        narvoassem.convert_image(frame[:, :20].copy(), recipe)

@@ -40,6 +40,26 @@ void SaveColours(const TestFolder& folder, const std::string& name, int channel)
     ASSERT_TRUE(cv::imwrite((folder / name).string(), merged));
 }
 
+/// The panel as a line camera sees it whose columns get 60 to 100 % of the light above a dark value of 16, and frames
+/// of an even white and without light.
+void SaveUneven(const TestFolder& folder)
+{
+    const cv::Mat panel = Panel(folder);
+    cv::Mat_<std::uint16_t> seen(panel.size());
+    cv::Mat_<std::uint16_t> white(3, panel.cols);
+    for (int x = 0; x < panel.cols; ++x)
+    {
+        const double light = 0.6 + 0.4 * x / panel.cols;
+        for (int y = 0; y < panel.rows; ++y)
+            seen(y, x) = cv::saturate_cast<std::uint16_t>(16.0 * (16.0 + light * panel.at<std::uint8_t>(y, x)));
+        for (int y = 0; y < 3; ++y)
+            white(y, x) = cv::saturate_cast<std::uint16_t>(16.0 * (16.0 + light * 250.0) + 2 * y - 2);
+    }
+    ASSERT_TRUE(cv::imwrite((folder / "seen.png").string(), seen));
+    ASSERT_TRUE(cv::imwrite((folder / "white.png").string(), white));
+    ASSERT_TRUE(cv::imwrite((folder / "black.png").string(), cv::Mat_<std::uint16_t>(3, panel.cols, 256)));
+}
+
 std::string BlobsOf(const TestFolder& folder, const std::string& prefix)
 {
     return ReadText(folder / (prefix + ".blobs.csv"));
@@ -171,6 +191,46 @@ TEST(NarvoImages, TuneDoesNotSweepHowImagesAreRead)
                                               "image.levels.high", "--from", "100", "--to", "200"});
     EXPECT_EQ(outcome.code, 2);
     EXPECT_THAT(outcome.error, HasSubstr("image.levels.high"));
+}
+
+TEST(NarvoImages, FieldsMadeOfFramesEvenTheImageOut)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallPanel(folder).code, 0);
+    SaveUneven(folder);
+    const Outcome made = RunNarvo(folder, {"field", "white.png", "--line", "-o", "flat.png"});
+    ASSERT_EQ(made.code, 0) << made.error;
+    EXPECT_THAT(made.out, HasSubstr(" by 1 pixels\n"));
+    ASSERT_EQ(RunNarvo(folder, {"field", "black.png", "--line", "-o", "dark.png"}).code, 0);
+
+    // The mean light is 0.8 of the panel's: so are the corrected values, and the levels undo it.
+    const std::vector<std::string> options = {"--flat-field", "flat.png", "--dark-field",
+                                              "dark.png",     "--levels", "0:3264"};
+    std::vector<std::string> inspect = {"inspect", "seen.png", "-r", "panel.recipe.json", "-q"};
+    ASSERT_EQ(RunNarvo(folder, {"inspect", "panel.png", "-r", "panel.recipe.json", "-q", "-o", "grey"}).code, 0);
+    const auto run = [&](const std::string& prefix, const std::vector<std::string>& more)
+    {
+        std::vector<std::string> arguments = inspect;
+        arguments.insert(arguments.end(), {"-o", prefix});
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return RunNarvo(folder, arguments);
+    };
+    const Outcome even = run("even", options);
+    EXPECT_EQ(even.code, 0) << even.error;
+    EXPECT_EQ(BlobsOf(folder, "even"), BlobsOf(folder, "grey"));
+
+    // A run is not continued by another field of the same name.
+    ASSERT_EQ(run("many", {"--overwrite", "--flat-field", "flat.png", "--dark-field", "dark.png"}).code, 0);
+    EXPECT_EQ(run("many", {"--resume", "--flat-field", "flat.png", "--dark-field", "dark.png"}).code, 0);
+    ASSERT_EQ(RunNarvo(folder, {"field", "seen.png", "--line", "-o", "flat.png"}).code, 0);
+    const Outcome other = run("many", {"--resume", "--flat-field", "flat.png", "--dark-field", "dark.png"});
+    EXPECT_EQ(other.code, 2);
+    EXPECT_THAT(other.error, HasSubstr("recipe"));
+
+    const Outcome narrow = run("x", {"--flat-field", "panel.png"});
+    EXPECT_EQ(narrow.code, 2);
+    EXPECT_THAT(narrow.error, HasSubstr("image.flat_field, image.dark_field: 8 bits; allowed: 16 bits"));
+    EXPECT_EQ(RunNarvo(folder, {"field", "white.png", "-o", "white.png"}).code, 2) << "an input would be overwritten";
 }
 
 } // namespace narvo::test

@@ -51,6 +51,7 @@ std::string DigestOfModel(const std::vector<std::string>& references, const Gold
     const std::string text = all.dump();
     Digest digest;
     digest.Add(text.data(), text.size());
+    AddFields(digest, reading.fields);
     return digest.Text();
 }
 

@@ -85,6 +85,7 @@ int RunLearn(const LearnOptions& options)
         for (const std::string& file : options.truth)
             names.AddInput(file);
         names.AddOutputs("the recipe", options.output, {".recipe.json", ".recipe.zones.png"});
+        AddFieldOutputs(names, recipe);
         names.AddOutputs("the page", page);
         names.Check();
         say("learning from " + Counted(good.size(), "image"));

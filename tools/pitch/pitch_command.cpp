@@ -67,6 +67,7 @@ int RunPitch(const PitchOptions& options)
     {
         names.AddOutputs("--recipe", options.recipe);
         names.AddOutputs("the recipe's zones", zones);
+        AddFieldOutputs(names, options.recipe);
     }
     names.Check();
     PitchResult result;
