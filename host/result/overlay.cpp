@@ -41,6 +41,42 @@ void Frame(cv::Mat& picture, const CRect& box, const cv::Scalar& colour, const s
     cv::putText(picture, text, place, cv::FONT_HERSHEY_SIMPLEX, dTextScale, colour, 1, cv::LINE_AA);
 }
 
+int PlacesOf(int pixels, int factor)
+{
+    return (pixels + factor - 1) / factor;
+}
+
+CRect Reduced(const CRect& box, int factor)
+{
+    return {box.left / factor, box.top / factor, PlacesOf(box.right, factor), PlacesOf(box.bottom, factor)};
+}
+
+InspectionResult Reduced(const InspectionResult& result, int factor)
+{
+    InspectionResult reduced;
+    reduced.region = Reduced(result.region, factor);
+    reduced.outlines = result.outlines;
+    for (std::vector<CPoint>& outline : reduced.outlines)
+        for (CPoint& corner : outline)
+            corner = CPoint(corner.x / factor, corner.y / factor);
+    reduced.blobs = result.blobs;
+    for (Blob& blob : reduced.blobs)
+        blob.box = Reduced(blob.box, factor);
+    return reduced;
+}
+
+/// Means of squares of `factor` pixels.
+GreyImage Reduced(const GreyView& image, int factor)
+{
+    const cv::Mat grey(image.Height(), image.Width(), CV_8UC1, const_cast<std::uint8_t*>(image.Row(0)),
+                       static_cast<std::size_t>(image.Stride()));
+    GreyImage reduced(PlacesOf(image.Width(), factor), PlacesOf(image.Height(), factor));
+    cv::Mat target = ViewOf(reduced);
+    cv::resize(grey, target, target.size(), 0.0, 0.0, cv::INTER_AREA);
+    reduced.FillUpRows();
+    return reduced;
+}
+
 } // namespace
 
 void DrawOverlay(std::uint8_t* rgb, const GreyView& image, const InspectionResult& result,
@@ -77,8 +113,19 @@ void SaveColourImage(const std::filesystem::path& file, const std::uint8_t* rgb,
 }
 
 void SaveOverlay(const std::filesystem::path& file, const GreyView& image, const InspectionResult& result,
-                 const std::vector<CRect>& missed)
+                 const std::vector<CRect>& missed, std::int64_t mostPixels)
 {
+    int factor = 1;
+    while (std::int64_t{PlacesOf(image.Width(), factor)} * PlacesOf(image.Height(), factor) > mostPixels)
+        ++factor;
+    if (factor > 1)
+    {
+        std::vector<CRect> boxes;
+        for (const CRect& box : missed)
+            boxes.push_back(Reduced(box, factor));
+        SaveOverlay(file, Reduced(image, factor), Reduced(result, factor), boxes);
+        return;
+    }
     std::vector<std::uint8_t> rgb(std::size_t{3} * static_cast<std::size_t>(image.Width()) *
                                   static_cast<std::size_t>(image.Height()));
     DrawOverlay(rgb.data(), image, result, missed);

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <limits>
 #include <vector>
 
 #include "host/image/grey_image.h"
@@ -22,8 +23,12 @@ void DrawOverlay(std::uint8_t* rgb, const GreyView& image, const InspectionResul
 /// @throws HostError when it cannot be written
 void SaveColourImage(const std::filesystem::path& file, const std::uint8_t* rgb, int width, int height);
 
-/// Draws and writes. @throws HostError when it cannot be written
+/// The size that is enough for a screen, pixels.
+constexpr std::int64_t nScreenPixels = 2'000'000;
+
+/// Draws and writes. A picture of more than `mostPixels` is reduced by the smallest whole factor that makes it smaller;
+/// frames and numbers are drawn on the reduced one, at their usual size. @throws HostError when it cannot be written
 void SaveOverlay(const std::filesystem::path& file, const GreyView& image, const InspectionResult& result,
-                 const std::vector<CRect>& missed);
+                 const std::vector<CRect>& missed, std::int64_t mostPixels = std::numeric_limits<std::int64_t>::max());
 
 } // namespace narvo

@@ -108,6 +108,20 @@ TEST(Overlay, FileHoldsThePictureAndAnUnwritablePlaceIsNamed)
             const auto& bgr = read.at<cv::Vec3b>(y, x);
             ASSERT_EQ((Colour{bgr[2], bgr[1], bgr[0]}), picture.At(x, y)) << x << ", " << y;
         }
+    // Reduced by three: 134 by 100 pixels are the first that are fewer than 20000.
+    SaveOverlay(folder / "small.png", image, result, {CRect(300, 200, 310, 210)}, 20000);
+    const cv::Mat small = cv::imread((folder / "small.png").string(), cv::IMREAD_COLOR);
+    EXPECT_EQ(small.size(), cv::Size((nWidth - 1 + 2) / 3, nHeight / 3));
+    const auto at = [&](int x, int y)
+    {
+        const auto& bgr = small.at<cv::Vec3b>(y, x);
+        return Colour{bgr[2], bgr[1], bgr[0]};
+    };
+    EXPECT_EQ(at(33 - 5, 34), cyan) << "frames are drawn at their usual distance";
+    EXPECT_EQ(at(66 - 5, 50), orange);
+    EXPECT_EQ(at(100 - 5, 68), magenta);
+    EXPECT_EQ(at(10 / 3, 40), green);
+    EXPECT_EQ(at(34, 34), (Colour{77, 77, 77}));
     EXPECT_THAT(ProblemsOf([&] { SaveOverlay(folder / "none" / "a.png", image, result, {}); }), testing::SizeIs(1));
     EXPECT_THAT(ProblemsOf([&] { SaveOverlay(folder / "a.nonsense", image, result, {}); }), testing::SizeIs(1));
 }

@@ -123,7 +123,7 @@ void AddGoldenCommand(CLI::App& app, Action& action)
                         "beginning of the result files' names, followed by the image's where there are several "
                         "(default: the image's name without its ending; for folders and lists, results)");
     command->add_flag("--steps", options->steps, "also write the registered reference and the threshold of each pixel");
-    command->add_flag("--no-overlay", options->noOverlay, "images that are named: write no pictures of the results");
+    AddOverlayOptions(*command, options->overlay, "images that are named");
     command->add_flag("-q,--quiet", options->many.quiet, "print warnings and problems only");
     command->footer(
         "Images that are named leave OUTPUT.blobs.json, OUTPUT.blobs.csv and OUTPUT.overlay.png each. A "

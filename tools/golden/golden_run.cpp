@@ -128,7 +128,7 @@ private:
             const std::string prefix = PrefixOf(file, files.size());
             names.AddInput(file);
             names.AddOutputs(file, prefix, {".blobs.json", ".blobs.csv"});
-            if (!m_options.noOverlay)
+            if (m_options.overlay.IsWanted())
                 names.AddOutputs(file, prefix, {".overlay.png"});
             if (m_options.steps)
                 names.AddOutputs(file, prefix, {".reference.png", ".threshold.png"});
@@ -215,9 +215,9 @@ private:
         WriteTextFile(prefix + ".blobs.json", document.dump(2) + "\n");
         WriteTextFile(prefix + ".blobs.csv", GoldenToCsv(result));
         std::string written = prefix + ".blobs.json, " + prefix + ".blobs.csv";
-        if (!m_options.noOverlay)
+        if (m_options.overlay.IsWanted())
         {
-            SaveOverlay(prefix + ".overlay.png", image, result.inspection, missed);
+            SaveOverlay(prefix + ".overlay.png", image, result.inspection, missed, m_options.overlay.MostPixels());
             written += ", " + prefix + ".overlay.png";
         }
         if (m_options.steps)

@@ -11,6 +11,7 @@
 #include "host/golden/golden_model.h"
 #include "tools/golden/golden_score.h"
 #include "tools/inspect/batch_options.h"
+#include "tools/inspect/overlay_options.h"
 
 namespace narvo::tools
 {
@@ -22,7 +23,7 @@ struct GoldenOptions
     std::string truth;                   ///< a file for one image, a folder of pairs, or empty
     BatchOptions many;                   ///< its places are the files
     bool steps = false;
-    bool noOverlay = false; ///< of images that are named
+    OverlayOptions overlay; ///< of images that are named
     GoldenSettings settings;
     ScoreOptions score;
 

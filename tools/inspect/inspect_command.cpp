@@ -28,6 +28,7 @@
 #include "tools/image_options.h"
 #include "tools/inspect/batch_options.h"
 #include "tools/inspect/inspect_batch.h"
+#include "tools/inspect/overlay_options.h"
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 #include "tools/truth/truth.h"
@@ -43,7 +44,7 @@ struct InspectOptions
     BatchOptions many; ///< places, output and quiet are those of a single image too
     std::string recipe;
     std::string truth;      ///< empty: none
-    bool noOverlay = false; ///< of a single image
+    OverlayOptions overlay; ///< of a single image
 
     /// One image is told of in detail and leaves an overlay, unless that is not wanted.
     bool IsSingle() const
@@ -210,7 +211,7 @@ int RunSingle(const InspectOptions& options)
                         names.AddRecipe(options.recipe, recipes);
                         names.AddInput(options.truth);
                         names.AddOutputs(file, prefix, {".blobs.json", ".blobs.csv"});
-                        if (!options.noOverlay)
+                        if (options.overlay.IsWanted())
                             names.AddOutputs(file, prefix, {".overlay.png"});
                         names.Check();
                     });
@@ -249,11 +250,11 @@ int RunSingle(const InspectOptions& options)
     }
 
     WriteResults(prefix, options, regions);
-    if (!options.noOverlay)
-        SaveOverlay(prefix + ".overlay.png", *image, all, missed);
+    if (options.overlay.IsWanted())
+        SaveOverlay(prefix + ".overlay.png", *image, all, missed, options.overlay.MostPixels());
     const std::string shown = Printable(prefix);
     progress.Step("written: " + shown + ".blobs.json, " + shown + ".blobs.csv" +
-                  (options.noOverlay ? "" : ", " + shown + ".overlay.png"));
+                  (options.overlay.IsWanted() ? ", " + shown + ".overlay.png" : ""));
     const bool complete = std::all_of(regions.begin(), regions.end(),
                                       [](const InspectionResult& region) { return region.warnings.empty(); });
     return complete ? ExitCode_Done : ExitCode_Incomplete;
@@ -288,8 +289,7 @@ void AddInspectCommand(CLI::App& app, Action& action)
     command->add_option("-o,--output", options->many.output,
                         "beginning of the result files' names (default: for one image its name without the ending; "
                         "for many, results)");
-    command->add_flag("--no-overlay", options->noOverlay,
-                      "one image: write no picture of the results, which takes longer than inspecting");
+    AddOverlayOptions(*command, options->overlay, "one image");
     command->add_flag("-q,--quiet", options->many.quiet, "print warnings and problems only");
     command->footer("One image leaves OUTPUT.blobs.json, OUTPUT.blobs.csv and OUTPUT.overlay.png. Several images, a "
                     "folder or a list leave\nOUTPUT.jsonl with one line for each image as it ends, and OUTPUT.csv with "
