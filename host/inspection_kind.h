@@ -16,7 +16,8 @@ enum Kind : int
     Kind_Binarise,
     Kind_Average,
     Kind_Asg,
-    Kind_Texture
+    Kind_Texture,
+    Kind_Lattice
 };
 
 enum Direction : int

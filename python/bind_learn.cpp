@@ -25,7 +25,9 @@ int ModeOf(const std::string& word)
         return LearnMode_Texture;
     if (word == "periodic")
         return LearnMode_Periodic;
-    throw HostError({{"mode", "\"" + word + "\"", "auto, texture or periodic"}});
+    if (word == "lattice")
+        return LearnMode_Lattice;
+    throw HostError({{"mode", "\"" + word + "\"", "auto, texture, periodic or lattice"}});
 }
 
 LearnResult Learn(const py::handle& images, double falseRate, const std::string& mode, const std::string& name,

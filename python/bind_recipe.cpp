@@ -286,8 +286,8 @@ bool IsSame(const GreyImage& a, const GreyImage& b)
 
 // --- the table of fields ---
 
-constexpr std::array<Kind, 9> kinds = {Kind_Zone,     Kind_Pixel,   Kind_Float, Kind_Trapezium, Kind_FreeForm,
-                                       Kind_Binarise, Kind_Average, Kind_Asg,   Kind_Texture};
+constexpr std::array<Kind, 10> kinds = {Kind_Zone,     Kind_Pixel,   Kind_Float, Kind_Trapezium, Kind_FreeForm,
+                                        Kind_Binarise, Kind_Average, Kind_Asg,   Kind_Texture,   Kind_Lattice};
 
 py::tuple ModesOf(KindSet set)
 {

@@ -5,8 +5,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 
+#include "host/evaluate/baselines.h"
 #include "host/inspect/inspection_plan.h"
+#include "host/inspect/lattice_inspection.h"
 #include "host/inspect/texture_inspection.h"
 
 namespace narvo
@@ -73,6 +76,30 @@ ImageScores SweepTexture(Inspector& inspector, int lane, const GreyView& image, 
     return found;
 }
 
+/// How far differences from the reference rise above their thresholds; at the recipe's own thresholds the blobs of the
+/// inspection stand.
+ImageScores SweepLattice(Inspector& inspector, int lane, const GreyView& image, const CheckedRecipe& recipe)
+{
+    const InspectionPlan plan(recipe, image.Width(), image.Height());
+    const LatticeComparison compared = CompareLattice(image, plan);
+    const CRect& region = plan.Region();
+    ImageScores found;
+    found.scores.width = image.Width();
+    found.scores.height = image.Height();
+    found.scores.values.assign(static_cast<std::size_t>(image.Width()) * image.Height(), 0.0F);
+    for (int y = 0; y < region.Height(); ++y)
+        for (int x = 0; x < region.Width(); ++x)
+            if (const int threshold = compared.threshold.Row(y)[x]; threshold < nGreyHigh)
+                found.scores.values[static_cast<std::size_t>(region.top + y) * image.Width() + region.left + x] =
+                    static_cast<float>(std::abs(compared.image.Row(y)[x] - compared.reference.Row(y)[x])) /
+                    static_cast<float>(threshold + 1);
+    found.blobs = BlobsOf(found.scores);
+    found.blobs[nFactorOne].clear();
+    for (const Blob& blob : InspectCompared(inspector, lane, compared, plan).blobs)
+        found.blobs[nFactorOne].push_back({blob.box, blob.area});
+    return found;
+}
+
 } // namespace
 
 const std::vector<double>& SweepFactors()
@@ -125,6 +152,8 @@ ImageScores SweepThresholds(Inspector& inspector, int lane, const GreyView& imag
 {
     if (recipe->GetKind() == Kind_Texture)
         return SweepTexture(inspector, lane, image, recipe);
+    if (recipe->GetKind() == Kind_Lattice)
+        return SweepLattice(inspector, lane, image, recipe);
     ImageScores found;
     found.scores.width = image.Width();
     found.scores.height = image.Height();

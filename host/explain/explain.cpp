@@ -40,12 +40,12 @@ const CChainLink* Explanation::Before() const
 namespace
 {
 
-/// Texture mode compares scores of many measures, not pixels of the image.
+/// Texture mode compares scores of many measures, lattice mode a reference of many pixels: not two pixels of the image.
 const CheckedRecipe& Explainable(const CheckedRecipe& recipe)
 {
-    if (recipe->GetKind() == Kind_Texture)
-        throw HostError(
-            {{"mode", "texture", "zone, pixel, float, binarise, average or asg: a mode that compares pixels"}});
+    if (recipe->GetKind() == Kind_Texture || recipe->GetKind() == Kind_Lattice)
+        throw HostError({{"mode", recipe->GetKind() == Kind_Texture ? "texture" : "lattice",
+                          "zone, pixel, float, binarise, average or asg: a mode that compares pixels"}});
     return recipe;
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The periodic picture of reference, image, reference, its threshold maps, and the way back of the result.
+// The model brought to the image, the limits there, and what the comparison finds.
 #include "host/golden/golden.h"
 
 #include <algorithm>
@@ -14,7 +14,8 @@
 #include "host/golden/edge_growth.h"
 #include "host/image/cv_image.h"
 #include "host/inspect/elapsed.h"
-#include "host/zones/region_maps.h"
+#include "host/inspect/reference_comparison.h"
+#include "host/reference/reference_limits.h"
 
 namespace narvo
 {
@@ -22,59 +23,8 @@ namespace narvo
 namespace
 {
 
-constexpr int nTiles = 3;         // reference, image, reference: the three pitches that a comparison needs
-constexpr int nColumnGroup = 16;  // a horizontal comparison ends at a multiple of 16 columns
 constexpr int nMergeDistance = 0; // pieces of one blob whose boxes touch
 constexpr double dFewDirections = 0.1;
-constexpr short nNoDifference = 256; // a threshold that no difference exceeds
-
-/// Recipe of the comparison from tile to tile.
-Recipe MakeRecipe(int pitch, int height, const GoldenSettings& settings, std::shared_ptr<const RegionMaps> maps)
-{
-    Recipe recipe;
-    recipe.mode = Mode_Zone;
-    recipe.direction = Direction_Horizontal;
-    recipe.pitchX = pitch;
-    recipe.pitchY = height;
-    recipe.maps = std::move(maps);
-    recipe.maxBlobs = settings.maxBlobs;
-    recipe.minArea = settings.minPixels;
-    recipe.mergeDistance = nMergeDistance;
-    // Every difference answers twice, at the reference before the image and at the one behind: none stands alone, and
-    // none needs a further reference.
-    recipe.keepSingles = false;
-    recipe.filters = false;
-    return recipe;
-}
-
-/// Lays `image` between two copies of `reference`. Columns that fill a tile up are 0.
-GreyImage LayTiles(const GreyImage& reference, const GreyImage& image, int pitch)
-{
-    GreyImage tiles(nTiles * pitch, image.Height());
-    for (int y = 0; y < image.Height(); ++y)
-        for (int tile = 0; tile < nTiles; ++tile)
-        {
-            const std::uint8_t* source = tile == 1 ? image.Row(y) : reference.Row(y);
-            std::copy_n(source, image.Width(), tiles.Row(y) + static_cast<std::ptrdiff_t>(tile) * pitch);
-        }
-    return tiles;
-}
-
-/// Thresholds of the comparisons that begin in the reference and of those that begin in the image: the same.
-std::shared_ptr<const RegionMaps> LayMaps(const GreyImage& threshold, int pitch)
-{
-    const int width = nTiles * pitch;
-    auto maps = std::make_shared<RegionMaps>(width, threshold.Height());
-    for (int y = 0; y < threshold.Height(); ++y)
-    {
-        // Written in place: the values of bytes lie in the map's range.
-        short* line = maps->Data(RegionMaps::Map_Offset) + static_cast<std::ptrdiff_t>(y) * maps->Stride();
-        std::fill_n(line, width, nNoDifference);
-        std::copy_n(threshold.Row(y), threshold.Width(), line);
-        std::copy_n(line, pitch, line + pitch);
-    }
-    return maps;
-}
 
 /// Takes what lies along a seam out of what is compared.
 void LeaveSeamOut(const std::optional<Seam>& seam, int margin, GreyImage& inside)
@@ -87,78 +37,6 @@ void LeaveSeamOut(const std::optional<Seam>& seam, int margin, GreyImage& inside
     cv::Mat view = ViewOf(inside);
     (seam->vertical ? view.colRange(from, to) : view.rowRange(from, to)).setTo(0);
 }
-
-/// What the pixels may differ by: `base`, or more where the range reaches further to the side on which it differs.
-class Limits
-{
-public:
-    Limits(const GreyImage& reference, const GreyImage& image, const GreyRange& range, const GreyImage& nearEdge,
-           const NoiseThreshold& base)
-        : m_reference(reference), m_image(image), m_range(range), m_nearEdge(nearEdge), m_base(base)
-    {
-    }
-
-    /// 255 where `inside` is 0: nothing is compared there.
-    GreyImage Thresholds(const GreyImage& inside) const
-    {
-        GreyImage threshold(m_image.Width(), m_image.Height());
-        for (int y = 0; y < m_image.Height(); ++y)
-        {
-            const Row row(*this, y);
-            const std::uint8_t* mask = inside.Row(y);
-            std::uint8_t* line = threshold.Row(y);
-            for (int x = 0; x < m_image.Width(); ++x)
-                line[x] = static_cast<std::uint8_t>(mask[x] != 0 ? std::min(255, Row::Limit(row.Play(x), row.Least(x)))
-                                                                 : 255);
-        }
-        return threshold;
-    }
-
-    /// Whether a pixel in the box differs by more than an edge explains that lies a whole pixel further off than the
-    /// tolerance. Where none does, there is but an edge a fraction of a pixel beyond it.
-    bool IsMoreThanAnEdge(const CRect& box) const
-    {
-        for (int y = std::max(0, box.top); y < std::min(m_image.Height(), box.bottom); ++y)
-        {
-            const Row row(*this, y);
-            for (int x = std::max(0, box.left); x < std::min(m_image.Width(), box.right); ++x)
-            {
-                const int play = static_cast<int>(row.Play(x) / dOuterShare);
-                if (std::abs(row.Difference(x)) > Row::Limit(play, row.Least(x)))
-                    return true;
-            }
-        }
-        return false;
-    }
-
-private:
-    struct Row
-    {
-        Row(const Limits& limits, int y)
-            : expected(limits.m_reference.Row(y)), shown(limits.m_image.Row(y)), low(limits.m_range.darkest.Row(y)),
-              high(limits.m_range.brightest.Row(y)), close(limits.m_nearEdge.Row(y)), base(limits.m_base)
-        {
-        }
-        int Difference(int x) const { return shown[x] - expected[x]; }
-        int Play(int x) const { return shown[x] > expected[x] ? high[x] - expected[x] : expected[x] - low[x]; }
-        int Least(int x) const { return close[x] != 0 ? base.nearEdge : base.flat; }
-        /// The range holds noise of the reference already: half of the base is added to it.
-        static int Limit(int play, int least) { return std::max(least, play + least / 2); }
-
-        const std::uint8_t* expected;
-        const std::uint8_t* shown;
-        const std::uint8_t* low;
-        const std::uint8_t* high;
-        const std::uint8_t* close;
-        NoiseThreshold base;
-    };
-
-    const GreyImage& m_reference;
-    const GreyImage& m_image;
-    const GreyRange& m_range;
-    const GreyImage& m_nearEdge;
-    const NoiseThreshold& m_base;
-};
 
 ReferencePlace PlaceOf(const Blob& blob, const Registration& registration)
 {
@@ -173,14 +51,6 @@ ReferencePlace PlaceOf(const Blob& blob, const Registration& registration)
     place.box = {static_cast<int>(std::floor(left)), static_cast<int>(std::floor(top)),
                  static_cast<int>(std::ceil(right)) + 1, static_cast<int>(std::ceil(bottom)) + 1};
     return place;
-}
-
-void MoveIntoImage(Blob& blob, int pitch)
-{
-    blob.box.left -= pitch;
-    blob.box.right -= pitch;
-    blob.center.x -= pitch;
-    blob.peakPlace.x -= pitch;
 }
 
 } // namespace
@@ -220,18 +90,15 @@ GoldenResult InspectRegistered(Inspector& inspector, int lane, const GoldenModel
     result.base = ThresholdFromNoise(result.reference, image, range, nearEdge, inside);
     if (settings.threshold > 0)
         result.base.flat = result.base.nearEdge = settings.threshold;
-    const Limits limits(result.reference, image, range, nearEdge, result.base);
+    const ReferenceLimits limits(result.reference, image, range, nearEdge, result.base);
     result.threshold = limits.Thresholds(inside);
 
-    const int pitch = (width + nColumnGroup - 1) / nColumnGroup * nColumnGroup;
-    const std::shared_ptr<const RegionMaps> maps = LayMaps(result.threshold, pitch);
-    const GreyImage tiles = LayTiles(result.reference, image, pitch);
-    result.inspection = inspector.Inspect(lane, tiles, CheckedRecipe(MakeRecipe(pitch, height, settings, maps)));
-
-    result.inspection.region = CRect(0, 0, width, height);
+    Recipe report;
+    report.minArea = settings.minPixels;
+    report.maxBlobs = settings.maxBlobs;
+    report.mergeDistance = nMergeDistance;
+    result.inspection = CompareWithReference(inspector, lane, result.reference, image, result.threshold, report);
     std::vector<Blob>& blobs = result.inspection.blobs;
-    for (Blob& blob : blobs)
-        MoveIntoImage(blob, pitch);
     std::erase_if(blobs, [&](const Blob& blob) { return !limits.IsMoreThanAnEdge(blob.box); });
     for (const Blob& blob : blobs)
         result.places.push_back(PlaceOf(blob, result.registration));

@@ -5,10 +5,10 @@
 
 #include <vector>
 
-#include "host/golden/difference_noise.h"
 #include "host/golden/golden_model.h"
 #include "host/golden/light_fit.h"
 #include "host/inspect/inspector.h"
+#include "host/reference/difference_noise.h"
 
 namespace narvo
 {

@@ -5,9 +5,9 @@
 
 #include <vector>
 
-#include "host/golden/edge_tolerance.h"
 #include "host/golden/registration.h"
 #include "host/image/grey_image.h"
+#include "host/reference/edge_tolerance.h"
 
 namespace narvo
 {

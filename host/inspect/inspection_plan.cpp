@@ -66,8 +66,8 @@ InspectionPlan::InspectionPlan(CheckedRecipe checked, int width, int height)
     m_param.nImageWidth = RowLengthOf(width);
     m_param.nImageHeight = height;
     m_param.rtInspect = RegionOf(recipe, width, height);
-    if (recipe.GetKind() == Kind_Texture)
-        return; // the comparison of its scores has a plan of its own
+    if (recipe.GetKind() == Kind_Texture || recipe.GetKind() == Kind_Lattice)
+        return; // the comparison of its scores or with its reference has a plan of its own
     m_param.rtMarginFrame = recipe.marginFrame.value_or(CRect());
     std::copy(recipe.deadZones.begin(), recipe.deadZones.end(), m_param.rtDeadZone);
     FillScalars(recipe);

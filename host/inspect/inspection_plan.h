@@ -39,8 +39,8 @@ public:
     /// The direction that the engine takes.
     Direction GetDirection() const { return ResolveDirection(m_recipe, m_param.rtInspect); }
 
-    /// The block for one call, which the engine may edit; in texture mode it does not serve. It points at the image and
-    /// into this plan; both must outlive the call, and the engine only reads them.
+    /// The block for one call, which the engine may edit; in texture and lattice mode it does not serve. It points at
+    /// the image and into this plan; both must outlive the call, and the engine only reads them.
     /// @throws HostError for an image of another size
     CConvParam BlockFor(const GreyView& image) const;
 

@@ -8,6 +8,7 @@
 
 #include "host/inspect/elapsed.h"
 #include "host/inspect/inspection_plan.h"
+#include "host/inspect/lattice_inspection.h"
 #include "host/inspect/texture_inspection.h"
 #include "host/limits.h"
 #include "host/problem.h"
@@ -214,6 +215,8 @@ InspectionResult Inspector::Inspect(int lane, const GreyView& image, const Inspe
     CheckLane(lane);
     if (plan.GetRecipe()->GetKind() == Kind_Texture)
         return InspectTexture(*this, lane, image, plan);
+    if (plan.GetRecipe()->GetKind() == Kind_Lattice)
+        return InspectLattice(*this, lane, image, plan);
     const auto start = std::chrono::steady_clock::now();
     Lane& own = m_byLane[static_cast<std::size_t>(lane)];
     const Recipe& recipe = plan.GetRecipe();

@@ -34,6 +34,10 @@ Candidate LearnTexture(const std::vector<BatchImage>& good, const LearnSettings&
 /// A comparison at the pitch. Without one that holds in all images the description is empty, and the reasons say why.
 Candidate LearnPeriodic(const std::vector<BatchImage>& good, const LearnSettings& settings, int threads);
 
+/// A comparison with lattice neighbours. Where the images show no common lattice, or none that leaves them empty, the
+/// description is empty, and the reasons say why.
+Candidate LearnLattice(const std::vector<BatchImage>& good, const LearnSettings& settings, int threads);
+
 /// Number with two decimals at most, for sentences.
 std::string Rounded(double value);
 

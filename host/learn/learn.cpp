@@ -31,8 +31,8 @@ void Check(const std::vector<BatchImage>& good, const LearnSettings& settings)
     std::vector<Problem> found;
     if (good.empty() || good.size() > nLearnImageLimit)
         found.push_back({"images", std::to_string(good.size()), "1 to " + std::to_string(nLearnImageLimit)});
-    if (settings.mode < LearnMode_Auto || settings.mode > LearnMode_Periodic)
-        found.push_back({"mode", std::to_string(settings.mode), "auto, texture or periodic"});
+    if (settings.mode < LearnMode_Auto || settings.mode > LearnMode_Lattice)
+        found.push_back({"mode", std::to_string(settings.mode), "auto, texture, periodic or lattice"});
     if (!(settings.falseRate >= dFalseRateLow && settings.falseRate <= dFalseRateHigh))
         found.push_back(
             {"false_rate", FormatNumber(settings.falseRate),
@@ -44,7 +44,7 @@ void Check(const std::vector<BatchImage>& good, const LearnSettings& settings)
 std::optional<Candidate> TryTexture(const std::vector<BatchImage>& good, const LearnSettings& settings, int threads,
                                     std::vector<std::string>& reasons)
 {
-    if (settings.mode == LearnMode_Periodic)
+    if (settings.mode != LearnMode_Auto && settings.mode != LearnMode_Texture)
         return std::nullopt;
     try
     {
@@ -92,6 +92,31 @@ void WarnOfDisagreement(LearnResult& result)
         result.warnings.push_back("The pattern fills " + Rounded(100.0 * low.area) + " % of " + low.name + " and " +
                                   Rounded(100.0 * high.area) + " % of " + high.name +
                                   "; check that the margins were found in both.");
+}
+
+/// What each way found, the chosen one first.
+void TellChoice(std::size_t best, LearnResult& result)
+{
+    std::string spots;
+    std::string known;
+    bool tied = false;
+    const auto tell = [&](const LearnCandidate& tried)
+    {
+        spots += (spots.empty() ? "" : ", ") + tried.description + " found " + Share(tried.found);
+        known += (known.empty() ? "" : ", ") + tried.description + " found " + std::to_string(tried.defectsFound);
+    };
+    tell(result.candidates[best]);
+    for (std::size_t i = 0; i < result.candidates.size(); ++i)
+        if (i != best)
+        {
+            tell(result.candidates[i]);
+            tied = tied || result.candidates[i].defectsFound == result.candidates[best].defectsFound;
+        }
+    result.reasons.push_back("Of spots planted in good images, of 4 to 32 pixels and 8 to 32 grey levels, " + spots +
+                             ".");
+    if (result.defects > 0)
+        result.reasons.push_back("Of " + Counted(result.defects, "known defect") + ", " + known +
+                                 (tied ? "; planted spots decide." : "; that decides."));
 }
 
 /// How the images fared whose limits were learnt without them.
@@ -144,15 +169,19 @@ LearnResult LearnRecipe(const std::vector<BatchImage>& good, const LearnSettings
     std::vector<Candidate> candidates;
     if (std::optional<Candidate> texture = TryTexture(good, settings, threads, result.reasons))
         candidates.push_back(std::move(*texture));
-    if (settings.mode != LearnMode_Texture)
+    const auto tryAnother = [&](int mode, auto learn)
     {
-        Candidate periodic = LearnPeriodic(good, settings, threads);
-        if (!periodic.description.empty())
-            candidates.push_back(std::move(periodic));
+        if (settings.mode != LearnMode_Auto && settings.mode != mode)
+            return;
+        Candidate candidate = learn(good, settings, threads);
+        if (!candidate.description.empty())
+            candidates.push_back(std::move(candidate));
         else
-            for (const std::string& reason : periodic.reasons)
+            for (const std::string& reason : candidate.reasons)
                 result.reasons.push_back(reason);
-    }
+    };
+    tryAnother(LearnMode_Periodic, LearnPeriodic);
+    tryAnother(LearnMode_Lattice, LearnLattice);
     if (candidates.empty())
         throw HostError({{"images", result.reasons.empty() ? "no way to inspect them" : result.reasons.back(),
                           "images with a period, or mode texture for others"}});
@@ -179,17 +208,7 @@ LearnResult LearnRecipe(const std::vector<BatchImage>& good, const LearnSettings
     result.spots = spots[best];
     result.finds = finds[best];
     if (candidates.size() > 1)
-        result.reasons.push_back("Of spots planted in good images, of 4 to 32 pixels and 8 to 32 grey levels, " +
-                                 candidates[best].description + " found " + Share(result.candidates[best].found) +
-                                 ", " + candidates[1 - best].description + " found " +
-                                 Share(result.candidates[1 - best].found) + ".");
-    if (candidates.size() > 1 && result.defects > 0)
-        result.reasons.push_back(
-            "Of " + Counted(result.defects, "known defect") + ", " + candidates[best].description + " found " +
-            std::to_string(result.candidates[best].defectsFound) + ", " + candidates[1 - best].description + " found " +
-            std::to_string(result.candidates[1 - best].defectsFound) +
-            (result.candidates[0].defectsFound == result.candidates[1].defectsFound ? "; planted spots decide."
-                                                                                    : "; that decides."));
+        TellChoice(best, result);
     Candidate& chosen = candidates[best];
     result.recipe = std::move(chosen.recipe);
     result.images = std::move(chosen.images);

@@ -18,9 +18,10 @@ namespace narvo
 /// Which recipes are considered.
 enum LearnMode : int
 {
-    LearnMode_Auto = 0,    ///< whichever finds more of the defects that are planted for a trial
-    LearnMode_Texture = 1, ///< measures of brightness and contrast, without a period
-    LearnMode_Periodic = 2 ///< a comparison at the pattern's pitch
+    LearnMode_Auto = 0,     ///< whichever finds more of the defects that are planted for a trial
+    LearnMode_Texture = 1,  ///< measures of brightness and contrast, without a period
+    LearnMode_Periodic = 2, ///< a comparison at the pattern's pitch
+    LearnMode_Lattice = 3   ///< a comparison with the median of several lattice neighbours
 };
 
 struct LearnSettings

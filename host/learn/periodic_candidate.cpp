@@ -6,14 +6,11 @@
 #include <memory>
 #include <optional>
 
-#include <opencv2/core.hpp>
-
-#include "host/image/cv_image.h"
 #include "host/inspect/for_each.h"
 #include "host/inspect/inspector.h"
 #include "host/learn/candidate.h"
-#include "host/learn/extreme_value.h"
 #include "host/learn/spot_trial.h"
+#include "host/learn/threshold_rule.h"
 #include "host/pitch/pitch_recipe.h"
 #include "host/pitch/pitch_search.h"
 #include "host/problem.h"
@@ -24,15 +21,13 @@ namespace narvo
 namespace
 {
 
-constexpr std::size_t nSampleImages = 4;     // on which the settings are chosen
-constexpr int nSearchSide = 1536;            // pixels: middle of an image that is searched for the pitch
-constexpr int nMultipleHigh = 3;             // periods that a comparison may span
-constexpr int nTrialBlobs = 2000;            // room while thresholds are tried
-constexpr double dPitchDiffers = 0.02;       // of the pitch, from image to image
-constexpr double dPitchUnusable = 0.05;      // the same, where one pitch does not serve all
-constexpr double dThresholdUseless = 200;    // grey levels
-constexpr double dFewThresholdFactor = 1.25; // over the largest threshold needed, with few images
-constexpr std::size_t nFewThresholds = 3;
+constexpr std::size_t nSampleImages = 4;  // on which the settings are chosen
+constexpr int nSearchSide = 1536;         // pixels: middle of an image that is searched for the pitch
+constexpr int nMultipleHigh = 3;          // periods that a comparison may span
+constexpr int nTrialBlobs = 2000;         // room while thresholds are tried
+constexpr double dPitchDiffers = 0.02;    // of the pitch, from image to image
+constexpr double dPitchUnusable = 0.05;   // the same, where one pitch does not serve all
+constexpr double dThresholdUseless = 200; // grey levels
 constexpr std::uint64_t nTrialSeed = 11;
 
 /// A way of comparing whose threshold is still to be found: how the recipe changes with it.
@@ -128,15 +123,6 @@ std::vector<double> ThresholdsNeeded(const std::vector<BatchImage>& images, cons
     if (std::find(lacking.begin(), lacking.end(), 1) != lacking.end())
         needed.clear();
     return needed;
-}
-
-/// A threshold for further images, from those that the good ones need, grey levels.
-double ThresholdFor(const std::vector<double>& needed, double rate)
-{
-    const double largest = *std::max_element(needed.begin(), needed.end());
-    if (needed.size() < nFewThresholds)
-        return dFewThresholdFactor * largest + 1.0;
-    return std::max(largest, ExtremeLimit(needed, rate, 1.0));
 }
 
 int StepsFor(double threshold, const Comparison& comparison)
@@ -264,23 +250,6 @@ std::string Joined(const std::vector<std::string>& parts, const char* between)
     return text;
 }
 
-void CrossValidateThreshold(const std::vector<double>& needed, double rate, Candidate& candidate)
-{
-    candidate.crossValidated = needed.size() > 1;
-    if (!candidate.crossValidated)
-        return;
-    const std::vector<std::size_t> groups = LeaveOutGroups(needed.size());
-    for (std::size_t i = 0; i < needed.size(); ++i)
-    {
-        std::vector<double> rest;
-        for (std::size_t k = 0; k < needed.size(); ++k)
-            if (groups[k] != groups[i])
-                rest.push_back(needed[k]);
-        candidate.images[i].highest = needed[i] / ThresholdFor(rest, rate);
-        candidate.images[i].falseBlobs = candidate.images[i].highest > 1.0 ? 1 : 0;
-    }
-}
-
 } // namespace
 
 Candidate LearnPeriodic(const std::vector<BatchImage>& good, const LearnSettings& settings, int threads)
@@ -348,19 +317,7 @@ Candidate LearnPeriodic(const std::vector<BatchImage>& good, const LearnSettings
         candidate.reasons.push_back("A comparison at the pitch leaves some good images with blobs at any threshold.");
         return candidate;
     }
-    candidate.images.resize(good.size());
-    ForEachImage(good, threads,
-                 [&](std::size_t i, const GreyImage& image, int)
-                 {
-                     candidate.images[i].name = good[i].name;
-                     candidate.images[i].width = image.Width();
-                     candidate.images[i].height = image.Height();
-                     cv::Scalar mean;
-                     cv::Scalar deviation;
-                     cv::meanStdDev(ViewOf(image), mean, deviation);
-                     candidate.images[i].level = mean[0];
-                     candidate.images[i].contrast = deviation[0];
-                 });
+    candidate.images = DescribeImages(good, threads);
     const double threshold = ThresholdFor(needed, settings.falseRate);
     candidate.recipe = best->comparison.recipe;
     best->comparison.apply(candidate.recipe, StepsFor(threshold, best->comparison));

@@ -14,17 +14,18 @@ namespace narvo
 namespace
 {
 
-constexpr std::array<std::string_view, 9> kindNames = {"zone mode",
-                                                       "pixel mode",
-                                                       "float mode",
-                                                       "float mode with a trapezium",
-                                                       "float mode with a polygon",
-                                                       "binarise mode",
-                                                       "average mode",
-                                                       "asg mode",
-                                                       "texture mode"};
-constexpr std::array<std::string_view, 9> kindWords = {
-    "zone", "pixel", "float", "float/trapezium", "float/polygon", "binarise", "average", "asg", "texture"};
+constexpr std::array<std::string_view, 10> kindNames = {"zone mode",
+                                                        "pixel mode",
+                                                        "float mode",
+                                                        "float mode with a trapezium",
+                                                        "float mode with a polygon",
+                                                        "binarise mode",
+                                                        "average mode",
+                                                        "asg mode",
+                                                        "texture mode",
+                                                        "lattice mode"};
+constexpr std::array<std::string_view, 10> kindWords = {
+    "zone", "pixel", "float", "float/trapezium", "float/polygon", "binarise", "average", "asg", "texture", "lattice"};
 
 template <typename... Functions>
 struct Overload : Functions...

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "host/lattice/lattice.h"
 #include "host/recipe/recipe_check.h"
 #include "host/recipe/recipe_rules.h"
 #include "host/zones/region_maps.h"
@@ -60,6 +61,22 @@ void CheckPlainSize(const Recipe& recipe, const CRect& region, Problems& found)
     {
         CheckSide("region's width", region.Width(), nTextureSideLow, "the least of texture mode", found);
         CheckSide("region's height", region.Height(), nTextureSideLow, "the least of texture mode", found);
+    }
+    else if (recipe.GetKind() == Kind_Lattice)
+    {
+        CheckSide("region's width", region.Width(), nLatticeSideLow, "the least of lattice mode", found);
+        CheckSide("region's height", region.Height(), nLatticeSideLow, "the least of lattice mode", found);
+        const auto checkVector = [&](const char* field, const LatticeVector& vector)
+        {
+            if (std::abs(vector.x) >= region.Width())
+                found.push_back({std::string(field) + ".x", FormatNumber(vector.x),
+                                 "less than the region's width, " + std::to_string(region.Width()) + " pixels"});
+            if (std::abs(vector.y) >= region.Height())
+                found.push_back({std::string(field) + ".y", FormatNumber(vector.y),
+                                 "less than the region's height, " + std::to_string(region.Height()) + " pixels"});
+        };
+        checkVector("lattice.a", {recipe.latticeAX, recipe.latticeAY});
+        checkVector("lattice.b", {recipe.latticeBX, recipe.latticeBY});
     }
     else if (recipe.GetKind() == Kind_Binarise)
         CheckSide("region's width", region.Width(), nStripWidth + 1, "one block and the column behind it", found);

@@ -23,6 +23,8 @@ Kind KindOf(int mode, int regionShape)
         return Kind_Asg;
     case Mode_Texture:
         return Kind_Texture;
+    case Mode_Lattice:
+        return Kind_Lattice;
     default:
         return Kind_Zone;
     }

@@ -13,6 +13,7 @@
 #include "host/image/grey_image.h"
 #include "host/image/image_reading.h"
 #include "host/inspection_kind.h"
+#include "host/lattice/lattice_settings.h"
 #include "host/recipe/texture_settings.h"
 #include "narvoassem/platform.h"
 
@@ -34,7 +35,8 @@ enum Mode : int
     Mode_Binarise = 3, ///< dark pixels, without a comparison
     Mode_Average = 4,  ///< a small window's mean against a large one's
     Mode_Asg = 5,      ///< zone thresholds in cells unbounded across the compare direction; no singles
-    Mode_Texture = 6   ///< measures of brightness and contrast at several scales against what is typical of the image
+    Mode_Texture = 6,  ///< measures of brightness and contrast at several scales against what is typical of the image
+    Mode_Lattice = 7   ///< the median of several lattice neighbours of each pixel in the same image
 };
 
 enum RegionShape : int
@@ -185,6 +187,19 @@ struct Recipe : ImageReading
     int textureEnergyWindow = TextureSettings{}.energyWindow;
     std::vector<TextureFeature> textureFeatures; ///< at most nTextureFeatureLimit
 
+    double latticeAX = 0.0; ///< both 0: the vectors are measured in each image
+    double latticeAY = 0.0;
+    double latticeBX = 0.0; ///< both 0 with the first given: the pattern repeats along that one alone
+    double latticeBY = 0.0;
+    int latticeNeighbours = 8;
+    int latticeJoin = LatticeJoin_Median;
+    int latticeStrip = 64;
+    int latticeSlack = 2;
+    bool latticeMargins = true;
+    int latticeFlatten = 0;
+    double latticeTolerance = 1.0;
+    int latticeThreshold = 0;
+
     std::vector<double> scanPitches; ///< along y, pixels, one for each 16 rows of the image; empty: pitchY everywhere
     std::vector<double> convPitches; ///< along x, pixels, one for each 16 columns; empty: pitchX everywhere
 
@@ -206,8 +221,12 @@ struct Recipe : ImageReading
     std::shared_ptr<const RegionMaps> maps;
 
     Kind GetKind() const { return KindOf(mode, regionShape); }
-    /// Whether pixels are compared with others a pitch away: everywhere but in binarise, average and texture mode.
-    bool ComparesAtAPitch() const { return mode != Mode_Binarise && mode != Mode_Average && mode != Mode_Texture; }
+    /// Whether pixels are compared with others a pitch away: everywhere but in binarise, average,
+    /// texture and lattice mode.
+    bool ComparesAtAPitch() const
+    {
+        return mode != Mode_Binarise && mode != Mode_Average && mode != Mode_Texture && mode != Mode_Lattice;
+    }
     TextureSettings Texture() const
     {
         return {textureMargins, textureWindow, textureEdgeZone, textureEdgeWindow, textureEnergyWindow};

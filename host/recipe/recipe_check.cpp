@@ -154,6 +154,8 @@ std::vector<Problem> CheckRecipe(const Recipe& recipe)
         CheckZones(recipe, found);
     if (recipe.GetKind() == Kind_Texture)
         CheckTexture(recipe, found);
+    else if (measurable && recipe.GetKind() == Kind_Lattice)
+        CheckLattice(recipe, found);
     else if (measurable && !recipe.autoDirection)
         CheckKernel(recipe, static_cast<Direction>(recipe.direction), found);
     return found;

@@ -28,8 +28,8 @@ constexpr double dWindowHigh = 4096.0;
 constexpr double dWeightHigh = 100.0;
 constexpr double dLevelHigh = 1000000.0;
 
-constexpr std::array<std::string_view, 7> modeWords = {"zone",    "pixel", "float",  "binarise",
-                                                       "average", "asg",   "texture"};
+constexpr std::array<std::string_view, 8> modeWords = {"zone",    "pixel", "float",   "binarise",
+                                                       "average", "asg",   "texture", "lattice"};
 constexpr std::array<std::string_view, 2> directionWords = {"horizontal", "vertical"};
 constexpr std::array<std::string_view, 2> testWords = {"cross", "jump"};
 constexpr std::array<std::string_view, 2> sampleWords = {"pixel", "block"};
@@ -42,6 +42,7 @@ constexpr std::array<std::string_view, 3> verifyWords = {"off", "fixed", "table"
 constexpr std::array<std::string_view, 3> shapeWords = {"rectangle", "trapezium", "polygon"};
 constexpr std::array<std::string_view, 2> sourceWords = {"brightness", "energy"};
 constexpr std::array<std::string_view, 2> meanWords = {"square", "line"};
+constexpr std::array<std::string_view, 2> joinWords = {"median", "trimmed_mean"};
 constexpr std::array<std::string_view, 3> alongWords = {"x", "y", "tilt"};
 
 constexpr KindSet nNone = 0;
@@ -54,6 +55,7 @@ constexpr KindSet nBinarise = SetOf(Kind_Binarise);
 constexpr KindSet nAverage = SetOf(Kind_Average);
 constexpr KindSet nAsg = SetOf(Kind_Asg);
 constexpr KindSet nTexture = SetOf(Kind_Texture);
+constexpr KindSet nLattice = SetOf(Kind_Lattice);
 constexpr KindSet nAll = nAllKinds;
 constexpr KindSet nZoned = nZone | nAsg;
 constexpr KindSet nRectangles = nZone | nPixel | nFloat;       ///< the paths with extended kernels, tables, re-runs
@@ -67,7 +69,7 @@ const Field<Recipe> recipeFields[] = {
      "zone: thresholds from zones of the cell; pixel: one threshold for pixels; float: one for sums of small windows; "
      "binarise: dark pixels; average: a small window's mean against a large one's; asg: zone, in cells unbounded "
      "across the direction, pairs only; texture: measures of brightness and contrast at several scales against what is "
-     "typical of the image"},
+     "typical of the image; lattice: the median of several neighbours, whole lattice vectors away in the same image"},
     {"direction", "", Choice<Recipe>{&Recipe::direction, directionWords}, 0, 0, nNone, nFiltered,
      "axis along which a pixel is compared with the one a pitch on"},
     {"auto_direction", "", &Recipe::autoDirection, 0, 0, nNone, nRectangles | nAsg,
@@ -175,6 +177,30 @@ const Field<Recipe> recipeFields[] = {
      "length of the window there, along the margin"},
     {"texture.energy_window", "pixels", &Recipe::textureEnergyWindow, 9, 1001, nNone, nTexture,
      "side of the window that energy is compared with"},
+    {"lattice.a.x", "pixels", &Recipe::latticeAX, -dLatticeVectorHigh, dLatticeVectorHigh, nNone, nLattice,
+     "first vector of the lattice, to the right; a and b 0: both are measured in each image"},
+    {"lattice.a.y", "pixels", &Recipe::latticeAY, -dLatticeVectorHigh, dLatticeVectorHigh, nNone, nLattice,
+     "the same, down"},
+    {"lattice.b.x", "pixels", &Recipe::latticeBX, -dLatticeVectorHigh, dLatticeVectorHigh, nNone, nLattice,
+     "second vector; 0 beside a first one: the pattern repeats along that alone"},
+    {"lattice.b.y", "pixels", &Recipe::latticeBY, -dLatticeVectorHigh, dLatticeVectorHigh, nNone, nLattice,
+     "the same, down"},
+    {"lattice.neighbours", "pixels", &Recipe::latticeNeighbours, 1, nLatticeNeighboursHigh, nNone, nLattice,
+     "the nearest so many of the image make what a pixel should show; fewer where fewer lie in the image"},
+    {"lattice.join", "", Choice<Recipe>{&Recipe::latticeJoin, joinWords}, 0, 0, nNone, nLattice,
+     "how they are joined; trimmed_mean: without the lowest and the highest quarter"},
+    {"lattice.strip", "pixels", &Recipe::latticeStrip, 0, 4096, nNone, nLattice,
+     "side of the places at which the vectors are measured anew; 0: once for the whole image"},
+    {"lattice.slack", "pixels", &Recipe::latticeSlack, 0, nLatticeSlackHigh, nNone, nLattice,
+     "how far a vector may differ there; no further than a third of the shortest"},
+    {"lattice.margins", "", &Recipe::latticeMargins, 0, 0, nNone, nLattice,
+     "look for rows and columns at the border that do not belong to the pattern, and leave them out"},
+    {"lattice.flatten", "pixels", &Recipe::latticeFlatten, 0, 1001, nNone, nLattice,
+     "side of the window whose mean and deviation are taken out of the image first, 9 or more; 0: they are not"},
+    {"lattice.edge_tolerance", "pixels", &Recipe::latticeTolerance, 0, dLatticeToleranceHigh, nNone, nLattice,
+     "how far an edge may lie elsewhere without being a difference; less where the pattern is narrow"},
+    {"lattice.threshold", "grey levels", &Recipe::latticeThreshold, 0, dGreyHigh, nNone, nLattice,
+     "difference that a pixel must exceed; 0: from the noise of each image"},
     {"filters.enabled", "", &Recipe::filters, 0, 0, nNone, nFiltered,
      "false: the edge test alone, and none in horizontal direction"},
     {"filters.margin", "", &Recipe::marginFilter, 0, 0, nNone, nFiltered,

@@ -36,7 +36,7 @@ constexpr KindSet SetOf(Kind kind)
     return 1U << kind;
 }
 
-constexpr KindSet nAllKinds = SetOf(Kind_Texture) * 2 - 1; // Kind_Texture is the last
+constexpr KindSet nAllKinds = SetOf(Kind_Lattice) * 2 - 1; // Kind_Lattice is the last
 
 /// One scalar field. Ranges include both ends and mean something for numbers only. A path may have several rows, for
 /// different kinds.

@@ -61,6 +61,8 @@ void CheckKernel(const Recipe& recipe, Direction direction, Problems& found);
 
 /// The measures of texture mode.
 void CheckTexture(const Recipe& recipe, Problems& found);
+/// The vectors of lattice mode.
+void CheckLattice(const Recipe& recipe, Problems& found);
 
 /// A region that is no rectangle.
 void CheckShape(const Recipe& recipe, Problems& found);

@@ -22,7 +22,7 @@ namespace
 {
 
 constexpr Kind kinds[] = {Kind_Zone,     Kind_Pixel,   Kind_Float, Kind_Trapezium, Kind_FreeForm,
-                          Kind_Binarise, Kind_Average, Kind_Asg,   Kind_Texture};
+                          Kind_Binarise, Kind_Average, Kind_Asg,   Kind_Texture,   Kind_Lattice};
 
 /// The object that holds a dotted path's last name, made on the way; `last` is that name.
 ordered_json& Holder(ordered_json& object, std::string_view path, std::string& last)
@@ -279,8 +279,8 @@ ordered_json Fields()
 /// When a document is of a kind.
 ordered_json Condition(Kind kind)
 {
-    static constexpr const char* modes[] = {"zone",     "pixel",   "float", "float",  "float",
-                                            "binarise", "average", "asg",   "texture"};
+    static constexpr const char* modes[] = {"zone",     "pixel",   "float", "float",   "float",
+                                            "binarise", "average", "asg",   "texture", "lattice"};
     ordered_json condition = {{"properties", {{"mode", {{"const", modes[kind]}}}}}};
     if (kind != Kind_Zone)
         condition["required"] = {"mode"};

@@ -30,7 +30,7 @@ class RecipeField(NamedTuple):
     #: Modes that have no default for it.
     required: Tuple[str, ...]
     #: Modes that read it: "zone", "pixel", "float", "float/trapezium", "float/polygon", "binarise", "average", "asg",
-    #: "texture".
+    #: "texture", "lattice".
     modes: Tuple[str, ...]
     #: What it does.
     meaning: str

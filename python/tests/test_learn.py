@@ -40,7 +40,7 @@ def test_one_image_and_threads() -> None:
 def test_what_is_wrong_is_named() -> None:
     with pytest.raises(na.ArgumentError, match="false_rate: 0; allowed: 0.001 to 10"):
         na.learn(cloth(1), false_rate=0)
-    with pytest.raises(na.ArgumentError, match="mode: \"weave\"; allowed: auto, texture or periodic"):
+    with pytest.raises(na.ArgumentError, match="mode: \"weave\"; allowed: auto, texture, periodic or lattice"):
         na.learn(cloth(1), mode="weave")
     with pytest.raises(na.ArgumentError, match="threads: 0; allowed: 1 to 256"):
         na.learn(cloth(1), threads=0)

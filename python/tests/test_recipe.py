@@ -174,7 +174,7 @@ def test_fields_describe_every_path_with_unit_range_and_default(recipe_dict):
     assert all(field.meaning and field.allowed and field.modes for field in fields)
     area = by_path["min_area"]
     assert (area.type, area.unit, area.low, area.high, area.default) == ("int", "pixels", 1, 1000000, 1)
-    assert by_path["mode"].choices == ("zone", "pixel", "float", "binarise", "average", "asg", "texture")
+    assert by_path["mode"].choices == ("zone", "pixel", "float", "binarise", "average", "asg", "texture", "lattice")
     assert by_path["mode"].default == "zone" and by_path["direction"].default == "vertical"
     assert "zone" in by_path["pitch.x"].required and "binarise" not in by_path["pitch.x"].modes
     assert by_path["zones.list[].gain"].unit == "in 1/256"

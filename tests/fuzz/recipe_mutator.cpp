@@ -183,7 +183,7 @@ void Change(CRandom& random, json& document, int nWidth, int nHeight)
         ChangeStructure(random, document, nWidth, nHeight);
         break;
     case 3:
-        document["mode"] = random.Pick({"zone", "pixel", "float", "binarise", "average", "asg", "texture"});
+        document["mode"] = random.Pick({"zone", "pixel", "float", "binarise", "average", "asg", "texture", "lattice"});
         break;
     default:
         At(document, field.path) = ValueFor(random, field);

@@ -171,7 +171,7 @@ TEST(Capability, EveryModeIsMeasured)
     CapabilitySettings settings = Small();
     settings.count = 2;
     settings.contrasts = {-90};
-    for (const char* mode : {"zone", "pixel", "float", "binarise", "average", "asg", "texture"})
+    for (const char* mode : {"zone", "pixel", "float", "binarise", "average", "asg", "texture", "lattice"})
     {
         nlohmann::json document = SmallestRecipe(mode);
         if (document["mode"] == "average")

@@ -8,9 +8,9 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "host/golden/edge_tolerance.h"
 #include "host/golden/golden.h"
 #include "host/golden/golden_file.h"
+#include "host/reference/edge_tolerance.h"
 #include "tools/synthetic/board.h"
 #include "tools/truth/truth.h"
 

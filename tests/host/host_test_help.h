@@ -66,7 +66,7 @@ inline nlohmann::json SmallestRecipe(const std::string& mode)
 {
     nlohmann::json document = SmallestRecipe();
     document["mode"] = mode;
-    if (mode == "binarise" || mode == "average" || mode == "texture")
+    if (mode == "binarise" || mode == "average" || mode == "texture" || mode == "lattice")
         document.erase("pitch");
     if (mode == "pixel")
         document["threshold"]["base"] = 20;

@@ -21,7 +21,7 @@ using testing::IsEmpty;
 constexpr int nWidth = 400;
 constexpr int nHeight = 300;
 
-const char* const modes[] = {"zone", "pixel", "float", "binarise", "average", "asg", "texture"};
+const char* const modes[] = {"zone", "pixel", "float", "binarise", "average", "asg", "texture", "lattice"};
 
 Recipe SmallestOf(const char* mode)
 {

@@ -37,9 +37,9 @@ TEST(RecipeCheck, ValuesSetByCodeAreCheckedToo)
     Recipe recipe = SmallestParsed();
     recipe.greyLimit = 0;
     recipe.pitchX = std::nan("");
-    recipe.mode = 7;
+    recipe.mode = 8;
     EXPECT_THAT(CheckRecipe(recipe),
-                ElementsAre(IsProblem("mode", "7", "zone, pixel, float, binarise, average, asg or texture"),
+                ElementsAre(IsProblem("mode", "8", "zone, pixel, float, binarise, average, asg, texture or lattice"),
                             IsProblem("pitch.x", "nan", "1 to 16384 pixels"),
                             IsProblem("grey_limit", "0", "whole number, 1 to 255 grey levels")));
 }

@@ -143,7 +143,7 @@ TEST(RecipeSchema, ReferenceInTheDocumentsIsThatOfTheFieldTable)
 
 TEST(RecipeSchema, TakesTheSmallestAndTheWrittenOutRecipeOfEveryMode)
 {
-    for (const char* mode : {"zone", "pixel", "float", "binarise", "average", "asg", "texture"})
+    for (const char* mode : {"zone", "pixel", "float", "binarise", "average", "asg", "texture", "lattice"})
     {
         const json smallest = SmallestRecipe(mode);
         EXPECT_TRUE(Schema().Takes(smallest)) << smallest;

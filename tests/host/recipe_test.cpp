@@ -39,7 +39,7 @@ struct BadField
 const BadField badFields[] = {
     {"version", 2, "whole number, 1"},
     {"name", 5, "text, or empty"},
-    {"mode", "median", "zone, pixel, float, binarise, average, asg or texture"},
+    {"mode", "median", "zone, pixel, float, binarise, average, asg, texture or lattice"},
     {"direction", "diagonal", "horizontal or vertical"},
     {"direction", 1, "horizontal or vertical"},
     {"auto_direction", 1, "true or false"},
@@ -129,6 +129,18 @@ const BadField badFields[] = {
     {"texture.edge_zone", 1001, "whole number, 0 to 1000 pixels", "texture"},
     {"texture.edge_window", 1002, "whole number, 9 to 1001 pixels", "texture"},
     {"texture.energy_window", 8, "whole number, 9 to 1001 pixels", "texture"},
+    {"lattice.a.x", 16385, "-16384 to 16384 pixels", "lattice"},
+    {"lattice.a.y", -16385, "-16384 to 16384 pixels", "lattice"},
+    {"lattice.b.x", -16385, "-16384 to 16384 pixels", "lattice"},
+    {"lattice.b.y", 16385, "-16384 to 16384 pixels", "lattice"},
+    {"lattice.neighbours", 33, "whole number, 1 to 32 pixels", "lattice"},
+    {"lattice.join", "mean", "median or trimmed_mean", "lattice"},
+    {"lattice.strip", 4097, "whole number, 0 to 4096 pixels", "lattice"},
+    {"lattice.slack", 17, "whole number, 0 to 16 pixels", "lattice"},
+    {"lattice.margins", 1, "true or false", "lattice"},
+    {"lattice.flatten", 1002, "whole number, 0 to 1001 pixels", "lattice"},
+    {"lattice.edge_tolerance", 16.5, "0 to 16 pixels", "lattice"},
+    {"lattice.threshold", 256, "whole number, 0 to 255 grey levels", "lattice"},
 };
 
 TEST(Recipe, EveryFieldIsRefusedOutsideItsRangeByNameValueAndRange)

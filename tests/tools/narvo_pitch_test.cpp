@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The pitch search from files to files, and the way from a made-up panel over its pitch to its defects.
+#include <algorithm>
 #include <random>
 
 #include <opencv2/imgcodecs.hpp>
@@ -70,9 +71,42 @@ TEST(NarvoPitch, ImageWithoutPeriodIsSaidSoAndExitsWithFive)
     SaveGreyImage(folder / "noise.png", image);
     const Outcome outcome = RunNarvo(folder, {"pitch", "noise.png", "--recipe", "r.json"});
     EXPECT_EQ(outcome.code, 5);
-    EXPECT_THAT(outcome.error, HasSubstr("narvo: no period found along x or y; "));
+    EXPECT_THAT(outcome.error, HasSubstr("narvo: no period found along x or y, and no lattice; "));
     EXPECT_THAT(outcome.out, testing::ContainsRegex("^x: no period .*\ny: no period "));
     EXPECT_FALSE(std::filesystem::exists(folder / "r.json"));
+}
+
+TEST(NarvoPitch, TwoAndAHalfPeriodsGetARecipeOfLatticeMode)
+{
+    const TestFolder folder;
+    GreyImage image(400, 400, 60);
+    std::minstd_rand random(3);
+    for (int i = 0; i < 60; ++i)
+    {
+        const int left = static_cast<int>(random() % 360);
+        const int top = static_cast<int>(random() % 150);
+        const int right = std::min(400, left + 6 + static_cast<int>(random() % 30));
+        const int bottom = top + 6 + static_cast<int>(random() % 20);
+        for (int times = -1; times < 3; ++times)
+            for (int y = std::max(0, top + 165 * times); y < std::min(400, bottom + 165 * times); ++y)
+                std::fill(image.Row(y) + left, image.Row(y) + right, static_cast<std::uint8_t>(190));
+    }
+    for (int y = 190; y < 198; ++y)
+        std::fill_n(image.Row(y) + 200, 8, static_cast<std::uint8_t>(image.Row(190)[200] > 100 ? 60 : 190));
+    SaveGreyImage(folder / "tall.png", image);
+    const Outcome outcome = RunNarvo(folder, {"pitch", "tall.png", "--recipe", "r.json"});
+    EXPECT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_THAT(outcome.out,
+                testing::ContainsRegex("lattice: the pattern repeats after \\(-?0[0-9.]*, 16[45][0-9.]*\\) "
+                                       "pixels, correlation 0.9[0-9]+; modes that compare at a pitch"));
+    EXPECT_THAT(outcome.out, HasSubstr("recipe: r.json"));
+    EXPECT_EQ(json::parse(ReadText(folder / "r.json"))["mode"], "lattice");
+    ASSERT_EQ(RunNarvo(folder, {"inspect", "tall.png", "--recipe", "r.json", "--quiet"}).code, 0);
+    // A square across an edge of the pattern differs to both sides.
+    const json blobs = json::parse(ReadText(folder / "tall.blobs.json"))["blobs"];
+    EXPECT_FALSE(blobs.empty());
+    for (const json& blob : blobs)
+        EXPECT_TRUE(CRect(195, 185, 213, 203).PtInRect(CPoint(blob["peak_x"], blob["peak_y"]))) << blob;
 }
 
 TEST(NarvoPitch, StripesAreInspectedAcrossThemselves)

@@ -153,8 +153,8 @@ void AddLearnCommand(CLI::App& app, Action& action)
     command
         ->add_option("--mode", options->mode,
                      "which recipes are considered: those without a period (texture), those at the pattern's pitch "
-                     "(periodic), or both")
-        ->check(CLI::IsMember({"auto", "texture", "periodic"}))
+                     "(periodic), those with several lattice neighbours (lattice), or all")
+        ->check(CLI::IsMember({"auto", "texture", "periodic", "lattice"}))
         ->capture_default_str();
     command
         ->add_option("--false-rate", options->settings.falseRate,
@@ -179,6 +179,7 @@ void AddLearnCommand(CLI::App& app, Action& action)
                 throw CLI::RequiredError("--truth: --bad");
             options->settings.mode = options->mode == "texture"    ? LearnMode_Texture
                                      : options->mode == "periodic" ? LearnMode_Periodic
+                                     : options->mode == "lattice"  ? LearnMode_Lattice
                                                                    : LearnMode_Auto;
             action = [options] { return RunLearn(*options); };
         });

@@ -14,6 +14,8 @@
 
 #include "host/foreign_text.h"
 #include "host/image/grey_image.h"
+#include "host/lattice/lattice_search.h"
+#include "host/pitch/lattice_recipe.h"
 #include "host/pitch/pitch_recipe.h"
 #include "host/pitch/pitch_search.h"
 #include "host/problem.h"
@@ -56,6 +58,19 @@ std::string Describe(const char* name, const AxisPitch& axis)
     return line + text;
 }
 
+std::string DescribeLattice(const LatticeSearch& found)
+{
+    char text[100];
+    std::snprintf(text, sizeof text, ", correlation %.3f; ", found.strength);
+    return "lattice: the pattern repeats after " + LatticeText(found.lattice) + " pixels" + text +
+           "modes that compare at a pitch want it along x or y, three times in the region; mode lattice does not";
+}
+
+GreyImage CutOut(const GreyImage& image, const CRect& region)
+{
+    return {image.Row(region.top) + region.left, region.Width(), region.Height(), image.Stride()};
+}
+
 int RunPitch(const PitchOptions& options)
 {
     const std::string zones = std::filesystem::path(options.recipe).replace_extension(".zones.png").string();
@@ -72,6 +87,7 @@ int RunPitch(const PitchOptions& options)
     names.Check();
     PitchResult result;
     std::optional<CheckedRecipe> recipe;
+    LatticeSearch lattice;
     bool found = false;
     try
     {
@@ -85,6 +101,14 @@ int RunPitch(const PitchOptions& options)
         if (found && !options.recipe.empty())
         {
             Recipe made = *MakePitchRecipe(image, region, result);
+            static_cast<ImageReading&>(made) = ReadingOf();
+            recipe = CheckedRecipe(std::move(made));
+        }
+        if (!found)
+            lattice = SearchLattice(CutOut(image, region));
+        if (!lattice.lattice.vectors.empty() && !options.recipe.empty())
+        {
+            Recipe made = *MakeLatticeRecipe(image, region, lattice);
             static_cast<ImageReading&>(made) = ReadingOf();
             recipe = CheckedRecipe(std::move(made));
         }
@@ -106,10 +130,20 @@ int RunPitch(const PitchOptions& options)
         SaveRecipeWithImages(options.recipe, *recipe);
         std::cout << "recipe: " << Printable(options.recipe) << "\nzones:  " << Printable(zones) << std::endl;
     }
+    if (!lattice.lattice.vectors.empty())
+    {
+        std::cout << DescribeLattice(lattice) << std::endl;
+        if (recipe)
+        {
+            SaveRecipeWithImages(options.recipe, *recipe);
+            std::cout << "recipe: " << Printable(options.recipe) << std::endl;
+        }
+        return ExitCode_Done;
+    }
     if (found)
         return ExitCode_Done;
-    std::cerr << "narvo: no period found along x or y; a period must be 3 pixels or more and fit three times into the "
-                 "region\n";
+    std::cerr << "narvo: no period found along x or y, and no lattice; a period must be 3 pixels or more and fit three "
+                 "times into the region, a lattice vector once and most of a second time\n";
     return ExitCode_NoPeriod;
 }
 

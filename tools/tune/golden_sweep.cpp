@@ -52,7 +52,9 @@ const GoldenEntry& EntryOf(const std::string& name)
 
 } // namespace
 
-GoldenField::GoldenField(const std::string& name) : m_name(EntryOf(name).name) {}
+GoldenField::GoldenField(const std::string& name) : m_name(EntryOf(name).name)
+{
+}
 
 std::string GoldenField::Unit() const
 {
@@ -88,11 +90,11 @@ GoldenSettings GoldenField::With(double value, bool shift) const
     return settings;
 }
 
-void RunGoldenSweep(const std::vector<GreyImage>& references, const std::vector<GoldenSettings>& settings,
-                    const std::vector<BatchImage>& images, int lanes,
-                    const std::function<void(std::size_t, std::size_t, const InspectionResult*,
-                                             const std::vector<Problem>&)>& count,
-                    const std::stop_token& stop)
+void RunGoldenSweep(
+    const std::vector<GreyImage>& references, const std::vector<GoldenSettings>& settings,
+    const std::vector<BatchImage>& images, int lanes,
+    const std::function<void(std::size_t, std::size_t, const InspectionResult*, const std::vector<Problem>&)>& count,
+    const std::stop_token& stop)
 {
     Inspector inspector(lanes, GoldenSettings().maxBlobs);
     std::vector<std::optional<Registration>> registrations(images.size());

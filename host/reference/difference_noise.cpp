@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Quantiles of differences in flat places.
-#include "host/golden/difference_noise.h"
+#include "host/reference/difference_noise.h"
 
 #include <algorithm>
 #include <array>

@@ -2,8 +2,8 @@
 // The noise of an image against the registered reference, and the threshold that follows from it.
 #pragma once
 
-#include "host/golden/edge_tolerance.h"
 #include "host/image/grey_image.h"
+#include "host/reference/edge_tolerance.h"
 
 namespace narvo
 {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Erosion and dilation by disks whose radius falls where openings and closings show the pattern to be narrow.
-#include "host/golden/edge_tolerance.h"
+#include "host/reference/edge_tolerance.h"
 
 #include <algorithm>
 #include <vector>
