@@ -22,6 +22,25 @@ Outcome MakeSmallCloth(const TestFolder& folder, const char* name, const char* s
                              "80", "--noise", noise, "--defects", "2", "--seed", seed, "--output", name});
 }
 
+/// The images of the folder `from` again in `to`, as portable anymaps of this kind: "P5" of 16 bits, "P6" of 8. `pixel`
+/// appends the bytes of each pixel.
+template <typename AppendPixel>
+void Rewrite(const TestFolder& folder, const char* from, const char* to, const char* ending, const char* kind,
+             AppendPixel pixel)
+{
+    std::filesystem::create_directory(folder / to);
+    for (const auto& entry : std::filesystem::directory_iterator(folder / from))
+    {
+        const GreyImage image = LoadGreyImage(entry.path());
+        std::string bytes = std::string(kind) + '\n' + std::to_string(image.Width()) + ' ' +
+                            std::to_string(image.Height()) + (kind[1] == '5' ? "\n65535\n" : "\n255\n");
+        for (int y = 0; y < image.Height(); ++y)
+            for (int x = 0; x < image.Width(); ++x)
+                pixel(image.Row(y)[x], bytes);
+        std::ofstream(folder / to / (entry.path().stem().string() + ending), std::ios::binary) << bytes;
+    }
+}
+
 std::size_t CountLines(const std::string& text)
 {
     return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
@@ -142,6 +161,61 @@ TEST(NarvoLearn, TruthSaysWhatIsFoundAndDecidesBetweenWaysOfInspecting)
            "--truth: 1 file; allowed: a folder, or 2 files, one for each image with defects");
     std::filesystem::create_directory(folder / "empty");
     expect({"--bad", "cloth/defective", "--truth", "empty"}, "nothing for image cloth/defective/");
+}
+
+TEST(NarvoLearn, TwelveBitsInSixteenAreReadOverTheirRangeAndTheRecipeKeepsIt)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallCloth(folder, "cloth", "1").code, 0);
+    Rewrite(folder, "cloth/good", "deep", ".pgm", "P5",
+            [](int grey, std::string& bytes)
+            {
+                bytes += static_cast<char>(grey * 16 >> 8);
+                bytes += static_cast<char>(grey * 16 & 255);
+            });
+    const Outcome outcome = RunNarvo(folder, {"learn", "deep", "--mode", "texture", "-o", "learnt"});
+    ASSERT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_THAT(outcome.out, HasSubstr(": they are read over 0 to 4095, which the recipe keeps.\n"));
+    EXPECT_THAT(outcome.error, Not(HasSubstr("16")));
+    EXPECT_EQ(LoadRecipe(folder / "learnt.recipe.json")->levelHigh, 4095);
+    const Outcome given = RunNarvo(folder, {"learn", "deep", "--mode", "texture", "--levels", "0:3000", "-o", "given"});
+    ASSERT_EQ(given.code, 0) << given.error;
+    EXPECT_THAT(given.out, Not(HasSubstr("which the recipe keeps")));
+    EXPECT_EQ(LoadRecipe(folder / "given.recipe.json")->levelHigh, 3000);
+}
+
+TEST(NarvoLearn, OfColoursTheChannelThatShowsMoreKnownDefectsIsTaken)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallCloth(folder, "cloth", "1").code, 0);
+    std::uint32_t state = 1;
+    const auto noisy = [&] { return static_cast<char>((state = state * 1664525U + 1013904223U) >> 24); };
+    const auto green = [&](int grey, std::string& bytes)
+    {
+        bytes += noisy();
+        bytes += static_cast<char>(grey);
+        bytes += noisy();
+    };
+    Rewrite(folder, "cloth/good", "colours", ".pgm", "P6", green);
+    Rewrite(folder, "cloth/defective", "bad", ".pgm", "P6", green);
+    const auto learn = [&](std::vector<std::string> more)
+    {
+        std::vector<std::string> arguments = {"learn", "colours", "--mode", "texture", "-o", "learnt"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const Outcome outcome = RunNarvo(folder, arguments);
+        EXPECT_EQ(outcome.code, 0) << outcome.error;
+        EXPECT_THAT(outcome.error, Not(HasSubstr("colours are read")));
+        return outcome.out;
+    };
+    EXPECT_THAT(
+        learn({"--bad", "bad", "--truth", "cloth/mask"}),
+        testing::ContainsRegex("- Colours: of [0-9]+ known defects were found by luma [0-9]+, by red [0-9]+, by "
+                               "green [0-9]+, by blue [0-9]+. The recipe takes green."));
+    EXPECT_EQ(LoadRecipe(folder / "learnt.recipe.json")->channel, Channel_Green);
+    EXPECT_THAT(learn({}), HasSubstr("- Colours are read as luma."));
+    EXPECT_EQ(LoadRecipe(folder / "learnt.recipe.json")->channel, Channel_Luma);
+    EXPECT_THAT(learn({"--channel", "red"}), Not(HasSubstr("Colours")));
+    EXPECT_EQ(LoadRecipe(folder / "learnt.recipe.json")->channel, Channel_Red);
 }
 
 TEST(NarvoLearn, LanesChangeNothingInRecipeAndPage)

@@ -17,6 +17,7 @@
 #include "tools/exit_code.h"
 #include "tools/image_options.h"
 #include "tools/inspect/batch_options.h"
+#include "tools/learn/learn_files.h"
 
 namespace narvo::tools
 {
@@ -80,11 +81,11 @@ const std::optional<LearnResult>& Evaluator::Learn()
 {
     if (m_learntFrom.empty() || m_learnt)
         return m_learnt;
-    std::vector<BatchImage> good;
+    std::vector<std::string> good;
     for (const SetImage& image : m_learntFrom)
-        good.push_back(ImageFromFile(image.file, m_reading, &ProgramNotes()));
-    m_learnt = LearnRecipe(good, LearnSettings(), m_lanes);
-    static_cast<ImageReading&>(m_learnt->recipe) = m_reading;
+        good.push_back(image.file.string());
+    m_learnt = LearnFromFiles(good, {}, m_reading, LearnSettings(), m_lanes);
+    m_reading = m_learnt->recipe;
     m_recipes = {CheckedRecipe(m_learnt->recipe)};
     return m_learnt;
 }

@@ -16,13 +16,13 @@
 #include "host/counted.h"
 #include "host/file/output_file.h"
 #include "host/foreign_text.h"
-#include "host/inspect/batch.h"
 #include "host/learn/learn.h"
 #include "host/problem.h"
 #include "host/recipe/recipe_file.h"
 #include "tools/exit_code.h"
 #include "tools/image_options.h"
 #include "tools/inspect/image_list.h"
+#include "tools/learn/learn_files.h"
 #include "tools/learn/learn_page.h"
 #include "tools/number_option.h"
 #include "tools/output_names.h"
@@ -46,14 +46,6 @@ struct LearnOptions
     int lanes = 0; ///< 0: one for each processor
     bool quiet = false;
 };
-
-std::vector<BatchImage> ImagesOf(const std::vector<std::string>& files)
-{
-    std::vector<BatchImage> images;
-    for (const std::string& file : files)
-        images.push_back(ImageFromFile(file, ReadingOf(), &ProgramNotes()));
-    return images;
-}
 
 int RunLearn(const LearnOptions& options)
 {
@@ -90,9 +82,9 @@ int RunLearn(const LearnOptions& options)
         names.Check();
         say("learning from " + Counted(good.size(), "image"));
         const QuietCodecs quiet;
-        std::vector<LearnDefective> defective;
-        for (const BatchImage& image : ImagesOf(badFiles))
-            defective.push_back({image, std::nullopt});
+        std::vector<DefectiveFile> defective;
+        for (const std::string& file : badFiles)
+            defective.push_back({file, std::nullopt});
         if (!options.truth.empty())
         {
             const std::vector<std::vector<TruthDefect>> truths = LoadTruths(options.truth, badFiles);
@@ -103,8 +95,7 @@ int RunLearn(const LearnOptions& options)
                     boxes.push_back(defect.box);
             }
         }
-        result = LearnRecipe(ImagesOf(good), options.settings, lanes, defective);
-        static_cast<ImageReading&>(result.recipe) = ReadingOf();
+        result = LearnFromFiles(good, defective, ReadingOf(), options.settings, lanes);
     }
     catch (const HostError& error)
     {
