@@ -16,7 +16,7 @@ namespace narvo
 namespace
 {
 
-constexpr double dSlackShare = 1.0 / 3.0; // of the shortest vector: half of it would be another point of the lattice
+constexpr double dVectorShare = 1.0 / 3.0; // of the shortest vector: half of it would be another point of the lattice
 constexpr double dHold = 0.03; // share of the mean cost that the furthest displacement must be better by: noise is not
 constexpr int nLeastPiece = 8; // pixels
 
@@ -42,7 +42,7 @@ LatticeField::LatticeField(const GreyImage& image, const Lattice& lattice, int s
     double shortest = lattice.vectors.front().Length();
     for (const LatticeVector& vector : lattice.vectors)
         shortest = std::min(shortest, vector.Length());
-    const int reach = std::clamp(slack, 0, static_cast<int>(shortest * dSlackShare));
+    const int reach = std::clamp(slack, 0, static_cast<int>(shortest * dVectorShare));
     for (const LatticeVector& vector : lattice.vectors)
         m_nodes.push_back(WithinMemory([&] { return Measure(ViewOf(image), vector, reach); }));
 }

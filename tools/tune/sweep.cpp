@@ -58,7 +58,7 @@ void Set(const Field<Owner>& field, Owner& owner, double value, bool shift)
         throw HostError({{std::string(field.path), ValueText(field, owner), AllowedText(field)}});
 }
 
-std::string Percent(double share)
+std::string ShareText(double share)
 {
     char text[32];
     std::snprintf(text, sizeof text, "%.1f %%", share * 100.0);
@@ -111,7 +111,7 @@ std::optional<Proposal> ProposeByTruth(const Sweep& sweep, std::optional<long> m
     Proposal proposal{(run->first + run->second) / 2, run->first, run->second, ""};
     const SweepPoint& point = points[proposal.point];
     proposal.reason = "finds " + std::to_string(point.found) + " of " + std::to_string(point.defects) + " defects (" +
-                      Percent(point.Recall()) + ") with " + std::to_string(point.falseBlobs) + " false blobs, ";
+                      ShareText(point.Recall()) + ") with " + std::to_string(point.falseBlobs) + " false blobs, ";
     if (mostFalse)
         proposal.reason += "the most defects with at most " + std::to_string(*mostFalse) + " false blobs";
     else
@@ -248,7 +248,7 @@ std::string SweepTable(const Sweep& sweep, const std::optional<Proposal>& propos
         const std::string value = ValueOf(sweep, i);
         if (sweep.hasTruth)
             std::snprintf(line.data(), line.size(), "%12s %9ld %9ld %9s %9ld %9.3f", value.c_str(), point.blobs,
-                          point.found, Percent(point.Recall()).c_str(), point.falseBlobs, point.Score());
+                          point.found, ShareText(point.Recall()).c_str(), point.falseBlobs, point.Score());
         else
             std::snprintf(line.data(), line.size(), "%12s %9ld %16.1f", value.c_str(), point.blobs,
                           static_cast<double>(point.blobs) / std::max(sweep.images, 1));
