@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "host/image/image_reading.h"
+#include "host/image/large_pages.h"
 
 namespace narvo
 {
@@ -60,7 +61,7 @@ private:
     int m_width = 0;
     int m_height = 0;
     int m_stride = 0;
-    std::vector<std::uint8_t> m_pixels;
+    std::vector<std::uint8_t, PixelAllocator<std::uint8_t>> m_pixels;
 };
 
 /// What an inspection reads: the pixels of a GreyImage, or of an image that a host holds in memory. It owns nothing

@@ -138,6 +138,22 @@ TEST(GreyImage, FilesWithMuchBehindTheirPixelsAreRead)
     ExpectRamp(LoadGreyImage(folder / "a.png"), 37, 21);
 }
 
+TEST(GreyImage, LargeOnesBeginAtALargePageAndKeepTheirPixels)
+{
+    for (const int height : {1000, 4096, 4097})
+    {
+        GreyImage image(2048, height, 7);
+        EXPECT_EQ(image.Row(height - 1)[2047], 7);
+        image.Row(height - 1)[0] = 9;
+        const GreyImage copy = image;
+        EXPECT_EQ(copy.Row(height - 1)[0], 9);
+        if (std::size_t{2048} * static_cast<std::size_t>(height) < nLeastPaged)
+            continue;
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(image.Row(0)) % nLargePage, 0U) << height << " rows";
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(copy.Row(0)) % nLargePage, 0U) << height << " rows, copied";
+    }
+}
+
 TEST(GreyImage, JpegIsRead)
 {
     const TestFolder folder;
