@@ -17,7 +17,7 @@ const std::vector<std::pair<int, std::string>>& ExitCodes()
         {ExitCode_NotWritten, "a result file or the standard output could not be written"},
         {ExitCode_Incomplete,
          "inspected, but part of the image was not looked at or blobs were lost; results are written"},
-        {ExitCode_NoPeriod, "pitch search: the image has no period along either axis"},
+        {ExitCode_NoPeriod, "pitch search: the image has no period along either axis, and no lattice"},
         {ExitCode_Interrupted, "interrupted; the results until then are written"},
         {ExitCode_SomeRefused, "of many images some could not be inspected; the results of the others are written"},
     };

@@ -19,7 +19,7 @@ enum ExitCode : int
     ExitCode_BadInput = 2,    ///< command line, image, recipe or truth
     ExitCode_NotWritten = 3,  ///< a result file or the standard output
     ExitCode_Incomplete = 4,  ///< inspected, but part of the image was not looked at or blobs were lost
-    ExitCode_NoPeriod = 5,    ///< the pitch search found no period along either axis
+    ExitCode_NoPeriod = 5,    ///< the pitch search found no period along either axis, and no lattice
     ExitCode_Interrupted = 6, ///< ended on request; what was done until then is written
     ExitCode_SomeRefused = 7  ///< of many images some could not be inspected
 };

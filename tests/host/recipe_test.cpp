@@ -124,6 +124,8 @@ const BadField badFields[] = {
     {"image.raw.width", 1048577, "whole number, 0 to 1048576 pixels"},
     {"image.raw.height", -1, "whole number, 0 to 1048576 pixels"},
     {"image.raw.offset", -1, "whole number, 0 to 2147483647 bytes"},
+    {"image.flat_field", 5, "name of an image file, or empty"},
+    {"image.dark_field", 5, "name of an image file, or empty"},
     {"texture.margins", 1, "true or false", "texture"},
     {"texture.window", 8, "whole number, 9 to 1001 pixels", "texture"},
     {"texture.edge_zone", 1001, "whole number, 0 to 1000 pixels", "texture"},

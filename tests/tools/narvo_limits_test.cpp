@@ -56,6 +56,8 @@ TEST(NarvoLimits, MaxPixelsHoldsForEveryCommandThatReadsImages)
     for (const auto& line : std::initializer_list<std::initializer_list<std::string>>{
              {"inspect", "panel.png", "-r", "panel.recipe.json", "--max-pixels", "327679"},
              {"pitch", "panel.png", "--max-pixels", "327679"},
+             {"field", "panel.png", "-o", "even.png", "--max-pixels", "327679"},
+             {"learn", "panel.png", "-o", "learnt", "--max-pixels", "327679"},
              {"golden", "panel.png", "panel.png", "--max-pixels", "327679"},
              {"explain", "panel.png", "-r", "panel.recipe.json", "--at", "1,1", "--max-pixels", "327679"}})
     {

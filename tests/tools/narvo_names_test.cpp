@@ -52,6 +52,8 @@ TEST_F(NarvoNames, EveryCommandShowsThemWrittenOut)
         {"inspect", image, "-r", foreign},
         {"pitch", image, "--plot", foreign + ".plot.png", "--recipe", foreign + ".pitch.json"},
         {"golden", image, image, "-o", foreign + ".golden"},
+        {"field", image, "-o", foreign + ".field.png"},
+        {"learn", image, "--mode", "periodic", "-o", foreign + ".learnt"},
         {"tune", image, "-r", recipe, "-f", "merge_distance", "--from", "1", "--to", "2", "-n", "2"},
         {"report", image, "-r", recipe},
         {"bench", image, "-r", recipe, "--seconds", "0.01", "-j", "1"},

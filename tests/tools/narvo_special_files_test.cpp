@@ -59,14 +59,27 @@ TEST(NarvoSpecialFiles, AreRefusedAsEveryInputOfEveryCommand)
             EXPECT_THAT(outcome.error, HasSubstr(std::string(input) + special.name + ": " + special.kind));
     }
     for (const Special& special : {specials[0], specials[3]})
-        for (const char* line :
-             {"inspect @ -r panel.recipe.json", "inspect panel.png -r @", "inspect panel.png -r panel.recipe.json -t @",
-              "inspect panel.png panel.zones.png -r @", "inspect --list @ -r panel.recipe.json", "golden @ panel.png",
-              "golden panel.png panel.png -o x -t @", "pitch @", "explain @ -r panel.recipe.json --at 1,1",
-              "explain panel.png -r @ --at 1,1", "tune @ -r panel.recipe.json -f min_area --from 1 --to 2",
-              "tune panel.png -r @ -f min_area --from 1 --to 2",
-              "tune panel.png -r panel.recipe.json -t @ -f min_area --from 1 --to 2", "report @ -r panel.recipe.json",
-              "report panel.png -r @", "recipe @", "bench @ -r panel.recipe.json", "bench panel.png -r @"})
+        for (const char* line : {"inspect @ -r panel.recipe.json",
+                                 "inspect panel.png -r @",
+                                 "inspect panel.png -r panel.recipe.json -t @",
+                                 "inspect panel.png panel.zones.png -r @",
+                                 "inspect --list @ -r panel.recipe.json",
+                                 "golden @ panel.png",
+                                 "golden panel.png panel.png -o x -t @",
+                                 "pitch @",
+                                 "explain @ -r panel.recipe.json --at 1,1",
+                                 "explain panel.png -r @ --at 1,1",
+                                 "tune @ -r panel.recipe.json -f min_area --from 1 --to 2",
+                                 "tune panel.png -r @ -f min_area --from 1 --to 2",
+                                 "tune panel.png --reference @ -f threshold --from 1 --to 2",
+                                 "field @ -o even.png",
+                                 "learn @ -o learnt",
+                                 "tune panel.png -r panel.recipe.json -t @ -f min_area --from 1 --to 2",
+                                 "report @ -r panel.recipe.json",
+                                 "report panel.png -r @",
+                                 "recipe @",
+                                 "bench @ -r panel.recipe.json",
+                                 "bench panel.png -r @"})
         {
             std::string text = line;
             text.replace(text.find('@'), 1, special.name);

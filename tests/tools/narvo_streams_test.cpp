@@ -29,6 +29,7 @@ const std::map<std::string, std::string>& Lines()
         {"completion", "completion bash"},
         {"evaluate", "evaluate pairs"},
         {"explain", "explain panel.png -r panel.recipe.json --at 100,100 --json"},
+        {"field", "field panel.png -o even.png"},
         {"golden", "golden board.good.png board.png"},
         {"inspect", "inspect panel.png -r panel.recipe.json"},
         {"learn", "learn panel.png --mode periodic -o learnt"},
