@@ -15,6 +15,7 @@
 #include "narvoassem/fast/bound/list_candidates.h"
 #include "narvoassem/fast/find/compare_pixel.h"
 #include "support/random.h"
+#include "support/seeds.h"
 #include "support/vector_levels.h"
 
 namespace narvo::test
@@ -144,6 +145,7 @@ int Weigh(int nNear, int nFar, int nFraction)
 
 TEST(Bound, MissesNoHitOfAnyBytesAtAnyFraction)
 {
+    const int nShare = CaseShare();
     CForcedLevel forced(VectorLevels().front());
     for (const std::int64_t nLevel : VectorLevels())
     {
@@ -156,9 +158,12 @@ TEST(Bound, MissesNoHitOfAnyBytesAtAnyFraction)
                 pairs.SetReference(nNear, nFar);
                 for (int nFraction = 0; nFraction < 16; nFraction++)
                 {
+                    const int nNumber = nCase++;
+                    if (nNumber % nShare != 0)
+                        continue;
                     // All limits in turn, and mostly small ones.
-                    const int nLimit = 1 + (nCase % 2 == 0 ? nCase / 2 % 255 : nCase / 2 % 24);
-                    const int nRows = nCase++ % 8 == 0 ? 1 : kBoundRows;
+                    const int nLimit = 1 + (nNumber % 2 == 0 ? nNumber / 2 % 255 : nNumber / 2 % 24);
+                    const int nRows = nNumber % 8 == 0 ? 1 : kBoundRows;
                     pairs.List(nFraction, nLimit, nRows);
                     for (int nRow = 0; nRow < std::min(nRows, 2); nRow++)
                     {
@@ -184,7 +189,7 @@ TEST(Bound, MissesNoHitOfBilinearReferences)
         forced.Change(nLevel);
         CRandom random(7);
         CBytePairs pairs;
-        for (int nCase = 0; nCase < 60000; nCase++)
+        for (int nCase = 0; nCase < 60000 / CaseShare(); nCase++)
         {
             const bool bClose = random.OneIn(2);
             int aGrey[4];
@@ -219,7 +224,7 @@ TEST(Bound, MissesNoHitOfReferencesAlongTheRow)
         forced.Change(nLevel);
         CRandom random(8);
         CBytePairs pairs;
-        for (int nCase = 0; nCase < 60000; nCase++)
+        for (int nCase = 0; nCase < 60000 / CaseShare(); nCase++)
         {
             const int aGrey[2] = {random.Int(0, 255), random.Int(0, 255)};
             // Rows with an even number begin with the first grey, the others with the second.
