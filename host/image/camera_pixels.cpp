@@ -17,11 +17,6 @@ namespace narvo
 namespace
 {
 
-[[noreturn]] void RefuseImage(const std::filesystem::path& file, const std::string& value, const std::string& allowed)
-{
-    throw HostError({{"image " + file.string(), value, allowed}});
-}
-
 /// What is larger than allowed, or would be cut, is refused by its header: nothing has been decoded yet.
 void CheckHeader(const std::filesystem::path& file, const ImageHeader& header, std::int64_t limit)
 {
@@ -75,6 +70,11 @@ CameraPixels LoadFrame(const std::filesystem::path& file, const ImageReading& re
 }
 
 } // namespace
+
+void RefuseImage(const std::filesystem::path& file, const std::string& value, const std::string& allowed)
+{
+    throw HostError({{"image " + file.string(), value, allowed}});
+}
 
 std::string SizeText(std::int64_t width, std::int64_t height)
 {

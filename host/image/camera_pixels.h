@@ -24,6 +24,8 @@ struct CameraPixels
     GreyImage grey;      ///< holds the pixels where they are 8-bit grey; empty otherwise
 };
 
+/// @throws HostError with the file's name
+[[noreturn]] void RefuseImage(const std::filesystem::path& file, const std::string& value, const std::string& allowed);
 /// "4096 by 3072 pixels".
 std::string SizeText(std::int64_t width, std::int64_t height);
 

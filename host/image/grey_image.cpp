@@ -30,11 +30,6 @@ constexpr int nWordPerByte = 257; // 16-bit full scale over 8-bit full scale
 const char* const szLossless = "8-bit grey, or an image that 8-bit grey can hold without loss (equal colour channels, "
                                "16-bit values that are multiples of 257, no transparency)";
 
-[[noreturn]] void Refuse(const std::filesystem::path& file, const std::string& value, const std::string& allowed)
-{
-    throw HostError({{"image " + file.string(), value, allowed}});
-}
-
 std::atomic<std::int64_t> maxPixels = nDefaultMaxPixels;
 
 std::string Place(int x, int y)
@@ -55,15 +50,15 @@ GreyImage ReduceToGrey(const std::filesystem::path& file, const cv::Mat& loaded)
         for (int x = 0; x < loaded.cols; ++x, source += channels)
         {
             if (channels >= 3 && (source[0] != source[1] || source[1] != source[2]))
-                Refuse(file,
-                       "colour (red " + std::to_string(source[2]) + ", green " + std::to_string(source[1]) + ", blue " +
-                           std::to_string(source[0]) + Place(x, y) + ")",
-                       szLossless);
+                RefuseImage(file,
+                            "colour (red " + std::to_string(source[2]) + ", green " + std::to_string(source[1]) +
+                                ", blue " + std::to_string(source[0]) + Place(x, y) + ")",
+                            szLossless);
             if ((channels == 2 || channels == 4) && source[channels - 1] != nFull)
-                Refuse(file, "transparency (alpha " + std::to_string(source[channels - 1]) + Place(x, y) + ")",
-                       szLossless);
+                RefuseImage(file, "transparency (alpha " + std::to_string(source[channels - 1]) + Place(x, y) + ")",
+                            szLossless);
             if (sizeof(T) == 2 && source[0] % nWordPerByte != 0)
-                Refuse(file, "16-bit value " + std::to_string(source[0]) + Place(x, y), szLossless);
+                RefuseImage(file, "16-bit value " + std::to_string(source[0]) + Place(x, y), szLossless);
             target[x] = static_cast<std::uint8_t>(sizeof(T) == 2 ? source[0] / nWordPerByte : source[0]);
         }
     }
@@ -144,7 +139,7 @@ GreyImage LoadExactImage(const std::filesystem::path& file, std::int64_t limit)
     case CV_16U:
         return ReduceToGrey<std::uint16_t>(file, loaded);
     default:
-        Refuse(file, "signed or floating-point pixels", szLossless);
+        RefuseImage(file, "signed or floating-point pixels", szLossless);
     }
 }
 

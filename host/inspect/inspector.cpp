@@ -302,11 +302,7 @@ InspectionResult Inspector::InspectWithin(Lane& lane, int room, const GreyView& 
 
     if (recipe.twicePitch != 0.0)
         DropRepeated(result.blobs);
-    if (!recipe.deadImage.IsEmpty())
-        result.deadBlobs = static_cast<int>(
-            std::erase_if(result.blobs, [&](const Blob& blob) { return IsPainted(recipe.deadImage, blob.peakPlace); }));
-    for (std::size_t i = 0; i < result.blobs.size(); ++i)
-        result.blobs[i].number = static_cast<int>(i) + 1;
+    DropDeadBlobs(recipe, result);
 
     if (result.reruns > 0)
         result.warnings.push_back("overflow: " + std::to_string(result.reruns) +
@@ -325,6 +321,16 @@ InspectionResult Inspector::InspectWithin(Lane& lane, int room, const GreyView& 
                                       ? "more pairs than the engine's store holds"
                                       : "not enough memory for the search: part of the region was not looked at");
     return result;
+}
+
+void DropDeadBlobs(const Recipe& recipe, InspectionResult& result)
+{
+    std::vector<Blob>& blobs = result.blobs;
+    if (!recipe.deadImage.IsEmpty())
+        result.deadBlobs = static_cast<int>(
+            std::erase_if(blobs, [&](const Blob& blob) { return IsPainted(recipe.deadImage, blob.peakPlace); }));
+    for (std::size_t i = 0; i < blobs.size(); ++i)
+        blobs[i].number = static_cast<int>(i) + 1;
 }
 
 } // namespace narvo

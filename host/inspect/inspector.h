@@ -143,4 +143,8 @@ private:
     int m_maxBlobs;
 };
 
+/// Takes blobs out whose peak lies on the recipe's dead image, counts them and numbers the others, once all lie in the
+/// coordinates of the whole image.
+void DropDeadBlobs(const Recipe& recipe, InspectionResult& result);
+
 } // namespace narvo

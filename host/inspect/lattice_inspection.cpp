@@ -242,11 +242,7 @@ InspectionResult InspectCompared(Inspector& inspector, int lane, const LatticeCo
         for (CPoint* place : {&blob.center, &blob.peakPlace})
             *place = CPoint(place->x + region.left, place->y + region.top);
     }
-    if (!recipe.deadImage.IsEmpty())
-        result.deadBlobs = static_cast<int>(std::erase_if(
-            blobs, [&](const Blob& blob) { return recipe.deadImage.Row(blob.peakPlace.y)[blob.peakPlace.x] != 0; }));
-    for (std::size_t i = 0; i < blobs.size(); ++i)
-        blobs[i].number = static_cast<int>(i) + 1;
+    DropDeadBlobs(recipe, result);
     result.region = region;
     if (const std::string margins = MarginsText(compared.valid, region); !margins.empty())
         result.warnings.push_back(margins + " do not show the pattern: they were not inspected");

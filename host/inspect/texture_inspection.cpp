@@ -14,7 +14,7 @@
 #include "host/input/texture_deviations.h"
 #include "host/inspect/elapsed.h"
 #include "host/inspect/inspection_plan.h"
-#include "host/zones/region_maps.h"
+#include "host/inspect/reference_comparison.h"
 
 namespace narvo
 {
@@ -33,8 +33,6 @@ struct TextureScores
 namespace
 {
 
-constexpr int nTextureTiles = 3;           // constant, scores, constant: the three pitches that a comparison wants
-constexpr int nTextureColumnGroup = 16;    // a horizontal comparison ends at a multiple of 16 columns
 constexpr std::uint8_t nTypicalGrey = 128; // of the compared image, where nothing stands out
 constexpr float fSmallArea = 0.05F;        // share of pattern below which an image is hardly inspected
 
@@ -119,57 +117,44 @@ GreyImage CutOut(const GreyView& image, const CRect& region)
     return {image.Row(region.top) + region.left, region.Width(), region.Height(), image.Stride()};
 }
 
-/// Two tiles of constant 128 around the scores. A score above `factor` lies more than the unit above it.
-GreyImage LayScores(const cv::Mat& scores, int pitch, double factor)
+/// The scores as grey levels. A score above `factor` lies more than the unit above what is typical.
+GreyImage ShowScores(const cv::Mat& scores, double factor)
 {
     const auto unit = static_cast<float>(nTextureScoreUnit / factor);
-    GreyImage tiles(nTextureTiles * pitch, scores.rows, nTypicalGrey);
+    GreyImage shown(scores.cols, scores.rows);
     for (int y = 0; y < scores.rows; ++y)
     {
         const float* source = scores.ptr<float>(y);
-        std::uint8_t* target = tiles.Row(y) + pitch;
+        std::uint8_t* target = shown.Row(y);
         for (int x = 0; x < scores.cols; ++x)
             target[x] = static_cast<std::uint8_t>(
                 nTypicalGrey + static_cast<int>(std::min(255.0F - nTypicalGrey, std::ceil(source[x] * unit))));
     }
-    return tiles;
+    return shown;
 }
 
-/// Recipe of the comparison from tile to tile, in places of the score grid.
-Recipe MakeScoreRecipe(const Recipe& recipe, int pitch, int height, int fold)
+/// What is reported of the comparison, in places of the score grid.
+Recipe ReportOf(const Recipe& recipe, int fold)
 {
-    Recipe made;
-    made.name = recipe.name;
-    made.mode = Mode_Zone;
-    made.direction = Direction_Horizontal;
-    made.pitchX = pitch;
-    made.pitchY = height;
-    made.maxBlobs = recipe.maxBlobs;
-    made.maxReruns = 0;
-    made.label = recipe.label;
-    made.mergeDistance = recipe.mergeDistance / fold;
-    made.pixelSizeX = recipe.pixelSizeX * fold;
-    made.pixelSizeY = recipe.pixelSizeY * fold;
-    // Every place answers twice, at the constant before it and at the one behind.
-    made.keepSingles = false;
-    made.filters = false;
-    auto maps = std::make_shared<RegionMaps>(nTextureTiles * pitch, height);
-    const std::vector<short> offsets(static_cast<std::size_t>(nTextureTiles) * static_cast<std::size_t>(pitch) *
-                                         static_cast<std::size_t>(height),
-                                     static_cast<short>(nTextureScoreUnit));
-    maps->Set(RegionMaps::Map_Offset, offsets.data(), static_cast<std::ptrdiff_t>(nTextureTiles) * pitch);
-    made.maps = std::move(maps);
-    return made;
+    Recipe report;
+    report.name = recipe.name;
+    report.maxBlobs = recipe.maxBlobs;
+    report.maxReruns = 0;
+    report.label = recipe.label;
+    report.mergeDistance = recipe.mergeDistance / fold;
+    report.pixelSizeX = recipe.pixelSizeX * fold;
+    report.pixelSizeY = recipe.pixelSizeY * fold;
+    return report;
 }
 
 /// From places of the score grid to pixels of the image.
-void MoveIntoImage(Blob& blob, int pitch, const TextureScores& scores, const Recipe& recipe, const CRect& region)
+void MoveIntoImage(Blob& blob, const TextureScores& scores, const Recipe& recipe, const CRect& region)
 {
     const int fold = scores.fold;
-    const std::uint8_t cause = scores.causes.at<std::uint8_t>(blob.peakPlace.y, blob.peakPlace.x - pitch);
+    const std::uint8_t cause = scores.causes.at<std::uint8_t>(blob.peakPlace.y, blob.peakPlace.x);
     blob.bright = cause % 2 != 0;
     blob.scale = recipe.textureFeatures[cause / 2U].fold;
-    const auto x = [&](int place) { return region.left + (place - pitch) * fold; };
+    const auto x = [&](int place) { return region.left + place * fold; };
     const auto y = [&](int place) { return region.top + place * fold; };
     blob.box = {x(blob.box.left), y(blob.box.top), std::min(x(blob.box.right), static_cast<int>(region.right)),
                 std::min(y(blob.box.bottom), static_cast<int>(region.bottom))};
@@ -221,20 +206,16 @@ InspectionResult ScoredTexture::Inspect(Inspector& inspector, int lane, double f
     const TextureScores& scores = *m_scores;
     const Recipe& recipe = m_plan.GetRecipe();
     const CRect& region = m_plan.Region();
-    const int pitch = (scores.scores.cols + nTextureColumnGroup - 1) / nTextureColumnGroup * nTextureColumnGroup;
-    const GreyImage tiles = LayScores(scores.scores, pitch, factor);
-    InspectionResult result =
-        inspector.Inspect(lane, tiles, CheckedRecipe(MakeScoreRecipe(recipe, pitch, scores.scores.rows, scores.fold)));
+    const int width = scores.scores.cols;
+    const int height = scores.scores.rows;
+    InspectionResult result = CompareWithReference(
+        inspector, lane, GreyImage(width, height, nTypicalGrey), ShowScores(scores.scores, factor),
+        GreyImage(width, height, static_cast<std::uint8_t>(nTextureScoreUnit)), ReportOf(recipe, scores.fold));
     result.region = region;
     for (Blob& blob : result.blobs)
-        MoveIntoImage(blob, pitch, scores, recipe, region);
+        MoveIntoImage(blob, scores, recipe, region);
     std::erase_if(result.blobs, [&](const Blob& blob) { return blob.area < recipe.minArea; });
-    if (!recipe.deadImage.IsEmpty())
-        result.deadBlobs =
-            static_cast<int>(std::erase_if(result.blobs, [&](const Blob& blob)
-                                           { return recipe.deadImage.Row(blob.peakPlace.y)[blob.peakPlace.x] != 0; }));
-    for (std::size_t i = 0; i < result.blobs.size(); ++i)
-        result.blobs[i].number = static_cast<int>(i) + 1;
+    DropDeadBlobs(recipe, result);
     if (scores.skippedEdge)
         result.warnings.push_back("the recipe has no limits for places beside margins: these were not inspected");
     if (scores.area < fSmallArea)
