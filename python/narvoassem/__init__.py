@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Defects on periodic patterns: every pixel of a grey image is compared with the place one pattern pitch away.
+"""Defects on periodic patterns: every pixel of a grey image is compared with the place one pattern pitch away::
 
     import narvoassem as na
 

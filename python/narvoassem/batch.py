@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: MIT
-"""Many image files, on one machine or on many: from a list of files and a recipe to one table.
+"""Many image files, on one machine or on many: from a list of files and a recipe to one table::
 
     from narvoassem.batch import inspect_files
 
     table = inspect_files(sorted(glob.glob("lot7/*.png")), "recipe.json", workers=4)
     table = inspect_files(files, recipe, scheduler="tcp://scheduler:8786")
 
-or from the command line
+or from the command line::
 
     python3 -m narvoassem.batch lot7/*.png --recipe recipe.json --workers 4 --output lot7.csv
 
