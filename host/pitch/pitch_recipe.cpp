@@ -66,14 +66,14 @@ double Median(std::vector<double>& values)
 
 Usual MeasurePlace(std::vector<double>& samples)
 {
-    constexpr double dNormal = 1.4826; // standard deviations in the median of absolute deviations
+    constexpr double normalDeviations = 1.4826; // standard deviations in the median of absolute deviations
     if (samples.empty())
         return {};
     Usual usual;
     usual.middle = Median(samples);
     for (double& sample : samples)
         sample = std::fabs(sample - usual.middle);
-    usual.spread = dNormal * Median(samples);
+    usual.spread = normalDeviations * Median(samples);
     return usual;
 }
 

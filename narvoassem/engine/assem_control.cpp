@@ -1,66 +1,15 @@
 // SPDX-License-Identifier: MIT
-// The pool of engines: one per lane, with the checks that decide whether and in which direction a region is inspected.
+// The pool of engines: one per lane.
 #include "narvoassem/assemcontrol.h"
 
 #include <cstddef>
 #include <new>
 
-#include "narvoassem/base/wrap_int.h"
+#include "narvoassem/engine/band_plan.h"
+#include "narvoassem/engine/screen_block.h"
 #include "narvoassem/narvoassem.h"
 
 using namespace narvo::engine;
-
-namespace
-{
-
-constexpr int nSubEngines = 4;
-
-/// Average mode: brings the thresholds to their signs, dark negative and bright positive. @return 0, or the refusal
-int ScreenAverage(CConvParam& param)
-{
-    if (param.nBlackFilterGray > 0)
-        param.nBlackFilterGray = WrapSub(0, param.nBlackFilterGray);
-    if (param.nThreshold < 0)
-        param.nThreshold = WrapSub(0, param.nThreshold);
-    if (param.nThreshold < 1 || param.nBlackFilterGray > -1)
-        return InspectCode_BadParameter;
-    if (param.rtInspect.Width() < param.nAverageParam1 || param.rtInspect.Height() < param.nAverageParam1)
-        return InspectCode_RegionTooSmall;
-    return 0;
-}
-
-/// A compare reaches one pitch forward, a pair needs a second, and the middle band must not be empty.
-bool IsTooSmall(double dRealPitch, int nExtent)
-{
-    return dRealPitch * 3.0 > nExtent;
-}
-
-/// The three-pitch test along the compare direction; swaps nDirection where that is allowed and helps. A direction
-/// other than 0 or 1 is not tested. @return 0, or the refusal
-int ScreenPitch(CConvParam& param)
-{
-    const auto IsShortAcross = [&] { return IsTooSmall(param.GetRealConvPitch(), param.rtInspect.Width()); };
-    const auto IsShortDown = [&] { return IsTooSmall(param.GetRealScanPitch(), param.rtInspect.Height()); };
-    if (param.nDirection == 0 && IsShortAcross())
-    {
-        if (param.bAutoDirection == 0)
-            return InspectCode_BadParameter;
-        if (IsShortDown())
-            return InspectCode_RegionTooSmall;
-        param.nDirection = 1;
-    }
-    if (param.nDirection == 1 && IsShortDown())
-    {
-        if (param.bAutoDirection == 0)
-            return InspectCode_BadParameter;
-        if (IsShortAcross())
-            return InspectCode_RegionTooSmall;
-        param.nDirection = 0;
-    }
-    return 0;
-}
-
-} // namespace
 
 CAssemControl::CAssemControl() : nAssemCount(0), nAssemCapacity(0), pAssem(nullptr)
 {
@@ -113,13 +62,8 @@ int CAssemControl::Inspect_Rect(int nIndex, CConvParam* pParam, int bASG)
         return InspectCode_BadParameter;
     pEngine->ResetNarvoAssem();
 
-    int nRefusal = 0;
-    if (pParam->nInspectMode == 3)
-        nRefusal = ScreenAverage(*pParam);
-    else if (pParam->nInspectMode != 2)
-        nRefusal = ScreenPitch(*pParam);
-    if (nRefusal != 0)
-        return nRefusal;
+    if (const CRefusals refusals = ScreenBlock(*pParam); !refusals.IsEmpty())
+        return GetRefusalCode(refusals);
 
     if (bASG != 0)
         return pEngine->Inspect_ASG(pParam);

@@ -46,8 +46,9 @@ CConvParam CBandPlan::MakeBand(int nBand) const
     return band;
 }
 
-bool CBandPlan::IsReadable(Comparison eComparison) const
+CRefusals CBandPlan::FindOutOfBounds(Comparison eComparison) const
 {
+    CRefusals refusals;
     for (int i = 0; i < m_nBands; ++i)
     {
         CConvParam band = MakeBand(i);
@@ -59,10 +60,9 @@ bool CBandPlan::IsReadable(Comparison eComparison) const
             // The rest of the grid's row, for the walk, which steps through it without checks.
             band.nZoneColumns -= nEntry;
         }
-        if (!IsInBounds(band, eComparison))
-            return false;
+        refusals = refusals | engine::FindOutOfBounds(band, eComparison);
     }
-    return true;
+    return refusals;
 }
 
 int FindBandEntry(const CConvParam& param)

@@ -4,9 +4,13 @@
 
 #include "narvoassem/compare/comparison.h"
 #include "narvoassem/convparam.h"
+#include "narvoassem/engine/refusal.h"
 
 namespace narvo::engine
 {
+
+/// Sub-engines of each lane of a pool, so that no region has more bands.
+inline constexpr int nSubEngines = 4;
 
 /// The bands of one region; the parameter block must outlive it.
 class CBandPlan
@@ -19,8 +23,8 @@ public:
     int GetCount() const { return m_nBands; }
     /// A copy of the parameters with the sides of band nBand, 0 .. GetCount() - 1.
     CConvParam MakeBand(int nBand) const;
-    /// Whether every band that enters its grid stays inside image and tables, by the rules of check_bounds.h.
-    bool IsReadable(Comparison eComparison) const;
+    /// Where a band that enters its grid would leave image or tables, by the rules of check_bounds.h.
+    CRefusals FindOutOfBounds(Comparison eComparison) const;
 
 private:
     const CConvParam& m_param;

@@ -67,8 +67,8 @@ int CNarvoAssem::Inspect_RectThread(CConvParam* pParam)
 
     ResetNarvoAssem();
     const Comparison eComparison = ChooseComparison(*pParam);
-    if (eComparison != Comparison::None &&
-        (!HasStores(*this) || !IsInBounds(*pParam, eComparison) || !plan.IsReadable(eComparison)))
+    if (eComparison != Comparison::None && (!HasStores(*this) || !FindOutOfBounds(*pParam, eComparison).IsEmpty() ||
+                                            !plan.FindOutOfBounds(eComparison).IsEmpty()))
         return InspectCode_BadParameter;
 
     bool bShortage = RunBands(*pThreadControl, plan);

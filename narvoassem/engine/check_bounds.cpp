@@ -23,12 +23,13 @@ bool IsWithin(int nSide, int nLimit)
 }
 
 /// An empty region lies inside as well, since walks along its longer side take place; but no pixel is read.
-bool IsRegionReadable(const CConvParam& param)
+void CheckRegion(const CConvParam& param, CRefusals& refusals)
 {
     const CRect& rtInspect = param.rtInspect;
-    return IsWithin(rtInspect.left, param.nImageWidth) && IsWithin(rtInspect.right, param.nImageWidth) &&
-           IsWithin(rtInspect.top, param.nImageHeight) && IsWithin(rtInspect.bottom, param.nImageHeight) &&
-           (param.pImage != nullptr || rtInspect.IsRectEmpty());
+    refusals.AddIf(!IsWithin(rtInspect.left, param.nImageWidth) || !IsWithin(rtInspect.right, param.nImageWidth) ||
+                       !IsWithin(rtInspect.top, param.nImageHeight) || !IsWithin(rtInspect.bottom, param.nImageHeight),
+                   Refusal::RegionOutside);
+    refusals.AddIf(param.pImage == nullptr && !rtInspect.IsRectEmpty(), Refusal::Image);
 }
 
 /// A pitch that kernels compare along.
@@ -42,101 +43,91 @@ double GetRealPitch(const CConvParam& param, bool bVertical)
     return bVertical ? param.GetRealScanPitch() : param.GetRealConvPitch();
 }
 
-bool IsZoneGridWalkable(const CConvParam& param, const CZoneCellSize& cell)
+void CheckZoneGrid(const CConvParam& param, const CZoneCellSize& cell, CRefusals& refusals)
 {
-    if (param.pZoneOriginTable == nullptr || param.nZoneColumns < 0 || param.nZoneMapStride < 0)
-        return false;
+    refusals.AddIf(param.pZoneOriginTable == nullptr, Refusal::OriginTable);
+    refusals.AddIf(param.nZoneColumns < 0, Refusal::ZoneColumns);
+    refusals.AddIf(param.nZoneMapStride < 0, Refusal::MapStride);
     // Cells without width are stepped once per 16 columns, cells without height once per row. The number of the grid's
     // columns is known, that of its rows is not.
     const std::int64_t nSteps = std::int64_t{param.rtInspect.right} - param.rtInspect.left;
-    if (cell.nWidth < 1 && nSteps / 16 + 2 > param.nZoneColumns)
-        return false;
-    return cell.nHeight >= 1;
+    refusals.AddIf(cell.nWidth < 1 && nSteps / 16 + 2 > param.nZoneColumns, Refusal::CellWidth);
+    refusals.AddIf(cell.nHeight < 1, Refusal::CellHeight);
 }
 
 /// A choice that reads the tables by column needs all three.
 template <class TKernel>
-bool HasTables(const CConvParam& param, const CKernelChoice<TKernel>& choice)
+void CheckTables(const CConvParam& param, const CKernelChoice<TKernel>& choice, CRefusals& refusals)
 {
-    return !choice.Uses(KernelOption::ConvPitches) ||
-           (param.pConvPitchTable != nullptr && param.pConvWeightNear != nullptr && param.pConvWeightFar != nullptr);
+    const bool bWhole =
+        param.pConvPitchTable != nullptr && param.pConvWeightNear != nullptr && param.pConvWeightFar != nullptr;
+    refusals.AddIf(choice.Uses(KernelOption::ConvPitches) && !bWhole, Refusal::ColumnTables);
 }
 
-/// Whether every pitch that a choice reads is usable. After the kernels, only the cross filters read the pitch across
-/// the compare direction: they look at singles, or at all pairs on demand. Verification has pitches of its
-/// own.
+/// Every pitch that a choice reads is usable. After the kernels, only the cross filters read the pitch across the
+/// compare direction: they look at singles, or at all pairs on demand. Verification has pitches of its own.
 template <class TKernel>
-bool HasPitches(const CConvParam& param, const CKernelChoice<TKernel>& choice, bool bVertical, int (*ToFixed)(double))
+void CheckPitches(const CConvParam& param, const CKernelChoice<TKernel>& choice, bool bVertical, int (*ToFixed)(double),
+                  CRefusals& refusals)
 {
-    if (!IsPitchReadable(GetRealPitch(param, bVertical), ToFixed))
-        return false;
+    refusals.AddIf(!IsPitchReadable(GetRealPitch(param, bVertical), ToFixed), Refusal::PitchAlong);
     const bool bFilters = param.bFalseFilter != 0 && HasPairFilters(param, bVertical);
     const bool bSingles = param.bKeepSingle != 0 || !choice.Uses(KernelOption::NoSingles);
     const bool bCross = bFilters && param.nFilterMode != 1 && (bSingles || param.nFilterMode2 == 1);
-    return !bCross || IsPitchUsable(GetRealPitch(param, !bVertical));
+    refusals.AddIf(bCross && !IsPitchUsable(GetRealPitch(param, !bVertical)), Refusal::PitchAcross);
 }
 
-bool IsZoneReadable(const CConvParam& param, const CZoneChoice& choice, const CZoneCellSize& cell)
+void CheckZone(const CConvParam& param, const CZoneChoice& choice, const CZoneCellSize& cell, CRefusals& refusals)
 {
-    return HasPitches(param, choice, param.nDirection != 0, ToPitch16) && HasTables(param, choice) &&
-           IsZoneGridWalkable(param, cell);
+    CheckPitches(param, choice, param.nDirection != 0, ToPitch16, refusals);
+    CheckTables(param, choice, refusals);
+    CheckZoneGrid(param, cell, refusals);
 }
 
-bool IsPixelReadable(const CConvParam& param)
+void CheckPixel(const CConvParam& param, CRefusals& refusals)
 {
     const CPixelChoice& choice = ChoosePixelKernel(param);
-    return HasPitches(param, choice, param.nDirection == 1, ToPitch16) && HasTables(param, choice) &&
-           (!choice.IsTwice() || IsPitchReadable(param.dTwicePitch, ToPitch16));
+    CheckPitches(param, choice, param.nDirection == 1, ToPitch16, refusals);
+    CheckTables(param, choice, refusals);
+    refusals.AddIf(choice.IsTwice() && !IsPitchReadable(param.dTwicePitch, ToPitch16), Refusal::TwicePitch);
 }
 
-bool IsFloatReadable(const CConvParam& param)
+void CheckFloat(const CConvParam& param, CRefusals& refusals)
 {
+    const bool bVertical = param.nDirection == 1;
     // The free-form region looks its zones up in grid and maps, and runs no filters.
     if (TakesFreeForm(param))
-        return IsPitchReadable(param.GetRealScanPitch(), ToRoundedPitch16) &&
-               ToPitch16(param.GetRealScanPitch()) >= 0 && param.nZoneColumns >= 0 && param.nZoneMapStride >= 0;
-    const CFloatChoice& choice = ChooseFloatKernel(param);
-    const bool bVertical = param.nDirection == 1;
-    if (!RunsFloatKernel(param))
-        return IsPitchReadable(GetRealPitch(param, bVertical), ToRoundedPitch16);
-    return HasPitches(param, choice, bVertical, ToRoundedPitch16) && HasTables(param, choice);
+    {
+        const double dPitch = param.GetRealScanPitch();
+        refusals.AddIf(!IsPitchReadable(dPitch, ToRoundedPitch16) || ToPitch16(dPitch) < 0, Refusal::PitchAlong);
+        refusals.AddIf(param.nZoneColumns < 0, Refusal::ZoneColumns);
+        refusals.AddIf(param.nZoneMapStride < 0, Refusal::MapStride);
+    }
+    else if (!RunsFloatKernel(param))
+        refusals.AddIf(!IsPitchReadable(GetRealPitch(param, bVertical), ToRoundedPitch16), Refusal::PitchAlong);
+    else
+    {
+        const CFloatChoice& choice = ChooseFloatKernel(param);
+        CheckPitches(param, choice, bVertical, ToRoundedPitch16, refusals);
+        CheckTables(param, choice, refusals);
+    }
 }
 
 /// Only the coordinates of the corners that the direction reads are checked.
-bool IsTrapeziumReadable(const CConvParam& param)
+void CheckTrapezium(const CConvParam& param, CRefusals& refusals)
 {
     const bool bVertical = param.nDirection == 1;
     const CPadPoint* const ptCorner = param.trapInspect.ptCorner;
     for (int i = 0; i < 4; ++i)
     {
         const bool bOuter = i == 0 || i == 3;
-        if ((!bVertical || bOuter) && !IsWithin(ptCorner[i].x, param.nImageWidth))
-            return false;
-        if ((bVertical || bOuter) && !IsWithin(ptCorner[i].y, param.nImageHeight))
-            return false;
+        refusals.AddIf(((!bVertical || bOuter) && !IsWithin(ptCorner[i].x, param.nImageWidth)) ||
+                           ((bVertical || bOuter) && !IsWithin(ptCorner[i].y, param.nImageHeight)),
+                       Refusal::CornersOutside);
     }
     // The length of the shortest useful strip depends on both pitches.
-    return IsPitchReadable(GetRealPitch(param, bVertical), ToRoundedPitch16) &&
-           (!bVertical || IsPitchUsable(param.GetRealConvPitch()));
-}
-
-bool IsReadable(const CConvParam& param, Comparison eComparison)
-{
-    switch (eComparison)
-    {
-    case Comparison::Zone:
-        return IsZoneReadable(param, ChooseZoneKernel(param), GetZoneCellSize(param));
-    case Comparison::AsgZone:
-        return IsZoneReadable(param, ChooseAsgZoneKernel(param), GetAsgZoneCellSize(param));
-    case Comparison::Pixel:
-        return IsPixelReadable(param);
-    case Comparison::Float:
-        return IsFloatReadable(param);
-    case Comparison::Trapezium:
-        return IsTrapeziumReadable(param);
-    default:
-        return true;
-    }
+    refusals.AddIf(!IsPitchReadable(GetRealPitch(param, bVertical), ToRoundedPitch16), Refusal::PitchAlong);
+    refusals.AddIf(bVertical && !IsPitchUsable(param.GetRealConvPitch()), Refusal::PitchAcross);
 }
 
 } // namespace
@@ -146,9 +137,33 @@ bool HasStores(const CPairStorage& store)
     return store.pPixelX != nullptr && store.pPair != nullptr;
 }
 
-bool IsInBounds(const CConvParam& param, Comparison eComparison)
+CRefusals FindOutOfBounds(const CConvParam& param, Comparison eComparison)
 {
-    return IsRegionReadable(param) && IsReadable(param, eComparison);
+    CRefusals refusals;
+    if (eComparison == Comparison::None)
+        return refusals;
+    CheckRegion(param, refusals);
+    switch (eComparison)
+    {
+    case Comparison::Zone:
+        CheckZone(param, ChooseZoneKernel(param), GetZoneCellSize(param), refusals);
+        break;
+    case Comparison::AsgZone:
+        CheckZone(param, ChooseAsgZoneKernel(param), GetAsgZoneCellSize(param), refusals);
+        break;
+    case Comparison::Pixel:
+        CheckPixel(param, refusals);
+        break;
+    case Comparison::Float:
+        CheckFloat(param, refusals);
+        break;
+    case Comparison::Trapezium:
+        CheckTrapezium(param, refusals);
+        break;
+    default:
+        break;
+    }
+    return refusals;
 }
 
 int CheckBounds(const CPairStorage& store, Comparison eComparison)
@@ -161,7 +176,7 @@ int CheckBounds(const CPairStorage& store, Comparison eComparison)
         NoteMemoryShortage();
         return InspectCode_BadParameter;
     }
-    return IsInBounds(store.ConvParam, eComparison) ? InspectCode_Done : InspectCode_BadParameter;
+    return FindOutOfBounds(store.ConvParam, eComparison).IsEmpty() ? InspectCode_Done : InspectCode_BadParameter;
 }
 
 } // namespace narvo::engine

@@ -1,41 +1,50 @@
 // SPDX-License-Identifier: MIT
 // The parameter checks of the engine that are part of its interface. The checks that keep reads inside the image are in
 // check_bounds.cpp.
-#include "narvoassem/narvoassem.h"
+#include "narvoassem/engine/check_fields.h"
 
 #include <cstdint>
+
+#include "narvoassem/narvoassem.h"
+
+namespace narvo::engine
+{
+
+CRefusals CheckFields(const CConvParam& param, bool bVertical)
+{
+    constexpr int nWindowLimit = 1023;
+    const std::int64_t nConvWidth = param.nConvWidth;
+    const std::int64_t nConvHeight = param.nConvHeight;
+    const bool bMapCorner = !bVertical && param.nInspectMode == 1 && param.pThresholdOffsetMap != nullptr;
+    const double dPitch = bVertical ? param.GetRealScanPitch() : param.GetRealConvPitch();
+    const int nExtent = bVertical ? param.rtInspect.Height() : param.rtInspect.Width();
+    CRefusals refusals;
+    refusals.AddIf(param.pImage == nullptr, Refusal::Image);
+    // Conv pitch against the image's width for both directions.
+    refusals.AddIf(param.GetRealConvPitch() * 3.0 > param.nImageWidth, Refusal::ImageWidth);
+    refusals.AddIf(param.nImageHeight < 2 * nConvHeight, Refusal::ImageHeight);
+    refusals.AddIf(param.rtInspect.Width() < 3 * nConvWidth, Refusal::RegionWidth);
+    refusals.AddIf(param.rtInspect.Height() < 2 * nConvHeight, Refusal::RegionHeight);
+    refusals.AddIf(nConvWidth < 1 || nConvWidth > nWindowLimit, Refusal::WindowWidth);
+    refusals.AddIf(nConvHeight < 1 || nConvHeight > nWindowLimit, Refusal::WindowHeight);
+    refusals.AddIf(dPitch * 3.0 > nExtent, Refusal::RegionPitch);
+    refusals.AddIf(param.nCheckLimit1 < 10, Refusal::CheckLimit1);
+    refusals.AddIf(param.nCheckLimit2 < 2, Refusal::CheckLimit2);
+    refusals.AddIf(bMapCorner && param.nZoneMapLeft < 0, Refusal::MapLeft);
+    refusals.AddIf(bMapCorner && param.nZoneMapTop < 0, Refusal::MapTop);
+    refusals.AddIf(param.nThreshold < 1, Refusal::Threshold);
+    return refusals;
+}
+
+} // namespace narvo::engine
 
 namespace
 {
 
-constexpr int nWindowLimit = 1023;
-
-/// The checks that both directions share, in their order; dPitch and nExtent are the direction's own pair for the
-/// three-pitch test of the region, bMapCorner adds the test of the map corners.
-int Check(CConvParam& param, double dPitch, int nExtent, bool bMapCorner)
+int Check(CConvParam& param, bool bVertical)
 {
-    const std::int64_t nConvWidth = param.nConvWidth;
-    const std::int64_t nConvHeight = param.nConvHeight;
-    if (param.pImage == nullptr)
+    if (!narvo::engine::CheckFields(param, bVertical).IsEmpty())
         return InspectCode_BadParameter;
-    // Conv pitch against the image's width for both directions.
-    if (param.GetRealConvPitch() * 3.0 > param.nImageWidth)
-        return InspectCode_BadParameter;
-    if (param.nImageHeight < 2 * nConvHeight)
-        return InspectCode_BadParameter;
-    if (param.rtInspect.Width() < 3 * nConvWidth || param.rtInspect.Height() < 2 * nConvHeight)
-        return InspectCode_BadParameter;
-    if (nConvWidth < 1 || nConvWidth > nWindowLimit || nConvHeight < 1 || nConvHeight > nWindowLimit)
-        return InspectCode_BadParameter;
-    if (dPitch * 3.0 > nExtent)
-        return InspectCode_BadParameter;
-    if (param.nCheckLimit1 < 10 || param.nCheckLimit2 < 2)
-        return InspectCode_BadParameter;
-    if (bMapCorner && (param.nZoneMapLeft < 0 || param.nZoneMapTop < 0))
-        return InspectCode_BadParameter;
-    if (param.nThreshold < 1)
-        return InspectCode_BadParameter;
-
     if (param.nGrayLimit < 1)
         param.nGrayLimit = 1;
     else if (param.nGrayLimit > 255)
@@ -48,12 +57,11 @@ int Check(CConvParam& param, double dPitch, int nExtent, bool bMapCorner)
 int CNarvoAssem::CheckParameter(int& nCheck)
 {
     nCheck = 0;
-    const bool bMapCorner = ConvParam.nInspectMode == 1 && ConvParam.pThresholdOffsetMap != nullptr;
-    return Check(ConvParam, ConvParam.GetRealConvPitch(), ConvParam.rtInspect.Width(), bMapCorner);
+    return Check(ConvParam, false);
 }
 
 int CNarvoAssem::CheckParameter_Vert(int& nCheck)
 {
     nCheck = 0;
-    return Check(ConvParam, ConvParam.GetRealScanPitch(), ConvParam.rtInspect.Height(), false);
+    return Check(ConvParam, true);
 }

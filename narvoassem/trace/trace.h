@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What the engine says of its own work, for explanations: the kernel that settings select, the steps of one pass one by
 // one, its filters' answers on one record, and (kernel_trace.h) single comparisons. Internal: it is neither exported
-// nor installed nor part of the shared library, and the host layer alone includes it, in host/probe/.
+// nor installed nor part of the shared library, and the host layer alone includes it, in host/probe/ and host/check/.
 #pragma once
 
 #include "narvoassem/compare/comparison.h"
