@@ -11,6 +11,7 @@
 #include "python/bind.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"
+#include "python/notebook.h"
 #include "python/per_process.h"
 #include "python/result_arrays.h"
 #include "python/sealed_class.h"
@@ -121,6 +122,7 @@ void BindExplain(py::module_& module)
                         std::to_string(explanation.place.y) + " " + OutcomeName(explanation.outcome) + ">";
              });
     SealUnconstructed(module.attr("Explanation"));
+    ShowInNotebooks(module.attr("Explanation"), "explanation_html");
 
     py::class_<HeldExplainer>(module, "Explainer", py::is_final(),
                               "Explains pixels of one inspection, which is run once. Any number of threads may ask.")

@@ -7,6 +7,7 @@
 #include "python/bind.h"
 #include "python/good_images.h"
 #include "python/narvo_errors.h"
+#include "python/notebook.h"
 #include "python/sealed_class.h"
 #include "python/unlocked.h"
 #include "python/values.h"
@@ -111,6 +112,7 @@ void BindLearn(py::module_& module)
             "One dict for each kind of spot that was planted in good images: side in pixels, contrast in grey levels, "
             "planted, found.");
     SealUnconstructed(module.attr("LearnResult"));
+    ShowInNotebooks(module.attr("LearnResult"), "learn_html");
 
     module.def("learn", &Learn, py::arg("images"), py::kw_only(), py::arg("false_rate") = 0.1, py::arg("mode") = "auto",
                py::arg("name") = "", py::arg("threads") = 1,

@@ -7,6 +7,7 @@
 #include "python/bind.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"
+#include "python/notebook.h"
 #include "python/sealed_class.h"
 #include "python/unlocked.h"
 #include "python/values.h"
@@ -103,6 +104,7 @@ void BindPitch(py::module_& module)
 
     SealUnconstructed(module.attr("AxisPitch"));
     SealUnconstructed(module.attr("PitchResult"));
+    ShowInNotebooks(module.attr("PitchResult"), "pitch_html");
 
     module.def("search_pitch", &Search, py::arg("image"), py::arg("region") = py::none(),
                "Find the period of an image's pattern along x and y, with no starting value.\n\n"

@@ -13,6 +13,7 @@
 #include "python/bind.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"
+#include "python/notebook.h"
 #include "python/result_arrays.h"
 #include "python/sealed_class.h"
 #include "python/unlocked.h"
@@ -392,6 +393,7 @@ void BindResult(py::module_& module)
             },
             "For pickle and copy.");
     SealUnconstructed(module.attr("Result"));
+    ShowInNotebooks(module.attr("Result"), "result_html");
 }
 
 } // namespace narvo::python

@@ -41,6 +41,7 @@ from .errors import (
 from .fields import RecipeField
 from .functions import of_package
 from .inspector import Inspector
+from .notebook import Picture, show
 from .regions import Rect
 
 capability = of_package(_narvoassem.capability)
@@ -67,6 +68,7 @@ __all__ = [
     "Inspector",
     "LearnResult",
     "NarvoError",
+    "Picture",
     "PitchResult",
     "Problem",
     "Recipe",
@@ -85,5 +87,6 @@ __all__ = [
     "read_image",
     "regions",
     "search_pitch",
+    "show",
     "write_image",
 ]
