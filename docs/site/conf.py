@@ -46,14 +46,13 @@ pygments_dark_style = "monokai"
 
 def resolve_tree_path(app, env, node, contnode):
     """A link to a folder or file of the tree that is no page: the examples have a page here, others stay plain text."""
-    if "refdoc" not in node:
+    target = node["reftarget"].split("#")[0]
+    if "refdoc" not in node or not target or target.endswith(".md"):
         return None
-    page = pathlib.PurePosixPath(node["refdoc"]).parent
-    target = os.path.normpath(page / node["reftarget"])
-    if target == "examples":
+    if os.path.normpath(pathlib.PurePosixPath(node["refdoc"]).parent / target) == "examples":
         uri = app.builder.get_relative_uri(node["refdoc"], "reference/examples")
         return nodes.reference("", "", contnode, internal=True, refuri=uri)
-    return contnode if (ROOT / target).exists() else None
+    return contnode
 
 
 def readable_signature(app, what, name, obj, options, signature, returned):
