@@ -4,13 +4,15 @@
 #include "narvoassem/storage/blobs/pair_groups.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstdint>
 #include <limits>
 #include <new>
+#include <type_traits>
 
+#include "narvoassem/storage/blobs/column_chains.h"
 #include "narvoassem/storage/blobs/first_greater.h"
 #include "narvoassem/storage/blobs/place_counts.h"
+#include "narvoassem/storage/blobs/place_map.h"
 #include "narvoassem/storage/blobs/thread_scratch.h"
 
 namespace narvo::engine
@@ -22,7 +24,8 @@ namespace
 constexpr int nPlainLimit = 256;        ///< up to this many pairs the plain walk is taken
 constexpr int nIndexedTypes = 4;        ///< types 0 .. 3; hosts may write others, which are walked plainly
 constexpr std::int64_t nLookAhead = 16; ///< columns of the vertical window's look-ahead
-constexpr std::int64_t nVertReach = 3;
+constexpr int nVertReach = 3;
+constexpr int nHoriReach = 1;
 static_assert(nVertReach <= CPlaceCounts::nLargestReach);
 
 struct SOffset
@@ -41,7 +44,7 @@ bool IsInWindow(EGroupWindow eWindow, const SOffset& offset)
     const auto isWithin = [](std::int64_t nOffset, std::int64_t nReach)
     { return static_cast<std::uint64_t>(nOffset + nReach) <= static_cast<std::uint64_t>(2 * nReach); };
     if (eWindow == EGroupWindow::Horizontal)
-        return isWithin(offset.x, 1);
+        return isWithin(offset.x, nHoriReach);
     return isWithin(offset.x, nVertReach) && isWithin(offset.y, nVertReach);
 }
 
@@ -94,6 +97,7 @@ struct SCrowdedPairs
 {
     int* pPairs; ///< list indices, ascending
     int nCount;
+    int nOfType[nIndexedTypes + 1] = {}; ///< the last is that of all other types
 
     /// Words of memory that finding them takes, besides their own.
     static std::size_t GetWords(int nCount) { return CPlaceCounts::GetWords(nCount); }
@@ -116,71 +120,55 @@ struct SCrowdedPairs
         const bool bAll = bHorizontal && !bOrdered;
         for (int i = 0; i < list.nCount; ++i)
         {
+            const CDefectPair& pair = list.pPairs[i];
+            const bool bCrowded = bAll || !counts.IsLone(pair.ptDefect, nVertReach);
             pPairs[nCount] = i;
-            nCount += static_cast<int>(bAll || !counts.IsLone(list.pPairs[i].ptDefect, nVertReach));
+            nCount += static_cast<int>(bCrowded);
+            nOfType[std::min<unsigned>(static_cast<unsigned>(pair.nDefectType), nIndexedTypes)] +=
+                static_cast<int>(bCrowded && pair.nDefectType != DefectType_Removed);
         }
     }
 };
 
-/// The walk over the pairs of one type. Unclaimed crowded pairs are in buckets by place, in list order: by
-/// cell for the vertical window, by column for the horizontal one. A claimed pair leaves its bucket.
+/// The walk over the pairs of one type. Crowded pairs that are not claimed are found by place for the vertical window,
+/// by column for the horizontal one.
 template <EGroupWindow kWindow>
 class CGroupIndex
 {
+    static constexpr bool kVertical = kWindow == EGroupWindow::Vertical;
+    using CPlaces = std::conditional_t<kVertical, CPlaceMap<nVertReach>, CColumnChains<nHoriReach>>;
+
 public:
-    /// Words of memory for a list of nCount pairs.
+    /// Words of memory for a list of nCount pairs. The memory begins at a multiple of 8 bytes.
     static std::size_t GetWords(int nCount)
     {
-        return static_cast<std::size_t>(nCount) * nMemberWords + GetBuckets(nCount) + CFirstGreater::GetWords(nCount);
+        return static_cast<std::size_t>(nCount) * nMemberWords + CPlaces::GetWords(nCount) +
+               CFirstGreater::GetWords(nCount);
     }
     static void Group(const SPairList& list, const SCrowdedPairs& crowded, int nType, int* pWords)
     {
-        CGroupIndex index(list, crowded, nType, pWords);
-        if (index.m_nMembers < 2)
-            return; // nothing is indexed
-        for (int i = 0; i < index.m_nMembers; ++i)
-            index.Claim(i);
-    }
-
-private:
-    static constexpr bool kVertical = kWindow == EGroupWindow::Vertical;
-    static constexpr int nCellShiftX = 3; ///< cells of 8 by 2 pixels: smaller cost lookups, larger cost long chains
-    static constexpr int nCellShiftY = 1;
-    static constexpr int nStripShift = 4; ///< strips of 16 columns, in which vertical lists are ordered
-
-    struct SMember
-    {
-        CPoint pt;
-        int nPair; ///< list index
-        int nNext; ///< the next member of the same bucket, -1 at the end
-    };
-    static constexpr std::size_t nMemberWords = sizeof(SMember) / sizeof(int);
-
-    static std::size_t GetBuckets(int nMembers) { return std::bit_ceil(static_cast<std::size_t>(nMembers) * 2); }
-
-    CGroupIndex(const SPairList& list, const SCrowdedPairs& crowded, int nType, int* pWords)
-        : m_list(list), m_pMember(reinterpret_cast<SMember*>(pWords)),
-          m_ends(pWords + static_cast<std::size_t>(list.nCount) * nMemberWords, list.nCount),
-          m_pHead(pWords + static_cast<std::size_t>(list.nCount) * nMemberWords + CFirstGreater::GetWords(list.nCount))
-    {
+        if (crowded.nOfType[nType] < 2)
+            return;
+        auto* const pMembers = reinterpret_cast<SGroupMember*>(pWords);
+        int nMembers = 0;
         for (int i = 0; i < crowded.nCount; ++i)
         {
             const CDefectPair& pair = list.pPairs[crowded.pPairs[i]];
             if (pair.nDefectType == nType)
-                new (&m_pMember[m_nMembers++]) SMember{pair.ptDefect, crowded.pPairs[i], -1};
+                new (&pMembers[nMembers++]) SGroupMember{pair.ptDefect, crowded.pPairs[i], nNoMember};
         }
-        if (m_nMembers < 2)
-            return;
-        const std::size_t nBuckets = GetBuckets(m_nMembers);
-        m_nBucketMask = nBuckets - 1;
-        std::fill_n(m_pHead, nBuckets, -1);
-        for (int i = m_nMembers - 1; i >= 0; --i)
-        {
-            const CPoint& pt = m_pMember[i].pt;
-            int& nHead = m_pHead[kVertical ? GetBucket(pt.x >> nCellShiftX, pt.y >> nCellShiftY) : GetBucket(0, pt.x)];
-            m_pMember[i].nNext = nHead;
-            nHead = i;
-        }
+        CGroupIndex index(list, pMembers, nMembers, nType);
+        for (int i = 0; i < nMembers; ++i)
+            index.Claim(i);
+    }
+
+private:
+    static constexpr int nStripShift = 4; ///< strips of 16 columns, in which vertical lists are ordered
+
+    CGroupIndex(const SPairList& list, SGroupMember* pMembers, int nMembers, int nType)
+        : m_list(list), m_pMember(pMembers), m_places(pMembers, nMembers, reinterpret_cast<int*>(pMembers + nMembers)),
+          m_ends(reinterpret_cast<int*>(pMembers + nMembers) + CPlaces::GetWords(nMembers), list.nCount)
+    {
         for (int i = 0; i < list.nCount; ++i)
         {
             const CPoint& pt = list.pPairs[i].ptDefect;
@@ -189,99 +177,84 @@ private:
         m_ends.Finish();
     }
 
+    /// A finder's walk: it claims what lies within its window, up to the first unclaimed pair whose ending coordinate
+    /// is greater than nLimit.
     void Claim(int nFinder)
     {
-        const CPoint& pt = m_pMember[nFinder].pt;
-        const std::int64_t x = pt.x;
-        const std::int64_t y = pt.y;
-        SWalk walk{nFinder, x, y, kVertical ? x + nLookAhead : y + 1, GetSafeEnd(nFinder), nUnknownEnd};
-        if constexpr (kVertical)
-        {
-            for (std::int64_t nCellX = (x - nVertReach) >> nCellShiftX; nCellX <= (x + nVertReach) >> nCellShiftX;
-                 ++nCellX)
-                for (std::int64_t nCellY = (y - nVertReach) >> nCellShiftY; nCellY <= (y + nVertReach) >> nCellShiftY;
-                     ++nCellY)
-                    ClaimInBucket(walk, GetBucket(nCellX, nCellY));
-        }
-        else
-        {
-            for (std::int64_t nColumn = x - 1; nColumn <= x + 1; ++nColumn)
-                ClaimInBucket(walk, GetBucket(0, nColumn));
-        }
-    }
-
-    /// One finder's walk.
-    struct SWalk
-    {
-        int nFinder;
-        std::int64_t x;
-        std::int64_t y;
-        std::int64_t nLimit; ///< the walk ends at the first unclaimed pair whose ending coordinate is beyond
-        int nSafeEnd;        ///< the walk reaches at least this pair of the list
-        int nEnd;            ///< the pair at which it ends, once that is known
-    };
-
-    void ClaimInBucket(SWalk& walk, std::size_t nBucket)
-    {
-        int* pLink = &m_pHead[nBucket];
-        while (*pLink >= 0 && *pLink <= walk.nFinder)
-            *pLink = m_pMember[*pLink].nNext; // already processed: no later pair can claim it
-        while (*pLink >= 0)
-        {
-            const int nFound = *pLink;
-            SMember& member = m_pMember[nFound];
-            if (!IsInWindow(kWindow, {member.pt.x - walk.x, member.pt.y - walk.y}))
-            {
-                pLink = &member.nNext;
-                continue;
-            }
-            if (member.nPair >= walk.nSafeEnd)
-            {
-                if (walk.nEnd == nUnknownEnd)
-                    walk.nEnd = m_ends.Find(m_pMember[walk.nFinder].nPair + 1, walk.nLimit);
-                if (member.nPair >= walk.nEnd)
-                    return; // so are all after it
-            }
-            m_list.Link(m_pMember[walk.nFinder].nPair, member.nPair);
-            m_ends.TakeOut(member.nPair);
-            *pLink = member.nNext;
-        }
+        const SGroupMember finder = m_pMember[nFinder];
+        const std::int64_t nLimit = kVertical ? finder.pt.x + nLookAhead : std::int64_t{finder.pt.y} + 1;
+        int nSafeEnd = nUnknownEnd;
+        int nEnd = nUnknownEnd;
+        m_places.Show(nFinder,
+                      [&](int nFound)
+                      {
+                          const int nPair = m_pMember[nFound].nPair;
+                          if (nSafeEnd == nUnknownEnd)
+                              nSafeEnd = GetSafeEnd(finder);
+                          if (nPair >= nSafeEnd)
+                          {
+                              if (nEnd == nUnknownEnd)
+                                  nEnd = FindUnclaimed(finder.nPair + 1, nLimit);
+                              if (nPair >= nEnd)
+                                  return EClaim::Beyond;
+                          }
+                          m_list.Link(finder.nPair, nPair);
+                          return EClaim::Claimed;
+                      });
     }
 
     /// How far a walk reaches at least: as far as the first pair reached from the finder's strip (vertical) or row
     /// on whose coordinate ends the walk of any pair of that strip or row. Asked once for each: pairs that are claimed
     /// meanwhile only make walks longer.
-    int GetSafeEnd(int nFinder)
+    int GetSafeEnd(const SGroupMember& finder)
     {
-        const CPoint& pt = m_pMember[nFinder].pt;
-        const int nGroup = kVertical ? pt.x >> nStripShift : pt.y;
+        const int nGroup = kVertical ? finder.pt.x >> nStripShift : finder.pt.y;
         if (nGroup != m_nSafeGroup || m_nSafeEnd == nUnknownEnd)
         {
             const std::int64_t nLeast =
                 kVertical ? (std::int64_t{nGroup} << nStripShift) + nLookAhead : std::int64_t{nGroup} + 1;
             m_nSafeGroup = nGroup;
-            m_nSafeEnd = m_ends.Find(m_pMember[nFinder].nPair + 1, nLeast);
+            m_nSafeEnd = FindUnclaimed(finder.nPair + 1, nLeast);
         }
         return m_nSafeEnd;
     }
 
-    // Successive places of an ordered list fall into neighbouring buckets: down a strip of columns in the
-    // vertical list, along a row in the horizontal one.
-    std::size_t GetBucket(std::int64_t nOuter, std::int64_t nInner) const
+    /// The first unclaimed pair from nFrom on whose ending coordinate is greater than nLimit. nFrom does not descend.
+    int FindUnclaimed(int nFrom, std::int64_t nLimit)
     {
-        return (static_cast<std::size_t>(nInner) + static_cast<std::size_t>(nOuter) * 0x9E3779B1U) & m_nBucketMask;
+        SKnownEnd& known = m_known[nLimit & (nKnownEnds - 1)];
+        if (known.nLimit != nLimit)
+            known = {nLimit, nFrom, true};
+        // Pairs are only taken away, so none between lies beyond the limit since.
+        known.bStale = known.bStale || known.nEnd < nFrom;
+        while (known.bStale || (known.nEnd < m_list.nCount && m_list.pLinked[known.nEnd] != 0))
+        {
+            if (!known.bStale)
+                m_ends.TakeOut(known.nEnd);
+            known.nEnd = m_ends.Find(std::max(known.nEnd, nFrom), nLimit);
+            known.bStale = false;
+        }
+        return known.nEnd;
     }
 
     static constexpr int nUnknownEnd = -1;
+    static constexpr int nKnownEnds = 16; ///< the columns of a strip
+
+    /// Where walks with a limit end, as found last.
+    struct SKnownEnd
+    {
+        std::int64_t nLimit = std::numeric_limits<std::int64_t>::min();
+        int nEnd = 0;
+        bool bStale = true; ///< not looked for yet
+    };
 
     const SPairList& m_list;
-    SMember* m_pMember;
-    int m_nMembers = 0;
-    CFirstGreater m_ends; ///< coordinate that ends walks, of the unclaimed pairs, lone ones included
-    int* m_pHead;         ///< the first member of each bucket
-    std::size_t m_nBucketMask = 0;
+    SGroupMember* m_pMember;
+    CPlaces m_places;
+    CFirstGreater m_ends; ///< coordinate that ends walks, lone pairs included
     int m_nSafeGroup = 0; ///< strip or row of the last finder
     int m_nSafeEnd = nUnknownEnd;
+    SKnownEnd m_known[nKnownEnds];
 };
 
 template <EGroupWindow kWindow>
@@ -289,19 +262,13 @@ bool GroupIndexed(const SPairList& list)
 {
     const std::size_t nWords =
         std::max(SCrowdedPairs::GetWords(list.nCount), CGroupIndex<kWindow>::GetWords(list.nCount));
-    int* pWords = GetThreadScratch(static_cast<std::size_t>(list.nCount) + nWords);
+    int* const pWords = GetThreadScratch(nWords + static_cast<std::size_t>(list.nCount));
     if (pWords == nullptr)
         return false;
-    const SCrowdedPairs crowded(list, pWords, pWords + list.nCount);
+    const SCrowdedPairs crowded(list, pWords + nWords, pWords);
     for (int nType = 0; nType < nIndexedTypes; ++nType)
-        CGroupIndex<kWindow>::Group(list, crowded, nType, pWords + list.nCount);
-    const bool bOthers = std::any_of(crowded.pPairs, crowded.pPairs + crowded.nCount,
-                                     [&list](int nPair)
-                                     {
-                                         const int nType = list.pPairs[nPair].nDefectType;
-                                         return nType != DefectType_Removed && (nType < 0 || nType >= nIndexedTypes);
-                                     });
-    if (bOthers)
+        CGroupIndex<kWindow>::Group(list, crowded, nType, pWords);
+    if (crowded.nOfType[nIndexedTypes] > 0)
         GroupPlainly(list, 0, nIndexedTypes - 1, true);
     return true;
 }
