@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 namespace narvo::engine
 {
@@ -44,22 +45,16 @@ inline std::int64_t NextMarked(const std::uint8_t* pMask, std::int64_t nFirst, s
     return nCount;
 }
 
-/// A group of 8 columns that has bits.
-struct CMarkedGroup
-{
-    std::int64_t nGroup = 0;
-    unsigned nBits = 0;
-};
-
-/// Goes through the groups of a row that have bits. kListed: the row may have a list instead of a mask.
-template <bool kListed>
+/// Goes through the groups of a row that have bits. kListed: the row may have a list instead of a mask. kWords: the
+/// words of a list are not divided into groups.
+template <bool kListed, bool kWords>
 class CMarkedGroups
 {
 public:
     explicit CMarkedGroups(const CMarkedRow& row) : m_row(row) {}
 
-    /// @return false at the end of the row
-    bool Next(CMarkedGroup& group)
+    /// @param group one group; or as many as a word has @return false at the end of the row
+    bool Next(CMarkedWord& group)
     {
         if (kListed && m_row.pMask == nullptr)
             return NextListed(group);
@@ -72,7 +67,7 @@ public:
     }
 
 private:
-    bool NextListed(CMarkedGroup& group)
+    bool NextListed(CMarkedWord& group)
     {
         if (m_word.nBits == 0)
         {
@@ -80,10 +75,15 @@ private:
                 return false;
             m_word = m_row.pWords[m_nWord++];
         }
+        if constexpr (kWords)
+        {
+            group = std::exchange(m_word, {});
+            return true;
+        }
         constexpr std::uint64_t kGroup = 0xFF;
         const int nFirst = std::countr_zero(m_word.nBits) / 8 * 8;
         group.nGroup = m_word.nGroup + nFirst / 8;
-        group.nBits = static_cast<unsigned>(m_word.nBits >> nFirst & kGroup);
+        group.nBits = m_word.nBits >> nFirst & kGroup;
         m_word.nBits &= ~(kGroup << nFirst);
         return true;
     }

@@ -130,14 +130,16 @@ private:
         if (!m_source.BeginTile(nUnits))
             return false;
         const CScanUnit unit = m_source.Unit();
+        // The hits of a group are held only where passes take them.
+        constexpr bool kGrouped = TSource::kHorizontal && TRule::kPasses > 1;
         CFoundHit group[kGroupWidth];
         for (CMarkedRow row; m_source.NextRow(row);)
         {
-            CMarkedGroups<TSource::kListed> groups(row);
-            for (CMarkedGroup marked; groups.Next(marked);)
+            CMarkedGroups<TSource::kListed, !kGrouped> groups(row);
+            for (CMarkedWord marked; groups.Next(marked);)
             {
                 int nCount = 0;
-                for (unsigned nBits = marked.nBits; nBits != 0; nBits &= nBits - 1)
+                for (std::uint64_t nBits = marked.nBits; nBits != 0; nBits &= nBits - 1)
                 {
                     const std::int64_t nColumn = marked.nGroup * kGroupWidth + std::countr_zero(nBits);
                     const std::int64_t nInTile = row.nFirst * kGroupWidth + nColumn;
@@ -146,7 +148,7 @@ private:
                     if (!m_source.Compare(nColumn, hit))
                         continue;
                     // Rows are paired one at a time, so their hits need no chain.
-                    if constexpr (TSource::kHorizontal && TRule::kPasses > 1)
+                    if constexpr (kGrouped)
                         group[nCount++] = hit;
                     else if constexpr (TSource::kHorizontal)
                     {

@@ -33,6 +33,7 @@ struct CScanScratch
     CGrowBuffer<std::uint16_t> mask;
     CGrowBuffer<CRunWalk> walks;
     CGrowBuffer<CStripRun> runs;
+    CGrowBuffer<int> runOfStrip; ///< index of the run of each strip of a row, or -1
     CGrowBuffer<std::int16_t> zeroMap;
     CGrowBuffer<std::uint8_t> rowCopy[kRowCopies];
     CRowCache<std::uint8_t> means;
@@ -53,7 +54,7 @@ struct CScanScratch
         const std::size_t nCount = static_cast<std::size_t>(nStrips) + 1;
         const std::size_t nColumns = nCount * kStripWidth;
         if (!mask.Reserve(nCount + kSpareMasks) || !walks.Reserve(nCount) || !runs.Reserve(nCount) ||
-            !zeroMap.Reserve(nColumns))
+            !runOfStrip.Reserve(nCount) || !zeroMap.Reserve(nColumns))
             return false;
         for (CGrowBuffer<std::uint8_t>& copy : rowCopy)
             if (!copy.Reserve(nColumns + kStripWidth))

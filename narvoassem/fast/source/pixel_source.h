@@ -100,7 +100,7 @@ public:
             std::fill_n(m_row.pMask, m_nStrips + kSpareMasks, std::uint16_t{0});
             m_runs.Clear();
             m_nNextStep = m_rule.StepRuns(m_runs, m_x, row.y, m_nStrips);
-            m_runs.PutInto(m_row);
+            m_runs.PutInto(m_row, m_nStrips);
             m_bound.DropLimits();
         }
         m_row.nMapRow = m_rule.MapRow(row.y);
@@ -119,20 +119,15 @@ public:
             row.nGroups = 2 * m_nStrips;
             row.pMask = reinterpret_cast<const std::uint8_t*>(m_row.pMask);
         }
-        m_pRun = m_row.pRuns;
         m_y = row.y;
         return true;
     }
 
     bool Compare(std::int64_t nColumn, CFoundHit& hit)
     {
-        const CStripRun* pRun = m_pRun;
-        const CStripRun* const pEnd = m_row.pRuns + m_row.nRunCount;
-        while (pRun != pEnd && nColumn >= (pRun->nFirstStrip + pRun->nStripCount) * kStripWidth)
-            ++pRun;
-        m_pRun = pRun;
+        const CStripRun* const pRun = m_runs.Find(nColumn / kStripWidth);
         // Candidates may lie outside the runs.
-        if (pRun == pEnd || nColumn < pRun->nFirstStrip * kStripWidth || !m_rule.Inspects(m_x + nColumn, m_y))
+        if (pRun == nullptr || !m_rule.Inspects(m_x + nColumn, m_y))
             return false;
         const std::int64_t nElement = m_row.nMapRow + pRun->nMapBase + nColumn - pRun->nFirstStrip * kStripWidth;
         if (kScan.bMeans && m_bCandidates)
@@ -356,7 +351,6 @@ private:
     CFindRow m_row;
     CPixelPlace m_means;                ///< where the pixels of means lie
     std::uint8_t m_aMeans[3] = {};      ///< of a candidate: source, near and far reference
-    const CStripRun* m_pRun = nullptr;  ///< of the column compared last
     std::int64_t m_y = 0;               ///< of the finder's row
     bool m_bCandidates = false;         ///< its marked pixels are candidates, not hits
     std::int64_t m_nNextStep;           ///< the row from which on the runs are others

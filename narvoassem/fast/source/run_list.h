@@ -2,6 +2,7 @@
 // The runs of a row of strips, listed for the finder.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -28,13 +29,26 @@ public:
         for (std::int64_t n = 0; n < nStripCount; ++n)
             AddAlike({nFirstStrip + n, 1, nMapBase + n * kStripWidth, m_pDisplacements[nFirstStrip + n]});
     }
-    void PutInto(CFindRow& row)
+    /// The list is complete, for rows of nStrips strips.
+    void PutInto(CFindRow& row, std::int64_t nStrips)
     {
         row.pRuns = m_scratch.runs.Data();
         row.nRunCount = m_nCount;
+        std::fill_n(m_scratch.runOfStrip.Data(), nStrips, nNoRun);
+        for (std::size_t n = 0; n < m_nCount; ++n)
+            std::fill_n(m_scratch.runOfStrip.Data() + row.pRuns[n].nFirstStrip, row.pRuns[n].nStripCount,
+                        static_cast<int>(n));
+    }
+    /// The run of a strip; null where there is none.
+    const CStripRun* Find(std::int64_t nStrip) const
+    {
+        const int nRun = m_scratch.runOfStrip[static_cast<std::size_t>(nStrip)];
+        return nRun == nNoRun ? nullptr : &m_scratch.runs[static_cast<std::size_t>(nRun)];
     }
 
 private:
+    static constexpr int nNoRun = -1;
+
     void AddAlike(const CStripRun& run)
     {
         if (m_nCount > 0)
