@@ -166,15 +166,10 @@ private:
     static constexpr int nStripShift = 4; ///< strips of 16 columns, in which vertical lists are ordered
 
     CGroupIndex(const SPairList& list, SGroupMember* pMembers, int nMembers, int nType)
-        : m_list(list), m_pMember(pMembers), m_places(pMembers, nMembers, reinterpret_cast<int*>(pMembers + nMembers)),
+        : m_list(list), m_nType(nType), m_pMember(pMembers),
+          m_places(pMembers, nMembers, reinterpret_cast<int*>(pMembers + nMembers)),
           m_ends(reinterpret_cast<int*>(pMembers + nMembers) + CPlaces::GetWords(nMembers), list.nCount)
     {
-        for (int i = 0; i < list.nCount; ++i)
-        {
-            const CPoint& pt = list.pPairs[i].ptDefect;
-            m_ends.Set(i, list.pPairs[i].nDefectType == nType ? (kVertical ? pt.x : pt.y) : CFirstGreater::nOut);
-        }
-        m_ends.Finish();
     }
 
     /// A finder's walk: it claims what lies within its window, up to the first unclaimed pair whose ending coordinate
@@ -223,35 +218,67 @@ private:
     int FindUnclaimed(int nFrom, std::int64_t nLimit)
     {
         SKnownEnd& known = m_known[nLimit & (nKnownEnds - 1)];
-        if (known.nLimit != nLimit)
-            known = {nLimit, nFrom, true};
-        // Pairs are only taken away, so none between lies beyond the limit since.
-        known.bStale = known.bStale || known.nEnd < nFrom;
-        while (known.bStale || (known.nEnd < m_list.nCount && m_list.pLinked[known.nEnd] != 0))
-        {
-            if (!known.bStale)
-                m_ends.TakeOut(known.nEnd);
-            known.nEnd = m_ends.Find(std::max(known.nEnd, nFrom), nLimit);
-            known.bStale = false;
-        }
+        // Pairs are only taken away, so none before the known end lies beyond the limit since.
+        if (known.nLimit != nLimit || known.nEnd < nFrom)
+            known = {nLimit, LookFor(nFrom, nLimit)};
+        else if (known.nEnd < m_list.nCount && m_list.pLinked[known.nEnd] != 0)
+            known.nEnd = LookFor(known.nEnd, nLimit);
         return known.nEnd;
+    }
+
+    /// The same, looked for in the list as far as it mostly is, and then in the tree.
+    int LookFor(int nFrom, std::int64_t nLimit)
+    {
+        const int nNear = std::min(nFrom + nNearPairs, m_list.nCount);
+        for (; nFrom < nNear; ++nFrom)
+        {
+            if (GetEnding(nFrom) > nLimit)
+                return nFrom;
+        }
+        if (nFrom == m_list.nCount)
+            return nFrom;
+        if (!m_bTree)
+        {
+            for (int i = 0; i < m_list.nCount; ++i)
+                m_ends.Set(i, GetEnding(i));
+            m_ends.Finish();
+            m_bTree = true;
+        }
+        // Claimed pairs leave the tree when they are found: most never are.
+        for (;; m_ends.TakeOut(nFrom))
+        {
+            nFrom = m_ends.Find(nFrom, nLimit);
+            if (nFrom == m_list.nCount || m_list.pLinked[nFrom] == 0)
+                return nFrom;
+        }
+    }
+
+    /// The coordinate of a pair that ends walks.
+    int GetEnding(int nPair) const
+    {
+        const CDefectPair& pair = m_list.pPairs[nPair];
+        if (pair.nDefectType != m_nType || m_list.pLinked[nPair] != 0)
+            return CFirstGreater::nOut;
+        return kVertical ? pair.ptDefect.x : pair.ptDefect.y;
     }
 
     static constexpr int nUnknownEnd = -1;
     static constexpr int nKnownEnds = 16; ///< the columns of a strip
+    static constexpr int nNearPairs = 64; ///< looked at one by one
 
     /// Where walks with a limit end, as found last.
     struct SKnownEnd
     {
         std::int64_t nLimit = std::numeric_limits<std::int64_t>::min();
         int nEnd = 0;
-        bool bStale = true; ///< not looked for yet
     };
 
     const SPairList& m_list;
+    int m_nType;
     SGroupMember* m_pMember;
     CPlaces m_places;
     CFirstGreater m_ends; ///< coordinate that ends walks, lone pairs included
+    bool m_bTree = false; ///< m_ends is filled
     int m_nSafeGroup = 0; ///< strip or row of the last finder
     int m_nSafeEnd = nUnknownEnd;
     SKnownEnd m_known[nKnownEnds];

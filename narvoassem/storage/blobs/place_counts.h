@@ -51,7 +51,7 @@ public:
 
 private:
     static constexpr int nShift = 3;                  ///< cells of 8 by 8 pixels
-    static constexpr std::size_t nBytesPerPlace = 32; ///< few cells share a byte
+    static constexpr std::size_t nBytesPerPlace = 16; ///< few cells share a byte
 
     static std::size_t GetBytes(int nPlaces)
     {
