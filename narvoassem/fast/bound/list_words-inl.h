@@ -49,25 +49,37 @@ HWY_INLINE bool ListWords(TRows& callersRows)
     TRows rows = callersRows;
     CMarkedWord* pEnd[kRows];
     std::copy_n(rows.pWords, kRows, pEnd);
-    for (std::int64_t nDone = 0; nDone < rows.nColumns; nDone += kBoundColumns)
+    // Words that have any are noted first, without a branch: a branch that goes the unusual way costs as much as the
+    // test of many words. The rows of a block are still in the first cache level when its words are marked.
+    const auto place = [&](std::int64_t nWord) // the last columns are done together with some of those before
+    { return std::min(nWord * kBoundColumns, rows.nColumns - kBoundColumns); };
+    const std::int64_t nWords = (rows.nColumns + kBoundColumns - 1) / kBoundColumns;
+    constexpr std::int64_t kBlock = 64;
+    for (std::int64_t nFirst = 0; nFirst < nWords; nFirst += kBlock)
     {
-        // The last columns are done together with some of those before.
-        const std::int64_t x = std::min(nDone, rows.nColumns - kBoundColumns);
-        TTest::Prefetch(rows, x);
-        if (!TTest::PassesAny(rows, x))
-            continue;
-        std::uint64_t aBits[kRows];
-        TTest::Mark(rows, x, aBits);
-        for (int nRow = 0; nRow < kRows; ++nRow)
+        std::uint64_t nPassing = 0;
+        for (std::int64_t nWord = nFirst; nWord < std::min(nFirst + kBlock, nWords); ++nWord)
         {
-            const std::uint64_t nBits = aBits[nRow] & ~std::uint64_t{0} << (nDone - x);
-            *pEnd[nRow] = {nBits, x / 8};
-            pEnd[nRow] += nBits != 0 ? 1 : 0;
-            rows.nCredit -= std::popcount(nBits) * CCandidateList::kCandidateCost;
+            TTest::Prefetch(rows, place(nWord));
+            nPassing |= std::uint64_t{TTest::PassesAny(rows, place(nWord))} << (nWord - nFirst);
         }
-        rows.nCredit -= CCandidateList::kWordCost;
-        if (rows.nCredit < 0)
-            return false;
+        for (; nPassing != 0; nPassing &= nPassing - 1)
+        {
+            const std::int64_t nWord = nFirst + std::countr_zero(nPassing);
+            const std::int64_t x = place(nWord);
+            std::uint64_t aBits[kRows];
+            TTest::Mark(rows, x, aBits);
+            for (int nRow = 0; nRow < kRows; ++nRow)
+            {
+                const std::uint64_t nBits = aBits[nRow] & ~std::uint64_t{0} << (nWord * kBoundColumns - x);
+                *pEnd[nRow] = {nBits, x / 8};
+                pEnd[nRow] += nBits != 0 ? 1 : 0;
+                rows.nCredit -= std::popcount(nBits) * CCandidateList::kCandidateCost;
+            }
+            rows.nCredit -= CCandidateList::kWordCost;
+            if (rows.nCredit < 0)
+                return false;
+        }
     }
     for (int nRow = 0; nRow < kRows; ++nRow)
         callersRows.nWords[nRow] = static_cast<std::size_t>(pEnd[nRow] - rows.pWords[nRow]);
