@@ -32,10 +32,10 @@ bool HasNoDistance(const CBlockTrace& trace)
 {
     const CConvParam& param = trace.param;
     const double pitch = IsVertical(trace) ? param.GetRealScanPitch() : param.GetRealConvPitch();
-    const bool table = IsVertical(trace) ? trace.kernel.uses.Has(engine::KernelOption::ScanPitches) &&
-                                               param.pScanPitchTable != nullptr
-                                         : trace.kernel.uses.Has(engine::KernelOption::ConvPitches) &&
-                                               param.pConvPitchTable != nullptr;
+    const bool table =
+        IsVertical(trace)
+            ? trace.kernel.uses.Has(engine::KernelOption::ScanPitches) && param.pScanPitchTable != nullptr
+            : trace.kernel.uses.Has(engine::KernelOption::ConvPitches) && param.pConvPitchTable != nullptr;
     const bool shifted = trace.kernel.uses.Has(engine::KernelOption::CrossShift) && param.fVtdPitch != 0.0F;
     return !table && !shifted && pitch < 1.0 / 16.0;
 }
@@ -59,8 +59,9 @@ void AddComparison(const CBlockTrace& trace, std::vector<std::string>& spots)
         spots.push_back("anything: nInspectMode " + std::to_string(trace.param.nInspectMode) +
                         " compares nothing; allowed: 0 float, 1 pixel, 2 binarise, 3 average");
     else if (!trace.bRuns)
-        spots.emplace_back("anything: the window's kernel does not run with these tables; a shift or a table of pitches "
-                           "needs a window of 2 by 2 pixels in vertical direction");
+        spots.emplace_back(
+            "anything: the window's kernel does not run with these tables; a shift or a table of pitches "
+            "needs a window of 2 by 2 pixels in vertical direction");
     if (ComparesByPitch(trace) && HasNoDistance(trace))
         spots.push_back(std::string("anything: the compare distance is 0, each pixel is compared with itself; set ") +
                         (IsVertical(trace) ? "dScanPitch and nScanMultiple" : "dConvPitch and nConvMultiple"));
@@ -77,24 +78,25 @@ void AddEdges(const CConvParam& given, const CBlockTrace& trace, std::vector<std
         spots.push_back("defects that have no partner, in the first and the last pitch of the region: " +
                         std::string(given.bKeepSingle != 0 ? "this call keeps no singles" : "bKeepSingle is 0"));
     if (trace.steps.bFilters && param.nImageWidth % nRowAlignment != 0)
-        spots.push_back("defects that pair filters or verification take for false by reading wrong pixels, most of all in "
-                        "the first and the last pitch: they assume rows of " +
-                        std::to_string((param.nImageWidth + nRowAlignment - 1) / nRowAlignment * nRowAlignment) +
-                        " bytes; give the image a width that is a multiple of 4");
+        spots.push_back(
+            "defects that pair filters or verification take for false by reading wrong pixels, most of all in "
+            "the first and the last pitch: they assume rows of " +
+            std::to_string((param.nImageWidth + nRowAlignment - 1) / nRowAlignment * nRowAlignment) +
+            " bytes; give the image a width that is a multiple of 4");
 }
 
 void AddBands(const CBlockTrace& trace, std::vector<std::string>& spots)
 {
-    const std::vector<Problem> refusals =
-        WordRefusals(trace.param, trace.bandRefusals, trace.param.nDirection == 1);
+    const std::vector<Problem> refusals = WordRefusals(trace.param, trace.bandRefusals, trace.param.nDirection == 1);
     if (!refusals.empty())
         spots.push_back("anything in bands of the region, which are refused without a code: " + NamesOf(refusals));
     for (const CRect& band : trace.unread)
         spots.push_back("columns " + Columns(band) +
                         ": no origin record of the grid's first row lies right of the band's left side");
     for (std::size_t i = 1; i < trace.bands.size(); ++i)
-        spots.push_back("that defects touch across column " + std::to_string(trace.bands[i].left) +
-                        ", where two bands meet: each side is a blob of its own; bBandThread 0 inspects the region whole");
+        spots.push_back(
+            "that defects touch across column " + std::to_string(trace.bands[i].left) +
+            ", where two bands meet: each side is a blob of its own; bBandThread 0 inspects the region whole");
 }
 
 void AddLevels(const CBlockTrace& trace, std::vector<std::string>& spots)
@@ -134,7 +136,8 @@ void AddStores(const CBlockTrace& trace, std::vector<std::string>& spots)
         spots.push_back("the dead zones: ten that are not empty count as none; allowed: " +
                         std::to_string(CConvParam::nDeadZoneLimit - 1));
     if (trace.bRuns && trace.param.nMaxReinspect < 1 && trace.eComparison != Comparison::Average)
-        spots.emplace_back("the rest of the region where hits or pairs fill their stores: nMaxReinspect allows no re-run");
+        spots.emplace_back(
+            "the rest of the region where hits or pairs fill their stores: nMaxReinspect allows no re-run");
     if (trace.bRuns && trace.steps.bLimited && trace.param.nMaxReinspect < 1)
         spots.push_back("anything where a pass finds more than " + std::to_string(CBlobStorage::nVerticalPairLimit) +
                         " pairs: they become no blobs, and nMaxReinspect allows no re-run");
@@ -148,11 +151,13 @@ std::vector<std::string> WordHazards(const CBlockTrace& trace)
     const bool flagged = trace.eComparison == Comparison::Zone && trace.param.bZoneFlagged != 0 &&
                          trace.kernel.uses.Has(engine::KernelOption::Flagged);
     if (flagged && !trace.bands.empty())
-        hazards.emplace_back("bands search the origin grid as records of two ints, and bZoneFlagged makes them three; set "
-                             "bBandThread to 0");
+        hazards.emplace_back(
+            "bands search the origin grid as records of two ints, and bZoneFlagged makes them three; set "
+            "bBandThread to 0");
     if (flagged && trace.param.nMaxReinspect > 0)
-        hazards.emplace_back("re-runs search the origin grid as records of two ints, and bZoneFlagged makes them three; "
-                             "set nMaxReinspect to 0");
+        hazards.emplace_back(
+            "re-runs search the origin grid as records of two ints, and bZoneFlagged makes them three; "
+            "set nMaxReinspect to 0");
     return hazards;
 }
 

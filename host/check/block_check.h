@@ -26,7 +26,7 @@ enum BlockCall : int
 /// The memory behind a pointer of the block that the call may read. A host that provides it all is safe.
 struct TableRead
 {
-    std::string field;  ///< the pointer's name
+    std::string field;   ///< the pointer's name
     std::int64_t before; ///< elements that must lie before the one it points at
     std::int64_t count;  ///< elements that must lie from that one on
     std::string element; ///< what an element is, and which it is: "int, a pitch in 1/16 pixel for each 16 rows"
@@ -51,8 +51,8 @@ struct BlockCheck
 /// Inspect_Rect would split the region into bands.
 ///
 /// The sizes of `reads` hold for origin grids as regular as the cells that the block declares: neighbouring origins lie
-/// a cell's size apart, rounded to whole pixels either way, and the first used cell holds the region's corner. Whether a
-/// lane has its stores (InitAssemControl) is not known here: without them each comparison returns 8.
+/// a cell's size apart, rounded to whole pixels either way, and the first used cell holds the region's corner. Whether
+/// a lane has its stores (InitAssemControl) is not known here: without them each comparison returns 8.
 /// @throws std::bad_alloc
 BlockCheck CheckBlock(const CConvParam& param, BlockCall call = BlockCall_Rect);
 

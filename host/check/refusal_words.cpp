@@ -105,7 +105,8 @@ Problem WordField(const CConvParam& param, Refusal reason)
         return Integer("rtInspect's height", param.rtInspect.Height(),
                        "at least two windows: 2 * nConvHeight, " + std::to_string(2 * std::int64_t{param.nConvHeight}));
     case Refusal::WindowWidth:
-        return Integer("nConvWidth", param.nConvWidth, "1 to 1023 pixels; 1 in pixel and zone mode, 2 or 3 in float mode");
+        return Integer("nConvWidth", param.nConvWidth,
+                       "1 to 1023 pixels; 1 in pixel and zone mode, 2 or 3 in float mode");
     case Refusal::WindowHeight:
         return Integer("nConvHeight", param.nConvHeight,
                        "1 to 1023 pixels; 1 in pixel and zone mode, 2 or 3 in float mode");
@@ -131,15 +132,18 @@ Problem WordBound(const CConvParam& param, Refusal reason, bool vertical)
     case Refusal::RegionOutside:
         return {"rtInspect", Sides(param.rtInspect), "sides inside the image of " + ImageSize(param) + " pixels"};
     case Refusal::CornersOutside:
-        return {"trapInspect", "a corner outside the image", "corners inside the image of " + ImageSize(param) + " pixels"};
+        return {"trapInspect", "a corner outside the image",
+                "corners inside the image of " + ImageSize(param) + " pixels"};
     case Refusal::PitchAlong:
         return Distance(param, vertical, comparablePitch);
     case Refusal::PitchAcross:
-        return Distance(param, !vertical, usablePitch + std::string(": the cross filter and vertical trapezia read it"));
+        return Distance(param, !vertical,
+                        usablePitch + std::string(": the cross filter and vertical trapezia read it"));
     case Refusal::TwicePitch:
         return {"dTwicePitch", Number(param.dTwicePitch), comparablePitch};
     case Refusal::ColumnTables:
-        return {"pConvWeightNear, pConvWeightFar", "null", "both weight tables with pConvPitchTable, or none of the three"};
+        return {"pConvWeightNear, pConvWeightFar", "null",
+                "both weight tables with pConvPitchTable, or none of the three"};
     case Refusal::OriginTable:
         return {"pZoneOriginTable", "null", "the grid of cell origins, with pThresholdOffsetMap"};
     case Refusal::ZoneColumns:

@@ -85,7 +85,8 @@ void ListPitchTables(const CBlockTrace& trace, ReadList& list)
                "short, 16 weights for each 16 columns, the first 8 read");
     list.AddIf(columnKernel, param.pConvWeightFar, "pConvWeightFar", lastBlock + nGroup / 2,
                "short, 16 weights for each 16 columns, the first 8 read");
-    list.AddIf(verified, param.pVeriPitchString, "pVeriPitchString", CConvParam::nZoneLimit, "CString, checks of a zone");
+    list.AddIf(verified, param.pVeriPitchString, "pVeriPitchString", CConvParam::nZoneLimit,
+               "CString, checks of a zone");
 }
 
 void ListZoneTables(const CBlockTrace& trace, ReadList& list)

@@ -34,10 +34,10 @@ struct CBlockTrace
     COptionSet given;         ///< the options that the block sets
     bool bRuns = false;       ///< something is compared
     CBlobSteps steps;
-    CZoneCellSize cell;         ///< of zone comparisons
-    std::vector<CRect> bands;   ///< columns that run on sub-engines; none where the region is inspected whole
-    std::vector<CRect> unread;  ///< bands that no origin record lies right of: nothing is compared there
-    CRefusals bandRefusals;     ///< checks that bands fail each for itself: nothing is compared there, and no code says so
+    CZoneCellSize cell;        ///< of zone comparisons
+    std::vector<CRect> bands;  ///< columns that run on sub-engines; none where the region is inspected whole
+    std::vector<CRect> unread; ///< bands that no origin record lies right of: nothing is compared there
+    CRefusals bandRefusals; ///< checks that bands fail each for itself: nothing is compared there, and no code says so
 };
 
 /// Of what the block points at, only the first row of the origin grid is read, and that only where there are bands.

@@ -2,6 +2,10 @@
 // narvo tune as a user runs it: table, files, proposal, the same with any number of lanes.
 #include "tools/run_narvo.h"
 
+#include <nlohmann/json.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
 namespace narvo::test
 {
 
@@ -65,6 +69,46 @@ TEST(NarvoTune, WithoutTruthBlobsAreCountedAndThePictureMayBePng)
     EXPECT_EQ(ReadText(folder / "panel.recipe.tune.csv").substr(0, 30), "value,images,blobs,incomplete\n");
 }
 
+TEST(NarvoTune, FieldsOfOneUnitAreSweptTogetherAndMasksAreTruth)
+{
+    TestFolder folder;
+    MakeSmallPanel(folder);
+    // A mask that is white where the true defects lie.
+    const auto truth = nlohmann::json::parse(ReadText(folder / "panel.truth.json"));
+    cv::Mat mask = cv::Mat::zeros(cv::imread((folder / "panel.png").string(), cv::IMREAD_GRAYSCALE).size(), CV_8U);
+    for (const auto& defect : truth["defects"])
+        cv::rectangle(mask, cv::Point(defect["left"].get<int>(), defect["top"].get<int>()),
+                      cv::Point(defect["right"].get<int>() - 1, defect["bottom"].get<int>() - 1), 255, cv::FILLED);
+    cv::imwrite((folder / "mask.png").string(), mask);
+    std::ofstream(folder / "average.json")
+        << (R"({"version": 1, "mode": "average", "average": {"bright": 20, "dark": 20}})");
+    const auto tune = [&](const char* output, const char* file)
+    {
+        return RunNarvo(folder, {"tune",   "panel.png",
+                                 "-r",     "average.json",
+                                 "-f",     "average.bright",
+                                 "-f",     "average.dark",
+                                 "--from", "30",
+                                 "--to",   "90",
+                                 "-n",     "4",
+                                 "-t",     file,
+                                 "-o",     output,
+                                 "--save", "both.json"});
+    };
+    const Outcome byMask = tune("mask", "mask.png");
+    ASSERT_EQ(byMask.code, 0) << byMask.error;
+    EXPECT_THAT(byMask.out, HasSubstr("average.bright and average.dark, grey levels, over 1 image"));
+    EXPECT_EQ(tune("boxes", "panel.truth.json").code, 0);
+    EXPECT_EQ(ReadText(folder / "mask.tune.csv"), ReadText(folder / "boxes.tune.csv"));
+    const auto saved = nlohmann::json::parse(ReadText(folder / "both.json"));
+    EXPECT_EQ(saved["average"]["bright"], saved["average"]["dark"]);
+    const Outcome units = RunNarvo(folder, {"tune", "panel.png", "-r", "average.json", "-f", "average.bright", "-f",
+                                            "average.window", "--from", "10", "--to", "60"});
+    EXPECT_EQ(units.code, 2);
+    EXPECT_THAT(units.error,
+                HasSubstr("average.window, in pixels; allowed: a field in grey levels, as average.bright"));
+}
+
 TEST(NarvoTune, SettingsOfGoldenInspectionsAreSweptAgainstReferences)
 {
     TestFolder folder;
@@ -126,7 +170,7 @@ TEST(NarvoTune, ProblemsAreReportedTogether)
         RunNarvo(folder, {"tune", "panel.png", "-r", "panel.recipe.json", "-f", "mode", "--from", "1", "--to", "2",
                           "--truth", "panel.truth.json", "no.json", "--plot", "a.gif"});
     EXPECT_EQ(outcome.code, 2);
-    EXPECT_THAT(outcome.error, HasSubstr("no.json"));
+    EXPECT_THAT(outcome.error, HasSubstr("--truth: 2 files"));
     EXPECT_THAT(outcome.error, HasSubstr("--plot"));
     const Outcome field = RunNarvo(
         folder, {"tune", "panel.png", "-r", "panel.recipe.json", "-f", "threshold.base", "--from", "1", "--to", "2"});

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Fields by name, evenly spaced values, and the choice of a value.
+#include "tools/tune/proposal.h"
 #include "tools/tune/sweep.h"
 
 #include "host/host_test_help.h"
@@ -134,11 +135,52 @@ TEST(Propose, WithoutTruthThePlateauOfTheCountDecides)
     EXPECT_FALSE(tools::Propose(MakeSweep({{.blobs = 9000}, {.blobs = 800}, {.blobs = 10}}, false), std::nullopt));
 }
 
+TEST(Propose, WhatFindsNothingIsNotProposed)
+{
+    const tools::Sweep sweep =
+        MakeSweep({{.defects = 7, .found = 0, .falseBlobs = 0}, {.defects = 7, .found = 0, .falseBlobs = 3}}, true);
+    EXPECT_FALSE(tools::Propose(sweep, std::nullopt));
+    EXPECT_FALSE(tools::Propose(sweep, 5));
+    EXPECT_EQ(tools::WhyNoProposal(sweep), "no value finds a defect");
+}
+
+TEST(Propose, GoodImagesAskForTheLeastEmptyValueAndAFifthMore)
+{
+    tools::Sweep sweep;
+    sweep.field = "threshold.base";
+    for (int value = 5; value <= 40; ++value)
+        sweep.points.push_back({.value = static_cast<double>(value), .blobs = value < 15 ? 100 - value : 0});
+    const auto proposal = tools::Propose(sweep, std::nullopt);
+    ASSERT_TRUE(proposal);
+    EXPECT_EQ(sweep.points[proposal->first].value, 15.0);
+    EXPECT_EQ(sweep.points[proposal->point].value, 18.0);
+    EXPECT_THAT(proposal->reason, HasSubstr("no image reports a blob from 15 on; a fifth more"));
+    // Truth that says of all images that they are good is the same.
+    sweep.hasTruth = true;
+    EXPECT_EQ(tools::Propose(sweep, std::nullopt)->point, proposal->point);
+    // What the sweep adds to counts from what the recipe has.
+    sweep.shift = true;
+    sweep.own = 20.0;
+    EXPECT_EQ(sweep.points[tools::Propose(sweep, std::nullopt)->point].value, 22.0);
+    // A sweep that ends before gives its last value, and says so.
+    sweep.points.resize(12);
+    EXPECT_EQ(tools::Propose(sweep, std::nullopt)->point, 11U);
+    EXPECT_THAT(tools::Propose(sweep, std::nullopt)->reason, HasSubstr("would be 22, beyond the sweep"));
+}
+
+TEST(SweepField, OwnValuesAreThoseOfTheRecipe)
+{
+    const Recipe recipe = ZoneRecipe();
+    EXPECT_EQ(tools::SweepField(recipe, "zones.list.offset").Own(recipe), 20.0);
+    EXPECT_EQ(tools::SweepField(recipe, "zones.list[4].offset").Own(recipe), 30.0);
+    EXPECT_EQ(tools::SweepField(recipe, "pitch.x").Own(recipe), recipe.pitchX);
+}
+
 TEST(SweepTable, NamesTheProposalAndWhatWasIncomplete)
 {
     const tools::Sweep sweep =
         MakeSweep({{.defects = 4, .found = 4, .blobs = 5, .incomplete = 2}, {.defects = 4, .found = 3}}, true);
-    const std::string table = tools::SweepTable(sweep, tools::Propose(sweep, std::nullopt));
+    const std::string table = tools::SweepTable(sweep, tools::Propose(sweep, std::nullopt)->point);
     EXPECT_THAT(table, HasSubstr("incomplete in 2 images"));
     EXPECT_THAT(table, HasSubstr("<- proposed"));
     EXPECT_EQ(tools::SweepCsv(sweep), "value,images,blobs,defects,found,recall,false,score,incomplete\n"

@@ -21,6 +21,7 @@
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 #include "tools/truth/truth.h"
+#include "tools/truth/truth_files.h"
 
 namespace narvo::tools
 {
@@ -80,7 +81,7 @@ public:
         const std::vector<GreyImage> golden = Load(references, found);
         std::vector<TruthDefect> truth;
         if (!m_options.truth.empty())
-            truth = LoadTruth(m_options.truth);
+            truth = LoadTruths({m_options.truth}, {files.front()}).front();
         ThrowIfAny(std::move(found));
         const GoldenModel model(golden, m_options.settings);
         Say("reference: " + Printable(references.front()) +

@@ -32,6 +32,7 @@
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 #include "tools/truth/truth.h"
+#include "tools/truth/truth_files.h"
 
 namespace narvo::tools
 {
@@ -200,7 +201,7 @@ int RunSingle(const InspectOptions& options)
         progress.Step("image:  " + Printable(file) + ", " + std::to_string(image->Width()) + " by " +
                       std::to_string(image->Height()) + " pixels");
     if (!options.truth.empty())
-        CollectProblems(found, [&] { truth = LoadTruth(options.truth); });
+        CollectProblems(found, [&] { truth = LoadTruths({options.truth}, {file}).front(); });
     const std::string prefix =
         options.many.output.empty() ? std::filesystem::path(file).replace_extension().string() : options.many.output;
     CollectProblems(found,

@@ -39,6 +39,12 @@ std::vector<TruthDefect> TruthInMask(const fs::path& mask, const fs::path& image
     return defects;
 }
 
+/// A mask is an image file.
+std::vector<TruthDefect> TruthInFile(const fs::path& file, const fs::path& image)
+{
+    return ReadImageHeader(file) ? TruthInMask(file, image) : LoadTruth(file);
+}
+
 std::vector<TruthDefect> TruthInFolder(const fs::path& folder, const fs::path& image)
 {
     const std::string stem = image.stem().string();
@@ -72,7 +78,7 @@ std::vector<std::vector<TruthDefect>> LoadTruths(const std::vector<std::string>&
     for (std::size_t i = 0; i < images.size() && (folder || truth.size() == images.size()); ++i)
         try
         {
-            all[i] = folder ? TruthInFolder(truth.front(), images[i]) : LoadTruth(truth[i]);
+            all[i] = folder ? TruthInFolder(truth.front(), images[i]) : TruthInFile(truth[i], images[i]);
         }
         catch (const HostError& problem)
         {

@@ -50,6 +50,21 @@ const GoldenEntry& EntryOf(const std::string& name)
     throw HostError({{"field", name, "with references one of " + names}});
 }
 
+/// Calls use with the entry's member.
+template <typename Use>
+void Visit(const GoldenEntry& entry, GoldenSettings& settings, const Use& use)
+{
+    std::visit(
+        [&](auto member)
+        {
+            if constexpr (std::is_invocable_v<decltype(member), GoldenSettings&>)
+                use(settings.*member);
+            else
+                use(settings.registration.*member);
+        },
+        entry.member);
+}
+
 } // namespace
 
 GoldenField::GoldenField(const std::string& name) : m_name(EntryOf(name).name)
@@ -66,26 +81,26 @@ bool GoldenField::IsWhole() const
     return EntryOf(m_name).member.index() % 2 == 0;
 }
 
+double GoldenField::Own() const
+{
+    GoldenSettings settings;
+    double own = 0.0;
+    Visit(EntryOf(m_name), settings, [&](const auto& member) { own = static_cast<double>(member); });
+    return own;
+}
+
 GoldenSettings GoldenField::With(double value, bool shift) const
 {
     GoldenSettings settings;
-    const auto set = [&](auto& member)
-    {
-        const double wanted = value + (shift ? static_cast<double>(member) : 0.0);
-        if constexpr (std::is_same_v<decltype(member), int&>)
-            member = static_cast<int>(std::lround(std::clamp(wanted, -2e9, 2e9)));
-        else
-            member = wanted;
-    };
-    std::visit(
-        [&](auto member)
-        {
-            if constexpr (std::is_invocable_v<decltype(member), GoldenSettings&>)
-                set(settings.*member);
-            else
-                set(settings.registration.*member);
-        },
-        EntryOf(m_name).member);
+    Visit(EntryOf(m_name), settings,
+          [&](auto& member)
+          {
+              const double wanted = value + (shift ? static_cast<double>(member) : 0.0);
+              if constexpr (std::is_same_v<decltype(member), int&>)
+                  member = static_cast<int>(std::lround(std::clamp(wanted, -2e9, 2e9)));
+              else
+                  member = wanted;
+          });
     ThrowIfAny(CheckGoldenSettings(settings));
     return settings;
 }

@@ -25,6 +25,8 @@ public:
     const std::string& Name() const { return m_name; }
     std::string Unit() const;
     bool IsWhole() const;
+    /// The default.
+    double Own() const;
     /// The defaults with that value, or, with `shift`, with that much added to the default.
     /// @throws HostError when the value leaves the setting's range
     GoldenSettings With(double value, bool shift) const;

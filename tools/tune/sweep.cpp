@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 #include <span>
 #include <variant>
 
@@ -20,8 +21,6 @@ namespace
 
 constexpr std::string_view zonePrefix = "zones.list";
 constexpr std::string_view imagePrefix = "image.";
-// Counts of blobs this near, as a share of the larger one, count as the same.
-constexpr double dSameShare = 0.05;
 
 template <typename Owner>
 bool IsNumeric(const Field<Owner>& field)
@@ -48,6 +47,14 @@ std::string NumericNames(Kind kind)
 }
 
 template <typename Owner>
+double Get(const Field<Owner>& field, const Owner& owner)
+{
+    if (const auto* const whole = std::get_if<int Owner::*>(&field.member))
+        return owner.**whole;
+    return owner.**std::get_if<double Owner::*>(&field.member);
+}
+
+template <typename Owner>
 void Set(const Field<Owner>& field, Owner& owner, double value, bool shift)
 {
     if (const auto* const whole = std::get_if<int Owner::*>(&field.member))
@@ -56,103 +63,6 @@ void Set(const Field<Owner>& field, Owner& owner, double value, bool shift)
         owner.** real = value + (shift ? owner.**real : 0.0);
     if (!IsInRange(field, owner))
         throw HostError({{std::string(field.path), ValueText(field, owner), AllowedText(field)}});
-}
-
-std::string ShareText(double share)
-{
-    char text[32];
-    std::snprintf(text, sizeof text, "%.1f %%", share * 100.0);
-    return text;
-}
-
-/// The longest run of points that `good` takes; null where it takes none. Of equal ones the first.
-template <typename Good>
-std::optional<std::pair<std::size_t, std::size_t>> LongestRun(std::size_t count, Good&& good)
-{
-    std::optional<std::pair<std::size_t, std::size_t>> best;
-    for (std::size_t i = 0; i < count;)
-    {
-        std::size_t end = i;
-        while (end < count && good(end))
-            ++end;
-        if (end > i && (!best || end - i > best->second - best->first + 1))
-            best = {i, end - 1};
-        i = std::max(end, i + 1);
-    }
-    return best;
-}
-
-std::string ValueOf(const Sweep& sweep, std::size_t point)
-{
-    const double value = sweep.points[point].value;
-    return (sweep.shift && value > 0.0 ? "+" : "") + FormatNumber(value);
-}
-
-std::string RangeText(const Sweep& sweep, std::size_t first, std::size_t last)
-{
-    return first == last ? "" : " from " + ValueOf(sweep, first) + " to " + ValueOf(sweep, last);
-}
-
-std::optional<Proposal> ProposeByTruth(const Sweep& sweep, std::optional<long> mostFalse)
-{
-    const std::vector<SweepPoint>& points = sweep.points;
-    const auto allowed = [&](const SweepPoint& point)
-    { return point.incomplete == 0 && (!mostFalse || point.falseBlobs <= *mostFalse); };
-    const auto worth = [&](const SweepPoint& point)
-    { return mostFalse ? static_cast<double>(point.found) : point.Score(); };
-    double best = -1.0;
-    for (const SweepPoint& point : points)
-        if (allowed(point))
-            best = std::max(best, worth(point));
-    const auto run =
-        LongestRun(points.size(), [&](std::size_t i) { return allowed(points[i]) && worth(points[i]) == best; });
-    if (!run)
-        return std::nullopt;
-    Proposal proposal{(run->first + run->second) / 2, run->first, run->second, ""};
-    const SweepPoint& point = points[proposal.point];
-    proposal.reason = "finds " + std::to_string(point.found) + " of " + std::to_string(point.defects) + " defects (" +
-                      ShareText(point.Recall()) + ") with " + std::to_string(point.falseBlobs) + " false blobs, ";
-    if (mostFalse)
-        proposal.reason += "the most defects with at most " + std::to_string(*mostFalse) + " false blobs";
-    else
-        proposal.reason +=
-            "the best balance of the two (score " + FormatNumber(std::round(best * 1000.0) / 1000.0) + ")";
-    proposal.reason +=
-        run->first == run->second ? "" : RangeText(sweep, run->first, run->second) + "; the middle of that";
-    return proposal;
-}
-
-std::optional<Proposal> ProposeByPlateau(const Sweep& sweep)
-{
-    const std::vector<SweepPoint>& points = sweep.points;
-    std::optional<Proposal> best;
-    for (std::size_t first = 0; first < points.size(); ++first)
-    {
-        long low = points[first].blobs;
-        long high = low;
-        for (std::size_t last = first; last < points.size() && points[last].incomplete == 0; ++last)
-        {
-            low = std::min(low, points[last].blobs);
-            high = std::max(high, points[last].blobs);
-            if (static_cast<double>(high - low) > dSameShare * static_cast<double>(high))
-                break;
-            if (last > first && (!best || last - first > best->last - best->first))
-                best = {(first + last) / 2, first, last, ""};
-        }
-    }
-    if (!best)
-        return std::nullopt;
-    long low = points[best->first].blobs;
-    long high = low;
-    for (std::size_t i = best->first; i <= best->last; ++i)
-    {
-        low = std::min(low, points[i].blobs);
-        high = std::max(high, points[i].blobs);
-    }
-    best->reason = "the count of blobs hardly changes" + RangeText(sweep, best->first, best->last) + " (" +
-                   (low == high ? std::to_string(low) : std::to_string(low) + " to " + std::to_string(high)) +
-                   "), the longest such run; the middle of that";
-    return best;
 }
 
 } // namespace
@@ -198,6 +108,18 @@ SweepField::SweepField(const Recipe& recipe, const std::string& path) : m_path(p
     take(FindField(ZoneFields(), m_name, kind));
 }
 
+double SweepField::Own(const Recipe& recipe) const
+{
+    const Kind kind = recipe.GetKind();
+    if (!m_zones)
+        return Get(*FindField(RecipeFields(), m_path, kind), recipe);
+    double least = std::numeric_limits<double>::infinity();
+    for (const ZoneSettings& zone : recipe.zones)
+        if (!m_zone || zone.index == *m_zone)
+            least = std::min(least, Get(*FindField(ZoneFields(), m_name, kind), zone));
+    return least;
+}
+
 Recipe SweepField::With(const Recipe& recipe, double value, bool shift) const
 {
     Recipe changed = recipe;
@@ -232,12 +154,20 @@ double SweepPoint::Score() const
     return wanted == 0.0 ? 1.0 : static_cast<double>(2 * found) / wanted;
 }
 
-std::optional<Proposal> Propose(const Sweep& sweep, std::optional<long> mostFalse)
+std::string ShareText(double share)
 {
-    return sweep.hasTruth ? ProposeByTruth(sweep, mostFalse) : ProposeByPlateau(sweep);
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.1f %%", share * 100.0);
+    return text.data();
 }
 
-std::string SweepTable(const Sweep& sweep, const std::optional<Proposal>& proposal)
+std::string ValueText(const Sweep& sweep, std::size_t point)
+{
+    const double value = sweep.points[point].value;
+    return (sweep.shift && value > 0.0 ? "+" : "") + FormatNumber(value);
+}
+
+std::string SweepTable(const Sweep& sweep, std::optional<std::size_t> proposed)
 {
     std::string table = sweep.hasTruth ? "       value     blobs     found    recall     false     score\n"
                                        : "       value     blobs  blobs per image\n";
@@ -245,7 +175,7 @@ std::string SweepTable(const Sweep& sweep, const std::optional<Proposal>& propos
     {
         const SweepPoint& point = sweep.points[i];
         std::array<char, 160> line{};
-        const std::string value = ValueOf(sweep, i);
+        const std::string value = ValueText(sweep, i);
         if (sweep.hasTruth)
             std::snprintf(line.data(), line.size(), "%12s %9ld %9ld %9s %9ld %9.3f", value.c_str(), point.blobs,
                           point.found, ShareText(point.Recall()).c_str(), point.falseBlobs, point.Score());
@@ -256,7 +186,7 @@ std::string SweepTable(const Sweep& sweep, const std::optional<Proposal>& propos
         if (point.incomplete > 0)
             table +=
                 "  incomplete in " + std::to_string(point.incomplete) + (point.incomplete == 1 ? " image" : " images");
-        if (proposal && proposal->point == i)
+        if (proposed == i)
             table += "  <- proposed";
         table += '\n';
     }

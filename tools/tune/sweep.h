@@ -23,6 +23,8 @@ public:
     const std::string& Path() const { return m_path; }
     const std::string& Unit() const { return m_unit; }
     bool IsWhole() const { return m_whole; }
+    /// What the recipe has; the least of several zones.
+    double Own(const Recipe& recipe) const;
 
     /// The recipe with that value, or, with `shift`, with that much added to its own.
     /// @throws HostError when a value leaves the field's range
@@ -60,26 +62,19 @@ struct Sweep
     std::string field;
     std::string unit;
     bool shift = false;
+    double own = 0.0; ///< with shift, the least value that it is added to
     bool hasTruth = false;
     int images = 0;
     std::vector<SweepPoint> points; ///< by ascending value
 };
 
-struct Proposal
-{
-    std::size_t point = 0; ///< index of the proposed one
-    std::size_t first = 0; ///< ends of the run of values that are as good
-    std::size_t last = 0;
-    std::string reason;
-};
+/// A point's value, with its sign where it is added to what the recipe has.
+std::string ValueText(const Sweep& sweep, std::size_t point);
+/// A share in percent.
+std::string ShareText(double share);
 
-/// With truth, the middle of the longest run of values with the best score, or with the most defects found among those
-/// that report at most `mostFalse` false blobs. Without, the middle of the longest run over which the count of blobs
-/// stays the same or nearly so. Values that left images incomplete are not proposed. None when there is no such value.
-std::optional<Proposal> Propose(const Sweep& sweep, std::optional<long> mostFalse);
-
-/// The table as text for a terminal, and as CSV.
-std::string SweepTable(const Sweep& sweep, const std::optional<Proposal>& proposal);
+/// The table as text for a terminal, with the proposed point marked, and as CSV.
+std::string SweepTable(const Sweep& sweep, std::optional<std::size_t> proposed);
 std::string SweepCsv(const Sweep& sweep);
 
 } // namespace narvo::tools

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <optional>
 
+#include "tools/tune/proposal.h"
 #include "tools/tune/sweep.h"
 
 namespace narvo::tools

@@ -3,8 +3,8 @@
 #include "tools/command.h"
 
 #include <algorithm>
-#include <cmath>
 #include <filesystem>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -25,7 +25,9 @@
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 #include "tools/truth/truth.h"
+#include "tools/truth/truth_files.h"
 #include "tools/tune/golden_sweep.h"
+#include "tools/tune/proposal.h"
 #include "tools/tune/sweep.h"
 #include "tools/tune/sweep_plot.h"
 
@@ -42,7 +44,7 @@ struct TuneOptions
     std::vector<std::string> images;
     std::string recipe;                  ///< empty where references are given
     std::vector<std::string> references; ///< of golden inspections
-    std::string field;
+    std::vector<std::string> fields;
     double from = 0.0;
     double to = 0.0;
     int steps = 21;
@@ -96,33 +98,53 @@ void CheckOutputNames(const TuneOptions& options, const SweepInput& input, const
     names.Check();
 }
 
-/// Fills in the field and its values, and what is inspected with each of them.
-void AddValues(const TuneOptions& options, SweepInput& input, Sweep& sweep)
+/// Fills in the values, and what is inspected with each of them.
+void AddValues(const TuneOptions& options, bool whole, Sweep& sweep, const std::function<void(double value)>& take)
 {
-    const auto add = [&](const auto& field, const std::string& name, auto&& take)
+    for (const double value : SweepValues(options.from, options.to, options.steps, whole))
     {
-        sweep.field = name;
-        sweep.unit = field.Unit();
-        for (const double value : SweepValues(options.from, options.to, options.steps, field.IsWhole()))
-        {
-            take(field, value);
-            sweep.points.emplace_back().value = value;
-        }
-    };
-    if (input.recipe)
-    {
-        const SweepField field(*input.recipe, options.field);
-        add(field, field.Path(),
-            [&](const SweepField& swept, double value)
-            { input.recipes.emplace_back(swept.With(*input.recipe, value, options.shift)); });
+        take(value);
+        sweep.points.emplace_back().value = value;
     }
-    else
+}
+
+/// Fields that are swept together all get the same value, or the same is added to each.
+void AddRecipeFields(const TuneOptions& options, SweepInput& input, Sweep& sweep)
+{
+    std::vector<SweepField> fields;
+    bool whole = true;
+    for (const std::string& name : options.fields)
     {
-        const GoldenField field(options.field);
-        add(field, field.Name(),
-            [&](const GoldenField& swept, double value)
-            { input.settings.push_back(swept.With(value, options.shift)); });
+        const SweepField& field = fields.emplace_back(*input.recipe, name);
+        if (field.Unit() != fields.front().Unit())
+            throw HostError({{"field", name + ", in " + field.Unit(),
+                              "a field in " + fields.front().Unit() + ", as " + fields.front().Path()}});
+        sweep.field += (sweep.field.empty() ? "" : " and ") + field.Path();
+        const double own = field.Own(*input.recipe);
+        sweep.own = options.shift ? (fields.size() == 1 ? own : std::min(sweep.own, own)) : 0.0;
+        whole = whole && field.IsWhole();
     }
+    sweep.unit = fields.front().Unit();
+    AddValues(options, whole, sweep,
+              [&](double value)
+              {
+                  Recipe changed = *input.recipe;
+                  for (const SweepField& field : fields)
+                      changed = field.With(changed, value, options.shift);
+                  input.recipes.emplace_back(std::move(changed));
+              });
+}
+
+void AddGoldenField(const TuneOptions& options, SweepInput& input, Sweep& sweep)
+{
+    if (options.fields.size() != 1)
+        throw HostError({{"field", std::to_string(options.fields.size()) + " settings", "one with references"}});
+    const GoldenField field(options.fields.front());
+    sweep.field = field.Name();
+    sweep.unit = field.Unit();
+    sweep.own = options.shift ? field.Own() : 0.0;
+    AddValues(options, field.IsWhole(), sweep,
+              [&](double value) { input.settings.push_back(field.With(value, options.shift)); });
 }
 
 /// Runs all inspections. @return whether it came to its end; `found` gets what was wrong with images
@@ -178,11 +200,8 @@ int RunTune(const TuneOptions& options)
     for (const std::string& file : options.references)
         collect([&] { input.references.push_back(LoadImage(file)); });
     std::vector<std::vector<TruthDefect>> truth;
-    for (const std::string& file : options.truth)
-        collect([&] { truth.push_back(LoadTruth(file)); });
-    if (!options.truth.empty() && options.truth.size() != options.images.size())
-        found.push_back({"--truth", std::to_string(options.truth.size()) + " files",
-                         "one for each of the " + std::to_string(options.images.size()) + " images, in their order"});
+    if (!options.truth.empty())
+        collect([&] { truth = LoadTruths(options.truth, options.images); });
     const std::string extension = std::filesystem::path(options.plot).extension().string();
     if (!options.plot.empty() && extension != ".svg" && extension != ".png")
         found.push_back({"--plot", options.plot, "a name in .svg or .png"});
@@ -195,7 +214,7 @@ int RunTune(const TuneOptions& options)
 
     Sweep sweep;
     if (found.empty())
-        collect([&] { AddValues(options, input, sweep); });
+        collect([&] { (input.recipe ? AddRecipeFields : AddGoldenField)(options, input, sweep); });
     const int processors = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 256);
     const int lanes = options.lanes > 0 ? options.lanes : processors;
     std::unique_ptr<Batch> batch;
@@ -226,13 +245,13 @@ int RunTune(const TuneOptions& options)
     const std::optional<Proposal> proposal = Propose(sweep, options.mostFalse);
     if (!options.quiet)
         std::cout << sweep.field << (sweep.unit.empty() ? "" : ", " + sweep.unit) << ", over " << sweep.images
-                  << (sweep.images == 1 ? " image\n" : " images\n") << SweepTable(sweep, proposal);
+                  << (sweep.images == 1 ? " image\n" : " images\n")
+                  << SweepTable(sweep, proposal ? std::optional(proposal->point) : std::nullopt);
     if (proposal)
         std::cout << "proposed: " << sweep.field << (sweep.shift ? " changed by " : " = ")
                   << FormatNumber(sweep.points[proposal->point].value) << ": " << proposal->reason << '\n';
     else
-        std::cout << "proposed: none, since no value " << (sweep.hasTruth ? "qualifies" : "lies in a steady run")
-                  << '\n';
+        std::cout << "proposed: none, since " << WhyNoProposal(sweep) << '\n';
 
     WriteTextFile(prefix + ".tune.csv", SweepCsv(sweep));
     SaveSweepPlot(plot, sweep, proposal);
@@ -262,12 +281,14 @@ void AddTuneCommand(CLI::App& app, Action& action)
             ->allow_extra_args(false)
             ->excludes(recipe);
     command
-        ->add_option("-f,--field", options->field,
+        ->add_option("-f,--field", options->fields,
                      "a numeric field of the recipe by its dotted name, in its own unit and range (narvo recipe); "
-                     "zones.list.offset sweeps all zones, zones.list[2].offset the zone with index 2; with references "
+                     "zones.list.offset sweeps all zones, zones.list[2].offset the zone with index 2; given again, the "
+                     "fields are swept together (average.bright and average.dark); with references one of "
                      "threshold, edge_tolerance, min_pixels, max_shift, max_rotation, max_scale, mesh or "
                      "min_correlation")
-        ->required();
+        ->required()
+        ->allow_extra_args(false);
     command->add_option("--from", options->from, "first value, in the field's unit")->required();
     command->add_option("--to", options->to, "last value, in the field's unit")->required();
     command
@@ -276,8 +297,10 @@ void AddTuneCommand(CLI::App& app, Action& action)
         ->capture_default_str();
     command->add_flag("--shift", options->shift,
                       "add the values to what the recipe has, or to the default, in place of setting them");
-    command->add_option("-t,--truth", options->truth,
-                        "true defects, one file for each image in their order (default: blobs are counted only)");
+    command->add_option(
+        "-t,--truth", options->truth,
+        "true defects: a file or mask for each image in their order, or a folder that holds them under the "
+        "images' names (default: blobs are counted only)");
     command
         ->add_option("--max-false", options->mostFalse,
                      "with --truth: propose the value that finds most with at most so many false blobs in all images "
