@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <iterator>
 #include <numbers>
+#include <numeric>
 #include <string>
 
 #include <opencv2/core.hpp>
@@ -134,7 +135,16 @@ struct Curve
 {
     std::vector<double> cost; ///< by displacement in 1/16 pixel
     double variance = 0.0;    ///< of the lines without their drift, square grey levels
+    double hardness = 0.0;    ///< share of the power in the highest quarter of the frequencies, 0 .. 1
 };
+
+/// Optics leave hardly any power there; what is drawn with hard edges has some.
+double HighestQuarter(const std::vector<double>& power)
+{
+    const auto first = power.begin() + static_cast<std::ptrdiff_t>(power.size() * 3 / 4);
+    const double all = std::accumulate(power.begin(), power.end(), 0.0);
+    return all > 0.0 ? std::accumulate(first, power.end(), 0.0) / all : 0.0;
+}
 
 /// Cost of all displacements up to `reach` pixels: sum of w(t) w(t + d) (x(t) - x(t + d))^2 over the same weights times
 /// (x(t)^2 + x(t + d)^2), over the lines x without their drift.
@@ -194,6 +204,7 @@ Curve MeasureCost(const Lines& lines, int reach)
     const std::vector<double> scale = ToDisplacements(norm, size, count);
     Curve curve;
     curve.variance = all / weightSum;
+    curve.hardness = HighestQuarter(power);
     curve.cost.resize(static_cast<std::size_t>(count), 1.0);
     if (curve.variance > dFlat)
         for (std::size_t i = 0; i < curve.cost.size(); ++i)
@@ -236,15 +247,18 @@ const Dip* DipNear(const std::vector<Dip>& dips, double place, double reach)
 /// The shortest displacement that repeats the image as well as the best one does, among the best one's fractions.
 Dip FindFundamental(const Curve& curve, const std::vector<Dip>& dips)
 {
-    constexpr double dSlack = 0.004;       // how much worse it may be
-    constexpr double dSlackShare = 0.5;    // and by this share of the best one's own cost
+    constexpr double dSlack = 0.004;    // how much worse it may be
+    constexpr double dSlackShare = 0.5; // and by this share of the best one's own cost
+    // Hard edges fall on whole pixels, so that they repeat worse after a period with a fraction than after a multiple
+    // of nearly whole pixels: by two to three times this share of the power in drawings.
+    constexpr double dHardnessShare = 3.0;
     constexpr double dFullHeight = 0.75;   // a whole period meets nearly all of the curve's height
     constexpr double dNear = 0.5 * nSteps; // how far a fraction's dip may lie from its place
     const Dip best =
         *std::min_element(dips.begin(), dips.end(), [](const Dip& a, const Dip& b) { return a.cost < b.cost; });
     const auto highest = [&](double end)
     { return *std::max_element(curve.cost.begin(), curve.cost.begin() + static_cast<std::ptrdiff_t>(end)); };
-    const double limit = best.cost + dSlack + dSlackShare * std::max(best.cost, 0.0);
+    const double limit = best.cost + dSlack + dSlackShare * std::max(best.cost, 0.0) + dHardnessShare * curve.hardness;
     const double height = highest(best.place);
     for (int parts = static_cast<int>(best.place / (dPitchSearchLow * nSteps)); parts > 1; --parts)
     {

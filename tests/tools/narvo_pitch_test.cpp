@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 // The pitch search from files to files, and the way from a made-up panel over its pitch to its defects.
 #include <algorithm>
+#include <cmath>
 #include <random>
+#include <utility>
 
 #include <opencv2/imgcodecs.hpp>
 
@@ -58,6 +60,53 @@ TEST(NarvoPitch, PlotShowsBothCurvesInColour)
             coloured += (*pixel)[0] > (*pixel)[2] + 40 ? 1 : 0; // the curve is blue
         EXPECT_GT(coloured, 500);
     }
+}
+
+/// Rectangles of 40 % by 50 % of a cell with hard edges, on whole pixels, inside `area`.
+GreyImage MakeDrawing(double pitchX, double pitchY, int width, int height, const CRect& area)
+{
+    GreyImage image(width, height);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            image.Row(y)[x] =
+                area.PtInRect(CPoint(x, y)) && std::fmod(x / pitchX, 1.0) < 0.4 && std::fmod(y / pitchY, 1.0) < 0.5
+                    ? 200
+                    : 60;
+    return image;
+}
+
+TEST(NarvoPitch, DrawingsWithHardEdgesGiveTheirPitchNotAMultiple)
+{
+    const TestFolder folder;
+    const std::pair<double, double> pitches[] = {{21.4375, 17.625}, {12.3125, 14.375}, {31.6875, 25.3125}};
+    for (const auto& [pitchX, pitchY] : pitches)
+    {
+        SaveGreyImage(folder / "drawing.png", MakeDrawing(pitchX, pitchY, 800, 600, CRect(0, 0, 800, 600)));
+        const Outcome outcome = RunNarvo(folder, {"pitch", "drawing.png"});
+        EXPECT_THAT(outcome.out, HasSubstr("x: pitch " + FormatNumber(pitchX) + " pixels"));
+        EXPECT_THAT(outcome.out, HasSubstr("y: pitch " + FormatNumber(pitchY) + " pixels"));
+        EXPECT_THAT(outcome.out, testing::Not(HasSubstr("note:")));
+    }
+}
+
+TEST(NarvoPitch, BlankSidesAreNamedWithTheRegionThatLeavesThemOut)
+{
+    const TestFolder folder;
+    SaveGreyImage(folder / "drawing.png", MakeDrawing(32.0, 25.0, 800, 600, CRect(128, 100, 672, 500)));
+    EXPECT_THAT(RunNarvo(folder, {"pitch", "drawing.png"}).out,
+                testing::ContainsRegex(
+                    "note:   the sides of the image show no pattern: --region (9|12)[0-9],100,6[67][0-9],500 leaves "
+                    "them out"));
+}
+
+TEST(NarvoPitch, ARecipeThatFloodsItsOwnImageSaysSo)
+{
+    const TestFolder folder;
+    // Edges on whole pixels differ in some of the cells only, which the thresholds of places do not see.
+    SaveGreyImage(folder / "fine.png", MakeDrawing(12.29, 14.4, 800, 600, CRect(0, 0, 800, 600)));
+    const Outcome outcome = RunNarvo(folder, {"pitch", "fine.png", "--recipe", "fine.json"});
+    ASSERT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_THAT(outcome.out, HasSubstr("of the image that it was made from"));
 }
 
 TEST(NarvoPitch, ImageWithoutPeriodIsSaidSoAndExitsWithFive)

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -16,6 +17,7 @@
 #include "host/image/grey_image.h"
 #include "host/lattice/lattice_search.h"
 #include "host/pitch/lattice_recipe.h"
+#include "host/pitch/pitch_notes.h"
 #include "host/pitch/pitch_recipe.h"
 #include "host/pitch/pitch_search.h"
 #include "host/problem.h"
@@ -88,6 +90,7 @@ int RunPitch(const PitchOptions& options)
     PitchResult result;
     std::optional<CheckedRecipe> recipe;
     LatticeSearch lattice;
+    std::vector<std::string> notes;
     bool found = false;
     try
     {
@@ -98,11 +101,14 @@ int RunPitch(const PitchOptions& options)
                                  : CRect(options.region[0], options.region[1], options.region[2], options.region[3]);
         result = SearchPitch(image, region);
         found = result.x.found || result.y.found;
+        notes = NotesOnPitch(image, region, result);
         if (found && !options.recipe.empty())
         {
             Recipe made = *MakePitchRecipe(image, region, result);
             static_cast<ImageReading&>(made) = ReadingOf();
             recipe = CheckedRecipe(std::move(made));
+            for (std::string& note : NotesOnRecipe(image, *recipe))
+                notes.push_back(std::move(note));
         }
         if (!found)
             lattice = SearchLattice(CutOut(image, region));
@@ -119,6 +125,8 @@ int RunPitch(const PitchOptions& options)
         return ExitCode_BadInput;
     }
     std::cout << Describe("x", result.x) << '\n' << Describe("y", result.y) << std::endl;
+    for (const std::string& note : notes)
+        std::cout << "note:   " << note << std::endl;
 
     if (!options.plot.empty())
     {

@@ -52,8 +52,7 @@ std::optional<Proposal> ProposeByTruth(const Sweep& sweep, std::optional<long> m
     for (const SweepPoint& point : points)
         if (allowed(point))
             best = std::max(best, worth(point));
-    const auto run =
-        LongestRun(points.size(), [&](std::size_t i)
+    const auto run = LongestRun(points.size(), [&](std::size_t i)
                                 { return points[i].found > 0 && allowed(points[i]) && worth(points[i]) == best; });
     if (!run)
         return std::nullopt;
