@@ -280,7 +280,8 @@ void BindResult(py::module_& module)
             "diameter         in the recipe's pixel sizes\n"
             "angle            of the long axis, degrees\n"
             "major_axis, minor_axis     pixels\n"
-            "circularity, elongation    shape, without a unit")
+            "circularity      1 for a disc, less for other shapes\n"
+            "elongation       area over major_axis, pixels: the mean width of a long defect")
         .def_readonly("pairs", &Result::pairs,
                       "The single answers of the comparison that blobs are made of, a structured array.\n\n"
                       "x, y       pixels\n"

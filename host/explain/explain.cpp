@@ -139,8 +139,23 @@ private:
             TellLink(told, *before, "The pixel " + At(before->pixel.ptPlace), m_block, m_image);
     }
 
+    /// The smallest reported defect whose frame holds the place.
+    const Blob* FindAround(CPoint place) const
+    {
+        const Blob* found = nullptr;
+        for (const Blob& blob : m_result.blobs)
+            if (blob.box.PtInRect(place) && (found == nullptr || blob.area < found->area))
+                found = &blob;
+        return found;
+    }
+
     Explanation EndWithoutRecord(Explanation& told)
     {
+        // Of an even defect that is larger than a pitch only the edges differ from what lies a pitch on.
+        if (const Blob* around = FindAround(told.place))
+            told.why.push_back("It lies within the frame of defect " + std::to_string(around->number) + ", " +
+                               BoundsText(around->box) + ", but is none of its " + std::to_string(around->area) +
+                               " pixels.");
         if (told.kernel.pWords == nullptr)
             return End(told, Outcome::NoHit, "The engine wrote no record for it.");
         const CChainLink* own = told.Own();
@@ -234,10 +249,7 @@ private:
         told.why.push_back(m_recipe.GetKind() == Kind_Trapezium
                                ? "The region is cut into trapezia, whose steps are told by their result alone."
                                : "The inspection makes two passes at two pitches, told by their result alone.");
-        const Blob* found = nullptr;
-        for (const Blob& blob : m_result.blobs)
-            if (blob.box.PtInRect(told.place) && (found == nullptr || blob.area < found->area))
-                found = &blob;
+        const Blob* const found = FindAround(told.place);
         if (found == nullptr)
             return End(told, Outcome::NoHit, "No reported defect covers it.");
         told.blob = found->number;

@@ -44,7 +44,7 @@ struct Blob
     double majorAxis; ///< pixels
     double minorAxis; ///< pixels
     double circularity;
-    double elongation;
+    double elongation; ///< area over the major axis, pixels: the mean width of a long defect, 0.8 of a square's side
 };
 
 /// One answer of the comparison, as it stands once blobs have been built from all of them.

@@ -55,10 +55,7 @@ public:
 
     int Columns() const { return m_columns; }
     int Rows() const { return m_rows; }
-    double At(int column, int row) const
-    {
-        return m_deviations[static_cast<std::size_t>(row * m_columns + column)];
-    }
+    double At(int column, int row) const { return m_deviations[static_cast<std::size_t>(row * m_columns + column)]; }
     /// What the pattern has, even where it fills a fifth of the image only.
     double Usual() const { return Quantile(m_deviations, 0.9); }
 
@@ -166,9 +163,10 @@ std::vector<std::string> NotesOnRecipe(const GreyView& image, const CheckedRecip
     const double share = area / (static_cast<double>(result.region.Width()) * result.region.Height());
     if (result.blobs.size() < manyBlobs && share < muchArea && !result.overflowed)
         return {};
-    return {"the recipe reports " + Counted(result.blobs.size(), "blob") + ", " + Short(100.0 * share) +
-            " % of the image that it was made from: a good image would not flood it; see narvo learn for material whose "
-            "pattern drifts, and --region for images that show more than the pattern"};
+    return {
+        "the recipe reports " + Counted(result.blobs.size(), "blob") + ", " + Short(100.0 * share) +
+        " % of the image that it was made from: a good image would not flood it; see narvo learn for material whose "
+        "pattern drifts, and --region for images that show more than the pattern"};
 }
 
 } // namespace narvo

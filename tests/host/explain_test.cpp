@@ -429,6 +429,21 @@ TEST(Explain, MiddleHitWithoutPartnerGivesNothing)
     EXPECT_THAT(told.why.back(), HasSubstr("has no partner"));
 }
 
+TEST(Explain, TheCentreOfAHollowDefectNamesIt)
+{
+    // A ring of 14 by 14 pixels, two wide.
+    GreyImage image = MakePattern(nWidth, nHeight, -100, -100, 0);
+    for (int y = 140; y < 154; ++y)
+        for (int x = 190; x < 204; ++x)
+            if (x < 192 || x >= 202 || y < 142 || y >= 152)
+                image.Row(y)[x] = static_cast<std::uint8_t>(image.Row(y)[x] + 80);
+    Explainer explainer(image, CheckedRecipe(PatternRecipe()));
+    ASSERT_EQ(explainer.Result().blobs.size(), 1U);
+    const Explanation told = explainer.Explain(CPoint(197, 147));
+    EXPECT_EQ(told.blob, 0);
+    EXPECT_THAT(told.why, testing::Contains(HasSubstr("It lies within the frame of defect 1, ")));
+}
+
 TEST(Explain, SmallBlobIsNamedAsSuch)
 {
     Recipe recipe = PatternRecipe();
