@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Vector code of the bound of single pixels and of means, compiled once per instruction set and for each fraction up to
-// a half. It compares 64 columns of all rows at a time and branches once for them, since nearly everywhere there is no
-// candidate.
+// a half. It compares 64 columns of all rows at a time and gives one answer for them, since nearly everywhere there is
+// no candidate.
 #include "narvoassem/fast/bound/list_candidates.h"
 
 #include <algorithm>
