@@ -99,7 +99,7 @@ def build_module(build: pathlib.Path, parts: pathlib.Path, more: List[str]) -> p
     options = {
         "CMAKE_BUILD_TYPE": "Release",
         "CMAKE_PREFIX_PATH": str(parts),
-        "CMAKE_MODULE_LINKER_FLAGS": "-static-libstdc++ -Wl,--exclude-libs,ALL -Wl,--wrap=hypot -Wl,--wrap=hypotf",
+        "CMAKE_MODULE_LINKER_FLAGS": "-static-libstdc++ -Wl,--exclude-libs,ALL",
         "NARVO_BUILD_TESTS": "OFF",
         "NARVO_BUILD_BENCH": "OFF",
         "NARVO_BUILD_EXAMPLES": "OFF",
@@ -169,7 +169,8 @@ def write_info(info: pathlib.Path, tag: str, bundled: List[pathlib.Path], parts:
     for licence in (parts / "licenses").iterdir():
         shutil.copy(licence, licences / licence.name)
     for library in bundled:
-        package = output("dpkg", "--search", str(library)).split(":")[0]
+        # By its name alone: dpkg may know /usr/lib as /lib.
+        package = output("dpkg", "--search", f"*/{library.name}").split(":")[0]
         shutil.copy(f"/usr/share/doc/{package}/copyright", licences / f"{package}.txt")
 
 
