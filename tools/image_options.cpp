@@ -143,8 +143,10 @@ CheckedRecipe ByOptions(const CheckedRecipe& recipe)
 
 void AddImageOptions(CLI::App& app)
 {
-    app.add_option("--channel", given.channel,
-                   "what of colour images is inspected: luma, red, green, blue; in place of image.channel of a recipe");
+    app.add_option(
+        "--channel", given.channel,
+        "what of colour images is inspected: luma, red, green, blue, or each of these three by itself (each); in place "
+        "of image.channel of a recipe");
     app.add_option("--weights", given.weights, "RED,GREEN,BLUE: colour images become this sum, -100 to 100 each");
     app.add_option("--bayer", given.bayer,
                    "colour filters of a mosaic's first pixels: none, rggb, grbg, gbrg, bggr; in place of image.bayer");
@@ -188,13 +190,21 @@ ImageReading ReadingOf(const ImageReading& recipe)
     return reading;
 }
 
+std::vector<std::filesystem::path> FieldFilesByOption()
+{
+    std::vector<std::filesystem::path> files;
+    for (const std::string& name : {given.flatField, given.darkField})
+        if (!name.empty())
+            files.emplace_back(name);
+    return files;
+}
+
 void AddFieldOutputs(OutputNames& names, const std::filesystem::path& recipe)
 {
     const auto add = [&](const std::string& field, const char* ending)
     {
         if (field.empty())
             return;
-        names.AddInput(field);
         names.AddOutputs("the recipe's fields", std::filesystem::path(recipe).replace_extension(ending).string());
     };
     add(given.flatField, ".flat_field.png");

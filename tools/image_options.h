@@ -27,7 +27,10 @@ void AddImageOptions(CLI::App& app);
 /// `recipe` with what the command line says in its place. @throws HostError where the two do not go together
 ImageReading ReadingOf(const ImageReading& recipe = {});
 
-/// The files of the fields that options name: inputs, and copies beside a recipe that is written.
+/// The files that --flat-field and --dark-field name; every command reads them.
+std::vector<std::filesystem::path> FieldFilesByOption();
+
+/// The copies, beside a recipe that is written, of the fields that options name.
 void AddFieldOutputs(OutputNames& names, const std::filesystem::path& recipe);
 
 /// Reads a recipe file; the recipes read images by ReadingOf. @throws HostError as LoadRecipes

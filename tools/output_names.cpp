@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 
 #include "host/file/output_file.h"
+#include "tools/image_options.h"
 
 namespace narvo::tools
 {
@@ -47,6 +48,9 @@ void OutputNames::AddOutputs(const std::string& owner, const std::string& prefix
 void OutputNames::Check() const
 {
     std::vector<Problem> found;
+    std::set<std::string> inputs = m_inputs;
+    for (const fs::path& field : FieldFilesByOption())
+        inputs.insert(IdentityOf(field));
     std::map<std::string, const Output*> taken;
     std::set<std::pair<std::string, std::string>> reported; // one problem for each two owners
     for (const Output& output : m_outputs)
@@ -56,7 +60,7 @@ void OutputNames::Check() const
             continue; // a device or a stream has no contents to lose
         const std::string identity = IdentityOf(output.file);
         const std::string field = "file " + output.file.string();
-        if (m_inputs.contains(identity))
+        if (inputs.contains(identity))
             found.push_back({field, "to be written, but it is an input", "output names that are no input's"});
         const auto [other, first] = taken.emplace(identity, &output);
         if (!first && reported.emplace(other->second->owner, output.owner).second)

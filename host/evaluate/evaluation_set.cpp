@@ -25,9 +25,6 @@ namespace
 
 namespace fs = std::filesystem;
 
-constexpr std::array<std::string_view, 8> imageEndings = {".png", ".tif", ".tiff", ".bmp",
-                                                          ".pgm", ".jpg", ".jpeg", ".jpe"};
-
 // Ends of the stems of pairs.
 constexpr std::string_view szReference = "_temp";
 constexpr std::string_view szTested = "_test";
@@ -42,7 +39,7 @@ std::string LowerEnding(const fs::path& file)
 
 bool IsImageFile(const fs::path& file)
 {
-    return std::find(imageEndings.begin(), imageEndings.end(), LowerEnding(file)) != imageEndings.end();
+    return HasImageEnding(file);
 }
 
 /// Regular files of a folder that is there, by name.

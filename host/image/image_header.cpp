@@ -3,6 +3,7 @@
 #include "host/image/image_header.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <cstdlib>
 #include <fstream>
@@ -288,6 +289,16 @@ std::optional<ImageHeader> ReadByKind(ByteReader& reader)
 }
 
 } // namespace
+
+bool HasImageEnding(const std::filesystem::path& file)
+{
+    static constexpr std::array<std::string_view, 10> endings = {".png", ".tif", ".tiff", ".bmp",  ".pgm",
+                                                                 ".ppm", ".pnm", ".jpg",  ".jpeg", ".jpe"};
+    std::string ending = file.extension().string();
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return std::find(endings.begin(), endings.end(), ending) != endings.end();
+}
 
 std::optional<ImageHeader> ReadImageHeader(const std::filesystem::path& file)
 {

@@ -20,6 +20,9 @@ struct ImageHeader
     int pages = 1;               ///< TIFF: images in the file, without reduced copies of others
 };
 
+/// Whether a file's name ends as those of such image files do, in capitals or not: what folders bring.
+bool HasImageEnding(const std::filesystem::path& file);
+
 /// Reads the header of a PNG, TIFF, BMP, JPEG or portable anymap (PGM and its like). Sizes are as written, 0 and
 /// negative ones among them. @return nothing where the file is none of these, or ends within its header
 std::optional<ImageHeader> ReadImageHeader(const std::filesystem::path& file);

@@ -51,25 +51,48 @@ void SaveRecipe(const std::filesystem::path& file, const Recipe& recipe)
     WriteTextFile(file, text + "\n");
 }
 
+namespace
+{
+
+/// Calls `visit` with each image that a recipe holds, its file beside the recipe's, and the field that names it.
+template <typename AnyRecipe, typename Visit>
+void VisitImages(const std::filesystem::path& file, AnyRecipe& recipe, Visit visit)
+{
+    const auto take = [&](const auto& image, const char* ending, auto& name)
+    {
+        if (!image.IsEmpty())
+            visit(image, std::filesystem::path(file).replace_extension(ending), name);
+    };
+    take(recipe.zoneImage, ".zones.png", recipe.zoneImageFile);
+    take(recipe.classImage, ".classes.png", recipe.classImageFile);
+    take(recipe.deadImage, ".dead.png", recipe.deadImageFile);
+    take(recipe.fields.Flat(), ".flat_field.png", recipe.flatFieldFile);
+    take(recipe.fields.Dark(), ".dark_field.png", recipe.darkFieldFile);
+}
+
+} // namespace
+
 void SaveRecipeWithImages(const std::filesystem::path& file, Recipe recipe)
 {
-    const auto save = [&](const auto& image, const char* ending, std::string& name)
-    {
-        if (image.IsEmpty())
-            return;
-        const std::filesystem::path beside = std::filesystem::path(file).replace_extension(ending);
-        name = beside.filename().string();
-        if constexpr (std::is_same_v<std::decay_t<decltype(image)>, FieldImage>)
-            SaveFieldImage(beside, image);
-        else
-            SaveGreyImage(beside, image);
-    };
-    save(recipe.zoneImage, ".zones.png", recipe.zoneImageFile);
-    save(recipe.classImage, ".classes.png", recipe.classImageFile);
-    save(recipe.deadImage, ".dead.png", recipe.deadImageFile);
-    save(recipe.fields.Flat(), ".flat_field.png", recipe.flatFieldFile);
-    save(recipe.fields.Dark(), ".dark_field.png", recipe.darkFieldFile);
+    VisitImages(file, recipe,
+                [](const auto& image, const std::filesystem::path& beside, std::string& name)
+                {
+                    name = beside.filename().string();
+                    if constexpr (std::is_same_v<std::decay_t<decltype(image)>, FieldImage>)
+                        SaveFieldImage(beside, image);
+                    else
+                        SaveGreyImage(beside, image);
+                });
     SaveRecipe(file, recipe);
+}
+
+std::vector<std::filesystem::path> ImagesBeside(const std::filesystem::path& file, const Recipe& recipe)
+{
+    std::vector<std::filesystem::path> images;
+    VisitImages(file, recipe,
+                [&](const auto&, const std::filesystem::path& beside, const std::string&)
+                { images.push_back(beside); });
+    return images;
 }
 
 } // namespace narvo

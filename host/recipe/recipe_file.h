@@ -75,6 +75,9 @@ void SaveRecipe(const std::filesystem::path& file, const Recipe& recipe);
 /// fails
 void SaveRecipeWithImages(const std::filesystem::path& file, Recipe recipe);
 
+/// The images that SaveRecipeWithImages would write beside such a file.
+std::vector<std::filesystem::path> ImagesBeside(const std::filesystem::path& file, const Recipe& recipe);
+
 /// One line for each field of the JSON form: name, unit, range, default, meaning.
 std::string DescribeRecipeFields();
 

@@ -14,6 +14,7 @@
 
 #include "host/file/input_file.h"
 #include "host/foreign_text.h"
+#include "host/image/image_header.h"
 #include "host/problem.h"
 #include "tools/exit_code.h"
 
@@ -25,7 +26,6 @@ namespace
 
 namespace fs = std::filesystem;
 
-constexpr std::array<std::string_view, 8> endings = {".png", ".tif", ".tiff", ".bmp", ".pgm", ".jpg", ".jpeg", ".jpe"};
 constexpr std::size_t nLongestList = std::size_t{256} << 20;
 constexpr std::string_view overlayEnding = ".overlay.png";
 
@@ -37,8 +37,8 @@ bool IsImageName(const fs::path& file, bool raw)
     std::string ending = file.extension().string();
     std::transform(ending.begin(), ending.end(), ending.begin(),
                    [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-    const auto isOf = [&](const auto& known) { return std::find(known.begin(), known.end(), ending) != known.end(); };
-    return !name.starts_with('.') && !name.ends_with(overlayEnding) && (raw ? isOf(rawEndings) : isOf(endings));
+    const bool isRaw = std::find(rawEndings.begin(), rawEndings.end(), ending) != rawEndings.end();
+    return !name.starts_with('.') && !name.ends_with(overlayEnding) && (raw ? isRaw : HasImageEnding(file));
 }
 
 /// Files that cannot be looked at are passed over here; what is named in a list is told of when it is read.

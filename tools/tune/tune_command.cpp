@@ -80,6 +80,15 @@ struct SweepInput
     std::vector<GoldenSettings> settings; ///< one for each value
 };
 
+/// Whether the saved recipe needs copies of its images beside it: those that options name, and all of a recipe in
+/// another folder, would not be found by their names.
+bool SavesImages(const TuneOptions& options)
+{
+    const auto folderOf = [](const std::string& file)
+    { return std::filesystem::weakly_canonical(std::filesystem::absolute(file)).parent_path(); };
+    return !FieldFilesByOption().empty() || folderOf(options.save) != folderOf(options.recipe);
+}
+
 void CheckOutputNames(const TuneOptions& options, const SweepInput& input, const std::string& prefix,
                       const std::string& plot)
 {
@@ -95,6 +104,9 @@ void CheckOutputNames(const TuneOptions& options, const SweepInput& input, const
     names.AddOutputs("the picture", plot);
     if (!options.save.empty())
         names.AddOutputs("--save", options.save);
+    if (!options.save.empty() && input.recipe && SavesImages(options))
+        for (const std::filesystem::path& image : ImagesBeside(options.save, *input.recipe))
+            names.AddOutputs("the images of --save", image.string());
     names.Check();
 }
 
@@ -256,7 +268,12 @@ int RunTune(const TuneOptions& options)
     WriteTextFile(prefix + ".tune.csv", SweepCsv(sweep));
     SaveSweepPlot(plot, sweep, proposal);
     if (!options.save.empty() && proposal)
-        SaveRecipe(options.save, input.recipes[proposal->point]);
+    {
+        if (SavesImages(options))
+            SaveRecipeWithImages(options.save, *input.recipes[proposal->point]);
+        else
+            SaveRecipe(options.save, input.recipes[proposal->point]);
+    }
     if (!options.quiet)
         std::cout << "written: " << Printable(prefix) << ".tune.csv, " << Printable(plot)
                   << (options.save.empty() || !proposal ? "" : ", " + Printable(options.save)) << '\n';
