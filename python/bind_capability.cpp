@@ -63,6 +63,12 @@ py::object Capability(const py::handle& recipe, const py::handle& images, const 
 {
     const CheckedRecipe made = Translated(Fault::Recipe, [&] { return ToRecipe(recipe); });
     const std::vector<BatchImage> good = Translated(Fault::Image, [&] { return GoodImages(images); });
+    Translated(Fault::Image,
+               [&]
+               {
+                   for (const BatchImage& image : good)
+                       CheckColours(*image.load(), *made);
+               });
     return Translated(
         Fault::Argument,
         [&]

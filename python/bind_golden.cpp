@@ -99,12 +99,14 @@ std::unique_ptr<HeldModel> MakeModel(const py::handle& references, const GoldenS
         {
             std::vector<GreyImage> copies;
             // One image is as good as a list of one.
-            if (py::isinstance<py::array>(references) && py::reinterpret_borrow<py::array>(references).ndim() == 2)
-                copies.push_back(ImageArgument(references, "references").Copy());
+            if (IsOneImage(references))
+                copies.push_back(ImageArgument(references, "references", Colours::EachInspected).Copy());
             else
                 for (const py::handle reference : py::iter(references))
-                    copies.push_back(
-                        ImageArgument(reference, ("references[" + std::to_string(copies.size()) + "]").c_str()).Copy());
+                    copies.push_back(ImageArgument(reference,
+                                                   ("references[" + std::to_string(copies.size()) + "]").c_str(),
+                                                   Colours::EachInspected)
+                                         .Copy());
             return copies;
         });
     return Translated(Fault::Argument,
@@ -118,7 +120,8 @@ std::unique_ptr<HeldModel> MakeModel(const py::handle& references, const GoldenS
 
 GoldenOutcome InspectOne(HeldModel& model, const py::handle& image)
 {
-    const ImageArgument pixels = Translated(Fault::Image, [&] { return ImageArgument(image, "image"); });
+    const ImageArgument pixels =
+        Translated(Fault::Image, [&] { return ImageArgument(image, "image", Colours::EachInspected); });
     return Translated(Fault::Image,
                       [&]
                       {

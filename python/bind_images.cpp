@@ -6,12 +6,15 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "host/image/conversion_notes.h"
+#include "host/image/field_mean.h"
 #include "host/limits.h"
 #include "host/recipe/image_section.h"
 #include "host/result/overlay.h"
 #include "python/bind.h"
+#include "python/field_array.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"
 #include "python/unlocked.h"
@@ -117,6 +120,16 @@ py::array_t<std::uint8_t> ConvertImage(const py::handle& pixels, const py::handl
     return ToArray(grey);
 }
 
+py::object FieldOfFrames(const py::handle& paths, bool line, const py::handle& image)
+{
+    const ImageReading reading = ToReading(image);
+    std::vector<std::filesystem::path> files;
+    for (const py::handle path : py::iter(paths))
+        files.push_back(ToPath(path));
+    return FieldToArray(
+        Translated(Fault::Image, [&] { return Unlocked([&] { return MeanOfFrames(files, reading, line); }); }).image);
+}
+
 void WriteColour(const std::filesystem::path& file, const py::array& array)
 {
     constexpr py::ssize_t nSideHigh = 65500;
@@ -170,6 +183,12 @@ void BindImages(py::module_& module)
         "pixels is a uint8 or uint16 array of shape (rows, columns), (rows, columns, 3) in the order red, green, "
         "blue, or (rows, columns, 4) with alpha; where image names a raw format, the bytes of a frame.\n\n"
         "Raises ImageError or RecipeError.");
+    module.def("mean_field", &FieldOfFrames, py::arg("paths"), py::kw_only(), py::arg("line") = false,
+               py::arg("image") = py::none(),
+               "A flat or dark field from image files of an even white, or of no light: their mean, as a uint16 array "
+               "for Recipe(flat_field=..., dark_field=...), in 1/256 of the values of 8-bit images. line makes it one "
+               "row, for a line camera. Of image, as read_image() takes it, the packing of raw frames counts.\n\n"
+               "Raises ImageError or RecipeError.");
     module.def("write_image", &WriteImage, py::arg("path"), py::arg("image"),
                "Write a grey image of shape (rows, columns) or a red-green-blue one of shape (rows, columns, 3), dtype "
                "uint8, in the format that the file name's ending says.\n\nRaises ImageError or FileError.");

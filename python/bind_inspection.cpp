@@ -12,6 +12,7 @@
 #include "host/inspect/plan_keeper.h"
 #include "host/limits.h"
 #include "python/bind.h"
+#include "python/good_images.h"
 #include "python/image_array.h"
 #include "python/lane_queue.h"
 #include "python/narvo_errors.h"
@@ -100,11 +101,13 @@ InspectionResult InspectOnOwn(const GreyView& image, const CheckedRecipe& recipe
 template <typename Run>
 Result InspectWith(const py::handle& image, const py::handle& recipe, Run run)
 {
-    const ImageArgument pixels = Translated(Fault::Image, [&] { return ImageArgument(image, "image"); });
+    const ImageArgument pixels =
+        Translated(Fault::Image, [&] { return ImageArgument(image, "image", Colours::EachInspected); });
     return Translated(Fault::Recipe,
                       [&]
                       {
                           const CheckedRecipe made = ToRecipe(recipe);
+                          Translated(Fault::Image, [&] { CheckColours(pixels.View(), *made); });
                           InspectionResult outcome = Unlocked([&] { return run(pixels.View(), made); });
                           return Result(std::move(outcome), pixels.View().Width(), pixels.View().Height());
                       });

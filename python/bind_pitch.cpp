@@ -2,6 +2,10 @@
 // The search for the pattern's period, and the recipe that follows from it.
 #include <string>
 
+#include "host/lattice/lattice.h"
+#include "host/lattice/lattice_search.h"
+#include "host/lattice/lattice_settings.h"
+#include "host/pitch/lattice_recipe.h"
 #include "host/pitch/pitch_recipe.h"
 #include "host/pitch/pitch_search.h"
 #include "python/bind.h"
@@ -55,6 +59,43 @@ CheckedRecipe MakeRecipe(const py::handle& image, const PitchResult& pitch, cons
                       });
 }
 
+/// The part of an image that a lattice is searched in. @throws HostError for a region that is not inside
+GreyImage LatticePart(const GreyView& image, const CRect& part)
+{
+    if (part.left < 0 || part.top < 0 || part.right > image.Width() || part.bottom > image.Height() ||
+        part.Width() < nLatticeSideLow || part.Height() < nLatticeSideLow)
+        throw HostError(
+            {{"region", std::string(py::str(ToPython(part))),
+              "a rectangle inside the image of " + std::to_string(image.Width()) + " by " +
+                  std::to_string(image.Height()) + " pixels, sides at least " + std::to_string(nLatticeSideLow)}});
+    return {image.Row(part.top) + part.left, part.Width(), part.Height(), image.Stride()};
+}
+
+LatticeSearch FindLattice(const py::handle& image, const py::handle& region)
+{
+    const ImageArgument pixels = Translated(Fault::Image, [&] { return ImageArgument(image, "image"); });
+    return Translated(Fault::Argument,
+                      [&]
+                      {
+                          const GreyImage part = LatticePart(pixels.View(), RegionOrAll(region, pixels.View()));
+                          return Unlocked([&] { return SearchLattice(part); });
+                      });
+}
+
+CheckedRecipe MakeRecipeOfLattice(const py::handle& image, const LatticeSearch& lattice, const py::handle& region)
+{
+    const ImageArgument pixels = Translated(Fault::Image, [&] { return ImageArgument(image, "image"); });
+    return Translated(Fault::Argument,
+                      [&]
+                      {
+                          if (lattice.lattice.vectors.empty())
+                              throw HostError({{"lattice", "not found", "an image whose pattern repeats"}});
+                          const CRect part = RegionOrAll(region, pixels.View());
+                          LatticePart(pixels.View(), part);
+                          return Unlocked([&] { return MakeLatticeRecipe(pixels.View(), part, lattice); });
+                      });
+}
+
 std::string AxisText(const AxisPitch& axis)
 {
     return axis.found ? FormatNumber(axis.sixteenths / 16.0) : "none";
@@ -102,6 +143,30 @@ void BindPitch(py::module_& module)
         .def("__repr__", [](const PitchResult& pitch)
              { return "<narvoassem.PitchResult: " + AxisText(pitch.x) + " by " + AxisText(pitch.y) + ">"; });
 
+    py::class_<LatticeSearch>(module, "LatticeResult", py::is_final(), "What search_lattice() found.")
+        .def_property_readonly(
+            "vectors",
+            [](const LatticeSearch& found)
+            {
+                py::list vectors;
+                for (const LatticeVector& vector : found.lattice.vectors)
+                    vectors.append(py::make_tuple(vector.x, vector.y));
+                return vectors;
+            },
+            "The displacements at which the pattern repeats, one or two as (x, y) in pixels; empty: none was found.")
+        .def_readonly("strength", &LatticeSearch::strength,
+                      "Correlation of the image with itself one vector on, the lower of two.")
+        .def_property_readonly(
+            "found", [](const LatticeSearch& found) { return !found.lattice.vectors.empty(); },
+            "Whether the pattern repeats.")
+        .def("__repr__",
+             [](const LatticeSearch& found)
+             {
+                 return "<narvoassem.LatticeResult: " +
+                        (found.lattice.vectors.empty() ? "none" : LatticeText(found.lattice)) + ">";
+             });
+
+    SealUnconstructed(module.attr("LatticeResult"));
     SealUnconstructed(module.attr("AxisPitch"));
     SealUnconstructed(module.attr("PitchResult"));
     ShowInNotebooks(module.attr("PitchResult"), "pitch_html");
@@ -115,6 +180,15 @@ void BindPitch(py::module_& module)
                "differences.\n\nThe differences are measured in region (by default the whole image), which the recipe "
                "then inspects. Raises ImageError "
                "or ArgumentError.");
+    module.def(
+        "search_lattice", &FindLattice, py::arg("image"), py::arg("region") = py::none(),
+        "Find the lattice of an image's pattern: one or two vectors, which may be turned, oblique, or too long to "
+        "fit three times into the image.\n\nregion is (left, top, right, bottom) in pixels; by default the "
+        "whole image. A vector must fit once and most of a second time. Raises ImageError or ArgumentError.");
+    module.def("lattice_recipe", &MakeRecipeOfLattice, py::arg("image"), py::arg("lattice"),
+               py::arg("region") = py::none(),
+               "A first recipe in lattice mode: the lattice that was found, and a threshold from each image's "
+               "noise.\n\nIt inspects region, by default the whole image. Raises ImageError or ArgumentError.");
 }
 
 } // namespace narvo::python

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Results: blobs and pairs as structured arrays, texts, the overlay, and the way through pickle.
+#include <array>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -49,6 +50,7 @@ struct BlobRow
     int band;
     bool single;
     int scale;
+    std::array<char, 8> channel; ///< as ASCII bytes, filled up with 0
     int label;
     int diameter;
     double angle;
@@ -95,6 +97,8 @@ void FillRow(BlobRow& row, const Blob& blob)
     row.band = blob.band;
     row.single = blob.single;
     row.scale = blob.scale;
+    row.channel = {};
+    std::strncpy(row.channel.data(), ChannelName(blob.channel), row.channel.size() - 1);
     row.label = blob.label;
     row.diameter = blob.diameter;
     row.angle = blob.angle;
@@ -138,7 +142,7 @@ ImageArgument ToCanvas(const Result& result, const py::handle& image)
     return Translated(Fault::Image,
                       [&]
                       {
-                          ImageArgument canvas(image, "image");
+                          ImageArgument canvas(image, "image", Colours::EachInspected);
                           if (canvas.View().Width() != result.width || canvas.View().Height() != result.height)
                               throw HostError({{"image",
                                                 std::to_string(canvas.View().Width()) + " by " +
@@ -251,7 +255,7 @@ void BindResult(py::module_& module)
 {
     PYBIND11_NUMPY_DTYPE(BlobRow, number, bright, left, top, right, bottom, center_x, center_y, area, peak, peak_x,
                          peak_y, max_difference, mean_difference, mean_grey, mean_reference, zone, band, single, scale,
-                         label, diameter, angle, major_axis, minor_axis, circularity, elongation);
+                         channel, label, diameter, angle, major_axis, minor_axis, circularity, elongation);
     PYBIND11_NUMPY_DTYPE(PairRow, x, y, bright, removed, band, origin, peak, grey, reference, threshold, zone);
 
     module.attr("blob_dtype") = py::dtype::of<BlobRow>();
@@ -276,6 +280,8 @@ void BindResult(py::module_& module)
             "band             1 first pitch of the region, 2 middle, 3 last\n"
             "single           seen against one neighbour only\n"
             "scale            reduction of the image at which it stands out most\n"
+            "channel          where each colour channel is inspected, the one that shows it most: b\"red\", b\"green\" "
+            "or b\"blue\"; otherwise b\"grey\"\n"
             "label            the recipe's\n"
             "diameter         in the recipe's pixel sizes\n"
             "angle            of the long axis, degrees\n"

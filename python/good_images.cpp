@@ -17,15 +17,26 @@ std::vector<BatchImage> GoodImages(const py::handle& images)
     const auto add = [&](const py::handle& value)
     {
         const std::string name = "images[" + std::to_string(good.size()) + "]";
-        auto image = std::make_shared<const GreyImage>(ImageArgument(value, name.c_str()).Copy());
+        auto image =
+            std::make_shared<const GreyImage>(ImageArgument(value, name.c_str(), Colours::EachInspected).Copy());
         good.push_back({name, [image] { return image; }});
     };
-    if (py::isinstance<py::array>(images) && py::reinterpret_borrow<py::array>(images).ndim() == 2)
+    if (IsOneImage(images))
         add(images);
     else
         for (const py::handle image : py::iter(images))
             add(image);
     return good;
+}
+
+void CheckColours(const GreyView& image, const Recipe& recipe)
+{
+    if (image.Channels() != nullptr && recipe.channel != Channel_Each)
+        throw HostError(
+            {{"image",
+              "array of shape (" + std::to_string(image.Height()) + ", " + std::to_string(image.Width()) + ", 3)",
+              "two dimensions, rows and columns, unless image.channel of the recipe is each (read_image "
+              "and convert_image take the recipe)"}});
 }
 
 void CheckThreads(int threads)

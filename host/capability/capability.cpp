@@ -228,6 +228,7 @@ private:
             trials.push_back({wanted.kind, false, PlantDefect(defects.back(), image)});
         }
         image.FillUpRows();
+        PlantInChannels(defects, image);
         if (trials.empty())
             return trials;
         for (const InspectionResult& result : InspectBy(m_recipes, m_inspector, lane, image))

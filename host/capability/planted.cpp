@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
 #include <opencv2/core.hpp>
 
@@ -79,6 +80,20 @@ bool PlantDefect(const PlantedDefect& defect, GreyImage& image)
     return ended;
 }
 
+void PlantInChannels(const std::vector<PlantedDefect>& defects, GreyImage& image)
+{
+    if (image.Channels() == nullptr)
+        return;
+    std::vector<GreyImage> channels = *image.Channels();
+    for (GreyImage& channel : channels)
+    {
+        for (const PlantedDefect& defect : defects)
+            PlantDefect(defect, channel);
+        channel.FillUpRows();
+    }
+    image.SetChannels(std::move(channels));
+}
+
 bool IsFound(const PlantedDefect& defect, const std::vector<Blob>& blobs)
 {
     const CRect& box = defect.box;
@@ -118,6 +133,7 @@ PlantedImage PlantSpots(const GreyImage& good, std::uint64_t seed)
             PlantDefect(spot, planted.image);
             planted.defects.push_back(spot);
         }
+    PlantInChannels(planted.defects, planted.image);
     return planted;
 }
 

@@ -39,9 +39,13 @@ CRect PlantedBox(int shape, int size);
 /// Pixels by which a defect fades beyond its box.
 int PlantedReach(int shape, int size);
 
-/// Adds the defect to the pixels. Edges are blurred by one pixel, as by a lens, and values end at 0 and 255.
+/// Adds the defect to the pixels, not to the channels. Edges are blurred by one pixel, as by a lens, and values end at
+/// 0 and 255.
 /// @return whether values came to an end, so that the defect is weaker than its contrast says
 bool PlantDefect(const PlantedDefect& defect, GreyImage& image);
+
+/// The same defects in the channels of an image that is inspected channel by channel; nothing for others.
+void PlantInChannels(const std::vector<PlantedDefect>& defects, GreyImage& image);
 
 /// Whether a blob touches the defect within 3 pixels. Blobs more than 20 times the size of its box and 16 pixels around
 /// it say nothing of its place and do not count.

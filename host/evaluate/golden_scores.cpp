@@ -2,7 +2,9 @@
 // Differences over thresholds.
 #include "host/evaluate/golden_scores.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <vector>
 
 #include "host/evaluate/baselines.h"
 #include "host/golden/golden.h"
@@ -15,6 +17,21 @@ namespace
 
 constexpr int nUncompared = 255; ///< threshold of pixels without a reference
 
+/// How far pixels differ from what was expected, in thresholds, where that is more than `scores` has.
+void RaiseScores(const GoldenResult& result, const GreyImage& image, std::vector<float>& scores)
+{
+    std::size_t place = 0;
+    for (int y = 0; y < image.Height(); ++y)
+        for (int x = 0; x < image.Width(); ++x, ++place)
+        {
+            const int threshold = result.threshold.Row(y)[x];
+            const int difference = std::abs(image.Row(y)[x] - result.reference.Row(y)[x]);
+            if (threshold != nUncompared)
+                scores[place] =
+                    std::max(scores[place], static_cast<float>(difference) / static_cast<float>(threshold + 1));
+        }
+}
+
 } // namespace
 
 ImageScores ScoreGolden(Inspector& inspector, int lane, const GoldenModel& model, const GreyImage& image)
@@ -23,19 +40,15 @@ ImageScores ScoreGolden(Inspector& inspector, int lane, const GoldenModel& model
     ImageScores found;
     found.scores.width = image.Width();
     found.scores.height = image.Height();
-    found.scores.values.reserve(static_cast<std::size_t>(image.Width()) * image.Height());
-    for (int y = 0; y < image.Height(); ++y)
-        for (int x = 0; x < image.Width(); ++x)
-        {
-            const int threshold = result.threshold.Row(y)[x];
-            const int difference = std::abs(image.Row(y)[x] - result.reference.Row(y)[x]);
-            found.scores.values.push_back(
-                threshold == nUncompared ? 0.0F : static_cast<float>(difference) / static_cast<float>(threshold + 1));
-        }
+    found.scores.values.assign(static_cast<std::size_t>(image.Width()) * image.Height(), 0.0F);
+    if (result.channels.empty())
+        RaiseScores(result, image, found.scores.values);
+    for (std::size_t i = 0; i < result.channels.size(); ++i)
+        RaiseScores(result.channels[i], (*image.Channels())[i], found.scores.values);
     found.blobs = BlobsOf(found.scores);
     found.blobs[nFactorOne].clear();
     for (const Blob& blob : result.inspection.blobs)
-        found.blobs[nFactorOne].push_back({blob.box, blob.area});
+        found.blobs[nFactorOne].push_back({blob.box, blob.area, blob.peak});
     return found;
 }
 

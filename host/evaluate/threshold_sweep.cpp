@@ -6,8 +6,10 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <tuple>
 
 #include "host/evaluate/baselines.h"
+#include "host/inspect/channel_inspection.h"
 #include "host/inspect/inspection_plan.h"
 #include "host/inspect/lattice_inspection.h"
 #include "host/inspect/texture_inspection.h"
@@ -71,7 +73,7 @@ ImageScores SweepTexture(Inspector& inspector, int lane, const GreyView& image, 
         if (i > nFactorOne && result.overflowed)
             break;
         for (const Blob& blob : result.blobs)
-            found.blobs[i].push_back({blob.box, blob.area});
+            found.blobs[i].push_back({blob.box, blob.area, blob.peak});
     }
     return found;
 }
@@ -96,7 +98,29 @@ ImageScores SweepLattice(Inspector& inspector, int lane, const GreyView& image, 
     found.blobs = BlobsOf(found.scores);
     found.blobs[nFactorOne].clear();
     for (const Blob& blob : InspectCompared(inspector, lane, compared, plan).blobs)
-        found.blobs[nFactorOne].push_back({blob.box, blob.area});
+        found.blobs[nFactorOne].push_back({blob.box, blob.area, blob.peak});
+    return found;
+}
+
+/// Each channel by itself: the highest score of each pixel, and blobs as inspections join them.
+ImageScores SweepChannels(Inspector& inspector, int lane, const std::vector<GreyImage>& channels,
+                          const CheckedRecipe& recipe)
+{
+    std::vector<ImageScores> byChannel;
+    for (const GreyImage& channel : channels)
+        byChannel.push_back(SweepThresholds(inspector, lane, channel, recipe));
+    ImageScores found = byChannel.front();
+    for (const ImageScores& one : byChannel)
+        for (std::size_t i = 0; i < found.scores.values.size(); ++i)
+            found.scores.values[i] = std::max(found.scores.values[i], one.scores.values[i]);
+    for (std::size_t i = 0; i < found.blobs.size(); ++i)
+    {
+        std::vector<std::vector<FoundBlob>> blobs;
+        for (const ImageScores& one : byChannel)
+            blobs.push_back(one.blobs[i]);
+        found.blobs[i] = JoinFound(blobs, [](const FoundBlob& a, const FoundBlob& b)
+                                   { return std::tuple(a.peak, a.area) > std::tuple(b.peak, b.area); });
+    }
     return found;
 }
 
@@ -150,6 +174,8 @@ Recipe ScaleThresholds(const Recipe& recipe, double factor)
 
 ImageScores SweepThresholds(Inspector& inspector, int lane, const GreyView& image, const CheckedRecipe& recipe)
 {
+    if (image.Channels() != nullptr)
+        return SweepChannels(inspector, lane, *image.Channels(), recipe);
     if (recipe->GetKind() == Kind_Texture)
         return SweepTexture(inspector, lane, image, recipe);
     if (recipe->GetKind() == Kind_Lattice)
@@ -171,7 +197,7 @@ ImageScores SweepThresholds(Inspector& inspector, int lane, const GreyView& imag
         const double ceiling = i == 0 ? 2.0 * factors[0] : factors[i - 1];
         PaintPairs(result, factors[i], std::nextafter(static_cast<float>(ceiling), 0.0F), found.scores);
         for (const Blob& blob : result.blobs)
-            found.blobs[i].push_back({blob.box, blob.area});
+            found.blobs[i].push_back({blob.box, blob.area, blob.peak});
     }
     return found;
 }

@@ -17,6 +17,7 @@ struct FoundBlob
 {
     CRect box; ///< right and bottom exclusive
     int area = 0;
+    int peak = 0; ///< how far it rises above its threshold
 };
 
 /// One image by one method.

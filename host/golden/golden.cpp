@@ -13,6 +13,7 @@
 
 #include "host/golden/edge_growth.h"
 #include "host/image/cv_image.h"
+#include "host/inspect/channel_inspection.h"
 #include "host/inspect/elapsed.h"
 #include "host/inspect/reference_comparison.h"
 #include "host/reference/reference_limits.h"
@@ -55,11 +56,44 @@ ReferencePlace PlaceOf(const Blob& blob, const Registration& registration)
 
 } // namespace
 
+namespace
+{
+
+/// Light and differences of each channel by themselves; one registration for all.
+GoldenResult InspectEach(Inspector& inspector, int lane, const GoldenModel& model, const GreyImage& image,
+                         const Registration& registration)
+{
+    std::vector<GoldenResult> channels;
+    std::vector<InspectionResult> inspections;
+    for (std::size_t i = 0; i < model.Channels().size(); ++i)
+    {
+        channels.push_back(
+            InspectRegistered(inspector, lane, model.Channels()[i], (*image.Channels())[i], registration));
+        inspections.push_back(channels.back().inspection);
+    }
+    GoldenResult result = channels.front();
+    // What registration has to say is the same for all.
+    for (std::size_t i = 1; i < inspections.size(); ++i)
+        inspections[i].warnings.clear();
+    const std::vector<std::string> warnings = std::exchange(inspections.front().warnings, {});
+    result.inspection = JoinChannels(std::move(inspections));
+    result.inspection.warnings = warnings;
+    result.places.clear();
+    for (const Blob& blob : result.inspection.blobs)
+        result.places.push_back(PlaceOf(blob, registration));
+    result.channels = std::move(channels);
+    return result;
+}
+
+} // namespace
+
 GoldenResult InspectGolden(Inspector& inspector, int lane, const GoldenModel& model, const GreyImage& image)
 {
     const auto start = std::chrono::steady_clock::now();
     const Registration registration = RegisterImage(model.Mean(), image, model.Settings().registration);
-    GoldenResult result = InspectRegistered(inspector, lane, model, image, registration);
+    const bool each = !model.Channels().empty() && image.Channels() != nullptr;
+    GoldenResult result = each ? InspectEach(inspector, lane, model, image, registration)
+                               : InspectRegistered(inspector, lane, model, image, registration);
     result.inspection.totalMilliseconds = MillisecondsSince(start);
     return result;
 }

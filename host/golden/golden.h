@@ -32,14 +32,17 @@ struct GoldenResult
     double compared = 0.0;              ///< share of the image that was compared
     GreyImage reference;                ///< the model's mean as the image should show it, in the image's light
     GreyImage threshold;                ///< difference that each pixel must exceed; 255 where nothing was compared
+    std::vector<GoldenResult>
+        channels; ///< of red, green and blue, where each was compared; the blobs above join theirs
 };
 
 /// Registers one image to the model and inspects it on a lane of the engine's pool. Pixels that lie outside the
-/// reference, or nearer to its border than the edge tolerance, are not compared.
+/// reference, or nearer to its border than the edge tolerance, are not compared. Where model and image have colour
+/// channels, each of these is compared, registered as the whole image is.
 /// @throws HostError when the image is not valid, cannot be registered, or for a lane that is not there
 GoldenResult InspectGolden(Inspector& inspector, int lane, const GoldenModel& model, const GreyImage& image);
 
-/// The same with a registration made before, of the image to the model's mean.
+/// The same with a registration made before, of the image to the model's mean, whatever channels there are.
 GoldenResult InspectRegistered(Inspector& inspector, int lane, const GoldenModel& model, const GreyImage& image,
                                const Registration& registration);
 

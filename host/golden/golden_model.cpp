@@ -71,12 +71,26 @@ std::vector<Problem> CheckGoldenSettings(const GoldenSettings& settings)
 GoldenModel::GoldenModel(const std::vector<GreyImage>& references, const GoldenSettings& settings)
     : m_settings(Checked(references, settings))
 {
+    AddReferences(references);
+    const bool coloured = std::all_of(references.begin(), references.end(),
+                                      [](const GreyImage& reference) { return reference.Channels() != nullptr; });
+    for (std::size_t channel = 0; coloured && channel < references.front().Channels()->size(); ++channel)
+    {
+        std::vector<GreyImage> planes;
+        for (const GreyImage& reference : references)
+            planes.push_back((*reference.Channels())[channel]);
+        m_channels.emplace_back(planes, settings);
+    }
+}
+
+void GoldenModel::AddReferences(const std::vector<GreyImage>& references)
+{
     const GreyImage& first = references.front();
     CheckRegistrable("reference", first);
     GreyRange range{first, first};
     if (references.size() == 1)
     {
-        m_mean = first;
+        m_mean = GreyImage(first.Row(0), first.Width(), first.Height(), first.Stride()); // channels have models
         Finish(range);
         return;
     }
@@ -87,7 +101,7 @@ GoldenModel::GoldenModel(const std::vector<GreyImage>& references, const GoldenS
     cv::Mat count = cv::Mat::ones(sum.size(), CV_32F);
     for (std::size_t i = 1; i < references.size(); ++i)
     {
-        const Registration registration = RegisterReference(references, i, settings.registration);
+        const Registration registration = RegisterReference(references, i, m_settings.registration);
         GreyImage warped = WarpToImage(references[i], registration, first.Width(), first.Height());
         const GreyImage inside = InsideReference(registration, first.Width(), first.Height(),
                                                  {0, 0, references[i].Width(), references[i].Height()});

@@ -55,7 +55,11 @@ public:
     /// How the first reference lies on the second and further ones, one for each of these.
     const std::vector<Registration>& Registrations() const { return m_registrations; }
 
+    /// Models of red, green and blue where all references have them (GreyImage::Channels); empty otherwise.
+    const std::vector<GoldenModel>& Channels() const { return m_channels; }
+
 private:
+    void AddReferences(const std::vector<GreyImage>& references);
     void Finish(const GreyRange& range);
 
     GoldenSettings m_settings;
@@ -63,6 +67,7 @@ private:
     GreyRange m_range;
     GreyImage m_nearEdge;
     std::vector<Registration> m_registrations;
+    std::vector<GoldenModel> m_channels;
 };
 
 } // namespace narvo

@@ -3,6 +3,8 @@
 #include "host/image/grey_conversion.h"
 
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 #include "host/image/colour.h"
 #include "host/image/cv_image.h"
@@ -46,6 +48,15 @@ void NoteDepth(const cv::Mat& values, int low, int high, const std::string& name
                               "; image.levels of the recipe, or --levels, chooses other ends");
 }
 
+GreyImage LevelledImage(const cv::Mat& values, int low, int high)
+{
+    GreyImage image(values.cols, values.rows);
+    cv::Mat grey = ViewOf(image);
+    ApplyLevels(values, low, high, grey);
+    image.FillUpRows();
+    return image;
+}
+
 } // namespace
 
 GreyImage ConvertToGrey(const cv::Mat& pixels, int fullScale, const ImageReading& reading, const std::string& name,
@@ -60,17 +71,31 @@ GreyImage ConvertToGrey(const cv::Mat& pixels, int fullScale, const ImageReading
     const cv::Mat colours = mosaic ? ColoursOfMosaic(corrected, reading) : corrected;
 
     GreyImage image(pixels.cols, pixels.rows);
-    cv::Mat grey = ViewOf(image);
     if (reading.channel == Channel_Mixture)
+    {
+        cv::Mat grey = ViewOf(image);
         MixChannels(colours, reading, low, high, grey);
+    }
     else
     {
         const cv::Mat values = ChannelOf(colours, reading);
-        ApplyLevels(values, low, high, grey);
+        image = LevelledImage(values, low, high);
         if (notes != nullptr && reading.levelLow == 0 && reading.levelHigh == 0 && values.depth() != CV_8U)
             NoteDepth(values, low, high, name, *notes);
     }
     image.FillUpRows();
+    // A grey image has the same value in every channel: one inspection says all.
+    if (reading.channel == Channel_Each && colours.channels() >= 3)
+    {
+        std::vector<GreyImage> channels;
+        for (const Channel channel : {Channel_Red, Channel_Green, Channel_Blue})
+        {
+            ImageReading one = reading;
+            one.channel = channel;
+            channels.push_back(LevelledImage(ChannelOf(colours, one), low, high));
+        }
+        image.SetChannels(std::move(channels));
+    }
 
     if (notes != nullptr && reading.channel == Channel_Auto && notes->Wants(Loss_Colour) && IsColoured(colours))
         notes->Add(Loss_Colour,

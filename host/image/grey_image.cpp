@@ -85,6 +85,11 @@ GreyImage::GreyImage(const std::uint8_t* pixels, int width, int height, std::ptr
     FillUpRows();
 }
 
+void GreyImage::SetChannels(std::vector<GreyImage> channels)
+{
+    m_channels = std::make_shared<const std::vector<GreyImage>>(std::move(channels));
+}
+
 void GreyImage::FillUpRows()
 {
     for (int y = 0; y < m_height && m_stride != m_width; ++y)

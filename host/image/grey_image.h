@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -51,6 +52,11 @@ public:
     int Stride() const { return m_stride; }
     bool IsEmpty() const { return m_pixels.empty(); }
 
+    /// Red, green and blue of a colour image that is inspected channel by channel, whose luma this image is then; empty
+    /// for any other. Copies share them.
+    const std::shared_ptr<const std::vector<GreyImage>>& Channels() const { return m_channels; }
+    void SetChannels(std::vector<GreyImage> channels);
+
     /// Repeats the last pixel of each row up to the row's length, after pixels have been written.
     void FillUpRows();
 
@@ -62,6 +68,7 @@ private:
     int m_height = 0;
     int m_stride = 0;
     std::vector<std::uint8_t, PixelAllocator<std::uint8_t>> m_pixels;
+    std::shared_ptr<const std::vector<GreyImage>> m_channels;
 };
 
 /// What an inspection reads: the pixels of a GreyImage, or of an image that a host holds in memory. It owns nothing
@@ -71,7 +78,7 @@ class GreyView
 public:
     GreyView(const GreyImage& image)
         : m_pixels(image.IsEmpty() ? nullptr : image.Row(0)), m_width(image.Width()), m_height(image.Height()),
-          m_stride(image.Stride())
+          m_stride(image.Stride()), m_channels(image.Channels().get())
     {
     }
     /// `height` rows of `width` pixels without gaps; `width` is a multiple of 4 (nRowMultiple).
@@ -86,12 +93,15 @@ public:
     int Stride() const { return m_stride; }
     bool IsEmpty() const { return m_width <= 0 || m_height <= 0; }
     const std::uint8_t* Row(int y) const { return m_pixels + static_cast<std::ptrdiff_t>(y) * m_stride; }
+    /// Red, green and blue as GreyImage::Channels has them; null without.
+    const std::vector<GreyImage>* Channels() const { return m_channels; }
 
 private:
     const std::uint8_t* m_pixels;
     int m_width;
     int m_height;
     int m_stride;
+    const std::vector<GreyImage>* m_channels = nullptr;
 };
 
 /// How many pixels an image file may have where a call does not say otherwise; nDefaultMaxPixels until it is set.

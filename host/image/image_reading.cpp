@@ -32,6 +32,29 @@ const Packing& PackingOf(int rawFormat)
 
 } // namespace
 
+const char* ChannelName(int channel)
+{
+    switch (channel)
+    {
+    case Channel_Red:
+        return "red";
+    case Channel_Green:
+        return "green";
+    case Channel_Blue:
+        return "blue";
+    default:
+        return "grey";
+    }
+}
+
+std::optional<Channel> ChannelOfName(std::string_view name)
+{
+    for (const Channel channel : {Channel_Auto, Channel_Red, Channel_Green, Channel_Blue})
+        if (name == ChannelName(channel))
+            return channel;
+    return std::nullopt;
+}
+
 int PackedBits(int rawFormat)
 {
     return PackingOf(rawFormat).packedBits;

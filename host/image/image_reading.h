@@ -4,7 +4,9 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/image/field_images.h"
@@ -21,7 +23,8 @@ enum Channel : int
     Channel_Red = 2,
     Channel_Green = 3,
     Channel_Blue = 4,
-    Channel_Mixture = 5 ///< a weighted sum
+    Channel_Mixture = 5, ///< a weighted sum
+    Channel_Each = 6     ///< red, green and blue, each inspected by itself
 };
 
 /// The colour filters of the first two pixels of the first two rows.
@@ -82,6 +85,11 @@ void LoadFields(ImageReading& reading, const std::filesystem::path& folder);
 /// Puts other fields in the place of those that `reading` holds; null leaves one as it is. Also brings them up to date
 /// where the mosaic has changed. @throws HostError
 void SetFields(ImageReading& reading, const FieldImage* flat, const FieldImage* dark);
+
+/// What found a blob, in results: "red", "green" or "blue", "grey" for any other.
+const char* ChannelName(int channel);
+/// The way back; nothing for other names.
+std::optional<Channel> ChannelOfName(std::string_view name);
 
 /// Bits of a pixel in a frame, as packed; 0 for RawFormat_None.
 int PackedBits(int rawFormat);

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <iterator>
 
+#include "host/inspect/channel_inspection.h"
 #include "host/inspect/elapsed.h"
 #include "host/inspect/inspection_plan.h"
 #include "host/inspect/lattice_inspection.h"
@@ -40,6 +41,7 @@ Blob CopyBlob(const CDefectBlob& source)
     blob.zone = static_cast<int>(std::distance(
         std::begin(source.nZoneCount), std::max_element(std::begin(source.nZoneCount), std::end(source.nZoneCount))));
     blob.scale = 1;
+    blob.channel = Channel_Auto;
     blob.label = source.nMultiType;
     blob.diameter = source.nRScale;
     blob.angle = source.dAngle;
@@ -213,6 +215,8 @@ InspectionResult Inspector::Inspect(int lane, const GreyView& image, const Check
 InspectionResult Inspector::Inspect(int lane, const GreyView& image, const InspectionPlan& plan, bool withPairs)
 {
     CheckLane(lane);
+    if (image.Channels() != nullptr)
+        return InspectChannels(*this, lane, *image.Channels(), plan, withPairs);
     if (plan.GetRecipe()->GetKind() == Kind_Texture)
         return InspectTexture(*this, lane, image, plan);
     if (plan.GetRecipe()->GetKind() == Kind_Lattice)

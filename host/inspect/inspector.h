@@ -38,6 +38,7 @@ struct Blob
     int meanReference;  ///< of what they were compared with
     int zone;           ///< the zone that holds most of its pixels
     int scale;        ///< reduction of the image at which it stands out most; 1 where only the image itself is compared
+    int channel;      ///< where each colour channel is inspected, a Channel: the one that shows it most; otherwise 0
     int label;        ///< the recipe's label
     int diameter;     ///< in the recipe's pixel sizes
     double angle;     ///< of the long axis, degrees

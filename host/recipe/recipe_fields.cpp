@@ -33,14 +33,15 @@ constexpr std::array<std::string_view, 8> modeWords = {"zone",    "pixel", "floa
 constexpr std::array<std::string_view, 2> directionWords = {"horizontal", "vertical"};
 constexpr std::array<std::string_view, 2> testWords = {"cross", "jump"};
 constexpr std::array<std::string_view, 2> sampleWords = {"pixel", "block"};
-constexpr std::array<std::string_view, 6> channelWords = {"auto", "luma", "red", "green", "blue", "mixture"};
+constexpr std::array<std::string_view, 7> channelWords = {"auto", "luma", "red", "green", "blue", "mixture", "each"};
 constexpr std::array<std::string_view, 5> bayerWords = {"none", "rggb", "grbg", "gbrg", "bggr"};
 constexpr std::array<std::string_view, 3> demosaicWords = {"bilinear", "edge_aware", "off"};
 constexpr std::array<std::string_view, 7> rawWords = {"none",   "Mono8",   "Mono10", "Mono10p",
                                                       "Mono12", "Mono12p", "Mono16"};
 constexpr std::array<std::string_view, 3> verifyWords = {"off", "fixed", "table"};
 constexpr std::array<std::string_view, 3> shapeWords = {"rectangle", "trapezium", "polygon"};
-constexpr std::array<std::string_view, 2> sourceWords = {"brightness", "energy"};
+constexpr std::array<std::string_view, 5> sourceWords = {"brightness", "energy", "coarse_energy", "energy_x",
+                                                         "energy_y"};
 constexpr std::array<std::string_view, 2> meanWords = {"square", "line"};
 constexpr std::array<std::string_view, 2> joinWords = {"median", "trimmed_mean"};
 constexpr std::array<std::string_view, 3> alongWords = {"x", "y", "tilt"};
@@ -82,7 +83,8 @@ const Field<Recipe> recipeFields[] = {
     {"dead_image", "name of an image file", &Recipe::deadImageFile, 0, 0, nNone, nAll,
      "painted dead places of the whole image: blobs that stand out most where it is not 0 are not reported"},
     {"image.channel", "", Choice<Recipe>{&Recipe::channel, channelWords}, 0, 0, nNone, nAll,
-     "what of colour images is inspected; auto: the luma, which is noted; mixture: a sum by image.weights"},
+     "what of colour images is inspected; auto: the luma, which is noted; mixture: a sum by image.weights; each: red, "
+     "green and blue, each by itself, with blobs as one list"},
     {"image.weights.red", "of a mixture", &Recipe::weightRed, -dWeightHigh, dWeightHigh, nNone, nAll,
      "weight of the red channel"},
     {"image.weights.green", "of a mixture", &Recipe::weightGreen, -dWeightHigh, dWeightHigh, nNone, nAll,
@@ -257,7 +259,9 @@ const Field<ZoneSettings> zoneFields[] = {
 
 const Field<TextureFeature> textureFields[] = {
     {"source", "", Choice<TextureFeature>{&TextureFeature::source, sourceWords}, 0, 0, nNone, nAll,
-     "brightness: with light and contrast taken out; energy: how strongly that varies, against a large window"},
+     "brightness: with light and contrast taken out; energy: how strongly that varies, against a large window; "
+     "coarse_energy: how strongly its means over 4 by 4 pixels vary; energy_x, energy_y: how strongly it changes along "
+     "x, along y"},
     {"shape", "", Choice<TextureFeature>{&TextureFeature::shape, meanWords}, 0, 0, nNone, nAll,
      "what the mean is taken over: a square; or a line, in all directions, of which the strongest counts"},
     {"fold", "pixels", &TextureFeature::fold, 1, nTextureFoldHigh, nAll, nAll,

@@ -48,6 +48,15 @@ Blob ReadBlob(CheckedReader& reader, const json& entry, const std::string& where
     blob.scale = 1;
     if (entry.contains("scale"))
         read("scale", blob.scale);
+    if (entry.contains("channel"))
+    {
+        std::string channel;
+        read("channel", channel);
+        const std::optional<Channel> known = ChannelOfName(channel);
+        if (!known)
+            reader.Fault(inside + "channel", "\"" + channel + "\"", "grey, red, green or blue");
+        blob.channel = known.value_or(Channel_Auto);
+    }
     read("label", blob.label);
     read("diameter", blob.diameter);
     read("angle", blob.angle);

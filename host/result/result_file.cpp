@@ -37,6 +37,7 @@ ordered_json BlobToJson(const Blob& blob)
             {"band", blob.band},
             {"single", blob.single},
             {"scale", blob.scale},
+            {"channel", ChannelName(blob.channel)},
             {"label", blob.label},
             {"diameter", blob.diameter},
             {"angle", blob.angle},

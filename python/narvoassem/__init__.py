@@ -21,6 +21,7 @@ from ._narvoassem import (
     Explanation,
     GoldenModel,
     GoldenResult,
+    LatticeResult,
     LearnResult,
     PitchResult,
     Recipe,
@@ -48,9 +49,12 @@ capability = of_package(_narvoassem.capability)
 convert_image = of_package(_narvoassem.convert_image)
 explain = of_package(_narvoassem.explain)
 inspect = of_package(_narvoassem.inspect)
+lattice_recipe = of_package(_narvoassem.lattice_recipe)
 learn = of_package(_narvoassem.learn)
+mean_field = of_package(_narvoassem.mean_field)
 pitch_recipe = of_package(_narvoassem.pitch_recipe)
 read_image = of_package(_narvoassem.read_image)
+search_lattice = of_package(_narvoassem.search_lattice)
 search_pitch = of_package(_narvoassem.search_pitch)
 write_image = of_package(_narvoassem.write_image)
 
@@ -66,6 +70,7 @@ __all__ = [
     "ImageWarning",
     "InspectionError",
     "Inspector",
+    "LatticeResult",
     "LearnResult",
     "NarvoError",
     "Picture",
@@ -82,10 +87,13 @@ __all__ = [
     "convert_image",
     "explain",
     "inspect",
+    "lattice_recipe",
     "learn",
+    "mean_field",
     "pitch_recipe",
     "read_image",
     "regions",
+    "search_lattice",
     "search_pitch",
     "show",
     "write_image",

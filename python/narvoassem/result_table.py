@@ -14,7 +14,7 @@ from .image_task import Outcome
 __all__ = ["make_table", "table_text"]
 
 # Columns that hold nothing in rows without a defect keep their type all the same.
-_NULLABLE = {"b": "boolean", "i": "Int32", "f": "Float64"}
+_NULLABLE = {"b": "boolean", "i": "Int32", "f": "Float64", "S": "string"}
 
 
 # A cell that begins with one of these is a formula to spreadsheets, or begins like a guarded one.
@@ -54,7 +54,9 @@ def make_table(outcomes_of: Sequence[Tuple[str, Sequence[Outcome]]], blob_type: 
     if found:
         blobs[filled] = numpy.concatenate(found)
     for name in blob_type.names or ():
-        column = pandas.array(blobs[name], dtype=_NULLABLE[blob_type[name].kind])
+        kind = blob_type[name].kind
+        values = blobs[name].astype(str).astype(object) if kind == "S" else blobs[name]
+        column = pandas.array(values, dtype=_NULLABLE[kind])
         column[~filled] = pandas.NA
         table[name] = column
     return table

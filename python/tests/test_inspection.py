@@ -56,6 +56,7 @@ def test_blobs_are_those_of_the_csv_and_of_the_dict(pattern, recipe_dict):
     assert len(result.blobs) == len(lines) == len(document["blobs"]) == 2
     for blob, entry in zip(result.blobs, document["blobs"]):
         entry["bright"] = entry.pop("polarity") == "bright"
+        entry["channel"] = entry["channel"].encode()
         assert {name: blob[name].item() for name in names} == entry
     assert document["pairs"] == result.pair_count and document["code"] == result.code
 

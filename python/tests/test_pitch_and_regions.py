@@ -140,3 +140,26 @@ def test_masks_and_trapezia_out_of_range_are_refused():
         regions.cut_trapezia(corners, "sideways")
     with pytest.raises(narvoassem.ArgumentError):
         regions.cut_trapezia([(0, 0), (90000, 0), (5, 5)])
+
+
+def test_a_lattice_that_is_turned_is_found_and_inspected():
+    y, x = numpy.mgrid[0:240, 0:320]
+    u, v = 0.96 * x + 0.28 * y, 0.96 * y - 0.28 * x  # turned by 16 degrees
+    image = 120 + 45 * numpy.cos(2 * numpy.pi * u / 26) + 35 * numpy.cos(2 * numpy.pi * v / 34)
+    image = numpy.clip(numpy.rint(image), 0, 255).astype(numpy.uint8)
+    lattice = narvoassem.search_lattice(image)
+    assert lattice.found and lattice.strength > 0.9
+    lengths = sorted(float(numpy.hypot(*vector)) for vector in lattice.vectors)
+    assert lengths == pytest.approx([26, 34], abs=0.3)
+    recipe = narvoassem.lattice_recipe(image, lattice)
+    assert recipe["mode"] == "lattice"
+    assert len(narvoassem.inspect(image, recipe).blobs) == 0
+    image[100:106, 150:156] = 250
+    assert len(narvoassem.inspect(image, recipe).blobs) == 1
+    noise = numpy.random.default_rng(3).integers(0, 255, (120, 160)).astype(numpy.uint8)
+    nothing = narvoassem.search_lattice(noise)
+    assert not nothing.found and nothing.vectors == []
+    with pytest.raises(narvoassem.ArgumentError, match="lattice: not found"):
+        narvoassem.lattice_recipe(noise, nothing)
+    with pytest.raises(narvoassem.ArgumentError, match="region"):
+        narvoassem.search_lattice(image, (0, 0, 10, 10))

@@ -74,3 +74,41 @@ def test_readings_and_pixels_that_do_not_fit_are_named(image):
             narvoassem.convert_image(wrong)
     with pytest.raises(narvoassem.ImageError, match="1 channel"):
         narvoassem.convert_image(numpy.dstack([image] * 3), {"bayer": "rggb"})
+
+
+def test_each_channel_is_inspected_and_blobs_say_which_shows_them(pattern, recipe_dict, tmp_path):
+    plain = pattern(squares=())
+    colours = numpy.dstack([plain, plain, pattern()])
+    narvoassem.write_image(tmp_path / "a.png", colours)
+    recipe = narvoassem.Recipe(dict(recipe_dict, image={"channel": "each"}))
+    read = narvoassem.read_image(tmp_path / "a.png", image=recipe)
+    assert numpy.array_equal(read, colours)
+    blobs = narvoassem.inspect(read, recipe).blobs
+    assert len(blobs) == 1
+    assert blobs[0]["channel"] == b"blue"
+    assert abs(int(blobs[0]["center_x"]) - 203) <= 1
+    luma = narvoassem.convert_image(colours, {"channel": "luma"})
+    assert narvoassem.inspect(luma, recipe).blobs["channel"].tolist() in ([], [b"grey"])
+    assert narvoassem.inspect(read, recipe).overlay(read).shape == colours.shape
+    with pytest.raises(narvoassem.ImageError, match="unless image.channel of the recipe is each"):
+        narvoassem.inspect(read, narvoassem.Recipe(recipe_dict))
+
+
+def test_a_golden_model_compares_each_channel(pattern):
+    plain = pattern(squares=())
+    model = narvoassem.GoldenModel(numpy.dstack([plain] * 3), threshold=20, max_shift=4)
+    found = model.inspect(numpy.dstack([plain, plain, pattern()]))
+    assert found.result.blobs["channel"].tolist() == [b"blue"]
+
+
+def test_a_field_is_the_mean_of_frames(tmp_path):
+    frames = [numpy.full((4, 6), level, numpy.uint8) for level in (100, 101)]
+    for i, frame in enumerate(frames):
+        narvoassem.write_image(tmp_path / f"{i}.png", frame)
+    paths = [tmp_path / "0.png", tmp_path / "1.png"]
+    field = narvoassem.mean_field(paths)
+    assert field.dtype == numpy.uint16 and field.shape == (4, 6)
+    assert (field == 25728).all()  # 100.5 in 1/256
+    assert narvoassem.mean_field(paths, line=True).shape == (1, 6)
+    with pytest.raises(narvoassem.ImageError):
+        narvoassem.mean_field([])

@@ -103,6 +103,45 @@ TEST(NarvoImages, OneChannelOfColoursIsInspectedByOptionAndByRecipe)
     ExpectSameBlobs(folder, "colours.png", {"--channel", "green"}, "other.json");
 }
 
+TEST(NarvoImages, EachChannelIsInspectedAndBlobsSayWhichShowsThem)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallPanel(folder).code, 0);
+    const cv::Mat panel = Panel(folder);
+    const cv::Mat plain(panel.size(), CV_8UC1, cv::Scalar(128.0));
+    cv::Mat merged;
+    cv::merge(std::vector<cv::Mat>{plain, panel, plain}, merged);
+    std::filesystem::create_directory(folder / "in");
+    ASSERT_TRUE(cv::imwrite((folder / "in/colours.ppm").string(), merged));
+    SaveRecipe(folder, {{"channel", "each"}});
+    ASSERT_EQ(RunNarvo(folder, {"inspect", "panel.png", "-r", "panel.recipe.json", "-q", "-o", "grey"}).code, 0);
+    std::string wanted = BlobsOf(folder, "grey");
+    for (std::size_t at = 0; (at = wanted.find(",grey,", at)) != std::string::npos;)
+        wanted.replace(at, 6, ",green,");
+    ASSERT_EQ(RunNarvo(folder, {"inspect", "in/colours.ppm", "-r", "other.json", "-q", "-o", "each"}).code, 0);
+    EXPECT_EQ(BlobsOf(folder, "each"), wanted);
+    EXPECT_THAT(wanted, HasSubstr(",green,"));
+
+    // A folder brings files of this kind, lanes change nothing, and the page of results says the channel.
+    const auto lines = [&](const char* lanes)
+    {
+        const Outcome outcome =
+            RunNarvo(folder, {"inspect", "in", "-r", "other.json", "-q", "--overwrite", "--lanes", lanes});
+        EXPECT_EQ(outcome.code, 0) << outcome.error;
+        return ReadText(folder / "results.jsonl");
+    };
+    const std::string alone = lines("1");
+    EXPECT_THAT(alone, HasSubstr("\"channel\":\"green\""));
+    EXPECT_EQ(lines("3"), alone);
+    const Outcome page = RunNarvo(folder, {"report", "results.jsonl", "-o", "page.html", "-q"});
+    EXPECT_EQ(page.code, 0) << page.error;
+    EXPECT_THAT(ReadText(folder / "page.html"), HasSubstr("\"green\""));
+
+    const Outcome explained = RunNarvo(folder, {"explain", "in/colours.ppm", "-r", "other.json", "--at", "30,30"});
+    EXPECT_EQ(explained.code, 2);
+    EXPECT_THAT(explained.error, HasSubstr("image.channel: each; allowed: one channel to explain: --channel red"));
+}
+
 TEST(NarvoImages, LossIsNotedOnceForManyImages)
 {
     const TestFolder folder;
@@ -166,7 +205,9 @@ TEST(NarvoImages, WrongOptionsAreNamedWithWhatIsAllowed)
         EXPECT_EQ(outcome.code, 2);
         return outcome.error;
     };
-    EXPECT_THAT(refusal({"--channel", "uv"}), HasSubstr("--channel: uv; allowed: auto, luma, red, green, blue or "));
+    EXPECT_THAT(refusal({"--channel", "uv"}),
+                HasSubstr("--channel: uv; allowed: auto, luma, red, green, blue, mixture or "
+                          "each"));
     EXPECT_THAT(refusal({"--levels", "9"}), HasSubstr("--levels: 9; allowed: LOW:HIGH"));
     EXPECT_THAT(refusal({"--levels", "9:9"}), HasSubstr("--levels: 9:9; allowed: LOW:HIGH"));
     const std::string once = refusal({"--levels", "9:9"});
@@ -231,6 +272,40 @@ TEST(NarvoImages, FieldsMadeOfFramesEvenTheImageOut)
     EXPECT_EQ(narrow.code, 2);
     EXPECT_THAT(narrow.error, HasSubstr("image.flat_field, image.dark_field: 8 bits; allowed: 16 bits"));
     EXPECT_EQ(RunNarvo(folder, {"field", "white.png", "-o", "white.png"}).code, 2) << "an input would be overwritten";
+}
+
+TEST(NarvoImages, ATunedRecipeKeepsTheFieldsThatOptionsNamed)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallPanel(folder).code, 0);
+    SaveUneven(folder);
+    for (const char* sub : {"fields", "tuned"})
+        std::filesystem::create_directory(folder / sub);
+    ASSERT_EQ(RunNarvo(folder, {"field", "white.png", "--line", "-o", "fields/flat.png"}).code, 0);
+    const std::vector<std::string> tune = {"tune",    "seen.png", "-r",          "panel.recipe.json",
+                                           "--field", "min_area", "--from",      "1",
+                                           "--to",    "3",        "--levels",    "0:3264",
+                                           "-q",      "--save",   "tuned/a.json"};
+    const auto run = [&](std::vector<std::string> arguments, const std::string& flat)
+    {
+        arguments.insert(arguments.end(), {"--flat-field", flat});
+        return RunNarvo(folder, arguments);
+    };
+    const Outcome tuned = run(tune, "fields/flat.png");
+    ASSERT_EQ(tuned.code, 0) << tuned.error;
+    const json image = json::parse(ReadText(folder / "tuned/a.json"))["image"];
+    EXPECT_EQ(image["flat_field"], "a.flat_field.png");
+    EXPECT_EQ(ReadText(folder / "tuned/a.flat_field.png"), ReadText(folder / "fields/flat.png"));
+    const Outcome inspected = RunNarvo(folder, {"inspect", "seen.png", "-r", "tuned/a.json", "-q", "-o", "alone"});
+    EXPECT_EQ(inspected.code, 0) << inspected.error;
+
+    // Neither the copy nor any other output takes the place of a field that was given.
+    EXPECT_EQ(run(tune, "tuned/a.flat_field.png").code, 2);
+    std::filesystem::copy_file(folder / "fields/flat.png", folder / "fields/x.blobs.csv");
+    const Outcome refused =
+        run({"inspect", "seen.png", "-r", "panel.recipe.json", "-q", "-o", "fields/x"}, "fields/x.blobs.csv");
+    EXPECT_EQ(refused.code, 2);
+    EXPECT_THAT(refused.error, HasSubstr("to be written, but it is an input"));
 }
 
 } // namespace narvo::test

@@ -56,7 +56,14 @@ int RunExplain(const ExplainOptions& options)
         const QuietCodecs quiet;
         CollectProblems(found, step);
     };
-    collect([&] { recipe = LoadRecipeByOptions(options.recipe); });
+    collect(
+        [&]
+        {
+            recipe = LoadRecipeByOptions(options.recipe);
+            if ((*recipe)->channel == Channel_Each)
+                throw HostError({{"image.channel", "each",
+                                  "one channel to explain: --channel red, --channel green or --channel blue"}});
+        });
     collect([&] { image = LoadImage(options.image, recipe ? ImageReading(**recipe) : ReadingOf()); });
     std::vector<CPoint> places;
     for (const std::string& text : options.places)

@@ -474,6 +474,7 @@
     add("zone", String(d.zone));
     add("band", bandName(d.band) + (d.single ? ", seen once" : ", seen twice"));
     if (d.scale !== 1) add("scale", "1 : " + d.scale);
+    if (d.channel !== "grey") add("channel", d.channel);
     add("label", String(d.label));
     add("diameter", say(d.diameter));
     add("angle", d.angle.toFixed(0) + "\u00b0");

@@ -21,12 +21,12 @@ using nlohmann::ordered_json;
 namespace
 {
 
-constexpr const char* columnNames[] = {"image",     "number",        "bright",     "x",          "y",
-                                       "left",      "top",           "right",      "bottom",     "area",
-                                       "peak",      "peakX",         "peakY",      "difference", "meanDifference",
-                                       "meanGrey",  "meanReference", "zone",       "band",       "single",
-                                       "scale",     "label",         "diameter",   "angle",      "majorAxis",
-                                       "minorAxis", "circularity",   "elongation", "thumb"};
+constexpr const char* columnNames[] = {"image",     "number",        "bright",      "x",          "y",
+                                       "left",      "top",           "right",       "bottom",     "area",
+                                       "peak",      "peakX",         "peakY",       "difference", "meanDifference",
+                                       "meanGrey",  "meanReference", "zone",        "band",       "single",
+                                       "scale",     "channel",       "label",       "diameter",   "angle",
+                                       "majorAxis", "minorAxis",     "circularity", "elongation", "thumb"};
 
 double Round(double value)
 {
@@ -59,6 +59,7 @@ ordered_json BlobRow(std::size_t image, const Blob& blob, const ThumbnailPlace& 
             blob.band,
             blob.single ? 1 : 0,
             blob.scale,
+            ChannelName(blob.channel),
             blob.label,
             blob.diameter,
             Round(blob.angle),
