@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Recipes learnt from good images.
+#include <algorithm>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -43,7 +45,16 @@ LearnResult Learn(const py::handle& images, double falseRate, const std::string&
                           settings.falseRate = falseRate;
                           settings.name = name;
                           CheckThreads(threads);
-                          return Unlocked([&] { return LearnRecipe(good, settings, threads); });
+                          const auto coloured = std::count_if(good.begin(), good.end(),
+                                                              [](const BatchImage& image)
+                                                              { return image.load()->Channels() != nullptr; });
+                          if (coloured != 0 && coloured != static_cast<std::ptrdiff_t>(good.size()))
+                              throw HostError({{"images", "some grey, some in colours", "all of one kind"}});
+                          settings.eachChannel = coloured != 0;
+                          LearnResult result = Unlocked([&] { return LearnRecipe(good, settings, threads); });
+                          if (settings.eachChannel)
+                              result.recipe.channel = Channel_Each;
+                          return result;
                       });
 }
 
@@ -117,9 +128,11 @@ void BindLearn(py::module_& module)
     module.def("learn", &Learn, py::arg("images"), py::kw_only(), py::arg("false_rate") = 0.1, py::arg("mode") = "auto",
                py::arg("name") = "", py::arg("threads") = 1,
                "Make a recipe from good images.\n\nimages is one image or a sequence of them, without defects; six or "
-               "more from different times are better than one. false_rate is how many false blobs an image the limits "
+               "more from different times are better than one. Images of shape (rows, columns, 3) are learnt from and "
+               "inspected channel by channel. false_rate is how many false blobs an image the limits "
                "aim at, 0.001 to 10. mode is \"texture\" for recipes without a period, \"periodic\" for a comparison "
-               "at the pattern's pitch, or \"auto\" for whichever finds more of the spots planted for a trial. The "
+               "at the pattern's pitch, \"lattice\" for one with lattice neighbours, or \"auto\" for whichever finds "
+               "more of the spots planted for a trial. The "
                "number of threads changes nothing in the result. Raises ImageError or ArgumentError.");
 }
 

@@ -45,6 +45,12 @@ ReadingChoice ChooseReadings(const std::vector<std::filesystem::path>& files, co
         const bool decides = levels || (reading.channel == Channel_Auto && !colours);
         if (!decides)
             break;
+        const bool bare = reading.rawFormat == RawFormat_None && reading.bayer == Bayer_None;
+        if (bare && ReadAllowedHeader(file, reading, MaxImagePixels()).bytesPerPixel == 1)
+        {
+            levels = false; // 8-bit grey, as the header says: there is nothing to look at
+            continue;
+        }
         const CameraPixels loaded = LoadCameraPixels(file, reading, MaxImagePixels());
         colours = colours || reading.bayer != Bayer_None || IsColoured(loaded.pixels);
         if (loaded.pixels.depth() != CV_8U)
@@ -65,7 +71,7 @@ ReadingChoice ChooseReadings(const std::vector<std::filesystem::path>& files, co
     {
         const ImageReading common = choice.readings.front();
         choice.readings.clear();
-        for (const Channel channel : {Channel_Luma, Channel_Red, Channel_Green, Channel_Blue})
+        for (const Channel channel : {Channel_Luma, Channel_Red, Channel_Green, Channel_Blue, Channel_Each})
             choice.readings.emplace_back(common).channel = channel;
     }
     return choice;

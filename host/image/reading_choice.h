@@ -14,7 +14,7 @@ namespace narvo
 
 struct ReadingChoice
 {
-    std::vector<ImageReading> readings; ///< one, or luma, red, green and blue in this order
+    std::vector<ImageReading> readings; ///< one, or luma, red, green, blue and each in this order
     std::string reason;                 ///< a sentence on the levels; empty where none were chosen
 };
 

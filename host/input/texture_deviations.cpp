@@ -3,6 +3,7 @@
 #include "host/input/texture_deviations.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include <opencv2/imgproc.hpp>
@@ -21,6 +22,8 @@ namespace
 
 constexpr int nGuard = 8;              // pixels beside a margin that show neither the one nor the other
 constexpr int nEdgeAcross = 5;         // pixels: width of the window beside a margin
+constexpr int nCoarseSide = 4;         // pixels: of the means whose variation is the coarse energy
+constexpr double dCoarseGain = 2.0;    // means of independent values vary less; those of cloth do not much
 constexpr double dCountedHigh = 4.0;   // deviations that count for energy and lines
 constexpr double dEnergyFloor = 0.1;   // of the energy that others are compared with
 constexpr double dLeastWindow = 0.1;   // share of a window inside the area that its energy is divided by at least
@@ -55,11 +58,31 @@ cv::Mat Halved(const cv::Mat& values)
     return half;
 }
 
+/// Brightness as an energy sees it.
+cv::Mat VaryingPart(const cv::Mat& brightness, int source)
+{
+    constexpr int nPlainDifference = 1; // right minus left, or lower minus upper neighbour
+    cv::Mat varying;
+    switch (source)
+    {
+    case TextureSource_Coarse:
+        return WindowMean(brightness, {nCoarseSide, nCoarseSide}) * dCoarseGain;
+    case TextureSource_EnergyX:
+        cv::Sobel(brightness, varying, CV_32F, 1, 0, nPlainDifference);
+        return varying;
+    case TextureSource_EnergyY:
+        cv::Sobel(brightness, varying, CV_32F, 0, 1, nPlainDifference);
+        return varying;
+    default:
+        return brightness;
+    }
+}
+
 /// How strongly values vary against the same over a large window: 0 is as much as there.
-cv::Mat RelativeEnergy(const cv::Mat& values, const cv::Mat& inside, int window)
+/// @param share of each window inside
+cv::Mat RelativeEnergy(const cv::Mat& values, const cv::Mat& inside, const cv::Mat& share, int window)
 {
     const cv::Mat energy = cv::min(cv::abs(values), dCountedHigh).mul(inside);
-    const cv::Mat share = cv::max(WindowMean(inside, {window, window}), dLeastWindow);
     cv::Mat around = WindowMean(energy, {window, window});
     cv::divide(around, share, around);
     cv::Mat relative;
@@ -138,7 +161,8 @@ cv::Mat FindTextureArea(const cv::Mat& grey, const TextureSettings& settings)
     return Shrink(FindPatternArea(grey, settings.findMargins), nGuard);
 }
 
-TextureDeviations::TextureDeviations(const GreyView& image, const TextureSettings& settings)
+TextureDeviations::TextureDeviations(const GreyView& image, const TextureSettings& settings,
+                                     const std::vector<TextureFeature>& features)
 {
     const cv::Mat pixels(image.Height(), image.Width(), CV_8UC1, const_cast<std::uint8_t*>(image.Row(0)),
                          static_cast<std::size_t>(image.Stride()));
@@ -158,12 +182,30 @@ TextureDeviations::TextureDeviations(const GreyView& image, const TextureSetting
     FilledUp(m_edge).convertTo(fold.edge, CV_32F);
     cv::min(fold.brightness, dCountedHigh, fold.cutBrightness);
     cv::max(fold.cutBrightness, -dCountedHigh, fold.cutBrightness);
-    fold.energy = RelativeEnergy(fold.brightness, fold.area, settings.energyWindow);
+    // The zone beside a margin is made even in another way, and varies less: each is held against itself.
+    std::vector<std::pair<cv::Mat, cv::Mat>> zones; // inside, and the share of each window inside
+    for (const cv::Mat& inside : {cv::Mat(fold.area - fold.edge), fold.edge})
+        if (cv::countNonZero(inside) != 0)
+            zones.emplace_back(
+                inside, cv::max(WindowMean(inside, {settings.energyWindow, settings.energyWindow}), dLeastWindow));
+    for (const TextureFeature& feature : features)
+    {
+        if (feature.source == TextureSource_Brightness || fold.energies.contains(feature.source))
+            continue;
+        const cv::Mat varying = VaryingPart(fold.brightness, feature.source);
+        cv::Mat energy = cv::Mat::zeros(varying.size(), CV_32F);
+        for (const auto& [inside, share] : zones)
+            energy += RelativeEnergy(varying, inside, share, settings.energyWindow);
+        fold.energies.emplace(feature.source, energy);
+    }
     m_folds.emplace(1, fold);
     for (int side = 2; side <= nTextureFoldHigh; side *= 2)
     {
         const Fold& finer = m_folds.at(side / 2);
-        m_folds.emplace(side, Fold{Halved(finer.brightness), Halved(finer.cutBrightness), Halved(finer.energy),
+        std::map<int, cv::Mat> energies;
+        for (const auto& [source, energy] : finer.energies)
+            energies.emplace(source, Halved(energy));
+        m_folds.emplace(side, Fold{Halved(finer.brightness), Halved(finer.cutBrightness), std::move(energies),
                                    Halved(finer.area), Halved(finer.edge)});
     }
 }
@@ -176,7 +218,7 @@ cv::Mat TextureDeviations::EdgeAt(int fold) const
 TextureDeviation TextureDeviations::Of(const TextureFeature& feature) const
 {
     const Fold& fold = m_folds.at(feature.fold);
-    const bool ofEnergy = feature.source == TextureSource_Energy;
+    const bool ofEnergy = feature.source != TextureSource_Brightness;
     TextureDeviation result{cv::Mat::zeros(fold.area.size(), CV_32F), cv::Mat::zeros(fold.area.size(), CV_32F)};
     cv::Mat valid = fold.area > dMostly;
     if (feature.shape == TextureShape_Square)
@@ -184,13 +226,13 @@ TextureDeviation TextureDeviations::Of(const TextureFeature& feature) const
         const cv::Size square(feature.size, feature.size);
         const cv::Mat share = WindowMean(fold.area, square);
         valid &= share >= dSquareInside;
-        cv::Mat mean = WindowMean(ofEnergy ? fold.energy : fold.brightness, square);
+        cv::Mat mean = WindowMean(ofEnergy ? fold.energies.at(feature.source) : fold.brightness, square);
         cv::divide(mean, cv::max(share, dLeastSquare), mean);
         TakeDeviations(mean, ZonesOf(valid, fold.edge), result);
         return result;
     }
     const std::vector<Zone> zones = ZonesOf(valid, fold.edge);
-    VisitLineMeans(WindowMean(ofEnergy ? fold.energy : fold.cutBrightness, {2, 2}), feature.size,
+    VisitLineMeans(WindowMean(ofEnergy ? fold.energies.at(feature.source) : fold.cutBrightness, {2, 2}), feature.size,
                    [&](const cv::Mat& mean) { TakeDeviations(mean, zones, result); });
     return result;
 }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <map>
+#include <vector>
 
 #include <opencv2/core.hpp>
 
@@ -27,10 +28,11 @@ cv::Mat FindTextureArea(const cv::Mat& grey, const TextureSettings& settings);
 class TextureDeviations
 {
 public:
-    /// The image's sides are at least nTextureSideLow.
-    TextureDeviations(const GreyView& image, const TextureSettings& settings);
+    /// The image's sides are at least nTextureSideLow. `features` are the measures that will be asked for.
+    TextureDeviations(const GreyView& image, const TextureSettings& settings,
+                      const std::vector<TextureFeature>& features);
 
-    /// @param feature a measure; its limits are not looked at
+    /// @param feature one of the measures; its limits are not looked at
     TextureDeviation Of(const TextureFeature& feature) const;
 
     /// Size of the image reduced `fold` times; partly covered pixels at the right and lower border included.
@@ -47,10 +49,10 @@ private:
     struct Fold
     {
         cv::Mat brightness;
-        cv::Mat cutBrightness; ///< of values cut at some deviations, so that specks do not count as lines
-        cv::Mat energy;
-        cv::Mat area; ///< share of each pixel inside
-        cv::Mat edge; ///< share in the zone beside a margin
+        cv::Mat cutBrightness;           ///< of values cut at some deviations, so that specks do not count as lines
+        std::map<int, cv::Mat> energies; ///< by source, those that measures are taken of
+        cv::Mat area;                    ///< share of each pixel inside
+        cv::Mat edge;                    ///< share in the zone beside a margin
     };
 
     cv::Mat m_area;

@@ -75,7 +75,7 @@ void RaiseScores(const cv::Mat& deviations, const cv::Mat& edge, const Limits& l
 
 TextureScores ComputeScores(const GreyView& region, const Recipe& recipe)
 {
-    const TextureDeviations deviations(region, recipe.Texture());
+    const TextureDeviations deviations(region, recipe.Texture(), recipe.textureFeatures);
     const std::vector<TextureFeature>& features = recipe.textureFeatures;
     TextureScores result;
     result.fold = std::min_element(features.begin(), features.end(),

@@ -25,8 +25,9 @@ struct Candidate
 };
 
 /// Groups of images that are left out together: as many groups as images, but ten at most.
+/// The three channels of an image stay together.
 /// @return the group of each image
-std::vector<std::size_t> LeaveOutGroups(std::size_t images);
+std::vector<std::size_t> LeaveOutGroups(std::size_t images, bool eachChannel);
 
 /// Texture mode. @throws HostError where an image is too small or shows too little of a pattern
 Candidate LearnTexture(const std::vector<BatchImage>& good, const LearnSettings& settings, int threads);

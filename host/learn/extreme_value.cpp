@@ -14,12 +14,13 @@ namespace narvo
 namespace
 {
 
-constexpr double dEuler = 0.5772;     // mean of the standard Gumbel distribution
-constexpr double dMedian = 0.3665;    // its median
-constexpr double dGumbel = 0.7796968; // its scale over the standard deviation: sqrt(6) / pi
-constexpr double dShrink = 0.5;       // weight of what all measures have in common in the scale of one
-constexpr double dConfidence = 1.0;   // standard errors added to a limit
-constexpr std::size_t nFewImages = 5; // fewer say little of the scatter from image to image
+constexpr double dEuler = 0.5772;        // mean of the standard Gumbel distribution
+constexpr double dMedian = 0.3665;       // its median
+constexpr double dGumbel = 0.7796968;    // its scale over the standard deviation: sqrt(6) / pi
+constexpr double dShrink = 0.5;          // weight of what all measures have in common in the scale of one
+constexpr double dConfidence = 1.0;      // standard errors added to a limit
+constexpr double dAloneConfidence = 3.0; // the same with one image, which says nothing of how images differ
+constexpr std::size_t nFewImages = 5;    // fewer say little of the scatter from image to image
 constexpr double dRateHigh = 0.5;
 constexpr double dFewFactor = 2.0; // over the largest seen, with fewer
 
@@ -81,7 +82,7 @@ void SetChannel(const FeatureChannel& channel, double typical, double limit)
 }
 
 /// Every channel gets place and scale of its own; one limit in these terms holds for the largest over all channels.
-void SetInside(std::vector<FeatureChannel>& channels, double rate, double placesPerImage)
+void SetInside(std::vector<FeatureChannel>& channels, double rate, double placesPerImage, double confidence)
 {
     std::vector<double> medians;
     std::vector<double> scales;
@@ -103,7 +104,7 @@ void SetInside(std::vector<FeatureChannel>& channels, double rate, double places
         for (std::size_t i = 0; i < largest.size(); ++i)
             largest[i] = std::max(largest[i], (channels[k].values[i] - modes[k]) / scales[k]);
     }
-    const double limit = ExtremeLimit(largest, rate / placesPerImage, dConfidence);
+    const double limit = ExtremeLimit(largest, rate / placesPerImage, confidence);
     for (std::size_t k = 0; k < channels.size(); ++k)
     {
         SetChannel(channels[k], modes[k], modes[k] + scales[k] * limit);
@@ -152,7 +153,8 @@ void SetLimits(const std::vector<const PlaceMaxima*>& good, double rate, std::ve
         ChannelsOf(good, features, false,
                    [](const FeatureMaxima& maxima, const PlaceMaxima&, std::vector<double>& values)
                    { values.insert(values.end(), maxima.inside.begin(), maxima.inside.end()); });
-    SetInside(inside, rate / 2.0, static_cast<double>(places) / static_cast<double>(good.size()));
+    SetInside(inside, rate / 2.0, static_cast<double>(places) / static_cast<double>(good.size()),
+              good.size() == 1 ? dAloneConfidence : dConfidence);
     std::vector<FeatureChannel> edge =
         ChannelsOf(good, features, true,
                    [](const FeatureMaxima& maxima, const PlaceMaxima& image, std::vector<double>& values)

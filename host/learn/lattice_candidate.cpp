@@ -180,7 +180,7 @@ Candidate LearnLattice(const std::vector<BatchImage>& good, const LearnSettings&
     const std::vector<double> needed = ThresholdsOf(good, candidate.recipe, threads);
     candidate.recipe.latticeThreshold = ThresholdOf(needed, settings.falseRate);
     candidate.images = DescribeImages(good, threads);
-    CrossValidateThreshold(needed, settings.falseRate, candidate);
+    CrossValidateThreshold(needed, settings.falseRate, settings.eachChannel, candidate);
     candidate.description = "lattice mode, vectors " + LatticeText(*lattice);
     candidate.reasons.push_back("The pattern repeats after " + LatticeText(*lattice) +
                                 " pixels, and a pixel is compared with the median of " +

@@ -25,6 +25,7 @@ constexpr std::size_t nGroupsMost = 10;
 constexpr std::size_t nTrialImages = 3;
 constexpr std::uint64_t nPlantSeed = 7;
 constexpr std::size_t nImagesWanted = 6;
+constexpr std::size_t nChannels = 3;
 
 void Check(const std::vector<BatchImage>& good, const LearnSettings& settings)
 {
@@ -145,6 +146,39 @@ void Forecast(const Candidate& candidate, LearnResult& result)
                                       Rounded(image.highest) + ", limit 1): check that it has no defect.");
 }
 
+/// The channels of each image as images of their own, those of an image behind each other.
+std::vector<BatchImage> ChannelImages(const std::vector<BatchImage>& images)
+{
+    std::vector<BatchImage> channels;
+    for (const BatchImage& image : images)
+        for (std::size_t i = 0; i < nChannels; ++i)
+            channels.push_back({image.name, [load = image.load, i]
+                                {
+                                    const std::shared_ptr<const GreyImage> all = load();
+                                    if (all->Channels() == nullptr)
+                                        return all;
+                                    return std::shared_ptr<const GreyImage>(all->Channels(), &(*all->Channels())[i]);
+                                }});
+    return channels;
+}
+
+/// What the channels of an image say of it: the highest score, and false blobs of all.
+void MergeChannels(std::vector<LearnImage>& images)
+{
+    std::vector<LearnImage> merged;
+    for (std::size_t i = 0; i < images.size(); ++i)
+    {
+        if (i % nChannels == 0)
+        {
+            merged.push_back(images[i]);
+            continue;
+        }
+        merged.back().highest = std::max(merged.back().highest, images[i].highest);
+        merged.back().falseBlobs += images[i].falseBlobs;
+    }
+    images = std::move(merged);
+}
+
 } // namespace
 
 std::string Rounded(double value)
@@ -153,27 +187,31 @@ std::string Rounded(double value)
     return FormatNumber(std::round(value * scale) / scale);
 }
 
-std::vector<std::size_t> LeaveOutGroups(std::size_t images)
+std::vector<std::size_t> LeaveOutGroups(std::size_t images, bool eachChannel)
 {
+    const std::size_t together = eachChannel ? nChannels : 1;
     std::vector<std::size_t> groups(images);
     for (std::size_t i = 0; i < images; ++i)
-        groups[i] = i % std::min(nGroupsMost, images);
+        groups[i] = i / together % std::min(nGroupsMost, images / together);
     return groups;
 }
 
-LearnResult LearnRecipe(const std::vector<BatchImage>& good, const LearnSettings& settings, int threads,
+LearnResult LearnRecipe(const std::vector<BatchImage>& good, const LearnSettings& given, int threads,
                         const std::vector<LearnDefective>& defective)
 {
-    Check(good, settings);
+    Check(good, given);
+    const std::vector<BatchImage> learnt = given.eachChannel ? ChannelImages(good) : good;
+    LearnSettings settings = given;
+    settings.falseRate = given.falseRate / static_cast<double>(given.eachChannel ? nChannels : 1);
     LearnResult result;
     std::vector<Candidate> candidates;
-    if (std::optional<Candidate> texture = TryTexture(good, settings, threads, result.reasons))
+    if (std::optional<Candidate> texture = TryTexture(learnt, settings, threads, result.reasons))
         candidates.push_back(std::move(*texture));
     const auto tryAnother = [&](int mode, auto learn)
     {
         if (settings.mode != LearnMode_Auto && settings.mode != mode)
             return;
-        Candidate candidate = learn(good, settings, threads);
+        Candidate candidate = learn(learnt, settings, threads);
         if (!candidate.description.empty())
             candidates.push_back(std::move(candidate));
         else
@@ -212,6 +250,8 @@ LearnResult LearnRecipe(const std::vector<BatchImage>& good, const LearnSettings
     Candidate& chosen = candidates[best];
     result.recipe = std::move(chosen.recipe);
     result.images = std::move(chosen.images);
+    if (given.eachChannel)
+        MergeChannels(result.images);
     for (std::string& reason : chosen.reasons)
         result.reasons.push_back(std::move(reason));
     result.warnings = std::move(chosen.warnings);

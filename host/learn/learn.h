@@ -29,6 +29,9 @@ struct LearnSettings
     int mode = LearnMode_Auto;
     double falseRate = 0.1; ///< false blobs an image that the limits aim at
     std::string name;       ///< of the recipe
+    /// Images have colours of which each is inspected by itself (GreyImage::Channels): limits are learnt from all
+    /// channels, for a third of the rate each. Grey images among them count as three equal channels.
+    bool eachChannel = false;
 };
 
 constexpr double dFalseRateLow = 0.001;

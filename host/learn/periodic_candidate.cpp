@@ -321,7 +321,7 @@ Candidate LearnPeriodic(const std::vector<BatchImage>& good, const LearnSettings
     const double threshold = ThresholdFor(needed, settings.falseRate);
     candidate.recipe = best->comparison.recipe;
     best->comparison.apply(candidate.recipe, StepsFor(threshold, best->comparison));
-    CrossValidateThreshold(needed, settings.falseRate, candidate);
+    CrossValidateThreshold(needed, settings.falseRate, settings.eachChannel, candidate);
 
     const bool vertical = candidate.recipe.direction == Direction_Vertical;
     const CommonPitch& along = vertical ? y : x;

@@ -33,7 +33,7 @@ double LargestIn(const cv::Mat& values)
 PlaceMaxima MeasurePlaces(const GreyView& image, const TextureSettings& settings,
                           const std::vector<TextureFeature>& features, int side)
 {
-    const TextureDeviations deviations(image, settings);
+    const TextureDeviations deviations(image, settings, features);
     const int columns = std::max(1, image.Width() / side);
     const int rows = std::max(1, image.Height() / side);
     PlaceMaxima maxima;

@@ -19,7 +19,7 @@ namespace
 
 constexpr int nPlaceSide = 256;           // pixels
 constexpr int nPlaceSideLow = 64;         // pixels
-constexpr std::size_t nPlacesWanted = 16; // over all images; smaller places where there are fewer
+constexpr std::size_t nPlacesWanted = 48; // over all images; smaller places where there are fewer
 constexpr std::size_t nPlacesLeast = 4;
 constexpr int nTextureMerge = 16; // pixels
 
@@ -43,6 +43,12 @@ std::vector<TextureFeature> StandardMeasures()
     add(TextureSource_Energy, TextureShape_Square, 4, 3);
     add(TextureSource_Energy, TextureShape_Square, 8, 2);
     add(TextureSource_Energy, TextureShape_Square, 8, 4);
+    for (const int source : {TextureSource_Coarse, TextureSource_EnergyX, TextureSource_EnergyY})
+    {
+        add(source, TextureShape_Square, 4, 3);
+        add(source, TextureShape_Square, 8, 2);
+        add(source, TextureShape_Square, 8, 4);
+    }
     add(TextureSource_Brightness, TextureShape_Line, 2, 32);
     add(TextureSource_Brightness, TextureShape_Line, 4, 16);
     add(TextureSource_Brightness, TextureShape_Line, 4, 32);
@@ -91,7 +97,7 @@ std::vector<PlaceMaxima> Halves(const PlaceMaxima& image)
 }
 
 /// Learns from all but one group, and scores this one.
-void CrossValidate(const std::vector<PlaceMaxima>& measured, double rate, Candidate& candidate)
+void CrossValidate(const std::vector<PlaceMaxima>& measured, double rate, bool eachChannel, Candidate& candidate)
 {
     std::vector<TextureFeature> measures = candidate.recipe.textureFeatures;
     if (measured.size() == 1)
@@ -110,7 +116,7 @@ void CrossValidate(const std::vector<PlaceMaxima>& measured, double rate, Candid
         }
         return;
     }
-    const std::vector<std::size_t> groups = LeaveOutGroups(measured.size());
+    const std::vector<std::size_t> groups = LeaveOutGroups(measured.size(), eachChannel);
     for (std::size_t group = 0; group <= *std::max_element(groups.begin(), groups.end()); ++group)
     {
         std::vector<const PlaceMaxima*> rest;
@@ -186,13 +192,14 @@ Candidate LearnTexture(const std::vector<BatchImage>& good, const LearnSettings&
                               " pixels in all images together",
                           "at least " + std::to_string(nPlacesLeast) + " places"}});
     SetLimits(all, settings.falseRate, candidate.recipe.textureFeatures);
-    CrossValidate(measured, settings.falseRate, candidate);
+    CrossValidate(measured, settings.falseRate, settings.eachChannel, candidate);
 
     const auto low = std::min_element(measured.begin(), measured.end(),
                                       [](const PlaceMaxima& a, const PlaceMaxima& b) { return a.area < b.area; });
     candidate.reasons.push_back("Light and local contrast are taken out over windows of " +
-                                std::to_string(candidate.recipe.textureWindow) +
-                                " pixels; 13 measures of brightness and contrast follow, over squares of 8 to 32 "
+                                std::to_string(candidate.recipe.textureWindow) + " pixels; " +
+                                std::to_string(candidate.recipe.textureFeatures.size()) +
+                                " measures of brightness and contrast follow, over squares of 8 to 32 "
                                 "pixels and lines of 64 to 128, "
                                 "at reductions of 2, 4 and 8.");
     candidate.reasons.push_back("Their limits come from the largest values in " + std::to_string(places) +

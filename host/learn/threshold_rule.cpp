@@ -29,12 +29,12 @@ double ThresholdFor(const std::vector<double>& needed, double rate)
     return std::max(largest, ExtremeLimit(needed, rate, 1.0));
 }
 
-void CrossValidateThreshold(const std::vector<double>& needed, double rate, Candidate& candidate)
+void CrossValidateThreshold(const std::vector<double>& needed, double rate, bool eachChannel, Candidate& candidate)
 {
     candidate.crossValidated = needed.size() > 1;
     if (!candidate.crossValidated)
         return;
-    const std::vector<std::size_t> groups = LeaveOutGroups(needed.size());
+    const std::vector<std::size_t> groups = LeaveOutGroups(needed.size(), eachChannel);
     for (std::size_t i = 0; i < needed.size(); ++i)
     {
         std::vector<double> rest;

@@ -15,7 +15,7 @@ namespace narvo
 double ThresholdFor(const std::vector<double>& needed, double rate);
 
 /// Holds every image's threshold against that from the others, and fills in the candidate's images.
-void CrossValidateThreshold(const std::vector<double>& needed, double rate, Candidate& candidate);
+void CrossValidateThreshold(const std::vector<double>& needed, double rate, bool eachChannel, Candidate& candidate);
 
 /// Name, size, level and contrast of the images. @throws HostError of the first that cannot be read
 std::vector<LearnImage> DescribeImages(const std::vector<BatchImage>& images, int threads);

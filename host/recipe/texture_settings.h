@@ -10,7 +10,10 @@ namespace narvo
 enum TextureSource : int
 {
     TextureSource_Brightness = 0, ///< brightness with light and contrast taken out
-    TextureSource_Energy = 1      ///< how strongly it varies, against the same over a large window
+    TextureSource_Energy = 1,     ///< how strongly it varies, against the same over a large window
+    TextureSource_Coarse = 2,     ///< how strongly its means over 4 by 4 pixels vary, likewise
+    TextureSource_EnergyX = 3,    ///< how strongly it changes along x, likewise
+    TextureSource_EnergyY = 4     ///< how strongly it changes along y, likewise
 };
 
 /// Over what a measure takes its mean.

@@ -10,6 +10,7 @@
 #include "host/host_test_help.h"
 #include "host/inspect/inspector.h"
 #include "host/learn/extreme_value.h"
+#include "host/learn/place_maxima.h"
 #include "host/pattern_help.h"
 #include "host/recipe/recipe_check.h"
 #include "tools/synthetic/cloth.h"
@@ -315,6 +316,32 @@ TEST(Learn, WhatIsWrongIsNamed)
     EXPECT_THAT(ProblemsOf([&] { LearnRecipe(tiny, Only(LearnMode_Periodic), 1); }), ElementsAre(IsAbout("images")));
     const std::vector<BatchImage> missing = {{"gone", [] { return Shared(LoadGreyImage("gone.png")); }}};
     EXPECT_THAT(ProblemsOf([&] { LearnRecipe(missing, LearnSettings(), 1); }), testing::Not(IsEmpty()));
+}
+
+TEST(ExtremeValue, OneImageHasWiderLimitsThanAsManyPlacesOfTwo)
+{
+    const auto places = [](int from, int to)
+    {
+        PlaceMaxima image;
+        image.places = static_cast<std::size_t>(to - from);
+        image.bright.resize(1);
+        image.dark.resize(1);
+        for (int i = from; i < to; ++i)
+            for (FeatureMaxima* maxima : {&image.bright[0], &image.dark[0]})
+                maxima->inside.push_back(4.0 + 0.1 * (7 * i % 16));
+        return image;
+    };
+    const auto limitOf = [](const std::vector<PlaceMaxima>& images, double rate)
+    {
+        std::vector<const PlaceMaxima*> good;
+        for (const PlaceMaxima& image : images)
+            good.push_back(&image);
+        std::vector<TextureFeature> features(1);
+        SetLimits(good, rate, features);
+        return features[0].brightLimit;
+    };
+    // The same values, places and rate a place.
+    EXPECT_GT(limitOf({places(0, 16)}, 0.1), limitOf({places(0, 8), places(8, 16)}, 0.05) + 0.2);
 }
 
 TEST(ExtremeValue, LimitIsTheQuantileOfTheDistribution)

@@ -93,7 +93,7 @@ TEST(ReadingChoice, ChannelsOfColoursAreTriedUnlessOneIsNamed)
             channels.push_back(one.channel);
         return channels;
     };
-    const std::vector<int> all = {Channel_Luma, Channel_Red, Channel_Green, Channel_Blue};
+    const std::vector<int> all = {Channel_Luma, Channel_Red, Channel_Green, Channel_Blue, Channel_Each};
     EXPECT_EQ(channelsOf({folder / "red.ppm"}, {}), all);
     EXPECT_EQ(channelsOf({folder / "grey.ppm", folder / "red.ppm"}, {}), all);
     EXPECT_EQ(channelsOf({folder / "grey.ppm"}, {}), std::vector<int>{Channel_Auto});

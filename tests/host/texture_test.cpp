@@ -12,6 +12,7 @@
 #include "host/input/flatten.h"
 #include "host/input/line_means.h"
 #include "host/input/pattern_area.h"
+#include "host/input/texture_deviations.h"
 #include "host/inspect/inspection_plan.h"
 #include "host/inspect/inspector.h"
 #include "host/inspect/texture_inspection.h"
@@ -116,6 +117,62 @@ TEST(Flatten, PixelsOutsideTheAreaTakeNoPart)
     const cv::Mat after = Flatten(image, area, {33, 33}, 33);
     EXPECT_EQ(cv::norm(before, after, cv::NORM_INF), 0.0);
     EXPECT_EQ(cv::countNonZero(after.colRange(64, 128)), 0);
+}
+
+/// The largest deviation to either side in a square in the middle of the image.
+float DeviationInTheMiddle(const GreyImage& image, TextureSource source)
+{
+    TextureFeature feature;
+    feature.source = source;
+    feature.fold = 4;
+    feature.size = 3;
+    const TextureDeviations deviations(image, TextureSettings{false}, {feature});
+    const TextureDeviation found = deviations.Of(feature);
+    const cv::Rect middle(60, 60, 8, 8);
+    double bright = 0.0;
+    double dark = 0.0;
+    cv::minMaxLoc(found.bright(middle), nullptr, &bright);
+    cv::minMaxLoc(found.dark(middle), nullptr, &dark);
+    return static_cast<float>(std::max(bright, dark));
+}
+
+/// 512 by 512 pixels: noise of a standard deviation, and what `value` adds where it is told whether it is in a square
+/// of 64 pixels in the middle.
+template <typename Value>
+GreyImage NoisyImage(double noise, Value value)
+{
+    GreyImage image(512, 512);
+    cv::Mat_<float> random(512, 512);
+    cv::RNG(5).fill(random, cv::RNG::NORMAL, 0.0, noise);
+    for (int y = 0; y < 512; ++y)
+        for (int x = 0; x < 512; ++x)
+        {
+            const bool inside = x >= 224 && x < 288 && y >= 224 && y < 288;
+            image.Row(y)[x] = cv::saturate_cast<std::uint8_t>(128.0 + random(y, x) + value(x, y, inside));
+        }
+    return image;
+}
+
+TEST(TextureDeviations, EnergiesAlongXAndYSeeThatThreadsOfOneDirectionAreMissing)
+{
+    // As much variation as elsewhere, but all of it along y.
+    const GreyImage image = NoisyImage(4.0,
+                                       [](int x, int y, bool inside)
+                                       {
+                                           const double alongY = std::cos(CV_PI * y / 4.0);
+                                           return inside ? 28.3 * alongY : 20.0 * (std::cos(CV_PI * x / 4.0) + alongY);
+                                       });
+    const float plain = DeviationInTheMiddle(image, TextureSource_Energy);
+    EXPECT_GT(DeviationInTheMiddle(image, TextureSource_EnergyX), 2.0F * plain);
+    EXPECT_GT(DeviationInTheMiddle(image, TextureSource_EnergyY), 2.0F * plain);
+}
+
+TEST(TextureDeviations, CoarseEnergySeesIrregularDensityBelowTheNoise)
+{
+    const GreyImage uneven = NoisyImage(20.0, [](int x, int y, bool inside)
+                                        { return inside ? 14.0 * std::cos(CV_PI * (x + y) / 16.0) : 0.0; });
+    EXPECT_GT(DeviationInTheMiddle(uneven, TextureSource_Coarse),
+              1.5F * DeviationInTheMiddle(uneven, TextureSource_Energy));
 }
 
 TEST(LineMeans, TheLineOfAStreakStandsOutOnly)
@@ -325,7 +382,8 @@ TEST(Texture, WhatIsWrongIsNamed)
     EXPECT_THAT(problems("/texture/features/0/size", 65),
                 ElementsAre(IsProblem("texture.features[0].size", "65", "whole number, 1 to 64 reduced pixels")));
     EXPECT_THAT(problems("/texture/features/0/source", "colour"),
-                ElementsAre(IsProblem("texture.features[0].source", "\"colour\"", "brightness or energy")));
+                ElementsAre(IsProblem("texture.features[0].source", "\"colour\"",
+                                      "brightness, energy, coarse_energy, energy_x or energy_y")));
     EXPECT_THAT(problems("/texture/features/0/bright/limit", 2.5),
                 ElementsAre(IsProblem("texture.features[0].bright.limit", "2.5",
                                       "0, or above texture.features[0].bright.typical, 3")));

@@ -210,12 +210,16 @@ TEST(NarvoLearn, OfColoursTheChannelThatShowsMoreKnownDefectsIsTaken)
     EXPECT_THAT(
         learn({"--bad", "bad", "--truth", "cloth/mask"}),
         testing::ContainsRegex("- Colours: of [0-9]+ known defects were found by luma [0-9]+, by red [0-9]+, by "
-                               "green [0-9]+, by blue [0-9]+. The recipe takes green."));
+                               "green [0-9]+, by blue [0-9]+, by each channel [0-9]+. The recipe takes green."));
     EXPECT_EQ(LoadRecipe(folder / "learnt.recipe.json")->channel, Channel_Green);
     EXPECT_THAT(learn({}), HasSubstr("- Colours are read as luma."));
     EXPECT_EQ(LoadRecipe(folder / "learnt.recipe.json")->channel, Channel_Luma);
     EXPECT_THAT(learn({"--channel", "red"}), Not(HasSubstr("Colours")));
     EXPECT_EQ(LoadRecipe(folder / "learnt.recipe.json")->channel, Channel_Red);
+    learn({"--channel", "each"});
+    EXPECT_EQ(LoadRecipe(folder / "learnt.recipe.json")->channel, Channel_Each);
+    ASSERT_EQ(RunNarvo(folder, {"inspect", "bad", "-r", "learnt.recipe.json", "-q", "-o", "lot"}).code, 0);
+    EXPECT_THAT(ReadText(folder / "lot.jsonl"), HasSubstr("\"channel\":\"green\""));
 }
 
 TEST(NarvoLearn, LanesChangeNothingInRecipeAndPage)

@@ -28,7 +28,9 @@ LearnResult LearnAsRead(const std::vector<std::string>& good, const std::vector<
     std::vector<LearnDefective> bad;
     for (const DefectiveFile& file : defective)
         bad.push_back({ImageFromFile(file.file, reading, &ProgramNotes()), file.defects});
-    LearnResult result = LearnRecipe(images, settings, lanes, bad);
+    LearnSettings asRead = settings;
+    asRead.eachChannel = reading.channel == Channel_Each;
+    LearnResult result = LearnRecipe(images, asRead, lanes, bad);
     static_cast<ImageReading&>(result.recipe) = reading;
     return result;
 }
@@ -47,7 +49,7 @@ std::pair<std::size_t, long> WorthOf(const LearnResult& result)
 
 const char* NameOf(int channel)
 {
-    static constexpr const char* names[] = {"auto", "luma", "red", "green", "blue"};
+    static constexpr const char* names[] = {"auto", "luma", "red", "green", "blue", "a mixture", "each channel"};
     return names[channel];
 }
 
