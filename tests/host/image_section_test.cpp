@@ -56,9 +56,9 @@ TEST(ImageSection, RecipeKeepsItAndWritesItBack)
 
 TEST(ImageSection, ProblemsNameFieldValueAndRange)
 {
-    EXPECT_THAT(
-        SectionProblems({{"channel", "infrared"}}),
-        testing::ElementsAre(IsProblem("image.channel", "\"infrared\"", "auto, luma, red, green, blue or mixture")));
+    EXPECT_THAT(SectionProblems({{"channel", "infrared"}}),
+                testing::ElementsAre(
+                    IsProblem("image.channel", "\"infrared\"", "auto, luma, red, green, blue, mixture or each")));
     EXPECT_THAT(SectionProblems({{"levels", {{"low", 2000000}}}}),
                 testing::ElementsAre(IsProblem("image.levels.low", "2000000",
                                                "whole number, -1000000 to 1000000 in the camera's values")));

@@ -112,7 +112,7 @@ const BadField badFields[] = {
     {"zones.image", 5, "name of an image file, or empty"},
     {"zones.class_image", 5, "name of an image file, or empty"},
     {"dead_image", 5, "name of an image file, or empty"},
-    {"image.channel", "infrared", "auto, luma, red, green, blue or mixture"},
+    {"image.channel", "infrared", "auto, luma, red, green, blue, mixture or each"},
     {"image.weights.red", 101, "-100 to 100 of a mixture"},
     {"image.weights.green", -101, "-100 to 100 of a mixture"},
     {"image.weights.blue", "1", "-100 to 100 of a mixture"},
