@@ -17,3 +17,7 @@ cmake --build build >/dev/null
 for example in minimal_host multi_lane_host zone_map_host; do build/$example; done
 g++ -std=c++17 minimal_host.cpp $(pkg-config --cflags --libs narvoassem) -o by_pkg_config
 ./by_pkg_config
+
+cp /usr/share/doc/libnarvohost-dev/examples/host_library.cpp .
+g++ -std=c++17 host_library.cpp $(pkg-config --cflags --libs narvohost) -pthread -o host_library
+test "$(./host_library 1 | wc -l)" = 30

@@ -26,5 +26,18 @@ flags=$(pkg-config --cflags --libs narvoassem)
 "$compiler" -std=c++17 "$consumer/consumer.cpp" $flags -Wl,-rpath,"$library" -o "$work/consumer_by_pkg_config"
 "$work/consumer_by_pkg_config"
 
+if [[ -f $prefix/include/narvo/narvohost.h ]]; then
+  echo "--- the host library"
+  example=$(dirname "$consumer")/../../examples/host_library.cpp
+  cmake -G Ninja -S "$consumer/../host_consumer" -B "$work/host" -DCMAKE_PREFIX_PATH="$prefix" \
+    -DCMAKE_CXX_COMPILER="$compiler" -DHOST_SOURCE="$(realpath "$example")"
+  cmake --build "$work/host"
+  "$work/host/host_consumer" 1 >"$work/defects"
+  [[ $(grep -c '^25 pixels around' "$work/defects") == 30 && $(wc -l <"$work/defects") == 30 ]] || { cat "$work/defects"; exit 1; }
+  # shellcheck disable=SC2046
+  "$compiler" -std=c++17 "$example" $(pkg-config --cflags --libs narvohost) -pthread -Wl,-rpath,"$library" -o "$work/host_by_pkg_config"
+  "$work/host_by_pkg_config" 1 | diff - "$work/defects"
+fi
+
 # The static library and the tools' private headers stay home.
 ! find "$prefix" -name '*_static*' -o -name '*-inl.h' | grep .

@@ -16,7 +16,7 @@ FOLDERS = ("include", "narvoassem", "host", "tools", "python")
 # What stands at the beginning of a line is at namespace scope: bodies are indented.
 OPENS = re.compile(r"^namespace\s*([\w:]*)")
 CLOSES = re.compile(r"^}\s*// namespace")
-TYPE = re.compile(r"^(?:struct|class|union|enum class|enum)\s+(?:NARVO_API\s+|\[\[\w+\]\]\s*)?(\w[\w:]*)[^;]*$")
+TYPE = re.compile(r"^(?:struct|class|union|enum class|enum)\s+(?:NARVO_API\s+|NARVOHOST_API\s+|\[\[\w+\]\]\s*)?(\w[\w:]*)[^;]*$")
 
 
 def types_of(text):

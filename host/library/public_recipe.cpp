@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: MIT
+// The recipes of the host library: read, built in code, and written.
+#include <cmath>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "host/library/recipe_parts.h"
+#include "host/library/translate.h"
+#include "host/recipe/recipe_check.h"
+#include "host/recipe/recipe_file.h"
+
+namespace narvo::v1
+{
+
+using library::Translated;
+
+namespace
+{
+
+/// Text of the JSON form is UTF-8; what is refused could not be shown otherwise.
+void RefuseForeignText(const nlohmann::json& document)
+{
+    try
+    {
+        static_cast<void>(document.dump());
+    }
+    catch (const nlohmann::json::exception&)
+    {
+        throw HostError({{"recipe", "a name or text that is not UTF-8", "UTF-8"}});
+    }
+}
+
+Recipe RecipeOf(std::vector<CheckedRecipe> regions)
+{
+    return Recipe(std::make_shared<const Recipe::Parts>(std::move(regions)));
+}
+
+} // namespace
+
+Recipe Recipe::FromFile(const std::filesystem::path& file)
+{
+    return Translated([&] { return RecipeOf(LoadRecipes(file)); });
+}
+
+Recipe Recipe::FromText(const std::string& json, const std::filesystem::path& folder)
+{
+    return Translated([&] { return RecipeOf(ParseRecipes(ParseJsonText(json, "recipe"), folder)); });
+}
+
+std::size_t Recipe::Regions() const
+{
+    return GetParts().regions.size();
+}
+
+std::string Recipe::Text() const
+{
+    return Translated([&] { return RecipesToJson(GetParts().regions).dump(2); });
+}
+
+void Recipe::CheckSize(int width, int height) const
+{
+    Translated(
+        [&]
+        {
+            std::vector<narvo::Problem> found;
+            for (std::size_t i = 0; i < Regions(); ++i)
+                for (narvo::Problem& problem : CheckRecipeForImage(GetParts().regions[i], width, height))
+                {
+                    if (Regions() > 1)
+                        problem.field.insert(0, RegionPrefix(i));
+                    found.push_back(std::move(problem));
+                }
+            ThrowIfAny(std::move(found));
+        });
+}
+
+const Recipe::Parts& Recipe::GetParts() const
+{
+    if (m_parts == nullptr)
+        throw Error({{"recipe", "none", "a recipe that was not moved from"}});
+    return *m_parts;
+}
+
+/// The JSON form as far as it is set, and the images beside it.
+struct RecipeDraft::Content
+{
+    nlohmann::json document = {{"version", nRecipeVersion}};
+    RecipeImages images;
+    static constexpr int nLevels = 8; ///< more than any field has; what follows is refused as part of the name
+
+    template <typename Value>
+    void Set(const std::string& field, Value&& value)
+    {
+        nlohmann::json* place = &document;
+        std::size_t begin = 0;
+        int levels = 1;
+        for (std::size_t dot = field.find('.'); dot != std::string::npos && levels < nLevels;
+             dot = field.find('.', begin), ++levels)
+        {
+            place = &(*place)[field.substr(begin, dot - begin)];
+            if (!place->is_object())
+                *place = nlohmann::json::object();
+            begin = dot + 1;
+        }
+        (*place)[field.substr(begin)] = std::forward<Value>(value);
+    }
+};
+
+RecipeDraft::RecipeDraft() : m_content(std::make_unique<Content>()) {}
+RecipeDraft::~RecipeDraft() = default;
+RecipeDraft::RecipeDraft(RecipeDraft&& other) noexcept = default;
+RecipeDraft& RecipeDraft::operator=(RecipeDraft&& other) noexcept = default;
+
+RecipeDraft::Content& RecipeDraft::Own()
+{
+    if (m_content == nullptr) // moved from: begins anew
+        m_content = std::make_unique<Content>();
+    return *m_content;
+}
+
+RecipeDraft& RecipeDraft::Set(const std::string& field, double value)
+{
+    // JSON has no word for these; null would be taken for a field that is not set.
+    if (std::isfinite(value))
+        Own().Set(field, value);
+    else
+        Own().Set(field, std::isnan(value) ? "not a number" : value > 0.0 ? "infinite" : "negative infinite");
+    return *this;
+}
+
+RecipeDraft& RecipeDraft::Set(const std::string& field, int value)
+{
+    Own().Set(field, value);
+    return *this;
+}
+
+RecipeDraft& RecipeDraft::Set(const std::string& field, bool value)
+{
+    Own().Set(field, value);
+    return *this;
+}
+
+RecipeDraft& RecipeDraft::Set(const std::string& field, const char* text)
+{
+    Own().Set(field, std::string(text == nullptr ? "" : text));
+    return *this;
+}
+
+RecipeDraft& RecipeDraft::Set(const std::string& field, const std::string& text)
+{
+    Own().Set(field, text);
+    return *this;
+}
+
+RecipeDraft& RecipeDraft::SetJson(const std::string& field, const std::string& json)
+{
+    Translated([&] { Own().Set(field, ParseJsonText(json, field)); });
+    return *this;
+}
+
+RecipeDraft& RecipeDraft::SetZoneImage(const ImagePixels& cell)
+{
+    Translated([&] { Own().images.zoneImage = library::ExactCopy(cell, "cell"); });
+    return *this;
+}
+
+RecipeDraft& RecipeDraft::SetDeadImage(const ImagePixels& dead)
+{
+    Translated([&] { Own().images.deadImage = library::ExactCopy(dead, "dead"); });
+    return *this;
+}
+
+Recipe RecipeDraft::Check() const
+{
+    return Translated(
+        [&]
+        {
+            const Content content = m_content == nullptr ? Content() : *m_content;
+            RefuseForeignText(content.document);
+            return RecipeOf({ParseRecipe(content.document, ".", content.images)});
+        });
+}
+
+} // namespace narvo::v1

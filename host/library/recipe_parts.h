@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+// What a recipe of the host library holds.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "host/inspect/plan_keeper.h"
+#include "host/recipe/checked_recipe.h"
+#include "narvo/host_recipe.h"
+
+namespace narvo::v1
+{
+
+/// Regions, and the plan of each for the size that was inspected last.
+struct Recipe::Parts
+{
+    explicit Parts(std::vector<CheckedRecipe> checked) : regions(std::move(checked)), plans(regions.size()) {}
+
+    std::vector<CheckedRecipe> regions;
+    mutable std::vector<PlanKeeper> plans; ///< as many, each locked by itself
+};
+
+} // namespace narvo::v1

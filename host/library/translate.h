@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+// Between the public types of the host library and those of the host layer inside it.
+#pragma once
+
+#include <utility>
+
+#include "host/image/grey_image.h"
+#include "host/image/image_reading.h"
+#include "host/problem.h"
+#include "narvo/host_error.h"
+#include "narvo/image_pixels.h"
+
+namespace narvo::library
+{
+
+/// The public form of what was wrong.
+v1::Error PublicError(const HostError& error);
+
+/// Runs `call`; what the host layer refuses becomes the public exception.
+template <typename Call>
+auto Translated(Call&& call)
+{
+    try
+    {
+        return std::forward<Call>(call)();
+    }
+    catch (const HostError& error)
+    {
+        throw PublicError(error);
+    }
+}
+
+/// The bytes from row to row, with the default filled in.
+/// @throws HostError with all that is wrong with the image; `name` is that of the argument
+std::ptrdiff_t CheckedStride(const v1::ImagePixels& image, const std::string& name);
+
+/// A copy of an 8-bit image whose values mean something by themselves. @throws HostError as CheckedStride, or for
+/// another depth
+GreyImage ExactCopy(const v1::ImagePixels& image, const std::string& name);
+
+/// The image as an inspection reads it: where it lies, or in `copy`.
+/// @throws HostError as CheckedStride, or where `reading` does not fit 16-bit pixels
+GreyView ReadableView(const v1::ImagePixels& image, const ImageReading& reading, GreyImage& copy);
+
+} // namespace narvo::library

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+// The inspector: lanes that inspect images by recipes, and what they report.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "narvo/host_recipe.h"
+#include "narvo/image_pixels.h"
+
+namespace narvo::v1
+{
+
+/// A rectangle of pixels; right and bottom are exclusive.
+struct Box
+{
+    int left = 0;
+    int top = 0;
+    int right = 0;
+    int bottom = 0;
+};
+
+/// One reported defect. Coordinates are those of the image; y grows downward.
+struct Defect
+{
+    int number = 0;          ///< 1, 2, ... in the order of the report
+    bool bright = false;     ///< brighter than its reference, otherwise darker
+    int band = 0;            ///< 1 first pitch of the region, 2 middle, 3 last
+    bool single = false;     ///< seen against one neighbour only
+    int area = 0;            ///< pixels
+    Box box;                 ///< of all its pixels
+    int centerX = 0;         ///< mean of its pixels
+    int centerY = 0;
+    int peakX = 0;           ///< where it stands out most
+    int peakY = 0;
+    int peak = 0;            ///< how far it rises above its threshold there, grey levels
+    int maxDifference = 0;   ///< difference there, grey levels
+    int meanDifference = 0;  ///< grey levels
+    int meanGrey = 0;        ///< of its pixels
+    int meanReference = 0;   ///< of what they were compared with
+    int zone = 0;            ///< the zone that holds most of its pixels
+    int scale = 0;           ///< reduction of the image at which it stands out most; 1 where only the image is compared
+    int label = 0;           ///< the recipe's label
+    int diameter = 0;        ///< in the recipe's pixel sizes
+    double angle = 0.0;      ///< of the long axis, degrees
+    double majorAxis = 0.0;  ///< pixels
+    double minorAxis = 0.0;  ///< pixels
+    double circularity = 0.0;
+    double elongation = 0.0;
+};
+
+/// What came out of one region of an image.
+struct Report
+{
+    std::string name;                  ///< the region's in the recipe
+    int code = 0;                      ///< 1: all was inspected; 16: done in part or with re-runs, see warnings
+    bool vertical = false;             ///< compared along y, otherwise along x
+    Box region;                        ///< of shapes, the bounds
+    bool overflowed = false;           ///< more was found than the engine holds at once
+    double milliseconds = 0.0;         ///< all that the inspection took
+    std::vector<std::string> warnings; ///< what was perhaps not looked at, or lost
+    std::vector<Defect> defects;
+};
+
+/// Engines for a number of images at once. Any number of threads may call Inspect on one inspector: each call takes a
+/// free lane and waits while there is none. An inspector must not be destroyed while calls run. Results do not depend
+/// on the lane or on the calls before.
+class NARVOHOST_API Inspector
+{
+public:
+    /// `lanes` is how many images are inspected at once, 1 .. 256; further lanes take memory when they are first used.
+    /// @throws Error for another number, or without memory for the engines
+    explicit Inspector(int lanes = 1);
+    ~Inspector();
+    Inspector(const Inspector&) = delete;
+    Inspector& operator=(const Inspector&) = delete;
+
+    int Lanes() const noexcept;
+
+    /// Inspects all regions of the recipe, in their order. 8-bit pixels are inspected as they are; of 16-bit pixels, the
+    /// recipe's section `image` says how they become 8-bit grey.
+    /// @throws Error when the image is not valid or the recipe does not suit its size; std::bad_alloc without memory,
+    /// and the inspector stays usable
+    std::vector<Report> Inspect(const ImagePixels& image, const Recipe& recipe);
+
+private:
+    struct LaneSet;
+    std::unique_ptr<LaneSet> m_lanes;
+};
+
+} // namespace narvo::v1
