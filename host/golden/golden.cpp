@@ -12,6 +12,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "host/golden/edge_growth.h"
+#include "host/golden/pattern_end.h"
 #include "host/image/cv_image.h"
 #include "host/inspect/channel_inspection.h"
 #include "host/inspect/elapsed.h"
@@ -37,6 +38,14 @@ void LeaveSeamOut(const std::optional<Seam>& seam, int margin, GreyImage& inside
     const int to = std::clamp(seam->place + margin, 0, side);
     cv::Mat view = ViewOf(inside);
     (seam->vertical ? view.colRange(from, to) : view.rowRange(from, to)).setTo(0);
+}
+
+std::string EndWarning(const PatternEnd& end)
+{
+    constexpr const char* sides[] = {"bottom", "top", "right", "left"};
+    const char* line = end.IsVertical() ? "column " : "row ";
+    return std::string("the pattern ends at ") + line + std::to_string(end.image) + " towards the " + sides[end.side] +
+           ", the reference's at " + line + std::to_string(end.reference) + "; the strip between is not compared";
 }
 
 ReferencePlace PlaceOf(const Blob& blob, const Registration& registration)
@@ -121,6 +130,9 @@ GoldenResult InspectRegistered(Inspector& inspector, int lane, const GoldenModel
     result.edgeGrowth = FitEdgeGrowth(result.reference, image, nearEdge, inside);
     for (GreyImage* picture : {&result.reference, &range.darkest, &range.brightest})
         GrowBright(result.edgeGrowth, *picture);
+    const std::vector<PatternEnd> ends = FindMovedEnds(result.reference, image, inside, settings.edgeTolerance);
+    for (const PatternEnd& end : ends)
+        LeaveEndOut(end, margin, inside);
     result.base = ThresholdFromNoise(result.reference, image, range, nearEdge, inside);
     if (settings.threshold > 0)
         result.base.flat = result.base.nearEdge = settings.threshold;
@@ -147,6 +159,8 @@ GoldenResult InspectRegistered(Inspector& inspector, int lane, const GoldenModel
             std::to_string(seam->place) + ": the pattern behind it is displaced by " +
             FormatNumber(std::round(seam->step.x * 100.0) / 100.0) + ", " +
             FormatNumber(std::round(seam->step.y * 100.0) / 100.0) + " pixels; the line itself is not compared");
+    for (const PatternEnd& end : ends)
+        result.inspection.warnings.push_back(EndWarning(end));
     const cv::Mat mask = ViewOf(inside);
     result.compared = static_cast<double>(cv::countNonZero(mask)) / static_cast<double>(mask.total());
     return result;

@@ -16,15 +16,14 @@ constexpr int nCoarsestSide = 64;    // pixels: a reduced picture's shorter side
 constexpr int nFinestSide = 1024;    // pixels: a map is fitted on pictures of no longer side
 constexpr double dCoarseReach = 4.0; // pixels that a pattern may lie off on the coarsest level
 
-/// Whole blocks only, so that a pixel of the next level covers exactly four.
+} // namespace
+
 cv::Mat Halve(const cv::Mat& source)
 {
     cv::Mat target;
     cv::resize(source(cv::Rect(0, 0, source.cols & ~1, source.rows & ~1)), target, {}, 0.5, 0.5, cv::INTER_AREA);
     return target;
 }
-
-} // namespace
 
 std::vector<PictureLevel> BuildPyramid(const cv::Mat& reference, const cv::Mat& image, double reach)
 {

@@ -21,6 +21,9 @@ struct PictureLevel
     double FromWhole(double place) const { return (place - 0.5 * (scale - 1)) / scale; }
 };
 
+/// Half the size, by means of whole blocks, so that a pixel covers exactly four.
+cv::Mat Halve(const cv::Mat& source);
+
 /// The finest level first. Levels follow until a distance of `reach` pixels of the whole picture is short, or a further
 /// one would be too small.
 std::vector<PictureLevel> BuildPyramid(const cv::Mat& reference, const cv::Mat& image, double reach);

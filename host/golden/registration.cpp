@@ -28,6 +28,7 @@ constexpr double dLeastStructure = 0.1; // grey levels per pixel, root mean squa
 constexpr int nSeamLine = 8;            // pixels: an edge that lies elsewhere there makes no seam
 constexpr int nSeamReach = 64;
 constexpr std::size_t nLeastPoints = 6400;
+constexpr std::size_t nReducedPoints = 3200; // of a reduced level, whose map the finer ones improve on
 constexpr std::size_t nPixelsPerPoint = 100; // of large pictures
 constexpr int nCompareStep = 2;              // of the pixels along x and y one in so many is enough for a correlation
 
@@ -120,7 +121,9 @@ void CheckRegistrable(const char* field, const GreyImage& picture)
     std::vector<Problem> found;
     CheckSide(field, picture, found);
     ThrowIfAny(std::move(found));
-    CheckStructure(field, ViewOf(picture));
+    // As a registration sees it: reduced where the picture is large enough.
+    const cv::Mat whole = ViewOf(picture);
+    CheckStructure(field, std::min(whole.cols, whole.rows) >= 2 * nRegistrationSide ? Halve(whole) : whole);
 }
 
 Registration RegisterImage(const GreyImage& reference, const GreyImage& image, const RegistrationSettings& settings)
@@ -148,7 +151,7 @@ Registration RegisterImage(const GreyImage& reference, const GreyImage& image, c
     std::vector<EdgeLevel> levels;
     levels.reserve(pictures.size());
     for (const PictureLevel& level : pictures)
-        levels.emplace_back(level, &level == &pictures.front() ? wanted : nLeastPoints);
+        levels.emplace_back(level, &level == &pictures.front() ? wanted : nReducedPoints);
     map = ChooseStart(levels.back(), SearchCoarsely(pictures.back(), map, limits));
     ChosenMap chosen = ChooseMap(levels, limits, map);
     FittedMesh mesh = FitMesh(levels, chosen.fitted, width, height, settings.meshSpacing);

@@ -52,8 +52,8 @@ cv::Mat NarrowBright(const cv::Mat& picture, int side, int contrast)
 {
     cv::Mat wide;
     Erode(picture, wide, Square(side));
-    Dilate(wide, wide, Square(side));
-    Dilate(wide, wide, Square(side + 2));
+    // Back to its size, and by the outline's pixel: two squares in one.
+    Dilate(wide, wide, Square(2 * side + 1));
     cv::Mat narrow;
     cv::subtract(picture, wide, narrow);
     return narrow > contrast;

@@ -2,6 +2,7 @@
 // Boards and golden inspection from files to files, measurement on a folder of pairs, and bad input.
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "tools/run_narvo.h"
@@ -138,6 +139,32 @@ TEST(NarvoGolden, AListIsResumedAndOtherReferencesRefuseThat)
     const Outcome other = run("board.good2.png");
     EXPECT_EQ(other.code, 2);
     EXPECT_THAT(other.error, HasSubstr("made by another recipe"));
+}
+
+TEST(NarvoGolden, AFolderOfPairsIsNoRunOverManyImages)
+{
+    const TestFolder folder;
+    const Outcome outcome = RunNarvo(folder, {"golden", "--truth", ".", "--lanes", "2"});
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_THAT(outcome.error, HasSubstr("a folder of pairs alone, without --lanes"));
+}
+
+TEST(NarvoGolden, ColourImagesOfTheSimplestFormatAreFoundInFolders)
+{
+    const TestFolder folder;
+    ASSERT_EQ(MakeSmallBoard(folder, "board", "4").code, 0);
+    std::filesystem::create_directory(folder / "images");
+    const GreyImage image = LoadGreyImage(folder / "board.png");
+    std::ofstream file(folder / "images/a.ppm", std::ios::binary);
+    file << "P6\n" << image.Width() << ' ' << image.Height() << "\n255\n";
+    for (int y = 0; y < image.Height(); ++y)
+        for (int x = 0; x < image.Width(); ++x)
+            for (int channel = 0; channel < 3; ++channel)
+                file.put(static_cast<char>(image.Row(y)[x]));
+    file.close();
+    const Outcome outcome = RunNarvo(folder, {"golden", "board.good.png", "images", "--output", "run"});
+    EXPECT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_THAT(ReadText(folder / "run.jsonl"), HasSubstr("images/a.ppm"));
 }
 
 TEST(NarvoGolden, PairsOfAFolderAreMeasured)

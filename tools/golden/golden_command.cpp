@@ -39,13 +39,19 @@ int RunMany(const GoldenOptions& options)
 
 int RunGolden(const GoldenOptions& options)
 {
-    if (options.IsStreamed())
-        return RunMany(options);
     std::error_code error;
+    const bool pairs = !options.truth.empty() && std::filesystem::is_directory(options.truth, error);
+    if (pairs && (options.many.lanes > 0 || options.many.AsksForMany()))
+        throw HostError(
+            {{"--truth", options.truth,
+              "a folder of pairs alone, without --lanes, --list, --recursive, --resume and --overwrite: the "
+              "pairs are measured one after the other"}});
+    if (options.IsStreamed() && !pairs)
+        return RunMany(options);
     if (!options.truth.empty() && !std::filesystem::exists(options.truth, error))
         throw HostError(
             {{"truth " + options.truth, "no such file or folder", "a file of true defects, or a folder of pairs"}});
-    if (options.truth.empty() || !std::filesystem::is_directory(options.truth, error))
+    if (!pairs)
         return RunGoldenImages(options);
     ScoreOptions score = options.score;
     score.folder = options.truth;
