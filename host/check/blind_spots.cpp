@@ -4,6 +4,7 @@
 
 #include "host/check/block_words.h"
 #include "host/recipe/recipe_rules.h"
+#include "narvoassem/base/fixed_pitch.h"
 #include "narvoassem/blobstorage.h"
 
 namespace narvo
@@ -83,6 +84,35 @@ void AddEdges(const CConvParam& given, const CBlockTrace& trace, std::vector<std
             "the first and the last pitch: they assume rows of " +
             std::to_string((param.nImageWidth + nRowAlignment - 1) / nRowAlignment * nRowAlignment) +
             " bytes; give the image a width that is a multiple of 4");
+}
+
+/// Columns of a region that its comparison looks at, from the left side on: whole groups of 16, and what their
+/// references and windows reach.
+int ColumnsSeen(const CBlockTrace& trace)
+{
+    constexpr int group = 16;
+    const CConvParam& param = trace.param;
+    const int width = param.rtInspect.Width();
+    const int pitch16 = IsVertical(trace) ? 0 : engine::ToPitch16(param.GetRealConvPitch());
+    const int hop = (pitch16 + 8) >> 4; // where the partner of a hit is taken to lie
+    const int window = trace.eComparison != Comparison::Float           ? 1
+                       : trace.given.Has(engine::KernelOption::Window9) ? 3
+                                                                        : 2;
+    return std::min(width, std::max(width - (pitch16 >> 4), 0) / group * group + hop + window - 1);
+}
+
+void AddColumns(const CBlockTrace& trace, std::vector<std::string>& spots)
+{
+    const CRect& region = trace.param.rtInspect;
+    const bool floatAcross = trace.eComparison == Comparison::Float && !IsVertical(trace);
+    const bool table = trace.kernel.uses.Has(engine::KernelOption::ConvPitches);
+    if (!ComparesByPitch(trace) || trace.eComparison == Comparison::Trapezium || floatAcross || table)
+        return;
+    const int seen = ColumnsSeen(trace);
+    if (seen < region.Width())
+        spots.push_back(
+            "defects of which the region's columns from " + std::to_string(region.left + seen) +
+            " on hold all pixels: rows are compared in whole groups of 16 columns from the region's left side");
 }
 
 void AddBands(const CBlockTrace& trace, std::vector<std::string>& spots)
@@ -166,6 +196,7 @@ std::vector<std::string> WordBlindSpots(const CConvParam& given, const CBlockTra
     std::vector<std::string> spots;
     AddComparison(trace, spots);
     AddBands(trace, spots);
+    AddColumns(trace, spots);
     AddEdges(given, trace, spots);
     AddLevels(trace, spots);
     AddBinarise(trace, spots);

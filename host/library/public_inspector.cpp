@@ -139,7 +139,9 @@ private:
 
 } // namespace
 
-Inspector::Inspector(int lanes) : m_lanes(library::Translated([&] { return std::make_unique<LaneSet>(lanes); })) {}
+Inspector::Inspector(int lanes) : m_lanes(library::Translated([&] { return std::make_unique<LaneSet>(lanes); }))
+{
+}
 
 Inspector::~Inspector() = default;
 

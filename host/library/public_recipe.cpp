@@ -110,7 +110,9 @@ struct RecipeDraft::Content
     }
 };
 
-RecipeDraft::RecipeDraft() : m_content(std::make_unique<Content>()) {}
+RecipeDraft::RecipeDraft() : m_content(std::make_unique<Content>())
+{
+}
 RecipeDraft::~RecipeDraft() = default;
 RecipeDraft::RecipeDraft(RecipeDraft&& other) noexcept = default;
 RecipeDraft& RecipeDraft::operator=(RecipeDraft&& other) noexcept = default;

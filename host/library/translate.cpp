@@ -32,7 +32,9 @@ std::string LinesOf(const std::vector<Problem>& problems)
 
 } // namespace
 
-Error::Error(std::vector<Problem> problems) : m_problems(std::move(problems)), m_text(LinesOf(m_problems)) {}
+Error::Error(std::vector<Problem> problems) : m_problems(std::move(problems)), m_text(LinesOf(m_problems))
+{
+}
 
 Error::~Error() = default;
 
@@ -65,8 +67,9 @@ v1::Error PublicError(const HostError& error)
 std::ptrdiff_t CheckedStride(const v1::ImagePixels& image, const std::string& name)
 {
     std::vector<Problem> found;
-    const auto refuse = [&](const char* field, const std::string& value, const std::string& allowed)
-    { found.push_back({name + '.' + field, value, allowed}); };
+    const auto refuse = [&](const char* field, const std::string& value, const std::string& allowed) {
+        found.push_back({name + '.' + field, value, allowed});
+    };
     const std::string sides = "1 to " + std::to_string(nImageSideLimit);
 
     if (image.pixels == nullptr)

@@ -24,28 +24,28 @@ struct Box
 /// One reported defect. Coordinates are those of the image; y grows downward.
 struct Defect
 {
-    int number = 0;          ///< 1, 2, ... in the order of the report
-    bool bright = false;     ///< brighter than its reference, otherwise darker
-    int band = 0;            ///< 1 first pitch of the region, 2 middle, 3 last
-    bool single = false;     ///< seen against one neighbour only
-    int area = 0;            ///< pixels
-    Box box;                 ///< of all its pixels
-    int centerX = 0;         ///< mean of its pixels
+    int number = 0;      ///< 1, 2, ... in the order of the report
+    bool bright = false; ///< brighter than its reference, otherwise darker
+    int band = 0;        ///< 1 first pitch of the region, 2 middle, 3 last
+    bool single = false; ///< seen against one neighbour only
+    int area = 0;        ///< pixels
+    Box box;             ///< of all its pixels
+    int centerX = 0;     ///< mean of its pixels
     int centerY = 0;
-    int peakX = 0;           ///< where it stands out most
+    int peakX = 0; ///< where it stands out most
     int peakY = 0;
-    int peak = 0;            ///< how far it rises above its threshold there, grey levels
-    int maxDifference = 0;   ///< difference there, grey levels
-    int meanDifference = 0;  ///< grey levels
-    int meanGrey = 0;        ///< of its pixels
-    int meanReference = 0;   ///< of what they were compared with
-    int zone = 0;            ///< the zone that holds most of its pixels
-    int scale = 0;           ///< reduction of the image at which it stands out most; 1 where only the image is compared
-    int label = 0;           ///< the recipe's label
-    int diameter = 0;        ///< in the recipe's pixel sizes
-    double angle = 0.0;      ///< of the long axis, degrees
-    double majorAxis = 0.0;  ///< pixels
-    double minorAxis = 0.0;  ///< pixels
+    int peak = 0;           ///< how far it rises above its threshold there, grey levels
+    int maxDifference = 0;  ///< difference there, grey levels
+    int meanDifference = 0; ///< grey levels
+    int meanGrey = 0;       ///< of its pixels
+    int meanReference = 0;  ///< of what they were compared with
+    int zone = 0;           ///< the zone that holds most of its pixels
+    int scale = 0;          ///< reduction of the image at which it stands out most; 1 where only the image is compared
+    int label = 0;          ///< the recipe's label
+    int diameter = 0;       ///< in the recipe's pixel sizes
+    double angle = 0.0;     ///< of the long axis, degrees
+    double majorAxis = 0.0; ///< pixels
+    double minorAxis = 0.0; ///< pixels
     double circularity = 0.0;
     double elongation = 0.0;
 };
@@ -78,8 +78,8 @@ public:
 
     int Lanes() const noexcept;
 
-    /// Inspects all regions of the recipe, in their order. 8-bit pixels are inspected as they are; of 16-bit pixels, the
-    /// recipe's section `image` says how they become 8-bit grey.
+    /// Inspects all regions of the recipe, in their order. 8-bit pixels are inspected as they are; of 16-bit pixels,
+    /// the recipe's section `image` says how they become 8-bit grey.
     /// @throws Error when the image is not valid or the recipe does not suit its size; std::bad_alloc without memory,
     /// and the inspector stays usable
     std::vector<Report> Inspect(const ImagePixels& image, const Recipe& recipe);

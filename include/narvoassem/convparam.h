@@ -60,8 +60,8 @@ public:
     double dClassPitch; ///< nonzero selects the double overload of the class-id and wide pixel kernels
 
     // --- thresholds and switches ---
-    int nThreshold; ///< base, at least 1: grey levels (pixel), window-sum units (float); binarise: upper limit;
-                    ///< average: bright threshold; default 10
+    int nThreshold;       ///< base, at least 1: grey levels (pixel), window-sum units (float); binarise: upper limit;
+                          ///< average: bright threshold; default 10
     int nThresholdGain;   ///< gain on the larger compared value, 1/256; default 20
     int nGrayLimit;       ///< grey values are limited to this before comparing, 1 .. 255; default 255
     int nReservedGray;    ///< never read

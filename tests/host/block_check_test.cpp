@@ -167,8 +167,61 @@ TEST_F(BlockCheckTest, OddWidthsMisleadTheFilters)
     param.nImageWidth = 510;
     param.rtInspect.right = 510;
     EXPECT_THAT(Spots(), Contains(HasSubstr("a width that is a multiple of 4")));
+    EXPECT_THAT(Spots(), Contains(HasSubstr("columns from 496 on")));
     param.nInspectMode = 2; // no filters
     EXPECT_THAT(Spots(), Not(Contains(HasSubstr("multiple of 4"))));
+}
+
+/// The first column of the region from which on no column alone gives a blob; its right side where there is none.
+int FirstUnseen(const CConvParam& block, CAssemControl& control)
+{
+    int unseen = block.rtInspect.right;
+    for (int x = block.rtInspect.right - 1; x >= block.rtInspect.left; --x)
+    {
+        CConvParam param(block);
+        std::vector<unsigned char> image(static_cast<std::size_t>(block.nImageWidth) * block.nImageHeight, 100);
+        for (int y = 60; y < 63; ++y)
+            image[static_cast<std::size_t>(y * block.nImageWidth + x)] = 230;
+        param.pImage = image.data();
+        control.Inspect_Rect(0, &param, 0);
+        if (control.GetNarvoAssem(0)->GetBlobCount() > 0)
+            break;
+        unseen = x;
+    }
+    return unseen;
+}
+
+TEST(BlockCheck, ColumnsBehindTheLastWholeGroupAreNamedAsTheEngineLeavesThemOut)
+{
+    CAssemControl control;
+    ASSERT_EQ(control.InitAssemControl(1, 10), 1);
+    unsigned char pixel = 0;
+    for (const int mode : {0, 1})
+        for (const int direction : {0, 1})
+            for (const double pitch : {20.0, 20.25, 21.5})
+                for (const int width : {128, 129, 137, 143, 144})
+                {
+                    if (mode == 0 && direction == 0)
+                        continue; // not said
+                    CConvParam param;
+                    param.nInspectMode = mode;
+                    param.nDirection = direction;
+                    param.pImage = &pixel; // not read
+                    param.nImageWidth = 160;
+                    param.nImageHeight = 120;
+                    param.rtInspect = CRect(8, 4, 8 + width, 116);
+                    param.nConvWidth = param.nConvHeight = mode == 0 ? 2 : 1;
+                    param.dConvPitch = param.dScanPitch = pitch;
+                    param.nConvMultiple = param.nScanMultiple = 1;
+                    param.nThreshold = mode == 0 ? 80 : 20;
+                    const std::vector<std::string> spots = CheckBlock(param).blindSpots;
+                    const int unseen = FirstUnseen(param, control);
+                    if (unseen == param.rtInspect.right)
+                        EXPECT_THAT(spots, IsEmpty()) << mode << direction << pitch << ' ' << width;
+                    else
+                        EXPECT_THAT(spots, Contains(HasSubstr("columns from " + std::to_string(unseen) + " on")))
+                            << mode << direction << pitch << ' ' << width;
+                }
 }
 
 TEST_F(BlockCheckTest, BinariseLeavesTheLastColumnsOut)

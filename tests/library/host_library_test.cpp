@@ -120,8 +120,7 @@ TEST(HostLibrary, TakesSixteenBitPixels)
 {
     Inspector inspector;
     const auto pixels = Picture<std::uint16_t>(510, 600, {{300, 100, 0, 0}}, 16);
-    const std::vector<Report> reports =
-        inspector.Inspect({pixels.data(), 510, nHeight, 1200, 12}, Draft().Check());
+    const std::vector<Report> reports = inspector.Inspect({pixels.data(), 510, nHeight, 1200, 12}, Draft().Check());
     EXPECT_THAT(reports[0].defects, SizeIs(1));
     EXPECT_TRUE(Reports(reports, {300, 100, 0, 0}));
 }
@@ -204,8 +203,15 @@ TEST(HostLibrary, ObjectsThatWereMovedFromRefuse)
     EXPECT_THROW(recipe.Text(), Error);
     EXPECT_THROW(recipe.Regions(), Error);
     EXPECT_THROW(draft.Check(), Error);
-    EXPECT_EQ(draft.Set("mode", "binarise").Set("version", 1).Set("mode", "pixel").Set("threshold.base", 25)
-                  .Set("pitch.x", nPitchX).Set("pitch.y", nPitchY).Check().Text(), moved.Text());
+    EXPECT_EQ(draft.Set("mode", "binarise")
+                  .Set("version", 1)
+                  .Set("mode", "pixel")
+                  .Set("threshold.base", 25)
+                  .Set("pitch.x", nPitchX)
+                  .Set("pitch.y", nPitchY)
+                  .Check()
+                  .Text(),
+              moved.Text());
 }
 
 TEST(HostLibrary, RefusesLaneCountsOutsideTheirRange)
