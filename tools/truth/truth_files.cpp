@@ -42,7 +42,9 @@ std::vector<TruthDefect> TruthInMask(const fs::path& mask, const fs::path& image
 /// A mask is an image file.
 std::vector<TruthDefect> TruthInFile(const fs::path& file, const fs::path& image)
 {
-    return ReadImageHeader(file) ? TruthInMask(file, image) : LoadTruth(file);
+    // A FIFO would keep the look at its header waiting.
+    std::error_code error;
+    return fs::is_regular_file(file, error) && ReadImageHeader(file) ? TruthInMask(file, image) : LoadTruth(file);
 }
 
 std::vector<TruthDefect> TruthInFolder(const fs::path& folder, const fs::path& image)
