@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """Settings of the documentation site, for Sphinx. The pages are those of the source tree; scripts/docs builds them."""
 
+import logging
 import os
 import pathlib
 import re
@@ -64,6 +65,13 @@ def readable_signature(app, what, name, obj, options, signature, returned):
     return readable(signature), None if returned == "object" else readable(returned)
 
 
+def is_no_namespace(record):
+    """Each header declares the host library's namespace, which Sphinx takes for the same thing said twice."""
+    text = record.getMessage()
+    return not ("Duplicate C++ declaration" in text and re.search(r"cpp:type:: (narvo|v1)'", text))
+
+
 def setup(app):
+    logging.getLogger("sphinx.sphinx.domains.cpp").addFilter(is_no_namespace)
     app.connect("autodoc-process-signature", readable_signature)
     app.connect("missing-reference", resolve_tree_path)

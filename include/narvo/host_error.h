@@ -26,9 +26,12 @@ struct Problem
 class NARVOHOST_API Error : public std::exception
 {
 public:
+    /// `problems` must not be empty.
     explicit Error(std::vector<Problem> problems);
     ~Error() override;
+    /// Copies problems and text.
     Error(const Error&) = default;
+    /// As the copy.
     Error& operator=(const Error&) = default;
 
     /// At least one.

@@ -15,25 +15,25 @@ namespace narvo::v1
 /// A rectangle of pixels; right and bottom are exclusive.
 struct Box
 {
-    int left = 0;
-    int top = 0;
-    int right = 0;
-    int bottom = 0;
+    int left = 0;   ///< first column
+    int top = 0;    ///< first row
+    int right = 0;  ///< column behind the last one
+    int bottom = 0; ///< row behind the last one
 };
 
 /// One reported defect. Coordinates are those of the image; y grows downward.
 struct Defect
 {
-    int number = 0;      ///< 1, 2, ... in the order of the report
-    bool bright = false; ///< brighter than its reference, otherwise darker
-    int band = 0;        ///< 1 first pitch of the region, 2 middle, 3 last
-    bool single = false; ///< seen against one neighbour only
-    int area = 0;        ///< pixels
-    Box box;             ///< of all its pixels
-    int centerX = 0;     ///< mean of its pixels
-    int centerY = 0;
-    int peakX = 0; ///< where it stands out most
-    int peakY = 0;
+    int number = 0;         ///< 1, 2, ... in the order of the report
+    bool bright = false;    ///< brighter than its reference, otherwise darker
+    int band = 0;           ///< 1 first pitch of the region, 2 middle, 3 last
+    bool single = false;    ///< seen against one neighbour only
+    int area = 0;           ///< pixels
+    Box box;                ///< of all its pixels
+    int centerX = 0;        ///< mean of its pixels along x
+    int centerY = 0;        ///< the same along y
+    int peakX = 0;          ///< column where it stands out most
+    int peakY = 0;          ///< row where it does
     int peak = 0;           ///< how far it rises above its threshold there, grey levels
     int maxDifference = 0;  ///< difference there, grey levels
     int meanDifference = 0; ///< grey levels
@@ -46,8 +46,8 @@ struct Defect
     double angle = 0.0;     ///< of the long axis, degrees
     double majorAxis = 0.0; ///< pixels
     double minorAxis = 0.0; ///< pixels
-    double circularity = 0.0;
-    double elongation = 0.0;
+    double circularity = 0.0; ///< 1 for a disc, less for other shapes
+    double elongation = 0.0;  ///< area over the major axis, pixels: the mean width of a long defect
 };
 
 /// What came out of one region of an image.
@@ -60,7 +60,7 @@ struct Report
     bool overflowed = false;           ///< more was found than the engine holds at once
     double milliseconds = 0.0;         ///< all that the inspection took
     std::vector<std::string> warnings; ///< what was perhaps not looked at, or lost
-    std::vector<Defect> defects;
+    std::vector<Defect> defects;       ///< by number
 };
 
 /// Engines for a number of images at once. Any number of threads may call Inspect on one inspector: each call takes a
@@ -76,6 +76,7 @@ public:
     Inspector(const Inspector&) = delete;
     Inspector& operator=(const Inspector&) = delete;
 
+    /// As handed to the constructor.
     int Lanes() const noexcept;
 
     /// Inspects all regions of the recipe, in their order. 8-bit pixels are inspected as they are; of 16-bit pixels,

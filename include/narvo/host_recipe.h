@@ -36,7 +36,9 @@ public:
     void CheckSize(int width, int height) const;
 
     struct Parts; ///< of the library
+    /// For the library itself.
     explicit Recipe(std::shared_ptr<const Parts> parts) : m_parts(std::move(parts)) {}
+    /// For the library itself.
     const Parts& GetParts() const;
 
 private:
@@ -51,13 +53,20 @@ class NARVOHOST_API RecipeDraft
 public:
     RecipeDraft();
     ~RecipeDraft();
+    /// Leaves `other` as a new draft.
     RecipeDraft(RecipeDraft&& other) noexcept;
+    /// Leaves `other` as a new draft.
     RecipeDraft& operator=(RecipeDraft&& other) noexcept;
 
+    /// Sets a number, in the field's unit and range. @return this draft
     RecipeDraft& Set(const std::string& field, double value);
+    /// Sets a whole number. @return this draft
     RecipeDraft& Set(const std::string& field, int value);
+    /// Sets a switch. @return this draft
     RecipeDraft& Set(const std::string& field, bool value);
+    /// Sets a word, such as that of "mode", or the name of a file. @return this draft
     RecipeDraft& Set(const std::string& field, const char* text);
+    /// The same.
     RecipeDraft& Set(const std::string& field, const std::string& text);
     /// A list or an object, as JSON: SetJson("zones.list", R"([{"index": 1, "offset": 12}])").
     /// @throws Error when it is no JSON
