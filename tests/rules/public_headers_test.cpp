@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#define NARVO_HEADER(name) long HeaderStandard_##name();
+#define NARVO_HEADER(folder, name) long HeaderStandard_##name();
 #include "header_table.inc"
 #undef NARVO_HEADER
 
@@ -18,7 +18,7 @@ namespace
 const std::map<std::string, long (*)()>& Headers()
 {
     static const std::map<std::string, long (*)()> headers = {
-#define NARVO_HEADER(name) {#name ".h", HeaderStandard_##name},
+#define NARVO_HEADER(folder, name) {#folder "/" #name ".h", HeaderStandard_##name},
 #include "header_table.inc"
 #undef NARVO_HEADER
     };
@@ -32,14 +32,20 @@ TEST(PublicHeaders, EachCompilesAloneAsCpp17)
         EXPECT_EQ(pStandard(), 201703L) << strName;
 }
 
-TEST(PublicHeaders, EveryHeaderOfTheFolderIsInstalled)
+TEST(PublicHeaders, EveryHeaderOfTheirFoldersIsInstalled)
 {
     std::set<std::string> installed;
+    std::set<std::string> folders;
     for (const auto& [strName, pStandard] : Headers())
+    {
         installed.insert(strName);
+        folders.insert(strName.substr(0, strName.find('/')));
+    }
+    EXPECT_EQ(folders.size(), static_cast<std::size_t>(NARVO_HEADER_FOLDERS));
     std::set<std::string> present;
-    for (const auto& entry : std::filesystem::directory_iterator(NARVO_HEADER_FOLDER))
-        present.insert(entry.path().filename().string());
+    for (const std::string& strFolder : folders)
+        for (const auto& entry : std::filesystem::directory_iterator(NARVO_HEADER_FOLDER "/" + strFolder))
+            present.insert(strFolder + '/' + entry.path().filename().string());
     EXPECT_EQ(present, installed);
 }
 
