@@ -52,7 +52,7 @@ TEST(RecordLayout, EveryExportedRecordIsInTheTable)
 
     const std::regex definition(R"((?:^|\n)(?:class|struct) (?:NARVO_API )?(\w+)[^;{]*\{)");
     std::size_t nFound = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(NARVO_HEADER_FOLDER))
+    for (const auto& entry : std::filesystem::directory_iterator(NARVO_HEADER_FOLDER "/narvoassem"))
     {
         std::ifstream file(entry.path());
         const std::string strText(std::istreambuf_iterator<char>(file), {});
