@@ -7,6 +7,7 @@
 
 #include <opencv2/imgproc.hpp>
 
+#include "host/boxes.h"
 #include "host/image/cv_image.h"
 #include "host/input/texture_deviations.h"
 #include "host/recipe/region_shape.h"
@@ -24,16 +25,6 @@ constexpr int nFromBorder = 16; // pixels: inside
 constexpr int nAtBorder = 3;    // pixels: at the border
 constexpr int nTakenMargin = 8; // pixels kept free around what is reported without a defect
 constexpr int nPlaceDraws = 60;
-
-CRect GrownBy(const CRect& rect, int margin)
-{
-    return {rect.left - margin, rect.top - margin, rect.right + margin, rect.bottom + margin};
-}
-
-bool Overlap(const CRect& a, const CRect& b)
-{
-    return a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
-}
 
 cv::Rect RectOf(const CRect& rect)
 {
@@ -102,7 +93,7 @@ PlantingArea::PlantingArea(const GreyImage& image, const std::vector<CheckedReci
         });
     for (const InspectionResult& result : clean)
         for (const Blob& blob : result.blobs)
-            m_taken.push_back(GrownBy(blob.box, nTakenMargin));
+            m_taken.push_back(Grown(blob.box, nTakenMargin));
 }
 
 PlantingArea::~PlantingArea() = default;
@@ -141,7 +132,7 @@ std::vector<PlantingCell> PlantingArea::Cells(int largest) const
             const CRect rect(part(m_width, columns, column), part(m_height, rows, row),
                              part(m_width, columns, column + 1), part(m_height, rows, row + 1));
             if (CountIn(rect) > 0)
-                cells.push_back({rect, !Covers(GrownBy(rect, 1))});
+                cells.push_back({rect, !Covers(Grown(rect, 1))});
         }
     return cells;
 }
@@ -187,7 +178,7 @@ std::optional<CRect> PlantingArea::FindPlace(const PlantingCell& cell, int shape
             if (!isInCell(x, y) || !Covers(boxAt(x, y)))
                 continue;
         }
-        else if (!Covers(GrownBy(boxAt(x, y), nFromBorder)))
+        else if (!Covers(Grown(boxAt(x, y), nFromBorder)))
             continue;
         const CRect found = boxAt(x, y);
         if (std::none_of(m_taken.begin(), m_taken.end(), [&](const CRect& taken) { return Overlap(taken, found); }))

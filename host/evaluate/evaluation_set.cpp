@@ -37,11 +37,6 @@ std::string LowerEnding(const fs::path& file)
     return ending;
 }
 
-bool IsImageFile(const fs::path& file)
-{
-    return HasImageEnding(file);
-}
-
 /// Regular files of a folder that is there, by name.
 std::vector<fs::path> FilesIn(const fs::path& folder)
 {
@@ -60,7 +55,7 @@ std::vector<fs::path> FilesIn(const fs::path& folder)
 std::vector<fs::path> ImagesIn(const fs::path& folder)
 {
     std::vector<fs::path> files = FilesIn(folder);
-    std::erase_if(files, [](const fs::path& file) { return !IsImageFile(file); });
+    std::erase_if(files, [](const fs::path& file) { return !HasImageEnding(file); });
     return files;
 }
 

@@ -9,6 +9,8 @@
 
 #include <opencv2/imgproc.hpp>
 
+#include "host/boxes.h"
+
 namespace narvo
 {
 
@@ -26,16 +28,6 @@ BinCounts CountsOf(const std::vector<std::uint32_t>& dense)
         if (dense[bin] != 0)
             counts.emplace_back(static_cast<std::uint16_t>(bin), dense[bin]);
     return counts;
-}
-
-bool Meet(const CRect& a, const CRect& b)
-{
-    return a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
-}
-
-CRect Grown(const CRect& box, int margin)
-{
-    return {box.left - margin, box.top - margin, box.right + margin, box.bottom + margin};
 }
 
 /// Whether a pixel of region `number` lies in the rectangle.
@@ -170,7 +162,7 @@ ImageMeasure MeasureImage(const ImageScores& scores, const ImageTruth& truth, co
             {
                 const TrueRegion& region = truth.regions[i];
                 const CRect reach = Grown(blob.box, rules.margin);
-                if (blob.area > rules.largest * region.area || !Meet(reach, region.box) ||
+                if (blob.area > rules.largest * region.area || !Overlap(reach, region.box) ||
                     (truth.outlined && !HasPixelIn(truth.labels, static_cast<int>(i) + 1, reach)))
                     continue;
                 measure.regions[i].found[factor] = true;

@@ -88,7 +88,7 @@ GreyImage ConvertToGrey(const cv::Mat& pixels, int fullScale, const ImageReading
     if (reading.channel == Channel_Each && colours.channels() >= 3)
     {
         std::vector<GreyImage> channels;
-        for (const Channel channel : {Channel_Red, Channel_Green, Channel_Blue})
+        for (const Channel channel : inspectedChannels)
         {
             ImageReading one = reading;
             one.channel = channel;

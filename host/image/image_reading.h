@@ -27,6 +27,9 @@ enum Channel : int
     Channel_Each = 6     ///< red, green and blue, each inspected by itself
 };
 
+/// What Channel_Each inspects, in the order of GreyImage::Channels.
+inline constexpr Channel inspectedChannels[] = {Channel_Red, Channel_Green, Channel_Blue};
+
 /// The colour filters of the first two pixels of the first two rows.
 enum Bayer : int
 {

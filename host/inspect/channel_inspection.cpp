@@ -7,19 +7,20 @@
 #include <tuple>
 #include <utility>
 
+#include "host/image/image_reading.h"
+
 namespace narvo
 {
 
 InspectionResult JoinChannels(std::vector<InspectionResult> byChannel)
 {
-    static constexpr const char* names[] = {"red: ", "green: ", "blue: "};
     std::vector<std::vector<Blob>> blobs;
     for (std::size_t i = 0; i < byChannel.size(); ++i)
     {
         for (Blob& blob : byChannel[i].blobs)
             blob.channel = inspectedChannels[i];
         for (std::string& warning : byChannel[i].warnings)
-            warning.insert(0, names[i]);
+            warning.insert(0, std::string(ChannelName(inspectedChannels[i])) + ": ");
         blobs.push_back(std::move(byChannel[i].blobs));
     }
     InspectionResult joined = std::move(byChannel.front());

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "host/boxes.h"
 #include "host/image/grey_image.h"
-#include "host/image/image_reading.h"
 #include "host/inspect/inspector.h"
 #include "narvoassem/platform.h"
 
@@ -17,9 +17,6 @@ namespace narvo
 {
 
 class InspectionPlan;
-
-/// The channels of GreyImage::Channels, in their order.
-constexpr Channel inspectedChannels[] = {Channel_Red, Channel_Green, Channel_Blue};
 
 /// What several channels found, as one list in the order of the channels: of what different channels found in one place
 /// (boxes that overlap), the strongest stands, and its box grows to hold the others. `stronger(a, b)` is a strict
@@ -33,8 +30,6 @@ std::vector<Found> JoinFound(const std::vector<std::vector<Found>>& byChannel, S
         std::size_t channel;
         Found joined;
     };
-    const auto overlap = [](const CRect& a, const CRect& b)
-    { return a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom; };
     std::vector<Entry> entries;
     for (std::size_t channel = 0; channel < byChannel.size(); ++channel)
         for (const Found& found : byChannel[channel])
@@ -51,7 +46,7 @@ std::vector<Found> JoinFound(const std::vector<std::vector<Found>>& byChannel, S
         const auto first =
             std::find_if(kept.begin(), kept.end(),
                          [&](const Entry* other)
-                         { return other->channel != entry->channel && overlap(other->found->box, entry->found->box); });
+                         { return other->channel != entry->channel && Overlap(other->found->box, entry->found->box); });
         if (first == kept.end())
         {
             kept.push_back(entry);

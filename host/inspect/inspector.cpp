@@ -6,6 +6,7 @@
 #include <chrono>
 #include <iterator>
 
+#include "host/boxes.h"
 #include "host/inspect/channel_inspection.h"
 #include "host/inspect/elapsed.h"
 #include "host/inspect/inspection_plan.h"
@@ -96,14 +97,12 @@ void CollectPairs(CNarvoAssem& engine, InspectionResult& result)
 /// two blobs of one polarity that overlap the larger stands, of equal ones the first.
 void DropRepeated(std::vector<Blob>& blobs)
 {
-    const auto overlap = [](const CRect& a, const CRect& b)
-    { return a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom; };
     std::stable_sort(blobs.begin(), blobs.end(), [](const Blob& a, const Blob& b) { return a.area > b.area; });
     std::vector<Blob> kept;
     for (const Blob& blob : blobs)
         if (std::none_of(kept.begin(), kept.end(),
                          [&](const Blob& other)
-                         { return other.bright == blob.bright && overlap(other.box, blob.box); }))
+                         { return other.bright == blob.bright && Overlap(other.box, blob.box); }))
             kept.push_back(blob);
     blobs = std::move(kept);
 }

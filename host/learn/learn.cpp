@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <utility>
 
 #include "host/counted.h"
+#include "host/image/image_reading.h"
 #include "host/learn/candidate.h"
 #include "host/learn/extreme_value.h"
 #include "host/learn/spot_trial.h"
@@ -25,7 +27,7 @@ constexpr std::size_t nGroupsMost = 10;
 constexpr std::size_t nTrialImages = 3;
 constexpr std::uint64_t nPlantSeed = 7;
 constexpr std::size_t nImagesWanted = 6;
-constexpr std::size_t nChannels = 3;
+constexpr std::size_t nChannels = std::size(inspectedChannels);
 
 void Check(const std::vector<BatchImage>& good, const LearnSettings& settings)
 {

@@ -12,6 +12,7 @@
 #include "narvoassem/compare/comparison.h"
 #include "reference/check_reference.h"
 #include "reference/side_mode_reference.h"
+#include "soak/case_entry.h"
 #include "soak/case_maker.h"
 #include "soak/case_runner.h"
 #include "support/vector_levels.h"
@@ -20,21 +21,6 @@ namespace
 {
 
 using namespace narvo::test;
-
-Entry EntryOf(CaseCall eCall)
-{
-    switch (eCall)
-    {
-    case CaseCall::RectAsg:
-        return Entry::RectAsg;
-    case CaseCall::Asg:
-        return Entry::Asg;
-    case CaseCall::Trapezium:
-        return Entry::Trapezium;
-    default:
-        return Entry::Rect;
-    }
-}
 
 void RequireExpectedCode(const CSoakCase& soakCase, const CCaseResult& result)
 {

@@ -16,6 +16,7 @@
 #include "narvoassem/base/truncate.h"
 #include "narvoassem/narvoassem.h"
 #include "reference/check_reference.h"
+#include "soak/case_entry.h"
 #include "soak/case_maker.h"
 #include "soak/case_source.h"
 #include "support/random.h"
@@ -51,39 +52,29 @@ constexpr BlockCall CallOf(Entry entry)
     }
 }
 
-constexpr Entry EntryOf(CaseCall call)
+/// A block that is compared: pixel mode down an image of that size, periods of 32 by 24 pixels.
+CConvParam PlainBlock(unsigned char* image, int width, int height)
 {
-    switch (call)
-    {
-    case CaseCall::RectAsg:
-        return Entry::RectAsg;
-    case CaseCall::Asg:
-        return Entry::Asg;
-    case CaseCall::Trapezium:
-        return Entry::Trapezium;
-    default:
-        return Entry::Rect;
-    }
+    CConvParam param;
+    param.nInspectMode = 1;
+    param.nDirection = 1;
+    param.pImage = image;
+    param.nImageWidth = width;
+    param.nImageHeight = height;
+    param.rtInspect = CRect(0, 0, width, height);
+    param.nConvWidth = param.nConvHeight = 1;
+    param.dConvPitch = 32.0;
+    param.dScanPitch = 24.0;
+    param.nConvMultiple = param.nScanMultiple = 1;
+    param.nThreshold = 25;
+    return param;
 }
 
-/// A block that is compared: pixel mode over an image of 512 by 480 pixels.
+/// Such a block over 512 by 480 pixels.
 class BlockCheckTest : public testing::Test
 {
 protected:
-    BlockCheckTest() : m_image(512 * 480, 100)
-    {
-        param.nInspectMode = 1;
-        param.nDirection = 1;
-        param.pImage = m_image.data();
-        param.nImageWidth = 512;
-        param.nImageHeight = 480;
-        param.rtInspect = CRect(0, 0, 512, 480);
-        param.nConvWidth = param.nConvHeight = 1;
-        param.dConvPitch = 32.0;
-        param.dScanPitch = 24.0;
-        param.nConvMultiple = param.nScanMultiple = 1;
-        param.nThreshold = 25;
-    }
+    BlockCheckTest() : m_image(512 * 480, 100) { param = PlainBlock(m_image.data(), 512, 480); }
 
     std::vector<std::string> RefusedFields(BlockCall call = BlockCall_Rect) const
     {
@@ -202,17 +193,13 @@ TEST(BlockCheck, ColumnsBehindTheLastWholeGroupAreNamedAsTheEngineLeavesThemOut)
                 for (const int width : {128, 129, 137, 143, 144})
                 {
                     if (mode == 0 && direction == 0)
-                        continue; // not said
-                    CConvParam param;
+                        continue;                                    // not said
+                    CConvParam param = PlainBlock(&pixel, 160, 120); // the pixel is not read
                     param.nInspectMode = mode;
                     param.nDirection = direction;
-                    param.pImage = &pixel; // not read
-                    param.nImageWidth = 160;
-                    param.nImageHeight = 120;
                     param.rtInspect = CRect(8, 4, 8 + width, 116);
                     param.nConvWidth = param.nConvHeight = mode == 0 ? 2 : 1;
                     param.dConvPitch = param.dScanPitch = pitch;
-                    param.nConvMultiple = param.nScanMultiple = 1;
                     param.nThreshold = mode == 0 ? 80 : 20;
                     const std::vector<std::string> spots = CheckBlock(param).blindSpots;
                     const int unseen = FirstUnseen(param, control);

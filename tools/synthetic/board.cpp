@@ -8,10 +8,10 @@
 #include <optional>
 #include <string>
 
+#include "host/boxes.h"
 #include "host/problem.h"
 #include "tools/synthetic/drawing.h"
 #include "tools/synthetic/plan_check.h"
-#include "tools/truth/boxes.h"
 
 namespace narvo::tools
 {
@@ -307,7 +307,7 @@ void AddDefects(const BoardPlan& plan, const Layout& layout, Photograph& photo, 
         if (mark.pixels < nLeastPixels || box.left < inner.left || box.top < inner.top || box.right > inner.right ||
             box.bottom > inner.bottom)
             continue;
-        const auto close = [&](const TruthDefect& other) { return Touches(Grow(box, nApart, nApart), other.box); };
+        const auto close = [&](const TruthDefect& other) { return Overlap(Grown(box, nApart), other.box); };
         if (std::any_of(truth.begin(), truth.end(), close))
             continue;
         photo.Draw(defect.stroke);

@@ -10,7 +10,6 @@
 #include "host/problem.h"
 #include "tools/synthetic/drawing.h"
 #include "tools/synthetic/plan_check.h"
-#include "tools/truth/boxes.h"
 
 namespace narvo::tools
 {

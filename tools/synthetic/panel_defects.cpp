@@ -7,8 +7,8 @@
 #include <functional>
 #include <numbers>
 
+#include "host/boxes.h"
 #include "tools/synthetic/drawing.h"
-#include "tools/truth/boxes.h"
 
 namespace narvo::tools
 {
@@ -182,8 +182,8 @@ void AddDefects(const PanelPlan& plan, Canvas& canvas, std::vector<TruthDefect>&
             continue;
         // Two defects at the same place of neighbouring periods would answer for each other.
         const CRect guarded =
-            Grow(shape.reach, static_cast<int>(std::ceil(plan.pitchX)), static_cast<int>(std::ceil(plan.pitchY)));
-        if (std::any_of(taken.begin(), taken.end(), [&](const CRect& other) { return Touches(guarded, other); }))
+            Grown(shape.reach, static_cast<int>(std::ceil(plan.pitchX)), static_cast<int>(std::ceil(plan.pitchY)));
+        if (std::any_of(taken.begin(), taken.end(), [&](const CRect& other) { return Overlap(guarded, other); }))
             continue;
         TruthDefect defect;
         if (!Apply(shape, canvas, defect))

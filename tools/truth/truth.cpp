@@ -8,6 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/boxes.h"
 #include "host/evaluate/box_files.h"
 #include "host/file/input_file.h"
 #include "host/file/name_text.h"
@@ -15,7 +16,6 @@
 #include "host/foreign_text.h"
 #include "host/problem.h"
 #include "host/recipe/recipe_file.h"
-#include "tools/truth/boxes.h"
 
 namespace narvo::tools
 {
@@ -71,7 +71,7 @@ TruthScore CompareWithTruth(const std::vector<TruthDefect>& truth, const std::ve
     score.falseBlobs.assign(blobs.size(), true);
     for (std::size_t i = 0; i < truth.size(); ++i)
         for (std::size_t j = 0; j < blobs.size(); ++j)
-            if (Touches(Grow(truth[i].box, nTruthMargin, nTruthMargin), blobs[j].box))
+            if (Overlap(Grown(truth[i].box, nTruthMargin), blobs[j].box))
             {
                 score.found[i] = true;
                 score.falseBlobs[j] = false;
