@@ -48,6 +48,7 @@ BlockCheck CheckBlock(const CConvParam& param, BlockCall call)
     const engine::CBlockTrace trace = engine::TraceBlock(param, CallOf(call));
     BlockCheck check;
     check.code = trace.nCode;
+    check.vertical = trace.param.nDirection != 0;
     check.refusals = WordRefusals(trace.param, trace.refusals, trace.steps.bVertical);
     check.ignored = WordIgnored(trace);
     if (trace.nCode != 1)

@@ -36,6 +36,7 @@ struct TableRead
 struct BlockCheck
 {
     int code = 1;                        ///< 1 where it compares; 8 or 64 where it refuses
+    bool vertical = false;               ///< the direction that it takes: along y
     std::vector<Problem> refusals;       ///< all reasons of a refusal, the first one that the engine meets in front
     std::vector<std::string> hazards;    ///< settings with which it may read outside tables of any size
     std::vector<std::string> blindSpots; ///< what it does not look at, or cannot see, although it returns 1
@@ -55,5 +56,21 @@ struct BlockCheck
 /// a lane has its stores (InitAssemControl) is not known here: without them each comparison returns 8.
 /// @throws std::bad_alloc
 BlockCheck CheckBlock(const CConvParam& param, BlockCall call = BlockCall_Rect);
+
+/// What a host holds behind one of the block's pointers.
+struct TableSize
+{
+    std::string field;       ///< the pointer's name
+    std::int64_t before = 0; ///< elements before the one it points at
+    std::int64_t count = 0;  ///< elements from that one on
+};
+
+/// Whether a call may be made with tables of these sizes: all that CheckBlock refuses or calls a hazard, every table
+/// that is read and not listed or too short, and, where an origin grid is read, what is not as regular in it as the
+/// block's cells are. Of each pointer no more is read than `sizes` says, and of the tables only pZoneOriginTable.
+/// @return what is wrong; empty: the call reads nothing outside of what was listed
+/// @throws std::bad_alloc
+std::vector<Problem> CheckTables(const CConvParam& param, const std::vector<TableSize>& sizes,
+                                 BlockCall call = BlockCall_Rect);
 
 } // namespace narvo

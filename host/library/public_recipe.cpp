@@ -34,21 +34,16 @@ void RefuseForeignText(const nlohmann::json& document)
     }
 }
 
-Recipe RecipeOf(std::vector<CheckedRecipe> regions)
-{
-    return Recipe(std::make_shared<const Recipe::Parts>(std::move(regions)));
-}
-
 } // namespace
 
 Recipe Recipe::FromFile(const std::filesystem::path& file)
 {
-    return Translated([&] { return RecipeOf(LoadRecipes(file)); });
+    return Translated([&] { return library::MakeRecipe(LoadRecipes(file)); });
 }
 
 Recipe Recipe::FromText(const std::string& json, const std::filesystem::path& folder)
 {
-    return Translated([&] { return RecipeOf(ParseRecipes(ParseJsonText(json, "recipe"), folder)); });
+    return Translated([&] { return library::MakeRecipe(ParseRecipes(ParseJsonText(json, "recipe"), folder)); });
 }
 
 std::size_t Recipe::Regions() const
@@ -59,6 +54,18 @@ std::size_t Recipe::Regions() const
 std::string Recipe::Text() const
 {
     return Translated([&] { return RecipesToJson(GetParts().regions).dump(2); });
+}
+
+void Recipe::Save(const std::filesystem::path& file) const
+{
+    Translated(
+        [&]
+        {
+            const std::vector<CheckedRecipe>& regions = GetParts().regions;
+            if (regions.size() > 1)
+                throw HostError({{"recipe", std::to_string(regions.size()) + " regions", "a recipe of one region"}});
+            SaveRecipeWithImages(file, *regions.front());
+        });
 }
 
 void Recipe::CheckSize(int width, int height) const
@@ -183,7 +190,7 @@ Recipe RecipeDraft::Check() const
         {
             const Content content = m_content == nullptr ? Content() : *m_content;
             RefuseForeignText(content.document);
-            return RecipeOf({ParseRecipe(content.document, ".", content.images)});
+            return library::MakeRecipe({ParseRecipe(content.document, ".", content.images)});
         });
 }
 

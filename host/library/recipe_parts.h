@@ -22,3 +22,13 @@ struct Recipe::Parts
 };
 
 } // namespace narvo::v1
+
+namespace narvo::library
+{
+
+inline v1::Recipe MakeRecipe(std::vector<CheckedRecipe> regions)
+{
+    return v1::Recipe(std::make_shared<const v1::Recipe::Parts>(std::move(regions)));
+}
+
+} // namespace narvo::library

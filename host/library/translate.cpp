@@ -56,12 +56,18 @@ constexpr std::ptrdiff_t nStrideLimit = 1073741824;
 
 } // namespace
 
+std::vector<v1::Problem> PublicProblems(const std::vector<Problem>& problems)
+{
+    std::vector<v1::Problem> made;
+    made.reserve(problems.size());
+    for (const Problem& problem : problems)
+        made.push_back({problem.field, problem.value, problem.allowed});
+    return made;
+}
+
 v1::Error PublicError(const HostError& error)
 {
-    std::vector<v1::Problem> problems;
-    for (const Problem& problem : error.Problems())
-        problems.push_back({problem.field, problem.value, problem.allowed});
-    return v1::Error(std::move(problems));
+    return v1::Error(PublicProblems(error.Problems()));
 }
 
 std::ptrdiff_t CheckedStride(const v1::ImagePixels& image, const std::string& name)
@@ -107,9 +113,10 @@ GreyImage ExactCopy(const v1::ImagePixels& image, const std::string& name)
     return {static_cast<const std::uint8_t*>(image.pixels), image.width, image.height, stride};
 }
 
-GreyView ReadableView(const v1::ImagePixels& image, const ImageReading& reading, GreyImage& copy)
+GreyView ReadableView(const v1::ImagePixels& image, const ImageReading& reading, GreyImage& copy,
+                      const std::string& name)
 {
-    const std::ptrdiff_t stride = CheckedStride(image, "image");
+    const std::ptrdiff_t stride = CheckedStride(image, name);
     if (image.bits == 8)
     {
         const auto* pixels = static_cast<const std::uint8_t*>(image.pixels);
@@ -122,8 +129,15 @@ GreyView ReadableView(const v1::ImagePixels& image, const ImageReading& reading,
     // OpenCV knows no pixels that are only read; nothing writes to these.
     const cv::Mat pixels(image.height, image.width, CV_16UC1, const_cast<void*>(image.pixels),
                          static_cast<std::size_t>(stride));
-    copy = ConvertToGrey(pixels, (1 << image.bits) - 1, reading, "image", nullptr);
+    copy = ConvertToGrey(pixels, (1 << image.bits) - 1, reading, name, nullptr);
     return copy;
+}
+
+GreyImage GreyCopy(const v1::ImagePixels& image, const std::string& name)
+{
+    GreyImage copy;
+    const GreyView view = ReadableView(image, {}, copy, name);
+    return copy.IsEmpty() ? GreyImage(view.Row(0), view.Width(), view.Height(), view.Stride()) : std::move(copy);
 }
 
 } // namespace narvo::library

@@ -2,7 +2,9 @@
 // Between the public types of the host library and those of the host layer inside it.
 #pragma once
 
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "host/image/grey_image.h"
 #include "host/image/image_reading.h"
@@ -13,7 +15,9 @@
 namespace narvo::library
 {
 
-/// The public form of what was wrong.
+/// The public form of what is wrong.
+std::vector<v1::Problem> PublicProblems(const std::vector<Problem>& problems);
+/// The same as the exception.
 v1::Error PublicError(const HostError& error);
 
 /// Runs `call`; what the host layer refuses becomes the public exception.
@@ -40,6 +44,10 @@ GreyImage ExactCopy(const v1::ImagePixels& image, const std::string& name);
 
 /// The image as an inspection reads it: where it lies, or in `copy`.
 /// @throws HostError as CheckedStride, or where `reading` does not fit 16-bit pixels
-GreyView ReadableView(const v1::ImagePixels& image, const ImageReading& reading, GreyImage& copy);
+GreyView ReadableView(const v1::ImagePixels& image, const ImageReading& reading, GreyImage& copy,
+                      const std::string& name = "image");
+
+/// The image as 8-bit grey, of deeper ones the whole range. @throws HostError as CheckedStride
+GreyImage GreyCopy(const v1::ImagePixels& image, const std::string& name);
 
 } // namespace narvo::library

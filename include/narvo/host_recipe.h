@@ -32,6 +32,10 @@ public:
     std::size_t Regions() const;
     /// JSON with every field written out; FromText reads it back where it names no images held in memory.
     std::string Text() const;
+    /// Writes a recipe file that FromFile and the program `narvo` read, and beside it the images that the recipe holds,
+    /// painted zones for example, under the file's name with endings as ".zones.png".
+    /// @throws Error when a file cannot be written, or for a recipe of several regions, which comes from a file already
+    void Save(const std::filesystem::path& file) const;
     /// Whether an image of that size can be inspected, and why not. @throws Error with all that is wrong
     void CheckSize(int width, int height) const;
 

@@ -1,8 +1,15 @@
 // SPDX-License-Identifier: MIT
-// The host library: recipes, inspectors and their reports, everything checked. docs/cpp-host.md is its guide.
+// The host library: recipes, inspectors and their reports, golden images, learning, everything checked.
+// docs/cpp-host.md is its guide.
 #pragma once
 
+#include "narvo/host_check.h"
 #include "narvo/host_error.h"
+#include "narvo/host_explain.h"
+#include "narvo/host_golden.h"
 #include "narvo/host_inspector.h"
+#include "narvo/host_learn.h"
+#include "narvo/host_pitch.h"
 #include "narvo/host_recipe.h"
+#include "narvo/host_setting.h"
 #include "narvo/image_pixels.h"

@@ -2,6 +2,7 @@
 // The records that the host library returns in vectors, which the description of its binary interface does not reach:
 // their layout, at compile time, with the C++ library of 64-bit Linux.
 #include <cstddef>
+#include <optional>
 
 #include <narvo/narvohost.h>
 
@@ -10,6 +11,24 @@ using narvo::Defect;
 using narvo::ImagePixels;
 using narvo::Problem;
 using narvo::Report;
+
+using narvo::BlockCheck;
+using narvo::DefectiveImage;
+using narvo::Explanation;
+using narvo::GoldenReport;
+using narvo::GreyPicture;
+using narvo::LearnReport;
+using narvo::LearntFinds;
+using narvo::LearntImage;
+using narvo::LearntWay;
+using narvo::NamedImage;
+using narvo::PitchAxis;
+using narvo::PitchProposal;
+using narvo::ReferencePlace;
+using narvo::Registered;
+using narvo::Setting;
+using narvo::TableRead;
+using narvo::TableSize;
 
 static_assert(sizeof(Box) == 16 && offsetof(Box, top) == 4 && offsetof(Box, right) == 8 && offsetof(Box, bottom) == 12);
 
@@ -32,3 +51,51 @@ static_assert(sizeof(Report) == 120 && offsetof(Report, code) == 32 && offsetof(
 static_assert(offsetof(Report, region) == 40 && offsetof(Report, overflowed) == 56);
 static_assert(offsetof(Report, milliseconds) == 64 && offsetof(Report, warnings) == 72);
 static_assert(offsetof(Report, defects) == 96);
+
+static_assert(sizeof(TableRead) == 80 && offsetof(TableRead, before) == 32 && offsetof(TableRead, count) == 40);
+static_assert(offsetof(TableRead, element) == 48);
+static_assert(sizeof(TableSize) == 48 && offsetof(TableSize, before) == 32 && offsetof(TableSize, count) == 40);
+static_assert(sizeof(BlockCheck) == 128 && offsetof(BlockCheck, vertical) == 4 && offsetof(BlockCheck, refusals) == 8);
+static_assert(offsetof(BlockCheck, hazards) == 32 && offsetof(BlockCheck, blindSpots) == 56);
+static_assert(offsetof(BlockCheck, ignored) == 80 && offsetof(BlockCheck, reads) == 104);
+
+static_assert(sizeof(Setting) == 40 && offsetof(Setting, value) == 32);
+
+static_assert(sizeof(PitchAxis) == 56 && offsetof(PitchAxis, pitch) == 8 && offsetof(PitchAxis, measured) == 16);
+static_assert(offsetof(PitchAxis, periods) == 24 && offsetof(PitchAxis, confidence) == 32);
+static_assert(offsetof(PitchAxis, otherPitch) == 40 && offsetof(PitchAxis, otherStrength) == 48);
+static_assert(sizeof(PitchProposal) == 160 && offsetof(PitchProposal, y) == 56);
+static_assert(offsetof(PitchProposal, recipe) == 112 && offsetof(PitchProposal, notes) == 136);
+
+static_assert(sizeof(GreyPicture) == 32 && offsetof(GreyPicture, height) == 4 && offsetof(GreyPicture, pixels) == 8);
+static_assert(sizeof(Registered) == 112 && offsetof(Registered, shiftX) == 32 && offsetof(Registered, shiftY) == 40);
+static_assert(offsetof(Registered, rotation) == 48 && offsetof(Registered, scaleX) == 56);
+static_assert(offsetof(Registered, scaleY) == 64 && offsetof(Registered, shear) == 72);
+static_assert(offsetof(Registered, largestLocal) == 80 && offsetof(Registered, correlation) == 88);
+static_assert(offsetof(Registered, overlap) == 96 && offsetof(Registered, atLimit) == 104);
+static_assert(sizeof(ReferencePlace) == 32 && offsetof(ReferencePlace, centerY) == 8);
+static_assert(offsetof(ReferencePlace, box) == 16);
+static_assert(sizeof(GoldenReport) == 288 && offsetof(GoldenReport, registration) == 120);
+static_assert(offsetof(GoldenReport, places) == 232 && offsetof(GoldenReport, compared) == 256);
+static_assert(offsetof(GoldenReport, edgeGrowth) == 264 && offsetof(GoldenReport, threshold) == 272);
+static_assert(offsetof(GoldenReport, edgeThreshold) == 276 && offsetof(GoldenReport, masked) == 280);
+
+static_assert(sizeof(NamedImage) == 64 && offsetof(NamedImage, pixels) == 32);
+static_assert(sizeof(DefectiveImage) == 96 && offsetof(DefectiveImage, known) == 64);
+static_assert(offsetof(DefectiveImage, defects) == 72);
+static_assert(sizeof(LearntImage) == 72 && offsetof(LearntImage, area) == 32 && offsetof(LearntImage, level) == 40);
+static_assert(offsetof(LearntImage, contrast) == 48 && offsetof(LearntImage, score) == 56);
+static_assert(offsetof(LearntImage, falseBlobs) == 64);
+static_assert(sizeof(LearntWay) == 56 && offsetof(LearntWay, found) == 32 && offsetof(LearntWay, defectsFound) == 40);
+static_assert(offsetof(LearntWay, chosen) == 48);
+static_assert(sizeof(LearntFinds) == 72 && offsetof(LearntFinds, blobs) == 32 && offsetof(LearntFinds, known) == 40);
+static_assert(offsetof(LearntFinds, defects) == 48 && offsetof(LearntFinds, found) == 56);
+static_assert(offsetof(LearntFinds, falseBlobs) == 64);
+static_assert(sizeof(LearnReport) == 160 && offsetof(LearnReport, reasons) == 24);
+static_assert(offsetof(LearnReport, warnings) == 48 && offsetof(LearnReport, images) == 72);
+static_assert(offsetof(LearnReport, ways) == 96 && offsetof(LearnReport, finds) == 120);
+static_assert(offsetof(LearnReport, falseBlobs) == 144 && offsetof(LearnReport, falseBound) == 152);
+
+static_assert(sizeof(Explanation) == 112 && offsetof(Explanation, value) == 8 && offsetof(Explanation, outcome) == 16);
+static_assert(offsetof(Explanation, defect) == 48 && offsetof(Explanation, why) == 56);
+static_assert(offsetof(Explanation, text) == 80);

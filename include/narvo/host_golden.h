@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: MIT
+// Golden inspection: images whose pattern does not repeat, against a model of good ones. docs/golden.md explains it.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "narvo/host_inspector.h"
+#include "narvo/host_setting.h"
+
+namespace narvo::v1
+{
+
+/// An 8-bit grey image that owns its pixels, rows without gaps.
+struct GreyPicture
+{
+    int width = 0;                    ///< pixels
+    int height = 0;                   ///< pixels
+    std::vector<std::uint8_t> pixels; ///< row by row, width by height; empty without an image
+
+    /// Where they lie; valid as long as this object is not changed.
+    ImagePixels Pixels() const { return {pixels.data(), width, height}; }
+};
+
+/// How an image lies on its reference.
+struct Registered
+{
+    std::string model;         ///< "shift", "rigid", "similarity" or "affine": the simplest map that explains the image
+    double shiftX = 0.0;       ///< of the pattern at the image's centre, pixels
+    double shiftY = 0.0;       ///< the same along y
+    double rotation = 0.0;     ///< degrees, clockwise on the screen
+    double scaleX = 1.0;       ///< size of the pattern over that in the reference, along x
+    double scaleY = 1.0;       ///< the same along y
+    double shear = 0.0;        ///< degrees missing to a right angle
+    double largestLocal = 0.0; ///< longest local correction, pixels
+    double correlation = 0.0;  ///< of image and registered reference over what both show
+    double overlap = 0.0;      ///< share of the image whose place lies inside the reference
+    bool atLimit = false;      ///< a setting held the map back: the image may lie further off
+};
+
+/// A defect's place in the first reference.
+struct ReferencePlace
+{
+    double centerX = 0.0; ///< of the defect's mean, pixels; whole numbers are centres of pixels
+    double centerY = 0.0; ///< the same along y
+    Box box;              ///< around the corners of its box
+};
+
+/// What came out of one golden inspection.
+struct GoldenReport
+{
+    Report report;                      ///< in the image's coordinates; bright is brighter than the reference
+    Registered registration;            ///< of the image to the reference
+    std::vector<ReferencePlace> places; ///< one for each defect
+    double compared = 0.0;              ///< share of the image that was compared
+    double edgeGrowth = 0.0;            ///< pixels by which bright is wider at each edge than the model has it
+    int threshold = 0;                  ///< difference that was set, or that followed from the noise, grey levels
+    int edgeThreshold = 0;              ///< the same near edges
+    int masked = 0;                     ///< defects left out as lying in masked places
+};
+
+/// What a good image looks like, and how far a good one may stray from it pixel by pixel. Made once, used for any
+/// number of images by any number of threads, each of which takes a lane. One that was moved from refuses every call
+/// with Error. Settings, with defaults and ranges:
+///
+/// | name | unit | range | default |
+/// |---|---|---|---|
+/// | max_shift | pixels along x and y of the image's centre | 0 .. 1024 | 32 |
+/// | max_rotation | degrees | 0 .. 10 | 1 |
+/// | max_scale | percent, of scale and shear | 0 .. 10 | 2 |
+/// | mesh_spacing | pixels between nodes of the local correction, whole | 16 .. 1024, or 0 for none | 64 |
+/// | min_correlation | of image and registered reference | 0 .. 1 | 0.7 |
+/// | edge_tolerance | pixels by which an edge may lie elsewhere | 0 .. 16 | 2 |
+/// | threshold | grey levels, whole; 0: from the noise of each image | 0 .. 255 | 0 |
+/// | min_pixels | pixels, whole: smaller defects are not reported | 1 .. 1000000 | 5 |
+/// | max_blobs | room for defects, whole | 1 .. 1000000 | 20000 |
+class NARVOHOST_API GoldenModel
+{
+public:
+    /// Of one good image or several, of which the further are registered to the first. They are read during the call
+    /// alone. `lanes`: how many images are inspected at once, 1 .. 256.
+    /// @throws Error when settings or images are not valid, without structure to register by, or not alike
+    explicit GoldenModel(const std::vector<ImagePixels>& references, const Settings& settings = {}, int lanes = 1);
+    ~GoldenModel();
+    /// Leaves `other` without a model.
+    GoldenModel(GoldenModel&& other) noexcept;
+    /// The same.
+    GoldenModel& operator=(GoldenModel&& other) noexcept;
+
+    /// Painted places of the first reference, other than 0 where no defect is to be reported whose peak lies there; of
+    /// its size, 8 bits; copied. An image without pixels (`{}`) takes the mask away. Inspections that have
+    /// begun keep the mask that they began with.
+    /// @throws Error for another size or depth
+    void SetMask(const ImagePixels& mask);
+
+    /// Registers an image to the model and inspects it. Its size may differ from the reference's: the smaller is sought
+    /// all over the larger. Calls wait while no lane is free. Of images of more than 8 bits, the whole range that
+    /// `bits` says becomes 8-bit grey, of references too.
+    /// @throws Error when the image is not valid, has no structure, or is not alike enough within the settings' limits
+    GoldenReport Inspect(const ImagePixels& image) const;
+
+    /// Mean of the references, in the first one's place.
+    GreyPicture Mean() const;
+    /// Grey levels that a good image may differ from the mean.
+    GreyPicture Tolerance() const;
+
+private:
+    struct Content;
+    const Content& Own() const;
+    std::unique_ptr<Content> m_content;
+};
+
+} // namespace narvo::v1
