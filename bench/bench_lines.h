@@ -36,6 +36,8 @@ void AddPitchLines(CTable& table, CScene& large, const SOptions& options);
 /// Conversions of images to 8-bit grey against a pixel inspection. In builds with the host layer.
 void AddImageLines(CTable& table, CScene& large, const SOptions& options);
 
+/// The host library against the raw engine. In builds with the host layer.
+void AddHostLines(CTable& table, CScene& large, const SOptions& options);
 /// Inspections of a made-up panel. In builds with the program.
 void AddPanelLines(CTable& table, CScene& large, const SOptions& options);
 

@@ -42,10 +42,7 @@ struct Steps
     {
         return static_cast<double>(distance) >= low && static_cast<double>(distance) <= high;
     }
-    std::string Text() const
-    {
-        return FormatNumber(low) + (high > low ? " or " + FormatNumber(high) : "") + " pixels";
-    }
+    std::string Text() const { return FormatNumber(low) + (high > low ? " or " + FormatNumber(high) : "") + " pixels"; }
     double low;
     double high;
 };
@@ -134,7 +131,8 @@ std::vector<Problem> CheckTables(const CConvParam& param, const std::vector<Tabl
         if (read.field == originField)
         {
             const int recordInts = read.element.find("skip") == std::string::npos ? 2 : 3;
-            GridCheck(block, read.count, recordInts).AddTo(found, block.rtInspect, check.vertical ? block.nZoneColumns : 0);
+            GridCheck(block, read.count, recordInts)
+                .AddTo(found, block.rtInspect, check.vertical ? block.nZoneColumns : 0);
         }
     return found;
 }

@@ -22,8 +22,8 @@ namespace
 const CheckedRecipe& RegionOf(const Recipe::Parts& parts, std::size_t region)
 {
     if (region >= parts.regions.size())
-        throw HostError(
-            {{"region", std::to_string(region), "0 to " + std::to_string(parts.regions.size() - 1) + " of the recipe"}});
+        throw HostError({{"region", std::to_string(region),
+                          "0 to " + std::to_string(parts.regions.size() - 1) + " of the recipe"}});
     return parts.regions[region];
 }
 

@@ -126,8 +126,8 @@ struct GoldenModel::Content
 };
 
 GoldenModel::GoldenModel(const std::vector<ImagePixels>& references, const Settings& settings, int lanes)
-    : m_content(library::Translated(
-          [&] { return std::make_unique<Content>(references, LayerSettings(settings), lanes); }))
+    : m_content(
+          library::Translated([&] { return std::make_unique<Content>(references, LayerSettings(settings), lanes); }))
 {
 }
 GoldenModel::~GoldenModel() = default;

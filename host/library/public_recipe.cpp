@@ -10,8 +10,10 @@
 
 #include "host/library/recipe_parts.h"
 #include "host/library/translate.h"
+#include "host/limits.h"
 #include "host/recipe/recipe_check.h"
 #include "host/recipe/recipe_file.h"
+#include "host/zones/region_maps.h"
 
 namespace narvo::v1
 {
@@ -32,6 +34,38 @@ void RefuseForeignText(const nlohmann::json& document)
     {
         throw HostError({{"recipe", "a name or text that is not UTF-8", "UTF-8"}});
     }
+}
+
+/// JSON has no word for what is not finite; null would be taken for a field that is not set.
+nlohmann::json JsonNumber(double value)
+{
+    if (std::isfinite(value))
+        return value;
+    return std::isnan(value) ? "not a number" : value > 0.0 ? "infinite" : "negative infinite";
+}
+
+constexpr std::ptrdiff_t nMapStrideLimit = 1073741824;
+
+/// The values from row to row, with the default filled in. @throws HostError with all that is wrong
+std::ptrdiff_t CheckedMapStride(const MapValues& values)
+{
+    std::vector<narvo::Problem> found;
+    const auto demand = [&](bool holds, const char* field, std::ptrdiff_t value, const std::string& allowed)
+    {
+        if (!holds)
+            found.push_back({std::string("map.") + field, std::to_string(value), allowed});
+    };
+    if (values.values == nullptr)
+        found.push_back({"map.values", "null", "where the values lie"});
+    demand(values.width >= 1 && values.width <= nImageSideLimit, "width", values.width,
+           "1 to " + std::to_string(nImageSideLimit));
+    demand(values.height >= 1 && values.height <= nImageSideLimit, "height", values.height,
+           "1 to " + std::to_string(nImageSideLimit));
+    demand(values.stride == 0 || (values.stride >= values.width && values.stride <= nMapStrideLimit), "stride",
+           values.stride,
+           std::to_string(values.width) + " to " + std::to_string(nMapStrideLimit) + ", or 0 for rows without gaps");
+    ThrowIfAny(std::move(found));
+    return values.stride == 0 ? values.width : values.stride;
 }
 
 } // namespace
@@ -64,6 +98,8 @@ void Recipe::Save(const std::filesystem::path& file) const
             const std::vector<CheckedRecipe>& regions = GetParts().regions;
             if (regions.size() > 1)
                 throw HostError({{"recipe", std::to_string(regions.size()) + " regions", "a recipe of one region"}});
+            if (regions.front()->maps != nullptr)
+                throw HostError({{"recipe", "region maps", "none: they are no part of the file's form"}});
             SaveRecipeWithImages(file, *regions.front());
         });
 }
@@ -97,6 +133,7 @@ struct RecipeDraft::Content
 {
     nlohmann::json document = {{"version", nRecipeVersion}};
     RecipeImages images;
+    std::shared_ptr<RegionMaps> maps; ///< shared with recipes that were made from it
     static constexpr int nLevels = 8; ///< more than any field has; what follows is refused as part of the name
 
     template <typename Value>
@@ -133,11 +170,7 @@ RecipeDraft::Content& RecipeDraft::Own()
 
 RecipeDraft& RecipeDraft::Set(const std::string& field, double value)
 {
-    // JSON has no word for these; null would be taken for a field that is not set.
-    if (std::isfinite(value))
-        Own().Set(field, value);
-    else
-        Own().Set(field, std::isnan(value) ? "not a number" : value > 0.0 ? "infinite" : "negative infinite");
+    Own().Set(field, JsonNumber(value));
     return *this;
 }
 
@@ -177,9 +210,49 @@ RecipeDraft& RecipeDraft::SetZoneImage(const ImagePixels& cell)
     return *this;
 }
 
+RecipeDraft& RecipeDraft::SetClassImage(const ImagePixels& cell)
+{
+    Translated([&] { Own().images.classImage = library::ExactCopy(cell, "cell"); });
+    return *this;
+}
+
 RecipeDraft& RecipeDraft::SetDeadImage(const ImagePixels& dead)
 {
     Translated([&] { Own().images.deadImage = library::ExactCopy(dead, "dead"); });
+    return *this;
+}
+
+RecipeDraft& RecipeDraft::SetList(const std::string& field, const double* values, std::size_t count)
+{
+    if (values == nullptr && count > 0)
+        throw Error({{field, "null", "where the " + std::to_string(count) + " numbers lie"}});
+    nlohmann::json list = nlohmann::json::array();
+    for (std::size_t i = 0; i < count; ++i)
+        list.push_back(JsonNumber(values[i]));
+    Own().Set(field, std::move(list));
+    return *this;
+}
+
+RecipeDraft& RecipeDraft::SetRegionMap(RegionMap map, const MapValues& values)
+{
+    Translated(
+        [&]
+        {
+            if (static_cast<int>(map) < 0 || static_cast<int>(map) >= RegionMaps::nMaps)
+                throw HostError({{"map", std::to_string(static_cast<int>(map)), "one of RegionMap"}});
+            const std::ptrdiff_t stride = CheckedMapStride(values);
+            std::shared_ptr<RegionMaps>& kept = Own().maps;
+            if (kept != nullptr && (kept->Width() != values.width || kept->Height() != values.height))
+                throw HostError({{"map", std::to_string(values.width) + " by " + std::to_string(values.height),
+                                  std::to_string(kept->Width()) + " by " + std::to_string(kept->Height()) +
+                                      " values, as the map that was set before"}});
+            const bool mine = kept != nullptr && kept.use_count() == 1;
+            const auto made = mine              ? kept
+                              : kept != nullptr ? std::make_shared<RegionMaps>(*kept)
+                                                : std::make_shared<RegionMaps>(values.width, values.height);
+            made->Set(static_cast<RegionMaps::Map>(map), values.values, stride);
+            kept = made;
+        });
     return *this;
 }
 
@@ -188,8 +261,9 @@ Recipe RecipeDraft::Check() const
     return Translated(
         [&]
         {
-            const Content content = m_content == nullptr ? Content() : *m_content;
+            Content content = m_content == nullptr ? Content() : *m_content;
             RefuseForeignText(content.document);
+            content.images.maps = content.maps;
             return library::MakeRecipe({ParseRecipe(content.document, ".", content.images)});
         });
 }

@@ -15,13 +15,13 @@ namespace narvo::v1
 /// The way of one pixel.
 struct Explanation
 {
-    int x = 0;                            ///< the pixel's column
-    int y = 0;                            ///< its row
-    int value = 0;                        ///< its grey level, as inspected
-    std::string outcome;                  ///< where its way ended: "reported", "no hit", "filtered", ...
-    int defect = 0;                       ///< number of the reported defect that it is part of, or 0
-    std::vector<std::string> why;         ///< its way in sentences, ending with the outcome
-    std::string text;                     ///< everything for a person, in lines: comparisons, thresholds, filters
+    int x = 0;                    ///< the pixel's column
+    int y = 0;                    ///< its row
+    int value = 0;                ///< its grey level, as inspected
+    std::string outcome;          ///< where its way ended: "reported", "no hit", "filtered", ...
+    int defect = 0;               ///< number of the reported defect that it is part of, or 0
+    std::vector<std::string> why; ///< its way in sentences, ending with the outcome
+    std::string text;             ///< everything for a person, in lines: comparisons, thresholds, filters
 };
 
 /// Explains pixels of one inspection, which is run once. Any number of threads may ask, one after the other. One that
@@ -30,8 +30,8 @@ class NARVOHOST_API Explainer
 {
 public:
     /// The image is copied. `region` is the number of the recipe's region, from 0.
-    /// @throws Error when the image is not valid, the recipe does not suit it, has no such region, or is in a mode whose
-    /// steps cannot be followed
+    /// @throws Error when the image is not valid, the recipe does not suit it, has no such region, or is in a mode
+    /// whose steps cannot be followed
     explicit Explainer(const ImagePixels& image, const Recipe& recipe, std::size_t region = 0);
     ~Explainer();
     /// Leaves `other` without an inspection.

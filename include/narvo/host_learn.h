@@ -64,7 +64,7 @@ struct LearntFinds
 /// What came of learning.
 struct LearnReport
 {
-    std::optional<Recipe> recipe;        ///< always there
+    std::optional<Recipe> recipe;      ///< always there
     std::vector<std::string> reasons;  ///< sentences: why the recipe is as it is, and what to expect of it
     std::vector<std::string> warnings; ///< sentences: where images disagree, or are too few
     std::vector<LearntImage> images;   ///< in the order of the good images
@@ -80,7 +80,6 @@ struct LearnReport
 /// result. `mode` is "auto", "texture", "periodic" or "lattice": which ways are considered. All images have one depth.
 /// @throws Error when settings or images are not valid, naming the image, or no recipe suits them
 NARVOHOST_API LearnReport LearnRecipe(const std::vector<NamedImage>& good, const std::string& mode = "auto",
-                                      const Settings& settings = {},
-                                      const std::vector<DefectiveImage>& defective = {});
+                                      const Settings& settings = {}, const std::vector<DefectiveImage>& defective = {});
 
 } // namespace narvo::v1

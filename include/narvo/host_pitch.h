@@ -14,24 +14,24 @@ namespace narvo::v1
 /// What was found along one axis.
 struct PitchAxis
 {
-    bool found = false;          ///< a period was found; otherwise the rest is 0
-    double pitch = 0.0;          ///< to the nearest 1/16 pixel, which recipes take; pixels
-    double measured = 0.0;       ///< as measured, pixels
-    int periods = 0;             ///< periods that the measured length spans
-    double confidence = 0.0;     ///< least correlation of the image with itself at one, two and three pitches, 0 .. 1
-    double otherPitch = 0.0;     ///< strongest other period that is no multiple, pixels; 0: there is none
-    double otherStrength = 0.0;  ///< correlation of the image with itself there, up to 1
+    bool found = false;         ///< a period was found; otherwise the rest is 0
+    double pitch = 0.0;         ///< to the nearest 1/16 pixel, which recipes take; pixels
+    double measured = 0.0;      ///< as measured, pixels
+    int periods = 0;            ///< periods that the measured length spans
+    double confidence = 0.0;    ///< least correlation of the image with itself at one, two and three pitches, 0 .. 1
+    double otherPitch = 0.0;    ///< strongest other period that is no multiple, pixels; 0: there is none
+    double otherStrength = 0.0; ///< correlation of the image with itself there, up to 1
 };
 
 /// What a search proposes.
 struct PitchProposal
 {
-    PitchAxis x;                     ///< along x
-    PitchAxis y;                     ///< along y
+    PitchAxis x; ///< along x
+    PitchAxis y; ///< along y
     /// None where the region shows no pattern that repeats: zone mode with zones and thresholds from the
     /// image where an axis has a period; lattice mode where the pattern is turned, or too large for three periods.
     std::optional<Recipe> recipe;
-    std::vector<std::string> notes;  ///< sentences: what to know before relying on it; none where all is well
+    std::vector<std::string> notes; ///< sentences: what to know before relying on it; none where all is well
 };
 
 /// Searches the whole image, whose sides are 64 pixels or more; periods from 3 pixels to a third of a side. Of images

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -34,7 +35,8 @@ public:
     std::string Text() const;
     /// Writes a recipe file that FromFile and the program `narvo` read, and beside it the images that the recipe holds,
     /// painted zones for example, under the file's name with endings as ".zones.png".
-    /// @throws Error when a file cannot be written, or for a recipe of several regions, which comes from a file already
+    /// @throws Error when a file cannot be written, for a recipe of several regions, which comes from text already, or
+    /// with region maps, which have no form in files
     void Save(const std::filesystem::path& file) const;
     /// Whether an image of that size can be inspected, and why not. @throws Error with all that is wrong
     void CheckSize(int width, int height) const;
@@ -49,9 +51,33 @@ private:
     std::shared_ptr<const Parts> m_parts;
 };
 
+/// Maps that a recipe in zone mode may have in place of a painted cell: a value for each pixel of its region. A
+/// difference must exceed offset + (larger compared value * gain) / 256, of the place where the comparison begins: its
+/// reference lies one compare distance on, so a defect is looked at by its own value and by that of the place one
+/// distance before it.
+enum class RegionMap : int
+{
+    Offset,      ///< 0 .. 32512 grey levels; 256 and more pass no pixel. Not set: 0
+    Gain,        ///< 0 .. 256, in 1/256. Not set: 0
+    Zone,        ///< 0 .. 15, the zone whose filter values apply. Not set: the recipe's only zone
+    Knee,        ///< 0 .. 255 grey levels: above it the upper segment applies, with "kernel.two_segment"
+    UpperOffset, ///< as the offset; knee and upper segment are set together or not at all
+    UpperGain,   ///< as the gain
+    Class        ///< 0 .. 15, a class that the extended kernels take
+};
+
+/// Where the values of a map lie. It owns nothing, and no call keeps them.
+struct MapValues
+{
+    const std::int16_t* values = nullptr; ///< of the region's upper left pixel
+    int width = 0;                        ///< of the region, pixels
+    int height = 0;                       ///< of the region, pixels
+    std::ptrdiff_t stride = 0;            ///< values from row to row, at least the width; 0: no gaps
+};
+
 /// A recipe of one region while it is built in code. Fields have the names of the JSON form, a dot between the levels:
-/// "pitch.x", "mode", "threshold". Nothing is checked before Check, so the order of calls is free; a field that is set
-/// twice keeps the last value. One thread at a time may use it.
+/// "pitch.x", "mode", "threshold.base". Nothing is checked before Check, so the order of calls is free; a field that is
+/// set twice keeps the last value. One thread at a time may use it.
 class NARVOHOST_API RecipeDraft
 {
 public:
@@ -75,10 +101,18 @@ public:
     /// A list or an object, as JSON: SetJson("zones.list", R"([{"index": 1, "offset": 12}])").
     /// @throws Error when it is no JSON
     RecipeDraft& SetJson(const std::string& field, const std::string& json);
+    /// A list of numbers, such as "scan_pitches", copied. @throws Error for null with a count of 1 or more
+    RecipeDraft& SetList(const std::string& field, const double* values, std::size_t count);
     /// The painted cell: the value of a pixel is its zone. 8 bits; copied. @throws Error for an image that is none
     RecipeDraft& SetZoneImage(const ImagePixels& cell);
+    /// The painted classes of one cell, 0 .. 15, which the extended kernels take. As SetZoneImage.
+    RecipeDraft& SetClassImage(const ImagePixels& cell);
     /// Painted dead places of the whole image, other than 0 where nothing is to be reported. 8 bits; copied.
     RecipeDraft& SetDeadImage(const ImagePixels& dead);
+    /// A map of the whole region, of the size of the region and of the maps set before; copied. Origins and tables that
+    /// the engine needs beside it are made from it. Maps are no part of Recipe::Text.
+    /// @throws Error for a size or stride that does not fit, or with the first value outside the map's range
+    RecipeDraft& SetRegionMap(RegionMap map, const MapValues& values);
 
     /// The recipe. The draft stays as it is. @throws Error as Recipe::FromText
     Recipe Check() const;

@@ -127,7 +127,8 @@ TEST(TableSizes, NothingIsReadOfAGridWithoutASize)
     param.pZoneOriginTable = nullptr;
     EXPECT_THAT(CheckTables(param, {{"pImage", 0, 4200 * 96}}), IsEmpty());
     EXPECT_THAT(CheckTables(param, {}), Contains(Field(&Problem::field, std::string("pImage"))));
-    EXPECT_THAT(CheckTables(param, {{"pImage", -1, 4200 * 96}}), Contains(Field(&Problem::field, std::string("pImage"))));
+    EXPECT_THAT(CheckTables(param, {{"pImage", -1, 4200 * 96}}),
+                Contains(Field(&Problem::field, std::string("pImage"))));
 }
 
 } // namespace

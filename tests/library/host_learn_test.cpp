@@ -120,12 +120,8 @@ TEST(HostExplain, SaysWhyAPixelIsReportedAndWhyNot)
 {
     Picture8 bad = PeriodicPicture(320, 240, 32, 24);
     bad.Fill({150, 100, 156, 106}, 230);
-    const Recipe recipe = RecipeDraft()
-                              .Set("mode", "pixel")
-                              .Set("pitch.x", 32)
-                              .Set("pitch.y", 24)
-                              .Set("threshold.base", 25)
-                              .Check();
+    const Recipe recipe =
+        RecipeDraft().Set("mode", "pixel").Set("pitch.x", 32).Set("pitch.y", 24).Set("threshold.base", 25).Check();
     Explainer explainer(bad.Pixels(), recipe);
     EXPECT_THAT(explainer.Result().defects, SizeIs(1));
     const Explanation inside = explainer.Explain(152, 103);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The host library as a program uses it: by its public headers and its exported symbols alone.
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <stdexcept>
@@ -235,6 +236,59 @@ TEST(HostLibrary, ZonesArePaintedInMemory)
     const std::vector<Report> reports = inspector.Inspect({pixels.data(), 510, nHeight}, recipe);
     ASSERT_THAT(reports[0].defects, SizeIs(1));
     EXPECT_EQ(reports[0].defects[0].zone, 1);
+}
+
+TEST(HostLibrary, RegionMapsHaveAThresholdForEachPixel)
+{
+    constexpr int nWidth = 512;
+    constexpr int nStride = 600;
+    std::vector<std::int16_t> offsets(static_cast<std::size_t>(nStride) * nHeight, -1); // gaps are not read
+    for (int y = 0; y < nHeight; ++y)
+        for (int x = 0; x < nWidth; ++x)
+            offsets[static_cast<std::size_t>(y) * nStride + x] = static_cast<std::int16_t>(x < 256 ? 25 : 256);
+    RecipeDraft draft = Draft("zone");
+    draft.SetRegionMap(RegionMap::Offset, {offsets.data(), nWidth, nHeight, nStride});
+    const Recipe recipe = draft.Check();
+    const std::vector<Box> squares = {{100, 140, 0, 0}, {400, 140, 0, 0}};
+    const auto pixels = Picture<std::uint8_t>(nWidth, nWidth, squares);
+    Inspector inspector;
+    const std::vector<Report> reports = inspector.Inspect({pixels.data(), nWidth, nHeight}, recipe);
+    ASSERT_THAT(reports[0].defects, SizeIs(1));
+    EXPECT_TRUE(Reports(reports, squares[0]));
+
+    // A recipe keeps its maps while the draft goes on.
+    std::fill(offsets.begin(), offsets.end(), std::int16_t{256});
+    draft.SetRegionMap(RegionMap::Offset, {offsets.data(), nWidth, nHeight, nStride});
+    EXPECT_THAT(inspector.Inspect({pixels.data(), nWidth, nHeight}, recipe)[0].defects, SizeIs(1));
+    EXPECT_THAT(inspector.Inspect({pixels.data(), nWidth, nHeight}, draft.Check())[0].defects, IsEmpty());
+
+    const auto fieldsOf = [&](RegionMap map, const MapValues& values)
+    { return FieldsOf(Attempt([&] { draft.SetRegionMap(map, values); })); };
+    EXPECT_THAT(fieldsOf(RegionMap::Zone, {nullptr, nWidth, nHeight}), Contains("map.values"));
+    EXPECT_THAT(fieldsOf(RegionMap::Zone, {offsets.data(), 0, nHeight}), Contains("map.width"));
+    EXPECT_THAT(fieldsOf(RegionMap::Zone, {offsets.data(), nWidth, -1}), Contains("map.height"));
+    EXPECT_THAT(fieldsOf(RegionMap::Zone, {offsets.data(), nWidth, nHeight, 511}), Contains("map.stride"));
+    EXPECT_THAT(fieldsOf(RegionMap::Zone, {offsets.data(), nWidth, nHeight - 1}), Contains("map"));
+    EXPECT_THAT(fieldsOf(RegionMap::Zone, {offsets.data(), nWidth, nHeight}), Contains("maps, zone"));
+    EXPECT_THAT(fieldsOf(static_cast<RegionMap>(7), {offsets.data(), nWidth, nHeight}), Contains("map"));
+    EXPECT_THROW(recipe.CheckSize(nWidth, nHeight - 1), Error);
+    EXPECT_THROW(recipe.Save("maps.recipe.json"), Error);
+    EXPECT_THROW(Draft().SetRegionMap(RegionMap::Gain, {offsets.data(), 8, 8}).Check(), Error);
+}
+
+TEST(HostLibrary, TablesComeWithTheirLength)
+{
+    const std::vector<double> pitches((nHeight + 15) / 16, 24.0);
+    const auto fieldsOf = [&](const double* values, std::size_t count)
+    {
+        return FieldsOf(
+            Attempt([&] { Draft().SetList("tables.scan_pitch", values, count).Check().CheckSize(512, nHeight); }));
+    };
+    EXPECT_THAT(fieldsOf(pitches.data(), pitches.size()), IsEmpty());
+    EXPECT_THAT(fieldsOf(pitches.data(), pitches.size() - 1), Contains("tables.scan_pitch"));
+    EXPECT_THAT(fieldsOf(nullptr, 18), Contains("tables.scan_pitch"));
+    const double infinite = std::numeric_limits<double>::infinity();
+    EXPECT_THAT(fieldsOf(&infinite, 1), SizeIs(1));
 }
 
 TEST(HostLibrary, RegionsReportInTheirOrder)

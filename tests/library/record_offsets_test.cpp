@@ -21,6 +21,7 @@ using narvo::LearnReport;
 using narvo::LearntFinds;
 using narvo::LearntImage;
 using narvo::LearntWay;
+using narvo::MapValues;
 using narvo::NamedImage;
 using narvo::PitchAxis;
 using narvo::PitchProposal;
@@ -34,6 +35,9 @@ static_assert(sizeof(Box) == 16 && offsetof(Box, top) == 4 && offsetof(Box, righ
 
 static_assert(sizeof(ImagePixels) == 32 && offsetof(ImagePixels, width) == 8 && offsetof(ImagePixels, height) == 12);
 static_assert(offsetof(ImagePixels, stride) == 16 && offsetof(ImagePixels, bits) == 24);
+
+static_assert(sizeof(MapValues) == 24 && offsetof(MapValues, width) == 8 && offsetof(MapValues, height) == 12);
+static_assert(offsetof(MapValues, stride) == 16);
 
 static_assert(sizeof(Problem) == 96 && offsetof(Problem, value) == 32 && offsetof(Problem, allowed) == 64);
 
