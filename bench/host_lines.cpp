@@ -64,9 +64,12 @@ void AddHostLine(CTable& table, int nWidth, int nHeight, bool bBands, const SOpt
             engine.pThreadControl->GetAssem(i)->ResetReinspectCount();
         control.Inspect_Rect(0, &param, 0);
     };
-    const std::vector<double> times = TimeInterleaved(
-        {inspectRaw, [&] { nFound = inspector.Inspect({frame.data(), nWidth, nHeight}, recipe)[0].defects.size(); }},
-        options.Rounds(31), 3);
+    const std::vector<double> times =
+        TimeInterleaved({inspectRaw,
+                         [&] {
+                             nFound = inspector.Inspect({frame.data(), nWidth, nHeight}, recipe)[0].defects.size();
+                         }},
+                        options.Rounds(31), 3);
     const std::string strCase = "host library, zones, " + std::to_string(nWidth) + "x" + std::to_string(nHeight) +
                                 (bBands ? ", in bands" : ", one band");
     table.Require(strCase + ", blobs over the raw engine's",

@@ -15,10 +15,6 @@ BUILD = os.environ["NARVO_BUILD_DIR"]
 NARVO = f"{BUILD}/tools/narvo"
 ALL = [block for page in pages.pages() for block in pages.blocks(page)]
 
-# What stands before a block that is part of a program.
-BEFORE = {
-    "README.md": "unsigned char* pPixels = nullptr; int nWidth = 0, nHeight = 0; auto Report = [](const CDefectBlob&) {};",
-}
 NOT_COMPILED = {"docs/dispatch.md"}  # a sketch of the vector code
 
 
@@ -84,7 +80,7 @@ def test_cpp_compiles(block):
         lines = source.splitlines()
         includes = [line for line in lines if line.startswith("#")]
         body = [line for line in lines if not line.startswith("#")]
-        source = "\n".join([*includes, "void Block() {", BEFORE.get(block.page, ""), *body, "}"])
+        source = "\n".join([*includes, "void Block() {", *body, "}"])
     outcome = subprocess.run(
         ["c++", "-std=c++20", "-fsyntax-only", f"-I{pages.ROOT}/include", f"-I{pages.ROOT}", "-x", "c++", "-"],
         input=source,

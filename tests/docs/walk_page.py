@@ -41,8 +41,9 @@ def run_commands(text: str, folder: pathlib.Path) -> None:
 def run_cpp(text: str, folder: pathlib.Path) -> str:
     build = os.environ["NARVO_BUILD_DIR"]
     (folder / "program.cpp").write_text(text)
-    library = f"-L{build}/narvoassem -Wl,-rpath,{build}/narvoassem -lnarvoassem"
-    run(f"c++ -std=c++17 program.cpp -I{pages.ROOT}/include {library} -o program", folder)
+    folders = {"narvoassem": f"{build}/narvoassem", "narvohost": f"{build}/host/library"}
+    libraries = " ".join(f"-L{path} -Wl,-rpath,{path} -l{name}" for name, path in folders.items())
+    run(f"c++ -std=c++17 program.cpp -I{pages.ROOT}/include {libraries} -o program", folder)
     return run("./program", folder)
 
 
