@@ -35,6 +35,8 @@ void AddModeLines(CTable& table, CScene& large, const SOptions& options);
 void AddPitchLines(CTable& table, CScene& large, const SOptions& options);
 /// Conversions of images to 8-bit grey against a pixel inspection. In builds with the host layer.
 void AddImageLines(CTable& table, CScene& large, const SOptions& options);
+/// A stream of rows against one call for the whole image. In builds with the host layer.
+void AddStreamLines(CTable& table, CScene& large, const SOptions& options);
 
 /// The host library against the raw engine. In builds with the host layer.
 void AddHostLines(CTable& table, CScene& large, const SOptions& options);

@@ -39,7 +39,7 @@ int main(int nArguments, char** ppArguments)
             {"modes", bench::AddModeLines},  {"pitch", bench::AddPitchLines}, {"engine", bench::AddEngineLines},
             {"blob", bench::AddBlobLines},   {"lone", bench::AddLoneLines},
 #ifdef NARVO_BENCH_WITH_HOST
-            {"image", bench::AddImageLines}, {"host", bench::AddHostLines},
+            {"image", bench::AddImageLines}, {"host", bench::AddHostLines},   {"stream", bench::AddStreamLines},
 #endif
 #ifdef NARVO_BENCH_WITH_PANEL
             {"panel", bench::AddPanelLines},

@@ -9,6 +9,7 @@
 #include "host/boxes.h"
 #include "host/inspect/channel_inspection.h"
 #include "host/inspect/elapsed.h"
+#include "host/inspect/engine_records.h"
 #include "host/inspect/inspection_plan.h"
 #include "host/inspect/lattice_inspection.h"
 #include "host/inspect/texture_inspection.h"
@@ -23,35 +24,6 @@ namespace narvo
 
 namespace
 {
-
-Blob CopyBlob(const CDefectBlob& source)
-{
-    Blob blob{};
-    blob.bright = source.nDefectType == DefectType_Bright;
-    blob.band = source.nDefectPos;
-    blob.single = source.nDefectPair == DefectPair_Single;
-    blob.area = source.nPairCount;
-    blob.box = source.rtDefect;
-    blob.center = source.ptCenter;
-    blob.peakPlace = source.ptPeak;
-    blob.peak = source.nMaxPeak;
-    blob.maxDifference = source.nMaxDiff;
-    blob.meanDifference = source.nAvgDiff;
-    blob.meanGrey = source.nAvgSrcGray;
-    blob.meanReference = source.nAvgCmpGray;
-    blob.zone = static_cast<int>(std::distance(
-        std::begin(source.nZoneCount), std::max_element(std::begin(source.nZoneCount), std::end(source.nZoneCount))));
-    blob.scale = 1;
-    blob.channel = Channel_Auto;
-    blob.label = source.nMultiType;
-    blob.diameter = source.nRScale;
-    blob.angle = source.dAngle;
-    blob.majorAxis = source.dMajorAxis;
-    blob.minorAxis = source.dMinorAxis;
-    blob.circularity = source.dCircularity;
-    blob.elongation = source.dElongation;
-    return blob;
-}
 
 /// The lane's engine and behind it those of its band split.
 std::vector<CNarvoAssem*> EnginesOf(CNarvoAssem& lane)
@@ -84,13 +56,7 @@ void CollectPairs(CNarvoAssem& engine, InspectionResult& result)
 {
     // The count goes on where the store is full.
     for (int i = 0; i < std::min(engine.GetPairCount(), engine.nPairSize); ++i)
-    {
-        const CDefectPair& source = *engine.GetPairDefect(i);
-        result.pairRecords.push_back({source.ptDefect, source.nDefectType == DefectType_Bright,
-                                      source.nDefectType == DefectType_Removed, source.nDefectPos, source.nDefectPair,
-                                      source.nPeak, source.nSrcGray, source.nCmpGray, source.nThreshold,
-                                      source.nZoneIndex});
-    }
+        result.pairRecords.push_back(CopyPair(*engine.GetPairDefect(i)));
 }
 
 /// The second pass of a two-pass kernel builds blobs from the pairs of both, so that those of the first come twice: of

@@ -95,7 +95,11 @@ private:
         if (!m_recipe)
             return;
         if (m_input.random.OneIn(8))
-            Ask([&] { m_recipe->CheckSize(m_input.random.OneIn(2) ? m_input.Wild() : image.pixels.width, image.pixels.height); });
+            Ask(
+                [&] {
+                    m_recipe->CheckSize(m_input.random.OneIn(2) ? m_input.Wild() : image.pixels.width,
+                                        image.pixels.height);
+                });
         std::vector<Report> reports;
         if (!Count(inspections, [&] { reports = m_inspector.Inspect(image.pixels, *m_recipe); }))
             return;
@@ -126,9 +130,10 @@ private:
         for (int count = m_input.random.Int(0, 3); count > 0; --count)
         {
             images.push_back(m_input.Image(160, m_input.random.OneIn(4) ? 1 : 64));
-            references.push_back(m_input.random.OneIn(3) || references.empty() ? images.back().pixels : references.front());
+            references.push_back(m_input.random.OneIn(3) || references.empty() ? images.back().pixels
+                                                                               : references.front());
         }
-        static const char* const names[] = {"max_shift",     "max_rotation",   "max_scale", "mesh_spacing",
+        static const char* const names[] = {"max_shift",       "max_rotation",   "max_scale", "mesh_spacing",
                                             "min_correlation", "edge_tolerance", "threshold", "min_pixels"};
         Settings settings;
         for (int count = m_input.random.OneIn(2) ? 0 : m_input.random.Int(1, 2); count > 0; --count)
@@ -168,7 +173,8 @@ private:
         std::vector<DefectiveImage> defective;
         const RandomImage bad = m_input.Image(120);
         if (m_input.random.OneIn(3))
-            defective.push_back({{"bad", bad.pixels}, m_input.random.OneIn(2), {{1, 1, m_input.random.Int(0, 140), 9}}});
+            defective.push_back(
+                {{"bad", bad.pixels}, m_input.random.OneIn(2), {{1, 1, m_input.random.Int(0, 140), 9}}});
         Settings settings;
         if (m_input.random.OneIn(3))
             settings.push_back({m_input.random.Pick({"false_rate", "threads", "nothing"}), m_input.WildNumber()});
@@ -186,10 +192,13 @@ private:
     {
         const RandomImage image = m_input.Image(300);
         PitchProposal proposal;
-        const Box box = {m_input.random.Int(-1, 9), m_input.random.Int(-1, 9), m_input.random.OneIn(9) ? m_input.Wild() : m_input.random.Int(1, 300),
+        const Box box = {m_input.random.Int(-1, 9), m_input.random.Int(-1, 9),
+                         m_input.random.OneIn(9) ? m_input.Wild() : m_input.random.Int(1, 300),
                          m_input.random.OneIn(9) ? m_input.Wild() : m_input.random.Int(1, 300)};
-        if (Ask([&]
-                { proposal = m_input.random.OneIn(2) ? ProposeRecipe(image.pixels) : ProposeRecipe(image.pixels, box); }) &&
+        if (Ask(
+                [&] {
+                    proposal = m_input.random.OneIn(2) ? ProposeRecipe(image.pixels) : ProposeRecipe(image.pixels, box);
+                }) &&
             proposal.recipe)
         {
             m_recipe = proposal.recipe;

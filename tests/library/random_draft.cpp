@@ -16,22 +16,52 @@ namespace
 
 void SetRandomField(RandomInput& input, RecipeDraft& draft)
 {
-    static const char* const numbers[] = {
-        "threshold.base",   "threshold.gain",     "threshold_extra",   "multiple.x",        "multiple.y",
-        "window.width",     "window.height",      "grey_limit",        "merge_distance",    "max_blobs",
-        "min_area",         "max_reruns",         "label",             "kernel.dark_base",  "kernel.dark_gain",
-        "kernel.class_pitch", "twice.pitch",      "twice.base",        "binarise.limit",    "average.window",
-        "average.background", "texture.window",   "texture.edge_zone", "lattice.neighbours", "lattice.strip",
-        "lattice.slack",    "lattice.threshold",  "lattice.flatten",   "zones.multiple.x",  "zones.multiple.y",
-        "zones.origin.x",   "zones.origin.y",     "image.levels.low",  "image.levels.high", "kernel.cross_shift",
-        "pixel_size.x",     "lattice.a.x",        "lattice.b.y",       "no.such.field"};
-    static const char* const switches[] = {
-        "auto_direction",       "keep_singles",        "band_split",        "filters.enabled",
-        "filters.margin",       "filters.all_pairs",   "kernel.extended",   "kernel.average_2by2",
-        "kernel.two_segment",   "kernel.zone_tables",  "kernel.line_buffer", "filters.zone_thresholds",
-        "lattice.margins",      "texture.margins"};
-    static const char* const words[] = {"direction", "filters.test", "filters.sample", "image.channel",
-                                        "image.bayer", "lattice.join", "name", "image.raw.format"};
+    static const char* const numbers[] = {"threshold.base",
+                                          "threshold.gain",
+                                          "threshold_extra",
+                                          "multiple.x",
+                                          "multiple.y",
+                                          "window.width",
+                                          "window.height",
+                                          "grey_limit",
+                                          "merge_distance",
+                                          "max_blobs",
+                                          "min_area",
+                                          "max_reruns",
+                                          "label",
+                                          "kernel.dark_base",
+                                          "kernel.dark_gain",
+                                          "kernel.class_pitch",
+                                          "twice.pitch",
+                                          "twice.base",
+                                          "binarise.limit",
+                                          "average.window",
+                                          "average.background",
+                                          "texture.window",
+                                          "texture.edge_zone",
+                                          "lattice.neighbours",
+                                          "lattice.strip",
+                                          "lattice.slack",
+                                          "lattice.threshold",
+                                          "lattice.flatten",
+                                          "zones.multiple.x",
+                                          "zones.multiple.y",
+                                          "zones.origin.x",
+                                          "zones.origin.y",
+                                          "image.levels.low",
+                                          "image.levels.high",
+                                          "kernel.cross_shift",
+                                          "pixel_size.x",
+                                          "lattice.a.x",
+                                          "lattice.b.y",
+                                          "no.such.field"};
+    static const char* const switches[] = {"auto_direction",     "keep_singles",        "band_split",
+                                           "filters.enabled",    "filters.margin",      "filters.all_pairs",
+                                           "kernel.extended",    "kernel.average_2by2", "kernel.two_segment",
+                                           "kernel.zone_tables", "kernel.line_buffer",  "filters.zone_thresholds",
+                                           "lattice.margins",    "texture.margins"};
+    static const char* const words[] = {"direction",   "filters.test", "filters.sample", "image.channel",
+                                        "image.bayer", "lattice.join", "name",           "image.raw.format"};
     switch (input.random.Int(0, 4))
     {
     case 0:
@@ -66,8 +96,7 @@ void SetMaps(RandomInput& input, RecipeDraft& draft)
     for (int maps = input.random.Int(1, 4); maps > 0; --maps)
     {
         const int gap = input.random.Int(0, 9);
-        std::vector<std::int16_t> values(static_cast<std::size_t>(width + gap) *
-                                             static_cast<std::size_t>(height - 1) +
+        std::vector<std::int16_t> values(static_cast<std::size_t>(width + gap) * static_cast<std::size_t>(height - 1) +
                                          static_cast<std::size_t>(width));
         const int most = input.random.OneIn(20) ? 32767 : 15;
         for (std::int16_t& value : values)
@@ -97,8 +126,7 @@ void SetPaintedCell(RandomInput& input, RecipeDraft& draft, int pitchX, int pitc
     ImagePixels pixels(cell.data(), width, height);
     if (input.random.OneIn(20))
         input.Spoil(pixels);
-    Ask([&]
-        { input.random.OneIn(8) ? draft.SetClassImage(pixels) : draft.SetZoneImage(pixels); });
+    Ask([&] { input.random.OneIn(8) ? draft.SetClassImage(pixels) : draft.SetZoneImage(pixels); });
     draft.SetJson("zones.list",
                   R"([{"index": 1, "offset": 25}, {"index": 2, "offset": 60, "gain": 9}, {"index": 3, "dead": true}])");
 }

@@ -60,14 +60,14 @@ public:
     int Wild()
     {
         return random.Pick({0, 1, -1, 2, 255, 256, 65536, -4096, std::numeric_limits<int>::max(),
-                              std::numeric_limits<int>::min(), 1048577});
+                            std::numeric_limits<int>::min(), 1048577});
     }
 
     double WildNumber()
     {
         constexpr double most = std::numeric_limits<double>::max();
         return random.Pick({0.0, -0.0, 1e-300, 0.0625, 1.5, -3.0, 1e9, 1e300, most, -most,
-                              std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()});
+                            std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()});
     }
 
     int Side(int most) { return random.OneIn(4) ? random.Int(1, 20) : random.Int(1, most); }
@@ -134,7 +134,7 @@ public:
             break;
         case 3:
             pixels.stride = random.Pick<std::ptrdiff_t>({-1, -width, 1, std::numeric_limits<std::ptrdiff_t>::min(),
-                                                           std::numeric_limits<std::ptrdiff_t>::max()});
+                                                         std::numeric_limits<std::ptrdiff_t>::max()});
             if (pixels.stride == 1 && (width == 1 || pixels.height == 1))
                 pixels.stride = -1;
             break;
@@ -151,8 +151,7 @@ public:
         const auto number = [&](const char* name, int value)
         { return std::string("\"") + name + "\": " + std::to_string(random.OneIn(30) ? Wild() : value); };
         return "{" + number("left", left) + ", " + number("top", top) + ", " +
-               number("right", left + random.Int(-2, 300)) + ", " + number("bottom", top + random.Int(-2, 300)) +
-               "}";
+               number("right", left + random.Int(-2, 300)) + ", " + number("bottom", top + random.Int(-2, 300)) + "}";
     }
 
     CRandom random;

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+// Blobs from the pairs of complete clusters, by the engine's own builders.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <vector>
+
+#include "host/stream/pair_clusters.h"
+#include "narvoassem/blobstorage.h"
+#include "narvoassem/convparam.h"
+
+namespace narvo
+{
+
+/// The builder of one band of columns.
+///
+/// The engine lists pairs strip by strip, down the rows of each strip, and groups them in that order. A walk that looks
+/// for neighbours in the next strip ends at the first pair there that lies more than 16 columns on, however far above:
+/// in the image's order that is the first pair in one of the last two columns of the strip. The builder remembers these
+/// and puts them into the list again, out of reach of all others, so that walks end where they would in a list of the
+/// whole image.
+class BlobAssembly
+{
+public:
+    /// `block`: parameters without an image. `unit`: columns that the engine lists one after the other.
+    BlobAssembly(const CConvParam& block, bool vertical, int left, int unit);
+
+    int UnitOf(int x) const { return (x - m_left) / m_unit; }
+    /// Every pair that may come into a blob, in the engine's order, before Build gets it.
+    void Note(const OpenPair& pair);
+
+    /// Takes the blobs; their rows count from `row`.
+    using TakeBlob = std::function<void(std::int64_t row, const CDefectBlob& blob)>;
+    /// Takes the pairs as they stand in the end.
+    using TakePair = std::function<void(std::int64_t row, const CDefectPair& pair)>;
+    /// Builds the blobs of clusters, whose pairs stand cluster by cluster; changes their order.
+    void Build(std::span<OpenPair> pairs, const TakeBlob& takeBlob, const TakePair& takePair);
+
+private:
+    /// The pairs of a strip and polarity that end walks from the strip before.
+    struct WalkEnds
+    {
+        static constexpr std::uint64_t nNone = ~std::uint64_t{0};
+        std::uint64_t order[2] = {nNone, nNone}; ///< the first in the last two columns, the first in the last one
+        int x[2] = {0, 0};
+    };
+    void BuildSome(std::span<OpenPair> pairs, const TakeBlob& takeBlob, const TakePair& takePair);
+    void AddWalkEnds(std::span<const OpenPair> pairs);
+    WalkEnds& EndsOf(int unit, int type) { return m_ends[static_cast<std::size_t>(unit * 2 + type)]; }
+
+    bool m_vertical;
+    int m_left;
+    int m_unit;
+    CBlobStorage m_store;
+    std::vector<WalkEnds> m_ends;
+    std::vector<OpenPair> m_list; ///< what goes into the store
+};
+
+} // namespace narvo

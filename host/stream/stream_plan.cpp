@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: MIT
+// What a stream refuses, and the arithmetic of its overlaps.
+#include "host/stream/stream_plan.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+#include "host/inspection_kind.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+constexpr int nMargin = 8;        // rows beyond those that kernels and filters are known to read
+constexpr int nOverlapShare = 24; // a window has so many times the rows of its overlap
+constexpr int nSmallestShare = 2; // and at least so many
+constexpr std::int64_t nWindowBytes = std::int64_t{64} << 20;
+
+const char* WordOf(int mode)
+{
+    constexpr const char* words[] = {"zone", "pixel", "float", "binarise", "average", "asg", "texture", "lattice"};
+    return mode >= 0 && mode < 8 ? words[mode] : "unknown";
+}
+
+/// Places that a recipe gives by their rows, of which a stream has no end.
+void CheckPlaces(const Recipe& recipe, std::vector<Problem>& found)
+{
+    const auto leftOut = [&](bool given, const char* field)
+    {
+        if (given)
+            found.push_back({field, "given", "left out in a stream, whose rows have no end"});
+    };
+    leftOut(recipe.region.has_value() || recipe.regionShape != RegionShape_Rectangle, "region");
+    leftOut(recipe.marginFrame.has_value(), "margin_frame");
+    leftOut(!recipe.deadZones.empty(), "dead_zones");
+    leftOut(!recipe.deadImage.IsEmpty(), "dead_image");
+    leftOut(!recipe.scanPitches.empty(), "tables.scan_pitch");
+    leftOut(!recipe.scanTilts.empty(), "tables.scan_tilt");
+    leftOut(!recipe.rowPitches.empty(), "tables.row_pitch");
+    leftOut(!recipe.columnPitches.empty(), "tables.column_pitch");
+}
+
+int RoundUp(int value, int step)
+{
+    return (value + step - 1) / step * step;
+}
+
+/// All but the rows of a window.
+StreamPlan OverlapOf(const Recipe& recipe)
+{
+    StreamPlan plan;
+    plan.vertical = recipe.direction == Direction_Vertical;
+    const double pitch = recipe.RealPitchY();
+    const int whole = static_cast<int>(std::ceil(pitch));
+    if (!plan.vertical)
+    {
+        // Rows depend on each other by the filters alone, which look a pitch up or down.
+        plan.ahead = whole + nMargin;
+        plan.back = whole + nMargin;
+        return plan;
+    }
+    const int sixteenths = static_cast<int>(pitch * 16.0);
+    plan.hop = sixteenths / 16 + (sixteenths % 16 >= 8 ? 1 : 0);
+    // The jump filter looks two pitches down.
+    plan.ahead = (recipe.filters && recipe.filterPairs ? 2 : 1) * whole + nMargin;
+    plan.back = 2 * whole + nMargin;
+    plan.step = plan.hop;
+    plan.spare = plan.hop;
+    return plan;
+}
+
+} // namespace
+
+std::vector<Problem> CheckStream(const Recipe& recipe, int width, const StreamSettings& settings)
+{
+    std::vector<Problem> found;
+    if (recipe.mode != Mode_Pixel)
+        found.push_back({"mode", WordOf(recipe.mode), "pixel in a stream"});
+    CheckPlaces(recipe, found);
+    if (recipe.autoDirection)
+        found.push_back({"auto_direction", "true", "false in a stream: the direction would depend on its length"});
+    if (recipe.twicePitch != 0.0)
+        found.push_back({"twice.pitch", FormatNumber(recipe.twicePitch), "0 in a stream"});
+    // These kernels use up answers whose records they do not write, so that records do not say how chains go on.
+    if (recipe.direction == Direction_Vertical && recipe.darkFilterBase > 0 && !recipe.extendedKernel)
+        found.push_back({"kernel.dark_base", std::to_string(recipe.darkFilterBase),
+                         "0 in a vertical stream without kernel.extended"});
+    const auto inRange = [&](const char* field, int value, int low, int high, const char* unit)
+    {
+        if (value < low || value > high)
+            found.push_back({field, std::to_string(value),
+                             std::to_string(low) + " to " + std::to_string(high) + std::string(" ") + unit});
+    };
+    inRange("width", width, 1, nStreamWidthLimit, "pixels");
+    inRange("largest_blob", settings.largestBlob, 1, 1000000, "rows");
+    inRange("max_open_pairs", settings.maxOpenPairs, 1, 10000000, "pairs");
+    if (!found.empty())
+        return found;
+    const StreamPlan plan = OverlapOf(recipe);
+    const int least = nSmallestShare * (plan.ahead + plan.back) + plan.spare + plan.above + plan.alignment;
+    if (least > nWindowRowLimit)
+        found.push_back({"pitch.y", FormatNumber(recipe.pitchY),
+                         "a pitch for which a window of " + std::to_string(nWindowRowLimit) + " rows is enough"});
+    else if (settings.windowRows != 0)
+        inRange("window_rows", settings.windowRows, least, nWindowRowLimit, "rows, or 0");
+    return found;
+}
+
+StreamPlan PlanStream(const Recipe& recipe, int width, const StreamSettings& settings)
+{
+    StreamPlan plan = OverlapOf(recipe);
+    plan.windowRows = settings.windowRows;
+    if (plan.windowRows == 0)
+    {
+        const int overlap = plan.ahead + plan.back;
+        const int least = nSmallestShare * overlap + plan.spare + plan.above + plan.alignment;
+        const int most = static_cast<int>(std::clamp<std::int64_t>(nWindowBytes / width, least, nWindowRowLimit));
+        plan.windowRows = std::min(RoundUp(nOverlapShare * overlap, 16), most);
+    }
+    return plan;
+}
+
+} // namespace narvo

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+// Which recipes a stream of rows can inspect, and how far its windows overlap.
+#pragma once
+
+#include <algorithm>
+#include <vector>
+
+#include "host/problem.h"
+#include "host/recipe/recipe.h"
+#include "host/stream/stream_types.h"
+
+namespace narvo
+{
+
+/// Columns of an image that a stream takes at most: wider ones have blobs whose outlines depend on where they lie.
+constexpr int nStreamWidthLimit = 32000;
+
+/// Rows of a window at most: 16 columns of it have as many places as the engine has room for hits.
+constexpr int nWindowRowLimit = 10000;
+
+/// The overlap of windows, in rows.
+struct StreamPlan
+{
+    bool vertical = true;
+    int hop = 0;       ///< rows between the two answers of a defect
+    int ahead = 0;     ///< rows that a window needs below those whose pairs it settles
+    int back = 0;      ///< rows that it needs above them
+    int spare = 0;     ///< further rows that are kept for repairs
+    int above = 8;     ///< rows above a window's start that kernels may read and nothing depends on
+    int step = 0;      ///< how much further up a repair starts than the run before it
+    int alignment = 1; ///< windows start at multiples of it
+    int windowRows = 0;
+    int unitColumns = 16; ///< columns that kernels take one after the other, all rows of each
+    /// Rows of a window that is inspected where the caller has them.
+    int LeastInPlace() const { return std::max(windowRows / 2, ahead + back + spare + above + alignment); }
+    int MostInPlace() const { return std::min(2 * windowRows, nWindowRowLimit); }
+    bool darkFirst = false; ///< within a row of a unit dark answers come before bright ones
+};
+
+/// Everything in a recipe or in the settings that a stream cannot do.
+std::vector<Problem> CheckStream(const Recipe& recipe, int width, const StreamSettings& settings);
+
+/// The plan for a recipe that passes CheckStream.
+StreamPlan PlanStream(const Recipe& recipe, int width, const StreamSettings& settings);
+
+} // namespace narvo

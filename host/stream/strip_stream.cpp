@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: MIT
+// Where windows start and end, and which of their rows count.
+#include "host/stream/strip_stream.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+
+#include "host/problem.h"
+#include "host/recipe/recipe_check.h"
+#include "host/stream/row_window.h"
+#include "host/stream/stream_band.h"
+#include "host/stream/window_inspection.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+constexpr std::int64_t nEngineRows = std::int64_t{1} << 22; // then the engine counts anew
+constexpr std::int64_t nEngineAlignment = 1 << 12;
+constexpr std::int64_t nEndless = std::numeric_limits<std::int64_t>::max() / 4;
+
+int CheckedWidth(const Recipe& recipe, int width, const StreamSettings& settings)
+{
+    ThrowIfAny(CheckStream(recipe, width, settings));
+    return width;
+}
+
+} // namespace
+
+StripStream::StripStream(CheckedRecipe recipe, int width, const StreamSettings& settings, StreamSink& sink)
+    : m_recipe(std::move(recipe)), m_width(CheckedWidth(m_recipe, width, settings)),
+      m_plan(PlanStream(m_recipe, width, settings)), m_sink(sink),
+      m_rows(std::make_unique<RowWindow>(width, m_plan.windowRows)),
+      m_inspection(std::make_unique<WindowInspection>(m_recipe, m_rows->Image()))
+{
+    for (int i = 0; i < m_inspection->Bands(); ++i)
+        m_bands.push_back(std::make_unique<StreamBand>(m_recipe, settings, m_plan, m_inspection->Block(),
+                                                       m_inspection->Left(i), m_sink, m_counts));
+}
+
+StripStream::~StripStream() = default;
+
+std::int64_t StripStream::DelayRows() const
+{
+    return std::int64_t{m_plan.windowRows} + m_bands.front()->LargestBlob();
+}
+
+void StripStream::Push(const GreyView& rows)
+{
+    if (rows.Width() != m_width)
+        throw HostError({{"rows", "of " + std::to_string(rows.Width()) + " pixels",
+                          "of " + std::to_string(m_width) + " pixels, the width of the stream"}});
+    Push(rows.Row(0), rows.Height(), rows.Stride());
+}
+
+void StripStream::Push(const std::uint8_t* rows, int count, std::ptrdiff_t stride)
+{
+    if (m_finished)
+        throw HostError({{"rows", "after the end", "none: the stream is finished"}});
+    const bool inPlace = m_width % nRowMultiple == 0 && stride == m_width;
+    const std::int64_t first = m_counts.rows;
+    const std::int64_t end = first + std::max(count, 0);
+    // Rows of the next window that lie here: from half a window on they are inspected where they are.
+    const auto rowsHere = [&]() -> std::int64_t
+    {
+        const std::int64_t here = inPlace && m_keep >= first ? end - m_keep : 0;
+        return here >= m_plan.LeastInPlace() ? here : 0;
+    };
+    m_counts.rows = end;
+    for (;;)
+    {
+        if (const std::int64_t here = rowsHere(); here > 0)
+        {
+            const std::int64_t windows = (here + m_plan.MostInPlace() - 1) / m_plan.MostInPlace();
+            const std::int64_t taken = std::max<std::int64_t>(here / windows, m_plan.LeastInPlace());
+            InspectWindow({rows + (m_keep - first) * stride, m_keep, m_keep + taken}, false);
+            m_rows->Restart(m_keep);
+            continue;
+        }
+        const std::int64_t next = m_rows->End();
+        m_rows->Append(rows + (next - first) * stride, static_cast<int>(end - next), stride);
+        if (!m_rows->IsFull())
+            return;
+        InspectWindow(BufferedRows(), false);
+        if (rowsHere() > 0)
+            m_rows->Restart(m_keep);
+        else
+            m_rows->DropBefore(m_keep);
+    }
+}
+
+StripStream::Rows StripStream::BufferedRows() const
+{
+    return {m_rows->Image().Row(0), m_rows->First(), m_rows->End()};
+}
+
+void StripStream::Finish()
+{
+    if (m_finished)
+        return;
+    if (m_counts.windows == 0)
+        ThrowIfAny(CheckRecipeForImage(m_recipe, m_width, std::max(static_cast<int>(m_counts.rows), 1)));
+    m_finished = true;
+    InspectWindow(BufferedRows(), true);
+}
+
+/// @return chains of answers that the run does not join
+std::size_t StripStream::RunFrom(const Rows& rows, std::int64_t start, std::int64_t end)
+{
+    const WindowInspection::Outcome outcome =
+        m_inspection->Inspect(rows.pixels + (start - rows.first) * RowLengthOf(m_width),
+                              static_cast<int>(start - m_base), static_cast<int>(rows.end - start));
+    m_counts.overflows += outcome.overflowed ? 1 : 0;
+    m_counts.shortMemory += outcome.shortMemory ? 1 : 0;
+    std::size_t open = 0;
+    for (std::size_t i = 0; i < m_bands.size(); ++i)
+        open += m_bands[i]->Seam().Take(m_inspection->Pairs(static_cast<int>(i)), m_base, end);
+    return open;
+}
+
+void StripStream::InspectWindow(const Rows& rows, bool last)
+{
+    if (rows.end - m_base > nEngineRows)
+        m_base = rows.first - rows.first % nEngineAlignment;
+    // The first window starts at the true start, with its edge band; others start in rows that are settled.
+    const std::int64_t begin = m_counts.finalRows;
+    const std::int64_t end = last ? nEndless : rows.end - m_plan.ahead;
+    const auto align = [this](std::int64_t row) { return row - row % m_plan.alignment; };
+    const std::int64_t highest = rows.first > 0 ? rows.first + m_plan.above : 0;
+    std::int64_t start = std::max(highest, align(std::max<std::int64_t>(begin - m_plan.back, 0)));
+    for (const auto& band : m_bands)
+        band->Seam().Begin(begin);
+    ++m_counts.windows;
+    std::size_t open = RunFrom(rows, start, end);
+    bool repaired = false;
+    while (open > 0 && m_plan.step > 0 && start - m_plan.step >= highest)
+    {
+        start -= m_plan.step;
+        repaired = true;
+        ++m_counts.repairs;
+        open = RunFrom(rows, start, end);
+    }
+    m_counts.openChains += static_cast<std::int64_t>(open);
+    const std::int64_t next = last ? nEndless : end;
+    for (std::size_t i = 0; i < m_bands.size(); ++i)
+    {
+        if (open > 0)
+            m_bands[i]->Seam().TakeRest(m_inspection->Pairs(static_cast<int>(i)), m_base, end);
+        m_bands[i]->EndWindow(next, repaired);
+    }
+    m_counts.finalRows = last ? m_counts.rows : next;
+    if (!last)
+        m_keep = std::max(m_keep, align(std::max<std::int64_t>(next - m_plan.back, 0)) - m_plan.spare - m_plan.above);
+}
+
+std::vector<std::string> StripStream::Warnings() const
+{
+    std::vector<std::string> warnings;
+    const auto warn = [&](std::int64_t count, const char* what)
+    {
+        if (count > 0)
+            warnings.push_back(std::to_string(count) + what);
+    };
+    warn(m_counts.cutBlobs, " blobs were perhaps cut: raise largest_blob");
+    warn(m_counts.crowded, " times more pairs waited than max_open_pairs: blobs were cut; raise the thresholds");
+    warn(m_counts.overflows, " windows had more pairs than the engine takes: some are missing; raise the thresholds");
+    warn(m_counts.openChains, " columns have answers at every pitch over more rows than a window keeps: there a "
+                              "defect may be reported a pitch away");
+    warn(m_counts.shortMemory, " windows were not fully looked at: not enough memory");
+    return warnings;
+}
+
+} // namespace narvo

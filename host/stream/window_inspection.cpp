@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+// Calls of an engine that has no room for blobs, so that it stops behind the pair filters.
+#include "host/stream/window_inspection.h"
+
+#include <algorithm>
+
+#include "host/problem.h"
+#include "narvoassem/narvoassem.h"
+
+namespace narvo
+{
+
+namespace
+{
+
+constexpr int nColumnsPerBand = 2000; // at least, in a band of the engine
+constexpr int nBandAlignment = 64;
+
+void LeaveOutBlobs(CNarvoAssem& engine)
+{
+    if (engine.pPixelX == nullptr || engine.pPair == nullptr || engine.pBlob == nullptr)
+        throw HostError({{"memory", "not enough for an engine", "more memory"}});
+    engine.InitBlobStorage(0);
+}
+
+} // namespace
+
+WindowInspection::WindowInspection(const CheckedRecipe& recipe, const GreyImage& rows)
+    : m_plan(recipe, rows.Width(), rows.Height()), m_block(m_plan.BlockFor(rows)),
+      m_pool(std::make_unique<CAssemControl>())
+{
+    m_block.nMaxReinspect = 0; // pairs of earlier passes would be lost
+    if (m_pool->InitAssemControl(1, 1) != 1)
+        throw HostError({{"memory", "not enough for an engine", "more memory"}});
+    CNarvoAssem& lane = *m_pool->GetNarvoAssem(0);
+    LeaveOutBlobs(lane);
+    const int engines = lane.pThreadControl == nullptr ? 0 : lane.pThreadControl->GetCount();
+    for (int i = 0; i < engines; ++i)
+        LeaveOutBlobs(*lane.pThreadControl->GetAssem(i));
+    const int bands = std::min(m_block.rtInspect.Width() / nColumnsPerBand, engines);
+    m_split = m_block.bBandThread != 0 && m_plan.GetDirection() == Direction_Vertical && bands > 0;
+    m_bands = m_split ? bands : 1;
+}
+
+WindowInspection::~WindowInspection() = default;
+
+CNarvoAssem& WindowInspection::Engine(int band) const
+{
+    CNarvoAssem& lane = *m_pool->GetNarvoAssem(0);
+    return m_split ? *lane.pThreadControl->GetAssem(band) : lane;
+}
+
+WindowInspection::Outcome WindowInspection::Inspect(const std::uint8_t* pixels, int top, int count)
+{
+    // By numbers: where the image would begin there may be no memory.
+    const auto offset = static_cast<std::uintptr_t>(top) * static_cast<std::uintptr_t>(m_block.nImageWidth);
+    m_block.pImage = reinterpret_cast<unsigned char*>(reinterpret_cast<std::uintptr_t>(pixels) - offset);
+    m_block.nImageHeight = top + count;
+    m_block.rtInspect.top = top;
+    m_block.rtInspect.bottom = top + count;
+    CConvParam block = m_block;
+    const int code = m_pool->Inspect_Rect(0, &block, 0);
+    if (code != InspectCode_Done && code != InspectCode_Partial)
+        throw HostError({{"inspection", "refused by the engine with code " + std::to_string(code),
+                          "a recipe that passes the engine's checks"}});
+    Outcome outcome;
+    for (int i = 0; i < m_bands; ++i)
+    {
+        const CNarvoAssem& engine = Engine(i);
+        const int limit = m_plan.GetDirection() == Direction_Vertical
+                              ? std::min(engine.nPairSize - 1, CNarvoAssem::nVerticalPairLimit)
+                              : engine.nPairSize - 1;
+        outcome.overflowed = outcome.overflowed || engine.nPairCount > limit;
+    }
+    outcome.shortMemory = code == InspectCode_Partial && !outcome.overflowed;
+    return outcome;
+}
+
+int WindowInspection::Left(int band) const
+{
+    // As the engine divides the width, in single precision.
+    const auto columns = static_cast<int>(static_cast<float>(m_block.rtInspect.Width()) / static_cast<float>(m_bands));
+    return band * (columns / nBandAlignment * nBandAlignment);
+}
+
+std::span<const CDefectPair> WindowInspection::Pairs(int band) const
+{
+    const CNarvoAssem& engine = Engine(band);
+    return {engine.pPair, static_cast<std::size_t>(std::clamp(engine.nPairCount, 0, engine.nPairSize))};
+}
+
+} // namespace narvo

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: MIT
+// The engine's call for one window of rows, up to its filtered pairs: blobs are made from the pairs of several windows.
+#pragma once
+
+#include <memory>
+#include <span>
+
+#include "host/image/grey_image.h"
+#include "host/inspect/inspection_plan.h"
+#include "host/recipe/checked_recipe.h"
+#include "narvoassem/convparam.h"
+#include "narvoassem/defectpair.h"
+
+class CAssemControl;
+class CNarvoAssem;
+
+namespace narvo
+{
+
+/// Inspects stretches of rows as images of their own.
+class WindowInspection
+{
+public:
+    /// @throws HostError unless the recipe can inspect images of that size, or without memory for the engine
+    WindowInspection(const CheckedRecipe& recipe, const GreyImage& rows);
+    ~WindowInspection();
+    WindowInspection(const WindowInspection&) = delete;
+    WindowInspection& operator=(const WindowInspection&) = delete;
+
+    /// What became of a window.
+    struct Outcome
+    {
+        bool overflowed = false;
+        bool shortMemory = false;
+    };
+    /// Inspects `count` rows that begin at `pixels` and are the rows from `top` on of an image whose rows before that
+    /// are not read: places are in that image, because the pair filters' arithmetic depends on them by its rounding.
+    Outcome Inspect(const std::uint8_t* pixels, int top, int count);
+
+    /// Bands of columns that the engine inspects by themselves.
+    int Bands() const { return m_bands; }
+    /// First column of a band.
+    int Left(int band) const;
+    /// The pairs of the last window, in the engine's order; valid until the next.
+    std::span<const CDefectPair> Pairs(int band) const;
+    /// The parameters without an image, for the making of blobs.
+    const CConvParam& Block() const { return m_block; }
+
+private:
+    CNarvoAssem& Engine(int band) const;
+
+    InspectionPlan m_plan;
+    CConvParam m_block;
+    std::unique_ptr<CAssemControl> m_pool;
+    int m_bands = 1;
+    bool m_split = false;
+};
+
+} // namespace narvo

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+// A stream that runs takes no memory.
+#include <gtest/gtest.h>
+
+#include "bench/malloc_count.h"
+#include "host/stream/strip_stream.h"
+
+namespace narvo::test
+{
+namespace
+{
+
+class CountingSink : public StreamSink
+{
+public:
+    void OnBlob(const StreamBlob&) override { ++blobs; }
+    int blobs = 0;
+};
+
+/// Rows that repeat, with spots of both polarities.
+GreyImage Rows(int width, int rows)
+{
+    GreyImage image(width, rows, 100);
+    for (int y = 3; y + 3 < rows; y += 37)
+        for (int x = 5; x + 3 < width; x += 111)
+            for (int i = 0; i < 9; ++i)
+                image.Row(y + i / 3)[x + i % 3] = y % 2 == 0 ? 180 : 30;
+    return image;
+}
+
+void ExpectNoAllocation(int direction, int width)
+{
+    Recipe recipe;
+    recipe.mode = Mode_Pixel;
+    recipe.direction = direction;
+    recipe.pitchX = 8.5;
+    recipe.pitchY = 10.25;
+    recipe.thresholdBase = 20;
+    CountingSink sink;
+    StripStream stream(CheckedRecipe(recipe), width, {}, sink);
+    const GreyImage image = Rows(width, 2000);
+    const auto push = [&](int step)
+    {
+        for (int y = 0; y < image.Height(); y += step)
+            stream.Push(image.Row(y), std::min(step, image.Height() - y), image.Stride());
+    };
+    for (int i = 0; i < 6; ++i)
+        push(i % 2 == 0 ? 61 : 2000);
+    const int before = sink.blobs;
+    bench::StartHeapCount();
+    for (int i = 0; i < 6; ++i)
+        push(i % 2 == 0 ? 61 : 2000);
+    const bench::SHeapUse use = bench::StopHeapCount();
+    EXPECT_EQ(use.nCalls, 0U);
+    EXPECT_GT(sink.blobs, before);
+    EXPECT_TRUE(stream.Counts().IsExact());
+}
+
+TEST(StreamMemory, TakesNoneOnceItRunsVertically)
+{
+    ExpectNoAllocation(Direction_Vertical, 600);
+}
+
+TEST(StreamMemory, TakesNoneOnceItRunsHorizontally)
+{
+    ExpectNoAllocation(Direction_Horizontal, 602);
+}
+
+TEST(StreamMemory, TakesNoneOnceItRunsInBands)
+{
+    ExpectNoAllocation(Direction_Vertical, 4400);
+}
+
+} // namespace
+} // namespace narvo::test

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+// A stream reports what one call for the whole image reports, however the rows are cut into pieces.
+#include <gtest/gtest.h>
+
+#include "host/problem.h"
+#include "stream/stream_help.h"
+#include "support/seeds.h"
+
+namespace narvo::test
+{
+namespace
+{
+
+/// Lines that only one of both has, for a failure's message.
+std::string Difference(const std::vector<std::string>& whole, const std::vector<std::string>& stream)
+{
+    std::vector<std::string> missing;
+    std::vector<std::string> added;
+    std::set_difference(whole.begin(), whole.end(), stream.begin(), stream.end(), std::back_inserter(missing));
+    std::set_difference(stream.begin(), stream.end(), whole.begin(), whole.end(), std::back_inserter(added));
+    std::string text = std::to_string(missing.size()) + " missing, " + std::to_string(added.size()) + " added\n";
+    for (std::size_t i = 0; i < std::min<std::size_t>(missing.size(), 5); ++i)
+        text += "  missing " + missing[i] + "\n";
+    for (std::size_t i = 0; i < std::min<std::size_t>(added.size(), 5); ++i)
+        text += "  added   " + added[i] + "\n";
+    return text;
+}
+
+TEST(StreamRandom, ReportsWhatOneCallForTheWholeImageReports)
+{
+    const char* const count = std::getenv("NARVO_STREAM_CASES");
+    int compared = 0;
+    int inexact = 0;
+    std::int64_t windows = 0;
+    std::int64_t blobs = 0;
+    std::int64_t repairs = 0;
+    const std::vector<std::uint64_t> seeds = CaseSeeds("streams", count != nullptr ? std::atoi(count) : 150);
+    for (const std::uint64_t seed : seeds)
+    {
+        CRandom random(seed);
+        const StreamCase one = RandomStreamCase(random);
+        bool complete = false;
+        const StreamLines whole = InspectWhole(one, complete);
+        StreamCounts counts;
+        const StreamLines stream = InspectStream(one, counts);
+        ASSERT_EQ(counts.rows, one.image.Height()) << ReplayHint(seed);
+        ASSERT_EQ(counts.finalRows, one.image.Height()) << ReplayHint(seed);
+        if (!complete || !counts.IsExact())
+        {
+            ++inexact;
+            continue;
+        }
+        ++compared;
+        windows += counts.windows;
+        blobs += counts.blobs;
+        repairs += counts.repairs;
+        ASSERT_EQ(whole.pairs == stream.pairs, true) << ReplayHint(seed) << "\n"
+                                                     << Difference(whole.pairs, stream.pairs);
+        ASSERT_EQ(whole.blobs == stream.blobs, true) << ReplayHint(seed) << "\n"
+                                                     << Difference(whole.blobs, stream.blobs);
+    }
+    RecordProperty("compared", compared);
+    std::printf("%d streams compared, %lld windows, %lld blobs, %lld repairs; %d not exact\n", compared,
+                static_cast<long long>(windows), static_cast<long long>(blobs), static_cast<long long>(repairs),
+                inexact);
+    if (seeds.size() > 1)
+    {
+        EXPECT_GT(compared, 3 * static_cast<int>(seeds.size()) / 4);
+        EXPECT_GT(windows, 2 * compared);
+        EXPECT_GT(repairs, 0);
+    }
+}
+
+} // namespace
+} // namespace narvo::test
