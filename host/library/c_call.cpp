@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: MIT
+// The C interface: problems of each thread, handles, checks of arguments.
+#include "host/library/c_call.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <exception>
+#include <limits>
+#include <memory>
+#include <new>
+#include <vector>
+
+#include "host/library/c_records.h"
+
+namespace narvo::library
+{
+
+namespace
+{
+
+using ProblemList = std::vector<v1::Problem>;
+
+// Without destructors, so that functions work in destructors of static objects and of this thread.
+thread_local ProblemList* threadProblems = nullptr;
+thread_local bool threadLacksMemory = false;
+
+/// Frees the problems at the end of the thread.
+struct ProblemsOwner
+{
+    ~ProblemsOwner()
+    {
+        delete threadProblems;
+        threadProblems = nullptr;
+    }
+};
+
+ProblemList& OwnProblems()
+{
+    if (threadProblems == nullptr)
+    {
+        threadProblems = new ProblemList;
+        static thread_local ProblemsOwner owner;
+    }
+    return *threadProblems;
+}
+
+/// The status of the exception that is being handled, whose problems are added to `problems`.
+std::int32_t ReadException(ProblemList& problems)
+{
+    try
+    {
+        throw;
+    }
+    catch (const v1::Error& error)
+    {
+        problems = error.Problems();
+        return NARVO_REFUSED;
+    }
+    catch (const std::bad_alloc&)
+    {
+        throw;
+    }
+    catch (const std::exception& error)
+    {
+        problems.push_back({"call", error.what(), "a call that succeeds"});
+    }
+    catch (...)
+    {
+        problems.push_back({"call", "a failure without a description", "a call that succeeds"});
+    }
+    return NARVO_FAILED;
+}
+
+template <typename Table>
+Table& LastingTable(const char* kind)
+{
+    static Table& table = *new Table(kind);
+    return table;
+}
+
+} // namespace
+
+std::uintptr_t NextHandle()
+{
+    static std::atomic<std::uintptr_t> next = 1;
+    return next++;
+}
+
+HandleTable<narvo_recipe, v1::Recipe>& RecipeHandles()
+{
+    return LastingTable<HandleTable<narvo_recipe, v1::Recipe>>("a recipe");
+}
+
+HandleTable<narvo_draft, DraftObject>& DraftHandles()
+{
+    return LastingTable<HandleTable<narvo_draft, DraftObject>>("a draft");
+}
+
+HandleTable<narvo_inspector, v1::Inspector>& InspectorHandles()
+{
+    return LastingTable<HandleTable<narvo_inspector, v1::Inspector>>("an inspector");
+}
+
+HandleTable<narvo_reports, ReportsObject>& ReportsHandles()
+{
+    return LastingTable<HandleTable<narvo_reports, ReportsObject>>("reports");
+}
+
+std::int32_t KeepProblems() noexcept
+{
+    ForgetProblems();
+    try
+    {
+        return ReadException(OwnProblems());
+    }
+    catch (...)
+    {
+        ForgetProblems();
+        threadLacksMemory = true;
+        return NARVO_NO_MEMORY;
+    }
+}
+
+void ForgetProblems() noexcept
+{
+    threadLacksMemory = false;
+    if (threadProblems != nullptr)
+        threadProblems->clear();
+}
+
+void CheckRoom(const void* place, const char* name, std::int64_t capacity)
+{
+    if (capacity < 0)
+        throw v1::Error({{"capacity", std::to_string(capacity),
+                          "0 to " + std::to_string(std::numeric_limits<std::int64_t>::max())}});
+    if (capacity > 0)
+        Given(place, name);
+}
+
+v1::ImagePixels PixelsOf(const narvo_image* image, const char* name)
+{
+    const narvo_image record = ReadRecord(image, name);
+    v1::ImagePixels pixels;
+    pixels.pixels = record.pixels;
+    pixels.width = record.width;
+    pixels.height = record.height;
+    pixels.bits = record.bits;
+    // Where addresses are shorter, a stride that does not fit must not become one that does.
+    pixels.stride = static_cast<std::ptrdiff_t>(
+        std::clamp<std::int64_t>(record.stride, std::numeric_limits<std::ptrdiff_t>::min(),
+                                 std::numeric_limits<std::ptrdiff_t>::max()));
+    return pixels;
+}
+
+} // namespace narvo::library
+
+using namespace narvo::library; // NOLINT(google-build-using-namespace): the functions below are those of C
+
+std::int32_t narvo_c_version(void)
+{
+    return NARVO_C_VERSION;
+}
+
+std::int64_t narvo_problem_count(void)
+{
+    if (threadLacksMemory)
+        return 1;
+    return threadProblems == nullptr ? 0 : static_cast<std::int64_t>(threadProblems->size());
+}
+
+std::int32_t narvo_problem_get(std::int64_t index, narvo_problem* problem)
+{
+    constexpr auto& sizes = RecordSizes<narvo_problem>::sizes;
+    if (problem == nullptr || std::find(std::begin(sizes), std::end(sizes), problem->size) == std::end(sizes) ||
+        index < 0 || index >= narvo_problem_count())
+        return NARVO_REFUSED;
+    narvo_problem record = {0, 0, "memory", "not enough", "what the call needs"};
+    if (!threadLacksMemory)
+    {
+        const narvo::v1::Problem& kept = (*threadProblems)[static_cast<std::size_t>(index)];
+        record.field = kept.field.c_str();
+        record.value = kept.value.c_str();
+        record.allowed = kept.allowed.c_str();
+    }
+    WriteRecord(problem, problem->size, record);
+    return NARVO_OK;
+}

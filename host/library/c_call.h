@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: MIT
+// What all functions of the C interface share: exceptions become a status and the problems of the thread, and arguments
+// are checked.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+
+#include "host/library/c_handles.h"
+#include "narvo/host_inspector.h"
+#include "narvo/narvo_c.h"
+
+namespace narvo::library
+{
+
+/// A draft, which one thread at a time may change.
+struct DraftObject
+{
+    std::mutex mutex;
+    v1::RecipeDraft draft;
+};
+
+/// Reports of one image.
+struct ReportsObject
+{
+    std::vector<v1::Report> reports;
+};
+
+// The tables live as long as the process, since programs may free handles at its very end.
+HandleTable<narvo_recipe, v1::Recipe>& RecipeHandles();
+HandleTable<narvo_draft, DraftObject>& DraftHandles();
+HandleTable<narvo_inspector, v1::Inspector>& InspectorHandles();
+HandleTable<narvo_reports, ReportsObject>& ReportsHandles();
+
+/// The status of the exception that is being handled, whose problems become those of this thread.
+std::int32_t KeepProblems() noexcept;
+/// Ends with no problems in this thread.
+void ForgetProblems() noexcept;
+
+/// Runs `call` and returns its status. Problems of calls before stay when it succeeds.
+template <typename Call>
+std::int32_t GuardedQuietly(Call&& call) noexcept
+{
+    try
+    {
+        std::forward<Call>(call)();
+        return NARVO_OK;
+    }
+    catch (...)
+    {
+        return KeepProblems();
+    }
+}
+
+/// Runs `call` and returns its status.
+template <typename Call>
+std::int32_t Guarded(Call&& call) noexcept
+{
+    const std::int32_t status = GuardedQuietly(std::forward<Call>(call));
+    if (status == NARVO_OK)
+        ForgetProblems();
+    return status;
+}
+
+/// @throws v1::Error for null
+template <typename Value>
+Value* Given(Value* pointer, const char* name)
+{
+    if (pointer == nullptr)
+        throw v1::Error({{name, "null", "an address"}});
+    return pointer;
+}
+
+/// Makes an object and hands out its handle; the handle is null when that fails.
+template <typename Handle, typename Object, typename Make>
+std::int32_t HandOut(HandleTable<Handle, Object>& table, Handle** handle, const char* name, Make&& make) noexcept
+{
+    if (handle != nullptr)
+        *handle = nullptr;
+    return Guarded(
+        [&]
+        {
+            Given(handle, name);
+            *handle = table.Insert(std::forward<Make>(make)());
+        });
+}
+
+/// Element `index`. @throws v1::Error outside of 0 .. size - 1
+template <typename Values>
+auto& ElementAt(Values& values, std::int64_t index, const char* name)
+{
+    if (index < 0 || static_cast<std::uint64_t>(index) >= values.size())
+        throw v1::Error(
+            {{name, std::to_string(index), values.empty() ? "none: there are none" : "0 to " + std::to_string(values.size() - 1)}});
+    return values[static_cast<std::size_t>(index)];
+}
+
+/// @throws v1::Error for a negative capacity, or room at null
+void CheckRoom(const void* place, const char* name, std::int64_t capacity);
+
+/// What the record says, not yet checked. @throws v1::Error for null or a wrong size of the record
+v1::ImagePixels PixelsOf(const narvo_image* image, const char* name);
+
+} // namespace narvo::library

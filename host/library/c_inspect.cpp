@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: MIT
+// The C interface: inspectors and their reports.
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "host/library/c_call.h"
+#include "host/library/c_records.h"
+#include "narvo/narvo_c.h"
+
+using namespace narvo::library; // NOLINT(google-build-using-namespace): the functions below are those of C
+using narvo::v1::Defect;
+using narvo::v1::Inspector;
+using narvo::v1::Report;
+
+namespace
+{
+
+narvo_report RecordOf(const Report& report)
+{
+    narvo_report record = {};
+    record.code = report.code;
+    record.vertical = report.vertical ? 1 : 0;
+    record.overflowed = report.overflowed ? 1 : 0;
+    record.left = report.region.left;
+    record.top = report.region.top;
+    record.right = report.region.right;
+    record.bottom = report.region.bottom;
+    record.milliseconds = report.milliseconds;
+    record.name = report.name.c_str();
+    record.defect_count = static_cast<std::int64_t>(report.defects.size());
+    record.warning_count = static_cast<std::int64_t>(report.warnings.size());
+    return record;
+}
+
+narvo_defect RecordOf(const Defect& defect)
+{
+    narvo_defect record = {};
+    record.number = defect.number;
+    record.bright = defect.bright ? 1 : 0;
+    record.band = defect.band;
+    record.single = defect.single ? 1 : 0;
+    record.area = defect.area;
+    record.left = defect.box.left;
+    record.top = defect.box.top;
+    record.right = defect.box.right;
+    record.bottom = defect.box.bottom;
+    record.center_x = defect.centerX;
+    record.center_y = defect.centerY;
+    record.peak_x = defect.peakX;
+    record.peak_y = defect.peakY;
+    record.peak = defect.peak;
+    record.max_difference = defect.maxDifference;
+    record.mean_difference = defect.meanDifference;
+    record.mean_grey = defect.meanGrey;
+    record.mean_reference = defect.meanReference;
+    record.zone = defect.zone;
+    record.scale = defect.scale;
+    record.label = defect.label;
+    record.diameter = defect.diameter;
+    record.angle = defect.angle;
+    record.major_axis = defect.majorAxis;
+    record.minor_axis = defect.minorAxis;
+    record.circularity = defect.circularity;
+    record.elongation = defect.elongation;
+    return record;
+}
+
+} // namespace
+
+std::int32_t narvo_inspector_create(std::int32_t lanes, narvo_inspector** inspector)
+{
+    return HandOut(InspectorHandles(), inspector, "inspector", [&] { return std::make_shared<Inspector>(lanes); });
+}
+
+std::int32_t narvo_inspector_lanes(const narvo_inspector* inspector, std::int32_t* lanes)
+{
+    return Guarded(
+        [&]
+        {
+            Given(lanes, "lanes");
+            *lanes = InspectorHandles().Find(inspector, "inspector")->Lanes();
+        });
+}
+
+std::int32_t narvo_inspect(narvo_inspector* inspector, const narvo_recipe* recipe, const narvo_image* image,
+                           narvo_reports** reports)
+{
+    return HandOut(ReportsHandles(), reports, "reports",
+                   [&]
+                   {
+                       const auto engines = InspectorHandles().Find(inspector, "inspector");
+                       const auto rules = RecipeHandles().Find(recipe, "recipe");
+                       auto object = std::make_shared<ReportsObject>();
+                       object->reports = engines->Inspect(PixelsOf(image, "image"), *rules);
+                       return object;
+                   });
+}
+
+std::int32_t narvo_inspector_free(narvo_inspector* inspector)
+{
+    return GuardedQuietly([&] { InspectorHandles().Remove(inspector, "inspector"); });
+}
+
+std::int32_t narvo_reports_count(const narvo_reports* reports, std::int64_t* count)
+{
+    return Guarded(
+        [&]
+        {
+            Given(count, "count");
+            *count = static_cast<std::int64_t>(ReportsHandles().Find(reports, "reports")->reports.size());
+        });
+}
+
+std::int32_t narvo_reports_get(const narvo_reports* reports, std::int64_t region, narvo_report* report)
+{
+    return Guarded(
+        [&]
+        {
+            const std::uint32_t size = SizeOf(report, "report");
+            const auto object = ReportsHandles().Find(reports, "reports");
+            WriteRecord(report, size, RecordOf(ElementAt(object->reports, region, "region")));
+        });
+}
+
+std::int32_t narvo_reports_defects(const narvo_reports* reports, std::int64_t region, std::uint32_t record_size,
+                                   narvo_defect* defects, std::int64_t capacity, std::int64_t* count)
+{
+    return Guarded(
+        [&]
+        {
+            Given(count, "count");
+            CheckRecordSize<narvo_defect>(record_size, "record_size");
+            CheckRoom(defects, "defects", capacity);
+            const auto object = ReportsHandles().Find(reports, "reports");
+            const auto& found = ElementAt(object->reports, region, "region").defects;
+            *count = static_cast<std::int64_t>(found.size());
+            auto* place = reinterpret_cast<std::byte*>(defects);
+            for (std::int64_t i = 0; i < std::min(capacity, *count); ++i, place += record_size)
+                WriteRecord(place, record_size, RecordOf(found[static_cast<std::size_t>(i)]));
+        });
+}
+
+std::int32_t narvo_reports_warning(const narvo_reports* reports, std::int64_t region, std::int64_t index,
+                                   const char** text)
+{
+    if (text != nullptr)
+        *text = nullptr;
+    return Guarded(
+        [&]
+        {
+            Given(text, "text");
+            const auto object = ReportsHandles().Find(reports, "reports");
+            *text = ElementAt(ElementAt(object->reports, region, "region").warnings, index, "index").c_str();
+        });
+}
+
+std::int32_t narvo_reports_free(narvo_reports* reports)
+{
+    return GuardedQuietly([&] { ReportsHandles().Remove(reports, "reports"); });
+}

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: MIT
+// The C interface: recipes from files and text, and drafts that are built field by field.
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "host/library/c_call.h"
+#include "narvo/narvo_c.h"
+
+using namespace narvo::library; // NOLINT(google-build-using-namespace): the functions below are those of C
+using narvo::v1::Error;
+using narvo::v1::Recipe;
+using narvo::v1::RecipeDraft;
+
+namespace
+{
+
+/// Calls `change` with the draft.
+template <typename Change>
+std::int32_t ChangeDraft(narvo_draft* draft, const Change& change)
+{
+    return Guarded(
+        [&]
+        {
+            const std::shared_ptr<DraftObject> object = DraftHandles().Find(draft, "draft");
+            const std::lock_guard lock(object->mutex);
+            change(object->draft);
+        });
+}
+
+} // namespace
+
+std::int32_t narvo_recipe_from_file(const char* file, narvo_recipe** recipe)
+{
+    return HandOut(RecipeHandles(), recipe, "recipe",
+                   [&] { return std::make_shared<Recipe>(Recipe::FromFile(Given(file, "file"))); });
+}
+
+std::int32_t narvo_recipe_from_text(const char* json, const char* folder, narvo_recipe** recipe)
+{
+    return HandOut(
+        RecipeHandles(), recipe, "recipe",
+        [&] { return std::make_shared<Recipe>(Recipe::FromText(Given(json, "json"), folder == nullptr ? "." : folder)); });
+}
+
+std::int32_t narvo_recipe_regions(const narvo_recipe* recipe, std::int64_t* count)
+{
+    return Guarded(
+        [&]
+        {
+            Given(count, "count");
+            *count = static_cast<std::int64_t>(RecipeHandles().Find(recipe, "recipe")->Regions());
+        });
+}
+
+std::int32_t narvo_recipe_text(const narvo_recipe* recipe, char* text, std::int64_t capacity, std::int64_t* length)
+{
+    return Guarded(
+        [&]
+        {
+            Given(length, "length");
+            CheckRoom(text, "text", capacity);
+            const std::string json = RecipeHandles().Find(recipe, "recipe")->Text();
+            *length = static_cast<std::int64_t>(json.size());
+            if (capacity == 0)
+                return;
+            const auto bytes = static_cast<std::size_t>(std::min(capacity - 1, *length));
+            std::memcpy(text, json.data(), bytes);
+            text[bytes] = '\0';
+        });
+}
+
+std::int32_t narvo_recipe_check_size(const narvo_recipe* recipe, std::int32_t width, std::int32_t height)
+{
+    return Guarded([&] { RecipeHandles().Find(recipe, "recipe")->CheckSize(width, height); });
+}
+
+std::int32_t narvo_recipe_free(narvo_recipe* recipe)
+{
+    return GuardedQuietly([&] { RecipeHandles().Remove(recipe, "recipe"); });
+}
+
+std::int32_t narvo_draft_create(narvo_draft** draft)
+{
+    return HandOut(DraftHandles(), draft, "draft", [] { return std::make_shared<DraftObject>(); });
+}
+
+std::int32_t narvo_draft_set_number(narvo_draft* draft, const char* field, double value)
+{
+    return ChangeDraft(draft, [&](RecipeDraft& own) { own.Set(Given(field, "field"), value); });
+}
+
+std::int32_t narvo_draft_set_integer(narvo_draft* draft, const char* field, std::int32_t value)
+{
+    return ChangeDraft(draft, [&](RecipeDraft& own) { own.Set(Given(field, "field"), value); });
+}
+
+std::int32_t narvo_draft_set_switch(narvo_draft* draft, const char* field, std::int32_t value)
+{
+    return ChangeDraft(draft,
+                       [&](RecipeDraft& own)
+                       {
+                           Given(field, "field");
+                           if (value != 0 && value != 1)
+                               throw Error({{field, std::to_string(value), "0 or 1"}});
+                           own.Set(field, value == 1);
+                       });
+}
+
+std::int32_t narvo_draft_set_text(narvo_draft* draft, const char* field, const char* text)
+{
+    return ChangeDraft(draft, [&](RecipeDraft& own) { own.Set(Given(field, "field"), Given(text, "text")); });
+}
+
+std::int32_t narvo_draft_set_json(narvo_draft* draft, const char* field, const char* json)
+{
+    return ChangeDraft(draft, [&](RecipeDraft& own) { own.SetJson(Given(field, "field"), Given(json, "json")); });
+}
+
+std::int32_t narvo_draft_set_zone_image(narvo_draft* draft, const narvo_image* cell)
+{
+    return ChangeDraft(draft, [&](RecipeDraft& own) { own.SetZoneImage(PixelsOf(cell, "cell")); });
+}
+
+std::int32_t narvo_draft_set_dead_image(narvo_draft* draft, const narvo_image* dead)
+{
+    return ChangeDraft(draft, [&](RecipeDraft& own) { own.SetDeadImage(PixelsOf(dead, "dead")); });
+}
+
+std::int32_t narvo_draft_check(const narvo_draft* draft, narvo_recipe** recipe)
+{
+    return HandOut(RecipeHandles(), recipe, "recipe",
+                   [&]
+                   {
+                       const std::shared_ptr<DraftObject> object = DraftHandles().Find(draft, "draft");
+                       const std::lock_guard lock(object->mutex);
+                       return std::make_shared<Recipe>(object->draft.Check());
+                   });
+}
+
+std::int32_t narvo_draft_free(narvo_draft* draft)
+{
+    return GuardedQuietly([&] { DraftHandles().Remove(draft, "draft"); });
+}

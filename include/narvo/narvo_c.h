@@ -1,0 +1,232 @@
+// SPDX-License-Identifier: MIT
+// The C interface of the host library, for C99 and later, C++, and every language that can call C functions.
+// docs/c-interface.md is its guide.
+//
+// Status: functions that can fail return NARVO_OK or why they did nothing; narvo_problem_count and narvo_problem_get
+// then list every reason. No function throws, prints or ends the program. A call that fails sets the handle that it
+// would have returned to null and changes nothing else.
+//
+// Handles: a handle is a value of the library and no address. Null, handles of another kind and handles that were freed
+// are refused. Every handle that a call returns is freed once, by the function whose name ends in _free, which takes
+// null as well and does nothing then. Freeing a handle while other threads are in calls with it is safe: these calls
+// end as if it were not freed.
+//
+// Records: their first member is their size as the caller compiled them, sizeof(narvo_image) and so on. Later versions
+// only append members, so programs compiled with an older header keep working with a newer library. A size that is
+// none of the record's is refused. Members named reserved are 0 in records that the library fills, and not read.
+//
+// Texts: UTF-8, ended by a zero byte. Texts that the library returns stay its own; each function says until when they
+// can be read.
+//
+// Threads: any number of threads may call any function with any handles. The problems of each thread are its own.
+#ifndef NARVO_NARVO_C_H
+#define NARVO_NARVO_C_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(__GNUC__)
+#define NARVO_C_API __attribute__((visibility("default")))
+#else
+#define NARVO_C_API
+#endif
+
+#ifdef __cplusplus
+extern "C"
+{
+#endif
+
+/// Status: the call did what it says.
+#define NARVO_OK 0
+/// Status: something that was handed over is wrong, or an image and a recipe do not suit each other.
+#define NARVO_REFUSED 1
+/// Status: memory ran out; the same call may succeed later.
+#define NARVO_NO_MEMORY 2
+/// Status: the call failed for a reason that the caller cannot mend, which the problem says.
+#define NARVO_FAILED 3
+
+/// Version of this header: raised when functions or members are added.
+#define NARVO_C_VERSION 1
+
+/// The version of the library that is loaded. A program works with every library whose version is at least the
+/// NARVO_C_VERSION that it was compiled with.
+NARVO_C_API int32_t narvo_c_version(void);
+
+/// A checked recipe. Nothing changes it. It keeps the tables for the image size that was inspected last, so use one for
+/// all images rather than make it anew.
+typedef struct narvo_recipe narvo_recipe;
+/// A recipe while it is built field by field.
+typedef struct narvo_draft narvo_draft;
+/// Engines for a number of images at once.
+typedef struct narvo_inspector narvo_inspector;
+/// What came out of one image. Reports keep nothing of the image, recipe or inspector that they come from.
+typedef struct narvo_reports narvo_reports;
+
+/// One reason why a call failed.
+typedef struct narvo_problem
+{
+    uint32_t size;       ///< sizeof(narvo_problem)
+    uint32_t reserved;   ///< 0
+    const char* field;   ///< path of a recipe field, name of an argument, or a file
+    const char* value;   ///< what was found there
+    const char* allowed; ///< what would have been right
+} narvo_problem;
+
+/// Where the pixels of a grey image lie. They must not change during a call, and no call keeps them. 8-bit images
+/// without gaps between rows whose width is a multiple of 4 are read where they lie; others are copied once for each
+/// call.
+typedef struct narvo_image
+{
+    uint32_t size;      ///< sizeof(narvo_image)
+    int32_t width;      ///< pixels, 1 .. 1048576
+    int32_t height;     ///< pixels, 1 .. 1048576; width by height up to 1073741824
+    int32_t bits;       ///< 8: one byte a pixel; 9 .. 16: two bytes a pixel, the machine's order, values below 2^bits
+    int64_t stride;     ///< bytes from row to row, at least a row's; even above 8 bits; 0: rows without gaps
+    const void* pixels; ///< upper left; at an even address above 8 bits
+} narvo_image;
+
+/// What came out of one region. Coordinates are those of the image; y grows downward, right and bottom are exclusive.
+typedef struct narvo_report
+{
+    uint32_t size;         ///< sizeof(narvo_report)
+    int32_t code;          ///< 1: all was inspected; 16: done in part or with re-runs, see the warnings
+    int32_t vertical;      ///< 1: compared along y; 0: along x
+    int32_t overflowed;    ///< 1: more was found than the engine holds at once; 0: not
+    int32_t left;          ///< of the region; of shapes, the bounds
+    int32_t top;           ///< the same
+    int32_t right;         ///< the same
+    int32_t bottom;        ///< the same
+    double milliseconds;   ///< all that the inspection took
+    const char* name;      ///< the region's in the recipe; can be read until the reports are freed
+    int64_t defect_count;  ///< how many narvo_reports_defects has
+    int64_t warning_count; ///< how many narvo_reports_warning has: what was perhaps not looked at, or lost
+} narvo_report;
+
+/// One reported defect. Coordinates are those of the image; y grows downward, right and bottom are exclusive.
+typedef struct narvo_defect
+{
+    uint32_t size;           ///< sizeof(narvo_defect)
+    int32_t number;          ///< 1, 2, ... in the order of the report
+    int32_t bright;          ///< 1: brighter than its reference; 0: darker
+    int32_t band;            ///< 1 first pitch of the region, 2 middle, 3 last
+    int32_t single;          ///< 1: seen against one neighbour only; 0: not
+    int32_t area;            ///< pixels
+    int32_t left;            ///< of all its pixels
+    int32_t top;             ///< the same
+    int32_t right;           ///< the same
+    int32_t bottom;          ///< the same
+    int32_t center_x;        ///< mean of its pixels along x
+    int32_t center_y;        ///< the same along y
+    int32_t peak_x;          ///< column where it stands out most
+    int32_t peak_y;          ///< row where it does
+    int32_t peak;            ///< how far it rises above its threshold there, grey levels
+    int32_t max_difference;  ///< difference there, grey levels
+    int32_t mean_difference; ///< grey levels
+    int32_t mean_grey;       ///< of its pixels
+    int32_t mean_reference;  ///< of what they were compared with
+    int32_t zone;            ///< the zone that holds most of its pixels
+    int32_t scale;           ///< reduction of the image at which it stands out most; 1 where only the image is compared
+    int32_t label;           ///< the recipe's label
+    int32_t diameter;        ///< in the recipe's pixel sizes
+    int32_t reserved;        ///< 0
+    double angle;            ///< of the long axis, degrees
+    double major_axis;       ///< pixels
+    double minor_axis;       ///< pixels
+    double circularity;      ///< 1 for a disc, less for other shapes
+    double elongation;       ///< area over the major axis, pixels: the mean width of a long defect
+} narvo_defect;
+
+// --- problems ---
+
+/// How many reasons the last failure in this thread had. Calls that succeed set it to 0, except narvo_problem_count,
+/// narvo_problem_get, narvo_c_version and functions that free a handle, which leave the problems as they are.
+NARVO_C_API int64_t narvo_problem_count(void);
+/// Fills `problem`, whose size is set, with reason `index`, 0 .. count - 1. Its texts can be read until this thread's
+/// next call that changes the problems. @return NARVO_REFUSED for another index, null or a wrong size; the problems stay
+/// as they are
+NARVO_C_API int32_t narvo_problem_get(int64_t index, narvo_problem* problem);
+
+// --- recipes ---
+
+/// Reads the recipe file of that name; images that it names are looked up beside it. The caller frees `*recipe`.
+/// @return NARVO_REFUSED with all that is wrong with it
+NARVO_C_API int32_t narvo_recipe_from_file(const char* file, narvo_recipe** recipe);
+/// The same from JSON text. Images that it names are looked up in `folder`, or in the current one when that is null.
+NARVO_C_API int32_t narvo_recipe_from_text(const char* json, const char* folder, narvo_recipe** recipe);
+/// Sets `*count` to the number of regions, at least 1.
+NARVO_C_API int32_t narvo_recipe_regions(const narvo_recipe* recipe, int64_t* count);
+/// JSON with every field written out. Sets `*length` to its bytes without the zero byte at the end, and writes as many
+/// of them as fit with that byte into the `capacity` bytes at `text`, which may be null when the capacity is 0.
+NARVO_C_API int32_t narvo_recipe_text(const narvo_recipe* recipe, char* text, int64_t capacity, int64_t* length);
+/// Whether images of that size, in pixels, can be inspected. @return NARVO_REFUSED with every reason why not
+NARVO_C_API int32_t narvo_recipe_check_size(const narvo_recipe* recipe, int32_t width, int32_t height);
+/// Frees a recipe. @return NARVO_REFUSED for a handle that is none of a recipe
+NARVO_C_API int32_t narvo_recipe_free(narvo_recipe* recipe);
+
+// --- recipes that are built field by field ---
+//
+// Fields have the names of the JSON form, a dot between the levels: "pitch.x", "mode", "threshold.base". Values are
+// checked by narvo_draft_check and not before, so the order of calls is free. A field that is set twice keeps the last
+// value.
+
+/// Makes an empty draft. The caller frees `*draft`.
+NARVO_C_API int32_t narvo_draft_create(narvo_draft** draft);
+/// Sets a number, in the field's unit and range.
+NARVO_C_API int32_t narvo_draft_set_number(narvo_draft* draft, const char* field, double value);
+/// Sets a whole number.
+NARVO_C_API int32_t narvo_draft_set_integer(narvo_draft* draft, const char* field, int32_t value);
+/// Sets a switch. @return NARVO_REFUSED for values other than 0 and 1
+NARVO_C_API int32_t narvo_draft_set_switch(narvo_draft* draft, const char* field, int32_t value);
+/// Sets a word, such as that of "mode", or the name of a file.
+NARVO_C_API int32_t narvo_draft_set_text(narvo_draft* draft, const char* field, const char* text);
+/// Sets a list or an object, as JSON: "zones.list" to "[{\"index\": 1, \"offset\": 12}]".
+/// @return NARVO_REFUSED for text that is no JSON
+NARVO_C_API int32_t narvo_draft_set_json(narvo_draft* draft, const char* field, const char* json);
+/// The painted cell: the value of a pixel is its zone. 8 bits; copied.
+NARVO_C_API int32_t narvo_draft_set_zone_image(narvo_draft* draft, const narvo_image* cell);
+/// Painted dead places of the whole image, other than 0 where nothing is to be reported. 8 bits; copied.
+NARVO_C_API int32_t narvo_draft_set_dead_image(narvo_draft* draft, const narvo_image* dead);
+/// Checks the draft, which stays as it is, and makes a recipe of it. The caller frees `*recipe`.
+/// @return NARVO_REFUSED with all that is wrong
+NARVO_C_API int32_t narvo_draft_check(const narvo_draft* draft, narvo_recipe** recipe);
+/// Frees a draft. @return NARVO_REFUSED for a handle that is none of a draft
+NARVO_C_API int32_t narvo_draft_free(narvo_draft* draft);
+
+// --- inspections ---
+
+/// Makes an inspector of `lanes` images at once, 1 .. 256. Further lanes take memory when they are first used. The
+/// caller frees `*inspector`.
+NARVO_C_API int32_t narvo_inspector_create(int32_t lanes, narvo_inspector** inspector);
+/// Sets `*lanes` to the number that the inspector was made with.
+NARVO_C_API int32_t narvo_inspector_lanes(const narvo_inspector* inspector, int32_t* lanes);
+/// Inspects all regions of the recipe. Any number of threads may call it with one inspector and one recipe: each call
+/// takes a free lane and waits while there is none. Results do not depend on the lane or on the calls before. The
+/// caller frees `*reports`. @return NARVO_REFUSED when the image is not valid or the recipe does not suit its size
+NARVO_C_API int32_t narvo_inspect(narvo_inspector* inspector, const narvo_recipe* recipe, const narvo_image* image,
+                                  narvo_reports** reports);
+/// Frees an inspector. @return NARVO_REFUSED for a handle that is none of an inspector
+NARVO_C_API int32_t narvo_inspector_free(narvo_inspector* inspector);
+
+// --- reports ---
+
+/// Sets `*count` to the number of reports, one for each region in the order of the recipe.
+NARVO_C_API int32_t narvo_reports_count(const narvo_reports* reports, int64_t* count);
+/// Fills `report`, whose size is set, with that of a region, 0 .. count - 1.
+NARVO_C_API int32_t narvo_reports_get(const narvo_reports* reports, int64_t region, narvo_report* report);
+/// Fills the array `defects` with the defects of a region by their numbers, as many as there are or as `capacity` has
+/// room for, and sets `*count` to how many there are. `record_size` is sizeof(narvo_defect), the bytes from one record
+/// of the array to the next; their size members need not be set. `defects` may be null when the capacity is 0.
+NARVO_C_API int32_t narvo_reports_defects(const narvo_reports* reports, int64_t region, uint32_t record_size,
+                                          narvo_defect* defects, int64_t capacity, int64_t* count);
+/// Sets `*text` to warning 0 .. warning_count - 1 of a region, a sentence, which can be read until the reports are
+/// freed.
+NARVO_C_API int32_t narvo_reports_warning(const narvo_reports* reports, int64_t region, int64_t index,
+                                          const char** text);
+/// Frees reports, and with them the texts that they returned. @return NARVO_REFUSED for a handle that is none of reports
+NARVO_C_API int32_t narvo_reports_free(narvo_reports* reports);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
