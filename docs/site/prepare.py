@@ -37,7 +37,7 @@ def header_pages(reference: pathlib.Path) -> None:
 
 def example_page(reference: pathlib.Path) -> None:
     page = heading("Examples") + "Complete programs, which the tests run.\n\n"
-    languages = {".cpp": "cpp", ".c": "c", ".py": "python", ".ipynb": ""}
+    languages = {".cpp": "cpp", ".c": "c", ".rs": "rust", ".py": "python", ".ipynb": ""}
     for example in sorted((ROOT / "examples").rglob("*")):
         if languages.get(example.suffix):
             name = example.relative_to(ROOT).as_posix()

@@ -106,6 +106,16 @@ HandleTable<narvo_reports, ReportsObject>& ReportsHandles()
     return LastingTable<HandleTable<narvo_reports, ReportsObject>>("reports");
 }
 
+HandleTable<narvo_proposal, v1::PitchProposal>& ProposalHandles()
+{
+    return LastingTable<HandleTable<narvo_proposal, v1::PitchProposal>>("a proposal");
+}
+
+HandleTable<narvo_golden, v1::GoldenModel>& GoldenHandles()
+{
+    return LastingTable<HandleTable<narvo_golden, v1::GoldenModel>>("a golden model");
+}
+
 std::int32_t KeepProblems() noexcept
 {
     ForgetProblems();
@@ -146,9 +156,8 @@ v1::ImagePixels PixelsOf(const narvo_image* image, const char* name)
     pixels.height = record.height;
     pixels.bits = record.bits;
     // Where addresses are shorter, a stride that does not fit must not become one that does.
-    pixels.stride = static_cast<std::ptrdiff_t>(
-        std::clamp<std::int64_t>(record.stride, std::numeric_limits<std::ptrdiff_t>::min(),
-                                 std::numeric_limits<std::ptrdiff_t>::max()));
+    pixels.stride = static_cast<std::ptrdiff_t>(std::clamp<std::int64_t>(
+        record.stride, std::numeric_limits<std::ptrdiff_t>::min(), std::numeric_limits<std::ptrdiff_t>::max()));
     return pixels;
 }
 

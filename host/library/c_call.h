@@ -3,12 +3,20 @@
 // are checked.
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "host/library/c_handles.h"
+#include "host/library/c_records.h"
+#include "narvo/host_golden.h"
 #include "narvo/host_inspector.h"
+#include "narvo/host_pitch.h"
 #include "narvo/narvo_c.h"
 
 namespace narvo::library
@@ -21,10 +29,11 @@ struct DraftObject
     v1::RecipeDraft draft;
 };
 
-/// Reports of one image.
+/// Reports of one image, and of golden inspections what there is beside them.
 struct ReportsObject
 {
     std::vector<v1::Report> reports;
+    std::optional<v1::GoldenReport> golden; ///< its report is in `reports`
 };
 
 // The tables live as long as the process, since programs may free handles at its very end.
@@ -32,6 +41,8 @@ HandleTable<narvo_recipe, v1::Recipe>& RecipeHandles();
 HandleTable<narvo_draft, DraftObject>& DraftHandles();
 HandleTable<narvo_inspector, v1::Inspector>& InspectorHandles();
 HandleTable<narvo_reports, ReportsObject>& ReportsHandles();
+HandleTable<narvo_proposal, v1::PitchProposal>& ProposalHandles();
+HandleTable<narvo_golden, v1::GoldenModel>& GoldenHandles();
 
 /// The status of the exception that is being handled, whose problems become those of this thread.
 std::int32_t KeepProblems() noexcept;
@@ -86,18 +97,38 @@ std::int32_t HandOut(HandleTable<Handle, Object>& table, Handle** handle, const 
         });
 }
 
+/// Sets `*text` to what `find` returns, or to null when that fails.
+template <typename Find>
+std::int32_t HandOutText(const char** text, Find&& find) noexcept
+{
+    if (text != nullptr)
+        *text = nullptr;
+    return Guarded([&] { *Given(text, "text") = std::forward<Find>(find)(); });
+}
+
 /// Element `index`. @throws v1::Error outside of 0 .. size - 1
 template <typename Values>
 auto& ElementAt(Values& values, std::int64_t index, const char* name)
 {
     if (index < 0 || static_cast<std::uint64_t>(index) >= values.size())
-        throw v1::Error(
-            {{name, std::to_string(index), values.empty() ? "none: there are none" : "0 to " + std::to_string(values.size() - 1)}});
+        throw v1::Error({{name, std::to_string(index),
+                          values.empty() ? "none: there are none" : "0 to " + std::to_string(values.size() - 1)}});
     return values[static_cast<std::size_t>(index)];
 }
 
 /// @throws v1::Error for a negative capacity, or room at null
 void CheckRoom(const void* place, const char* name, std::int64_t capacity);
+
+/// Fills an array of the caller's with the records of `values`, as many as it has room for, and sets `count`.
+template <typename Record, typename Values, typename MakeRecord>
+void FillArray(const Values& values, Record* places, std::uint32_t size, std::int64_t capacity, std::int64_t* count,
+               const MakeRecord& makeRecord)
+{
+    *count = static_cast<std::int64_t>(values.size());
+    auto* place = reinterpret_cast<std::byte*>(places);
+    for (std::int64_t i = 0; i < std::min(capacity, *count); ++i, place += size)
+        WriteRecord(place, size, Record(makeRecord(values[static_cast<std::size_t>(i)])));
+}
 
 /// What the record says, not yet checked. @throws v1::Error for null or a wrong size of the record
 v1::ImagePixels PixelsOf(const narvo_image* image, const char* name);

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // The C interface: inspectors and their reports.
-#include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -135,24 +133,20 @@ std::int32_t narvo_reports_defects(const narvo_reports* reports, std::int64_t re
             CheckRoom(defects, "defects", capacity);
             const auto object = ReportsHandles().Find(reports, "reports");
             const auto& found = ElementAt(object->reports, region, "region").defects;
-            *count = static_cast<std::int64_t>(found.size());
-            auto* place = reinterpret_cast<std::byte*>(defects);
-            for (std::int64_t i = 0; i < std::min(capacity, *count); ++i, place += record_size)
-                WriteRecord(place, record_size, RecordOf(found[static_cast<std::size_t>(i)]));
+            FillArray(found, defects, record_size, capacity, count,
+                      [](const Defect& defect) { return RecordOf(defect); });
         });
 }
 
 std::int32_t narvo_reports_warning(const narvo_reports* reports, std::int64_t region, std::int64_t index,
                                    const char** text)
 {
-    if (text != nullptr)
-        *text = nullptr;
-    return Guarded(
+    return HandOutText(
+        text,
         [&]
         {
-            Given(text, "text");
             const auto object = ReportsHandles().Find(reports, "reports");
-            *text = ElementAt(ElementAt(object->reports, region, "region").warnings, index, "index").c_str();
+            return ElementAt(ElementAt(object->reports, region, "region").warnings, index, "index").c_str();
         });
 }
 

@@ -43,7 +43,8 @@ std::int32_t narvo_recipe_from_text(const char* json, const char* folder, narvo_
 {
     return HandOut(
         RecipeHandles(), recipe, "recipe",
-        [&] { return std::make_shared<Recipe>(Recipe::FromText(Given(json, "json"), folder == nullptr ? "." : folder)); });
+        [&]
+        { return std::make_shared<Recipe>(Recipe::FromText(Given(json, "json"), folder == nullptr ? "." : folder)); });
 }
 
 std::int32_t narvo_recipe_regions(const narvo_recipe* recipe, std::int64_t* count)
@@ -71,6 +72,11 @@ std::int32_t narvo_recipe_text(const narvo_recipe* recipe, char* text, std::int6
             std::memcpy(text, json.data(), bytes);
             text[bytes] = '\0';
         });
+}
+
+std::int32_t narvo_recipe_save(const narvo_recipe* recipe, const char* file)
+{
+    return Guarded([&] { RecipeHandles().Find(recipe, "recipe")->Save(Given(file, "file")); });
 }
 
 std::int32_t narvo_recipe_check_size(const narvo_recipe* recipe, std::int32_t width, std::int32_t height)

@@ -48,182 +48,328 @@ extern "C"
 /// Version of this header: raised when functions or members are added.
 #define NARVO_C_VERSION 1
 
-/// The version of the library that is loaded. A program works with every library whose version is at least the
-/// NARVO_C_VERSION that it was compiled with.
-NARVO_C_API int32_t narvo_c_version(void);
+    /// The version of the library that is loaded. A program works with every library whose version is at least the
+    /// NARVO_C_VERSION that it was compiled with.
+    NARVO_C_API int32_t narvo_c_version(void);
 
-/// A checked recipe. Nothing changes it. It keeps the tables for the image size that was inspected last, so use one for
-/// all images rather than make it anew.
-typedef struct narvo_recipe narvo_recipe;
-/// A recipe while it is built field by field.
-typedef struct narvo_draft narvo_draft;
-/// Engines for a number of images at once.
-typedef struct narvo_inspector narvo_inspector;
-/// What came out of one image. Reports keep nothing of the image, recipe or inspector that they come from.
-typedef struct narvo_reports narvo_reports;
+    /// A checked recipe. Nothing changes it. It keeps the tables for the image size that was inspected last, so use one
+    /// for all images rather than make it anew.
+    typedef struct narvo_recipe narvo_recipe;
+    /// A recipe while it is built field by field.
+    typedef struct narvo_draft narvo_draft;
+    /// Engines for a number of images at once.
+    typedef struct narvo_inspector narvo_inspector;
+    /// What came out of one image. Reports keep nothing of the image, recipe or inspector that they come from.
+    typedef struct narvo_reports narvo_reports;
+    /// The period of a pattern and a first recipe, found in an image.
+    typedef struct narvo_proposal narvo_proposal;
+    /// What good images of a pattern that does not repeat look like.
+    typedef struct narvo_golden narvo_golden;
 
-/// One reason why a call failed.
-typedef struct narvo_problem
-{
-    uint32_t size;       ///< sizeof(narvo_problem)
-    uint32_t reserved;   ///< 0
-    const char* field;   ///< path of a recipe field, name of an argument, or a file
-    const char* value;   ///< what was found there
-    const char* allowed; ///< what would have been right
-} narvo_problem;
+    /// One reason why a call failed.
+    typedef struct narvo_problem
+    {
+        uint32_t size;       ///< sizeof(narvo_problem)
+        uint32_t reserved;   ///< 0
+        const char* field;   ///< path of a recipe field, name of an argument, or a file
+        const char* value;   ///< what was found there
+        const char* allowed; ///< what would have been right
+    } narvo_problem;
 
-/// Where the pixels of a grey image lie. They must not change during a call, and no call keeps them. 8-bit images
-/// without gaps between rows whose width is a multiple of 4 are read where they lie; others are copied once for each
-/// call.
-typedef struct narvo_image
-{
-    uint32_t size;      ///< sizeof(narvo_image)
-    int32_t width;      ///< pixels, 1 .. 1048576
-    int32_t height;     ///< pixels, 1 .. 1048576; width by height up to 1073741824
-    int32_t bits;       ///< 8: one byte a pixel; 9 .. 16: two bytes a pixel, the machine's order, values below 2^bits
-    int64_t stride;     ///< bytes from row to row, at least a row's; even above 8 bits; 0: rows without gaps
-    const void* pixels; ///< upper left; at an even address above 8 bits
-} narvo_image;
+    /// Where the pixels of a grey image lie. They must not change during a call, and no call keeps them. 8-bit images
+    /// without gaps between rows whose width is a multiple of 4 are read where they lie; others are copied once for
+    /// each call.
+    typedef struct narvo_image
+    {
+        uint32_t size;  ///< sizeof(narvo_image)
+        int32_t width;  ///< pixels, 1 .. 1048576
+        int32_t height; ///< pixels, 1 .. 1048576; width by height up to 1073741824
+        int32_t bits;   ///< 8: one byte a pixel; 9 .. 16: two bytes a pixel, the machine's order, values below 2^bits
+        int64_t stride; ///< bytes from row to row, at least a row's; even above 8 bits; 0: rows without gaps
+        const void* pixels; ///< upper left; at an even address above 8 bits
+    } narvo_image;
 
-/// What came out of one region. Coordinates are those of the image; y grows downward, right and bottom are exclusive.
-typedef struct narvo_report
-{
-    uint32_t size;         ///< sizeof(narvo_report)
-    int32_t code;          ///< 1: all was inspected; 16: done in part or with re-runs, see the warnings
-    int32_t vertical;      ///< 1: compared along y; 0: along x
-    int32_t overflowed;    ///< 1: more was found than the engine holds at once; 0: not
-    int32_t left;          ///< of the region; of shapes, the bounds
-    int32_t top;           ///< the same
-    int32_t right;         ///< the same
-    int32_t bottom;        ///< the same
-    double milliseconds;   ///< all that the inspection took
-    const char* name;      ///< the region's in the recipe; can be read until the reports are freed
-    int64_t defect_count;  ///< how many narvo_reports_defects has
-    int64_t warning_count; ///< how many narvo_reports_warning has: what was perhaps not looked at, or lost
-} narvo_report;
+    /// What came out of one region. Coordinates are those of the image; y grows downward, right and bottom are
+    /// exclusive.
+    typedef struct narvo_report
+    {
+        uint32_t size;         ///< sizeof(narvo_report)
+        int32_t code;          ///< 1: all was inspected; 16: done in part or with re-runs, see the warnings
+        int32_t vertical;      ///< 1: compared along y; 0: along x
+        int32_t overflowed;    ///< 1: more was found than the engine holds at once; 0: not
+        int32_t left;          ///< of the region; of shapes, the bounds
+        int32_t top;           ///< the same
+        int32_t right;         ///< the same
+        int32_t bottom;        ///< the same
+        double milliseconds;   ///< all that the inspection took
+        const char* name;      ///< the region's in the recipe; can be read until the reports are freed
+        int64_t defect_count;  ///< how many narvo_reports_defects has
+        int64_t warning_count; ///< how many narvo_reports_warning has: what was perhaps not looked at, or lost
+    } narvo_report;
 
-/// One reported defect. Coordinates are those of the image; y grows downward, right and bottom are exclusive.
-typedef struct narvo_defect
-{
-    uint32_t size;           ///< sizeof(narvo_defect)
-    int32_t number;          ///< 1, 2, ... in the order of the report
-    int32_t bright;          ///< 1: brighter than its reference; 0: darker
-    int32_t band;            ///< 1 first pitch of the region, 2 middle, 3 last
-    int32_t single;          ///< 1: seen against one neighbour only; 0: not
-    int32_t area;            ///< pixels
-    int32_t left;            ///< of all its pixels
-    int32_t top;             ///< the same
-    int32_t right;           ///< the same
-    int32_t bottom;          ///< the same
-    int32_t center_x;        ///< mean of its pixels along x
-    int32_t center_y;        ///< the same along y
-    int32_t peak_x;          ///< column where it stands out most
-    int32_t peak_y;          ///< row where it does
-    int32_t peak;            ///< how far it rises above its threshold there, grey levels
-    int32_t max_difference;  ///< difference there, grey levels
-    int32_t mean_difference; ///< grey levels
-    int32_t mean_grey;       ///< of its pixels
-    int32_t mean_reference;  ///< of what they were compared with
-    int32_t zone;            ///< the zone that holds most of its pixels
-    int32_t scale;           ///< reduction of the image at which it stands out most; 1 where only the image is compared
-    int32_t label;           ///< the recipe's label
-    int32_t diameter;        ///< in the recipe's pixel sizes
-    int32_t reserved;        ///< 0
-    double angle;            ///< of the long axis, degrees
-    double major_axis;       ///< pixels
-    double minor_axis;       ///< pixels
-    double circularity;      ///< 1 for a disc, less for other shapes
-    double elongation;       ///< area over the major axis, pixels: the mean width of a long defect
-} narvo_defect;
+    /// One reported defect. Coordinates are those of the image; y grows downward, right and bottom are exclusive.
+    typedef struct narvo_defect
+    {
+        uint32_t size;           ///< sizeof(narvo_defect)
+        int32_t number;          ///< 1, 2, ... in the order of the report
+        int32_t bright;          ///< 1: brighter than its reference; 0: darker
+        int32_t band;            ///< 1 first pitch of the region, 2 middle, 3 last
+        int32_t single;          ///< 1: seen against one neighbour only; 0: not
+        int32_t area;            ///< pixels
+        int32_t left;            ///< of all its pixels
+        int32_t top;             ///< the same
+        int32_t right;           ///< the same
+        int32_t bottom;          ///< the same
+        int32_t center_x;        ///< mean of its pixels along x
+        int32_t center_y;        ///< the same along y
+        int32_t peak_x;          ///< column where it stands out most
+        int32_t peak_y;          ///< row where it does
+        int32_t peak;            ///< how far it rises above its threshold there, grey levels
+        int32_t max_difference;  ///< difference there, grey levels
+        int32_t mean_difference; ///< grey levels
+        int32_t mean_grey;       ///< of its pixels
+        int32_t mean_reference;  ///< of what they were compared with
+        int32_t zone;            ///< the zone that holds most of its pixels
+        int32_t scale;      ///< reduction of the image at which it stands out most; 1 where only the image is compared
+        int32_t label;      ///< the recipe's label
+        int32_t diameter;   ///< in the recipe's pixel sizes
+        int32_t reserved;   ///< 0
+        double angle;       ///< of the long axis, degrees
+        double major_axis;  ///< pixels
+        double minor_axis;  ///< pixels
+        double circularity; ///< 1 for a disc, less for other shapes
+        double elongation;  ///< area over the major axis, pixels: the mean width of a long defect
+    } narvo_defect;
 
-// --- problems ---
+    /// A rectangle of pixels; right and bottom are exclusive.
+    typedef struct narvo_box
+    {
+        uint32_t size;  ///< sizeof(narvo_box)
+        int32_t left;   ///< first column
+        int32_t top;    ///< first row
+        int32_t right;  ///< column behind the last one
+        int32_t bottom; ///< row behind the last one
+    } narvo_box;
 
-/// How many reasons the last failure in this thread had. Calls that succeed set it to 0, except narvo_problem_count,
-/// narvo_problem_get, narvo_c_version and functions that free a handle, which leave the problems as they are.
-NARVO_C_API int64_t narvo_problem_count(void);
-/// Fills `problem`, whose size is set, with reason `index`, 0 .. count - 1. Its texts can be read until this thread's
-/// next call that changes the problems. @return NARVO_REFUSED for another index, null or a wrong size; the problems stay
-/// as they are
-NARVO_C_API int32_t narvo_problem_get(int64_t index, narvo_problem* problem);
+    /// What was found along one axis of a pattern.
+    typedef struct narvo_pitch_axis
+    {
+        uint32_t size;         ///< sizeof(narvo_pitch_axis)
+        int32_t found;         ///< 1: a period was found; 0: none, and the rest is 0
+        int32_t periods;       ///< periods that the measured length spans
+        int32_t reserved;      ///< 0
+        double pitch;          ///< to the nearest 1/16 pixel, which recipes take; pixels
+        double measured;       ///< as measured, pixels
+        double confidence;     ///< least correlation of the image with itself at one, two and three pitches, 0 .. 1
+        double other_pitch;    ///< strongest other period that is no multiple, pixels; 0: there is none
+        double other_strength; ///< correlation of the image with itself there, up to 1
+    } narvo_pitch_axis;
 
-// --- recipes ---
+    /// A setting by its name; what is not named keeps its default.
+    typedef struct narvo_setting
+    {
+        uint32_t size;     ///< sizeof(narvo_setting)
+        uint32_t reserved; ///< not read
+        const char* name;  ///< one of those that the function lists
+        double value;      ///< in its unit and range; whole where the list says so
+    } narvo_setting;
 
-/// Reads the recipe file of that name; images that it names are looked up beside it. The caller frees `*recipe`.
-/// @return NARVO_REFUSED with all that is wrong with it
-NARVO_C_API int32_t narvo_recipe_from_file(const char* file, narvo_recipe** recipe);
-/// The same from JSON text. Images that it names are looked up in `folder`, or in the current one when that is null.
-NARVO_C_API int32_t narvo_recipe_from_text(const char* json, const char* folder, narvo_recipe** recipe);
-/// Sets `*count` to the number of regions, at least 1.
-NARVO_C_API int32_t narvo_recipe_regions(const narvo_recipe* recipe, int64_t* count);
-/// JSON with every field written out. Sets `*length` to its bytes without the zero byte at the end, and writes as many
-/// of them as fit with that byte into the `capacity` bytes at `text`, which may be null when the capacity is 0.
-NARVO_C_API int32_t narvo_recipe_text(const narvo_recipe* recipe, char* text, int64_t capacity, int64_t* length);
-/// Whether images of that size, in pixels, can be inspected. @return NARVO_REFUSED with every reason why not
-NARVO_C_API int32_t narvo_recipe_check_size(const narvo_recipe* recipe, int32_t width, int32_t height);
-/// Frees a recipe. @return NARVO_REFUSED for a handle that is none of a recipe
-NARVO_C_API int32_t narvo_recipe_free(narvo_recipe* recipe);
+    /// How an image lies on the first golden reference, and how it was compared.
+    typedef struct narvo_registration
+    {
+        uint32_t size;          ///< sizeof(narvo_registration)
+        int32_t at_limit;       ///< 1: a setting held the map back, the image may lie further off; 0: none did
+        int32_t threshold;      ///< difference that was set, or that followed from the noise, grey levels
+        int32_t edge_threshold; ///< the same near edges
+        int32_t masked;         ///< defects left out as lying in masked places
+        int32_t reserved;       ///< 0
+        const char* model;      ///< "shift", "rigid", "similarity" or "affine"; can be read until the reports are freed
+        double shift_x;         ///< of the pattern at the image's centre, pixels
+        double shift_y;         ///< the same along y
+        double rotation;        ///< degrees, clockwise on the screen
+        double scale_x;         ///< size of the pattern over that in the reference, along x
+        double scale_y;         ///< the same along y
+        double shear;           ///< degrees missing to a right angle
+        double largest_local;   ///< longest local correction, pixels
+        double correlation;     ///< of image and registered reference over what both show
+        double overlap;         ///< share of the image whose place lies inside the reference
+        double compared;        ///< share of the image that was compared
+        double edge_growth;     ///< pixels by which bright is wider at each edge than the model has it
+    } narvo_registration;
 
-// --- recipes that are built field by field ---
-//
-// Fields have the names of the JSON form, a dot between the levels: "pitch.x", "mode", "threshold.base". Values are
-// checked by narvo_draft_check and not before, so the order of calls is free. A field that is set twice keeps the last
-// value.
+    /// A defect's place in the first golden reference.
+    typedef struct narvo_place
+    {
+        uint32_t size;    ///< sizeof(narvo_place)
+        int32_t left;     ///< around the corners of its box
+        int32_t top;      ///< the same
+        int32_t right;    ///< the same
+        int32_t bottom;   ///< the same
+        int32_t reserved; ///< 0
+        double center_x;  ///< of its mean, pixels; whole numbers are centres of pixels
+        double center_y;  ///< the same along y
+    } narvo_place;
 
-/// Makes an empty draft. The caller frees `*draft`.
-NARVO_C_API int32_t narvo_draft_create(narvo_draft** draft);
-/// Sets a number, in the field's unit and range.
-NARVO_C_API int32_t narvo_draft_set_number(narvo_draft* draft, const char* field, double value);
-/// Sets a whole number.
-NARVO_C_API int32_t narvo_draft_set_integer(narvo_draft* draft, const char* field, int32_t value);
-/// Sets a switch. @return NARVO_REFUSED for values other than 0 and 1
-NARVO_C_API int32_t narvo_draft_set_switch(narvo_draft* draft, const char* field, int32_t value);
-/// Sets a word, such as that of "mode", or the name of a file.
-NARVO_C_API int32_t narvo_draft_set_text(narvo_draft* draft, const char* field, const char* text);
-/// Sets a list or an object, as JSON: "zones.list" to "[{\"index\": 1, \"offset\": 12}]".
-/// @return NARVO_REFUSED for text that is no JSON
-NARVO_C_API int32_t narvo_draft_set_json(narvo_draft* draft, const char* field, const char* json);
-/// The painted cell: the value of a pixel is its zone. 8 bits; copied.
-NARVO_C_API int32_t narvo_draft_set_zone_image(narvo_draft* draft, const narvo_image* cell);
-/// Painted dead places of the whole image, other than 0 where nothing is to be reported. 8 bits; copied.
-NARVO_C_API int32_t narvo_draft_set_dead_image(narvo_draft* draft, const narvo_image* dead);
-/// Checks the draft, which stays as it is, and makes a recipe of it. The caller frees `*recipe`.
-/// @return NARVO_REFUSED with all that is wrong
-NARVO_C_API int32_t narvo_draft_check(const narvo_draft* draft, narvo_recipe** recipe);
-/// Frees a draft. @return NARVO_REFUSED for a handle that is none of a draft
-NARVO_C_API int32_t narvo_draft_free(narvo_draft* draft);
+    // --- problems ---
 
-// --- inspections ---
+    /// How many reasons the last failure in this thread had. Calls that succeed set it to 0, except
+    /// narvo_problem_count, narvo_problem_get, narvo_c_version and functions that free a handle, which leave the
+    /// problems as they are.
+    NARVO_C_API int64_t narvo_problem_count(void);
+    /// Fills `problem`, whose size is set, with reason `index`, 0 .. count - 1. Its texts can be read until this
+    /// thread's next call that changes the problems. @return NARVO_REFUSED for another index, null or a wrong size; the
+    /// problems stay as they are
+    NARVO_C_API int32_t narvo_problem_get(int64_t index, narvo_problem* problem);
 
-/// Makes an inspector of `lanes` images at once, 1 .. 256. Further lanes take memory when they are first used. The
-/// caller frees `*inspector`.
-NARVO_C_API int32_t narvo_inspector_create(int32_t lanes, narvo_inspector** inspector);
-/// Sets `*lanes` to the number that the inspector was made with.
-NARVO_C_API int32_t narvo_inspector_lanes(const narvo_inspector* inspector, int32_t* lanes);
-/// Inspects all regions of the recipe. Any number of threads may call it with one inspector and one recipe: each call
-/// takes a free lane and waits while there is none. Results do not depend on the lane or on the calls before. The
-/// caller frees `*reports`. @return NARVO_REFUSED when the image is not valid or the recipe does not suit its size
-NARVO_C_API int32_t narvo_inspect(narvo_inspector* inspector, const narvo_recipe* recipe, const narvo_image* image,
-                                  narvo_reports** reports);
-/// Frees an inspector. @return NARVO_REFUSED for a handle that is none of an inspector
-NARVO_C_API int32_t narvo_inspector_free(narvo_inspector* inspector);
+    // --- recipes ---
 
-// --- reports ---
+    /// Reads the recipe file of that name; images that it names are looked up beside it. The caller frees `*recipe`.
+    /// @return NARVO_REFUSED with all that is wrong with it
+    NARVO_C_API int32_t narvo_recipe_from_file(const char* file, narvo_recipe** recipe);
+    /// The same from JSON text. Images that it names are looked up in `folder`, or in the current one when that is
+    /// null.
+    NARVO_C_API int32_t narvo_recipe_from_text(const char* json, const char* folder, narvo_recipe** recipe);
+    /// Sets `*count` to the number of regions, at least 1.
+    NARVO_C_API int32_t narvo_recipe_regions(const narvo_recipe* recipe, int64_t* count);
+    /// JSON with every field written out. Sets `*length` to its bytes without the zero byte at the end, and writes as
+    /// many of them as fit with that byte into the `capacity` bytes at `text`, which may be null when the capacity is
+    /// 0.
+    NARVO_C_API int32_t narvo_recipe_text(const narvo_recipe* recipe, char* text, int64_t capacity, int64_t* length);
+    /// Writes a recipe file, and beside it the images that the recipe holds, such as painted zones, under the file's
+    /// name with endings as ".zones.png". @return NARVO_REFUSED when a file cannot be written, or for several regions
+    NARVO_C_API int32_t narvo_recipe_save(const narvo_recipe* recipe, const char* file);
+    /// Whether images of that size, in pixels, can be inspected. @return NARVO_REFUSED with every reason why not
+    NARVO_C_API int32_t narvo_recipe_check_size(const narvo_recipe* recipe, int32_t width, int32_t height);
+    /// Frees a recipe. @return NARVO_REFUSED for a handle that is none of a recipe
+    NARVO_C_API int32_t narvo_recipe_free(narvo_recipe* recipe);
 
-/// Sets `*count` to the number of reports, one for each region in the order of the recipe.
-NARVO_C_API int32_t narvo_reports_count(const narvo_reports* reports, int64_t* count);
-/// Fills `report`, whose size is set, with that of a region, 0 .. count - 1.
-NARVO_C_API int32_t narvo_reports_get(const narvo_reports* reports, int64_t region, narvo_report* report);
-/// Fills the array `defects` with the defects of a region by their numbers, as many as there are or as `capacity` has
-/// room for, and sets `*count` to how many there are. `record_size` is sizeof(narvo_defect), the bytes from one record
-/// of the array to the next; their size members need not be set. `defects` may be null when the capacity is 0.
-NARVO_C_API int32_t narvo_reports_defects(const narvo_reports* reports, int64_t region, uint32_t record_size,
-                                          narvo_defect* defects, int64_t capacity, int64_t* count);
-/// Sets `*text` to warning 0 .. warning_count - 1 of a region, a sentence, which can be read until the reports are
-/// freed.
-NARVO_C_API int32_t narvo_reports_warning(const narvo_reports* reports, int64_t region, int64_t index,
-                                          const char** text);
-/// Frees reports, and with them the texts that they returned. @return NARVO_REFUSED for a handle that is none of reports
-NARVO_C_API int32_t narvo_reports_free(narvo_reports* reports);
+    // --- recipes that are built field by field ---
+    //
+    // Fields have the names of the JSON form, a dot between the levels: "pitch.x", "mode", "threshold.base". Values are
+    // checked by narvo_draft_check and not before, so the order of calls is free. A field that is set twice keeps the
+    // last value.
+
+    /// Makes an empty draft. The caller frees `*draft`.
+    NARVO_C_API int32_t narvo_draft_create(narvo_draft** draft);
+    /// Sets a number, in the field's unit and range.
+    NARVO_C_API int32_t narvo_draft_set_number(narvo_draft* draft, const char* field, double value);
+    /// Sets a whole number.
+    NARVO_C_API int32_t narvo_draft_set_integer(narvo_draft* draft, const char* field, int32_t value);
+    /// Sets a switch. @return NARVO_REFUSED for values other than 0 and 1
+    NARVO_C_API int32_t narvo_draft_set_switch(narvo_draft* draft, const char* field, int32_t value);
+    /// Sets a word, such as that of "mode", or the name of a file.
+    NARVO_C_API int32_t narvo_draft_set_text(narvo_draft* draft, const char* field, const char* text);
+    /// Sets a list or an object, as JSON: "zones.list" to "[{\"index\": 1, \"offset\": 12}]".
+    /// @return NARVO_REFUSED for text that is no JSON
+    NARVO_C_API int32_t narvo_draft_set_json(narvo_draft* draft, const char* field, const char* json);
+    /// The painted cell: the value of a pixel is its zone. 8 bits; copied.
+    NARVO_C_API int32_t narvo_draft_set_zone_image(narvo_draft* draft, const narvo_image* cell);
+    /// Painted dead places of the whole image, other than 0 where nothing is to be reported. 8 bits; copied.
+    NARVO_C_API int32_t narvo_draft_set_dead_image(narvo_draft* draft, const narvo_image* dead);
+    /// Checks the draft, which stays as it is, and makes a recipe of it. The caller frees `*recipe`.
+    /// @return NARVO_REFUSED with all that is wrong
+    NARVO_C_API int32_t narvo_draft_check(const narvo_draft* draft, narvo_recipe** recipe);
+    /// Frees a draft. @return NARVO_REFUSED for a handle that is none of a draft
+    NARVO_C_API int32_t narvo_draft_free(narvo_draft* draft);
+
+    // --- inspections ---
+
+    /// Makes an inspector of `lanes` images at once, 1 .. 256. Further lanes take memory when they are first used. The
+    /// caller frees `*inspector`.
+    NARVO_C_API int32_t narvo_inspector_create(int32_t lanes, narvo_inspector** inspector);
+    /// Sets `*lanes` to the number that the inspector was made with.
+    NARVO_C_API int32_t narvo_inspector_lanes(const narvo_inspector* inspector, int32_t* lanes);
+    /// Inspects all regions of the recipe. Any number of threads may call it with one inspector and one recipe: each
+    /// call takes a free lane and waits while there is none. Results do not depend on the lane or on the calls before.
+    /// The caller frees `*reports`. @return NARVO_REFUSED when the image is not valid or the recipe does not suit its
+    /// size
+    NARVO_C_API int32_t narvo_inspect(narvo_inspector* inspector, const narvo_recipe* recipe, const narvo_image* image,
+                                      narvo_reports** reports);
+    /// Frees an inspector. @return NARVO_REFUSED for a handle that is none of an inspector
+    NARVO_C_API int32_t narvo_inspector_free(narvo_inspector* inspector);
+
+    // --- reports ---
+
+    /// Sets `*count` to the number of reports, one for each region in the order of the recipe.
+    NARVO_C_API int32_t narvo_reports_count(const narvo_reports* reports, int64_t* count);
+    /// Fills `report`, whose size is set, with that of a region, 0 .. count - 1.
+    NARVO_C_API int32_t narvo_reports_get(const narvo_reports* reports, int64_t region, narvo_report* report);
+    /// Fills the array `defects` with the defects of a region by their numbers, as many as there are or as `capacity`
+    /// has room for, and sets `*count` to how many there are. `record_size` is sizeof(narvo_defect), the bytes from one
+    /// record of the array to the next; their size members need not be set. `defects` may be null when the capacity is
+    /// 0.
+    NARVO_C_API int32_t narvo_reports_defects(const narvo_reports* reports, int64_t region, uint32_t record_size,
+                                              narvo_defect* defects, int64_t capacity, int64_t* count);
+    /// Sets `*text` to warning 0 .. warning_count - 1 of a region, a sentence, which can be read until the reports are
+    /// freed.
+    NARVO_C_API int32_t narvo_reports_warning(const narvo_reports* reports, int64_t region, int64_t index,
+                                              const char** text);
+    /// Fills `registration`, whose size is set. @return NARVO_REFUSED for reports that are not of narvo_golden_inspect
+    NARVO_C_API int32_t narvo_reports_registration(const narvo_reports* reports, narvo_registration* registration);
+    /// Fills the array `places` with the places of the defects in the first golden reference, in the order and manner
+    /// of narvo_reports_defects. @return NARVO_REFUSED for reports that are not of narvo_golden_inspect
+    NARVO_C_API int32_t narvo_reports_places(const narvo_reports* reports, uint32_t record_size, narvo_place* places,
+                                             int64_t capacity, int64_t* count);
+    /// Frees reports, and with them the texts that they returned. @return NARVO_REFUSED for a handle that is none of
+    /// reports
+    NARVO_C_API int32_t narvo_reports_free(narvo_reports* reports);
+
+    // --- the pitch of a pattern, and a first recipe ---
+
+    /// Searches an image for the periods of its pattern, in `region`, or in the whole image when that is null; its
+    /// sides are 64 pixels or more, periods 3 pixels to a third of a side. The caller frees `*proposal`.
+    NARVO_C_API int32_t narvo_propose(const narvo_image* image, const narvo_box* region, narvo_proposal** proposal);
+    /// Fills `axis`, whose size is set, with what was found along x (`along` 0) or y (1).
+    NARVO_C_API int32_t narvo_proposal_axis(const narvo_proposal* proposal, int32_t along, narvo_pitch_axis* axis);
+    /// Sets `*recipe` to a recipe for whole images of that pattern, which the caller frees, or to null where the image
+    /// shows no pattern that repeats, which is no failure.
+    NARVO_C_API int32_t narvo_proposal_recipe(const narvo_proposal* proposal, narvo_recipe** recipe);
+    /// Sets `*count` to the number of notes: what to know before relying on the recipe; 0 where all is well.
+    NARVO_C_API int32_t narvo_proposal_notes(const narvo_proposal* proposal, int64_t* count);
+    /// Sets `*text` to note 0 .. count - 1, a sentence, which can be read until the proposal is freed.
+    NARVO_C_API int32_t narvo_proposal_note(const narvo_proposal* proposal, int64_t index, const char** text);
+    /// Frees a proposal. @return NARVO_REFUSED for a handle that is none of a proposal
+    NARVO_C_API int32_t narvo_proposal_free(narvo_proposal* proposal);
+
+    // --- golden inspection: patterns that do not repeat ---
+
+    /// Makes a model of `count` good images, 1 .. 65536, of which the further are registered to the first, for
+    /// `lanes` images at once, 1 .. 256. The caller frees `*golden`. Of images of more than 8 bits, the whole range
+    /// that `bits` says becomes 8-bit grey. The `setting_count` settings, 0 .. 65536, may be null when there are none:
+    ///
+    /// | name | unit | range | default |
+    /// |---|---|---|---|
+    /// | max_shift | pixels along x and y of the image's centre | 0 .. 1024 | 32 |
+    /// | max_rotation | degrees | 0 .. 10 | 1 |
+    /// | max_scale | percent, of scale and shear | 0 .. 10 | 2 |
+    /// | mesh_spacing | pixels between nodes of the local correction, whole | 16 .. 1024, or 0 for none | 64 |
+    /// | min_correlation | of image and registered reference | 0 .. 1 | 0.7 |
+    /// | edge_tolerance | pixels by which an edge may lie elsewhere | 0 .. 16 | 2 |
+    /// | threshold | grey levels, whole; 0: from the noise of each image | 0 .. 255 | 0 |
+    /// | min_pixels | pixels, whole: smaller defects are not reported | 1 .. 1000000 | 5 |
+    /// | max_blobs | room for defects, whole | 1 .. 1000000 | 20000 |
+    ///
+    /// The records of an array lie one after the other and have one size.
+    /// @return NARVO_REFUSED when settings or images are not valid, without structure to register by, or not alike
+    NARVO_C_API int32_t narvo_golden_create(const narvo_image* references, int64_t count, const narvo_setting* settings,
+                                            int64_t setting_count, int32_t lanes, narvo_golden** golden);
+    /// Painted places of the first reference, other than 0 where no defect is to be reported whose peak lies there; of
+    /// its size, 8 bits; copied. Null takes the mask away. Inspections that have begun keep the mask that they began
+    /// with.
+    NARVO_C_API int32_t narvo_golden_set_mask(narvo_golden* golden, const narvo_image* mask);
+    /// Registers an image to the model and inspects it, with one report. Its size may differ from the reference's: the
+    /// smaller is sought all over the larger. Any number of threads may call it with one model, as narvo_inspect. The
+    /// caller frees `*reports`.
+    /// @return NARVO_REFUSED when the image is not valid, has no structure, or is not alike enough within the settings
+    NARVO_C_API int32_t narvo_golden_inspect(const narvo_golden* golden, const narvo_image* image,
+                                             narvo_reports** reports);
+    /// The mean of the references in the first one's place (`which` 0), or the grey levels that a good image may differ
+    /// from it (1). Sets `*width` and `*height`, and fills the `capacity` bytes at `pixels` with as many pixels as fit,
+    /// row by row without gaps; they may be null when the capacity is 0.
+    NARVO_C_API int32_t narvo_golden_picture(const narvo_golden* golden, int32_t which, uint8_t* pixels,
+                                             int64_t capacity, int32_t* width, int32_t* height);
+    /// Frees a model. @return NARVO_REFUSED for a handle that is none of a golden model
+    NARVO_C_API int32_t narvo_golden_free(narvo_golden* golden);
 
 #ifdef __cplusplus
 }
