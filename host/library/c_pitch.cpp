@@ -13,16 +13,16 @@ using narvo::v1::Recipe;
 
 std::int32_t narvo_propose(const narvo_image* image, const narvo_box* region, narvo_proposal** proposal)
 {
-    return HandOut(ProposalHandles(), proposal, "proposal",
-                   [&]
-                   {
-                       const narvo::v1::ImagePixels pixels = PixelsOf(image, "image");
-                       if (region == nullptr)
-                           return std::make_shared<PitchProposal>(ProposeRecipe(pixels));
-                       const narvo_box box = ReadRecord(region, "region");
-                       return std::make_shared<PitchProposal>(
-                           ProposeRecipe(pixels, {box.left, box.top, box.right, box.bottom}));
-                   });
+    return HandOut(
+        ProposalHandles(), proposal, "proposal",
+        [&]
+        {
+            const narvo::v1::ImagePixels pixels = PixelsOf(image, "image");
+            if (region == nullptr)
+                return std::make_shared<PitchProposal>(ProposeRecipe(pixels));
+            const narvo_box box = ReadRecord(region, "region");
+            return std::make_shared<PitchProposal>(ProposeRecipe(pixels, {box.left, box.top, box.right, box.bottom}));
+        });
 }
 
 std::int32_t narvo_proposal_axis(const narvo_proposal* proposal, std::int32_t along, narvo_pitch_axis* axis)

@@ -1,0 +1,123 @@
+/* SPDX-License-Identifier: MIT */
+/* The records of the C interface on 64-bit machines, where programs in other languages declare them by hand: sizes and
+ * offsets of the first version, which later versions keep. */
+#include <stddef.h>
+
+#include <narvo/narvo_c.h>
+
+#define SIZE(record, bytes) _Static_assert(sizeof(record) == (bytes), #record)
+#define AT(record, member, bytes) _Static_assert(offsetof(record, member) == (bytes), #record "." #member)
+
+SIZE(narvo_problem, 32);
+AT(narvo_problem, size, 0);
+AT(narvo_problem, reserved, 4);
+AT(narvo_problem, field, 8);
+AT(narvo_problem, value, 16);
+AT(narvo_problem, allowed, 24);
+
+SIZE(narvo_image, 32);
+AT(narvo_image, size, 0);
+AT(narvo_image, width, 4);
+AT(narvo_image, height, 8);
+AT(narvo_image, bits, 12);
+AT(narvo_image, stride, 16);
+AT(narvo_image, pixels, 24);
+
+SIZE(narvo_report, 64);
+AT(narvo_report, size, 0);
+AT(narvo_report, code, 4);
+AT(narvo_report, vertical, 8);
+AT(narvo_report, overflowed, 12);
+AT(narvo_report, left, 16);
+AT(narvo_report, top, 20);
+AT(narvo_report, right, 24);
+AT(narvo_report, bottom, 28);
+AT(narvo_report, milliseconds, 32);
+AT(narvo_report, name, 40);
+AT(narvo_report, defect_count, 48);
+AT(narvo_report, warning_count, 56);
+
+SIZE(narvo_defect, 136);
+AT(narvo_defect, size, 0);
+AT(narvo_defect, number, 4);
+AT(narvo_defect, bright, 8);
+AT(narvo_defect, band, 12);
+AT(narvo_defect, single, 16);
+AT(narvo_defect, area, 20);
+AT(narvo_defect, left, 24);
+AT(narvo_defect, top, 28);
+AT(narvo_defect, right, 32);
+AT(narvo_defect, bottom, 36);
+AT(narvo_defect, center_x, 40);
+AT(narvo_defect, center_y, 44);
+AT(narvo_defect, peak_x, 48);
+AT(narvo_defect, peak_y, 52);
+AT(narvo_defect, peak, 56);
+AT(narvo_defect, max_difference, 60);
+AT(narvo_defect, mean_difference, 64);
+AT(narvo_defect, mean_grey, 68);
+AT(narvo_defect, mean_reference, 72);
+AT(narvo_defect, zone, 76);
+AT(narvo_defect, scale, 80);
+AT(narvo_defect, label, 84);
+AT(narvo_defect, diameter, 88);
+AT(narvo_defect, reserved, 92);
+AT(narvo_defect, angle, 96);
+AT(narvo_defect, major_axis, 104);
+AT(narvo_defect, minor_axis, 112);
+AT(narvo_defect, circularity, 120);
+AT(narvo_defect, elongation, 128);
+
+SIZE(narvo_box, 20);
+AT(narvo_box, size, 0);
+AT(narvo_box, left, 4);
+AT(narvo_box, top, 8);
+AT(narvo_box, right, 12);
+AT(narvo_box, bottom, 16);
+
+SIZE(narvo_pitch_axis, 56);
+AT(narvo_pitch_axis, size, 0);
+AT(narvo_pitch_axis, found, 4);
+AT(narvo_pitch_axis, periods, 8);
+AT(narvo_pitch_axis, reserved, 12);
+AT(narvo_pitch_axis, pitch, 16);
+AT(narvo_pitch_axis, measured, 24);
+AT(narvo_pitch_axis, confidence, 32);
+AT(narvo_pitch_axis, other_pitch, 40);
+AT(narvo_pitch_axis, other_strength, 48);
+
+SIZE(narvo_setting, 24);
+AT(narvo_setting, size, 0);
+AT(narvo_setting, reserved, 4);
+AT(narvo_setting, name, 8);
+AT(narvo_setting, value, 16);
+
+SIZE(narvo_registration, 120);
+AT(narvo_registration, size, 0);
+AT(narvo_registration, at_limit, 4);
+AT(narvo_registration, threshold, 8);
+AT(narvo_registration, edge_threshold, 12);
+AT(narvo_registration, masked, 16);
+AT(narvo_registration, reserved, 20);
+AT(narvo_registration, model, 24);
+AT(narvo_registration, shift_x, 32);
+AT(narvo_registration, shift_y, 40);
+AT(narvo_registration, rotation, 48);
+AT(narvo_registration, scale_x, 56);
+AT(narvo_registration, scale_y, 64);
+AT(narvo_registration, shear, 72);
+AT(narvo_registration, largest_local, 80);
+AT(narvo_registration, correlation, 88);
+AT(narvo_registration, overlap, 96);
+AT(narvo_registration, compared, 104);
+AT(narvo_registration, edge_growth, 112);
+
+SIZE(narvo_place, 40);
+AT(narvo_place, size, 0);
+AT(narvo_place, left, 4);
+AT(narvo_place, top, 8);
+AT(narvo_place, right, 12);
+AT(narvo_place, bottom, 16);
+AT(narvo_place, reserved, 20);
+AT(narvo_place, center_x, 24);
+AT(narvo_place, center_y, 32);
