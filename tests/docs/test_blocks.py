@@ -18,6 +18,16 @@ ALL = [block for page in pages.pages() for block in pages.blocks(page)]
 NOT_COMPILED = {"docs/dispatch.md"}  # a sketch of the vector code
 
 
+def compile_text(text, *compiler):
+    outcome = subprocess.run(
+        [*compiler, "-fsyntax-only", f"-I{pages.ROOT}/include", f"-I{pages.ROOT}", "-"],
+        input=text,
+        capture_output=True,
+        text=True,
+    )
+    assert outcome.returncode == 0, outcome.stderr
+
+
 def of_language(*languages):
     found = [block for block in ALL if block.language in languages]
     return pytest.mark.parametrize("block", found, ids=lambda block: f"{block.page}:{block.line}")
@@ -71,6 +81,11 @@ def test_python_can_be_read(block):
     ast.parse(block.text)
 
 
+@of_language("c")
+def test_c_compiles(block):
+    compile_text(block.text, "cc", "-std=c99", "-x", "c")
+
+
 @of_language("cpp")
 def test_cpp_compiles(block):
     if block.page in NOT_COMPILED:
@@ -81,10 +96,4 @@ def test_cpp_compiles(block):
         includes = [line for line in lines if line.startswith("#")]
         body = [line for line in lines if not line.startswith("#")]
         source = "\n".join([*includes, "void Block() {", *body, "}"])
-    outcome = subprocess.run(
-        ["c++", "-std=c++20", "-fsyntax-only", f"-I{pages.ROOT}/include", f"-I{pages.ROOT}", "-x", "c++", "-"],
-        input=source,
-        capture_output=True,
-        text=True,
-    )
-    assert outcome.returncode == 0, outcome.stderr
+    compile_text(source, "c++", "-std=c++20", "-x", "c++")
