@@ -9,6 +9,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "host/image/cv_image.h"
+#include "host/lattice/displaced_part.h"
 
 namespace narvo
 {
@@ -18,6 +19,8 @@ namespace
 
 constexpr int nTileSide = 64; // pixels: within it a displacement is the same; it changes by hundredths of a pixel there
 constexpr std::size_t nStepsForEach = 6; // neighbour: those that may lie in the image for a pixel at its border
+
+constexpr int nRim = nDisplacedRim + 1; // pixels: a neighbour may lie half a pixel beside the image
 
 /// Neighbours of the pixels of one tile.
 struct Planes
@@ -36,10 +39,12 @@ cv::Rect InsidePart(const cv::Rect& tile, const LatticeVector& to, const CRect& 
     return right > left && bottom > top ? cv::Rect(left, top, right - left, bottom - top) : cv::Rect();
 }
 
-Planes CollectPlanes(const cv::Mat& pixels, const CRect& valid, const cv::Rect& tile, const LatticeField& field,
+/// @param rimmed the image with nRim pixels around it
+Planes CollectPlanes(const cv::Mat& rimmed, const CRect& valid, const cv::Rect& tile, const LatticeField& field,
                      const std::vector<LatticeStep>& steps, int neighbours)
 {
     Planes planes;
+    std::vector<float> lines;
     planes.count = cv::Mat::zeros(tile.size(), CV_8U);
     int whole = 0;
     for (const LatticeStep& step : steps)
@@ -55,10 +60,8 @@ Planes CollectPlanes(const cv::Mat& pixels, const CRect& valid, const cv::Rect& 
         whole += all ? 1 : 0;
         const cv::Rect inTile = part - tile.tl();
         cv::Mat plane = all ? cv::Mat(tile.size(), CV_8U) : cv::Mat(tile.size(), CV_8U, cv::Scalar(255));
-        const cv::Matx23d shift(1.0, 0.0, part.x + to.x, 0.0, 1.0, part.y + to.y);
         cv::Mat target = plane(inTile);
-        cv::warpAffine(pixels, target, shift, part.size(), cv::INTER_CUBIC | cv::WARP_INVERSE_MAP,
-                       cv::BORDER_REPLICATE);
+        FillDisplaced(rimmed, nRim + part.x + to.x, nRim + part.y + to.y, target, lines);
         planes.count(inTile) += 1;
         planes.values.push_back(std::move(plane));
     }
@@ -137,6 +140,8 @@ LatticeReference FormReference(const GreyImage& image, const CRect& valid, int f
                 field.Mean(), static_cast<std::size_t>(neighbours) * nStepsForEach, image.Width(), image.Height());
             cv::Mat framed; // what stands where a pixel has no neighbour
             cv::copyMakeBorder(pixels, framed, frame, frame, frame, frame, cv::BORDER_REPLICATE);
+            cv::Mat rimmed;
+            cv::copyMakeBorder(pixels, rimmed, nRim, nRim, nRim, nRim, cv::BORDER_REPLICATE);
             const GreyImage start = ImageOf(framed);
             LatticeReference reference{{start, start}, start, GreyImage(start.Width(), start.Height())};
             for (int top = 0; top < framed.rows; top += nTileSide)
@@ -144,7 +149,7 @@ LatticeReference FormReference(const GreyImage& image, const CRect& valid, int f
                 {
                     const cv::Rect tile(left - frame, top - frame, std::min(nTileSide, framed.cols - left),
                                         std::min(nTileSide, framed.rows - top));
-                    Planes planes = CollectPlanes(pixels, valid, tile, field, steps, neighbours);
+                    Planes planes = CollectPlanes(rimmed, valid, tile, field, steps, neighbours);
                     SortPlanes(planes.values);
                     JoinPlanes(planes, join, {left, top}, reference);
                 }

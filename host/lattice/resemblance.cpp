@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-// The least squared difference of a piece to any other piece of the image.
+// The least squared differences of two pieces to any other piece of the image.
 #include "host/lattice/resemblance.h"
 
 #include <algorithm>
-#include <limits>
 
-#include <opencv2/imgproc.hpp>
+#include <opencv2/core.hpp>
 
 #include "host/image/cv_image.h"
+#include "host/lattice/least_difference.h"
 
 namespace narvo
 {
@@ -20,27 +20,24 @@ constexpr int nMostPiece = 96;  // pixels: larger ones are not searched for
 constexpr double dClear = 0.75; // share of the other's least difference
 constexpr int nSearched = 1024; // pixels to each side
 
-/// Least mean squared difference of a piece to others, away from both places.
-double LeastDifference(const cv::Mat& pixels, const cv::Rect& piece, const cv::Rect& other)
+/// Differences of a piece to others, away from both places.
+DifferenceSearch SearchFor(const cv::Mat& pixels, const cv::Rect& piece, const cv::Rect& other)
 {
     const cv::Rect around =
         cv::Rect(piece.x - nSearched, piece.y - nSearched, piece.width + 2 * nSearched, piece.height + 2 * nSearched) &
         cv::Rect({0, 0}, pixels.size());
-    cv::Mat differences;
-    cv::matchTemplate(pixels(around), pixels(piece), differences, cv::TM_SQDIFF);
+    cv::Mat taken = cv::Mat::zeros(around.height - piece.height + 1, around.width - piece.width + 1, CV_8U);
     const auto leaveOut = [&](const cv::Rect& place)
     {
         // Pieces that share half of their area or more with it along both axes.
         const cv::Rect near = cv::Rect(place.x - around.x - place.width / 2, place.y - around.y - place.height / 2,
                                        place.width + 1, place.height + 1) &
-                              cv::Rect({0, 0}, differences.size());
-        differences(near).setTo(std::numeric_limits<float>::max());
+                              cv::Rect({0, 0}, taken.size());
+        taken(near).setTo(255);
     };
     leaveOut(piece);
     leaveOut(other);
-    double least = 0.0;
-    cv::minMaxLoc(differences, &least);
-    return std::max(0.0, least) / piece.area();
+    return {pixels(around), pixels(piece), taken};
 }
 
 } // namespace
@@ -59,12 +56,18 @@ Resembling Resemblance::Compare(const CRect& first, const CRect& second) const
     };
     const cv::Rect one = around(first);
     const cv::Rect two = around(second);
-    const double ofFirst = LeastDifference(pixels, one, two);
-    const double ofSecond = LeastDifference(pixels, two, one);
-    if (ofFirst < dClear * ofSecond)
-        return Resembling::First;
-    if (ofSecond < dClear * ofFirst)
-        return Resembling::Second;
+    const DifferenceSearch ofFirst = SearchFor(pixels, one, two);
+    const DifferenceSearch ofSecond = SearchFor(pixels, two, one);
+    // The likelier one first: of the other it is enough to know whether it differs clearly more.
+    const bool firstIsLikelier = ofFirst.Estimate() <= ofSecond.Estimate();
+    const DifferenceSearch& likelier = firstIsLikelier ? ofFirst : ofSecond;
+    const DifferenceSearch& other = firstIsLikelier ? ofSecond : ofFirst;
+    const double least = likelier.Least();
+    const double leastOfOther = other.Least(least / dClear + 1.0);
+    if (least < dClear * leastOfOther)
+        return firstIsLikelier ? Resembling::First : Resembling::Second;
+    if (leastOfOther < dClear * least)
+        return firstIsLikelier ? Resembling::Second : Resembling::First;
     return Resembling::Both;
 }
 
