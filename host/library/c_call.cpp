@@ -147,6 +147,12 @@ void CheckRoom(const void* place, const char* name, std::int64_t capacity)
         Given(place, name);
 }
 
+std::ptrdiff_t PointerDistance(std::int64_t distance)
+{
+    return static_cast<std::ptrdiff_t>(std::clamp<std::int64_t>(distance, std::numeric_limits<std::ptrdiff_t>::min(),
+                                                                std::numeric_limits<std::ptrdiff_t>::max()));
+}
+
 v1::ImagePixels PixelsOf(const narvo_image* image, const char* name)
 {
     const narvo_image record = ReadRecord(image, name);
@@ -155,9 +161,7 @@ v1::ImagePixels PixelsOf(const narvo_image* image, const char* name)
     pixels.width = record.width;
     pixels.height = record.height;
     pixels.bits = record.bits;
-    // Where addresses are shorter, a stride that does not fit must not become one that does.
-    pixels.stride = static_cast<std::ptrdiff_t>(std::clamp<std::int64_t>(
-        record.stride, std::numeric_limits<std::ptrdiff_t>::min(), std::numeric_limits<std::ptrdiff_t>::max()));
+    pixels.stride = PointerDistance(record.stride);
     return pixels;
 }
 

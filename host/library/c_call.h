@@ -130,6 +130,9 @@ void FillArray(const Values& values, Record* places, std::uint32_t size, std::in
         WriteRecord(place, size, Record(makeRecord(values[static_cast<std::size_t>(i)])));
 }
 
+/// The distance as one between pointers. Where addresses are shorter, one that does not fit stays out of range.
+std::ptrdiff_t PointerDistance(std::int64_t distance);
+
 /// What the record says, not yet checked. @throws v1::Error for null or a wrong size of the record
 v1::ImagePixels PixelsOf(const narvo_image* image, const char* name);
 

@@ -18,6 +18,13 @@ using narvo::v1::RecipeDraft;
 namespace
 {
 
+/// More than any field takes; larger counts are mistakes whose values would be read from anywhere.
+constexpr std::int64_t nListLimit = 1048576;
+
+static_assert(NARVO_MAP_GAIN == static_cast<int>(narvo::v1::RegionMap::Gain));
+static_assert(NARVO_MAP_KNEE == static_cast<int>(narvo::v1::RegionMap::Knee));
+static_assert(NARVO_MAP_CLASS == static_cast<int>(narvo::v1::RegionMap::Class));
+
 /// Calls `change` with the draft.
 template <typename Change>
 std::int32_t ChangeDraft(narvo_draft* draft, const Change& change)
@@ -134,6 +141,40 @@ std::int32_t narvo_draft_set_zone_image(narvo_draft* draft, const narvo_image* c
 std::int32_t narvo_draft_set_dead_image(narvo_draft* draft, const narvo_image* dead)
 {
     return ChangeDraft(draft, [&](RecipeDraft& own) { own.SetDeadImage(PixelsOf(dead, "dead")); });
+}
+
+std::int32_t narvo_draft_set_list(narvo_draft* draft, const char* field, const double* values, std::int64_t count)
+{
+    return ChangeDraft(draft,
+                       [&](RecipeDraft& own)
+                       {
+                           if (count < 0 || count > nListLimit)
+                               throw Error({{"count", std::to_string(count), "0 to " + std::to_string(nListLimit)}});
+                           CheckRoom(values, "values", count);
+                           own.SetList(Given(field, "field"), values, static_cast<std::size_t>(count));
+                       });
+}
+
+std::int32_t narvo_draft_set_class_image(narvo_draft* draft, const narvo_image* cell)
+{
+    return ChangeDraft(draft, [&](RecipeDraft& own) { own.SetClassImage(PixelsOf(cell, "cell")); });
+}
+
+std::int32_t narvo_draft_set_region_map(narvo_draft* draft, std::int32_t map, const narvo_map_values* values)
+{
+    return ChangeDraft(draft,
+                       [&](RecipeDraft& own)
+                       {
+                           if (map < NARVO_MAP_OFFSET || map > NARVO_MAP_CLASS)
+                               throw Error({{"map", std::to_string(map), "0 to " + std::to_string(NARVO_MAP_CLASS)}});
+                           const narvo_map_values record = ReadRecord(values, "values");
+                           narvo::v1::MapValues place;
+                           place.values = record.values;
+                           place.width = record.width;
+                           place.height = record.height;
+                           place.stride = PointerDistance(record.stride);
+                           own.SetRegionMap(static_cast<narvo::v1::RegionMap>(map), place);
+                       });
 }
 
 std::int32_t narvo_draft_check(const narvo_draft* draft, narvo_recipe** recipe)

@@ -165,6 +165,31 @@ extern "C"
         double other_strength; ///< correlation of the image with itself there, up to 1
     } narvo_pitch_axis;
 
+    /// Which map of a region narvo_draft_set_region_map sets. A difference must exceed offset + (larger compared value
+    /// *
+    /// gain) / 256, of the place where the comparison begins: its reference lies one compare distance on.
+    typedef enum narvo_region_map
+    {
+        NARVO_MAP_OFFSET = 0,       ///< 0 .. 32512 grey levels; 256 and more pass no pixel. Not set: 0
+        NARVO_MAP_GAIN = 1,         ///< 0 .. 256, in 1/256. Not set: 0
+        NARVO_MAP_ZONE = 2,         ///< 0 .. 15, the zone whose filter values apply. Not set: the recipe's only zone
+        NARVO_MAP_KNEE = 3,         ///< 0 .. 255 grey levels: above it the upper segment applies
+        NARVO_MAP_UPPER_OFFSET = 4, ///< as the offset; knee and upper segment are set together or not at all
+        NARVO_MAP_UPPER_GAIN = 5,   ///< as the gain
+        NARVO_MAP_CLASS = 6         ///< 0 .. 15, a class that the extended kernels take
+    } narvo_region_map;
+
+    /// Where the values of a map lie, one for each pixel of a region. No call keeps them.
+    typedef struct narvo_map_values
+    {
+        uint32_t size;         ///< sizeof(narvo_map_values)
+        int32_t width;         ///< of the region, pixels
+        int32_t height;        ///< of the region, pixels
+        int32_t reserved;      ///< not read
+        int64_t stride;        ///< values from row to row, at least the width; 0: no gaps
+        const int16_t* values; ///< of the region's upper left pixel
+    } narvo_map_values;
+
     /// A setting by its name; what is not named keeps its default.
     typedef struct narvo_setting
     {
@@ -262,10 +287,21 @@ extern "C"
     /// Sets a list or an object, as JSON: "zones.list" to "[{\"index\": 1, \"offset\": 12}]".
     /// @return NARVO_REFUSED for text that is no JSON
     NARVO_C_API int32_t narvo_draft_set_json(narvo_draft* draft, const char* field, const char* json);
+    /// Sets a list of `count` numbers, 0 .. 1048576, such as "scan_pitches"; copied. `values` may be null when there
+    /// are none.
+    NARVO_C_API int32_t narvo_draft_set_list(narvo_draft* draft, const char* field, const double* values,
+                                             int64_t count);
     /// The painted cell: the value of a pixel is its zone. 8 bits; copied.
     NARVO_C_API int32_t narvo_draft_set_zone_image(narvo_draft* draft, const narvo_image* cell);
+    /// The painted classes of one cell, 0 .. 15, which the extended kernels take. As narvo_draft_set_zone_image.
+    NARVO_C_API int32_t narvo_draft_set_class_image(narvo_draft* draft, const narvo_image* cell);
     /// Painted dead places of the whole image, other than 0 where nothing is to be reported. 8 bits; copied.
     NARVO_C_API int32_t narvo_draft_set_dead_image(narvo_draft* draft, const narvo_image* dead);
+    /// A map of the whole region, one of narvo_region_map, of the size of the region and of the maps set before;
+    /// copied. For
+    /// recipes in zone mode, in place of a painted cell. Maps are no part of narvo_recipe_text and narvo_recipe_save.
+    /// @return NARVO_REFUSED for a size or stride that does not fit, or with the first value outside the map's range
+    NARVO_C_API int32_t narvo_draft_set_region_map(narvo_draft* draft, int32_t map, const narvo_map_values* values);
     /// Checks the draft, which stays as it is, and makes a recipe of it. The caller frees `*recipe`.
     /// @return NARVO_REFUSED with all that is wrong
     NARVO_C_API int32_t narvo_draft_check(const narvo_draft* draft, narvo_recipe** recipe);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Bytes as a sequence of calls of the host library's C interface, as a program that links the shared library makes them.
+// Bytes as a sequence of calls of the host library's C interface, as a program that links the shared library makes
+// them.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>

@@ -31,16 +31,35 @@ constexpr const char* pRecipes[] = {
     R"({"version": 1})",
     "[1, 2",
     ""};
-constexpr const char* pFields[] = {
-    "pitch.x", "pitch.y", "mode", "threshold.base", "threshold.gain", "direction", "name", "region.left",
-    "region.right", "region.bottom", "multiple.x", "zones.list", "zones.columns", "zones.rows", "filter.min_area",
-    "blobs.merge", "image.levels", "version", "no_such", "", ".", "\xff", "a.b.c.d.e.f.g.h.i.j"};
-constexpr const char* pWords[] = {"zone", "pixel", "binarise", "average", "texture", "lattice", "float", "vertical",
-                                  "horizontal", "", "\xff", "x"};
-constexpr const char* pLists[] = {"[]", "{}", R"([{"index": 1, "offset": 25}, {"index": 2, "dead": true}])", "[{", "3",
-                                  R"([{"index": -1}])", "null"};
-constexpr const char* pSettings[] = {"max_shift", "max_rotation", "max_scale", "mesh_spacing", "min_correlation",
-                                     "edge_tolerance", "threshold", "min_pixels", "max_blobs", "no_such"};
+constexpr const char* pFields[] = {"pitch.x",
+                                   "pitch.y",
+                                   "mode",
+                                   "threshold.base",
+                                   "threshold.gain",
+                                   "direction",
+                                   "name",
+                                   "region.left",
+                                   "region.right",
+                                   "region.bottom",
+                                   "multiple.x",
+                                   "zones.list",
+                                   "zones.columns",
+                                   "zones.rows",
+                                   "filter.min_area",
+                                   "blobs.merge",
+                                   "image.levels",
+                                   "version",
+                                   "no_such",
+                                   "",
+                                   ".",
+                                   "\xff",
+                                   "a.b.c.d.e.f.g.h.i.j"};
+constexpr const char* pWords[] = {"zone",  "pixel",    "binarise",   "average", "texture", "lattice",
+                                  "float", "vertical", "horizontal", "",        "\xff",    "x"};
+constexpr const char* pLists[] = {
+    "[]", "{}", R"([{"index": 1, "offset": 25}, {"index": 2, "dead": true}])", "[{", "3", R"([{"index": -1}])", "null"};
+constexpr const char* pSettings[] = {"max_shift",      "max_rotation", "max_scale",  "mesh_spacing", "min_correlation",
+                                     "edge_tolerance", "threshold",    "min_pixels", "max_blobs",    "no_such"};
 
 /// Pixels in a block of exactly the size that the record declares, so that a checker sees reads beyond it.
 struct DrawnImage
@@ -302,7 +321,8 @@ private:
     {
         std::string text = pRecipes[m_source.Below(std::size(pRecipes))];
         for (int i = m_source.OneIn(3) ? m_source.Int(1, 3) : 0; i > 0 && !text.empty(); --i)
-            text[m_source.Below(text.size())] = static_cast<char>(m_source.Pick({'0', '9', '"', '}', '-', '\xff', '\1'}));
+            text[m_source.Below(text.size())] =
+                static_cast<char>(m_source.Pick({'0', '9', '"', '}', '-', '\xff', '\1'}));
         auto* made = reinterpret_cast<narvo_recipe*>(this);
         if (Rarely())
         {
@@ -362,10 +382,10 @@ private:
                 m_source.OneIn(3) ? m_source.Int(0, 5) : report.defect_count + m_source.Int(0, 2);
             GuardedArray<narvo_defect> defects(static_cast<std::size_t>(capacity));
             std::int64_t count = -1;
-            Require(Sound(narvo_reports_defects(reports, region, sizeof(narvo_defect), defects.Data(), capacity,
-                                                &count)) &&
-                        count == report.defect_count,
-                    "defects are as many as the report says");
+            Require(
+                Sound(narvo_reports_defects(reports, region, sizeof(narvo_defect), defects.Data(), capacity, &count)) &&
+                    count == report.defect_count,
+                "defects are as many as the report says");
             const std::int64_t used = std::min(count, capacity);
             defects.RequireUntouched(static_cast<std::size_t>(used));
             for (std::int64_t i = 0; i < used; ++i)
@@ -397,7 +417,7 @@ private:
         const bool given = !Rarely();
         const char* field = given ? pFields[m_source.Below(std::size(pFields))] : nullptr;
         const bool right = hasDraft && given;
-        switch (m_source.Int(0, 6))
+        switch (m_source.Int(0, 8))
         {
         case 0:
             return void(Sound(narvo_draft_set_number(draft, field, DrawNumber()), right));
@@ -418,15 +438,59 @@ private:
             Sound(narvo_draft_set_integer(draft, "pitch.x", 16), hasDraft);
             Sound(narvo_draft_set_integer(draft, "pitch.y", 12), hasDraft);
             return void(Sound(narvo_draft_set_integer(draft, "threshold.base", 20), hasDraft));
+        case 6:
+        {
+            const double values[3] = {DrawNumber(), 16.0, DrawNumber()};
+            const std::int64_t count = m_source.Pick<std::int64_t>({3, 1, 0, -1, nHuge});
+            return void(Sound(narvo_draft_set_list(draft, field, values, count), right && count >= 0 && count <= 3));
+        }
+        case 7:
+            return SetMap(draft, hasDraft);
         default:
         {
             const DrawnImage image = DrawImage(16);
             const bool deep = image.record.bits != 8;
-            return void(Sound(m_source.OneIn(2) ? narvo_draft_set_zone_image(draft, &image.record)
-                                                : narvo_draft_set_dead_image(draft, &image.record),
-                              hasDraft && !image.broken && !deep));
+            const auto set =
+                m_source.Pick({narvo_draft_set_zone_image, narvo_draft_set_dead_image, narvo_draft_set_class_image});
+            return void(Sound(set(draft, &image.record), hasDraft && !image.broken && !deep));
         }
         }
+    }
+
+    /// Makes a draft in zone mode with a map, of values in range or not.
+    void SetMap(narvo_draft* draft, bool hasDraft)
+    {
+        const int width = m_source.Pick({96, 64});
+        const int height = m_source.Pick({72, 64});
+        const int gap = m_source.Int(0, 2);
+        std::vector<std::int16_t> values(static_cast<std::size_t>((width + gap) * (height - 1) + width),
+                                         static_cast<std::int16_t>(m_source.Pick({20, 3, 0, -1, 255, 32767})));
+        narvo_map_values record = {sizeof(record), width, height, 0, width + gap, values.data()};
+        const int map = m_source.Pick({0, 1, 2, 3, 4, 5, 6, 7, -1});
+        const bool broken = Rarely();
+        switch (broken ? m_source.Int(0, 4) : 5)
+        {
+        case 0:
+            record.size = 8;
+            break;
+        case 1:
+            record.values = nullptr;
+            break;
+        case 2:
+            record.width = m_source.Pick({0, -5, std::numeric_limits<int>::max()});
+            record.stride = m_source.Pick<std::int64_t>({record.width, nHuge}); // never a smaller region
+            break;
+        case 3:
+            record.height = m_source.Pick({0, -5, std::numeric_limits<int>::min()});
+            break;
+        case 4:
+            record.stride = m_source.Pick<std::int64_t>({-1, 5, -nHuge});
+            break;
+        default:
+            break;
+        }
+        Sound(narvo_draft_set_text(draft, "mode", "zone"), hasDraft);
+        Sound(narvo_draft_set_region_map(draft, map, &record), hasDraft && !broken && map >= 0 && map <= 6);
     }
 
     double DrawNumber()
@@ -499,8 +563,8 @@ private:
     void Propose()
     {
         const DrawnImage image = DrawImage(64);
-        const narvo_box box = {sizeof(box), m_source.Pick({0, 1, -1}), 0, m_source.Pick({64, 96, 70, 500, DrawInteger()}),
-                               m_source.Pick({64, 61, 5})};
+        const narvo_box box = {sizeof(box), m_source.Pick({0, 1, -1}), 0,
+                               m_source.Pick({64, 96, 70, 500, DrawInteger()}), m_source.Pick({64, 61, 5})};
         auto* made = reinterpret_cast<narvo_proposal*>(this);
         const std::int32_t status = narvo_propose(&image.record, m_source.OneIn(2) ? &box : nullptr, &made);
         Keep(m_proposals, made, status, !image.broken);

@@ -157,8 +157,7 @@ TEST_F(CInterface, DraftsTakeFieldsZonesAndLists)
     EXPECT_EQ(narvo_draft_set_switch(draft, "blobs.merge", 2), NARVO_REFUSED);
     EXPECT_EQ(CFields(), "blobs.merge");
     EXPECT_EQ(narvo_draft_set_json(draft, "zones.list", "[{"), NARVO_REFUSED);
-    EXPECT_EQ(narvo_draft_set_json(draft, "zones.list",
-                                   R"([{"index": 1, "offset": 25}, {"index": 2, "dead": true}])"),
+    EXPECT_EQ(narvo_draft_set_json(draft, "zones.list", R"([{"index": 1, "offset": 25}, {"index": 2, "dead": true}])"),
               NARVO_OK);
     Picture8 cell(32, 24, 1);
     cell.Fill({0, 0, 32, 12}, 2);
@@ -179,6 +178,53 @@ TEST_F(CInterface, DraftsTakeFieldsZonesAndLists)
     EXPECT_GT(defects[0].left, 290);
     narvo_reports_free(reports);
     narvo_recipe_free(recipe);
+}
+
+TEST_F(CInterface, DraftsTakeMapsOfTheRegionAndListsOfNumbers)
+{
+    narvo_draft* draft = nullptr;
+    ASSERT_EQ(narvo_draft_create(&draft), NARVO_OK);
+    narvo_draft_set_text(draft, "mode", "zone");
+    narvo_draft_set_integer(draft, "pitch.x", 32);
+    narvo_draft_set_integer(draft, "pitch.y", 24);
+    std::vector<std::int16_t> offsets(static_cast<std::size_t>(nWidth) * nHeight, 25);
+    narvo_map_values values = {sizeof(values), nWidth, nHeight, 0, 0, offsets.data()};
+    EXPECT_EQ(narvo_draft_set_region_map(draft, NARVO_MAP_CLASS + 1, &values), NARVO_REFUSED);
+    EXPECT_EQ(CFields(), "map");
+    values.stride = nWidth - 1;
+    EXPECT_EQ(narvo_draft_set_region_map(draft, NARVO_MAP_OFFSET, &values), NARVO_REFUSED);
+    values.stride = std::numeric_limits<std::int64_t>::min();
+    EXPECT_EQ(narvo_draft_set_region_map(draft, NARVO_MAP_OFFSET, &values), NARVO_REFUSED);
+    values.stride = nWidth;
+    values.values = nullptr;
+    EXPECT_EQ(narvo_draft_set_region_map(draft, NARVO_MAP_OFFSET, &values), NARVO_REFUSED);
+    values.values = offsets.data();
+    const auto defectsWith = [&]
+    {
+        EXPECT_EQ(narvo_draft_set_region_map(draft, NARVO_MAP_OFFSET, &values), NARVO_OK) << CFields();
+        narvo_recipe* recipe = nullptr;
+        narvo_reports* reports = nullptr;
+        EXPECT_EQ(narvo_draft_check(draft, &recipe), NARVO_OK) << CFields();
+        EXPECT_EQ(narvo_inspect(m_inspector, recipe, &m_image, &reports), NARVO_OK) << CFields();
+        const std::size_t count = DefectsOf(reports).size();
+        narvo_reports_free(reports);
+        narvo_recipe_free(recipe);
+        return count;
+    };
+    EXPECT_EQ(defectsWith(), 1U);
+    offsets.assign(offsets.size(), 256);
+    EXPECT_EQ(defectsWith(), 0U) << "nothing passes such an offset";
+
+    const double pitches[2] = {32.0, -1.0};
+    EXPECT_EQ(narvo_draft_set_list(draft, "scan_pitches", pitches, -1), NARVO_REFUSED);
+    EXPECT_EQ(CFields(), "count");
+    EXPECT_EQ(narvo_draft_set_list(draft, "scan_pitches", nullptr, 1), NARVO_REFUSED);
+    EXPECT_EQ(CFields(), "values");
+    EXPECT_EQ(narvo_draft_set_list(draft, "scan_pitches", pitches, 2), NARVO_OK);
+    narvo_recipe* recipe = nullptr;
+    EXPECT_EQ(narvo_draft_check(draft, &recipe), NARVO_REFUSED);
+    EXPECT_EQ(CFields(), "scan_pitches");
+    EXPECT_EQ(narvo_draft_free(draft), NARVO_OK);
 }
 
 TEST_F(CInterface, TextIsCutToTheBuffer)
@@ -223,9 +269,8 @@ TEST_F(CInterface, RefusesNullsAndSetsTheHandleToNull)
     EXPECT_EQ(narvo_recipe_regions(m_recipe, nullptr), NARVO_REFUSED);
     EXPECT_EQ(CFields(), "count");
     EXPECT_EQ(narvo_problem_get(0, nullptr), NARVO_REFUSED);
-    for (const int status :
-         {narvo_recipe_free(nullptr), narvo_draft_free(nullptr), narvo_inspector_free(nullptr),
-          narvo_reports_free(nullptr), narvo_proposal_free(nullptr), narvo_golden_free(nullptr)})
+    for (const int status : {narvo_recipe_free(nullptr), narvo_draft_free(nullptr), narvo_inspector_free(nullptr),
+                             narvo_reports_free(nullptr), narvo_proposal_free(nullptr), narvo_golden_free(nullptr)})
         EXPECT_EQ(status, NARVO_OK);
     EXPECT_EQ(CFields(), "count") << "to free is no reason to forget";
 }

@@ -86,6 +86,14 @@ AT(narvo_pitch_axis, confidence, 32);
 AT(narvo_pitch_axis, other_pitch, 40);
 AT(narvo_pitch_axis, other_strength, 48);
 
+SIZE(narvo_map_values, 32);
+AT(narvo_map_values, size, 0);
+AT(narvo_map_values, width, 4);
+AT(narvo_map_values, height, 8);
+AT(narvo_map_values, reserved, 12);
+AT(narvo_map_values, stride, 16);
+AT(narvo_map_values, values, 24);
+
 SIZE(narvo_setting, 24);
 AT(narvo_setting, size, 0);
 AT(narvo_setting, reserved, 4);
