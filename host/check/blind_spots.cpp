@@ -103,16 +103,11 @@ int ColumnsSeen(const CBlockTrace& trace)
 
 void AddColumns(const CBlockTrace& trace, std::vector<std::string>& spots)
 {
-    const CRect& region = trace.param.rtInspect;
-    const bool floatAcross = trace.eComparison == Comparison::Float && !IsVertical(trace);
-    const bool table = trace.kernel.uses.Has(engine::KernelOption::ConvPitches);
-    if (!ComparesByPitch(trace) || trace.eComparison == Comparison::Trapezium || floatAcross || table)
-        return;
-    const int seen = ColumnsSeen(trace);
-    if (seen < region.Width())
-        spots.push_back(
-            "defects of which the region's columns from " + std::to_string(region.left + seen) +
-            " on hold all pixels: rows are compared in whole groups of 16 columns from the region's left side");
+    const int unseen = UnseenFrom(trace);
+    if (unseen < trace.param.rtInspect.right)
+        spots.push_back("defects of which the region's columns from " + std::to_string(unseen) +
+                        " on hold all pixels: rows are compared in whole groups of 16 columns from the region's left "
+                        "side");
 }
 
 void AddBands(const CBlockTrace& trace, std::vector<std::string>& spots)
@@ -189,6 +184,16 @@ std::vector<std::string> WordHazards(const CBlockTrace& trace)
             "re-runs search the origin grid as records of two ints, and bZoneFlagged makes them three; "
             "set nMaxReinspect to 0");
     return hazards;
+}
+
+int UnseenFrom(const CBlockTrace& trace)
+{
+    const CRect& region = trace.param.rtInspect;
+    const bool floatAcross = trace.eComparison == Comparison::Float && !IsVertical(trace);
+    const bool table = trace.kernel.uses.Has(engine::KernelOption::ConvPitches);
+    if (!ComparesByPitch(trace) || trace.eComparison == Comparison::Trapezium || floatAcross || table)
+        return region.right;
+    return region.left + ColumnsSeen(trace);
 }
 
 std::vector<std::string> WordBlindSpots(const CConvParam& given, const CBlockTrace& trace)

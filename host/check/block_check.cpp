@@ -43,6 +43,12 @@ std::string BlockCheck::Text() const
     return text;
 }
 
+int FirstUnseenColumn(const CConvParam& param, BlockCall call)
+{
+    const engine::CBlockTrace trace = engine::TraceBlock(param, CallOf(call));
+    return trace.nCode == 1 ? UnseenFrom(trace) : param.rtInspect.right;
+}
+
 BlockCheck CheckBlock(const CConvParam& param, BlockCall call)
 {
     const engine::CBlockTrace trace = engine::TraceBlock(param, CallOf(call));

@@ -57,6 +57,11 @@ struct BlockCheck
 /// @throws std::bad_alloc
 BlockCheck CheckBlock(const CConvParam& param, BlockCall call = BlockCall_Rect);
 
+/// The first column of a region from which on the comparison of a whole image at a pitch does not look: a defect all of
+/// whose pixels lie there is not seen. The region's right side where there is none, or where no such column is known:
+/// horizontal float comparisons, tables of pitches along x, trapezia, modes without a pitch, refused blocks.
+int FirstUnseenColumn(const CConvParam& param, BlockCall call = BlockCall_Rect);
+
 /// What a host holds behind one of the block's pointers.
 struct TableSize
 {

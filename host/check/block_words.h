@@ -17,6 +17,8 @@ std::vector<Problem> WordRefusals(const CConvParam& param, engine::CRefusals ref
 std::vector<std::string> WordHazards(const engine::CBlockTrace& trace);
 /// What a comparison that takes place does not look at.
 std::vector<std::string> WordBlindSpots(const CConvParam& given, const engine::CBlockTrace& trace);
+/// The first column of the region that is not looked at; its right side where there is none.
+int UnseenFrom(const engine::CBlockTrace& trace);
 /// What is set and not read.
 std::vector<Problem> WordIgnored(const engine::CBlockTrace& trace);
 /// What is read.

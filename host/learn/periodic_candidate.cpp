@@ -181,7 +181,7 @@ std::optional<Comparison> ZoneComparison(const Comparison& pixels, const GreyIma
     made.greyLevels = lowest / dSteps;
     made.highest = static_cast<int>(255.0 / lowest * dSteps);
     const std::vector<ZoneSettings> zones = made.recipe.zones;
-    made.apply = [zones, dSteps](Recipe& changed, int threshold)
+    made.apply = [zones](Recipe& changed, int threshold)
     {
         for (std::size_t i = 0; i < zones.size(); ++i)
             changed.zones[i].offset =

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/check/block_check.h"
 #include "host/inspect/inspection_plan.h"
 #include "host/library/lane_set.h"
 #include "host/library/public_report.h"
@@ -20,19 +21,19 @@ namespace narvo::v1
 namespace
 {
 
-/// The engine takes a region's columns in whole groups of this many, and reports nothing of the rest.
-constexpr int nColumnGroup = 16;
-
 /// What is left out at the right of the region; empty where nothing is.
-std::string BlindColumns(const InspectionPlan& plan)
+std::string BlindColumns(const InspectionPlan& plan, const GreyView& image)
 {
     const Kind kind = plan.GetRecipe()->GetKind();
-    const CRect& region = plan.Region();
-    const int rest = (region.right - region.left) % nColumnGroup;
-    if ((kind != Kind_Zone && kind != Kind_Pixel) || rest == 0)
+    if (kind != Kind_Zone && kind != Kind_Pixel && kind != Kind_Float)
         return {};
-    return "columns " + std::to_string(region.right - rest) + " to " + std::to_string(region.right - 1) +
-           " are not inspected: choose a region whose width is a multiple of " + std::to_string(nColumnGroup);
+    const int unseen = FirstUnseenColumn(plan.BlockFor(image));
+    const int right = plan.Region().right;
+    if (unseen >= right)
+        return {};
+    return "columns " + std::to_string(unseen) + " to " + std::to_string(right - 1) +
+           " are not inspected: rows are compared in whole groups of 16 columns from the region's left side; begin the "
+           "region up to 15 columns further left, or inspect these in a second one";
 }
 
 } // namespace
@@ -70,7 +71,7 @@ std::vector<Report> Inspector::Inspect(const ImagePixels& image, const Recipe& r
             {
                 const auto plan = parts.plans[i].PlanFor(parts.regions[i], view.Width(), view.Height());
                 Report report = library::PublicReport(hold.Engines().Inspect(hold.Lane(), view, *plan));
-                if (std::string blind = BlindColumns(*plan); !blind.empty())
+                if (std::string blind = BlindColumns(*plan, view); !blind.empty())
                     report.warnings.push_back(std::move(blind));
                 reports.push_back(std::move(report));
             }

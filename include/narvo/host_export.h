@@ -10,6 +10,10 @@
 
 // Everything is in narvo::v1, which programs write as narvo. Inside the library the namespace is not inline, because
 // the host layer that it is built from uses some of the same names in narvo.
+#if defined(__clang__)
+// The word inline stands here alone, so that each header can open the namespace for both.
+#pragma clang diagnostic ignored "-Winline-namespace-reopened-noninline"
+#endif
 namespace narvo
 {
 #ifndef NARVOHOST_BUILDING
