@@ -57,7 +57,8 @@ TEST(HostBlind, AStrongDefectAnywhereIsReportedOrItsColumnsAreNamed)
         const int pitchY = random.Int(8, 40);
         const int width = random.Int(4 * pitchX, 7 * pitchX);
         const int height = random.Int(4 * pitchY, 8 * pitchY);
-        const Box region = {random.Int(0, width - 3 * pitchX - 1), random.Int(0, height - 3 * pitchY - 1), width, height};
+        const Box region = {random.Int(0, width - 3 * pitchX - 1), random.Int(0, height - 3 * pitchY - 1), width,
+                            height};
         const bool whole = random.OneIn(2);
         const Box inside = whole ? Box{0, 0, width, height} : region;
         Picture8 picture(width, height);
@@ -87,8 +88,8 @@ TEST(HostBlind, AStrongDefectAnywhereIsReportedOrItsColumnsAreNamed)
             ++named;
         else
             EXPECT_TRUE(IsReported(report, square))
-                << mode << ' ' << direction << " pitch " << pitchX << ", " << pitchY << " region " << inside.left << ", "
-                << inside.top << " to " << width << ", " << height << " defect at " << x << ", " << y
+                << mode << ' ' << direction << " pitch " << pitchX << ", " << pitchY << " region " << inside.left
+                << ", " << inside.top << " to " << width << ", " << height << " defect at " << x << ", " << y
                 << (report.warnings.empty() ? "" : report.warnings[0]);
     }
     EXPECT_LT(named, 200);
