@@ -15,7 +15,7 @@ namespace narvo
 namespace
 {
 
-constexpr int nParts = 32; // of a pixel
+constexpr int nParts = 32;      // of a pixel
 constexpr float fBend = -0.75F; // of the cubic kernel
 constexpr int nTaps = 4;
 

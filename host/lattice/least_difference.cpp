@@ -16,8 +16,8 @@ namespace
 {
 
 constexpr float fMost = std::numeric_limits<float>::max();
-constexpr float fRounded = 0.9999F;      // of a bound: what rounding may have added is taken off
-constexpr double dDirectPixels = 256.0;  // compared for each place: beyond, Fourier transforms are faster
+constexpr float fRounded = 0.9999F;     // of a bound: what rounding may have added is taken off
+constexpr double dDirectPixels = 256.0; // compared for each place: beyond, Fourier transforms are faster
 
 /// A bound for each place: the mean of a quarter's differences, squared, is no more than the mean of the squares.
 cv::Mat Bounds(const cv::Mat& picture, const cv::Mat& piece)
@@ -67,8 +67,8 @@ double DifferenceAt(const cv::Mat& picture, const cv::Mat& piece, const cv::Poin
 {
     double sum = 0.0;
     for (int y = 0; y < piece.rows && sum <= enough; ++y)
-        sum += SquaredDifference(picture.ptr<std::uint8_t>(place.y + y) + place.x, piece.ptr<std::uint8_t>(y),
-                                 piece.cols);
+        sum +=
+            SquaredDifference(picture.ptr<std::uint8_t>(place.y + y) + place.x, piece.ptr<std::uint8_t>(y), piece.cols);
     return sum;
 }
 

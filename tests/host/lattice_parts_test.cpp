@@ -37,8 +37,7 @@ double PlainLeast(const cv::Mat& picture, const cv::Mat& piece, const cv::Mat& t
     for (int y = 0; y < taken.rows; ++y)
         for (int x = 0; x < taken.cols; ++x)
             if (taken.at<std::uint8_t>(y, x) == 0)
-                least = std::min(least,
-                                 cv::norm(picture(cv::Rect({x, y}, piece.size())), piece, cv::NORM_L2SQR));
+                least = std::min(least, cv::norm(picture(cv::Rect({x, y}, piece.size())), piece, cv::NORM_L2SQR));
     return least;
 }
 
