@@ -27,13 +27,18 @@ constexpr int nBlurred = 2;          // rows at an end that blur may have change
 constexpr int nMostMoved = 16;       // pixels: an end that lies further off is no moved end
 constexpr double dSameColumns = 0.9; // of the columns cross both ends, or neither: the same pattern ends there
 constexpr double dWideEnough = 0.5;  // of a row, compared at least
+constexpr int nStrip = 64;           // pixels along a side that are looked at first
 
 /// The picture with that side at the bottom.
 cv::Mat Turn(const cv::Mat& picture, PatternEnd::Side side)
 {
     cv::Mat turned = picture;
     if (side == PatternEnd::Side_Right || side == PatternEnd::Side_Left)
-        cv::transpose(picture, turned);
+    {
+        cv::Mat transposed; // never the picture's own pixels, which a square one would be written over
+        cv::transpose(picture, transposed);
+        turned = transposed;
+    }
     if (side == PatternEnd::Side_Top || side == PatternEnd::Side_Left)
     {
         cv::Mat mirrored;
@@ -82,11 +87,38 @@ int GroundOf(const cv::Mat& row, const cv::Mat& inside)
     return *middle;
 }
 
-std::optional<PatternEnd> MovedEnd(const cv::Mat& reference, const cv::Mat& image, const cv::Mat& inside, double least)
+/// The last row of which enough is compared, or -1.
+int LastCompared(const cv::Mat& inside)
 {
     int last = inside.rows - 1;
     while (last >= 0 && cv::countNonZero(inside.row(last)) <= dWideEnough * inside.cols)
         --last;
+    return last;
+}
+
+/// Whether the pattern reaches that side, so that no end of it is to be seen there. Looks at a strip alone, which most
+/// pictures need no more than.
+bool ReachesSide(const cv::Mat& reference, const cv::Mat& inside, PatternEnd::Side side)
+{
+    const bool vertical = side == PatternEnd::Side_Right || side == PatternEnd::Side_Left;
+    const bool first = side == PatternEnd::Side_Top || side == PatternEnd::Side_Left;
+    const int length = vertical ? inside.cols : inside.rows;
+    const int depth = std::min(nStrip, length);
+    const cv::Range range = first ? cv::Range(0, depth) : cv::Range(length - depth, length);
+    const auto strip = [&](const cv::Mat& picture)
+    { return Turn(vertical ? picture.colRange(range) : picture.rowRange(range), side); };
+    const cv::Mat compared = strip(inside);
+    const int last = LastCompared(compared);
+    if (last < 0)
+        return false;
+    const cv::Mat shown = strip(reference);
+    const cv::Mat row = PatternOf(shown.row(last), compared.row(last), GroundOf(shown.row(last), compared.row(last)));
+    return cv::countNonZero(row) > dEmptyShare * cv::countNonZero(compared.row(last));
+}
+
+std::optional<PatternEnd> MovedEnd(const cv::Mat& reference, const cv::Mat& image, const cv::Mat& inside, double least)
+{
+    const int last = LastCompared(inside);
     if (last < 0)
         return {};
     const int ground = GroundOf(reference.row(last), inside.row(last));
@@ -116,6 +148,8 @@ std::vector<PatternEnd> FindMovedEnds(const GreyImage& reference, const GreyImag
     for (const PatternEnd::Side side :
          {PatternEnd::Side_Bottom, PatternEnd::Side_Top, PatternEnd::Side_Right, PatternEnd::Side_Left})
     {
+        if (ReachesSide(ViewOf(reference), ViewOf(inside), side))
+            continue;
         const cv::Mat turned = Turn(ViewOf(inside), side);
         std::optional<PatternEnd> end =
             MovedEnd(Turn(ViewOf(reference), side), Turn(ViewOf(image), side), turned, least);

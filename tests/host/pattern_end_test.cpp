@@ -64,6 +64,20 @@ TEST(PatternEnd, FindsMovedEndsOnEverySide)
     }
 }
 
+TEST(PatternEnd, LeavesSquarePicturesAsTheyAre)
+{
+    // Not the same on the right as on the left, where the pattern reaches the side.
+    GreyImage picture(200, 200, nGround);
+    for (int y = 20; y < 180; ++y)
+        for (int x = 0; x < 170; ++x)
+            if (x % 40 < 20 || y % 50 < 20)
+                picture.Row(y)[x] = static_cast<std::uint8_t>(40 + x % 7 + y % 5);
+    const GreyImage before = picture;
+    EXPECT_TRUE(FindMovedEnds(picture, picture, {200, 200, 255}, 2.0).empty());
+    for (int y = 0; y < 200; ++y)
+        ASSERT_TRUE(std::equal(picture.Row(y), picture.Row(y) + 200, before.Row(y))) << y;
+}
+
 TEST(PatternEnd, WhatIsMissingAtAnEndIsNoMovedEnd)
 {
     const CRect shown(25, 31, 275, 235);
