@@ -80,15 +80,17 @@ OffsetMesh Resample(const OffsetMesh& coarse, int width, int height, int spacing
 void AddPoint(const Cell& cell, std::size_t columns, double gx, double gy, double difference, double share,
               std::vector<NodeSums>& sums)
 {
+    const double weightX = share * gx;
+    const double weightY = share * gy;
+    const NodeSums whole{weightX * gx, weightX * gy, weightY * gy, weightX * difference, weightY * difference};
     const auto add = [&](std::size_t node, double part)
     {
         NodeSums& s = sums[node];
-        const double weight = share * part;
-        s.xx += weight * gx * gx;
-        s.xy += weight * gx * gy;
-        s.yy += weight * gy * gy;
-        s.xe += weight * gx * difference;
-        s.ye += weight * gy * difference;
+        s.xx += part * whole.xx;
+        s.xy += part * whole.xy;
+        s.yy += part * whole.yy;
+        s.xe += part * whole.xe;
+        s.ye += part * whole.ye;
     };
     add(cell.node, (1.0 - cell.x) * (1.0 - cell.y));
     add(cell.node + 1, cell.x * (1.0 - cell.y));

@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
 
 namespace narvo
 {
@@ -25,6 +28,36 @@ double Median(std::vector<float>& values)
     std::nth_element(values.begin(), middle, values.end());
     return *middle;
 }
+
+/// Median of absolute values by counts of their levels, each a share of a grey level; the last counts all beyond.
+class MagnitudeMedian
+{
+public:
+    void Add(float value)
+    {
+        const float level = std::abs(value) * nLevelsPerGrey;
+        ++m_counts[static_cast<std::size_t>(std::min(level, static_cast<float>(nLevels - 1)))];
+        ++m_all;
+    }
+
+    double Value() const
+    {
+        if (m_all == 0)
+            return 0.0;
+        std::uint32_t sum = 0;
+        std::size_t level = 0;
+        while ((sum += m_counts[level]) <= m_all / 2)
+            ++level;
+        return (static_cast<double>(level) + 0.5) / nLevelsPerGrey;
+    }
+
+private:
+    static constexpr int nLevelsPerGrey = 32;
+    static constexpr int nLevels = 256 * nLevelsPerGrey;
+
+    std::vector<std::uint32_t> m_counts = std::vector<std::uint32_t>(nLevels, 0U);
+    std::uint32_t m_all = 0;
+};
 
 /// Loss of each block, of the points that both looks have inside, by that scale.
 std::vector<double> BlockLosses(const EdgePoints& points, const PointLook& look, const PointLook& other,
@@ -85,8 +118,7 @@ void StartOffsets(const EdgePoints& points, const PointLook& look, Differences& 
 void Differ(const EdgePoints& points, const PointLook& look, Differences& differences)
 {
     differences.difference.assign(points.Size(), 0.0F);
-    std::vector<float> magnitudes;
-    magnitudes.reserve(points.Size() / nMedianStep + 1);
+    MagnitudeMedian median;
     const auto gain = static_cast<float>(differences.gain);
     for (std::size_t block = 0; block < points.Blocks(); ++block)
     {
@@ -97,10 +129,10 @@ void Differ(const EdgePoints& points, const PointLook& look, Differences& differ
                 continue;
             differences.difference[i] = points.value[i] - gain * look.value[i] - offset;
             if (i % nMedianStep == 0)
-                magnitudes.push_back(std::abs(differences.difference[i]));
+                median.Add(differences.difference[i]);
         }
     }
-    differences.scale = std::max(dLeastScale, dMedianToScale * Median(magnitudes));
+    differences.scale = std::max(dLeastScale, dMedianToScale * median.Value());
 }
 
 void CentreOffsets(const EdgePoints& points, const PointLook& look, Differences& differences)

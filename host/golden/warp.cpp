@@ -95,6 +95,14 @@ std::vector<GreyImage> WarpAllToImage(const std::vector<const GreyImage*>& sourc
     std::vector<GreyImage> targets;
     for (std::size_t i = 0; i < sources.size(); ++i)
         targets.emplace_back(width, height);
+    // As channels of one picture, whose places and weights are worked out once for all.
+    std::vector<cv::Mat> planes;
+    for (const GreyImage* source : sources)
+        planes.push_back(ViewOf(*source));
+    cv::Mat source;
+    if (!planes.empty())
+        cv::merge(planes, source);
+    cv::Mat warped;
     inside = GreyImage(width, height);
     cv::Mat whole;
     cv::Mat fraction;
@@ -104,11 +112,12 @@ std::vector<GreyImage> WarpAllToImage(const std::vector<const GreyImage*>& sourc
                   MarkInside(x, y, area, top, inside);
                   // The places as fixed-point numbers, once for all pictures.
                   cv::convertMaps(x, y, whole, fraction, CV_16SC2);
-                  for (std::size_t i = 0; i < sources.size(); ++i)
-                  {
-                      cv::Mat band = ViewOf(targets[i]).rowRange(top, top + x.rows);
-                      cv::remap(ViewOf(*sources[i]), band, whole, fraction, cv::INTER_LINEAR, cv::BORDER_REPLICATE);
-                  }
+                  if (planes.empty())
+                      return;
+                  cv::remap(source, warped, whole, fraction, cv::INTER_LINEAR, cv::BORDER_REPLICATE);
+                  for (std::size_t i = 0; i < planes.size(); ++i)
+                      planes[i] = ViewOf(targets[i]).rowRange(top, top + x.rows);
+                  cv::split(warped, planes);
               });
     return targets;
 }
