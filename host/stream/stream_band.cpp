@@ -40,7 +40,7 @@ void StreamBand::SortMixed()
     {
         const CDefectPair& pair = one.pair;
         return std::tuple(m_plan.vertical ? m_assembly.UnitOf(pair.ptDefect.x) : 0, one.row,
-                          m_plan.darkFirst ? -pair.nDefectType : 0, pair.ptDefect.x);
+                          m_plan.brightFirst ? -pair.nDefectType : 0, pair.ptDefect.x);
     };
     std::sort(m_seam.Taken().begin(), m_seam.Taken().end(),
               [&](const RowPair& a, const RowPair& b) { return place(a) < place(b); });

@@ -14,6 +14,7 @@ namespace narvo
 namespace
 {
 
+constexpr int nExactParts = 1024; // of a pixel: sums with rows are exact
 constexpr int nMargin = 8;        // rows beyond those that kernels and filters are known to read
 constexpr int nOverlapShare = 24; // a window has so many times the rows of its overlap
 constexpr int nSmallestShare = 2; // and at least so many
@@ -41,6 +42,11 @@ void CheckPlaces(const Recipe& recipe, std::vector<Problem>& found)
     leftOut(!recipe.scanTilts.empty(), "tables.scan_tilt");
     leftOut(!recipe.rowPitches.empty(), "tables.row_pitch");
     leftOut(!recipe.columnPitches.empty(), "tables.column_pitch");
+    leftOut(recipe.maps != nullptr, "maps");
+    leftOut(!recipe.skippedCells.empty(), "zones.skip");
+    for (std::size_t i = 0; i < recipe.zones.size(); ++i)
+        if (recipe.zones[i].verifyMode != VerifyMode_Off)
+            found.push_back({"zones.list[" + std::to_string(i) + "].verify.mode", "given", "none in a stream"});
 }
 
 int RoundUp(int value, int step)
@@ -55,18 +61,25 @@ StreamPlan OverlapOf(const Recipe& recipe)
     plan.vertical = recipe.direction == Direction_Vertical;
     const double pitch = recipe.RealPitchY();
     const int whole = static_cast<int>(std::ceil(pitch));
+    // The last cell of a region stretches over its rest, and the first one is left a row late.
+    const int cell = recipe.mode == Mode_Zone ? static_cast<int>(std::ceil(recipe.CellHeight())) + 2 : 0;
     if (!plan.vertical)
     {
         // Rows depend on each other by the filters alone, which look a pitch up or down.
-        plan.ahead = whole + nMargin;
-        plan.back = whole + nMargin;
+        plan.ahead = std::max(whole, cell) + nMargin;
+        plan.back = std::max(whole, cell) + nMargin;
         return plan;
     }
-    const int sixteenths = static_cast<int>(pitch * 16.0);
+    const auto sixteenths = static_cast<int>(pitch * 16.0 + (recipe.mode == Mode_Float ? 0.5 : 0.0));
     plan.hop = sixteenths / 16 + (sixteenths % 16 >= 8 ? 1 : 0);
     // The jump filter looks two pitches down.
-    plan.ahead = (recipe.filters && recipe.filterPairs ? 2 : 1) * whole + nMargin;
-    plan.back = 2 * whole + nMargin;
+    plan.ahead = std::max((recipe.filters && recipe.filterPairs ? 2 : 1) * whole, cell) + nMargin;
+    plan.back = 2 * whole + cell + nMargin;
+    if (recipe.mode == Mode_Float)
+    {
+        plan.unitColumns = 8;
+        plan.brightFirst = true;
+    }
     plan.step = plan.hop;
     plan.spare = plan.hop;
     return plan;
@@ -77,15 +90,16 @@ StreamPlan OverlapOf(const Recipe& recipe)
 std::vector<Problem> CheckStream(const Recipe& recipe, int width, const StreamSettings& settings)
 {
     std::vector<Problem> found;
-    if (recipe.mode != Mode_Pixel)
-        found.push_back({"mode", WordOf(recipe.mode), "pixel in a stream"});
+    if (recipe.mode != Mode_Pixel && recipe.mode != Mode_Float && recipe.mode != Mode_Zone)
+        found.push_back({"mode", WordOf(recipe.mode), "zone, pixel or float in a stream"});
     CheckPlaces(recipe, found);
     if (recipe.autoDirection)
         found.push_back({"auto_direction", "true", "false in a stream: the direction would depend on its length"});
     if (recipe.twicePitch != 0.0)
         found.push_back({"twice.pitch", FormatNumber(recipe.twicePitch), "0 in a stream"});
     // These kernels use up answers whose records they do not write, so that records do not say how chains go on.
-    if (recipe.direction == Direction_Vertical && recipe.darkFilterBase > 0 && !recipe.extendedKernel)
+    if (recipe.mode == Mode_Pixel && recipe.direction == Direction_Vertical && recipe.darkFilterBase > 0 &&
+        !recipe.extendedKernel)
         found.push_back({"kernel.dark_base", std::to_string(recipe.darkFilterBase),
                          "0 in a vertical stream without kernel.extended"});
     const auto inRange = [&](const char* field, int value, int low, int high, const char* unit)
@@ -107,6 +121,17 @@ std::vector<Problem> CheckStream(const Recipe& recipe, int width, const StreamSe
     else if (settings.windowRows != 0)
         inRange("window_rows", settings.windowRows, least, nWindowRowLimit, "rows, or 0");
     return found;
+}
+
+std::vector<std::string> NotesOf(const Recipe& recipe)
+{
+    // Places a pitch away are formed in floating point, exactly where the pitch is a multiple of a power of one half.
+    const double fine = recipe.RealPitchY() * nExactParts;
+    if (fine == std::floor(fine))
+        return {};
+    return {"pitch.y is no multiple of 1/" + std::to_string(nExactParts) +
+            " pixel: a pair filter rounds by the row, so that a value on its limit may be judged otherwise than in one "
+            "call for the whole image"};
 }
 
 StreamPlan PlanStream(const Recipe& recipe, int width, const StreamSettings& settings)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <string>
 #include <vector>
 
 #include "host/problem.h"
@@ -34,11 +35,14 @@ struct StreamPlan
     /// Rows of a window that is inspected where the caller has them.
     int LeastInPlace() const { return std::max(windowRows / 2, ahead + back + spare + above + alignment); }
     int MostInPlace() const { return std::min(2 * windowRows, nWindowRowLimit); }
-    bool darkFirst = false; ///< within a row of a unit dark answers come before bright ones
+    bool brightFirst = false; ///< within a row of a unit bright answers come before dark ones
 };
 
 /// Everything in a recipe or in the settings that a stream cannot do.
 std::vector<Problem> CheckStream(const Recipe& recipe, int width, const StreamSettings& settings);
+
+/// What keeps the results of a valid recipe from being those of the whole image in every case, in sentences.
+std::vector<std::string> NotesOf(const Recipe& recipe);
 
 /// The plan for a recipe that passes CheckStream.
 StreamPlan PlanStream(const Recipe& recipe, int width, const StreamSettings& settings);

@@ -18,8 +18,8 @@ namespace narvo
 namespace
 {
 
-constexpr std::int64_t nEngineRows = std::int64_t{1} << 22; // then the engine counts anew
-constexpr std::int64_t nEngineAlignment = 1 << 12;
+constexpr std::int64_t nGridRows = std::int64_t{1} << 22; // then zone cells are counted anew
+constexpr std::int64_t nGridAlignment = 1 << 12;
 constexpr std::int64_t nEndless = std::numeric_limits<std::int64_t>::max() / 4;
 
 int CheckedWidth(const Recipe& recipe, int width, const StreamSettings& settings)
@@ -34,7 +34,8 @@ StripStream::StripStream(CheckedRecipe recipe, int width, const StreamSettings& 
     : m_recipe(std::move(recipe)), m_width(CheckedWidth(m_recipe, width, settings)),
       m_plan(PlanStream(m_recipe, width, settings)), m_sink(sink),
       m_rows(std::make_unique<RowWindow>(width, m_plan.windowRows)),
-      m_inspection(std::make_unique<WindowInspection>(m_recipe, m_rows->Image()))
+      m_inspection(std::make_unique<WindowInspection>(m_recipe, m_rows->Image(),
+                                                      std::max(m_plan.windowRows, m_plan.MostInPlace())))
 {
     for (int i = 0; i < m_inspection->Bands(); ++i)
         m_bands.push_back(std::make_unique<StreamBand>(m_recipe, settings, m_plan, m_inspection->Block(),
@@ -112,19 +113,19 @@ std::size_t StripStream::RunFrom(const Rows& rows, std::int64_t start, std::int6
 {
     const WindowInspection::Outcome outcome =
         m_inspection->Inspect(rows.pixels + (start - rows.first) * RowLengthOf(m_width),
-                              static_cast<int>(start - m_base), static_cast<int>(rows.end - start));
+                              static_cast<int>(rows.end - start), static_cast<int>(start - m_base), m_base);
     m_counts.overflows += outcome.overflowed ? 1 : 0;
     m_counts.shortMemory += outcome.shortMemory ? 1 : 0;
     std::size_t open = 0;
     for (std::size_t i = 0; i < m_bands.size(); ++i)
-        open += m_bands[i]->Seam().Take(m_inspection->Pairs(static_cast<int>(i)), m_base, end);
+        open += m_bands[i]->Seam().Take(m_inspection->Pairs(static_cast<int>(i)), start, end);
     return open;
 }
 
 void StripStream::InspectWindow(const Rows& rows, bool last)
 {
-    if (rows.end - m_base > nEngineRows)
-        m_base = rows.first - rows.first % nEngineAlignment;
+    if (rows.end - m_base > nGridRows)
+        m_base = rows.first - rows.first % nGridAlignment;
     // The first window starts at the true start, with its edge band; others start in rows that are settled.
     const std::int64_t begin = m_counts.finalRows;
     const std::int64_t end = last ? nEndless : rows.end - m_plan.ahead;
@@ -148,7 +149,7 @@ void StripStream::InspectWindow(const Rows& rows, bool last)
     for (std::size_t i = 0; i < m_bands.size(); ++i)
     {
         if (open > 0)
-            m_bands[i]->Seam().TakeRest(m_inspection->Pairs(static_cast<int>(i)), m_base, end);
+            m_bands[i]->Seam().TakeRest(m_inspection->Pairs(static_cast<int>(i)), start, end);
         m_bands[i]->EndWindow(next, repaired);
     }
     m_counts.finalRows = last ? m_counts.rows : next;
@@ -158,7 +159,7 @@ void StripStream::InspectWindow(const Rows& rows, bool last)
 
 std::vector<std::string> StripStream::Warnings() const
 {
-    std::vector<std::string> warnings;
+    std::vector<std::string> warnings = NotesOf(m_recipe);
     const auto warn = [&](std::int64_t count, const char* what)
     {
         if (count > 0)

@@ -51,7 +51,7 @@ public:
     bool IsFinished() const { return m_finished; }
 
     const StreamCounts& Counts() const { return m_counts; }
-    /// What Counts says against exactness, in sentences.
+    /// What the recipe and Counts say against exactness, in sentences.
     std::vector<std::string> Warnings() const;
 
 private:
@@ -72,7 +72,7 @@ private:
     StreamSink& m_sink;
     StreamCounts m_counts;
     std::int64_t m_keep = 0; ///< the first row that the next window needs
-    std::int64_t m_base = 0; ///< the row that the engine counts from
+    std::int64_t m_base = 0; ///< the row that zone cells are counted from
     std::unique_ptr<RowWindow> m_rows;
     std::unique_ptr<WindowInspection> m_inspection;
     std::vector<std::unique_ptr<StreamBand>> m_bands;

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "host/problem.h"
+#include "host/recipe/recipe_check.h"
 #include "narvoassem/narvoassem.h"
 
 namespace narvo
@@ -25,10 +26,17 @@ void LeaveOutBlobs(CNarvoAssem& engine)
 
 } // namespace
 
-WindowInspection::WindowInspection(const CheckedRecipe& recipe, const GreyImage& rows)
+WindowInspection::WindowInspection(const CheckedRecipe& recipe, const GreyImage& rows, int mostRows)
     : m_plan(recipe, rows.Width(), rows.Height()), m_block(m_plan.BlockFor(rows)),
       m_pool(std::make_unique<CAssemControl>())
 {
+    if (recipe->GetKind() == Kind_Zone)
+    {
+        // One cell more than the most rows touch, so that moving the grid takes no memory.
+        const CellGeometry cell = CellOf(recipe);
+        const int rowsWithSpare = mostRows + static_cast<int>(2.0 * cell.height) + 2;
+        m_grid.emplace(cell, CRect(0, 0, rows.Width(), rowsWithSpare), recipe->skippedCells);
+    }
     m_block.nMaxReinspect = 0; // pairs of earlier passes would be lost
     if (m_pool->InitAssemControl(1, 1) != 1)
         throw HostError({{"memory", "not enough for an engine", "more memory"}});
@@ -50,14 +58,25 @@ CNarvoAssem& WindowInspection::Engine(int band) const
     return m_split ? *lane.pThreadControl->GetAssem(band) : lane;
 }
 
-WindowInspection::Outcome WindowInspection::Inspect(const std::uint8_t* pixels, int top, int count)
+void WindowInspection::MoveGrid(int top, std::int64_t base)
 {
-    // By numbers: where the image would begin there may be no memory.
-    const auto offset = static_cast<std::uintptr_t>(top) * static_cast<std::uintptr_t>(m_block.nImageWidth);
-    m_block.pImage = reinterpret_cast<unsigned char*>(reinterpret_cast<std::uintptr_t>(pixels) - offset);
-    m_block.nImageHeight = top + count;
-    m_block.rtInspect.top = top;
-    m_block.rtInspect.bottom = top + count;
+    if (!m_grid)
+        return;
+    CellGeometry cell = CellOf(m_plan.GetRecipe());
+    cell.originY -= static_cast<double>(base);
+    CRect region = m_block.rtInspect;
+    region.OffsetRect(0, top);
+    m_grid->Move(cell, region, top);
+    m_block.pZoneOriginTable = m_grid->Entry(m_plan.GetDirection() == Direction_Vertical);
+    m_block.nZoneColumns = m_grid->Columns();
+}
+
+WindowInspection::Outcome WindowInspection::Inspect(const std::uint8_t* pixels, int count, int top, std::int64_t base)
+{
+    m_block.pImage = const_cast<unsigned char*>(pixels);
+    m_block.nImageHeight = count;
+    m_block.rtInspect.bottom = count;
+    MoveGrid(top, base);
     CConvParam block = m_block;
     const int code = m_pool->Inspect_Rect(0, &block, 0);
     if (code != InspectCode_Done && code != InspectCode_Partial)

@@ -2,12 +2,15 @@
 // The engine's call for one window of rows, up to its filtered pairs: blobs are made from the pairs of several windows.
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 
 #include "host/image/grey_image.h"
 #include "host/inspect/inspection_plan.h"
 #include "host/recipe/checked_recipe.h"
+#include "host/zones/zone_tables.h"
 #include "narvoassem/convparam.h"
 #include "narvoassem/defectpair.h"
 
@@ -21,8 +24,9 @@ namespace narvo
 class WindowInspection
 {
 public:
+    /// `rows` is as large as windows usually are, `mostRows` their largest number of rows.
     /// @throws HostError unless the recipe can inspect images of that size, or without memory for the engine
-    WindowInspection(const CheckedRecipe& recipe, const GreyImage& rows);
+    WindowInspection(const CheckedRecipe& recipe, const GreyImage& rows, int mostRows);
     ~WindowInspection();
     WindowInspection(const WindowInspection&) = delete;
     WindowInspection& operator=(const WindowInspection&) = delete;
@@ -33,15 +37,16 @@ public:
         bool overflowed = false;
         bool shortMemory = false;
     };
-    /// Inspects `count` rows that begin at `pixels` and are the rows from `top` on of an image whose rows before that
-    /// are not read: places are in that image, because the pair filters' arithmetic depends on them by its rounding.
-    Outcome Inspect(const std::uint8_t* pixels, int top, int count);
+    /// Inspects `count` rows that begin at `pixels`. Zone cells lie as in an image of which they are the rows from
+    /// `top` on and which begins with row `base` of the stream.
+    Outcome Inspect(const std::uint8_t* pixels, int count, int top, std::int64_t base);
 
     /// Bands of columns that the engine inspects by themselves.
     int Bands() const { return m_bands; }
     /// First column of a band.
     int Left(int band) const;
-    /// The pairs of the last window, in the engine's order; valid until the next.
+    /// The pairs of the last window, in the engine's order, rows counted from the window's first; valid until the
+    /// next.
     std::span<const CDefectPair> Pairs(int band) const;
     /// The parameters without an image, for the making of blobs.
     const CConvParam& Block() const { return m_block; }
@@ -49,9 +54,13 @@ public:
 private:
     CNarvoAssem& Engine(int band) const;
 
+    /// Lays the grid of zone cells over the region.
+    void MoveGrid(int top, std::int64_t base);
+
     InspectionPlan m_plan;
     CConvParam m_block;
     std::unique_ptr<CAssemControl> m_pool;
+    std::optional<OriginTable> m_grid;
     int m_bands = 1;
     bool m_split = false;
 };

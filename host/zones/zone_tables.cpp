@@ -100,20 +100,27 @@ int OriginTable::ColumnsFor(const CellGeometry& cell, const CRect& region)
 }
 
 OriginTable::OriginTable(const CellGeometry& cell, const CRect& region, const std::vector<std::pair<int, int>>& skipped)
-    : m_columns(ColumnsFor(cell, region)), m_rows(RowsFor(cell, region)), m_recordInts(skipped.empty() ? 2 : 3)
+    : m_recordInts(skipped.empty() ? 2 : 3), m_skipped(skipped.begin(), skipped.end())
 {
-    const std::set<std::pair<int, int>> skips(skipped.begin(), skipped.end());
+    Move(cell, region);
+}
+
+void OriginTable::Move(const CellGeometry& cell, const CRect& region, int firstRow)
+{
+    m_columns = ColumnsFor(cell, region);
+    m_rows = RowsFor(cell, region);
     const int firstColumn = cell.ColumnOf(region.left);
-    const int firstRow = cell.RowOf(region.top) - 1;
+    const int gridRow = cell.RowOf(region.top) - 1;
+    m_records.clear();
     m_records.reserve(static_cast<std::size_t>(m_columns) * static_cast<std::size_t>(m_rows) *
                       static_cast<std::size_t>(m_recordInts));
-    for (int row = firstRow; row < firstRow + m_rows; ++row)
+    for (int row = gridRow; row < gridRow + m_rows; ++row)
         for (int column = firstColumn; column < firstColumn + m_columns; ++column)
         {
             m_records.push_back(cell.Left(column));
-            m_records.push_back(cell.Top(row));
+            m_records.push_back(cell.Top(row) - firstRow);
             if (m_recordInts == 3)
-                m_records.push_back(skips.contains({column, row}) ? 1 : 0);
+                m_records.push_back(m_skipped.contains({column, row}) ? 1 : 0);
         }
 }
 

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstddef>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -75,6 +76,10 @@ public:
     /// `skipped` names cells by column and row; with any, records hold three ints.
     OriginTable(const CellGeometry& cell, const CRect& region, const std::vector<std::pair<int, int>>& skipped);
 
+    /// Fills the grid anew for another region, with its rows counted from `firstRow`; memory is taken only for a grid
+    /// larger than any before.
+    void Move(const CellGeometry& cell, const CRect& region, int firstRow = 0);
+
     int Columns() const { return m_columns; }
     int Rows() const { return m_rows; }
     /// Ints in a record, 2 or 3.
@@ -88,9 +93,10 @@ public:
     static int ColumnsFor(const CellGeometry& cell, const CRect& region);
 
 private:
-    int m_columns;
-    int m_rows;
+    int m_columns = 0;
+    int m_rows = 0;
     int m_recordInts;
+    std::set<std::pair<int, int>> m_skipped;
     std::vector<int> m_records;
 };
 

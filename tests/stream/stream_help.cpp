@@ -4,6 +4,7 @@
 #include "stream/stream_help.h"
 
 #include <algorithm>
+#include <cmath>
 #include <sstream>
 
 #include "host/recipe/recipe_check.h"
@@ -36,15 +37,46 @@ std::string LineOf(std::int64_t row, const Pair& pair)
     return line.str();
 }
 
-Recipe RandomRecipe(CRandom& random)
+/// A cell of random zones with thresholds and limits of their own.
+void AddZones(CRandom& random, Recipe& recipe)
+{
+    recipe.thresholdBase = recipe.thresholdGain = 0;
+    recipe.zoneMultipleX = random.Int(1, 6);
+    recipe.zoneMultipleY = random.Int(1, 3);
+    recipe.zoneOriginX = random.Int(-100, 400) / 8.0;
+    recipe.zoneOriginY = random.Int(-100, 400) / 8.0;
+    recipe.filterSample = random.OneIn(3) ? FilterSample_Block : FilterSample_Pixel;
+    const int zones = random.Int(1, 4);
+    recipe.zones.clear();
+    for (int i = 0; i < zones; ++i)
+    {
+        ZoneSettings zone;
+        zone.index = i;
+        zone.offset = random.Int(5, 50);
+        zone.gain = random.OneIn(3) ? random.Int(0, 30) : 0;
+        zone.darkGreyLimit = i > 0 && random.OneIn(3) ? random.Int(60, 120) : 0;
+        zone.brightMinDifference = i > 0 && random.OneIn(3) ? random.Int(10, 60) : 0;
+        zone.dead = random.OneIn(10);
+        recipe.zones.push_back(zone);
+    }
+    if (zones == 1)
+        return;
+    recipe.zoneImage =
+        GreyImage(static_cast<int>(std::ceil(recipe.CellWidth())), static_cast<int>(std::ceil(recipe.CellHeight())));
+    for (int y = 0; y < recipe.zoneImage.Height(); ++y)
+        for (int x = 0; x < recipe.zoneImage.Width(); ++x)
+            recipe.zoneImage.Row(y)[x] = static_cast<std::uint8_t>(random.Int(0, zones - 1));
+}
+
+Recipe RandomRecipe(CRandom& random, int mode)
 {
     Recipe recipe;
-    recipe.mode = Mode_Pixel;
+    recipe.mode = mode;
     recipe.direction = random.OneIn(3) ? Direction_Horizontal : Direction_Vertical;
     recipe.pitchX = random.Int(3 * 16, 14 * 16) / 16.0;
     recipe.pitchY = random.Int(3 * 16, 14 * 16) / 16.0;
     if (random.OneIn(4))
-        recipe.pitchY += 0.03;
+        recipe.pitchY += 3.0 / 128.0;
     recipe.multipleX = random.OneIn(4) ? 2 : 1;
     recipe.multipleY = random.OneIn(4) ? 2 : 1;
     recipe.thresholdBase = random.Int(5, 40);
@@ -62,6 +94,17 @@ Recipe RandomRecipe(CRandom& random)
     recipe.label = random.Int(-1, 3);
     recipe.extendedKernel = random.OneIn(3);
     recipe.lineBuffer = !random.OneIn(5);
+    recipe.average2by2 = mode == Mode_Zone && random.OneIn(4);
+    if (mode == Mode_Float)
+    {
+        recipe.windowWidth = random.Int(2, 3);
+        recipe.windowHeight = random.Int(2, 3);
+        recipe.thresholdBase *= recipe.windowWidth * recipe.windowHeight;
+    }
+    if (mode != Mode_Pixel && random.OneIn(4))
+        recipe.crossShift = random.Int(-16, 16) / 16.0;
+    if (mode == Mode_Zone)
+        AddZones(random, recipe);
     if (random.OneIn(3))
     {
         recipe.darkFilterBase = random.Int(1, 40);
@@ -128,10 +171,11 @@ void LineSink::OnPair(const StreamPair& pair)
 
 StreamCase RandomStreamCase(CRandom& random)
 {
+    const int mode = random.Pick({Mode_Pixel, Mode_Float, Mode_Zone});
     for (;;)
     {
         StreamCase one;
-        one.recipe = RandomRecipe(random);
+        one.recipe = RandomRecipe(random, mode);
         one.settings.withPairs = true;
         one.settings.windowRows = 1;
         int width = random.Int(60, 220);

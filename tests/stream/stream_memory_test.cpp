@@ -28,14 +28,15 @@ GreyImage Rows(int width, int rows)
     return image;
 }
 
-void ExpectNoAllocation(int direction, int width)
+void ExpectNoAllocation(int mode, int direction, int width)
 {
     Recipe recipe;
-    recipe.mode = Mode_Pixel;
+    recipe.mode = mode;
     recipe.direction = direction;
     recipe.pitchX = 8.5;
     recipe.pitchY = 10.25;
-    recipe.thresholdBase = 20;
+    recipe.thresholdBase = mode == Mode_Zone ? 0 : mode == Mode_Float ? 80 : 20;
+    recipe.zoneMultipleX = mode == Mode_Zone ? 4 : 1;
     CountingSink sink;
     StripStream stream(CheckedRecipe(recipe), width, {}, sink);
     const GreyImage image = Rows(width, 2000);
@@ -58,17 +59,29 @@ void ExpectNoAllocation(int direction, int width)
 
 TEST(StreamMemory, TakesNoneOnceItRunsVertically)
 {
-    ExpectNoAllocation(Direction_Vertical, 600);
+    ExpectNoAllocation(Mode_Pixel, Direction_Vertical, 600);
 }
 
 TEST(StreamMemory, TakesNoneOnceItRunsHorizontally)
 {
-    ExpectNoAllocation(Direction_Horizontal, 602);
+    ExpectNoAllocation(Mode_Pixel, Direction_Horizontal, 602);
+}
+
+TEST(StreamMemory, TakesNoneOnceItRunsInZones)
+{
+    ExpectNoAllocation(Mode_Zone, Direction_Vertical, 600);
+    ExpectNoAllocation(Mode_Zone, Direction_Horizontal, 600);
+}
+
+TEST(StreamMemory, TakesNoneOnceItRunsOverWindowSums)
+{
+    ExpectNoAllocation(Mode_Float, Direction_Vertical, 600);
+    ExpectNoAllocation(Mode_Float, Direction_Horizontal, 600);
 }
 
 TEST(StreamMemory, TakesNoneOnceItRunsInBands)
 {
-    ExpectNoAllocation(Direction_Vertical, 4400);
+    ExpectNoAllocation(Mode_Pixel, Direction_Vertical, 4400);
 }
 
 } // namespace

@@ -66,6 +66,12 @@ TEST(StripStream, RefusesWhatItCannotDoByField)
     recipe = PixelRecipe();
     recipe.darkFilterBase = 5;
     EXPECT_THAT(ProblemsWith(recipe), ElementsAre(IsAbout("kernel.dark_base")));
+    Recipe zones = ParseRecipe(SmallestRecipe(), {});
+    zones.skippedCells = {{1, 1}};
+    EXPECT_THAT(CheckStream(zones, nWidth, {}), ElementsAre(IsAbout("zones.skip")));
+    zones = ParseRecipe(SmallestRecipe(), {});
+    zones.zones.front().verifyMode = VerifyMode_Fixed;
+    EXPECT_THAT(CheckStream(zones, nWidth, {}), ElementsAre(IsAbout("zones.list[0].verify.mode")));
     EXPECT_THAT(ProblemsOf([] { throw HostError(CheckStream(ParseRecipe(SmallestRecipe("average"), {}), 64, {})); }),
                 ElementsAre(IsAbout("mode")));
 }
@@ -133,6 +139,16 @@ TEST(StripStream, ReportsWithinItsDelay)
     stream.Finish();
     EXPECT_TRUE(stream.Counts().IsExact());
     EXPECT_THAT(stream.Warnings(), IsEmpty());
+}
+
+TEST(StripStream, SaysThatFiltersRoundByTheRow)
+{
+    CollectingSink sink;
+    Recipe recipe = PixelRecipe();
+    EXPECT_THAT(StripStream(CheckedRecipe(recipe), nWidth, {}, sink).Warnings(), IsEmpty());
+    recipe.pitchY = 10.28;
+    EXPECT_THAT(StripStream(CheckedRecipe(recipe), nWidth, {}, sink).Warnings(),
+                ElementsAre(testing::HasSubstr("pitch.y")));
 }
 
 TEST(StripStream, CutsABlobThatIsLargerThanTheLargestAndSaysSo)
