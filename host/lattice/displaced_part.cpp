@@ -62,7 +62,7 @@ void InterpolateRow(const std::uint8_t* pixels, const Place& place, float* line,
                   c * static_cast<float>(at[x + 1]) + d * static_cast<float>(at[x + 2]);
 }
 
-std::uint8_t Rounded(float grey)
+std::uint8_t RoundedGrey(float grey)
 {
     return static_cast<std::uint8_t>(std::min(std::max(grey + 0.5F, 0.0F), 255.0F));
 }
@@ -93,7 +93,7 @@ void FillDisplaced(const cv::Mat& picture, double x, double y, cv::Mat& target, 
         if (!down.between)
         {
             for (int i = 0; i < width; ++i)
-                pixels[i] = Rounded(line[i]);
+                pixels[i] = RoundedGrey(line[i]);
             continue;
         }
         const auto [a, b, c, d] = down.weights;
@@ -101,7 +101,7 @@ void FillDisplaced(const cv::Mat& picture, double x, double y, cv::Mat& target, 
         const float* third = second + width;
         const float* fourth = third + width;
         for (int i = 0; i < width; ++i)
-            pixels[i] = Rounded(a * line[i] + b * second[i] + c * third[i] + d * fourth[i]);
+            pixels[i] = RoundedGrey(a * line[i] + b * second[i] + c * third[i] + d * fourth[i]);
     }
 }
 
