@@ -110,6 +110,10 @@ void Recipe::CheckSize(int width, int height) const
         [&]
         {
             std::vector<narvo::Problem> found;
+            for (const auto& [field, side] : {std::pair("width", width), std::pair("height", height)})
+                if (side < 1 || side > nImageSideLimit)
+                    found.push_back({field, std::to_string(side), "1 to " + std::to_string(nImageSideLimit)});
+            ThrowIfAny(found);
             for (std::size_t i = 0; i < Regions(); ++i)
                 for (narvo::Problem& problem : CheckRecipeForImage(GetParts().regions[i], width, height))
                 {

@@ -38,7 +38,8 @@ public:
     /// @throws Error when a file cannot be written, for a recipe of several regions, which comes from text already, or
     /// with region maps, which have no form in files
     void Save(const std::filesystem::path& file) const;
-    /// Whether an image of that size can be inspected, and why not. @throws Error with all that is wrong
+    /// Whether an image of that size can be inspected, and why not. @throws Error with all that is wrong; sides are 1
+    /// .. 1048576
     void CheckSize(int width, int height) const;
 
     struct Parts; ///< of the library

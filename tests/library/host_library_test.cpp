@@ -307,6 +307,11 @@ TEST(HostLibrary, RegionsReportInTheirOrder)
     EXPECT_THAT(reports[0].defects, IsEmpty());
     EXPECT_THAT(reports[1].defects, SizeIs(1));
     EXPECT_THROW(recipe.CheckSize(400, nHeight), Error);
+    for (const int side : {0, -1, 1048577, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()})
+    {
+        EXPECT_THAT(FieldsOf(Attempt([&] { recipe.CheckSize(side, nHeight); })), testing::ElementsAre("width")) << side;
+        EXPECT_THAT(FieldsOf(Attempt([&] { recipe.CheckSize(512, side); })), testing::ElementsAre("height")) << side;
+    }
 }
 
 TEST(HostLibrary, MoreThreadsThanLanesShareAnInspector)
