@@ -20,7 +20,7 @@ constexpr int nRowsBefore = 1;
 constexpr int nRowsBehind = 2;
 // A search stops four records before the end of a grid row.
 constexpr int nGridColumns = 12;
-constexpr int nGridRows = 4;
+constexpr int nOriginRows = 4;
 
 struct MapRange
 {
@@ -86,7 +86,7 @@ short* RegionMaps::Data(Map map) const
 
 RegionOrigins::RegionOrigins(const CRect& region, int stride, bool vertical)
 {
-    for (int row = 0; row < nGridRows; ++row)
+    for (int row = 0; row < nOriginRows; ++row)
         for (int column = 0; column < nGridColumns; ++column)
         {
             // Across columns the places take turns; down the rows, which only horizontal walks search, every record
