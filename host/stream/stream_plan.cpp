@@ -63,18 +63,19 @@ StreamPlan OverlapOf(const Recipe& recipe)
     const int whole = static_cast<int>(std::ceil(pitch));
     // The last cell of a region stretches over its rest, and the first one is left a row late.
     const int cell = recipe.mode == Mode_Zone ? static_cast<int>(std::ceil(recipe.CellHeight())) + 2 : 0;
+    const int leastRows = 2 * recipe.windowHeight; // of any image that the engine takes
     if (!plan.vertical)
     {
         // Rows depend on each other by the filters alone, which look a pitch up or down.
         plan.ahead = std::max(whole, cell) + nMargin;
-        plan.back = std::max(whole, cell) + nMargin;
+        plan.back = std::max({whole, cell, leastRows}) + nMargin;
         return plan;
     }
     const auto sixteenths = static_cast<int>(pitch * 16.0 + (recipe.mode == Mode_Float ? 0.5 : 0.0));
     plan.hop = sixteenths / 16 + (sixteenths % 16 >= 8 ? 1 : 0);
     // The jump filter looks two pitches down.
     plan.ahead = std::max((recipe.filters && recipe.filterPairs ? 2 : 1) * whole, cell) + nMargin;
-    plan.back = 2 * whole + cell + nMargin;
+    plan.back = std::max(2 * whole + cell, leastRows) + nMargin;
     if (recipe.mode == Mode_Float)
     {
         plan.unitColumns = 8;

@@ -33,7 +33,9 @@ struct StreamPlan
     int windowRows = 0;
     int unitColumns = 16; ///< columns that kernels take one after the other, all rows of each
     /// Rows of a window that is inspected where the caller has them.
-    int LeastInPlace() const { return std::max(windowRows / 2, ahead + back + spare + above + alignment); }
+    int LeastInPlace() const { return std::max(windowRows / 2, Bridge()); }
+    /// Rows behind which a window no longer needs the rows before them.
+    int Bridge() const { return ahead + back + spare + above + alignment; }
     int MostInPlace() const { return std::min(2 * windowRows, nWindowRowLimit); }
     bool brightFirst = false; ///< within a row of a unit bright answers come before dark ones
 };

@@ -81,7 +81,16 @@ void StripStream::Push(const std::uint8_t* rows, int count, std::ptrdiff_t strid
             m_rows->Restart(m_keep);
             continue;
         }
+        // Where these rows hold more windows, no more are copied than join them to those before.
         const std::int64_t next = m_rows->End();
+        if (inPlace && m_keep < first && next == first && end - first >= m_plan.Bridge() + m_plan.LeastInPlace() &&
+            next - m_keep + m_plan.Bridge() < m_plan.windowRows)
+        {
+            m_rows->Append(rows, m_plan.Bridge(), stride);
+            InspectWindow(BufferedRows(), false);
+            m_rows->Restart(m_keep);
+            continue;
+        }
         m_rows->Append(rows + (next - first) * stride, static_cast<int>(end - next), stride);
         if (!m_rows->IsFull())
             return;

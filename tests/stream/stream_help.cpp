@@ -45,6 +45,7 @@ void AddZones(CRandom& random, Recipe& recipe)
     recipe.zoneMultipleY = random.Int(1, 3);
     recipe.zoneOriginX = random.Int(-100, 400) / 8.0;
     recipe.zoneOriginY = random.Int(-100, 400) / 8.0;
+    recipe.windowHeight = random.OneIn(6) ? random.Int(1, 80) : 2;
     recipe.filterSample = random.OneIn(3) ? FilterSample_Block : FilterSample_Pixel;
     const int zones = random.Int(1, 4);
     recipe.zones.clear();
