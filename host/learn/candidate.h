@@ -29,6 +29,12 @@ struct Candidate
 /// @return the group of each image
 std::vector<std::size_t> LeaveOutGroups(std::size_t images, bool eachChannel);
 
+/// What the images are that a candidate is learnt from, in a sentence.
+inline const char* ImageNoun(const LearnSettings& settings)
+{
+    return settings.eachChannel ? "channel" : "image";
+}
+
 /// Texture mode. @throws HostError where an image is too small or shows too little of a pattern
 Candidate LearnTexture(const std::vector<BatchImage>& good, const LearnSettings& settings, int threads);
 

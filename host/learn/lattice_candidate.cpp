@@ -48,7 +48,7 @@ double Distance(const LatticeVector& a, const LatticeVector& b)
 }
 
 /// The lattice that all images show, from the one whose first vector lies in the middle; nothing where they differ.
-std::optional<Lattice> CommonLattice(const std::vector<LatticeSearch>& found, std::string& reason)
+std::optional<Lattice> CommonLattice(const std::vector<LatticeSearch>& found, const char* noun, std::string& reason)
 {
     std::vector<const LatticeSearch*> sorted;
     for (const LatticeSearch& one : found)
@@ -56,7 +56,7 @@ std::optional<Lattice> CommonLattice(const std::vector<LatticeSearch>& found, st
             sorted.push_back(&one);
     if (sorted.size() < found.size())
     {
-        reason = "a lattice was found in " + std::to_string(sorted.size()) + " of " + Counted(found.size(), "image");
+        reason = "a lattice was found in " + std::to_string(sorted.size()) + " of " + Counted(found.size(), noun);
         return std::nullopt;
     }
     std::stable_sort(sorted.begin(), sorted.end(),
@@ -131,7 +131,7 @@ Candidate LearnLattice(const std::vector<BatchImage>& good, const LearnSettings&
     ForEachImage(samples, threads,
                  [&](std::size_t i, const GreyImage& image, int) { searches[i] = SearchLattice(image); });
     std::string reason;
-    const std::optional<Lattice> lattice = CommonLattice(searches, reason);
+    const std::optional<Lattice> lattice = CommonLattice(searches, ImageNoun(settings), reason);
     if (!lattice)
     {
         candidate.reasons.push_back("There is no common lattice: " + reason + ".");

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 
+#include "host/counted.h"
 #include "host/inspect/for_each.h"
 #include "host/inspect/inspector.h"
 #include "host/learn/candidate.h"
@@ -58,7 +59,8 @@ struct CommonPitch
     std::string reason;      ///< why it is not found
 };
 
-CommonPitch CommonOf(const std::vector<PitchResult>& results, AxisPitch PitchResult::*axis, const char* name)
+CommonPitch CommonOf(const std::vector<PitchResult>& results, AxisPitch PitchResult::*axis, const char* name,
+                     const char* noun)
 {
     std::vector<double> pitches;
     for (const PitchResult& result : results)
@@ -68,7 +70,7 @@ CommonPitch CommonOf(const std::vector<PitchResult>& results, AxisPitch PitchRes
     if (pitches.size() < results.size())
     {
         common.reason = "along " + std::string(name) + " a period was found in " + std::to_string(pitches.size()) +
-                        " of " + std::to_string(results.size()) + " images";
+                        " of " + Counted(results.size(), noun);
         return common;
     }
     std::sort(pitches.begin(), pitches.end());
@@ -263,8 +265,8 @@ Candidate LearnPeriodic(const std::vector<BatchImage>& good, const LearnSettings
                      if (std::min(image.Width(), image.Height()) >= nPitchSearchSide)
                          pitches[i] = SearchMiddle(image);
                  });
-    const CommonPitch x = CommonOf(pitches, &PitchResult::x, "x");
-    const CommonPitch y = CommonOf(pitches, &PitchResult::y, "y");
+    const CommonPitch x = CommonOf(pitches, &PitchResult::x, "x", ImageNoun(settings));
+    const CommonPitch y = CommonOf(pitches, &PitchResult::y, "y", ImageNoun(settings));
     if (!x.found && !y.found)
     {
         candidate.reasons.push_back("There is no common period: " + x.reason + ", " + y.reason + ".");

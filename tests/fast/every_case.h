@@ -39,8 +39,8 @@ inline std::string Inputs(const char* pName, std::int64_t nValue)
     return std::string(pName) + ' ' + std::to_string(nValue);
 }
 
-/// Compares scenes with the reference one after another: all of them where NARVO_TEST_EVERY is set, as the tests with the
-/// label `exhaustive` have it, else one in some 500.
+/// Compares scenes with the reference one after another: all of them where NARVO_TEST_EVERY is set, as the tests with
+/// the label `exhaustive` have it, else one in some 500.
 class CEveryCase
 {
 public:

@@ -220,6 +220,10 @@ TEST(NarvoLearn, OfColoursTheChannelThatShowsMoreKnownDefectsIsTaken)
     EXPECT_EQ(LoadRecipe(folder / "learnt.recipe.json")->channel, Channel_Each);
     ASSERT_EQ(RunNarvo(folder, {"inspect", "bad", "-r", "learnt.recipe.json", "-q", "-o", "lot"}).code, 0);
     EXPECT_THAT(ReadText(folder / "lot.jsonl"), HasSubstr("\"channel\":\"green\""));
+    // Red and blue are noise. What is counted are channels, not images.
+    const Outcome periodic =
+        RunNarvo(folder, {"learn", "colours", "--mode", "periodic", "--channel", "each", "-o", "none"});
+    EXPECT_THAT(periodic.error, testing::ContainsRegex("a period was found in [0-9]+ of [0-9]+ channels"));
 }
 
 TEST(NarvoLearn, LanesChangeNothingInRecipeAndPage)
