@@ -2,6 +2,7 @@
 // Reading of result files.
 #include "host/result/result_reader.h"
 
+#include <algorithm>
 #include <sstream>
 
 #include <nlohmann/json.hpp>
@@ -36,6 +37,15 @@ void ReadImage(CheckedReader& reader, const json& document, const std::string& w
     };
     read("image", file);
     read("recipe", recipe);
+    const json named = document.value("references", json::array());
+    std::vector<std::string> references;
+    const bool listed = named.is_array() && std::all_of(named.begin(), named.end(),
+                                                        [](const json& reference) { return reference.is_string(); });
+    if (listed)
+        for (const json& reference : named)
+            references.push_back(NameFromText(reference.get<std::string>()));
+    else
+        reader.Fault(where + "references", named.type_name(), "a list of file names");
     read("width", width);
     read("height", height);
     int version = nResultVersion;
@@ -55,6 +65,7 @@ void ReadImage(CheckedReader& reader, const json& document, const std::string& w
             reader.Fault(inside, "not an object", "a region");
         one.image = NameFromText(file);
         one.recipe = NameFromText(recipe);
+        one.references = references;
         one.region = i;
         one.regions = regions;
         one.width = width;

@@ -14,9 +14,10 @@ namespace narvo
 struct SavedResult
 {
     InspectionResult result;
-    std::string image;  ///< as the file names it; empty where it does not
-    std::string recipe; ///< likewise
-    int region = 0;     ///< place among the recipe's regions
+    std::string image;                   ///< as the file names it; empty where it does not
+    std::string recipe;                  ///< likewise
+    std::vector<std::string> references; ///< of a golden inspection, likewise
+    int region = 0;                      ///< place among the recipe's regions
     int regions = 1;
     int width = 0; ///< of the image, pixels; 0 where the file does not say
     int height = 0;

@@ -56,6 +56,22 @@ TEST(NarvoReport, ThumbnailsBeyondTheLimitAreSaidToBeMissing)
     EXPECT_TRUE(Contains(folder / "panel.report.html", "the 3 largest dark and bright ones come with thumbnails"));
 }
 
+TEST(NarvoReport, GoldenResultsComeWithCropsOfReferenceAndDifference)
+{
+    TestFolder folder;
+    ASSERT_EQ(RunNarvo(folder, {"board", "--output", "board", "--shift-x", "4.5", "-q"}).code, 0);
+    ASSERT_EQ(RunNarvo(folder, {"golden", "board.good.png", "board.png", "-q"}).code, 0);
+    EXPECT_EQ(RunNarvo(folder, {"report", "board.blobs.json", "-o", "with.html"}).code, 0);
+    EXPECT_TRUE(Contains(folder / "with.html", "\"parts\":3")) << "crops of reference and difference";
+    EXPECT_FALSE(Contains(folder / "with.html", "its recipe is not there"));
+    std::filesystem::remove(folder / "board.good.png");
+    EXPECT_EQ(RunNarvo(folder, {"report", "board.blobs.json", "-o", "without.html"}).code, 0);
+    EXPECT_TRUE(Contains(folder / "without.html", "references that it names are not there"));
+    EXPECT_TRUE(Contains(folder / "without.html", "\"parts\":1"));
+    std::ofstream(folder / "odd.json") << R"({"version": 1, "blobs": [], "references": [3]})";
+    EXPECT_THAT(RunNarvo(folder, {"report", "odd.json"}).error, HasSubstr("a list of file names"));
+}
+
 TEST(NarvoReport, MissingImageIsANoteAndLeavesTheTable)
 {
     TestFolder folder;

@@ -14,9 +14,10 @@ namespace narvo::tools
 /// Where an image of the page came from.
 struct ReportSource
 {
-    std::string imageFile; ///< empty: not known
-    int recipe = -1;       ///< index into the page's recipes; -1: not known
-    std::string region{};  ///< its name, where the image has several
+    std::string imageFile;                 ///< empty: not known
+    int recipe = -1;                       ///< index into the page's recipes; -1: not known
+    std::string region{};                  ///< its name, where the image has several
+    std::vector<std::string> references{}; ///< files, of a golden inspection; empty: none or not there
 };
 
 struct ReportDraft

@@ -4,8 +4,11 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
+#include "host/golden/golden.h"
 #include "host/image/grey_image.h"
 #include "host/inspect/inspection_plan.h"
 #include "host/probe/kernel_probe.h"
@@ -60,6 +63,44 @@ public:
 private:
     std::unique_ptr<InspectionPlan> m_plan;
     std::unique_ptr<const CKernelTrace> m_probe;
+};
+
+/// What images of golden inspections were compared with: their references, registered to them again.
+class GoldenReferences
+{
+public:
+    /// @return empty where the image has no references, or they cannot be brought to it any more; a note says so
+    GreyImage For(ReportDraft& draft, std::size_t index, const GreyImage& image)
+    {
+        const std::vector<std::string>& files = draft.sources[index].references;
+        if (files.empty())
+            return {};
+        try
+        {
+            const QuietCodecs quiet;
+            if (files != m_files || !m_model)
+            {
+                m_model.reset();
+                std::vector<GreyImage> pictures;
+                for (const std::string& file : files)
+                    pictures.push_back(LoadImage(file, ReadingOf()));
+                m_model.emplace(pictures, GoldenSettings());
+                m_files = files;
+            }
+            return InspectGolden(m_inspector, 0, *m_model, image).reference;
+        }
+        catch (const HostError& error)
+        {
+            draft.page.notes.push_back(draft.page.images[index].name +
+                                       ": its reference is not shown: " + error.Problems().front().Text());
+            return {};
+        }
+    }
+
+private:
+    Inspector m_inspector{1, GoldenSettings().maxBlobs};
+    std::vector<std::string> m_files;
+    std::optional<GoldenModel> m_model;
 };
 
 /// Reads an image once more. @return whether it is there and as large as the region that was inspected
@@ -122,9 +163,11 @@ void Illustrate(ReportDraft& draft, const std::vector<BlobPlace>& thumbnails)
     draft.page.sheetColumns = ThumbnailSheet::nColumns;
     draft.page.thumbnailParts = 1;
     for (std::size_t i = 0; i < draft.sources.size(); ++i)
-        if (const Recipe* recipe = draft.RecipeOf(i); recipe != nullptr && recipe->ComparesAtAPitch())
+        if (const Recipe* recipe = draft.RecipeOf(i);
+            !draft.sources[i].references.empty() || (recipe != nullptr && recipe->ComparesAtAPitch()))
             draft.page.thumbnailParts = 3;
 
+    GoldenReferences references;
     ThumbnailSheet sheet(draft.page.thumbnailParts);
     const auto close = [&]
     {
@@ -142,12 +185,14 @@ void Illustrate(ReportDraft& draft, const std::vector<BlobPlace>& thumbnails)
         if (hasOverview[i])
             draft.page.images[i].overview = MakeOverview(image, pixels);
         const ShownComparison compared(image, draft.RecipeOf(i), draft.page.images[i].result.direction);
+        const GreyImage reference = references.For(draft, i, image);
+        const ThumbnailSheet::Against against{compared.Probe(), reference.Width() > 0 ? &reference : nullptr};
         for (const BlobPlace& place : thumbnails)
             if (place.image == i && IsNear(BlobAt(draft.page, place).box, image))
             {
                 if (sheet.IsFull())
                     close();
-                const int at = sheet.Add(image, compared.Probe(), BlobAt(draft.page, place));
+                const int at = sheet.Add(image, against, BlobAt(draft.page, place));
                 draft.page.images[i].thumbnails[place.blob] = {static_cast<int>(draft.page.sheets.size()), at};
             }
     }

@@ -99,6 +99,7 @@ private:
     {
         bool imageMissing = false;
         bool recipeMissing = false;
+        bool referenceMissing = false;
         for (SavedResult& saved : LoadResults(input))
         {
             ReportSource source;
@@ -109,7 +110,14 @@ private:
                 recipes = RecipesOf(file);
             if (static_cast<int>(recipes.size()) == saved.regions)
                 source.recipe = recipes[static_cast<std::size_t>(saved.region)];
-            recipeMissing = recipeMissing || source.recipe < 0;
+            for (const std::string& named : saved.references)
+                source.references.push_back(FindBeside(named, input));
+            if (std::count(source.references.begin(), source.references.end(), std::string()) > 0)
+            {
+                source.references.clear();
+                referenceMissing = true;
+            }
+            recipeMissing = recipeMissing || (source.recipe < 0 && saved.references.empty());
             Add(saved.image.empty() ? input : saved.image, saved.regions, std::move(saved.result), source);
             ReportImage& image = m_draft.page.images.back();
             image.width = std::max(saved.width, image.result.region.right);
@@ -118,6 +126,8 @@ private:
         if (imageMissing)
             m_draft.page.notes.push_back(input +
                                          ": images that it names are not there, so they come without pictures.");
+        if (referenceMissing)
+            m_draft.page.notes.push_back(input + ": references that it names are not there, so none are shown.");
         if (recipeMissing)
             m_draft.page.notes.push_back(input + ": its recipe is not there, so no references are shown (--recipe).");
     }

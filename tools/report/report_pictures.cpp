@@ -106,7 +106,7 @@ std::string MakeOverview(const GreyImage& image, double pixels)
     return EncodeJpeg(reduced, nOverviewQuality);
 }
 
-int ThumbnailSheet::Add(const GreyImage& image, const CKernelTrace* probe, const Blob& blob)
+int ThumbnailSheet::Add(const GreyImage& image, const Against& against, const Blob& blob)
 {
     const cv::Rect crop = CropOf(blob.box);
     std::array<cv::Mat, 3> cells;
@@ -121,9 +121,12 @@ int ThumbnailSheet::Add(const GreyImage& image, const CKernelTrace* probe, const
             if (x < 0 || y < 0 || x >= image.Width() || y >= image.Height())
                 continue;
             cells[0].at<cv::Vec3b>(row, column) = cv::Vec3b::all(image.Row(y)[x]);
-            if (m_parts < 3 || probe == nullptr)
+            if (m_parts < 3 || (against.probe == nullptr && against.reference == nullptr))
                 continue;
-            const Compared compared = CompareOf(*probe, x, y, blob.band == DefectPos_Last);
+            const int grey = image.Row(y)[x];
+            const Compared compared = against.probe != nullptr
+                                          ? CompareOf(*against.probe, x, y, blob.band == DefectPos_Last)
+                                          : Compared{against.reference->Row(y)[x], grey - against.reference->Row(y)[x]};
             if (compared.reference < 0)
                 continue;
             cells[1].at<cv::Vec3b>(row, column) =

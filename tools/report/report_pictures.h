@@ -34,9 +34,15 @@ public:
 
     bool IsFull() const { return m_count >= nDefectMost; }
     bool IsEmpty() const { return m_count == 0; }
-    /// @param probe null where nothing is compared at a pitch; the cells besides the first stay blank then
+    /// What a defect was compared with. Where nothing is known, the cells besides the first stay blank.
+    struct Against
+    {
+        const CKernelTrace* probe = nullptr;  ///< at a pitch
+        const GreyImage* reference = nullptr; ///< as large as the image
+    };
+
     /// @return the defect's place on the sheet
-    int Add(const GreyImage& image, const CKernelTrace* probe, const Blob& blob);
+    int Add(const GreyImage& image, const Against& against, const Blob& blob);
     std::string Encode() const;
 
 private:
