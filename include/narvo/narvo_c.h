@@ -165,9 +165,9 @@ extern "C"
         double other_strength; ///< correlation of the image with itself there, up to 1
     } narvo_pitch_axis;
 
-    /// Which map of a region narvo_draft_set_region_map sets. A difference must exceed offset + (larger compared value
-    /// *
-    /// gain) / 256, of the place where the comparison begins: its reference lies one compare distance on.
+    /// Which map of a region narvo_draft_set_region_map sets. A difference must exceed the offset plus the larger
+    /// compared value times gain / 256, both of the place where the comparison begins: its reference lies one compare
+    /// distance on.
     typedef enum narvo_region_map
     {
         NARVO_MAP_OFFSET = 0,       ///< 0 .. 32512 grey levels; 256 and more pass no pixel. Not set: 0
