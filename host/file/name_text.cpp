@@ -33,7 +33,7 @@ std::size_t CharacterLength(std::string_view text)
 }
 
 /// The byte that the text begins with an escape of.
-std::optional<char> EscapedByte(std::string_view text)
+std::optional<char> EscapedByte(std::string_view text, bool zeros)
 {
     if (text.size() < 3 || text[0] != '%')
         return std::nullopt;
@@ -42,19 +42,19 @@ std::optional<char> EscapedByte(std::string_view text)
     if (high == digits.npos || low == digits.npos)
         return std::nullopt;
     const auto byte = static_cast<char>(static_cast<unsigned char>(high * 16 + low));
-    return high >= 8 || byte == '%' ? std::optional(byte) : std::nullopt;
+    return high >= 8 || byte == '%' || (zeros && byte == '\0') ? std::optional(byte) : std::nullopt;
 }
 
 } // namespace
 
-std::string NameToText(std::string_view name)
+std::string NameToText(std::string_view name, bool zeros)
 {
     std::string text;
     text.reserve(name.size());
     while (!name.empty())
     {
         const std::size_t length = CharacterLength(name);
-        if (length == 0 || EscapedByte(name))
+        if (length == 0 || EscapedByte(name, zeros) || (zeros && name[0] == '\0'))
         {
             const auto byte = static_cast<std::uint8_t>(name[0]);
             text += {'%', digits[byte >> 4], digits[byte & 15]};
@@ -67,13 +67,13 @@ std::string NameToText(std::string_view name)
     return text;
 }
 
-std::string NameFromText(std::string_view text)
+std::string NameFromText(std::string_view text, bool zeros)
 {
     std::string name;
     name.reserve(text.size());
     while (!text.empty())
     {
-        const std::optional<char> byte = EscapedByte(text);
+        const std::optional<char> byte = EscapedByte(text, zeros);
         name += byte.value_or(text[0]);
         text.remove_prefix(byte ? 3 : 1);
     }

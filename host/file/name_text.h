@@ -10,10 +10,11 @@ namespace narvo
 {
 
 /// A byte that is no part of valid UTF-8 becomes % and two capital hexadecimal digits ("%FF"); a % that would be read
-/// as such an escape becomes "%25". All other names stay as they are.
-std::string NameToText(std::string_view name);
+/// as such an escape becomes "%25". All other names stay as they are. `zeros` counts a byte 0 as no text either
+/// ("%00"), for databases, whose texts end there.
+std::string NameToText(std::string_view name, bool zeros = false);
 
-/// The name that NameToText wrote.
-std::string NameFromText(std::string_view text);
+/// The name that NameToText wrote, with the same `zeros`.
+std::string NameFromText(std::string_view text, bool zeros = false);
 
 } // namespace narvo
