@@ -74,6 +74,18 @@ public:
         Add(line.result.name, ImageLineText(document) + "\n", TableRows(document));
     }
 
+    void ForEachLine(const std::function<bool(const std::string& image)>& wanted,
+                     const std::function<void(const ImageLine&)>& visit) const
+    {
+        for (const Entry& entry : m_entries)
+            if (wanted(entry.image))
+            {
+                std::string text = m_lines.Read(entry.line.begin, entry.line.count);
+                text.pop_back(); // its end
+                visit(ReadImageLine(text, "file " + m_lines.Path().string()));
+            }
+    }
+
     bool IsInOrder(const std::map<std::string, std::size_t>& places) const
     {
         return std::is_sorted(m_entries.begin(), m_entries.end(), ByPlace{places});
@@ -258,6 +270,12 @@ void ResultLines::Resume()
         throw;
     }
     m_files = std::move(files);
+}
+
+void ResultLines::ForEachLine(const std::function<bool(const std::string& image)>& wanted,
+                              const std::function<void(const ImageLine&)>& visit) const
+{
+    m_files->ForEachLine(wanted, visit);
 }
 
 void ResultLines::Add(const ImageResult& result, const FileIdentity& identity)

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <set>
 #include <string>
@@ -52,6 +53,10 @@ public:
     std::size_t DroppedLines() const { return m_dropped; }
     /// What is wrong with the first 20 damaged ones, a problem for each.
     const std::vector<Problem>& Damage() const { return m_damage; }
+
+    /// Hands over lines of the images that `wanted` picks. @throws WriteError
+    void ForEachLine(const std::function<bool(const std::string& image)>& wanted,
+                     const std::function<void(const ImageLine&)>& visit) const;
 
     /// @throws WriteError, also when a file was removed or changed since the last line
     void Add(const ImageResult& result, const FileIdentity& identity);

@@ -271,9 +271,11 @@ private:
             FirstLine(answer == nullptr ? PQerrorMessage(m_connection.get()) : PQresultErrorMessage(answer));
         const char* field = answer == nullptr ? nullptr : PQresultErrorField(answer, PG_DIAG_SQLSTATE);
         const std::string state = field == nullptr ? "" : field;
-        // Connection lost, server going down or coming up, conflict with another transaction, too much at a time.
+        // Connection lost, server going down or coming up, conflict with another transaction that has just added the
+        // same, too much at a time.
         const bool away = PQstatus(m_connection.get()) != CONNECTION_OK || state.empty() || state.starts_with("08") ||
-                          state.starts_with("57P") || state.starts_with("40") || state == "53300" || state == "55P03";
+                          state.starts_with("57P") || state.starts_with("40") || state == "53300" || state == "55P03" ||
+                          state == "23505";
         if (away)
             throw StoreAwayError({{Field(), "away: " + said, "a server that answers"}});
         throw WriteError({{Field(), said + " (PostgreSQL state " + state + ")", "a usable store"}});

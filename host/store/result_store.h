@@ -38,6 +38,9 @@ class ResultStore
 public:
     virtual ~ResultStore() = default;
 
+    /// What BeginRun would refuse, before anything is written. @throws HostError as BeginRun; StoreAwayError,
+    /// WriteError
+    virtual void CheckRun(const RunDescription& run, RunStart start) = 0;
     /// @return the run's number. @throws HostError when the run is there and must not be, or was made by another
     /// recipe; StoreAwayError, WriteError
     virtual std::int64_t BeginRun(const RunDescription& run, RunStart start) = 0;

@@ -200,6 +200,8 @@ public:
     {
     }
 
+    void CheckRun(const RunDescription& run, RunStart start) override { FindRun(run, start); }
+
     std::int64_t BeginRun(const RunDescription& run, RunStart start) override
     {
         std::int64_t number = -1;
@@ -327,36 +329,44 @@ private:
         }
     }
 
-    std::int64_t FindOrMakeRun(const RunDescription& run, RunStart start)
+    /// The run's number, -1 where it is not there. @throws HostError where it cannot be begun
+    std::int64_t FindRun(const RunDescription& run, RunStart start)
     {
         std::int64_t number = -1;
         std::string recipe;
-        const std::string key = StoredText(run.key);
-        const std::string digest = StoredText(run.recipe.digest);
-        Run("SELECT id, recipe FROM runs WHERE key = $1", {key},
+        Run("SELECT id, recipe FROM runs WHERE key = $1", {StoredText(run.key)},
             [&](const SqlRow& row)
             {
                 number = row.Integer(0);
-                recipe = row.Text(1);
+                recipe = FromStored(row.Text(1));
             });
         const std::string field = "run " + run.key + " in " + Place();
         if (number >= 0 && start == RunStart_New)
             throw HostError({{field, "exists already",
                               "another name (--run), --resume to continue, or --overwrite to begin afresh"}});
+        if (number >= 0 && start == RunStart_Continue && recipe != run.recipe.digest)
+            throw HostError({{field, "made by another recipe",
+                              "the same recipe, another name (--run), or --overwrite to begin afresh"}});
+        return number;
+    }
+
+    std::int64_t FindOrMakeRun(const RunDescription& run, RunStart start)
+    {
+        std::int64_t number = FindRun(run, start);
         if (number >= 0 && start == RunStart_Continue)
-        {
-            if (recipe != digest)
-                throw HostError({{field, "made by another recipe",
-                                  "the same recipe, another name (--run), or --overwrite to begin afresh"}});
             return number;
-        }
+        const std::string digest = StoredText(run.recipe.digest);
         if (number >= 0)
             Run("DELETE FROM runs WHERE id = $1", {number});
+        number = -1;
         Run("INSERT INTO recipes (digest, name, text) VALUES ($1, $2, $3) ON CONFLICT (digest) DO NOTHING",
             {digest, StoredText(run.recipe.name), StoredText(run.recipe.text)});
-        Run("INSERT INTO runs (key, recipe, program, started) VALUES ($1, $2, $3, $4) RETURNING id",
-            {key, digest, StoredText(run.program), run.started}, [&](const SqlRow& row) { number = row.Integer(0); });
-        return number;
+        Run("INSERT INTO runs (key, recipe, program, started) VALUES ($1, $2, $3, $4) "
+            "ON CONFLICT (key) DO NOTHING RETURNING id",
+            {StoredText(run.key), digest, StoredText(run.program), run.started},
+            [&](const SqlRow& row) { number = row.Integer(0); });
+        // Another program began it at the same time, and has ended its transaction by now.
+        return number >= 0 ? number : FindRun(run, start);
     }
 
     std::int64_t ImageOf(std::int64_t run, const std::string& key)

@@ -47,6 +47,8 @@ void CheckBatchNames(OutputNames names, const BatchOptions& options, const std::
     for (const std::string& image : images)
         names.AddInput(image);
     names.AddOutputs("all images", options.Prefix(), {".jsonl", ".csv"});
+    if (options.store.IsWanted() && !IsServerPlace(options.store.place))
+        names.AddOutputs("the store", options.store.place);
     names.Check();
 }
 

@@ -7,6 +7,7 @@
 
 #include "host/result/result_lines.h"
 #include "tools/inspect/image_list.h"
+#include "tools/inspect/store_run.h"
 #include "tools/output_names.h"
 
 namespace CLI
@@ -26,6 +27,7 @@ struct BatchOptions
     bool overwrite = false;
     bool retry = false;
     bool quiet = false;
+    StoreOptions store;
 
     std::string Prefix() const { return output.empty() ? "results" : output; }
     /// Whether an option is given that only makes sense with many images.

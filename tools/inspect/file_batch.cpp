@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <utility>
 
 #include "host/foreign_text.h"
@@ -54,6 +56,29 @@ std::string Number(double value)
     return text;
 }
 
+/// Opens the store before any file is written; null where none is wanted.
+std::unique_ptr<StoreRun> OpenStore(const FileBatchOptions& options)
+{
+    if (!options.store.IsWanted())
+        return nullptr;
+    const RunStart start = options.lines.start == ResultLines::Start_New      ? RunStart_New
+                           : options.lines.start == ResultLines::Start_Afresh ? RunStart_Afresh
+                                                                              : RunStart_Continue;
+    return std::make_unique<StoreRun>(options.store, options.lines.prefix + ".jsonl", options.recipe, start);
+}
+
+/// Lines that an earlier run wrote before it could commit them, and those of a run without this store.
+void AddEarlierLines(StoreRun& store, const ResultLines& lines, const std::map<std::string, std::size_t>& places)
+{
+    lines.ForEachLine([](const std::string&) { return true; },
+                      [&](const ImageLine& line)
+                      {
+                          const auto place = places.find(line.result.name);
+                          if (!store.Has(line.result.name, line.identity))
+                              store.Add(line.result, line.identity, place == places.end() ? 0 : place->second);
+                      });
+}
+
 void PrintSummary(const BatchSummary& summary, const BatchProgress& progress, const ResultLines& lines,
                   std::size_t todo)
 {
@@ -77,8 +102,12 @@ void PrintSummary(const BatchSummary& summary, const BatchProgress& progress, co
 
 int RunFileBatch(Batch& batch, const FileBatchOptions& options, std::stop_token stop)
 {
+    std::unique_ptr<StoreRun> store = OpenStore(options);
     ResultLines lines(options.lines);
     ReportDamage(lines);
+    std::map<std::string, std::size_t> places; // from 1
+    for (const std::string& name : options.images)
+        places.emplace(name, places.size() + 1);
 
     std::vector<BatchImage> images;
     std::vector<FileIdentity> identities;
@@ -105,21 +134,45 @@ int RunFileBatch(Batch& batch, const FileBatchOptions& options, std::stop_token 
 
     const QuietCodecs quiet;
     BatchProgress progress(quiet.ErrorStream(), images.size(), options.quiet);
+    std::mutex telling; // the store's thread tells too
+    // Whatever ends the run, the thread has ended before what it tells to goes.
+    const struct EndStore
+    {
+        std::unique_ptr<StoreRun>& store;
+        ~EndStore() { store.reset(); }
+    } end{store};
+    if (store)
+    {
+        store->Begin(
+            [&](const std::string& line)
+            {
+                const std::scoped_lock lock(telling);
+                progress.Line("narvo: " + line);
+            });
+        AddEarlierLines(*store, lines, places);
+    }
     const BatchSummary summary = batch.Run(
         images,
         [&](const ImageResult& result)
         {
             lines.Add(result, identities[result.number]);
+            if (store)
+                store->Add(result, identities[result.number], places.at(result.name));
+            const std::scoped_lock lock(telling);
             Report(result, progress);
             for (const std::string& note : ProgramNotes().Take())
                 progress.Line("narvo: note: " + Printable(note));
             progress.Count(result);
         },
         std::move(stop));
-    progress.Finish();
     lines.Finish(options.images);
+    if (store)
+        store->Finish();
+    progress.Finish();
     if (!options.quiet)
         PrintSummary(summary, progress, lines, images.size());
+    if (!options.quiet && store)
+        std::cout << "store:  " << Printable(store->Place()) << ", run " << Printable(store->Key()) << std::endl;
     return summary.stopped       ? ExitCode_Interrupted
            : summary.refused > 0 ? ExitCode_SomeRefused
            : summary.warned > 0  ? ExitCode_Incomplete

@@ -9,6 +9,7 @@
 #include "host/image/image_reading.h"
 #include "host/inspect/batch.h"
 #include "host/result/result_lines.h"
+#include "tools/inspect/store_run.h"
 
 namespace narvo::tools
 {
@@ -19,6 +20,8 @@ struct FileBatchOptions
     ImageReading reading;            ///< how the files become 8-bit grey
     std::string heading;             ///< what they are inspected by, for the first line of the output
     ResultLines::Options lines;
+    StoreOptions store;
+    StoredRecipe recipe; ///< for the store
     bool quiet = false;
 };
 

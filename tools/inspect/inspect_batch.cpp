@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "host/file/input_file.h"
 #include "host/foreign_text.h"
 #include "host/inspect/batch.h"
 #include "host/recipe/recipe_file.h"
@@ -47,6 +48,8 @@ int RunInspectBatch(const std::string& recipe, BatchOptions options)
                   (recipes.size() == 1 ? " region" : " regions");
     run.lines = options.Lines(DigestOfRecipes(recipes), recipes.size());
     run.quiet = options.quiet;
+    run.store = options.store;
+    run.recipe = {run.lines.recipe, recipe, ReadTextFile(recipe, "recipe " + recipe)};
     return RunFileBatch(batch, run, interrupt.Token());
 }
 

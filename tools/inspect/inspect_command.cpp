@@ -14,6 +14,7 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "host/file/input_file.h"
 #include "host/file/name_text.h"
 #include "host/file/output_file.h"
 #include "host/foreign_text.h"
@@ -22,6 +23,7 @@
 #include "host/inspect/inspector.h"
 #include "host/problem.h"
 #include "host/recipe/recipe_file.h"
+#include "host/result/digest.h"
 #include "host/result/overlay.h"
 #include "host/result/result_file.h"
 #include "tools/exit_code.h"
@@ -29,6 +31,7 @@
 #include "tools/inspect/batch_options.h"
 #include "tools/inspect/inspect_batch.h"
 #include "tools/inspect/overlay_options.h"
+#include "tools/inspect/store_run.h"
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 #include "tools/truth/truth.h"
@@ -179,6 +182,9 @@ int RunSingle(const InspectOptions& options)
     Progress progress(options.many.quiet);
     std::vector<Problem> found;
     const std::string& file = options.many.images.places[0];
+    FileIdentity identity = FileIdentity::Of(file);
+    if (options.many.store.IsWanted())
+        identity.digest = DigestOfFile(file);
     std::shared_ptr<const GreyImage> image;
     std::vector<CheckedRecipe> recipes;
     std::vector<TruthDefect> truth;
@@ -214,9 +220,18 @@ int RunSingle(const InspectOptions& options)
                         names.AddOutputs(file, prefix, {".blobs.json", ".blobs.csv"});
                         if (options.overlay.IsWanted())
                             names.AddOutputs(file, prefix, {".overlay.png"});
+                        if (options.many.store.IsWanted() && !IsServerPlace(options.many.store.place))
+                            names.AddOutputs("the store", options.many.store.place);
                         names.Check();
                     });
     std::vector<InspectionResult> regions;
+    std::unique_ptr<StoreRun> store;
+    if (found.empty() && options.many.store.IsWanted())
+        store = std::make_unique<StoreRun>(options.many.store, prefix + ".blobs.json",
+                                           StoredRecipe{DigestOfRecipes(recipes), options.recipe,
+                                                        ReadTextFile(options.recipe, "recipe " + options.recipe)},
+                                           RunStart_Afresh);
+    ImageResult inspected;
     if (found.empty())
         CollectProblems(found,
                         [&]
@@ -227,6 +242,7 @@ int RunSingle(const InspectOptions& options)
                                      {
                                          ThrowIfAny(result.problems);
                                          regions = result.regions;
+                                         inspected = result;
                                      });
                         });
     if (!found.empty())
@@ -253,6 +269,13 @@ int RunSingle(const InspectOptions& options)
     WriteResults(prefix, options, regions);
     if (options.overlay.IsWanted())
         SaveOverlay(prefix + ".overlay.png", *image, all, missed, options.overlay.MostPixels());
+    if (store)
+    {
+        store->Begin([](const std::string& line) { std::cerr << "narvo: " + Printable(line) + "\n"; });
+        store->Add(inspected, identity, 1);
+        store->Finish();
+        progress.Step("stored: " + Printable(store->Place()) + ", run " + Printable(store->Key()));
+    }
     const std::string shown = Printable(prefix);
     progress.Step("written: " + shown + ".blobs.json, " + shown + ".blobs.csv" +
                   (options.overlay.IsWanted() ? ", " + shown + ".overlay.png" : ""));
@@ -291,6 +314,7 @@ void AddInspectCommand(CLI::App& app, Action& action)
                         "beginning of the result files' names (default: for one image its name without the ending; "
                         "for many, results)");
     AddOverlayOptions(*command, options->overlay, "one image");
+    AddStoreOptions(*command, options->many.store);
     command->add_flag("-q,--quiet", options->many.quiet, "print warnings and problems only");
     command->footer("One image leaves OUTPUT.blobs.json, OUTPUT.blobs.csv and OUTPUT.overlay.png. Several images, a "
                     "folder or a list leave\nOUTPUT.jsonl with one line for each image as it ends, and OUTPUT.csv with "

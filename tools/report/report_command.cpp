@@ -13,6 +13,7 @@
 #include "host/file/output_file.h"
 #include "host/foreign_text.h"
 #include "host/problem.h"
+#include "host/store/result_store.h"
 #include "tools/exit_code.h"
 #include "tools/output_names.h"
 #include "tools/report/report_choice.h"
@@ -50,7 +51,10 @@ std::string OutputOf(const ReportOptions& options)
 {
     if (!options.output.empty())
         return options.output;
-    const fs::path first(options.inputs.files.front());
+    const ReportInputs& inputs = options.inputs;
+    const fs::path first(!inputs.files.empty()         ? inputs.files.front()
+                         : IsServerPlace(inputs.store) ? "results"
+                                                       : inputs.store);
     std::string stem = (first.parent_path() / first.stem()).string();
     if (IsResultFile(first.string()) && stem.ends_with(".blobs"))
         stem.resize(stem.size() - 6);
@@ -63,6 +67,8 @@ void CheckOutputName(const ReportOptions& options, const ReportDraft& draft)
     for (const std::string& file : options.inputs.files)
         names.AddInput(file);
     names.AddInput(options.inputs.recipe);
+    if (!IsServerPlace(options.inputs.store))
+        names.AddInput(options.inputs.store);
     for (const ReportSource& source : draft.sources)
         names.AddInput(source.imageFile);
     names.AddOutputs("the page", OutputOf(options));
@@ -114,10 +120,14 @@ void AddReportCommand(CLI::App& app, Action& action)
 {
     const auto options = std::make_shared<ReportOptions>();
     CLI::App* command = app.add_subcommand("report", "Write results as one HTML page that needs nothing else");
-    command
-        ->add_option("inputs", options->inputs.files,
-                     "result files of narvo inspect (.json, .jsonl), or image files to inspect by --recipe")
-        ->required();
+    CLI::Option* inputs =
+        command->add_option("inputs", options->inputs.files,
+                            "result files of narvo inspect (.json, .jsonl), or image files to inspect by --recipe");
+    CLI::Option* store = command->add_option("--store", options->inputs.store,
+                                             "database with a run to show, a file of SQLite or "
+                                             "postgresql://USER@HOST/DATABASE");
+    command->add_option("--run", options->inputs.run, "name of the run in the store (default: the latest)")
+        ->needs(store);
     command->add_option("-r,--recipe", options->inputs.recipe,
                         "recipe file for images; for result files, in place of the one that they name");
     command->add_option("-o,--output", options->output,
@@ -134,7 +144,13 @@ void AddReportCommand(CLI::App& app, Action& action)
                      "inspections at once, 1 to 256 (default: one for each processor)")
         ->check(CLI::Range(1, 256));
     command->add_flag("-q,--quiet", options->inputs.quiet, "print notes and problems only");
-    command->callback([options, &action] { action = [options] { return RunReport(*options); }; });
+    command->callback(
+        [options, inputs, store, &action]
+        {
+            if (inputs->count() == 0 && store->count() == 0)
+                throw CLI::RequiredError("inputs or --store");
+            action = [options] { return RunReport(*options); };
+        });
 }
 
 } // namespace narvo::tools

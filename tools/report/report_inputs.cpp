@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <memory>
 #include <set>
 #include <thread>
 #include <utility>
@@ -15,7 +16,9 @@
 #include "host/image/grey_image.h"
 #include "host/inspect/batch.h"
 #include "host/recipe/recipe_file.h"
+#include "host/result/digest.h"
 #include "host/result/result_reader.h"
+#include "host/store/result_store.h"
 #include "tools/exit_code.h"
 #include "tools/image_options.h"
 #include "tools/quiet_codecs.h"
@@ -56,7 +59,9 @@ public:
             collect([&] { recipes = RecipesOf(m_inputs.recipe); });
         for (const std::string& input : m_inputs.files)
             if (IsResultFile(input))
-                collect([&] { ReadResults(input, recipes); });
+                collect([&] { ReadResults(LoadResults(input), input, recipes); });
+        if (!m_inputs.store.empty())
+            collect([&] { ReadStore(recipes); });
         if (images && !recipes.empty())
             collect([&] { InspectImages(recipes, found); });
         else // told along with the other problems
@@ -95,12 +100,73 @@ private:
         return m_recipesOf[file] = places;
     }
 
-    void ReadResults(const std::string& input, const std::vector<int>& given)
+    /// One run of a store, as the result files of its images would be read.
+    void ReadStore(const std::vector<int>& given)
+    {
+        const std::unique_ptr<ResultStore> store = OpenResultStore(m_inputs.store, StoreAccess_Read);
+        const StoredRun run = ChooseRun(*store);
+        const std::string recipe = RecipeFileOf(run.description.recipe);
+        std::vector<SavedResult> results;
+        store->Images(run.number,
+                      [&](StoredImage image)
+                      {
+                          ImageResult& result = image.result;
+                          for (std::size_t i = 0; i < result.regions.size(); ++i)
+                              results.push_back({std::move(result.regions[i]),
+                                                 result.name,
+                                                 recipe,
+                                                 {},
+                                                 static_cast<int>(i),
+                                                 static_cast<int>(result.regions.size()),
+                                                 result.width,
+                                                 result.height});
+                      });
+        if (results.empty())
+            throw HostError({{"run " + run.description.key + " in " + store->Place(), "no inspected image",
+                              "a run with inspected images"}});
+        ReadResults(std::move(results), IsServerPlace(m_inputs.store) ? store->Place() : m_inputs.store, given);
+    }
+
+    StoredRun ChooseRun(ResultStore& store) const
+    {
+        const std::vector<StoredRun> runs = store.Runs();
+        if (runs.empty())
+            throw HostError({{"--store " + store.Place(), "no runs", "a store that narvo inspect has written"}});
+        if (m_inputs.run.empty())
+            return runs.back();
+        std::string names;
+        for (const StoredRun& run : runs)
+        {
+            if (run.description.key == m_inputs.run)
+                return run;
+            names += (names.empty() ? "" : ", ") + run.description.key;
+        }
+        throw HostError({{"--run", m_inputs.run, "one of the store's runs: " + names}});
+    }
+
+    /// The file that a run names where it still is the recipe of the run.
+    std::string RecipeFileOf(const StoredRecipe& recipe)
+    {
+        const std::string file = FindBeside(recipe.name, m_inputs.store);
+        if (file.empty() || !m_inputs.recipe.empty())
+            return {};
+        try
+        {
+            const QuietCodecs quiet;
+            return DigestOfRecipes(LoadRecipesByOptions(file)) == recipe.digest ? file : std::string();
+        }
+        catch (const HostError&)
+        {
+            return {};
+        }
+    }
+
+    void ReadResults(std::vector<SavedResult> results, const std::string& input, const std::vector<int>& given)
     {
         bool imageMissing = false;
         bool recipeMissing = false;
         bool referenceMissing = false;
-        for (SavedResult& saved : LoadResults(input))
+        for (SavedResult& saved : results)
         {
             ReportSource source;
             source.imageFile = FindBeside(saved.image, input);

@@ -14,6 +14,8 @@ namespace narvo::tools
 struct ReportInputs
 {
     std::vector<std::string> files; ///< result files (.json, .jsonl), or images to inspect
+    std::string store;              ///< place of a store to read a run from; empty: none
+    std::string run;                ///< of the store; empty: the latest
     std::string recipe;             ///< for images; for results, in place of the one that they name
     int lanes = 0;                  ///< 0: one for each processor
     bool quiet = false;             ///< print nothing about inspections

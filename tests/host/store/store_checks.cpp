@@ -155,6 +155,9 @@ void CheckRuns(const std::string& place)
     store->Add(first, RandomImages(1, 3));
     EXPECT_THAT(ProblemsOf([&] { store->BeginRun(run, RunStart_New); }),
                 testing::ElementsAre(testing::Field(&Problem::value, "exists already")));
+    EXPECT_THAT(ProblemsOf([&] { store->CheckRun(run, RunStart_New); }),
+                testing::ElementsAre(testing::Field(&Problem::value, "exists already")));
+    store->CheckRun(run, RunStart_Continue);
     EXPECT_EQ(store->BeginRun(run, RunStart_Continue), first);
     RunDescription other = run;
     other.recipe.digest = "d2";

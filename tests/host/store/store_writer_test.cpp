@@ -41,6 +41,7 @@ class GatedStore : public ResultStore
 {
 public:
     explicit GatedStore(Gate& gate) : m_gate(gate) {}
+    void CheckRun(const RunDescription&, RunStart) override {}
     std::int64_t BeginRun(const RunDescription&, RunStart) override { return 1; }
     void Add(std::int64_t, std::span<const StoredImage> images) override
     {
