@@ -19,6 +19,7 @@ void BindGolden(pybind11::module_& module);
 void BindLearn(pybind11::module_& module);
 void BindExplain(pybind11::module_& module);
 void BindRegions(pybind11::module_& module);
+void BindStore(pybind11::module_& module);
 
 /// The recipe that an argument stands for: a Recipe, a dict, JSON text, or the path of a file.
 /// @throws HostError with all that is wrong with it

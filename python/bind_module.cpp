@@ -29,4 +29,5 @@ PYBIND11_MODULE(_narvoassem, module)
     BindCapability(module);
     BindExplain(module);
     BindRegions(module);
+    BindStore(module);
 }

@@ -44,6 +44,7 @@ from .functions import of_package
 from .inspector import Inspector
 from .notebook import Picture, show
 from .regions import Rect
+from .store import StoredRun, read_store, store_runs
 
 capability = of_package(_narvoassem.capability)
 convert_image = of_package(_narvoassem.convert_image)
@@ -82,6 +83,7 @@ __all__ = [
     "Rect",
     "Registration",
     "Result",
+    "StoredRun",
     "__version__",
     "capability",
     "convert_image",
@@ -92,9 +94,11 @@ __all__ = [
     "mean_field",
     "pitch_recipe",
     "read_image",
+    "read_store",
     "regions",
     "search_lattice",
     "search_pitch",
     "show",
+    "store_runs",
     "write_image",
 ]

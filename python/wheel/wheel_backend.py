@@ -104,6 +104,9 @@ def build_module(build: pathlib.Path, parts: pathlib.Path, more: List[str]) -> p
         "NARVO_BUILD_BENCH": "OFF",
         "NARVO_BUILD_EXAMPLES": "OFF",
         "NARVO_BUILD_TOOLS": "OFF",
+        # Clients of databases belong to the system.
+        "NARVO_STORE_SQLITE": "OFF",
+        "NARVO_STORE_POSTGRES": "OFF",
         "NARVO_WHEEL": "ON",
         "Python_EXECUTABLE": sys.executable,
         "Python_INCLUDE_DIR": sysconfig.get_paths()["include"],
