@@ -270,7 +270,13 @@ private:
         case SQLITE_CORRUPT:
             throw WriteError({{field, "damaged: " + said, "a whole file, or a new name"}});
         case SQLITE_FULL:
-            throw WriteError({{field, "disk or quota full", "a place with room"}});
+            throw WriteError({{field, "disk full", "a place with room"}});
+        case SQLITE_IOERR:
+            // A quota or a limit of sizes comes as such an error, too.
+            throw WriteError({{field,
+                               said + ", as where a quota or a limit of file sizes is reached (SQLite code " +
+                                   std::to_string(code) + ")",
+                               "a disk that works, with room"}});
         case SQLITE_READONLY:
         case SQLITE_PERM:
             throw WriteError({{field, "read-only", "a file and a folder that can be written"}});

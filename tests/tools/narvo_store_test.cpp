@@ -149,6 +149,35 @@ TEST(NarvoStore, SaysWhatIsWrongWithTheStoreBeforeItWritesAnything)
     EXPECT_EQ(RunNarvo(folder, {"inspect", "lot", "-r", "panel.recipe.json", "--run", "x"}).code, 2);
 }
 
+TEST(NarvoStore, TakesGoldenInspections)
+{
+    const TestFolder folder;
+    MakeLot(folder);
+    const Outcome run =
+        RunNarvo(folder, {"golden", "panel.png", "lot/p1.png", "lot/p2.png", "--store", "s.sqlite", "--lanes", "2"});
+    EXPECT_EQ(run.code, 0) << run.error;
+    const auto lines = FileLines(folder / "results.jsonl");
+    EXPECT_EQ(lines.size(), 2U);
+    EXPECT_EQ(StoredLines(folder / "s.sqlite", "results.jsonl"), lines);
+}
+
+TEST(NarvoStore, EndsARunWhoseDatabaseIsFullAndGoesOnBehindIt)
+{
+    const TestFolder folder;
+    MakeLot(folder);
+    RunNarvo(folder, {"inspect", "panel.png", "-r", "panel.recipe.json", "--store", "s.sqlite"});
+    // No file may grow beyond 60 KiB: the result files stay below that, the log of the database does not.
+    const Outcome full = RunLine(folder, "(trap '' XFSZ; ulimit -f 60; narvo inspect lot -r panel.recipe.json -q "
+                                         "--store s.sqlite -o small)");
+    EXPECT_EQ(full.code, 3) << full.error;
+    EXPECT_THAT(full.error, HasSubstr("--store s.sqlite: disk I/O error, as where a quota or a limit"));
+    const Outcome rest = RunNarvo(folder, {"inspect", "lot", "panel.png", "-r", "panel.recipe.json", "--store",
+                                           "s.sqlite", "-o", "small", "--resume"});
+    EXPECT_THAT(rest.code, testing::AnyOf(0, 7)) << rest.error;
+    EXPECT_EQ(StoredLines(folder / "s.sqlite", "small.jsonl"), FileLines(folder / "small.jsonl"));
+    EXPECT_EQ(FileLines(folder / "small.jsonl").size(), 14U);
+}
+
 TEST(NarvoStore, IsReportedRunByRun)
 {
     const TestFolder folder;

@@ -35,8 +35,8 @@ GoldenModel LoadModel(const std::vector<std::string>& references, const GoldenSe
     return {images, settings};
 }
 
-/// Of all that decides the results beside the image.
-std::string DigestOfModel(const std::vector<std::string>& references, const GoldenSettings& settings)
+/// All that decides the results beside the image, but for flat and dark fields.
+std::string ModelText(const std::vector<std::string>& references, const GoldenSettings& settings)
 {
     const RegistrationSettings& registration = settings.registration;
     nlohmann::json all = {registration.maxShift,    registration.maxRotation,    registration.maxScale,
@@ -48,10 +48,14 @@ std::string DigestOfModel(const std::vector<std::string>& references, const Gold
                    reading.rawHeight, reading.rawOffset});
     for (const std::string& file : references)
         all.push_back(DigestOfFile(file));
-    const std::string text = all.dump();
+    return all.dump();
+}
+
+std::string DigestOfModel(const std::string& text)
+{
     Digest digest;
     digest.Add(text.data(), text.size());
-    AddFields(digest, reading.fields);
+    AddFields(digest, ReadingOf().fields);
     return digest.Text();
 }
 
@@ -68,7 +72,10 @@ int RunGoldenBatch(const std::vector<std::string>& references, BatchOptions opti
         names.AddInput(reference);
     CheckBatchNames(std::move(names), options, run.images);
     // Before the model is read: references that change in between make the results out of date, never wrongly current.
-    run.lines = options.Lines(DigestOfModel(references, settings), 1);
+    const std::string text = ModelText(references, settings);
+    run.lines = options.Lines(DigestOfModel(text), 1);
+    run.store = options.store;
+    run.recipe = {run.lines.recipe, references.front(), text};
     const GoldenModel model = LoadModel(references, settings);
     const InterruptRequest interrupt; // before the threads of the batch
     Batch batch([&model](Inspector& inspector, int lane, const GreyImage& image)

@@ -41,10 +41,10 @@ int RunGolden(const GoldenOptions& options)
 {
     std::error_code error;
     const bool pairs = !options.truth.empty() && std::filesystem::is_directory(options.truth, error);
-    if (pairs && (options.many.lanes > 0 || options.many.AsksForMany()))
+    if (pairs && (options.many.lanes > 0 || options.many.AsksForMany() || options.many.store.IsWanted()))
         throw HostError(
             {{"--truth", options.truth,
-              "a folder of pairs alone, without --lanes, --list, --recursive, --resume and --overwrite: the "
+              "a folder of pairs alone, without --lanes, --list, --recursive, --resume, --overwrite and --store: the "
               "pairs are measured one after the other"}});
     if (options.IsStreamed() && !pairs)
         return RunMany(options);
@@ -74,6 +74,7 @@ void AddGoldenCommand(CLI::App& app, Action& action)
                         "of them; images alone where --reference is given");
     AddBatchOptions(*command, options->many,
                     "folders and lists: inspections at once, 1 to 256 (default: one for each processor)");
+    AddStoreOptions(*command, options->many.store);
     command
         ->add_option("--reference", options->references,
                      "reference, once for each of several: their spread widens the thresholds; results are told in "
@@ -133,7 +134,7 @@ void AddGoldenCommand(CLI::App& app, Action& action)
     command->add_flag("-q,--quiet", options->many.quiet, "print warnings and problems only");
     command->footer(
         "Images that are named leave OUTPUT.blobs.json, OUTPUT.blobs.csv and OUTPUT.overlay.png each. A "
-        "folder, a list, --lanes,\n--resume and --overwrite leave OUTPUT.jsonl with one line for each image "
+        "folder, a list, --lanes,\n--resume, --overwrite and --store leave OUTPUT.jsonl with one line for each image "
         "as it ends, and OUTPUT.csv with one line\nfor each blob.");
     command->callback([options, &action] { action = [options] { return RunGolden(*options); }; });
 }

@@ -31,7 +31,7 @@ struct GoldenOptions
     bool IsStreamed() const
     {
         std::error_code error;
-        return many.AsksForMany() || many.lanes > 0 ||
+        return many.AsksForMany() || many.lanes > 0 || many.store.IsWanted() ||
                std::any_of(files.begin(), files.end(),
                            [&](const std::string& file) { return std::filesystem::is_directory(file, error); });
     }

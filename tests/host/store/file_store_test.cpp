@@ -261,7 +261,7 @@ TEST(FileStore, KeepsWhatWasCommittedWhenTheDiskIsFull)
             for (std::uint64_t seed = 1; seed < 5000; ++seed, ++written)
                 store->Add(run, RandomImages(seed, 1));
         };
-        EXPECT_THAT(ProblemsOf(fill), ElementsAre(Field(&Problem::value, "disk or quota full")));
+        EXPECT_THAT(ProblemsOf(fill), ElementsAre(Field(&Problem::value, "disk full")));
         EXPECT_EQ(ImagesOf(*store, run).size(), written);
     }
     EXPECT_GT(written, 3U);
