@@ -9,6 +9,7 @@
 
 #include "host/check/block_check.h"
 #include "host/inspect/inspection_plan.h"
+#include "host/library/image_parts.h"
 #include "host/library/lane_set.h"
 #include "host/library/public_report.h"
 #include "host/library/recipe_parts.h"
@@ -36,6 +37,24 @@ std::string BlindColumns(const InspectionPlan& plan, const GreyView& image)
            "region up to 15 columns further left, or inspect these in a second one";
 }
 
+std::vector<Report> InspectView(library::LaneSet& lanes, const GreyView& view, const Recipe& recipe)
+{
+    const Recipe::Parts& parts = recipe.GetParts();
+    recipe.CheckSize(view.Width(), view.Height());
+    const library::LaneHold hold(lanes);
+    std::vector<Report> reports;
+    reports.reserve(parts.regions.size());
+    for (std::size_t i = 0; i < parts.regions.size(); ++i)
+    {
+        const auto plan = parts.plans[i].PlanFor(parts.regions[i], view.Width(), view.Height());
+        Report report = library::PublicReport(hold.Engines().Inspect(hold.Lane(), view, *plan));
+        if (std::string blind = BlindColumns(*plan, view); !blind.empty())
+            report.warnings.push_back(std::move(blind));
+        reports.push_back(std::move(report));
+    }
+    return reports;
+}
+
 } // namespace
 
 /// Of any images by any recipes, as many defects as a recipe may ask for.
@@ -60,22 +79,20 @@ std::vector<Report> Inspector::Inspect(const ImagePixels& image, const Recipe& r
     return library::Translated(
         [&]
         {
-            const Recipe::Parts& parts = recipe.GetParts();
             GreyImage copy;
-            const GreyView view = library::ReadableView(image, *parts.regions.front(), copy);
-            recipe.CheckSize(view.Width(), view.Height());
-            const library::LaneHold hold(*m_lanes);
-            std::vector<Report> reports;
-            reports.reserve(parts.regions.size());
-            for (std::size_t i = 0; i < parts.regions.size(); ++i)
-            {
-                const auto plan = parts.plans[i].PlanFor(parts.regions[i], view.Width(), view.Height());
-                Report report = library::PublicReport(hold.Engines().Inspect(hold.Lane(), view, *plan));
-                if (std::string blind = BlindColumns(*plan, view); !blind.empty())
-                    report.warnings.push_back(std::move(blind));
-                reports.push_back(std::move(report));
-            }
-            return reports;
+            const GreyView view = library::ReadableView(image, *recipe.GetParts().regions.front(), copy);
+            return InspectView(*m_lanes, view, recipe);
+        });
+}
+
+std::vector<Report> Inspector::Inspect(const Image& image, const Recipe& recipe)
+{
+    return library::Translated(
+        [&]
+        {
+            const GreyImage& grey = *image.GetContent().image;
+            library::CheckColours(grey, recipe.GetParts(), "image");
+            return InspectView(*m_lanes, grey, recipe);
         });
 }
 

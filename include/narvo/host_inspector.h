@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "narvo/host_images.h"
 #include "narvo/host_recipe.h"
 #include "narvo/image_pixels.h"
 
@@ -84,6 +85,10 @@ public:
     /// @throws Error when the image is not valid or the recipe does not suit its size; std::bad_alloc without memory,
     /// and the inspector stays usable
     std::vector<Report> Inspect(const ImagePixels& image, const Recipe& recipe);
+    /// The same of an image that was read from a file or made of colours; its 8-bit pixels are inspected as they are.
+    /// Where the recipe inspects each colour, reports hold the defects of all three.
+    /// @throws Error as the other, and for an image with colours where the recipe does not inspect each
+    std::vector<Report> Inspect(const Image& image, const Recipe& recipe);
 
 private:
     struct LaneSet;

@@ -3,13 +3,16 @@
 // docs/cpp-host.md is its guide.
 #pragma once
 
+#include "narvo/host_capability.h"
 #include "narvo/host_check.h"
 #include "narvo/host_error.h"
 #include "narvo/host_explain.h"
 #include "narvo/host_golden.h"
+#include "narvo/host_images.h"
 #include "narvo/host_inspector.h"
 #include "narvo/host_learn.h"
 #include "narvo/host_pitch.h"
 #include "narvo/host_recipe.h"
 #include "narvo/host_setting.h"
+#include "narvo/host_shapes.h"
 #include "narvo/image_pixels.h"

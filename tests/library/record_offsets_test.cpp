@@ -13,8 +13,12 @@ using narvo::Problem;
 using narvo::Report;
 
 using narvo::BlockCheck;
+using narvo::CapabilityReport;
+using narvo::ColumnSpan;
+using narvo::Corner;
 using narvo::DefectiveImage;
 using narvo::Explanation;
+using narvo::FieldMean;
 using narvo::GoldenReport;
 using narvo::GreyPicture;
 using narvo::LearnReport;
@@ -23,8 +27,12 @@ using narvo::LearntImage;
 using narvo::LearntWay;
 using narvo::MapValues;
 using narvo::NamedImage;
+using narvo::NamedPicture;
 using narvo::PitchAxis;
 using narvo::PitchProposal;
+using narvo::PixelArray;
+using narvo::PlantedCount;
+using narvo::PlantedCurve;
 using narvo::ReferencePlace;
 using narvo::Registered;
 using narvo::Setting;
@@ -83,6 +91,22 @@ static_assert(sizeof(GoldenReport) == 288 && offsetof(GoldenReport, registration
 static_assert(offsetof(GoldenReport, places) == 232 && offsetof(GoldenReport, compared) == 256);
 static_assert(offsetof(GoldenReport, edgeGrowth) == 264 && offsetof(GoldenReport, threshold) == 272);
 static_assert(offsetof(GoldenReport, edgeThreshold) == 276 && offsetof(GoldenReport, masked) == 280);
+
+static_assert(sizeof(PixelArray) == 24 && offsetof(PixelArray, width) == 8 && offsetof(PixelArray, height) == 12);
+static_assert(offsetof(PixelArray, channels) == 16 && offsetof(PixelArray, bits) == 20);
+static_assert(sizeof(NamedPicture) == 48 && offsetof(NamedPicture, image) == 32);
+static_assert(sizeof(FieldMean) == 40 && offsetof(FieldMean, height) == 4 && offsetof(FieldMean, channels) == 8);
+static_assert(offsetof(FieldMean, values) == 16);
+static_assert(sizeof(Corner) == 8 && offsetof(Corner, y) == 4);
+static_assert(sizeof(ColumnSpan) == 8 && offsetof(ColumnSpan, last) == 4);
+static_assert(sizeof(PlantedCount) == 24 && offsetof(PlantedCount, planted) == 8 &&
+              offsetof(PlantedCount, found) == 16);
+static_assert(sizeof(PlantedCurve) == 96 && offsetof(PlantedCurve, place) == 32);
+static_assert(offsetof(PlantedCurve, contrast) == 64 && offsetof(PlantedCurve, counts) == 72);
+static_assert(sizeof(CapabilityReport) == 112 && offsetof(CapabilityReport, falseBlobs) == 24);
+static_assert(offsetof(CapabilityReport, megapixels) == 32 && offsetof(CapabilityReport, falseRate) == 40);
+static_assert(offsetof(CapabilityReport, falseBound) == 48 && offsetof(CapabilityReport, warnings) == 56);
+static_assert(offsetof(CapabilityReport, text) == 80);
 
 static_assert(sizeof(NamedImage) == 64 && offsetof(NamedImage, pixels) == 32);
 static_assert(sizeof(DefectiveImage) == 96 && offsetof(DefectiveImage, known) == 64);
