@@ -5,6 +5,7 @@
 #include <pybind11/pybind11.h>
 
 #include "host/recipe/checked_recipe.h"
+#include "narvo/host_recipe.h"
 
 namespace narvo::python
 {
@@ -24,5 +25,7 @@ void BindStore(pybind11::module_& module);
 /// The recipe that an argument stands for: a Recipe, a dict, JSON text, or the path of a file.
 /// @throws HostError with all that is wrong with it
 CheckedRecipe ToRecipe(const pybind11::handle& value);
+/// The same as the host library has it.
+v1::Recipe ToPublicRecipe(const pybind11::handle& value);
 
 } // namespace narvo::python

@@ -1,15 +1,18 @@
 // SPDX-License-Identifier: MIT
 // What a recipe finds of defects planted in good images.
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "host/capability/capability.h"
+#include <narvo/host_capability.h>
+#include <nlohmann/json.hpp>
+
 #include "python/bind.h"
-#include "python/good_images.h"
 #include "python/narvo_errors.h"
+#include "python/picture_array.h"
 #include "python/unlocked.h"
 #include "python/values.h"
 
@@ -19,71 +22,68 @@ namespace narvo::python
 namespace
 {
 
-/// Whole numbers from any sequence; the default for None. @throws HostError naming `field`
-std::vector<int> NumbersOf(const py::handle& values, std::vector<int> otherwise, const char* field)
+/// Whole numbers from any sequence. @throws v1::Error naming `field`
+std::vector<int> NumbersOf(const py::handle& values, const char* field)
 {
-    if (values.is_none())
-        return otherwise;
     std::vector<int> numbers;
     for (const py::handle value : py::iter(values))
     {
         const std::optional<int> number = ToInt(value);
         if (!number)
-            throw HostError({{field, Shown(value), "whole numbers"}});
+            throw v1::Error({{field, Shown(value), "whole numbers"}});
         numbers.push_back(*number);
     }
     return numbers;
 }
 
-/// The numbers of names. @throws HostError naming `field`
-std::vector<int> NamesOf(const py::handle& values, std::vector<int> otherwise, const char* field,
-                         const std::string& (*nameOf)(int), int count)
+/// Those of the known names that a sequence holds. @throws v1::Error naming `field` for others
+std::vector<std::string> NamesOf(const py::handle& values, const std::vector<std::string>& known, const char* field)
 {
-    if (values.is_none())
-        return otherwise;
-    std::vector<int> numbers;
     std::string allowed;
-    for (int i = 0; i < count; ++i)
-        allowed += (i == 0 ? "" : i + 1 == count ? " or " : ", ") + nameOf(i);
+    for (std::size_t i = 0; i < known.size(); ++i)
+        allowed += (i == 0 ? "" : i + 1 == known.size() ? " or " : ", ") + known[i];
+    std::vector<std::string> names;
     for (const py::handle value : py::iter(values))
     {
-        int number = 0;
-        while (number < count && !value.equal(py::str(nameOf(number))))
-            ++number;
-        if (number == count)
-            throw HostError({{field, Shown(value), allowed}});
-        numbers.push_back(number);
+        const auto name =
+            std::find_if(known.begin(), known.end(), [&](const std::string& one) { return value.equal(py::str(one)); });
+        if (name == known.end())
+            throw v1::Error({{field, Shown(value), allowed}});
+        names.push_back(*name);
     }
-    return numbers;
+    return names;
 }
 
 py::object Capability(const py::handle& recipe, const py::handle& images, const py::handle& sizes,
                       const py::handle& contrasts, const py::handle& shapes, const py::handle& places, int count,
                       std::uint64_t seed, int threads)
 {
-    const CheckedRecipe made = Translated(Fault::Recipe, [&] { return ToRecipe(recipe); });
-    const std::vector<BatchImage> good = Translated(Fault::Image, [&] { return GoodImages(images); });
+    const v1::Recipe made = Translated(Fault::Recipe, [&] { return ToPublicRecipe(recipe); });
+    const std::vector<v1::NamedPicture> good = Translated(Fault::Image, [&] { return GoodPictures(images); });
     Translated(Fault::Image,
                [&]
                {
-                   for (const BatchImage& image : good)
-                       CheckColours(*image.load(), *made);
+                   const v1::ImageRules rules = v1::ImageRules::Of(made);
+                   for (const v1::NamedPicture& picture : good)
+                       CheckColours(picture.image, rules);
                });
-    return Translated(
-        Fault::Argument,
-        [&]
-        {
-            CapabilitySettings settings;
-            settings.sizes = NumbersOf(sizes, settings.sizes, "sizes");
-            settings.contrasts = NumbersOf(contrasts, settings.contrasts, "contrasts");
-            settings.shapes = NamesOf(shapes, settings.shapes, "shapes", &PlantedShapeName, nPlantedShapes);
-            settings.places = NamesOf(places, settings.places, "places", &PlantedPlaceName, nPlantedPlaces);
-            settings.count = count;
-            settings.seed = seed;
-            CheckThreads(threads);
-            return ToPython(
-                CapabilityToJson(Unlocked([&] { return MeasureCapability({made}, good, settings, threads); })));
-        });
+    return Translated(Fault::Argument,
+                      [&]
+                      {
+                          v1::CapabilityPlan plan;
+                          if (!sizes.is_none())
+                              plan.SetSizes(NumbersOf(sizes, "sizes"));
+                          if (!contrasts.is_none())
+                              plan.SetContrasts(NumbersOf(contrasts, "contrasts"));
+                          if (!shapes.is_none())
+                              plan.SetShapes(NamesOf(shapes, v1::PlantedShapes(), "shapes"));
+                          if (!places.is_none())
+                              plan.SetPlaces(NamesOf(places, v1::PlantedPlaces(), "places"));
+                          plan.SetCount(count).SetSeed(seed);
+                          const v1::CapabilityReport report =
+                              Unlocked([&] { return v1::MeasureCapability(made, good, plan, threads); });
+                          return ToPython(nlohmann::ordered_json::parse(report.text));
+                      });
 }
 
 } // namespace

@@ -4,19 +4,16 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
-#include "host/image/conversion_notes.h"
-#include "host/image/field_mean.h"
-#include "host/limits.h"
-#include "host/recipe/image_section.h"
-#include "host/result/overlay.h"
+#include <narvo/host_images.h>
+#include <nlohmann/json.hpp>
+
 #include "python/bind.h"
-#include "python/field_array.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"
+#include "python/picture_array.h"
 #include "python/unlocked.h"
 #include "python/values.h"
 
@@ -29,18 +26,19 @@ namespace
 std::int64_t ToPixelLimit(const py::handle& value)
 {
     if (value.is_none())
-        return MaxImagePixels();
+        return v1::DefaultMaxPixels;
     const std::optional<int> pixels = ToInt(value);
     if (!pixels)
-        throw HostError({{"max_pixels", Shown(value), "1 to " + std::to_string(nHighestMaxPixels)}});
-    CheckMaxImagePixels(*pixels);
+        throw v1::Error({{"max_pixels", Shown(value), "1 to " + std::to_string(v1::HighestMaxPixels)}});
+    if (*pixels < 1 || *pixels > v1::HighestMaxPixels)
+        throw v1::Error({{"max_pixels", std::to_string(*pixels), "1 to " + std::to_string(v1::HighestMaxPixels)}});
     return *pixels;
 }
 
 /// What images have lost in this process, each kind once.
-ConversionNotes& Notes()
+v1::ImageNotes& Notes()
 {
-    static ConversionNotes notes;
+    static v1::ImageNotes notes;
     return notes;
 }
 
@@ -52,82 +50,98 @@ void WarnOfLosses()
 }
 
 /// None, the members of a recipe's section `image`, or a recipe that has one.
-ImageReading ToReading(const py::handle& value)
+v1::ImageRules ToRules(const py::handle& value)
 {
     if (value.is_none())
         return {};
     return Translated(Fault::Recipe,
-                      [&]() -> ImageReading
+                      [&]
                       {
                           if (py::isinstance<py::dict>(value))
-                              return ParseImageSection(ToJson(value));
-                          return *ToRecipe(value);
+                              return v1::ImageRules::FromText(ToJson(value).dump(), {});
+                          return v1::ImageRules::Of(ToPublicRecipe(value));
                       });
 }
 
 py::array_t<std::uint8_t> ReadImage(const py::handle& path, const py::handle& image, const py::handle& maxPixels)
 {
     const std::filesystem::path file = ToPath(path);
-    const ImageReading reading = ToReading(image);
+    const v1::ImageRules rules = ToRules(image);
     const std::int64_t limit = Translated(Fault::Argument, [&] { return ToPixelLimit(maxPixels); });
-    const GreyImage grey = Translated(
-        Fault::Image, [&] { return Unlocked([&] { return LoadGreyImage(file, reading, &Notes(), limit); }); });
+    const v1::Image read = Translated(
+        Fault::Image, [&] { return Unlocked([&] { return v1::Image::FromFile(file, rules, &Notes(), limit); }); });
     WarnOfLosses();
-    return ToArray(grey);
+    return ToArray(read);
 }
 
-/// The pixels of an array of 8 or 16 bits. @throws HostError for others
-PixelBlock ToBlock(const py::array& array)
+/// The pixels of an array of 8 or 16 bits. @throws v1::Error for others
+v1::PixelArray ToPixels(const py::array& array)
 {
-    constexpr py::ssize_t nSideHigh = nImageSideLimit;
+    constexpr py::ssize_t nSideHigh = 1048576;
     const bool narrow = py::isinstance<py::array_t<std::uint8_t>>(array);
     const bool shaped = array.ndim() == 2 || (array.ndim() == 3 && (array.shape(2) == 3 || array.shape(2) == 4));
     if ((!narrow && !py::isinstance<py::array_t<std::uint16_t>>(array)) || !shaped || HasMaskedEntries(array) ||
         array.shape(0) < 1 || array.shape(1) < 1 || array.shape(0) > nSideHigh || array.shape(1) > nSideHigh ||
-        array.shape(0) * array.shape(1) > nHighestMaxPixels || (array.flags() & py::array::c_style) == 0)
-        throw HostError({{"pixels",
+        array.shape(0) * array.shape(1) > v1::HighestMaxPixels || (array.flags() & py::array::c_style) == 0)
+        throw v1::Error({{"pixels",
                           "array of dtype " + std::string(py::str(array.dtype())) + ", shape " +
                               std::string(py::str(array.attr("shape"))),
                           "a C-contiguous uint8 or uint16 array of shape (rows, columns), (rows, columns, 3) or (rows, "
                           "columns, 4), or with image.raw the bytes of a frame"}});
     return {array.data(), static_cast<int>(array.shape(1)), static_cast<int>(array.shape(0)),
-            array.ndim() == 2 ? 1 : static_cast<int>(array.shape(2)), narrow ? 1 : 2};
+            array.ndim() == 2 ? 1 : static_cast<int>(array.shape(2)), narrow ? 8 : 16};
+}
+
+/// The bytes of a frame. @throws v1::Error for others
+v1::Image ToFrame(const py::handle& pixels, const v1::ImageRules& rules)
+{
+    const py::buffer_info bytes = py::reinterpret_borrow<py::buffer>(pixels).request();
+    if (bytes.itemsize != 1 || bytes.ndim != 1 || bytes.strides[0] != 1)
+        throw v1::Error({{"pixels", Shown(py::type::handle_of(pixels)), "the bytes of a frame, one by one"}});
+    return Unlocked(
+        [&]
+        {
+            return v1::Image::FromFrame(static_cast<const std::uint8_t*>(bytes.ptr),
+                                        static_cast<std::size_t>(bytes.size), rules, &Notes(), "pixels");
+        });
 }
 
 py::array_t<std::uint8_t> ConvertImage(const py::handle& pixels, const py::handle& image)
 {
-    const ImageReading reading = ToReading(image);
-    const GreyImage grey =
+    const v1::ImageRules rules = ToRules(image);
+    const v1::Image converted =
         Translated(Fault::Image,
                    [&]
                    {
-                       if (reading.rawFormat != RawFormat_None)
-                       {
-                           const py::buffer_info bytes = py::reinterpret_borrow<py::buffer>(pixels).request();
-                           if (bytes.itemsize != 1 || bytes.ndim != 1 || bytes.strides[0] != 1)
-                               throw HostError({{"pixels", Shown(py::type::handle_of(pixels)),
-                                                 "the bytes of a frame, one by one"}});
-                           const std::span frame(static_cast<const std::uint8_t*>(bytes.ptr),
-                                                 static_cast<std::size_t>(bytes.size));
-                           return Unlocked([&] { return ConvertRawFrame(frame, reading, "pixels", &Notes()); });
-                       }
+                       if (rules.NamesRawFormat())
+                           return ToFrame(pixels, rules);
                        if (!py::isinstance<py::array>(pixels))
-                           throw HostError({{"pixels", Shown(py::type::handle_of(pixels)), "a NumPy array"}});
-                       const PixelBlock block = ToBlock(py::reinterpret_borrow<py::array>(pixels));
-                       return Unlocked([&] { return ConvertPixels(block, reading, "pixels", &Notes()); });
+                           throw v1::Error({{"pixels", Shown(py::type::handle_of(pixels)), "a NumPy array"}});
+                       auto array = py::reinterpret_borrow<py::array>(pixels);
+                       v1::PixelArray block = ToPixels(array);
+                       if (block.bits == 16 && reinterpret_cast<std::uintptr_t>(block.pixels) % 2 != 0)
+                       {
+                           array = array.attr("copy")();
+                           block = ToPixels(array);
+                       }
+                       return Unlocked([&] { return v1::Image::FromPixels(block, rules, &Notes()); });
                    });
     WarnOfLosses();
-    return ToArray(grey);
+    return ToArray(converted);
 }
 
-py::object FieldOfFrames(const py::handle& paths, bool line, const py::handle& image)
+py::array_t<std::uint16_t> FieldOfFrames(const py::handle& paths, bool line, const py::handle& image)
 {
-    const ImageReading reading = ToReading(image);
+    const v1::ImageRules rules = ToRules(image);
     std::vector<std::filesystem::path> files;
     for (const py::handle path : py::iter(paths))
         files.push_back(ToPath(path));
-    return FieldToArray(
-        Translated(Fault::Image, [&] { return Unlocked([&] { return MeanOfFrames(files, reading, line); }); }).image);
+    const v1::FieldMean mean =
+        Translated(Fault::Image, [&] { return Unlocked([&] { return v1::MeanOfFiles(files, rules, line); }); });
+    std::vector<py::ssize_t> shape = {mean.height, mean.width};
+    if (mean.channels > 1)
+        shape.push_back(mean.channels);
+    return py::array_t<std::uint16_t>(shape, mean.values.data());
 }
 
 void WriteColour(const std::filesystem::path& file, const py::array& array)
@@ -139,7 +153,7 @@ void WriteColour(const std::filesystem::path& file, const py::array& array)
                    if (!py::isinstance<py::array_t<std::uint8_t>>(array) || array.shape(2) != 3 || array.shape(0) < 1 ||
                        array.shape(1) < 1 || array.shape(0) > nSideHigh || array.shape(1) > nSideHigh ||
                        (array.flags() & py::array::c_style) == 0)
-                       throw HostError({{"image",
+                       throw v1::Error({{"image",
                                          "array of dtype " + std::string(py::str(array.dtype())) + ", shape " +
                                              std::string(py::str(array.attr("shape"))) + ", strides " +
                                              std::string(py::str(array.attr("strides"))),
@@ -148,10 +162,10 @@ void WriteColour(const std::filesystem::path& file, const py::array& array)
     Translated(Fault::File,
                [&]
                {
-                   const auto* pixels = static_cast<const std::uint8_t*>(array.data());
+                   const void* pixels = array.data();
                    const auto width = static_cast<int>(array.shape(1));
                    const auto height = static_cast<int>(array.shape(0));
-                   Unlocked([&] { SaveColourImage(file, pixels, width, height); });
+                   Unlocked([&] { v1::SaveImage(file, {pixels, width, height, 3}); });
                });
 }
 
@@ -160,8 +174,9 @@ void WriteImage(const py::handle& path, const py::handle& image)
     const std::filesystem::path file = ToPath(path);
     if (py::isinstance<py::array>(image) && py::reinterpret_borrow<py::array>(image).ndim() == 3)
         return WriteColour(file, py::reinterpret_borrow<py::array>(image));
-    const ImageArgument grey = Translated(Fault::Image, [&] { return ImageArgument(image, "image"); });
-    Translated(Fault::File, [&] { Unlocked([&] { SaveGreyImage(file, grey.Copy()); }); });
+    const py::array grey = Translated(Fault::Image, [&] { return CheckedImageArray(image, "image"); });
+    const v1::PixelArray pixels = {grey.data(), static_cast<int>(grey.shape(1)), static_cast<int>(grey.shape(0))};
+    Translated(Fault::File, [&] { Unlocked([&] { v1::SaveImage(file, pixels); }); });
 }
 
 } // namespace

@@ -13,6 +13,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/library/recipe_parts.h"
 #include "host/recipe/recipe_check.h"
 #include "host/recipe/recipe_fields.h"
 #include "host/recipe/recipe_file.h"
@@ -376,6 +377,11 @@ py::object ToState(const GreyImage& image)
 }
 
 } // namespace
+
+v1::Recipe ToPublicRecipe(const py::handle& value)
+{
+    return library::MakeRecipe({ToRecipe(value)});
+}
 
 CheckedRecipe ToRecipe(const py::handle& value)
 {

@@ -2,13 +2,12 @@
 // What an inspection makes of a shape: masks, trapezia, bounds.
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <optional>
 #include <string>
-#include <utility>
+#include <vector>
 
-#include "host/recipe/region_shape.h"
-#include "narvoassem/padpoligon.h"
+#include <narvo/host_shapes.h>
+
 #include "python/bind.h"
 #include "python/narvo_errors.h"
 #include "python/values.h"
@@ -19,21 +18,32 @@ namespace narvo::python
 namespace
 {
 
-constexpr int nCornersHigh = 10;   // of the library's polygons
-constexpr int nCutCornersHigh = 8; // where columns are given: the cut adds two
-constexpr int nSideHigh = 65536;
-constexpr int nPlaceHigh = 1000000;
-
-std::vector<CPoint> ToPolygon(const py::handle& value)
+/// @throws HostError for what is no list of corners, v1::Error for what is no polygon
+std::vector<v1::Corner> ToPolygon(const py::handle& value)
 {
-    std::vector<CPoint> points = ToPoints(value, "points");
-    if (points.size() < 3)
-        throw HostError({{"points", std::to_string(points.size()) + " corners", "three or more"}});
-    for (const CPoint& point : points)
-        if (std::abs(std::int64_t{point.x}) > nPlaceHigh || std::abs(std::int64_t{point.y}) > nPlaceHigh)
-            throw HostError({{"points", "corner " + std::to_string(point.x) + ", " + std::to_string(point.y),
-                              "coordinates up to " + std::to_string(nPlaceHigh)}});
-    return points;
+    std::vector<v1::Corner> corners;
+    for (const CPoint& point : ToPoints(value, "points"))
+        corners.push_back({point.x, point.y});
+    v1::BoundsOfPolygon(corners);
+    return corners;
+}
+
+/// Runs `call`; what it refuses of the argument `name` is shown as it was written in Python.
+template <typename Call>
+auto Showing(const char* name, const py::handle& value, Call call)
+{
+    try
+    {
+        return call();
+    }
+    catch (const v1::Error& error)
+    {
+        std::vector<v1::Problem> problems = error.Problems();
+        for (v1::Problem& problem : problems)
+            if (problem.field == name)
+                problem.value = Shown(value);
+        throw v1::Error(std::move(problems));
+    }
 }
 
 py::array_t<bool> PolygonMask(const py::handle& value, const py::handle& shape)
@@ -42,16 +52,10 @@ py::array_t<bool> PolygonMask(const py::handle& value, const py::handle& shape)
         Fault::Argument,
         [&]
         {
-            const std::vector<CPoint> points = ToPolygon(value);
+            const std::vector<v1::Corner> points = ToPolygon(value);
             const auto [height, width] = ToShape(shape);
-            if (width > nSideHigh || height > nSideHigh)
-                throw HostError({{"shape", Shown(shape), "sides up to " + std::to_string(nSideHigh)}});
-            for (const CPoint& point : points)
-                if (point.x < 0 || point.y < 0 || point.x > width || point.y > height)
-                    throw HostError({{"points", "corner " + std::to_string(point.x) + ", " + std::to_string(point.y),
-                                      "corners inside the image of " + std::to_string(width) + " by " +
-                                          std::to_string(height) + " pixels"}});
-            const std::vector<std::uint8_t> mask = MakeMask(points, width, height);
+            const std::vector<std::uint8_t> mask = Showing(
+                "shape", shape, [&, high = height, wide = width] { return v1::PolygonMask(points, wide, high); });
             py::array_t<bool> array({py::ssize_t{height}, py::ssize_t{width}});
             std::transform(mask.begin(), mask.end(), array.mutable_data(), [](std::uint8_t byte) { return byte != 0; });
             return array;
@@ -64,31 +68,22 @@ py::array_t<int> CutPolygon(const py::handle& value, const std::string& directio
         Fault::Argument,
         [&]
         {
-            const std::vector<CPoint> points = WithoutNeedlessCorners(ToPolygon(value));
-            const int most = columns.is_none() ? nCornersHigh : nCutCornersHigh;
+            const std::vector<v1::Corner> points = ToPolygon(value);
             if (direction != "vertical" && direction != "horizontal")
-                throw HostError({{"direction", direction, "vertical or horizontal"}});
-            if (static_cast<int>(points.size()) > most || !IsConvex(points))
-                throw HostError({{"points", std::to_string(points.size()) + " corners",
-                                  "a convex polygon of 3 to " + std::to_string(most) + " corners"}});
-            for (const CPoint& point : points)
-                if (point.x < 0 || point.y < 0 || point.x > nCutSpan || point.y > nCutSpan)
-                    throw HostError({{"points", "corner " + std::to_string(point.x) + ", " + std::to_string(point.y),
-                                      "coordinates from 0 to " + std::to_string(nCutSpan)}});
-            std::optional<std::pair<int, int>> cut;
+                throw v1::Error({{"direction", direction, "vertical or horizontal"}});
+            std::optional<v1::ColumnSpan> cut;
             if (!columns.is_none())
             {
-                const std::vector<CPoint> pair = ToPoints(py::make_tuple(columns), "columns");
-                cut = {pair[0].x, pair[0].y};
-                if (cut->first < 0 || cut->first >= cut->second || cut->second > nCutSpan)
-                    throw HostError({{"columns", Shown(columns), "first below last, from 0 on"}});
+                const CPoint pair = ToPoints(py::make_tuple(columns), "columns").front();
+                cut = {pair.x, pair.y};
             }
-            const std::vector<CTrapezium> trapezia =
-                CutTrapezia(points, cut, direction == "vertical" ? Direction_Vertical : Direction_Horizontal);
+            const std::vector<v1::CornersOfTrapezium> trapezia =
+                Showing("columns", columns,
+                        [&] { return v1::CutPolygon(points, direction == "vertical", cut ? &*cut : nullptr); });
             py::array_t<int> array({static_cast<py::ssize_t>(trapezia.size()), py::ssize_t{4}, py::ssize_t{2}});
             int* place = array.mutable_data();
-            for (const CTrapezium& trapezium : trapezia)
-                for (const CPoint& corner : CornersOf(trapezium))
+            for (const v1::CornersOfTrapezium& trapezium : trapezia)
+                for (const v1::Corner& corner : trapezium)
                 {
                     *place++ = corner.x;
                     *place++ = corner.y;
@@ -113,12 +108,19 @@ void BindRegions(py::module_& module)
     module.def(
         "is_convex",
         [](const py::handle& points)
-        { return Translated(Fault::Argument, [&] { return IsConvex(WithoutNeedlessCorners(ToPolygon(points))); }); },
+        { return Translated(Fault::Argument, [&] { return v1::IsConvexPolygon(ToPolygon(points)); }); },
         py::arg("points"), "Whether a closed polygon of corners [x, y] is convex and goes round once.");
     module.def(
         "bounds_of",
         [](const py::handle& points)
-        { return Translated(Fault::Argument, [&] { return ToPython(BoundsOf(ToPolygon(points))); }); },
+        {
+            return Translated(Fault::Argument,
+                              [&]
+                              {
+                                  const v1::Box box = v1::BoundsOfPolygon(ToPolygon(points));
+                                  return ToPython(CRect(box.left, box.top, box.right, box.bottom));
+                              });
+        },
         py::arg("points"),
         "The smallest Rect round a polygon's corners [x, y]; right and bottom exclusive, since edges there stay out.");
 }

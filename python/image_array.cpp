@@ -43,21 +43,6 @@ std::string AdviceOn(const py::array& array, Colours colours)
     return "";
 }
 
-/// The array, once it has passed.
-py::array Checked(const py::handle& value, const char* name, Colours colours)
-{
-    if (!py::isinstance<py::array>(value))
-        throw HostError({{name, Shown(py::type::handle_of(value)), "a C-contiguous two-dimensional uint8 array"}});
-    auto array = py::reinterpret_borrow<py::array>(value);
-    if (const std::string advice = AdviceOn(array, colours); !advice.empty())
-        throw HostError(
-            {{name,
-              "array of dtype " + std::string(py::str(array.dtype())) + ", shape " +
-                  TupleText(array.shape(), array.ndim()) + ", strides " + TupleText(array.strides(), array.ndim()),
-              advice}});
-    return array;
-}
-
 GreyImage PaddedCopy(const py::array& array)
 {
     const auto width = static_cast<int>(array.shape(1));
@@ -74,6 +59,20 @@ GreyImage PaddedCopy(const py::array& array)
 
 } // namespace
 
+py::array CheckedImageArray(const py::handle& value, const char* name, Colours colours)
+{
+    if (!py::isinstance<py::array>(value))
+        throw HostError({{name, Shown(py::type::handle_of(value)), "a C-contiguous two-dimensional uint8 array"}});
+    auto array = py::reinterpret_borrow<py::array>(value);
+    if (const std::string advice = AdviceOn(array, colours); !advice.empty())
+        throw HostError(
+            {{name,
+              "array of dtype " + std::string(py::str(array.dtype())) + ", shape " +
+                  TupleText(array.shape(), array.ndim()) + ", strides " + TupleText(array.strides(), array.ndim()),
+              advice}});
+    return array;
+}
+
 bool HasMaskedEntries(const py::array& array)
 {
     const auto plain = py::module_::import("numpy").attr("ndarray");
@@ -82,7 +81,7 @@ bool HasMaskedEntries(const py::array& array)
 }
 
 ImageArgument::ImageArgument(const py::handle& value, const char* name, Colours colours)
-    : m_array(Checked(value, name, colours)), m_padded(PaddedCopy(m_array)),
+    : m_array(CheckedImageArray(value, name, colours)), m_padded(PaddedCopy(m_array)),
       m_view(m_padded.IsEmpty() ? GreyView(static_cast<const std::uint8_t*>(m_array.data()),
                                            static_cast<int>(m_array.shape(1)), static_cast<int>(m_array.shape(0)))
                                 : GreyView(m_padded))

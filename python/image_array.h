@@ -45,6 +45,9 @@ private:
     GreyView m_view;
 };
 
+/// The array once it has passed. @throws HostError as ImageArgument
+py::array CheckedImageArray(const py::handle& value, const char* name, Colours colours = Colours::Refused);
+
 /// Whether some of an array's entries are masked: what lies there is not meant to be seen.
 bool HasMaskedEntries(const py::array& array);
 

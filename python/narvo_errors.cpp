@@ -2,6 +2,9 @@
 // Problems as Python objects.
 #include "python/narvo_errors.h"
 
+#include <utility>
+#include <vector>
+
 #include "python/values.h"
 
 namespace narvo::python
@@ -42,6 +45,14 @@ void Raise(Fault fault, const HostError& error)
     const py::object exception = type(ToPython(error.Problems()));
     PyErr_SetObject(type.ptr(), exception.ptr());
     throw py::error_already_set();
+}
+
+void Raise(Fault fault, const v1::Error& error)
+{
+    std::vector<Problem> problems;
+    for (const v1::Problem& problem : error.Problems())
+        problems.push_back({problem.field, problem.value, problem.allowed});
+    Raise(fault, HostError(std::move(problems)));
 }
 
 } // namespace narvo::python

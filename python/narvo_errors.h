@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
-// The way from a HostError to the package's exception classes, which are written in Python (narvoassem/errors.py).
+// The way from the exceptions of the host library, and of the layer inside it, to the package's exception classes,
+// which are written in Python (narvoassem/errors.py).
 #pragma once
 
 #include <utility>
 
 #include "host/problem.h"
+#include "narvo/host_error.h"
 
 namespace narvo::python
 {
@@ -21,6 +23,8 @@ enum class Fault
 
 /// Throws the Python exception. The interpreter lock must be held.
 [[noreturn]] void Raise(Fault fault, const HostError& error);
+/// The same.
+[[noreturn]] void Raise(Fault fault, const v1::Error& error);
 
 /// Runs `call`, which may release the interpreter lock as long as it holds it again at its end.
 template <typename Call>
@@ -31,6 +35,10 @@ decltype(auto) Translated(Fault fault, Call call)
         return call();
     }
     catch (const HostError& error)
+    {
+        Raise(fault, error);
+    }
+    catch (const v1::Error& error)
     {
         Raise(fault, error);
     }

@@ -64,6 +64,15 @@ class CheckIncludes(unittest.TestCase):
         self.write(header("measure"), '#include "narvoassem/gone.h"\n', "a")
         self.assertIn("includes narvoassem/gone.h, which does not exist", self.faults())
 
+    def test_holds_files_of_the_python_module_one_by_one(self):
+        self.write("python/old.cpp", f'#include "{header("measure")}"\n')
+        self.write("python/new.cpp", "#include <narvo/narvohost.h>\n")
+        self.assertIn("python/old.cpp includes measure", self.faults())
+        self.allow({folder: targets for folder, targets in FOLDERS.items() if targets} | {"python/old.cpp": ["measure"]})
+        self.assertEqual(self.faults(), "")
+        self.write("python/new.cpp", f'#include "{header("measure")}"\n')
+        self.assertIn("python/new.cpp includes measure", self.faults())
+
     def test_refuses_a_tree_without_folders(self):
         with contextlib.redirect_stdout(io.StringIO()) as out:
             self.assertEqual(check_includes.main(self.root, False), 1)
