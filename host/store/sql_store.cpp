@@ -122,8 +122,8 @@ public:
     void Send(std::span<const SqlValue> values) const
     {
         for (std::size_t i = 0; i < chunks.size(); ++i)
-            for (const auto some = static_cast<std::size_t>(chunks[i] * m_count); values.size() >= some;
-                 values = values.subspan(some))
+            for (const auto some = static_cast<std::size_t>(chunks[i]) * static_cast<std::size_t>(m_count);
+                 values.size() >= some; values = values.subspan(some))
                 m_database.Run(m_statements[i], values.first(some));
     }
 
