@@ -27,6 +27,9 @@ void AddGoldenCommand(CLI::App& app, Action& action);
 /// `narvo report`: writes results as one self-contained HTML page.
 void AddReportCommand(CLI::App& app, Action& action);
 
+/// `narvo export`: writes defects in the forms of other programs.
+void AddExportCommand(CLI::App& app, Action& action);
+
 /// `narvo learn`: makes a recipe from good images.
 void AddLearnCommand(CLI::App& app, Action& action);
 /// `narvo pitch`: finds the period of an image's pattern along x and y.

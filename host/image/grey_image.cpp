@@ -32,7 +32,7 @@ const char* const szLossless = "8-bit grey, or an image that 8-bit grey can hold
 
 std::atomic<std::int64_t> maxPixels = nDefaultMaxPixels;
 
-std::string Place(int x, int y)
+std::string PixelPlace(int x, int y)
 {
     return " at column " + std::to_string(x) + ", row " + std::to_string(y);
 }
@@ -52,13 +52,14 @@ GreyImage ReduceToGrey(const std::filesystem::path& file, const cv::Mat& loaded)
             if (channels >= 3 && (source[0] != source[1] || source[1] != source[2]))
                 RefuseImage(file,
                             "colour (red " + std::to_string(source[2]) + ", green " + std::to_string(source[1]) +
-                                ", blue " + std::to_string(source[0]) + Place(x, y) + ")",
+                                ", blue " + std::to_string(source[0]) + PixelPlace(x, y) + ")",
                             szLossless);
             if ((channels == 2 || channels == 4) && source[channels - 1] != nFull)
-                RefuseImage(file, "transparency (alpha " + std::to_string(source[channels - 1]) + Place(x, y) + ")",
+                RefuseImage(file,
+                            "transparency (alpha " + std::to_string(source[channels - 1]) + PixelPlace(x, y) + ")",
                             szLossless);
             if (sizeof(T) == 2 && source[0] % nWordPerByte != 0)
-                RefuseImage(file, "16-bit value " + std::to_string(source[0]) + Place(x, y), szLossless);
+                RefuseImage(file, "16-bit value " + std::to_string(source[0]) + PixelPlace(x, y), szLossless);
             target[x] = static_cast<std::uint8_t>(sizeof(T) == 2 ? source[0] / nWordPerByte : source[0]);
         }
     }

@@ -33,21 +33,21 @@ Weights CubicWeights(float part)
 }
 
 /// A coordinate as whole pixels and the weights of what is left.
-struct Place
+struct SamplePlace
 {
     int whole;
     bool between; ///< not on a pixel
     Weights weights;
 };
 
-Place PlaceOf(double coordinate)
+SamplePlace PlaceOf(double coordinate)
 {
     const int parts = static_cast<int>(std::lround(coordinate * nParts));
     const int rest = ((parts % nParts) + nParts) % nParts;
     return {(parts - rest) / nParts, rest != 0, CubicWeights(static_cast<float>(rest) / nParts)};
 }
 
-void InterpolateRow(const std::uint8_t* pixels, const Place& place, float* line, int width)
+void InterpolateRow(const std::uint8_t* pixels, const SamplePlace& place, float* line, int width)
 {
     const std::uint8_t* at = pixels + place.whole;
     if (!place.between)
@@ -71,8 +71,8 @@ std::uint8_t RoundedGrey(float grey)
 
 void FillDisplaced(const cv::Mat& picture, double x, double y, cv::Mat& target, std::vector<float>& lines)
 {
-    const Place across = PlaceOf(x);
-    const Place down = PlaceOf(y);
+    const SamplePlace across = PlaceOf(x);
+    const SamplePlace down = PlaceOf(y);
     const int width = target.cols;
     if (!across.between && !down.between)
     {
