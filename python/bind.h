@@ -27,5 +27,7 @@ void BindStore(pybind11::module_& module);
 CheckedRecipe ToRecipe(const pybind11::handle& value);
 /// The same as the host library has it.
 v1::Recipe ToPublicRecipe(const pybind11::handle& value);
+/// The first region of a recipe of the host library, which is all that such recipes have here.
+CheckedRecipe ToLayerRecipe(const v1::Recipe& recipe);
 
 } // namespace narvo::python

@@ -12,7 +12,6 @@
 #include "host/inspect/plan_keeper.h"
 #include "host/limits.h"
 #include "python/bind.h"
-#include "python/good_images.h"
 #include "python/image_array.h"
 #include "python/lane_queue.h"
 #include "python/narvo_errors.h"
@@ -27,6 +26,17 @@ namespace narvo::python
 
 namespace
 {
+
+/// @throws HostError for an image of colours unless the recipe inspects each of them
+void CheckColours(const GreyView& image, const Recipe& recipe)
+{
+    if (image.Channels() != nullptr && recipe.channel != Channel_Each)
+        throw HostError(
+            {{"image",
+              "array of shape (" + std::to_string(image.Height()) + ", " + std::to_string(image.Width()) + ", 3)",
+              "two dimensions, rows and columns, unless image.channel of the recipe is each (read_image "
+              "and convert_image take the recipe)"}});
+}
 
 /// Engines, and who has which of them.
 struct Lanes

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Recipes learnt from good images.
-#include <algorithm>
-#include <cstddef>
 #include <string>
 #include <vector>
 
-#include "host/learn/learn.h"
+#include <narvo/host_learn.h>
+
 #include "python/bind.h"
-#include "python/good_images.h"
 #include "python/narvo_errors.h"
 #include "python/notebook.h"
+#include "python/picture_array.h"
 #include "python/sealed_class.h"
 #include "python/unlocked.h"
 #include "python/values.h"
@@ -20,42 +19,13 @@ namespace narvo::python
 namespace
 {
 
-int ModeOf(const std::string& word)
+v1::LearnReport Learn(const py::handle& images, double falseRate, const std::string& mode, const std::string& name,
+                      int threads)
 {
-    if (word == "auto")
-        return LearnMode_Auto;
-    if (word == "texture")
-        return LearnMode_Texture;
-    if (word == "periodic")
-        return LearnMode_Periodic;
-    if (word == "lattice")
-        return LearnMode_Lattice;
-    throw HostError({{"mode", "\"" + word + "\"", "auto, texture, periodic or lattice"}});
-}
-
-LearnResult Learn(const py::handle& images, double falseRate, const std::string& mode, const std::string& name,
-                  int threads)
-{
-    const std::vector<BatchImage> good = Translated(Fault::Image, [&] { return GoodImages(images); });
+    const std::vector<v1::NamedPicture> good = Translated(Fault::Image, [&] { return GoodPictures(images); });
+    const v1::Settings settings = {{"false_rate", falseRate}, {"threads", static_cast<double>(threads)}};
     return Translated(Fault::Argument,
-                      [&]
-                      {
-                          LearnSettings settings;
-                          settings.mode = ModeOf(mode);
-                          settings.falseRate = falseRate;
-                          settings.name = name;
-                          CheckThreads(threads);
-                          const auto coloured = std::count_if(good.begin(), good.end(),
-                                                              [](const BatchImage& image)
-                                                              { return image.load()->Channels() != nullptr; });
-                          if (coloured != 0 && coloured != static_cast<std::ptrdiff_t>(good.size()))
-                              throw HostError({{"images", "some grey, some in colours", "all of one kind"}});
-                          settings.eachChannel = coloured != 0;
-                          LearnResult result = Unlocked([&] { return LearnRecipe(good, settings, threads); });
-                          if (settings.eachChannel)
-                              result.recipe.channel = Channel_Each;
-                          return result;
-                      });
+                      [&] { return Unlocked([&] { return v1::LearnFromImages(good, mode, settings, name); }); });
 }
 
 py::list TextsOf(const std::vector<std::string>& texts)
@@ -70,27 +40,28 @@ py::list TextsOf(const std::vector<std::string>& texts)
 
 void BindLearn(py::module_& module)
 {
-    py::class_<LearnResult>(module, "LearnResult", py::is_final(), "What learn() made of good images.")
+    py::class_<v1::LearnReport>(module, "LearnResult", py::is_final(), "What learn() made of good images.")
         .def_property_readonly(
-            "recipe", [](const LearnResult& result) { return CheckedRecipe(result.recipe); }, "The recipe.")
+            "recipe", [](const v1::LearnReport& result) { return ToLayerRecipe(*result.recipe); }, "The recipe.")
         .def_property_readonly(
-            "reasons", [](const LearnResult& result) { return TextsOf(result.reasons); },
+            "reasons", [](const v1::LearnReport& result) { return TextsOf(result.reasons); },
             "Sentences: why the recipe is as it is, and what to expect of it.")
         .def_property_readonly(
-            "warnings", [](const LearnResult& result) { return TextsOf(result.warnings); },
+            "warnings", [](const v1::LearnReport& result) { return TextsOf(result.warnings); },
             "Sentences: where images disagree, or are too few.")
-        .def_readonly("false_blobs", &LearnResult::falseBlobs,
+        .def_readonly("false_blobs", &v1::LearnReport::falseBlobs,
                       "False blobs on images whose limits were learnt without them.")
-        .def_readonly("false_bound", &LearnResult::falseBound, "False blobs an image: upper bound at 95 % confidence.")
+        .def_readonly("false_bound", &v1::LearnReport::falseBound,
+                      "False blobs an image: upper bound at 95 % confidence.")
         .def_property_readonly(
             "images",
-            [](const LearnResult& result)
+            [](const v1::LearnReport& result)
             {
                 py::list images;
-                for (const LearnImage& image : result.images)
+                for (const v1::LearntImage& image : result.images)
                     images.append(py::dict(py::arg("width") = image.width, py::arg("height") = image.height,
                                            py::arg("area") = image.area, py::arg("level") = image.level,
-                                           py::arg("contrast") = image.contrast, py::arg("score") = image.highest,
+                                           py::arg("contrast") = image.contrast, py::arg("score") = image.score,
                                            py::arg("false_blobs") = image.falseBlobs));
                 return images;
             },
@@ -99,10 +70,10 @@ void BindLearn(py::module_& module)
             "image, where 1 is the limit; false_blobs.")
         .def_property_readonly(
             "candidates",
-            [](const LearnResult& result)
+            [](const v1::LearnReport& result)
             {
                 py::list candidates;
-                for (const LearnCandidate& candidate : result.candidates)
+                for (const v1::LearntWay& candidate : result.ways)
                     candidates.append(py::dict(py::arg("description") = candidate.description,
                                                py::arg("found") = candidate.found,
                                                py::arg("chosen") = candidate.chosen));
@@ -112,10 +83,10 @@ void BindLearn(py::module_& module)
             "chosen.")
         .def_property_readonly(
             "spots",
-            [](const LearnResult& result)
+            [](const v1::LearnReport& result)
             {
                 py::list spots;
-                for (const LearnSpots& kind : result.spots)
+                for (const v1::LearntSpots& kind : result.spots)
                     spots.append(py::dict(py::arg("side") = kind.side, py::arg("contrast") = kind.contrast,
                                           py::arg("planted") = kind.planted, py::arg("found") = kind.found));
                 return spots;

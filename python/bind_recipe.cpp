@@ -378,6 +378,11 @@ py::object ToState(const GreyImage& image)
 
 } // namespace
 
+CheckedRecipe ToLayerRecipe(const v1::Recipe& recipe)
+{
+    return recipe.GetParts().regions.front();
+}
+
 v1::Recipe ToPublicRecipe(const py::handle& value)
 {
     return library::MakeRecipe({ToRecipe(value)});

@@ -2,12 +2,15 @@
 // Learning from good images in the public form.
 #include "narvo/host_learn.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "host/learn/learn.h"
+#include "host/library/image_parts.h"
 #include "host/library/named_settings.h"
 #include "host/library/recipe_parts.h"
 #include "host/library/translate.h"
@@ -30,6 +33,12 @@ int LayerMode(const std::string& mode)
     if (mode == "lattice")
         return LearnMode_Lattice;
     throw HostError({{"mode", "\"" + mode + "\"", "auto, texture, periodic or lattice"}});
+}
+
+void CheckThreads(int threads)
+{
+    if (threads < 1 || threads > nLaneLimit)
+        throw HostError({{"threads", std::to_string(threads), "1 to " + std::to_string(nLaneLimit)}});
 }
 
 /// The image, copied once; `argument` names it in problems.
@@ -68,8 +77,8 @@ LearnReport PublicLearning(narvo::LearnResult result)
     report.reasons = std::move(result.reasons);
     report.warnings = std::move(result.warnings);
     for (LearnImage& image : result.images)
-        report.images.push_back(
-            {std::move(image.name), image.area, image.level, image.contrast, image.highest, image.falseBlobs});
+        report.images.push_back({std::move(image.name), image.area, image.level, image.contrast, image.highest,
+                                 image.falseBlobs, image.width, image.height});
     for (LearnCandidate& way : result.candidates)
         report.ways.push_back({std::move(way.description), way.found, way.defectsFound, way.chosen});
     for (LearnFinds& finds : result.finds)
@@ -77,6 +86,8 @@ LearnReport PublicLearning(narvo::LearnResult result)
             {std::move(finds.name), finds.blobs, finds.known, finds.defects, finds.found, finds.falseBlobs});
     report.falseBlobs = result.falseBlobs;
     report.falseBound = result.falseBound;
+    for (const LearnSpots& spots : result.spots)
+        report.spots.push_back({spots.side, spots.contrast, spots.planted, spots.found});
     return report;
 }
 
@@ -91,8 +102,7 @@ LearnReport LearnRecipe(const std::vector<NamedImage>& good, const std::string& 
             LearnSettings learn;
             int threads = 1;
             library::TakeSettings(settings, {{"false_rate", &learn.falseRate}, {"threads", &threads}});
-            if (threads < 1 || threads > nLaneLimit)
-                throw HostError({{"threads", std::to_string(threads), "1 to " + std::to_string(nLaneLimit)}});
+            CheckThreads(threads);
             learn.mode = LayerMode(mode);
             std::vector<BatchImage> images;
             for (std::size_t i = 0; i < good.size(); ++i)
@@ -101,6 +111,33 @@ LearnReport LearnRecipe(const std::vector<NamedImage>& good, const std::string& 
             for (std::size_t i = 0; i < defective.size(); ++i)
                 bad.push_back(LayerDefective(defective[i], "defective[" + std::to_string(i) + "]"));
             return PublicLearning(narvo::LearnRecipe(images, learn, threads, bad));
+        });
+}
+
+LearnReport LearnFromImages(const std::vector<NamedPicture>& good, const std::string& mode, const Settings& settings,
+                            const std::string& name)
+{
+    return library::Translated(
+        [&]
+        {
+            LearnSettings learn;
+            learn.mode = LayerMode(mode);
+            learn.name = name;
+            int threads = 1;
+            library::TakeSettings(settings, {{"false_rate", &learn.falseRate}, {"threads", &threads}});
+            CheckThreads(threads);
+            const auto coloured = std::count_if(
+                good.begin(), good.end(), [](const NamedPicture& picture) { return picture.image.Channels() > 1; });
+            if (coloured != 0 && coloured != static_cast<std::ptrdiff_t>(good.size()))
+                throw HostError({{"images", "some grey, some in colours", "all of one kind"}});
+            learn.eachChannel = coloured != 0;
+            std::vector<BatchImage> images;
+            for (const NamedPicture& picture : good)
+                images.push_back({picture.name, [image = picture.image.GetContent().image] { return image; }});
+            narvo::LearnResult result = narvo::LearnRecipe(images, learn, threads);
+            if (learn.eachChannel)
+                result.recipe.channel = Channel_Each;
+            return PublicLearning(std::move(result));
         });
 }
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "narvo/host_images.h"
 #include "narvo/host_inspector.h"
 #include "narvo/host_setting.h"
 
@@ -39,6 +40,8 @@ struct LearntImage
     double contrast = 0.0;      ///< standard deviation of grey there
     double score = 0.0;         ///< highest by limits learnt without it: above 1 it would have had a false defect
     std::size_t falseBlobs = 0; ///< places above 1 by these limits
+    int width = 0;              ///< pixels
+    int height = 0;             ///< pixels
 };
 
 /// A way of inspecting that was tried.
@@ -61,6 +64,15 @@ struct LearntFinds
     std::size_t falseBlobs = 0; ///< reported ones that touch none
 };
 
+/// Spots of one kind that were planted in good images for a trial, and how many of them the recipe found.
+struct LearntSpots
+{
+    int side = 0;            ///< pixels across
+    int contrast = 0;        ///< grey levels, brighter and darker ones together
+    std::size_t planted = 0; ///< how many
+    std::size_t found = 0;   ///< of these
+};
+
 /// What came of learning.
 struct LearnReport
 {
@@ -72,6 +84,7 @@ struct LearnReport
     std::vector<LearntFinds> finds;    ///< in the order of the images with defects
     std::size_t falseBlobs = 0;        ///< in images whose limits were learnt without them
     double falseBound = 0.0;           ///< false defects an image: upper bound at 95 % confidence from these
+    std::vector<LearntSpots> spots;    ///< by side and contrast
 };
 
 /// Learns from one good image or more, 1000 at most; six from different times are better than one. Nothing is learnt
@@ -81,5 +94,11 @@ struct LearnReport
 /// @throws Error when settings or images are not valid, naming the image, or no recipe suits them
 NARVOHOST_API LearnReport LearnRecipe(const std::vector<NamedImage>& good, const std::string& mode = "auto",
                                       const Settings& settings = {}, const std::vector<DefectiveImage>& defective = {});
+
+/// The same of images that were read from files or made of colours: where they have colours, limits are learnt from
+/// each, and the recipe inspects each. `name` becomes the recipe's.
+/// @throws Error as LearnRecipe, and for images of which some are grey and some have colours
+NARVOHOST_API LearnReport LearnFromImages(const std::vector<NamedPicture>& good, const std::string& mode = "auto",
+                                          const Settings& settings = {}, const std::string& name = {});
 
 } // namespace narvo::v1

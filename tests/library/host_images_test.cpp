@@ -216,6 +216,38 @@ TEST(HostCapability, BadPlansAreNamed)
                 SizeIs(testing::Ge(2)));
 }
 
+TEST(HostLearning, ColoursAreLearntEach)
+{
+    std::vector<NamedPicture> greys;
+    std::vector<NamedPicture> coloured;
+    const auto each = ImageRules::FromText(R"({"channel": "each"})");
+    for (unsigned seed = 1; seed <= 3; ++seed)
+    {
+        const Picture8 good = PeriodicPicture(240, 180, 32, 24, seed);
+        std::vector<std::uint8_t> colours;
+        for (const std::uint8_t grey : good.pixels)
+            colours.insert(colours.end(), {grey, static_cast<std::uint8_t>(grey / 2), grey});
+        const std::string name = "good " + std::to_string(seed);
+        greys.push_back({name, Image::FromPixels({good.pixels.data(), 240, 180})});
+        coloured.push_back({name, Image::FromPixels({colours.data(), 240, 180, 3}, each)});
+    }
+    const LearnReport grey = LearnFromImages(greys, "texture", {}, "cloth");
+    ASSERT_TRUE(grey.recipe.has_value());
+    EXPECT_THAT(grey.recipe->Text(), HasSubstr("cloth"));
+    EXPECT_FALSE(ImageRules::Of(*grey.recipe).InspectsEachColour());
+    ASSERT_THAT(grey.images, SizeIs(3));
+    EXPECT_EQ(grey.images[2].width, 240);
+    EXPECT_EQ(grey.images[2].height, 180);
+    const LearnReport colour = LearnFromImages(coloured, "texture", {{"threads", 2}});
+    EXPECT_TRUE(ImageRules::Of(*colour.recipe).InspectsEachColour());
+    ASSERT_THAT(colour.spots, testing::Not(IsEmpty()));
+    EXPECT_GT(colour.spots[0].planted, 0U);
+    greys.push_back(coloured[0]);
+    EXPECT_EQ(ProblemOf([&] { LearnFromImages(greys); }).value, "some grey, some in colours");
+    EXPECT_EQ(ProblemOf([&] { LearnFromImages(coloured, "guess"); }).field, "mode");
+    EXPECT_EQ(ProblemOf([&] { LearnFromImages(coloured, "auto", {{"threads", 0}}); }).field, "threads");
+}
+
 TEST(HostShapes, APolygonHasAMaskTrapeziaAndBounds)
 {
     const std::vector<Corner> triangle = {{0, 0}, {4, 0}, {0, 4}};
