@@ -33,9 +33,14 @@ bool AppendedFile::Lock()
 
 void AppendedFile::Empty()
 {
-    if (ftruncate(m_file.Number(), 0) != 0)
+    CutTo(0);
+}
+
+void AppendedFile::CutTo(std::uint64_t size)
+{
+    if (ftruncate(m_file.Number(), static_cast<off_t>(size)) != 0)
         Refuse(errno);
-    m_size = 0;
+    m_size = size;
 }
 
 void AppendedFile::Refuse(int error) const

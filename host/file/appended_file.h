@@ -23,6 +23,8 @@ public:
     bool Lock();
     /// @throws WriteError
     void Empty();
+    /// Takes away what lies behind the first `size` bytes. @throws WriteError
+    void CutTo(std::uint64_t size);
 
     const std::filesystem::path& Path() const { return m_path; }
     /// Bytes, of what was there and of what was added.

@@ -22,7 +22,7 @@ for file in "${files[@]}"; do
   folder=${file%/*}
   [[ $folder == "$file" ]] || grep -qF "$folder/" $map || fault "$map does not name $folder/"
   case $file in
-    narvoassem/*.h | narvoassem/*.c* | host/*.h | host/*.c* | python/*.h | python/*.c* | tools/*.h | tools/*.c* | measure/*.h | measure/*.c* | bench/*.h | bench/*.c*)
+    narvoassem/*.h | narvoassem/*.c* | host/*.h | host/*.c* | python/*.h | python/*.c* | sources/*.h | sources/*.c* | tools/*.h | tools/*.c* | measure/*.h | measure/*.c* | bench/*.h | bench/*.c*)
       name=${file##*/}
       stem=${name%.*}
       stems[$stem]=1

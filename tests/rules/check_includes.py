@@ -16,7 +16,7 @@ from collections import defaultdict
 from graphlib import CycleError, TopologicalSorter
 
 PER_FILE = ("python",)  # folders whose files have an entry each
-ROOTS = ("include", "narvoassem", "measure", "host", "tools", "python")
+ROOTS = ("include", "narvoassem", "measure", "host", "sources", "tools", "python")
 INCLUDE = re.compile(r'\s*#\s*include\s+"([^"]+)"')
 LIST = os.path.join("tests", "rules", "allowed_includes.txt")
 HEAD = """\

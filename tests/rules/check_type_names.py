@@ -12,7 +12,7 @@ import pathlib
 import re
 import sys
 
-FOLDERS = ("include", "narvoassem", "host", "tools", "python")
+FOLDERS = ("include", "narvoassem", "host", "sources", "tools", "python")
 # What stands at the beginning of a line is at namespace scope: bodies are indented.
 OPENS = re.compile(r"^namespace\s*([\w:]*)")
 CLOSES = re.compile(r"^}\s*// namespace")
