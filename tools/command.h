@@ -22,7 +22,7 @@ using Action = std::function<int()>;
 
 /// `narvo inspect`: inspects images and writes blobs and overlays.
 void AddInspectCommand(CLI::App& app, Action& action);
-/// `narvo watch`: inspects images as they come, from a folder or a pipe.
+/// `narvo watch`: inspects images as they come, from a folder, a pipe or shared memory.
 void AddWatchCommand(CLI::App& app, Action& action);
 /// `narvo golden`: inspects images against references whose pattern does not repeat.
 void AddGoldenCommand(CLI::App& app, Action& action);

@@ -2,6 +2,8 @@
 // Quantiles of the fixed histogram against those of sorted times.
 #include "tools/watch/latency_histogram.h"
 
+#include <algorithm>
+#include <cmath>
 #include <random>
 
 #include "host/host_test_help.h"

@@ -2,6 +2,7 @@
 // Frames through a real pipe, however their bytes are cut.
 #include "sources/pipe_source.h"
 
+#include <algorithm>
 #include <random>
 #include <thread>
 

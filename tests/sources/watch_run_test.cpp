@@ -2,9 +2,11 @@
 // The run from source to sink: policies, order, counts, ends.
 #include "tools/watch/watch_run.h"
 
+#include <algorithm>
 #include <future>
 #include <thread>
 
+#include "host/file/output_file.h"
 #include "host/host_test_help.h"
 
 namespace narvo::test

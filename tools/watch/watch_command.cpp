@@ -22,6 +22,7 @@
 #include "host/result/digest.h"
 #include "sources/folder_source.h"
 #include "sources/pipe_source.h"
+#include "sources/ring_source.h"
 #include "tools/exit_code.h"
 #include "tools/image_options.h"
 #include "tools/inspect/batch_options.h"
@@ -39,6 +40,7 @@ namespace
 
 constexpr const char* szFolderSource = "folder:";
 constexpr const char* szPipeSource = "pipe:";
+constexpr const char* szRingSource = "shm:";
 
 struct WatchOptions
 {
@@ -161,8 +163,9 @@ FailRules RulesOf(const WatchOptions& options)
 void CheckSourceName(const WatchOptions& options)
 {
     const bool folder = options.source.starts_with(szFolderSource);
-    if (!folder && options.source != "pipe:-")
-        throw HostError({{"source", options.source, "folder:PATH or pipe:-"}});
+    const bool ring = options.source.starts_with(szRingSource) && options.source != szRingSource;
+    if (!folder && !ring && options.source != "pipe:-")
+        throw HostError({{"source", options.source, "folder:PATH, pipe:- or shm:NAME"}});
     if (!folder && options.existing)
         throw HostError({{"--existing", options.source, "folder:PATH"}});
 }
@@ -172,6 +175,8 @@ std::unique_ptr<sources::FrameSource> OpenSource(const WatchOptions& options, co
 {
     if (options.source.starts_with(szPipeSource))
         return std::make_unique<sources::PipeSource>(0, reading);
+    if (options.source.starts_with(szRingSource))
+        return std::make_unique<sources::RingSource>(options.source.substr(std::string(szRingSource).size()), reading);
     sources::FolderSourceOptions folder;
     folder.folder = options.source.substr(std::string(szFolderSource).size());
     folder.reading = reading;
@@ -203,7 +208,7 @@ int RunWatchCommand(const WatchOptions& options)
     settings.mostFrames = options.images;
     settings.longest = std::chrono::seconds(options.seconds);
     const sources::FrameReading reading{*settings.recipes.front(), &ProgramNotes()};
-    if (options.source.starts_with(szPipeSource))
+    if (!options.source.starts_with(szFolderSource))
         sources::RequireRawShape(reading.reading, options.source);
 
     OutputNames names;
@@ -265,7 +270,8 @@ void AddWatchCommand(CLI::App& app, Action& action)
     CLI::App* command = app.add_subcommand("watch", "Inspect images as they come and judge each");
     command
         ->add_option("source", options->source,
-                     "folder:PATH, images that appear in a folder; pipe:-, raw frames on the standard input")
+                     "folder:PATH, images that appear in a folder; pipe:-, raw frames on the standard input; shm:NAME, "
+                     "raw frames in shared memory")
         ->required();
     command->add_option("-r,--recipe", options->recipe, "recipe file; its fields: narvo recipe")->required();
     command->add_option("-n,--images", options->images, "end after that many frames, 1 to 1000000000 (default: no end)")
