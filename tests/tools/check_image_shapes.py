@@ -1,0 +1,55 @@
+# SPDX-License-Identifier: MIT
+"""check_image_shapes.py NARVO: images of a pixel, a row and a column, headers that promise more than there is, and one of
+32768 by 32768 pixels that takes no disk: an answer or a message, within stated memory."""
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+SECONDS = 100
+SMALL_KIB = 512 * 1024  # what a refusal may take
+LARGE_KIB = 3 * 1024 * 1024  # an image of 1 GiB, and working memory
+
+
+def expect(narvo, folder, arguments, code, words, memory):
+    """Runs the program under a limit of time. Memory is the largest resident size."""
+    with open(folder / "said", "wb") as said:
+        process = subprocess.Popen(["timeout", "-s", "KILL", str(SECONDS), narvo, *arguments], cwd=folder, stdout=said,
+                                   stderr=said)
+        _, status, usage = os.wait4(process.pid, 0)
+    process.returncode = os.waitstatus_to_exitcode(status)
+    text = (folder / "said").read_text(errors="replace")
+    print(arguments, process.returncode, usage.ru_maxrss, "KiB", text[:200], flush=True)
+    if process.returncode != code or words not in text or usage.ru_maxrss > memory:
+        sys.exit(f"expected code {code}, {words!r}, at most {memory} KiB")
+
+
+def main():
+    narvo = sys.argv[1]
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        expect(narvo, folder, ["synth", "--width", "256", "--height", "320", "--pitch-x", "40.5", "--pitch-y", "48.25",
+                               "--quiet"], 0, "", SMALL_KIB)
+        for image, width, height, field in (("one", 1, 1, "image's height: 1 pixels"),
+                                            ("row", 500, 1, "image's height: 1 pixels"),
+                                            ("column", 1, 500, "region's width: 1 pixels")):
+            (folder / f"{image}.pgm").write_bytes(b"P5 %d %d 255\n" % (width, height) + bytes(width * height))
+            expect(narvo, folder, ["inspect", f"{image}.pgm", "--recipe", "panel.recipe.json", "--output", "o"], 2, field,
+                   SMALL_KIB)
+            expect(narvo, folder, ["golden", f"{image}.pgm", "--reference", f"{image}.pgm", "--output", "o"], 2,
+                   f"{width} by {height} pixels; allowed: sides of at least 64", SMALL_KIB)
+        (folder / "less.pgm").write_bytes(b"P5 30000 30000 255\nABC")
+        expect(narvo, folder, ["inspect", "less.pgm", "--recipe", "panel.recipe.json", "--output", "o"], 2,
+               "30000 by 30000 pixels; allowed: at most", SMALL_KIB)
+        head = b"P5 32768 32768 255\n"
+        with open(folder / "large.pgm", "wb") as large:
+            large.write(head)
+            large.truncate(len(head) + 32768 * 32768)
+        inspect = ["inspect", "large.pgm", "--recipe", "panel.recipe.json", "--output", "o", "--no-overlay", "--quiet"]
+        expect(narvo, folder, inspect, 2, "32768 by 32768 pixels; allowed: at most", SMALL_KIB)
+        expect(narvo, folder, [*inspect, "--max-pixels", str(32768 * 32768)], 0, "", LARGE_KIB)
+
+
+if __name__ == "__main__":
+    main()
