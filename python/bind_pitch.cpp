@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 // The search for the pattern's period, and the recipe that follows from it.
+#include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
-#include "host/lattice/lattice.h"
-#include "host/lattice/lattice_search.h"
-#include "host/lattice/lattice_settings.h"
-#include "host/pitch/lattice_recipe.h"
-#include "host/pitch/pitch_recipe.h"
-#include "host/pitch/pitch_search.h"
+#include <narvo/host_pitch.h>
+
 #include "python/bind.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"
@@ -22,81 +21,76 @@ namespace narvo::python
 namespace
 {
 
-CRect RegionOrAll(const py::handle& region, const GreyView& image)
+/// An image, and the part of it that counts: all of it for None.
+struct Part
 {
-    return ToRect(region, CRect(0, 0, image.Width(), image.Height()), "region");
+    py::array array;
+    v1::ImagePixels pixels;
+    py::object rect;
+    v1::Box box;
+};
+
+Part ToPart(const py::handle& image, const py::handle& region)
+{
+    Part part{Translated(Fault::Image, [&] { return CheckedImageArray(image, "image"); }), {}, {}, {}};
+    part.pixels = {static_cast<const std::uint8_t*>(part.array.data()), static_cast<int>(part.array.shape(1)),
+                   static_cast<int>(part.array.shape(0))};
+    const CRect rect = Translated(
+        Fault::Argument, [&] { return ToRect(region, CRect(0, 0, part.pixels.width, part.pixels.height), "region"); });
+    part.rect = ToPython(rect);
+    part.box = {rect.left, rect.top, rect.right, rect.bottom};
+    return part;
 }
 
-PitchResult Search(const py::handle& image, const py::handle& region)
+/// Runs `call` without the interpreter lock; a region that it refuses is shown as Python has it.
+template <typename Call>
+auto OnPart(const Part& part, Call call)
 {
-    const ImageArgument pixels = Translated(Fault::Image, [&] { return ImageArgument(image, "image"); });
     return Translated(Fault::Argument,
                       [&]
                       {
-                          const CRect part = RegionOrAll(region, pixels.View());
-                          return Unlocked([&] { return SearchPitch(pixels.View(), part); });
+                          try
+                          {
+                              return Unlocked(call);
+                          }
+                          catch (const v1::Error& error)
+                          {
+                              std::vector<v1::Problem> problems = error.Problems();
+                              for (v1::Problem& problem : problems)
+                                  if (problem.field == "region")
+                                      problem.value = py::str(part.rect);
+                              throw v1::Error(std::move(problems));
+                          }
                       });
 }
 
-CheckedRecipe MakeRecipe(const py::handle& image, const PitchResult& pitch, const py::handle& region)
+v1::FoundPitch Search(const py::handle& image, const py::handle& region)
 {
-    const ImageArgument pixels = Translated(Fault::Image, [&] { return ImageArgument(image, "image"); });
+    const Part part = ToPart(image, region);
     return Translated(Fault::Argument,
-                      [&]
-                      {
-                          const CRect part = RegionOrAll(region, pixels.View());
-                          const CRect whole(0, 0, pixels.View().Width(), pixels.View().Height());
-                          if (!pitch.x.found && !pitch.y.found)
-                              throw HostError({{"pitch", "found along neither axis",
-                                                "an image whose pattern has a period along one axis or both"}});
-                          if (part.left < 0 || part.top < 0 || part.right > whole.right || part.bottom > whole.bottom ||
-                              part.Width() < nPitchSearchSide || part.Height() < nPitchSearchSide)
-                              throw HostError({{"region", std::string(py::str(ToPython(part))),
-                                                "a rectangle inside the image of " + std::to_string(whole.right) +
-                                                    " by " + std::to_string(whole.bottom) + " pixels, sides at least " +
-                                                    std::to_string(nPitchSearchSide)}});
-                          return Unlocked([&] { return MakePitchRecipe(pixels.View(), part, pitch); });
-                      });
+                      [&] { return Unlocked([&] { return v1::FoundPitch::Search(part.pixels, part.box); }); });
 }
 
-/// The part of an image that a lattice is searched in. @throws HostError for a region that is not inside
-GreyImage LatticePart(const GreyView& image, const CRect& part)
+CheckedRecipe MakeRecipe(const py::handle& image, const v1::FoundPitch& pitch, const py::handle& region)
 {
-    if (part.left < 0 || part.top < 0 || part.right > image.Width() || part.bottom > image.Height() ||
-        part.Width() < nLatticeSideLow || part.Height() < nLatticeSideLow)
-        throw HostError(
-            {{"region", std::string(py::str(ToPython(part))),
-              "a rectangle inside the image of " + std::to_string(image.Width()) + " by " +
-                  std::to_string(image.Height()) + " pixels, sides at least " + std::to_string(nLatticeSideLow)}});
-    return {image.Row(part.top) + part.left, part.Width(), part.Height(), image.Stride()};
+    const Part part = ToPart(image, region);
+    return ToLayerRecipe(OnPart(part, [&] { return pitch.MakeRecipe(part.pixels, part.box); }));
 }
 
-LatticeSearch FindLattice(const py::handle& image, const py::handle& region)
+v1::FoundLattice FindLattice(const py::handle& image, const py::handle& region)
 {
-    const ImageArgument pixels = Translated(Fault::Image, [&] { return ImageArgument(image, "image"); });
-    return Translated(Fault::Argument,
-                      [&]
-                      {
-                          const GreyImage part = LatticePart(pixels.View(), RegionOrAll(region, pixels.View()));
-                          return Unlocked([&] { return SearchLattice(part); });
-                      });
+    const Part part = ToPart(image, region);
+    return OnPart(part, [&] { return v1::FoundLattice::Search(part.pixels, part.box); });
 }
 
-CheckedRecipe MakeRecipeOfLattice(const py::handle& image, const LatticeSearch& lattice, const py::handle& region)
+CheckedRecipe MakeRecipeOfLattice(const py::handle& image, const v1::FoundLattice& lattice, const py::handle& region)
 {
-    const ImageArgument pixels = Translated(Fault::Image, [&] { return ImageArgument(image, "image"); });
-    return Translated(Fault::Argument,
-                      [&]
-                      {
-                          if (lattice.lattice.vectors.empty())
-                              throw HostError({{"lattice", "not found", "an image whose pattern repeats"}});
-                          const CRect part = RegionOrAll(region, pixels.View());
-                          LatticePart(pixels.View(), part);
-                          return Unlocked([&] { return MakeLatticeRecipe(pixels.View(), part, lattice); });
-                      });
+    // A lattice that was not found is refused before a region that is none.
+    const Part part = ToPart(image, lattice.Vectors().empty() ? py::none() : region);
+    return ToLayerRecipe(OnPart(part, [&] { return lattice.MakeRecipe(part.pixels, part.box); }));
 }
 
-std::string AxisText(const AxisPitch& axis)
+std::string AxisText(const v1::AxisSearch& axis)
 {
     return axis.found ? FormatNumber(axis.sixteenths / 16.0) : "none";
 }
@@ -105,66 +99,62 @@ std::string AxisText(const AxisPitch& axis)
 
 void BindPitch(py::module_& module)
 {
-    py::class_<AxisPitch>(module, "AxisPitch", py::is_final(), "What search_pitch() found along one axis.")
-        .def_readonly("found", &AxisPitch::found, "Whether there is a period.")
-        .def_readonly("measured", &AxisPitch::pitch, "The period as measured, pixels.")
+    py::class_<v1::AxisSearch>(module, "AxisPitch", py::is_final(), "What search_pitch() found along one axis.")
+        .def_readonly("found", &v1::AxisSearch::found, "Whether there is a period.")
+        .def_readonly("measured", &v1::AxisSearch::measured, "The period as measured, pixels.")
         .def_property_readonly(
-            "pitch", [](const AxisPitch& axis) { return axis.sixteenths / 16.0; },
+            "pitch", [](const v1::AxisSearch& axis) { return axis.sixteenths / 16.0; },
             "The period to the nearest 1/16 pixel, the engine's own unit: what a recipe takes. Pixels.")
-        .def_readonly("periods", &AxisPitch::periods, "Periods that the measured length spans.")
-        .def_readonly("confidence", &AxisPitch::confidence,
+        .def_readonly("periods", &v1::AxisSearch::periods, "Periods that the measured length spans.")
+        .def_readonly("confidence", &v1::AxisSearch::confidence,
                       "Least correlation of the image with itself at one, two and three pitches, 0 to 1.")
         .def_property_readonly(
             "runner_up",
-            [](const AxisPitch& axis) -> py::object
+            [](const v1::AxisSearch& axis) -> py::object
             {
-                if (axis.runnerUp.strength <= 0.0)
+                if (axis.otherStrength <= 0.0)
                     return py::none();
-                return py::make_tuple(axis.runnerUp.pitch, axis.runnerUp.strength);
+                return py::make_tuple(axis.otherPitch, axis.otherStrength);
             },
             "The strongest other period that is no multiple, as (pixels, correlation), or None.")
         .def_property_readonly(
             "cost",
-            [](const AxisPitch& axis)
+            [](const v1::AxisSearch& axis)
             { return py::array_t<float>(static_cast<py::ssize_t>(axis.cost.size()), axis.cost.data()); },
             "Cost of displacements in steps of 1/16 pixel from 0 on: 0 the same, 1 unrelated, 2 the opposite.")
         .def("__repr__",
-             [](const AxisPitch& axis) {
+             [](const v1::AxisSearch& axis) {
                  return "<narvoassem.AxisPitch: " + AxisText(axis) + ", confidence " + FormatNumber(axis.confidence) +
                         ">";
              });
 
-    py::class_<PitchResult>(module, "PitchResult", py::is_final(), "What search_pitch() found.")
-        .def_readonly("x", &PitchResult::x, "Along x.")
-        .def_readonly("y", &PitchResult::y, "Along y.")
+    py::class_<v1::FoundPitch>(module, "PitchResult", py::is_final(), "What search_pitch() found.")
+        .def_property_readonly("x", &v1::FoundPitch::X, "Along x.")
+        .def_property_readonly("y", &v1::FoundPitch::Y, "Along y.")
         .def_property_readonly(
-            "found", [](const PitchResult& pitch) { return pitch.x.found || pitch.y.found; },
+            "found", [](const v1::FoundPitch& pitch) { return pitch.X().found || pitch.Y().found; },
             "Whether there is a period along one axis or both.")
-        .def("__repr__", [](const PitchResult& pitch)
-             { return "<narvoassem.PitchResult: " + AxisText(pitch.x) + " by " + AxisText(pitch.y) + ">"; });
+        .def("__repr__", [](const v1::FoundPitch& pitch)
+             { return "<narvoassem.PitchResult: " + AxisText(pitch.X()) + " by " + AxisText(pitch.Y()) + ">"; });
 
-    py::class_<LatticeSearch>(module, "LatticeResult", py::is_final(), "What search_lattice() found.")
+    py::class_<v1::FoundLattice>(module, "LatticeResult", py::is_final(), "What search_lattice() found.")
         .def_property_readonly(
             "vectors",
-            [](const LatticeSearch& found)
+            [](const v1::FoundLattice& found)
             {
                 py::list vectors;
-                for (const LatticeVector& vector : found.lattice.vectors)
+                for (const v1::LatticeOffset& vector : found.Vectors())
                     vectors.append(py::make_tuple(vector.x, vector.y));
                 return vectors;
             },
             "The displacements at which the pattern repeats, one or two as (x, y) in pixels; empty: none was found.")
-        .def_readonly("strength", &LatticeSearch::strength,
-                      "Correlation of the image with itself one vector on, the lower of two.")
+        .def_property_readonly("strength", &v1::FoundLattice::Strength,
+                               "Correlation of the image with itself one vector on, the lower of two.")
         .def_property_readonly(
-            "found", [](const LatticeSearch& found) { return !found.lattice.vectors.empty(); },
+            "found", [](const v1::FoundLattice& found) { return !found.Vectors().empty(); },
             "Whether the pattern repeats.")
         .def("__repr__",
-             [](const LatticeSearch& found)
-             {
-                 return "<narvoassem.LatticeResult: " +
-                        (found.lattice.vectors.empty() ? "none" : LatticeText(found.lattice)) + ">";
-             });
+             [](const v1::FoundLattice& found) { return "<narvoassem.LatticeResult: " + found.Text() + ">"; });
 
     SealUnconstructed(module.attr("LatticeResult"));
     SealUnconstructed(module.attr("AxisPitch"));

@@ -50,6 +50,47 @@ TEST(HostPitch, ProposesARecipeThatFindsADefect)
     EXPECT_THAT(inspector.Inspect(bad.Pixels(), *proposal.recipe)[0].defects, SizeIs(1));
 }
 
+TEST(HostPitch, AFoundPitchMakesTheRecipeThatIsProposed)
+{
+    const Picture8 good = PeriodicPicture(480, 360, 32, 24);
+    const Box region = {16, 8, 470, 350};
+    const FoundPitch found = FoundPitch::Search(good.Pixels(), region);
+    EXPECT_TRUE(found.X().found);
+    EXPECT_EQ(found.X().sixteenths, 32 * 16);
+    EXPECT_EQ(found.Y().sixteenths, 24 * 16);
+    ASSERT_GT(found.X().cost.size(), 512U);
+    EXPECT_LT(found.X().cost[512], 0.2F);
+    EXPECT_EQ(found.MakeRecipe(good.Pixels(), region).Text(), ProposeRecipe(good.Pixels(), region).recipe->Text());
+    const auto outside = Attempt([&] { found.MakeRecipe(good.Pixels(), {0, 0, 481, 360}); });
+    EXPECT_EQ(FieldsOf(outside), std::vector<std::string>{"region"});
+    const Picture8 plain(480, 360, 90);
+    const auto none = Attempt(
+        [&] {
+            FoundPitch::Search(plain.Pixels(), {0, 0, 480, 360}).MakeRecipe(good.Pixels(), region);
+        });
+    EXPECT_EQ(FieldsOf(none), std::vector<std::string>{"pitch"});
+}
+
+TEST(HostPitch, AFoundLatticeMakesARecipeInLatticeMode)
+{
+    const Picture8 good = PeriodicPicture(480, 360, 32, 24);
+    const Box whole = {0, 0, 480, 360};
+    const FoundLattice found = FoundLattice::Search(good.Pixels(), whole);
+    ASSERT_THAT(found.Vectors(), SizeIs(2));
+    EXPECT_GT(found.Strength(), 0.8);
+    EXPECT_THAT(found.Text(), HasSubstr(" and "));
+    EXPECT_THAT(found.MakeRecipe(good.Pixels(), whole).Text(), HasSubstr("\"lattice\""));
+    const FoundLattice none = FoundLattice::Search(Picture8(480, 360, 90).Pixels(), whole);
+    EXPECT_THAT(none.Vectors(), IsEmpty());
+    EXPECT_EQ(none.Text(), "none");
+    EXPECT_EQ(FieldsOf(Attempt([&] { none.MakeRecipe(good.Pixels(), whole); })), std::vector<std::string>{"lattice"});
+    EXPECT_EQ(FieldsOf(Attempt(
+                  [&] {
+                      FoundLattice::Search(good.Pixels(), {0, 0, 20, 20});
+                  })),
+              std::vector<std::string>{"region"});
+}
+
 TEST(HostPitch, ProposedRecipesAreSavedWithTheirZones)
 {
     const Picture8 good = PeriodicPicture(480, 360, 32, 24);

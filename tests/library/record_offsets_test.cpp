@@ -12,6 +12,7 @@ using narvo::ImagePixels;
 using narvo::Problem;
 using narvo::Report;
 
+using narvo::AxisSearch;
 using narvo::BlockCheck;
 using narvo::CapabilityReport;
 using narvo::ColumnSpan;
@@ -21,6 +22,7 @@ using narvo::Explanation;
 using narvo::FieldMean;
 using narvo::GoldenReport;
 using narvo::GreyPicture;
+using narvo::LatticeOffset;
 using narvo::LearnReport;
 using narvo::LearntFinds;
 using narvo::LearntImage;
@@ -77,6 +79,11 @@ static_assert(sizeof(Setting) == 40 && offsetof(Setting, value) == 32);
 static_assert(sizeof(PitchAxis) == 56 && offsetof(PitchAxis, pitch) == 8 && offsetof(PitchAxis, measured) == 16);
 static_assert(offsetof(PitchAxis, periods) == 24 && offsetof(PitchAxis, confidence) == 32);
 static_assert(offsetof(PitchAxis, otherPitch) == 40 && offsetof(PitchAxis, otherStrength) == 48);
+static_assert(sizeof(AxisSearch) == 72 && offsetof(AxisSearch, measured) == 8);
+static_assert(offsetof(AxisSearch, sixteenths) == 16 && offsetof(AxisSearch, periods) == 20);
+static_assert(offsetof(AxisSearch, confidence) == 24 && offsetof(AxisSearch, otherPitch) == 32);
+static_assert(offsetof(AxisSearch, otherStrength) == 40 && offsetof(AxisSearch, cost) == 48);
+static_assert(sizeof(LatticeOffset) == 16 && offsetof(LatticeOffset, y) == 8);
 static_assert(sizeof(PitchProposal) == 160 && offsetof(PitchProposal, y) == 56);
 static_assert(offsetof(PitchProposal, recipe) == 112 && offsetof(PitchProposal, notes) == 136);
 
