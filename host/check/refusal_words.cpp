@@ -132,7 +132,7 @@ Problem WordBound(const CConvParam& param, Refusal reason, bool vertical)
     case Refusal::RegionOutside:
         return {"rtInspect", Sides(param.rtInspect), "sides inside the image of " + ImageSize(param) + " pixels"};
     case Refusal::CornersOutside:
-        return {"trapInspect", "a corner outside the image, or a first row without an entry in pTiltConvTable",
+        return {"trapInspect", "a corner outside the image",
                 "corners inside the image of " + ImageSize(param) + " pixels"};
     case Refusal::PitchAlong:
         return Distance(param, vertical, comparablePitch);

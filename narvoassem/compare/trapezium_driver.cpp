@@ -52,6 +52,9 @@ int RunHorizontal(CPairStorage& store)
     FillCall(call, store);
     call.nPitch16 = ToRoundedPitch16(param.GetRealConvPitch());
     call.pPitchTable = param.pTiltConvTable;
+    // The top row is inspected even where the bottom lies above it, and may be the one below the image. Its pixels are
+    // those of the last row then, and so is its pitch.
+    call.nLastEntry = (std::int64_t{param.nImageHeight} + 15) / 16 - 1;
     call.nTop = ptCorner[0].y;
     call.nBottom = ptCorner[3].y;
     call.nLeftTop = ptCorner[0].x;

@@ -125,11 +125,6 @@ void CheckTrapezium(const CConvParam& param, CRefusals& refusals)
                            ((bVertical || bOuter) && !IsWithin(ptCorner[i].y, param.nImageHeight)),
                        Refusal::CornersOutside);
     }
-    // A horizontal scan visits its top row even where the bottom lies above it, so that row's entry must exist.
-    const std::int64_t nTabledRows = (std::int64_t{param.nImageHeight} + 15) / 16 * 16;
-    refusals.AddIf(!bVertical && param.pTiltConvTable != nullptr && ptCorner[0].y != ptCorner[3].y &&
-                       ptCorner[0].y >= nTabledRows,
-                   Refusal::CornersOutside);
     // The length of the shortest useful strip depends on both pitches.
     refusals.AddIf(!IsPitchReadable(GetRealPitch(param, bVertical), ToRoundedPitch16), Refusal::PitchAlong);
     refusals.AddIf(bVertical && !IsPitchUsable(param.GetRealConvPitch()), Refusal::PitchAcross);

@@ -15,8 +15,7 @@ bool HasStores(const CPairStorage& store);
 
 /// Where a comparison would read what the block does not provide. It does not where
 /// - the region lies inside the image, even an empty one, and one that is not empty has an image; the corners of a
-///   trapezium lie inside it as far as its direction reads them, and the row that a horizontal one begins with has an
-///   entry in the table of pitches by row;
+///   trapezium lie inside it as far as its direction reads them;
 /// - the real pitch compared along is finite, within dPitchLimit and not negative; the one across is finite and within
 ///   the limit where something reads it: a cross filter, or the vertical trapezium;
 /// - what selects a table kernel comes with all its tables; map lines and grid rows do not run backward;
@@ -31,7 +30,8 @@ bool HasStores(const CPairStorage& store);
 /// - pitches by row: entries top / 16 .. (bottom - 2 - whole pitch - 1) / 16 of (height + 15) / 16;
 /// - displacements by column: entries left & ~15 .. right - 16 & ~15 of width; weights: up to 7 more of those of a
 ///   whole block of 16;
-/// - pitches of trapezia: entries x / 16 or y / 16 from the first side on; filters: of the nearest place in the image;
+/// - pitches of trapezia: entries x / 16, or y / 16 up to the last one, from the first side on; filters: of the nearest
+/// place in the image;
 /// - grids: in cells without width one step for each 16 columns, otherwise as far as the cells of a regular grid lie;
 ///   where origins lie in other places, and for the maps below them, the host is answerable.
 CRefusals FindOutOfBounds(const CConvParam& param, Comparison eComparison);

@@ -14,7 +14,7 @@ struct CAddressPlace
     std::int64_t width = 0, height = 0, left = 0, top = 0, right = 0, bottom = 0, hasImage = 1;
     std::int64_t pitch = 0, usesTables = 0, hasTables = 0, hasGrid = 0, gridColumns = 0, mapStride = 0;
     std::int64_t cellWidth = 0, cellHeight = 0, corner0X = 0, corner0Y = 0, corner3X = 0, corner3Y = 0;
-    std::int64_t corner1 = 0, corner2 = 0, otherExtent = 0, hasTilt = 0, freeRows = 0, x = 0, y = 0, count = 0;
+    std::int64_t corner1 = 0, corner2 = 0, otherExtent = 0, freeRows = 0, x = 0, y = 0, count = 0;
     std::int64_t bytes = 0, rowStart = 0, column = 0, gridRow = 0, gridColumn = 0, columnStart = 0, rowDepth = 0;
     std::int64_t originX = 0, originY = 0;
 

@@ -14,7 +14,7 @@ import time
 import z3
 
 NAMES = """width height left top right bottom hasImage pitch usesTables hasTables hasGrid gridColumns mapStride
-cellWidth cellHeight corner0X corner0Y corner3X corner3Y corner1 corner2 otherExtent hasTilt freeRows x y count bytes
+cellWidth cellHeight corner0X corner0Y corner3X corner3Y corner1 corner2 otherExtent freeRows x y count bytes
 rowStart column gridRow gridColumn columnStart rowDepth originX originY""".split()
 LIMIT = 2**31  # extents and coordinates are ints
 
@@ -73,7 +73,7 @@ class Formulas:
 REGION = "LeftInside RightInside TopInside BottomInside ImageGiven"
 ALONG = REGION + " PitchNotNegative PitchWithinLimit"
 ZONE = ALONG + " GridGiven GridColumns MapStride CellWidth CellHeight"
-CORNERS = "Corner0X Corner0Y Corner3X Corner3Y OtherCorner1 OtherCorner2 TopRowHasEntry"
+CORNERS = "Corner0X Corner0Y Corner3X Corner3Y OtherCorner1 OtherCorner2"
 
 # What loops guarantee, in the terms of the formulas.
 PIXELS = ["left < right", "top < bottom"]
@@ -128,8 +128,7 @@ def obligations():
     yield ("TrapeziumColumnTable", CORNERS, ["corner0X <= x", "x < corner0X + Down16(corner3X - corner0X)"],
            INSIDE.format("TrapeziumColumnEntry()", "EntriesPer16(width)"))
     # The top row is visited even where the bottom lies above it.
-    yield ("TrapeziumRowTable", CORNERS, ["hasTilt == 1", "corner0Y != corner3Y", "corner0Y <= y",
-                                          "Or(y == corner0Y, y < corner3Y)"],
+    yield ("TrapeziumRowTable", CORNERS, ["corner0Y != corner3Y", "corner0Y <= y", "Or(y == corner0Y, y < corner3Y)"],
            INSIDE.format("TrapeziumRowEntry()", "EntriesPer16(height)"))
     # A side runs between two corners, so its rows or columns are as many as the image has at most.
     for name, first, second, extent in (("Rows0", "corner0Y", "corner3Y", "height"),
@@ -226,7 +225,6 @@ WEAKER = {
     "Corner3Y": ["And(0 <= corner3Y, corner3Y <= height + 1)"],
     "OtherCorner1": ["And(-1 <= corner1, corner1 <= otherExtent)", "And(0 <= corner1, corner1 <= otherExtent + 1)"],
     "OtherCorner2": ["And(-1 <= corner2, corner2 <= otherExtent)", "And(0 <= corner2, corner2 <= otherExtent + 1)"],
-    "TopRowHasEntry": ["Or(hasTilt == 0, corner0Y == corner3Y, corner0Y <= 16 * EntriesPer16(height))"],
 }
 
 

@@ -124,10 +124,6 @@ bool IsTrapeziumSound(const CConvParam& param)
         return IsCornerInside(pt[0].x, param.nImageWidth) && IsCornerInside(pt[3].x, param.nImageWidth) &&
                std::all_of(pt, pt + 4,
                            [&](const auto& corner) { return IsCornerInside(corner.y, param.nImageHeight); });
-    // The table has entries for whole groups of 16 rows; the first row is looked up even in front of the last.
-    const bool bBeyondTable = pt[0].y == param.nImageHeight && param.nImageHeight % 16 == 0 && pt[0].y != pt[3].y;
-    if (param.pTiltConvTable != nullptr && bBeyondTable)
-        return false;
     return IsCornerInside(pt[0].y, param.nImageHeight) && IsCornerInside(pt[3].y, param.nImageHeight) &&
            std::all_of(pt, pt + 4, [&](const auto& corner) { return IsCornerInside(corner.x, param.nImageWidth); });
 }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 
 #include "narvoassem/fast/call/kernel_call.h"
 
@@ -32,6 +33,8 @@ struct CTrapeziumHoriCall : CTrapeziumCall
     std::int64_t nLeftBottom = 0;
     std::int64_t nRightTop = 0;
     std::int64_t nRightBottom = 0;
+    /// Of pPitchTable: rows that come later take it too.
+    std::int64_t nLastEntry = std::numeric_limits<std::int64_t>::max();
     std::int64_t nPitchRound = 0; ///< 8 or more: partners one pixel further on, without a table
 };
 

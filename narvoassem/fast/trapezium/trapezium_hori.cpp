@@ -32,7 +32,7 @@ public:
         for (; nHeight != 0 && (m_nRow == m_call.nTop || m_nRow < m_call.nBottom); ++m_nRow)
         {
             if (m_call.pPitchTable != nullptr && (m_nRow - m_call.nTop) % 16 == 0)
-                m_pitch = CPitch16(m_call.pPitchTable[m_nRow >> 4]);
+                m_pitch = CPitch16(m_call.pPitchTable[std::min(m_nRow >> 4, m_call.nLastEntry)]);
             m_x = SideAt(m_nRow - m_call.nTop, nHeight, m_call.nLeftTop, m_call.nLeftBottom);
             const std::int64_t nRight = SideAt(m_nRow - m_call.nTop, nHeight, m_call.nRightTop, m_call.nRightBottom);
             m_nWidth = RoundDownTo16(nRight - m_x);
