@@ -100,7 +100,8 @@ TEST_F(NarvoNames, UnknownCommandIsNamedWithTheKnownOnes)
 {
     const Outcome outcome = RunNarvo(folder, {"explode", "--now"});
     EXPECT_EQ(outcome.code, 2);
-    EXPECT_THAT(outcome.error, testing::StartsWith("narvo: command: explode; allowed: one of inspect, golden, "));
+    EXPECT_THAT(outcome.error,
+                testing::StartsWith("narvo: command: explode; allowed: one of inspect, watch, golden, "));
 }
 
 } // namespace

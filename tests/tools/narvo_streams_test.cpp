@@ -29,6 +29,7 @@ const std::map<std::string, std::string>& Lines()
         {"completion", "completion bash"},
         {"evaluate", "evaluate pairs"},
         {"explain", "explain panel.png -r panel.recipe.json --at 100,100 --json"},
+        {"export", "export seen.blobs.json -f csv -o defects.csv"},
         {"field", "field panel.png -o even.png"},
         {"golden", "golden board.good.png board.png"},
         {"inspect", "inspect panel.png -r panel.recipe.json"},
@@ -39,6 +40,7 @@ const std::map<std::string, std::string>& Lines()
         {"report", "report panel.png -r panel.recipe.json"},
         {"synth", "synth --width 256 --height 256 --pitch-x 24 --pitch-y 24 --defects 1 -o drawn"},
         {"tune", "tune panel.png -r panel.recipe.json -f min_area --from 1 --to 2 -n 2"},
+        {"watch", "watch pipe:- -r panel.recipe.json --raw Mono8:256x256 --overwrite"},
     };
     return lines;
 }
@@ -65,6 +67,7 @@ void PrepareStreamsFolder(const TestFolder& folder)
     ASSERT_EQ(
         RunNarvo(folder, {"board", "--width", "512", "--height", "640", "--defects", "2", "--seed", "1", "-q"}).code,
         0);
+    ASSERT_EQ(RunNarvo(folder, {"inspect", "panel.png", "-r", "panel.recipe.json", "-q", "-o", "seen"}).code, 0);
     fs::create_directory(folder / "pairs");
     fs::copy_file(folder / "board.good.png", folder / "pairs/1_temp.png");
     fs::copy_file(folder / "board.png", folder / "pairs/1_test.png");
