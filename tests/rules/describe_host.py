@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
 """Describes the binary interface of the host library's headers: every record with its size and its members' places and
-types, every enumeration with its values. Exported functions and their argument types are in host_symbols.txt.
+types, every enumeration with its values, every function of the C header with its types. Exported functions of C++ and
+their argument types are in host_symbols.txt.
 
     describe_host.py SOURCE_FOLDER
 
@@ -19,7 +20,8 @@ NAME = r"[A-Za-z_][A-Za-z0-9_]*"
 
 
 def without_comments(text):
-    return re.sub(r"//[^\n]*|/\*.*?\*/", "", text, flags=re.DOTALL)
+    """Nor the preprocessor's lines."""
+    return re.sub(r"//[^\n]*|/\*.*?\*/|^\s*#[^\n]*", "", text, flags=re.DOTALL | re.MULTILINE)
 
 
 def enumerations(text):
@@ -30,6 +32,14 @@ def enumerations(text):
             name, _, value = (part.strip() for part in enumerator.partition("="))
             values.append((name, int(value, 0) if value else (values[-1][1] + 1 if values else 0)))
         yield f"enum {match[1]} : {match[2] or 'int'}\n" + "".join(f"  {name} = {value}\n" for name, value in values)
+
+
+def functions(text):
+    """The C header's functions, each on a line without names of arguments."""
+    for match in re.finditer(rf"NARVO_C_API\s+([^;#]*?)\b({NAME})\(([^;]*?)\);", text):
+        arguments = [re.sub(rf"\b{NAME}(\[\])?$", r"\1", part.strip()) for part in match[3].split(",")]
+        words = f"{match[1]} {match[2]}({', '.join(arguments) if match[3].strip() != 'void' else 'void'})"
+        yield re.sub(r"\s+", " ", words).replace("* ", "*").replace(" )", ")").replace(" ,", ",") + "\n"
 
 
 def layouts(folder, names, language):
@@ -77,7 +87,8 @@ def describe(folder):
             sys.exit(f"not laid out: {', '.join(missing) or 'all'}")
         parts += [found[name] for name in sorted(found)]
         parts += sorted(enumerations(whole))
-    return "\n".join(parts)
+        parts.append("".join(sorted(functions(whole))))
+    return "\n".join(part for part in parts if part)
 
 
 if __name__ == "__main__":
