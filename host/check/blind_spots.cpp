@@ -86,19 +86,31 @@ void AddEdges(const CConvParam& given, const CBlockTrace& trace, std::vector<std
             " bytes; give the image a width that is a multiple of 4");
 }
 
-/// Columns of a region that its comparison looks at, from the left side on: whole groups of 16, and what their
-/// references and windows reach.
-int ColumnsSeen(const CBlockTrace& trace)
+/// Columns of a region whose pixels are sources, from the left side on: whole groups of 16 whose references lie in the
+/// region. Horizontal float comparisons cut the region to such groups first and take half groups of what is left.
+int SourceColumns(const CBlockTrace& trace, int whole)
 {
     constexpr int group = 16;
+    constexpr int half = 8;
+    const int width = trace.param.rtInspect.Width();
+    if (trace.eComparison == Comparison::Float && !IsVertical(trace))
+        return std::max(width / group * group - whole - 1, 0) / half * half;
+    return std::max(width - whole, 0) / group * group;
+}
+
+/// Columns of a region that its comparison looks at: the sources, and what their references and windows reach.
+int ColumnsSeen(const CBlockTrace& trace)
+{
     const CConvParam& param = trace.param;
-    const int width = param.rtInspect.Width();
-    const int pitch16 = IsVertical(trace) ? 0 : engine::ToPitch16(param.GetRealConvPitch());
+    const bool isFloat = trace.eComparison == Comparison::Float;
+    const double pitch = param.GetRealConvPitch();
+    const int pitch16 = IsVertical(trace) ? 0 : isFloat ? engine::ToRoundedPitch16(pitch) : engine::ToPitch16(pitch);
+    const int sources = SourceColumns(trace, pitch16 >> 4);
+    if (sources == 0)
+        return 0;
     const int hop = (pitch16 + 8) >> 4; // where the partner of a hit is taken to lie
-    const int window = trace.eComparison != Comparison::Float           ? 1
-                       : trace.given.Has(engine::KernelOption::Window9) ? 3
-                                                                        : 2;
-    return std::min(width, std::max(width - (pitch16 >> 4), 0) / group * group + hop + window - 1);
+    const int window = !isFloat ? 1 : trace.given.Has(engine::KernelOption::Window9) ? 3 : 2;
+    return std::min(param.rtInspect.Width(), sources + hop + window - 1);
 }
 
 void AddColumns(const CBlockTrace& trace, std::vector<std::string>& spots)
@@ -189,9 +201,8 @@ std::vector<std::string> WordHazards(const CBlockTrace& trace)
 int UnseenFrom(const CBlockTrace& trace)
 {
     const CRect& region = trace.param.rtInspect;
-    const bool floatAcross = trace.eComparison == Comparison::Float && !IsVertical(trace);
     const bool table = trace.kernel.uses.Has(engine::KernelOption::ConvPitches);
-    if (!ComparesByPitch(trace) || trace.eComparison == Comparison::Trapezium || floatAcross || table)
+    if (!ComparesByPitch(trace) || trace.eComparison == Comparison::Trapezium || table)
         return region.right;
     return region.left + ColumnsSeen(trace);
 }

@@ -49,7 +49,7 @@ TEST(HostBlind, AStrongDefectAnywhereIsReportedOrItsColumnsAreNamed)
 {
     Inspector inspector;
     int named = 0;
-    for (const std::uint64_t seed : CaseSeeds("HostBlind", 600))
+    for (const std::uint64_t seed : CaseSeeds("HostBlind", 2000))
     {
         SCOPED_TRACE(ReplayHint(seed));
         CRandom random(seed);
@@ -57,8 +57,12 @@ TEST(HostBlind, AStrongDefectAnywhereIsReportedOrItsColumnsAreNamed)
         const int pitchY = random.Int(8, 40);
         const int width = random.Int(4 * pitchX, 7 * pitchX);
         const int height = random.Int(4 * pitchY, 8 * pitchY);
-        const Box region = {random.Int(0, width - 3 * pitchX - 1), random.Int(0, height - 3 * pitchY - 1), width,
-                            height};
+        const char* mode = random.Pick({"zone", "pixel", "float"});
+        const char* direction = random.Pick({"vertical", "horizontal"});
+        // In less than four pitches, a horizontal comparison may report a defect one pitch further left.
+        const int pitches = std::string(direction) == "horizontal" ? 4 : 3;
+        const Box region = {random.Int(0, std::max(width - pitches * pitchX - 1, 0)),
+                            random.Int(0, height - 3 * pitchY - 1), width, height};
         const bool whole = random.OneIn(2);
         const Box inside = whole ? Box{0, 0, width, height} : region;
         Picture8 picture(width, height);
@@ -70,9 +74,6 @@ TEST(HostBlind, AStrongDefectAnywhereIsReportedOrItsColumnsAreNamed)
         const Box square = {x, y, x + 5, y + 5};
         picture.Fill(square, random.OneIn(2) ? 255 : 0);
 
-        const char* mode = random.Pick({"zone", "pixel", "float"});
-        // Of horizontal float comparisons the columns are not known (docs/cpp-host.md).
-        const char* direction = std::string(mode) == "float" || random.OneIn(2) ? "vertical" : "horizontal";
         RecipeDraft draft;
         draft.Set("mode", mode).Set("pitch.x", pitchX).Set("pitch.y", pitchY).Set("direction", direction);
         if (std::string(mode) == "pixel")
@@ -92,7 +93,7 @@ TEST(HostBlind, AStrongDefectAnywhereIsReportedOrItsColumnsAreNamed)
                 << ", " << inside.top << " to " << width << ", " << height << " defect at " << x << ", " << y
                 << (report.warnings.empty() ? "" : report.warnings[0]);
     }
-    EXPECT_LT(named, 200);
+    EXPECT_LT(named, 400);
 }
 
 } // namespace narvo::test
