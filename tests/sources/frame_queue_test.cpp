@@ -69,7 +69,7 @@ TEST(FrameQueue, LetsAWaitingWriterGoWhenItIsAbandoned)
         queue.Abandon();
     }
     EXPECT_FALSE(taken);
-    EXPECT_EQ(queue.Dropped(), 1U);
+    EXPECT_EQ(queue.Dropped(), 2U);
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 
 #include "host/file/output_file.h"
 #include "host/host_test_help.h"
+#include "tools/watch/sink_chain.h"
 
 namespace narvo::test
 {
@@ -36,6 +37,8 @@ public:
                 throw HostError({{"camera", "gone", "a camera"}});
             return std::nullopt;
         }
+        if (m_number == 1)
+            Note("a frame was lost");
         Frame frame;
         frame.number = m_number++;
         frame.name = "frame " + std::to_string(frame.number);
@@ -63,13 +66,28 @@ public:
         if (frames.size() == most)
             throw WriteError({{"sink", "full", "room"}});
         frames.push_back(image.frame);
+        pictures.push_back(image.picture);
         verdicts.push_back(image.verdict);
     }
-    void Finish() override {}
+    bool WantsPictures() const override { return wantsPictures; }
+    void Progress(const WatchSummary& soFar) override
+    {
+        EXPECT_EQ(soFar.inspected, soFar.passed + soFar.failed + soFar.undecided);
+        EXPECT_EQ(soFar.inspected + soFar.unreadable, frames.size());
+        EXPECT_GE(soFar.acquired, soFar.inspected + soFar.dropped + soFar.unreadable + soFar.waiting);
+        EXPECT_EQ(soFar.latency.Count(), frames.size());
+        ++progressCalls;
+    }
+    void Tell(const std::string& line) override { lines.push_back(line); }
+    void Finish(const WatchSummary&) override {}
 
     std::vector<std::uint64_t> frames;
     std::vector<ImageVerdict> verdicts;
+    std::vector<std::shared_ptr<const GreyImage>> pictures;
+    std::vector<std::string> lines;
+    std::size_t progressCalls = 0;
     std::size_t most = 1000;
+    bool wantsPictures = false;
 };
 
 std::shared_ptr<const GreyImage> EvenImage()
@@ -83,8 +101,7 @@ protected:
     WatchSummary Run(ScriptedSource& source, std::stop_token stop = {})
     {
         settings.recipes = {ParseRecipe(SmallestRecipe(), {})};
-        const WatchSummary summary = RunWatch(
-            settings, source, sink, [](const std::string&) {}, std::move(stop));
+        const WatchSummary summary = RunWatch(settings, source, sink, std::move(stop));
         EXPECT_EQ(summary.acquired, summary.inspected + summary.dropped + summary.unreadable);
         EXPECT_EQ(summary.inspected, summary.passed + summary.failed + summary.undecided);
         EXPECT_EQ(summary.inspected + summary.unreadable, sink.frames.size());
@@ -166,6 +183,66 @@ TEST_F(WatchRunTest, UnreadableFramesAreCountedAndUndecided)
                                                     ImageVerdict_Undecided, ImageVerdict_Pass));
 }
 
+TEST_F(WatchRunTest, SinksHearOfEveryImageAndLineAndGetPicturesOnlyWhereWanted)
+{
+    settings.lanes = 2;
+    const auto load = [](std::uint64_t number)
+    {
+        if (number == 4)
+            throw HostError({{"image", "broken", "whole"}});
+        return EvenImage();
+    };
+    ScriptedSource plain(20, load);
+    Run(plain);
+    EXPECT_THAT(sink.pictures, testing::Each(testing::IsNull()));
+    EXPECT_THAT(sink.lines, testing::ElementsAre("a frame was lost"));
+    EXPECT_EQ(sink.progressCalls, 21U);
+
+    sink.frames.clear();
+    sink.pictures.clear();
+    sink.wantsPictures = true;
+    ScriptedSource seen(20, load);
+    Run(seen);
+    ASSERT_EQ(sink.pictures.size(), 20U);
+    for (std::size_t i = 0; i < sink.pictures.size(); ++i)
+        EXPECT_EQ(sink.pictures[i] != nullptr, i != 4) << i;
+}
+
+TEST(SinkChain, FinishesAllSinksBehindOneThatFails)
+{
+    struct Sink : ResultSink
+    {
+        explicit Sink(std::vector<int>& calls, int number) : called(calls), name(number) {}
+        bool WantsPictures() const override { return name == 2; }
+        void Add(const WatchedImage&) override { called.push_back(name); }
+        void Finish(const WatchSummary&) override
+        {
+            called.push_back(10 * name);
+            if (name != 3)
+                throw WriteError({{"sink " + std::to_string(name), "full", "room"}});
+        }
+        std::vector<int>& called;
+        int name;
+    };
+    std::vector<int> calls;
+    SinkChain chain;
+    EXPECT_FALSE(chain.WantsPictures());
+    for (int i = 1; i <= 3; ++i)
+        chain.Append(std::make_unique<Sink>(calls, i));
+    EXPECT_TRUE(chain.WantsPictures());
+    chain.Add({});
+    try
+    {
+        chain.Finish({});
+        ADD_FAILURE() << "did not throw";
+    }
+    catch (const WriteError& error)
+    {
+        EXPECT_EQ(error.Problems().front().field, "sink 1");
+    }
+    EXPECT_THAT(calls, testing::ElementsAre(1, 2, 3, 10, 20, 30));
+}
+
 TEST_F(WatchRunTest, EndsAtTheNumberOfFramesAtTheTimeAndAtAStop)
 {
     settings.mostFrames = 4;
@@ -210,7 +287,7 @@ TEST_F(WatchRunTest, ASinkThatCannotWriteEndsTheRun)
     sink.most = 3;
     settings.recipes = {ParseRecipe(SmallestRecipe(), {})};
     ScriptedSource source(1000, [](std::uint64_t) { return EvenImage(); });
-    EXPECT_THROW(RunWatch(settings, source, sink, [](const std::string&) {}, {}), WriteError);
+    EXPECT_THROW(RunWatch(settings, source, sink, {}), WriteError);
     EXPECT_THAT(sink.frames, testing::ElementsAre(0U, 1U, 2U));
 }
 

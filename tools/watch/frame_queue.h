@@ -28,24 +28,19 @@ public:
     /// `room` is at least 1.
     FrameQueue(std::size_t room, WhenFull whenFull) : m_room(room), m_whenFull(whenFull) {}
 
-    /// @return false where the queue is closed, or full and to stop at that: the item was not taken
+    /// @return false where the queue is closed, or full and to stop at that: the item was dropped
     bool Add(Item item)
     {
         std::unique_lock lock(m_mutex);
         if (m_whenFull == WhenFull_Wait)
             m_changed.wait(lock, [&] { return m_closed || m_items.size() < m_room; });
-        if (m_closed)
+        const bool full = m_items.size() == m_room;
+        m_overrun = m_overrun || (!m_closed && full && m_whenFull == WhenFull_Stop);
+        m_dropped += m_closed || full ? 1 : 0;
+        if (m_closed || m_overrun)
             return false;
-        if (m_items.size() == m_room && m_whenFull == WhenFull_Stop)
-        {
-            m_overrun = true;
-            return false;
-        }
-        if (m_items.size() == m_room)
-        {
+        if (full)
             m_items.pop_front();
-            ++m_dropped;
-        }
         m_items.push_back(std::move(item));
         lock.unlock();
         m_changed.notify_all();
@@ -90,6 +85,12 @@ public:
         m_changed.notify_all();
     }
 
+    /// Items that wait now.
+    std::size_t Waiting() const
+    {
+        const std::scoped_lock lock(m_mutex);
+        return m_items.size();
+    }
     std::uint64_t Dropped() const
     {
         const std::scoped_lock lock(m_mutex);

@@ -83,6 +83,11 @@ void WatchLog::Add(const WatchedImage& image)
     m_file.Add(ImageLineText(line) + "\n");
 }
 
+void WatchLog::Finish(const WatchSummary&)
+{
+    m_file.Finish();
+}
+
 std::string WatchLog::Done::Key(const std::string& name, std::uint64_t bytes, std::int64_t modified)
 {
     return std::to_string(bytes) + " " + std::to_string(modified) + " " + name;

@@ -30,7 +30,7 @@ public:
     WatchLog(const std::filesystem::path& file, std::string recipe, Start start);
 
     void Add(const WatchedImage& image) override;
-    void Finish() override { m_file.Finish(); }
+    void Finish(const WatchSummary& summary) override;
 
     /// Bytes of a cut last line that were dropped on resuming.
     std::uint64_t DroppedBytes() const { return m_dropped; }

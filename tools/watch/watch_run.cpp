@@ -42,9 +42,8 @@ int MostBlobs(const std::vector<CheckedRecipe>& recipes)
 class Watch
 {
 public:
-    Watch(const WatchSettings& settings, sources::FrameSource& source, ResultSink& sink,
-          const std::function<void(const std::string&)>& tell)
-        : m_settings(settings), m_source(source), m_sink(sink), m_tell(tell),
+    Watch(const WatchSettings& settings, sources::FrameSource& source, ResultSink& sink)
+        : m_settings(settings), m_source(source), m_sink(sink), m_keepsPictures(sink.WantsPictures()),
           m_inspector(settings.lanes, MostBlobs(settings.recipes)), m_plans(settings.recipes.size()),
           m_queue(settings.queue, settings.whenFull)
     {
@@ -54,7 +53,6 @@ public:
 
     WatchSummary Run(std::stop_token stop)
     {
-        const WatchClock::time_point start = WatchClock::now();
         const std::stop_callback forward(std::move(stop), [this] { m_end.request_stop(); });
         {
             std::vector<std::jthread> threads;
@@ -62,15 +60,11 @@ public:
             for (int lane = 0; lane < m_settings.lanes; ++lane)
                 threads.emplace_back([this, lane] { OrFail([&] { Serve(lane); }); });
             threads.emplace_back([this] { Acquire(); });
-            WaitForEnd(start);
+            WaitForEnd();
         }
         if (m_failure != nullptr)
             std::rethrow_exception(m_failure);
-        m_summary.dropped += m_queue.Dropped();
-        m_summary.overrun = m_queue.IsOverrun();
-        m_summary.losses = m_source.Losses();
-        m_summary.seconds = Milliseconds(WatchClock::now() - start) / 1e3;
-        return m_summary;
+        return Counts();
     }
 
 private:
@@ -110,13 +104,13 @@ private:
         }
     }
 
-    void WaitForEnd(WatchClock::time_point start)
+    void WaitForEnd()
     {
         std::unique_lock lock(m_mutex);
         const auto over = [&] { return m_sourceEnded || m_failure != nullptr; };
         if (m_settings.longest.count() == 0)
             m_changed.wait(lock, over);
-        else if (!m_changed.wait_until(lock, start + m_settings.longest, over))
+        else if (!m_changed.wait_until(lock, m_start + m_settings.longest, over))
         {
             lock.unlock();
             m_end.request_stop();
@@ -133,25 +127,24 @@ private:
             {
                 try
                 {
-                    while (m_settings.mostFrames == 0 || m_summary.acquired < m_settings.mostFrames)
+                    std::uint64_t acquired = 0;
+                    while (m_settings.mostFrames == 0 || acquired < m_settings.mostFrames)
                     {
                         std::optional<sources::Frame> frame = m_source.Next(m_end.get_token());
-                        TakeNotes();
-                        if (!frame)
+                        acquired += frame ? 1 : 0;
+                        NoteArrival(acquired);
+                        if (!frame || !m_queue.Add(std::move(*frame)))
                             break;
-                        ++m_summary.acquired;
-                        if (!m_queue.Add(std::move(*frame)))
-                        {
-                            ++m_summary.dropped;
-                            break;
-                        }
                     }
                 }
                 catch (const HostError& error)
                 {
-                    m_summary.problems = error.Problems();
+                    {
+                        const std::scoped_lock lock(m_mutex);
+                        m_summary.problems = error.Problems();
+                    }
+                    TellNotes();
                 }
-                TakeNotes();
             });
         m_queue.Close();
         {
@@ -161,13 +154,41 @@ private:
         m_changed.notify_all();
     }
 
-    void TakeNotes()
+    void NoteArrival(std::uint64_t acquired)
     {
-        for (const std::string& note : m_source.TakeNotes())
         {
-            const std::scoped_lock lock(m_mutex);
-            m_tell(note);
+            const std::scoped_lock lock(m_arrivalMutex);
+            m_arrivals = {acquired, m_source.Losses()};
         }
+        TellNotes();
+    }
+
+    /// Takes the lock of the verdicts only where there is something to say.
+    void TellNotes()
+    {
+        const std::vector<std::string> notes = m_source.TakeNotes();
+        if (notes.empty())
+            return;
+        const std::scoped_lock lock(m_mutex);
+        for (const std::string& note : notes)
+            m_sink.Tell(note);
+        m_sink.Progress(Counts());
+    }
+
+    /// Brings the summary up to date. The caller holds m_mutex, or the threads have ended.
+    const WatchSummary& Counts()
+    {
+        // In this order no frame is counted twice, whatever arrives meanwhile.
+        m_summary.dropped = m_queue.Dropped();
+        m_summary.waiting = m_queue.Waiting();
+        {
+            const std::scoped_lock lock(m_arrivalMutex);
+            m_summary.acquired = m_arrivals.acquired;
+            m_summary.losses = m_arrivals.losses;
+        }
+        m_summary.overrun = m_queue.IsOverrun();
+        m_summary.seconds = Milliseconds(WatchClock::now() - m_start) / 1e3;
+        return m_summary;
     }
 
     void Serve(int lane)
@@ -202,6 +223,8 @@ private:
         try
         {
             const std::shared_ptr<const GreyImage> image = frame.load(entry.image.identity);
+            if (m_keepsPictures)
+                entry.image.picture = image;
             result.width = image->Width();
             result.height = image->Height();
             for (std::size_t i = 0; i < m_settings.recipes.size(); ++i)
@@ -245,6 +268,7 @@ private:
             m_sink.Add(image);
             m_summary.latency.Add(Milliseconds(WatchClock::now() - next->second.arrived));
             Count(image);
+            m_sink.Progress(Counts());
         }
         m_changed.notify_all();
     }
@@ -266,12 +290,21 @@ private:
     const WatchSettings& m_settings;
     sources::FrameSource& m_source;
     ResultSink& m_sink;
-    const std::function<void(const std::string&)>& m_tell;
+    bool m_keepsPictures;
     Inspector m_inspector;
     std::vector<PlanKeeper> m_plans; ///< by recipe
     FrameQueue<sources::Frame> m_queue;
+    const WatchClock::time_point m_start = WatchClock::now();
     std::stop_source m_end;    ///< of the source
     std::uint64_t m_begun = 0; ///< taken by lanes, below the queue's lock
+
+    struct Arrivals
+    {
+        std::uint64_t acquired = 0;
+        sources::FrameLosses losses;
+    };
+    std::mutex m_arrivalMutex; ///< the source waits for no verdict to count
+    Arrivals m_arrivals;
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
@@ -279,15 +312,15 @@ private:
     std::uint64_t m_reported = 0;
     bool m_sourceEnded = false;
     std::exception_ptr m_failure;
-    WatchSummary m_summary; ///< `acquired`, `dropped` and `problems` are the source's thread's
+    WatchSummary m_summary;
 };
 
 } // namespace
 
 WatchSummary RunWatch(const WatchSettings& settings, sources::FrameSource& source, ResultSink& sink,
-                      const std::function<void(const std::string&)>& tell, std::stop_token stop)
+                      std::stop_token stop)
 {
-    Watch watch(settings, source, sink, tell);
+    Watch watch(settings, source, sink);
     return watch.Run(std::move(stop));
 }
 

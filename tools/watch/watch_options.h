@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+// What the command line says of a watch.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tools/watch/frame_queue.h"
+
+namespace narvo::tools
+{
+
+struct WatchOptions
+{
+    std::string source; ///< "folder:PATH", "pipe:-" or "shm:NAME"
+    std::string recipe;
+    std::string output = "watch.jsonl";
+    std::string json; ///< file of the summary; empty: none
+    std::string rulesFile;
+    std::vector<std::string> fail;
+    std::string pixelSize;
+    std::uint64_t images = 0;
+    int seconds = 0;
+    int lanes = 0;
+    int queue = 16;
+    WhenFull whenFull = WhenFull_Wait;
+    bool existing = false;
+    bool resume = false;
+    bool overwrite = false;
+    bool quiet = false;
+};
+
+} // namespace narvo::tools
