@@ -68,22 +68,32 @@ std::vector<Problem> CheckGoldenSettings(const GoldenSettings& settings)
     return found;
 }
 
-GoldenModel::GoldenModel(const std::vector<GreyImage>& references, const GoldenSettings& settings)
+GoldenModel::GoldenModel(const std::vector<GreyImage>& references, const GoldenSettings& settings,
+                         const OnReference& progress)
     : m_settings(Checked(references, settings))
 {
-    AddReferences(references);
     const bool coloured = std::all_of(references.begin(), references.end(),
                                       [](const GreyImage& reference) { return reference.Channels() != nullptr; });
-    for (std::size_t channel = 0; coloured && channel < references.front().Channels()->size(); ++channel)
+    const std::size_t channels = coloured ? references.front().Channels()->size() : 0;
+    const auto part = [&](std::size_t before)
+    {
+        return [&progress, before, parts = channels + 1](std::size_t done, std::size_t total)
+        {
+            if (progress)
+                progress(before * total + done, parts * total);
+        };
+    };
+    AddReferences(references, part(0));
+    for (std::size_t channel = 0; channel < channels; ++channel)
     {
         std::vector<GreyImage> planes;
         for (const GreyImage& reference : references)
             planes.push_back((*reference.Channels())[channel]);
-        m_channels.emplace_back(planes, settings);
+        m_channels.emplace_back(planes, settings, part(channel + 1));
     }
 }
 
-void GoldenModel::AddReferences(const std::vector<GreyImage>& references)
+void GoldenModel::AddReferences(const std::vector<GreyImage>& references, const OnReference& progress)
 {
     const GreyImage& first = references.front();
     CheckRegistrable("reference", first);
@@ -101,6 +111,7 @@ void GoldenModel::AddReferences(const std::vector<GreyImage>& references)
     cv::Mat count = cv::Mat::ones(sum.size(), CV_32F);
     for (std::size_t i = 1; i < references.size(); ++i)
     {
+        progress(i - 1, references.size() - 1);
         const Registration registration = RegisterReference(references, i, m_settings.registration);
         GreyImage warped = WarpToImage(references[i], registration, first.Width(), first.Height());
         const GreyImage inside = InsideReference(registration, first.Width(), first.Height(),

@@ -3,6 +3,8 @@
 // from one or more references, used for many images.
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <vector>
 
 #include "host/golden/registration.h"
@@ -32,6 +34,10 @@ constexpr int nReferenceHigh = 1000;
 /// Ranges of all settings. @return what is wrong, each with field, value and range
 std::vector<Problem> CheckGoldenSettings(const GoldenSettings& settings);
 
+/// Called before each further reference is registered, with how many are done and how many there are, channels counted
+/// one by one. What it throws ends the making of the model.
+using OnReference = std::function<void(std::size_t done, std::size_t total)>;
+
 /// Mean and range of the references, in the first one's place.
 class GoldenModel
 {
@@ -39,7 +45,8 @@ public:
     /// Registers the further references to the first, brings them to its light, and takes mean, darkest and brightest
     /// of every pixel; the range of a pixel goes from the darkest to the brightest within the edge tolerance.
     /// @throws HostError when settings or references are not valid, naming the reference
-    GoldenModel(const std::vector<GreyImage>& references, const GoldenSettings& settings);
+    GoldenModel(const std::vector<GreyImage>& references, const GoldenSettings& settings,
+                const OnReference& progress = {});
 
     int Width() const { return m_mean.Width(); }
     int Height() const { return m_mean.Height(); }
@@ -59,7 +66,7 @@ public:
     const std::vector<GoldenModel>& Channels() const { return m_channels; }
 
 private:
-    void AddReferences(const std::vector<GreyImage>& references);
+    void AddReferences(const std::vector<GreyImage>& references, const OnReference& progress);
     void Finish(const GreyRange& range);
 
     GoldenSettings m_settings;

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <iterator>
+#include <mutex>
 #include <optional>
 #include <utility>
 
@@ -164,6 +165,35 @@ std::vector<BatchImage> ChannelImages(const std::vector<BatchImage>& images)
     return channels;
 }
 
+/// Tells of each image that is read.
+class ReadingTeller
+{
+public:
+    explicit ReadingTeller(const OnLearning& progress) : m_progress(progress) {}
+
+    /// What the images are read for from here on.
+    void Begin(const char* step) { m_step = step; }
+    BatchImage Told(const BatchImage& image)
+    {
+        if (!m_progress)
+            return image;
+        return {image.name, [this, load = image.load]
+                {
+                    {
+                        const std::lock_guard lock(m_mutex);
+                        m_progress(m_step, m_read++);
+                    }
+                    return load();
+                }};
+    }
+
+private:
+    const OnLearning& m_progress;
+    std::mutex m_mutex;
+    const char* m_step = "";
+    std::size_t m_read = 0;
+};
+
 /// What the channels of an image say of it: the highest score, and false blobs of all.
 void MergeChannels(std::vector<LearnImage>& images)
 {
@@ -198,15 +228,23 @@ std::vector<std::size_t> LeaveOutGroups(std::size_t images, bool eachChannel)
     return groups;
 }
 
-LearnResult LearnRecipe(const std::vector<BatchImage>& good, const LearnSettings& given, int threads,
-                        const std::vector<LearnDefective>& defective)
+LearnResult LearnRecipe(const std::vector<BatchImage>& images, const LearnSettings& given, int threads,
+                        const std::vector<LearnDefective>& defectiveImages, const OnLearning& progress)
 {
-    Check(good, given);
+    Check(images, given);
+    ReadingTeller teller(progress);
+    std::vector<BatchImage> good;
+    for (const BatchImage& image : images)
+        good.push_back(teller.Told(image));
+    std::vector<LearnDefective> defective = defectiveImages;
+    for (LearnDefective& image : defective)
+        image.image = teller.Told(image.image);
     const std::vector<BatchImage> learnt = given.eachChannel ? ChannelImages(good) : good;
     LearnSettings settings = given;
     settings.falseRate = given.falseRate / static_cast<double>(given.eachChannel ? nChannels : 1);
     LearnResult result;
     std::vector<Candidate> candidates;
+    teller.Begin("learning limits of texture");
     if (std::optional<Candidate> texture = TryTexture(learnt, settings, threads, result.reasons))
         candidates.push_back(std::move(*texture));
     const auto tryAnother = [&](int mode, auto learn)
@@ -220,8 +258,11 @@ LearnResult LearnRecipe(const std::vector<BatchImage>& good, const LearnSettings
             for (const std::string& reason : candidate.reasons)
                 result.reasons.push_back(reason);
     };
+    teller.Begin("learning a comparison at the pitch");
     tryAnother(LearnMode_Periodic, LearnPeriodic);
+    teller.Begin("learning a comparison of lattice neighbours");
     tryAnother(LearnMode_Lattice, LearnLattice);
+    teller.Begin("trying the recipes");
     if (candidates.empty())
         throw HostError({{"images", result.reasons.empty() ? "no way to inspect them" : result.reasons.back(),
                           "images with a period, or mode texture for others"}});

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -101,11 +102,15 @@ struct LearnResult
     double falseBound = 0.0;       ///< false blobs an image, upper bound at 95 % confidence from these
 };
 
+/// Called before each image is read, with what is being done and the images that were read before, one call at a time
+/// on any thread. What it throws ends the learning and comes out of it.
+using OnLearning = std::function<void(const char* step, std::size_t imagesRead)>;
+
 /// Learns from one image or more on `threads` threads, whose number changes nothing in the result. Images are loaded
 /// one by one, several times. Of several ways of inspecting the one is taken that finds more of the known defects;
 /// where these do not decide, more of planted spots.
 /// @throws HostError when settings or images are not valid, naming the image
 LearnResult LearnRecipe(const std::vector<BatchImage>& good, const LearnSettings& settings, int threads,
-                        const std::vector<LearnDefective>& defective = {});
+                        const std::vector<LearnDefective>& defective = {}, const OnLearning& progress = {});
 
 } // namespace narvo

@@ -12,6 +12,7 @@
 
 #include "host/capability/capability.h"
 #include "host/library/image_parts.h"
+#include "host/library/public_progress.h"
 #include "host/library/recipe_parts.h"
 #include "host/library/translate.h"
 #include "host/limits.h"
@@ -145,6 +146,12 @@ CapabilityPlan& CapabilityPlan::SetSeed(std::uint64_t seed)
 CapabilityReport MeasureCapability(const Recipe& recipe, const std::vector<NamedPicture>& good,
                                    const CapabilityPlan& plan, int threads)
 {
+    return MeasureCapability(recipe, good, plan, threads, {});
+}
+
+CapabilityReport MeasureCapability(const Recipe& recipe, const std::vector<NamedPicture>& good,
+                                   const CapabilityPlan& plan, int threads, const OnProgress& progress)
+{
     return library::Translated(
         [&]
         {
@@ -158,7 +165,9 @@ CapabilityReport MeasureCapability(const Recipe& recipe, const std::vector<Named
                 images.push_back({picture.name, [image] { return image; }});
             }
             return PublicCapability(
-                narvo::MeasureCapability(recipe.GetParts().regions, images, plan.GetContent().settings, threads));
+                narvo::MeasureCapability(recipe.GetParts().regions, images, plan.GetContent().settings, threads,
+                                         [&](std::size_t planted, std::size_t wanted)
+                                         { library::Tell(progress, "planting defects", planted, wanted); }));
         });
 }
 

@@ -12,6 +12,7 @@
 #include "host/golden/golden.h"
 #include "host/library/lane_set.h"
 #include "host/library/named_settings.h"
+#include "host/library/public_progress.h"
 #include "host/library/public_report.h"
 #include "host/library/translate.h"
 
@@ -108,8 +109,12 @@ int DropMasked(const GreyImage& mask, GoldenResult& result)
 
 struct GoldenModel::Content
 {
-    Content(const std::vector<ImagePixels>& references, const GoldenSettings& settings, int laneCount)
-        : lanes(laneCount, settings.maxBlobs), model(CopiesOf(references), settings)
+    Content(const std::vector<ImagePixels>& references, const GoldenSettings& settings, int laneCount,
+            const OnProgress& progress)
+        : lanes(laneCount, settings.maxBlobs),
+          model(CopiesOf(references), settings,
+                [&](std::size_t done, std::size_t total)
+                { library::Tell(progress, "registering references", done, total); })
     {
     }
 
@@ -126,8 +131,13 @@ struct GoldenModel::Content
 };
 
 GoldenModel::GoldenModel(const std::vector<ImagePixels>& references, const Settings& settings, int lanes)
-    : m_content(
-          library::Translated([&] { return std::make_unique<Content>(references, LayerSettings(settings), lanes); }))
+    : GoldenModel(references, settings, lanes, {})
+{
+}
+GoldenModel::GoldenModel(const std::vector<ImagePixels>& references, const Settings& settings, int lanes,
+                         const OnProgress& progress)
+    : m_content(library::Translated(
+          [&] { return std::make_unique<Content>(references, LayerSettings(settings), lanes, progress); }))
 {
 }
 GoldenModel::~GoldenModel() = default;

@@ -12,6 +12,7 @@
 #include "host/learn/learn.h"
 #include "host/library/image_parts.h"
 #include "host/library/named_settings.h"
+#include "host/library/public_progress.h"
 #include "host/library/recipe_parts.h"
 #include "host/library/translate.h"
 #include "host/limits.h"
@@ -70,6 +71,13 @@ LearnDefective LayerDefective(const DefectiveImage& defective, const std::string
     return made;
 }
 
+OnLearning LayerProgress(const OnProgress& progress)
+{
+    if (!progress)
+        return {};
+    return [&progress](const char* step, std::size_t imagesRead) { library::Tell(progress, step, imagesRead, 0); };
+}
+
 LearnReport PublicLearning(narvo::LearnResult result)
 {
     LearnReport report;
@@ -96,6 +104,12 @@ LearnReport PublicLearning(narvo::LearnResult result)
 LearnReport LearnRecipe(const std::vector<NamedImage>& good, const std::string& mode, const Settings& settings,
                         const std::vector<DefectiveImage>& defective)
 {
+    return LearnRecipe(good, mode, settings, defective, {});
+}
+
+LearnReport LearnRecipe(const std::vector<NamedImage>& good, const std::string& mode, const Settings& settings,
+                        const std::vector<DefectiveImage>& defective, const OnProgress& progress)
+{
     return library::Translated(
         [&]
         {
@@ -110,12 +124,18 @@ LearnReport LearnRecipe(const std::vector<NamedImage>& good, const std::string& 
             std::vector<LearnDefective> bad;
             for (std::size_t i = 0; i < defective.size(); ++i)
                 bad.push_back(LayerDefective(defective[i], "defective[" + std::to_string(i) + "]"));
-            return PublicLearning(narvo::LearnRecipe(images, learn, threads, bad));
+            return PublicLearning(narvo::LearnRecipe(images, learn, threads, bad, LayerProgress(progress)));
         });
 }
 
 LearnReport LearnFromImages(const std::vector<NamedPicture>& good, const std::string& mode, const Settings& settings,
                             const std::string& name)
+{
+    return LearnFromImages(good, mode, settings, name, {});
+}
+
+LearnReport LearnFromImages(const std::vector<NamedPicture>& good, const std::string& mode, const Settings& settings,
+                            const std::string& name, const OnProgress& progress)
 {
     return library::Translated(
         [&]
@@ -134,7 +154,7 @@ LearnReport LearnFromImages(const std::vector<NamedPicture>& good, const std::st
             std::vector<BatchImage> images;
             for (const NamedPicture& picture : good)
                 images.push_back({picture.name, [image = picture.image.GetContent().image] { return image; }});
-            narvo::LearnResult result = narvo::LearnRecipe(images, learn, threads);
+            narvo::LearnResult result = narvo::LearnRecipe(images, learn, threads, {}, LayerProgress(progress));
             if (learn.eachChannel)
                 result.recipe.channel = Channel_Each;
             return PublicLearning(std::move(result));

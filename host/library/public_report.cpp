@@ -7,9 +7,6 @@
 namespace narvo::library
 {
 
-namespace
-{
-
 v1::Defect PublicDefect(const Blob& blob)
 {
     v1::Defect defect;
@@ -39,8 +36,6 @@ v1::Defect PublicDefect(const Blob& blob)
     defect.elongation = blob.elongation;
     return defect;
 }
-
-} // namespace
 
 v1::Box PublicBox(const CRect& rect)
 {

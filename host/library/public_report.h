@@ -8,6 +8,7 @@
 namespace narvo::library
 {
 
+v1::Defect PublicDefect(const Blob& blob);
 v1::Box PublicBox(const CRect& rect);
 v1::Report PublicReport(InspectionResult result);
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "narvo/host_images.h"
+#include "narvo/host_progress.h"
 #include "narvo/host_recipe.h"
 
 namespace narvo::v1
@@ -86,5 +87,10 @@ struct CapabilityReport
 /// @throws Error when the plan or the images are not valid or the recipe does not suit an image, naming it
 NARVOHOST_API CapabilityReport MeasureCapability(const Recipe& recipe, const std::vector<NamedPicture>& good,
                                                  const CapabilityPlan& plan = {}, int threads = 1);
+
+/// The same, telling `progress` of the defects that were planted. @throws Error as the other, Stopped where `progress`
+/// asks for it
+NARVOHOST_API CapabilityReport MeasureCapability(const Recipe& recipe, const std::vector<NamedPicture>& good,
+                                                 const CapabilityPlan& plan, int threads, const OnProgress& progress);
 
 } // namespace narvo::v1

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "narvo/host_inspector.h"
+#include "narvo/host_progress.h"
 #include "narvo/host_setting.h"
 
 namespace narvo::v1
@@ -84,6 +85,10 @@ public:
     /// alone. `lanes`: how many images are inspected at once, 1 .. 256.
     /// @throws Error when settings or images are not valid, without structure to register by, or not alike
     explicit GoldenModel(const std::vector<ImagePixels>& references, const Settings& settings = {}, int lanes = 1);
+    /// The same, telling `progress` of each further reference. @throws Error as the other, Stopped where `progress`
+    /// asks for it
+    GoldenModel(const std::vector<ImagePixels>& references, const Settings& settings, int lanes,
+                const OnProgress& progress);
     ~GoldenModel();
     /// Leaves `other` without a model.
     GoldenModel(GoldenModel&& other) noexcept;

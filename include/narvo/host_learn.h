@@ -11,6 +11,7 @@
 
 #include "narvo/host_images.h"
 #include "narvo/host_inspector.h"
+#include "narvo/host_progress.h"
 #include "narvo/host_setting.h"
 
 namespace narvo::v1
@@ -95,10 +96,21 @@ struct LearnReport
 NARVOHOST_API LearnReport LearnRecipe(const std::vector<NamedImage>& good, const std::string& mode = "auto",
                                       const Settings& settings = {}, const std::vector<DefectiveImage>& defective = {});
 
+/// The same, telling `progress` of each image that is read, several times each; their number is not known before.
+/// @throws Error as the other, Stopped where `progress` asks for it
+NARVOHOST_API LearnReport LearnRecipe(const std::vector<NamedImage>& good, const std::string& mode,
+                                      const Settings& settings, const std::vector<DefectiveImage>& defective,
+                                      const OnProgress& progress);
+
 /// The same of images that were read from files or made of colours: where they have colours, limits are learnt from
 /// each, and the recipe inspects each. `name` becomes the recipe's.
 /// @throws Error as LearnRecipe, and for images of which some are grey and some have colours
 NARVOHOST_API LearnReport LearnFromImages(const std::vector<NamedPicture>& good, const std::string& mode = "auto",
                                           const Settings& settings = {}, const std::string& name = {});
+
+/// The same, telling `progress` as LearnRecipe does. @throws Error as the other, Stopped where `progress` asks for it
+NARVOHOST_API LearnReport LearnFromImages(const std::vector<NamedPicture>& good, const std::string& mode,
+                                          const Settings& settings, const std::string& name,
+                                          const OnProgress& progress);
 
 } // namespace narvo::v1

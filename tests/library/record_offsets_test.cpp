@@ -36,9 +36,12 @@ using narvo::PitchProposal;
 using narvo::PixelArray;
 using narvo::PlantedCount;
 using narvo::PlantedCurve;
+using narvo::Progress;
 using narvo::ReferencePlace;
 using narvo::Registered;
 using narvo::Setting;
+using narvo::StreamCounts;
+using narvo::StreamDefect;
 using narvo::TableRead;
 using narvo::TableSize;
 
@@ -73,6 +76,14 @@ static_assert(sizeof(TableSize) == 48 && offsetof(TableSize, before) == 32 && of
 static_assert(sizeof(BlockCheck) == 128 && offsetof(BlockCheck, vertical) == 4 && offsetof(BlockCheck, refusals) == 8);
 static_assert(offsetof(BlockCheck, hazards) == 32 && offsetof(BlockCheck, blindSpots) == 56);
 static_assert(offsetof(BlockCheck, ignored) == 80 && offsetof(BlockCheck, reads) == 104);
+
+static_assert(sizeof(Progress) == 48 && offsetof(Progress, done) == 32 && offsetof(Progress, total) == 40);
+static_assert(sizeof(StreamDefect) == 136 && offsetof(StreamDefect, defect) == 8);
+static_assert(sizeof(StreamCounts) == 72 && offsetof(StreamCounts, finalRows) == 8);
+static_assert(offsetof(StreamCounts, defects) == 16 && offsetof(StreamCounts, cutDefects) == 24);
+static_assert(offsetof(StreamCounts, crowded) == 32 && offsetof(StreamCounts, overflows) == 40);
+static_assert(offsetof(StreamCounts, openChains) == 48 && offsetof(StreamCounts, memoryShort) == 56);
+static_assert(offsetof(StreamCounts, exact) == 64);
 
 static_assert(sizeof(Setting) == 40 && offsetof(Setting, value) == 32);
 
