@@ -51,6 +51,11 @@ std::int32_t ReadException(ProblemList& problems)
     {
         throw;
     }
+    catch (const v1::Stopped& stopped)
+    {
+        problems = stopped.Problems();
+        return NARVO_STOPPED;
+    }
     catch (const v1::Error& error)
     {
         problems = error.Problems();
@@ -114,6 +119,26 @@ HandleTable<narvo_proposal, v1::PitchProposal>& ProposalHandles()
 HandleTable<narvo_golden, v1::GoldenModel>& GoldenHandles()
 {
     return LastingTable<HandleTable<narvo_golden, v1::GoldenModel>>("a golden model");
+}
+
+HandleTable<narvo_learning, v1::LearnReport>& LearningHandles()
+{
+    return LastingTable<HandleTable<narvo_learning, v1::LearnReport>>("a learning");
+}
+
+HandleTable<narvo_explainer, ExplainerObject>& ExplainerHandles()
+{
+    return LastingTable<HandleTable<narvo_explainer, ExplainerObject>>("an explainer");
+}
+
+HandleTable<narvo_explanation, ExplanationObject>& ExplanationHandles()
+{
+    return LastingTable<HandleTable<narvo_explanation, ExplanationObject>>("an explanation");
+}
+
+HandleTable<narvo_stream, StreamObject>& StreamHandles()
+{
+    return LastingTable<HandleTable<narvo_stream, StreamObject>>("a stream");
 }
 
 std::int32_t KeepProblems() noexcept

@@ -14,8 +14,10 @@
 
 #include "host/library/c_handles.h"
 #include "host/library/c_records.h"
+#include "narvo/host_explain.h"
 #include "narvo/host_golden.h"
 #include "narvo/host_inspector.h"
+#include "narvo/host_learn.h"
 #include "narvo/host_pitch.h"
 #include "narvo/narvo_c.h"
 
@@ -36,6 +38,25 @@ struct ReportsObject
     std::optional<v1::GoldenReport> golden; ///< its report is in `reports`
 };
 
+/// An explainer, which one thread at a time may ask.
+struct ExplainerObject
+{
+    explicit ExplainerObject(v1::Explainer made) : explainer(std::move(made)) {}
+
+    std::mutex mutex;
+    v1::Explainer explainer;
+};
+
+/// The way of a pixel, and its sentences in one text.
+struct ExplanationObject
+{
+    v1::Explanation way;
+    std::string why;
+};
+
+/// A stream and what it has reported.
+struct StreamObject;
+
 // The tables live as long as the process, since programs may free handles at its very end.
 HandleTable<narvo_recipe, v1::Recipe>& RecipeHandles();
 HandleTable<narvo_draft, DraftObject>& DraftHandles();
@@ -43,6 +64,10 @@ HandleTable<narvo_inspector, v1::Inspector>& InspectorHandles();
 HandleTable<narvo_reports, ReportsObject>& ReportsHandles();
 HandleTable<narvo_proposal, v1::PitchProposal>& ProposalHandles();
 HandleTable<narvo_golden, v1::GoldenModel>& GoldenHandles();
+HandleTable<narvo_learning, v1::LearnReport>& LearningHandles();
+HandleTable<narvo_explainer, ExplainerObject>& ExplainerHandles();
+HandleTable<narvo_explanation, ExplanationObject>& ExplanationHandles();
+HandleTable<narvo_stream, StreamObject>& StreamHandles();
 
 /// The status of the exception that is being handled, whose problems become those of this thread.
 std::int32_t KeepProblems() noexcept;
@@ -129,6 +154,8 @@ void FillArray(const Values& values, Record* places, std::uint32_t size, std::in
     for (std::int64_t i = 0; i < std::min(capacity, *count); ++i, place += size)
         WriteRecord(place, size, Record(makeRecord(values[static_cast<std::size_t>(i)])));
 }
+
+narvo_defect DefectRecord(const v1::Defect& defect);
 
 /// The distance as one between pointers. Where addresses are shorter, one that does not fit stays out of range.
 std::ptrdiff_t PointerDistance(std::int64_t distance);

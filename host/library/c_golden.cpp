@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 // The C interface: golden inspection.
 #include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "host/library/c_arrays.h"
 #include "host/library/c_call.h"
 #include "narvo/narvo_c.h"
 
@@ -18,35 +18,9 @@ using narvo::v1::GoldenReport;
 using narvo::v1::GreyPicture;
 using narvo::v1::ImagePixels;
 using narvo::v1::ReferencePlace;
-using narvo::v1::Setting;
 
 namespace
 {
-
-/// No caller has more; larger counts are mistakes whose records would be read from anywhere.
-constexpr std::int64_t nArrayLimit = 65536;
-
-/// Calls `take` with the address of each record of an array and its name. @throws Error for a count outside of `least`
-/// .. nArrayLimit, or records of different sizes
-template <typename Record, typename Take>
-void ReadArray(const Record* records, std::int64_t count, std::int64_t least, const std::string& name, const Take& take)
-{
-    if (count < least || count > nArrayLimit)
-        throw Error({{name == "settings" ? "setting_count" : "count", std::to_string(count),
-                      std::to_string(least) + " to " + std::to_string(nArrayLimit)}});
-    if (count == 0)
-        return;
-    const std::uint32_t size = SizeOf(records, name);
-    const auto* place = reinterpret_cast<const std::byte*>(records);
-    for (std::int64_t i = 0; i < count; ++i, place += size)
-    {
-        const auto* record = reinterpret_cast<const Record*>(place);
-        const std::string own = name + '[' + std::to_string(i) + ']';
-        if (SizeOf(record, own) != size)
-            throw Error({{own + ".size", std::to_string(record->size), std::to_string(size) + " as of the first"}});
-        take(record, own);
-    }
-}
 
 const GoldenReport& GoldenOf(const ReportsObject& object)
 {
@@ -94,21 +68,23 @@ narvo_place RecordOf(const ReferencePlace& place)
 std::int32_t narvo_golden_create(const narvo_image* references, std::int64_t count, const narvo_setting* settings,
                                  std::int64_t setting_count, std::int32_t lanes, narvo_golden** golden)
 {
+    return narvo_golden_create_told(references, count, settings, setting_count, lanes, nullptr, nullptr, golden);
+}
+
+std::int32_t narvo_golden_create_told(const narvo_image* references, std::int64_t count, const narvo_setting* settings,
+                                      std::int64_t setting_count, std::int32_t lanes, narvo_on_progress progress,
+                                      void* context, narvo_golden** golden)
+{
     return HandOut(GoldenHandles(), golden, "golden",
                    [&]
                    {
+                       CheckCount(count, 1, nArrayLimit, "count");
                        std::vector<ImagePixels> images;
-                       ReadArray(references, count, 1, "references",
+                       ReadArray(references, count, "references",
                                  [&](const narvo_image* image, const std::string& name)
                                  { images.push_back(PixelsOf(image, name.c_str())); });
-                       narvo::v1::Settings named;
-                       ReadArray(settings, setting_count, 0, "settings",
-                                 [&](const narvo_setting* place, const std::string& name)
-                                 {
-                                     const narvo_setting setting = ReadRecord(place, name);
-                                     named.push_back({Given(setting.name, (name + ".name").c_str()), setting.value});
-                                 });
-                       return std::make_shared<GoldenModel>(images, named, lanes);
+                       return std::make_shared<GoldenModel>(images, SettingsOf(settings, setting_count), lanes,
+                                                            ProgressOf(progress, context));
                    });
 }
 

@@ -32,7 +32,9 @@ narvo_report RecordOf(const Report& report)
     return record;
 }
 
-narvo_defect RecordOf(const Defect& defect)
+} // namespace
+
+narvo_defect narvo::library::DefectRecord(const Defect& defect)
 {
     narvo_defect record = {};
     record.number = defect.number;
@@ -64,8 +66,6 @@ narvo_defect RecordOf(const Defect& defect)
     record.elongation = defect.elongation;
     return record;
 }
-
-} // namespace
 
 std::int32_t narvo_inspector_create(std::int32_t lanes, narvo_inspector** inspector)
 {
@@ -134,7 +134,7 @@ std::int32_t narvo_reports_defects(const narvo_reports* reports, std::int64_t re
             const auto object = ReportsHandles().Find(reports, "reports");
             const auto& found = ElementAt(object->reports, region, "region").defects;
             FillArray(found, defects, record_size, capacity, count,
-                      [](const Defect& defect) { return RecordOf(defect); });
+                      [](const Defect& defect) { return DefectRecord(defect); });
         });
 }
 

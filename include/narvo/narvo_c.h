@@ -44,9 +44,11 @@ extern "C"
 #define NARVO_NO_MEMORY 2
 /// Status: the call failed for a reason that the caller cannot mend, which the problem says.
 #define NARVO_FAILED 3
+/// Status: the narvo_on_progress of the call asked it to stop. Since version 2.
+#define NARVO_STOPPED 4
 
-/// Version of this header: raised when functions or members are added.
-#define NARVO_C_VERSION 1
+/// Version of this header: raised when functions or members are added. What a version after the first added says so.
+#define NARVO_C_VERSION 2
 
     /// The version of the library that is loaded. A program works with every library whose version is at least the
     /// NARVO_C_VERSION that it was compiled with.
@@ -65,6 +67,21 @@ extern "C"
     typedef struct narvo_proposal narvo_proposal;
     /// What good images of a pattern that does not repeat look like.
     typedef struct narvo_golden narvo_golden;
+    /// A recipe learnt from good images, and what was learnt of them. Since version 2, as all that follow.
+    typedef struct narvo_learning narvo_learning;
+    /// One inspection whose pixels can be asked about.
+    typedef struct narvo_explainer narvo_explainer;
+    /// The way of one pixel through an inspection.
+    typedef struct narvo_explanation narvo_explanation;
+    /// An image without end, whose rows are inspected as they come.
+    typedef struct narvo_stream narvo_stream;
+
+    /// Called again and again during a long call, one at a time, on any of the call's threads, with the caller's
+    /// `context`: what is being done, which can be read during this call of it alone, how many images, references or
+    /// defects are done, and of how many; a `total` of 0: not known. When it returns 0, the call ends with
+    /// NARVO_STOPPED as soon as what has begun is finished. It must neither throw nor call functions with handles that
+    /// the long call works on. Since version 2.
+    typedef int32_t (*narvo_on_progress)(void* context, const char* step, int64_t done, int64_t total);
 
     /// One reason why a call failed.
     typedef struct narvo_problem
@@ -235,6 +252,83 @@ extern "C"
         double center_y;  ///< the same along y
     } narvo_place;
 
+    /// What is learnt from. Arrays of records lie one after the other and have one size. Since version 2.
+    typedef struct narvo_learn_input
+    {
+        uint32_t size;                 ///< sizeof(narvo_learn_input)
+        uint32_t reserved;             ///< not read
+        const narvo_image* good;       ///< good images, all of one depth
+        const char* const* good_names; ///< as many names, by which sentences and problems speak of them; null: "good 1"
+        int64_t good_count;            ///< 1 .. 1000
+        const narvo_image* defective;  ///< images with defects, which decide between ways of inspecting; null: none
+        const char* const* defective_names; ///< as many names; null: "defective 1"
+        int64_t defective_count;            ///< 0 .. 1000
+        const int64_t* box_counts;     ///< how many boxes each defective image has, -1: not known; null: none is known
+        const narvo_box* boxes;        ///< around each defect, those of an image behind those of the one before
+        const char* mode;              ///< "auto", "texture", "periodic" or "lattice": ways to consider; null: "auto"
+        const narvo_setting* settings; ///< "false_rate", false defects an image that the limits aim at, 0.001 .. 10,
+                                       ///< default 0.1; "threads", whole, 1 .. 256, default 1, which changes no result
+        int64_t setting_count;         ///< 0 .. 65536
+        narvo_on_progress progress;    ///< told of each image that is read; null: nobody
+        void* context;                 ///< handed to it
+    } narvo_learn_input;
+
+    /// What was learnt, in figures. Since version 2.
+    typedef struct narvo_learnt
+    {
+        uint32_t size;         ///< sizeof(narvo_learnt)
+        uint32_t reserved;     ///< 0
+        int64_t reason_count;  ///< sentences of narvo_learning_reason
+        int64_t warning_count; ///< sentences of narvo_learning_warning
+        int64_t false_defects; ///< in images whose limits were learnt without them
+        double false_bound;    ///< false defects an image: upper bound at 95 % confidence from these
+    } narvo_learnt;
+
+    /// One of the good images. Since version 2.
+    typedef struct narvo_learnt_image
+    {
+        uint32_t size;         ///< sizeof(narvo_learnt_image)
+        int32_t width;         ///< pixels
+        int32_t height;        ///< pixels
+        int32_t reserved;      ///< 0
+        int64_t false_defects; ///< places above 1 by limits learnt without it
+        double area;           ///< share that shows pattern
+        double level;          ///< mean grey there
+        double contrast;       ///< standard deviation of grey there
+        double score;          ///< highest by limits learnt without it: above 1 it would have had a false defect
+    } narvo_learnt_image;
+
+    /// The way of one pixel. Its texts can be read until the explanation is freed. Since version 2.
+    typedef struct narvo_pixel_way
+    {
+        uint32_t size;       ///< sizeof(narvo_pixel_way)
+        int32_t x;           ///< the pixel's column
+        int32_t y;           ///< its row
+        int32_t value;       ///< its grey level, as inspected
+        int32_t defect;      ///< number of the reported defect that it is part of, or 0
+        int32_t reserved;    ///< 0
+        const char* outcome; ///< where its way ended: "reported", "no hit", "filtered", ...
+        const char* why;     ///< its way in sentences, one a line
+        const char* text;    ///< everything for a person, in lines: comparisons, thresholds, filters
+    } narvo_pixel_way;
+
+    /// What a stream has done so far, and where its results may differ from those of one inspection of the whole image.
+    /// Since version 2.
+    typedef struct narvo_stream_counts
+    {
+        uint32_t size;        ///< sizeof(narvo_stream_counts)
+        int32_t exact;        ///< 1: none of the last five has been counted; 0: some have
+        int64_t rows;         ///< pushed
+        int64_t final_rows;   ///< whose part in the result is final
+        int64_t defects;      ///< reported, whether taken or waiting
+        int64_t waiting;      ///< not taken yet
+        int64_t cut_defects;  ///< grew taller than largest_blob, or came near a part that was reported already
+        int64_t crowded;      ///< times that more answers waited than max_open_pairs
+        int64_t overflows;    ///< windows with more answers than the engine takes
+        int64_t open_chains;  ///< chains of answers that are longer than the rows kept before a window
+        int64_t memory_short; ///< windows for whose search memory was missing
+    } narvo_stream_counts;
+
     // --- problems ---
 
     /// How many reasons the last failure in this thread had. Calls that succeed set it to 0, except
@@ -389,6 +483,12 @@ extern "C"
     /// @return NARVO_REFUSED when settings or images are not valid, without structure to register by, or not alike
     NARVO_C_API int32_t narvo_golden_create(const narvo_image* references, int64_t count, const narvo_setting* settings,
                                             int64_t setting_count, int32_t lanes, narvo_golden** golden);
+    /// The same, telling `progress` of each further reference; null: nobody. `context` is handed to it. Since
+    /// version 2.
+    /// @return NARVO_STOPPED where it asked for that; otherwise as narvo_golden_create
+    NARVO_C_API int32_t narvo_golden_create_told(const narvo_image* references, int64_t count,
+                                                 const narvo_setting* settings, int64_t setting_count, int32_t lanes,
+                                                 narvo_on_progress progress, void* context, narvo_golden** golden);
     /// Painted places of the first reference, other than 0 where no defect is to be reported whose peak lies there; of
     /// its size, 8 bits; copied. Null takes the mask away. Inspections that have begun keep the mask that they began
     /// with.
@@ -406,6 +506,90 @@ extern "C"
                                              int64_t capacity, int32_t* width, int32_t* height);
     /// Frees a model. @return NARVO_REFUSED for a handle that is none of a golden model
     NARVO_C_API int32_t narvo_golden_free(narvo_golden* golden);
+
+    // --- learning from good images; since version 2 ---
+
+    /// Learns a recipe from good images alone. The caller frees `*learning`.
+    /// @return NARVO_REFUSED when input or images are not valid, naming the image, or no recipe suits them;
+    /// NARVO_STOPPED where `input->progress` asked for that
+    NARVO_C_API int32_t narvo_learn(const narvo_learn_input* input, narvo_learning** learning);
+    /// Sets `*recipe` to the recipe, which the caller frees.
+    NARVO_C_API int32_t narvo_learning_recipe(const narvo_learning* learning, narvo_recipe** recipe);
+    /// Fills `learnt`, whose size is set.
+    NARVO_C_API int32_t narvo_learning_get(const narvo_learning* learning, narvo_learnt* learnt);
+    /// Fills the array `images` with what was learnt of each good image, in the manner of narvo_reports_defects.
+    NARVO_C_API int32_t narvo_learning_images(const narvo_learning* learning, uint32_t record_size,
+                                              narvo_learnt_image* images, int64_t capacity, int64_t* count);
+    /// Sets `*text` to reason 0 .. reason_count - 1, a sentence: why the recipe is as it is, and what to expect of it.
+    /// It can be read until the learning is freed.
+    NARVO_C_API int32_t narvo_learning_reason(const narvo_learning* learning, int64_t index, const char** text);
+    /// Sets `*text` to warning 0 .. warning_count - 1: where images disagree, or are too few. As a reason.
+    NARVO_C_API int32_t narvo_learning_warning(const narvo_learning* learning, int64_t index, const char** text);
+    /// Frees a learning. @return NARVO_REFUSED for a handle that is none of a learning
+    NARVO_C_API int32_t narvo_learning_free(narvo_learning* learning);
+
+    // --- why a pixel is reported, or is not; since version 2 ---
+
+    /// Inspects an image, which is copied, by region 0 .. regions - 1 of a recipe, so that its pixels can be asked
+    /// about. The caller frees `*explainer`.
+    /// @return NARVO_REFUSED when the image is not valid, the recipe does not suit it, has no such region, or is in a
+    /// mode whose steps cannot be followed
+    NARVO_C_API int32_t narvo_explainer_create(const narvo_image* image, const narvo_recipe* recipe, int64_t region,
+                                               narvo_explainer** explainer);
+    /// What the inspection reports. The caller frees `*reports`, of which there is one.
+    NARVO_C_API int32_t narvo_explainer_reports(const narvo_explainer* explainer, narvo_reports** reports);
+    /// Frees an explainer. @return NARVO_REFUSED for a handle that is none of an explainer
+    NARVO_C_API int32_t narvo_explainer_free(narvo_explainer* explainer);
+    /// The way of a pixel. Any number of threads may ask one explainer, and wait for each other. The caller frees
+    /// `*explanation`. @return NARVO_REFUSED for a place outside the image
+    NARVO_C_API int32_t narvo_explain(const narvo_explainer* explainer, int32_t x, int32_t y,
+                                      narvo_explanation** explanation);
+    /// Fills `way`, whose size is set.
+    NARVO_C_API int32_t narvo_explanation_get(const narvo_explanation* explanation, narvo_pixel_way* way);
+    /// Frees an explanation. @return NARVO_REFUSED for a handle that is none of an explanation
+    NARVO_C_API int32_t narvo_explanation_free(narvo_explanation* explanation);
+
+    // --- rows without end; since version 2 ---
+
+    /// Makes a stream of rows of `width` pixels, 1 .. 32000, that a recipe of one region over the whole width inspects.
+    /// However the rows are cut into pieces, the defects are those that one inspection of the whole image reports, but
+    /// for their order and numbers and for what the counts and warnings say. The caller frees `*stream`. Settings, all
+    /// whole:
+    ///
+    /// | name | unit | range | default |
+    /// |---|---|---|---|
+    /// | window_rows | rows inspected in one call; less shortens the delay | a few pitches .. 10000; 0 chooses | 0 |
+    /// | largest_blob | rows that a defect may have; taller ones are cut, and counted | 1 .. 1000000 | 1024 |
+    /// | max_open_pairs | answers that may wait; with more, all are reported, and counted | 1 .. 10000000 | 100000 |
+    ///
+    /// @return NARVO_REFUSED with everything that a stream cannot do: modes other than zone, pixel and float, fields
+    /// that give places by rows, several regions, settings out of their range
+    NARVO_C_API int32_t narvo_stream_create(const narvo_recipe* recipe, int32_t width, const narvo_setting* settings,
+                                            int64_t setting_count, narvo_stream** stream);
+    /// Sets `*rows` to the rows between a row's arrival and the report of a defect that begins there, at most.
+    NARVO_C_API int32_t narvo_stream_delay(const narvo_stream* stream, int64_t* rows);
+    /// The next rows: an image of the stream's width and of any height. Threads that push wait for each other.
+    /// @return NARVO_REFUSED for rows that are none or of another width, behind the end, and where 1000000 defects wait
+    /// to be taken; then no row was taken. After NARVO_NO_MEMORY the stream is over
+    NARVO_C_API int32_t narvo_stream_push(narvo_stream* stream, const narvo_image* rows);
+    /// The last row has come: reports all that is left. Further calls do nothing.
+    /// @return NARVO_REFUSED where fewer rows came than the recipe can inspect, and then more may be pushed
+    NARVO_C_API int32_t narvo_stream_finish(narvo_stream* stream);
+    /// Takes the defects that are final, at most `capacity` of them, in the order of their reports, and sets `*count`
+    /// to how many they are: with less than the capacity, none is left. `record_size` as in narvo_reports_defects.
+    /// `rows` gets the first row of each, counted from the first row of the stream; rows of its box and places count
+    /// from that row. Both arrays may be null when the capacity is 0.
+    NARVO_C_API int32_t narvo_stream_take(narvo_stream* stream, uint32_t record_size, narvo_defect* defects,
+                                          int64_t* rows, int64_t capacity, int64_t* count);
+    /// Fills `counts`, whose size is set.
+    NARVO_C_API int32_t narvo_stream_get(const narvo_stream* stream, narvo_stream_counts* counts);
+    /// Sets `*count` to the number of warnings as of now: what recipe and counts say against exactness.
+    NARVO_C_API int32_t narvo_stream_warnings(narvo_stream* stream, int64_t* count);
+    /// Sets `*text` to warning 0 .. count - 1, a sentence, which can be read until the stream is freed or the next
+    /// narvo_stream_warnings of it.
+    NARVO_C_API int32_t narvo_stream_warning(const narvo_stream* stream, int64_t index, const char** text);
+    /// Frees a stream. @return NARVO_REFUSED for a handle that is none of a stream
+    NARVO_C_API int32_t narvo_stream_free(narvo_stream* stream);
 
 #ifdef __cplusplus
 }

@@ -10,7 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "fuzz/require.h"
+#include "library/c_call_kit.h"
+#include "library/c_long_calls.h"
 #include <narvo/narvo_c.h>
 
 namespace narvo::test
@@ -19,7 +20,6 @@ namespace narvo::test
 namespace
 {
 
-constexpr std::int64_t nHuge = std::numeric_limits<std::int64_t>::max();
 constexpr const char* pRecipes[] = {
     R"({"version": 1, "mode": "pixel", "pitch": {"x": 16, "y": 12}, "threshold": {"base": 25}})",
     R"({"version": 1, "mode": "zone", "pitch": {"x": 16, "y": 12}, "zones": {"columns": 2, "rows": 2, "list": [{"index": 1, "offset": 20}]}})",
@@ -61,56 +61,10 @@ constexpr const char* pLists[] = {
 constexpr const char* pSettings[] = {"max_shift",      "max_rotation", "max_scale",  "mesh_spacing", "min_correlation",
                                      "edge_tolerance", "threshold",    "min_pixels", "max_blobs",    "no_such"};
 
-/// Pixels in a block of exactly the size that the record declares, so that a checker sees reads beyond it.
-struct DrawnImage
-{
-    narvo_image record = {};
-    std::vector<std::uint8_t> bytes;
-    bool broken = false; ///< no call takes it
-};
-
-/// Memory that a call may write to in part: what follows must stay.
-template <typename Value>
-class GuardedArray
+class Caller : private CCallKit
 {
 public:
-    explicit GuardedArray(std::size_t count) : m_bytes(count * sizeof(Value) + nGuard, nMark) {}
-
-    Value* Data() { return reinterpret_cast<Value*>(m_bytes.data()); }
-    /// Nothing behind the first `used` values was written to.
-    void RequireUntouched(std::size_t used) const
-    {
-        Require(std::all_of(m_bytes.begin() + static_cast<std::ptrdiff_t>(used * sizeof(Value)), m_bytes.end(),
-                            [](std::uint8_t byte) { return byte == nMark; }),
-                "nothing is written behind an array");
-    }
-
-private:
-    static constexpr std::size_t nGuard = 32;
-    static constexpr std::uint8_t nMark = 0xa5;
-    std::vector<std::uint8_t> m_bytes;
-};
-
-/// Handles of one kind: those in use, and those that were freed.
-template <typename Handle>
-struct Handles
-{
-    std::vector<Handle*> live;
-    std::vector<Handle*> freed;
-
-    void Add(Handle* handle)
-    {
-        Require(handle != nullptr && std::find(freed.begin(), freed.end(), handle) == freed.end() &&
-                    std::find(live.begin(), live.end(), handle) == live.end(),
-                "a new handle was never given out");
-        live.push_back(handle);
-    }
-};
-
-class Caller
-{
-public:
-    explicit Caller(CCaseSource& source) : m_source(source) {}
+    explicit Caller(CCaseSource& source) : CCallKit(source) {}
 
     ~Caller()
     {
@@ -126,7 +80,9 @@ public:
 
     void CallOnce()
     {
-        switch (m_source.Int(0, 15))
+        m_foreign[0] = m_recipes.live.empty() ? nullptr : static_cast<void*>(m_recipes.live.front());
+        m_foreign[1] = m_drafts.live.empty() ? nullptr : static_cast<void*>(m_drafts.live.front());
+        switch (m_source.Int(0, 21))
         {
         case 0:
             return MakeRecipe();
@@ -154,168 +110,21 @@ public:
             return MakeGolden();
         case 14:
             return UseGolden();
-        default:
+        case 15:
             return FreeOne();
+        default:
+            return m_long.CallOnce();
         }
     }
 
 private:
-    CCaseSource& m_source;
     Handles<narvo_recipe> m_recipes;
     Handles<narvo_draft> m_drafts;
     Handles<narvo_inspector> m_inspectors;
     Handles<narvo_reports> m_reports;
     Handles<narvo_proposal> m_proposals;
     Handles<narvo_golden> m_goldens;
-
-    bool Rarely() { return m_source.OneIn(24); }
-
-    /// A handle and whether it is in use; otherwise null, freed, of another kind, or anything.
-    template <typename Handle>
-    std::pair<Handle*, bool> Draw(const Handles<Handle>& handles)
-    {
-        if (!handles.live.empty() && !Rarely())
-            return {handles.live[m_source.Below(handles.live.size())], true};
-        switch (m_source.Int(0, 3))
-        {
-        case 0:
-            return {nullptr, false};
-        case 1:
-            if (!handles.freed.empty())
-                return {handles.freed[m_source.Below(handles.freed.size())], false};
-            return {nullptr, false};
-        case 2:
-            return {reinterpret_cast<Handle*>(this), false};
-        default:
-            if constexpr (std::is_same_v<Handle, narvo_recipe>)
-                return {m_drafts.live.empty() ? nullptr : reinterpret_cast<Handle*>(m_drafts.live.front()), false};
-            else
-                return {m_recipes.live.empty() ? nullptr : reinterpret_cast<Handle*>(m_recipes.live.front()), false};
-        }
-    }
-
-    /// Checks a status and the problems behind it. @return whether the call did what it says
-    static bool Sound(std::int32_t status, bool mayRun = true)
-    {
-        Require(status == NARVO_OK || status == NARVO_REFUSED, "a call succeeds or is refused");
-        const std::int64_t count = narvo_problem_count();
-        Require(status == NARVO_OK ? count == 0 : count >= 1, "a refusal has problems, success has none");
-        for (std::int64_t i = -1; i <= count; ++i)
-        {
-            narvo_problem problem = {};
-            problem.size = sizeof(problem);
-            const bool inside = i >= 0 && i < count;
-            Require((narvo_problem_get(i, &problem) == NARVO_OK) == inside, "problems are those of the count");
-            if (inside)
-                Require(problem.size == sizeof(problem) && problem.reserved == 0 && problem.field != nullptr &&
-                            problem.value != nullptr && std::strlen(problem.allowed) > 0,
-                        "a problem has its texts");
-        }
-        Require(mayRun || status == NARVO_REFUSED, "a wrong argument is refused");
-        return status == NARVO_OK;
-    }
-
-    template <typename Handle>
-    void Keep(Handles<Handle>& handles, Handle* made, std::int32_t status, bool mayRun)
-    {
-        if (Sound(status, mayRun))
-            handles.Add(made);
-        else
-            Require(made == nullptr, "no handle without success");
-    }
-
-    template <typename Handle, typename Call>
-    void Create(Handles<Handle>& handles, const Call& call)
-    {
-        if (Rarely())
-            return void(Sound(call(nullptr), false));
-        auto* made = reinterpret_cast<Handle*>(this);
-        const std::int32_t status = call(&made);
-        Keep(handles, made, status, true);
-    }
-
-    DrawnImage DrawImage(int leastSide)
-    {
-        DrawnImage image;
-        narvo_image& record = image.record;
-        record.size = sizeof(record);
-        record.width = m_source.Pick({96, 64, 100, 97, 130, leastSide});
-        record.height = m_source.Pick({72, 64, 61, 80, leastSide});
-        record.bits = m_source.OneIn(4) ? m_source.Int(9, 16) : 8;
-        const std::int64_t row = record.width * (record.bits > 8 ? 2 : 1);
-        record.stride = m_source.OneIn(3) ? row + 2 * m_source.Int(0, 20) : 0;
-        const std::int64_t stride = record.stride == 0 ? row : record.stride;
-        image.bytes.resize(static_cast<std::size_t>(stride * (record.height - 1) + row));
-        Paint(image, static_cast<int>(stride));
-        record.pixels = image.bytes.data();
-        if (Rarely())
-            Break(image, row);
-        return image;
-    }
-
-    void Paint(DrawnImage& image, int stride)
-    {
-        const int kind = m_source.Int(0, 4);
-        const int spots = m_source.Int(0, 5);
-        const int top = image.record.bits > 8 ? 1 << (image.record.bits - 8) : 1;
-        std::vector<std::pair<int, int>> places;
-        for (int i = 0; i < spots; ++i)
-            places.emplace_back(m_source.Int(0, image.record.width - 1), m_source.Int(0, image.record.height - 1));
-        unsigned noise = 1;
-        for (int y = 0; y < image.record.height; ++y)
-            for (int x = 0; x < image.record.width; ++x)
-            {
-                noise = noise * 1664525U + 1013904223U;
-                int value = kind == 3 ? 90 : x % 16 < 6 && y % 12 < 8 ? 150 : 60;
-                if (kind == 2)
-                    value = static_cast<int>(noise >> 24);
-                else if (kind == 4)
-                    value = (x / 9 * 37 + y / 7 * 61) * 29 % 200;
-                for (const auto& [left, up] : places)
-                    if (std::abs(x - left) <= 2 && std::abs(y - up) <= 2)
-                        value = kind % 2 == 0 ? 250 : 2;
-                value *= top;
-                auto* place = image.bytes.data() + static_cast<std::ptrdiff_t>(y) * stride;
-                if (image.record.bits == 8)
-                    place[x] = static_cast<std::uint8_t>(value);
-                else
-                {
-                    const auto wide = static_cast<std::uint16_t>(value);
-                    std::memcpy(place + 2 * x, &wide, 2);
-                }
-            }
-    }
-
-    void Break(DrawnImage& image, std::int64_t row)
-    {
-        narvo_image& record = image.record;
-        image.broken = true;
-        switch (m_source.Int(0, 6))
-        {
-        case 0:
-            record.size = static_cast<std::uint32_t>(m_source.Pick({0, 8, 31, 33, 1000}));
-            break;
-        case 1:
-            record.pixels = nullptr;
-            break;
-        case 2:
-            record.width = m_source.Pick({0, -1, 1048577, std::numeric_limits<int>::max()});
-            break;
-        case 3:
-            record.height = m_source.Pick({0, -1, 1048577, std::numeric_limits<int>::min()});
-            break;
-        case 4:
-            record.bits = m_source.Pick({0, 7, 17, -8, std::numeric_limits<int>::max()});
-            break;
-        case 5:
-            record.stride = m_source.Pick({std::int64_t{-1}, row - 1, -nHuge - 1, nHuge});
-            break;
-        default:
-            record.width = record.height = 1048576;
-            record.stride = 0;
-            break;
-        }
-    }
+    CLongCalls m_long{m_source, m_recipes, m_reports};
 
     void MakeRecipe()
     {
@@ -441,7 +250,7 @@ private:
         case 6:
         {
             const double values[3] = {DrawNumber(), 16.0, DrawNumber()};
-            const std::int64_t count = m_source.Pick<std::int64_t>({3, 1, 0, -1, nHuge});
+            const std::int64_t count = m_source.Pick<std::int64_t>({3, 1, 0, -1, nHugeCount});
             return void(Sound(narvo_draft_set_list(draft, field, values, count), right && count >= 0 && count <= 3));
         }
         case 7:
@@ -478,31 +287,19 @@ private:
             break;
         case 2:
             record.width = m_source.Pick({0, -5, std::numeric_limits<int>::max()});
-            record.stride = m_source.Pick<std::int64_t>({record.width, nHuge}); // never a smaller region
+            record.stride = m_source.Pick<std::int64_t>({record.width, nHugeCount}); // never a smaller region
             break;
         case 3:
             record.height = m_source.Pick({0, -5, std::numeric_limits<int>::min()});
             break;
         case 4:
-            record.stride = m_source.Pick<std::int64_t>({-1, 5, -nHuge});
+            record.stride = m_source.Pick<std::int64_t>({-1, 5, -nHugeCount});
             break;
         default:
             break;
         }
         Sound(narvo_draft_set_text(draft, "mode", "zone"), hasDraft);
         Sound(narvo_draft_set_region_map(draft, map, &record), hasDraft && !broken && map >= 0 && map <= 6);
-    }
-
-    double DrawNumber()
-    {
-        return m_source.Pick({16.0, 12.5, 0.0, -1.0, 300.25, 1e300, -1e300, std::numeric_limits<double>::infinity(),
-                              std::numeric_limits<double>::quiet_NaN(), 1e-300});
-    }
-
-    int DrawInteger()
-    {
-        return m_source.Pick({16, 12, 20, 0, -1, 1, 2, 64, 96, 255, 256, std::numeric_limits<int>::max(),
-                              std::numeric_limits<int>::min()});
     }
 
     void CheckDraft()
@@ -520,7 +317,7 @@ private:
         if (Sound(narvo_recipe_regions(recipe, &count), hasRecipe))
             Require(count >= 1, "a recipe has a region");
         Sound(narvo_recipe_check_size(recipe, DrawInteger(), DrawInteger()), hasRecipe);
-        const std::int64_t capacity = m_source.Pick<std::int64_t>({100, 0, 1, 2, 100000, -1, -nHuge});
+        const std::int64_t capacity = m_source.Pick<std::int64_t>({100, 0, 1, 2, 100000, -1, -nHugeCount});
         GuardedArray<char> text(static_cast<std::size_t>(std::max<std::int64_t>(capacity, 0)));
         std::int64_t length = -1;
         if (Sound(narvo_recipe_text(recipe, text.Data(), capacity, &length), hasRecipe && capacity >= 0))
@@ -535,7 +332,7 @@ private:
     void ReadReports()
     {
         const auto [reports, hasReports] = Draw(m_reports);
-        const std::int64_t region = m_source.Pick<std::int64_t>({0, 1, -1, nHuge});
+        const std::int64_t region = m_source.Pick<std::int64_t>({0, 1, -1, nHugeCount});
         narvo_report report = {};
         const bool sized = !Rarely();
         report.size = sized ? sizeof(report) : 8;
@@ -597,11 +394,11 @@ private:
             return;
         const DrawnImage first = DrawImage(64);
         narvo_image images[2] = {first.record, first.record};
-        const std::int64_t count = m_source.Pick<std::int64_t>({1, 2, 0, -1, nHuge});
+        const std::int64_t count = m_source.Pick<std::int64_t>({1, 2, 0, -1, nHugeCount});
         narvo_setting settings[2] = {};
         for (narvo_setting& setting : settings)
             setting = {sizeof(setting), 0, pSettings[m_source.Below(std::size(pSettings))], DrawNumber()};
-        const std::int64_t named = m_source.Pick<std::int64_t>({0, 1, 2, -1, nHuge});
+        const std::int64_t named = m_source.Pick<std::int64_t>({0, 1, 2, -1, nHugeCount});
         const int lanes = m_source.Pick({1, 2, 0});
         auto* made = reinterpret_cast<narvo_golden*>(this);
         const std::int32_t status = narvo_golden_create(images, count, settings, named, lanes, &made);
@@ -633,18 +430,6 @@ private:
             pixels.RequireUntouched(static_cast<std::size_t>(std::min(capacity, std::int64_t{width} * height)));
     }
 
-    template <typename Handle, typename Free>
-    void FreeDrawn(Handles<Handle>& handles, const Free& free)
-    {
-        const auto [handle, live] = Draw(handles);
-        const std::int32_t status = free(handle);
-        Require(status == (live || handle == nullptr ? NARVO_OK : NARVO_REFUSED), "what is in use can be freed");
-        if (!live)
-            return;
-        handles.live.erase(std::find(handles.live.begin(), handles.live.end(), handle));
-        handles.freed.push_back(handle);
-    }
-
     void FreeOne()
     {
         switch (m_source.Int(0, 5))
@@ -662,15 +447,6 @@ private:
         default:
             return FreeDrawn(m_goldens, narvo_golden_free);
         }
-    }
-
-    template <typename Handle, typename Free>
-    static void FreeAll(const Handles<Handle>& handles, const Free& free)
-    {
-        for (Handle* handle : handles.live)
-            Require(free(handle) == NARVO_OK, "every handle in use can be freed");
-        for (Handle* handle : handles.freed)
-            Require(free(handle) == NARVO_REFUSED, "no handle is freed twice");
     }
 };
 

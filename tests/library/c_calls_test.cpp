@@ -11,7 +11,7 @@ namespace narvo::test
 
 TEST(CInterfaceCalls, RandomSequencesAreSound)
 {
-    for (std::uint64_t number = 0; number < 30; ++number)
+    for (std::uint64_t number = 0; number < 100; ++number)
     {
         CNumberedSource source(number);
         MakeCCalls(source, 60);

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "library/c_test_help.h"
 #include "library/host_pictures.h"
 #include <narvo/narvo_c.h>
 
@@ -23,28 +24,6 @@ constexpr const char* pRecipe =
 constexpr int nWidth = 512;
 constexpr int nHeight = 288;
 constexpr Box square = {200, 120, 204, 124};
-
-/// The fields of the last failure in this thread, in a row.
-std::string CFields()
-{
-    std::string fields;
-    for (std::int64_t i = 0; i < narvo_problem_count(); ++i)
-    {
-        narvo_problem problem = {};
-        problem.size = sizeof(problem);
-        EXPECT_EQ(narvo_problem_get(i, &problem), NARVO_OK);
-        EXPECT_STRNE(problem.allowed, "");
-        if (!fields.empty())
-            fields += ' ';
-        fields += problem.field;
-    }
-    return fields;
-}
-
-narvo_image ImageOf(const Picture8& picture)
-{
-    return {sizeof(narvo_image), picture.width, picture.height, 8, 0, picture.pixels.data()};
-}
 
 std::vector<narvo_defect> DefectsOf(const narvo_reports* reports, std::int64_t region = 0)
 {

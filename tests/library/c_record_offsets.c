@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 /* The records of the C interface on 64-bit machines, where programs in other languages declare them by hand: sizes and
- * offsets of the first version, which later versions keep. */
+ * offsets of the version that brought them, which later versions keep. */
 #include <stddef.h>
 
 #include <narvo/narvo_c.h>
@@ -129,3 +129,63 @@ AT(narvo_place, bottom, 16);
 AT(narvo_place, reserved, 20);
 AT(narvo_place, center_x, 24);
 AT(narvo_place, center_y, 32);
+
+SIZE(narvo_learn_input, 112);
+AT(narvo_learn_input, size, 0);
+AT(narvo_learn_input, reserved, 4);
+AT(narvo_learn_input, good, 8);
+AT(narvo_learn_input, good_names, 16);
+AT(narvo_learn_input, good_count, 24);
+AT(narvo_learn_input, defective, 32);
+AT(narvo_learn_input, defective_names, 40);
+AT(narvo_learn_input, defective_count, 48);
+AT(narvo_learn_input, box_counts, 56);
+AT(narvo_learn_input, boxes, 64);
+AT(narvo_learn_input, mode, 72);
+AT(narvo_learn_input, settings, 80);
+AT(narvo_learn_input, setting_count, 88);
+AT(narvo_learn_input, progress, 96);
+AT(narvo_learn_input, context, 104);
+
+SIZE(narvo_learnt, 40);
+AT(narvo_learnt, size, 0);
+AT(narvo_learnt, reserved, 4);
+AT(narvo_learnt, reason_count, 8);
+AT(narvo_learnt, warning_count, 16);
+AT(narvo_learnt, false_defects, 24);
+AT(narvo_learnt, false_bound, 32);
+
+SIZE(narvo_learnt_image, 56);
+AT(narvo_learnt_image, size, 0);
+AT(narvo_learnt_image, width, 4);
+AT(narvo_learnt_image, height, 8);
+AT(narvo_learnt_image, reserved, 12);
+AT(narvo_learnt_image, false_defects, 16);
+AT(narvo_learnt_image, area, 24);
+AT(narvo_learnt_image, level, 32);
+AT(narvo_learnt_image, contrast, 40);
+AT(narvo_learnt_image, score, 48);
+
+SIZE(narvo_pixel_way, 48);
+AT(narvo_pixel_way, size, 0);
+AT(narvo_pixel_way, x, 4);
+AT(narvo_pixel_way, y, 8);
+AT(narvo_pixel_way, value, 12);
+AT(narvo_pixel_way, defect, 16);
+AT(narvo_pixel_way, reserved, 20);
+AT(narvo_pixel_way, outcome, 24);
+AT(narvo_pixel_way, why, 32);
+AT(narvo_pixel_way, text, 40);
+
+SIZE(narvo_stream_counts, 80);
+AT(narvo_stream_counts, size, 0);
+AT(narvo_stream_counts, exact, 4);
+AT(narvo_stream_counts, rows, 8);
+AT(narvo_stream_counts, final_rows, 16);
+AT(narvo_stream_counts, defects, 24);
+AT(narvo_stream_counts, waiting, 32);
+AT(narvo_stream_counts, cut_defects, 40);
+AT(narvo_stream_counts, crowded, 48);
+AT(narvo_stream_counts, overflows, 56);
+AT(narvo_stream_counts, open_chains, 64);
+AT(narvo_stream_counts, memory_short, 72);
