@@ -9,11 +9,18 @@
 namespace narvo::test
 {
 
+/// Which case is tried, printed where a claim does not hold.
+inline std::string& RequireContext()
+{
+    static std::string strContext;
+    return strContext;
+}
+
 inline void Require(bool bHolds, const std::string& strClaim)
 {
     if (bHolds)
         return;
-    std::fprintf(stderr, "does not hold: %s\n", strClaim.c_str());
+    std::fprintf(stderr, "does not hold: %s\n%s\n", strClaim.c_str(), RequireContext().c_str());
     std::abort();
 }
 

@@ -65,17 +65,17 @@ void SetRandomField(RandomInput& input, RecipeDraft& draft)
     switch (input.random.Int(0, 4))
     {
     case 0:
-        draft.Set(switches[input.random.Next() % std::size(switches)], input.random.OneIn(2));
+        draft.Set(switches[input.random.Below(std::size(switches))], input.random.OneIn(2));
         break;
     case 1:
-        draft.Set(words[input.random.Next() % std::size(words)],
+        draft.Set(words[input.random.Below(std::size(words))],
                   input.random.Pick({"horizontal", "vertical", "jump", "block", "luma", "each", "rggb", "median", ""}));
         break;
     default:
         if (input.random.OneIn(6))
-            draft.Set(numbers[input.random.Next() % std::size(numbers)], input.WildNumber());
+            draft.Set(numbers[input.random.Below(std::size(numbers))], input.WildNumber());
         else
-            draft.Set(numbers[input.random.Next() % std::size(numbers)], input.random.Int(0, 40));
+            draft.Set(numbers[input.random.Below(std::size(numbers))], input.random.Int(0, 40));
     }
 }
 
@@ -99,8 +99,9 @@ void SetMaps(RandomInput& input, RecipeDraft& draft)
         std::vector<std::int16_t> values(static_cast<std::size_t>(width + gap) * static_cast<std::size_t>(height - 1) +
                                          static_cast<std::size_t>(width));
         const int most = input.random.OneIn(20) ? 32767 : 15;
+        CRandom noise = input.Noise();
         for (std::int16_t& value : values)
-            value = static_cast<std::int16_t>(input.random.OneIn(500) ? input.random.Int(-1, most) : 12);
+            value = static_cast<std::int16_t>(noise.OneIn(500) ? noise.Int(-1, most) : 12);
         MapValues given{values.data(), width, height, gap == 0 ? 0 : width + gap};
         if (input.random.OneIn(15))
             given.values = nullptr;
@@ -120,9 +121,10 @@ void SetPaintedCell(RandomInput& input, RecipeDraft& draft, int pitchX, int pitc
     const int width = fits ? pitchX : input.Side(60);
     const int height = fits ? pitchY : input.Side(60);
     std::vector<std::uint8_t> cell(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), 1);
+    CRandom noise = input.Noise();
     for (std::uint8_t& zone : cell)
-        if (input.random.OneIn(9))
-            zone = static_cast<std::uint8_t>(input.random.OneIn(400) ? 200 : input.random.Int(1, 3));
+        if (noise.OneIn(9))
+            zone = static_cast<std::uint8_t>(noise.OneIn(400) ? 200 : noise.Int(1, 3));
     ImagePixels pixels(cell.data(), width, height);
     if (input.random.OneIn(20))
         input.Spoil(pixels);

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
+#include "fuzz/require.h"
+#include "soak/case_source.h"
 #include "support/random.h"
 #include <narvo/narvohost.h>
 
@@ -29,19 +29,23 @@ bool Ask(Call call)
     }
     catch (const Error& error)
     {
-        EXPECT_FALSE(error.Problems().empty());
-        EXPECT_STRNE(error.what(), "");
+        Require(!error.Problems().empty() && error.what()[0] != '\0', "a refusal has a text");
         for (const Problem& problem : error.Problems())
-        {
-            EXPECT_FALSE(problem.field.empty());
-            EXPECT_FALSE(problem.allowed.empty()) << problem.field << ": " << problem.value;
-        }
+            Require(!problem.field.empty() && !problem.allowed.empty(),
+                    "a problem names its field and what is allowed: " + problem.field + ", " + problem.value);
     }
     catch (const std::exception& other)
     {
-        ADD_FAILURE() << other.what();
+        Require(false, std::string("nothing but an Error comes out of a call: ") + other.what());
     }
     return false;
+}
+
+/// A call that must be refused.
+template <typename Call>
+void RequireRefused(Call call, const char* claim)
+{
+    Require(!Ask(call), claim);
 }
 
 /// Pixels of exactly the bytes that an image needs, so that a read behind them shows.
@@ -55,7 +59,7 @@ struct RandomImage
 class RandomInput
 {
 public:
-    explicit RandomInput(std::uint64_t seed) : random(seed) {}
+    explicit RandomInput(CCaseSource& source) : random(source) {}
 
     int Wild()
     {
@@ -85,18 +89,19 @@ public:
         const int kind = random.Int(0, 5);
         const int pitchX = random.Int(3, 40);
         const int pitchY = random.Int(3, 40);
+        CRandom noise = Noise();
         const auto value = [&](std::size_t i)
         {
             const int x = static_cast<int>(i % static_cast<std::size_t>(width + gap));
             const int y = static_cast<int>(i / static_cast<std::size_t>(width + gap));
             if (kind == 0)
-                return static_cast<int>(random.Next() & 255U);
+                return static_cast<int>(noise.Next() & 255U);
             if (kind == 1)
                 return 77;
             if (kind <= 3) // fields of a pattern that does not repeat
                 return ((x / 11 * 7919 + y / 9 * 104729) >> 4) % 3 == 0 ? 150 : 60;
             return (x % pitchX < pitchX / 2 && y % pitchY < pitchY / 2 ? 150 : 60) +
-                   (random.OneIn(500) ? 90 : random.Int(0, 3));
+                   (noise.OneIn(500) ? 90 : noise.Int(0, 3));
         };
         if (bits == 8)
         {
@@ -109,7 +114,7 @@ public:
         {
             image.words.resize(values);
             for (std::size_t i = 0; i < values; ++i)
-                image.words[i] = static_cast<std::uint16_t>(random.OneIn(999) ? 65535 : value(i) << (bits - 8));
+                image.words[i] = static_cast<std::uint16_t>(noise.OneIn(999) ? 65535 : value(i) << (bits - 8));
             image.pixels = ImagePixels(image.words.data(), width, height, gap == 0 ? 0 : 2 * (width + gap), bits);
         }
         if (random.OneIn(12))
@@ -154,7 +159,10 @@ public:
                number("right", left + random.Int(-2, 300)) + ", " + number("bottom", top + random.Int(-2, 300)) + "}";
     }
 
-    CRandom random;
+    /// Numbers for what would need too many draws, such as the noise of pixels.
+    CRandom Noise() { return CRandom(random.Below(std::uint64_t{1} << 16)); }
+
+    CCaseSource& random;
 };
 
 } // namespace narvo::test
