@@ -56,6 +56,8 @@ public:
     virtual FrameLosses Losses() const = 0;
     /// Lines for a person since the last call: what was lost and why.
     std::vector<std::string> TakeNotes() { return std::exchange(m_notes, {}); }
+    /// `told` is called within Next after each new line, for sources that wait long for a frame.
+    void TellWhenNoted(std::function<void()> told) { m_told = std::move(told); }
 
 protected:
     /// Notes that nobody takes are kept up to a number only.
@@ -64,9 +66,12 @@ protected:
         constexpr std::size_t nMost = 100;
         if (m_notes.size() < nMost)
             m_notes.push_back(std::move(text));
+        if (m_told)
+            m_told();
     }
 
 private:
+    std::function<void()> m_told;
     std::vector<std::string> m_notes;
 };
 

@@ -116,6 +116,38 @@ protected:
     ListSink sink;
 };
 
+TEST_F(WatchRunTest, TellsWhatASourceNotesWhileItWaits)
+{
+    class Lost : public sources::FrameSource
+    {
+    public:
+        std::optional<Frame> Next(const std::stop_token& stop) override
+        {
+            Note("the camera is lost");
+            while (!stop.stop_requested())
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            return std::nullopt;
+        }
+        sources::FrameLosses Losses() const override { return {1, 0}; }
+    };
+    class StoppingSink : public ListSink
+    {
+    public:
+        void Tell(const std::string& line) override
+        {
+            ListSink::Tell(line);
+            stop.request_stop();
+        }
+        std::stop_source stop;
+    };
+    settings.recipes = {ParseRecipe(SmallestRecipe(), {})};
+    Lost source;
+    StoppingSink waiting;
+    const WatchSummary summary = RunWatch(settings, source, waiting, waiting.stop.get_token());
+    EXPECT_THAT(waiting.lines, testing::ElementsAre("the camera is lost"));
+    EXPECT_EQ(summary.losses.incomplete, 1U);
+}
+
 TEST_F(WatchRunTest, WaitingLosesNothingAndKeepsTheOrder)
 {
     settings.lanes = 3;

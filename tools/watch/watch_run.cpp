@@ -125,9 +125,10 @@ private:
         OrFail(
             [&]
             {
+                std::uint64_t acquired = 0;
+                m_source.TellWhenNoted([&] { NoteArrival(acquired); });
                 try
                 {
-                    std::uint64_t acquired = 0;
                     while (m_settings.mostFrames == 0 || acquired < m_settings.mostFrames)
                     {
                         std::optional<sources::Frame> frame = m_source.Next(m_end.get_token());
@@ -146,6 +147,7 @@ private:
                     TellNotes();
                 }
             });
+        m_source.TellWhenNoted(nullptr);
         m_queue.Close();
         {
             const std::scoped_lock lock(m_mutex);
