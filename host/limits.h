@@ -22,7 +22,10 @@ constexpr std::size_t nRegionLimit = 10000;
 constexpr std::size_t nCornerLimit = 10000;     ///< of a region that is a polygon
 constexpr std::size_t nTableEntryLimit = 65536; ///< one for each 16 pixels of the longest side
 constexpr std::size_t nSkippedCellLimit = 100000;
-constexpr std::size_t nRecipeEntryLimit = 1000000; ///< corners, table entries and skipped cells of all regions
+constexpr std::size_t nRecipeEntryLimit =
+    1000000; ///< corners, table entries, skipped cells and camera features of all regions
+
+constexpr std::size_t nCameraFeatureLimit = 1000; ///< that a recipe sets
 
 constexpr std::size_t nListedProblems = 100; ///< of one call; the others are counted
 

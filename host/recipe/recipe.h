@@ -14,6 +14,7 @@
 #include "host/image/image_reading.h"
 #include "host/inspection_kind.h"
 #include "host/lattice/lattice_settings.h"
+#include "host/recipe/camera_settings.h"
 #include "host/recipe/texture_settings.h"
 #include "narvoassem/platform.h"
 
@@ -126,6 +127,10 @@ struct Recipe : ImageReading
     int minArea = 1;
     int label = -1;
 
+    int cameraBuffers = CameraSettings{}.buffers;
+    int cameraFramePause = CameraSettings{}.framePause;
+    std::vector<CameraFeature> cameraFeatures;
+
     int regionShape = RegionShape_Rectangle;
     std::optional<CRect> region;                      ///< rectangle; none: the whole image
     std::vector<CPoint> regionPoints;                 ///< corners of the other shapes
@@ -231,6 +236,7 @@ struct Recipe : ImageReading
     {
         return {textureMargins, textureWindow, textureEdgeZone, textureEdgeWindow, textureEnergyWindow};
     }
+    CameraSettings Camera() const { return {cameraBuffers, cameraFramePause, cameraFeatures}; }
     double RealPitchX() const { return pitchX * multipleX; }
     double RealPitchY() const { return pitchY * multipleY; }
     double CellWidth() const { return pitchX * zoneMultipleX; }

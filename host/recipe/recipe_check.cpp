@@ -144,6 +144,7 @@ std::vector<Problem> CheckRecipe(const Recipe& recipe)
     CheckShape(recipe, found);
     CheckStructured(recipe, found);
     CheckLists(recipe, found);
+    CheckCamera(recipe, found);
     CheckDependents(recipe, found);
     for (Problem& problem : CheckCombination(recipe))
         AddOnce(std::move(problem), found);

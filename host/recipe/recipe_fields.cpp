@@ -109,6 +109,12 @@ const Field<Recipe> recipeFields[] = {
     {"image.raw.width", "pixels", &Recipe::rawWidth, 0, nImageSideLimit, nNone, nAll, "width of such a frame"},
     {"image.raw.height", "pixels", &Recipe::rawHeight, 0, nImageSideLimit, nNone, nAll, "height of such a frame"},
     {"image.raw.offset", "bytes", &Recipe::rawOffset, 0, dIntHigh, nNone, nAll, "what precedes its first pixel"},
+    {"camera.buffers", "frames", &Recipe::cameraBuffers, 2, 256, nNone, nAll,
+     "how many may be on their way from a camera before one is lost"},
+    {"camera.frame_pause", "milliseconds", &Recipe::cameraFramePause, 1, 3600000, nNone, nAll,
+     "how long nothing of a frame may come before it is incomplete, for GigE; more for a line camera that waits for "
+     "its "
+     "lines"},
     {"pitch.x", "pixels", &Recipe::pitchX, dPitchLow, dPitchHigh, nCompared, nCompared,
      "period of the pattern along x"},
     {"pitch.y", "pixels", &Recipe::pitchY, dPitchLow, dPitchHigh, nCompared, nCompared,
@@ -298,6 +304,9 @@ const StructuredField structuredFields[] = {
     {"margin_frame", "object with left, top, right, bottom, in pixels", "none", nNone, nFiltered,
      "frame of the edge tests"},
     {"dead_zones", "list of at most 9 rectangles, in pixels", "empty", nNone, nRectangles, "no hits inside"},
+    {"camera.features",
+     "list of objects with one member each, a GenICam feature's name with a number, text, true or false", "empty",
+     nNone, nAll, "what a camera is set to, in this order, before narvo watch takes frames from it"},
     {"tables.scan_pitch", "list of pitches along y in pixels, one for each 16 rows", "empty", nNone, nRectangles,
      "row table"},
     {"tables.conv_pitch", "list of pitches along x in pixels, one for each 16 columns", "empty", nNone,

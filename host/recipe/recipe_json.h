@@ -18,6 +18,7 @@ constexpr const char* szRegion = "region";
 constexpr const char* szRegions = "regions";
 constexpr const char* szMarginFrame = "margin_frame";
 constexpr const char* szDeadZones = "dead_zones";
+constexpr const char* szCameraFeatures = "camera.features";
 
 /// @throws HostError where a JSON text of that length is too long
 void CheckJsonSize(std::uintmax_t bytes, const std::string& name);

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 // One region of a recipe from JSON.
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
+#include <limits>
 #include <optional>
 #include <set>
 #include <string>
@@ -150,6 +152,35 @@ void ReadVerifyChecks(const std::string& path, const json& value, ZoneSettings& 
              });
 }
 
+/// One feature of the camera, {"ExposureTime": 120.5}. Objects of several members are refused, since members have no
+/// order.
+void ReadCameraFeature(const std::string& path, const json& entry, Recipe& recipe, Problems& found)
+{
+    static constexpr const char* szForm = "an object with one member, as {\"ExposureTime\": 120.5}";
+    if (!entry.is_object() || entry.size() != 1)
+    {
+        found.push_back({path, Shorten(entry), szForm});
+        return;
+    }
+    CameraFeature feature{entry.begin().key(), {}};
+    const json& value = entry.begin().value();
+    constexpr auto nMost = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+    if (value.is_boolean())
+        feature.value = value.get<bool>();
+    else if (value.is_string())
+        feature.value = value.get<std::string>();
+    else if (value.is_number_float() || (value.is_number_unsigned() && value.get<std::uint64_t>() > nMost))
+        feature.value = value.get<double>();
+    else if (value.is_number_integer())
+        feature.value = value.get<std::int64_t>();
+    else
+    {
+        found.push_back({path + "." + feature.name, Shorten(value), "a number, a text, true or false"});
+        return;
+    }
+    recipe.cameraFeatures.push_back(std::move(feature));
+}
+
 void ReadStructured(std::string_view path, const json& value, Recipe& recipe, Problems& found)
 {
     if (path == szMarginFrame)
@@ -161,6 +192,10 @@ void ReadStructured(std::string_view path, const json& value, Recipe& recipe, Pr
                      if (const auto rect = ReadRect(entry, member, false, found))
                          recipe.deadZones.push_back(*rect);
                  });
+    else if (path == szCameraFeatures)
+        ReadList(szCameraFeatures, value, "features", nCameraFeatureLimit, found,
+                 [&](const std::string& entry, const json& member)
+                 { ReadCameraFeature(entry, member, recipe, found); });
     else if (path == szZoneSkip)
         ReadList(szZoneSkip, value, "cells", nSkippedCellLimit, found,
                  [&](const std::string& entry, const json& member)

@@ -82,7 +82,7 @@ Problems JoinProblems(const std::vector<Problems>& byRegion, const json& regions
 /// Entries of the lists that a recipe may make long.
 std::size_t EntriesOf(const Recipe& recipe)
 {
-    std::size_t entries = recipe.regionPoints.size() + recipe.skippedCells.size();
+    std::size_t entries = recipe.regionPoints.size() + recipe.skippedCells.size() + recipe.cameraFeatures.size();
     for (const TableField& table : TableFields())
         entries += (recipe.*table.member).size();
     return entries;
@@ -153,6 +153,8 @@ std::vector<CheckedRecipe> ParseRecipes(const json& document, const std::filesys
         const Recipe& recipe = recipes.back();
         if (static_cast<const ImageReading&>(recipe) != static_cast<const ImageReading&>(*recipes.front()))
             byRegion[i] = {{"image", "other than that of an earlier region", "the same for all regions"}};
+        if (recipe.Camera() != recipes.front()->Camera())
+            byRegion[i].push_back({"camera", "other than that of an earlier region", "the same for all regions"});
         entries += EntriesOf(recipe);
         if (entries > nRecipeEntryLimit)
             throw HostError(

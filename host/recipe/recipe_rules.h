@@ -59,6 +59,8 @@ void CheckRanges(std::span<const Field<Owner>> fields, Kind kind, const Owner& o
 /// Which kernel the settings select in a direction, and whether it reads all that is set.
 void CheckKernel(const Recipe& recipe, Direction direction, Problems& found);
 
+/// The section `camera`.
+void CheckCamera(const Recipe& recipe, Problems& found);
 /// The measures of texture mode.
 void CheckTexture(const Recipe& recipe, Problems& found);
 /// The vectors of lattice mode.

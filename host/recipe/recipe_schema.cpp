@@ -256,6 +256,13 @@ ordered_json Fields()
     ordered_json dead = Rectangle("a rectangle without hits");
     Close(dead);
     Put(object, "dead_zones", List(dead, nDeadZoneHigh, "no hits inside"));
+    ordered_json feature = {
+        {"type", "object"},
+        {"minProperties", 1},
+        {"maxProperties", 1},
+        {"additionalProperties", {{"anyOf", {{{"type", "number"}}, {{"type", "string"}}, {{"type", "boolean"}}}}}}};
+    Put(object, "camera.features",
+        List(feature, nCameraFeatureLimit, "GenICam features that a camera is set to, in this order"));
     Put(object, "tables.scan_pitch", Pitches("pitches along y, pixels, one for each 16 rows"));
     Put(object, "tables.conv_pitch", Pitches("pitches along x, pixels, one for each 16 columns"));
     Put(object, "tables.scan_tilt",

@@ -3,6 +3,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <variant>
 
 #include <nlohmann/json.hpp>
 
@@ -72,6 +73,9 @@ ordered_json RecipeToJson(const Recipe& recipe)
     }
     if (recipe.marginFrame)
         document[szMarginFrame] = RectToJson(*recipe.marginFrame);
+    ordered_json& cameraFeatures = Place(document, szCameraFeatures) = ordered_json::array();
+    for (const CameraFeature& feature : recipe.cameraFeatures)
+        std::visit([&](const auto& value) { cameraFeatures.push_back({{feature.name, value}}); }, feature.value);
     document[szDeadZones] = ordered_json::array();
     for (const CRect& rect : recipe.deadZones)
         document[szDeadZones].push_back(RectToJson(rect));

@@ -82,11 +82,11 @@ TEST(BlockFields, EveryNamedFieldIsOneOfTheRecipe)
 TEST(BlockFields, EveryFieldOfTheRecipeReachesTheBlockOrIsKnownToBeTheHostLayersOwn)
 {
     const std::set<std::string> own = {"version", "name", "max_blobs", "min_area", "dead_image", "zones.list"};
-    // How images are read, and the modes that fill the block for a comparison of their own.
+    // How images are taken and read, and the modes that fill the block for a comparison of their own.
     const auto isOwn = [&](const std::string& path)
     {
-        return own.contains(path) || path.starts_with("image.") || path.starts_with("texture.") ||
-               path.starts_with("lattice.");
+        return own.contains(path) || path.starts_with("image.") || path.starts_with("camera.") ||
+               path.starts_with("texture.") || path.starts_with("lattice.");
     };
     std::set<std::string> named;
     for (const BlockField& field : BlockFields())

@@ -57,8 +57,12 @@ private:
     {
         const json properties = schema.value("properties", json::object());
         for (const auto& [name, member] : value.items())
-            if (properties.contains(name) ? !Check(properties[name], member) : schema.contains("additionalProperties"))
+            if (!Check(properties.contains(name) ? properties[name] : schema.value("additionalProperties", json(true)),
+                       member))
                 return false;
+        if (value.size() < schema.value("minProperties", std::size_t{0}) ||
+            value.size() > schema.value("maxProperties", value.size()))
+            return false;
         for (const json& name : schema.value("required", json::array()))
             if (!value.contains(name.get<std::string>()))
                 return false;
@@ -108,9 +112,9 @@ private:
             else if (word == "$ref")
                 fine = Check(m_schema.at(json::json_pointer(rule.get<std::string>().substr(1))), value);
             else
-                EXPECT_THAT(word, testing::AnyOf("properties", "required", "additionalProperties", "items",
-                                                 "prefixItems", "minItems", "maxItems", "then", "$schema", "$defs",
-                                                 "title", "description", "default"));
+                EXPECT_THAT(word, testing::AnyOf("properties", "required", "additionalProperties", "minProperties",
+                                                 "maxProperties", "items", "prefixItems", "minItems", "maxItems",
+                                                 "then", "$schema", "$defs", "title", "description", "default"));
             if (!fine)
                 return false;
         }
@@ -193,6 +197,11 @@ TEST(RecipeSchema, RefusesWhatTheReaderRefuses)
         changed("pixel", "/threshold/base", 256),
         changed("float", "/window/width", 1),
         changed("binarise", "/pitch", {{"x", 20}, {"y", 20}}),
+        changed("zone", "/camera/buffers", 1),
+        changed("zone", "/camera/Width", 512),
+        changed("zone", "/camera/features", {{"Width", 512}}),
+        changed("zone", "/camera/features", json::array({json::object()})),
+        changed("zone", "/camera/features", json::array({{{"Width", json::array()}}})),
     };
     for (const json& document : bad)
     {

@@ -124,6 +124,8 @@ const BadField badFields[] = {
     {"image.raw.width", 1048577, "whole number, 0 to 1048576 pixels"},
     {"image.raw.height", -1, "whole number, 0 to 1048576 pixels"},
     {"image.raw.offset", -1, "whole number, 0 to 2147483647 bytes"},
+    {"camera.buffers", 257, "whole number, 2 to 256 frames"},
+    {"camera.frame_pause", 0, "whole number, 1 to 3600000 milliseconds"},
     {"image.flat_field", 5, "name of an image file, or empty"},
     {"image.dark_field", 5, "name of an image file, or empty"},
     {"texture.margins", 1, "true or false", "texture"},
@@ -344,9 +346,43 @@ TEST(Recipe, ReferenceTextNamesEveryField)
     const std::string text = DescribeRecipeFields();
     for (const Field<Recipe>& field : RecipeFields())
         EXPECT_THAT(text, HasSubstr(std::string(field.path) + ": " + AllowedText(field)));
-    for (const char* name :
-         {"region", "margin_frame", "dead_zones", "tables.scan_pitch", "tables.conv_pitch", "zones.skip", "zones.list"})
+    for (const char* name : {"region", "margin_frame", "dead_zones", "tables.scan_pitch", "tables.conv_pitch",
+                             "zones.skip", "zones.list", "camera.features"})
         EXPECT_THAT(text, HasSubstr(std::string("\n") + name + ": "));
+}
+
+TEST(Recipe, CameraFeaturesKeepTheirOrderAndTypes)
+{
+    json document = SmallestRecipe();
+    document["camera"]["features"] = json::parse(R"([{"Width": 512}, {"GainSelector": "All"}, {"Gain": 1.5},
+                                                     {"GainSelector": "Red"}, {"ReverseX": true}, {"Big": 1e300}])");
+    const CheckedRecipe recipe = ParseRecipe(document, {});
+    const std::vector<CameraFeature> wanted = {{"Width", std::int64_t{512}}, {"GainSelector", "All"}, {"Gain", 1.5},
+                                               {"GainSelector", "Red"},      {"ReverseX", true},      {"Big", 1e300}};
+    EXPECT_EQ(recipe->cameraFeatures, wanted);
+    EXPECT_EQ(recipe->cameraBuffers, 8);
+    EXPECT_EQ(RecipeToJson(recipe)["camera"]["features"], document["camera"]["features"]);
+    EXPECT_EQ(ParseRecipe(RecipeToJson(recipe), {})->cameraFeatures, wanted);
+}
+
+TEST(Recipe, CameraFeaturesThatAreNoneAreNamed)
+{
+    json document = SmallestRecipe();
+    document["camera"]["features"] =
+        json::parse(R"([{"Width": 512, "Height": 3}, {"Gain": null}, {"2Wide": 3}, {"A b": 1}, {"": 1}, 7])");
+    const auto found = ParseProblems(document);
+    for (const char* const field : {"camera.features[0]", "camera.features[1].Gain", "camera.features[5]"})
+        EXPECT_THAT(found, Contains(IsAbout(field)));
+    document["camera"]["features"] = json::parse(R"([{"2Wide": 3}, {"A b": 1}, {"": 1}])");
+    EXPECT_THAT(ParseProblems(document), SizeIs(3));
+    document["camera"]["features"] = {{{"Text", std::string(1001, 'x')}}};
+    EXPECT_THAT(ParseProblems(document), ElementsAre(IsAbout("camera.features[0].Text")));
+    document["camera"]["features"] = json(std::vector<json>(1001, json{{"Width", 1}}));
+    EXPECT_THAT(ParseProblems(document),
+                ElementsAre(IsProblem("camera.features", "1001 features", "at most 1000 features")));
+    document["camera"] = {{"buffers", 257}};
+    EXPECT_THAT(ParseProblems(document),
+                ElementsAre(IsProblem("camera.buffers", "257", "whole number, 2 to 256 frames")));
 }
 
 TEST(RecipeFile, MissingFileIsNamed)

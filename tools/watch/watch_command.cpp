@@ -83,7 +83,8 @@ int RunWatchCommand(const WatchOptions& options)
     if (log->DroppedBytes() > 0)
         std::cerr << "narvo: warning: " << Printable(options.output) << ": a cut last line of "
                   << Counted(log->DroppedBytes(), "byte") << " was dropped\n";
-    const std::unique_ptr<sources::FrameSource> source = OpenSource(options, *log, reading);
+    const std::unique_ptr<sources::FrameSource> source =
+        OpenSource(options, *log, reading, settings.recipes.front()->Camera());
     if (!options.quiet)
         std::cout << "watching " << Printable(options.source) << ", " << Counted(settings.lanes, "lane") << std::endl;
 
@@ -128,7 +129,7 @@ void AddWatchCommand(CLI::App& app, Action& action)
     command
         ->add_option("source", options->source,
                      "folder:PATH, images that appear in a folder; pipe:-, raw frames on the standard input; shm:NAME, "
-                     "raw frames in shared memory")
+                     "raw frames in shared memory; aravis:ID, a GigE Vision or USB3 Vision camera")
         ->required();
     command->add_option("-r,--recipe", options->recipe, "recipe file; its fields: narvo recipe")->required();
     command->add_option("-n,--images", options->images, "end after that many frames, 1 to 1000000000 (default: no end)")

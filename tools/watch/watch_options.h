@@ -13,7 +13,7 @@ namespace narvo::tools
 
 struct WatchOptions
 {
-    std::string source; ///< "folder:PATH", "pipe:-" or "shm:NAME"
+    std::string source; ///< "folder:PATH", "pipe:-", "shm:NAME" or "aravis:ID"
     std::string recipe;
     std::string output = "watch.jsonl";
     std::string json; ///< file of the summary; empty: none

@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "host/recipe/camera_settings.h"
 #include "sources/frame_source.h"
 #include "tools/watch/watch_log.h"
 #include "tools/watch/watch_options.h"
@@ -15,8 +16,8 @@ namespace narvo::tools
 /// for raw frames without a shape
 void CheckSource(const WatchOptions& options, const sources::FrameReading& reading);
 
-/// `log` tells which images are done. Prints what it leaves alone. @throws HostError
+/// `log` tells which images are done, `camera` how one is set. Prints what it leaves alone. @throws HostError
 std::unique_ptr<sources::FrameSource> OpenSource(const WatchOptions& options, const WatchLog& log,
-                                                 const sources::FrameReading& reading);
+                                                 const sources::FrameReading& reading, const CameraSettings& camera);
 
 } // namespace narvo::tools
