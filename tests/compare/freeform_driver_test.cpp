@@ -294,6 +294,17 @@ TEST(FreeForm, StripsGoToTheVectorKernelInSixteensAndTheRestToThePlainOne)
     EXPECT_EQ(std::memcmp(pairs.data(), scene.engine.pPair, sizeof(CDefectPair) * pairs.size()), 0);
 }
 
+TEST(FreeForm, ThePlainKernelReadsZeroWhereANegativePitchLeavesItsRows)
+{
+    CScene scene;
+    scene.engine.ConvParam.dScanPitch = -20.5;
+    int nEndLine = 0;
+    const int nPairs = scene.engine.ConvFloatVJF_Cpp(CRect(3, 10, 8, 60), nEndLine);
+    EXPECT_EQ(nEndLine, 9) << "every column was looked at";
+    // Such rows count as black and differ, but a middle hit has no answer above it.
+    EXPECT_EQ(nPairs, 0);
+}
+
 TEST(FreeForm, NoReadLeavesImageOrMask)
 {
     CForcedLevel level(VectorLevels().front());

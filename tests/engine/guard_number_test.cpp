@@ -11,6 +11,7 @@
 
 #include "engine/guard_bases.h"
 #include "engine/guard_scene.h"
+#include "narvoassem/engine/check_bounds.h"
 
 namespace
 {
@@ -114,6 +115,29 @@ TEST_F(GuardNumber, NegativePitchIsRefusedAlongTheDirectionAlone)
         param = Make(pBase);
         param.nConvMultiple = -1;
         EXPECT_EQ(Inspect(param), 1) << pBase;
+    }
+}
+
+TEST(HasStores, TellsOfEachArrayThatIsMissing)
+{
+    CPairStorage store;
+    EXPECT_FALSE(narvo::engine::HasStores(store));
+    ASSERT_EQ(store.InitPixelStorage(16), 16);
+    EXPECT_FALSE(narvo::engine::HasStores(store)) << "no pairs";
+    CPairStorage whole;
+    ASSERT_EQ(whole.InitPairStorage(4), 4);
+    ASSERT_EQ(whole.InitPixelStorage(16), 16);
+    EXPECT_TRUE(narvo::engine::HasStores(whole));
+}
+
+TEST_F(GuardNumber, FreeFormPitchThatRoundsToZeroAndTruncatesBelowItIsRefused)
+{
+    CConvParam param = Make("FloatFreeForm");
+    param.nScanMultiple = 1;
+    for (const double dPitch : {-0.05, -0.075, -0.1})
+    {
+        param.dScanPitch = dPitch;
+        EXPECT_EQ(Inspect(param) == 8, dPitch < -0.06) << dPitch;
     }
 }
 

@@ -26,6 +26,15 @@ TEST(BlobStorage, ANewStoreIsEmptyAndSizeZeroHoldsNothing)
     EXPECT_EQ(store.GetBlobCount(), 0);
 }
 
+TEST(BlobStorage, ANegativeSizeOnANewStoreIsTakenAsALowerLimit)
+{
+    CBlobStorage store;
+    EXPECT_EQ(store.InitBlobStorage(-1), -1);
+    EXPECT_EQ(store.pBlob, nullptr);
+    EXPECT_EQ(store.InitBlobStorage(0), 0);
+    EXPECT_NE(store.pBlob, nullptr) << "a store of size 0 gets its spare entries";
+}
+
 TEST(BlobStorage, AnAbsurdSizeLeavesAnEmptyStore)
 {
     CBlobStorage store;

@@ -221,6 +221,21 @@ TEST(MergeMix, ADistanceBelowTheOwnExtentMergesNothing)
     EXPECT_EQ(store.nBlobCount, 2);
 }
 
+TEST(MergeMix, ARectangleReversedBeyondTheDistanceMergesNothing)
+{
+    for (const CRect& rt : {CRect(10, 20, 12, 12), CRect(20, 10, 12, 12)})
+    {
+        for (const int nDist : {5, 9})
+        {
+            CSampleStore store;
+            Add(store, MakeBlob(CRect(10, 10, 12, 12)));
+            Add(store, MakeBlob(rt));
+            store.MergeMix(0, nDist);
+            EXPECT_EQ(store.nBlobCount, nDist == 9 ? 1 : 2) << rt.left << " " << rt.top;
+        }
+    }
+}
+
 // One blob of the given band at (100, 100) and a neighbour whose rectangle is given; pitch 20.5. The same in a long
 // list.
 int CountAfterShadow(int nPos, const CRect& rtNeighbour, bool bVertical)

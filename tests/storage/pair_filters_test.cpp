@@ -209,9 +209,15 @@ TEST_F(PairFilters, TheLimitOfAPixelInspectionComesFromTheZoneTables)
     EXPECT_EQ(m_store.CrossFilter_Hori(&pair), 0) << "60";
     m_param.pFilterOffset1 = nullptr;
     EXPECT_EQ(m_store.CrossFilter_Hori(&pair), 1) << "the pair's own 20 where the table for bright is missing";
-    pair.nZoneIndex = 16;
     m_param.pFilterOffset1 = nOffset1;
-    EXPECT_EQ(m_store.CrossFilter_Hori(&pair), 1) << "no zone of the tables: the pair's own";
+    m_param.pFilterGain1 = nullptr;
+    EXPECT_EQ(m_store.CrossFilter_Hori(&pair), 1) << "and where its gains are";
+    m_param.pFilterGain1 = nGain1;
+    for (const int nZone : {16, -1})
+    {
+        pair.nZoneIndex = nZone;
+        EXPECT_EQ(m_store.CrossFilter_Hori(&pair), 1) << "no zone of the tables: the pair's own";
+    }
 }
 
 TEST_F(PairFilters, AFloatInspectionComparesTwoByTwoBlocksWithAWindowsThreshold)

@@ -120,6 +120,20 @@ TEST(PixelStorage, ACopySharesTheBlock)
     copy.pPixelX = nullptr; // the block has one owner at the end
 }
 
+TEST(PixelStorage, TheRowOfAnOverflowIsThatOfTheLastHitOrZero)
+{
+    CPixelStorage store;
+    EXPECT_EQ(store.GetOverflowedPixelY(), 0);
+    store.nPixelCount = 1; // counted, but there is no array
+    EXPECT_EQ(store.GetOverflowedPixelY(), 0);
+    store.nPixelCount = 0;
+    ASSERT_EQ(store.InitPixelStorage(4), 4);
+    store.pPixelY[1] = 33;
+    EXPECT_EQ(store.GetOverflowedPixelY(), 0);
+    store.nPixelCount = 2;
+    EXPECT_EQ(store.GetOverflowedPixelY(), 33);
+}
+
 TEST(PixelStorage, TheParameterBlockIsCopiedByValue)
 {
     CPixelStorage store;
