@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "host/image/conversion_notes.h"
 #include "host/image/grey_image.h"
@@ -34,6 +35,11 @@ struct Image::Content
 
 namespace narvo::library
 {
+
+inline v1::Image MakeImage(std::shared_ptr<const GreyImage> image)
+{
+    return v1::Image(std::make_shared<const v1::Image::Content>(v1::Image::Content{std::move(image)}));
+}
 
 /// @throws HostError, naming the image `name`, where it has colours and a region of the recipe does not inspect each
 inline void CheckColours(const GreyImage& image, const v1::Recipe::Parts& parts, const std::string& name)

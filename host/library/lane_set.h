@@ -16,18 +16,20 @@ class LaneSet
 {
 public:
     /// @throws HostError as Inspector
-    LaneSet(int lanes, int maxBlobs) : m_inspector(lanes, maxBlobs)
+    LaneSet(int lanes, int maxBlobs) : m_inspector(lanes, maxBlobs), m_maxBlobs(maxBlobs)
     {
         for (int lane = lanes - 1; lane >= 0; --lane)
             m_free.push_back(lane);
     }
 
     int Lanes() const { return m_inspector.Lanes(); }
+    int MaxBlobs() const { return m_maxBlobs; }
 
 private:
     friend class LaneHold;
 
     narvo::Inspector m_inspector;
+    int m_maxBlobs;
     std::mutex m_mutex;
     std::condition_variable m_returned;
     std::vector<int> m_free; ///< the one that was returned last is taken first: its memory is warm

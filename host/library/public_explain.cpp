@@ -7,6 +7,8 @@
 #include <string>
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
 #include "host/explain/explain.h"
 #include "host/library/public_report.h"
 #include "host/library/recipe_parts.h"
@@ -16,33 +18,49 @@
 namespace narvo::v1
 {
 
-namespace
-{
-
-const CheckedRecipe& RegionOf(const Recipe::Parts& parts, std::size_t region)
-{
-    if (region >= parts.regions.size())
-        throw HostError({{"region", std::to_string(region),
-                          "0 to " + std::to_string(parts.regions.size() - 1) + " of the recipe"}});
-    return parts.regions[region];
-}
-
-} // namespace
-
 struct Explainer::Content
 {
     Content(GreyImage given, const CheckedRecipe& recipe) : image(std::move(given)), explainer(image, recipe) {}
+
+    /// @throws Error for a place outside the image
+    narvo::Explanation Explain(int x, int y)
+    {
+        return library::Translated(
+            [&]
+            {
+                const std::lock_guard lock(mutex);
+                return explainer.Explain(CPoint(x, y));
+            });
+    }
 
     GreyImage image;
     narvo::Explainer explainer;
     std::mutex mutex;
 };
 
+namespace
+{
+
+Explanation PublicExplanation(narvo::Explanation found)
+{
+    Explanation explanation;
+    explanation.x = found.place.x;
+    explanation.y = found.place.y;
+    explanation.value = found.value;
+    explanation.outcome = OutcomeName(found.outcome);
+    explanation.defect = found.blob;
+    explanation.text = DescribeExplanation(found);
+    explanation.why = std::move(found.why);
+    return explanation;
+}
+
+} // namespace
+
 Explainer::Explainer(const ImagePixels& image, const Recipe& recipe, std::size_t region)
     : m_content(library::Translated(
           [&]
           {
-              const CheckedRecipe& one = RegionOf(recipe.GetParts(), region);
+              const CheckedRecipe& one = library::RegionOf(recipe, region);
               GreyImage copy;
               const GreyView view = library::ReadableView(image, *one, copy);
               if (copy.IsEmpty())
@@ -68,24 +86,24 @@ Report Explainer::Result() const
     return library::PublicReport(Own().explainer.Result());
 }
 
+FullReport Explainer::FullResult() const
+{
+    const Content& own = Own();
+    return library::PublicFullReport(own.explainer.Result(), own.image.Width(), own.image.Height());
+}
+
 Explanation Explainer::Explain(int x, int y) const
 {
-    Content& own = Own();
-    return library::Translated(
-        [&]
-        {
-            const std::lock_guard lock(own.mutex);
-            narvo::Explanation found = own.explainer.Explain(CPoint(x, y));
-            Explanation explanation;
-            explanation.x = x;
-            explanation.y = y;
-            explanation.value = found.value;
-            explanation.outcome = OutcomeName(found.outcome);
-            explanation.defect = found.blob;
-            explanation.text = DescribeExplanation(found);
-            explanation.why = std::move(found.why);
-            return explanation;
-        });
+    return PublicExplanation(Own().Explain(x, y));
+}
+
+FullExplanation Explainer::ExplainFully(int x, int y) const
+{
+    narvo::Explanation found = Own().Explain(x, y);
+    FullExplanation full;
+    full.json = ExplanationToJson(found).dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    full.explanation = PublicExplanation(std::move(found));
+    return full;
 }
 
 } // namespace narvo::v1

@@ -7,9 +7,14 @@
 #include <mutex>
 #include <string>
 #include <utility>
+#include <variant>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "host/golden/golden.h"
+#include "host/golden/golden_file.h"
+#include "host/library/image_parts.h"
 #include "host/library/lane_set.h"
 #include "host/library/named_settings.h"
 #include "host/library/public_progress.h"
@@ -22,18 +27,24 @@ namespace narvo::v1
 namespace
 {
 
+/// The names of the settings and where their values go.
+std::vector<library::SettingPlace> PlacesOf(GoldenSettings& settings)
+{
+    return {{"max_shift", &settings.registration.maxShift},
+            {"max_rotation", &settings.registration.maxRotation},
+            {"max_scale", &settings.registration.maxScale},
+            {"mesh_spacing", &settings.registration.meshSpacing},
+            {"min_correlation", &settings.registration.minCorrelation},
+            {"edge_tolerance", &settings.edgeTolerance},
+            {"threshold", &settings.threshold},
+            {"min_pixels", &settings.minPixels},
+            {"max_blobs", &settings.maxBlobs}};
+}
+
 GoldenSettings LayerSettings(const Settings& settings)
 {
     GoldenSettings made;
-    library::TakeSettings(settings, {{"max_shift", &made.registration.maxShift},
-                                     {"max_rotation", &made.registration.maxRotation},
-                                     {"max_scale", &made.registration.maxScale},
-                                     {"mesh_spacing", &made.registration.meshSpacing},
-                                     {"min_correlation", &made.registration.minCorrelation},
-                                     {"edge_tolerance", &made.edgeTolerance},
-                                     {"threshold", &made.threshold},
-                                     {"min_pixels", &made.minPixels},
-                                     {"max_blobs", &made.maxBlobs}});
+    library::TakeSettings(settings, PlacesOf(made));
     ThrowIfAny(CheckGoldenSettings(made));
     return made;
 }
@@ -62,6 +73,15 @@ Registered PublicRegistration(const Registration& registration)
     made.overlap = registration.overlap;
     made.atLimit = registration.atLimit;
     return made;
+}
+
+std::vector<GreyImage> CopiesOf(const std::vector<Image>& references)
+{
+    std::vector<GreyImage> copies;
+    copies.reserve(references.size());
+    for (const Image& reference : references)
+        copies.push_back(*reference.GetContent().image);
+    return copies;
 }
 
 GreyPicture PictureOf(const GreyImage& image)
@@ -107,19 +127,37 @@ int DropMasked(const GreyImage& mask, GoldenResult& result)
 
 } // namespace
 
+struct RegistrationMap::Content
+{
+    narvo::Registration registration;
+};
+
+struct GoldenFindings::Content
+{
+    GoldenResult result;
+    int masked = 0; ///< defects that the mask took out
+    int width = 0;  ///< of the image
+    int height = 0; ///< of the image
+};
+
 struct GoldenModel::Content
 {
-    Content(const std::vector<ImagePixels>& references, const GoldenSettings& settings, int laneCount,
+    Content(std::vector<GreyImage> references, const GoldenSettings& settings, int laneCount,
             const OnProgress& progress)
-        : lanes(laneCount, settings.maxBlobs),
-          model(CopiesOf(references), settings,
-                [&](std::size_t done, std::size_t total)
-                { library::Tell(progress, "registering references", done, total); })
+        : lanes(laneCount, settings.maxBlobs), model(std::make_shared<const narvo::GoldenModel>(
+                                                   std::move(references), settings,
+                                                   [&](std::size_t done, std::size_t total)
+                                                   { library::Tell(progress, "registering references", done, total); }))
+    {
+    }
+    /// Shares model and mask.
+    Content(const Content& other, int laneCount)
+        : lanes(laneCount, other.model->Settings().maxBlobs), model(other.model), mask(other.Mask())
     {
     }
 
     mutable library::LaneSet lanes;
-    narvo::GoldenModel model;
+    std::shared_ptr<const narvo::GoldenModel> model;
     mutable std::mutex maskMutex;
     std::shared_ptr<const GreyImage> mask; ///< null: none
 
@@ -128,7 +166,33 @@ struct GoldenModel::Content
         const std::lock_guard lock(maskMutex);
         return mask;
     }
+
+    /// @throws HostError
+    GoldenFindings Inspect(const GreyImage& image) const
+    {
+        const std::shared_ptr<const GreyImage> dead = Mask();
+        auto found = std::make_shared<GoldenFindings::Content>();
+        {
+            const library::LaneHold hold(lanes);
+            found->result = InspectGolden(hold.Engines(), hold.Lane(), *model, image);
+        }
+        if (dead != nullptr)
+            found->masked = DropMasked(*dead, found->result);
+        found->width = image.Width();
+        found->height = image.Height();
+        return GoldenFindings(std::move(found));
+    }
 };
+
+namespace
+{
+
+RegistrationMap MapOf(const narvo::Registration& registration)
+{
+    return RegistrationMap(std::make_shared<const RegistrationMap::Content>(RegistrationMap::Content{registration}));
+}
+
+} // namespace
 
 GoldenModel::GoldenModel(const std::vector<ImagePixels>& references, const Settings& settings, int lanes)
     : GoldenModel(references, settings, lanes, {})
@@ -137,12 +201,55 @@ GoldenModel::GoldenModel(const std::vector<ImagePixels>& references, const Setti
 GoldenModel::GoldenModel(const std::vector<ImagePixels>& references, const Settings& settings, int lanes,
                          const OnProgress& progress)
     : m_content(library::Translated(
-          [&] { return std::make_unique<Content>(references, LayerSettings(settings), lanes, progress); }))
+          [&] { return std::make_unique<Content>(CopiesOf(references), LayerSettings(settings), lanes, progress); }))
+{
+}
+// A pointer would make GoldenModel({}) ambiguous.
+GoldenModel::GoldenModel(Content& owned) : m_content(&owned)
 {
 }
 GoldenModel::~GoldenModel() = default;
 GoldenModel::GoldenModel(GoldenModel&& other) noexcept = default;
 GoldenModel& GoldenModel::operator=(GoldenModel&& other) noexcept = default;
+
+GoldenModel GoldenModel::FromImages(const std::vector<Image>& references, const Settings& settings, int lanes,
+                                    const OnProgress& progress)
+{
+    return library::Translated(
+        [&]
+        {
+            return GoldenModel(
+                *std::make_unique<Content>(CopiesOf(references), LayerSettings(settings), lanes, progress).release());
+        });
+}
+
+const Settings& GoldenModel::Defaults()
+{
+    static const Settings defaults = []
+    {
+        GoldenSettings values;
+        Settings made;
+        for (const library::SettingPlace& place : PlacesOf(values))
+            made.push_back(
+                {place.name, std::visit([](const auto* value) { return static_cast<double>(*value); }, place.value)});
+        return made;
+    }();
+    return defaults;
+}
+
+GoldenModel GoldenModel::Share(int lanes) const
+{
+    const Content& own = Own();
+    return library::Translated([&] { return GoldenModel(*std::make_unique<Content>(own, lanes).release()); });
+}
+
+std::vector<RegistrationMap> GoldenModel::Registrations() const
+{
+    std::vector<RegistrationMap> maps;
+    for (const narvo::Registration& registration : Own().model->Registrations())
+        maps.push_back(MapOf(registration));
+    return maps;
+}
 
 const GoldenModel::Content& GoldenModel::Own() const
 {
@@ -153,7 +260,7 @@ const GoldenModel::Content& GoldenModel::Own() const
 
 void GoldenModel::SetMask(const ImagePixels& mask)
 {
-    const narvo::GoldenModel& model = Own().model;
+    const narvo::GoldenModel& model = *Own().model;
     std::shared_ptr<const GreyImage> made;
     if (mask.pixels != nullptr || mask.width != 0 || mask.height != 0)
         made = library::Translated(
@@ -173,40 +280,102 @@ void GoldenModel::SetMask(const ImagePixels& mask)
 
 GoldenReport GoldenModel::Inspect(const ImagePixels& image) const
 {
+    return InspectFully(image).Summary();
+}
+
+GoldenFindings GoldenModel::InspectFully(const ImagePixels& image) const
+{
     const Content& own = Own();
-    return library::Translated(
-        [&]
-        {
-            const GreyImage copy = library::GreyCopy(image, "image");
-            const std::shared_ptr<const GreyImage> mask = own.Mask();
-            GoldenResult found = [&]
-            {
-                const library::LaneHold hold(own.lanes);
-                return InspectGolden(hold.Engines(), hold.Lane(), own.model, copy);
-            }();
-            GoldenReport report;
-            if (mask != nullptr)
-                report.masked = DropMasked(*mask, found);
-            report.registration = PublicRegistration(found.registration);
-            for (const narvo::ReferencePlace& place : found.places)
-                report.places.push_back({place.center.x, place.center.y, library::PublicBox(place.box)});
-            report.compared = found.compared;
-            report.edgeGrowth = found.edgeGrowth;
-            report.threshold = found.base.flat;
-            report.edgeThreshold = found.base.nearEdge;
-            report.report = library::PublicReport(std::move(found.inspection));
-            return report;
-        });
+    return library::Translated([&] { return own.Inspect(library::GreyCopy(image, "image")); });
+}
+
+GoldenFindings GoldenModel::InspectFully(const Image& image) const
+{
+    const Content& own = Own();
+    return library::Translated([&] { return own.Inspect(*image.GetContent().image); });
+}
+
+const RegistrationMap::Content& RegistrationMap::Own() const
+{
+    if (m_content == nullptr)
+        throw Error({{"registration", "none", "one that was not moved from"}});
+    return *m_content;
+}
+
+Registered RegistrationMap::Numbers() const
+{
+    return PublicRegistration(Own().registration);
+}
+
+RealPlace RegistrationMap::Map(double x, double y) const
+{
+    const RealPoint place = Own().registration.Map(x, y);
+    return {place.x, place.y};
+}
+
+const GoldenFindings::Content& GoldenFindings::Own() const
+{
+    if (m_content == nullptr)
+        throw Error({{"findings", "none", "findings that were not moved from"}});
+    return *m_content;
+}
+
+GoldenReport GoldenFindings::Summary() const
+{
+    const Content& own = Own();
+    const GoldenResult& found = own.result;
+    GoldenReport report;
+    report.registration = PublicRegistration(found.registration);
+    for (const narvo::ReferencePlace& place : found.places)
+        report.places.push_back({place.center.x, place.center.y, library::PublicBox(place.box)});
+    report.compared = found.compared;
+    report.edgeGrowth = found.edgeGrowth;
+    report.threshold = found.base.flat;
+    report.edgeThreshold = found.base.nearEdge;
+    report.masked = own.masked;
+    report.report = library::PublicReport(found.inspection);
+    return report;
+}
+
+FullReport GoldenFindings::Inspection() const
+{
+    const Content& own = Own();
+    return library::PublicFullReport(own.result.inspection, own.width, own.height);
+}
+
+RegistrationMap GoldenFindings::Registration() const
+{
+    return MapOf(Own().result.registration);
+}
+
+Image GoldenFindings::Reference() const
+{
+    return library::MakeImage(std::shared_ptr<const GreyImage>(m_content, &Own().result.reference));
+}
+
+Image GoldenFindings::Threshold() const
+{
+    return library::MakeImage(std::shared_ptr<const GreyImage>(m_content, &Own().result.threshold));
+}
+
+std::string GoldenFindings::Text() const
+{
+    return GoldenToJson(Own().result).dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+std::string GoldenFindings::Table() const
+{
+    return GoldenToCsv(Own().result);
 }
 
 GreyPicture GoldenModel::Mean() const
 {
-    return PictureOf(Own().model.Mean());
+    return PictureOf(Own().model->Mean());
 }
 
 GreyPicture GoldenModel::Tolerance() const
 {
-    return PictureOf(Own().model.Tolerance());
+    return PictureOf(Own().model->Tolerance());
 }
 
 } // namespace narvo::v1

@@ -41,42 +41,12 @@ ConversionNotes* LayerNotes(ImageNotes* notes)
 
 Image MakeImage(GreyImage grey)
 {
-    return Image(
-        std::make_shared<const Image::Content>(Image::Content{std::make_shared<const GreyImage>(std::move(grey))}));
+    return library::MakeImage(std::make_shared<const GreyImage>(std::move(grey)));
 }
 
 ImagePixels PixelsOf(const GreyImage& grey)
 {
     return {grey.Row(0), grey.Width(), grey.Height(), grey.Stride()};
-}
-
-/// @throws HostError with all that is wrong; `name` is that of the argument
-PixelBlock LayerBlock(const PixelArray& array, const std::string& name, std::int64_t highestSide,
-                      std::int64_t highestPixels)
-{
-    std::vector<narvo::Problem> found;
-    const auto refuse = [&](const char* field, const std::string& value, const std::string& allowed) {
-        found.push_back({name + '.' + field, value, allowed});
-    };
-    const std::string sides = "1 to " + std::to_string(highestSide);
-    if (array.pixels == nullptr)
-        refuse("pixels", "null", "where the pixels lie");
-    if (array.width < 1 || array.width > highestSide)
-        refuse("width", std::to_string(array.width), sides);
-    if (array.height < 1 || array.height > highestSide)
-        refuse("height", std::to_string(array.height), sides);
-    if (array.channels != 1 && array.channels != 3 && array.channels != 4)
-        refuse("channels", std::to_string(array.channels), "1, 3 or 4");
-    if (array.bits != 8 && array.bits != 16)
-        refuse("bits", std::to_string(array.bits), "8 or 16");
-    else if (array.bits == 16 && reinterpret_cast<std::uintptr_t>(array.pixels) % 2 != 0)
-        refuse("pixels", "an odd address", "an even address for more than 8 bits");
-    ThrowIfAny(std::move(found));
-    if (std::int64_t{array.width} * array.height > highestPixels)
-        throw HostError(
-            {{name + ".width", std::to_string(array.width) + " by " + std::to_string(array.height) + " pixels",
-              "at most " + std::to_string(highestPixels) + " pixels"}});
-    return {array.pixels, array.width, array.height, array.channels, array.bits / 8};
 }
 
 } // namespace
@@ -99,14 +69,7 @@ ImageRules ImageRules::FromText(const std::string& json, const std::filesystem::
 ImageRules ImageRules::Of(const Recipe& recipe, std::size_t region)
 {
     return library::Translated(
-        [&]
-        {
-            const std::vector<CheckedRecipe>& regions = recipe.GetParts().regions;
-            if (region >= regions.size())
-                throw HostError({{"region", std::to_string(region),
-                                  "0 to " + std::to_string(regions.size() - 1) + " of the recipe"}});
-            return ImageRules(std::make_shared<const Content>(Content{*regions[region]}));
-        });
+        [&] { return ImageRules(std::make_shared<const Content>(Content{*library::RegionOf(recipe, region)})); });
 }
 
 bool ImageRules::NamesRawFormat() const noexcept
@@ -147,7 +110,7 @@ Image Image::FromPixels(const PixelArray& pixels, const ImageRules& rules, Image
         [&]
         {
             const ImageReading& reading = ReadingOf(rules);
-            const PixelBlock block = LayerBlock(pixels, name, nImageSideLimit, nHighestMaxPixels);
+            const PixelBlock block = library::LayerBlock(pixels, name, nImageSideLimit, nHighestMaxPixels);
             return MakeImage(ConvertPixels(block, reading, name, LayerNotes(notes)));
         });
 }
@@ -224,7 +187,7 @@ void SaveImage(const std::filesystem::path& file, const PixelArray& pixels)
     library::Translated(
         [&]
         {
-            const PixelBlock block = LayerBlock(pixels, "pixels", nSavedPixelsHigh, nSavedPixelsHigh);
+            const PixelBlock block = library::LayerBlock(pixels, "pixels", nSavedPixelsHigh, nSavedPixelsHigh);
             if (pixels.bits != 8)
                 throw HostError({{"pixels.bits", std::to_string(pixels.bits), "8"}});
             if (pixels.channels == 4)

@@ -19,6 +19,8 @@
 namespace narvo::v1
 {
 
+static_assert(HighestLanes == nLaneLimit && HighestDefects == nBlobLimit);
+
 namespace
 {
 
@@ -37,33 +39,90 @@ std::string BlindColumns(const InspectionPlan& plan, const GreyView& image)
            "region up to 15 columns further left, or inspect these in a second one";
 }
 
-std::vector<Report> InspectView(library::LaneSet& lanes, const GreyView& view, const Recipe& recipe)
+/// Calls `take` with the result of each region and with what the region does not see.
+template <typename Take>
+void InspectView(library::LaneSet& lanes, const GreyView& view, const Recipe& recipe, bool withPairs, Take take)
 {
     const Recipe::Parts& parts = recipe.GetParts();
+    for (const CheckedRecipe& region : parts.regions)
+        if (region->maxBlobs > lanes.MaxBlobs())
+            throw HostError({{"max_blobs", std::to_string(region->maxBlobs),
+                              "at most " + std::to_string(lanes.MaxBlobs()) + ", the inspector's own"}});
     recipe.CheckSize(view.Width(), view.Height());
     const library::LaneHold hold(lanes);
-    std::vector<Report> reports;
-    reports.reserve(parts.regions.size());
     for (std::size_t i = 0; i < parts.regions.size(); ++i)
     {
         const auto plan = parts.plans[i].PlanFor(parts.regions[i], view.Width(), view.Height());
-        Report report = library::PublicReport(hold.Engines().Inspect(hold.Lane(), view, *plan));
-        if (std::string blind = BlindColumns(*plan, view); !blind.empty())
-            report.warnings.push_back(std::move(blind));
-        reports.push_back(std::move(report));
+        take(hold.Engines().Inspect(hold.Lane(), view, *plan, withPairs), BlindColumns(*plan, view));
     }
+}
+
+std::vector<Report> ReportsOf(library::LaneSet& lanes, const GreyView& view, const Recipe& recipe)
+{
+    std::vector<Report> reports;
+    reports.reserve(recipe.Regions());
+    InspectView(lanes, view, recipe, false,
+                [&](InspectionResult result, std::string blind)
+                {
+                    reports.push_back(library::PublicReport(std::move(result)));
+                    if (!blind.empty())
+                        reports.back().warnings.push_back(std::move(blind));
+                });
     return reports;
+}
+
+std::vector<FullReport> FullReportsOf(library::LaneSet& lanes, const GreyView& view, const Recipe& recipe)
+{
+    std::vector<FullReport> reports;
+    reports.reserve(recipe.Regions());
+    InspectView(lanes, view, recipe, true,
+                [&](InspectionResult result, std::string blind)
+                {
+                    reports.push_back(library::PublicFullReport(std::move(result), view.Width(), view.Height()));
+                    reports.back().unseen = std::move(blind);
+                });
+    return reports;
+}
+
+/// Calls `inspect` with the image as an inspection reads it.
+template <typename Inspect>
+auto OnPixels(const ImagePixels& image, const Recipe& recipe, Inspect inspect)
+{
+    return library::Translated(
+        [&]
+        {
+            GreyImage copy;
+            return inspect(library::ReadableView(image, *recipe.GetParts().regions.front(), copy));
+        });
+}
+
+/// The same of an image that may have colours.
+template <typename Inspect>
+auto OnImage(const Image& image, const Recipe& recipe, Inspect inspect)
+{
+    return library::Translated(
+        [&]
+        {
+            const GreyImage& grey = *image.GetContent().image;
+            library::CheckColours(grey, recipe.GetParts(), "image");
+            return inspect(GreyView(grey));
+        });
 }
 
 } // namespace
 
-/// Of any images by any recipes, as many defects as a recipe may ask for.
+/// Of any images by any recipes.
 struct Inspector::LaneSet : library::LaneSet
 {
-    explicit LaneSet(int lanes) : library::LaneSet(lanes, nBlobLimit) {}
+    using library::LaneSet::LaneSet;
 };
 
-Inspector::Inspector(int lanes) : m_lanes(library::Translated([&] { return std::make_unique<LaneSet>(lanes); }))
+Inspector::Inspector(int lanes) : Inspector(lanes, HighestDefects)
+{
+}
+
+Inspector::Inspector(int lanes, int mostDefects)
+    : m_lanes(library::Translated([&] { return std::make_unique<LaneSet>(lanes, mostDefects); }))
 {
 }
 
@@ -76,24 +135,22 @@ int Inspector::Lanes() const noexcept
 
 std::vector<Report> Inspector::Inspect(const ImagePixels& image, const Recipe& recipe)
 {
-    return library::Translated(
-        [&]
-        {
-            GreyImage copy;
-            const GreyView view = library::ReadableView(image, *recipe.GetParts().regions.front(), copy);
-            return InspectView(*m_lanes, view, recipe);
-        });
+    return OnPixels(image, recipe, [&](const GreyView& view) { return ReportsOf(*m_lanes, view, recipe); });
 }
 
 std::vector<Report> Inspector::Inspect(const Image& image, const Recipe& recipe)
 {
-    return library::Translated(
-        [&]
-        {
-            const GreyImage& grey = *image.GetContent().image;
-            library::CheckColours(grey, recipe.GetParts(), "image");
-            return InspectView(*m_lanes, grey, recipe);
-        });
+    return OnImage(image, recipe, [&](const GreyView& view) { return ReportsOf(*m_lanes, view, recipe); });
+}
+
+std::vector<FullReport> Inspector::InspectFully(const ImagePixels& image, const Recipe& recipe)
+{
+    return OnPixels(image, recipe, [&](const GreyView& view) { return FullReportsOf(*m_lanes, view, recipe); });
+}
+
+std::vector<FullReport> Inspector::InspectFully(const Image& image, const Recipe& recipe)
+{
+    return OnImage(image, recipe, [&](const GreyView& view) { return FullReportsOf(*m_lanes, view, recipe); });
 }
 
 } // namespace narvo::v1

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The recipes of the host library: read, built in code, and written.
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <string>
@@ -12,8 +13,10 @@
 #include "host/library/translate.h"
 #include "host/limits.h"
 #include "host/recipe/recipe_check.h"
+#include "host/recipe/recipe_fields.h"
 #include "host/recipe/recipe_file.h"
 #include "host/zones/region_maps.h"
+#include "narvo/host_images.h"
 
 namespace narvo::v1
 {
@@ -68,7 +71,114 @@ std::ptrdiff_t CheckedMapStride(const MapValues& values)
     return values.stride == 0 ? values.width : values.stride;
 }
 
+/// @throws HostError for several
+const CheckedRecipe& OnlyRegionOf(const Recipe& recipe)
+{
+    const std::vector<CheckedRecipe>& regions = recipe.GetParts().regions;
+    if (regions.size() > 1)
+        throw HostError({{"recipe", std::to_string(regions.size()) + " regions", "a recipe of one region"}});
+    return regions.front();
+}
+
+bool IsSame(const GreyImage& first, const GreyImage& second)
+{
+    if (first.Width() != second.Width() || first.Height() != second.Height())
+        return false;
+    for (int y = 0; y < first.Height(); ++y)
+        if (!std::equal(first.Row(y), first.Row(y) + first.Width(), second.Row(y)))
+            return false;
+    return true;
+}
+
+bool IsSame(const std::shared_ptr<const RegionMaps>& first, const std::shared_ptr<const RegionMaps>& second)
+{
+    if (first == second || first == nullptr || second == nullptr)
+        return first == second;
+    if (first->Width() != second->Width() || first->Height() != second->Height())
+        return false;
+    for (int map = 0; map < RegionMaps::nMaps; ++map)
+    {
+        const auto which = static_cast<RegionMaps::Map>(map);
+        if (first->IsSet(which) != second->IsSet(which))
+            return false;
+        for (std::ptrdiff_t y = 0; first->IsSet(which) && y < first->Height(); ++y)
+            if (!std::equal(first->Data(which) + y * first->Stride(),
+                            first->Data(which) + y * first->Stride() + first->Width(),
+                            second->Data(which) + y * second->Stride()))
+                return false;
+    }
+    return true;
+}
+
+bool IsSame(const CheckedRecipe& first, const CheckedRecipe& second)
+{
+    return first.IsSameObject(second) ||
+           (RecipeToJson(first) == RecipeToJson(second) && IsSame(first->zoneImage, second->zoneImage) &&
+            IsSame(first->classImage, second->classImage) && IsSame(first->deadImage, second->deadImage) &&
+            IsSame(first->maps, second->maps) && first->fields == second->fields);
+}
+
+/// A field image of the caller's, which has the order red, green, blue.
+FieldImage LayerField(const PixelArray& array, const char* name)
+{
+    const PixelBlock block = library::LayerBlock(array, name, nImageSideLimit, nHighestMaxPixels);
+    if (block.channels == 4)
+        throw HostError({{std::string(name) + ".channels", "4", "1 or 3"}});
+    FieldImage field{block.width, block.height, block.channels, block.bytesPerChannel, {}};
+    const auto* bytes = static_cast<const std::uint8_t*>(block.pixels);
+    const std::size_t pixels = static_cast<std::size_t>(block.width) * static_cast<std::size_t>(block.height);
+    field.pixels.assign(bytes, bytes + pixels * static_cast<std::size_t>(block.channels) *
+                                           static_cast<std::size_t>(block.bytesPerChannel));
+    if (block.channels == 3)
+        library::TurnColours(field);
+    return field;
+}
+
 } // namespace
+
+} // namespace narvo::v1
+
+namespace narvo::library
+{
+
+const CheckedRecipe& RegionOf(const v1::Recipe& recipe, std::size_t region)
+{
+    const std::vector<CheckedRecipe>& regions = recipe.GetParts().regions;
+    if (region >= regions.size())
+        throw HostError(
+            {{"region", std::to_string(region), "0 to " + std::to_string(regions.size() - 1) + " of the recipe"}});
+    return regions[region];
+}
+
+void TurnColours(FieldImage& field)
+{
+    const auto bytes = static_cast<std::size_t>(field.bytesPerChannel);
+    for (std::size_t i = 0; i + 3 * bytes <= field.pixels.size(); i += 3 * bytes)
+        for (std::size_t byte = 0; byte < bytes; ++byte)
+            std::swap(field.pixels[i + byte], field.pixels[i + 2 * bytes + byte]);
+}
+
+} // namespace narvo::library
+
+namespace narvo::v1
+{
+
+bool operator==(const Recipe& first, const Recipe& second)
+{
+    return Translated(
+        [&]
+        {
+            const std::vector<CheckedRecipe>& a = first.GetParts().regions;
+            const std::vector<CheckedRecipe>& b = second.GetParts().regions;
+            return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                              [](const CheckedRecipe& one, const CheckedRecipe& other) { return IsSame(one, other); });
+        });
+}
+
+bool operator!=(const Recipe& first, const Recipe& second)
+{
+    return !(first == second);
+}
 
 Recipe Recipe::FromFile(const std::filesystem::path& file)
 {
@@ -80,9 +190,50 @@ Recipe Recipe::FromText(const std::string& json, const std::filesystem::path& fo
     return Translated([&] { return library::MakeRecipe(ParseRecipes(ParseJsonText(json, "recipe"), folder)); });
 }
 
+Recipe Recipe::FromFile(const std::filesystem::path& file, const std::filesystem::path& folder)
+{
+    return Translated([&] { return library::MakeRecipe(ParseRecipes(LoadRecipeDocument(file), folder)); });
+}
+
 std::size_t Recipe::Regions() const
 {
     return GetParts().regions.size();
+}
+
+Recipe Recipe::Region(std::size_t region) const
+{
+    return Translated([&] { return library::MakeRecipe({library::RegionOf(*this, region)}); });
+}
+
+std::string Recipe::Value(const std::string& field, std::size_t region) const
+{
+    return Translated(
+        [&]
+        {
+            const nlohmann::ordered_json document = RecipeToJson(*library::RegionOf(*this, region));
+            const nlohmann::ordered_json* place = &document;
+            for (std::size_t from = 0; from <= field.size();)
+            {
+                const std::size_t dot = std::min(field.find('.', from), field.size());
+                const auto member = place->is_object() ? place->find(field.substr(from, dot - from)) : place->end();
+                if (!place->is_object() || member == place->end())
+                    throw HostError({{"field", '"' + field + '"', "the dotted name of a field that the recipe has"}});
+                place = &*member;
+                from = dot + 1;
+            }
+            return place->dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+        });
+}
+
+std::string Recipe::Summary(std::size_t region) const
+{
+    return Translated(
+        [&]
+        {
+            const CheckedRecipe& recipe = library::RegionOf(*this, region);
+            return std::string(KindName(recipe->GetKind())) + ", pitch " + FormatNumber(recipe->pitchX) + " by " +
+                   FormatNumber(recipe->pitchY) + " pixels";
+        });
 }
 
 std::string Recipe::Text() const
@@ -95,13 +246,16 @@ void Recipe::Save(const std::filesystem::path& file) const
     Translated(
         [&]
         {
-            const std::vector<CheckedRecipe>& regions = GetParts().regions;
-            if (regions.size() > 1)
-                throw HostError({{"recipe", std::to_string(regions.size()) + " regions", "a recipe of one region"}});
-            if (regions.front()->maps != nullptr)
+            const CheckedRecipe& region = OnlyRegionOf(*this);
+            if (region->maps != nullptr)
                 throw HostError({{"recipe", "region maps", "none: they are no part of the file's form"}});
-            SaveRecipeWithImages(file, *regions.front());
+            SaveRecipeWithImages(file, *region);
         });
+}
+
+void Recipe::SaveWithoutMaps(const std::filesystem::path& file) const
+{
+    Translated([&] { SaveRecipeWithImages(file, *OnlyRegionOf(*this)); });
 }
 
 void Recipe::CheckSize(int width, int height) const
@@ -137,13 +291,69 @@ struct RecipeDraft::Content
 {
     nlohmann::json document = {{"version", nRecipeVersion}};
     RecipeImages images;
-    std::shared_ptr<RegionMaps> maps; ///< shared with recipes that were made from it
+    std::shared_ptr<const RegionMaps> maps; ///< shared with recipes that were made from it
+    std::filesystem::path folder = ".";     ///< of image files that the fields name
+    /// Of the recipe that the draft began with, as far as nothing took their place; its maps are in `maps`.
+    RecipeImages inherited;
     static constexpr int nLevels = 8; ///< more than any field has; what follows is refused as part of the name
+
+    /// An image that a recipe came with gives way to the file that is named anew.
+    void ForgetImage(const std::string& field)
+    {
+        if (field == "zones.image")
+            inherited.zoneImage.reset();
+        else if (field == "zones.class_image")
+            inherited.classImage.reset();
+        else if (field == "dead_image")
+            inherited.deadImage.reset();
+        else if (field == "image.flat_field")
+            inherited.flatField.reset();
+        else if (field == "image.dark_field")
+            inherited.darkField.reset();
+    }
+
+    /// All images; those that were set come first.
+    RecipeImages Images() const
+    {
+        RecipeImages all = images;
+        const auto fill = [](auto& image, const auto& other)
+        {
+            if (!image)
+                image = other;
+        };
+        fill(all.zoneImage, inherited.zoneImage);
+        fill(all.classImage, inherited.classImage);
+        fill(all.deadImage, inherited.deadImage);
+        fill(all.flatField, inherited.flatField);
+        fill(all.darkField, inherited.darkField);
+        all.maps = maps;
+        return all;
+    }
+
+    void Unset(const std::string& field)
+    {
+        ForgetImage(field);
+        nlohmann::json* place = &document;
+        std::size_t begin = 0;
+        for (std::size_t dot = field.find('.'); dot != std::string::npos; dot = field.find('.', begin))
+        {
+            const auto member = place->is_object() ? place->find(field.substr(begin, dot - begin)) : place->end();
+            if (!place->is_object() || member == place->end())
+                return;
+            place = &*member;
+            begin = dot + 1;
+        }
+        if (place->is_object())
+            place->erase(field.substr(begin));
+    }
 
     template <typename Value>
     void Set(const std::string& field, Value&& value)
     {
+        ForgetImage(field);
         nlohmann::json* place = &document;
+        if (!place->is_object())
+            *place = nlohmann::json::object();
         std::size_t begin = 0;
         int levels = 1;
         for (std::size_t dot = field.find('.'); dot != std::string::npos && levels < nLevels;
@@ -164,6 +374,59 @@ RecipeDraft::RecipeDraft() : m_content(std::make_unique<Content>())
 RecipeDraft::~RecipeDraft() = default;
 RecipeDraft::RecipeDraft(RecipeDraft&& other) noexcept = default;
 RecipeDraft& RecipeDraft::operator=(RecipeDraft&& other) noexcept = default;
+
+RecipeDraft RecipeDraft::Of(const Recipe& recipe, std::size_t region)
+{
+    return Translated(
+        [&]
+        {
+            const CheckedRecipe& given = library::RegionOf(recipe, region);
+            RecipeDraft draft;
+            Content& content = *draft.m_content;
+            content.document = nlohmann::json::parse(RecipeToJson(given).dump());
+            const auto keep = [](auto& place, const auto& image)
+            {
+                if (!image.IsEmpty())
+                    place = image;
+            };
+            keep(content.inherited.zoneImage, given->zoneImage);
+            keep(content.inherited.classImage, given->classImage);
+            keep(content.inherited.deadImage, given->deadImage);
+            keep(content.inherited.flatField, given->fields.Flat());
+            keep(content.inherited.darkField, given->fields.Dark());
+            content.maps = given->maps;
+            return draft;
+        });
+}
+
+RecipeDraft RecipeDraft::FromText(const std::string& json, const std::filesystem::path& folder)
+{
+    return Translated(
+        [&]
+        {
+            RecipeDraft draft;
+            draft.m_content->document = ParseJsonText(json, "recipe");
+            draft.m_content->folder = folder;
+            return draft;
+        });
+}
+
+RecipeDraft RecipeDraft::FromFile(const std::filesystem::path& file)
+{
+    return FromFile(file, file.parent_path());
+}
+
+RecipeDraft RecipeDraft::FromFile(const std::filesystem::path& file, const std::filesystem::path& folder)
+{
+    return Translated(
+        [&]
+        {
+            RecipeDraft draft;
+            draft.m_content->document = LoadRecipeDocument(file);
+            draft.m_content->folder = folder;
+            return draft;
+        });
+}
 
 RecipeDraft::Content& RecipeDraft::Own()
 {
@@ -237,6 +500,30 @@ RecipeDraft& RecipeDraft::SetList(const std::string& field, const double* values
     return *this;
 }
 
+RecipeDraft& RecipeDraft::SetFlatField(const PixelArray& field)
+{
+    Translated([&] { Own().images.flatField = LayerField(field, "flat"); });
+    return *this;
+}
+
+RecipeDraft& RecipeDraft::SetDarkField(const PixelArray& field)
+{
+    Translated([&] { Own().images.darkField = LayerField(field, "dark"); });
+    return *this;
+}
+
+RecipeDraft& RecipeDraft::Unset(const std::string& field)
+{
+    Own().Unset(field);
+    return *this;
+}
+
+RecipeDraft& RecipeDraft::DropRegionMaps()
+{
+    Own().maps.reset();
+    return *this;
+}
+
 RecipeDraft& RecipeDraft::SetRegionMap(RegionMap map, const MapValues& values)
 {
     Translated(
@@ -245,13 +532,13 @@ RecipeDraft& RecipeDraft::SetRegionMap(RegionMap map, const MapValues& values)
             if (static_cast<int>(map) < 0 || static_cast<int>(map) >= RegionMaps::nMaps)
                 throw HostError({{"map", std::to_string(static_cast<int>(map)), "one of RegionMap"}});
             const std::ptrdiff_t stride = CheckedMapStride(values);
-            std::shared_ptr<RegionMaps>& kept = Own().maps;
+            std::shared_ptr<const RegionMaps>& kept = Own().maps;
             if (kept != nullptr && (kept->Width() != values.width || kept->Height() != values.height))
                 throw HostError({{"map", std::to_string(values.width) + " by " + std::to_string(values.height),
                                   std::to_string(kept->Width()) + " by " + std::to_string(kept->Height()) +
                                       " values, as the map that was set before"}});
-            const bool mine = kept != nullptr && kept.use_count() == 1;
-            const auto made = mine              ? kept
+            const bool mine = kept != nullptr && kept.use_count() == 1; // otherwise recipes share what is there
+            const auto made = mine              ? std::const_pointer_cast<RegionMaps>(kept)
                               : kept != nullptr ? std::make_shared<RegionMaps>(*kept)
                                                 : std::make_shared<RegionMaps>(values.width, values.height);
             made->Set(static_cast<RegionMaps::Map>(map), values.values, stride);
@@ -265,10 +552,10 @@ Recipe RecipeDraft::Check() const
     return Translated(
         [&]
         {
-            Content content = m_content == nullptr ? Content() : *m_content;
+            const Content empty;
+            const Content& content = m_content == nullptr ? empty : *m_content;
             RefuseForeignText(content.document);
-            content.images.maps = content.maps;
-            return library::MakeRecipe({ParseRecipe(content.document, ".", content.images)});
+            return library::MakeRecipe({ParseRecipe(content.document, content.folder, content.Images())});
         });
 }
 

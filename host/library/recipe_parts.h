@@ -2,6 +2,7 @@
 // What a recipe of the host library holds.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -25,6 +26,12 @@ struct Recipe::Parts
 
 namespace narvo::library
 {
+
+/// @throws HostError for a region that the recipe does not have
+const CheckedRecipe& RegionOf(const v1::Recipe& recipe, std::size_t region);
+
+/// Red, green, blue as blue, green, red, or the other way.
+void TurnColours(FieldImage& field);
 
 inline v1::Recipe MakeRecipe(std::vector<CheckedRecipe> regions)
 {

@@ -9,8 +9,10 @@
 
 #include <opencv2/core.hpp>
 
+#include "host/foreign_text.h"
 #include "host/image/grey_conversion.h"
 #include "host/limits.h"
+#include "narvo/host_images.h"
 
 namespace narvo::v1
 {
@@ -41,6 +43,11 @@ Error::~Error() = default;
 const char* Error::what() const noexcept
 {
     return m_text.c_str();
+}
+
+std::string Printable(const std::string& text)
+{
+    return narvo::Printable(text);
 }
 
 } // namespace narvo::v1
@@ -138,6 +145,34 @@ GreyImage GreyCopy(const v1::ImagePixels& image, const std::string& name)
     GreyImage copy;
     const GreyView view = ReadableView(image, {}, copy, name);
     return copy.IsEmpty() ? GreyImage(view.Row(0), view.Width(), view.Height(), view.Stride()) : std::move(copy);
+}
+
+PixelBlock LayerBlock(const v1::PixelArray& array, const std::string& name, std::int64_t highestSide,
+                      std::int64_t highestPixels)
+{
+    std::vector<Problem> found;
+    const auto refuse = [&](const char* field, const std::string& value, const std::string& allowed) {
+        found.push_back({name + '.' + field, value, allowed});
+    };
+    const std::string sides = "1 to " + std::to_string(highestSide);
+    if (array.pixels == nullptr)
+        refuse("pixels", "null", "where the pixels lie");
+    if (array.width < 1 || array.width > highestSide)
+        refuse("width", std::to_string(array.width), sides);
+    if (array.height < 1 || array.height > highestSide)
+        refuse("height", std::to_string(array.height), sides);
+    if (array.channels != 1 && array.channels != 3 && array.channels != 4)
+        refuse("channels", std::to_string(array.channels), "1, 3 or 4");
+    if (array.bits != 8 && array.bits != 16)
+        refuse("bits", std::to_string(array.bits), "8 or 16");
+    else if (array.bits == 16 && reinterpret_cast<std::uintptr_t>(array.pixels) % 2 != 0)
+        refuse("pixels", "an odd address", "an even address for more than 8 bits");
+    ThrowIfAny(std::move(found));
+    if (std::int64_t{array.width} * array.height > highestPixels)
+        throw HostError(
+            {{name + ".width", std::to_string(array.width) + " by " + std::to_string(array.height) + " pixels",
+              "at most " + std::to_string(highestPixels) + " pixels"}});
+    return {array.pixels, array.width, array.height, array.channels, array.bits / 8};
 }
 
 } // namespace narvo::library

@@ -2,6 +2,7 @@
 // Between the public types of the host library and those of the host layer inside it.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -11,6 +12,11 @@
 #include "host/problem.h"
 #include "narvo/host_error.h"
 #include "narvo/image_pixels.h"
+
+namespace narvo::v1
+{
+struct PixelArray;
+}
 
 namespace narvo::library
 {
@@ -49,5 +55,10 @@ GreyView ReadableView(const v1::ImagePixels& image, const ImageReading& reading,
 
 /// The image as 8-bit grey, of deeper ones the whole range. @throws HostError as CheckedStride
 GreyImage GreyCopy(const v1::ImagePixels& image, const std::string& name);
+
+/// The array as the layer has such. Sides and pixels beyond those highest ones are refused.
+/// @throws HostError with all that is wrong; `name` is that of the argument
+PixelBlock LayerBlock(const v1::PixelArray& array, const std::string& name, std::int64_t highestSide,
+                      std::int64_t highestPixels);
 
 } // namespace narvo::library

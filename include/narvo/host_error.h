@@ -44,6 +44,10 @@ private:
     std::string m_text;
 };
 
+/// A text from outside, such as a file's name, as one line that a terminal shows as it stands: control characters, line
+/// ends among them, characters that turn the direction of writing and bytes that are no UTF-8 are written out.
+NARVOHOST_API std::string Printable(const std::string& text);
+
 /// Runs `call` and returns what was wrong as values; empty when all was well. For hosts that let no exception through:
 /// `problems = narvo::Attempt([&] { reports = inspector.Inspect(image, recipe); });`. Memory that runs out is a problem
 /// of the field "memory".

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "narvo/host_inspector.h"
+#include "narvo/host_result.h"
 
 namespace narvo::v1
 {
@@ -22,6 +23,13 @@ struct Explanation
     int defect = 0;               ///< number of the reported defect that it is part of, or 0
     std::vector<std::string> why; ///< its way in sentences, ending with the outcome
     std::string text;             ///< everything for a person, in lines: comparisons, thresholds, filters
+};
+
+/// The same with every number that it rests on.
+struct FullExplanation
+{
+    Explanation explanation; ///< as Explainer::Explain gives it
+    std::string json;        ///< comparisons, thresholds, filters, defect: the JSON that the program `narvo` writes
 };
 
 /// Explains pixels of one inspection, which is run once. Any number of threads may ask, one after the other. One that
@@ -41,8 +49,12 @@ public:
 
     /// What the inspection reports.
     Report Result() const;
+    /// The same with outlines and times; there are no answers.
+    FullReport FullResult() const;
     /// The way of the pixel. @throws Error for a place outside the image
     Explanation Explain(int x, int y) const;
+    /// The same with the numbers. @throws Error as Explain
+    FullExplanation ExplainFully(int x, int y) const;
 
 private:
     struct Content;

@@ -6,10 +6,13 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "narvo/host_images.h"
 #include "narvo/host_inspector.h"
 #include "narvo/host_progress.h"
+#include "narvo/host_result.h"
 #include "narvo/host_setting.h"
 
 namespace narvo::v1
@@ -63,6 +66,60 @@ struct GoldenReport
     int masked = 0;                     ///< defects left out as lying in masked places
 };
 
+/// A place with fractions of a pixel; whole numbers are centres of pixels.
+struct RealPlace
+{
+    double x = 0.0; ///< pixels, to the right
+    double y = 0.0; ///< pixels, downward
+};
+
+/// How an image lies on its reference, place by place. Nothing changes it: copies share it, and any number of threads
+/// may use it. One that was moved from refuses every call with Error.
+class NARVOHOST_API RegistrationMap
+{
+public:
+    /// In numbers.
+    Registered Numbers() const;
+    /// The place in the reference of a place in the image, local corrections included; it may lie outside.
+    RealPlace Map(double x, double y) const;
+
+    struct Content; ///< of the library
+    /// For the library itself.
+    explicit RegistrationMap(std::shared_ptr<const Content> content) : m_content(std::move(content)) {}
+
+private:
+    const Content& Own() const;
+    std::shared_ptr<const Content> m_content;
+};
+
+/// Everything that came out of one golden inspection. As RegistrationMap.
+class NARVOHOST_API GoldenFindings
+{
+public:
+    /// The report, as GoldenModel::Inspect gives it.
+    GoldenReport Summary() const;
+    /// Of the inspection alone, with outlines and times; there are no answers.
+    FullReport Inspection() const;
+    /// Of the image to the reference.
+    RegistrationMap Registration() const;
+    /// The model's mean as the image should show it, in the image's light and size. Of colours, their grey.
+    Image Reference() const;
+    /// Grey levels that each pixel's difference must exceed; 255 where nothing was compared.
+    Image Threshold() const;
+    /// The JSON that the program `narvo` writes of a golden inspection.
+    std::string Text() const;
+    /// The defects with their places in the reference as comma separated values with a header line.
+    std::string Table() const;
+
+    struct Content; ///< of the library
+    /// For the library itself.
+    explicit GoldenFindings(std::shared_ptr<const Content> content) : m_content(std::move(content)) {}
+
+private:
+    const Content& Own() const;
+    std::shared_ptr<const Content> m_content;
+};
+
 /// What a good image looks like, and how far a good one may stray from it pixel by pixel. Made once, used for any
 /// number of images by any number of threads, each of which takes a lane. One that was moved from refuses every call
 /// with Error. Settings, with defaults and ranges:
@@ -89,6 +146,12 @@ public:
     /// asks for it
     GoldenModel(const std::vector<ImagePixels>& references, const Settings& settings, int lanes,
                 const OnProgress& progress);
+    /// Of images that were read from files or made of colours. Where all have colours, red, green and blue are compared
+    /// one by one, each registered as the whole image is. @throws Error as the constructor
+    static GoldenModel FromImages(const std::vector<Image>& references, const Settings& settings = {}, int lanes = 1,
+                                  const OnProgress& progress = {});
+    /// All settings with their defaults.
+    static const Settings& Defaults();
     ~GoldenModel();
     /// Leaves `other` without a model.
     GoldenModel(GoldenModel&& other) noexcept;
@@ -106,14 +169,25 @@ public:
     /// `bits` says becomes 8-bit grey, of references too.
     /// @throws Error when the image is not valid, has no structure, or is not alike enough within the settings' limits
     GoldenReport Inspect(const ImagePixels& image) const;
+    /// The same with all that an inspection gives, of an image that was read from a file or made of colours.
+    /// @throws Error as Inspect
+    GoldenFindings InspectFully(const Image& image) const;
+    /// The same of pixels in memory. @throws Error as Inspect
+    GoldenFindings InspectFully(const ImagePixels& image) const;
+    /// The same model with lanes of its own, and the mask as it is now: for another team of threads, or for a process
+    /// that was forked off while threads of its parent inspected. @throws Error for lanes outside 1 .. 256
+    GoldenModel Share(int lanes = 1) const;
 
     /// Mean of the references, in the first one's place.
     GreyPicture Mean() const;
     /// Grey levels that a good image may differ from the mean.
     GreyPicture Tolerance() const;
+    /// How the first reference lies on the second and further ones, one for each of these.
+    std::vector<RegistrationMap> Registrations() const;
 
 private:
     struct Content;
+    explicit GoldenModel(Content& owned);
     const Content& Own() const;
     std::unique_ptr<Content> m_content;
 };

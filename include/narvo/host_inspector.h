@@ -64,6 +64,13 @@ struct Report
     std::vector<Defect> defects;       ///< by number
 };
 
+struct FullReport; // <narvo/host_result.h>
+
+/// Lanes of an inspector at most.
+constexpr int HighestLanes = 256;
+/// Defects that a region can have room for at most.
+constexpr int HighestDefects = 1000000;
+
 /// Engines for a number of images at once. Any number of threads may call Inspect on one inspector: each call takes a
 /// free lane and waits while there is none. An inspector must not be destroyed while calls run. Results do not depend
 /// on the lane or on the calls before.
@@ -73,6 +80,10 @@ public:
     /// `lanes` is how many images are inspected at once, 1 .. 256; further lanes take memory when they are first used.
     /// @throws Error for another number, or without memory for the engines
     explicit Inspector(int lanes = 1);
+    /// The same where a recipe may ask for room for `mostDefects` defects at most, 1 .. HighestDefects, which bounds
+    /// the memory of a lane; recipes that ask for more (`max_blobs`) are refused. @throws Error as the other, or for
+    /// another number
+    Inspector(int lanes, int mostDefects);
     ~Inspector();
     Inspector(const Inspector&) = delete;
     Inspector& operator=(const Inspector&) = delete;
@@ -89,6 +100,11 @@ public:
     /// Where the recipe inspects each colour, reports hold the defects of all three.
     /// @throws Error as the other, and for an image with colours where the recipe does not inspect each
     std::vector<Report> Inspect(const Image& image, const Recipe& recipe);
+    /// The same with everything that an inspection gives: the answers that defects are made of, outlines, times.
+    /// @throws Error as Inspect
+    std::vector<FullReport> InspectFully(const ImagePixels& image, const Recipe& recipe);
+    /// The same of an image that was read or made of colours. @throws Error as Inspect
+    std::vector<FullReport> InspectFully(const Image& image, const Recipe& recipe);
 
 private:
     struct LaneSet;

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Golden inspection by the public headers.
+#include <algorithm>
+#include <cmath>
 #include <limits>
 #include <string>
 #include <thread>
@@ -140,6 +142,68 @@ TEST(HostGolden, ThreadsShareAModel)
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_THAT(found, testing::Each(1U));
+}
+
+TEST(HostGolden, FindingsHoldAllThatTheReportSumsUp)
+{
+    const Picture8 reference = BoardPicture(320, 240);
+    const Picture8 second = BoardPicture(320, 240, 4, 2);
+    Picture8 flawed = BoardPicture(320, 240, 6, 3);
+    flawed.Fill({150, 100, 162, 112}, 250);
+    const auto picture = [](const Picture8& of) { return Image::FromPixels({of.pixels.data(), of.width, of.height}); };
+    const GoldenModel model = GoldenModel::FromImages({picture(reference), picture(second)}, {{"min_pixels", 9}});
+    const GoldenReport report = model.Inspect(flawed.Pixels());
+    ASSERT_FALSE(report.report.defects.empty());
+    const GoldenFindings found = model.InspectFully(picture(flawed));
+    const GoldenReport summary = found.Summary();
+    ASSERT_EQ(summary.report.defects.size(), report.report.defects.size());
+    EXPECT_EQ(summary.registration.shiftX, report.registration.shiftX);
+    EXPECT_EQ(summary.places.front().centerX, report.places.front().centerX);
+    EXPECT_EQ(found.Inspection().report.defects.size(), report.report.defects.size());
+    EXPECT_EQ(found.Inspection().width, 320);
+
+    // The map leads from a defect to its place in the reference, six pixels to the left and three up.
+    const Defect& defect = report.report.defects.front();
+    const RealPlace place = found.Registration().Map(defect.centerX, defect.centerY);
+    EXPECT_NEAR(place.x, report.places.front().centerX, 1e-9);
+    EXPECT_NEAR(place.x, defect.centerX - 6, 1.0);
+    EXPECT_NEAR(place.y, defect.centerY - 3, 1.0);
+    EXPECT_EQ(found.Registration().Numbers().shiftX, report.registration.shiftX);
+    ASSERT_EQ(model.Registrations().size(), 1U);
+    EXPECT_NEAR(std::abs(model.Registrations().front().Numbers().shiftX), 4.0, 0.5);
+
+    const Image threshold = found.Threshold();
+    const Image expected = found.Reference();
+    EXPECT_EQ(threshold.Width(), 320);
+    const auto at = [](const Image& image, int x, int y)
+    { return static_cast<const std::uint8_t*>(image.Pixels().pixels)[y * image.Pixels().stride + x]; };
+    EXPECT_GT(flawed.At(defect.peakX, defect.peakY) - at(expected, defect.peakX, defect.peakY),
+              at(threshold, defect.peakX, defect.peakY));
+    EXPECT_NE(found.Text().find("\"registration\""), std::string::npos);
+    const std::string table = found.Table();
+    EXPECT_EQ(static_cast<std::size_t>(std::count(table.begin(), table.end(), '\n')), report.report.defects.size() + 1);
+    EXPECT_NE(table.find("reference_center_x"), std::string::npos);
+
+    const GoldenModel shared = model.Share(2);
+    EXPECT_EQ(shared.InspectFully(flawed.Pixels()).Table(), table);
+    EXPECT_FALSE(Attempt([&] { model.Share(0); }).empty());
+    EXPECT_EQ(GoldenModel::Defaults().size(), 9U);
+    EXPECT_TRUE(Attempt([&] { GoldenModel({reference.Pixels()}, GoldenModel::Defaults()); }).empty());
+}
+
+TEST(HostGolden, SharedModelsHaveMasksOfTheirOwn)
+{
+    const Picture8 reference = BoardPicture(320, 240);
+    Picture8 flawed = BoardPicture(320, 240, 0, 3);
+    flawed.Fill({150, 100, 162, 112}, 250);
+    GoldenModel model({reference.Pixels()});
+    const Picture8 everywhere(320, 240, 255);
+    model.SetMask(everywhere.Pixels());
+    GoldenModel shared = model.Share();
+    EXPECT_GE(shared.Inspect(flawed.Pixels()).masked, 1);
+    shared.SetMask({});
+    EXPECT_FALSE(shared.Inspect(flawed.Pixels()).report.defects.empty());
+    EXPECT_TRUE(model.Inspect(flawed.Pixels()).report.defects.empty());
 }
 
 } // namespace narvo::test
