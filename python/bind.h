@@ -4,8 +4,7 @@
 
 #include <pybind11/pybind11.h>
 
-#include "host/recipe/checked_recipe.h"
-#include "narvo/host_recipe.h"
+#include <narvo/host_recipe.h>
 
 namespace narvo::python
 {
@@ -22,12 +21,11 @@ void BindExplain(pybind11::module_& module);
 void BindRegions(pybind11::module_& module);
 void BindStore(pybind11::module_& module);
 
-/// The recipe that an argument stands for: a Recipe, a dict, JSON text, or the path of a file.
-/// @throws HostError with all that is wrong with it
-CheckedRecipe ToRecipe(const pybind11::handle& value);
-/// The same as the host library has it.
-v1::Recipe ToPublicRecipe(const pybind11::handle& value);
-/// The first region of a recipe of the host library, which is all that such recipes have here.
-CheckedRecipe ToLayerRecipe(const v1::Recipe& recipe);
+/// The recipe of one region that an argument stands for: a Recipe, a dict, JSON text, or the path of a file. The
+/// interpreter lock must be held.
+/// @throws v1::Error with all that is wrong with it
+v1::Recipe ToRecipe(const pybind11::handle& value);
+/// A recipe of one region as a Recipe of Python.
+pybind11::object ToPythonRecipe(const v1::Recipe& recipe);
 
 } // namespace narvo::python

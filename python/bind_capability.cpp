@@ -58,7 +58,7 @@ py::object Capability(const py::handle& recipe, const py::handle& images, const 
                       const py::handle& contrasts, const py::handle& shapes, const py::handle& places, int count,
                       std::uint64_t seed, int threads)
 {
-    const v1::Recipe made = Translated(Fault::Recipe, [&] { return ToPublicRecipe(recipe); });
+    const v1::Recipe made = Translated(Fault::Recipe, [&] { return ToRecipe(recipe); });
     const std::vector<v1::NamedPicture> good = Translated(Fault::Image, [&] { return GoodPictures(images); });
     Translated(Fault::Image,
                [&]

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Why a pixel was reported, or why it was not.
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 
 #include <nlohmann/json.hpp>
 
-#include "host/explain/explain.h"
+#include <narvo/host_explain.h>
+
 #include "python/bind.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"
@@ -25,65 +25,47 @@ namespace
 {
 
 /// The explanations of one inspection, for any number of threads, one after the other.
-struct ExplainerLane
-{
-    ExplainerLane(const GreyImage& image, const CheckedRecipe& recipe) : explainer(image, recipe) {}
-
-    Explainer explainer;
-    std::mutex mutex;
-};
-
-/// An explainer with an image of its own.
 class HeldExplainer
 {
 public:
-    HeldExplainer(GreyImage image, const CheckedRecipe& recipe) : m_image(std::move(image)), m_recipe(recipe)
+    HeldExplainer(v1::Image image, v1::Recipe recipe) : m_image(std::move(image)), m_recipe(std::move(recipe))
     {
-        m_outcome = m_lane.Get([&] { return Unlocked([&] { return MakeLane(); }); }).explainer.Result();
+        m_outcome = m_explainer.Get([&] { return Unlocked([&] { return MakeExplainer(); }); }).FullResult();
     }
 
-    const InspectionResult& Outcome() const { return m_outcome; }
-    int Width() const { return m_image.Width(); }
-    int Height() const { return m_image.Height(); }
+    const v1::FullReport& Outcome() const { return m_outcome; }
 
     /// With the interpreter lock held.
-    ExplainerLane& LaneOfThisProcess()
+    v1::Explainer& OfThisProcess()
     {
-        return m_lane.Get([&] { return MakeLane(); });
+        return m_explainer.Get([&] { return MakeExplainer(); });
     }
 
 private:
-    std::unique_ptr<ExplainerLane> MakeLane() const { return std::make_unique<ExplainerLane>(m_image, m_recipe); }
+    std::unique_ptr<v1::Explainer> MakeExplainer() const
+    {
+        return std::make_unique<v1::Explainer>(m_image.Pixels(), m_recipe);
+    }
 
-    GreyImage m_image;
-    CheckedRecipe m_recipe;
-    InspectionResult m_outcome;
-    PerProcess<ExplainerLane> m_lane;
+    v1::Image m_image;
+    v1::Recipe m_recipe;
+    v1::FullReport m_outcome;
+    PerProcess<v1::Explainer> m_explainer;
 };
 
 std::unique_ptr<HeldExplainer> MakeExplainer(const py::handle& image, const py::handle& recipe)
 {
     const ImageArgument pixels = Translated(Fault::Image, [&] { return ImageArgument(image, "image"); });
-    return Translated(Fault::Recipe,
-                      [&]
-                      {
-                          const CheckedRecipe made = ToRecipe(recipe);
-                          return std::make_unique<HeldExplainer>(pixels.Copy(), made);
-                      });
+    return Translated(Fault::Recipe, [&] { return std::make_unique<HeldExplainer>(pixels.Copy(), ToRecipe(recipe)); });
 }
 
-Explanation ExplainAt(HeldExplainer& explainer, int x, int y)
+v1::FullExplanation ExplainAt(HeldExplainer& explainer, int x, int y)
 {
     return Translated(Fault::Argument,
                       [&]
                       {
-                          ExplainerLane& lane = explainer.LaneOfThisProcess();
-                          return Unlocked(
-                              [&]
-                              {
-                                  const std::lock_guard lock(lane.mutex);
-                                  return lane.explainer.Explain(CPoint(x, y));
-                              });
+                          const v1::Explainer& own = explainer.OfThisProcess();
+                          return Unlocked([&] { return own.ExplainFully(x, y); });
                       });
 }
 
@@ -91,35 +73,38 @@ Explanation ExplainAt(HeldExplainer& explainer, int x, int y)
 
 void BindExplain(py::module_& module)
 {
-    py::class_<Explanation>(module, "Explanation", py::is_final(),
-                            "The way of one pixel through an inspection; str() gives it in lines.")
+    py::class_<v1::FullExplanation>(module, "Explanation", py::is_final(),
+                                    "The way of one pixel through an inspection; str() gives it in lines.")
         .def_property_readonly(
             "place",
-            [](const Explanation& explanation) { return py::make_tuple(explanation.place.x, explanation.place.y); },
+            [](const v1::FullExplanation& full) { return py::make_tuple(full.explanation.x, full.explanation.y); },
             "The pixel, x and y.")
         .def_property_readonly(
-            "outcome", [](const Explanation& explanation) { return OutcomeName(explanation.outcome); },
+            "outcome", [](const v1::FullExplanation& full) { return full.explanation.outcome; },
             "Where its way ended, in a word or two: \"reported\", \"no hit\", ...")
-        .def_readonly("blob", &Explanation::blob, "Number of the reported defect that it is part of, or 0.")
+        .def_property_readonly(
+            "blob", [](const v1::FullExplanation& full) { return full.explanation.defect; },
+            "Number of the reported defect that it is part of, or 0.")
         .def_property_readonly(
             "why",
-            [](const Explanation& explanation)
+            [](const v1::FullExplanation& full)
             {
                 py::list lines;
-                for (const std::string& line : explanation.why)
+                for (const std::string& line : full.explanation.why)
                     lines.append(ToText(line));
                 return lines;
             },
             "Its way in sentences, ending with the outcome.")
         .def(
-            "to_dict", [](const Explanation& explanation) { return ToPython(ExplanationToJson(explanation)); },
+            "to_dict",
+            [](const v1::FullExplanation& full) { return ToPython(nlohmann::ordered_json::parse(full.json)); },
             "Everything as a dict: comparisons, thresholds, filters, blob.")
-        .def("__str__", [](const Explanation& explanation) { return ToText(DescribeExplanation(explanation)); })
+        .def("__str__", [](const v1::FullExplanation& full) { return ToText(full.explanation.text); })
         .def("__repr__",
-             [](const Explanation& explanation)
+             [](const v1::FullExplanation& full)
              {
-                 return "<narvoassem.Explanation: " + std::to_string(explanation.place.x) + ", " +
-                        std::to_string(explanation.place.y) + " " + OutcomeName(explanation.outcome) + ">";
+                 return "<narvoassem.Explanation: " + std::to_string(full.explanation.x) + ", " +
+                        std::to_string(full.explanation.y) + " " + full.explanation.outcome + ">";
              });
     SealUnconstructed(module.attr("Explanation"));
     ShowInNotebooks(module.attr("Explanation"), "explanation_html");
@@ -131,9 +116,7 @@ void BindExplain(py::module_& module)
         .def("explain", &ExplainAt, py::arg("x"), py::arg("y"),
              "The way of the pixel at x, y. Raises ArgumentError for a place outside the image.")
         .def_property_readonly(
-            "result",
-            [](const HeldExplainer& explainer)
-            { return Result(explainer.Outcome(), explainer.Width(), explainer.Height()); },
+            "result", [](const HeldExplainer& explainer) { return Result(explainer.Outcome()); },
             "What the inspection reports; its pairs are left out.");
     SealConstructed(module.attr("Explainer"));
 

@@ -58,8 +58,8 @@ v1::ImageRules ToRules(const py::handle& value)
                       [&]
                       {
                           if (py::isinstance<py::dict>(value))
-                              return v1::ImageRules::FromText(ToJson(value).dump(), {});
-                          return v1::ImageRules::Of(ToPublicRecipe(value));
+                              return v1::ImageRules::FromText(ToJson(value, "image").dump(), {});
+                          return v1::ImageRules::Of(ToRecipe(value));
                       });
 }
 

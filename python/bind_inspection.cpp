@@ -7,15 +7,14 @@
 #include <utility>
 #include <vector>
 
-#include "host/inspect/inspection_plan.h"
-#include "host/inspect/inspector.h"
-#include "host/inspect/plan_keeper.h"
-#include "host/limits.h"
+#include <narvo/host_inspector.h>
+#include <narvo/host_result.h>
+
 #include "python/bind.h"
 #include "python/image_array.h"
-#include "python/lane_queue.h"
 #include "python/narvo_errors.h"
 #include "python/per_process.h"
+#include "python/picture_array.h"
 #include "python/result_arrays.h"
 #include "python/sealed_class.h"
 #include "python/unlocked.h"
@@ -27,27 +26,6 @@ namespace narvo::python
 namespace
 {
 
-/// @throws HostError for an image of colours unless the recipe inspects each of them
-void CheckColours(const GreyView& image, const Recipe& recipe)
-{
-    if (image.Channels() != nullptr && recipe.channel != Channel_Each)
-        throw HostError(
-            {{"image",
-              "array of shape (" + std::to_string(image.Height()) + ", " + std::to_string(image.Width()) + ", 3)",
-              "two dimensions, rows and columns, unless image.channel of the recipe is each (read_image "
-              "and convert_image take the recipe)"}});
-}
-
-/// Engines, and who has which of them.
-struct Lanes
-{
-    Lanes(int lanes, int maxBlobs) : inspector(lanes, maxBlobs), queue(lanes) {}
-
-    Inspector inspector;
-    LaneQueue queue;
-    PlanKeeper plans;
-};
-
 /// An inspector whose lanes are handed out to whatever thread asks.
 class LanePool
 {
@@ -58,26 +36,15 @@ public:
     int MaxBlobs() const { return m_maxBlobs; }
 
     /// With the interpreter lock held.
-    Lanes& OfThisProcess()
+    v1::Inspector& OfThisProcess()
     {
-        return m_lanes.Get([&] { return std::make_unique<Lanes>(m_count, m_maxBlobs); });
-    }
-
-    /// Without it. Waits for a free lane.
-    InspectionResult Inspect(Lanes& lanes, const GreyView& image, const CheckedRecipe& recipe) const
-    {
-        if (recipe->maxBlobs > m_maxBlobs)
-            throw HostError({{"max_blobs", std::to_string(recipe->maxBlobs),
-                              "at most " + std::to_string(m_maxBlobs) + ", the inspector's own"}});
-        const LaneQueue::Hold hold(lanes.queue);
-        const auto plan = lanes.plans.PlanFor(recipe, image.Width(), image.Height());
-        return lanes.inspector.Inspect(hold.Lane(), image, *plan, true);
+        return m_inspector.Get([&] { return std::make_unique<v1::Inspector>(m_count, m_maxBlobs); });
     }
 
 private:
     int m_count;
     int m_maxBlobs;
-    PerProcess<Lanes> m_lanes;
+    PerProcess<v1::Inspector> m_inspector;
 };
 
 /// Numbers of any size are refused in the same words.
@@ -88,38 +55,44 @@ std::unique_ptr<LanePool> MakePool(const py::handle& lanes, const py::handle& ma
             throw py::type_error(Shown(number) + " is no whole number");
     const std::optional<int> laneCount = ToInt(lanes);
     const std::optional<int> room = ToInt(maxBlobs);
-    std::vector<Problem> found;
+    std::vector<v1::Problem> found;
     if (!laneCount)
-        found.push_back({"lanes", Shown(lanes), "1 to " + std::to_string(nLaneLimit)});
+        found.push_back({"lanes", Shown(lanes), "1 to " + std::to_string(v1::HighestLanes)});
     if (!room)
-        found.push_back({"max_blobs", Shown(maxBlobs), "1 to " + std::to_string(nBlobLimit)});
-    ThrowIfAny(std::move(found));
+        found.push_back({"max_blobs", Shown(maxBlobs), "1 to " + std::to_string(v1::HighestDefects)});
+    if (!found.empty())
+        throw v1::Error(std::move(found));
     return std::make_unique<LanePool>(*laneCount, *room);
 }
 
-/// On an inspector that the calling thread keeps for its next call: what it works in takes longer to get than most
-/// images to inspect. The inspector finds room as each recipe asks for it: no result depends on the calls before.
-InspectionResult InspectOnOwn(const GreyView& image, const CheckedRecipe& recipe)
+/// An inspector that the calling thread keeps for its next call: what it works in takes longer to get than most images
+/// to inspect. It finds room as each recipe asks for it: no result depends on the calls before.
+v1::Inspector& OwnInspector()
 {
-    thread_local std::unique_ptr<Inspector> own;
-    if (own == nullptr)
-        own = std::make_unique<Inspector>(1, nBlobLimit);
-    thread_local PlanKeeper plans;
-    return own->Inspect(0, image, *plans.PlanFor(recipe, image.Width(), image.Height()), true);
+    thread_local v1::Inspector own;
+    return own;
 }
 
-template <typename Run>
-Result InspectWith(const py::handle& image, const py::handle& recipe, Run run)
+/// `inspectorOf` is called without the interpreter lock.
+template <typename InspectorOf>
+Result InspectWith(const py::handle& image, const py::handle& recipe, InspectorOf inspectorOf)
 {
     const ImageArgument pixels =
         Translated(Fault::Image, [&] { return ImageArgument(image, "image", Colours::EachInspected); });
     return Translated(Fault::Recipe,
                       [&]
                       {
-                          const CheckedRecipe made = ToRecipe(recipe);
-                          Translated(Fault::Image, [&] { CheckColours(pixels.View(), *made); });
-                          InspectionResult outcome = Unlocked([&] { return run(pixels.View(), made); });
-                          return Result(std::move(outcome), pixels.View().Width(), pixels.View().Height());
+                          const v1::Recipe made = ToRecipe(recipe);
+                          if (const v1::Image* coloured = pixels.Coloured(); coloured != nullptr)
+                              Translated(Fault::Image, [&] { CheckColours(*coloured, v1::ImageRules::Of(made)); });
+                          std::vector<v1::FullReport> reports = Unlocked(
+                              [&]
+                              {
+                                  v1::Inspector& inspector = inspectorOf();
+                                  return pixels.With([&](const auto& given)
+                                                     { return inspector.InspectFully(given, made); });
+                              });
+                          return Result(std::move(reports.front()));
                       });
 }
 
@@ -129,7 +102,7 @@ void BindInspection(py::module_& module)
 {
     module.def(
         "inspect",
-        [](const py::handle& image, const py::handle& recipe) { return InspectWith(image, recipe, &InspectOnOwn); },
+        [](const py::handle& image, const py::handle& recipe) { return InspectWith(image, recipe, &OwnInspector); },
         py::arg("image"), py::arg("recipe"),
         "Inspect an image: a C-contiguous uint8 array of shape (rows, columns), which is read where it lies if its "
         "width is a multiple of 4 and must not change meanwhile.\n\n"
@@ -147,10 +120,9 @@ void BindInspection(py::module_& module)
             "inspect",
             [](LanePool& pool, const py::handle& image, const py::handle& recipe)
             {
-                Lanes& lanes = Translated(Fault::Argument, [&]() -> Lanes& { return pool.OfThisProcess(); });
-                return InspectWith(image, recipe,
-                                   [&](const GreyView& pixels, const CheckedRecipe& made)
-                                   { return pool.Inspect(lanes, pixels, made); });
+                v1::Inspector& inspector =
+                    Translated(Fault::Argument, [&]() -> v1::Inspector& { return pool.OfThisProcess(); });
+                return InspectWith(image, recipe, [&]() -> v1::Inspector& { return inspector; });
             },
             py::arg("image"), py::arg("recipe"),
             "As the function inspect(), on the next free lane. Any number of threads may call.")

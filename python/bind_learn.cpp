@@ -42,7 +42,7 @@ void BindLearn(py::module_& module)
 {
     py::class_<v1::LearnReport>(module, "LearnResult", py::is_final(), "What learn() made of good images.")
         .def_property_readonly(
-            "recipe", [](const v1::LearnReport& result) { return ToLayerRecipe(*result.recipe); }, "The recipe.")
+            "recipe", [](const v1::LearnReport& result) { return ToPythonRecipe(*result.recipe); }, "The recipe.")
         .def_property_readonly(
             "reasons", [](const v1::LearnReport& result) { return TextsOf(result.reasons); },
             "Sentences: why the recipe is as it is, and what to expect of it.")

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The extension module narvoassem._narvoassem: the host layer for Python. What is pure Python of the package lies
+// The extension module narvoassem._narvoassem: the host library for Python. What is pure Python of the package lies
 // beside it in narvoassem/.
-#include <string>
-
-#include "narvoassem/version.h"
 #include "python/bind.h"
 #include "python/unlocked.h"
 #include "python/values.h"
@@ -12,9 +9,7 @@ PYBIND11_MODULE(_narvoassem, module)
 {
     using namespace narvo::python;
     module.doc() = "Compiled part of the package narvoassem, which has all of it under its own name.";
-    module.attr("__version__") = std::to_string(NARVOASSEM_VERSION_MAJOR) + "." +
-                                 std::to_string(NARVOASSEM_VERSION_MINOR) + "." +
-                                 std::to_string(NARVOASSEM_VERSION_PATCH);
+    module.attr("__version__") = NARVO_PACKAGE_VERSION;
     WaitForCallsAtExit();
     module.def("printable", &ToPrintable, pybind11::arg("text"),
                "The text as one line that a terminal shows as it stands: control characters, line ends among them, and "

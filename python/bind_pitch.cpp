@@ -35,10 +35,11 @@ Part ToPart(const py::handle& image, const py::handle& region)
     Part part{Translated(Fault::Image, [&] { return CheckedImageArray(image, "image"); }), {}, {}, {}};
     part.pixels = {static_cast<const std::uint8_t*>(part.array.data()), static_cast<int>(part.array.shape(1)),
                    static_cast<int>(part.array.shape(0))};
-    const CRect rect = Translated(
-        Fault::Argument, [&] { return ToRect(region, CRect(0, 0, part.pixels.width, part.pixels.height), "region"); });
-    part.rect = ToPython(rect);
-    part.box = {rect.left, rect.top, rect.right, rect.bottom};
+    part.box = Translated(Fault::Argument,
+                          [&] {
+                              return ToRect(region, {0, 0, part.pixels.width, part.pixels.height}, "region");
+                          });
+    part.rect = ToPython(part.box);
     return part;
 }
 
@@ -71,10 +72,10 @@ v1::FoundPitch Search(const py::handle& image, const py::handle& region)
                       [&] { return Unlocked([&] { return v1::FoundPitch::Search(part.pixels, part.box); }); });
 }
 
-CheckedRecipe MakeRecipe(const py::handle& image, const v1::FoundPitch& pitch, const py::handle& region)
+py::object MakeRecipe(const py::handle& image, const v1::FoundPitch& pitch, const py::handle& region)
 {
     const Part part = ToPart(image, region);
-    return ToLayerRecipe(OnPart(part, [&] { return pitch.MakeRecipe(part.pixels, part.box); }));
+    return ToPythonRecipe(OnPart(part, [&] { return pitch.MakeRecipe(part.pixels, part.box); }));
 }
 
 v1::FoundLattice FindLattice(const py::handle& image, const py::handle& region)
@@ -83,16 +84,16 @@ v1::FoundLattice FindLattice(const py::handle& image, const py::handle& region)
     return OnPart(part, [&] { return v1::FoundLattice::Search(part.pixels, part.box); });
 }
 
-CheckedRecipe MakeRecipeOfLattice(const py::handle& image, const v1::FoundLattice& lattice, const py::handle& region)
+py::object MakeRecipeOfLattice(const py::handle& image, const v1::FoundLattice& lattice, const py::handle& region)
 {
     // A lattice that was not found is refused before a region that is none.
     const Part part = ToPart(image, lattice.Vectors().empty() ? py::none() : region);
-    return ToLayerRecipe(OnPart(part, [&] { return lattice.MakeRecipe(part.pixels, part.box); }));
+    return ToPythonRecipe(OnPart(part, [&] { return lattice.MakeRecipe(part.pixels, part.box); }));
 }
 
 std::string AxisText(const v1::AxisSearch& axis)
 {
-    return axis.found ? FormatNumber(axis.sixteenths / 16.0) : "none";
+    return axis.found ? NumberText(axis.sixteenths / 16.0) : "none";
 }
 
 } // namespace
@@ -124,7 +125,7 @@ void BindPitch(py::module_& module)
             "Cost of displacements in steps of 1/16 pixel from 0 on: 0 the same, 1 unrelated, 2 the opposite.")
         .def("__repr__",
              [](const v1::AxisSearch& axis) {
-                 return "<narvoassem.AxisPitch: " + AxisText(axis) + ", confidence " + FormatNumber(axis.confidence) +
+                 return "<narvoassem.AxisPitch: " + AxisText(axis) + ", confidence " + NumberText(axis.confidence) +
                         ">";
              });
 

@@ -2,26 +2,26 @@
 // The recipe: from dicts, JSON text and files, its fields with their ranges, and its way through pickle.
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <filesystem>
 #include <limits>
 #include <memory>
-#include <span>
+#include <optional>
 #include <string>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
-#include "host/library/recipe_parts.h"
-#include "host/recipe/recipe_check.h"
-#include "host/recipe/recipe_fields.h"
-#include "host/recipe/recipe_file.h"
-#include "host/zones/region_maps.h"
+#include <narvo/host_recipe_fields.h>
+#include <narvo/host_recipe_images.h>
+
 #include "python/bind.h"
 #include "python/field_array.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"
+#include "python/per_process.h"
+#include "python/picture_array.h"
 #include "python/sealed_class.h"
 #include "python/values.h"
 
@@ -34,9 +34,28 @@ namespace
 using nlohmann::json;
 using nlohmann::ordered_json;
 
-// Whole-region maps by their names here.
-constexpr std::array<const char*, RegionMaps::nMaps> mapNames = {"offset",       "gain",       "zone", "knee",
-                                                                 "upper_offset", "upper_gain", "class"};
+/// A recipe of one region. Each process has the tables of its own, which another thread may be about to make when it is
+/// forked off.
+class HeldRecipe
+{
+public:
+    explicit HeldRecipe(v1::Recipe recipe) : m_recipe(std::move(recipe)) {}
+
+    const v1::Recipe& Get() const { return m_recipe; }
+    /// For inspections. With the interpreter lock held.
+    const v1::Recipe& OfThisProcess() const
+    {
+        return m_own.Get([&] { return std::make_unique<v1::Recipe>(m_recipe.Region(0)); });
+    }
+
+private:
+    v1::Recipe m_recipe;
+    mutable PerProcess<v1::Recipe> m_own;
+};
+
+// Whole-region maps by their names here, in the order of v1::RegionMap.
+constexpr std::array<const char*, 7> mapNames = {"offset",       "gain",       "zone", "knee",
+                                                 "upper_offset", "upper_gain", "class"};
 
 /// The values of a map, which are shorts to the engine, from any array of whole numbers.
 std::vector<short> ToMapValues(const py::handle& value, const std::string& name,
@@ -46,11 +65,11 @@ std::vector<short> ToMapValues(const py::handle& value, const std::string& name,
     const bool whole = py::isinstance<py::array>(value) && array.ndim() == 2 && array.size() > 0 &&
                        (array.dtype().kind() == 'i' || array.dtype().kind() == 'u') && array.itemsize() <= 8;
     if (!whole || (shape.first != 0 && shape != std::pair{array.shape(0), array.shape(1)}))
-        throw HostError({{"maps." + name, Shown(value),
+        throw v1::Error({{"maps." + name, Shown(value),
                           shape.first == 0 ? "a two-dimensional array of whole numbers"
                                            : "an array of whole numbers and of the first map's shape"}});
     if (HasMaskedEntries(array))
-        throw HostError({{"maps." + name, "masked entries", "an array without (numpy.ma.filled gives them a value)"}});
+        throw v1::Error({{"maps." + name, "masked entries", "an array without (numpy.ma.filled gives them a value)"}});
     shape = {array.shape(0), array.shape(1)};
     const auto wide = py::array_t<std::int64_t, py::array::c_style | py::array::forcecast>::ensure(array);
     if (!wide)
@@ -66,68 +85,100 @@ std::vector<short> ToMapValues(const py::handle& value, const std::string& name,
     return values;
 }
 
-std::shared_ptr<const RegionMaps> ToMaps(const py::handle& maps)
+/// A map that a caller handed over.
+struct GivenMap
 {
+    v1::RegionMap map;
+    std::vector<short> values;
+    int width;
+    int height;
+};
+
+std::vector<GivenMap> ToMaps(const py::handle& maps)
+{
+    std::vector<GivenMap> made;
     if (maps.is_none())
-        return nullptr;
+        return made;
     if (!py::isinstance<py::dict>(maps))
-        throw HostError({{"maps", Shown(maps), "a dict of arrays"}});
+        throw v1::Error({{"maps", Shown(maps), "a dict of arrays"}});
     std::pair<py::ssize_t, py::ssize_t> shape = {0, 0};
-    std::shared_ptr<RegionMaps> made;
     for (const auto& [key, value] : py::reinterpret_borrow<py::dict>(maps))
     {
         const std::string name = py::str(key);
         const auto place = std::find(mapNames.begin(), mapNames.end(), name);
         if (place == mapNames.end())
-            throw HostError(
+            throw v1::Error(
                 {{"maps." + name, "unknown map", "offset, gain, zone, knee, upper_offset, upper_gain or class"}});
-        const std::vector<short> values = ToMapValues(value, name, shape);
+        std::vector<short> values = ToMapValues(value, name, shape);
         constexpr py::ssize_t nSideHigh = std::numeric_limits<int>::max();
         if (shape.first > nSideHigh || shape.second > nSideHigh)
-            throw HostError({{"maps." + name, Shown(value), "sides of 32 bits"}});
-        if (made == nullptr)
-            made = std::make_shared<RegionMaps>(static_cast<int>(shape.second), static_cast<int>(shape.first));
-        made->Set(static_cast<RegionMaps::Map>(place - mapNames.begin()), values.data(), shape.second);
+            throw v1::Error({{"maps." + name, Shown(value), "sides of 32 bits"}});
+        made.push_back({static_cast<v1::RegionMap>(place - mapNames.begin()), std::move(values),
+                        static_cast<int>(shape.second), static_cast<int>(shape.first)});
     }
     return made;
 }
 
-py::object MapsToPython(const std::shared_ptr<const RegionMaps>& maps)
+py::object MapsToPython(const v1::Recipe& recipe)
 {
-    if (maps == nullptr)
-        return py::none();
     py::dict made;
-    for (int map = 0; map < RegionMaps::nMaps; ++map)
+    for (std::size_t map = 0; map < mapNames.size(); ++map)
     {
-        const auto which = static_cast<RegionMaps::Map>(map);
-        if (!maps->IsSet(which))
+        const v1::MapValues values = v1::MapOf(recipe, static_cast<v1::RegionMap>(map));
+        if (values.values == nullptr)
             continue;
-        py::array_t<short> array({py::ssize_t{maps->Height()}, py::ssize_t{maps->Width()}});
-        for (int y = 0; y < maps->Height(); ++y)
-            std::copy_n(maps->Data(which) + static_cast<std::ptrdiff_t>(y) * maps->Stride(), maps->Width(),
-                        array.mutable_data(y));
-        made[mapNames[static_cast<std::size_t>(map)]] = array;
+        py::array_t<short> array({py::ssize_t{values.height}, py::ssize_t{values.width}});
+        for (int y = 0; y < values.height; ++y)
+            std::copy_n(values.values + y * values.stride, values.width, array.mutable_data(y));
+        made[mapNames[map]] = array;
     }
-    return made;
+    return made.empty() ? py::none() : py::object(made);
 }
 
-RecipeImages ToImages(const py::handle& zoneImage, const py::handle& classImage, const py::handle& deadImage,
-                      const py::handle& maps, const py::handle& flatField, const py::handle& darkField)
+/// What a caller handed over beside a recipe's fields.
+struct GivenImages
 {
-    RecipeImages images;
-    images.maps = ToMaps(maps);
-    if (!zoneImage.is_none())
-        images.zoneImage = ImageArgument(zoneImage, "zone_image").Copy();
-    if (!classImage.is_none())
-        images.classImage = ImageArgument(classImage, "class_image").Copy();
-    if (!deadImage.is_none())
-        images.deadImage = ImageArgument(deadImage, "dead_image").Copy();
-    if (!flatField.is_none())
-        images.flatField = ToField(flatField, "flat_field");
-    if (!darkField.is_none())
-        images.darkField = ToField(darkField, "dark_field");
-    return images;
-}
+    GivenImages(const py::handle& zoneImage, const py::handle& classImage, const py::handle& deadImage,
+                const py::handle& mapArrays, const py::handle& flatField, const py::handle& darkField)
+        : maps(ToMaps(mapArrays))
+    {
+        if (!zoneImage.is_none())
+            zones.emplace(zoneImage, "zone_image");
+        if (!classImage.is_none())
+            classes.emplace(classImage, "class_image");
+        if (!deadImage.is_none())
+            dead.emplace(deadImage, "dead_image");
+        if (!flatField.is_none())
+            flat.emplace(flatField, "flat_field");
+        if (!darkField.is_none())
+            dark.emplace(darkField, "dark_field");
+    }
+    GivenImages() = default;
+
+    /// Sets what there is.
+    void Set(v1::RecipeDraft& draft) const
+    {
+        for (const GivenMap& map : maps)
+            draft.SetRegionMap(map.map, {map.values.data(), map.width, map.height});
+        if (zones)
+            draft.SetZoneImage(zones->Pixels());
+        if (classes)
+            draft.SetClassImage(classes->Pixels());
+        if (dead)
+            draft.SetDeadImage(dead->Pixels());
+        if (flat)
+            draft.SetFlatField(flat->pixels);
+        if (dark)
+            draft.SetDarkField(dark->pixels);
+    }
+
+    std::vector<GivenMap> maps;
+    std::optional<ImageArgument> zones;
+    std::optional<ImageArgument> classes;
+    std::optional<ImageArgument> dead;
+    std::optional<FieldArgument> flat;
+    std::optional<FieldArgument> dark;
+};
 
 bool IsJsonText(const std::string& text)
 {
@@ -135,88 +186,84 @@ bool IsJsonText(const std::string& text)
     return first != std::string::npos && (text[first] == '{' || text[first] == '[');
 }
 
-/// A recipe's JSON and where its image files are looked up.
-struct Document
+/// Where a recipe comes from: its JSON text, or else a file; and where its image files are looked up.
+struct Source
 {
-    json content;
+    std::optional<std::string> text;
+    std::filesystem::path file;
     std::filesystem::path folder;
+
+    v1::RecipeDraft Draft() const
+    {
+        return text ? v1::RecipeDraft::FromText(*text, folder) : v1::RecipeDraft::FromFile(file, folder);
+    }
+    v1::Recipe Regions() const
+    {
+        return text ? v1::Recipe::FromText(*text, folder) : v1::Recipe::FromFile(file, folder);
+    }
 };
 
-Document ToDocument(const py::handle& source, const py::handle& folder)
+Source ToSource(const py::handle& source, const py::handle& folder)
 {
     const std::filesystem::path given = folder.is_none() ? std::filesystem::path() : ToPath(folder);
     if (py::isinstance<py::dict>(source))
-        return {ToJson(source), given};
+        return {ToJson(source).dump(), {}, given};
     if (py::isinstance<py::str>(source))
     {
         const char* text = PyUnicode_AsUTF8(source.ptr());
         if (text == nullptr)
             PyErr_Clear(); // a file's name whose bytes are no UTF-8
         else if (IsJsonText(text))
-            return {ParseJsonText(text, "recipe"), given};
+            return {text, {}, given};
     }
     if (!py::isinstance<py::str>(source) && !py::isinstance<py::bytes>(source) && !py::hasattr(source, "__fspath__"))
-        throw HostError({{"recipe", Shown(py::type::handle_of(source)),
+        throw v1::Error({{"recipe", Shown(py::type::handle_of(source)),
                           "a Recipe, a dict, JSON text, or the path of a recipe file"}});
     const std::filesystem::path file = ToPath(source);
-    return {LoadRecipeDocument(file), folder.is_none() ? file.parent_path() : given};
+    return {std::nullopt, file, folder.is_none() ? file.parent_path() : given};
 }
 
-CheckedRecipe MakeRecipe(const py::handle& source, const py::handle& folder, RecipeImages images)
+v1::Recipe MakeRecipe(const py::handle& source, const py::handle& folder, const GivenImages& images)
 {
-    const Document document = ToDocument(source, folder);
-    return ParseRecipe(document.content, document.folder, std::move(images));
+    v1::RecipeDraft draft = ToSource(source, folder).Draft();
+    images.Set(draft);
+    return draft.Check();
 }
 
 py::list RegionsOf(const py::handle& source, const py::handle& folder)
 {
     py::list regions;
-    if (py::isinstance<CheckedRecipe>(source))
+    if (py::isinstance<HeldRecipe>(source))
         regions.append(source);
     else if (py::isinstance<py::list>(source) || py::isinstance<py::tuple>(source))
         for (const py::handle entry : source)
-            regions.append(ToRecipe(entry));
+            regions.append(ToPythonRecipe(ToRecipe(entry)));
     else
     {
-        const Document document = ToDocument(source, folder);
-        for (const CheckedRecipe& recipe : ParseRecipes(document.content, document.folder))
-            regions.append(recipe);
+        const v1::Recipe recipe = ToSource(source, folder).Regions();
+        for (std::size_t i = 0; i < recipe.Regions(); ++i)
+            regions.append(ToPythonRecipe(recipe.Region(i)));
     }
     if (regions.empty())
-        throw HostError({{"recipe", "no region", "one region or more"}});
+        throw v1::Error({{"recipe", "no region", "one region or more"}});
     return regions;
-}
-
-/// The value behind a dotted path, or null.
-const ordered_json* Find(const ordered_json& document, const std::string& path)
-{
-    const ordered_json* place = &document;
-    for (std::size_t from = 0; from <= path.size();)
-    {
-        const std::size_t dot = std::min(path.find('.', from), path.size());
-        const auto member = place->is_object() ? place->find(path.substr(from, dot - from)) : place->end();
-        if (!place->is_object() || member == place->end())
-            return nullptr;
-        place = &*member;
-        from = dot + 1;
-    }
-    return place;
 }
 
 bool IsField(const std::string& path)
 {
-    const auto isPath = [&](const auto& field) { return field.path == path; };
-    return std::any_of(RecipeFields().begin(), RecipeFields().end(), isPath) ||
-           std::any_of(StructuredFields().begin(), StructuredFields().end(), isPath);
+    // Of lists of objects, the list is a field of the recipe, but not its entries.
+    return path.find('[') == std::string::npos &&
+           std::any_of(v1::RecipeFields().begin(), v1::RecipeFields().end(),
+                       [&](const v1::RecipeField& field) { return field.path == path; });
 }
 
-/// The recipe once more with some of its fields replaced, read anew.
-CheckedRecipe Replaced(const CheckedRecipe& recipe, const py::dict& changes, const py::handle& zoneImage,
-                       const py::handle& classImage, const py::handle& deadImage, const py::handle& maps,
-                       const py::handle& flatField, const py::handle& darkField)
+/// The recipe once more with some of its fields replaced, read anew. What it holds of images stays, unless a change
+/// names another file or `given` gives another image.
+template <typename Given>
+v1::Recipe Replaced(const v1::Recipe& recipe, const py::dict& changes, Given given)
 {
-    ordered_json written = RecipeToJson(recipe);
-    json document = json::parse(written.dump());
+    v1::RecipeDraft draft = v1::RecipeDraft::Of(recipe);
+    json document = json::parse(recipe.Text()); // shows which paths lead through a value
     for (const auto& [key, value] : changes)
     {
         const std::string path = py::cast<std::string>(py::str(key));
@@ -229,174 +276,109 @@ CheckedRecipe Replaced(const CheckedRecipe& recipe, const py::dict& changes, con
             if (place->is_null())
                 *place = json::object();
             else if (!place->is_object())
-                throw HostError({{path, "unknown field", "a dotted path as in Recipe.fields()"}});
+                throw v1::Error({{path, "unknown field", "a dotted path as in Recipe.fields()"}});
         }
         if (!value.is_none())
-            (*place)[path.substr(from)] = ToJson(value);
+        {
+            json& member = (*place)[path.substr(from)];
+            member = ToJson(value, path);
+            draft.SetJson(path, member.dump());
+        }
         else if (IsField(path))
+        {
             place->erase(path.substr(from));
+            draft.Unset(path);
+        }
         else
-            throw HostError({{path, "unknown field", "a dotted path as in Recipe.fields()"}});
+            throw v1::Error({{path, "unknown field", "a dotted path as in Recipe.fields()"}});
     }
-    RecipeImages images = ToImages(zoneImage, classImage, deadImage, maps, flatField, darkField);
-    if (images.maps == nullptr)
-        images.maps = recipe->maps;
-    // A new name in the recipe stands for a new image.
-    if (!images.zoneImage && !recipe->zoneImage.IsEmpty() && !changes.contains("zones.image"))
-        images.zoneImage = recipe->zoneImage;
-    if (!images.classImage && !recipe->classImage.IsEmpty() && !changes.contains("zones.class_image"))
-        images.classImage = recipe->classImage;
-    if (!images.deadImage && !recipe->deadImage.IsEmpty() && !changes.contains("dead_image"))
-        images.deadImage = recipe->deadImage;
-    if (!images.flatField && !recipe->fields.Flat().IsEmpty() && !changes.contains("image.flat_field"))
-        images.flatField = recipe->fields.Flat();
-    if (!images.darkField && !recipe->fields.Dark().IsEmpty() && !changes.contains("image.dark_field"))
-        images.darkField = recipe->fields.Dark();
-    return ParseRecipe(document, {}, std::move(images));
-}
-
-bool IsSame(const std::shared_ptr<const RegionMaps>& a, const std::shared_ptr<const RegionMaps>& b)
-{
-    if (a == b || a == nullptr || b == nullptr)
-        return a == b;
-    if (a->Width() != b->Width() || a->Height() != b->Height())
-        return false;
-    for (int map = 0; map < RegionMaps::nMaps; ++map)
-    {
-        const auto which = static_cast<RegionMaps::Map>(map);
-        if (a->IsSet(which) != b->IsSet(which))
-            return false;
-        for (int y = 0; a->IsSet(which) && y < a->Height(); ++y)
-            if (!std::equal(a->Data(which) + static_cast<std::ptrdiff_t>(y) * a->Stride(),
-                            a->Data(which) + static_cast<std::ptrdiff_t>(y) * a->Stride() + a->Width(),
-                            b->Data(which) + static_cast<std::ptrdiff_t>(y) * b->Stride()))
-                return false;
-    }
-    return true;
-}
-
-bool IsSame(const GreyImage& a, const GreyImage& b)
-{
-    if (a.Width() != b.Width() || a.Height() != b.Height())
-        return false;
-    for (int y = 0; y < a.Height(); ++y)
-        if (!std::equal(a.Row(y), a.Row(y) + a.Width(), b.Row(y)))
-            return false;
-    return true;
+    const GivenImages images = given();
+    if (!images.maps.empty())
+        draft.DropRegionMaps();
+    images.Set(draft);
+    return draft.Check();
 }
 
 // --- the table of fields ---
 
-constexpr std::array<Kind, 10> kinds = {Kind_Zone,     Kind_Pixel,   Kind_Float, Kind_Trapezium, Kind_FreeForm,
-                                        Kind_Binarise, Kind_Average, Kind_Asg,   Kind_Texture,   Kind_Lattice};
-
-py::tuple ModesOf(KindSet set)
+/// What stands against inspecting an image of that size.
+std::vector<v1::Problem> ProblemsOf(const v1::Recipe& recipe, int width, int height)
 {
-    constexpr std::size_t nPrefix = std::string_view("modes ").size();
-    py::list modes;
-    for (const Kind kind : kinds)
-        if ((set & SetOf(kind)) != 0)
-            modes.append(KindsText(SetOf(kind)).substr(nPrefix));
-    return py::tuple(modes);
+    try
+    {
+        recipe.CheckSize(width, height);
+        return {};
+    }
+    catch (const v1::Error& error)
+    {
+        return error.Problems();
+    }
 }
 
-template <typename Owner>
-py::object FieldToPython(const py::object& type, const Field<Owner>& field, const std::string& prefix)
+py::tuple ToTuple(const std::vector<std::string>& words)
 {
-    static const Owner defaults{};
-    const char* name = "";
-    py::object low = py::none();
-    py::object high = py::none();
-    py::object fallback;
-    py::tuple choices;
-    std::visit(
-        [&](const auto& member)
-        {
-            using Member = std::decay_t<decltype(member)>;
-            if constexpr (std::is_same_v<Member, int Owner::*>)
-            {
-                name = "int";
-                low = py::int_(static_cast<long long>(field.low));
-                high = py::int_(static_cast<long long>(field.high));
-                fallback = py::int_(defaults.*member);
-            }
-            else if constexpr (std::is_same_v<Member, double Owner::*>)
-            {
-                name = "float";
-                low = py::float_(field.low);
-                high = py::float_(field.high);
-                fallback = py::float_(defaults.*member);
-            }
-            else if constexpr (std::is_same_v<Member, bool Owner::*>)
-            {
-                name = "bool";
-                fallback = py::bool_(defaults.*member);
-            }
-            else if constexpr (std::is_same_v<Member, std::string Owner::*>)
-            {
-                name = "file";
-                fallback = py::str(defaults.*member);
-            }
-            else
-            {
-                name = "choice";
-                py::list words;
-                for (const std::string_view word : member.words)
-                    words.append(std::string(word));
-                choices = py::tuple(words);
-                fallback = py::str(ValueText(field, defaults));
-            }
-        },
-        field.member);
-    return type(prefix + std::string(field.path), name, std::string(field.unit), low, high, choices, fallback,
-                AllowedText(field), ModesOf(field.required), ModesOf(field.kinds), std::string(field.meaning));
+    py::list list;
+    for (const std::string& word : words)
+        list.append(word);
+    return py::tuple(list);
+}
+
+const char* TypeName(v1::FieldType type)
+{
+    constexpr std::array names = {"int", "float", "bool", "choice", "file", "list", "object"}; // in their order
+    return names[static_cast<std::size_t>(type)];
 }
 
 py::list FieldsToPython()
 {
     const py::object type = py::module_::import("narvoassem.fields").attr("RecipeField");
     py::list fields;
-    for (const Field<Recipe>& field : RecipeFields())
-        fields.append(FieldToPython(type, field, ""));
-    for (const StructuredField& field : StructuredFields())
-        fields.append(type(std::string(field.path), field.content.starts_with("list") ? "list" : "object", "",
-                           py::none(), py::none(), py::tuple(), std::string(field.fallback), std::string(field.content),
-                           ModesOf(field.required), ModesOf(field.kinds), std::string(field.meaning)));
-    for (const Field<ZoneSettings>& field : ZoneFields())
-        fields.append(FieldToPython(type, field, "zones.list[]."));
-    for (const Field<TextureFeature>& field : TextureFields())
-        fields.append(FieldToPython(type, field, "texture.features[]."));
+    for (const v1::RecipeField& field : v1::RecipeFields())
+    {
+        py::object low = py::none();
+        py::object high = py::none();
+        if (field.type == v1::FieldType::Whole)
+        {
+            low = py::int_(static_cast<long long>(field.low));
+            high = py::int_(static_cast<long long>(field.high));
+        }
+        else if (field.type == v1::FieldType::Real)
+        {
+            low = py::float_(field.low);
+            high = py::float_(field.high);
+        }
+        const bool inWords = field.type == v1::FieldType::List || field.type == v1::FieldType::Object;
+        fields.append(type(field.path, TypeName(field.type), field.unit, low, high, ToTuple(field.words),
+                           inWords ? ToText(field.fallback) : ToPython(ordered_json::parse(field.fallback)),
+                           field.allowed, ToTuple(field.required), ToTuple(field.modes), field.meaning));
+    }
     return fields;
 }
 
 // --- pickle ---
 
-py::object ToState(const GreyImage& image)
+py::object PaintedToPython(const v1::Recipe& recipe, v1::PaintedImage which)
 {
-    return image.IsEmpty() ? py::none() : py::object(ToArray(image));
+    const std::optional<v1::Image> image = v1::ImageOf(recipe, which);
+    return image ? py::object(ToArray(*image)) : py::none();
 }
 
 } // namespace
 
-CheckedRecipe ToLayerRecipe(const v1::Recipe& recipe)
+v1::Recipe ToRecipe(const py::handle& value)
 {
-    return recipe.GetParts().regions.front();
+    return py::isinstance<HeldRecipe>(value) ? value.cast<const HeldRecipe&>().OfThisProcess()
+                                             : MakeRecipe(value, py::none(), {});
 }
 
-v1::Recipe ToPublicRecipe(const py::handle& value)
+py::object ToPythonRecipe(const v1::Recipe& recipe)
 {
-    return library::MakeRecipe({ToRecipe(value)});
-}
-
-CheckedRecipe ToRecipe(const py::handle& value)
-{
-    return py::isinstance<CheckedRecipe>(value) ? value.cast<const CheckedRecipe&>()
-                                                : MakeRecipe(value, py::none(), {});
+    return py::cast(HeldRecipe(recipe), py::return_value_policy::move);
 }
 
 void BindRecipe(py::module_& module)
 {
-    py::class_<CheckedRecipe>(
+    py::class_<HeldRecipe>(
         module, "Recipe", py::is_final(),
         "How one region of an image is inspected. A recipe is valid once it exists, and never changes: "
         "replace() makes another.\n\n"
@@ -409,11 +391,12 @@ void BindRecipe(py::module_& module)
                      return Translated(Fault::Recipe,
                                        [&]
                                        {
-                                           return py::isinstance<CheckedRecipe>(source)
-                                                      ? source.cast<const CheckedRecipe&>()
-                                                      : MakeRecipe(source, folder,
-                                                                   ToImages(zoneImage, classImage, deadImage, maps,
-                                                                            flatField, darkField));
+                                           return HeldRecipe(
+                                               py::isinstance<HeldRecipe>(source)
+                                                   ? source.cast<const HeldRecipe&>().Get()
+                                                   : MakeRecipe(source, folder,
+                                                                GivenImages(zoneImage, classImage, deadImage, maps,
+                                                                            flatField, darkField)));
                                        });
                  }),
              py::arg("source"), py::kw_only(), py::arg("folder") = py::none(), py::arg("zone_image") = py::none(),
@@ -440,48 +423,53 @@ void BindRecipe(py::module_& module)
                     "Every field of a recipe as a RecipeField: path, type, unit, range, default, modes, meaning. Of a "
                     "path with several rows, each holds for its modes.")
         .def(
-            "to_dict", [](const CheckedRecipe& recipe) { return ToPython(RecipeToJson(recipe)); },
+            "to_dict", [](const HeldRecipe& recipe) { return ToPython(ordered_json::parse(recipe.Get().Text())); },
             "Every field as a dict that Recipe() takes back; the painted images are named, not held.")
         .def(
             "to_json",
-            [](const CheckedRecipe& recipe, int indent) { return ToText(RecipeToJson(recipe).dump(indent)); },
+            [](const HeldRecipe& recipe, int indent)
+            { return ToText(ordered_json::parse(recipe.Get().Text()).dump(indent)); },
             py::arg("indent") = 2, "The same as JSON text.")
         .def(
             "save",
-            [](const CheckedRecipe& recipe, const py::handle& path)
+            [](const HeldRecipe& recipe, const py::handle& path)
             {
                 const std::filesystem::path file = ToPath(path);
-                Translated(Fault::File, [&] { SaveRecipeWithImages(file, recipe); });
+                Translated(Fault::File, [&] { recipe.Get().SaveWithoutMaps(file); });
             },
             py::arg("path"),
             "Write the recipe file, and beside it the painted images that the recipe holds. Raises FileError.")
         .def(
             "check",
-            [](const CheckedRecipe& recipe, const py::handle& shape)
+            [](const HeldRecipe& recipe, const py::handle& shape)
             {
                 const auto [height, width] = Translated(Fault::Argument, [&] { return ToShape(shape); });
-                return ToPython(CheckRecipeForImage(recipe, width, height));
+                return ToPython(ProblemsOf(recipe.Get(), width, height));
             },
             py::arg("shape"),
             "What stands against inspecting an image of shape (rows, columns), as a list of Problem; empty: nothing.")
         .def(
             "region_of",
-            [](const CheckedRecipe& recipe, const py::handle& shape)
+            [](const HeldRecipe& recipe, const py::handle& shape)
             {
                 const auto [height, width] = Translated(Fault::Argument, [&] { return ToShape(shape); });
-                return ToPython(RegionOf(recipe, width, height));
+                return ToPython(v1::InspectedBox(recipe.Get(), width, height));
             },
             py::arg("shape"), "The Rect of an image of shape (rows, columns) that is inspected; of shapes, the bounds.")
         .def(
             "replace",
-            [](const CheckedRecipe& recipe, const py::dict& changes, const py::handle& zoneImage,
+            [](const HeldRecipe& recipe, const py::dict& changes, const py::handle& zoneImage,
                const py::handle& classImage, const py::handle& deadImage, const py::handle& maps,
                const py::handle& flatField, const py::handle& darkField)
             {
                 return Translated(Fault::Recipe,
-                                  [&] {
-                                      return Replaced(recipe, changes, zoneImage, classImage, deadImage, maps,
-                                                      flatField, darkField);
+                                  [&]
+                                  {
+                                      const auto given = [&] {
+                                          return GivenImages(zoneImage, classImage, deadImage, maps, flatField,
+                                                             darkField);
+                                      };
+                                      return HeldRecipe(Replaced(recipe.Get(), changes, given));
                                   });
             },
             py::arg("changes"), py::kw_only(), py::arg("zone_image") = py::none(), py::arg("class_image") = py::none(),
@@ -491,67 +479,67 @@ void BindRecipe(py::module_& module)
             "the default.\n\nRaises RecipeError.")
         .def(
             "__getitem__",
-            [](const CheckedRecipe& recipe, const std::string& path)
+            [](const HeldRecipe& recipe, const std::string& path)
             {
-                const ordered_json document = RecipeToJson(recipe);
-                const ordered_json* found = Find(document, path);
-                if (found == nullptr)
+                try
+                {
+                    return ToPython(ordered_json::parse(recipe.Get().Value(path)));
+                }
+                catch (const v1::Error&)
+                {
                     throw py::key_error(path);
-                return ToPython(*found);
+                }
             },
             py::arg("path"), "The value of a field by its dotted path.")
         .def_property_readonly(
-            "zone_image", [](const CheckedRecipe& recipe) { return ToState(recipe->zoneImage); },
+            "zone_image",
+            [](const HeldRecipe& recipe) { return PaintedToPython(recipe.Get(), v1::PaintedImage::Zones); },
             "The painted zones of one cell as an array, or None.")
         .def_property_readonly(
-            "class_image", [](const CheckedRecipe& recipe) { return ToState(recipe->classImage); },
+            "class_image",
+            [](const HeldRecipe& recipe) { return PaintedToPython(recipe.Get(), v1::PaintedImage::Classes); },
             "The class ids of one cell as an array, or None.")
         .def_property_readonly(
-            "dead_image", [](const CheckedRecipe& recipe) { return ToState(recipe->deadImage); },
+            "dead_image",
+            [](const HeldRecipe& recipe) { return PaintedToPython(recipe.Get(), v1::PaintedImage::Dead); },
             "The dead places of the whole image as an array, not 0 where dead, or None.")
         .def_property_readonly(
-            "flat_field", [](const CheckedRecipe& recipe) { return FieldToArray(recipe->fields.Flat()); },
+            "flat_field",
+            [](const HeldRecipe& recipe) { return FieldToArray(v1::FieldOf(recipe.Get(), v1::LightField::Flat)); },
             "What the camera shows of an even white, as an array, or None.")
         .def_property_readonly(
-            "dark_field", [](const CheckedRecipe& recipe) { return FieldToArray(recipe->fields.Dark()); },
+            "dark_field",
+            [](const HeldRecipe& recipe) { return FieldToArray(v1::FieldOf(recipe.Get(), v1::LightField::Dark)); },
             "What the camera shows without light, as an array, or None.")
         .def_property_readonly(
-            "maps", [](const CheckedRecipe& recipe) { return MapsToPython(recipe->maps); },
+            "maps", [](const HeldRecipe& recipe) { return MapsToPython(recipe.Get()); },
             "Thresholds pixel by pixel over the region as a dict of arrays, or None.")
         .def(
             "__eq__",
-            [](const CheckedRecipe& recipe, const py::object& other) -> py::object
+            [](const HeldRecipe& recipe, const py::object& other) -> py::object
             {
-                if (!py::isinstance<CheckedRecipe>(other))
+                if (!py::isinstance<HeldRecipe>(other))
                     return py::reinterpret_borrow<py::object>(Py_NotImplemented);
-                const auto& second = other.cast<const CheckedRecipe&>();
-                return py::bool_(
-                    RecipeToJson(recipe) == RecipeToJson(second) && IsSame(recipe->zoneImage, second->zoneImage) &&
-                    IsSame(recipe->classImage, second->classImage) && IsSame(recipe->deadImage, second->deadImage) &&
-                    IsSame(recipe->maps, second->maps) && recipe->fields == second->fields);
+                return py::bool_(recipe.Get() == other.cast<const HeldRecipe&>().Get());
             },
             py::arg("other"), "Whether all fields and painted images are the same.")
-        .def("__repr__",
-             [](const CheckedRecipe& recipe)
-             {
-                 return "<narvoassem.Recipe: " + std::string(KindName(recipe->GetKind())) + ", pitch " +
-                        FormatNumber(recipe->pitchX) + " by " + FormatNumber(recipe->pitchY) + " pixels>";
-             })
+        .def("__repr__", [](const HeldRecipe& recipe) { return "<narvoassem.Recipe: " + recipe.Get().Summary() + ">"; })
         .def(
             "__reduce__",
             [](const py::object& self)
             {
-                const auto& recipe = self.cast<const CheckedRecipe&>();
+                const v1::Recipe& recipe = self.cast<const HeldRecipe&>().Get();
                 py::dict images;
-                images["zone_image"] = ToState(recipe->zoneImage);
-                images["class_image"] = ToState(recipe->classImage);
-                images["dead_image"] = ToState(recipe->deadImage);
-                images["flat_field"] = FieldToArray(recipe->fields.Flat());
-                images["dark_field"] = FieldToArray(recipe->fields.Dark());
-                images["maps"] = MapsToPython(recipe->maps);
+                images["zone_image"] = PaintedToPython(recipe, v1::PaintedImage::Zones);
+                images["class_image"] = PaintedToPython(recipe, v1::PaintedImage::Classes);
+                images["dead_image"] = PaintedToPython(recipe, v1::PaintedImage::Dead);
+                images["flat_field"] = FieldToArray(v1::FieldOf(recipe, v1::LightField::Flat));
+                images["dark_field"] = FieldToArray(v1::FieldOf(recipe, v1::LightField::Dark));
+                images["maps"] = MapsToPython(recipe);
                 const py::object partial = py::module_::import("functools").attr("partial");
-                return py::make_tuple(partial(py::type::of(self), ToText(RecipeToJson(recipe).dump()), **images),
-                                      py::tuple());
+                return py::make_tuple(
+                    partial(py::type::of(self), ToText(ordered_json::parse(recipe.Text()).dump()), **images),
+                    py::tuple());
             },
             "For pickle and copy.");
     module.attr("Recipe").attr("__hash__") = py::none();

@@ -18,12 +18,10 @@ namespace narvo::python
 namespace
 {
 
-/// @throws HostError for what is no list of corners, v1::Error for what is no polygon
+/// @throws v1::Error for what is no list of corners, or no polygon
 std::vector<v1::Corner> ToPolygon(const py::handle& value)
 {
-    std::vector<v1::Corner> corners;
-    for (const CPoint& point : ToPoints(value, "points"))
-        corners.push_back({point.x, point.y});
+    std::vector<v1::Corner> corners = ToPoints(value, "points");
     v1::BoundsOfPolygon(corners);
     return corners;
 }
@@ -74,7 +72,7 @@ py::array_t<int> CutPolygon(const py::handle& value, const std::string& directio
             std::optional<v1::ColumnSpan> cut;
             if (!columns.is_none())
             {
-                const CPoint pair = ToPoints(py::make_tuple(columns), "columns").front();
+                const v1::Corner pair = ToPoints(py::make_tuple(columns), "columns").front();
                 cut = {pair.x, pair.y};
             }
             const std::vector<v1::CornersOfTrapezium> trapezia =
@@ -113,14 +111,7 @@ void BindRegions(py::module_& module)
     module.def(
         "bounds_of",
         [](const py::handle& points)
-        {
-            return Translated(Fault::Argument,
-                              [&]
-                              {
-                                  const v1::Box box = v1::BoundsOfPolygon(ToPolygon(points));
-                                  return ToPython(CRect(box.left, box.top, box.right, box.bottom));
-                              });
-        },
+        { return Translated(Fault::Argument, [&] { return ToPython(v1::BoundsOfPolygon(ToPolygon(points))); }); },
         py::arg("points"),
         "The smallest Rect round a polygon's corners [x, y]; right and bottom exclusive, since edges there stay out.");
 }

@@ -3,14 +3,14 @@
 #include <array>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
-#include "host/result/overlay.h"
-#include "host/result/result_file.h"
 #include "python/bind.h"
 #include "python/image_array.h"
 #include "python/narvo_errors.h"
@@ -75,107 +75,265 @@ struct PairRow
     int zone;
 };
 
-void FillRow(BlobRow& row, const Blob& blob)
+const char* ColourName(v1::DefectColour colour)
 {
-    row.number = blob.number;
-    row.bright = blob.bright;
-    row.left = blob.box.left;
-    row.top = blob.box.top;
-    row.right = blob.box.right;
-    row.bottom = blob.box.bottom;
-    row.center_x = blob.center.x;
-    row.center_y = blob.center.y;
-    row.area = blob.area;
-    row.peak = blob.peak;
-    row.peak_x = blob.peakPlace.x;
-    row.peak_y = blob.peakPlace.y;
-    row.max_difference = blob.maxDifference;
-    row.mean_difference = blob.meanDifference;
-    row.mean_grey = blob.meanGrey;
-    row.mean_reference = blob.meanReference;
-    row.zone = blob.zone;
-    row.band = blob.band;
-    row.single = blob.single;
-    row.scale = blob.scale;
+    constexpr std::array names = {"grey", "red", "green", "blue"}; // in their order
+    return names[static_cast<std::size_t>(colour)];
+}
+
+void FillRow(BlobRow& row, const v1::Defect& defect, v1::DefectColour colour)
+{
+    row.number = defect.number;
+    row.bright = defect.bright;
+    row.left = defect.box.left;
+    row.top = defect.box.top;
+    row.right = defect.box.right;
+    row.bottom = defect.box.bottom;
+    row.center_x = defect.centerX;
+    row.center_y = defect.centerY;
+    row.area = defect.area;
+    row.peak = defect.peak;
+    row.peak_x = defect.peakX;
+    row.peak_y = defect.peakY;
+    row.max_difference = defect.maxDifference;
+    row.mean_difference = defect.meanDifference;
+    row.mean_grey = defect.meanGrey;
+    row.mean_reference = defect.meanReference;
+    row.zone = defect.zone;
+    row.band = defect.band;
+    row.single = defect.single;
+    row.scale = defect.scale;
     row.channel = {};
-    std::strncpy(row.channel.data(), ChannelName(blob.channel), row.channel.size() - 1);
-    row.label = blob.label;
-    row.diameter = blob.diameter;
-    row.angle = blob.angle;
-    row.major_axis = blob.majorAxis;
-    row.minor_axis = blob.minorAxis;
-    row.circularity = blob.circularity;
-    row.elongation = blob.elongation;
+    std::strncpy(row.channel.data(), ColourName(colour), row.channel.size() - 1);
+    row.label = defect.label;
+    row.diameter = defect.diameter;
+    row.angle = defect.angle;
+    row.major_axis = defect.majorAxis;
+    row.minor_axis = defect.minorAxis;
+    row.circularity = defect.circularity;
+    row.elongation = defect.elongation;
 }
 
-void FillRow(PairRow& row, const Pair& pair)
+void FillRow(PairRow& row, const v1::Answer& answer)
 {
-    row.x = pair.place.x;
-    row.y = pair.place.y;
-    row.bright = pair.bright;
-    row.removed = pair.removed;
-    row.band = pair.band;
-    row.origin = pair.origin;
-    row.peak = pair.peak;
-    row.grey = pair.grey;
-    row.reference = pair.reference;
-    row.threshold = pair.threshold;
-    row.zone = pair.zone;
+    row.x = answer.x;
+    row.y = answer.y;
+    row.bright = answer.bright;
+    row.removed = answer.removed;
+    row.band = answer.band;
+    row.origin = answer.origin;
+    row.peak = answer.peak;
+    row.grey = answer.grey;
+    row.reference = answer.reference;
+    row.threshold = answer.threshold;
+    row.zone = answer.zone;
 }
 
-template <typename Row, typename Record>
-py::array ToRows(const std::vector<Record>& records)
+/// Rows whose bytes are all 0: equal results have equal bytes, those between the fields included.
+template <typename Row>
+py::array_t<Row> EmptyRows(std::size_t count)
 {
-    py::array_t<Row> rows(static_cast<py::ssize_t>(records.size()));
-    Row* row = rows.mutable_data();
-    // Equal results have equal bytes, those between the fields included.
-    if (!records.empty())
-        std::memset(static_cast<void*>(row), 0, records.size() * sizeof(Row));
-    for (const Record& record : records)
-        FillRow(*row++, record);
+    py::array_t<Row> rows(static_cast<py::ssize_t>(count));
+    if (count > 0)
+        std::memset(static_cast<void*>(rows.mutable_data()), 0, count * sizeof(Row));
+    return rows;
+}
+
+py::array ToBlobRows(const v1::FullReport& outcome)
+{
+    const std::vector<v1::Defect>& defects = outcome.report.defects;
+    py::array_t<BlobRow> rows = EmptyRows<BlobRow>(defects.size());
+    BlobRow* row = rows.mutable_data();
+    for (std::size_t i = 0; i < defects.size(); ++i)
+        FillRow(row[i], defects[i], i < outcome.colours.size() ? outcome.colours[i] : v1::DefectColour::Grey);
+    return rows;
+}
+
+py::array ToPairRows(const v1::FullReport& outcome)
+{
+    py::array_t<PairRow> rows = EmptyRows<PairRow>(outcome.answers.size());
+    PairRow* row = rows.mutable_data();
+    for (const v1::Answer& answer : outcome.answers)
+        FillRow(*row++, answer);
     return rows;
 }
 
 /// The image that an overlay is drawn on, of the inspected one's size.
 ImageArgument ToCanvas(const Result& result, const py::handle& image)
 {
-    return Translated(Fault::Image,
-                      [&]
-                      {
-                          ImageArgument canvas(image, "image", Colours::EachInspected);
-                          if (canvas.View().Width() != result.width || canvas.View().Height() != result.height)
-                              throw HostError({{"image",
-                                                std::to_string(canvas.View().Width()) + " by " +
-                                                    std::to_string(canvas.View().Height()) + " pixels",
-                                                "the size of the inspected image, " + std::to_string(result.width) +
-                                                    " by " + std::to_string(result.height)}});
-                          return canvas;
-                      });
+    return Translated(
+        Fault::Image,
+        [&]
+        {
+            ImageArgument canvas(image, "image", Colours::EachInspected);
+            const v1::FullReport& outcome = result.outcome;
+            if (canvas.Width() != outcome.width || canvas.Height() != outcome.height)
+                throw v1::Error(
+                    {{"image", std::to_string(canvas.Width()) + " by " + std::to_string(canvas.Height()) + " pixels",
+                      "the size of the inspected image, " + std::to_string(outcome.width) + " by " +
+                          std::to_string(outcome.height)}});
+            return canvas;
+        });
 }
 
-std::vector<CRect> ToBoxes(const py::handle& boxes)
+std::vector<v1::Box> ToBoxes(const py::handle& boxes)
 {
     return Translated(Fault::Argument,
                       [&]
                       {
-                          std::vector<CRect> rects;
+                          std::vector<v1::Box> made;
                           for (const py::handle box : py::iter(boxes))
-                              rects.push_back(ToRect(box, {}, "missed"));
-                          return rects;
+                              made.push_back(ToRect(box, {}, "missed"));
+                          return made;
                       });
 }
 
 py::array_t<std::uint8_t> MakeOverlay(const Result& result, const py::handle& image, const py::handle& missed)
 {
     const ImageArgument canvas = ToCanvas(result, image);
-    const std::vector<CRect> boxes = ToBoxes(missed);
-    py::array_t<std::uint8_t> rgb({py::ssize_t{result.height}, py::ssize_t{result.width}, py::ssize_t{3}});
-    std::uint8_t* pixels = rgb.mutable_data();
-    Unlocked([&] { DrawOverlay(pixels, canvas.View(), result.outcome, boxes); });
-    return rgb;
+    const std::vector<v1::Box> boxes = ToBoxes(missed);
+    using Pixels = std::vector<std::uint8_t>;
+    auto drawn =
+        Translated(Fault::Image,
+                   [&]
+                   {
+                       return Unlocked(
+                           [&]
+                           {
+                               return std::make_unique<Pixels>(canvas.With(
+                                   [&](const auto& pixels) { return v1::DrawOverlay(pixels, result.outcome, boxes); }));
+                           });
+                   });
+    // The array keeps the pixels as they were drawn.
+    const std::uint8_t* const first = drawn->data();
+    const py::capsule keeper(drawn.get(), [](void* pixels) { delete static_cast<Pixels*>(pixels); });
+    static_cast<void>(drawn.release());
+    return py::array_t<std::uint8_t>(
+        {py::ssize_t{result.outcome.height}, py::ssize_t{result.outcome.width}, py::ssize_t{3}}, first, keeper);
 }
 
 // --- pickle ---
+
+// Records as the state holds them, byte by byte.
+
+struct BlobState
+{
+    int number;
+    bool bright;
+    int band;
+    bool single;
+    int area;
+    v1::Box box;
+    v1::Corner center;
+    v1::Corner peakPlace;
+    int peak;
+    int maxDifference;
+    int meanDifference;
+    int meanGrey;
+    int meanReference;
+    int zone;
+    int scale;
+    int channel; ///< 0 grey, 2 red, 3 green, 4 blue
+    int label;
+    int diameter;
+    double angle;
+    double majorAxis;
+    double minorAxis;
+    double circularity;
+    double elongation;
+};
+
+struct PairState
+{
+    v1::Corner place;
+    bool bright;
+    bool removed;
+    int band;
+    int origin;
+    int peak;
+    int grey;
+    int reference;
+    int threshold;
+    int zone;
+};
+
+static_assert(sizeof(BlobState) == 136 && sizeof(PairState) == 40, "states of earlier versions have these sizes");
+
+BlobState ToRecord(const v1::Defect& defect, v1::DefectColour colour)
+{
+    const int channel = colour == v1::DefectColour::Grey ? 0 : static_cast<int>(colour) + 1;
+    return {defect.number,
+            defect.bright,
+            defect.band,
+            defect.single,
+            defect.area,
+            defect.box,
+            {defect.centerX, defect.centerY},
+            {defect.peakX, defect.peakY},
+            defect.peak,
+            defect.maxDifference,
+            defect.meanDifference,
+            defect.meanGrey,
+            defect.meanReference,
+            defect.zone,
+            defect.scale,
+            channel,
+            defect.label,
+            defect.diameter,
+            defect.angle,
+            defect.majorAxis,
+            defect.minorAxis,
+            defect.circularity,
+            defect.elongation};
+}
+
+v1::Defect FromRecord(const BlobState& state)
+{
+    v1::Defect defect;
+    defect.number = state.number;
+    defect.bright = state.bright;
+    defect.band = state.band;
+    defect.single = state.single;
+    defect.area = state.area;
+    defect.box = state.box;
+    defect.centerX = state.center.x;
+    defect.centerY = state.center.y;
+    defect.peakX = state.peakPlace.x;
+    defect.peakY = state.peakPlace.y;
+    defect.peak = state.peak;
+    defect.maxDifference = state.maxDifference;
+    defect.meanDifference = state.meanDifference;
+    defect.meanGrey = state.meanGrey;
+    defect.meanReference = state.meanReference;
+    defect.zone = state.zone;
+    defect.scale = state.scale;
+    defect.label = state.label;
+    defect.diameter = state.diameter;
+    defect.angle = state.angle;
+    defect.majorAxis = state.majorAxis;
+    defect.minorAxis = state.minorAxis;
+    defect.circularity = state.circularity;
+    defect.elongation = state.elongation;
+    return defect;
+}
+
+v1::DefectColour ColourOf(const BlobState& state)
+{
+    return state.channel >= 2 && state.channel <= 4 ? static_cast<v1::DefectColour>(state.channel - 1)
+                                                    : v1::DefectColour::Grey;
+}
+
+PairState ToRecord(const v1::Answer& answer)
+{
+    return {{answer.x, answer.y}, answer.bright, answer.removed,   answer.band,      answer.origin,
+            answer.peak,          answer.grey,   answer.reference, answer.threshold, answer.zone};
+}
+
+v1::Answer FromRecord(const PairState& state)
+{
+    return {state.place.x, state.place.y, state.bright,    state.removed,   state.band, state.origin,
+            state.peak,    state.grey,    state.reference, state.threshold, state.zone};
+}
 
 template <typename Record>
 py::bytes ToBytes(const std::vector<Record>& records)
@@ -198,18 +356,25 @@ std::vector<Record> FromBytes(const py::handle& value)
 
 py::tuple ToState(const Result& result)
 {
-    const InspectionResult& outcome = result.outcome;
+    const v1::FullReport& outcome = result.outcome;
+    const v1::Report& report = outcome.report;
     py::list outlines;
-    for (const std::vector<CPoint>& outline : outcome.outlines)
+    for (const std::vector<v1::Corner>& outline : outcome.outlines)
         outlines.append(ToPython(outline));
     py::list warnings;
-    for (const std::string& warning : outcome.warnings)
+    for (const std::string& warning : report.warnings)
         warnings.append(ToText(warning));
-    return py::make_tuple(result.width, result.height, outcome.code, static_cast<int>(outcome.direction),
-                          ToPython(outcome.region), outlines, outcome.pairs, outcome.overflowed, outcome.reruns,
-                          outcome.inspectMilliseconds, outcome.blobMilliseconds, outcome.totalMilliseconds, warnings,
-                          ToBytes(outcome.blobs), ToBytes(outcome.pairRecords), ToText(outcome.name),
-                          outcome.deadBlobs);
+    std::vector<BlobState> blobs;
+    for (std::size_t i = 0; i < report.defects.size(); ++i)
+        blobs.push_back(ToRecord(report.defects[i], outcome.colours[i]));
+    std::vector<PairState> pairs;
+    pairs.reserve(outcome.answers.size());
+    for (const v1::Answer& answer : outcome.answers)
+        pairs.push_back(ToRecord(answer));
+    return py::make_tuple(outcome.width, outcome.height, report.code, report.vertical ? 1 : 0, ToPython(report.region),
+                          outlines, outcome.answerCount, report.overflowed, outcome.reruns, outcome.inspectMilliseconds,
+                          outcome.defectMilliseconds, report.milliseconds, warnings, ToBytes(blobs), ToBytes(pairs),
+                          ToText(report.name), outcome.deadDefects);
 }
 
 Result FromState(const py::tuple& state)
@@ -220,34 +385,39 @@ Result FromState(const py::tuple& state)
     return Translated(Fault::Argument,
                       [&]
                       {
-                          InspectionResult outcome;
-                          outcome.code = state[2].cast<int>();
-                          outcome.direction =
-                              state[3].cast<int>() == Direction_Vertical ? Direction_Vertical : Direction_Horizontal;
-                          outcome.region = ToRect(state[4], {}, "region");
+                          v1::FullReport outcome;
+                          v1::Report& report = outcome.report;
+                          outcome.width = state[0].cast<int>();
+                          outcome.height = state[1].cast<int>();
+                          report.code = state[2].cast<int>();
+                          report.vertical = state[3].cast<int>() == 1;
+                          report.region = ToRect(state[4], {}, "region");
                           for (const py::handle outline : state[5])
                               outcome.outlines.push_back(ToPoints(outline, "outlines"));
-                          outcome.pairs = state[6].cast<int>();
-                          outcome.overflowed = state[7].cast<bool>();
+                          outcome.answerCount = state[6].cast<int>();
+                          report.overflowed = state[7].cast<bool>();
                           outcome.reruns = state[8].cast<int>();
                           outcome.inspectMilliseconds = state[9].cast<double>();
-                          outcome.blobMilliseconds = state[10].cast<double>();
-                          outcome.totalMilliseconds = state[11].cast<double>();
+                          outcome.defectMilliseconds = state[10].cast<double>();
+                          report.milliseconds = state[11].cast<double>();
                           for (const py::handle warning : state[12])
-                              outcome.warnings.push_back(warning.cast<std::string>());
-                          outcome.blobs = FromBytes<Blob>(state[13]);
-                          outcome.pairRecords = FromBytes<Pair>(state[14]);
-                          outcome.name = state[15].cast<std::string>();
-                          outcome.deadBlobs = state[16].cast<int>();
-                          return Result(std::move(outcome), state[0].cast<int>(), state[1].cast<int>());
+                              report.warnings.push_back(warning.cast<std::string>());
+                          for (const BlobState& blob : FromBytes<BlobState>(state[13]))
+                          {
+                              report.defects.push_back(FromRecord(blob));
+                              outcome.colours.push_back(ColourOf(blob));
+                          }
+                          for (const PairState& pair : FromBytes<PairState>(state[14]))
+                              outcome.answers.push_back(FromRecord(pair));
+                          report.name = state[15].cast<std::string>();
+                          outcome.deadDefects = state[16].cast<int>();
+                          return Result(std::move(outcome));
                       });
 }
 
 } // namespace
 
-Result::Result(InspectionResult found, int imageWidth, int imageHeight)
-    : outcome(std::move(found)), width(imageWidth), height(imageHeight), blobs(ToRows<BlobRow>(outcome.blobs)),
-      pairs(ToRows<PairRow>(outcome.pairRecords))
+Result::Result(v1::FullReport found) : outcome(std::move(found)), blobs(ToBlobRows(outcome)), pairs(ToPairRows(outcome))
 {
 }
 
@@ -301,71 +471,73 @@ void BindResult(py::module_& module)
                       "threshold  that applied there\n"
                       "zone       its zone")
         .def_property_readonly(
-            "name", [](const Result& result) { return ToText(result.outcome.name); }, "The recipe's name.")
+            "name", [](const Result& result) { return ToText(result.outcome.report.name); }, "The recipe's name.")
         .def_property_readonly(
-            "code", [](const Result& result) { return result.outcome.code; },
+            "code", [](const Result& result) { return result.outcome.report.code; },
             "The engine's: 1 done, 16 done with re-runs or with more pairs than fit.")
         .def_property_readonly(
-            "complete", [](const Result& result) { return result.outcome.warnings.empty(); },
+            "complete", [](const Result& result) { return result.outcome.report.warnings.empty(); },
             "Whether all of the region was looked at and nothing was lost, as far as the engine can tell.")
         .def_property_readonly(
             "warnings",
             [](const Result& result)
             {
                 py::list warnings;
-                for (const std::string& warning : result.outcome.warnings)
+                for (const std::string& warning : result.outcome.report.warnings)
                     warnings.append(ToText(warning));
                 return warnings;
             },
             "What was perhaps not looked at, or lost, in words.")
         .def_property_readonly(
             "direction",
-            [](const Result& result)
-            { return result.outcome.direction == Direction_Vertical ? "vertical" : "horizontal"; },
+            [](const Result& result) { return result.outcome.report.vertical ? "vertical" : "horizontal"; },
             "The direction that the comparison took.")
         .def_property_readonly(
-            "region", [](const Result& result) { return ToPython(result.outcome.region); },
+            "region", [](const Result& result) { return ToPython(result.outcome.report.region); },
             "The Rect that was inspected.")
         .def_property_readonly(
             "outlines",
             [](const Result& result)
             {
                 py::list outlines;
-                for (const std::vector<CPoint>& outline : result.outcome.outlines)
+                for (const std::vector<v1::Corner>& outline : result.outcome.outlines)
                     outlines.append(ToPython(outline));
                 return outlines;
             },
             "Of a region that is no rectangle, the corners of its parts, arrays of shape (n, 2).")
         .def_property_readonly(
-            "pair_count", [](const Result& result) { return result.outcome.pairs; }, "Pairs of the last pass.")
+            "pair_count", [](const Result& result) { return result.outcome.answerCount; }, "Pairs of the last pass.")
         .def_property_readonly(
             "reruns", [](const Result& result) { return result.outcome.reruns; },
             "Passes that had to be started again behind an overflow.")
         .def_property_readonly(
-            "dead_blobs", [](const Result& result) { return result.outcome.deadBlobs; },
+            "dead_blobs", [](const Result& result) { return result.outcome.deadDefects; },
             "Blobs that were left out as lying in the recipe's painted dead places.")
         .def_property_readonly(
-            "overflowed", [](const Result& result) { return result.outcome.overflowed; }, "Whether a pass ran full.")
+            "overflowed", [](const Result& result) { return result.outcome.report.overflowed; },
+            "Whether a pass ran full.")
         .def_property_readonly(
             "milliseconds",
             [](const Result& result)
             {
                 py::dict times;
                 times["inspect"] = result.outcome.inspectMilliseconds;
-                times["blobs"] = result.outcome.blobMilliseconds;
-                times["total"] = result.outcome.totalMilliseconds;
+                times["blobs"] = result.outcome.defectMilliseconds;
+                times["total"] = result.outcome.report.milliseconds;
                 return times;
             },
             "Times in milliseconds: the engine's (inspect), its blob step alone (blobs), tables and copies included "
             "(total).")
         .def_property_readonly(
-            "shape", [](const Result& result) { return py::make_tuple(result.height, result.width); },
+            "shape", [](const Result& result) { return py::make_tuple(result.outcome.height, result.outcome.width); },
             "Rows and columns of the inspected image.")
         .def(
-            "to_dict", [](const Result& result) { return ToPython(ResultToJson(result.outcome)); },
+            "to_dict",
+            [](const Result& result)
+            { return ToPython(nlohmann::ordered_json::parse(v1::ReportText(result.outcome))); },
             "Everything but the pairs as a dict that json.dumps() takes.")
         .def(
-            "to_csv", [](const Result& result) { return ToText(ResultToCsv(result.outcome)); },
+            "to_csv", [](const Result& result) { return ToText(v1::DefectTable(result.outcome)); },
             "The blobs as comma separated text with a header line.")
         .def("overlay", &MakeOverlay, py::arg("image"), py::arg("missed") = py::tuple(),
              "The image in colour, an array of shape (rows, columns, 3) in the order red, green, blue, with the region "
@@ -377,18 +549,24 @@ void BindResult(py::module_& module)
             {
                 const std::filesystem::path file = ToPath(path);
                 const ImageArgument canvas = ToCanvas(result, image);
-                const std::vector<CRect> boxes = ToBoxes(missed);
+                const std::vector<v1::Box> boxes = ToBoxes(missed);
                 Translated(Fault::File,
-                           [&] { Unlocked([&] { SaveOverlay(file, canvas.View(), result.outcome, boxes); }); });
+                           [&] {
+                               Unlocked(
+                                   [&] {
+                                       canvas.With([&](const auto& pixels)
+                                                   { v1::SaveOverlay(file, pixels, result.outcome, boxes); });
+                                   });
+                           });
             },
             py::arg("path"), py::arg("image"), py::arg("missed") = py::tuple(),
             "Write the overlay as an image file. Raises FileError.")
         .def("__repr__",
              [](const Result& result)
              {
-                 return "<narvoassem.Result: " + std::to_string(result.outcome.blobs.size()) + " blobs, code " +
-                        std::to_string(result.outcome.code) + (result.outcome.warnings.empty() ? "" : ", incomplete") +
-                        ">";
+                 return "<narvoassem.Result: " + std::to_string(result.outcome.report.defects.size()) +
+                        " blobs, code " + std::to_string(result.outcome.report.code) +
+                        (result.outcome.report.warnings.empty() ? "" : ", incomplete") + ">";
              })
         .def_static("_from_state", &FromState, py::arg("state"), "The way back from pickle.")
         .def(

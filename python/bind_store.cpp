@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "host/library/public_report.h"
+#include "host/library/translate.h"
 #include "host/store/result_store.h"
 #include "python/bind.h"
 #include "python/narvo_errors.h"
@@ -17,11 +19,17 @@ namespace narvo::python
 namespace
 {
 
+/// Runs `call` without the interpreter lock.
+template <typename Call>
+auto FromStore(Call call)
+{
+    return Translated(Fault::File, [&] { return Unlocked([&] { return library::Translated(call); }); });
+}
+
 py::list StoredRuns(const py::handle& place)
 {
     const std::string name = ToPath(place).string();
-    const std::vector<StoredRun> runs = Translated(
-        Fault::File, [&] { return Unlocked([&] { return OpenResultStore(name, StoreAccess_Read)->Runs(); }); });
+    const std::vector<StoredRun> runs = FromStore([&] { return OpenResultStore(name, StoreAccess_Read)->Runs(); });
     py::list found;
     for (const StoredRun& run : runs)
     {
@@ -54,7 +62,7 @@ py::list RegionsOf(StoredImage& image)
             warnings += (warnings.empty() ? "" : "; ") + warning;
         const py::str name = ToText(region.name);
         const int code = region.code;
-        const Result result(std::move(region), image.result.width, image.result.height);
+        const Result result(library::PublicFullReport(std::move(region), image.result.width, image.result.height));
         regions.append(py::make_tuple(name, ToText(warnings), code, result.blobs));
     }
     return regions;
@@ -64,16 +72,12 @@ py::list StoredImages(const py::handle& place, std::int64_t run)
 {
     const std::string name = ToPath(place).string();
     std::vector<StoredImage> images;
-    Translated(Fault::File,
-               [&]
-               {
-                   Unlocked(
-                       [&]
-                       {
-                           OpenResultStore(name, StoreAccess_Read)
-                               ->Images(run, [&](StoredImage image) { images.push_back(std::move(image)); });
-                       });
-               });
+    FromStore(
+        [&]
+        {
+            OpenResultStore(name, StoreAccess_Read)
+                ->Images(run, [&](StoredImage image) { images.push_back(std::move(image)); });
+        });
     py::list found;
     for (StoredImage& image : images)
         found.append(py::make_tuple(ToText(image.result.name), RegionsOf(image)));

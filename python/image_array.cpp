@@ -2,11 +2,10 @@
 // The test of an image array.
 #include "python/image_array.h"
 
-#include <cstring>
+#include <cstdint>
 #include <limits>
 #include <string>
 
-#include "host/problem.h"
 #include "python/values.h"
 
 namespace narvo::python
@@ -37,24 +36,31 @@ std::string AdviceOn(const py::array& array, Colours colours)
         return "at least one row and one column";
     if ((array.flags() & py::array::c_style) == 0)
         return "a C-contiguous array (numpy.ascontiguousarray makes one)";
+    constexpr py::ssize_t nRowMultiple = 4;
     constexpr py::ssize_t nBytesHigh = std::numeric_limits<int>::max() - 2 * nRowMultiple;
     if (array.shape(1) > nBytesHigh || array.shape(0) > nBytesHigh / (array.shape(1) + nRowMultiple))
         return "fewer than 2147483640 pixels, rows counted in multiples of 4";
     return "";
 }
 
-GreyImage PaddedCopy(const py::array& array)
+/// What images of the host library may have at most; files that are written may have more.
+void CheckSize(const py::array& array, const char* name)
 {
-    const auto width = static_cast<int>(array.shape(1));
-    if (array.ndim() == 3)
-    {
-        ImageReading each;
-        each.channel = Channel_Each;
-        return ConvertPixels({array.data(), width, static_cast<int>(array.shape(0)), 3, 1}, each, "image");
-    }
-    if (width % nRowMultiple == 0)
-        return {};
-    return {static_cast<const std::uint8_t*>(array.data()), width, static_cast<int>(array.shape(0)), width};
+    constexpr py::ssize_t nSideHigh = 1048576;
+    if (array.shape(0) > nSideHigh || array.shape(1) > nSideHigh ||
+        array.shape(0) * array.shape(1) > v1::HighestMaxPixels)
+        throw v1::Error({{name, std::to_string(array.shape(1)) + " by " + std::to_string(array.shape(0)) + " pixels",
+                          "sides up to " + std::to_string(nSideHigh) + " and at most " +
+                              std::to_string(v1::HighestMaxPixels) + " pixels"}});
+}
+
+v1::Image PictureOf(const py::array& array, const char* name)
+{
+    static const v1::ImageRules each = v1::ImageRules::FromText(R"({"channel": "each"})");
+    const bool coloured = array.ndim() == 3;
+    return v1::Image::FromPixels(
+        {array.data(), static_cast<int>(array.shape(1)), static_cast<int>(array.shape(0)), coloured ? 3 : 1},
+        coloured ? each : v1::ImageRules(), nullptr, name);
 }
 
 } // namespace
@@ -62,10 +68,10 @@ GreyImage PaddedCopy(const py::array& array)
 py::array CheckedImageArray(const py::handle& value, const char* name, Colours colours)
 {
     if (!py::isinstance<py::array>(value))
-        throw HostError({{name, Shown(py::type::handle_of(value)), "a C-contiguous two-dimensional uint8 array"}});
+        throw v1::Error({{name, Shown(py::type::handle_of(value)), "a C-contiguous two-dimensional uint8 array"}});
     auto array = py::reinterpret_borrow<py::array>(value);
     if (const std::string advice = AdviceOn(array, colours); !advice.empty())
-        throw HostError(
+        throw v1::Error(
             {{name,
               "array of dtype " + std::string(py::str(array.dtype())) + ", shape " +
                   TupleText(array.shape(), array.ndim()) + ", strides " + TupleText(array.strides(), array.ndim()),
@@ -81,11 +87,22 @@ bool HasMaskedEntries(const py::array& array)
 }
 
 ImageArgument::ImageArgument(const py::handle& value, const char* name, Colours colours)
-    : m_array(CheckedImageArray(value, name, colours)), m_padded(PaddedCopy(m_array)),
-      m_view(m_padded.IsEmpty() ? GreyView(static_cast<const std::uint8_t*>(m_array.data()),
-                                           static_cast<int>(m_array.shape(1)), static_cast<int>(m_array.shape(0)))
-                                : GreyView(m_padded))
+    : m_array(CheckedImageArray(value, name, colours))
 {
+    CheckSize(m_array, name);
+    if (m_array.ndim() == 3)
+    {
+        m_coloured = PictureOf(m_array, name);
+        m_pixels = m_coloured->Pixels();
+    }
+    else
+        m_pixels = {static_cast<const std::uint8_t*>(m_array.data()), static_cast<int>(m_array.shape(1)),
+                    static_cast<int>(m_array.shape(0))};
+}
+
+v1::Image ImageArgument::Copy() const
+{
+    return m_coloured ? *m_coloured : PictureOf(m_array, "image");
 }
 
 bool IsOneImage(const py::handle& value)
@@ -94,26 +111,6 @@ bool IsOneImage(const py::handle& value)
         return false;
     const auto array = py::reinterpret_borrow<py::array>(value);
     return array.ndim() == 2 || (array.ndim() == 3 && array.shape(2) == 3);
-}
-
-py::array_t<std::uint8_t> ToArray(const GreyImage& image)
-{
-    if (image.Channels() != nullptr)
-    {
-        const std::vector<GreyImage>& channels = *image.Channels();
-        const auto count = static_cast<py::ssize_t>(channels.size());
-        py::array_t<std::uint8_t> array({py::ssize_t{image.Height()}, py::ssize_t{image.Width()}, count});
-        std::uint8_t* pixel = array.mutable_data();
-        for (int y = 0; y < image.Height(); ++y)
-            for (int x = 0; x < image.Width(); ++x)
-                for (const GreyImage& channel : channels)
-                    *pixel++ = channel.Row(y)[x];
-        return array;
-    }
-    py::array_t<std::uint8_t> array({py::ssize_t{image.Height()}, py::ssize_t{image.Width()}});
-    for (int y = 0; y < image.Height(); ++y)
-        std::memcpy(array.mutable_data(y), image.Row(y), static_cast<std::size_t>(image.Width()));
-    return array;
 }
 
 } // namespace narvo::python

@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: MIT
-// The way from the exceptions of the host library, and of the layer inside it, to the package's exception classes,
-// which are written in Python (narvoassem/errors.py).
+// The way from the exception of the host library to the package's exception classes, which are written in Python
+// (narvoassem/errors.py).
 #pragma once
 
-#include <utility>
-
-#include "host/problem.h"
-#include "narvo/host_error.h"
+#include <narvo/host_error.h>
 
 namespace narvo::python
 {
@@ -22,8 +19,6 @@ enum class Fault
 };
 
 /// Throws the Python exception. The interpreter lock must be held.
-[[noreturn]] void Raise(Fault fault, const HostError& error);
-/// The same.
 [[noreturn]] void Raise(Fault fault, const v1::Error& error);
 
 /// Runs `call`, which may release the interpreter lock as long as it holds it again at its end.
@@ -33,10 +28,6 @@ decltype(auto) Translated(Fault fault, Call call)
     try
     {
         return call();
-    }
-    catch (const HostError& error)
-    {
-        Raise(fault, error);
     }
     catch (const v1::Error& error)
     {

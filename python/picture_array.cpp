@@ -18,16 +18,6 @@ namespace
 
 constexpr int nColours = 3;
 
-v1::Image ToPicture(const py::handle& value, const char* name)
-{
-    static const v1::ImageRules each = v1::ImageRules::FromText(R"({"channel": "each"})");
-    const py::array array = CheckedImageArray(value, name, Colours::EachInspected);
-    const bool coloured = array.ndim() == 3;
-    return v1::Image::FromPixels(
-        {array.data(), static_cast<int>(array.shape(1)), static_cast<int>(array.shape(0)), coloured ? nColours : 1},
-        coloured ? each : v1::ImageRules(), nullptr, name);
-}
-
 const std::uint8_t* RowOf(const v1::ImagePixels& pixels, int y)
 {
     return static_cast<const std::uint8_t*>(pixels.pixels) + static_cast<std::ptrdiff_t>(y) * pixels.stride;
@@ -41,7 +31,7 @@ std::vector<v1::NamedPicture> GoodPictures(const py::handle& images)
     const auto add = [&](const py::handle& value)
     {
         const std::string name = "images[" + std::to_string(good.size()) + "]";
-        good.push_back({name, ToPicture(value, name.c_str())});
+        good.push_back({name, ImageArgument(value, name.c_str(), Colours::EachInspected).Copy()});
     };
     if (IsOneImage(images))
         add(images);

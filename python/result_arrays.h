@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Results as Python has them: the host's result, and its blobs and pairs as structured arrays.
+// Results as Python has them: the host library's result, and its blobs and pairs as structured arrays.
 #pragma once
 
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
-#include "host/inspect/inspector.h"
+#include <narvo/host_result.h>
 
 namespace narvo::python
 {
@@ -16,11 +16,9 @@ namespace py = pybind11;
 struct Result
 {
     /// The interpreter lock must be held.
-    Result(InspectionResult found, int imageWidth, int imageHeight);
+    explicit Result(v1::FullReport found);
 
-    InspectionResult outcome;
-    int width;  ///< of the image
-    int height; ///< of the image
+    v1::FullReport outcome;
     py::array blobs;
     py::array pairs;
 };

@@ -3,10 +3,12 @@
 #include "python/values.h"
 
 #include <array>
+#include <charconv>
+#include <cmath>
 #include <limits>
 #include <optional>
 
-#include "host/foreign_text.h"
+#include <narvo/host_recipe_fields.h>
 
 namespace narvo::python
 {
@@ -19,11 +21,41 @@ namespace
 
 constexpr int nDepthLimit = 16; // as deep as recipes in JSON may be nested
 
-json ToJsonAt(const py::handle& value, const std::string& place, int depth)
+/// What a field takes, by its path with the places in lists, "zones.list[2].gain".
+std::string AllowedAt(const std::string& path)
+{
+    std::string plain;
+    bool inside = false;
+    for (const char c : path)
+    {
+        if (c == ']')
+            inside = false;
+        if (!inside)
+            plain += c;
+        if (c == '[')
+            inside = true;
+    }
+    for (const v1::RecipeField& field : v1::RecipeFields())
+        if (field.path == plain)
+            return field.allowed;
+    return "a finite number";
+}
+
+/// JSON has no word for what is not finite.
+json FiniteNumber(double number, const std::string& path)
+{
+    if (!std::isfinite(number))
+        throw v1::Error({{path.empty() ? "recipe" : path, NumberText(number), AllowedAt(path)}});
+    return number;
+}
+
+/// `place` is that inside the value that was handed over, `within` the path of that value.
+json ToJsonAt(const py::handle& value, const std::string& place, int depth, const std::string& within)
 {
     const auto refuse = [&](const char* allowed) -> json {
-        throw HostError({{place.empty() ? "recipe" : place, Shown(value), allowed}});
+        throw v1::Error({{place.empty() ? "recipe" : place, Shown(value), allowed}});
     };
+    const std::string path = within + (within.empty() || place.empty() ? "" : ".") + place;
     if (depth > nDepthLimit)
         return refuse("no deeper nesting");
     if (value.is_none())
@@ -40,7 +72,7 @@ json ToJsonAt(const py::handle& value, const std::string& place, int depth)
         return text != nullptr ? json(text) : refuse("text without lone surrogates");
     }
     if (py::isinstance<py::float_>(value))
-        return PyFloat_AsDouble(value.ptr());
+        return FiniteNumber(PyFloat_AsDouble(value.ptr()), path);
     if (PyIndex_Check(value.ptr()) != 0)
     {
         const auto number = py::reinterpret_steal<py::object>(PyNumber_Index(value.ptr()));
@@ -59,10 +91,10 @@ json ToJsonAt(const py::handle& value, const std::string& place, int depth)
             if (name == nullptr)
             {
                 PyErr_Clear();
-                throw HostError({{place.empty() ? "recipe" : place, "key " + Shown(key), "text as keys"}});
+                throw v1::Error({{place.empty() ? "recipe" : place, "key " + Shown(key), "text as keys"}});
             }
             const std::string owned = name;
-            object[owned] = ToJsonAt(member, place.empty() ? owned : place + "." + owned, depth + 1);
+            object[owned] = ToJsonAt(member, place.empty() ? owned : place + "." + owned, depth + 1, within);
         }
         return object;
     }
@@ -71,14 +103,14 @@ json ToJsonAt(const py::handle& value, const std::string& place, int depth)
         const py::object entries =
             py::isinstance<py::array>(value) ? value.attr("tolist")() : py::reinterpret_borrow<py::object>(value);
         if (!py::isinstance<py::sequence>(entries))
-            return ToJsonAt(entries, place, depth + 1);
+            return ToJsonAt(entries, place, depth + 1, within);
         json list = json::array();
         for (const py::handle entry : py::reinterpret_borrow<py::sequence>(entries))
-            list.push_back(ToJsonAt(entry, place + "[" + std::to_string(list.size()) + "]", depth + 1));
+            list.push_back(ToJsonAt(entry, place + "[" + std::to_string(list.size()) + "]", depth + 1, within));
         return list;
     }
     if (py::hasattr(value, "__float__"))
-        return py::float_(py::reinterpret_borrow<py::object>(value)).cast<double>();
+        return FiniteNumber(py::float_(py::reinterpret_borrow<py::object>(value)).cast<double>(), path);
     return refuse("a dict, list, text, number, truth value or None");
 }
 
@@ -135,24 +167,24 @@ py::str ToPrintable(const py::str& text)
     }
     if (encoded == nullptr)
         throw py::error_already_set();
-    return ToText(Printable(std::string(py::reinterpret_steal<py::bytes>(encoded))));
+    return ToText(v1::Printable(std::string(py::reinterpret_steal<py::bytes>(encoded))));
 }
 
-py::list ToPython(const std::vector<Problem>& problems)
+py::list ToPython(const std::vector<v1::Problem>& problems)
 {
     const py::object type = py::module_::import("narvoassem.errors").attr("Problem");
     py::list list;
-    for (const Problem& problem : problems)
+    for (const v1::Problem& problem : problems)
         list.append(type(ToText(problem.field), ToText(problem.value), ToText(problem.allowed)));
     return list;
 }
 
-py::object ToPython(const CRect& rect)
+py::object ToPython(const v1::Box& box)
 {
-    return py::module_::import("narvoassem.regions").attr("Rect")(rect.left, rect.top, rect.right, rect.bottom);
+    return py::module_::import("narvoassem.regions").attr("Rect")(box.left, box.top, box.right, box.bottom);
 }
 
-py::array_t<int> ToPython(const std::vector<CPoint>& points)
+py::array_t<int> ToPython(const std::vector<v1::Corner>& points)
 {
     py::array_t<int> array({static_cast<py::ssize_t>(points.size()), py::ssize_t{2}});
     auto places = array.mutable_unchecked<2>();
@@ -204,12 +236,12 @@ std::filesystem::path ToPath(const py::handle& value)
     return py::reinterpret_steal<py::bytes>(encoded).cast<std::string>();
 }
 
-json ToJson(const py::handle& value)
+json ToJson(const py::handle& value, const std::string& within)
 {
-    return ToJsonAt(value, "", 0);
+    return ToJsonAt(value, "", 0, within);
 }
 
-CRect ToRect(const py::handle& value, const CRect& fallback, const char* name)
+v1::Box ToRect(const py::handle& value, const v1::Box& fallback, const char* name)
 {
     if (value.is_none())
         return fallback;
@@ -223,16 +255,16 @@ CRect ToRect(const py::handle& value, const CRect& fallback, const char* name)
         sides[i] = side.value_or(0);
     }
     if (!good)
-        throw HostError({{name, Shown(value), "four whole numbers: left, top, right, bottom"}});
+        throw v1::Error({{name, Shown(value), "four whole numbers: left, top, right, bottom"}});
     return {sides[0], sides[1], sides[2], sides[3]};
 }
 
-std::vector<CPoint> ToPoints(const py::handle& value, const char* name)
+std::vector<v1::Corner> ToPoints(const py::handle& value, const char* name)
 {
-    std::vector<CPoint> points;
+    std::vector<v1::Corner> points;
     const std::optional<py::list> entries = ToEntries(value);
     if (!entries)
-        throw HostError({{name, Shown(value), "a list of [x, y] in whole pixels"}});
+        throw v1::Error({{name, Shown(value), "a list of [x, y] in whole pixels"}});
     for (const py::handle entry : *entries)
     {
         const std::optional<py::list> place = ToEntries(entry);
@@ -240,9 +272,9 @@ std::vector<CPoint> ToPoints(const py::handle& value, const char* name)
         const std::optional<int> x = two ? ToInt((*place)[0]) : std::nullopt;
         const std::optional<int> y = two ? ToInt((*place)[1]) : std::nullopt;
         if (!x || !y)
-            throw HostError(
+            throw v1::Error(
                 {{name + ("[" + std::to_string(points.size()) + "]"), Shown(entry), "[x, y] in whole pixels"}});
-        points.emplace_back(*x, *y);
+        points.push_back({*x, *y});
     }
     return points;
 }
@@ -254,8 +286,18 @@ std::pair<int, int> ToShape(const py::handle& value)
     const std::optional<int> rows = two ? ToInt((*sides)[0]) : std::nullopt;
     const std::optional<int> columns = two ? ToInt((*sides)[1]) : std::nullopt;
     if (!rows || !columns || *rows < 1 || *columns < 1)
-        throw HostError({{"shape", Shown(value), "(rows, columns), 1 or more each"}});
+        throw v1::Error({{"shape", Shown(value), "(rows, columns), 1 or more each"}});
     return {*rows, *columns};
+}
+
+std::string NumberText(double value)
+{
+    // Without an exponent where people would not write one.
+    const double size = std::fabs(value);
+    const auto format =
+        size < 1e12 && (size >= 1e-6 || size == 0.0) ? std::chars_format::fixed : std::chars_format::general;
+    std::array<char, 32> text{};
+    return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value, format).ptr};
 }
 
 std::string Shown(const py::handle& value)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Small values on their way between Python and the host layer: texts, paths, rectangles, points, JSON, problems.
+// Small values on their way between Python and the host library: texts, paths, rectangles, points, JSON, problems.
 #pragma once
 
 #include <filesystem>
@@ -12,8 +12,9 @@
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
-#include "host/problem.h"
-#include "narvoassem/platform.h"
+#include <narvo/host_error.h>
+#include <narvo/host_inspector.h>
+#include <narvo/host_shapes.h>
 
 namespace narvo::python
 {
@@ -25,31 +26,34 @@ py::str ToText(const std::string& text);
 /// The text as one line that a terminal shows as it stands.
 py::str ToPrintable(const py::str& text);
 /// A list of narvoassem.errors.Problem.
-py::list ToPython(const std::vector<Problem>& problems);
+py::list ToPython(const std::vector<v1::Problem>& problems);
 /// A narvoassem.regions.Rect.
-py::object ToPython(const CRect& rect);
+py::object ToPython(const v1::Box& box);
 /// An array of shape (n, 2), columns x and y.
-py::array_t<int> ToPython(const std::vector<CPoint>& points);
+py::array_t<int> ToPython(const std::vector<v1::Corner>& points);
 py::object ToPython(const nlohmann::ordered_json& value);
 
 /// str, bytes or os.PathLike. @throws TypeError as open() would
 std::filesystem::path ToPath(const py::handle& value);
 
-/// Dicts, lists, tuples, texts, numbers and None, NumPy's own numbers among them. @throws HostError where something
-/// else is met, or all is nested too deeply
-nlohmann::json ToJson(const py::handle& value);
+/// Dicts, lists, tuples, texts, finite numbers and None, NumPy's own numbers among them. @throws v1::Error where
+/// something else is met, or all is nested too deeply; `within` is the path of the field that the value is for
+nlohmann::json ToJson(const py::handle& value, const std::string& within = {});
 
 /// A whole number that fits; nothing for others.
 std::optional<int> ToInt(const py::handle& value);
 
-/// Four whole numbers: left, top, right, bottom; `fallback` for None. @throws HostError naming `name` for others
-CRect ToRect(const py::handle& value, const CRect& fallback, const char* name);
+/// Four whole numbers: left, top, right, bottom; `fallback` for None. @throws v1::Error naming `name` for others
+v1::Box ToRect(const py::handle& value, const v1::Box& fallback, const char* name);
 
-/// Pairs of whole numbers. @throws HostError naming `name` for others
-std::vector<CPoint> ToPoints(const py::handle& value, const char* name);
+/// Pairs of whole numbers. @throws v1::Error naming `name` for others
+std::vector<v1::Corner> ToPoints(const py::handle& value, const char* name);
 
-/// Rows and columns, 1 to 2^31 - 1 each. @throws HostError naming "shape" for others
+/// Rows and columns, 1 to 2^31 - 1 each. @throws v1::Error naming "shape" for others
 std::pair<int, int> ToShape(const py::handle& value);
+
+/// A number as short as it can be written without changing it.
+std::string NumberText(double value);
 
 /// repr() cut to a length that fits a message.
 std::string Shown(const py::handle& value);
