@@ -106,7 +106,7 @@ json RandomTable(CRandom& random, int nExtent)
 
 void ChangeStructure(CRandom& random, json& document, int nWidth, int nHeight)
 {
-    switch (random.Int(0, 9))
+    switch (random.Int(0, 10))
     {
     case 0:
         document["region"] = RandomRegion(random, nWidth, nHeight);
@@ -139,6 +139,12 @@ void ChangeStructure(CRandom& random, json& document, int nWidth, int nHeight)
             At(measure, field.path) = ValueFor(random, field);
         }
         At(document, "texture.features").push_back(measure);
+        break;
+    }
+    case 8:
+    {
+        const json value = random.OneIn(2) ? NumberNear(random, 0, 2048, random.OneIn(2)) : json(random.OneIn(2));
+        At(document, "camera.features").push_back({{random.OneIn(8) ? "2 Wide" : "Width", value}});
         break;
     }
     default:
