@@ -81,7 +81,7 @@ public:
     /// Sets the features and reads what the camera sends then.
     std::vector<Problem> Prepare()
     {
-        if (ARV_IS_GV_DEVICE(Device()) && !arv_gv_device_is_controller(ARV_GV_DEVICE(Device())))
+        if (IsGigE() && !arv_gv_device_is_controller(ARV_GV_DEVICE(Device())))
             return {{m_name, "in the hands of another program", "a camera that no other one controls"}};
         std::vector<Problem> found;
         for (std::size_t i = 0; i < m_settings.features.size(); ++i)
@@ -106,7 +106,7 @@ public:
             return {{m_name, TakeErrorText(error), "a camera that tells the size of its frames"}};
         m_shape.width = width;
         m_shape.height = height;
-        m_shape.hasShortIds = arv_camera_is_gv_device(m_camera.Get()) && !HasLongIds();
+        m_shape.hasShortIds = IsGigE() && !HasLongIds();
         return {};
     }
 
@@ -153,7 +153,9 @@ public:
         if (m_taken == nullptr)
             return false;
         frame = CameraFrame();
-        frame.id = arv_buffer_get_frame_id(m_taken);
+        const std::uint64_t id = arv_buffer_get_frame_id(m_taken);
+        if (id != 0 || !IsGigE())
+            frame.id = id;
         if (const ArvBufferStatus status = arv_buffer_get_status(m_taken); status != ARV_BUFFER_STATUS_SUCCESS)
         {
             frame.fault = StatusText(status);
@@ -180,8 +182,12 @@ public:
 
     void GiveBack() override
     {
-        if (m_taken != nullptr)
-            arv_stream_push_buffer(m_stream.Get(), std::exchange(m_taken, nullptr));
+        if (m_taken == nullptr)
+            return;
+        // A frame whose first packet is missing would show the number that its buffer had before. No frame of GigE has
+        // 0.
+        arv_buffer_set_frame_id(m_taken, 0);
+        arv_stream_push_buffer(m_stream.Get(), std::exchange(m_taken, nullptr));
     }
 
     bool IsLost() const override { return m_lost; }
@@ -206,6 +212,8 @@ private:
     }
 
     ArvDevice* Device() const { return arv_camera_get_device(m_camera.Get()); }
+
+    bool IsGigE() const { return ARV_IS_GV_DEVICE(Device()); }
 
     bool HasLongIds() const
     {
@@ -255,7 +263,7 @@ ArvCamera* ByLoopback(ArvCamera* found, GError*& error)
         return found;
     const auto hostOf = [](GSocketAddress* address)
     { return g_inet_socket_address_get_address(G_INET_SOCKET_ADDRESS(address)); };
-    GInetAddress* const camera = hostOf(arv_gv_device_get_device_address(ARV_GV_DEVICE(device)));
+    GInetAddress* camera = hostOf(arv_gv_device_get_device_address(ARV_GV_DEVICE(device)));
     if (!g_inet_address_get_is_loopback(camera) ||
         g_inet_address_equal(camera, hostOf(arv_gv_device_get_interface_address(ARV_GV_DEVICE(device)))))
         return found;

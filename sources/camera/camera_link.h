@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -31,8 +32,8 @@ struct CameraShape
 /// A frame, whole or not. Its bytes stay until it is given back.
 struct CameraFrame
 {
-    std::uint64_t id = 0;
-    std::string fault; ///< why it is not whole; empty: it is
+    std::optional<std::uint64_t> id; ///< the camera's number; unknown where the packet that tells it is missing
+    std::string fault;               ///< why it is not whole; empty: it is
     std::span<const std::uint8_t> bytes;
     std::int64_t width = 0;
     std::int64_t height = 0;

@@ -38,7 +38,7 @@ CameraOpener LoadCameraModule(const std::filesystem::path& file, const std::stri
     void* const module = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     if (module == nullptr)
     {
-        const char* const reason = dlerror();
+        const char* const reason = dlerror(); // NOLINT(concurrency-mt-unsafe): glibc has one for each thread
         RefuseModule(source, reason == nullptr ? file.string() + " cannot be loaded" : reason);
     }
     using VersionOf = const char* (*)();

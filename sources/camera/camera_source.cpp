@@ -19,10 +19,16 @@ namespace
 
 constexpr std::chrono::milliseconds nStep{50}; // how late a stop may be noticed
 
-/// Steps from one number of a frame to a later one. Short numbers leave out 0.
+constexpr std::uint64_t nShortIds = 65535; ///< 0 is none
+
+std::uint64_t IdAfter(std::uint64_t id, bool hasShortIds)
+{
+    return hasShortIds && id >= nShortIds ? 1 : id + 1;
+}
+
+/// Steps from one number of a frame to a later one.
 std::uint64_t StepsBetween(std::uint64_t from, std::uint64_t to, bool hasShortIds)
 {
-    constexpr std::uint64_t nShortIds = 65535;
     return hasShortIds ? (to % (nShortIds + 1) + nShortIds - from % (nShortIds + 1)) % nShortIds : to - from;
 }
 
@@ -122,15 +128,18 @@ void CameraSource::NoteOnce(const std::string& reason)
         Note(m_name + " is seen, but cannot be opened: " + reason);
 }
 
-void CameraSource::CountMissing(std::uint64_t id)
+void CameraSource::CountMissing(std::optional<std::uint64_t> id)
 {
+    // A frame without a number is taken for the next one; the number after it shows what else is missing.
+    if (!id && m_lastId)
+        id = IdAfter(*m_lastId, m_shape.hasShortIds);
     const std::optional<std::uint64_t> last = std::exchange(m_lastId, id);
-    if (!last)
+    if (!id || !last)
         return;
-    const std::uint64_t steps = StepsBetween(*last, id, m_shape.hasShortIds);
+    const std::uint64_t steps = StepsBetween(*last, *id, m_shape.hasShortIds);
     if (steps == 0 || steps > MostSteps(m_shape.hasShortIds))
     {
-        Note(m_name + " numbers its frames anew, from " + std::to_string(id) + " after " + std::to_string(*last));
+        Note(m_name + " numbers its frames anew, from " + std::to_string(*id) + " after " + std::to_string(*last));
         return;
     }
     if (steps == 1)

@@ -39,7 +39,7 @@ private:
     void Begin(std::unique_ptr<CameraLink> link);
     bool FindAgain(const std::stop_token& stop);
     void NoteOnce(const std::string& reason);
-    void CountMissing(std::uint64_t id);
+    void CountMissing(std::optional<std::uint64_t> id);
     std::optional<Frame> Accept(const CameraFrame& taken);
     std::string FaultOf(const CameraFrame& taken, std::vector<std::uint8_t>& bytes) const;
 

@@ -24,7 +24,7 @@ struct Connection
 {
     struct Sent
     {
-        std::uint64_t id = 0;
+        std::optional<std::uint64_t> id = {};
         std::string fault = {};
         std::int64_t width = 6;
         std::size_t missing = 0; ///< bytes
@@ -163,6 +163,17 @@ TEST_F(CameraSourceTest, ShortNumbersGoOnBehind65535WithOne)
     EXPECT_EQ(source->Losses().lost, 1U);
     EXPECT_THAT(notes,
                 ElementsAre("1 frame from 3 on is lost", "aravis:one numbers its frames anew, from 65000 after 3"));
+}
+
+TEST_F(CameraSourceTest, AFrameWithoutANumberIsTheNextOne)
+{
+    const Connection::Sent unknown{{}, "packets are missing"};
+    connections = {
+        {.frames = {unknown, {65534}, unknown, unknown, {2}, unknown, {6}}, .shape = {"Mono8", 6, 4, 24, true}}};
+    const auto source = Open();
+    EXPECT_THAT(TakeNumbers(*source, 3), ElementsAre(1, 4, 8));
+    EXPECT_EQ(source->Losses().incomplete, 4U);
+    EXPECT_EQ(source->Losses().lost, 2U);
 }
 
 TEST_F(CameraSourceTest, LongNumbersDoNotWrap)
