@@ -56,12 +56,13 @@ StoreRun::StoreRun(const StoreOptions& options, const std::string& file, StoredR
 
 StoreRun::~StoreRun() = default;
 
-void StoreRun::Begin(std::function<void(const std::string&)> tell)
+void StoreRun::Begin(std::function<void(const std::string&)> tell, StorePolicy policy)
 {
     const std::int64_t run = m_store->BeginRun(m_run, m_start);
     if (m_start == RunStart_Continue)
         m_before = m_store->Keys(run);
     StoreWriterOptions options;
+    options.policy = policy;
     options.tell = std::move(tell);
     m_writer = std::make_unique<StoreWriter>(std::move(m_store), run, std::move(options));
 }
@@ -79,7 +80,17 @@ void StoreRun::Add(const ImageResult& result, const FileIdentity& identity, std:
     image.inspected = NowNanoseconds();
     image.result = result;
     image.identity = identity;
-    m_writer->Add(std::move(image));
+    Add(std::move(image));
+}
+
+bool StoreRun::Add(StoredImage image)
+{
+    return m_writer->Add(std::move(image));
+}
+
+std::size_t StoreRun::Written() const
+{
+    return m_writer->Written();
 }
 
 void StoreRun::Finish()

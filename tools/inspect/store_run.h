@@ -42,13 +42,17 @@ public:
     StoreRun& operator=(const StoreRun&) = delete;
 
     /// `tell` is called with lines for a person, on another thread. @throws as ResultStore::BeginRun
-    void Begin(std::function<void(const std::string&)> tell);
-    /// Whether the store has the image's result of this file.
+    void Begin(std::function<void(const std::string&)> tell, StorePolicy policy = StorePolicy_Wait);
+    /// Whether the store had the image's result of this file when the run began. `image` is the key.
     bool Has(const std::string& image, const FileIdentity& identity) const;
     /// Waits where the queue is full. @throws what ended the writing
     void Add(const ImageResult& result, const FileIdentity& identity, std::size_t sequence);
+    /// @return false where it was left out by StorePolicy_Drop. @throws as StoreWriter::Add
+    bool Add(StoredImage image);
     /// Waits until all is committed. @throws as Add
     void Finish();
+    /// Images that were committed.
+    std::size_t Written() const;
 
     const std::string& Key() const { return m_run.key; }
     /// The store for a person, without password.

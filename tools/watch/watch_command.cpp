@@ -2,9 +2,12 @@
 // Options of the live inspection, and its run from them.
 #include "tools/command.h"
 
+#include <exception>
+#include <functional>
 #include <iostream>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,6 +16,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/counted.h"
+#include "host/file/input_file.h"
 #include "host/file/name_text.h"
 #include "host/file/output_file.h"
 #include "host/foreign_text.h"
@@ -25,6 +29,7 @@
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
 #include "tools/watch/sink_chain.h"
+#include "tools/watch/store_sink.h"
 #include "tools/watch/terminal_sink.h"
 #include "tools/watch/watch_log.h"
 #include "tools/watch/watch_options.h"
@@ -50,6 +55,22 @@ FailRules RulesOf(const WatchOptions& options)
     return rules;
 }
 
+/// Null where no store is wanted.
+std::unique_ptr<StoreSink> MakeStoreSink(const WatchOptions& options, const std::vector<CheckedRecipe>& recipes,
+                                         std::function<void(const std::string&)> tell)
+{
+    if (!options.store.IsWanted())
+        return nullptr;
+    StoreSink::Settings settings;
+    settings.options = options.store;
+    settings.output = options.output;
+    settings.recipe = {DigestOfRecipes(recipes), options.recipe,
+                       ReadTextFile(options.recipe, "recipe " + options.recipe)};
+    settings.start = options.resume ? RunStart_Continue : options.overwrite ? RunStart_Afresh : RunStart_New;
+    settings.tell = std::move(tell);
+    return std::make_unique<StoreSink>(std::move(settings));
+}
+
 int RunWatchCommand(const WatchOptions& options)
 {
     WatchSettings settings;
@@ -72,10 +93,19 @@ int RunWatchCommand(const WatchOptions& options)
     names.AddOutputs("the results", options.output);
     if (!options.json.empty())
         names.AddOutputs("the summary", options.json);
+    if (options.store.IsWanted() && !IsServerPlace(options.store.place))
+        names.AddOutputs("the store", options.store.place);
     names.Check();
 
     // Before any thread is started.
     const InterruptRequest interrupt;
+    std::optional<QuietCodecs> quiet; // while sinks are at work
+    const auto tell = [&](const std::string& line)
+    {
+        const std::string text = "narvo: " + line + "\n";
+        WriteWhole(quiet->ErrorStream(), text.data(), text.size());
+    };
+    std::unique_ptr<StoreSink> store = MakeStoreSink(options, settings.recipes, tell);
     auto log = std::make_unique<WatchLog>(options.output, DigestOfRecipes(settings.recipes),
                                           options.resume      ? WatchLog::Start_Resume
                                           : options.overwrite ? WatchLog::Start_Afresh
@@ -88,30 +118,41 @@ int RunWatchCommand(const WatchOptions& options)
     if (!options.quiet)
         std::cout << "watching " << Printable(options.source) << ", " << Counted(settings.lanes, "lane") << std::endl;
 
+    const std::string stored = store ? "store:   " + store->Description() + "\n" : "";
     WatchSummary summary;
+    std::exception_ptr failure;
+    quiet.emplace();
     {
-        const QuietCodecs quiet;
+        if (store)
+            store->Begin(*log);
         SinkChain sinks;
         sinks.Append(std::move(log));
-        sinks.Append(MakeTerminalSink(options.quiet,
-                                      [&](const std::string& line)
-                                      {
-                                          const std::string text = "narvo: " + line + "\n";
-                                          WriteWhole(quiet.ErrorStream(), text.data(), text.size());
-                                      }));
+        sinks.Append(MakeTerminalSink(options.quiet, tell));
+        if (store)
+            sinks.Append(std::move(store));
         summary = RunWatch(settings, *source, sinks, interrupt.Token());
-        sinks.Finish(summary);
+        try
+        {
+            sinks.Finish(summary);
+        }
+        catch (const HostError&)
+        {
+            failure = std::current_exception();
+        }
     }
+    quiet.reset();
     const bool interrupted = interrupt.Token().stop_requested();
     if (!options.json.empty())
         WriteTextFile(options.json, SummaryJson(summary, interrupted).dump(2) + "\n");
     if (!options.quiet)
-        std::cout << SummaryText(summary) << "written: " << Printable(options.output) << std::endl;
+        std::cout << SummaryText(summary) << "written: " << Printable(options.output) << '\n' << stored << std::flush;
     PrintProblems(summary.problems);
     if (summary.overrun)
         PrintProblems({{"queue", "full with " + Counted(settings.queue, "frame"),
                         "a source that is no faster than the inspection, more --lanes, a longer --queue, or "
                         "--when-full drop-oldest"}});
+    if (failure)
+        std::rethrow_exception(failure);
     const bool missing = summary.unreadable + summary.dropped + summary.losses.incomplete + summary.losses.lost > 0;
     return !summary.problems.empty() ? ExitCode_BadInput
            : interrupted             ? ExitCode_Interrupted
@@ -166,6 +207,7 @@ void AddWatchCommand(CLI::App& app, Action& action)
         command->add_flag("--resume", options->resume, "go on behind the result file of an earlier run");
     command->add_flag("--overwrite", options->overwrite, "begin afresh where the result file is there already")
         ->excludes(resume);
+    AddStoreOptions(*command, options->store);
     command->add_option("--json", options->json, "file for the summary: counts, verdicts, latency");
     command->add_flag("-q,--quiet", options->quiet, "print warnings and problems only");
     command->footer("Ends at the end of the source, at --images or --seconds, or at Ctrl-C or SIGTERM; then what has "

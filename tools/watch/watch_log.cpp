@@ -28,6 +28,19 @@ const char* VerdictName(ImageVerdict verdict)
     return verdict == ImageVerdict_Pass ? "pass" : verdict == ImageVerdict_Fail ? "fail" : "undecided";
 }
 
+namespace
+{
+
+ImageVerdict VerdictOf(const std::string& name)
+{
+    for (const ImageVerdict verdict : {ImageVerdict_Pass, ImageVerdict_Fail, ImageVerdict_Undecided})
+        if (name == VerdictName(verdict))
+            return verdict;
+    throw HostError({{"verdict", name, "pass, fail or undecided"}});
+}
+
+} // namespace
+
 WatchLog::WatchLog(const std::filesystem::path& file, std::string recipe, Start start)
     : m_file(file), m_recipe(std::move(recipe))
 {
@@ -71,6 +84,7 @@ void WatchLog::Resume()
     else if (m_dropped > 0 && m_file.Read(0, 1) != "{")
         RefuseLog(m_file.Path(), "not a result file of narvo watch", "the file of an earlier narvo watch");
     m_file.CutTo(end);
+    ForEachText([&](const std::string&) { ++m_lines; });
 }
 
 void WatchLog::Add(const WatchedImage& image)
@@ -81,6 +95,7 @@ void WatchLog::Add(const WatchedImage& image)
     line["verdict"] = VerdictName(image.verdict);
     line["failed"] = image.failedRules;
     m_file.Add(ImageLineText(line) + "\n");
+    ++m_lines;
 }
 
 void WatchLog::Finish(const WatchSummary&)
@@ -98,10 +113,9 @@ bool WatchLog::Done::Has(const std::string& name, const FileIdentity& identity) 
     return m_keys.contains(Key(NameToText(name), identity.bytes, identity.modified));
 }
 
-WatchLog::Done WatchLog::ReadDone() const
+void WatchLog::ForEachText(const std::function<void(const std::string&)>& visit) const
 {
     constexpr std::uint64_t nPiece = 1048576;
-    Done done;
     std::string rest;
     for (std::uint64_t place = 0; place < m_file.Size(); place += nPiece)
     {
@@ -110,10 +124,7 @@ WatchLog::Done WatchLog::ReadDone() const
         for (std::size_t end; (end = rest.find('\n', begin)) != std::string::npos; begin = end + 1)
             try
             {
-                const nlohmann::json line = nlohmann::json::parse(rest.begin() + static_cast<std::ptrdiff_t>(begin),
-                                                                  rest.begin() + static_cast<std::ptrdiff_t>(end));
-                done.m_keys.insert(Done::Key(line.at("image").get<std::string>(), line.at("bytes").get<std::uint64_t>(),
-                                             line.at("modified").get<std::int64_t>()));
+                visit(rest.substr(begin, end - begin));
             }
             catch (const nlohmann::json::exception&)
             {
@@ -121,7 +132,41 @@ WatchLog::Done WatchLog::ReadDone() const
             }
         rest.erase(0, begin);
     }
+}
+
+WatchLog::Done WatchLog::ReadDone() const
+{
+    Done done;
+    ForEachText(
+        [&](const std::string& text)
+        {
+            const nlohmann::json line = nlohmann::json::parse(text);
+            done.m_keys.insert(Done::Key(line.at("image").get<std::string>(), line.at("bytes").get<std::uint64_t>(),
+                                         line.at("modified").get<std::int64_t>()));
+        });
     return done;
+}
+
+void WatchLog::ForEachLine(const std::function<void(const WatchedImage&, std::size_t)>& visit) const
+{
+    std::size_t number = 0;
+    ForEachText(
+        [&](const std::string& text)
+        {
+            nlohmann::ordered_json line = nlohmann::ordered_json::parse(text);
+            WatchedImage image;
+            image.frame = line.at("frame").get<std::uint64_t>();
+            image.acquired = line.at("acquired").get<std::int64_t>();
+            image.verdict = VerdictOf(line.at("verdict").get<std::string>());
+            image.failedRules = line.at("failed").get<std::vector<std::string>>();
+            for (const char* own : {"frame", "acquired", "verdict", "failed"})
+                line.erase(own);
+            ImageLine read =
+                ReadImageLine(ImageLineText(line), m_file.Path().string() + ", line " + std::to_string(++number));
+            image.result = std::move(read.result);
+            image.identity = std::move(read.identity);
+            visit(image, number);
+        });
 }
 
 } // namespace narvo::tools

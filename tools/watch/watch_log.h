@@ -2,8 +2,9 @@
 // The result file of a watch: one JSON line for each image, appended over days in constant memory.
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
-#include <memory>
+#include <functional>
 #include <string>
 #include <unordered_set>
 
@@ -32,6 +33,12 @@ public:
     void Add(const WatchedImage& image) override;
     void Finish(const WatchSummary& summary) override;
 
+    /// Lines of the file, those of before among them.
+    std::size_t Lines() const { return m_lines; }
+    /// The images of all lines, numbered from 1; times of reading and inspecting are 0.
+    /// @throws WriteError, or HostError for a damaged line
+    void ForEachLine(const std::function<void(const WatchedImage& image, std::size_t line)>& visit) const;
+
     /// Bytes of a cut last line that were dropped on resuming.
     std::uint64_t DroppedBytes() const { return m_dropped; }
 
@@ -51,10 +58,12 @@ public:
 
 private:
     void Resume();
+    void ForEachText(const std::function<void(const std::string& line)>& visit) const;
 
     AppendedFile m_file;
     std::string m_recipe;
     std::uint64_t m_dropped = 0;
+    std::size_t m_lines = 0;
 };
 
 } // namespace narvo::tools

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/inspect/store_run.h"
 #include "tools/watch/frame_queue.h"
 
 namespace narvo::tools
@@ -25,6 +26,7 @@ struct WatchOptions
     int lanes = 0;
     int queue = 16;
     WhenFull whenFull = WhenFull_Wait;
+    StoreOptions store;
     bool existing = false;
     bool resume = false;
     bool overwrite = false;
