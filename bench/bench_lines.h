@@ -40,6 +40,8 @@ void AddStreamLines(CTable& table, CScene& large, const SOptions& options);
 
 /// The host library against the raw engine. In builds with the host layer.
 void AddHostLines(CTable& table, CScene& large, const SOptions& options);
+/// Live frames at a camera's pace: the time to the verdict. In builds with the program.
+void AddWatchLines(CTable& table, CScene& large, const SOptions& options);
 /// Inspections of a made-up panel. In builds with the program.
 void AddPanelLines(CTable& table, CScene& large, const SOptions& options);
 

@@ -42,7 +42,7 @@ int main(int nArguments, char** ppArguments)
             {"image", bench::AddImageLines}, {"host", bench::AddHostLines},   {"stream", bench::AddStreamLines},
 #endif
 #ifdef NARVO_BENCH_WITH_PANEL
-            {"panel", bench::AddPanelLines},
+            {"panel", bench::AddPanelLines}, {"watch", bench::AddWatchLines},
 #endif
         };
     std::vector<std::string> names;
