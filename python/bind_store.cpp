@@ -2,11 +2,11 @@
 // Reading of results in a database.
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "host/library/public_report.h"
-#include "host/library/translate.h"
-#include "host/store/result_store.h"
+#include <narvo/host_store.h>
+
 #include "python/bind.h"
 #include "python/narvo_errors.h"
 #include "python/result_arrays.h"
@@ -19,50 +19,55 @@ namespace narvo::python
 namespace
 {
 
-/// Runs `call` without the interpreter lock.
+/// Runs `call` on the store without the interpreter lock.
 template <typename Call>
-auto FromStore(Call call)
+auto WithStore(const py::handle& place, Call call)
 {
-    return Translated(Fault::File, [&] { return Unlocked([&] { return library::Translated(call); }); });
+    const std::string name = ToPath(place).string();
+    return Translated(Fault::File,
+                      [&]
+                      {
+                          return Unlocked(
+                              [&]
+                              {
+                                  v1::ResultStore store = v1::ResultStore::ForReading(name);
+                                  return call(store);
+                              });
+                      });
 }
 
 py::list StoredRuns(const py::handle& place)
 {
-    const std::string name = ToPath(place).string();
-    const std::vector<StoredRun> runs = FromStore([&] { return OpenResultStore(name, StoreAccess_Read)->Runs(); });
     py::list found;
-    for (const StoredRun& run : runs)
-    {
-        const RunDescription& description = run.description;
-        found.append(py::make_tuple(ToText(description.key), run.number, ToText(description.recipe.name),
-                                    ToText(description.recipe.digest), ToText(description.program), description.started,
-                                    run.images, run.refused, run.blobs));
-    }
+    for (const v1::StoredRun& run : WithStore(place, [](v1::ResultStore& store) { return store.Runs(); }))
+        found.append(py::make_tuple(ToText(run.key), run.number, ToText(run.recipe), ToText(run.recipeDigest),
+                                    ToText(run.program), run.started, run.images, run.refused, run.defects));
     return found;
 }
 
-py::str TextOf(const std::vector<Problem>& problems)
+py::str TextOf(const std::vector<v1::Problem>& problems)
 {
     std::string text;
-    for (const Problem& problem : problems)
-        text += (text.empty() ? "" : "; ") + problem.Text();
+    for (const v1::Problem& problem : problems)
+        text += (text.empty() ? "" : "; ") + std::string(v1::Error({problem}).what());
     return ToText(text);
 }
 
 /// An image's regions as region, problems, code and blobs.
-py::list RegionsOf(StoredImage& image)
+py::list RegionsOf(v1::StoredImage& image)
 {
     py::list regions;
-    if (!image.result.IsInspected())
-        regions.append(py::make_tuple("", TextOf(image.result.problems), py::none(), py::none()));
-    for (InspectionResult& region : image.result.regions)
+    if (!image.problems.empty())
+        regions.append(py::make_tuple("", TextOf(image.problems), py::none(), py::none()));
+    for (v1::FullReport& region : image.reports)
     {
+        const v1::Report& report = region.report;
         std::string warnings;
-        for (const std::string& warning : region.warnings)
+        for (const std::string& warning : report.warnings)
             warnings += (warnings.empty() ? "" : "; ") + warning;
-        const py::str name = ToText(region.name);
-        const int code = region.code;
-        const Result result(library::PublicFullReport(std::move(region), image.result.width, image.result.height));
+        const py::str name = ToText(report.name);
+        const int code = report.code;
+        const Result result(std::move(region));
         regions.append(py::make_tuple(name, ToText(warnings), code, result.blobs));
     }
     return regions;
@@ -70,17 +75,17 @@ py::list RegionsOf(StoredImage& image)
 
 py::list StoredImages(const py::handle& place, std::int64_t run)
 {
-    const std::string name = ToPath(place).string();
-    std::vector<StoredImage> images;
-    FromStore(
-        [&]
-        {
-            OpenResultStore(name, StoreAccess_Read)
-                ->Images(run, [&](StoredImage image) { images.push_back(std::move(image)); });
-        });
+    std::vector<v1::StoredImage> images =
+        WithStore(place,
+                  [&](v1::ResultStore& store)
+                  {
+                      std::vector<v1::StoredImage> all;
+                      store.Images(run, [&](v1::StoredImage image) { all.push_back(std::move(image)); });
+                      return all;
+                  });
     py::list found;
-    for (StoredImage& image : images)
-        found.append(py::make_tuple(ToText(image.result.name), RegionsOf(image)));
+    for (v1::StoredImage& image : images)
+        found.append(py::make_tuple(ToText(image.name), RegionsOf(image)));
     return found;
 }
 

@@ -19,5 +19,6 @@
 #include "narvo/host_result.h"
 #include "narvo/host_setting.h"
 #include "narvo/host_shapes.h"
+#include "narvo/host_store.h"
 #include "narvo/host_stream.h"
 #include "narvo/image_pixels.h"

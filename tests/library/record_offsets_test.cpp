@@ -46,6 +46,8 @@ using narvo::RecipeField;
 using narvo::ReferencePlace;
 using narvo::Registered;
 using narvo::Setting;
+using narvo::StoredImage;
+using narvo::StoredRun;
 using narvo::StreamCounts;
 using narvo::StreamDefect;
 using narvo::TableRead;
@@ -93,6 +95,14 @@ static_assert(offsetof(RecipeField, allowed) == 144 && offsetof(RecipeField, req
 static_assert(offsetof(RecipeField, modes) == 200 && offsetof(RecipeField, meaning) == 224);
 static_assert(sizeof(FieldPixels) == 40 && offsetof(FieldPixels, height) == 4 && offsetof(FieldPixels, channels) == 8);
 static_assert(offsetof(FieldPixels, bits) == 12 && offsetof(FieldPixels, bytes) == 16);
+static_assert(sizeof(StoredImage) == 104 && offsetof(StoredImage, sequence) == 32);
+static_assert(offsetof(StoredImage, inspected) == 40 && offsetof(StoredImage, width) == 48);
+static_assert(offsetof(StoredImage, height) == 52 && offsetof(StoredImage, problems) == 56);
+static_assert(offsetof(StoredImage, reports) == 80);
+static_assert(sizeof(StoredRun) == 168 && offsetof(StoredRun, key) == 8 && offsetof(StoredRun, recipe) == 40);
+static_assert(offsetof(StoredRun, recipeDigest) == 72 && offsetof(StoredRun, program) == 104);
+static_assert(offsetof(StoredRun, started) == 136 && offsetof(StoredRun, images) == 144);
+static_assert(offsetof(StoredRun, refused) == 152 && offsetof(StoredRun, defects) == 160);
 static_assert(sizeof(RealPlace) == 16 && offsetof(RealPlace, y) == 8);
 static_assert(sizeof(FullExplanation) == 144 && offsetof(FullExplanation, json) == 112);
 

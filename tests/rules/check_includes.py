@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 """Holds the includes between folders to allowed_includes.txt, and the folders to one direction.
 
-Files of the Python module have entries of their own: those without one include nothing but the installed headers.
+The Python module includes nothing but the installed headers of the host library, whatever the list says.
 
 Fails on an include that the list does not allow, on an entry that no include uses, on a circle of folders, and on an
 include of a file of these folders that does not exist. Tests and bench are not part of the list, since nothing includes them.
@@ -15,13 +15,12 @@ import sys
 from collections import defaultdict
 from graphlib import CycleError, TopologicalSorter
 
-PER_FILE = ("python",)  # folders whose files have an entry each
+CLOSED = {"python": {"include/narvo"}}  # folders that include from no others
 ROOTS = ("include", "narvoassem", "measure", "host", "sources", "tools", "python")
-INCLUDE = re.compile(r'\s*#\s*include\s+"([^"]+)"')
+INCLUDE = re.compile(r'\s*#\s*include\s+["<]([^">]+)[">]')
 LIST = os.path.join("tests", "rules", "allowed_includes.txt")
 HEAD = """\
-# Which folder, or file of python/, may include which: "folder: the folders whose headers it includes". Files of
-# python/ that are not listed use the host library's installed headers alone. Held to the tree by a test;
+# Which folder may include which: "folder: the folders whose headers it includes". Held to the tree by a test;
 # tests/rules/check_includes.py SOURCE_FOLDER --write renews it after an intended change.
 """
 
@@ -35,12 +34,11 @@ def sources(root):
 
 
 def edges(root):
-    """Includes that leave their folder, by folder or file; and faults."""
+    """Includes that leave their folder, by folder; and faults."""
     files = set(sources(root))
     found, faults = defaultdict(set), []
     for file in sorted(files):
         folder = os.path.dirname(file)
-        entry = file if folder in PER_FILE else folder
         with open(os.path.join(root, file), encoding="utf-8") as text:
             for line in text:
                 match = INCLUDE.match(line)
@@ -50,8 +48,12 @@ def edges(root):
                 target = next((path for path in (name, "include/" + name) if path in files), None)
                 if target is None and name.split("/")[0] in ROOTS:
                     faults.append(f"{file}: includes {name}, which does not exist")
-                if target is not None and os.path.dirname(target) != folder:
-                    found[entry].add(os.path.dirname(target))
+                target_folder = os.path.dirname(target) if target is not None else folder
+                if target_folder == folder:
+                    continue
+                found[folder].add(target_folder)
+                if target_folder not in CLOSED.get(folder, {target_folder}):
+                    faults.append(f"{file}: includes {name}; {folder} may include {', '.join(CLOSED[folder])} alone")
     return found, faults
 
 

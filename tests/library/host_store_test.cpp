@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: MIT
+// Results that are kept in a file and read back, by the installed headers.
+#include <cstdint>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <narvo/narvohost.h>
+
+#include "library/host_pictures.h"
+
+namespace narvo::test
+{
+
+namespace
+{
+
+class HostStore : public testing::Test
+{
+protected:
+    void SetUp() override { std::filesystem::remove(place); }
+    void TearDown() override { std::filesystem::remove(place); }
+
+    const std::string place = testing::TempDir() + "host_store_test.sqlite";
+    const Recipe recipe =
+        RecipeDraft().Set("mode", "pixel").Set("pitch.x", 32).Set("pitch.y", 24).Set("threshold.base", 40).Check();
+
+    StoredImage Inspected(const std::string& name, int size) const
+    {
+        Picture8 picture = PeriodicPicture(320, 240, 32, 24);
+        picture.Fill({100, 60, 100 + size, 60 + size}, 250);
+        Inspector inspector;
+        StoredImage image;
+        image.name = name;
+        image.width = picture.width;
+        image.height = picture.height;
+        image.inspected = 1700000000000000000;
+        image.reports = inspector.InspectFully(picture.Pixels(), recipe);
+        return image;
+    }
+
+    static std::vector<StoredImage> ImagesOf(ResultStore& store, std::int64_t run)
+    {
+        std::vector<StoredImage> images;
+        store.Images(run, [&](StoredImage image) { images.push_back(std::move(image)); });
+        return images;
+    }
+};
+
+std::string FirstField(const std::vector<Problem>& problems)
+{
+    return problems.empty() ? "" : problems.front().field;
+}
+
+} // namespace
+
+TEST_F(HostStore, KeepsImagesWithTheirReports)
+{
+    const StoredImage first = Inspected("a.png", 6);
+    StoredImage second = Inspected("b\xff.png", 9);
+    second.sequence = 1;
+    StoredImage refused;
+    refused.name = "broken.png";
+    refused.sequence = 2;
+    refused.problems = {{"broken.png", "no image", "PNG, TIFF, BMP, PGM or JPEG"}};
+    {
+        ResultStore store = ResultStore::ForWriting(place);
+        const std::int64_t run = store.BeginRun("lot7", recipe, "panel.json", "test 1.0");
+        store.Add(run, {second, first, refused});
+        store.Add(run, {second}); // takes its own place
+    }
+    ResultStore store = ResultStore::ForReading(place);
+    const std::vector<StoredRun> runs = store.Runs();
+    ASSERT_EQ(runs.size(), 1U);
+    EXPECT_EQ(runs[0].key, "lot7");
+    EXPECT_EQ(runs[0].recipe, "panel.json");
+    EXPECT_EQ(runs[0].program, "test 1.0");
+    EXPECT_EQ(runs[0].images, 3U);
+    EXPECT_EQ(runs[0].refused, 1U);
+    EXPECT_EQ(runs[0].defects, first.reports[0].report.defects.size() + second.reports[0].report.defects.size());
+    EXPECT_GT(runs[0].started, 0);
+
+    const std::vector<StoredImage> images = ImagesOf(store, runs[0].number);
+    ASSERT_EQ(images.size(), 3U);
+    EXPECT_EQ(images[0].name, "a.png");
+    EXPECT_EQ(images[1].name, "b\xff.png");
+    EXPECT_EQ(images[0].inspected, 1700000000000000000);
+    ASSERT_EQ(images[1].reports.size(), 1U);
+    EXPECT_EQ(DefectTable(images[1].reports[0]), DefectTable(second.reports[0]));
+    EXPECT_EQ(images[1].reports[0].width, 320);
+    EXPECT_EQ(images[2].problems.at(0).value, "no image");
+    EXPECT_TRUE(images[2].reports.empty());
+    EXPECT_TRUE(ImagesOf(store, runs[0].number + 1).empty());
+}
+
+TEST_F(HostStore, RunsBeginAsTheyAreToldTo)
+{
+    ResultStore store = ResultStore::ForWriting(place);
+    const std::int64_t run = store.BeginRun("lot", recipe, "r", "test");
+    store.Add(run, {Inspected("a", 6)});
+    EXPECT_FALSE(Attempt([&] { store.BeginRun("lot", recipe, "r", "test"); }).empty());
+    EXPECT_EQ(store.BeginRun("lot", recipe, "r", "test", RunStart::Continue), run);
+    EXPECT_EQ(ImagesOf(store, run).size(), 1U);
+    const Recipe other = RecipeDraft::Of(recipe).Set("min_area", 3).Check();
+    EXPECT_FALSE(Attempt([&] { store.BeginRun("lot", other, "r", "test", RunStart::Continue); }).empty());
+    const std::int64_t again = store.BeginRun("lot", other, "r", "test", RunStart::Afresh);
+    EXPECT_TRUE(ImagesOf(store, again).empty());
+    EXPECT_EQ(store.Runs().size(), 1U);
+}
+
+TEST_F(HostStore, WhatCannotBeKeptIsRefusedAndTheRestStays)
+{
+    EXPECT_FALSE(Attempt([&] { ResultStore::ForReading(place); }).empty());
+    ResultStore store = ResultStore::ForWriting(place);
+    EXPECT_EQ(FirstField(Attempt([&] { store.BeginRun("", recipe, "r", "test"); })), "key");
+    EXPECT_EQ(FirstField(Attempt([&] { store.BeginRun(std::string("a\0b", 3), recipe, "r", "test"); })), "key");
+    EXPECT_EQ(FirstField(Attempt([&] { store.BeginRun("a", recipe, "r", "test", static_cast<RunStart>(5)); })),
+              "start");
+    const std::int64_t run = store.BeginRun("a", recipe, "r", "test");
+    StoredImage nameless = Inspected("", 6);
+    EXPECT_EQ(FirstField(Attempt([&] { store.Add(run, {Inspected("good", 6), nameless}); })), "images[1].name");
+    StoredImage both = Inspected("both", 6);
+    both.problems = {{"a", "b", "c"}};
+    EXPECT_EQ(FirstField(Attempt([&] { store.Add(run, {both}); })), "images[0].reports");
+    EXPECT_FALSE(Attempt([&] { store.Add(run + 5, {Inspected("good", 6)}); }).empty());
+    EXPECT_TRUE(ImagesOf(store, run).empty());
+    store.Add(run, {Inspected("good", 6)});
+    EXPECT_FALSE(Attempt([&] { store.Images(run, {}); }).empty());
+    EXPECT_THROW(store.Images(run, [](StoredImage) { throw std::out_of_range("mine"); }), std::out_of_range);
+    EXPECT_EQ(ImagesOf(store, run).size(), 1U);
+    const ResultStore moved = std::move(store);
+    EXPECT_EQ(FirstField(Attempt([&] { store.Runs(); })), "store");
+}
+
+} // namespace narvo::test
