@@ -6,6 +6,8 @@ include(CMakePackageConfigHelpers)
 function(narvo_install_library name)
   install(TARGETS ${name} EXPORT ${name}-targets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
     FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 
   set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/${name})

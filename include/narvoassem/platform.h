@@ -16,6 +16,17 @@
 #include <cstdint>
 #include <string>
 
+#if defined(_WIN32)
+// The region vocabulary is that of Windows, so that a host may include windows.h before or after.
+#if !defined(NOMINMAX)
+#define NOMINMAX
+#endif
+#if !defined(WIN32_LEAN_AND_MEAN)
+#define WIN32_LEAN_AND_MEAN
+#endif
+#include <windows.h>
+#endif
+
 /// A point in image pixels; y grows downward.
 class CPoint
 {
@@ -110,7 +121,9 @@ private:
     std::string m_strText;
 };
 
-// Region vocabulary, with the values that the platform gives it.
+#if !defined(_WIN32)
+
+// Region vocabulary, with the values that Windows gives it.
 enum : int
 {
     ALTERNATE = 1 ///< polygon filling: even-odd
@@ -144,6 +157,8 @@ struct RGNDATA
     RGNDATAHEADER rdh; ///< the head
     char Buffer[1];    ///< the first byte of the rectangles
 };
+
+#endif
 
 /// A set of pixels. An object holds no region until one of the Create operations; creating a second one before
 /// DeleteObject fails. Nothing throws or prints; lack of memory is failure. A polygon is converted to rectangles

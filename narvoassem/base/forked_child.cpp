@@ -2,6 +2,16 @@
 // The flag that fork sets in the child.
 #include "narvoassem/base/forked_child.h"
 
+#if defined(_WIN32)
+
+// Windows has no fork.
+bool narvo::engine::IsForkedChild()
+{
+    return false;
+}
+
+#else
+
 #include <pthread.h>
 
 namespace
@@ -27,3 +37,5 @@ bool narvo::engine::IsForkedChild()
 {
     return bForked;
 }
+
+#endif

@@ -214,8 +214,11 @@ int CRgn::GetRegionData(RGNDATA* pData, int nSize) const
     if (nSize < 0 || static_cast<std::size_t>(nSize) < nNeeded)
         return 0;
     const pixman_box32_t bounds = rectangles.GetBounds();
-    pData->rdh = {sizeof(RGNDATAHEADER), 1, static_cast<std::uint32_t>(rectangles.GetCount()),
-                  static_cast<std::uint32_t>(nRectBytes), CRect(bounds.x1, bounds.y1, bounds.x2, bounds.y2)};
+    pData->rdh = {sizeof(RGNDATAHEADER),
+                  1,
+                  static_cast<std::uint32_t>(rectangles.GetCount()),
+                  static_cast<std::uint32_t>(nRectBytes),
+                  {bounds.x1, bounds.y1, bounds.x2, bounds.y2}};
     if (nRectBytes > 0)
         std::memcpy(pData->Buffer, rectangles.GetData(), nRectBytes);
     return static_cast<int>(nNeeded);

@@ -9,43 +9,15 @@
 #include <random>
 #include <vector>
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <gtest/gtest.h>
 
 #include "narvoassem/narvoassem.h"
+#include "support/guarded_memory.h"
+
+using narvo::test::CGuardedMemory;
 
 namespace
 {
-
-/// An image that ends right before an unmapped page, or begins right after one.
-class CGuardedImage
-{
-public:
-    CGuardedImage(int nWidth, int nHeight, bool bGuardBehind)
-    {
-        const auto nPage = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-        const std::size_t nSize = static_cast<std::size_t>(nWidth) * nHeight;
-        const std::size_t nData = (nSize + nPage - 1) / nPage * nPage;
-        m_nMapped = nData + 2 * nPage;
-        m_pMapped = static_cast<unsigned char*>(
-            mmap(nullptr, m_nMapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-        mprotect(m_pMapped, nPage, PROT_NONE);
-        mprotect(m_pMapped + nPage + nData, nPage, PROT_NONE);
-        m_pPixels = m_pMapped + nPage + (bGuardBehind ? nData - nSize : 0);
-    }
-    ~CGuardedImage() { munmap(m_pMapped, m_nMapped); }
-    CGuardedImage(const CGuardedImage&) = delete;
-    CGuardedImage& operator=(const CGuardedImage&) = delete;
-
-    unsigned char* GetPixels() const { return m_pPixels; }
-
-private:
-    unsigned char* m_pMapped;
-    std::size_t m_nMapped;
-    unsigned char* m_pPixels;
-};
 
 /// Random blocks over one image and one set of tables.
 class CParamSource
@@ -54,10 +26,12 @@ public:
     static constexpr int nWidth = 160;
     static constexpr int nHeight = 96;
 
-    CParamSource(unsigned nSeed, bool bGuardBehind) : m_random(nSeed), m_image(nWidth, nHeight, bGuardBehind)
+    CParamSource(unsigned nSeed, bool bGuardBehind)
+        : m_random(nSeed), m_image(std::size_t{nWidth} * nHeight,
+                                   bGuardBehind ? CGuardedMemory::Flush::Back : CGuardedMemory::Flush::Front)
     {
         for (int i = 0; i < nWidth * nHeight; ++i)
-            m_image.GetPixels()[i] = static_cast<unsigned char>(100 + i % 7 + (Draw(60) == 0 ? Draw(150) : 0));
+            m_image.Data()[i] = static_cast<unsigned char>(100 + i % 7 + (Draw(60) == 0 ? Draw(150) : 0));
         // Grid and maps reach wherever a walk of one step per row and per 16 columns can lead.
         for (int i = 0; i < (nHeight + 8) * nGridColumns; ++i)
             m_grid.insert(m_grid.end(), {i % nGridColumns * 16, i / nGridColumns * 16, Draw(3)});
@@ -86,7 +60,7 @@ public:
         param.bAverage2by2 = Flag();
         param.bExtendedKernel = Flag();
         param.bZoneFlagged = Flag();
-        param.pImage = Draw(20) == 0 ? nullptr : m_image.GetPixels();
+        param.pImage = Draw(20) == 0 ? nullptr : m_image.Data();
         param.nImageWidth = nWidth;
         param.nImageHeight = nHeight;
         SetTrapezium(param);
@@ -247,7 +221,7 @@ private:
     }
 
     std::mt19937 m_random;
-    CGuardedImage m_image;
+    CGuardedMemory m_image;
     std::vector<int> m_grid;
     std::vector<short> m_map;
     std::array<int, 64> m_table{};

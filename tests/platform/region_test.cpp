@@ -107,7 +107,8 @@ TEST(Region, DataHasAHeaderAndNeedsALargeEnoughBlock)
     EXPECT_EQ(pData->rdh.iType, 1U);
     EXPECT_EQ(pData->rdh.nCount, 1U);
     EXPECT_EQ(pData->rdh.nRgnSize, sizeof(CRect));
-    EXPECT_EQ(pData->rdh.rcBound, CRect(1, 2, 3, 4));
+    const auto& bounds = pData->rdh.rcBound;
+    EXPECT_EQ(CRect(bounds.left, bounds.top, bounds.right, bounds.bottom), CRect(1, 2, 3, 4));
 }
 
 } // namespace

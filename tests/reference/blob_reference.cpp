@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <numbers>
 
 namespace narvo::test::reference
 {
@@ -172,8 +173,8 @@ void Shape(SBlob& blob)
     const double dR = std::sqrt(dE * dE + 4 * dC * dC);
     const double dMajor = std::sqrt(2.0) * std::sqrt(dA + dB + dR);
     const double dMinor = std::sqrt(2.0) * std::sqrt(dA + dB - dR);
-    const double dCircle = 4 * blob.nCount / (M_PI * dMajor * dMajor);
-    blob.shape = {0.5 * std::atan2(2 * dC, dE) * 180 / M_PI, dMajor, dMinor, dCircle > 1.0 ? 1.0 : dCircle,
+    const double dCircle = 4 * blob.nCount / (std::numbers::pi * dMajor * dMajor);
+    blob.shape = {0.5 * std::atan2(2 * dC, dE) * 180 / std::numbers::pi, dMajor, dMinor, dCircle > 1.0 ? 1.0 : dCircle,
                   blob.nCount / dMajor};
 }
 

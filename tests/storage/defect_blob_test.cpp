@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The blob record: statistics, outline, merge, shape.
 #include <cmath>
+#include <numbers>
 
 #include <gtest/gtest.h>
 
@@ -42,7 +43,7 @@ TEST(DefectBlob, ABlobOfOnePairHasItsFourCornersAndAPositiveMinorAxis)
     EXPECT_NEAR(blob.dMajorAxis, std::sqrt(2.0) * std::sqrt(2.0 / 3.0), 1e-12);
     EXPECT_NEAR(blob.dMinorAxis, blob.dMajorAxis, 1e-12);
     EXPECT_NEAR(blob.dElongation, 1.0 / blob.dMajorAxis, 1e-12);
-    EXPECT_NEAR(blob.dCircularity, 4.0 / (M_PI * 4.0 / 3.0), 1e-12);
+    EXPECT_NEAR(blob.dCircularity, 4.0 / (std::numbers::pi * 4.0 / 3.0), 1e-12);
     EXPECT_EQ(blob.dAngle, 0.0);
 }
 

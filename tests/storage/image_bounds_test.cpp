@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 // No filter and no value function reads outside the image, for any position, pitch or size: the image
 // lies against an unmapped page, once behind it and once before it.
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -14,49 +11,26 @@
 
 #include "narvoassem/storage/filters/convolution_difference.h"
 #include "storage/store_samples.h"
+#include "support/guarded_memory.h"
+
+using narvo::test::CGuardedMemory;
 
 namespace
 {
-
-class CGuardedImage
-{
-public:
-    CGuardedImage(int nWidth, int nHeight, bool bGuardBehind) : m_nBytes(static_cast<std::size_t>(nWidth * nHeight))
-    {
-        const auto nPage = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-        const std::size_t nBody = (m_nBytes + nPage - 1) / nPage * nPage;
-        m_nMapped = nBody + 2 * nPage;
-        void* pMapped = mmap(nullptr, m_nMapped, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (pMapped == MAP_FAILED)
-            return;
-        m_pMapped = static_cast<unsigned char*>(pMapped);
-        mprotect(m_pMapped + nPage, nBody, PROT_READ | PROT_WRITE);
-        m_pImage = m_pMapped + nPage + (bGuardBehind ? nBody - m_nBytes : 0);
-        for (std::size_t i = 0; i < m_nBytes; ++i)
-            m_pImage[i] = static_cast<unsigned char>(i * 31 % 253);
-    }
-    CGuardedImage(const CGuardedImage&) = delete;
-    CGuardedImage& operator=(const CGuardedImage&) = delete;
-    ~CGuardedImage() { munmap(m_pMapped, m_nMapped); }
-
-    unsigned char* Get() const { return m_pImage; }
-
-private:
-    std::size_t m_nBytes;
-    std::size_t m_nMapped = 0;
-    unsigned char* m_pMapped = nullptr;
-    unsigned char* m_pImage = nullptr;
-};
 
 class ImageBounds : public testing::TestWithParam<std::tuple<bool, int>>
 {
 protected:
     static constexpr int nHeight = 48;
 
-    ImageBounds() : m_image(std::get<1>(GetParam()), nHeight, std::get<0>(GetParam()))
+    ImageBounds()
+        : m_image(static_cast<std::size_t>(std::get<1>(GetParam())) * nHeight,
+                  std::get<0>(GetParam()) ? CGuardedMemory::Flush::Back : CGuardedMemory::Flush::Front)
     {
+        for (std::size_t i = 0; i < m_image.Size(); ++i)
+            m_image.Data()[i] = static_cast<unsigned char>(i * 31 % 253);
         CConvParam& param = m_store.ConvParam;
-        param.pImage = m_image.Get();
+        param.pImage = m_image.Data();
         param.nImageWidth = std::get<1>(GetParam());
         param.nImageHeight = nHeight;
         param.rtInspect = CRect(0, 0, param.nImageWidth, nHeight);
@@ -119,7 +93,7 @@ protected:
         }
     }
 
-    CGuardedImage m_image;
+    CGuardedMemory m_image;
     narvo::test::CSampleStore m_store;
     CString m_strings[16];
     double m_dSum = 0.0;
