@@ -86,7 +86,16 @@ private:
     void Draft()
     {
         m_draft = RandomDraft(m_input);
-        Count(answers.drafts, [&] { m_recipe = m_draft.Check(); });
+        if (!Count(answers.drafts, [&] { m_recipe = m_draft.Check(); }))
+            return;
+        Require(RecipeDraft::Of(*m_recipe).Check() == *m_recipe, "a draft of a recipe gives the recipe");
+        for (const char* field : {"pitch.x", "mode", "zones.list", "region"})
+            Ask([&] { Require(!m_recipe->Value(field).empty(), "a field has a value"); });
+        Require(!m_recipe->Summary().empty(), "a recipe has a summary");
+        Require(m_recipe->Region(0) == *m_recipe, "a recipe's only region is the recipe");
+        for (const PaintedImage painted : {PaintedImage::Zones, PaintedImage::Classes, PaintedImage::Dead})
+            if (const auto image = ImageOf(*m_recipe, painted))
+                Require(image->Width() > 0, "a painted image has a size");
     }
 
     void Inspect()
@@ -124,6 +133,33 @@ private:
                 "what was inspected can be inspected again");
         for (std::size_t i = 0; i < reports.size(); ++i)
             Require(again[i].defects.size() == reports[i].defects.size(), "the same again gives the same");
+        RequireFull(image.pixels, reports);
+    }
+
+    /// The whole results behind the reports, their text and their picture.
+    void RequireFull(const ImagePixels& image, const std::vector<Report>& reports)
+    {
+        std::vector<FullReport> full;
+        Require(Ask([&] { full = m_inspector.InspectFully(image, *m_recipe); }) && full.size() == reports.size(),
+                "what was inspected can be inspected fully");
+        for (std::size_t i = 0; i < full.size(); ++i)
+        {
+            const std::size_t defects = reports[i].defects.size();
+            Require(full[i].report.defects.size() == defects && full[i].colours.size() == defects,
+                    "a whole result has the defects of the report");
+            Require(full[i].report.warnings.size() + (full[i].unseen.empty() ? 0 : 1) == reports[i].warnings.size(),
+                    "a whole result has the warnings of the report");
+            for (const Answer& answer : full[i].answers)
+                Require(answer.x >= 0 && answer.y >= 0 && answer.x < image.width && answer.y < image.height,
+                        "an answer lies in the image");
+            const std::string text = ReportText(full[i]);
+            Require(ReportText(ReportFromText(text)) == text, "a result's text reads back alike");
+        }
+        std::vector<std::uint8_t> drawn;
+        Require(Ask([&] { drawn = DrawOverlay(image, full.front()); }), "a result can be drawn");
+        Require(drawn.size() ==
+                    std::size_t{3} * static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height),
+                "a picture has the image's size");
     }
 
     void Golden()
@@ -149,8 +185,16 @@ private:
         const RandomImage other = m_input.Image(160, m_input.random.OneIn(4) ? 1 : 64);
         Ask([&] { model->SetMask(m_input.random.OneIn(2) ? references.front() : other.pixels); });
         GoldenReport report;
-        if (Ask([&] { report = model->Inspect(m_input.random.OneIn(2) ? other.pixels : references.front()); }))
+        const ImagePixels inspected = m_input.random.OneIn(2) ? other.pixels : references.front();
+        if (Ask([&] { report = model->Inspect(inspected); }))
+        {
             Require(report.places.size() == report.report.defects.size(), "each defect has its place");
+            std::optional<GoldenFindings> found;
+            Require(Ask([&] { found = model->Share().InspectFully(inspected); }), "a shared model inspects the same");
+            Require(found->Summary().places.size() == report.places.size() &&
+                        found->Reference().Width() == inspected.width && found->Text().front() == '{',
+                    "findings are those of the report");
+        }
         if (m_input.random.OneIn(2))
         {
             GoldenModel taken = std::move(*model);
@@ -226,7 +270,7 @@ private:
             Explanation told;
             const int x = m_input.random.OneIn(9) ? m_input.Wild() : m_input.random.Int(0, image.pixels.width - 1);
             const int y = m_input.random.OneIn(9) ? m_input.Wild() : m_input.random.Int(0, image.pixels.height - 1);
-            if (Ask([&] { told = explainer->Explain(x, y); }))
+            if (Ask([&] { told = explainer->ExplainFully(x, y).explanation; }))
                 Require(!told.why.empty() && !told.outcome.empty() && !told.text.empty(), "an explanation has words");
         }
         const Explainer taken = std::move(*explainer);
@@ -259,7 +303,12 @@ private:
             if (text.empty())
                 break;
         }
-        Ask([&] { m_recipe = Recipe::FromText(text, "no such folder"); });
+        Ask([&] { ReportFromText(text); });
+        std::optional<Recipe> drafted;
+        const bool isDraft = Ask([&] { drafted = RecipeDraft::FromText(text, "no such folder").Check(); });
+        const bool isRecipe = Ask([&] { m_recipe = Recipe::FromText(text, "no such folder"); });
+        if (isDraft && isRecipe && m_recipe->Regions() == 1)
+            Require(*drafted == *m_recipe, "a text gives one recipe, whichever way it is read");
     }
 
     void Move()
