@@ -289,11 +289,12 @@ protected:
                        "for i in $(seq 500); do readlink /proc/$(cat pid)/exe || exit 0; sleep 0.05; done; exit 1")
                    .code == 0;
     }
-    /// Starts a watch of at most 60 s, whose number is in the file pid.
+    /// Starts a watch of at most 60 s, whose number is in the file pid. In the foreground, timeout hands a signal on
+    /// once; a second one would end the watch at once.
     void Start(const std::string& options) const
     {
-        RunLine(folder, "timeout -s KILL 60 '" NARVO_PROGRAM "' watch " + source + " --json s.json " + options +
-                            " > watch.txt 2> told.txt & echo $! > pid");
+        RunLine(folder, "timeout --foreground -s KILL 60 '" NARVO_PROGRAM "' watch " + source + " --json s.json " +
+                            options + " > watch.txt 2> told.txt & echo $! > pid");
     }
     /// Asks it to end and waits until it has. @return whether it wrote its summary within 25 s
     bool Terminate() const
