@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <random>
 
 #include "host/host_test_help.h"
@@ -49,6 +50,13 @@ TEST(LatencyHistogram, RandomTimesHaveQuantilesWithinAClass)
             EXPECT_GE(histogram.Quantile(share) + 1e-12, exact) << share << ", " << ReplayHint(seed);
             EXPECT_LE(histogram.Quantile(share), exact * (1.0 + 1.0 / 64.0) + 0.001)
                 << share << ", " << ReplayHint(seed);
+        }
+        EXPECT_NEAR(histogram.Sum(), std::accumulate(times.begin(), times.end(), 0.0), 1e-6 * histogram.Sum());
+        for (int power = 0; power <= 36; ++power)
+        {
+            const double limit = std::ldexp(1e-3, power); // microseconds to milliseconds
+            EXPECT_EQ(histogram.CountBelow(limit), std::lower_bound(times.begin(), times.end(), limit) - times.begin())
+                << limit << ", " << ReplayHint(seed);
         }
     }
 }

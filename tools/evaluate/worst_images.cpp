@@ -8,7 +8,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "host/image/cv_image.h"
-#include "tools/report/report_pictures.h"
+#include "tools/page/embedded_jpeg.h"
 
 namespace narvo::tools
 {

@@ -14,6 +14,7 @@
 #include "host/probe/kernel_probe.h"
 #include "host/problem.h"
 #include "tools/image_options.h"
+#include "tools/page/embedded_jpeg.h"
 #include "tools/quiet_codecs.h"
 #include "tools/report/report_pictures.h"
 

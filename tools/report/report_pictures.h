@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Pictures of a report as data URIs: overviews of images, and sheets of small crops of defects.
+// Pictures of a report as data URIs: sheets of small crops of defects.
 #pragma once
 
 #include <string>
@@ -13,12 +13,6 @@
 
 namespace narvo::tools
 {
-
-/// A picture as JPEG in a data URI. @throws HostError where it cannot be encoded
-std::string EncodeJpeg(const cv::Mat& picture, int quality);
-
-/// The image as JPEG, reduced to at most `pixels` pixels and never enlarged.
-std::string MakeOverview(const GreyImage& image, double pixels);
 
 /// Crops of defects side by side: for each defect its place in the image, and where something is compared, what the
 /// engine compared it with and the difference (orange brighter, blue darker).

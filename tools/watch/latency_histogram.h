@@ -6,6 +6,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <numeric>
 
 namespace narvo::tools
 {
@@ -20,11 +21,13 @@ public:
         const std::uint64_t value = microseconds < 1.0 ? 0 : static_cast<std::uint64_t>(microseconds);
         ++m_counts[ClassOf(value)];
         ++m_total;
+        m_sum += milliseconds;
         m_worst = milliseconds > m_worst ? milliseconds : m_worst;
     }
 
     std::uint64_t Count() const { return m_total; }
     double Worst() const { return m_worst; }
+    double Sum() const { return m_sum; }
 
     /// The upper end, in milliseconds, of the class in which that share of the times ends; at most the worst time, and
     /// above the exact value by less than 1/64 of it or by 1 microsecond. 0 without times.
@@ -42,6 +45,16 @@ public:
             }
         }
         return m_worst;
+    }
+
+    /// Times below that many milliseconds. Exact for 2 to the power 0, 1, ... 36 microseconds; other limits count as
+    /// the end of the class that they lie in.
+    std::uint64_t CountBelow(double milliseconds) const
+    {
+        const auto limit = static_cast<std::uint64_t>(milliseconds * 1e3 + 0.5);
+        const std::size_t last = ClassOf(limit > 0 ? limit - 1 : 0);
+        return std::accumulate(m_counts.begin(), m_counts.begin() + static_cast<std::ptrdiff_t>(last) + 1,
+                               std::uint64_t{0});
     }
 
 private:
@@ -67,6 +80,7 @@ private:
 
     std::array<std::uint64_t, nClasses> m_counts{};
     std::uint64_t m_total = 0;
+    double m_sum = 0.0;
     double m_worst = 0.0;
 };
 

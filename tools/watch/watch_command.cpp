@@ -28,6 +28,7 @@
 #include "tools/inspect/interrupt.h"
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
+#include "tools/watch/live_sink.h"
 #include "tools/watch/sink_chain.h"
 #include "tools/watch/store_sink.h"
 #include "tools/watch/terminal_sink.h"
@@ -86,10 +87,12 @@ int RunWatchCommand(const WatchOptions& options)
     settings.longest = std::chrono::seconds(options.seconds);
     const sources::FrameReading reading{*settings.recipes.front(), &ProgramNotes()};
     CheckSource(options, reading);
+    const std::optional<ListenAccess> listen = ListenAccessOf(options);
 
     OutputNames names;
     names.AddRecipe(options.recipe, settings.recipes);
     names.AddInput(options.rulesFile);
+    names.AddInput(options.listenToken);
     names.AddOutputs("the results", options.output);
     if (!options.json.empty())
         names.AddOutputs("the summary", options.json);
@@ -128,6 +131,8 @@ int RunWatchCommand(const WatchOptions& options)
         SinkChain sinks;
         sinks.Append(std::move(log));
         sinks.Append(MakeTerminalSink(options.quiet, tell));
+        if (listen)
+            sinks.Append(OpenLiveSink(*listen, options, settings.recipes, settings.lanes));
         if (store)
             sinks.Append(std::move(store));
         summary = RunWatch(settings, *source, sinks, interrupt.Token());
@@ -209,6 +214,7 @@ void AddWatchCommand(CLI::App& app, Action& action)
         ->excludes(resume);
     AddStoreOptions(*command, options->store);
     command->add_option("--json", options->json, "file for the summary: counts, verdicts, latency");
+    AddListenOptions(*command, *options);
     command->add_flag("-q,--quiet", options->quiet, "print warnings and problems only");
     command->footer("Ends at the end of the source, at --images or --seconds, or at Ctrl-C or SIGTERM; then what has "
                     "arrived is inspected.\nacquired = inspected + dropped + unreadable.");

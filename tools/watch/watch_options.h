@@ -21,6 +21,8 @@ struct WatchOptions
     std::string rulesFile;
     std::vector<std::string> fail;
     std::string pixelSize;
+    std::string listen;      ///< address of the live page; empty: none
+    std::string listenToken; ///< file
     std::uint64_t images = 0;
     int seconds = 0;
     int lanes = 0;
