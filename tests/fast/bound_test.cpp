@@ -129,9 +129,9 @@ bool AreBetween(const CGreySet& candidates, int nReference, int nLimit, int nErr
                 std::uint64_t nColumns = nAllColumns)
 {
     const CGreySet hits = Beyond(nReference, nLimit);
-    const CGreySet near = Beyond(nReference, nLimit - nError);
+    const CGreySet close = Beyond(nReference, nLimit - nError);
     for (int nWord = 0; nWord < nWords; nWord++)
-        if (((hits[nWord] & ~candidates[nWord]) | (candidates[nWord] & ~near[nWord])) & nColumns)
+        if (((hits[nWord] & ~candidates[nWord]) | (candidates[nWord] & ~close[nWord])) & nColumns)
             return false;
     return true;
 }
