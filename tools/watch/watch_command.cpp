@@ -2,15 +2,17 @@
 // Options of the live inspection, and its run from them.
 #include "tools/command.h"
 
+#include <atomic>
 #include <exception>
 #include <functional>
 #include <iostream>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -93,6 +95,7 @@ int RunWatchCommand(const WatchOptions& options)
     names.AddRecipe(options.recipe, settings.recipes);
     names.AddInput(options.rulesFile);
     names.AddInput(options.listenToken);
+    names.AddInput(options.mqtt.loginFile);
     names.AddOutputs("the results", options.output);
     if (!options.json.empty())
         names.AddOutputs("the summary", options.json);
@@ -102,12 +105,15 @@ int RunWatchCommand(const WatchOptions& options)
 
     // Before any thread is started.
     const InterruptRequest interrupt;
-    std::optional<QuietCodecs> quiet; // while sinks are at work
+    std::atomic<int> errorStream = STDERR_FILENO;
     const auto tell = [&](const std::string& line)
     {
         const std::string text = "narvo: " + line + "\n";
-        WriteWhole(quiet->ErrorStream(), text.data(), text.size());
+        WriteWhole(errorStream, text.data(), text.size());
     };
+    std::unique_ptr<ResultSink> mqtt;
+    if (options.mqtt.IsWanted())
+        mqtt = MakeMqttSink(options.mqtt, options.recipe, DigestOfRecipes(settings.recipes), tell);
     std::unique_ptr<StoreSink> store = MakeStoreSink(options, settings.recipes, tell);
     auto log = std::make_unique<WatchLog>(options.output, DigestOfRecipes(settings.recipes),
                                           options.resume      ? WatchLog::Start_Resume
@@ -124,8 +130,9 @@ int RunWatchCommand(const WatchOptions& options)
     const std::string stored = store ? "store:   " + store->Description() + "\n" : "";
     WatchSummary summary;
     std::exception_ptr failure;
-    quiet.emplace();
     {
+        const QuietCodecs quiet;
+        errorStream = quiet.ErrorStream();
         if (store)
             store->Begin(*log);
         SinkChain sinks;
@@ -135,6 +142,8 @@ int RunWatchCommand(const WatchOptions& options)
             sinks.Append(OpenLiveSink(*listen, options, settings.recipes, settings.lanes));
         if (store)
             sinks.Append(std::move(store));
+        if (mqtt)
+            sinks.Append(std::move(mqtt));
         summary = RunWatch(settings, *source, sinks, interrupt.Token());
         try
         {
@@ -145,7 +154,7 @@ int RunWatchCommand(const WatchOptions& options)
             failure = std::current_exception();
         }
     }
-    quiet.reset();
+    errorStream = STDERR_FILENO;
     const bool interrupted = interrupt.Token().stop_requested();
     if (!options.json.empty())
         WriteTextFile(options.json, SummaryJson(summary, interrupted).dump(2) + "\n");
@@ -213,6 +222,12 @@ void AddWatchCommand(CLI::App& app, Action& action)
     command->add_flag("--overwrite", options->overwrite, "begin afresh where the result file is there already")
         ->excludes(resume);
     AddStoreOptions(*command, options->store);
+    CLI::Option* mqtt = command->add_option("--mqtt", options->mqtt.address,
+                                            "MQTT broker that is told of each image: mqtt://HOST[:PORT]/TOPIC");
+    command
+        ->add_option("--mqtt-login", options->mqtt.loginFile,
+                     "file with the user in its first line and the password in its second")
+        ->needs(mqtt);
     command->add_option("--json", options->json, "file for the summary: counts, verdicts, latency");
     AddListenOptions(*command, *options);
     command->add_flag("-q,--quiet", options->quiet, "print warnings and problems only");

@@ -8,6 +8,7 @@
 
 #include "tools/inspect/store_run.h"
 #include "tools/watch/frame_queue.h"
+#include "tools/watch/mqtt_sink.h"
 
 namespace narvo::tools
 {
@@ -29,6 +30,7 @@ struct WatchOptions
     int queue = 16;
     WhenFull whenFull = WhenFull_Wait;
     StoreOptions store;
+    MqttOptions mqtt;
     bool existing = false;
     bool resume = false;
     bool overwrite = false;
