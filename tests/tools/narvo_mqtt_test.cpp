@@ -96,13 +96,15 @@ protected:
     const std::string address = "mqtt://127.0.0.1:" + Port() + "/line1";
     /// Each with a limit of its own, so that nothing stays behind.
     const std::string functions =
-        "start() { timeout 40 " NARVO_MOSQUITTO " -c broker.conf > broker.txt 2>&1 & broker=$!\n"
+        "start() { timeout 60 " NARVO_MOSQUITTO " -c broker.conf > broker.txt 2>&1 & broker=$!\n"
         "  until timeout 2 mosquitto_pub -p " +
         Port() +
-        " -t test -m up 2> /dev/null; do sleep 0.05; done; }\n"
-        "hear() { timeout \"$1\" mosquitto_sub -p " +
+        " -t test -m up -r 2> /dev/null; do sleep 0.05; done; }\n"
+        "await() { timeout 30 sh -c 'until grep -qs \"$0\" \"$1\"; do sleep 0.05; done' \"$1\" \"$2\"; }\n"
+        // What the broker keeps comes first, so a subscriber that has heard of the start hears all that follows.
+        "hear() { timeout 60 mosquitto_sub -p " +
         Port() +
-        " -q 1 -t 'line1/#' -v > \"$2\" & heard=$!; sleep 0.3; }\n"
+        " -q 1 -t test -t 'line1/#' -v > \"$1\" & heard=$!; await 'test up' \"$1\"; }\n"
         "frames() { for i in $(seq \"$1\"); do cat panel.raw; sleep \"$2\"; done; }\n"
         "watch() { exec '" NARVO_PROGRAM "' watch pipe:- -r panel.recipe.json --raw Mono8:512x640 -q --mqtt " +
         address + " \"$@\"; }\n";
@@ -111,8 +113,9 @@ protected:
 
 TEST_F(NarvoMqtt, TellsOfEveryImageOnceAndInOrder)
 {
-    const Outcome run = Line("start; hear 20 heard.txt; frames 8 0.02 | watch --lanes 2; code=$?; sleep 0.5\n"
-                             "kill $heard; hear 1 late.txt; wait $heard; echo code $code");
+    const Outcome run = Line("start; hear heard.txt; frames 8 0.02 | watch --lanes 2; code=$?\n"
+                             "await offline heard.txt; kill $heard\n"
+                             "hear late.txt; await offline late.txt; kill $heard; echo code $code");
     EXPECT_THAT(run.out, HasSubstr("code 0")) << run.error;
     auto heard = Heard();
     EXPECT_THAT(Frames(heard["line1/image"]), ElementsAre(0, 1, 2, 3, 4, 5, 6, 7));
@@ -135,8 +138,8 @@ TEST_F(NarvoMqtt, TellsOfEveryImageOnceAndInOrder)
 
 TEST_F(NarvoMqtt, TheBrokerSaysWhenTheProgramIsGoneWithoutAWord)
 {
-    const Outcome run = Line("start; hear 20 heard.txt; frames 200 0.02 | watch & narvo=$!; sleep 1\n"
-                             "kill -KILL $narvo; sleep 1; kill $heard");
+    const Outcome run = Line("start; hear heard.txt; frames 200 0.02 | watch & narvo=$!; await line1/image heard.txt\n"
+                             "kill -KILL $narvo; await offline heard.txt; kill $heard");
     auto heard = Heard();
     EXPECT_THAT(heard["line1/state"], ElementsAre("online", "offline")) << run.error;
     EXPECT_FALSE(heard["line1/image"].empty());
@@ -144,8 +147,10 @@ TEST_F(NarvoMqtt, TheBrokerSaysWhenTheProgramIsGoneWithoutAWord)
 
 TEST_F(NarvoMqtt, KeepsWhatABrokerThatIsAwayHasNotHeard)
 {
-    const Outcome run = Line("start; frames 60 0.1 | watch & narvo=$!; sleep 1; kill $broker; wait $broker\n"
-                             "sleep 1; start; hear 30 heard.txt; wait $narvo; echo code $?; sleep 1; kill $heard");
+    const Outcome run =
+        Line("start; frames 60 0.1 | watch 2> told.txt & narvo=$!; sleep 1; kill $broker; wait $broker\n"
+             "await 'trying again' told.txt; start; hear heard.txt; wait $narvo; echo code $?\n"
+             "await offline heard.txt; kill $heard; cat told.txt >&2");
     EXPECT_THAT(run.out, HasSubstr("code 0")) << run.error;
     EXPECT_THAT(run.error, HasSubstr("trying again"));
     EXPECT_THAT(run.error, HasSubstr("is back"));
@@ -157,6 +162,18 @@ TEST_F(NarvoMqtt, KeepsWhatABrokerThatIsAwayHasNotHeard)
     for (std::size_t i = 1; i < frames.size(); ++i)
         EXPECT_EQ(frames[i], frames[i - 1] + 1);
     EXPECT_EQ(frames.back(), 59);
+    // A broker that was started again has forgotten what it kept.
+    EXPECT_THAT(heard["line1/state"], ElementsAre("online", "offline"));
+    EXPECT_EQ(heard["line1/recipe"].size(), 1U);
+}
+
+TEST_F(NarvoMqtt, ARunThatDoesNotBeginIsNotLeftOnline)
+{
+    std::ofstream(folder / "watch.jsonl") << "of another run\n";
+    const Outcome run =
+        Line("start; frames 1 0 | watch; echo code $?; hear late.txt; await offline late.txt; kill $heard");
+    EXPECT_THAT(run.out, HasSubstr("code 2")) << run.error;
+    EXPECT_THAT(Heard("late.txt")["line1/state"], ElementsAre("offline"));
 }
 
 TEST_F(NarvoMqtt, InspectsWithoutABrokerAndSaysWhatWasNotDelivered)

@@ -37,6 +37,8 @@ struct MqttClient::Callbacks
         auto& self = *static_cast<MqttClient*>(object);
         const std::lock_guard lock(self.m_mutex);
         self.m_connected = code == 0;
+        // Behind a will that was said, nothing may follow.
+        self.m_greeted = self.m_leaving && self.m_queue.empty() ? self.m_settings.greetings.size() : 0;
         // Of the codes of version 3.1.1, 4 and 5 are about the login.
         self.m_refused = code == 4 || code == 5;
         self.m_reason = code == 0 ? "" : mosquitto_connack_string(code);
@@ -114,9 +116,12 @@ void MqttClient::Send(MqttMessage message)
 
 MqttClient::Counts MqttClient::Finish()
 {
+    if (m_thread.joinable())
+        Send(m_settings.will);
     std::unique_lock lock(m_mutex);
     if (m_thread.joinable())
     {
+        m_leaving = true;
         m_changed.wait_for(lock, m_settings.patience, [&] { return m_queue.empty() && m_inFlight == 0; });
         m_ending = true;
         lock.unlock();
@@ -161,11 +166,17 @@ void MqttClient::Publish()
         MqttMessage message;
         {
             const std::lock_guard lock(m_mutex);
-            if (!m_connected || m_queue.empty() || m_inFlight >= nMostInFlight)
+            const bool greeted = m_greeted == m_settings.greetings.size();
+            if (!m_connected || (greeted && m_queue.empty()) || m_inFlight >= nMostInFlight)
                 return;
-            message = std::move(m_queue.front());
-            m_queue.pop_front();
-            m_bytes -= message.text.size();
+            if (!greeted)
+                message = m_settings.greetings[m_greeted++];
+            else
+            {
+                message = std::move(m_queue.front());
+                m_queue.pop_front();
+                m_bytes -= message.text.size();
+            }
             ++m_inFlight;
         }
         // What the library has taken it sends again by itself, also on the next connection.

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "tools/watch/mqtt_address.h"
 
@@ -34,8 +35,9 @@ public:
     {
         MqttAddress address;
         MqttLogin login;
-        MqttMessage will;                 ///< what the broker says when this program is gone without a word
-        std::size_t mostMessages = 10000; ///< that wait; the oldest give way
+        MqttMessage will; ///< said at the end, and by the broker when this program is gone without a word
+        std::vector<MqttMessage> greetings; ///< said first on each connection: the broker may have forgotten them
+        std::size_t mostMessages = 10000;   ///< that wait; the oldest give way
         std::size_t mostBytes = std::size_t{64} << 20U;
         std::chrono::milliseconds patience{10000};    ///< for what waits when it ends
         std::function<void(const std::string&)> tell; ///< lines for a person, on the client's thread
@@ -56,7 +58,7 @@ public:
 
     /// Never waits.
     void Send(MqttMessage message);
-    /// Waits until all is delivered, at most the patience, and says goodbye.
+    /// Says the will, and waits until all is delivered, at most the patience. The destructor does the same.
     Counts Finish();
 
 private:
@@ -78,9 +80,11 @@ private:
     std::size_t m_bytes = 0; ///< of the queue
     Counts m_counts;
     std::size_t m_inFlight = 0;
+    std::size_t m_greeted = 0; ///< greetings that this connection has had
     bool m_connected = false;
     bool m_answered = false; ///< the first connection was answered, or has failed
     bool m_refused = false;  ///< the login
+    bool m_leaving = false;  ///< the queue's last message is the will
     bool m_ending = false;
     std::string m_reason;
     bool m_toldAway = false;  ///< of the thread

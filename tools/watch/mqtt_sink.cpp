@@ -25,18 +25,17 @@ namespace
 class MqttSink : public ResultSink
 {
 public:
-    MqttSink(MqttClient::Settings settings, const std::string& recipe)
-        : m_tell(settings.tell), m_client(std::move(settings))
-    {
-        m_client.Send({"state", "online", true});
-        m_client.Send({"recipe", recipe, true});
-    }
+    explicit MqttSink(MqttClient::Settings settings) : m_tell(settings.tell), m_client(std::move(settings)) {}
 
     void Add(const WatchedImage& image) override
     {
         m_client.Send({"image", ImageMessage(image), false});
         if (image.verdict == ImageVerdict_Undecided)
-            m_client.Send({"alarm", AlarmMessage("undecided", image.result.name + " was not wholly looked at"), false});
+            m_client.Send(
+                {"alarm",
+                 AlarmMessage("undecided", image.result.IsInspected() ? image.result.name + " was not wholly looked at"
+                                                                      : image.result.problems.front().Text()),
+                 false});
     }
     void Tell(const std::string& line) override { m_client.Send({"alarm", AlarmMessage("source", line), false}); }
     void Progress(const WatchSummary& soFar) override
@@ -54,7 +53,6 @@ public:
             m_client.Send({"alarm", AlarmMessage("queue", "ended since the queue was full"), false});
         for (const Problem& problem : summary.problems)
             m_client.Send({"alarm", AlarmMessage("source", problem.Text()), false});
-        m_client.Send({"state", "offline", true});
         const MqttClient::Counts counts = m_client.Finish();
         if (counts.dropped + counts.waiting > 0)
             m_tell("warning: mqtt: " + Counted(counts.dropped + counts.waiting, "message") +
@@ -101,8 +99,9 @@ std::unique_ptr<ResultSink> MakeMqttSink(const MqttOptions& options, const std::
     settings.address = address;
     settings.login = login;
     settings.will = {"state", "offline", true};
+    settings.greetings = {{"state", "online", true}, {"recipe", RecipeMessage(recipeName, recipeDigest), true}};
     settings.tell = std::move(tell);
-    return std::make_unique<MqttSink>(std::move(settings), RecipeMessage(recipeName, recipeDigest));
+    return std::make_unique<MqttSink>(std::move(settings));
 #else
     static_cast<void>(recipeName);
     static_cast<void>(recipeDigest);
