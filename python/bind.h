@@ -20,6 +20,7 @@ void BindLearn(pybind11::module_& module);
 void BindExplain(pybind11::module_& module);
 void BindRegions(pybind11::module_& module);
 void BindStore(pybind11::module_& module);
+void BindStream(pybind11::module_& module);
 
 /// The recipe of one region that an argument stands for: a Recipe, a dict, JSON text, or the path of a file. The
 /// interpreter lock must be held.

@@ -25,4 +25,5 @@ PYBIND11_MODULE(_narvoassem, module)
     BindExplain(module);
     BindRegions(module);
     BindStore(module);
+    BindStream(module);
 }

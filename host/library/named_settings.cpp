@@ -26,7 +26,7 @@ void TakeSettings(const v1::Settings& settings, const std::vector<SettingPlace>&
             **real = setting.value;
         else if (!(std::abs(setting.value) <= std::numeric_limits<int>::max()) ||
                  std::floor(setting.value) != setting.value)
-            found.push_back({setting.name, FormatNumber(setting.value), "a whole number"});
+            found.push_back({setting.name, FormatNumber(setting.value), "a whole number of 32 bits"});
         else
             *std::get<int*>(place->value) = static_cast<int>(setting.value);
     }

@@ -45,6 +45,7 @@ from .inspector import Inspector
 from .notebook import Picture, show
 from .regions import Rect
 from .store import StoredRun, read_store, store_runs
+from .stream import StreamCounts, StripStream
 
 capability = of_package(_narvoassem.capability)
 convert_image = of_package(_narvoassem.convert_image)
@@ -84,6 +85,8 @@ __all__ = [
     "Registration",
     "Result",
     "StoredRun",
+    "StreamCounts",
+    "StripStream",
     "__version__",
     "capability",
     "convert_image",
