@@ -61,6 +61,8 @@ void AddStreamLine(CTable& table, CScene& scene, const SOptions& options, const 
                "x");
     table.Note("a stream, rows inspected where they are, " + strName, dGigaPixels / times[1], "GPix/s");
     table.Note("a stream, 64 rows at a time, which are copied, " + strName, dGigaPixels / times[2], "GPix/s");
+    table.Note("a stream, calls added at seams, times its windows, " + strName,
+               static_cast<double>(whole.Counts().repairs) / static_cast<double>(whole.Counts().windows), "x");
     for (const std::string& strWarning : whole.Warnings())
         table.Note("a stream, " + strName + ": " + strWarning, 1.0, "");
 }

@@ -27,6 +27,7 @@ BlobAssembly::BlobAssembly(const CConvParam& block, bool vertical, int left, int
     m_store.SetConvParam(&parameters);
     m_ends.resize(2 * static_cast<std::size_t>((block.rtInspect.right - left) / unit + 2));
     m_list.reserve(2 * nPairsAtATime);
+    m_walkEnds.reserve(nPairsAtATime);
 }
 
 void BlobAssembly::Note(const OpenPair& pair)
@@ -43,7 +44,7 @@ void BlobAssembly::Note(const OpenPair& pair)
         }
 }
 
-void BlobAssembly::Build(std::span<OpenPair> pairs, const TakeBlob& takeBlob, const TakePair& takePair)
+void BlobAssembly::Build(std::span<const OpenPair> pairs, const TakeBlob& takeBlob, const TakePair& takePair)
 {
     while (!pairs.empty())
     {
@@ -56,8 +57,9 @@ void BlobAssembly::Build(std::span<OpenPair> pairs, const TakeBlob& takeBlob, co
 }
 
 /// Only pairs in the first two columns of a strip can be reached from the strip before.
-void BlobAssembly::AddWalkEnds(std::span<const OpenPair> pairs)
+void BlobAssembly::ListWalkEnds()
 {
+    m_walkEnds.clear();
     int unit = -1;
     bool isReached[2] = {false, false};
     const auto add = [&]
@@ -74,11 +76,12 @@ void BlobAssembly::AddWalkEnds(std::span<const OpenPair> pairs)
                 end.cluster = nWalkEnd;
                 end.pair.ptDefect = CPoint(ends.x[kind], 0);
                 end.pair.nDefectType = type;
-                m_list.push_back(end);
+                m_walkEnds.push_back(end);
             }
     };
-    for (const OpenPair& pair : pairs)
+    for (const Entry& entry : m_list)
     {
+        const OpenPair& pair = *entry.pair;
         if (pair.unit != unit && unit >= 0)
             add();
         if (pair.unit != unit)
@@ -91,21 +94,18 @@ void BlobAssembly::AddWalkEnds(std::span<const OpenPair> pairs)
         add();
 }
 
-void BlobAssembly::BuildSome(std::span<OpenPair> pairs, const TakeBlob& takeBlob, const TakePair& takePair)
+void BlobAssembly::BuildSome(std::span<const OpenPair> pairs, const TakeBlob& takeBlob, const TakePair& takePair)
 {
-    const auto inList = [](const OpenPair& a, const OpenPair& b)
-    { return a.unit != b.unit ? a.unit < b.unit : a.order < b.order; };
-    std::sort(pairs.begin(), pairs.end(), inList);
-    m_list.assign(pairs.begin(), pairs.end());
+    m_list.clear();
+    for (const OpenPair& pair : pairs)
+        m_list.push_back({pair.unit, pair.order, &pair});
+    std::sort(m_list.begin(), m_list.end());
     if (m_vertical && m_unit == nStrip)
     {
-        AddWalkEnds(pairs);
-        std::sort(m_list.begin(), m_list.end(),
-                  [&](const OpenPair& a, const OpenPair& b)
-                  {
-                      // A pair that is in the list by itself comes before its double, which then ends no other walk.
-                      return inList(a, b) || (!inList(b, a) && a.cluster > b.cluster);
-                  });
+        ListWalkEnds();
+        for (const OpenPair& end : m_walkEnds)
+            m_list.push_back({end.unit, end.order, &end});
+        std::sort(m_list.begin(), m_list.end());
     }
     const auto [first, last] = std::minmax_element(pairs.begin(), pairs.end(),
                                                    [](const OpenPair& a, const OpenPair& b) { return a.row < b.row; });
@@ -120,7 +120,7 @@ void BlobAssembly::BuildSome(std::span<OpenPair> pairs, const TakeBlob& takeBlob
     m_store.nPairCount = count;
     for (int i = 0; i < count; ++i)
     {
-        const OpenPair& open = m_list[static_cast<std::size_t>(i)];
+        const OpenPair& open = *m_list[static_cast<std::size_t>(i)].pair;
         m_store.pPair[i] = open.pair;
         m_store.pPair[i].ptDefect.y = open.cluster == nWalkEnd ? outside : static_cast<int>(open.row - base);
     }
@@ -135,8 +135,8 @@ void BlobAssembly::BuildSome(std::span<OpenPair> pairs, const TakeBlob& takeBlob
             takeBlob(base, blob);
     if (takePair)
         for (int i = 0; i < count; ++i)
-            if (m_list[static_cast<std::size_t>(i)].cluster != nWalkEnd)
-                takePair(m_list[static_cast<std::size_t>(i)].row, m_store.pPair[i]);
+            if (const OpenPair& open = *m_list[static_cast<std::size_t>(i)].pair; open.cluster != nWalkEnd)
+                takePair(open.row, m_store.pPair[i]);
 }
 
 } // namespace narvo

@@ -35,8 +35,8 @@ public:
     using TakeBlob = std::function<void(std::int64_t row, const CDefectBlob& blob)>;
     /// Takes the pairs as they stand in the end.
     using TakePair = std::function<void(std::int64_t row, const CDefectPair& pair)>;
-    /// Builds the blobs of clusters, whose pairs stand cluster by cluster; changes their order.
-    void Build(std::span<OpenPair> pairs, const TakeBlob& takeBlob, const TakePair& takePair);
+    /// Builds the blobs of clusters, whose pairs stand cluster by cluster.
+    void Build(std::span<const OpenPair> pairs, const TakeBlob& takeBlob, const TakePair& takePair);
 
 private:
     /// The pairs of a strip and polarity that end walks from the strip before.
@@ -46,8 +46,23 @@ private:
         std::uint64_t order[2] = {nNone, nNone}; ///< the first in the last two columns, the first in the last one
         int x[2] = {0, 0};
     };
-    void BuildSome(std::span<OpenPair> pairs, const TakeBlob& takeBlob, const TakePair& takePair);
-    void AddWalkEnds(std::span<const OpenPair> pairs);
+    /// A pair's place in the engine's order.
+    struct Entry
+    {
+        int unit;
+        std::uint64_t order;
+        const OpenPair* pair;
+
+        /// A pair that is in the list by itself comes before its double, which then ends no other walk.
+        bool operator<(const Entry& other) const
+        {
+            return unit != other.unit     ? unit < other.unit
+                   : order != other.order ? order < other.order
+                                          : pair->cluster > other.pair->cluster;
+        }
+    };
+    void BuildSome(std::span<const OpenPair> pairs, const TakeBlob& takeBlob, const TakePair& takePair);
+    void ListWalkEnds();
     WalkEnds& EndsOf(int unit, int type) { return m_ends[static_cast<std::size_t>(unit * 2 + type)]; }
 
     bool m_vertical;
@@ -55,7 +70,8 @@ private:
     int m_unit;
     CBlobStorage m_store;
     std::vector<WalkEnds> m_ends;
-    std::vector<OpenPair> m_list; ///< what goes into the store
+    std::vector<Entry> m_list;        ///< what goes into the store, in its order
+    std::vector<OpenPair> m_walkEnds; ///< of these, those that only end walks
 };
 
 } // namespace narvo

@@ -38,10 +38,18 @@ public:
     /// Begins a window that settles the rows from `row` on.
     void Begin(std::int64_t row);
     /// Takes from a run's pairs what agrees with the window before, of rows before `end`. `base`: the row that their
-    /// places count from. @return chains that do not agree yet
-    std::size_t Take(std::span<const CDefectPair> pairs, std::int64_t base, std::int64_t end);
-    /// The same for chains that agree in no run.
-    void TakeRest(std::span<const CDefectPair> pairs, std::int64_t base, std::int64_t end);
+    /// places count from. @return chains that do not agree
+    std::size_t TakeFirst(std::span<const CDefectPair> pairs, std::int64_t base, std::int64_t end);
+    struct Repair
+    {
+        std::size_t open = 0; ///< chains that do not agree yet
+        bool goesOn = false;  ///< some agree with the window before, but not with the first run at their end
+    };
+    /// Takes chains that did not agree from a run that starts elsewhere and may end earlier: its pairs before `end`,
+    /// and from there on those of the first run, where both use the same places in the hop before `end`.
+    Repair TakeRepair(std::span<const CDefectPair> pairs, std::int64_t base, std::int64_t end);
+    /// Takes chains that agree in no run, as the first run has them.
+    void TakeRest();
     /// What has been taken in this window, run by run in the engine's order.
     std::vector<RowPair>& Taken() { return m_taken; }
     /// Ends the window: the next one begins with `row`.
@@ -56,16 +64,20 @@ private:
     };
     /// The place of a chain in the hop before the window's first row.
     Place ChainOf(std::int64_t row, int x) const;
+    bool IsIn(const std::vector<Place>& chains, std::int64_t row, int x) const;
     void CollectUsed(std::span<const CDefectPair> pairs, std::int64_t base);
+    void CompareAtEnd(std::span<const CDefectPair> pairs, std::int64_t base, std::int64_t end);
 
     int m_hop;
     std::int64_t m_begin = 0;
-    bool m_isFirstRun = true;
+    std::int64_t m_end = 0;
     std::vector<Place> m_used; ///< in the hop before the window, as earlier windows have it
     std::vector<Place> m_seen; ///< as a run has it
     std::vector<Place> m_open; ///< where they differ
+    std::vector<Place> m_odd;
     std::vector<Place> m_closed;
     std::vector<RowPair> m_taken;
+    std::vector<RowPair> m_held; ///< of the first run, in open chains
 };
 
 } // namespace narvo

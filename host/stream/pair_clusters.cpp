@@ -7,6 +7,13 @@
 namespace narvo
 {
 
+namespace
+{
+
+constexpr int nStretch = 128; // columns that are swept together
+
+} // namespace
+
 void StreamBox::Include(const StreamBox& other)
 {
     top = std::min(top, other.top);
@@ -21,15 +28,25 @@ PairClusters::PairClusters(int distance, int largest, std::size_t capacity) : m_
     m_clusters.reserve(capacity);
     m_sorted.reserve(capacity);
     m_active.reserve(capacity);
+    m_places.reserve(2 * capacity);
+    m_starts.reserve(capacity + 1);
 }
 
+/// The pairs of a blob mostly come one after the other: most joins are found here, where they cost least.
 void PairClusters::Add(const OpenPair& pair)
 {
-    const int number = static_cast<int>(m_clusters.size());
     const int x = pair.pair.ptDefect.x;
-    m_clusters.push_back({{pair.row, pair.row + 1, x, x + 1}, pair.pair.nDefectType, number, false});
+    const StreamBox box{pair.row, pair.row + 1, x, x + 1};
+    int& last = m_last[pair.pair.nDefectType == DefectType_Bright ? 1 : 0];
+    if (last != nNone && m_clusters[static_cast<std::size_t>(last)].box.IsWithin(box, m_distance))
+        m_clusters[static_cast<std::size_t>(last)].box.Include(box);
+    else
+    {
+        last = static_cast<int>(m_clusters.size());
+        m_clusters.push_back({box, pair.pair.nDefectType, last, false});
+    }
     m_pairs.push_back(pair);
-    m_pairs.back().cluster = number;
+    m_pairs.back().cluster = last;
 }
 
 int PairClusters::RootOf(int cluster)
@@ -43,6 +60,21 @@ int PairClusters::RootOf(int cluster)
     return cluster;
 }
 
+/// Lists every cluster in each stretch of columns that it reaches into: two that are within the distance share one.
+void PairClusters::ListByColumns()
+{
+    m_places.clear();
+    for (const int number : m_sorted)
+    {
+        const StreamBox& box = m_clusters[static_cast<std::size_t>(number)].box;
+        const int first = std::max(box.left - m_distance, 0) / nStretch;
+        const int last = (box.right + m_distance) / nStretch;
+        for (int stretch = first; stretch <= last; ++stretch)
+            m_places.push_back({stretch, number, box.top});
+    }
+    std::sort(m_places.begin(), m_places.end());
+}
+
 /// Sweeps until no box has grown: a box that grew can reach one that the sweep had left behind.
 void PairClusters::Join()
 {
@@ -54,18 +86,22 @@ void PairClusters::Join()
     for (bool grown = true; grown;)
     {
         grown = false;
-        std::sort(m_sorted.begin(), m_sorted.end(),
-                  [&](int a, int b) { return at(a).box.top != at(b).box.top ? at(a).box.top < at(b).box.top : a < b; });
+        ListByColumns();
         m_active.clear();
-        for (const int next : m_sorted)
+        int stretch = 0;
+        for (const Place& place : m_places)
         {
+            if (place.stretch != stretch)
+                m_active.clear();
+            stretch = place.stretch;
+            const int next = RootOf(place.cluster);
             Cluster& cluster = at(next);
-            const std::int64_t row = cluster.box.top; // it moves up where the cluster takes others in
             std::erase_if(m_active,
                           [&](int other)
                           {
-                              Cluster& near = at(other);
-                              if (near.box.bottom + m_distance < row)
+                              const int root = RootOf(other);
+                              Cluster& near = at(root);
+                              if (root == next || near.box.bottom + m_distance < place.top)
                                   return true;
                               if (near.type != cluster.type || !near.box.IsWithin(cluster.box, m_distance))
                                   return false;
@@ -80,32 +116,34 @@ void PairClusters::Join()
     }
 }
 
-/// Leaves the clusters in m_sorted by their ends.
+/// Complete is what nothing can reach any more: a box may still grow sideways to any column, over all rows from the top
+/// of one that is not complete. Passes go on until that row stays.
 int PairClusters::MarkComplete(std::int64_t end)
 {
-    const auto at = [this](int i) -> Cluster& { return m_clusters[static_cast<std::size_t>(i)]; };
-    std::sort(m_sorted.begin(), m_sorted.end(),
-              [&](int a, int b)
-              { return at(a).box.bottom != at(b).box.bottom ? at(a).box.bottom > at(b).box.bottom : a < b; });
     int cut = 0;
+    for (const int number : m_sorted)
+        m_clusters[static_cast<std::size_t>(number)].isComplete = true;
     for (const int type : {DefectType_Dark, DefectType_Bright})
     {
-        // A box may still grow sideways to any column, over all rows from its top on.
         std::int64_t reach = end;
-        for (const int i : m_sorted)
+        for (std::int64_t before = reach + 1; reach < before;)
         {
-            Cluster& cluster = at(i);
-            if (cluster.type != type)
-                continue;
-            cluster.isComplete = cluster.box.bottom + m_distance < reach;
-            if (cluster.isComplete)
-                continue;
-            if (end - cluster.box.top <= m_largest)
+            before = reach;
+            for (const int number : m_sorted)
             {
+                Cluster& cluster = m_clusters[static_cast<std::size_t>(number)];
+                if (cluster.type != type || cluster.box.bottom + m_distance < reach ||
+                    end - cluster.box.top > m_largest)
+                    continue;
+                cluster.isComplete = false;
                 reach = std::min(reach, cluster.box.top);
-                continue;
             }
-            cluster.isComplete = true;
+        }
+        for (const int number : m_sorted)
+        {
+            const Cluster& cluster = m_clusters[static_cast<std::size_t>(number)];
+            if (cluster.type != type || cluster.box.bottom + m_distance < reach || end - cluster.box.top <= m_largest)
+                continue;
             cut += cluster.box.bottom + m_distance >= end ? 1 : 0;
             m_cut.push_back(cluster);
         }
@@ -144,22 +182,28 @@ int PairClusters::Settle(std::int64_t end, std::vector<OpenPair>& complete)
 
 void PairClusters::MoveComplete(std::vector<OpenPair>& complete)
 {
-    const std::size_t first = complete.size();
+    // Pairs wait in the order of their arrival and leave in it, cluster by cluster: each has its place by counting.
+    m_starts.assign(m_clusters.size() + 1, complete.size());
     for (OpenPair& pair : m_pairs)
+    {
         pair.cluster = RootOf(pair.cluster);
+        if (m_clusters[static_cast<std::size_t>(pair.cluster)].isComplete)
+            ++m_starts[static_cast<std::size_t>(pair.cluster) + 1];
+    }
+    for (std::size_t i = 1; i < m_starts.size(); ++i)
+        m_starts[i] += m_starts[i - 1] - complete.size();
+    complete.resize(m_starts.back());
     std::erase_if(m_pairs,
                   [&](const OpenPair& pair)
                   {
                       const bool leaves = m_clusters[static_cast<std::size_t>(pair.cluster)].isComplete;
                       if (leaves)
-                          complete.push_back(pair);
+                          complete[m_starts[static_cast<std::size_t>(pair.cluster)]++] = pair;
                       return leaves;
                   });
-    std::sort(complete.begin() + static_cast<std::ptrdiff_t>(first), complete.end(),
-              [](const OpenPair& a, const OpenPair& b)
-              { return a.cluster != b.cluster ? a.cluster < b.cluster : a.order < b.order; });
 
     // The clusters that stay are numbered anew.
+    m_last = {nNone, nNone};
     int count = 0;
     for (std::size_t i = 0; i < m_clusters.size(); ++i)
     {

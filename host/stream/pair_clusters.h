@@ -7,6 +7,7 @@
 // rule: the boxes of two clusters of one polarity are further apart than both distances.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -69,19 +70,39 @@ private:
         bool isComplete;
     };
 
+    /// A cluster in a stretch of columns.
+    struct Place
+    {
+        int stretch;
+        int cluster;
+        std::int64_t top;
+
+        bool operator<(const Place& other) const
+        {
+            return stretch != other.stretch ? stretch < other.stretch
+                                            : (top != other.top ? top < other.top : cluster < other.cluster);
+        }
+    };
+
     int RootOf(int cluster);
+    void ListByColumns();
     void Join();
     int MarkComplete(std::int64_t end);
     int CountNearCut();
     void MoveComplete(std::vector<OpenPair>& complete);
 
+    static constexpr int nNone = -1;
+
     int m_distance;
     int m_largest;
+    std::array<int, 2> m_last = {nNone, nNone}; ///< clusters of the last dark and bright pair since the last Settle
     std::vector<OpenPair> m_pairs;
     std::vector<Cluster> m_clusters;
     std::vector<int> m_sorted;
     std::vector<int> m_active;
-    std::vector<Cluster> m_cut; ///< completed by their size alone
+    std::vector<Place> m_places;
+    std::vector<std::size_t> m_starts; ///< of each cluster's pairs among those that leave
+    std::vector<Cluster> m_cut;        ///< completed by their size alone
 };
 
 } // namespace narvo

@@ -20,6 +20,7 @@ namespace
 
 constexpr std::int64_t nGridRows = std::int64_t{1} << 22; // then zone cells are counted anew
 constexpr std::int64_t nGridAlignment = 1 << 12;
+constexpr int nRepairHops = 4; // rows that a repair looks at first
 constexpr std::int64_t nEndless = std::numeric_limits<std::int64_t>::max() / 4;
 
 int CheckedWidth(const Recipe& recipe, int width, const StreamSettings& settings)
@@ -117,18 +118,39 @@ void StripStream::Finish()
     InspectWindow(BufferedRows(), true);
 }
 
-/// @return chains of answers that the run does not join
-std::size_t StripStream::RunFrom(const Rows& rows, std::int64_t start, std::int64_t end)
+/// Inspects rows from `start` on; those from `end` on are not there.
+void StripStream::Run(const Rows& rows, std::int64_t start, std::int64_t end)
 {
     const WindowInspection::Outcome outcome =
-        m_inspection->Inspect(rows.pixels + (start - rows.first) * RowLengthOf(m_width),
-                              static_cast<int>(rows.end - start), static_cast<int>(start - m_base), m_base);
+        m_inspection->Inspect(rows.pixels + (start - rows.first) * RowLengthOf(m_width), static_cast<int>(end - start),
+                              static_cast<int>(start - m_base), m_base);
     m_counts.overflows += outcome.overflowed ? 1 : 0;
     m_counts.shortMemory += outcome.shortMemory ? 1 : 0;
-    std::size_t open = 0;
-    for (std::size_t i = 0; i < m_bands.size(); ++i)
-        open += m_bands[i]->Seam().Take(m_inspection->Pairs(static_cast<int>(i)), start, end);
-    return open;
+}
+
+/// Inspects from `start` on once more, for chains that the first run did not join. Most end within a few hops, and a
+/// run over these is enough. @return chains that this does not join
+std::size_t StripStream::RepairFrom(const Rows& rows, std::int64_t start, std::int64_t end)
+{
+    const auto repair = [&](std::int64_t lastRow, std::int64_t until)
+    {
+        ++m_counts.repairs;
+        Run(rows, start, lastRow);
+        ChainSeam::Repair all;
+        for (std::size_t i = 0; i < m_bands.size(); ++i)
+        {
+            const ChainSeam::Repair one =
+                m_bands[i]->Seam().TakeRepair(m_inspection->Pairs(static_cast<int>(i)), start, until);
+            all.open += one.open;
+            all.goesOn = all.goesOn || one.goesOn;
+        }
+        return all;
+    };
+    const std::int64_t soon = m_counts.finalRows + std::int64_t{nRepairHops} * m_plan.hop;
+    if (soon + m_plan.ahead < rows.end)
+        if (const ChainSeam::Repair done = repair(soon + m_plan.ahead, soon); !done.goesOn)
+            return done.open;
+    return repair(rows.end, end).open;
 }
 
 void StripStream::InspectWindow(const Rows& rows, bool last)
@@ -141,25 +163,27 @@ void StripStream::InspectWindow(const Rows& rows, bool last)
     const auto align = [this](std::int64_t row) { return row - row % m_plan.alignment; };
     const std::int64_t highest = rows.first > 0 ? rows.first + m_plan.above : 0;
     std::int64_t start = std::max(highest, align(std::max<std::int64_t>(begin - m_plan.back, 0)));
-    for (const auto& band : m_bands)
-        band->Seam().Begin(begin);
     ++m_counts.windows;
-    std::size_t open = RunFrom(rows, start, end);
+    Run(rows, start, rows.end);
+    std::size_t open = 0;
+    for (std::size_t i = 0; i < m_bands.size(); ++i)
+    {
+        m_bands[i]->Seam().Begin(begin);
+        open += m_bands[i]->Seam().TakeFirst(m_inspection->Pairs(static_cast<int>(i)), start, end);
+    }
     bool repaired = false;
     while (open > 0 && m_plan.step > 0 && start - m_plan.step >= highest)
     {
         start -= m_plan.step;
         repaired = true;
-        ++m_counts.repairs;
-        open = RunFrom(rows, start, end);
+        open = RepairFrom(rows, start, end);
     }
     m_counts.openChains += static_cast<std::int64_t>(open);
     const std::int64_t next = last ? nEndless : end;
-    for (std::size_t i = 0; i < m_bands.size(); ++i)
+    for (const auto& band : m_bands)
     {
-        if (open > 0)
-            m_bands[i]->Seam().TakeRest(m_inspection->Pairs(static_cast<int>(i)), start, end);
-        m_bands[i]->EndWindow(next, repaired);
+        band->Seam().TakeRest();
+        band->EndWindow(next, repaired || open > 0);
     }
     m_counts.finalRows = last ? m_counts.rows : next;
     if (!last)

@@ -64,7 +64,8 @@ private:
     };
     Rows BufferedRows() const;
     void InspectWindow(const Rows& rows, bool last);
-    std::size_t RunFrom(const Rows& rows, std::int64_t start, std::int64_t end);
+    void Run(const Rows& rows, std::int64_t start, std::int64_t end);
+    std::size_t RepairFrom(const Rows& rows, std::int64_t start, std::int64_t end);
 
     CheckedRecipe m_recipe;
     int m_width;
