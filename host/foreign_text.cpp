@@ -96,6 +96,23 @@ std::string PrintableLines(std::string_view text)
     return Escaped(text, true);
 }
 
+std::string Shortened(std::string_view text)
+{
+    if (text.size() <= nShownBytes)
+        return std::string(text);
+    constexpr std::size_t nBegin = nShownBytes * 2 / 3;
+    constexpr std::size_t nEnd = nShownBytes / 3;
+    const auto isInside = [&](std::size_t place) { return (static_cast<unsigned char>(text[place]) & 0xc0U) == 0x80; };
+    // No letter of at most four bytes is cut; other bytes are no letters anyway.
+    std::size_t begin = nBegin;
+    for (int i = 0; i < 3 && isInside(begin); ++i)
+        --begin;
+    std::size_t end = text.size() - nEnd;
+    for (int i = 0; i < 3 && isInside(end); ++i)
+        ++end;
+    return std::string(text.substr(0, begin)) + "..." + std::string(text.substr(end));
+}
+
 std::string TableCell(std::string_view text)
 {
     constexpr std::string_view formula = "=+-@'\t\r\n";

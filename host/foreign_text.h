@@ -2,6 +2,7 @@
 // Text that comes from outside, as names of files and keys of recipes, on its way to a terminal or into a table.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -14,6 +15,11 @@ std::string Printable(std::string_view text);
 
 /// The same for text of several lines, whose line ends stay.
 std::string PrintableLines(std::string_view text);
+
+/// A text that no line of a message is too long for: where it has more than nShownBytes, its beginning and its end with
+/// "..." between them. Names of files in use stay whole but for the longest.
+constexpr std::size_t nShownBytes = 1000;
+std::string Shortened(std::string_view text);
 
 /// A cell of a CSV table: quoted where it holds commas, quotes or line ends. A text that begins with = + - @ ' or a
 /// tab, carriage return or line feed gets an apostrophe in front, without which spreadsheets take such a text for a

@@ -17,7 +17,8 @@ constexpr std::int64_t nImageSideLimit = 1048576;
 /// Bytes of a decoded image for each pixel that an image may have: colours at full size, wide colours at half of it.
 constexpr std::int64_t nBytesPerMaxPixel = 4;
 
-constexpr std::size_t nRecipeByteLimit = 16777216; ///< of a recipe's text
+constexpr std::size_t nRecipeByteLimit = 16777216; ///< of a recipe's text, of rules, of the boxes of one image
+constexpr std::size_t nSetByteLimit = 67108864;    ///< of the boxes of all images of a set in one file
 constexpr std::size_t nRegionLimit = 10000;
 constexpr std::size_t nCornerLimit = 10000;     ///< of a region that is a polygon
 constexpr std::size_t nTableEntryLimit = 65536; ///< one for each 16 pixels of the longest side

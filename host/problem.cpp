@@ -31,7 +31,7 @@ std::size_t CountOf(const Problem& problem)
 
 std::string Problem::Text() const
 {
-    return Printable(field + ": " + value + "; allowed: " + allowed);
+    return Printable(Shortened(field) + ": " + Shortened(value) + "; allowed: " + allowed);
 }
 
 std::vector<Problem> FirstOf(std::vector<Problem> found)

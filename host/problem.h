@@ -17,7 +17,8 @@ struct Problem
     std::string value;   ///< what was found there
     std::string allowed; ///< what would have been right
 
-    /// "field: value; allowed: range", one line that a terminal shows as it stands.
+    /// "field: value; allowed: range", one line that a terminal shows as it stands. Long fields and values are shown by
+    /// their beginning and end.
     std::string Text() const;
     bool operator==(const Problem& other) const = default;
 };

@@ -13,7 +13,9 @@
 #include <nlohmann/json.hpp>
 
 #include "host/file/input_file.h"
+#include "host/limits.h"
 #include "host/problem.h"
+#include "host/recipe/recipe_file.h"
 
 namespace narvo
 {
@@ -30,9 +32,13 @@ constexpr double dCoordinateHigh = 1048576.0;
     throw HostError({{place, value, allowed}});
 }
 
+/// A byte-order mark is no part of the first line.
 std::string TextOf(const std::filesystem::path& file)
 {
-    return ReadTextFile(file, "boxes " + file.string(), "a readable text file");
+    std::string text = ReadShortFile(file, "boxes " + file.string(), nRecipeByteLimit, "a readable text file");
+    if (text.starts_with("\xef\xbb\xbf"))
+        text.erase(0, 3);
+    return text;
 }
 
 /// Calls `take(line, place)` for each line that is not blank.
@@ -83,26 +89,35 @@ bool FindElement(const std::filesystem::path& file, const std::string& text, con
     return false;
 }
 
-std::string WithoutComments(std::string text)
+/// Without what stands between <!-- and -->, to the end where it is not closed.
+std::string WithoutComments(std::string_view text)
 {
-    for (std::size_t begin = text.find("<!--"); begin != std::string::npos; begin = text.find("<!--", begin))
-        text.erase(begin, std::max(text.find("-->", begin), begin) - begin + 3); // to the end where it is not closed
-    return text;
+    std::string left;
+    for (std::size_t from = 0; from < text.size();)
+    {
+        const std::size_t begin = std::min(text.find("<!--", from), text.size());
+        left += text.substr(from, begin - from);
+        const std::size_t end = text.find("-->", begin);
+        from = end == std::string_view::npos ? text.size() : end + 3;
+    }
+    return left;
 }
 
 /// The text of an element, with the five entities that every XML reader knows.
-std::string Decoded(std::string text)
+std::string Decoded(std::string_view text)
 {
     constexpr std::pair<std::string_view, char> entities[] = {
         {"&lt;", '<'}, {"&gt;", '>'}, {"&quot;", '"'}, {"&apos;", '\''}, {"&amp;", '&'}};
-    for (std::size_t place = text.find('&'); place != std::string::npos; place = text.find('&', place + 1))
-        for (const auto& [entity, sign] : entities)
-            if (text.compare(place, entity.size(), entity) == 0)
-            {
-                text.replace(place, entity.size(), 1, sign);
-                break;
-            }
-    return text;
+    std::string decoded;
+    while (!text.empty())
+    {
+        const auto* const found = std::find_if(std::begin(entities), std::end(entities),
+                                               [&](const auto& entity) { return text.starts_with(entity.first); });
+        const bool isEntity = found != std::end(entities);
+        decoded += isEntity ? found->second : text.front();
+        text.remove_prefix(isEntity ? found->first.size() : 1);
+    }
+    return decoded;
 }
 
 std::string Trimmed(const std::string& text)
@@ -272,7 +287,16 @@ std::vector<TrueBox> ReadVocBoxes(const std::filesystem::path& file, std::string
 std::optional<std::map<std::string, std::vector<TrueBox>>> ReadCocoBoxes(const std::filesystem::path& file)
 {
     const std::string name = "boxes " + file.string();
-    const json document = json::parse(TextOf(file), nullptr, false);
+    const std::string text = ReadShortFile(file, name, nSetByteLimit);
+    json document;
+    try
+    {
+        document = ParseJsonText(text, name, nSetByteLimit);
+    }
+    catch (const HostError&)
+    {
+        return std::nullopt; // of another use; where there is no other layout, EvaluationSet reads it once more
+    }
     if (!document.is_object() || !document.contains("images") || !document.contains("annotations"))
         return std::nullopt;
     for (const char* list : {"images", "annotations"})

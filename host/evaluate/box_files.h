@@ -32,7 +32,7 @@ std::vector<std::string> ReadClassNames(const std::filesystem::path& file);
 std::vector<TrueBox> ReadVocBoxes(const std::filesystem::path& file, std::string& image);
 
 /// Boxes by the image's file name, from a COCO file; images without annotations have none. @return nothing for another
-/// file than an object with images and annotations @throws HostError
+/// file than an object with images and annotations @throws HostError, also for more than nSetByteLimit bytes
 std::optional<std::map<std::string, std::vector<TrueBox>>> ReadCocoBoxes(const std::filesystem::path& file);
 
 } // namespace narvo

@@ -14,6 +14,7 @@
 #include "host/evaluate/box_files.h"
 #include "host/file/input_file.h"
 #include "host/image/image_header.h"
+#include "host/limits.h"
 #include "host/problem.h"
 #include "host/recipe/recipe_file.h"
 
@@ -202,13 +203,19 @@ private:
         return !m_set.images.empty() || !m_found.empty();
     }
 
+    static void RequireJson(const fs::path& file)
+    {
+        const std::string name = "boxes " + file.string();
+        ParseJsonText(ReadShortFile(file, name, nSetByteLimit), name, nSetByteLimit);
+    }
+
     /// A folder that has no other layout may be meant as COCO's with a damaged file.
     void RequireWholeJson() const
     {
         for (const fs::path& folder : LabelFolders())
             for (const fs::path& file : FilesIn(folder))
                 if (LowerEnding(file) == ".json")
-                    ParseJsonText(ReadTextFile(file, "boxes " + file.string()), "boxes " + file.string());
+                    RequireJson(file);
     }
 
     void AddCoco(const fs::path& annotations)

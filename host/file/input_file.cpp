@@ -75,6 +75,28 @@ void ReadStreamPieces(int descriptor, const std::string& name, const char* wante
     }
 }
 
+std::string ReadShortFile(const std::filesystem::path& file, const std::string& name, std::uintmax_t most,
+                          const char* wanted)
+{
+    const Descriptor descriptor = OpenRegular(file, name, wanted);
+    const auto require = [&](std::uintmax_t bytes)
+    {
+        if (bytes > most)
+            throw HostError({{name, std::to_string(bytes) + " bytes", "at most " + std::to_string(most) + " bytes"}});
+    };
+    struct stat status;
+    if (fstat(descriptor.Number(), &status) == 0)
+        require(static_cast<std::uintmax_t>(status.st_size));
+    std::string text;
+    ReadStreamPieces(descriptor.Number(), name, wanted,
+                     [&](const char* bytes, std::size_t count)
+                     {
+                         require(text.size() + count); // it may grow while it is read
+                         text.append(bytes, count);
+                     });
+    return text;
+}
+
 std::string ReadTextFile(const std::filesystem::path& file, const std::string& name, const char* wanted)
 {
     std::string text;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -21,7 +22,12 @@ void ReadFilePieces(const std::filesystem::path& file, const std::string& name, 
 void ReadStreamPieces(int descriptor, const std::string& name, const char* wanted,
                       const std::function<void(const char*, std::size_t)>& take);
 
-/// All of a file. @throws HostError when it is no regular file or cannot be read
+/// All of a file of at most `most` bytes; a longer one is not read.
+/// @throws HostError when it is longer, no regular file or cannot be read
+std::string ReadShortFile(const std::filesystem::path& file, const std::string& name, std::uintmax_t most,
+                          const char* wanted = "a readable JSON file");
+
+/// All of a file of any size. @throws HostError when it is no regular file or cannot be read
 std::string ReadTextFile(const std::filesystem::path& file, const std::string& name,
                          const char* wanted = "a readable JSON file");
 

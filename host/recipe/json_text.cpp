@@ -100,16 +100,10 @@ private:
 
 } // namespace
 
-void CheckJsonSize(std::uintmax_t bytes, const std::string& name)
+json ParseJsonText(const std::string& text, const std::string& name, std::size_t most)
 {
-    if (bytes > nRecipeByteLimit)
-        throw HostError({{name, std::to_string(bytes) + " bytes",
-                          "at most " + std::to_string(nRecipeByteLimit) + " bytes of JSON"}});
-}
-
-json ParseJsonText(const std::string& text, const std::string& name)
-{
-    CheckJsonSize(text.size(), name);
+    if (text.size() > most)
+        throw HostError({{name, std::to_string(text.size()) + " bytes", "at most " + std::to_string(most) + " bytes"}});
     Walk walk(name);
     try
     {

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Recipes as files, and the images beside them.
-#include <cstdint>
 #include <string>
-#include <system_error>
 #include <type_traits>
 
 #include <nlohmann/json.hpp>
 
 #include "host/file/input_file.h"
 #include "host/file/output_file.h"
+#include "host/limits.h"
 #include "host/problem.h"
 #include "host/recipe/recipe_file.h"
 #include "host/recipe/recipe_json.h"
@@ -21,10 +20,7 @@ using nlohmann::json;
 json LoadRecipeDocument(const std::filesystem::path& file)
 {
     const std::string name = "recipe " + file.string();
-    std::error_code error;
-    if (const std::uintmax_t bytes = std::filesystem::file_size(file, error); !error)
-        CheckJsonSize(bytes, name); // before it is read
-    return ParseJsonText(ReadTextFile(file, name), name);
+    return ParseJsonText(ReadShortFile(file, name, nRecipeByteLimit), name);
 }
 
 CheckedRecipe LoadRecipe(const std::filesystem::path& file)

@@ -2,6 +2,7 @@
 // The recipe's JSON form and its files: what reads gives checked recipes, what is written reads back alike.
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -11,6 +12,7 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "host/image/grey_image.h"
+#include "host/limits.h"
 #include "host/recipe/checked_recipe.h"
 #include "host/recipe/recipe.h"
 
@@ -47,7 +49,7 @@ std::vector<CheckedRecipe> ParseRecipes(const nlohmann::json& document, const st
 
 /// JSON from its text; `name` says in problems what was read. @throws HostError when it is none, too long or nested
 /// too deeply, or where an object holds a key twice
-nlohmann::json ParseJsonText(const std::string& text, const std::string& name);
+nlohmann::json ParseJsonText(const std::string& text, const std::string& name, std::size_t most = nRecipeByteLimit);
 
 /// JSON from a file. @throws HostError as ParseJsonText, or when unreadable
 nlohmann::json LoadRecipeDocument(const std::filesystem::path& file);

@@ -3,7 +3,6 @@
 // these files alone: what others read and write by is recipe_file.h.
 #pragma once
 
-#include <cstdint>
 #include <filesystem>
 #include <string>
 
@@ -19,9 +18,6 @@ constexpr const char* szRegions = "regions";
 constexpr const char* szMarginFrame = "margin_frame";
 constexpr const char* szDeadZones = "dead_zones";
 constexpr const char* szCameraFeatures = "camera.features";
-
-/// @throws HostError where a JSON text of that length is too long
-void CheckJsonSize(std::uintmax_t bytes, const std::string& name);
 
 /// One region, by a document without a list of regions; a region without a name gets `nameOfUnnamed`. @throws HostError
 /// as ParseRecipe

@@ -89,6 +89,12 @@ std::string ImageLineText(const ordered_json& document)
     return document.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
 }
 
+bool MayBeCutImageLine(std::string_view text)
+{
+    static const std::string begin = "{\"version\":" + std::to_string(nImageLineVersion) + ",\"image\":\"";
+    return text.substr(0, begin.size()) == std::string_view(begin).substr(0, text.size());
+}
+
 ImageLine ReadImageLine(const std::string& text, const std::string& name)
 {
     const json document = ParseJsonText(text, name);

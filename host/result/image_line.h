@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -40,6 +41,9 @@ nlohmann::ordered_json ImageLineToJson(const ImageLine& line);
 
 /// The line as it stands in the file, without its end.
 std::string ImageLineText(const nlohmann::ordered_json& document);
+
+/// Whether the text may be a line that was cut while it was written.
+bool MayBeCutImageLine(std::string_view text);
 
 /// A line of a form that this program does not know.
 class OtherVersionError : public HostError

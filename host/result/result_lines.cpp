@@ -178,9 +178,17 @@ ResultLines::~ResultLines() = default;
 
 std::unique_ptr<ResultLines::Files> ResultLines::Beside() const
 {
-    auto files = std::make_unique<Files>(PartOf(LineFile()), PartOf(TableFile()));
-    files->Empty();
-    return files;
+    try
+    {
+        auto files = std::make_unique<Files>(PartOf(LineFile()), PartOf(TableFile()));
+        files->Empty();
+        return files;
+    }
+    catch (const WriteError&)
+    {
+        RemoveParts();
+        throw;
+    }
 }
 
 void ResultLines::RemoveParts() const
@@ -244,7 +252,11 @@ void ResultLines::Resume()
         for (std::size_t number = 1; std::getline(stream, text); ++number)
         {
             ImageLine line;
-            const bool whole = !stream.eof() && ReadLine(text, number, line);
+            const bool cut = stream.eof();
+            if (cut && !MayBeCutImageLine(text))
+                m_damage.push_back({"file " + LineFile().string() + ", line " + std::to_string(number),
+                                    "no line of narvo inspect, without an end", "lines as narvo inspect writes them"});
+            const bool whole = !cut && ReadLine(text, number, line);
             if (whole && line.recipe != m_options.recipe)
                 RefuseFile(LineFile(), "made by another recipe",
                            "the same recipe, another output, or --overwrite to begin afresh");

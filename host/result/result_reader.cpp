@@ -9,6 +9,7 @@
 
 #include "host/file/input_file.h"
 #include "host/file/name_text.h"
+#include "host/limits.h"
 #include "host/problem.h"
 #include "host/recipe/recipe_file.h"
 #include "host/result/checked_reader.h"
@@ -78,13 +79,14 @@ void ReadImage(CheckedReader& reader, const json& document, const std::string& w
 std::vector<SavedResult> LoadResults(const std::filesystem::path& file)
 {
     const std::string name = "result " + file.string();
-    const std::string text = ReadTextFile(file, name);
+    const bool isLines = file.extension() == ".jsonl";
+    const std::string text = isLines ? ReadTextFile(file, name) : ReadShortFile(file, name, nRecipeByteLimit);
     const HostError none({{name, "no list of blobs", "a result file as narvo inspect writes it"}});
     CheckedReader reader(name);
     std::vector<SavedResult> saved;
     const auto isResult = [](const json& document)
     { return document.is_object() && (document.contains("blobs") || document.contains("regions")); };
-    if (file.extension() == ".jsonl")
+    if (isLines)
     {
         std::istringstream stream(text);
         std::size_t number = 0;

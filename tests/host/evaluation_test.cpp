@@ -463,12 +463,14 @@ TEST(EvaluationSet, VocIsReadAsXmlIs)
 
 TEST(EvaluationSet, DeepAndAmbiguousCocoIsRefusedInAShortLine)
 {
-    const std::string deep = std::string(200000, '[') + std::string(200000, ']');
+    const std::string deep = std::string(10, '[') + std::string(10, ']');
+    const std::string deeper = std::string(200000, '[') + std::string(200000, ']');
     const auto coco = [](const std::string& images, const std::string& annotations)
     { return R"({"images": [)" + images + R"(], "annotations": [)" + annotations + "]}"; };
     const std::string image = R"({"id": 1, "file_name": "a.png"})";
     EXPECT_EQ(ProblemWith("a.json", coco(image, R"({"image_id": 1, "bbox": )" + deep + "}")).value, "an array");
     EXPECT_EQ(ProblemWith("a.json", coco(image, R"({"image_id": )" + deep + "}")).value, "an array");
+    EXPECT_EQ(ProblemWith("a.json", coco(image, R"({"image_id": )" + deeper + "}")).value, "nested more than 16 deep");
     EXPECT_EQ(ProblemWith("a.json", coco(image + ", " + image, "")).value, "id 1 given twice");
     EXPECT_EQ(ProblemWith("a.json", coco(R"({"id": 18446744073709551615, "file_name": "a.png"})", "")).value,
               "18446744073709551615");

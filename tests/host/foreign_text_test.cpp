@@ -48,6 +48,21 @@ TEST(ForeignText, ProblemIsOneLineThatATerminalShows)
     EXPECT_STREQ(HostError({problem}).what(), "image a\\nb.png: \\x1b[31m; allowed: x");
 }
 
+TEST(ForeignText, LongFieldsAndValuesAreShownByBeginningAndEnd)
+{
+    EXPECT_EQ(Shortened(std::string(1000, 'a')), std::string(1000, 'a'));
+    EXPECT_EQ(Shortened(std::string(500, 'a') + std::string(501, 'b')),
+              std::string(500, 'a') + std::string(166, 'b') + "..." + std::string(333, 'b'));
+    // No letter is cut.
+    std::string letters;
+    for (int i = 0; i < 600; ++i)
+        letters += "\u00e4";
+    for (const char* before : {"", "x"})
+        EXPECT_EQ(Printable(Shortened(before + letters)), Shortened(before + letters));
+    const Problem problem = {std::string(5000, 'f'), std::string(std::size_t{1} << 20U, 'v'), "x"};
+    EXPECT_LT(problem.Text().size(), 2100U);
+}
+
 TEST(ForeignText, CellsAreQuotedWhereTheyHaveToBe)
 {
     EXPECT_EQ(TableCell("panel 1.png"), "panel 1.png");

@@ -129,7 +129,7 @@ TEST(RecipeLimits, LongTextsAreRefused)
 {
     const TestFolder folder;
     const std::string text = "{\"version\": 1" + std::string(nRecipeByteLimit, ' ') + "}";
-    const std::string most = "at most 16777216 bytes of JSON";
+    const std::string most = "at most 16777216 bytes";
     EXPECT_THAT(ProblemsOf([&] { ParseJsonText(text, "recipe"); }),
                 ElementsAre(IsProblem("recipe", std::to_string(text.size()) + " bytes", most)));
     std::ofstream(folder / "a.json") << text;

@@ -107,7 +107,7 @@ TEST_F(NarvoResume, ForeignFileIsRefusedAndLeftAsItIs)
     EXPECT_THAT(version.error, HasSubstr("narvo: file results.jsonl, line 2, version: 99; allowed: 1"));
     EXPECT_EQ(ReadText(folder / "results.jsonl"), newer);
 
-    for (const char* text : {"{\"name\": 1}\n{\"name\": 2}\n", "a text\n"})
+    for (const char* text : {"{\"name\": 1}\n{\"name\": 2}\n", "a text\n", "{\"version\":1,\"name\":2}", "a text"})
     {
         std::ofstream(folder / "results.jsonl") << text;
         const Outcome outcome = Run("--resume");

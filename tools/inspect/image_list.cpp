@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstring>
 #include <iostream>
 #include <set>
@@ -88,10 +89,15 @@ std::vector<std::string> ReadList(const std::string& list)
     if (text.starts_with("\xef\xbb\xbf"))
         text.erase(0, 3); // a byte-order mark, which is no part of the first name
     std::istringstream lines(text);
+    std::size_t number = 0;
     for (std::string line; std::getline(lines, line);)
     {
+        ++number;
         if (!line.empty() && line.back() == '\r')
             line.pop_back();
+        if (line.size() >= PATH_MAX)
+            throw HostError({{field + ", line " + std::to_string(number), std::to_string(line.size()) + " bytes",
+                              "the name of an image, at most " + std::to_string(PATH_MAX - 1) + " bytes"}});
         if (!line.empty())
             names.push_back(fs::path(line).lexically_normal().string());
     }

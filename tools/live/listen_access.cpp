@@ -11,6 +11,7 @@
 #include <netinet/in.h>
 
 #include "host/file/input_file.h"
+#include "host/limits.h"
 #include "host/problem.h"
 
 namespace narvo::tools
@@ -34,7 +35,7 @@ std::string ReadToken(const std::filesystem::path& file)
     const std::string name = "--listen-token " + file.string();
     const std::string allowed = std::to_string(nLeastToken) + " to " + std::to_string(nMostToken) +
                                 " letters, digits and - . _ ~ in the file's first line";
-    std::string token = ReadTextFile(file, name, "a readable file with a token in its first line");
+    std::string token = ReadShortFile(file, name, nRecipeByteLimit, "a readable file with a token in its first line");
     token.resize(std::min(token.find('\n'), token.size()));
     if (!token.empty() && token.back() == '\r')
         token.pop_back();

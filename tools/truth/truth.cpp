@@ -14,6 +14,7 @@
 #include "host/file/name_text.h"
 #include "host/file/output_file.h"
 #include "host/foreign_text.h"
+#include "host/limits.h"
 #include "host/problem.h"
 #include "host/recipe/recipe_file.h"
 
@@ -31,7 +32,7 @@ constexpr int nTruthVersion = 1;
 /// A file of another name holds JSON where it begins as one.
 bool IsJson(const std::filesystem::path& file, const std::string& text)
 {
-    const std::size_t first = text.find_first_not_of(" \t\r\n");
+    const std::size_t first = text.find_first_not_of(" \t\r\n", text.starts_with("\xef\xbb\xbf") ? 3 : 0);
     return file.extension() == ".json" || (first != std::string::npos && text[first] == '{');
 }
 
@@ -112,7 +113,7 @@ void SaveTruth(const std::filesystem::path& file, const std::string& imageName, 
 std::vector<TruthDefect> LoadTruth(const std::filesystem::path& file)
 {
     const std::string name = "truth " + file.string();
-    const std::string text = ReadTextFile(file, name);
+    const std::string text = ReadShortFile(file, name, nRecipeByteLimit);
     if (!IsJson(file, text))
         return DefectsOf(ReadBoxLines(file));
     const json document = ParseJsonText(text, name);

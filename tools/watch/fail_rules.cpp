@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/file/input_file.h"
+#include "host/limits.h"
 #include "host/problem.h"
 #include "host/recipe/recipe_file.h"
 
@@ -96,7 +97,7 @@ void ParsePixelSize(const std::string& text, FailRules& rules, const std::string
 void LoadFailRules(const std::filesystem::path& file, FailRules& rules)
 {
     const std::string name = file.string();
-    const nlohmann::json document = ParseJsonText(ReadTextFile(file, name), name);
+    const nlohmann::json document = ParseJsonText(ReadShortFile(file, name, nRecipeByteLimit), name);
     static constexpr const char* szForm = "{\"version\": 1, \"pixel_size\": \"10x10\", \"fail\": [\"dark,area>=50\"]}";
     if (!document.is_object())
         throw HostError({{name, "no object", szForm}});

@@ -8,6 +8,7 @@
 
 #include "host/file/input_file.h"
 #include "host/file/name_text.h"
+#include "host/limits.h"
 #include "host/problem.h"
 
 namespace narvo::tools
@@ -60,7 +61,7 @@ MqttAddress ParseMqttAddress(const std::string& text)
 
 MqttLogin ReadMqttLogin(const std::string& file)
 {
-    const std::string text = ReadTextFile(file, "file " + file);
+    const std::string text = ReadShortFile(file, "file " + file, nRecipeByteLimit);
     const auto line = [&](std::size_t begin)
     {
         const std::size_t end = std::min(text.find('\n', begin), text.size());

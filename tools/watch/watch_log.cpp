@@ -57,6 +57,7 @@ WatchLog::WatchLog(const std::filesystem::path& file, std::string recipe, Start 
 void WatchLog::Resume()
 {
     constexpr std::uint64_t nPiece = 65536;
+    constexpr std::uint64_t nLongestBegin = 100; // enough of a line to know it by
     const auto startOfLineBefore = [&](std::uint64_t end)
     {
         while (end > 0)
@@ -81,7 +82,7 @@ void WatchLog::Resume()
         if (line.value("recipe", nlohmann::json()) != m_recipe)
             RefuseLog(m_file.Path(), "results of another recipe", "the recipe of the earlier run, or another name");
     }
-    else if (m_dropped > 0 && m_file.Read(0, 1) != "{")
+    else if (!MayBeCutImageLine(m_file.Read(0, std::min<std::uint64_t>(m_dropped, nLongestBegin))))
         RefuseLog(m_file.Path(), "not a result file of narvo watch", "the file of an earlier narvo watch");
     m_file.CutTo(end);
     ForEachText([&](const std::string&) { ++m_lines; });
