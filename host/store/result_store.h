@@ -24,6 +24,13 @@ public:
     using WriteError::WriteError;
 };
 
+/// The database is no longer where it was when it was opened; what is written to it is not there for others.
+class StoreGoneError : public WriteError
+{
+public:
+    using WriteError::WriteError;
+};
+
 enum RunStart : int
 {
     RunStart_New,      ///< refuses a run that is there

@@ -79,7 +79,7 @@ std::string UriOf(const std::string& file, const char* parameters)
 class SqliteDatabase : public SqlDatabase
 {
 public:
-    SqliteDatabase(std::string file, StoreAccess access) : m_file(std::move(file))
+    SqliteDatabase(std::string file, StoreAccess access) : m_file(std::move(file)), m_access(access)
     {
         CheckFile(access);
         if (access == StoreAccess_Read)
@@ -92,7 +92,12 @@ public:
     // At once for writing: a transaction that reads first could not become one that writes beside another.
     void Begin() override { Execute("BEGIN IMMEDIATE"); }
     void BeginReading() override { Execute("BEGIN"); }
-    void Commit() override { Execute("COMMIT"); }
+    void Commit() override
+    {
+        Execute("COMMIT");
+        if (m_access == StoreAccess_Write)
+            RequireInPlace();
+    }
     void Rollback() noexcept override
     {
         if (sqlite3_get_autocommit(m_connection.get()) == 0)
@@ -207,8 +212,20 @@ private:
             else if (tries == nBusyMilliseconds / nLockPause)
                 break; // a file system without shared memory: the older journal, which is as safe and slower
         }
+        m_hasLog = Text("PRAGMA journal_mode") == "wal";
         // An acknowledged image outlives a power failure: the log is on the disk when a commit returns.
         Execute("PRAGMA synchronous = FULL");
+    }
+
+    /// What is committed to a file that is no longer under its name, or to such a log, is not there for anybody.
+    void RequireInPlace() const
+    {
+        int moved = 0;
+        sqlite3_file_control(m_connection.get(), "main", SQLITE_FCNTL_HAS_MOVED, &moved);
+        std::error_code error;
+        if (moved != 0 || (m_hasLog && !fs::exists(m_file + "-wal", error)))
+            throw StoreGoneError({{"--store " + m_file, "removed or replaced during the run",
+                                   "a file that nothing else touches during a run; --resume adds what it lacks"}});
     }
 
     static int Bind(sqlite3_stmt* statement, int place, const SqlValue& value)
@@ -290,6 +307,8 @@ private:
     }
 
     std::string m_file;
+    StoreAccess m_access;
+    bool m_hasLog = false; ///< a second file, beside the first, of which a commit becomes a part
     // The statements go before the connection that they belong to.
     std::unique_ptr<sqlite3, CloseConnection> m_connection;
     std::map<std::string, std::unique_ptr<sqlite3_stmt, FinalizeStatement>> m_statements;

@@ -157,25 +157,35 @@ bool StoreWriter::Pause(std::chrono::milliseconds pause, Clock::time_point away)
 
 bool StoreWriter::Write(const std::vector<StoredImage>& some)
 {
-    const Clock::time_point begin = Clock::now();
     std::chrono::milliseconds pause = m_options.shortestPause;
-    for (bool away = false;; away = true)
+    while (!m_gone)
     {
         try
         {
             m_store->Add(m_run, some);
-            if (away)
+            if (m_away)
                 Tell("store: " + m_store->Place() + " is back");
+            m_away.reset();
             return true;
+        }
+        catch (const StoreGoneError& error)
+        {
+            if (m_options.policy != StorePolicy_Drop)
+                throw;
+            Tell("store: " + error.Problems().front().Text());
+            m_gone = true;
         }
         catch (const WriteError& error)
         {
             const bool live = m_options.policy == StorePolicy_Drop;
             if (!live && dynamic_cast<const StoreAwayError*>(&error) == nullptr)
                 throw;
-            if (!away)
+            if (!m_away)
+            {
+                m_away = Clock::now();
                 Tell("store: " + error.Problems().front().Text() + "; trying again");
-            if (!Pause(pause, begin))
+            }
+            if (!Pause(pause, *m_away))
             {
                 if (live)
                     return false;
@@ -191,6 +201,7 @@ bool StoreWriter::Write(const std::vector<StoredImage>& some)
             return false;
         }
     }
+    return false;
 }
 
 } // namespace narvo

@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -85,6 +86,8 @@ private:
     std::size_t m_blobs = 0; ///< of all that wait
     std::size_t m_written = 0;
     std::size_t m_dropped = 0;
+    bool m_gone = false;                     ///< the store took its last image; of the thread
+    std::optional<Clock::time_point> m_away; ///< since when, over all transactions; of the thread
     bool m_ending = false;
     bool m_flushing = false;
     Clock::time_point m_asked; ///< when somebody began to wait for the end

@@ -312,6 +312,35 @@ TEST(FileStore, EndsARunWhenItsFileCannotGrow)
     EXPECT_EQ(ImagesOf(*store, store->Runs().at(0).number).size(), acknowledged);
 }
 
+TEST(FileStore, SaysThatItsFileOrItsLogIsGone)
+{
+    const auto add = [](auto disturb)
+    {
+        const TestFolder folder;
+        std::filesystem::create_directory(folder / "place");
+        const std::string file = folder / "place/s.sqlite";
+        const auto store = OpenResultStore(file, StoreAccess_Write);
+        const std::int64_t run = store->BeginRun(RandomRun(1), RunStart_New);
+        store->Add(run, RandomImages(1, 2));
+        disturb(folder, file);
+        return ProblemsOf([&] { store->Add(run, RandomImages(2, 1)); });
+    };
+    const auto gone = ElementsAre(Field(&Problem::value, "removed or replaced during the run"));
+    EXPECT_THAT(add([](const TestFolder&, const std::string&) {}), testing::IsEmpty());
+    EXPECT_THAT(add([](const TestFolder&, const std::string& file) { std::filesystem::remove(file); }), gone);
+    EXPECT_THAT(add([](const TestFolder&, const std::string& file) { std::filesystem::remove(file + "-wal"); }), gone);
+    EXPECT_THAT(add([](const TestFolder& folder, const std::string&)
+                    { std::filesystem::rename(folder / "place", folder / "other"); }),
+                gone);
+    EXPECT_THAT(add(
+                    [](const TestFolder& folder, const std::string&)
+                    {
+                        std::filesystem::rename(folder / "place", folder / "other");
+                        std::filesystem::copy(folder / "other", folder / "place");
+                    }),
+                gone);
+}
+
 TEST(FileStore, WaitsForAnotherWritersTransactionAndSaysSo)
 {
     const TestFolder folder;

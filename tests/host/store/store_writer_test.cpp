@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The writer's queue, over a store that the test opens and shuts.
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <future>
@@ -25,6 +26,7 @@ struct Gate
     bool away = false; ///< a call fails, and may succeed later
     bool broken = false;
     int calls = 0;
+    std::vector<std::int64_t> tried; ///< the first image of each call
     std::vector<std::int64_t> kept;
 
     void Set(bool Gate::*member, bool value)
@@ -47,6 +49,7 @@ public:
     {
         std::unique_lock lock(m_gate.mutex);
         ++m_gate.calls;
+        m_gate.tried.push_back(images.front().sequence);
         m_gate.changed.notify_all();
         m_gate.changed.wait(lock, [&] { return m_gate.open; });
         if (m_gate.away)
@@ -236,6 +239,33 @@ TEST(StoreWriter, TellsWhatALiveRunLostWhenItEndsWithoutADatabase)
     EXPECT_THAT(ProblemsOf([&] { writer.Flush(); }),
                 testing::ElementsAre(testing::Field(&Problem::value, "2 images not written, the database is away")));
     EXPECT_EQ(writer.Dropped(), 2U);
+}
+
+TEST(StoreWriter, HasOnePatienceForAllThatWaits)
+{
+    Gate gate;
+    gate.open = false;
+    gate.away = true;
+    StoreWriterOptions options;
+    options.policy = StorePolicy_Drop;
+    options.shortestPause = std::chrono::milliseconds(1);
+    options.patience = std::chrono::milliseconds(30);
+    std::vector<std::string> told;
+    options.tell = [&](const std::string& line) { told.push_back(line); };
+    {
+        StoreWriter writer(std::make_unique<GatedStore>(gate), 1, options);
+        for (int i = 0; i < 200; ++i)
+            EXPECT_TRUE(writer.Add(Numbered(i)));
+        gate.Set(&Gate::open, true);
+        EXPECT_THROW(writer.Flush(), WriteError);
+        EXPECT_EQ(writer.Dropped(), 200U);
+    }
+    // The first transaction is tried until the patience ends, those behind it once each.
+    const auto others =
+        std::find_if(gate.tried.begin(), gate.tried.end(), [](std::int64_t image) { return image != 0; });
+    EXPECT_GE(std::distance(others, gate.tried.end()), 3);
+    EXPECT_EQ(std::adjacent_find(others, gate.tried.end()), gate.tried.end());
+    EXPECT_EQ(told.size(), 1U);
 }
 
 TEST(StoreWriter, RefusesAnImageThatCannotBeKeptBeforeItWaits)
