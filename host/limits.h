@@ -33,4 +33,8 @@ constexpr std::size_t nListedProblems = 100; ///< of one call; the others are co
 constexpr int nLaneLimit = 256;
 constexpr int nBlobLimit = 1000000;
 
+/// Images and defects that statistics are made of together.
+constexpr std::size_t nLotImageLimit = 10'000'000;
+constexpr std::size_t nLotDefectLimit = 10'000'000;
+
 } // namespace narvo

@@ -29,6 +29,9 @@ void AddGoldenCommand(CLI::App& app, Action& action);
 /// `narvo report`: writes results as one self-contained HTML page.
 void AddReportCommand(CLI::App& app, Action& action);
 
+/// `narvo lot`: finds what the images of a store have in common.
+void AddLotCommand(CLI::App& app, Action& action);
+
 /// `narvo export`: writes defects in the forms of other programs.
 void AddExportCommand(CLI::App& app, Action& action);
 

@@ -2,6 +2,7 @@
 // Sums of probabilities.
 #include "host/statistics/count_bounds.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace narvo
@@ -47,6 +48,20 @@ bool HasTailAbove(std::size_t found, std::size_t trials, double share, double ri
     return sum > enough;
 }
 
+/// By Stirling's series, whose error lies below 1e-12 from 16 on; std::lgamma writes a global variable.
+double LogFactorial(double number)
+{
+    constexpr double dSeries = 16.0;
+    constexpr double dHalfLogTwoPi = 0.918938533204672742;
+    double below = 0.0;
+    double value = number + 1.0;
+    for (; value < dSeries; value += 1.0)
+        below += std::log(value);
+    const double inverse = 1.0 / (value * value);
+    return (value - 0.5) * std::log(value) - value + dHalfLogTwoPi +
+           (1.0 / 12.0 - (1.0 / 360.0 - (1.0 / 1260.0 - inverse / 1680.0) * inverse) * inverse) / value - below;
+}
+
 } // namespace
 
 double PoissonBound(std::size_t events)
@@ -75,6 +90,33 @@ double LowerShareBound(std::size_t found, std::size_t trials)
         (HasTailAbove(found, trials, share, dRisk) ? high : low) = share;
     }
     return 0.5 * (low + high);
+}
+
+double BinomialTail(std::size_t found, std::size_t trials, double share)
+{
+    const auto all = static_cast<double>(trials);
+    const auto least = static_cast<double>(found);
+    if (found == 0 || share >= 1.0)
+        return found <= trials ? 1.0 : 0.0;
+    if (found > trials || share <= 0.0)
+        return 0.0;
+    // So far below the mean that no double tells the rest from 1, and the first term need not be one.
+    constexpr double dDeviations = 20.0;
+    if (least < all * share - dDeviations * std::sqrt(all * share * (1.0 - share)) - dDeviations)
+        return 1.0;
+    double term = 1.0;
+    double sum = 1.0;
+    for (std::size_t k = found; k < trials; ++k)
+    {
+        const double ratio = static_cast<double>(trials - k) / static_cast<double>(k + 1) * share / (1.0 - share);
+        term *= ratio;
+        sum += term;
+        if (ratio < 1.0 && term <= 1e-17 * sum)
+            break;
+    }
+    const double logarithm = LogFactorial(all) - LogFactorial(least) - LogFactorial(all - least) +
+                             least * std::log(share) + (all - least) * std::log1p(-share);
+    return std::min(1.0, std::exp(logarithm + std::log(sum)));
 }
 
 double ShareBoundOfNone(std::size_t trials)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// How large a mean or a share may be, by what was counted.
+// How large a mean or a share may be, by what was counted; how probable a count is.
 #pragma once
 
 #include <cstddef>
@@ -17,5 +17,8 @@ double LowerShareBound(std::size_t found, std::size_t trials);
 
 /// The largest share that still gives none in `trials` with probability 0.05; 1 without a trial.
 double ShareBoundOfNone(std::size_t trials);
+
+/// The probability of `found` or more of `trials`, each with probability `share`, 0 to 1.
+double BinomialTail(std::size_t found, std::size_t trials, double share);
 
 } // namespace narvo

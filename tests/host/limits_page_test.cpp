@@ -38,6 +38,8 @@ TEST(LimitsPage, NamesEveryLimit)
           row("`dead_zones`", nDeadZoneHigh),
           row("`max_blobs`", nBlobLimit),
           row("lanes (`-j`, `Inspector(lanes=...)`)", nLaneLimit),
+          row("images of a [lot](lot.md)", nLotImageLimit),
+          row("defects of a lot", nLotDefectLimit),
           "| problems that are listed | the first " + std::to_string(nListedProblems),
           "up to " + std::to_string(nHighestMaxPixels) + " |",
           "beyond " + std::to_string(Inspector::nFirstRoom) + " is taken"})
