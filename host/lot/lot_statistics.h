@@ -40,6 +40,12 @@ struct LotStatistics
 /// @throws HostError for settings outside their range
 LotStatistics MakeLotStatistics(const Lot& lot, const LotSettings& settings);
 
+/// Where a find of a kind lies: "x 700 to 703, y 41", with its region where the lot has several. Printable.
+std::string LotPlaceText(const Lot& lot, int kind, const LotPlace& place);
+
+/// A figure with three digits.
+std::string LotFigure(double value);
+
 /// For a person: some lines for each test and chart. Names are as in the store, and made printable.
 std::string LotText(const Lot& lot, const LotStatistics& statistics);
 

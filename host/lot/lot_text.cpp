@@ -24,14 +24,6 @@ using nlohmann::ordered_json;
 
 constexpr int nLotVersion = 1;
 
-/// Three digits.
-std::string Short(double value)
-{
-    char text[32];
-    std::snprintf(text, sizeof text, "%.3g", value);
-    return text;
-}
-
 std::string Span(int begin, int end)
 {
     return end - begin > 1 ? std::to_string(begin) + " to " + std::to_string(end - 1) : std::to_string(begin);
@@ -42,30 +34,16 @@ std::string NameOf(const Lot& lot, std::size_t image)
     return Printable(lot.images[image].name);
 }
 
-/// Where a find lies.
-std::string WhereText(const Lot& lot, int kind, const LotPlace& place)
-{
-    std::string text;
-    if (kind == LotTest_Column)
-        text = "x " + Span(place.box.left, place.box.right);
-    else if (kind == LotTest_Row)
-        text = "y " + Span(place.box.top, place.box.bottom);
-    else
-        text = "x " + Span(place.box.left, place.box.right) + ", y " + Span(place.box.top, place.box.bottom);
-    if (lot.regions.size() > 1)
-        text = Printable(lot.regions[static_cast<std::size_t>(place.region)].name) + ": " + text;
-    return text;
-}
-
 std::string PlaceLine(const Lot& lot, int kind, const LotPlace& place)
 {
-    const std::string expected = ", by chance " + Short(place.expected) + "; probability " + Short(place.chance);
+    const std::string expected =
+        ", by chance " + LotFigure(place.expected) + "; probability " + LotFigure(place.chance);
     const std::string span =
         ", " + NameOf(lot, place.first) + (place.last > place.first ? " to " + NameOf(lot, place.last) : std::string());
     if (kind == LotTest_Cell)
-        return "  " + WhereText(lot, kind, place) + " of the cell: " + Counted(place.cells, "cell") + expected +
+        return "  " + LotPlaceText(lot, kind, place) + " of the cell: " + Counted(place.cells, "cell") + expected +
                "; in " + Counted(place.images, "image") + span + '\n';
-    return "  " + WhereText(lot, kind, place) + ": " + Counted(place.images, "image") + expected + span + '\n';
+    return "  " + LotPlaceText(lot, kind, place) + ": " + Counted(place.images, "image") + expected + span + '\n';
 }
 
 std::string TestText(const Lot& lot, const LotTest& test)
@@ -98,15 +76,15 @@ std::string ChartText(const Lot& lot, const LotChart& chart, double risk)
 {
     constexpr std::size_t nShown = 3;
     const ControlChart& control = chart.chart;
-    std::string text = chart.name + ": " + Short(control.center) + " " + chart.unit + ", ";
+    std::string text = chart.name + ": " + LotFigure(control.center) + " " + chart.unit + ", ";
     if (chart.group > 1)
         text += std::to_string(chart.group) + " images a point, ";
     if (control.scores.empty())
         return text + "does not vary\n";
-    text += "limits " + Short(std::max(chart.counts ? 0.0 : -1e300, control.center - 3.0 * control.deviation)) +
-            " to " + Short(control.center + 3.0 * control.deviation) + "; " + Counted(control.alarms.size(), "alarm") +
-            " in " + Counted(control.points.size(), "point") + ", by chance " +
-            Short(static_cast<double>(control.points.size()) / dPointsBetweenAlarms) + '\n';
+    text += "limits " + LotFigure(std::max(chart.counts ? 0.0 : -1e300, control.center - 3.0 * control.deviation)) +
+            " to " + LotFigure(control.center + 3.0 * control.deviation) + "; " +
+            Counted(control.alarms.size(), "alarm") + " in " + Counted(control.points.size(), "point") +
+            ", by chance " + LotFigure(static_cast<double>(control.points.size()) / dPointsBetweenAlarms) + '\n';
     for (std::size_t i = 0; i < std::min(nShown, control.alarms.size()); ++i)
     {
         const ChartAlarm& alarm = control.alarms[i];
@@ -117,8 +95,8 @@ std::string ChartText(const Lot& lot, const LotChart& chart, double risk)
         text += "  and " + Counted(control.alarms.size() - nShown, "more alarm") + '\n';
     if (chart.chance <= risk)
         text += "  changes at " + NameOf(lot, chart.first[chart.change.point]) + ", from " +
-                Short(chart.change.before) + " to " + Short(chart.change.after) + "; probability by chance " +
-                Short(chart.chance) + '\n';
+                LotFigure(chart.change.before) + " to " + LotFigure(chart.change.after) + "; probability by chance " +
+                LotFigure(chart.chance) + '\n';
     return text;
 }
 
@@ -169,6 +147,27 @@ ordered_json ChartJson(const Lot& lot, const LotChart& chart, double risk)
 }
 
 } // namespace
+
+std::string LotFigure(double value)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%.3g", value);
+    return text;
+}
+
+std::string LotPlaceText(const Lot& lot, int kind, const LotPlace& place)
+{
+    std::string text;
+    if (kind == LotTest_Column)
+        text = "x " + Span(place.box.left, place.box.right);
+    else if (kind == LotTest_Row)
+        text = "y " + Span(place.box.top, place.box.bottom);
+    else
+        text = "x " + Span(place.box.left, place.box.right) + ", y " + Span(place.box.top, place.box.bottom);
+    if (lot.regions.size() > 1)
+        text = Printable(lot.regions[static_cast<std::size_t>(place.region)].name) + ": " + text;
+    return text;
+}
 
 std::string LotText(const Lot& lot, const LotStatistics& statistics)
 {

@@ -70,6 +70,22 @@ TEST(NarvoLot, FindsTheDefectsThatAllImagesHave)
     EXPECT_EQ(ReadText(folder / "again.json"), ReadText(folder / "lot.json"));
 }
 
+TEST(NarvoLot, IsPartOfTheReportOfARun)
+{
+    const TestFolder folder;
+    MakeRuns(folder);
+    ASSERT_EQ(RunNarvo(folder, {"report", "--store", "s.sqlite", "--run", "lot7", "-o", "lot.html", "-q"}).code, 0);
+    const std::string page = ReadText(folder / "lot.html");
+    EXPECT_THAT(page, HasSubstr("\"comparesImages\":true"));
+    EXPECT_THAT(page, HasSubstr("\"findings\":[[\"place\",\"x "));
+    EXPECT_THAT(page, HasSubstr("\"12 images\",\"0."));
+    // One image has nothing in common with others.
+    ASSERT_EQ(RunNarvo(folder, {"inspect", "panel.png", "-r", "panel.recipe.json", "--store", "s.sqlite", "-q"}).code,
+              0);
+    ASSERT_EQ(RunNarvo(folder, {"report", "--store", "s.sqlite", "-o", "one.html", "-q"}).code, 0);
+    EXPECT_THAT(ReadText(folder / "one.html"), HasSubstr("\"comparesImages\":false,\"findings\":[]"));
+}
+
 TEST(NarvoLot, TakesSeveralRuns)
 {
     const TestFolder folder;

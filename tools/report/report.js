@@ -758,7 +758,25 @@
     byId("charts").replaceChildren(...charts);
   }
 
-  // --- images and recipes ---
+  // --- lot, images and recipes ---
+  function buildLot() {
+    byId("lot-section").hidden = !data.comparesImages;
+    byId("lot-help").textContent = data.findings.length
+      ? "More than chance explains, each kind tested at a risk of 1 %, as by narvo lot."
+      : "Nothing beyond chance: no place, column, row, area or place in the cell that comes back, no change of level.";
+    byId("lot").hidden = data.findings.length === 0;
+    const head = element("tr");
+    for (const [title, text] of [["Kind", true], ["Where", true], ["Shown", true], ["By chance"], ["Probability"]])
+      head.append(element("th", { scope: "col", class: "plain" + (text ? " text" : "") }, title));
+    const body = element("tbody");
+    for (const [what, where, shown, expected, probability] of data.findings)
+      body.append(element("tr", { class: "fixed" }, element("td", { class: "text" }, what),
+        element("td", { class: "text name" }, where), element("td", { class: "text" }, shown),
+        element("td", {}, expected), element("td", {}, probability.toPrecision(2))));
+    byId("lot").append(element("caption", { class: "unseen" }, "What several images show beyond chance"),
+      element("thead", {}, head), body);
+  }
+
   function buildImages() {
     const head = element("tr");
     for (const [title, text] of [["Image", true], ["Size"], ["Defects"], ["Dark"], ["Bright"], ["Pairs"], ["Re-runs"],
@@ -822,6 +840,7 @@
   buildSummary();
   buildHead();
   buildFilters();
+  buildLot();
   buildImages();
   buildRecipes();
   resize();

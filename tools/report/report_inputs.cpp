@@ -15,6 +15,9 @@
 #include "host/foreign_text.h"
 #include "host/image/grey_image.h"
 #include "host/inspect/batch.h"
+#include "host/limits.h"
+#include "host/lot/lot_reader.h"
+#include "host/lot/lot_statistics.h"
 #include "host/recipe/recipe_file.h"
 #include "host/result/digest.h"
 #include "host/result/result_reader.h"
@@ -22,6 +25,7 @@
 #include "tools/exit_code.h"
 #include "tools/image_options.h"
 #include "tools/quiet_codecs.h"
+#include "tools/report/report_findings.h"
 
 namespace narvo::tools
 {
@@ -124,7 +128,18 @@ private:
         if (results.empty())
             throw HostError({{"run " + run.description.key + " in " + store->Place(), "no inspected image",
                               "a run with inspected images"}});
+        CompareImages(*store, run);
         ReadResults(std::move(results), IsServerPlace(m_inputs.store) ? store->Place() : m_inputs.store, given);
+    }
+
+    /// What the images of a run have in common, where there are several.
+    void CompareImages(ResultStore& store, const StoredRun& run)
+    {
+        if (run.images < 2 || run.images > nLotImageLimit || run.blobs > nLotDefectLimit)
+            return;
+        const Lot lot = ReadLot(store, {{run.description.key}, false});
+        m_draft.page.comparesImages = true;
+        m_draft.page.findings = FindingsOf(lot, MakeLotStatistics(lot, {}));
     }
 
     StoredRun ChooseRun(ResultStore& store) const

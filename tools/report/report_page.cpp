@@ -223,6 +223,9 @@ std::string BuildReportPage(const ReportPage& page)
     ordered_json recipes = ordered_json::array();
     for (const ReportRecipe& recipe : page.recipes)
         recipes.push_back(RecipeEntry(recipe));
+    ordered_json findings = ordered_json::array();
+    for (const ReportFinding& one : page.findings)
+        findings.push_back({one.what, one.where, one.shown, one.expected, one.probability});
     ordered_json atlases = ordered_json::array();
     for (const std::string& sheet : page.sheets)
         atlases.push_back({{"src", sheet}, {"cell", page.sheetCell}, {"columns", page.sheetColumns}});
@@ -230,6 +233,8 @@ std::string BuildReportPage(const ReportPage& page)
                                {"total", total},
                                {"images", images},
                                {"recipes", recipes},
+                               {"comparesImages", page.comparesImages},
+                               {"findings", findings},
                                {"parts", page.thumbnailParts},
                                {"atlases", atlases},
                                {"notes", page.notes},

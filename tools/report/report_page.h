@@ -35,14 +35,26 @@ struct ReportRecipe
     CheckedRecipe recipe;
 };
 
+/// What the images of a store's run have in common beyond chance.
+struct ReportFinding
+{
+    std::string what;         ///< "place", "column", "grey", ...
+    std::string where;        ///< of a change, the image that it begins with
+    std::string shown;        ///< "64 images", "from 3.7 to 5.3"
+    std::string expected;     ///< by chance; empty: nothing is counted
+    double probability = 0.0; ///< that chance alone shows the like
+};
+
 struct ReportPage
 {
     std::string title;
     std::string made; ///< program, version, time
     std::vector<ReportImage> images;
     std::vector<ReportRecipe> recipes;
-    std::vector<std::string> sheets; ///< data URIs
-    int sheetCell = 0;               ///< side of a thumbnail, pixels
+    bool comparesImages = false;         ///< whether findings were looked for
+    std::vector<ReportFinding> findings; ///< the least probable of each kind first
+    std::vector<std::string> sheets;     ///< data URIs
+    int sheetCell = 0;                   ///< side of a thumbnail, pixels
     int sheetColumns = 0;
     int thumbnailParts = 1;         ///< 3: source, reference, difference
     std::vector<std::string> notes; ///< what was left out, and other warnings
