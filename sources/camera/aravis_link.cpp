@@ -78,10 +78,13 @@ public:
         g_signal_handlers_disconnect_by_data(Device(), this);
     }
 
+    /// Whether another program controls the camera.
+    bool IsHeld() { return IsGigE() && !arv_gv_device_is_controller(ARV_GV_DEVICE(Device())); }
+
     /// Sets the features and reads what the camera sends then.
     std::vector<Problem> Prepare()
     {
-        if (IsGigE() && !arv_gv_device_is_controller(ARV_GV_DEVICE(Device())))
+        if (IsHeld())
             return {{m_name, "in the hands of another program", "a camera that no other one controls"}};
         std::vector<Problem> found;
         for (std::size_t i = 0; i < m_settings.features.size(); ++i)
@@ -296,6 +299,7 @@ CameraOpening OpenAravis(const std::string& id, const CameraSettings& settings)
         return opening;
     }
     auto link = std::make_unique<AravisLink>(camera, name, settings);
+    opening.held = link->IsHeld();
     opening.problems = link->Prepare();
     if (opening.problems.empty())
         opening.link = std::move(link);

@@ -69,6 +69,7 @@ struct CameraOpening
     std::unique_ptr<CameraLink> link;
     std::vector<Problem> problems; ///< why there is none
     bool absent = false;           ///< since no such camera is seen
+    bool held = false;             ///< since another program controls it
 };
 
 /// Opens a camera by its name, serial number or address, sets its features in their order and reads what it sends.

@@ -45,13 +45,29 @@ CameraSource::CameraSource(std::string name, std::string id, CameraSettings sett
     : m_name(std::move(name)), m_id(std::move(id)), m_settings(std::move(settings)), m_reading(reading),
       m_open(std::move(opener)), m_pause(pause)
 {
-    CameraOpening opening;
-    m_open(m_id, m_settings, opening);
+    CameraOpening opening = OpenFirst();
     ThrowIfAny(std::move(opening.problems));
     TakeShape(opening.link->Shape(), m_name, m_reading.reading);
     m_shape = opening.link->Shape();
     ThrowIfAny(opening.link->Start());
     Begin(std::move(opening.link));
+}
+
+CameraOpening CameraSource::OpenFirst() const
+{
+    // A camera keeps to a program that was killed until its heartbeat is missing, 3 s where nothing else is set. An
+    // opening may take longer than that by itself, so one is begun behind that time.
+    constexpr std::chrono::milliseconds nMost{6000};
+    const auto since = std::chrono::steady_clock::now();
+    for (;;)
+    {
+        const bool last = std::chrono::steady_clock::now() - since >= nMost;
+        CameraOpening opening;
+        m_open(m_id, m_settings, opening);
+        if (!opening.held || last)
+            return opening;
+        std::this_thread::sleep_for(m_pause);
+    }
 }
 
 void CameraSource::Begin(std::unique_ptr<CameraLink> link)

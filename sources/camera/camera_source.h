@@ -24,8 +24,9 @@ public:
 
     /// Opens the camera and lets it send. `name` is the source's for problems and notes.
     /// @throws HostError where there is no such camera, for features and pixels that are refused, and where `reading`
-    /// has another shape than the camera sends; a shape that it leaves open is the camera's. A lost camera is looked
-    /// for after `pause`, then after twice that, up to 8 s.
+    /// has another shape than the camera sends; a shape that it leaves open is the camera's. A camera that another
+    /// program controls is tried for 6 s, each `pause`. A lost camera is looked for after `pause`, then after twice
+    /// that, up to 8 s.
     CameraSource(std::string name, std::string id, CameraSettings settings, const FrameReading& reading, Opener opener,
                  std::chrono::milliseconds pause = std::chrono::milliseconds(250));
 
@@ -36,6 +37,7 @@ public:
     const ImageReading& Reading() const { return m_reading.reading; }
 
 private:
+    CameraOpening OpenFirst() const;
     void Begin(std::unique_ptr<CameraLink> link);
     bool FindAgain(const std::stop_token& stop);
     void NoteOnce(const std::string& reason);

@@ -34,6 +34,7 @@ struct Connection
     CameraShape shape = {"Mono8", 6, 4, 24, false};
     std::vector<Problem> openProblems = {};
     bool absent = false;
+    bool held = false;
     std::vector<Problem> startProblems = {};
     std::int64_t padding = 0;
     bool overran = false;
@@ -92,6 +93,7 @@ protected:
                 connections.push_back({});
             opening.problems = connections.front().openProblems;
             opening.absent = connections.front().absent;
+            opening.held = connections.front().held;
             if (opening.problems.empty())
                 opening.link = std::make_unique<ScriptedLink>(connections.front());
             connections.pop_front();
@@ -249,6 +251,20 @@ TEST_F(CameraSourceTest, RefusesWhatTheCameraRefuses)
                    {.startProblems = {{"camera.buffers", "8", "fewer"}}}};
     EXPECT_THAT(ProblemsOf([&] { Open(); }), ElementsAre(IsProblem("aravis:one", "not found", "none")));
     EXPECT_THAT(ProblemsOf([&] { Open(); }), ElementsAre(IsProblem("camera.buffers", "8", "fewer")));
+}
+
+TEST_F(CameraSourceTest, WaitsForACameraThatAKilledProgramStillHolds)
+{
+    const Problem held = {"aravis:one", "in the hands of another program", "none"};
+    connections = {{.openProblems = {held}, .held = true}, {.openProblems = {held}, .held = true}, {.frames = {{1}}}};
+    const auto source = Open();
+    EXPECT_EQ(openings, 3U);
+    EXPECT_THAT(TakeNumbers(*source, 1), ElementsAre(0));
+    for (int i = 0; i < 10000; ++i)
+        connections.push_back({.openProblems = {held}, .held = true});
+    EXPECT_THAT(ProblemsOf([&] { Open(); }),
+                ElementsAre(IsProblem("aravis:one", "in the hands of another program", "none")));
+    EXPECT_LE(openings, 3U + 6001U);
 }
 
 TEST(CameraShape, KnowsEveryPackingWithEveryMosaic)
