@@ -76,6 +76,19 @@ TEST_F(NarvoWatch, InspectsFramesOfAPipeAsInspectDoes)
     }
 }
 
+TEST_F(NarvoWatch, GoesOnWhereNobodyTakesWhatItPrints)
+{
+    // Lines of 2 KB each, more than a pipe holds, into one that is open and never read.
+    const Outcome outcome = Line(
+        "mkfifo out && exec 3<>out && (for i in $(seq 60); do cat panel.raw; done) | narvo watch pipe:- "
+        "-r panel.recipe.json --raw Mono8:512x640 --json s.json $(for i in $(seq 250); do echo '--fail area>=1'; done) "
+        "> out");
+    EXPECT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_THAT(outcome.error, HasSubstr("narvo: the standard output takes nothing; written: watch.jsonl"));
+    EXPECT_EQ(Lines().size(), 60U);
+    EXPECT_EQ(Summary()["frames"]["inspected"], 60);
+}
+
 TEST_F(NarvoWatch, JudgesByRulesOfOptionsAndFile)
 {
     std::ofstream(folder / "rules.json") << R"({"version": 1, "fail": ["count>100000", "area>=2"]})";

@@ -2,7 +2,6 @@
 // Lines for a person: images that did not pass, warnings, problems, notes.
 #include "tools/watch/terminal_sink.h"
 
-#include <iostream>
 #include <utility>
 
 #include "host/counted.h"
@@ -19,7 +18,10 @@ namespace
 class TerminalSink : public ResultSink
 {
 public:
-    TerminalSink(bool quiet, std::function<void(const std::string&)> tell) : m_quiet(quiet), m_tell(std::move(tell)) {}
+    TerminalSink(bool quiet, std::function<void(std::string)> print, std::function<void(const std::string&)> tell)
+        : m_quiet(quiet), m_print(std::move(print)), m_tell(std::move(tell))
+    {
+    }
 
     void Add(const WatchedImage& image) override
     {
@@ -31,8 +33,8 @@ public:
         std::string rules;
         for (const std::string& rule : image.failedRules)
             rules += (rules.empty() ? "; " : " ") + rule;
-        std::cout << VerdictName(image.verdict) << ": " << Printable(image.result.name) << ", "
-                  << Counted(image.result.BlobCount(), "blob") << rules << std::endl;
+        m_print(VerdictName(image.verdict) + (": " + Printable(image.result.name)) + ", " +
+                Counted(image.result.BlobCount(), "blob") + rules);
     }
     void Tell(const std::string& line) override { m_tell(line); }
     void Finish(const WatchSummary&) override {}
@@ -50,14 +52,16 @@ private:
     }
 
     bool m_quiet;
+    std::function<void(std::string)> m_print;
     std::function<void(const std::string&)> m_tell;
 };
 
 } // namespace
 
-std::unique_ptr<ResultSink> MakeTerminalSink(bool quiet, std::function<void(const std::string&)> tell)
+std::unique_ptr<ResultSink> MakeTerminalSink(bool quiet, std::function<void(std::string)> print,
+                                             std::function<void(const std::string&)> tell)
 {
-    return std::make_unique<TerminalSink>(quiet, std::move(tell));
+    return std::make_unique<TerminalSink>(quiet, std::move(print), std::move(tell));
 }
 
 } // namespace narvo::tools

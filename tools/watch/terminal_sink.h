@@ -11,7 +11,8 @@
 namespace narvo::tools
 {
 
-/// Prints the images that did not pass to the standard output, and warnings, problems and notes through `tell`.
-std::unique_ptr<ResultSink> MakeTerminalSink(bool quiet, std::function<void(const std::string& line)> tell);
+/// Hands images that did not pass to `print`, and warnings, problems and notes to `tell`, which do not wait.
+std::unique_ptr<ResultSink> MakeTerminalSink(bool quiet, std::function<void(std::string line)> print,
+                                             std::function<void(const std::string& line)> tell);
 
 } // namespace narvo::tools

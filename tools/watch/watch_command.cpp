@@ -30,6 +30,7 @@
 #include "tools/inspect/interrupt.h"
 #include "tools/output_names.h"
 #include "tools/quiet_codecs.h"
+#include "tools/watch/line_printer.h"
 #include "tools/watch/live_sink.h"
 #include "tools/watch/sink_chain.h"
 #include "tools/watch/store_sink.h"
@@ -74,6 +75,23 @@ std::unique_ptr<StoreSink> MakeStoreSink(const WatchOptions& options, const std:
     return std::make_unique<StoreSink>(std::move(settings));
 }
 
+/// Drains a printer at its end.
+class Drained
+{
+public:
+    explicit Drained(LinePrinter& printer) : m_printer(printer) {}
+    ~Drained()
+    {
+        m_printer.Drain();
+        m_printer.TellOn(STDERR_FILENO);
+    }
+    Drained(const Drained&) = delete;
+    Drained& operator=(const Drained&) = delete;
+
+private:
+    LinePrinter& m_printer;
+};
+
 int RunWatchCommand(const WatchOptions& options)
 {
     WatchSettings settings;
@@ -106,11 +124,8 @@ int RunWatchCommand(const WatchOptions& options)
     // Before any thread is started.
     const InterruptRequest interrupt;
     std::atomic<int> errorStream = STDERR_FILENO;
-    const auto tell = [&](const std::string& line)
-    {
-        const std::string text = "narvo: " + line + "\n";
-        WriteWhole(errorStream, text.data(), text.size());
-    };
+    LinePrinter printer;
+    const auto tell = [&](const std::string& line) { printer.Print(errorStream, "narvo: " + line + "\n"); };
     std::unique_ptr<ResultSink> mqtt;
     if (options.mqtt.IsWanted())
         mqtt = MakeMqttSink(options.mqtt, options.recipe, DigestOfRecipes(settings.recipes), tell);
@@ -133,11 +148,14 @@ int RunWatchCommand(const WatchOptions& options)
     {
         const QuietCodecs quiet;
         errorStream = quiet.ErrorStream();
+        printer.TellOn(errorStream);
+        const Drained drained(printer); // behind the sinks' last words, and before their stream is closed
         if (store)
             store->Begin(*log);
         SinkChain sinks;
         sinks.Append(std::move(log));
-        sinks.Append(MakeTerminalSink(options.quiet, tell));
+        sinks.Append(MakeTerminalSink(
+            options.quiet, [&](std::string line) { printer.Print(STDOUT_FILENO, std::move(line) + "\n"); }, tell));
         if (listen)
             sinks.Append(OpenLiveSink(*listen, options, settings.recipes, settings.lanes));
         if (store)
@@ -158,7 +176,9 @@ int RunWatchCommand(const WatchOptions& options)
     const bool interrupted = interrupt.Token().stop_requested();
     if (!options.json.empty())
         WriteTextFile(options.json, SummaryJson(summary, interrupted).dump(2) + "\n");
-    if (!options.quiet)
+    if (printer.IsStuck(STDOUT_FILENO))
+        std::cerr << "narvo: the standard output takes nothing; written: " << Printable(options.output) << '\n';
+    else if (!options.quiet)
         std::cout << SummaryText(summary) << "written: " << Printable(options.output) << '\n' << stored << std::flush;
     PrintProblems(summary.problems);
     if (summary.overrun)
