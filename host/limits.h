@@ -17,6 +17,9 @@ constexpr std::int64_t nImageSideLimit = 1048576;
 /// Bytes of a decoded image for each pixel that an image may have: colours at full size, wide colours at half of it.
 constexpr std::int64_t nBytesPerMaxPixel = 4;
 
+/// Passes over all pixels that a progressive JPEG may take: each may be a few bytes and visits every block.
+constexpr int nScanLimit = 100;
+
 constexpr std::size_t nRecipeByteLimit = 16777216; ///< of a recipe's text, of rules, of the boxes of one image
 constexpr std::size_t nSetByteLimit = 67108864;    ///< of the boxes of all images of a set in one file
 constexpr std::size_t nRegionLimit = 10000;

@@ -34,6 +34,11 @@ void CheckHeader(const std::filesystem::path& file, const ImageHeader& header, s
         RefuseImage(
             file, SizeText(header.width, header.height) + " of " + std::to_string(header.bytesPerPixel) + " bytes each",
             "at most " + std::to_string(nBytesPerMaxPixel * limit) + " bytes, unless max-pixels allows more");
+    if (header.cut)
+        RefuseImage(file, "less than its " + SizeText(header.width, header.height), "a whole file");
+    if (header.scans > nScanLimit)
+        RefuseImage(file, "more than " + std::to_string(nScanLimit) + " scans",
+                    "a JPEG of at most " + std::to_string(nScanLimit) + " scans");
     if (header.pages > 1)
         RefuseImage(file, std::to_string(header.pages) + " pages", "a file of one page");
 }

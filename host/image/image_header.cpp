@@ -12,6 +12,8 @@
 #include <string>
 #include <string_view>
 
+#include "host/limits.h"
+
 namespace narvo
 {
 
@@ -54,6 +56,27 @@ public:
         return number;
     }
     std::int64_t Signed32() { return static_cast<std::int32_t>(Number(4)); }
+    std::uint64_t Size()
+    {
+        const std::streamoff place = m_stream.tellg();
+        m_stream.seekg(0, std::ios::end);
+        const std::streamoff size = m_stream.tellg();
+        m_stream.seekg(place);
+        return static_cast<std::uint64_t>(std::max<std::streamoff>(size, 0));
+    }
+    /// To behind the next byte of that value.
+    void Pass(int value)
+    {
+        m_stream.ignore(std::numeric_limits<std::streamsize>::max(), value);
+        if (!m_stream || m_stream.eof())
+            throw Broken();
+    }
+    void Skip(std::uint64_t bytes)
+    {
+        m_stream.ignore(static_cast<std::streamsize>(bytes));
+        if (!m_stream || m_stream.eof())
+            throw Broken();
+    }
     bool StartsWith(std::string_view text)
     {
         m_stream.clear();
@@ -94,17 +117,55 @@ ImageHeader ReadBmp(ByteReader& reader)
     return header;
 }
 
+/// The next marker of a JPEG; bytes of pixels that look like one have a zero behind them.
+int NextMarker(ByteReader& reader)
+{
+    for (;;)
+    {
+        reader.Pass(0xff);
+        int marker = reader.Byte();
+        while (marker == 0xff)
+            marker = reader.Byte();
+        if (marker != 0)
+            return marker;
+    }
+}
+
+/// What follows a JPEG's frame: its scans, and whether it ends at all. A block of 8 by 8 pixels takes a bit at least
+/// where it is coded by Huffman's method.
+void ReadScans(ByteReader& reader, int components, bool huffman, ImageHeader& header)
+{
+    constexpr int nEnd = 0xd9;
+    constexpr int nScan = 0xda;
+    header.scans = 0;
+    try
+    {
+        const std::uint64_t blocks =
+            static_cast<std::uint64_t>((header.width + 7) / 8) * static_cast<std::uint64_t>((header.height + 7) / 8);
+        if (huffman && reader.Size() < blocks / 8)
+            throw Broken();
+        reader.Skip(3 * static_cast<std::uint64_t>(components));
+        for (int marker = NextMarker(reader); marker != nEnd && header.scans <= nScanLimit; marker = NextMarker(reader))
+        {
+            header.scans += marker == nScan ? 1 : 0;
+            const bool bare = marker == 0x01 || (marker >= 0xd0 && marker <= 0xd8);
+            if (!bare)
+                reader.Skip(std::max<std::uint64_t>(reader.Number(2), 2) - 2);
+        }
+    }
+    catch (const Broken&)
+    {
+        header.cut = true;
+    }
+}
+
 ImageHeader ReadJpeg(ByteReader& reader)
 {
     reader.Seek(2);
     for (;;)
     {
-        while (reader.Byte() != 0xff)
-            ;
-        int marker = reader.Byte();
-        while (marker == 0xff)
-            marker = reader.Byte();
-        const bool bare = marker <= 0x01 || (marker >= 0xd0 && marker <= 0xd8); // without a length
+        const int marker = NextMarker(reader);
+        const bool bare = marker == 0x01 || (marker >= 0xd0 && marker <= 0xd8); // without a length
         if (bare)
             continue;
         if (marker == 0xd9 || marker == 0xda)
@@ -117,11 +178,12 @@ ImageHeader ReadJpeg(ByteReader& reader)
             reader.Byte(); // bits
             header.height = static_cast<std::int64_t>(reader.Number(2));
             header.width = static_cast<std::int64_t>(reader.Number(2));
-            header.bytesPerPixel = reader.Byte() == 1 ? 1 : 3;
+            const int components = reader.Byte();
+            header.bytesPerPixel = components == 1 ? 1 : 3;
+            ReadScans(reader, components, marker <= 0xc2, header);
             return header;
         }
-        for (std::uint64_t i = 2; i < length; ++i)
-            reader.Byte();
+        reader.Skip(std::max<std::uint64_t>(length, 2) - 2);
     }
 }
 
@@ -197,10 +259,60 @@ private:
     /// The first value of the entry at the reader's place.
     std::uint64_t FirstValue(int type, std::uint64_t count)
     {
-        const int bytes = type == 3 ? 2 : type == 4 ? 4 : type == 16 ? 8 : 1;
+        const int bytes = BytesOf(type);
         if (count * static_cast<std::uint64_t>(bytes) > static_cast<std::uint64_t>(Wide()))
             m_reader.Seek(m_reader.Number(Wide()));
         return m_reader.Number(bytes);
+    }
+
+    /// Where the values of a list of the file stand.
+    struct List
+    {
+        std::uint64_t place = 0;
+        std::uint64_t count = 0;
+        int bytes = 0; ///< of each
+    };
+
+    static int BytesOf(int type) { return type == 3 ? 2 : type == 4 ? 4 : type == 16 ? 8 : 1; }
+
+    /// The list of the entry at the reader's place.
+    List ListOf(std::uint64_t place, int type, std::uint64_t count)
+    {
+        List list = {place, count, BytesOf(type)};
+        if (count > m_reader.Size() / static_cast<std::uint64_t>(list.bytes))
+            throw Broken();
+        if (count * static_cast<std::uint64_t>(list.bytes) > static_cast<std::uint64_t>(Wide()))
+            list.place = m_reader.Number(Wide());
+        return list;
+    }
+
+    std::uint64_t Value(const List& list, std::uint64_t index)
+    {
+        m_reader.Seek(list.place + index * static_cast<std::uint64_t>(list.bytes));
+        return m_reader.Number(list.bytes);
+    }
+
+    /// Whether strips or tiles lie within the file and hold as many bytes as the pixels take at least.
+    bool HoldsPixels(const List& places, const List& sizes, int compression, std::uint64_t bytes)
+    {
+        if (places.count == 0 || sizes.count < places.count)
+            return compression == 1; // sizes are known without
+        const std::uint64_t end = m_reader.Size();
+        std::uint64_t stored = 0;
+        for (std::uint64_t i = 0; i < places.count; ++i)
+        {
+            const std::uint64_t place = Value(places, i);
+            const std::uint64_t size = Value(sizes, i);
+            if (place > end || size > end - place)
+                return false;
+            stored += size;
+        }
+        // How much a byte can stand for: LZW, PackBits, both numbers of deflate.
+        const std::uint64_t most = compression == 5                           ? 1400
+                                   : compression == 32773                     ? 64
+                                   : compression == 8 || compression == 32946 ? 1032
+                                                                              : std::uint64_t{1} << 32U;
+        return stored >= bytes / most;
     }
 
     /// Sizes of the directory at a place where `header` is given; whether it holds a reduced copy otherwise.
@@ -219,6 +331,9 @@ private:
         std::int64_t tileWidth = 0;
         std::int64_t tileHeight = 0;
         bool palette = false;
+        int compression = 1;
+        List places;
+        List sizes;
         m_reduced = false;
         for (std::uint64_t i = 0; i < entries; ++i)
         {
@@ -235,6 +350,12 @@ private:
                 m_reduced = (FirstValue(type, count) & 1U) != 0;
             else if (tag == 258)
                 raise(bits);
+            else if (tag == 259)
+                compression = static_cast<int>(FirstValue(type, count) & 0xffffU);
+            else if (header != nullptr && (tag == 273 || tag == 324))
+                places = ListOf(first + i * size + 4 + static_cast<std::uint64_t>(Wide()), type, count);
+            else if (header != nullptr && (tag == 279 || tag == 325))
+                sizes = ListOf(first + i * size + 4 + static_cast<std::uint64_t>(Wide()), type, count);
             else if (tag == 262)
                 palette = FirstValue(type, count) == 3;
             else if (tag == 277)
@@ -253,6 +374,10 @@ private:
             const std::int64_t channels = palette ? 3 : std::min<std::int64_t>(samples, 64);
             header->bytesPerPixel = static_cast<int>(channels * std::clamp<std::int64_t>((bits + 7) / 8, 1, 8));
             header->tilePixels = tileWidth * tileHeight;
+            const auto pixels = static_cast<std::uint64_t>(std::max<std::int64_t>(header->width, 0)) *
+                                static_cast<std::uint64_t>(std::max<std::int64_t>(header->height, 0));
+            header->cut = !HoldsPixels(places, sizes, compression,
+                                       pixels / 8 * static_cast<std::uint64_t>(std::min<std::int64_t>(bits, 16)));
         }
         m_reader.Seek(first + entries * size);
         return m_reader.Number(Wide());

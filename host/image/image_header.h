@@ -18,13 +18,16 @@ struct ImageHeader
     std::int64_t tilePixels = 0; ///< TIFF: of the blocks that it is decoded by; 0: none
     int fullScale = 0;           ///< portable anymap: the largest value that a pixel may hold; 0: that of its bits
     int pages = 1;               ///< TIFF: images in the file, without reduced copies of others
+    int scans = 1;               ///< JPEG: passes over all pixels, counted to one more than nScanLimit
+    bool cut = false;            ///< JPEG, TIFF: the file holds less than its pixels need; decoders fill them up
 };
 
 /// Whether a file's name ends as those of such image files do, in capitals or not: what folders bring.
 bool HasImageEnding(const std::filesystem::path& file);
 
 /// Reads the header of a PNG, TIFF, BMP, JPEG or portable anymap (PGM and its like). Sizes are as written, 0 and
-/// negative ones among them. @return nothing where the file is none of these, or ends within its header
+/// negative ones among them. A JPEG is looked through to its end. @return nothing where the file is none of these, or
+/// ends within its header
 std::optional<ImageHeader> ReadImageHeader(const std::filesystem::path& file);
 
 } // namespace narvo

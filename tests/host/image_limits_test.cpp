@@ -151,6 +151,44 @@ TEST(ImageLimits, LimitHoldsForFilesThatAreWhole)
                     testing::ElementsAre(IsProblem("max_pixels", std::to_string(wrong), "1 to 1073741824")));
 }
 
+TEST(ImageLimits, FilesThatHoldLessThanTheirPixelsAreRefused)
+{
+    const TestFolder folder;
+    // Noise, so that no end of the file is a few bytes of nothing.
+    cv::Mat noise(120, 200, CV_8UC1);
+    cv::randu(noise, cv::Scalar(0), cv::Scalar(256));
+    for (const auto& [name, options] :
+         std::vector<std::pair<const char*, std::vector<int>>>{{"a.jpg", {}},
+                                                               {"b.jpg", {cv::IMWRITE_JPEG_PROGRESSIVE, 1}},
+                                                               {"a.tif", {}},
+                                                               {"b.tif", {cv::IMWRITE_TIFF_COMPRESSION, 1}},
+                                                               {"c.tif", {cv::IMWRITE_TIFF_COMPRESSION, 8}}})
+    {
+        SCOPED_TRACE(name);
+        const std::filesystem::path file = folder / name;
+        ASSERT_TRUE(cv::imwrite(file.string(), noise, options));
+        EXPECT_THAT(ProblemsOfFile(file), testing::IsEmpty());
+        std::ifstream stream(file, std::ios::binary);
+        const std::string whole{std::istreambuf_iterator<char>(stream), {}};
+        for (const std::size_t share : {2U, 5U, 9U})
+        {
+            std::ofstream(file, std::ios::binary) << whole.substr(0, whole.size() * share / 10);
+            EXPECT_THAT(ProblemsOfFile(file), testing::SizeIs(1)) << share;
+        }
+        std::ofstream(file, std::ios::binary) << whole.substr(0, whole.size() - 2);
+        EXPECT_THAT(ProblemsOfFile(file), testing::SizeIs(1));
+        // What stands behind the pixels does not matter.
+        std::ofstream(file, std::ios::binary) << whole << "and more";
+        EXPECT_THAT(ProblemsOfFile(file), testing::IsEmpty());
+    }
+    WriteTiff(folder / "d.tif", {0});
+    std::fstream(folder / "d.tif", std::ios::binary | std::ios::in | std::ios::out).seekp(12 + 2 + 6 * 12 + 8)
+        << Little(4000, 4); // the strip's place, behind the file's end
+    EXPECT_THAT(ProblemsOfFile(folder / "d.tif"),
+                testing::ElementsAre(
+                    IsProblem("image " + (folder / "d.tif").string(), "less than its 2 by 2 pixels", "a whole file")));
+}
+
 TEST(ImageLimits, FurtherPagesAreRefusedAndReducedCopiesAreNot)
 {
     const TestFolder folder;

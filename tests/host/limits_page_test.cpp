@@ -23,6 +23,7 @@ TEST(LimitsPage, NamesEveryLimit)
     for (const std::string& text :
          {row("pixels of an image file", nDefaultMaxPixels),
           row("side of an image file", nImageSideLimit),
+          row("scans of a progressive JPEG", nScanLimit),
           row("bytes of a decoded image, of a mosaic with its colours", nBytesPerMaxPixel),
           row("recipe file", nRecipeByteLimit),
           row("boxes of a set in one COCO file", nSetByteLimit),

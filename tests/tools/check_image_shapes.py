@@ -3,30 +3,17 @@
 32768 by 32768 pixels that takes no disk: an answer or a message, within stated memory."""
 import os
 import pathlib
-import subprocess
 import sys
 import tempfile
 
-SECONDS = 100
+from measured_run import expect, finish
+
 SMALL_KIB = 512 * 1024  # what a refusal may take
 LARGE_KIB = 3 * 1024 * 1024  # an image of 1 GiB, and working memory
 
 
-def expect(narvo, folder, arguments, code, words, memory):
-    """Runs the program under a limit of time. Memory is the largest resident size."""
-    with open(folder / "said", "wb") as said:
-        process = subprocess.Popen(["timeout", "-s", "KILL", str(SECONDS), narvo, *arguments], cwd=folder, stdout=said,
-                                   stderr=said)
-        _, status, usage = os.wait4(process.pid, 0)
-    process.returncode = os.waitstatus_to_exitcode(status)
-    text = (folder / "said").read_text(errors="replace")
-    print(arguments, process.returncode, usage.ru_maxrss, "KiB", text[:200], flush=True)
-    if process.returncode != code or words not in text or usage.ru_maxrss > memory:
-        sys.exit(f"expected code {code}, {words!r}, at most {memory} KiB")
-
-
 def main():
-    narvo = sys.argv[1]
+    narvo = os.path.abspath(sys.argv[1])
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
         expect(narvo, folder, ["synth", "--width", "256", "--height", "320", "--pitch-x", "40.5", "--pitch-y", "48.25",
@@ -49,6 +36,7 @@ def main():
         inspect = ["inspect", "large.pgm", "--recipe", "panel.recipe.json", "--output", "o", "--no-overlay", "--quiet"]
         expect(narvo, folder, inspect, 2, "32768 by 32768 pixels; allowed: at most", SMALL_KIB)
         expect(narvo, folder, [*inspect, "--max-pixels", str(32768 * 32768)], 0, "", LARGE_KIB)
+        finish()
 
 
 if __name__ == "__main__":
