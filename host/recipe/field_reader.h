@@ -123,7 +123,8 @@ private:
                                  [&](const StructuredField& candidate) { return candidate.path == path; }))
                 visit(path, value);
             else if (const std::string known = Members(path + "."); known.empty())
-                m_found.push_back({m_prefix + path, "unknown field", "one of " + Members(parent)});
+                m_found.push_back({(m_prefix + path).empty() ? "\"\"" : m_prefix + path, "unknown field",
+                                   "one of " + Members(parent)});
             else if (!value.is_object())
                 m_found.push_back({m_prefix + path, Shorten(value), "an object with " + known});
             else

@@ -49,6 +49,19 @@ void CheckStructured(const Recipe& recipe, Problems& found)
                              "left out in " + std::string(KindName(kind)) + ", which does not read it"});
 }
 
+/// Painted cells that were handed over beside the fields, where the kind does not read the field that would name them.
+void CheckPaintedAreRead(const Recipe& recipe, Problems& found)
+{
+    const Kind kind = recipe.GetKind();
+    const auto check = [&](const GreyImage& image, const char* field)
+    {
+        if (!image.IsEmpty() && (FindField(RecipeFields(), field, kind)->kinds & SetOf(kind)) == 0)
+            AddOnce({field, "given", "left out in " + std::string(KindName(kind)) + ", which does not read it"}, found);
+    };
+    check(recipe.zoneImage, "zones.image");
+    check(recipe.classImage, "zones.class_image");
+}
+
 /// Fields that another one switches on.
 void CheckDependents(const Recipe& recipe, Problems& found)
 {
@@ -143,6 +156,7 @@ std::vector<Problem> CheckRecipe(const Recipe& recipe)
     const bool measurable = found.empty();
     CheckShape(recipe, found);
     CheckStructured(recipe, found);
+    CheckPaintedAreRead(recipe, found);
     CheckLists(recipe, found);
     CheckCamera(recipe, found);
     CheckDependents(recipe, found);

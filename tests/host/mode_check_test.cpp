@@ -48,6 +48,23 @@ TEST(ModeCheck, FieldsWithoutADefaultAreAskedForInTheirModesOnly)
     EXPECT_THAT(missing("asg"), ElementsAre(IsAbout("pitch.x"), IsAbout("pitch.y")));
 }
 
+TEST(ModeCheck, PaintedCellsBesideTheFieldsAreRefusedWhereTheirFieldsAre)
+{
+    const auto refused = [](const char* mode, GreyImage Recipe::*image)
+    {
+        Recipe recipe = SmallestOf(mode);
+        recipe.*image = GreyImage(40, 30);
+        return CheckRecipe(recipe);
+    };
+    EXPECT_THAT(refused("pixel", &Recipe::zoneImage),
+                ElementsAre(IsProblem("zones.image", "given", "left out in pixel mode, which does not read it")));
+    EXPECT_THAT(
+        refused("texture", &Recipe::classImage),
+        ElementsAre(IsProblem("zones.class_image", "given", "left out in texture mode, which does not read it")));
+    EXPECT_THAT(refused("asg", &Recipe::classImage), Contains(IsAbout("zones.class_image")));
+    EXPECT_THAT(refused("pixel", &Recipe::deadImage), IsEmpty());
+}
+
 TEST(ModeCheck, FieldsOfOtherModesAreRefused)
 {
     const auto refused = [](const char* mode, const char* pointer, const json& value)

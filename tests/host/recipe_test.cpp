@@ -223,8 +223,10 @@ TEST(Recipe, UnknownFieldsAreRefusedAtEveryLevel)
     document["pitch"]["z"] = 3;
     document["zones"]["list"] = json::array({{{"index", 0}, {"gian", 3}}});
     document["region"] = {{"left", 0}, {"top", 0}, {"right", 9}, {"bottom", 9}, {"width", 9}};
+    document[""] = 3;
     const auto found = ParseProblems(document);
-    EXPECT_THAT(found, SizeIs(4));
+    EXPECT_THAT(found, SizeIs(5));
+    EXPECT_THAT(found, Contains(IsAbout("\"\"")));
     EXPECT_THAT(found, Contains(IsProblem("pitch.z", "unknown field", "one of x, y")));
     EXPECT_THAT(found, Contains(IsAbout("pich")));
     EXPECT_THAT(found, Contains(IsAbout("zones.list[0].gian")));
