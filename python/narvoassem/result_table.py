@@ -4,6 +4,7 @@
 from __future__ import annotations
 
 import os
+import re
 from typing import Sequence, Tuple
 
 import numpy
@@ -19,6 +20,10 @@ _NULLABLE = {"b": "boolean", "i": "Int32", "f": "Float64", "S": "string"}
 
 # A cell that begins with one of these is a formula to spreadsheets, or begins like a guarded one.
 _FORMULA = tuple("=+-@'\t\r\n")
+
+
+# A quoted cell, or the end of a line.
+_QUOTED_OR_END = re.compile('"(?:[^"]|"")*"|\r\n')
 
 
 def _guarded(text: str) -> str:
@@ -67,4 +72,6 @@ def table_text(table: pandas.DataFrame, path: str) -> str:
     if os.path.splitext(path)[1].lower() == ".json":
         return table.to_json(orient="records", indent=1, double_precision=15) + "\n"
     cells = table.assign(**{name: table[name].map(_guarded) for name in ("image", "region", "problems")})
-    return cells.to_csv(index=False, lineterminator="\n")
+    # The writer quotes a carriage return inside a cell only where lines end in one.
+    text = cells.to_csv(index=False, lineterminator="\r\n")
+    return _QUOTED_OR_END.sub(lambda found: "\n" if found[0] == "\r\n" else found[0], text)

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """Batches of image files: the table, files that fail, clusters of processes with lost workers, the command line."""
 
+import csv
 import io
 import json
 import os
@@ -16,7 +17,7 @@ import narvoassem
 from conftest import make_pattern, make_recipe_dict
 from narvoassem import batch
 from narvoassem.image_task import failed, inspect_file
-from narvoassem.result_table import table_text
+from narvoassem.result_table import make_table, table_text
 
 IMAGES = 24
 
@@ -85,6 +86,14 @@ def test_columns_keep_their_types_in_rows_without_a_defect(sequential):
     read = pandas.read_csv(io.StringIO(table_text(sequential, "a.csv")))
     assert read.area.sum() == sequential.area.sum() and len(read) == len(sequential)
     assert len(json.loads(table_text(sequential, "a.json"))) == len(sequential)
+
+
+def test_line_ends_within_names_stay_within_their_cells():
+    names = ["a\rb", "a\nb", "a\r\nb", 'a"\r\n"b', "plain"]
+    table = make_table([(name, [failed("", name)]) for name in names], narvoassem._narvoassem.blob_dtype)
+    read = list(csv.reader(io.StringIO(table_text(table, "a.csv"), newline="")))
+    assert [cells[:2] for cells in read[1:]] == [[name, name] for name in names]
+    assert table_text(table, "a.csv").endswith("\n") and "plain,plain,failed" in table_text(table, "a.csv").split("\n")[-2]
 
 
 def test_failures_tell_what_is_wrong(lot, sequential):
