@@ -22,18 +22,45 @@ namespace narvo::python
 namespace
 {
 
+/// The entries of what is no text. @throws v1::Error naming `field` for what has none
+py::iterator EntriesOf(const py::handle& values, const char* field, const std::string& allowed)
+{
+    const bool text = py::isinstance<py::str>(values) || py::isinstance<py::bytes>(values);
+    PyObject* entries = text ? nullptr : PyObject_GetIter(values.ptr());
+    if (entries == nullptr)
+    {
+        PyErr_Clear(); // the type has no entries
+        throw v1::Error({{field, Shown(values), "a list of " + allowed}});
+    }
+    return py::reinterpret_steal<py::iterator>(entries);
+}
+
 /// Whole numbers from any sequence. @throws v1::Error naming `field`
 std::vector<int> NumbersOf(const py::handle& values, const char* field)
 {
     std::vector<int> numbers;
-    for (const py::handle value : py::iter(values))
+    for (const py::handle value : EntriesOf(values, field, "whole numbers"))
     {
         const std::optional<int> number = ToInt(value);
         if (!number)
-            throw v1::Error({{field, Shown(value), "whole numbers"}});
+            throw v1::Error({{field, Shown(value), "whole numbers of 32 bits"}});
         numbers.push_back(*number);
     }
     return numbers;
+}
+
+/// @throws TypeError for what is no whole number; v1::Error for what does not fit
+std::uint64_t ToSeed(const py::handle& value)
+{
+    static_cast<void>(ToWholeSetting(value));
+    const auto whole = py::reinterpret_steal<py::object>(PyNumber_Index(value.ptr()));
+    const std::uint64_t seed = PyLong_AsUnsignedLongLong(whole.ptr());
+    if (PyErr_Occurred() != nullptr)
+    {
+        PyErr_Clear();
+        throw v1::Error({{"seed", Shown(value), "whole number, 0 to 18446744073709551615"}});
+    }
+    return seed;
 }
 
 /// Those of the known names that a sequence holds. @throws v1::Error naming `field` for others
@@ -43,7 +70,7 @@ std::vector<std::string> NamesOf(const py::handle& values, const std::vector<std
     for (std::size_t i = 0; i < known.size(); ++i)
         allowed += (i == 0 ? "" : i + 1 == known.size() ? " or " : ", ") + known[i];
     std::vector<std::string> names;
-    for (const py::handle value : py::iter(values))
+    for (const py::handle value : EntriesOf(values, field, allowed))
     {
         const auto name =
             std::find_if(known.begin(), known.end(), [&](const std::string& one) { return value.equal(py::str(one)); });
@@ -55,9 +82,12 @@ std::vector<std::string> NamesOf(const py::handle& values, const std::vector<std
 }
 
 py::object Capability(const py::handle& recipe, const py::handle& images, const py::handle& sizes,
-                      const py::handle& contrasts, const py::handle& shapes, const py::handle& places, int count,
-                      std::uint64_t seed, int threads)
+                      const py::handle& contrasts, const py::handle& shapes, const py::handle& places,
+                      const py::handle& count, const py::handle& seed, const py::handle& threads)
 {
+    const int countHere = ToNearestInt(count);
+    const int threadsHere = ToNearestInt(threads);
+    const std::uint64_t seedHere = Translated(Fault::Argument, [&] { return ToSeed(seed); });
     const v1::Recipe made = Translated(Fault::Recipe, [&] { return ToRecipe(recipe); });
     const std::vector<v1::NamedPicture> good = Translated(Fault::Image, [&] { return GoodPictures(images); });
     Translated(Fault::Image,
@@ -67,23 +97,30 @@ py::object Capability(const py::handle& recipe, const py::handle& images, const 
                    for (const v1::NamedPicture& picture : good)
                        CheckColours(picture.image, rules);
                });
-    return Translated(Fault::Argument,
-                      [&]
-                      {
-                          v1::CapabilityPlan plan;
-                          if (!sizes.is_none())
-                              plan.SetSizes(NumbersOf(sizes, "sizes"));
-                          if (!contrasts.is_none())
-                              plan.SetContrasts(NumbersOf(contrasts, "contrasts"));
-                          if (!shapes.is_none())
-                              plan.SetShapes(NamesOf(shapes, v1::PlantedShapes(), "shapes"));
-                          if (!places.is_none())
-                              plan.SetPlaces(NamesOf(places, v1::PlantedPlaces(), "places"));
-                          plan.SetCount(count).SetSeed(seed);
-                          const v1::CapabilityReport report =
-                              Unlocked([&] { return v1::MeasureCapability(made, good, plan, threads); });
-                          return ToPython(nlohmann::ordered_json::parse(report.text));
-                      });
+    return Translated(
+        Fault::Argument,
+        [&]
+        {
+            v1::CapabilityPlan plan;
+            if (!sizes.is_none())
+                plan.SetSizes(NumbersOf(sizes, "sizes"));
+            if (!contrasts.is_none())
+                plan.SetContrasts(NumbersOf(contrasts, "contrasts"));
+            if (!shapes.is_none())
+                plan.SetShapes(NamesOf(shapes, v1::PlantedShapes(), "shapes"));
+            if (!places.is_none())
+                plan.SetPlaces(NamesOf(places, v1::PlantedPlaces(), "places"));
+            plan.SetCount(countHere).SetSeed(seedHere);
+            const v1::CapabilityReport report = Showing(
+                "count", Shown(count),
+                [&]
+                {
+                    return Showing(
+                        "threads", Shown(threads),
+                        [&] { return Unlocked([&] { return v1::MeasureCapability(made, good, plan, threadsHere); }); });
+                });
+            return ToPython(nlohmann::ordered_json::parse(report.text));
+        });
 }
 
 } // namespace

@@ -59,13 +59,16 @@ std::unique_ptr<HeldExplainer> MakeExplainer(const py::handle& image, const py::
     return Translated(Fault::Recipe, [&] { return std::make_unique<HeldExplainer>(pixels.Copy(), ToRecipe(recipe)); });
 }
 
-v1::FullExplanation ExplainAt(HeldExplainer& explainer, int x, int y)
+v1::FullExplanation ExplainAt(HeldExplainer& explainer, const py::handle& x, const py::handle& y)
 {
+    const int column = ToNearestInt(x);
+    const int row = ToNearestInt(y);
     return Translated(Fault::Argument,
                       [&]
                       {
                           const v1::Explainer& own = explainer.OfThisProcess();
-                          return Unlocked([&] { return own.ExplainFully(x, y); });
+                          return Showing("place", Shown(x) + ", " + Shown(y),
+                                         [&] { return Unlocked([&] { return own.ExplainFully(column, row); }); });
                       });
 }
 
@@ -122,7 +125,7 @@ void BindExplain(py::module_& module)
 
     module.def(
         "explain",
-        [](const py::handle& image, const py::handle& recipe, int x, int y)
+        [](const py::handle& image, const py::handle& recipe, const py::handle& x, const py::handle& y)
         { return ExplainAt(*MakeExplainer(image, recipe), x, y); },
         py::arg("image"), py::arg("recipe"), py::arg("x"), py::arg("y"),
         "Why the pixel at x, y is reported by an inspection, or why it is not. An Explainer answers for many "

@@ -99,7 +99,7 @@ std::unique_ptr<HeldModel> MakeModel(const py::handle& references, const v1::Set
             if (IsOneImage(references))
                 copies.push_back(ImageArgument(references, "references", Colours::EachInspected).Copy());
             else
-                for (const py::handle reference : py::iter(references))
+                for (const py::handle reference : EachImage(references, "references"))
                     copies.push_back(ImageArgument(reference,
                                                    ("references[" + std::to_string(copies.size()) + "]").c_str(),
                                                    Colours::EachInspected)
@@ -227,18 +227,20 @@ void BindGolden(py::module_& module)
                           "What a good image looks like, and how far a good one may stray from it pixel by pixel. Any "
                           "number of threads may inspect by it, one after the other.")
         .def(py::init(
-                 [](const py::handle& references, double edgeTolerance, int threshold, int minPixels, int maxBlobs,
-                    double maxShift, double maxRotation, double maxScale, int meshSpacing, double minCorrelation)
+                 [](const py::handle& references, const py::handle& edgeTolerance, const py::handle& threshold,
+                    const py::handle& minPixels, const py::handle& maxBlobs, const py::handle& maxShift,
+                    const py::handle& maxRotation, const py::handle& maxScale, const py::handle& meshSpacing,
+                    const py::handle& minCorrelation)
                  {
-                     return MakeModel(references, {{"edge_tolerance", edgeTolerance},
-                                                   {"threshold", static_cast<double>(threshold)},
-                                                   {"min_pixels", static_cast<double>(minPixels)},
-                                                   {"max_blobs", static_cast<double>(maxBlobs)},
-                                                   {"max_shift", maxShift},
-                                                   {"max_rotation", maxRotation},
-                                                   {"max_scale", maxScale},
-                                                   {"mesh_spacing", static_cast<double>(meshSpacing)},
-                                                   {"min_correlation", minCorrelation}});
+                     return MakeModel(references, {{"edge_tolerance", ToSetting(edgeTolerance)},
+                                                   {"threshold", ToWholeSetting(threshold)},
+                                                   {"min_pixels", ToWholeSetting(minPixels)},
+                                                   {"max_blobs", ToWholeSetting(maxBlobs)},
+                                                   {"max_shift", ToSetting(maxShift)},
+                                                   {"max_rotation", ToSetting(maxRotation)},
+                                                   {"max_scale", ToSetting(maxScale)},
+                                                   {"mesh_spacing", ToWholeSetting(meshSpacing)},
+                                                   {"min_correlation", ToSetting(minCorrelation)}});
                  }),
              py::arg("references"), py::kw_only(), py::arg("edge_tolerance") = DefaultOf("edge_tolerance"),
              py::arg("threshold") = WholeDefaultOf("threshold"), py::arg("min_pixels") = WholeDefaultOf("min_pixels"),

@@ -19,11 +19,11 @@ namespace narvo::python
 namespace
 {
 
-v1::LearnReport Learn(const py::handle& images, double falseRate, const std::string& mode, const std::string& name,
-                      int threads)
+v1::LearnReport Learn(const py::handle& images, const py::handle& falseRate, const std::string& mode,
+                      const std::string& name, const py::handle& threads)
 {
+    const v1::Settings settings = {{"false_rate", ToSetting(falseRate)}, {"threads", ToWholeSetting(threads)}};
     const std::vector<v1::NamedPicture> good = Translated(Fault::Image, [&] { return GoodPictures(images); });
-    const v1::Settings settings = {{"false_rate", falseRate}, {"threads", static_cast<double>(threads)}};
     return Translated(Fault::Argument,
                       [&] { return Unlocked([&] { return v1::LearnFromImages(good, mode, settings, name); }); });
 }

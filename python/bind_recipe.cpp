@@ -104,7 +104,7 @@ std::vector<GivenMap> ToMaps(const py::handle& maps)
     std::pair<py::ssize_t, py::ssize_t> shape = {0, 0};
     for (const auto& [key, value] : py::reinterpret_borrow<py::dict>(maps))
     {
-        const std::string name = py::str(key);
+        const std::string name = ToKey(key, "maps");
         const auto place = std::find(mapNames.begin(), mapNames.end(), name);
         if (place == mapNames.end())
             throw v1::Error(
@@ -154,6 +154,8 @@ struct GivenImages
             dark.emplace(darkField, "dark_field");
     }
     GivenImages() = default;
+
+    bool IsEmpty() const { return maps.empty() && !zones && !classes && !dead && !flat && !dark; }
 
     /// Sets what there is.
     void Set(v1::RecipeDraft& draft) const
@@ -266,7 +268,9 @@ v1::Recipe Replaced(const v1::Recipe& recipe, const py::dict& changes, Given giv
     json document = json::parse(recipe.Text()); // shows which paths lead through a value
     for (const auto& [key, value] : changes)
     {
-        const std::string path = py::cast<std::string>(py::str(key));
+        const std::string path = ToKey(key, "changes");
+        if (path.empty())
+            throw v1::Error({{"changes", Shown(key), "a dotted path as in Recipe.fields()"}});
         json* place = &document;
         std::size_t from = 0;
         for (std::size_t dot = path.find('.'); dot != std::string::npos; dot = path.find('.', from))
@@ -292,7 +296,7 @@ v1::Recipe Replaced(const v1::Recipe& recipe, const py::dict& changes, Given giv
         else
             throw v1::Error({{path, "unknown field", "a dotted path as in Recipe.fields()"}});
     }
-    const GivenImages images = given();
+    const GivenImages& images = given();
     if (!images.maps.empty())
         draft.DropRegionMaps();
     images.Set(draft);
@@ -388,16 +392,18 @@ void BindRecipe(py::module_& module)
                     const py::handle& classImage, const py::handle& deadImage, const py::handle& maps,
                     const py::handle& flatField, const py::handle& darkField)
                  {
-                     return Translated(Fault::Recipe,
-                                       [&]
-                                       {
-                                           return HeldRecipe(
-                                               py::isinstance<HeldRecipe>(source)
-                                                   ? source.cast<const HeldRecipe&>().Get()
-                                                   : MakeRecipe(source, folder,
-                                                                GivenImages(zoneImage, classImage, deadImage, maps,
-                                                                            flatField, darkField)));
-                                       });
+                     return Translated(
+                         Fault::Recipe,
+                         [&]
+                         {
+                             const GivenImages given(zoneImage, classImage, deadImage, maps, flatField, darkField);
+                             if (!py::isinstance<HeldRecipe>(source))
+                                 return HeldRecipe(MakeRecipe(source, folder, given));
+                             const v1::Recipe& made = source.cast<const HeldRecipe&>().Get();
+                             return HeldRecipe(given.IsEmpty() ? made
+                                                               : Replaced(
+                                                                     made, {}, [&]() -> auto& { return given; }));
+                         });
                  }),
              py::arg("source"), py::kw_only(), py::arg("folder") = py::none(), py::arg("zone_image") = py::none(),
              py::arg("class_image") = py::none(), py::arg("dead_image") = py::none(), py::arg("maps") = py::none(),

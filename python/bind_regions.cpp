@@ -26,38 +26,21 @@ std::vector<v1::Corner> ToPolygon(const py::handle& value)
     return corners;
 }
 
-/// Runs `call`; what it refuses of the argument `name` is shown as it was written in Python.
-template <typename Call>
-auto Showing(const char* name, const py::handle& value, Call call)
-{
-    try
-    {
-        return call();
-    }
-    catch (const v1::Error& error)
-    {
-        std::vector<v1::Problem> problems = error.Problems();
-        for (v1::Problem& problem : problems)
-            if (problem.field == name)
-                problem.value = Shown(value);
-        throw v1::Error(std::move(problems));
-    }
-}
-
 py::array_t<bool> PolygonMask(const py::handle& value, const py::handle& shape)
 {
-    return Translated(
-        Fault::Argument,
-        [&]
-        {
-            const std::vector<v1::Corner> points = ToPolygon(value);
-            const auto [height, width] = ToShape(shape);
-            const std::vector<std::uint8_t> mask = Showing(
-                "shape", shape, [&, high = height, wide = width] { return v1::PolygonMask(points, wide, high); });
-            py::array_t<bool> array({py::ssize_t{height}, py::ssize_t{width}});
-            std::transform(mask.begin(), mask.end(), array.mutable_data(), [](std::uint8_t byte) { return byte != 0; });
-            return array;
-        });
+    return Translated(Fault::Argument,
+                      [&]
+                      {
+                          const std::vector<v1::Corner> points = ToPolygon(value);
+                          const auto [height, width] = ToShape(shape);
+                          const std::vector<std::uint8_t> mask =
+                              Showing("shape", Shown(shape),
+                                      [&, high = height, wide = width] { return v1::PolygonMask(points, wide, high); });
+                          py::array_t<bool> array({py::ssize_t{height}, py::ssize_t{width}});
+                          std::transform(mask.begin(), mask.end(), array.mutable_data(),
+                                         [](std::uint8_t byte) { return byte != 0; });
+                          return array;
+                      });
 }
 
 py::array_t<int> CutPolygon(const py::handle& value, const std::string& direction, const py::handle& columns)
@@ -76,7 +59,7 @@ py::array_t<int> CutPolygon(const py::handle& value, const std::string& directio
                 cut = {pair.x, pair.y};
             }
             const std::vector<v1::CornersOfTrapezium> trapezia =
-                Showing("columns", columns,
+                Showing("columns", Shown(columns),
                         [&] { return v1::CutPolygon(points, direction == "vertical", cut ? &*cut : nullptr); });
             py::array_t<int> array({static_cast<py::ssize_t>(trapezia.size()), py::ssize_t{4}, py::ssize_t{2}});
             int* place = array.mutable_data();

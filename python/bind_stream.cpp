@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Images without end: rows go in, and the blobs that have become final come out with the call that made them so.
 #include <cstdint>
-#include <limits>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -99,33 +98,18 @@ private:
     std::unique_ptr<State> m_state;
 };
 
-/// A whole number for the host library, which says what is allowed.
-double ToSetting(const py::handle& value)
-{
-    if (PyIndex_Check(value.ptr()) == 0)
-        throw py::type_error(Shown(value) + " is no whole number");
-    const auto whole = py::reinterpret_steal<py::object>(PyNumber_Index(value.ptr()));
-    if (!whole)
-        throw py::error_already_set();
-    const double number = PyLong_AsDouble(whole.ptr());
-    if (PyErr_Occurred() == nullptr)
-        return number;
-    PyErr_Clear();
-    return std::numeric_limits<double>::max(); // beyond every range, as what no double holds
-}
-
 std::unique_ptr<RowFeed> MakeFeed(const py::handle& recipe, const py::handle& width, const py::dict& settings)
 {
-    if (PyIndex_Check(width.ptr()) == 0)
-        throw py::type_error(Shown(width) + " is no whole number");
+    const int columns = ToNearestInt(width);
     v1::Settings given;
     for (const auto& [name, value] : settings)
-        given.push_back({name.cast<std::string>(), ToSetting(value)});
+        given.push_back({name.cast<std::string>(), ToWholeSetting(value)});
     return Translated(Fault::Recipe,
                       [&]
                       {
                           const v1::Recipe made = ToRecipe(recipe);
-                          return std::make_unique<RowFeed>(made, ToInt(width).value_or(0), given);
+                          return Showing("width", Shown(width),
+                                         [&] { return std::make_unique<RowFeed>(made, columns, given); });
                       });
 }
 

@@ -113,4 +113,15 @@ bool IsOneImage(const py::handle& value)
     return array.ndim() == 2 || (array.ndim() == 3 && array.shape(2) == 3);
 }
 
+py::iterator EachImage(const py::handle& value, const char* name)
+{
+    PyObject* entries = PyObject_GetIter(value.ptr());
+    if (entries == nullptr)
+    {
+        PyErr_Clear(); // the type has no entries
+        throw v1::Error({{name, Shown(value), "an image, or a sequence of images"}});
+    }
+    return py::reinterpret_steal<py::iterator>(entries);
+}
+
 } // namespace narvo::python

@@ -63,4 +63,7 @@ bool HasMaskedEntries(const py::array& array);
 /// Whether a value is an array of one image, grey or in colours, rather than a sequence of them.
 bool IsOneImage(const py::handle& value);
 
+/// Goes through a sequence of images. @throws v1::Error naming `name` for what has no entries
+py::iterator EachImage(const py::handle& value, const char* name);
+
 } // namespace narvo::python

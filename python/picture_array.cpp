@@ -36,7 +36,7 @@ std::vector<v1::NamedPicture> GoodPictures(const py::handle& images)
     if (IsOneImage(images))
         add(images);
     else
-        for (const py::handle image : py::iter(images))
+        for (const py::handle image : EachImage(images, "images"))
             add(image);
     return good;
 }

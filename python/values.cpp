@@ -2,6 +2,7 @@
 // Conversions of small values.
 #include "python/values.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -21,8 +22,8 @@ namespace
 
 constexpr int nDepthLimit = 16; // as deep as recipes in JSON may be nested
 
-/// What a field takes, by its path with the places in lists, "zones.list[2].gain".
-std::string AllowedAt(const std::string& path)
+/// What a field takes, by its path with the places in lists, "zones.list[2].gain"; `otherwise` where there is none.
+std::string AllowedAt(const std::string& path, const char* otherwise)
 {
     std::string plain;
     bool inside = false;
@@ -38,14 +39,14 @@ std::string AllowedAt(const std::string& path)
     for (const v1::RecipeField& field : v1::RecipeFields())
         if (field.path == plain)
             return field.allowed;
-    return "a finite number";
+    return otherwise;
 }
 
 /// JSON has no word for what is not finite.
 json FiniteNumber(double number, const std::string& path)
 {
     if (!std::isfinite(number))
-        throw v1::Error({{path.empty() ? "recipe" : path, NumberText(number), AllowedAt(path)}});
+        throw v1::Error({{path.empty() ? "recipe" : path, NumberText(number), AllowedAt(path, "a finite number")}});
     return number;
 }
 
@@ -80,7 +81,10 @@ json ToJsonAt(const py::handle& value, const std::string& place, int depth, cons
             throw py::error_already_set();
         int overflow = 0;
         const long long whole = PyLong_AsLongLongAndOverflow(number.ptr(), &overflow);
-        return overflow == 0 ? json(whole) : refuse("a number of at most 64 bits");
+        if (overflow != 0)
+            throw v1::Error(
+                {{path.empty() ? "recipe" : path, Shown(number), AllowedAt(path, "a number of at most 64 bits")}});
+        return whole;
     }
     if (py::isinstance<py::dict>(value))
     {
@@ -116,6 +120,18 @@ json ToJsonAt(const py::handle& value, const std::string& place, int depth, cons
 
 } // namespace
 
+std::string ToKey(const py::handle& value, const char* name)
+{
+    const py::str text = py::str(value);
+    const char* bytes = PyUnicode_AsUTF8(text.ptr());
+    if (bytes == nullptr)
+    {
+        PyErr_Clear();
+        throw v1::Error({{name, "key " + Shown(value), "text without lone surrogates"}});
+    }
+    return bytes;
+}
+
 std::optional<int> ToInt(const py::handle& value)
 {
     if (PyIndex_Check(value.ptr()) == 0)
@@ -127,6 +143,38 @@ std::optional<int> ToInt(const py::handle& value)
     if (!number || overflow != 0 || whole < std::numeric_limits<int>::min() || whole > std::numeric_limits<int>::max())
         return std::nullopt;
     return static_cast<int>(whole);
+}
+
+int ToNearestInt(const py::handle& value)
+{
+    using Limits = std::numeric_limits<int>;
+    return static_cast<int>(
+        std::clamp<double>(ToWholeSetting(value), Limits::min(), Limits::max())); // every int is a double
+}
+
+double ToSetting(const py::handle& value)
+{
+    const double number = PyFloat_AsDouble(value.ptr());
+    if (PyErr_Occurred() == nullptr)
+        return number;
+    if (PyErr_ExceptionMatches(PyExc_OverflowError) == 0)
+    {
+        PyErr_Clear();
+        throw py::type_error(Shown(value) + " is no number");
+    }
+    PyErr_Clear();
+    const int sign = PyObject_RichCompareBool(value.ptr(), py::int_(0).ptr(), Py_LT) == 1 ? -1 : 1;
+    return sign * std::numeric_limits<double>::max();
+}
+
+double ToWholeSetting(const py::handle& value)
+{
+    if (PyIndex_Check(value.ptr()) == 0)
+        throw py::type_error(Shown(value) + " is no whole number");
+    const auto whole = py::reinterpret_steal<py::object>(PyNumber_Index(value.ptr()));
+    if (!whole)
+        throw py::error_already_set();
+    return ToSetting(whole);
 }
 
 namespace

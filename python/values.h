@@ -40,8 +40,38 @@ std::filesystem::path ToPath(const py::handle& value);
 /// something else is met, or all is nested too deeply; `within` is the path of the field that the value is for
 nlohmann::json ToJson(const py::handle& value, const std::string& within = {});
 
+/// A dict's key, or its text. @throws v1::Error naming `name` for text that is no Unicode
+std::string ToKey(const py::handle& value, const char* name);
+
 /// A whole number that fits; nothing for others.
 std::optional<int> ToInt(const py::handle& value);
+
+/// A whole number, or the nearest one that an int holds, for calls that say what is allowed. @throws TypeError for what
+/// is no whole number
+int ToNearestInt(const py::handle& value);
+
+/// A number as a setting of the host library, which says what is allowed; one that no double holds is beyond every
+/// range. @throws TypeError for what is no number, or no whole one
+double ToSetting(const py::handle& value);
+double ToWholeSetting(const py::handle& value);
+
+/// Runs `call`; what it refuses of the argument `name` is shown as it was written in Python.
+template <typename Call>
+auto Showing(const char* name, const std::string& written, Call call)
+{
+    try
+    {
+        return call();
+    }
+    catch (const v1::Error& error)
+    {
+        std::vector<v1::Problem> problems = error.Problems();
+        for (v1::Problem& problem : problems)
+            if (problem.field == name)
+                problem.value = written;
+        throw v1::Error(std::move(problems));
+    }
+}
 
 /// Four whole numbers: left, top, right, bottom; `fallback` for None. @throws v1::Error naming `name` for others
 v1::Box ToRect(const py::handle& value, const v1::Box& fallback, const char* name);

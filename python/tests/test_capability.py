@@ -31,6 +31,18 @@ def test_what_is_wrong_is_named() -> None:
         na.capability(RECIPE, stripes(), sizes=[0])
     with pytest.raises(na.ArgumentError, match="sizes: 'a'; allowed: whole numbers"):
         na.capability(RECIPE, stripes(), sizes=["a"])
+    with pytest.raises(na.ArgumentError, match="sizes: 1099511627776; allowed: whole numbers of 32 bits"):
+        na.capability(RECIPE, stripes(), sizes=[2**40])
+    for wrong in (7, "3", b"3"):
+        with pytest.raises(na.ArgumentError, match="sizes: .*; allowed: a list of whole numbers"):
+            na.capability(RECIPE, stripes(), sizes=wrong)
+    with pytest.raises(na.ArgumentError, match="places: 'inside'; allowed: a list of inside or border"):
+        na.capability(RECIPE, stripes(), places="inside")
+    with pytest.raises(na.ArgumentError, match="count: 1099511627776; allowed: 1 to 1000"):
+        na.capability(RECIPE, stripes(), count=2**40)
+    for seed in (-1, 2**64):
+        with pytest.raises(na.ArgumentError, match=f"seed: {seed}; allowed: whole number, 0 to 18446744073709551615"):
+            na.capability(RECIPE, stripes(), seed=seed)
     with pytest.raises(na.ArgumentError, match="shapes: 'star'; allowed: spot, line-x, line-y or stain"):
         na.capability(RECIPE, stripes(), shapes=["star"])
     with pytest.raises(na.ArgumentError, match="places: 'edge'; allowed: inside or border"):

@@ -44,6 +44,14 @@ def test_what_is_wrong_is_named() -> None:
         na.learn(cloth(1), mode="weave")
     with pytest.raises(na.ArgumentError, match="threads: 0; allowed: 1 to 256"):
         na.learn(cloth(1), threads=0)
+    for beyond in (2**40, -(10**400)):
+        with pytest.raises(na.ArgumentError, match="threads: .*; allowed: "):
+            na.learn(cloth(1), threads=beyond)
+        with pytest.raises(na.ArgumentError, match="false_rate: .*; allowed: 0.001 to 10"):
+            na.learn(cloth(1), false_rate=beyond)
+    for wrong in (None, 7, np.array(3, np.uint8)):
+        with pytest.raises(na.ImageError, match="images: .*; allowed: an image, or a sequence of images"):
+            na.learn(wrong)
     with pytest.raises(na.ArgumentError, match="images: 0; allowed: 1 to 1000"):
         na.learn([])
     with pytest.raises(na.ImageError):

@@ -138,6 +138,42 @@ def test_there_are_no_half_made_objects(recipe_dict):
     assert recipe["min_area"] == 1
 
 
+def test_painted_zones_of_modes_without_zones_are_refused(recipe_dict):
+    painted = numpy.zeros((25, 33), numpy.uint8)
+    pixel = make_recipe_dict(mode="pixel", threshold={"base": 20})
+    found = problems(pixel, zone_image=painted, class_image=painted)
+    assert set(found) == {"zones.image", "zones.class_image"}
+    with pytest.raises(narvoassem.RecipeError, match="zones.image"):
+        narvoassem.Recipe(recipe_dict, zone_image=painted).replace({"mode": "pixel", "threshold.base": 20})
+
+
+def test_images_beside_a_recipe_take_the_place_of_its_own(recipe_dict):
+    recipe = narvoassem.Recipe(recipe_dict, zone_image=numpy.zeros((25, 33), numpy.uint8))
+    dead = numpy.ones((300, 400), numpy.uint8)
+    other = narvoassem.Recipe(recipe, dead_image=dead)
+    assert numpy.array_equal(other.dead_image, dead) and recipe.dead_image is None
+    assert numpy.array_equal(other.zone_image, recipe.zone_image)
+    with pytest.raises(narvoassem.RecipeError, match="zones.image"):
+        narvoassem.Recipe(recipe, zone_image=numpy.zeros((5, 5), numpy.uint8))
+
+
+def test_whole_numbers_of_more_than_64_bits_are_refused_by_their_range(recipe_dict):
+    for value in (2**63, -(2**63) - 1, 10**400):
+        recipe_dict["min_area"] = value
+        assert problems(recipe_dict)["min_area"].allowed == "whole number, 1 to 1000000 pixels"
+    with pytest.raises(narvoassem.RecipeError, match="pitch.x: 18446744073709551616; allowed: 1 to 16384 pixels"):
+        narvoassem.Recipe(make_recipe_dict()).replace({"pitch.x": 2**64})
+
+
+def test_names_that_are_none_are_told(recipe_dict):
+    assert set(problems(recipe_dict | {"": 1})) == {'""'}
+    recipe = narvoassem.Recipe(recipe_dict)
+    for changes in ({"": 1}, {"": None}, {"\ud800": 1}):
+        with pytest.raises(narvoassem.RecipeError, match="^changes: "):
+            recipe.replace(changes)
+    assert "maps" in problems(recipe_dict, maps={"\ud800": numpy.zeros((3, 3), int)})
+
+
 def test_replace_makes_another_recipe(recipe_dict):
     recipe = narvoassem.Recipe(recipe_dict)
     other = recipe.replace({"min_area": 5, "zones.list": [{"index": 0, "offset": 44}], "pitch.x": 33})

@@ -98,7 +98,7 @@ def test_what_a_stream_cannot_do_is_refused_by_field():
         assert [problem.field for problem in refused.value.problems] == list(wrong)
         assert refused.value.problems[0].allowed == allowed
     for width in (0, -1, 32001, 2**70):
-        with pytest.raises(narvoassem.RecipeError, match="width"):
+        with pytest.raises(narvoassem.RecipeError, match=f"width: {width}; allowed: 1 to 32000 pixels"):
             narvoassem.StripStream(RECIPE, width)
     for wrong in ({"width": "wide"}, {"width": WIDTH, "window_rows": 1.5}):
         with pytest.raises(TypeError):
