@@ -36,7 +36,8 @@ class Disk:
         subprocess.run(["mount", "-t", "tmpfs", "-o", options, "none", self.place], check=True)
 
     def remount(self, options):
-        subprocess.run(["mount", "-o", f"remount,{options}", self.place], check=True)
+        # With its source named, mount adds no options of its own reading, which may name users not known here.
+        subprocess.run(["mount", "-t", "tmpfs", "-o", f"remount,{options}", "none", self.place], check=True)
 
     def __enter__(self):
         return self
