@@ -53,6 +53,7 @@ CConvParam MakeFilledParam()
     static int nTable = 0;
     param.pThresholdOffsetMap = param.pZoneIndexMap = param.pClassIdMap = &nMap;
     param.pZoneOriginTable = param.pScanPitchTable = param.pTspTable = &nTable;
+    param.pTiltScanTable = &nTable;
     return param;
 }
 
@@ -75,19 +76,26 @@ TEST(ConvParam, ResetSetsTheListedDefaults)
     for (const CRect& rtZone : param.rtDeadZone)
         EXPECT_TRUE(rtZone.IsRectEmpty());
     EXPECT_EQ(param.nConvWidth, 0);
+    EXPECT_EQ(param.nConvHeight, 0);
+    EXPECT_EQ(param.nConvMultiple, 0);
+    EXPECT_EQ(param.nScanMultiple, 0);
     EXPECT_EQ(param.dConvPitch, 0.0);
+    EXPECT_EQ(param.dScanPitch, 0.0);
     EXPECT_EQ(param.fVtdPitch, 0.0F);
     EXPECT_EQ(param.dClassPitch, 0.0);
     EXPECT_EQ(param.nThreshold, 10);
     EXPECT_EQ(param.nThresholdGain, 20);
     EXPECT_EQ(param.nGrayLimit, 255);
     EXPECT_EQ(param.nBlackFilterGray, 0);
+    EXPECT_EQ(param.nBlackFilterGain, 0);
     EXPECT_EQ(param.bBandThread, 1);
     EXPECT_EQ(param.bUseLineBuffer, 1);
     EXPECT_EQ(param.bAutoDirection, 0);
     EXPECT_EQ(param.bKeepSingle, 1);
+    EXPECT_EQ(param.nPairSearchSlack, 0);
     EXPECT_EQ(param.nThresholdExtra, 0);
     EXPECT_EQ(param.pScanPitchTable, nullptr);
+    EXPECT_EQ(param.pTiltScanTable, nullptr);
     EXPECT_EQ(param.nReservedTable, 1);
     EXPECT_EQ(param.pThresholdOffsetMap, nullptr);
     EXPECT_EQ(param.pZoneIndexMap, nullptr);
@@ -95,6 +103,7 @@ TEST(ConvParam, ResetSetsTheListedDefaults)
     EXPECT_EQ(param.nZoneMapStride, 12000);
     EXPECT_EQ(param.nZoneMapHeight, 1024);
     EXPECT_EQ(param.nZoneMapLeft, 0);
+    EXPECT_EQ(param.nZoneMapTop, 0);
     EXPECT_EQ(param.pZoneOriginTable, nullptr);
     EXPECT_EQ(param.nZoneColumns, 300);
     EXPECT_EQ(param.nZoneConvMultiple, 1);

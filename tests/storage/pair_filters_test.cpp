@@ -2,6 +2,7 @@
 // The pair filters: which pairs each walk tests, where the reference lies, and when a pair stands.
 #include <gtest/gtest.h>
 
+#include "narvoassem/storage/filters/filter_walk.h"
 #include "storage/store_samples.h"
 
 namespace
@@ -168,6 +169,24 @@ TEST_F(PairFilters, ANarrowRegionFallsBackToTheJumpAlongTheOtherAxis)
     EXPECT_EQ(m_store.JumpFilter_Hori(&pair), 0);
     m_image.Set(50, 60, 200);
     EXPECT_EQ(m_store.CrossFilter_Vert(&pair), 0);
+}
+
+TEST_F(PairFilters, ARegionOfTwoPitchesIsNotNarrow)
+{
+    CDefectPair pair = Make(50, 60);
+    m_param.rtInspect = CRect(45, 55, 65, 75);
+    EXPECT_EQ(m_store.CrossFilter_Hori(&pair), 0) << "20 pixels: the cross test, where nothing differs";
+    m_param.rtInspect.right = 64;
+    EXPECT_EQ(m_store.CrossFilter_Hori(&pair), 1) << "the jump along y leads out";
+}
+
+TEST_F(PairFilters, FlaggedZonesTurnTheFiltersOfVerticalBuildsOffAndNoOthers)
+{
+    m_param.bZoneFlagged = 1;
+    EXPECT_FALSE(narvo::engine::HasPairFilters(m_param, true));
+    EXPECT_TRUE(narvo::engine::HasPairFilters(m_param, false));
+    m_param.bZoneFlagged = 0;
+    EXPECT_TRUE(narvo::engine::HasPairFilters(m_param, true));
 }
 
 TEST_F(PairFilters, AJumpOntoTheRegionsFarSideIsStillInside)

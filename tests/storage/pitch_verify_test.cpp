@@ -240,7 +240,22 @@ TEST_F(TiltVerify, EitherSideThatMatchesRemovesThePair)
     EXPECT_EQ(m_store.DPCTiltFiltering(&m_pair), 1);
     m_image.Set(50, 76, 130);
     EXPECT_EQ(m_store.DPCTiltFiltering(&m_pair), 0) << "20 is not below 20";
+    m_image.Set(50, 44, 130);
+    EXPECT_EQ(m_store.DPCTiltFiltering(&m_pair), 0) << "nor on the other side";
     m_image.Set(50, 44, 140);
+    EXPECT_EQ(m_store.DPCTiltFiltering(&m_pair), 1);
+}
+
+TEST_F(TiltVerify, ASideThatIsEqualIsNoSlope)
+{
+    m_pair.nThreshold = 0;
+    m_image.Set(50, 44, 150);
+    m_image.Set(50, 76, 250);
+    EXPECT_EQ(m_store.DPCTiltFiltering(&m_pair), 0) << "150, 150, 250";
+    m_image.Set(50, 44, 100);
+    m_image.Set(50, 76, 150);
+    EXPECT_EQ(m_store.DPCTiltFiltering(&m_pair), 0) << "100, 150, 150";
+    m_image.Set(50, 76, 250);
     EXPECT_EQ(m_store.DPCTiltFiltering(&m_pair), 1);
 }
 

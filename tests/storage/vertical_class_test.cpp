@@ -79,6 +79,15 @@ TEST_F(VerticalClass, AMiddleSingleOfOneRowOrColumnIsDropped)
     EXPECT_EQ(m_store.nBlobCount, 0);
 }
 
+TEST_F(VerticalClass, AMiddleSingleOfTwoRowsAndColumnsIsSettled)
+{
+    m_image.Fill(CRect(10, 100, 12, 102), 150);
+    AddSingle(CRect(10, 100, 12, 102), DefectPos_Middle);
+    m_store.ClassificationDefectVert(0);
+    ASSERT_EQ(m_store.nBlobCount, 1);
+    EXPECT_EQ(m_store.pBlob[0].nDefectPair, DefectPair_MiddleSettled);
+}
+
 TEST_F(VerticalClass, ADefectOnePitchUpMovesTheBlobUp)
 {
     m_image.Fill(CRect(10, 80, 14, 84), 150);
