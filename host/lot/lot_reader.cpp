@@ -39,7 +39,8 @@ std::vector<StoredRun> ChooseRuns(ResultStore& store, const LotChoice& choice)
     for (const std::string& name : choice.runs)
         if (std::none_of(runs.begin(), runs.end(), [&](const StoredRun& run) { return run.description.key == name; }))
             found.push_back({"--run", name, "one of the store's runs: " + NamesOfRuns(runs)});
-    ThrowIfAny(std::move(found));
+    if (!found.empty())
+        throw HostError(std::move(found));
     const auto isChosen = [&](const StoredRun& run)
     {
         if (choice.all)

@@ -55,8 +55,11 @@ double LogFactorial(double number)
     constexpr double dHalfLogTwoPi = 0.918938533204672742;
     double below = 0.0;
     double value = number + 1.0;
-    for (; value < dSeries; value += 1.0)
+    while (value < dSeries)
+    {
         below += std::log(value);
+        value += 1.0;
+    }
     const double inverse = 1.0 / (value * value);
     return (value - 0.5) * std::log(value) - value + dHalfLogTwoPi +
            (1.0 / 12.0 - (1.0 / 360.0 - (1.0 / 1260.0 - inverse / 1680.0) * inverse) * inverse) / value - below;

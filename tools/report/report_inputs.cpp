@@ -216,6 +216,7 @@ private:
     void InspectImages(const std::vector<int>& indices, std::vector<Problem>& found)
     {
         std::vector<CheckedRecipe> recipes;
+        recipes.reserve(indices.size());
         for (const int index : indices)
             recipes.push_back(m_draft.page.recipes[static_cast<std::size_t>(index)].recipe);
         const ImageReading reading = *recipes.front();
