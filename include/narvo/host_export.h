@@ -8,18 +8,15 @@
 #define NARVOHOST_API __attribute__((visibility("default")))
 #endif
 
-// Everything is in narvo::v1, which programs write as narvo. Inside the library the namespace is not inline, because
-// the host layer that it is built from uses some of the same names in narvo.
-#if defined(__clang__)
-// The word inline stands here alone, so that each header can open the namespace for both.
-#pragma clang diagnostic ignored "-Winline-namespace-reopened-noninline"
-#endif
+// Everything is in narvo::v1, which programs write as narvo. Inside the library it is not, because the host layer that
+// it is built from uses some of the same names in narvo. An inline namespace would say the same, but clang wants the
+// word inline in every header then.
 namespace narvo
 {
-#ifndef NARVOHOST_BUILDING
-inline
-#endif
-    namespace v1
+namespace v1
 {
 }
+#ifndef NARVOHOST_BUILDING
+using namespace v1;
+#endif
 } // namespace narvo
