@@ -112,8 +112,10 @@ void StripStream::Finish()
 {
     if (m_finished)
         return;
+    if (m_counts.rows == 0)
+        throw HostError({{"rows", "0", "rows before the end of the stream"}});
     if (m_counts.windows == 0)
-        ThrowIfAny(CheckRecipeForImage(m_recipe, m_width, std::max(static_cast<int>(m_counts.rows), 1)));
+        ThrowIfAny(CheckRecipeForImage(m_recipe, m_width, static_cast<int>(m_counts.rows)));
     m_finished = true;
     InspectWindow(BufferedRows(), true);
 }

@@ -14,8 +14,9 @@ namespace narvo::v1
 /// How far a call has come.
 struct Progress
 {
-    std::string step;      ///< what is being done: "learning texture limits"
-    std::size_t done = 0;  ///< images that were read, references that were registered, defects that were planted
+    std::string step; ///< what is being done: "learning texture limits"
+    std::size_t done =
+        0; ///< reads of images, each of which is read several times; references registered, defects planted
     std::size_t total = 0; ///< of so many; 0: not known
 };
 

@@ -116,6 +116,7 @@ TEST_F(CStream, RefusesWithReasonsAndStaysUsable)
     EXPECT_EQ(CFields(), "largest_blob");
     ASSERT_EQ(narvo_stream_create(m_recipe, 512, nullptr, 0, &stream), NARVO_OK);
     EXPECT_EQ(narvo_stream_finish(stream), NARVO_REFUSED) << "no rows yet";
+    EXPECT_EQ(CFields(), "rows");
     narvo_image rows = Rows(0, 200);
     rows.width = 500;
     EXPECT_EQ(narvo_stream_push(stream, &rows), NARVO_REFUSED);
