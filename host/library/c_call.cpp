@@ -4,10 +4,12 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <exception>
 #include <limits>
 #include <memory>
 #include <new>
+#include <string>
 #include <vector>
 
 #include "host/library/c_records.h"
@@ -141,6 +143,11 @@ HandleTable<narvo_stream, StreamObject>& StreamHandles()
     return LastingTable<HandleTable<narvo_stream, StreamObject>>("a stream");
 }
 
+HandleTable<narvo_store, StoreObject>& StoreHandles()
+{
+    return LastingTable<HandleTable<narvo_store, StoreObject>>("a store");
+}
+
 std::int32_t KeepProblems() noexcept
 {
     ForgetProblems();
@@ -170,6 +177,23 @@ void CheckRoom(const void* place, const char* name, std::int64_t capacity)
                           "0 to " + std::to_string(std::numeric_limits<std::int64_t>::max())}});
     if (capacity > 0)
         Given(place, name);
+}
+
+void FillText(const std::string& whole, char* text, std::int64_t capacity, std::int64_t* length)
+{
+    Given(length, "length");
+    CheckRoom(text, "text", capacity);
+    *length = static_cast<std::int64_t>(whole.size());
+    if (capacity == 0)
+        return;
+    const auto bytes = static_cast<std::size_t>(std::min(capacity - 1, *length));
+    std::memcpy(text, whole.data(), bytes);
+    text[bytes] = '\0';
+}
+
+std::size_t RegionNumber(std::int64_t region)
+{
+    return region < 0 ? std::numeric_limits<std::size_t>::max() : static_cast<std::size_t>(region);
 }
 
 std::ptrdiff_t PointerDistance(std::int64_t distance)

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -19,6 +20,7 @@
 #include "narvo/host_inspector.h"
 #include "narvo/host_learn.h"
 #include "narvo/host_pitch.h"
+#include "narvo/host_result.h"
 #include "narvo/narvo_c.h"
 
 namespace narvo::library
@@ -31,11 +33,40 @@ struct DraftObject
     v1::RecipeDraft draft;
 };
 
-/// Reports of one image, and of golden inspections what there is beside them.
-struct ReportsObject
+/// What there is of a golden inspection beside its report.
+struct GoldenPart
 {
-    std::vector<v1::Report> reports;
-    std::optional<v1::GoldenReport> golden; ///< its report is in `reports`
+    v1::GoldenReport summary; ///< its report is that of the object
+    v1::RegistrationMap map;
+    std::string json;
+    std::string csv;
+};
+
+/// Reports of one image, and of golden inspections what there is beside them.
+class ReportsObject
+{
+public:
+    /// What a report does not see becomes the last of its warnings.
+    explicit ReportsObject(std::vector<v1::FullReport> made);
+    explicit ReportsObject(const v1::GoldenFindings& findings);
+
+    const std::vector<v1::FullReport>& Reports() const { return m_reports; }
+    const v1::FullReport& At(std::int64_t region) const;
+    /// @throws v1::Error for reports of other inspections
+    const GoldenPart& Golden() const;
+    /// Texts of a region, made when they are asked for first, and kept.
+    const char* Json(std::int64_t region);
+    const char* Csv(std::int64_t region);
+
+private:
+    using Texts = std::map<std::int64_t, std::string>;
+    const char* Kept(Texts& texts, std::int64_t region, std::string (*make)(const v1::FullReport&));
+
+    std::vector<v1::FullReport> m_reports;
+    std::optional<GoldenPart> m_golden;
+    std::mutex m_mutex; ///< of the texts
+    Texts m_json;
+    Texts m_csv;
 };
 
 /// An explainer, which one thread at a time may ask.
@@ -52,10 +83,14 @@ struct ExplanationObject
 {
     v1::Explanation way;
     std::string why;
+    std::string json;
 };
 
 /// A stream and what it has reported.
 struct StreamObject;
+
+/// A store, which one thread at a time may call.
+struct StoreObject;
 
 // The tables live as long as the process, since programs may free handles at its very end.
 HandleTable<narvo_recipe, v1::Recipe>& RecipeHandles();
@@ -68,6 +103,7 @@ HandleTable<narvo_learning, v1::LearnReport>& LearningHandles();
 HandleTable<narvo_explainer, ExplainerObject>& ExplainerHandles();
 HandleTable<narvo_explanation, ExplanationObject>& ExplanationHandles();
 HandleTable<narvo_stream, StreamObject>& StreamHandles();
+HandleTable<narvo_store, StoreObject>& StoreHandles();
 
 /// The status of the exception that is being handled, whose problems become those of this thread.
 std::int32_t KeepProblems() noexcept;
@@ -156,6 +192,13 @@ void FillArray(const Values& values, Record* places, std::uint32_t size, std::in
 }
 
 narvo_defect DefectRecord(const v1::Defect& defect);
+
+/// Puts as many bytes of `whole` as fit, and a zero byte behind them, into the `capacity` bytes at `text`, and sets
+/// `length` to how many there are. @throws v1::Error for null, or a negative capacity
+void FillText(const std::string& whole, char* text, std::int64_t capacity, std::int64_t* length);
+
+/// A number of a region, for calls that refuse those that a recipe does not have.
+std::size_t RegionNumber(std::int64_t region);
 
 /// The distance as one between pointers. Where addresses are shorter, one that does not fit stays out of range.
 std::ptrdiff_t PointerDistance(std::int64_t distance);

@@ -1,28 +1,17 @@
 // SPDX-License-Identifier: MIT
 // The C interface: why a pixel is reported, or is not.
-#include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "host/library/c_call.h"
 #include "narvo/narvo_c.h"
 
 using namespace narvo::library; // NOLINT(google-build-using-namespace): the functions below are those of C
 using narvo::v1::Explainer;
-
-namespace
-{
-
-/// As the number of a region; what is none stays none.
-std::size_t RegionNumber(std::int64_t region)
-{
-    return region < 0 ? std::numeric_limits<std::size_t>::max() : static_cast<std::size_t>(region);
-}
-
-} // namespace
 
 std::int32_t narvo_explainer_create(const narvo_image* image, const narvo_recipe* recipe, std::int64_t region,
                                     narvo_explainer** explainer)
@@ -43,9 +32,7 @@ std::int32_t narvo_explainer_reports(const narvo_explainer* explainer, narvo_rep
                    {
                        const auto object = ExplainerHandles().Find(explainer, "explainer");
                        const std::lock_guard lock(object->mutex);
-                       auto made = std::make_shared<ReportsObject>();
-                       made->reports.push_back(object->explainer.Result());
-                       return made;
+                       return std::make_shared<ReportsObject>(std::vector{object->explainer.FullResult()});
                    });
 }
 
@@ -63,7 +50,9 @@ std::int32_t narvo_explain(const narvo_explainer* explainer, std::int32_t x, std
                        const auto object = ExplainerHandles().Find(explainer, "explainer");
                        const std::lock_guard lock(object->mutex);
                        auto made = std::make_shared<ExplanationObject>();
-                       made->way = object->explainer.Explain(x, y);
+                       narvo::v1::FullExplanation full = object->explainer.ExplainFully(x, y);
+                       made->way = std::move(full.explanation);
+                       made->json = std::move(full.json);
                        for (const std::string& sentence : made->way.why)
                            made->why += (made->why.empty() ? "" : "\n") + sentence;
                        return made;
@@ -87,6 +76,11 @@ std::int32_t narvo_explanation_get(const narvo_explanation* explanation, narvo_p
             record.text = object->way.text.c_str();
             WriteRecord(way, size, record);
         });
+}
+
+std::int32_t narvo_explanation_json(const narvo_explanation* explanation, const char** text)
+{
+    return HandOutText(text, [&] { return ExplanationHandles().Find(explanation, "explanation")->json.c_str(); });
 }
 
 std::int32_t narvo_explanation_free(narvo_explanation* explanation)

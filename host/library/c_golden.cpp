@@ -22,13 +22,6 @@ using narvo::v1::ReferencePlace;
 namespace
 {
 
-const GoldenReport& GoldenOf(const ReportsObject& object)
-{
-    if (!object.golden)
-        throw Error({{"reports", "of narvo_inspect", "reports of narvo_golden_inspect"}});
-    return *object.golden;
-}
-
 narvo_registration RecordOf(const GoldenReport& report)
 {
     narvo_registration record = {};
@@ -107,10 +100,7 @@ std::int32_t narvo_golden_inspect(const narvo_golden* golden, const narvo_image*
                    [&]
                    {
                        const auto model = GoldenHandles().Find(golden, "golden");
-                       auto object = std::make_shared<ReportsObject>();
-                       object->golden = model->Inspect(PixelsOf(image, "image"));
-                       object->reports.push_back(std::move(object->golden->report));
-                       return object;
+                       return std::make_shared<ReportsObject>(model->InspectFully(PixelsOf(image, "image")));
                    });
 }
 
@@ -147,7 +137,7 @@ std::int32_t narvo_reports_registration(const narvo_reports* reports, narvo_regi
         {
             const std::uint32_t size = SizeOf(registration, "registration");
             const auto object = ReportsHandles().Find(reports, "reports");
-            WriteRecord(registration, size, RecordOf(GoldenOf(*object)));
+            WriteRecord(registration, size, RecordOf(object->Golden().summary));
         });
 }
 
@@ -161,7 +151,21 @@ std::int32_t narvo_reports_places(const narvo_reports* reports, std::uint32_t re
             CheckRecordSize<narvo_place>(record_size, "record_size");
             CheckRoom(places, "places", capacity);
             const auto object = ReportsHandles().Find(reports, "reports");
-            FillArray(GoldenOf(*object).places, places, record_size, capacity, count,
+            FillArray(object->Golden().summary.places, places, record_size, capacity, count,
                       [](const ReferencePlace& place) { return RecordOf(place); });
+        });
+}
+
+std::int32_t narvo_reports_map(const narvo_reports* reports, double x, double y, double* reference_x,
+                               double* reference_y)
+{
+    return Guarded(
+        [&]
+        {
+            Given(reference_x, "reference_x");
+            Given(reference_y, "reference_y");
+            const narvo::v1::RealPlace place = ReportsHandles().Find(reports, "reports")->Golden().map.Map(x, y);
+            *reference_x = place.x;
+            *reference_y = place.y;
         });
 }

@@ -5,6 +5,7 @@
 
 #include "host/library/c_call.h"
 #include "host/library/c_records.h"
+#include "narvo/host_result.h"
 #include "narvo/narvo_c.h"
 
 using namespace narvo::library; // NOLINT(google-build-using-namespace): the functions below are those of C
@@ -90,9 +91,8 @@ std::int32_t narvo_inspect(narvo_inspector* inspector, const narvo_recipe* recip
                    {
                        const auto engines = InspectorHandles().Find(inspector, "inspector");
                        const auto rules = RecipeHandles().Find(recipe, "recipe");
-                       auto object = std::make_shared<ReportsObject>();
-                       object->reports = engines->Inspect(PixelsOf(image, "image"), *rules);
-                       return object;
+                       return std::make_shared<ReportsObject>(
+                           engines->InspectFully(PixelsOf(image, "image"), *rules, false));
                    });
 }
 
@@ -107,7 +107,7 @@ std::int32_t narvo_reports_count(const narvo_reports* reports, std::int64_t* cou
         [&]
         {
             Given(count, "count");
-            *count = static_cast<std::int64_t>(ReportsHandles().Find(reports, "reports")->reports.size());
+            *count = static_cast<std::int64_t>(ReportsHandles().Find(reports, "reports")->Reports().size());
         });
 }
 
@@ -118,7 +118,7 @@ std::int32_t narvo_reports_get(const narvo_reports* reports, std::int64_t region
         {
             const std::uint32_t size = SizeOf(report, "report");
             const auto object = ReportsHandles().Find(reports, "reports");
-            WriteRecord(report, size, RecordOf(ElementAt(object->reports, region, "region")));
+            WriteRecord(report, size, RecordOf(object->At(region).report));
         });
 }
 
@@ -132,7 +132,7 @@ std::int32_t narvo_reports_defects(const narvo_reports* reports, std::int64_t re
             CheckRecordSize<narvo_defect>(record_size, "record_size");
             CheckRoom(defects, "defects", capacity);
             const auto object = ReportsHandles().Find(reports, "reports");
-            const auto& found = ElementAt(object->reports, region, "region").defects;
+            const auto& found = object->At(region).report.defects;
             FillArray(found, defects, record_size, capacity, count,
                       [](const Defect& defect) { return DefectRecord(defect); });
         });
@@ -141,12 +141,32 @@ std::int32_t narvo_reports_defects(const narvo_reports* reports, std::int64_t re
 std::int32_t narvo_reports_warning(const narvo_reports* reports, std::int64_t region, std::int64_t index,
                                    const char** text)
 {
-    return HandOutText(
-        text,
+    return HandOutText(text,
+                       [&]
+                       {
+                           const auto object = ReportsHandles().Find(reports, "reports");
+                           return ElementAt(object->At(region).report.warnings, index, "index").c_str();
+                       });
+}
+
+std::int32_t narvo_reports_json(const narvo_reports* reports, std::int64_t region, const char** text)
+{
+    return HandOutText(text, [&] { return ReportsHandles().Find(reports, "reports")->Json(region); });
+}
+
+std::int32_t narvo_reports_csv(const narvo_reports* reports, std::int64_t region, const char** text)
+{
+    return HandOutText(text, [&] { return ReportsHandles().Find(reports, "reports")->Csv(region); });
+}
+
+std::int32_t narvo_reports_save_overlay(const narvo_reports* reports, std::int64_t region, const narvo_image* image,
+                                        const char* file)
+{
+    return Guarded(
         [&]
         {
             const auto object = ReportsHandles().Find(reports, "reports");
-            return ElementAt(ElementAt(object->reports, region, "region").warnings, index, "index").c_str();
+            narvo::v1::SaveOverlay(Given(file, "file"), PixelsOf(image, "image"), object->At(region));
         });
 }
 

@@ -66,18 +66,28 @@ std::int32_t narvo_recipe_regions(const narvo_recipe* recipe, std::int64_t* coun
 
 std::int32_t narvo_recipe_text(const narvo_recipe* recipe, char* text, std::int64_t capacity, std::int64_t* length)
 {
+    return Guarded([&] { FillText(RecipeHandles().Find(recipe, "recipe")->Text(), text, capacity, length); });
+}
+
+std::int32_t narvo_recipe_value(const narvo_recipe* recipe, std::int64_t region, const char* field, char* text,
+                                std::int64_t capacity, std::int64_t* length)
+{
     return Guarded(
         [&]
         {
-            Given(length, "length");
-            CheckRoom(text, "text", capacity);
-            const std::string json = RecipeHandles().Find(recipe, "recipe")->Text();
-            *length = static_cast<std::int64_t>(json.size());
-            if (capacity == 0)
-                return;
-            const auto bytes = static_cast<std::size_t>(std::min(capacity - 1, *length));
-            std::memcpy(text, json.data(), bytes);
-            text[bytes] = '\0';
+            const auto object = RecipeHandles().Find(recipe, "recipe");
+            FillText(object->Value(Given(field, "field"), RegionNumber(region)), text, capacity, length);
+        });
+}
+
+std::int32_t narvo_recipe_summary(const narvo_recipe* recipe, std::int64_t region, char* text, std::int64_t capacity,
+                                  std::int64_t* length)
+{
+    return Guarded(
+        [&]
+        {
+            const auto object = RecipeHandles().Find(recipe, "recipe");
+            FillText(object->Summary(RegionNumber(region)), text, capacity, length);
         });
 }
 
@@ -99,6 +109,18 @@ std::int32_t narvo_recipe_free(narvo_recipe* recipe)
 std::int32_t narvo_draft_create(narvo_draft** draft)
 {
     return HandOut(DraftHandles(), draft, "draft", [] { return std::make_shared<DraftObject>(); });
+}
+
+std::int32_t narvo_draft_from_recipe(const narvo_recipe* recipe, std::int64_t region, narvo_draft** draft)
+{
+    return HandOut(DraftHandles(), draft, "draft",
+                   [&]
+                   {
+                       const auto rules = RecipeHandles().Find(recipe, "recipe");
+                       auto object = std::make_shared<DraftObject>();
+                       object->draft = RecipeDraft::Of(*rules, RegionNumber(region));
+                       return object;
+                   });
 }
 
 std::int32_t narvo_draft_set_number(narvo_draft* draft, const char* field, double value)

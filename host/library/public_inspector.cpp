@@ -71,11 +71,12 @@ std::vector<Report> ReportsOf(library::LaneSet& lanes, const GreyView& view, con
     return reports;
 }
 
-std::vector<FullReport> FullReportsOf(library::LaneSet& lanes, const GreyView& view, const Recipe& recipe)
+std::vector<FullReport> FullReportsOf(library::LaneSet& lanes, const GreyView& view, const Recipe& recipe,
+                                      bool withAnswers)
 {
     std::vector<FullReport> reports;
     reports.reserve(recipe.Regions());
-    InspectView(lanes, view, recipe, true,
+    InspectView(lanes, view, recipe, withAnswers,
                 [&](InspectionResult result, std::string blind)
                 {
                     reports.push_back(library::PublicFullReport(std::move(result), view.Width(), view.Height()));
@@ -145,12 +146,24 @@ std::vector<Report> Inspector::Inspect(const Image& image, const Recipe& recipe)
 
 std::vector<FullReport> Inspector::InspectFully(const ImagePixels& image, const Recipe& recipe)
 {
-    return OnPixels(image, recipe, [&](const GreyView& view) { return FullReportsOf(*m_lanes, view, recipe); });
+    return InspectFully(image, recipe, true);
 }
 
 std::vector<FullReport> Inspector::InspectFully(const Image& image, const Recipe& recipe)
 {
-    return OnImage(image, recipe, [&](const GreyView& view) { return FullReportsOf(*m_lanes, view, recipe); });
+    return InspectFully(image, recipe, true);
+}
+
+std::vector<FullReport> Inspector::InspectFully(const ImagePixels& image, const Recipe& recipe, bool withAnswers)
+{
+    return OnPixels(image, recipe,
+                    [&](const GreyView& view) { return FullReportsOf(*m_lanes, view, recipe, withAnswers); });
+}
+
+std::vector<FullReport> Inspector::InspectFully(const Image& image, const Recipe& recipe, bool withAnswers)
+{
+    return OnImage(image, recipe,
+                   [&](const GreyView& view) { return FullReportsOf(*m_lanes, view, recipe, withAnswers); });
 }
 
 } // namespace narvo::v1

@@ -64,7 +64,14 @@ narvo::StoredImage LayerImage(const StoredImage& image, const std::string& name)
     for (const Problem& problem : image.problems)
         made.result.problems.push_back({problem.field, problem.value, problem.allowed});
     for (const FullReport& report : image.reports)
+    {
         made.result.regions.push_back(library::LayerResult(report));
+        if (image.width == 0 && image.height == 0) // reports know it as well
+        {
+            made.result.width = report.width;
+            made.result.height = report.height;
+        }
+    }
     return made;
 }
 

@@ -105,6 +105,11 @@ public:
     std::vector<FullReport> InspectFully(const ImagePixels& image, const Recipe& recipe);
     /// The same of an image that was read or made of colours. @throws Error as Inspect
     std::vector<FullReport> InspectFully(const Image& image, const Recipe& recipe);
+    /// The same, without the answers when `withAnswers` is false: for texts, tables, pictures and stores, which do not
+    /// read them. @throws Error as Inspect
+    std::vector<FullReport> InspectFully(const ImagePixels& image, const Recipe& recipe, bool withAnswers);
+    /// The same of an image that was read or made of colours. @throws Error as Inspect
+    std::vector<FullReport> InspectFully(const Image& image, const Recipe& recipe, bool withAnswers);
 
 private:
     struct LaneSet;

@@ -37,8 +37,8 @@ struct StoredImage
     std::string name;                ///< unique in its run; any bytes but 0
     std::int64_t sequence = 0;       ///< images are read in this order, equal ones as they came
     std::int64_t inspected = 0;      ///< nanoseconds since 1970
-    int width = 0;                   ///< pixels; 0 when it could not be read
-    int height = 0;                  ///< pixels; 0 when it could not be read
+    int width = 0;                   ///< pixels; 0 when it could not be read. Add takes 0 by 0 from the reports
+    int height = 0;                  ///< the same
     std::vector<Problem> problems;   ///< why it was not inspected; empty: it was
     std::vector<FullReport> reports; ///< one for each region of the recipe; none where there are problems
 };

@@ -48,7 +48,7 @@ extern "C"
 #define NARVO_STOPPED 4
 
 /// Version of this header: raised when functions or members are added. What a version after the first added says so.
-#define NARVO_C_VERSION 2
+#define NARVO_C_VERSION 3
 
     /// The version of the library that is loaded. A program works with every library whose version is at least the
     /// NARVO_C_VERSION that it was compiled with.
@@ -75,6 +75,8 @@ extern "C"
     typedef struct narvo_explanation narvo_explanation;
     /// An image without end, whose rows are inspected as they come.
     typedef struct narvo_stream narvo_stream;
+    /// Results in a database. Since version 3.
+    typedef struct narvo_store narvo_store;
 
     /// Called again and again during a long call, one at a time, on any of the call's threads, with the caller's
     /// `context`: what is being done, which can be read during this call of it alone, how many images, references or
@@ -329,6 +331,44 @@ extern "C"
         int64_t memory_short; ///< windows for whose search memory was missing
     } narvo_stream_counts;
 
+    /// Images of a store that belong together. Its texts can be read until the next narvo_store_runs of the store, or
+    /// until the store is freed. Since version 3.
+    typedef struct narvo_stored_run
+    {
+        uint32_t size;             ///< sizeof(narvo_stored_run)
+        uint32_t reserved;         ///< 0
+        int64_t number;            ///< the store's own
+        int64_t started;           ///< nanoseconds since 1970
+        int64_t images;            ///< in the run
+        int64_t refused;           ///< of these, with problems
+        int64_t defects;           ///< in all images
+        const char* key;           ///< unique in the store
+        const char* recipe;        ///< name of the recipe, as narvo_store_begin was given it
+        const char* recipe_digest; ///< of all that the recipe holds: equal recipes have equal ones
+        const char* program;       ///< what wrote the run
+    } narvo_stored_run;
+
+    /// One image of a run, with the reports of its inspection, or with the problems for which it was not inspected.
+    /// Since version 3.
+    typedef struct narvo_stored_image
+    {
+        uint32_t size;                 ///< sizeof(narvo_stored_image)
+        int32_t width;                 ///< pixels; not read where there are reports, which know it; 0: not known
+        int32_t height;                ///< the same
+        int32_t reserved;              ///< 0
+        const char* name;              ///< unique in its run, not empty
+        int64_t sequence;              ///< images are read in this order, equal ones as they came
+        int64_t inspected;             ///< nanoseconds since 1970; 0: not known
+        const narvo_reports* reports;  ///< null where there are problems
+        const narvo_problem* problems; ///< one after the other, of one size; null: there are none
+        int64_t problem_count;         ///< 0 .. 65536
+    } narvo_stored_image;
+
+    /// Takes one image of a run. `image`, its texts and its reports last for this call of it alone; it must not free
+    /// the reports, nor call functions with the store. When it returns 0, the call ends with NARVO_STOPPED. Since
+    /// version 3.
+    typedef int32_t (*narvo_on_image)(void* context, const narvo_stored_image* image);
+
     // --- problems ---
 
     /// How many reasons the last failure in this thread had. Calls that succeed set it to 0, except
@@ -354,6 +394,14 @@ extern "C"
     /// many of them as fit with that byte into the `capacity` bytes at `text`, which may be null when the capacity is
     /// 0.
     NARVO_C_API int32_t narvo_recipe_text(const narvo_recipe* recipe, char* text, int64_t capacity, int64_t* length);
+    /// The value of a field of region 0 .. regions - 1 by its name, a dot between the levels, as JSON: "32.5" for
+    /// "pitch.x", an object for "pitch". Fields that were not set have their defaults. The text comes in the manner of
+    /// narvo_recipe_text. Since version 3. @return NARVO_REFUSED for a field or region that the recipe does not have
+    NARVO_C_API int32_t narvo_recipe_value(const narvo_recipe* recipe, int64_t region, const char* field, char* text,
+                                           int64_t capacity, int64_t* length);
+    /// A region in a few words: "float mode with a polygon, pitch 32.5 by 24 pixels". As narvo_recipe_value.
+    NARVO_C_API int32_t narvo_recipe_summary(const narvo_recipe* recipe, int64_t region, char* text, int64_t capacity,
+                                             int64_t* length);
     /// Writes a recipe file, and beside it the images that the recipe holds, such as painted zones, under the file's
     /// name with endings as ".zones.png". @return NARVO_REFUSED when a file cannot be written, or for several regions
     NARVO_C_API int32_t narvo_recipe_save(const narvo_recipe* recipe, const char* file);
@@ -370,6 +418,8 @@ extern "C"
 
     /// Makes an empty draft. The caller frees `*draft`.
     NARVO_C_API int32_t narvo_draft_create(narvo_draft** draft);
+    /// Makes a draft of region 0 .. regions - 1 of a recipe, to change some of its fields. Since version 3.
+    NARVO_C_API int32_t narvo_draft_from_recipe(const narvo_recipe* recipe, int64_t region, narvo_draft** draft);
     /// Sets a number, in the field's unit and range.
     NARVO_C_API int32_t narvo_draft_set_number(narvo_draft* draft, const char* field, double value);
     /// Sets a whole number.
@@ -440,6 +490,24 @@ extern "C"
     /// of narvo_reports_defects. @return NARVO_REFUSED for reports that are not of narvo_golden_inspect
     NARVO_C_API int32_t narvo_reports_places(const narvo_reports* reports, uint32_t record_size, narvo_place* places,
                                              int64_t capacity, int64_t* count);
+    /// Sets `*text` to all that came out of a region as JSON, as the program `narvo` writes it, with the warnings that
+    /// narvo_reports_warning has; defects are called blobs there. Of reports of narvo_golden_inspect, it is the JSON of
+    /// a golden inspection. It can be read until the reports are freed. Since version 3.
+    NARVO_C_API int32_t narvo_reports_json(const narvo_reports* reports, int64_t region, const char** text);
+    /// The same as comma separated values: a header line, and a line for each defect.
+    NARVO_C_API int32_t narvo_reports_csv(const narvo_reports* reports, int64_t region, const char** text);
+    /// Draws the defects of a region into the inspected image and writes the picture in the format that the file name's
+    /// ending says: the region framed green, dark defects cyan, bright ones orange, each with its number. A file of
+    /// that name is replaced. Since version 3.
+    /// @return NARVO_REFUSED when the image is not valid or of another size than the inspected one, naming the file
+    /// when it cannot be written, or for an ending that is none of an image format
+    NARVO_C_API int32_t narvo_reports_save_overlay(const narvo_reports* reports, int64_t region,
+                                                   const narvo_image* image, const char* file);
+    /// Sets `*reference_x` and `*reference_y` to the place in the first golden reference of a place in the image, local
+    /// corrections included; whole numbers are centres of pixels. It may lie outside. Since version 3.
+    /// @return NARVO_REFUSED for reports that are not of narvo_golden_inspect
+    NARVO_C_API int32_t narvo_reports_map(const narvo_reports* reports, double x, double y, double* reference_x,
+                                          double* reference_y);
     /// Frees reports, and with them the texts that they returned. @return NARVO_REFUSED for a handle that is none of
     /// reports
     NARVO_C_API int32_t narvo_reports_free(narvo_reports* reports);
@@ -546,6 +614,9 @@ extern "C"
                                       narvo_explanation** explanation);
     /// Fills `way`, whose size is set.
     NARVO_C_API int32_t narvo_explanation_get(const narvo_explanation* explanation, narvo_pixel_way* way);
+    /// Sets `*text` to the same with every number that it rests on, the JSON that the program `narvo` writes. It can be
+    /// read until the explanation is freed. Since version 3.
+    NARVO_C_API int32_t narvo_explanation_json(const narvo_explanation* explanation, const char** text);
     /// Frees an explanation. @return NARVO_REFUSED for a handle that is none of an explanation
     NARVO_C_API int32_t narvo_explanation_free(narvo_explanation* explanation);
 
@@ -590,6 +661,37 @@ extern "C"
     NARVO_C_API int32_t narvo_stream_warning(const narvo_stream* stream, int64_t index, const char** text);
     /// Frees a stream. @return NARVO_REFUSED for a handle that is none of a stream
     NARVO_C_API int32_t narvo_stream_free(narvo_stream* stream);
+
+    // --- results in a database; since version 3 ---
+    //
+    // A call that writes is one transaction: all of it is there once the call has returned, whatever happens to the
+    // program or the machine, or nothing. Threads that call with one store wait for each other.
+
+    /// Opens a store: a file of SQLite, or "postgresql://USER@HOST/DATABASE". With `writing` 1, a store is made where
+    /// there is none, and one of an older version is brought up to date; with 0 it is only read. The caller frees
+    /// `*store`.
+    /// @return NARVO_REFUSED where the database cannot be reached, holds something else or a store of a newer version,
+    /// or is of a kind that the library was built without
+    NARVO_C_API int32_t narvo_store_open(const char* place, int32_t writing, narvo_store** store);
+    /// Begins a run of images that a recipe inspects, and sets `*run` to its number. `key` is its name in the store,
+    /// `recipe_name` what people call the recipe, `program` what writes, with its version. `start` says what holds
+    /// where there is a run of that key: 0 refuses it, 1 removes it first, 2 goes on behind it, if it was made by the
+    /// same recipe.
+    NARVO_C_API int32_t narvo_store_begin(narvo_store* store, const char* key, const narvo_recipe* recipe,
+                                          const char* recipe_name, const char* program, int32_t start, int64_t* run);
+    /// Adds the `count` images, 0 .. 65536, to a run: all of them, or none. The records lie one after the other and
+    /// have one size. An image whose name is there already takes that one's place.
+    NARVO_C_API int32_t narvo_store_add(narvo_store* store, int64_t run, const narvo_stored_image* images,
+                                        int64_t count);
+    /// Fills the array `runs` in the manner of narvo_reports_defects, in the order in which they began.
+    NARVO_C_API int32_t narvo_store_runs(narvo_store* store, uint32_t record_size, narvo_stored_run* runs,
+                                         int64_t capacity, int64_t* count);
+    /// Hands the images of a run to `take`, one at a time and in their order; none for a number that no run has.
+    /// `context` is handed to it. Times of reports are not kept.
+    /// @return NARVO_STOPPED where `take` asked for that
+    NARVO_C_API int32_t narvo_store_images(narvo_store* store, int64_t run, narvo_on_image take, void* context);
+    /// Frees a store. @return NARVO_REFUSED for a handle that is none of a store
+    NARVO_C_API int32_t narvo_store_free(narvo_store* store);
 
 #ifdef __cplusplus
 }

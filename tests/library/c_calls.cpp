@@ -327,6 +327,14 @@ private:
             Require(capacity == 0 || static_cast<std::int64_t>(std::strlen(text.Data())) == used - 1,
                     "a text ends with a zero byte");
         }
+        const char* field = Rarely() ? nullptr : pFields[m_source.Below(std::size(pFields))];
+        const std::int64_t region = m_source.Pick<std::int64_t>({0, 1, -1, nHugeCount});
+        const bool asks = hasRecipe && capacity >= 0 && region >= 0;
+        Sound(narvo_recipe_value(recipe, region, field, text.Data(), capacity, &length), asks && field != nullptr);
+        Sound(narvo_recipe_summary(recipe, region, text.Data(), capacity, &length), asks);
+        auto* made = reinterpret_cast<narvo_draft*>(this);
+        const std::int32_t status = narvo_draft_from_recipe(recipe, region, &made);
+        Keep(m_drafts, made, status, hasRecipe && region >= 0);
     }
 
     void ReadReports()
@@ -346,6 +354,14 @@ private:
             defects.RequireUntouched(static_cast<std::size_t>(std::min(count, capacity)));
         else
             defects.RequireUntouched(0);
+        const char* text = nullptr;
+        const auto ask = m_source.Pick({narvo_reports_json, narvo_reports_csv});
+        Require(Sound(ask(reports, region, &text), hasReports && region >= 0) == (text != nullptr),
+                "a text, or why there is none");
+        Require(text == nullptr || std::strlen(text) > 0, "a text has words");
+        double x = DrawNumber();
+        double y = DrawNumber();
+        Sound(narvo_reports_map(reports, x, y, &x, &y), hasReports);
         narvo_registration registration = {};
         registration.size = sizeof(registration);
         const bool golden = Sound(narvo_reports_registration(reports, &registration), hasReports);

@@ -189,3 +189,28 @@ AT(narvo_stream_counts, crowded, 48);
 AT(narvo_stream_counts, overflows, 56);
 AT(narvo_stream_counts, open_chains, 64);
 AT(narvo_stream_counts, memory_short, 72);
+
+SIZE(narvo_stored_run, 80);
+AT(narvo_stored_run, size, 0);
+AT(narvo_stored_run, reserved, 4);
+AT(narvo_stored_run, number, 8);
+AT(narvo_stored_run, started, 16);
+AT(narvo_stored_run, images, 24);
+AT(narvo_stored_run, refused, 32);
+AT(narvo_stored_run, defects, 40);
+AT(narvo_stored_run, key, 48);
+AT(narvo_stored_run, recipe, 56);
+AT(narvo_stored_run, recipe_digest, 64);
+AT(narvo_stored_run, program, 72);
+
+SIZE(narvo_stored_image, 64);
+AT(narvo_stored_image, size, 0);
+AT(narvo_stored_image, width, 4);
+AT(narvo_stored_image, height, 8);
+AT(narvo_stored_image, reserved, 12);
+AT(narvo_stored_image, name, 16);
+AT(narvo_stored_image, sequence, 24);
+AT(narvo_stored_image, inspected, 32);
+AT(narvo_stored_image, reports, 40);
+AT(narvo_stored_image, problems, 48);
+AT(narvo_stored_image, problem_count, 56);
