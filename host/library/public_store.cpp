@@ -4,7 +4,9 @@
 
 #include <chrono>
 #include <memory>
+#include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -75,6 +77,29 @@ narvo::StoredImage LayerImage(const StoredImage& image, const std::string& name)
     return made;
 }
 
+/// As library::Translated; the place is called as here, not by the program's option.
+template <typename Call>
+auto InStore(Call call)
+{
+    return library::Translated(
+        [&]
+        {
+            try
+            {
+                return call();
+            }
+            catch (const HostError& error)
+            {
+                constexpr std::string_view option = "--store";
+                std::vector<narvo::Problem> found = error.Problems();
+                for (narvo::Problem& problem : found)
+                    if (problem.field.compare(0, option.size(), option) == 0)
+                        problem.field.replace(0, option.size(), "place");
+                throw HostError(std::move(found));
+            }
+        });
+}
+
 narvo::RunStart LayerStart(RunStart start)
 {
     switch (start)
@@ -95,7 +120,19 @@ struct ResultStore::Content
 {
     Content(const std::string& place, StoreAccess access) : store(OpenResultStore(place, access)) {}
 
+    /// @throws HostError unless the store has the run
+    void RequireRun(std::int64_t run)
+    {
+        if (runs.count(run) != 0)
+            return;
+        for (const narvo::StoredRun& one : store->Runs())
+            runs.insert(one.number);
+        if (runs.count(run) == 0)
+            throw HostError({{"run", std::to_string(run), "the number of a run that the store has"}});
+    }
+
     std::unique_ptr<narvo::ResultStore> store;
+    std::set<std::int64_t> runs; ///< that were seen in it
 };
 
 ResultStore::ResultStore(std::unique_ptr<Content> content) : m_content(std::move(content))
@@ -114,18 +151,18 @@ ResultStore::Content& ResultStore::Own() const
 
 ResultStore ResultStore::ForReading(const std::string& place)
 {
-    return library::Translated([&] { return ResultStore(std::make_unique<Content>(place, StoreAccess_Read)); });
+    return InStore([&] { return ResultStore(std::make_unique<Content>(place, StoreAccess_Read)); });
 }
 
 ResultStore ResultStore::ForWriting(const std::string& place)
 {
-    return library::Translated([&] { return ResultStore(std::make_unique<Content>(place, StoreAccess_Write)); });
+    return InStore([&] { return ResultStore(std::make_unique<Content>(place, StoreAccess_Write)); });
 }
 
 std::vector<StoredRun> ResultStore::Runs()
 {
     Content& own = Own();
-    return library::Translated(
+    return InStore(
         [&]
         {
             std::vector<StoredRun> runs;
@@ -140,15 +177,14 @@ void ResultStore::Images(std::int64_t run, const std::function<void(StoredImage)
     Content& own = Own();
     if (!visit)
         throw Error({{"visit", "no function", "what takes the images"}});
-    library::Translated(
-        [&] { own.store->Images(run, [&](narvo::StoredImage image) { visit(PublicImage(std::move(image))); }); });
+    InStore([&] { own.store->Images(run, [&](narvo::StoredImage image) { visit(PublicImage(std::move(image))); }); });
 }
 
 std::int64_t ResultStore::BeginRun(const std::string& key, const Recipe& recipe, const std::string& recipeName,
                                    const std::string& program, RunStart start)
 {
     Content& own = Own();
-    return library::Translated(
+    return InStore(
         [&]
         {
             using std::chrono::system_clock;
@@ -171,13 +207,14 @@ std::int64_t ResultStore::BeginRun(const std::string& key, const Recipe& recipe,
 void ResultStore::Add(std::int64_t run, const std::vector<StoredImage>& images)
 {
     Content& own = Own();
-    library::Translated(
+    InStore(
         [&]
         {
             std::vector<narvo::StoredImage> made;
             made.reserve(images.size());
             for (std::size_t i = 0; i < images.size(); ++i)
                 made.push_back(LayerImage(images[i], "images[" + std::to_string(i) + "]"));
+            own.RequireRun(run);
             own.store->Add(run, made);
         });
 }

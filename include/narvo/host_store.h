@@ -81,7 +81,8 @@ public:
     std::int64_t BeginRun(const std::string& key, const Recipe& recipe, const std::string& recipeName,
                           const std::string& program, RunStart start = RunStart::New);
     /// Adds images to a run. One whose name is there already takes that one's place.
-    /// @throws Error also for an image without a name, or with reports beside problems, naming it
+    /// @throws Error also for a run that the store does not have, and for an image without a name, or with reports
+    /// beside problems, naming it
     void Add(std::int64_t run, const std::vector<StoredImage>& images);
 
 private:
