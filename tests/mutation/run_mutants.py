@@ -43,7 +43,7 @@ def files_of(root):
     return found
 
 
-class Session:
+class MutantBuild:
     def __init__(self, root, work):
         self.root, self.work = root, work
         self.source = os.path.join(work, "source")
@@ -237,15 +237,15 @@ def main():
         return report(results, options.survivors)
 
     end = time.monotonic() + 60 * options.minutes
-    session = Session(os.path.abspath(options.root), os.path.abspath(options.work))
+    built = MutantBuild(os.path.abspath(options.root), os.path.abspath(options.work))
     left_out_file = os.path.join(options.work, "left_out.json")
     left_out = {}
     if os.path.exists(left_out_file):
         with open(left_out_file, encoding="utf-8") as file:
             left_out = {name: set(lines) for name, lines in json.load(file).items()}
     for _ in range(20):
-        session.write_sources(left_out)
-        compiled, bad = session.compile()
+        built.write_sources(left_out)
+        compiled, bad = built.compile()
         if compiled:
             break
         print("left out, since they do not compile: " +
@@ -258,7 +258,7 @@ def main():
             json.dump({name: sorted(lines) for name, lines in left_out.items()}, file)
     else:
         sys.exit("it does not compile")
-    runs = session.reach(options.jobs)
+    runs = built.reach(options.jobs)
     print(f"{len(runs)} test suites, {sum(one[0] for one in runs):.0f} s in all", flush=True)
 
     again = set()
@@ -268,7 +268,7 @@ def main():
         results = [one for one in results if one["key"] not in again]
         write_if_other(kept, "".join(json.dumps(one) + "\n" for one in results).encode())
     done = {one["key"] for one in results}
-    order = [one for one in session.mutants if one.key() not in done]
+    order = [one for one in built.mutants if one.key() not in done]
     random.Random(SEED).shuffle(order)
     order.sort(key=lambda one: one.key() not in again)
 
@@ -279,12 +279,12 @@ def main():
         for mutant, status in zip(order, pool.map(run, order)):
             if status is None:
                 continue
-            one = {"group": session.groups[mutant.number], "path": mutant.path, "line": mutant.line,
+            one = {"group": built.groups[mutant.number], "path": mutant.path, "line": mutant.line,
                    "key": mutant.key(), "status": status}
             results.append(one)
             file.write(json.dumps(one) + "\n")
             file.flush()
-    print(f"{len(results)} of {len(session.mutants)} mutants tried")
+    print(f"{len(results)} of {len(built.mutants)} mutants tried")
     report(results, options.survivors)
     return None
 
