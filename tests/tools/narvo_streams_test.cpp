@@ -34,6 +34,9 @@ const std::map<std::string, std::string>& Lines()
         {"golden", "golden board.good.png board.png"},
         {"inspect", "inspect panel.png -r panel.recipe.json"},
         {"learn", "learn panel.png --mode periodic -o learnt"},
+#ifdef NARVO_WITH_SQLITE
+        {"lot", "lot lot.sqlite"},
+#endif
         {"manual", "manual inspect"},
         {"pitch", "pitch panel.png"},
         {"recipe", "recipe"},
@@ -72,6 +75,15 @@ void PrepareStreamsFolder(const TestFolder& folder)
     fs::copy_file(folder / "board.good.png", folder / "pairs/1_temp.png");
     fs::copy_file(folder / "board.png", folder / "pairs/1_test.png");
     std::ofstream(folder / "pairs/1.txt") << "10 10 20 20 spot\n";
+#ifdef NARVO_WITH_SQLITE
+    fs::create_directory(folder / "lot");
+    for (const char* name : {"lot/a.png", "lot/b.png", "lot/c.png"})
+        fs::copy_file(folder / "panel.png", folder / name);
+    ASSERT_EQ(
+        RunNarvo(folder, {"inspect", "lot", "-r", "panel.recipe.json", "-q", "-o", "kept", "--store", "lot.sqlite"})
+            .code,
+        0);
+#endif
 }
 
 std::size_t LineCount(const std::string& text)
@@ -109,6 +121,9 @@ TEST(NarvoStreams, EveryCommandIsTriedHere)
     std::set<std::string> expected = {"narvo.1"};
     for (const auto& [command, line] : Lines())
         expected.insert("narvo-" + command + ".1");
+#ifndef NARVO_WITH_SQLITE
+    expected.insert("narvo-lot.1"); // it has nothing to read here
+#endif
     EXPECT_EQ(pages, expected);
 }
 
