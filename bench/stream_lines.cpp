@@ -5,6 +5,7 @@
 
 #include "bench/bench_lines.h"
 #include "bench/bench_timer.h"
+#include "bench/scene_recipe.h"
 #include "host/inspect/inspection_plan.h"
 #include "host/inspect/inspector.h"
 #include "host/stream/strip_stream.h"
@@ -24,18 +25,6 @@ public:
     void OnBlob(const narvo::StreamBlob&) override { ++nBlobs; }
     long long nBlobs = 0;
 };
-
-narvo::Recipe PixelRecipe(bool bVertical, bool bBands)
-{
-    narvo::Recipe recipe;
-    recipe.mode = narvo::Mode_Pixel;
-    recipe.direction = bVertical ? narvo::Direction_Vertical : narvo::Direction_Horizontal;
-    recipe.pitchX = dConvPeriod;
-    recipe.pitchY = dScanPeriod;
-    recipe.thresholdBase = 20;
-    recipe.bandSplit = bBands;
-    return recipe;
-}
 
 void AddStreamLine(CTable& table, CScene& scene, const SOptions& options, const std::string& strName,
                    const narvo::Recipe& recipe)

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "bench/bench_lines.h"
+#include "bench/scene_recipe.h"
 #include "host/image/grey_image.h"
 #include "tools/watch/watch_log.h"
 #include "tools/watch/watch_run.h"
@@ -67,13 +68,6 @@ private:
 
 void AddWatchLine(CTable& table, CScene& scene, const SOptions& options, const std::string& strName, bool bVertical)
 {
-    narvo::Recipe recipe;
-    recipe.mode = narvo::Mode_Pixel;
-    recipe.direction = bVertical ? narvo::Direction_Vertical : narvo::Direction_Horizontal;
-    recipe.pitchX = dConvPeriod;
-    recipe.pitchY = dScanPeriod;
-    recipe.thresholdBase = 20;
-
     const int nRows = scene.nHeight / nFramesInMemory;
     std::vector<std::shared_ptr<const narvo::GreyImage>> images;
     for (int i = 0; i < nFramesInMemory; ++i)
@@ -85,7 +79,7 @@ void AddWatchLine(CTable& table, CScene& scene, const SOptions& options, const s
                         std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(dPixels / dPace)));
 
     narvo::tools::WatchSettings settings;
-    settings.recipes = {narvo::CheckedRecipe(recipe)};
+    settings.recipes = {narvo::CheckedRecipe(PixelRecipe(bVertical, true))};
     settings.whenFull = narvo::tools::WhenFull_DropOldest;
     const std::filesystem::path file =
         std::filesystem::temp_directory_path() / ("narvo_bench_" + std::to_string(getpid()) + ".jsonl");
