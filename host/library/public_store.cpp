@@ -132,7 +132,7 @@ struct ResultStore::Content
     }
 
     std::unique_ptr<narvo::ResultStore> store;
-    std::set<std::int64_t> runs; ///< that were seen in it
+    std::set<std::int64_t> runs; ///< that were begun or seen in it
 };
 
 ResultStore::ResultStore(std::unique_ptr<Content> content) : m_content(std::move(content))
@@ -200,7 +200,9 @@ std::int64_t ResultStore::BeginRun(const std::string& key, const Recipe& recipe,
             description.program = program;
             description.started =
                 std::chrono::duration_cast<std::chrono::nanoseconds>(system_clock::now().time_since_epoch()).count();
-            return own.store->BeginRun(description, LayerStart(start));
+            const std::int64_t run = own.store->BeginRun(description, LayerStart(start));
+            own.runs.insert(run);
+            return run;
         });
 }
 
