@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "library/host_pictures.h"
+#include "library/problem_fields.h"
 #include <narvo/narvohost.h>
 
 namespace narvo::test
@@ -28,14 +29,6 @@ using testing::SizeIs;
 constexpr int nWidth = 360;
 constexpr int nHeight = 300;
 constexpr Box spot = {203, 142, 211, 150};
-
-std::vector<std::string> FieldsOf(const std::vector<Problem>& problems)
-{
-    std::vector<std::string> fields;
-    for (const Problem& problem : problems)
-        fields.push_back(problem.field);
-    return fields;
-}
 
 /// The board with a spot that is as dark as nothing else there.
 Picture8 DefectiveBoard(int shift = 0)

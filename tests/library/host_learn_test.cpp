@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "library/host_pictures.h"
+#include "library/problem_fields.h"
 #include <narvo/narvohost.h>
 
 namespace narvo::test
@@ -22,14 +23,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
-
-std::vector<std::string> FieldsOf(const std::vector<Problem>& problems)
-{
-    std::vector<std::string> fields;
-    for (const Problem& problem : problems)
-        fields.push_back(problem.field);
-    return fields;
-}
 
 } // namespace
 

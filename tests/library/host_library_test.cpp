@@ -12,6 +12,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "library/problem_fields.h"
 #include <narvo/narvohost.h>
 
 namespace narvo::test
@@ -53,14 +54,6 @@ RecipeDraft Draft(const char* mode = "pixel")
     if (std::string(mode) == "pixel")
         draft.Set("threshold.base", 25);
     return draft;
-}
-
-std::vector<std::string> FieldsOf(const std::vector<Problem>& problems)
-{
-    std::vector<std::string> fields;
-    for (const Problem& problem : problems)
-        fields.push_back(problem.field);
-    return fields;
 }
 
 bool Reports(const std::vector<Report>& reports, const Box& square)

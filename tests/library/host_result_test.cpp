@@ -11,6 +11,7 @@
 #include <narvo/narvohost.h>
 
 #include "library/host_pictures.h"
+#include "library/problem_fields.h"
 
 namespace narvo::test
 {
@@ -54,14 +55,6 @@ bool AreEqual(const Defect& a, const Defect& b)
            a.box.bottom == b.box.bottom && a.peakX == b.peakX && a.meanReference == b.meanReference &&
            a.zone == b.zone && a.band == b.band && a.single == b.single && a.scale == b.scale && a.label == b.label &&
            a.angle == b.angle && a.elongation == b.elongation && a.circularity == b.circularity;
-}
-
-std::vector<std::string> FieldsOf(const std::vector<Problem>& problems)
-{
-    std::vector<std::string> fields;
-    for (const Problem& problem : problems)
-        fields.push_back(problem.field);
-    return fields;
 }
 
 } // namespace

@@ -9,7 +9,7 @@ import sys
 import tempfile
 import zlib
 
-from measured_run import expect, finish
+from measured_run import draw_panel, expect, finish
 
 SMALL_KIB = 256 * 1024  # a refusal by the header, or an image of 512 by 640 pixels
 SIDE = 16384  # the largest square without --max-pixels: 256 MiB of grey
@@ -118,8 +118,7 @@ def main():
     narvo = os.path.abspath(sys.argv[1])
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
-        expect(narvo, folder, ["synth", "--width", "256", "--height", "320", "--pitch-x", "40.5", "--pitch-y", "48.25",
-                               "--quiet"], 0, "", SMALL_KIB)
+        draw_panel(narvo, folder, SMALL_KIB)
         for image, (content, code, words, kib) in images().items():
             (folder / image).write_bytes(content)
             expect(narvo, folder, ["inspect", image, "-r", "panel.recipe.json", "-o", "o", "--no-overlay", "-q"], code,

@@ -6,7 +6,7 @@ import pathlib
 import sys
 import tempfile
 
-from measured_run import expect, finish
+from measured_run import draw_panel, expect, finish
 
 SMALL_KIB = 512 * 1024  # what a refusal may take
 LARGE_KIB = 3 * 1024 * 1024  # an image of 1 GiB, and working memory
@@ -16,8 +16,7 @@ def main():
     narvo = os.path.abspath(sys.argv[1])
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
-        expect(narvo, folder, ["synth", "--width", "256", "--height", "320", "--pitch-x", "40.5", "--pitch-y", "48.25",
-                               "--quiet"], 0, "", SMALL_KIB)
+        draw_panel(narvo, folder, SMALL_KIB)
         for image, width, height, field in (("one", 1, 1, "image's height: 1 pixels"),
                                             ("row", 500, 1, "image's height: 1 pixels"),
                                             ("column", 1, 500, "region's width: 1 pixels")):

@@ -53,6 +53,12 @@ def expect(narvo, folder, arguments, codes, words, kib, longest=1 << 16):
     return done
 
 
+def draw_panel(narvo, folder, kib):
+    """panel.png with its recipe and truth."""
+    expect(narvo, folder, ["synth", "--width", "256", "--height", "320", "--pitch-x", "40.5", "--pitch-y", "48.25",
+                           "--quiet"], 0, "", kib)
+
+
 _failures = []
 
 

@@ -10,7 +10,6 @@
 #include <nlohmann/json.hpp>
 
 #include "host/host_test_help.h"
-#include "host/image/grey_image.h"
 #include "tools/run_narvo.h"
 #include "tools/watch/mqtt_address.h"
 
@@ -65,10 +64,7 @@ protected:
     void SetUp() override
     {
         ASSERT_EQ(MakeSmallPanel(folder).code, 0);
-        const GreyImage panel = LoadGreyImage(folder / "panel.png");
-        std::ofstream raw(folder / "panel.raw", std::ios::binary);
-        for (int y = 0; y < panel.Height(); ++y)
-            raw.write(reinterpret_cast<const char*>(panel.Row(y)), panel.Width());
+        WriteRows(folder, "panel");
         std::ofstream(folder / "broker.conf") << "listener " << Port() << " 127.0.0.1\nallow_anonymous true\n";
     }
 

@@ -10,7 +10,6 @@
 #include <nlohmann/json.hpp>
 
 #include "host/host_test_help.h"
-#include "host/image/grey_image.h"
 #include "host/result/image_line.h"
 #include "host/store/result_store.h"
 #include "tools/run_narvo.h"
@@ -35,10 +34,7 @@ protected:
     void SetUp() override
     {
         ASSERT_EQ(MakeSmallPanel(folder).code, 0);
-        const GreyImage panel = LoadGreyImage(folder / "panel.png");
-        std::ofstream raw(folder / "panel.raw", std::ios::binary);
-        for (int y = 0; y < panel.Height(); ++y)
-            raw.write(reinterpret_cast<const char*>(panel.Row(y)), panel.Width());
+        WriteRows(folder, "panel");
     }
 
     Outcome Line(const std::string& line) const { return RunLine(folder, line); }

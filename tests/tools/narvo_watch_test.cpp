@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // `narvo watch` as a user runs it: writers beside it, signals, kills, a second start.
-#include "host/image/grey_image.h"
 #include "tools/run_narvo.h"
 
 namespace narvo::test
@@ -20,10 +19,7 @@ protected:
     {
         ASSERT_EQ(MakeSmallPanel(folder).code, 0);
         fs::create_directory(folder / "in");
-        const GreyImage panel = LoadGreyImage(folder / "panel.png");
-        std::ofstream raw(folder / "panel.raw", std::ios::binary);
-        for (int y = 0; y < panel.Height(); ++y)
-            raw.write(reinterpret_cast<const char*>(panel.Row(y)), panel.Width());
+        WriteRows(folder, "panel");
     }
 
     Outcome Line(const std::string& line) const { return RunLine(folder, line); }

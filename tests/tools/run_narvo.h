@@ -13,6 +13,7 @@
 #include <sys/wait.h>
 
 #include "host/host_test_help.h"
+#include "host/image/grey_image.h"
 
 namespace narvo::test
 {
@@ -62,6 +63,15 @@ inline Outcome MakeSmallPanel(const TestFolder& folder)
 {
     return RunNarvo(folder, {"synth", "--width", "512", "--height", "640", "--pitch-x", "40.5", "--pitch-y", "48.25",
                              "--defects", "8", "--seed", "3", "--quiet"});
+}
+
+/// The rows of NAME.png as a grabber sends them, without a header: NAME.raw.
+inline void WriteRows(const TestFolder& folder, const std::string& name)
+{
+    const GreyImage image = LoadGreyImage(folder / (name + ".png"));
+    std::ofstream raw(folder / (name + ".raw"), std::ios::binary);
+    for (int y = 0; y < image.Height(); ++y)
+        raw.write(reinterpret_cast<const char*>(image.Row(y)), image.Width());
 }
 
 } // namespace narvo::test
