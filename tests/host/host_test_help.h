@@ -13,6 +13,7 @@
 
 #include "host/problem.h"
 #include "host/recipe/recipe_file.h"
+#include "support/test_folder.h"
 
 namespace narvo
 {
@@ -27,33 +28,6 @@ inline void PrintTo(const Problem& problem, std::ostream* out)
 
 namespace narvo::test
 {
-
-/// A folder of its own for each test, removed with the object.
-class TestFolder
-{
-public:
-    TestFolder()
-    {
-        const auto* info = testing::UnitTest::GetInstance()->current_test_info();
-        m_path = std::filesystem::path(testing::TempDir()) /
-                 (std::string("narvo_") + info->test_suite_name() + "_" + info->name());
-        std::filesystem::remove_all(m_path);
-        std::filesystem::create_directories(m_path);
-    }
-    ~TestFolder()
-    {
-        std::error_code error;
-        std::filesystem::remove_all(m_path, error);
-    }
-    TestFolder(const TestFolder&) = delete;
-    TestFolder& operator=(const TestFolder&) = delete;
-
-    std::filesystem::path operator/(const std::string& name) const { return m_path / name; }
-    const std::filesystem::path& Path() const { return m_path; }
-
-private:
-    std::filesystem::path m_path;
-};
 
 /// The shortest recipe that says all that is required.
 inline nlohmann::json SmallestRecipe()

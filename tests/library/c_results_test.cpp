@@ -11,6 +11,7 @@
 
 #include "library/c_test_help.h"
 #include "library/host_pictures.h"
+#include "support/test_folder.h"
 #include <narvo/narvo_c.h>
 #include <narvo/narvohost.h>
 
@@ -50,7 +51,6 @@ protected:
     {
         EXPECT_EQ(narvo_inspector_free(m_inspector), NARVO_OK);
         EXPECT_EQ(narvo_recipe_free(m_recipe), NARVO_OK);
-        std::filesystem::remove(m_file);
     }
 
     narvo_reports* Inspect()
@@ -64,7 +64,8 @@ protected:
     narvo_image m_image = {};
     narvo_recipe* m_recipe = nullptr;
     narvo_inspector* m_inspector = nullptr;
-    const std::string m_file = testing::TempDir() + "c_results_test.png";
+    const TestFolder m_folder;
+    const std::string m_file = (m_folder / "c.png").string();
 };
 
 } // namespace
@@ -133,10 +134,9 @@ TEST_F(CResults, OverlaysAreWrittenAndRefusedByName)
     narvo_reports* reports = Inspect();
     ASSERT_EQ(narvo_reports_save_overlay(reports, 0, &m_image, m_file.c_str()), NARVO_OK) << CFields();
     const FullReport full = Inspector().InspectFully(m_picture.Pixels(), Recipe::FromText(pRecipe)).at(0);
-    const std::string other = testing::TempDir() + "c_results_test_cpp.png";
+    const std::string other = (m_folder / "cpp.png").string();
     SaveOverlay(other, m_picture.Pixels(), full);
     EXPECT_EQ(std::filesystem::file_size(m_file), std::filesystem::file_size(other));
-    std::filesystem::remove(other);
 
     narvo_image smaller = m_image;
     smaller.height = 287;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Results that are kept in a file and read back by the C interface.
 #include <cstdint>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -9,6 +8,7 @@
 
 #include "library/c_test_help.h"
 #include "library/host_pictures.h"
+#include "support/test_folder.h"
 #include <narvo/narvo_c.h>
 
 namespace narvo::test
@@ -22,7 +22,6 @@ class CStore : public testing::Test
 protected:
     void SetUp() override
     {
-        std::filesystem::remove(m_place);
         m_picture.Fill({200, 120, 206, 126}, 230);
         const narvo_image image = ImageOf(m_picture);
         ASSERT_EQ(narvo_recipe_from_text(
@@ -40,7 +39,6 @@ protected:
         EXPECT_EQ(narvo_store_free(m_store), NARVO_OK);
         EXPECT_EQ(narvo_reports_free(m_reports), NARVO_OK);
         EXPECT_EQ(narvo_recipe_free(m_recipe), NARVO_OK);
-        std::filesystem::remove(m_place);
     }
 
     std::int32_t Begin(const char* key, std::int32_t start, std::int64_t* run)
@@ -58,7 +56,8 @@ protected:
         return image;
     }
 
-    const std::string m_place = testing::TempDir() + "c_store_test.sqlite";
+    const TestFolder m_folder;
+    const std::string m_place = (m_folder / "results.sqlite").string();
     Picture8 m_picture = PeriodicPicture(512, 288, 32, 24);
     narvo_recipe* m_recipe = nullptr;
     narvo_reports* m_reports = nullptr;

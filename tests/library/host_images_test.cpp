@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "library/host_pictures.h"
+#include "support/test_folder.h"
 #include <narvo/narvohost.h>
 
 namespace narvo::test
@@ -24,11 +25,6 @@ using testing::ElementsAreArray;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
-
-std::filesystem::path TemporaryFile(const std::string& name)
-{
-    return std::filesystem::path(testing::TempDir()) / name;
-}
 
 std::vector<std::uint8_t> BytesOf(const ImagePixels& pixels)
 {
@@ -57,7 +53,8 @@ const char* const recipeText = R"({"version": 1, "name": "panel", "mode": "pixel
 TEST(HostImages, AFileComesBackAsItWasWritten)
 {
     const std::vector<std::uint8_t> pixels = {0, 50, 100, 150, 200, 255};
-    const std::filesystem::path file = TemporaryFile("host_images_grey.png");
+    const TestFolder folder;
+    const std::filesystem::path file = folder / "grey.png";
     SaveImage(file, {pixels.data(), 3, 2});
     ImageNotes notes;
     const Image image = Image::FromFile(file, {}, &notes);
@@ -71,7 +68,8 @@ TEST(HostImages, AFileComesBackAsItWasWritten)
 TEST(HostImages, RulesChooseTheChannelOfAColourFile)
 {
     const std::vector<std::uint8_t> pixels = {10, 20, 30, 40, 50, 60};
-    const std::filesystem::path file = TemporaryFile("host_images_colour.png");
+    const TestFolder folder;
+    const std::filesystem::path file = folder / "colour.png";
     SaveImage(file, {pixels.data(), 2, 1, 3});
     const auto green = ImageRules::FromText(R"({"channel": "green"})");
     EXPECT_THAT(BytesOf(Image::FromFile(file, green).Pixels()), ElementsAre(20, 50));
@@ -122,15 +120,15 @@ TEST(HostImages, BadInputIsNamed)
     EXPECT_EQ(ProblemOf([] { ImageRules::FromText("[1]"); }).field, "image");
     EXPECT_EQ(ProblemOf([] { ImageRules::FromText("{"); }).value, "no JSON");
     EXPECT_EQ(ProblemOf([] { ImageRules::FromText(R"({"chanel": "red"})"); }).field, "image.chanel");
-    EXPECT_EQ(ProblemOf([] { Image::FromFile(TemporaryFile("host_images_none.png"), {}, nullptr, 0); }).field,
-              "max_pixels");
-    EXPECT_THAT(Attempt([] { Image::FromFile(TemporaryFile("host_images_none.png")); }), SizeIs(1));
+    const TestFolder folder;
+    EXPECT_EQ(ProblemOf([&] { Image::FromFile(folder / "none.png", {}, nullptr, 0); }).field, "max_pixels");
+    EXPECT_THAT(Attempt([&] { Image::FromFile(folder / "none.png"); }), SizeIs(1));
     EXPECT_THAT(Attempt([] { Image::FromPixels({nullptr, 0, -1, 2, 9}); }), SizeIs(5));
     const std::uint8_t pixel = 7;
     EXPECT_EQ(ProblemOf([&] { Image::FromPixels({&pixel, 1048576, 1048576}); }).field, "pixels.width");
     EXPECT_EQ(ProblemOf([&] { SaveImage("x.png", {&pixel, 1, 1, 4}); }).field, "pixels.channels");
     EXPECT_EQ(ProblemOf([&] { SaveImage("x.png", {&pixel, 70000, 1, 3}); }).field, "pixels.width");
-    EXPECT_THAT(Attempt([&] { SaveImage(TemporaryFile("host_images.unknown"), {&pixel, 1, 1}); }), SizeIs(1));
+    EXPECT_THAT(Attempt([&] { SaveImage(folder / "image.unknown", {&pixel, 1, 1}); }), SizeIs(1));
     Image image = Image::FromPixels({&pixel, 1, 1});
     const Image moved = std::move(image);
     EXPECT_EQ(ProblemOf([&] { image.Width(); }).value, "moved from"); // NOLINT: that is what is tested
@@ -140,10 +138,11 @@ TEST(HostImages, BadInputIsNamed)
 TEST(HostImages, MeansOfFilesAreIn256thsOfTheirValues)
 {
     const std::vector<std::vector<std::uint8_t>> frames = {{10, 20, 30}, {11, 20, 31}};
+    const TestFolder folder;
     std::vector<std::filesystem::path> files;
     for (const std::vector<std::uint8_t>& frame : frames)
     {
-        files.push_back(TemporaryFile("host_images_frame" + std::to_string(files.size()) + ".png"));
+        files.push_back(folder / ("frame" + std::to_string(files.size()) + ".png"));
         SaveImage(files.back(), {frame.data(), 1, 1, 3});
     }
     const FieldMean mean = MeanOfFiles(files);

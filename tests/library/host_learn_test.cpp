@@ -10,6 +10,7 @@
 
 #include "library/host_pictures.h"
 #include "library/problem_fields.h"
+#include "support/test_folder.h"
 #include <narvo/narvohost.h>
 
 namespace narvo::test
@@ -89,10 +90,11 @@ TEST(HostPitch, ProposedRecipesAreSavedWithTheirZones)
     const Picture8 good = PeriodicPicture(480, 360, 32, 24);
     const PitchProposal proposal = ProposeRecipe(good.Pixels(), {16, 8, 470, 350});
     ASSERT_TRUE(proposal.recipe.has_value());
-    const std::filesystem::path file = std::filesystem::path(testing::TempDir()) / "host_pitch_proposal.json";
+    const TestFolder folder;
+    const std::filesystem::path file = folder / "proposal.json";
     proposal.recipe->Save(file);
     const Recipe read = Recipe::FromFile(file);
-    EXPECT_THAT(read.Text(), HasSubstr("host_pitch_proposal.zones.png"));
+    EXPECT_THAT(read.Text(), HasSubstr("proposal.zones.png"));
     Picture8 bad = good;
     bad.Fill({200, 150, 206, 156}, 240);
     Inspector inspector;

@@ -15,6 +15,7 @@
 #include <narvo/narvohost.h>
 
 #include "library/host_pictures.h"
+#include "support/test_folder.h"
 
 namespace narvo::test
 {
@@ -90,7 +91,8 @@ TEST(HostRecipe, DraftsComeFromTextAndFiles)
 {
     const Recipe recipe = ZoneDraft().SetJson("zones.list", R"([{"index": 0, "offset": 9}])").Check();
     EXPECT_TRUE(RecipeDraft::FromText(recipe.Text()).Check() == recipe);
-    const std::filesystem::path folder = std::filesystem::path(testing::TempDir()) / "host_recipe_test";
+    const TestFolder own;
+    const std::filesystem::path& folder = own.Path();
     std::filesystem::create_directories(folder / "images");
     recipe.Save(folder / "r.json");
     EXPECT_TRUE(RecipeDraft::FromFile(folder / "r.json").Check() == recipe);
@@ -116,7 +118,6 @@ TEST(HostRecipe, DraftsComeFromTextAndFiles)
                   .Check()
                   .Value("pitch.x"),
               "9.0");
-    std::filesystem::remove_all(folder);
 }
 
 TEST(HostRecipe, HoldsWhatWasPaintedAndMeasured)
@@ -170,12 +171,12 @@ TEST(HostRecipe, MapsAreReadDroppedAndLeftOutOfFiles)
     EXPECT_TRUE(without != recipe);
     EXPECT_TRUE(RecipeDraft::Of(recipe).Check() == recipe);
 
-    const std::filesystem::path file = std::filesystem::path(testing::TempDir()) / "host_recipe_maps.json";
+    const TestFolder folder;
+    const std::filesystem::path file = folder / "maps.json";
     EXPECT_EQ(FirstField(Attempt([&] { recipe.Save(file); })), "recipe");
     recipe.SaveWithoutMaps(file);
     EXPECT_TRUE(Recipe::FromFile(file) == without);
     EXPECT_FALSE(Attempt([&] { Recipe::FromText(szTwoRegions).SaveWithoutMaps(file); }).empty());
-    std::filesystem::remove(file);
 }
 
 TEST(HostRecipe, SaysWhereItInspects)

@@ -12,6 +12,7 @@
 
 #include "library/host_pictures.h"
 #include "library/problem_fields.h"
+#include "support/test_folder.h"
 
 namespace narvo::test
 {
@@ -196,14 +197,14 @@ TEST(HostResult, SavedPictureIsTheDrawnOneOrSmaller)
 {
     const Picture8 picture = Flawed();
     const FullReport full = FullOf(picture);
-    const std::filesystem::path file = std::filesystem::path(testing::TempDir()) / "host_result_overlay.png";
+    const TestFolder folder;
+    const std::filesystem::path file = folder / "overlay.png";
     SaveOverlay(file, picture.Pixels(), full);
     const Image whole = Image::FromFile(file, ImageRules::FromText(R"({"channel": "green"})"));
     const std::vector<std::uint8_t> drawn = DrawOverlay(picture.Pixels(), full);
     EXPECT_EQ(static_cast<const std::uint8_t*>(whole.Pixels().pixels)[51], drawn[3 * 51 + 1]);
     SaveOverlay(file, picture.Pixels(), full, {}, nWide * nHigh / 3);
     EXPECT_EQ(Image::FromFile(file, ImageRules::FromText(R"({"channel": "green"})")).Width(), nWide / 2);
-    std::filesystem::remove(file);
 }
 
 TEST(HostResult, RoomForDefectsIsBounded)

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Results that are kept in a file and read back, by the installed headers.
 #include <cstdint>
-#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -12,6 +11,7 @@
 #include <narvo/narvohost.h>
 
 #include "library/host_pictures.h"
+#include "support/test_folder.h"
 
 namespace narvo::test
 {
@@ -22,10 +22,8 @@ namespace
 class HostStore : public testing::Test
 {
 protected:
-    void SetUp() override { std::filesystem::remove(place); }
-    void TearDown() override { std::filesystem::remove(place); }
-
-    const std::string place = testing::TempDir() + "host_store_test.sqlite";
+    const TestFolder folder;
+    const std::string place = (folder / "results.sqlite").string();
     const Recipe recipe =
         RecipeDraft().Set("mode", "pixel").Set("pitch.x", 32).Set("pitch.y", 24).Set("threshold.base", 40).Check();
 

@@ -16,6 +16,7 @@
 #include "soak/soak_coverage.h"
 #include "soak/soak_file.h"
 #include "soak/soak_run.h"
+#include "support/test_folder.h"
 #include "support/vector_levels.h"
 
 namespace narvo::test
@@ -212,7 +213,8 @@ TEST(SoakSums, TellCasesThatChangePlacesApart)
 
 TEST(SoakFile, ComesBackAsItWasWrittenAndRefusesOtherFiles)
 {
-    const std::string strPath = testing::TempDir() + "narvo_soak_sums.txt";
+    const TestFolder folder;
+    const std::string strPath = (folder / "sums.txt").string();
     const CSoakFile file{{40, 50}, 20, false, RunSoak({0, false}, {40, 50}, 20, 1)};
     WriteSoakFile(strPath, file);
     const CSoakFile back = ReadSoakFile(strPath);
