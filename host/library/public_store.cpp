@@ -12,6 +12,7 @@
 
 #include "host/library/public_report.h"
 #include "host/library/recipe_parts.h"
+#include "host/library/store_parts.h"
 #include "host/library/translate.h"
 #include "host/result/digest.h"
 #include "host/store/result_store.h"
@@ -50,56 +51,6 @@ StoredImage PublicImage(narvo::StoredImage image)
     return made;
 }
 
-/// @throws HostError naming the image `name` where it cannot be kept
-narvo::StoredImage LayerImage(const StoredImage& image, const std::string& name)
-{
-    if (image.name.empty() || image.name.find('\0') != std::string::npos)
-        throw HostError({{name + ".name", image.name.empty() ? "empty" : "a text with bytes 0", "a text without"}});
-    if (!image.problems.empty() && !image.reports.empty())
-        throw HostError({{name + ".reports", std::to_string(image.reports.size()), "none where there are problems"}});
-    narvo::StoredImage made;
-    made.sequence = image.sequence;
-    made.inspected = image.inspected;
-    made.result.name = image.name;
-    made.result.width = image.width;
-    made.result.height = image.height;
-    for (const Problem& problem : image.problems)
-        made.result.problems.push_back({problem.field, problem.value, problem.allowed});
-    for (const FullReport& report : image.reports)
-    {
-        made.result.regions.push_back(library::LayerResult(report));
-        if (image.width == 0 && image.height == 0) // reports know it as well
-        {
-            made.result.width = report.width;
-            made.result.height = report.height;
-        }
-    }
-    return made;
-}
-
-/// As library::Translated; the place is called as here, not by the program's option.
-template <typename Call>
-auto InStore(Call call)
-{
-    return library::Translated(
-        [&]
-        {
-            try
-            {
-                return call();
-            }
-            catch (const HostError& error)
-            {
-                constexpr std::string_view option = "--store";
-                std::vector<narvo::Problem> found = error.Problems();
-                for (narvo::Problem& problem : found)
-                    if (problem.field.compare(0, option.size(), option) == 0)
-                        problem.field.replace(0, option.size(), "place");
-                throw HostError(std::move(found));
-            }
-        });
-}
-
 narvo::RunStart LayerStart(RunStart start)
 {
     switch (start)
@@ -116,24 +67,19 @@ narvo::RunStart LayerStart(RunStart start)
 
 } // namespace
 
-struct ResultStore::Content
+ResultStore::Content::Content(const std::string& place, StoreAccess access) : store(OpenResultStore(place, access))
 {
-    Content(const std::string& place, StoreAccess access) : store(OpenResultStore(place, access)) {}
+}
 
-    /// @throws HostError unless the store has the run
-    void RequireRun(std::int64_t run)
-    {
-        if (runs.count(run) != 0)
-            return;
-        for (const narvo::StoredRun& one : store->Runs())
-            runs.insert(one.number);
-        if (runs.count(run) == 0)
-            throw HostError({{"run", std::to_string(run), "the number of a run that the store has"}});
-    }
-
-    std::unique_ptr<narvo::ResultStore> store;
-    std::set<std::int64_t> runs; ///< that were begun or seen in it
-};
+void ResultStore::Content::RequireRun(std::int64_t run)
+{
+    if (runs.count(run) != 0)
+        return;
+    for (const narvo::StoredRun& one : store->Runs())
+        runs.insert(one.number);
+    if (runs.count(run) == 0)
+        throw HostError({{"run", std::to_string(run), "the number of a run that the store has"}});
+}
 
 ResultStore::ResultStore(std::unique_ptr<Content> content) : m_content(std::move(content))
 {
@@ -151,18 +97,18 @@ ResultStore::Content& ResultStore::Own() const
 
 ResultStore ResultStore::ForReading(const std::string& place)
 {
-    return InStore([&] { return ResultStore(std::make_unique<Content>(place, StoreAccess_Read)); });
+    return library::InStore([&] { return ResultStore(std::make_unique<Content>(place, StoreAccess_Read)); });
 }
 
 ResultStore ResultStore::ForWriting(const std::string& place)
 {
-    return InStore([&] { return ResultStore(std::make_unique<Content>(place, StoreAccess_Write)); });
+    return library::InStore([&] { return ResultStore(std::make_unique<Content>(place, StoreAccess_Write)); });
 }
 
 std::vector<StoredRun> ResultStore::Runs()
 {
     Content& own = Own();
-    return InStore(
+    return library::InStore(
         [&]
         {
             std::vector<StoredRun> runs;
@@ -177,14 +123,15 @@ void ResultStore::Images(std::int64_t run, const std::function<void(StoredImage)
     Content& own = Own();
     if (!visit)
         throw Error({{"visit", "no function", "what takes the images"}});
-    InStore([&] { own.store->Images(run, [&](narvo::StoredImage image) { visit(PublicImage(std::move(image))); }); });
+    library::InStore(
+        [&] { own.store->Images(run, [&](narvo::StoredImage image) { visit(PublicImage(std::move(image))); }); });
 }
 
 std::int64_t ResultStore::BeginRun(const std::string& key, const Recipe& recipe, const std::string& recipeName,
                                    const std::string& program, RunStart start)
 {
     Content& own = Own();
-    return InStore(
+    return library::InStore(
         [&]
         {
             using std::chrono::system_clock;
@@ -209,16 +156,47 @@ std::int64_t ResultStore::BeginRun(const std::string& key, const Recipe& recipe,
 void ResultStore::Add(std::int64_t run, const std::vector<StoredImage>& images)
 {
     Content& own = Own();
-    InStore(
+    library::InStore(
         [&]
         {
             std::vector<narvo::StoredImage> made;
             made.reserve(images.size());
             for (std::size_t i = 0; i < images.size(); ++i)
-                made.push_back(LayerImage(images[i], "images[" + std::to_string(i) + "]"));
+                made.push_back(library::LayerImage(images[i], "images[" + std::to_string(i) + "]"));
             own.RequireRun(run);
             own.store->Add(run, made);
         });
 }
 
 } // namespace narvo::v1
+
+namespace narvo::library
+{
+
+narvo::StoredImage LayerImage(const v1::StoredImage& image, const std::string& name)
+{
+    if (image.name.empty() || image.name.find('\0') != std::string::npos)
+        throw HostError({{name + ".name", image.name.empty() ? "empty" : "a text with bytes 0", "a text without"}});
+    if (!image.problems.empty() && !image.reports.empty())
+        throw HostError({{name + ".reports", std::to_string(image.reports.size()), "none where there are problems"}});
+    narvo::StoredImage made;
+    made.sequence = image.sequence;
+    made.inspected = image.inspected;
+    made.result.name = image.name;
+    made.result.width = image.width;
+    made.result.height = image.height;
+    for (const v1::Problem& problem : image.problems)
+        made.result.problems.push_back({problem.field, problem.value, problem.allowed});
+    for (const v1::FullReport& report : image.reports)
+    {
+        made.result.regions.push_back(LayerResult(report));
+        if (image.width == 0 && image.height == 0) // reports know it as well
+        {
+            made.result.width = report.width;
+            made.result.height = report.height;
+        }
+    }
+    return made;
+}
+
+} // namespace narvo::library

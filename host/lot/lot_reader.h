@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "host/lot/lot_builder.h"
 #include "host/lot/lot_records.h"
 #include "host/store/result_store.h"
 
@@ -22,8 +23,7 @@ struct LotChoice
 /// otherwise as ResultStore
 Lot ReadLot(ResultStore& store, const LotChoice& choice);
 
-/// The cells of a recipe's regions, from its text as a store keeps it; the images that it names are not needed. Where a
-/// region has none, or the text is no recipe, LotRegion::noCell says why. Boxes and areas are left alone.
-void ReadCells(const std::string& recipeText, std::vector<LotRegion>& regions);
+/// The same, for more images to follow.
+LotBuilder ReadLotImages(ResultStore& store, const LotChoice& choice);
 
 } // namespace narvo

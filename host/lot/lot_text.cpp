@@ -177,7 +177,7 @@ std::string LotText(const Lot& lot, const LotStatistics& statistics)
         runs += (i == 0 ? "" : ", ") + Printable(lot.runs[i]);
     if (lot.runs.size() > nNamed)
         runs += " and " + std::to_string(lot.runs.size() - nNamed) + " more";
-    std::string text = "lot: " + runs + "\n" + Counted(statistics.images, "image") + ", " +
+    std::string text = (runs.empty() ? "lot" : "lot: " + runs) + "\n" + Counted(statistics.images, "image") + ", " +
                        Counted(statistics.defects, "defect") + "; " + std::to_string(statistics.comparable) +
                        " of one size and its regions, " + std::to_string(statistics.refused) + " refused\n";
     for (const LotTest& test : statistics.tests)

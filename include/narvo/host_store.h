@@ -86,6 +86,7 @@ public:
     void Add(std::int64_t run, const std::vector<StoredImage>& images);
 
 private:
+    friend class Lot; // which reads it
     struct Content;
     explicit ResultStore(std::unique_ptr<Content> content);
     Content& Own() const;

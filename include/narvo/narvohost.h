@@ -11,6 +11,7 @@
 #include "narvo/host_images.h"
 #include "narvo/host_inspector.h"
 #include "narvo/host_learn.h"
+#include "narvo/host_lot.h"
 #include "narvo/host_pitch.h"
 #include "narvo/host_progress.h"
 #include "narvo/host_recipe.h"

@@ -135,4 +135,45 @@ TEST_F(HostStore, WhatCannotBeKeptIsRefusedAndTheRestStays)
     EXPECT_EQ(FirstField(Attempt([&] { store.Runs(); })), "store");
 }
 
+TEST_F(HostStore, LotsAreReadFromItsRuns)
+{
+    const Recipe other = RecipeDraft::Of(recipe).Set("min_area", 3).Check();
+    Lot inMemory(recipe, "panel.json");
+    {
+        ResultStore store = ResultStore::ForWriting(place);
+        const std::int64_t first = store.BeginRun("monday", recipe, "panel.json", "test 1.0");
+        const std::int64_t between = store.BeginRun("other", other, "other.json", "test 1.0");
+        const std::int64_t second = store.BeginRun("tuesday", recipe, "panel.json", "test 1.0");
+        for (int i = 0; i < 12; ++i)
+        {
+            StoredImage image = Inspected("i" + std::to_string(i), 6);
+            image.sequence = i;
+            store.Add(i < 5 ? first : second, {image});
+            inMemory.Add(image);
+        }
+        store.Add(between, {Inspected("x", 6)});
+    }
+    ResultStore store = ResultStore::ForReading(place);
+    const LotReport both = Lot::OfLatestRecipe(store).Find();
+    EXPECT_EQ(both.store, place);
+    EXPECT_EQ(both.recipe, "panel.json");
+    EXPECT_EQ(both.runs, (std::vector<std::string>{"monday", "tuesday"}));
+    const LotReport memory = inMemory.Find();
+    EXPECT_EQ(both.images, memory.images);
+    EXPECT_EQ(both.text.substr(both.text.find('\n')), memory.text.substr(memory.text.find('\n')));
+    ASSERT_EQ(both.tests.at(0).places.size(), 1U) << both.text; // one spot at the same place of all twelve
+    EXPECT_EQ(both.tests[0].places[0].images, 12U);
+    EXPECT_EQ(Lot::FromStore(store).Find().runs, std::vector<std::string>{"tuesday"});
+    EXPECT_EQ(Lot::FromStore(store, {"tuesday", "monday"}).Find().text, both.text);
+    Lot more = Lot::FromStore(store, {"monday"});
+    EXPECT_EQ(more.Add(Inspected("later", 6)).Images(), 6U);
+
+    EXPECT_EQ(FirstField(Attempt([&] { Lot::FromStore(store, {"noday"}); })), "runs");
+    EXPECT_EQ(FirstField(Attempt([&] { Lot::FromStore(store, {"monday", "other"}); })), "run other");
+    const ResultStore moved = std::move(store);
+    EXPECT_EQ(FirstField(Attempt([&] { Lot::FromStore(store); })), "store");
+    ResultStore empty = ResultStore::ForWriting((folder / "empty.sqlite").string());
+    EXPECT_EQ(FirstField(Attempt([&] { Lot::FromStore(empty); })), "store " + (folder / "empty.sqlite").string());
+}
+
 } // namespace narvo::test

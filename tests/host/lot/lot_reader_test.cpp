@@ -12,6 +12,7 @@
 
 #include "host/host_test_help.h"
 #include "host/limits.h"
+#include "host/lot/lot_cells.h"
 #include "host/lot/memory_store.h"
 
 namespace narvo::test
