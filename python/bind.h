@@ -14,6 +14,7 @@ void BindImages(pybind11::module_& module);
 void BindRecipe(pybind11::module_& module);
 void BindResult(pybind11::module_& module);
 void BindInspection(pybind11::module_& module);
+void BindLot(pybind11::module_& module);
 void BindPitch(pybind11::module_& module);
 void BindGolden(pybind11::module_& module);
 void BindLearn(pybind11::module_& module);

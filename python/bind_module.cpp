@@ -26,4 +26,5 @@ PYBIND11_MODULE(_narvoassem, module)
     BindRegions(module);
     BindStore(module);
     BindStream(module);
+    BindLot(module);
 }

@@ -56,6 +56,7 @@ LotChart PublicChart(narvo::LotChart chart, double risk)
     LotChart made;
     made.name = std::move(chart.name);
     made.unit = std::move(chart.unit);
+    made.counts = chart.counts;
     made.imagesAPoint = chart.group;
     made.first = std::move(chart.first);
     made.alarmsByChance = static_cast<double>(control.points.size()) / dPointsBetweenAlarms;

@@ -68,6 +68,7 @@ struct LotChart
     double after = 0.0;             ///< median from there on
     double probability = 1.0;       ///< that chance alone shows as large a change in any chart of the lot
     bool changes = false;           ///< the probability is not above the risk
+    bool counts = false;            ///< of counts; otherwise of means
 };
 
 /// A region of the recipe, as most images have it.

@@ -42,6 +42,7 @@ from .errors import (
 from .fields import RecipeField
 from .functions import of_package
 from .inspector import Inspector
+from .lot_result import LotAlarm, LotChange, LotChart, LotPlace, LotRegion, LotResult, LotTest, lot
 from .notebook import Picture, show
 from .regions import Rect
 from .store import StoredRun, read_store, store_runs
@@ -74,6 +75,13 @@ __all__ = [
     "Inspector",
     "LatticeResult",
     "LearnResult",
+    "LotAlarm",
+    "LotChange",
+    "LotChart",
+    "LotPlace",
+    "LotRegion",
+    "LotResult",
+    "LotTest",
     "NarvoError",
     "Picture",
     "PitchResult",
@@ -94,6 +102,7 @@ __all__ = [
     "inspect",
     "lattice_recipe",
     "learn",
+    "lot",
     "mean_field",
     "pitch_recipe",
     "read_image",

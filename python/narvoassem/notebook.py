@@ -6,17 +6,21 @@ from __future__ import annotations
 import html
 import struct
 import zlib
-from typing import Any, Iterable, List, Optional, Sequence
+from typing import TYPE_CHECKING, Any, Iterable, List, Optional, Sequence
 
 import numpy
 
 from ._narvoassem import Explanation, LearnResult, PitchResult, Result
 from .errors import ArgumentError, ImageError, Problem
 
-__all__ = ["Picture", "explanation_html", "learn_html", "pitch_html", "result_html", "show"]
+if TYPE_CHECKING:
+    from .lot_result import LotChart, LotPlace, LotResult
+
+__all__ = ["Picture", "explanation_html", "learn_html", "lot_html", "pitch_html", "result_html", "show"]
 
 _ROWS = 20  # of a table; the rest is counted
 _BRIGHT, _DARK = "#d9822b", "#0f8a9d"
+_ALARM = "#c9302c"
 _COLUMNS = ("number", "bright", "center_x", "center_y", "left", "top", "right", "bottom", "area", "max_difference")
 
 
@@ -86,6 +90,28 @@ def learn_html(learnt: LearnResult) -> str:
     """The reasons for the recipe, and the warnings."""
     items = "".join(f"<li>{html.escape(reason)}</li>" for reason in learnt.reasons)
     return f"<ul>{items}</ul>" + "".join(_sentence(f"Warning: {warning}") for warning in learnt.warnings)
+
+
+def lot_html(found: LotResult) -> str:
+    """A sentence, a table of what chance does not explain, and the charts with their alarms."""
+    runs = ", ".join(found.runs)
+    counts = f"{len(found.images)} images, {found.defects} defects"
+    parts = [_sentence(f"{runs}: {counts}" if runs else counts)]
+    places = found.places
+    if places:
+        names = ("kind", "region", "where", "images", "cells", "expected", "probability", "first_image", "last_image")
+        parts.append(_table(names, (_place_cells(place) for place in places[:_ROWS])))
+    else:
+        parts.append(_sentence(f"Nothing that chance does not explain at a risk of {found.risk:g}."))
+    total = sum(test.found for test in found.tests.values())
+    if total > min(len(places), _ROWS):
+        parts.append(_sentence(f"The first {min(len(places), _ROWS)} of {total}."))
+    charts = list(found.charts.values())
+    if charts:
+        names = ("chart", "unit", "center", "alarms", "changes_at", "points")
+        rows = ([chart.name, chart.unit, f"{chart.center:.3g}", len(chart.alarms), _change(chart)] for chart in charts)
+        parts.append(_table(names, rows, [_control_chart(chart) for chart in charts]))
+    return "".join(parts)
 
 
 def explanation_html(explanation: Explanation) -> str:
@@ -165,4 +191,56 @@ def _curve(cost: numpy.ndarray, width: int = 240, height: int = 48) -> str:
     return (
         f'<svg width="{width}" height="{height}" role="img"><polyline points="{points}" fill="none" '
         f'stroke="{_DARK}"/></svg>'
+    )
+
+
+def _span(begin: int, end: int) -> str:
+    return f"{begin} to {end - 1}" if end - begin > 1 else str(begin)
+
+
+def _place_cells(place: LotPlace) -> List[Any]:
+    box = place.box
+    across, down = f"x {_span(box.left, box.right)}", f"y {_span(box.top, box.bottom)}"
+    where = {"column": across, "row": down}.get(place.kind, f"{across}, {down}")
+    cells = place.cells if place.kind == "cell" else ""
+    figures = [f"{place.expected:.3g}", f"{place.probability:.3g}"]
+    return [place.kind, place.region, where, place.images, cells, *figures, place.first_image, place.last_image]
+
+
+def _change(chart: LotChart) -> str:
+    change = chart.change
+    return f"{change.image}: {change.before:.3g} to {change.after:.3g}" if change and change.beyond_chance else ""
+
+
+def _control_chart(chart: LotChart, width: int = 480, height: int = 64) -> str:
+    """Points in standard deviations between the limits of three, the first 200 alarms as dots."""
+    scores = numpy.clip(chart.scores, -5.0, 5.0)
+    if len(scores) < 2:
+        return ""
+
+    def across(point: float) -> float:
+        return 3.0 + point * (width - 6) / (len(scores) - 1)
+
+    def down(score: float) -> float:
+        return height / 2 - score * (height / 2 - 4) / 5.0
+
+    # Of many points, the least and the largest of each few, so that none that stands out is left out.
+    step = -(-len(scores) // (width // 2))
+    drawn = []
+    for begin in range(0, len(scores), step):
+        part = scores[begin : begin + step]
+        drawn += sorted({begin + int(part.argmin()), begin + int(part.argmax())})
+    points = " ".join(f"{across(point):.1f},{down(scores[point]):.1f}" for point in drawn)
+    lines = "".join(
+        f'<path d="M0 {down(level):.1f}H{width}" stroke="#888" fill="none"{dashes}/>'
+        for level, dashes in ((0, ""), (3, ' stroke-dasharray="4 3"'), (-3, ' stroke-dasharray="4 3"'))
+    )
+    dots = "".join(
+        f'<circle cx="{across(alarm.point):.1f}" cy="{down(scores[alarm.point]):.1f}" r="3" fill="{_ALARM}">'
+        f"<title>{html.escape(alarm.image)}: {html.escape(alarm.text)}</title></circle>"
+        for alarm in chart.alarms[:200]
+    )
+    return (
+        f'<svg width="{width}" height="{height}" role="img">{lines}'
+        f'<polyline points="{points}" fill="none" stroke="{_DARK}"/>{dots}</svg>'
     )

@@ -21,6 +21,8 @@ def test_the_guide_can_be_followed(tmp_path, monkeypatch, capsys):
     (tmp_path / "lot7").mkdir()
     for name in ("a.png", "b.png"):
         shutil.copy(tmp_path / "panel.png", tmp_path / "lot7" / name)
+    (inspect,) = re.findall(r"^build/release/tools/narvo (inspect .*)$", text, re.M)
+    subprocess.run([program, *inspect.split()], cwd=tmp_path, check=True, stdout=subprocess.DEVNULL)
     monkeypatch.chdir(tmp_path)
 
     blocks = re.findall(r"^```python\n(.*?)^```$", text, re.M | re.S)
@@ -36,6 +38,7 @@ def test_the_guide_can_be_followed(tmp_path, monkeypatch, capsys):
             assert repr(names["pitch"]) in expected
     assert 15 <= len(names["blobs"]) <= 60 and names["result"].complete
     assert names["stricter"]["min_area"] == 3 and names["flat"]["mode"] == "pixel"
+    assert names["found"].runs == ["lot7"] and len(names["found"].images) == 2
     for file in ("found.png", "worst.png", "panel.mine.json", "panel.mine.zones.png"):
         assert (tmp_path / file).stat().st_size > 0
     assert narvoassem.Recipe("panel.mine.json")["pitch"] == names["recipe"]["pitch"]

@@ -143,6 +143,8 @@ TEST(HostLot, FindsThePlaceAndTheChangeThatWerePlanted)
     ASSERT_NE(defects, report.charts.end());
     EXPECT_EQ(defects->unit, "a megapixel");
     EXPECT_EQ(defects->imagesAPoint, 1U);
+    EXPECT_TRUE(defects->counts);
+    EXPECT_FALSE(report.charts.back().counts) << report.charts.back().name;
     ASSERT_THAT(defects->points, SizeIs(79));
     EXPECT_THAT(defects->scores, SizeIs(79));
     EXPECT_EQ(defects->first[7], 8U); // the refused image has no point

@@ -208,7 +208,8 @@ static_assert(offsetof(LotChart, center) == 144 && offsetof(LotChart, deviation)
 static_assert(offsetof(LotChart, dispersion) == 160 && offsetof(LotChart, alarms) == 168);
 static_assert(offsetof(LotChart, alarmsByChance) == 192 && offsetof(LotChart, change) == 200);
 static_assert(offsetof(LotChart, before) == 208 && offsetof(LotChart, after) == 216);
-static_assert(offsetof(LotChart, probability) == 224 && offsetof(LotChart, changes) == 232);
+static_assert(offsetof(LotChart, probability) == 224 && offsetof(LotChart, changes) == 232 &&
+              offsetof(LotChart, counts) == 233);
 static_assert(sizeof(LotRegion) == 88 && offsetof(LotRegion, box) == 32 && offsetof(LotRegion, area) == 48);
 static_assert(offsetof(LotRegion, noCell) == 56);
 static_assert(sizeof(LotReport) == 240 && offsetof(LotReport, runs) == 32 && offsetof(LotReport, recipe) == 56);
