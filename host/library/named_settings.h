@@ -2,6 +2,7 @@
 // Settings by their names, as public calls take them.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -19,7 +20,11 @@ struct SettingPlace
     std::variant<int*, double*> value;
 };
 
-/// Puts each setting in its place. @throws HostError with all names that do not exist and all values that no int holds
-void TakeSettings(const v1::Settings& settings, const std::vector<SettingPlace>& places);
+/// Everything that is wrong with the values as they are in their places now, by the names of the settings.
+using CheckSettings = std::function<std::vector<Problem>()>;
+
+/// Puts each setting in its place. `check` knows the ranges and is asked for that of a value that no int holds.
+/// @throws HostError with all names that do not exist and all values that no int holds
+void TakeSettings(const v1::Settings& settings, const std::vector<SettingPlace>& places, const CheckSettings& check);
 
 } // namespace narvo::library

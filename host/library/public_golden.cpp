@@ -44,7 +44,7 @@ std::vector<library::SettingPlace> PlacesOf(GoldenSettings& settings)
 GoldenSettings LayerSettings(const Settings& settings)
 {
     GoldenSettings made;
-    library::TakeSettings(settings, PlacesOf(made));
+    library::TakeSettings(settings, PlacesOf(made), [&] { return CheckGoldenSettings(made); });
     ThrowIfAny(CheckGoldenSettings(made));
     return made;
 }

@@ -36,10 +36,21 @@ int LayerMode(const std::string& mode)
     throw HostError({{"mode", "\"" + mode + "\"", "auto, texture, periodic or lattice"}});
 }
 
-void CheckThreads(int threads)
+std::vector<narvo::Problem> CheckThreads(int threads)
 {
-    if (threads < 1 || threads > nLaneLimit)
-        throw HostError({{"threads", std::to_string(threads), "1 to " + std::to_string(nLaneLimit)}});
+    if (threads >= 1 && threads <= nLaneLimit)
+        return {};
+    return {{"threads", std::to_string(threads), "1 to " + std::to_string(nLaneLimit)}};
+}
+
+/// @return how many threads
+int TakeLearnSettings(const Settings& settings, LearnSettings& learn)
+{
+    int threads = 1;
+    library::TakeSettings(settings, {{"false_rate", &learn.falseRate}, {"threads", &threads}},
+                          [&] { return CheckThreads(threads); });
+    ThrowIfAny(CheckThreads(threads));
+    return threads;
 }
 
 /// The image, copied once; `argument` names it in problems.
@@ -114,9 +125,7 @@ LearnReport LearnRecipe(const std::vector<NamedImage>& good, const std::string& 
         [&]
         {
             LearnSettings learn;
-            int threads = 1;
-            library::TakeSettings(settings, {{"false_rate", &learn.falseRate}, {"threads", &threads}});
-            CheckThreads(threads);
+            const int threads = TakeLearnSettings(settings, learn);
             learn.mode = LayerMode(mode);
             std::vector<BatchImage> images;
             for (std::size_t i = 0; i < good.size(); ++i)
@@ -143,9 +152,7 @@ LearnReport LearnFromImages(const std::vector<NamedPicture>& good, const std::st
             LearnSettings learn;
             learn.mode = LayerMode(mode);
             learn.name = name;
-            int threads = 1;
-            library::TakeSettings(settings, {{"false_rate", &learn.falseRate}, {"threads", &threads}});
-            CheckThreads(threads);
+            const int threads = TakeLearnSettings(settings, learn);
             const auto coloured = std::count_if(
                 good.begin(), good.end(), [](const NamedPicture& picture) { return picture.image.Channels() > 1; });
             if (coloured != 0 && coloured != static_cast<std::ptrdiff_t>(good.size()))

@@ -27,10 +27,16 @@ LotSettings LayerSettings(const Settings& settings)
 {
     LotSettings made;
     int baseline = 0;
-    library::TakeSettings(settings, {{"distance", &made.distance}, {"risk", &made.risk}, {"baseline", &baseline}});
-    if (baseline < 0)
-        throw HostError(
-            {{"baseline", std::to_string(baseline), "2 to " + std::to_string(nLotImageLimit) + " images, or 0: all"}});
+    const auto check = [&]() -> std::vector<narvo::Problem>
+    {
+        if (baseline >= 0)
+            return {};
+        return {
+            {"baseline", std::to_string(baseline), "2 to " + std::to_string(nLotImageLimit) + " images, or 0: all"}};
+    };
+    library::TakeSettings(settings, {{"distance", &made.distance}, {"risk", &made.risk}, {"baseline", &baseline}},
+                          check);
+    ThrowIfAny(check());
     made.baseline = static_cast<std::size_t>(baseline);
     return made;
 }

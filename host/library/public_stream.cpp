@@ -13,6 +13,7 @@
 #include "host/library/public_report.h"
 #include "host/library/recipe_parts.h"
 #include "host/library/translate.h"
+#include "host/stream/stream_plan.h"
 #include "host/stream/strip_stream.h"
 
 namespace narvo::v1
@@ -39,12 +40,14 @@ CheckedRecipe OnlyRegion(const Recipe& recipe)
     return regions.front();
 }
 
-narvo::StreamSettings StreamSettingsOf(const Settings& settings)
+narvo::StreamSettings StreamSettingsOf(const Settings& settings, const Recipe& recipe, int width)
 {
     narvo::StreamSettings made;
-    library::TakeSettings(settings, {{"window_rows", &made.windowRows},
-                                     {"largest_blob", &made.largestBlob},
-                                     {"max_open_pairs", &made.maxOpenPairs}});
+    library::TakeSettings(settings,
+                          {{"window_rows", &made.windowRows},
+                           {"largest_blob", &made.largestBlob},
+                           {"max_open_pairs", &made.maxOpenPairs}},
+                          [&] { return CheckStream(*OnlyRegion(recipe), width, made); });
     return made;
 }
 
@@ -76,8 +79,8 @@ struct StripStream::Content
     };
 
     Content(const Recipe& recipe, int width, OnStreamDefect onDefect, const Settings& settings)
-        : sink(GivenFunction(std::move(onDefect))), stream(OnlyRegion(recipe), width, StreamSettingsOf(settings), sink),
-          region(OnlyRegion(recipe))
+        : sink(GivenFunction(std::move(onDefect))),
+          stream(OnlyRegion(recipe), width, StreamSettingsOf(settings, recipe, width), sink), region(OnlyRegion(recipe))
     {
     }
 

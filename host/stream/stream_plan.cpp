@@ -103,6 +103,7 @@ std::vector<Problem> CheckStream(const Recipe& recipe, int width, const StreamSe
         !recipe.extendedKernel)
         found.push_back({"kernel.dark_base", std::to_string(recipe.darkFilterBase),
                          "0 in a vertical stream without kernel.extended"});
+    const bool streams = found.empty();
     const auto inRange = [&](const char* field, int value, int low, int high, const char* unit)
     {
         if (value < low || value > high)
@@ -112,7 +113,7 @@ std::vector<Problem> CheckStream(const Recipe& recipe, int width, const StreamSe
     inRange("width", width, 1, nStreamWidthLimit, "pixels");
     inRange("largest_blob", settings.largestBlob, 1, 1000000, "rows");
     inRange("max_open_pairs", settings.maxOpenPairs, 1, 10000000, "pairs");
-    if (!found.empty())
+    if (!streams)
         return found;
     const StreamPlan plan = OverlapOf(recipe);
     const int least = nSmallestShare * (plan.ahead + plan.back) + plan.spare + plan.above + plan.alignment;

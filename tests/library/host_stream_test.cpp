@@ -174,6 +174,24 @@ TEST(HostStream, TakesDeepRowsAndRowsWithGaps)
     EXPECT_EQ(twelve.lines, LinesOf(inspector.Inspect(all, recipe).front()));
 }
 
+TEST(HostStream, NumbersThatAreNotWholeAreRefusedWithTheRange)
+{
+    const Recipe recipe = StreamRecipe("pixel", 12.0, "vertical");
+    const std::vector<Problem> outside = StreamProblems(recipe, 160, {{"window_rows", -1}});
+    ASSERT_EQ(outside.size(), 1U);
+    EXPECT_NE(outside[0].allowed.find("to 10000 rows, or 0"), std::string::npos) << outside[0].allowed;
+    const std::vector<Problem> refused = StreamProblems(
+        recipe, 0, {{"window_rows", 2.5}, {"largest_blob", 1e300}, {"max_open_pairs", -0.5}, {"rows", 1}});
+    ASSERT_EQ(refused.size(), 4U);
+    const std::vector<std::string> allowed = {"a whole number, " + outside[0].allowed, "1 to 1000000 rows",
+                                              "a whole number, 1 to 10000000 pairs"};
+    EXPECT_EQ(refused[0].field, "rows");
+    for (std::size_t i = 0; i < allowed.size(); ++i)
+        EXPECT_EQ(refused[i + 1].allowed, allowed[i]);
+    EXPECT_EQ(refused[1].field, "window_rows");
+    EXPECT_EQ(refused[1].value, "2.5");
+}
+
 TEST(HostStream, RefusesWhatItCannotDoByField)
 {
     const Recipe recipe = StreamRecipe("pixel", 12.0, "vertical");
