@@ -148,6 +148,21 @@ HandleTable<narvo_store, StoreObject>& StoreHandles()
     return LastingTable<HandleTable<narvo_store, StoreObject>>("a store");
 }
 
+HandleTable<narvo_rules, v1::ImageRules>& RulesHandles()
+{
+    return LastingTable<HandleTable<narvo_rules, v1::ImageRules>>("rules");
+}
+
+HandleTable<narvo_picture, PictureObject>& PictureHandles()
+{
+    return LastingTable<HandleTable<narvo_picture, PictureObject>>("a picture");
+}
+
+HandleTable<narvo_capability, v1::CapabilityReport>& CapabilityHandles()
+{
+    return LastingTable<HandleTable<narvo_capability, v1::CapabilityReport>>("a capability");
+}
+
 std::int32_t KeepProblems() noexcept
 {
     ForgetProblems();
@@ -168,6 +183,12 @@ void ForgetProblems() noexcept
     threadLacksMemory = false;
     if (threadProblems != nullptr)
         threadProblems->clear();
+}
+
+void CheckSwitch(std::int32_t value, const char* name)
+{
+    if (value != 0 && value != 1)
+        throw v1::Error({{name, std::to_string(value), "0 or 1"}});
 }
 
 void CheckRoom(const void* place, const char* name, std::int64_t capacity)
@@ -200,6 +221,13 @@ std::ptrdiff_t PointerDistance(std::int64_t distance)
 {
     return static_cast<std::ptrdiff_t>(std::clamp<std::int64_t>(distance, std::numeric_limits<std::ptrdiff_t>::min(),
                                                                 std::numeric_limits<std::ptrdiff_t>::max()));
+}
+
+std::string NameAt(const char* const* names, std::size_t i, const std::string& kind)
+{
+    if (names == nullptr)
+        return kind + ' ' + std::to_string(i + 1);
+    return Given(names[i], (kind + "_names[" + std::to_string(i) + ']').c_str());
 }
 
 v1::ImagePixels PixelsOf(const narvo_image* image, const char* name)

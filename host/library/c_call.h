@@ -15,8 +15,10 @@
 
 #include "host/library/c_handles.h"
 #include "host/library/c_records.h"
+#include "narvo/host_capability.h"
 #include "narvo/host_explain.h"
 #include "narvo/host_golden.h"
+#include "narvo/host_images.h"
 #include "narvo/host_inspector.h"
 #include "narvo/host_learn.h"
 #include "narvo/host_pitch.h"
@@ -47,11 +49,13 @@ class ReportsObject
 {
 public:
     /// What a report does not see becomes the last of its warnings.
-    explicit ReportsObject(std::vector<v1::FullReport> made);
+    explicit ReportsObject(std::vector<v1::FullReport> made, bool withAnswers = false);
     explicit ReportsObject(const v1::GoldenFindings& findings);
 
     const std::vector<v1::FullReport>& Reports() const { return m_reports; }
     const v1::FullReport& At(std::int64_t region) const;
+    /// @throws v1::Error for reports that were made without them
+    const std::vector<v1::Answer>& AnswersAt(std::int64_t region) const;
     /// @throws v1::Error for reports of other inspections
     const GoldenPart& Golden() const;
     /// Texts of a region, made when they are asked for first, and kept.
@@ -63,6 +67,7 @@ private:
     const char* Kept(Texts& texts, std::int64_t region, std::string (*make)(const v1::FullReport&));
 
     std::vector<v1::FullReport> m_reports;
+    bool m_withAnswers;
     std::optional<GoldenPart> m_golden;
     std::mutex m_mutex; ///< of the texts
     Texts m_json;
@@ -86,6 +91,13 @@ struct ExplanationObject
     std::string json;
 };
 
+/// An image, and what was lost on its way to grey.
+struct PictureObject
+{
+    v1::Image image;
+    std::vector<std::string> notes;
+};
+
 /// A stream and what it has reported.
 struct StreamObject;
 
@@ -104,6 +116,9 @@ HandleTable<narvo_explainer, ExplainerObject>& ExplainerHandles();
 HandleTable<narvo_explanation, ExplanationObject>& ExplanationHandles();
 HandleTable<narvo_stream, StreamObject>& StreamHandles();
 HandleTable<narvo_store, StoreObject>& StoreHandles();
+HandleTable<narvo_rules, v1::ImageRules>& RulesHandles();
+HandleTable<narvo_picture, PictureObject>& PictureHandles();
+HandleTable<narvo_capability, v1::CapabilityReport>& CapabilityHandles();
 
 /// The status of the exception that is being handled, whose problems become those of this thread.
 std::int32_t KeepProblems() noexcept;
@@ -177,6 +192,9 @@ auto& ElementAt(Values& values, std::int64_t index, const char* name)
     return values[static_cast<std::size_t>(index)];
 }
 
+/// @throws v1::Error, naming the argument, for values other than 0 and 1
+void CheckSwitch(std::int32_t value, const char* name);
+
 /// @throws v1::Error for a negative capacity, or room at null
 void CheckRoom(const void* place, const char* name, std::int64_t capacity);
 
@@ -202,6 +220,9 @@ std::size_t RegionNumber(std::int64_t region);
 
 /// The distance as one between pointers. Where addresses are shorter, one that does not fit stays out of range.
 std::ptrdiff_t PointerDistance(std::int64_t distance);
+
+/// The name that the caller gives element `i` of the array `kind`, or `kind` and a number. @throws v1::Error for null
+std::string NameAt(const char* const* names, std::size_t i, const std::string& kind);
 
 /// What the record says, not yet checked. @throws v1::Error for null or a wrong size of the record
 v1::ImagePixels PixelsOf(const narvo_image* image, const char* name);

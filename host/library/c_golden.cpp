@@ -12,7 +12,6 @@
 #include "narvo/narvo_c.h"
 
 using namespace narvo::library; // NOLINT(google-build-using-namespace): the functions below are those of C
-using narvo::v1::Error;
 using narvo::v1::GoldenModel;
 using narvo::v1::GoldenReport;
 using narvo::v1::GreyPicture;
@@ -113,8 +112,7 @@ std::int32_t narvo_golden_picture(const narvo_golden* golden, std::int32_t which
             Given(width, "width");
             Given(height, "height");
             CheckRoom(pixels, "pixels", capacity);
-            if (which != 0 && which != 1)
-                throw Error({{"which", std::to_string(which), "0 or 1"}});
+            CheckSwitch(which, "which");
             const auto model = GoldenHandles().Find(golden, "golden");
             const GreyPicture picture = which == 0 ? model->Mean() : model->Tolerance();
             *width = picture.width;

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 // The C interface: inspectors and their reports.
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "host/library/c_call.h"
 #include "host/library/c_records.h"
@@ -9,7 +12,10 @@
 #include "narvo/narvo_c.h"
 
 using namespace narvo::library; // NOLINT(google-build-using-namespace): the functions below are those of C
+using narvo::v1::Answer;
 using narvo::v1::Defect;
+using narvo::v1::DefectColour;
+using narvo::v1::FullReport;
 using narvo::v1::Inspector;
 using narvo::v1::Report;
 
@@ -31,6 +37,33 @@ narvo_report RecordOf(const Report& report)
     record.defect_count = static_cast<std::int64_t>(report.defects.size());
     record.warning_count = static_cast<std::int64_t>(report.warnings.size());
     return record;
+}
+
+narvo_answer RecordOf(const Answer& answer)
+{
+    narvo_answer record = {};
+    record.x = answer.x;
+    record.y = answer.y;
+    record.bright = answer.bright ? 1 : 0;
+    record.removed = answer.removed ? 1 : 0;
+    record.band = answer.band;
+    record.origin = answer.origin;
+    record.peak = answer.peak;
+    record.grey = answer.grey;
+    record.reference = answer.reference;
+    record.threshold = answer.threshold;
+    record.zone = answer.zone;
+    return record;
+}
+
+/// Inspects `image`, in whatever form.
+template <typename Pixels>
+std::shared_ptr<ReportsObject> Inspected(const narvo_inspector* inspector, const narvo_recipe* recipe,
+                                         const Pixels& image, bool withAnswers)
+{
+    const auto engines = InspectorHandles().Find(inspector, "inspector");
+    const auto rules = RecipeHandles().Find(recipe, "recipe");
+    return std::make_shared<ReportsObject>(engines->InspectFully(image, *rules, withAnswers), withAnswers);
 }
 
 } // namespace
@@ -87,12 +120,25 @@ std::int32_t narvo_inspect(narvo_inspector* inspector, const narvo_recipe* recip
                            narvo_reports** reports)
 {
     return HandOut(ReportsHandles(), reports, "reports",
+                   [&] { return Inspected(inspector, recipe, PixelsOf(image, "image"), false); });
+}
+
+std::int32_t narvo_inspect_fully(narvo_inspector* inspector, const narvo_recipe* recipe, const narvo_image* image,
+                                 narvo_reports** reports)
+{
+    return HandOut(ReportsHandles(), reports, "reports",
+                   [&] { return Inspected(inspector, recipe, PixelsOf(image, "image"), true); });
+}
+
+std::int32_t narvo_inspect_picture(narvo_inspector* inspector, const narvo_recipe* recipe, const narvo_picture* picture,
+                                   std::int32_t answers, narvo_reports** reports)
+{
+    return HandOut(ReportsHandles(), reports, "reports",
                    [&]
                    {
-                       const auto engines = InspectorHandles().Find(inspector, "inspector");
-                       const auto rules = RecipeHandles().Find(recipe, "recipe");
-                       return std::make_shared<ReportsObject>(
-                           engines->InspectFully(PixelsOf(image, "image"), *rules, false));
+                       CheckSwitch(answers, "answers");
+                       const auto owner = PictureHandles().Find(picture, "picture");
+                       return Inspected(inspector, recipe, owner->image, answers == 1);
                    });
 }
 
@@ -167,6 +213,39 @@ std::int32_t narvo_reports_save_overlay(const narvo_reports* reports, std::int64
         {
             const auto object = ReportsHandles().Find(reports, "reports");
             narvo::v1::SaveOverlay(Given(file, "file"), PixelsOf(image, "image"), object->At(region));
+        });
+}
+
+std::int32_t narvo_reports_answers(const narvo_reports* reports, std::int64_t region, std::uint32_t record_size,
+                                   narvo_answer* answers, std::int64_t capacity, std::int64_t* count)
+{
+    return Guarded(
+        [&]
+        {
+            Given(count, "count");
+            CheckRecordSize<narvo_answer>(record_size, "record_size");
+            CheckRoom(answers, "answers", capacity);
+            const auto object = ReportsHandles().Find(reports, "reports");
+            FillArray(object->AnswersAt(region), answers, record_size, capacity, count,
+                      [](const Answer& answer) { return RecordOf(answer); });
+        });
+}
+
+std::int32_t narvo_reports_colours(const narvo_reports* reports, std::int64_t region, std::int32_t* colours,
+                                   std::int64_t capacity, std::int64_t* count)
+{
+    return Guarded(
+        [&]
+        {
+            Given(count, "count");
+            CheckRoom(colours, "colours", capacity);
+            const auto object = ReportsHandles().Find(reports, "reports");
+            const FullReport& report = object->At(region);
+            std::vector<DefectColour> shown = report.colours;
+            shown.resize(report.report.defects.size(), DefectColour::Grey);
+            *count = static_cast<std::int64_t>(shown.size());
+            for (std::int64_t i = 0; i < std::min(capacity, *count); ++i)
+                colours[i] = static_cast<std::int32_t>(shown[static_cast<std::size_t>(i)]);
         });
 }
 

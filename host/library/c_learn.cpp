@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/library/c_arrays.h"
@@ -32,11 +33,8 @@ std::vector<NamedImage> NamedImages(const narvo_image* images, const char* const
     ReadArray(images, count, kind,
               [&](const narvo_image* image, const std::string& place)
               {
-                  const std::size_t i = named.size();
-                  const std::string own = kind + "_names[" + std::to_string(i) + ']';
-                  named.push_back({names == nullptr ? kind + ' ' + std::to_string(i + 1)
-                                                    : std::string(Given(names[i], own.c_str())),
-                                   PixelsOf(image, place.c_str())});
+                  std::string name = NameAt(names, named.size(), kind);
+                  named.push_back({std::move(name), PixelsOf(image, place.c_str())});
               });
     return named;
 }

@@ -32,8 +32,7 @@ std::int32_t narvo_proposal_axis(const narvo_proposal* proposal, std::int32_t al
         {
             const std::uint32_t size = SizeOf(axis, "axis");
             const auto object = ProposalHandles().Find(proposal, "proposal");
-            if (along != 0 && along != 1)
-                throw narvo::v1::Error({{"along", std::to_string(along), "0 or 1"}});
+            CheckSwitch(along, "along");
             const PitchAxis& found = along == 0 ? object->x : object->y;
             narvo_pitch_axis record = {};
             record.found = found.found ? 1 : 0;

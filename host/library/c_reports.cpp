@@ -13,7 +13,8 @@
 namespace narvo::library
 {
 
-ReportsObject::ReportsObject(std::vector<v1::FullReport> made) : m_reports(std::move(made))
+ReportsObject::ReportsObject(std::vector<v1::FullReport> made, bool withAnswers)
+    : m_reports(std::move(made)), m_withAnswers(withAnswers)
 {
     for (v1::FullReport& each : m_reports)
         if (!each.unseen.empty())
@@ -29,6 +30,13 @@ ReportsObject::ReportsObject(const v1::GoldenFindings& findings) : ReportsObject
 const v1::FullReport& ReportsObject::At(std::int64_t region) const
 {
     return ElementAt(m_reports, region, "region");
+}
+
+const std::vector<v1::Answer>& ReportsObject::AnswersAt(std::int64_t region) const
+{
+    if (!m_withAnswers)
+        throw v1::Error({{"reports", "without answers", "reports of narvo_inspect_fully or narvo_inspect_picture"}});
+    return At(region).answers;
 }
 
 const GoldenPart& ReportsObject::Golden() const

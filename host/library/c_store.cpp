@@ -145,8 +145,7 @@ std::int32_t narvo_store_open(const char* place, std::int32_t writing, narvo_sto
                    [&]
                    {
                        Given(place, "place");
-                       if (writing != 0 && writing != 1)
-                           throw Error({{"writing", std::to_string(writing), "0 or 1"}});
+                       CheckSwitch(writing, "writing");
                        return std::make_shared<StoreObject>(writing == 1 ? ResultStore::ForWriting(place)
                                                                          : ResultStore::ForReading(place));
                    });

@@ -48,7 +48,7 @@ extern "C"
 #define NARVO_STOPPED 4
 
 /// Version of this header: raised when functions or members are added. What a version after the first added says so.
-#define NARVO_C_VERSION 3
+#define NARVO_C_VERSION 4
 
     /// The version of the library that is loaded. A program works with every library whose version is at least the
     /// NARVO_C_VERSION that it was compiled with.
@@ -77,6 +77,13 @@ extern "C"
     typedef struct narvo_stream narvo_stream;
     /// Results in a database. Since version 3.
     typedef struct narvo_store narvo_store;
+    /// How the pixels of a file or a camera become the 8-bit grey that is inspected: the section `image` of a recipe.
+    /// Since version 4, as all that follow.
+    typedef struct narvo_rules narvo_rules;
+    /// An image that the library owns. Nothing changes it.
+    typedef struct narvo_picture narvo_picture;
+    /// What a recipe finds of defects planted in good images.
+    typedef struct narvo_capability narvo_capability;
 
     /// Called again and again during a long call, one at a time, on any of the call's threads, with the caller's
     /// `context`: what is being done, which can be read during this call of it alone, how many images, references or
@@ -369,6 +376,87 @@ extern "C"
     /// version 3.
     typedef int32_t (*narvo_on_image)(void* context, const narvo_stored_image* image);
 
+    /// Where pixels of one to four channels lie, row by row without gaps. No call keeps them. Since version 4.
+    typedef struct narvo_pixel_array
+    {
+        uint32_t size;      ///< sizeof(narvo_pixel_array)
+        int32_t width;      ///< pixels, 1 .. 1048576
+        int32_t height;     ///< pixels, 1 .. 1048576; width by height up to 1073741824
+        int32_t channels;   ///< 1: grey; 3: red, green, blue; 4: with alpha behind them
+        int32_t bits;       ///< of a channel: 8, or 16 in the byte order of the machine
+        int32_t reserved;   ///< not read
+        const void* pixels; ///< of the upper left pixel; of 16-bit values at an even address
+    } narvo_pixel_array;
+
+    /// One answer of the comparison, as it stands once defects have been made of all of them. Since version 4.
+    typedef struct narvo_answer
+    {
+        uint32_t size;     ///< sizeof(narvo_answer)
+        int32_t x;         ///< column
+        int32_t y;         ///< row
+        int32_t bright;    ///< 1: brighter than its reference; 0: darker; of a removed one, 0
+        int32_t removed;   ///< 1: a filter took it for a false answer, and it is in no defect; 0: not
+        int32_t band;      ///< 1 first pitch of the region, 2 middle, 3 last
+        int32_t origin;    ///< 1 both neighbours answered, 3 or 4 settled by classification, 5 one answer only
+        int32_t peak;      ///< how far it rises above its threshold, grey levels; of window sums, in their units
+        int32_t grey;      ///< at its place
+        int32_t reference; ///< what it was compared with
+        int32_t threshold; ///< that applied there
+        int32_t zone;      ///< its zone
+    } narvo_answer;
+
+    /// In which good images defects are planted, and which. Lists that have a count of 0 are those that the program
+    /// `narvo` plants. Since version 4.
+    typedef struct narvo_capability_input
+    {
+        uint32_t size;                    ///< sizeof(narvo_capability_input)
+        int32_t count;                    ///< of each size, contrast, shape and place, 1 .. 1000; 0: 30; 1000000 in all
+        const narvo_picture* const* good; ///< images without defects
+        const char* const* good_names;    ///< as many names, by which sentences and problems speak of them; null:
+                                          ///< "good 1"
+        int64_t good_count;               ///< 1 .. 1000
+        const int32_t* sizes;             ///< diameters or lengths in pixels, 1 .. 512
+        int64_t size_count;               ///< 0 .. 32; 0: 2, 4, 6, 8, 12, 16, 24, 32
+        const int32_t* contrasts;         ///< grey levels, -255 .. 255 without 0, below 0 darker
+        int64_t contrast_count;           ///< 0 .. 32; 0: -32, -16, 16, 32
+        const char* const* shapes;        ///< "spot", "line-x", "line-y" or "stain"
+        int64_t shape_count;              ///< 0 .. 32; 0: all but "stain"
+        const char* const* places;        ///< "inside", 16 pixels or more from the region's border, or "border", within
+                                          ///< 3 pixels of it
+        int64_t place_count;              ///< 0 .. 32; 0: both
+        uint64_t seed;                    ///< what places and order are drawn from: equal seeds give equal defects; the
+                                          ///< program takes 1
+        int32_t threads;                  ///< 1 .. 256, which changes no result; 0: 1
+        int32_t reserved;                 ///< not read
+        narvo_on_progress progress;       ///< told of the defects that were planted; null: nobody
+        void* context;                    ///< handed to it
+    } narvo_capability_input;
+
+    /// What a recipe finds, in figures. Since version 4.
+    typedef struct narvo_capability_figures
+    {
+        uint32_t size;         ///< sizeof(narvo_capability_figures)
+        uint32_t reserved;     ///< 0
+        int64_t warning_count; ///< sentences of narvo_capability_warning
+        int64_t false_defects; ///< reported in the good images as they are
+        double megapixels;     ///< of the good images that are inspected
+        double false_rate;     ///< false defects a megapixel
+        double false_bound;    ///< upper bound of that at 95 % confidence
+    } narvo_capability_figures;
+
+    /// How many defects of one kind were planted, and how many of them the recipe reported. Since version 4.
+    typedef struct narvo_planted
+    {
+        uint32_t size;     ///< sizeof(narvo_planted)
+        int32_t pixels;    ///< diameter or length
+        int32_t contrast;  ///< grey levels
+        int32_t reserved;  ///< 0
+        const char* shape; ///< as narvo_capability_input names it; can be read until the capability is freed
+        const char* place; ///< the same
+        int64_t planted;   ///< fewer than wanted where no places were left
+        int64_t found;     ///< touched by a report that was not there before
+    } narvo_planted;
+
     // --- problems ---
 
     /// How many reasons the last failure in this thread had. Calls that succeed set it to 0, except
@@ -452,6 +540,59 @@ extern "C"
     /// Frees a draft. @return NARVO_REFUSED for a handle that is none of a draft
     NARVO_C_API int32_t narvo_draft_free(narvo_draft* draft);
 
+    // --- images from files, and of colours; since version 4 ---
+    //
+    // A picture has grey pixels, and where its rules inspect each colour, those of red, green and blue beside them.
+    // Every function that takes a narvo_image takes the view of a picture that narvo_picture_image gives.
+
+    /// Makes rules of the members of a recipe's section `image`, as JSON: "{\"channel\": \"green\"}". Flat and dark
+    /// fields that it names are read from `folder`, or from the current one when that is null. The caller frees
+    /// `*rules`.
+    /// @return NARVO_REFUSED with all that is wrong: no JSON, unknown fields, values out of their range, fields that
+    /// cannot be read
+    NARVO_C_API int32_t narvo_rules_from_text(const char* json, const char* folder, narvo_rules** rules);
+    /// Makes the rules of a recipe, all regions of which read images alike. The caller frees `*rules`.
+    NARVO_C_API int32_t narvo_rules_of(const narvo_recipe* recipe, narvo_rules** rules);
+    /// Sets `*raw` to 1 where they name the packing of frames without a header, so that files hold such frames, and
+    /// `*each_colour` to 1 where red, green and blue are inspected one by one; to 0 otherwise.
+    NARVO_C_API int32_t narvo_rules_get(const narvo_rules* rules, int32_t* raw, int32_t* each_colour);
+    /// Frees rules. @return NARVO_REFUSED for a handle that is none of rules
+    NARVO_C_API int32_t narvo_rules_free(narvo_rules* rules);
+
+    /// Reads PNG, TIFF, BMP, PGM or JPEG, or a frame without a header where the rules name its packing. `rules` may be
+    /// null: colours become their luma, and the whole range of deeper pixels becomes 0 .. 255. A file of more than
+    /// `max_pixels` pixels, 1 .. 1073741824, or 0 for 268435456, is refused before it is decoded. The caller frees
+    /// `*picture`.
+    /// @return NARVO_REFUSED naming the file when it cannot be read, is no image, is too large or does not fit the
+    /// rules
+    NARVO_C_API int32_t narvo_picture_from_file(const char* file, const narvo_rules* rules, int64_t max_pixels,
+                                                narvo_picture** picture);
+    /// The same of pixels in memory, which are copied. `name` stands for them in problems and notes; null: "pixels".
+    NARVO_C_API int32_t narvo_picture_from_pixels(const narvo_pixel_array* pixels, const narvo_rules* rules,
+                                                  const char* name, narvo_picture** picture);
+    /// The same of the `count` bytes of a frame, from its first one, before the offset that the rules may name.
+    /// @return NARVO_REFUSED when the rules name no packing, or the frame has another length
+    NARVO_C_API int32_t narvo_picture_from_frame(const uint8_t* bytes, int64_t count, const narvo_rules* rules,
+                                                 const char* name, narvo_picture** picture);
+    /// Sets `*channels` to 1, or to 3 where red, green and blue are inspected one by one.
+    NARVO_C_API int32_t narvo_picture_channels(const narvo_picture* picture, int32_t* channels);
+    /// Fills `image`, whose size is set, with where the grey pixels lie (`channel` -1), or those of red (0), green (1)
+    /// or blue (2). It can be read until the picture is freed, by any number of calls.
+    /// @return NARVO_REFUSED for a channel that the picture does not have
+    NARVO_C_API int32_t narvo_picture_image(const narvo_picture* picture, int32_t channel, narvo_image* image);
+    /// Sets `*count` to the number of notes: what was lost on the way to grey where no rule asks for it, such as
+    /// colour, depth or saturated pixels.
+    NARVO_C_API int32_t narvo_picture_notes(const narvo_picture* picture, int64_t* count);
+    /// Sets `*text` to note 0 .. count - 1, a sentence, which can be read until the picture is freed.
+    NARVO_C_API int32_t narvo_picture_note(const narvo_picture* picture, int64_t index, const char** text);
+    /// Frees a picture. @return NARVO_REFUSED for a handle that is none of a picture
+    NARVO_C_API int32_t narvo_picture_free(narvo_picture* picture);
+    /// Writes 8-bit pixels of one channel or of three in the format that the file name's ending says: up to 2147483639
+    /// grey pixels, whatever the sides, or sides of up to 65500 in colour. A file of that name is replaced.
+    /// @return NARVO_REFUSED with what is not valid of the pixels, naming the file when it cannot be written, or for an
+    /// ending that is none of an image format
+    NARVO_C_API int32_t narvo_save_image(const char* file, const narvo_pixel_array* pixels);
+
     // --- inspections ---
 
     /// Makes an inspector of `lanes` images at once, 1 .. 256. Further lanes take memory when they are first used. The
@@ -465,6 +606,14 @@ extern "C"
     /// size
     NARVO_C_API int32_t narvo_inspect(narvo_inspector* inspector, const narvo_recipe* recipe, const narvo_image* image,
                                       narvo_reports** reports);
+    /// The same, keeping the answers that defects are made of, which narvo_reports_answers has. Since version 4.
+    NARVO_C_API int32_t narvo_inspect_fully(narvo_inspector* inspector, const narvo_recipe* recipe,
+                                            const narvo_image* image, narvo_reports** reports);
+    /// The same of a picture, whose red, green and blue are inspected where the recipe asks for each colour. With
+    /// `answers` 1, answers are kept; with 0 they are not. Since version 4.
+    /// @return NARVO_REFUSED as narvo_inspect, and for a picture with colours where the recipe does not inspect each
+    NARVO_C_API int32_t narvo_inspect_picture(narvo_inspector* inspector, const narvo_recipe* recipe,
+                                              const narvo_picture* picture, int32_t answers, narvo_reports** reports);
     /// Frees an inspector. @return NARVO_REFUSED for a handle that is none of an inspector
     NARVO_C_API int32_t narvo_inspector_free(narvo_inspector* inspector);
 
@@ -484,6 +633,16 @@ extern "C"
     /// freed.
     NARVO_C_API int32_t narvo_reports_warning(const narvo_reports* reports, int64_t region, int64_t index,
                                               const char** text);
+    /// Fills the array `answers` with the answers of a region, in the manner of narvo_reports_defects and in no order
+    /// that means something. Since version 4.
+    /// @return NARVO_REFUSED for reports that keep none: those of narvo_inspect_fully and narvo_inspect_picture do
+    NARVO_C_API int32_t narvo_reports_answers(const narvo_reports* reports, int64_t region, uint32_t record_size,
+                                              narvo_answer* answers, int64_t capacity, int64_t* count);
+    /// Fills the array `colours` with the colour that shows each defect most, as many as there are defects or as
+    /// `capacity` has room for, and sets `*count` to how many there are: 1 red, 2 green, 3 blue; 0 where colours were
+    /// not inspected one by one. Since version 4.
+    NARVO_C_API int32_t narvo_reports_colours(const narvo_reports* reports, int64_t region, int32_t* colours,
+                                              int64_t capacity, int64_t* count);
     /// Fills `registration`, whose size is set. @return NARVO_REFUSED for reports that are not of narvo_golden_inspect
     NARVO_C_API int32_t narvo_reports_registration(const narvo_reports* reports, narvo_registration* registration);
     /// Fills the array `places` with the places of the defects in the first golden reference, in the order and manner
@@ -595,6 +754,28 @@ extern "C"
     NARVO_C_API int32_t narvo_learning_warning(const narvo_learning* learning, int64_t index, const char** text);
     /// Frees a learning. @return NARVO_REFUSED for a handle that is none of a learning
     NARVO_C_API int32_t narvo_learning_free(narvo_learning* learning);
+
+    // --- what a recipe can find; since version 4 ---
+
+    /// Plants defects in good images and counts those that the recipe reports, by all of its regions. The caller frees
+    /// `*capability`.
+    /// @return NARVO_REFUSED when input or images are not valid or the recipe does not suit an image, naming it;
+    /// NARVO_STOPPED where `input->progress` asked for that
+    NARVO_C_API int32_t narvo_capability_measure(const narvo_recipe* recipe, const narvo_capability_input* input,
+                                                 narvo_capability** capability);
+    /// Fills `figures`, whose size is set.
+    NARVO_C_API int32_t narvo_capability_get(const narvo_capability* capability, narvo_capability_figures* figures);
+    /// Fills the array `counts` in the manner of narvo_reports_defects, with one record for each size, by shape, place
+    /// and contrast and by ascending size.
+    NARVO_C_API int32_t narvo_capability_counts(const narvo_capability* capability, uint32_t record_size,
+                                                narvo_planted* counts, int64_t capacity, int64_t* count);
+    /// Sets `*text` to warning 0 .. warning_count - 1, a sentence: what makes the figures doubtful. It can be read
+    /// until the capability is freed.
+    NARVO_C_API int32_t narvo_capability_warning(const narvo_capability* capability, int64_t index, const char** text);
+    /// Sets `*text` to all of it as JSON, with the sizes found at 90 % and what was set. As a warning.
+    NARVO_C_API int32_t narvo_capability_json(const narvo_capability* capability, const char** text);
+    /// Frees a capability. @return NARVO_REFUSED for a handle that is none of a capability
+    NARVO_C_API int32_t narvo_capability_free(narvo_capability* capability);
 
     // --- why a pixel is reported, or is not; since version 2 ---
 
