@@ -145,6 +145,41 @@ void LotBuilder::AddRegion(LotImage& image, const InspectionResult& region, std:
                                  blob.center.x, blob.center.y});
 }
 
+void LotBuilder::DropFirst(std::size_t images)
+{
+    images = std::min(images, m_lot.images.size());
+    m_lot.images.erase(m_lot.images.begin(), m_lot.images.begin() + static_cast<std::ptrdiff_t>(images));
+    m_layoutOf.erase(m_layoutOf.begin(), m_layoutOf.begin() + static_cast<std::ptrdiff_t>(images));
+    const auto kept = std::partition_point(m_lot.defects.begin(), m_lot.defects.end(),
+                                           [&](const LotDefect& defect) { return defect.image < images; });
+    m_lot.defects.erase(m_lot.defects.begin(), kept);
+    for (LotDefect& defect : m_lot.defects)
+        defect.image -= static_cast<std::uint32_t>(images);
+
+    // Layouts in the order in which those that are left came.
+    std::vector<int> placeOf(m_images.size(), -1);
+    std::vector<std::size_t> counts;
+    std::vector<std::vector<LotRegion>> regions;
+    for (int& layout : m_layoutOf)
+        if (layout >= 0)
+        {
+            int& place = placeOf[static_cast<std::size_t>(layout)];
+            if (place < 0)
+            {
+                place = static_cast<int>(counts.size());
+                counts.push_back(0);
+                regions.push_back(std::move(m_regions[static_cast<std::size_t>(layout)]));
+            }
+            layout = place;
+            ++counts[static_cast<std::size_t>(place)];
+        }
+    std::erase_if(m_layouts, [&](const auto& one) { return placeOf[static_cast<std::size_t>(one.second)] < 0; });
+    for (auto& [layout, place] : m_layouts)
+        place = placeOf[static_cast<std::size_t>(place)];
+    m_images = std::move(counts);
+    m_regions = std::move(regions);
+}
+
 Lot LotBuilder::Made() const
 {
     return LotBuilder(*this).Finish();

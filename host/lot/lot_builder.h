@@ -31,7 +31,11 @@ public:
     /// @throws HostError where the lot would be larger than nLotImageLimit and nLotDefectLimit say, or a region is none
     /// that an image has; the lot is left as it was
     void Add(const std::string& name, const ImageResult& result);
+    /// Forgets images from the first on, as if they had never been added.
+    void DropFirst(std::size_t images);
     std::size_t Images() const { return m_lot.images.size(); }
+    /// Of all images.
+    std::size_t Defects() const { return m_lot.defects.size(); }
     /// The lot of all images so far; more may follow.
     Lot Made() const;
     /// The same without a copy; nothing may follow.

@@ -48,12 +48,13 @@ protected:
     MadeUpCounts counts;
     LiveState state{MadeUpSetup(), [this] { return counts.Get(); }};
     LivePicture picture;
+    LiveLot lot;
 };
 
 TEST_F(EventStreamTest, BeginsWithTheStateAndEndsWithTheLastCounts)
 {
     AddImage(state, "before", 1, LiveOutcome_Fail);
-    EventStream stream(state, picture, "");
+    EventStream stream(state, picture, lot, "");
     std::string all = stream.Next();
     EXPECT_EQ(Events(all, "state").at(0)["failed"][0]["name"], "before");
     for (int i = 0; i < 200; ++i)
@@ -69,6 +70,8 @@ TEST_F(EventStreamTest, BeginsWithTheStateAndEndsWithTheLastCounts)
         EXPECT_EQ(verdicts[static_cast<std::size_t>(i)]["name"], std::to_string(i));
     EXPECT_EQ(Events(all, "status").back()["frames"]["inspected"], 201);
     EXPECT_EQ(Events(all, "picture").back()["name"], "199");
+    EXPECT_EQ(Events(all, "lot").back()["images"], 201);
+    EXPECT_EQ(Events(all, "lot").back()["last"], "199");
     EXPECT_EQ(Events(all, "ended").size(), 1U);
     EXPECT_THAT(all, testing::EndsWith("event: ended\ndata: {}\n\n"));
 }
@@ -78,20 +81,20 @@ TEST_F(EventStreamTest, AReaderWhoComesBackGetsWhatItMissed)
     for (int i = 0; i < 100; ++i)
         AddImage(state, std::to_string(i));
     state.End();
-    EventStream stream(state, picture, std::to_string(MadeUpSetup().started) + "-60");
+    EventStream stream(state, picture, lot, std::to_string(MadeUpSetup().started) + "-60");
     EXPECT_EQ(Events(Drain(stream), "verdict").size(), 40U);
     // A number of another run, or what is no number, says nothing.
     for (const std::string& id : {std::string("1-60"), std::to_string(MadeUpSetup().started) + "-6x", std::string("x"),
                                   std::to_string(MadeUpSetup().started) + "-99999999999999999999999"})
     {
-        EventStream other(state, picture, id);
+        EventStream other(state, picture, lot, id);
         EXPECT_EQ(Events(Drain(other), "verdict").size(), 0U) << id;
     }
 }
 
 TEST_F(EventStreamTest, AReaderTooFarBehindIsLeft)
 {
-    EventStream stream(state, picture, "");
+    EventStream stream(state, picture, lot, "");
     stream.Next();
     for (std::size_t i = 0; i <= LiveState::nRing; ++i)
         AddImage(state, "image");
@@ -101,7 +104,7 @@ TEST_F(EventStreamTest, AReaderTooFarBehindIsLeft)
 
 TEST_F(EventStreamTest, ALineEndInANameCannotMakeAnEvent)
 {
-    EventStream stream(state, picture, "");
+    EventStream stream(state, picture, lot, "");
     stream.Next();
     AddImage(state, "a\n\nevent: ended\ndata: {}\n\n\xff");
     state.End();

@@ -68,6 +68,35 @@ def check_names(page: Browser) -> None:
     check(nameless == [], f"controls, pictures and regions have names {nameless}")
 
 
+def check_lot(page: Browser) -> None:
+    """Six panels have the same thirty defects: each of them is a place that comes back."""
+    page.wait("document.getElementById('lot-text').textContent.includes('13 images of one size')")
+    places = page.value("[...document.querySelectorAll('#lot-rows tr')].map((row) => row.textContent)")
+    check(len(places) >= 10 and any("comes back" in place for place in places), "the lot lists places that come back")
+    check(page.value("document.querySelectorAll('#image-map .lot-mark').length") >= 10, "and marks them on the map")
+    check(page.value("document.querySelectorAll('#lot-charts svg polyline').length") >= 2, "charts show how images change")
+    check("in 13 points" in text(page, "lot-charts"), "and are told in words")
+    page.run("document.querySelector('#lot-rows button').focus()")
+    page.keys(" ")
+    page.wait("document.querySelectorAll('#image-map .pointed, #cell-map .pointed').length === 1")
+    check(page.value("document.activeElement.getAttribute('aria-pressed')") == "true",
+          "the keyboard shows one on the map, and its button keeps the focus")
+    check(page.value("document.querySelectorAll('#lot-rows tr.pointed').length") == 1, "its row is marked as well")
+
+
+def check_alarms(page: Browser, folder: pathlib.Path) -> None:
+    """Fifteen images without defects and fifteen with thirty each: a drift that the charts tell of."""
+    for i in range(30):
+        shutil.copy(folder / ("good.png" if i < 15 else "panel.png"), folder / "in" / f"z{i:03}.png")
+    page.wait("document.getElementById('lot-text').textContent.includes('45 images of one size')")
+    check(page.value("document.querySelectorAll('#lot-charts circle.alarm').length") >= 2, "a drift gives alarms on the charts")
+    page.run("document.querySelector('#lot-alarms summary').focus()")
+    page.keys("\ue007")
+    page.wait("document.getElementById('lot-alarms').open")
+    told = page.value("[...document.querySelectorAll('#lot-alarm-rows tr')].map((row) => row.textContent)")
+    check(any("in/z" in row and " on one side" in row for row in told), f"which a table tells with image and rule: {told[0]}")
+
+
 def check_page(page: Browser, folder: pathlib.Path, process: subprocess.Popen[str], shots: pathlib.Path | None) -> None:
     images = ["panel.png", "good.png"]
     for i in range(12):
@@ -88,6 +117,7 @@ def check_page(page: Browser, folder: pathlib.Path, process: subprocess.Popen[st
     page.wait("document.querySelectorAll('#image-map rect').length > 5 && document.querySelectorAll('#cell-map rect').length > 5")
     check("at most" in text(page, "image-map-text"), "the maps are told in words, too")
     check(page.value("document.querySelectorAll('#images-chart rect.fail').length") >= 1, "the chart has a bar of failed images")
+    check_lot(page)
     check_names(page)
     page.run("document.body.focus()")
     page.keys("p")
@@ -100,6 +130,7 @@ def check_page(page: Browser, folder: pathlib.Path, process: subprocess.Popen[st
     shutil.copy(folder / "panel.png", folder / "in" / "latest.png")
     page.wait("document.getElementById('picture-name').textContent === 'in/latest.png'")
     check(True, "and lets it go on")
+    check_alarms(page, folder)
     for theme in ("light", "dark"):
         page.click("#theme")
         check(page.value("document.documentElement.dataset.theme") == theme, f"the button sets {theme} colours")
@@ -111,6 +142,10 @@ def check_page(page: Browser, folder: pathlib.Path, process: subprocess.Popen[st
             page.screenshot(shots / f"live-{theme}-below.png")
             page.run("document.getElementById('maps-title').scrollIntoView()")
             page.screenshot(shots / f"live-{theme}-maps.png")
+            page.run("document.getElementById('lot').scrollIntoView()")
+            page.screenshot(shots / f"live-{theme}-lot.png")
+            page.run("document.getElementById('lot-charts').scrollIntoView()")
+            page.screenshot(shots / f"live-{theme}-lot-charts.png")
     check(page.value("performance.getEntriesByType('resource').every((e) => e.name.startsWith(location.origin) || "
                      "e.name.startsWith('data:'))"), "nothing came from elsewhere")
     check(page.errors() == [], "no error on the console")
@@ -140,10 +175,10 @@ def main() -> int:
         (folder / "token").write_text("0123456789abcdef-token\n")
         (folder / "token").chmod(0o600)
         with watch(narvo, folder, "--fail", "count>3", "--existing", "--listen-token", "token") as (process, address):
-            while (folder / "watch.jsonl").read_bytes().count(b"\n") < 15:
+            while (folder / "watch.jsonl").read_bytes().count(b"\n") < 45:
                 time.sleep(0.05)
             go(page, address + "?token=0123456789abcdef-token")
-            check(len(rows(page)) == 9, "it has the images that failed at once")
+            check(len(rows(page)) == 24, "it has the images that failed at once")
             page.wait("document.getElementById('canvas').getContext('2d').getImageData(300, 200, 1, 1).data[3] === 255")
             check(page.errors() == [], "no error on the console")
     print("done")

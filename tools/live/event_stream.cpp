@@ -27,8 +27,8 @@ std::string EventText(const char* name, const std::string& data)
 
 } // namespace
 
-EventStream::EventStream(const LiveState& state, LivePicture& picture, const std::string& lastId)
-    : m_state(state), m_picture(picture)
+EventStream::EventStream(const LiveState& state, LivePicture& picture, LiveLot& lot, const std::string& lastId)
+    : m_state(state), m_picture(picture), m_lot(lot)
 {
     const std::string run = IdOf(0).substr(0, IdOf(0).size() - 1);
     if (!lastId.starts_with(run))
@@ -79,6 +79,12 @@ void EventStream::AddChanged(std::string& piece, bool all)
     {
         piece += EventText("picture", picture->text);
         m_pictureNumber = picture->number;
+    }
+    const auto lot = m_lot.Latest(m_state, all);
+    if (lot->number != m_lotNumber)
+    {
+        piece += EventText("lot", lot->text);
+        m_lotNumber = lot->number;
     }
 }
 

@@ -23,6 +23,8 @@
   let setup = null;
   let status = null;
   let maps = null;
+  let lot = null;
+  let pointed = null; // key of the place that is shown on the maps
   let last = [];
   let failed = [];
   let picture = null; // the event that is shown
@@ -162,7 +164,8 @@
   }
 
   // --- maps ---
-  function drawMap(place, words, map, aspect, across, down, none) {
+  // `marks` makes what lies on the map, from its width and height.
+  function drawMap(place, words, map, aspect, across, down, none, marks) {
     const most = Math.max(0, ...map.counts);
     if (most === 0) {
       place.replaceChildren();
@@ -185,7 +188,7 @@
       whole.format(most) + " in one square, at " + across(where % map.columns + 0.5) + ", " +
       down(Math.floor(where / map.columns) + 0.5) + ".";
     place.replaceChildren(svg("svg", { width, height, viewBox: `0 0 ${width} ${height}`, role: "img",
-      "aria-label": "Map: " + words.textContent }, ...cells));
+      "aria-label": "Map: " + words.textContent }, ...cells, ...marks(width, height)));
   }
 
   function drawMaps() {
@@ -194,7 +197,7 @@
     const { image, cell } = maps;
     drawMap(byId("image-map"), byId("image-map-text"), image, image.height ? image.width / image.height : 1,
       (x) => "x " + Math.round(x / image.columns * image.width), (y) => "y " + Math.round(y / image.rows * image.height),
-      "No defects so far.");
+      "No defects so far.", (width, height) => imageMarks(width / image.width, height / image.height, width, height));
     const known = setup.cells.filter(([ax, ay, bx, by]) => Math.abs(ax * by - ay * bx) > 1e-9);
     const [ax, ay, bx, by] = known[0] || [1, 0, 0, 1];
     const aspect = Math.min(4, Math.max(0.25, Math.hypot(ax, ay) / Math.hypot(bx, by)));
@@ -203,7 +206,137 @@
     drawMap(byId("cell-map"), byId("cell-map-text"), cell, aspect,
       (u) => one ? "x " + (u / cell.columns * ax).toFixed(1) : Math.round(100 * u / cell.columns) + " % across",
       (v) => one ? "y " + (v / cell.rows * by).toFixed(1) : Math.round(100 * v / cell.rows) + " % down",
-      known.length === 0 ? "The recipe gives no pitch, so there is no cell." : "No defects so far.");
+      known.length === 0 ? "The recipe gives no pitch, so there is no cell." : "No defects so far.", cellMarks);
+  }
+
+  // --- the lot ---
+  const kindsOfPlaces = { place: "comes back", column: "column", row: "row", area: "area that stands out", cell: "in the cell" };
+  const figure = (value) => (value !== 0 && Math.abs(value) < 1e-3 ? value.toExponential(1) : Number(value.toPrecision(3)).toString());
+
+  // All places of all tests with their numbers, as list and maps show them.
+  function lotPlaces() {
+    const all = lot ? lot.tests.flatMap((test) => test.places.map((place) => ({ kind: test.kind, ...place }))) : [];
+    return all.map((place, i) => ({ ...place, number: i + 1, key: place.kind + " " + place.where }));
+  }
+
+  function mark(place, x, y, shape) {
+    const words = place.number + ": " + kindsOfPlaces[place.kind] + ", " + place.where + ", " + place.images + " images";
+    return svg("g", { class: "lot-mark" + (place.key === pointed ? " pointed" : "") }, svg("title", {}, words), shape,
+      svg("text", { x, y, "text-anchor": "middle" }, place.number));
+  }
+
+  function imageMarks(scaleX, scaleY, width, height) {
+    return lotPlaces().filter((place) => place.kind !== "cell").map((place) => {
+      const [left, top, right, bottom] = place.box;
+      const [x, y] = [(left + right) / 2 * scaleX, (top + bottom) / 2 * scaleY];
+      const inside = (value, most) => Math.min(Math.max(value, 14), most - 6);
+      if (place.kind === "place")
+        return mark(place, inside(x, width), inside(y - 11, height), svg("circle", { cx: x, cy: y, r: 8 }));
+      const box = { x: left * scaleX, y: top * scaleY, width: Math.max(3, (right - left) * scaleX),
+        height: Math.max(3, (bottom - top) * scaleY) };
+      return mark(place, inside(place.kind === "row" ? 12 : x, width), inside(place.kind === "row" ? y - 5 : box.y + 12, height),
+        svg("rect", box));
+    });
+  }
+
+  function cellMarks(width, height) {
+    return lotPlaces().filter((place) => place.in_cell).map((place) => {
+      const [x, y] = [place.in_cell[0] * width, place.in_cell[1] * height];
+      return mark(place, Math.min(Math.max(x, 14), width - 14), y < 24 ? y + 22 : y - 11, svg("circle", { cx: x, cy: y, r: 8 }));
+    });
+  }
+
+  function point(key) {
+    pointed = pointed === key ? null : key;
+    redraw(drawLot, drawMaps);
+  }
+
+  function drawPlaces() {
+    const places = lotPlaces();
+    const found = lot.tests.reduce((sum, test) => sum + test.found, 0);
+    byId("lot-images").textContent = "(the latest " + whole.format(lot.images) + (lot.images === 1 ? " image" : " images") +
+      (lot.images > 1 ? ", " + lot.first + " to " + lot.last : "") + ")";
+    byId("lot-text").textContent = found === 0
+      ? "Nothing that comes back in " + whole.format(lot.comparable) + " images of one size, at a risk of " + lot.risk + "."
+      : whole.format(found) + (found === 1 ? " find" : " finds") + " in " + whole.format(lot.comparable) +
+        " images of one size, at a risk of " + lot.risk + " for each test and look" +
+        (found > places.length ? "; the " + places.length + " least probable of them are listed." : ".");
+    byId("lot-places").hidden = places.length === 0;
+    // The button that has the focus keeps it.
+    const focused = byId("lot-rows").contains(document.activeElement) ? document.activeElement.dataset.key : null;
+    byId("lot-rows").replaceChildren(...places.map((place) => {
+      const button = element("button", { type: "button", class: "quiet", "data-key": place.key,
+        "aria-pressed": String(place.key === pointed), "aria-label": "Show " + place.number + " on the maps" }, place.number);
+      button.addEventListener("click", () => point(place.key));
+      return element("tr", { class: place.key === pointed ? "pointed" : null },
+        element("td", { class: "text" }, button),
+        element("td", { class: "text" }, kindsOfPlaces[place.kind]),
+        element("td", { class: "text" }, place.where),
+        element("td", { class: "number" }, whole.format(place.images) + (place.cells ? ", " + whole.format(place.cells) + " cells" : "")),
+        element("td", { class: "number" }, figure(place.expected)),
+        element("td", { class: "number" }, figure(place.probability)),
+        element("td", { class: "text" }, place.first + (place.last !== place.first ? ", " + place.last : "")));
+    }));
+    if (focused !== null)
+      byId("lot-rows").querySelector(`[data-key="${CSS.escape(focused)}"]`)?.focus();
+    const notes = lot.tests.flatMap((test) => test.notes.map((note) => kindsOfPlaces[test.kind] + ": " + note));
+    if (lot.left_out > 0)
+      notes.push(whole.format(lot.left_out) + " images have too many defects for the lot and are left out.");
+    byId("lot-notes").replaceChildren(...notes.map((note) => element("li", {}, note)));
+  }
+
+  const chartNames = { defects: "Defects", pairs: "Answers of the comparison", refused: "Refused images",
+    size: "Size of defects", contrast: "Contrast of defects", grey: "Grey around defects" };
+
+  function controlChart(chart) {
+    const [width, height, left, highest] = [600, 150, 34, 6];
+    const x = (i) => left + 4 + (width - left - 8) * (chart.points.length > 1 ? i / (chart.points.length - 1) : 0.5);
+    const y = (score) => height / 2 - (height / 2 - 6) * Math.min(highest, Math.max(-highest, score)) / highest;
+    const words = chartNames[chart.name] + ": mean " + figure(chart.center) + " " + chart.unit + "; " +
+      (chart.alarm_count === 1 ? "1 alarm" : chart.alarm_count + " alarms") + " in " + chart.count + " points, by chance " +
+      figure(chart.alarms_by_chance) +
+      (chart.images_a_point > 1 ? "; " + chart.images_a_point + " images a point" : "") +
+      (chart.change ? "; changes at " + chart.change.image + " from " + figure(chart.change.before) + " to " +
+        figure(chart.change.after) : "");
+    const drawn = [-3, 0, 3].flatMap((level) => [
+      svg("line", { class: level ? "limit" : "grid", x1: left, x2: width, y1: y(level), y2: y(level) }),
+      svg("text", { x: left - 6, y: y(level) + 4, "text-anchor": "end" }, level > 0 ? "+" + level : String(level))]);
+    if (chart.change && chart.change.point >= chart.from)
+      drawn.push(svg("line", { class: "change", x1: x(chart.change.point - chart.from - 0.5),
+        x2: x(chart.change.point - chart.from - 0.5), y1: 2, y2: height - 2 }));
+    if (chart.scores.length > 1)
+      drawn.push(svg("polyline", { class: "series", points: chart.scores.map((score, i) => x(i).toFixed(1) + "," + y(score).toFixed(1)).join(" ") }));
+    for (const alarm of chart.alarms.filter((one) => one.point >= chart.from))
+      drawn.push(svg("circle", { class: "alarm", cx: x(alarm.point - chart.from), cy: y(chart.scores[alarm.point - chart.from]), r: 4 },
+        svg("title", {}, alarm.image + ": " + alarm.rule + ", " + alarm.side)));
+    return element("figure", { class: "panel chart" },
+      element("figcaption", {}, element("h3", {}, chartNames[chart.name], " ", element("small", {}, chart.unit))),
+      chart.scores.length ? svg("svg", { viewBox: `0 0 ${width} ${height}`, role: "img", "aria-label": words }, ...drawn) : null,
+      element("p", { class: chart.alarm_count > chart.alarms_by_chance + 3 * Math.sqrt(chart.alarms_by_chance + 1) ? "bad" : null },
+        chart.scores.length ? words.slice(chartNames[chart.name].length + 2) : "Does not vary: " + figure(chart.center) + "."));
+  }
+
+  function drawLot() {
+    if (!lot)
+      return;
+    drawPlaces();
+    byId("lot-charts").replaceChildren(...lot.charts.map(controlChart));
+    const alarms = lot.charts.flatMap((chart) => chart.alarms.map((alarm) => [chart, alarm]));
+    byId("lot-legend").hidden = lot.charts.length === 0;
+    byId("lot-alarms").hidden = alarms.length === 0;
+    byId("lot-alarm-rows").replaceChildren(...alarms.reverse().map(([chart, alarm]) => element("tr", {},
+      element("td", { class: "text" }, chartNames[chart.name]), element("td", { class: "number" }, whole.format(alarm.point + 1)),
+      element("td", { class: "text" }, alarm.image), element("td", { class: "text" }, alarm.rule),
+      element("td", { class: "text" }, alarm.side))));
+  }
+
+  function takeLot(event) {
+    const before = lot ? lotPlaces().length : 0;
+    lot = event;
+    const now = lotPlaces();
+    if (now.length > before && now.length > 0)
+      byId("told").textContent = "Lot: " + now.length + (now.length === 1 ? " find" : " finds") + " that chance does not explain";
+    redraw(drawLot, drawMaps);
   }
 
   // --- verdicts ---
@@ -295,6 +428,8 @@
       failed = [];
       picture = null;
       shown = null;
+      lot = null;
+      pointed = null;
     }
     ended = false;
     state.last.forEach((verdict) => { last = keep(last, verdict); });
@@ -314,6 +449,7 @@
     on("state", takeState);
     on("status", (event) => { status = event; redraw(drawStatus); });
     on("maps", (event) => { maps = event; redraw(drawMaps); });
+    on("lot", takeLot);
     on("verdict", takeVerdict);
     on("picture", takePicture);
     on("ended", () => {

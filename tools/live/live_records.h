@@ -40,6 +40,7 @@ struct LiveSetup
     int lanes = 1;
     std::size_t queue = 1; ///< frames that may wait
     std::string whenFull;
+    std::string recipeText;   ///< of the file; for the cells of the lot
     std::string version;      ///< of the program
     std::int64_t started = 0; ///< nanoseconds since 1970
 };

@@ -26,7 +26,8 @@ const char* OutcomeName(LiveOutcome outcome)
 }
 
 LiveState::LiveState(LiveSetup setup, std::function<LiveCounts()> counts)
-    : m_setup(std::move(setup)), m_counts(std::move(counts))
+    : m_setup(std::move(setup)), m_counts(std::move(counts)),
+      m_lot({{}, {}, m_setup.recipe, m_setup.recipeText}, nLotImages, nLotDefects)
 {
 }
 
@@ -42,6 +43,13 @@ void LiveState::Add(LiveVerdict head, const ImageResult& result, std::shared_ptr
         for (const Blob& blob : region.blobs)
             if (verdict->defects.size() < LiveVerdict::nListedDefects)
                 verdict->defects.push_back(ToLiveDefect(blob));
+
+    {
+        // Before the verdict is told of, so that the last lot has all images.
+        const std::scoped_lock lock(m_lotMutex);
+        m_lot.Add(result.name, result);
+        ++m_lotNumber;
+    }
 
     Verdict oldest, oldestFailed; // freed after the lock, as the picture before
     Picture before;
@@ -151,6 +159,21 @@ LiveState::Maps LiveState::ReadMaps() const
 {
     const std::scoped_lock lock(m_mutex);
     return m_maps;
+}
+
+LiveState::LatestLot LiveState::ReadLot() const
+{
+    std::unique_lock lock(m_lotMutex);
+    LotBuilder builder = m_lot.Latest();
+    const std::size_t leftOut = m_lot.LeftOut();
+    lock.unlock();
+    return {builder.Finish(), leftOut};
+}
+
+std::uint64_t LiveState::LotNumber() const
+{
+    const std::scoped_lock lock(m_lotMutex);
+    return m_lotNumber;
 }
 
 } // namespace narvo::tools

@@ -14,6 +14,8 @@
 
 #include "host/image/grey_image.h"
 #include "host/inspect/batch.h"
+#include "host/lot/lot_records.h"
+#include "host/lot/lot_window.h"
 #include "tools/live/defect_map.h"
 #include "tools/live/hour_trend.h"
 #include "tools/live/live_records.h"
@@ -27,6 +29,8 @@ class LiveState
 public:
     static constexpr std::size_t nRing = 1024;       ///< verdicts kept for readers who are behind
     static constexpr std::size_t nLastVerdicts = 40; ///< listed, and as many that failed
+    static constexpr std::size_t nLotImages = 2000;  ///< the latest, whose lot is kept
+    static constexpr std::size_t nLotDefects = 100000;
 
     using Verdict = std::shared_ptr<const LiveVerdict>;
 
@@ -83,6 +87,16 @@ public:
     };
     Maps ReadMaps() const;
 
+    struct LatestLot
+    {
+        Lot lot;
+        std::size_t leftOut = 0; ///< images with too many defects
+    };
+    /// The lot of the latest images. On the reader's thread, but for a copy of what is kept.
+    LatestLot ReadLot() const;
+    /// Images that came so far, by which a reader sees whether the lot is another one.
+    std::uint64_t LotNumber() const;
+
 private:
     LiveSetup m_setup;
     std::function<LiveCounts()> m_counts;
@@ -98,6 +112,10 @@ private:
     std::uint64_t m_dropped = 0;
     bool m_ended = false;
     bool m_closed = false;
+
+    mutable std::mutex m_lotMutex; ///< its own, as its copies take longer
+    LotWindow m_lot;
+    std::uint64_t m_lotNumber = 0;
 };
 
 } // namespace narvo::tools

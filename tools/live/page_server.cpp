@@ -208,7 +208,7 @@ private:
         }
         const std::shared_ptr<void> place(nullptr, [this](void*) { --m_streams; });
         const auto stream =
-            std::make_shared<EventStream>(m_state, m_picture, request.get_header_value("Last-Event-ID"));
+            std::make_shared<EventStream>(m_state, m_picture, m_lot, request.get_header_value("Last-Event-ID"));
         response.set_chunked_content_provider("text/event-stream",
                                               [stream, place](std::size_t, httplib::DataSink& sink)
                                               {
@@ -224,6 +224,7 @@ private:
     const ListenAccess m_access;
     LiveState& m_state;
     LivePicture m_picture;
+    LiveLot m_lot;
     std::atomic<int> m_streams = 0;
     RequestServer m_server;
     ConnectionGate m_gate; ///< last: its threads use the others

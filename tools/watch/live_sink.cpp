@@ -11,6 +11,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/file/input_file.h"
 #include "host/file/name_text.h"
 #include "host/recipe/recipe.h"
 #include "tools/command.h"
@@ -51,6 +52,7 @@ LiveSetup SetupOf(const WatchOptions& options, const std::vector<CheckedRecipe>&
     setup.whenFull = options.whenFull == WhenFull_Wait         ? "wait"
                      : options.whenFull == WhenFull_DropOldest ? "drop-oldest"
                                                                : "stop";
+    setup.recipeText = ReadTextFile(options.recipe, "recipe " + options.recipe);
     setup.version = VersionText();
     setup.started = NanosecondsNow();
     return setup;
