@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Pixel comparison over all of its inputs: every near, far and source grey at every fraction of the pitch; every gain,
-// base and limit of grey with every grey or difference; every pitch.
+// Pixel comparison over all of its inputs: every near, far and source grey at every fraction of the pitch; every
+// reference between four pixels; every weight of column tables; every gain, base and limit of grey with every grey or
+// difference; every pitch.
 #include <algorithm>
 #include <cstdint>
 #include <string>
@@ -8,8 +9,10 @@
 #include <vector>
 
 #include "fast/every_case.h"
+#include "fast/grey_cells.h"
 #include "fast/picture.h"
 #include "fast/pixel_scene.h"
+#include "fast/table_inputs.h"
 #include "support/random.h"
 
 namespace narvo::test
@@ -20,58 +23,21 @@ namespace
 constexpr int nBelowAllDifferences =
     -32768; ///< a base with which every pixel is a hit, whatever the gain adds in 16 bits
 
-/// A picture of cells, each of which holds a source grey and the near and far grey of its reference: a column for
-/// vertical kernels, three places of a row for horizontal ones, of which the pairing takes short rows.
-class CGreyPicture
+CellShape ShapeOf(PixelKernel eKernel)
 {
-public:
-    CGreyPicture(PixelKernel eKernel, int nCells)
-        : m_eKernel(eKernel), m_bHorizontal(IsHorizontal(eKernel)), m_nCells(nCells),
-          m_picture(m_bHorizontal ? 2 * nCellsOfRow + 16 : nCells, m_bHorizontal ? nCells / nCellsOfRow : 4, 0)
-    {
-    }
+    return IsHorizontal(eKernel) ? CellShape::Row : CellShape::Column;
+}
 
-    int Cells() const { return m_nCells; }
-
-    void SetSource(int nCell, int nGrey) { At(nCell, 0) = static_cast<std::uint8_t>(nGrey); }
-    /// In a row, the far grey of a cell is the near grey of the next.
-    void SetNear(int nCell, int nGrey) { At(nCell, 1) = static_cast<std::uint8_t>(nGrey); }
-    void SetFar(int nCell, int nGrey) { At(nCell, 2) = static_cast<std::uint8_t>(nGrey); }
-
-    /// All pixels of the first row, or of the first half of all rows, are compared; single hits are kept.
-    CPixelScene Scene(int nFraction, int nBase) const
-    {
-        CPixelScene scene;
-        scene.eKernel = m_eKernel;
-        scene.call.image = m_picture.View();
-        scene.call.region = {0, 0, m_bHorizontal ? 2 * nCellsOfRow : m_nCells, m_picture.nHeight};
-        if (m_eKernel == PixelKernel::VertDirect)
-            scene.call.region.nBottom--; // it compares a row more
-        scene.call.hits.nSize = 2 * nCellsOfRow;
-        scene.call.pairs.nSize = 2 * m_nCells;
-        scene.call.nPitch16 = (m_bHorizontal ? nCellsOfRow : 1) * 16 + nFraction;
-        scene.call.nGrayLimit = 255;
-        scene.call.bKeepSingle = 1;
-        scene.call.first.nBase = nBase;
-        return scene;
-    }
-
-    static constexpr int nCellsOfRow = 64;
-
-private:
-    std::uint8_t& At(int nCell, int nPlace)
-    {
-        if (!m_bHorizontal)
-            return m_picture.At(nCell, nPlace);
-        const int nFirst = nPlace == 0 ? 0 : nCellsOfRow + nPlace - 1;
-        return m_picture.At(nFirst + nCell % nCellsOfRow, nCell / nCellsOfRow);
-    }
-
-    PixelKernel m_eKernel;
-    bool m_bHorizontal;
-    int m_nCells;
-    CPicture m_picture;
-};
+CPixelScene SceneOf(PixelKernel eKernel, const CGreyCells& cells, int nFraction, int nBase)
+{
+    CPixelScene scene;
+    scene.eKernel = eKernel;
+    cells.SetCall(scene.call, nFraction);
+    if (eKernel == PixelKernel::VertDirect)
+        scene.call.region.nBottom--; // it compares a row more
+    scene.call.first.nBase = nBase;
+    return scene;
+}
 
 class EveryPixelInput : public testing::TestWithParam<PixelKernel>
 {
@@ -82,39 +48,15 @@ INSTANTIATE_TEST_SUITE_P(Each, EveryPixelInput,
                                          PixelKernel::Hori, PixelKernel::HoriIntrin),
                          [](const auto& kernel) { return std::string(KernelName(kernel.param)); });
 
-/// Calls fnRun(picture, source) with every source grey on pictures that together hold every pair of near and far grey.
-template <typename TRun>
-void ForEveryGrey(PixelKernel eKernel, const TRun& fnRun)
-{
-    constexpr int nPictures = 16;
-    CGreyPicture picture(eKernel, nGreys * nGreys / nPictures);
-    const std::vector<int> aPairs = EveryPair(nGreys);
-    for (int nPicture = 0; nPicture < nPictures; nPicture++)
-    {
-        for (int nCell = 0; nCell < picture.Cells(); nCell++)
-        {
-            const auto nPair = static_cast<std::size_t>(nPicture * picture.Cells() + nCell);
-            picture.SetNear(nCell, aPairs[nPair]);
-            picture.SetFar(nCell, aPairs[(nPair + 1) % aPairs.size()]);
-        }
-        for (int nSource = 0; nSource < nGreys && !testing::Test::HasFailure(); nSource++)
-        {
-            for (int nCell = 0; nCell < picture.Cells(); nCell++)
-                picture.SetSource(nCell, nSource);
-            fnRun(picture, nSource);
-        }
-    }
-}
-
 TEST_P(EveryPixelInput, NearFarAndSourceGreyAtEveryFraction)
 {
     CEveryCase every;
-    ForEveryGrey(GetParam(),
-                 [&](const CGreyPicture& picture, int nSource)
+    ForEveryGrey(ShapeOf(GetParam()),
+                 [&](const CGreyCells& cells, int nSource)
                  {
                      for (int nFraction = 0; nFraction < 16; nFraction++)
-                         ASSERT_TRUE(
-                             every.Agrees(picture.Scene(nFraction, nBelowAllDifferences), Inputs("source", nSource)));
+                         ASSERT_TRUE(every.Agrees(SceneOf(GetParam(), cells, nFraction, nBelowAllDifferences),
+                                                  Inputs("source", nSource)));
                  });
     every.ExpectRecords(std::int64_t{16} * nGreys * nGreys * nGreys);
 }
@@ -123,44 +65,33 @@ TEST_P(EveryPixelInput, NearFarAndSourceGreyAtEveryFraction)
 TEST_P(EveryPixelInput, NearFarAndSourceGreyAtEveryFractionWhereHitsAreRare)
 {
     CEveryCase every;
-    ForEveryGrey(
-        GetParam(),
-        [&](const CGreyPicture& picture, int nSource)
-        {
-            for (int nFraction = 0; nFraction < 16; nFraction++)
-                ASSERT_TRUE(every.Agrees(picture.Scene(nFraction, std::max(nSource, 255 - nSource) - 2 - nFraction % 3),
-                                         Inputs("source", nSource)));
-        });
+    ForEveryGrey(ShapeOf(GetParam()),
+                 [&](const CGreyCells& cells, int nSource)
+                 {
+                     for (int nFraction = 0; nFraction < 16; nFraction++)
+                     {
+                         const int nBase = std::max(nSource, 255 - nSource) - 2 - nFraction % 3;
+                         ASSERT_TRUE(
+                             every.Agrees(SceneOf(GetParam(), cells, nFraction, nBase), Inputs("source", nSource)));
+                     }
+                 });
     every.ExpectRecords(1);
 }
 
-/// A picture of source and reference greys without a fraction between them.
-CGreyPicture DifferencePicture(PixelKernel eKernel, const std::vector<std::pair<int, int>>& aGreys)
-{
-    CGreyPicture picture(eKernel, static_cast<int>(aGreys.size()));
-    for (int nCell = 0; nCell < picture.Cells(); nCell++)
-    {
-        const auto [nSource, nReference] = aGreys[static_cast<std::size_t>(nCell)];
-        picture.SetSource(nCell, nSource);
-        picture.SetNear(nCell, nReference);
-    }
-    return picture;
-}
-
 /// Every grey against 0.
-CGreyPicture EveryGrey(PixelKernel eKernel)
+CGreyCells EveryGrey(PixelKernel eKernel)
 {
     std::vector<std::pair<int, int>> aGreys;
     for (int nGrey = 0; nGrey < nGreys; nGrey++)
         aGreys.emplace_back(nGrey, 0);
-    return DifferencePicture(eKernel, aGreys);
+    return DifferenceCells(ShapeOf(eKernel), aGreys);
 }
 
 TEST_P(EveryPixelInput, GainOfEveryGrey)
 {
     CEveryCase every;
-    const CGreyPicture picture = EveryGrey(GetParam());
-    CPixelScene scene = picture.Scene(0, nBelowAllDifferences);
+    const CGreyCells cells = EveryGrey(GetParam());
+    CPixelScene scene = SceneOf(GetParam(), cells, 0, nBelowAllDifferences);
     for (int nGain = -32768; nGain <= 32767; nGain++)
     {
         scene.call.first.nGain = nGain;
@@ -171,16 +102,10 @@ TEST_P(EveryPixelInput, GainOfEveryGrey)
 
 TEST_P(EveryPixelInput, BaseAgainstEveryDifference)
 {
-    std::vector<std::pair<int, int>> aGreys;
-    for (int nGrey = 0; nGrey < nGreys; nGrey++)
-    {
-        aGreys.emplace_back(nGrey, 0);
-        aGreys.emplace_back(0, nGrey);
-    }
     CEveryCase every;
-    const CGreyPicture picture = DifferencePicture(GetParam(), aGreys);
+    const CGreyCells cells = DifferenceCells(ShapeOf(GetParam()), EveryDifference());
     for (int nBase = -32768; nBase <= 32767; nBase++)
-        ASSERT_TRUE(every.Agrees(picture.Scene(0, nBase), Inputs("base", nBase)));
+        ASSERT_TRUE(every.Agrees(SceneOf(GetParam(), cells, 0, nBase), Inputs("base", nBase)));
     every.ExpectRecords(32768 * 2 * nGreys);
 }
 
@@ -188,11 +113,11 @@ TEST_P(EveryPixelInput, BaseAgainstEveryDifference)
 TEST_P(EveryPixelInput, BaseUnderTheGreatestGains)
 {
     CEveryCase every;
-    const CGreyPicture picture = EveryGrey(GetParam());
+    const CGreyCells cells = EveryGrey(GetParam());
     for (const int nGain : {-1, 256, 257, 32767})
         for (int nBase = -32768; nBase <= 32767; nBase++)
         {
-            CPixelScene scene = picture.Scene(0, nBase);
+            CPixelScene scene = SceneOf(GetParam(), cells, 0, nBase);
             scene.call.first.nGain = nGain;
             ASSERT_TRUE(every.Agrees(scene, Inputs("gain", nGain) + Inputs(" base", nBase)));
         }
@@ -205,8 +130,8 @@ TEST_P(EveryPixelInput, LimitOfEveryGrey)
     for (int nGrey = 0; nGrey < nGreys; nGrey++)
         aGreys.emplace_back(nGrey, 255 - nGrey);
     CEveryCase every;
-    const CGreyPicture picture = DifferencePicture(GetParam(), aGreys);
-    CPixelScene scene = picture.Scene(0, nBelowAllDifferences);
+    const CGreyCells cells = DifferenceCells(ShapeOf(GetParam()), aGreys);
+    CPixelScene scene = SceneOf(GetParam(), cells, 0, nBelowAllDifferences);
     for (int nLimit = 0; nLimit < 65536; nLimit++)
     {
         scene.call.nGrayLimit = nLimit;
@@ -241,6 +166,91 @@ TEST_P(EveryPixelInput, PitchInSixteenths)
         ASSERT_TRUE(every.Agrees(scene, Inputs("pitch", nPitch16)));
     }
     every.ExpectRecords(16 * 16 * (nPitches - 16));
+}
+
+/// Kernels with a second set of gain and base for dark hits.
+class EveryPixelSetInput : public testing::TestWithParam<PixelKernel>
+{
+};
+
+std::string NameOf(const testing::TestParamInfo<PixelKernel>& kernel)
+{
+    return KernelName(kernel.param);
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, EveryPixelSetInput, testing::Values(PixelKernel::Vert2, PixelKernel::Vtds2), NameOf);
+
+TEST_P(EveryPixelSetInput, BaseAndGainOfDarkHitsAgainstEveryDifference)
+{
+    CEveryCase every;
+    const CGreyCells cells = DifferenceCells(CellShape::Column, EveryDifference());
+    CPixelScene scene = SceneOf(GetParam(), cells, 0, nBelowAllDifferences);
+    for (int nBase = -32768; nBase <= 32767; nBase++)
+    {
+        scene.call.second.nBase = nBase;
+        ASSERT_TRUE(every.Agrees(scene, Inputs("base", nBase)));
+    }
+    scene.call.second.nBase = 1; // the least that is in force
+    for (int nGain = -32768; nGain <= 32767; nGain++)
+    {
+        scene.call.second.nGain = nGain;
+        ASSERT_TRUE(every.Agrees(scene, Inputs("gain", nGain)));
+    }
+    every.ExpectRecords(2 * 65536 * nGreys);
+}
+
+/// Kernels whose reference lies between four pixels: by a table of rows or by the pitch, shifted along x.
+class EveryPixelShiftInput : public testing::TestWithParam<PixelKernel>
+{
+};
+
+INSTANTIATE_TEST_SUITE_P(Each, EveryPixelShiftInput,
+                         testing::Values(PixelKernel::Vtds, PixelKernel::Vtds2, PixelKernel::VtdsIntrin,
+                                         PixelKernel::VtdsWide),
+                         NameOf);
+
+TEST_P(EveryPixelShiftInput, ReferenceBetweenFour)
+{
+    CEveryCase every;
+    ForEveryReferenceBetweenFour(
+        [&](const CGreyCells& cells, int nShift, int nFraction)
+        {
+            if (every.Skips(1))
+                return;
+            CPixelScene scene = SceneOf(GetParam(), cells, nFraction, nBelowAllDifferences);
+            const int nPitch16 = static_cast<int>(scene.call.nPitch16);
+            scene.call.pScanPitchTable = nShift % 2 != 0 ? &nPitch16 : nullptr;
+            scene.call.nVtdPitch16 = nShift;
+            ASSERT_TRUE(every.Agrees(scene, Inputs("shift", nShift)));
+        });
+    every.ExpectRecords(std::int64_t{256} * 7 * nGreys * nGreys);
+}
+
+/// What compares a scene by column tables.
+auto ByColumnTables(CEveryCase& every)
+{
+    return [&every](const CGreyCells& cells, const CColumnTables& tables, const std::string& strInputs)
+    {
+        if (every.Skips(1))
+            return;
+        CPixelScene scene = SceneOf(PixelKernel::HoriTable, cells, 0, nBelowAllDifferences);
+        tables.SetCall(scene.call);
+        ASSERT_TRUE(every.Agrees(scene, strInputs));
+    };
+}
+
+TEST(EveryPixelColumnInput, WeightsFrom0To16)
+{
+    CEveryCase every;
+    ForEverySmallColumnWeight(ByColumnTables(every));
+    every.ExpectRecords(17 * 17 * nGreys * nGreys);
+}
+
+TEST(EveryPixelColumnInput, WeightsOf16Bits)
+{
+    CEveryCase every;
+    ForEveryColumnWeight(ByColumnTables(every));
+    every.ExpectRecords(std::int64_t{6} * 65536 * nGreys / 2);
 }
 
 } // namespace
