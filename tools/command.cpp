@@ -21,10 +21,10 @@ namespace
 
 // In the order in which the help shows them.
 constexpr void (*commands[])(CLI::App&, Action&) = {
-    AddInspectCommand, AddWatchCommand,    AddGoldenCommand,     AddLearnCommand,      AddPitchCommand,
-    AddFieldCommand,   AddReportCommand,   AddLotCommand,        AddExportCommand,     AddExplainCommand,
-    AddTuneCommand,    AddEvaluateCommand, AddCapabilityCommand, AddSynthCommand,      AddBoardCommand,
-    AddClothCommand,   AddRecipeCommand,   AddBenchCommand,      AddCompletionCommand, AddManualCommand,
+    AddInspectCommand,  AddWatchCommand,      AddGoldenCommand, AddLearnCommand,  AddPitchCommand,   AddFieldCommand,
+    AddReportCommand,   AddLotCommand,        AddCellCommand,   AddExportCommand, AddExplainCommand, AddTuneCommand,
+    AddEvaluateCommand, AddCapabilityCommand, AddSynthCommand,  AddBoardCommand,  AddClothCommand,   AddRecipeCommand,
+    AddBenchCommand,    AddCompletionCommand, AddManualCommand,
 };
 
 } // namespace

@@ -32,6 +32,9 @@ void AddReportCommand(CLI::App& app, Action& action);
 /// `narvo lot`: finds what the images of a store have in common.
 void AddLotCommand(CLI::App& app, Action& action);
 
+/// `narvo cell`: keeps what a pattern's cell looks like, and finds what is wrong in every cell alike.
+void AddCellCommand(CLI::App& app, Action& action);
+
 /// `narvo export`: writes defects in the forms of other programs.
 void AddExportCommand(CLI::App& app, Action& action);
 
