@@ -2,12 +2,11 @@
 // From the text of a recipe to the cells of its regions.
 #include "host/lot/lot_cells.h"
 
-#include <cmath>
 #include <initializer_list>
-#include <utility>
 
 #include <nlohmann/json.hpp>
 
+#include "host/cell/pattern_cell.h"
 #include "host/problem.h"
 #include "host/recipe/recipe_file.h"
 
@@ -36,31 +35,6 @@ void RemoveImages(nlohmann::json& fields)
             RemoveImages(region);
 }
 
-/// The cell of one region, or why it has none.
-void SetCell(const Recipe& recipe, LotRegion& region)
-{
-    constexpr double dLeastArea = 4.0;
-    LotCell cell;
-    if (recipe.mode == Mode_Lattice)
-    {
-        cell.lattice.vectors = {{recipe.latticeAX, recipe.latticeAY}, {recipe.latticeBX, recipe.latticeBY}};
-        const auto& [a, b] = std::pair(cell.lattice.vectors[0], cell.lattice.vectors[1]);
-        if (std::abs(a.x * b.y - a.y * b.x) < dLeastArea)
-            region.noCell = "the recipe does not give both vectors of the lattice";
-    }
-    else if (!recipe.ComparesAtAPitch())
-        region.noCell = "the recipe's mode has no pitch";
-    else if (!recipe.scanPitches.empty() || !recipe.convPitches.empty() || !recipe.rowPitches.empty() ||
-             !recipe.columnPitches.empty())
-        region.noCell = "the recipe's pitch differs from place to place";
-    else if (recipe.pitchX * recipe.pitchY < dLeastArea)
-        region.noCell = "the recipe has no pitch along both axes";
-    else
-        cell = {{{{recipe.pitchX, 0.0}, {0.0, recipe.pitchY}}}, recipe.zoneOriginX, recipe.zoneOriginY};
-    if (region.noCell.empty())
-        region.cell = cell;
-}
-
 } // namespace
 
 void ReadCells(const std::string& recipeText, std::vector<LotRegion>& regions)
@@ -74,7 +48,7 @@ void ReadCells(const std::string& recipeText, std::vector<LotRegion>& regions)
         if (recipes.size() == regions.size())
         {
             for (std::size_t i = 0; i < regions.size(); ++i)
-                SetCell(*recipes[i], regions[i]);
+                regions[i].cell = CellOf(*recipes[i], regions[i].noCell);
             return;
         }
         reason = "the store's recipe has other regions";

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "host/lattice/lattice.h"
+#include "host/cell/pattern_cell.h"
 #include "narvoassem/platform.h"
 
 namespace narvo
@@ -36,20 +36,12 @@ struct LotImage
     std::optional<double> contrast; ///< of their mean differences, grey levels
 };
 
-/// The cell in which a region's pattern repeats.
-struct LotCell
-{
-    Lattice lattice;      ///< two vectors; along x and y unless the recipe gives a lattice
-    double originX = 0.0; ///< where a cell begins, pixels of the image
-    double originY = 0.0;
-};
-
 struct LotRegion
 {
     std::string name;
     CRect box;
     double area = 0.0; ///< pixels that are inspected: less than the box where the region is no rectangle
-    std::optional<LotCell> cell;
+    std::optional<PatternCell> cell;
     std::string noCell; ///< why there is none
 };
 

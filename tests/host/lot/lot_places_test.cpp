@@ -127,7 +127,7 @@ TEST(LotPlaces, FindAPlaceOfALatticeCellWhoseVectorsAreTilted)
     Lot lot = MakeUp({});
     const LatticeVector a{35.3, 4.25};
     const LatticeVector b{-11.5, 41.75};
-    lot.regions[0].cell = LotCell{{{a, b}}, 0.0, 0.0};
+    lot.regions[0].cell = PatternCell{{{a, b}}, 0.0, 0.0};
     MixedNumbers numbers(8);
     for (std::uint32_t i = 0; i < lot.images.size(); ++i)
         for (int tries = 0, planted = 0; tries < 100 && planted < 2; ++tries)

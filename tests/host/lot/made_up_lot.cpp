@@ -38,7 +38,7 @@ Lot MakeUp(const MadeUpLot& made)
     LotRegion& region = lot.regions.emplace_back();
     region.box = CRect(0, 0, made.width, made.height);
     region.area = static_cast<double>(made.width) * made.height;
-    region.cell = LotCell{{{{made.pitchX, 0.0}, {0.0, made.pitchY}}}, 3.0, 5.0};
+    region.cell = PatternCell{{{{made.pitchX, 0.0}, {0.0, made.pitchY}}}, 3.0, 5.0};
     for (int i = 0; i < made.images; ++i)
     {
         LotImage& image = lot.images.emplace_back();
