@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
-// What the images of a store have in common.
+// What the images of a store, or results in memory, have in common.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -11,6 +13,8 @@
 
 #include "python/bind.h"
 #include "python/narvo_errors.h"
+#include "python/result_arrays.h"
+#include "python/sealed_class.h"
 #include "python/unlocked.h"
 #include "python/values.h"
 
@@ -122,26 +126,97 @@ v1::Lot LotOf(const std::string& place, const std::vector<std::string>& runs, bo
     }
 }
 
+/// Settings with what they were written as, which messages show.
+class LotSettings
+{
+public:
+    LotSettings(const py::handle& distance, const py::handle& risk, const py::handle& baseline)
+        : m_settings{{"distance", ToWholeSetting(distance)},
+                     {"risk", ToSetting(risk)},
+                     {"baseline", ToWholeSetting(baseline)}},
+          m_distance(Shown(distance)), m_baseline(Shown(baseline))
+    {
+    }
+
+    /// `find` is called with the settings and without the interpreter lock.
+    template <typename Call>
+    py::dict Find(Call find) const
+    {
+        return Translated(Fault::Argument,
+                          [&]
+                          {
+                              return LotToPython(Showing(
+                                  "distance", m_distance.c_str(),
+                                  [&] {
+                                      return Showing("baseline", m_baseline.c_str(),
+                                                     [&] { return Unlocked([&] { return find(m_settings); }); });
+                                  }));
+                          });
+    }
+
+private:
+    v1::Settings m_settings;
+    std::string m_distance;
+    std::string m_baseline;
+};
+
 py::dict StoreLot(const py::handle& place, const py::sequence& runs, bool all, const py::handle& distance,
                   const py::handle& risk, const py::handle& baseline)
 {
-    const v1::Settings settings = {
-        {"distance", ToWholeSetting(distance)}, {"risk", ToSetting(risk)}, {"baseline", ToWholeSetting(baseline)}};
+    const LotSettings settings(distance, risk, baseline);
     std::vector<std::string> keys;
     for (const py::handle run : runs)
         keys.push_back(ToPath(run).string()); // a file's name may be in it
     const std::string name = ToPath(place).string();
     const v1::Lot lot = LotOf(name, keys, all);
-    return Translated(Fault::Argument,
-                      [&]
-                      {
-                          return LotToPython(
-                              Showing("distance", Shown(distance),
-                                      [&] {
-                                          return Showing("baseline", Shown(baseline),
-                                                         [&] { return Unlocked([&] { return lot.Find(settings); }); });
-                                      }));
-                      });
+    return settings.Find([&](const v1::Settings& values) { return lot.Find(values); });
+}
+
+/// Results one by one. Its calls may come on any threads.
+class LotFeed
+{
+public:
+    LotFeed(const v1::Recipe& recipe, const std::string& name) : m_lot(recipe, name) {}
+
+    void Add(const v1::StoredImage& image)
+    {
+        const std::scoped_lock lock(m_mutex);
+        m_lot.Add(image);
+    }
+    v1::LotReport Find(const v1::Settings& settings) const
+    {
+        const std::scoped_lock lock(m_mutex);
+        return m_lot.Find(settings);
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    v1::Lot m_lot;
+};
+
+std::unique_ptr<LotFeed> MakeLotFeed(const py::handle& recipe)
+{
+    return Translated(Fault::Recipe, [&] { return std::make_unique<LotFeed>(ToRecipe(recipe), std::string()); });
+}
+
+/// A result without the answers, of which a lot needs the number alone; null for an image that was not inspected.
+v1::StoredImage ImageOfResult(const py::handle& name, const Result* result)
+{
+    v1::StoredImage image;
+    image.name = ToPath(name).string();
+    if (result == nullptr)
+    {
+        image.problems = {{"image", "not inspected", "an image"}};
+        return image;
+    }
+    const v1::FullReport& outcome = result->outcome;
+    v1::FullReport& report = image.reports.emplace_back();
+    report.report = outcome.report;
+    report.width = outcome.width;
+    report.height = outcome.height;
+    report.outlines = outcome.outlines;
+    report.answerCount = outcome.answerCount;
+    return image;
 }
 
 } // namespace
@@ -152,6 +227,24 @@ void BindLot(py::module_& module)
                py::arg("risk"), py::arg("baseline"),
                "What the images of a store's runs have in common, as dicts and arrays. Raises FileError or "
                "ArgumentError.");
+    py::class_<LotFeed>(module, "LotFeed", py::is_final(), "Results of a lot; lot_of is the function to use.")
+        .def(py::init(&MakeLotFeed), py::arg("recipe"))
+        .def(
+            "add",
+            [](LotFeed& feed, const py::handle& name, const Result* result)
+            {
+                const v1::StoredImage image = ImageOfResult(name, result);
+                Translated(Fault::Argument, [&] { feed.Add(image); });
+            },
+            py::arg("name"), py::arg("result"), "Adds an image with its result; None: it was not inspected.")
+        .def(
+            "find",
+            [](const LotFeed& feed, const py::handle& distance, const py::handle& risk, const py::handle& baseline) {
+                return LotSettings(distance, risk, baseline)
+                    .Find([&](const v1::Settings& values) { return feed.Find(values); });
+            },
+            py::arg("distance"), py::arg("risk"), py::arg("baseline"), "As store_lot.");
+    SealConstructed(module.attr("LotFeed"));
 }
 
 } // namespace narvo::python

@@ -119,6 +119,7 @@ const std::vector<std::string>& LotTestKinds()
     static const std::vector<std::string> kinds = []
     {
         std::vector<std::string> names;
+        names.reserve(nLotTests);
         for (int i = 0; i < nLotTests; ++i)
             names.push_back(LotTestName(i));
         return names;

@@ -42,7 +42,7 @@ from .errors import (
 from .fields import RecipeField
 from .functions import of_package
 from .inspector import Inspector
-from .lot_result import LotAlarm, LotChange, LotChart, LotPlace, LotRegion, LotResult, LotTest, lot
+from .lot_result import LotAlarm, LotChange, LotChart, LotPlace, LotRegion, LotResult, LotTest, lot, lot_of
 from .notebook import Picture, show
 from .regions import Rect
 from .store import StoredRun, read_store, store_runs
@@ -103,6 +103,7 @@ __all__ = [
     "lattice_recipe",
     "learn",
     "lot",
+    "lot_of",
     "mean_field",
     "pitch_recipe",
     "read_image",

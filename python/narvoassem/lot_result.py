@@ -1,13 +1,13 @@
 # SPDX-License-Identifier: MIT
-"""What the images of a store have in common, each beyond chance at a stated risk."""
+"""What many images have in common, each beyond chance at a stated risk: those of a store, or results in memory."""
 
 from __future__ import annotations
 
 import os
 from dataclasses import dataclass
-from typing import TYPE_CHECKING, Any, Dict, List, Optional, Sequence, Union
+from typing import TYPE_CHECKING, Any, Dict, Iterable, List, Optional, Sequence, Tuple, Union
 
-from ._narvoassem import store_lot
+from ._narvoassem import LotFeed, Result, store_lot
 from .errors import ArgumentError, Problem
 from .regions import Rect
 from .store import StoredRun
@@ -16,7 +16,7 @@ if TYPE_CHECKING:
     import numpy as np
     from numpy.typing import NDArray
 
-__all__ = ["LotAlarm", "LotChange", "LotChart", "LotPlace", "LotRegion", "LotResult", "LotTest", "lot"]
+__all__ = ["LotAlarm", "LotChange", "LotChart", "LotPlace", "LotRegion", "LotResult", "LotTest", "lot", "lot_of"]
 
 _Place = Union[str, bytes, "os.PathLike[str]"]
 _Run = Union[str, StoredRun]
@@ -144,13 +144,13 @@ class LotRegion:
 
 @dataclass(frozen=True, eq=False)
 class LotResult:
-    """What lot() found."""
+    """What lot() or lot_of() found."""
 
-    #: Place, without its password.
+    #: Place, without its password; empty for results in memory.
     store: str
     #: Keys, in the order of their images.
     runs: List[str]
-    #: Name of the recipe's file.
+    #: Name of the recipe's file; empty for results in memory.
     recipe: str
     #: Pixels within which defects are at the same place.
     distance: int
@@ -252,9 +252,41 @@ def lot(
         raise ArgumentError([Problem("all_runs", "given with run", "one of them")])
     if run is not None and not keys:
         raise ArgumentError([Problem("run", "none", "one or more")])
-    if baseline is not None and baseline == 0:
+    found = store_lot(place, keys, bool(all_runs), distance, risk, _images_of(baseline))
+    return _result_of(found, distance, risk, baseline)
+
+
+def lot_of(
+    recipe: Any,
+    results: Iterable[Tuple[_Place, Optional[Result]]],
+    *,
+    distance: int = 4,
+    risk: float = 0.01,
+    baseline: Optional[int] = None,
+) -> LotResult:
+    """Find what images have in common from their results, without a store.
+
+    results gives the name and the result of each image in their order, with None for one that was not inspected; the
+    results are those of inspect() by recipe, which has one region, and are not kept. Otherwise as lot(). Raises
+    RecipeError or ArgumentError.
+    """
+    images = _images_of(baseline)
+    feed = LotFeed(recipe)
+    feed.find(distance, risk, images)  # what is wrong with these is said before anything is inspected
+    for name, result in results:
+        feed.add(name, result)
+    return _result_of(feed.find(distance, risk, images), distance, risk, baseline)
+
+
+def _images_of(baseline: Optional[int]) -> int:
+    if baseline is None:
+        return 0
+    if baseline == 0:
         raise ArgumentError([Problem("baseline", "0", "2 to 10000000 images, or None: all")])
-    found = store_lot(place, keys, bool(all_runs), distance, risk, 0 if baseline is None else baseline)
+    return baseline
+
+
+def _result_of(found: Dict[str, Any], distance: int, risk: float, baseline: Optional[int]) -> LotResult:
     return LotResult(
         **{
             **found,

@@ -165,3 +165,49 @@ def test_what_is_no_store_is_refused(folder):
         na.lot(folder / "nowhere.sqlite")
     with pytest.raises(na.FileError, match="no database"):
         na.lot(folder / "bad.png")
+
+
+def test_results_in_memory_are_the_lot_of_the_store(folder, monkeypatch):
+    monkeypatch.chdir(folder)
+    recipe = na.Recipe("bad.recipe.json")
+    names = sorted(str(path) for run in ("run0", "run1") for path in pathlib.Path(run).iterdir())
+
+    def results():
+        for name in names:
+            yield name, na.inspect(na.read_image(name), recipe) if not name.endswith("q.png") else None
+
+    memory = na.lot_of(recipe, results(), distance=6)
+    stored = na.lot("s.sqlite", all_runs=True, distance=6).to_dict()
+    found = memory.to_dict()
+    for field in ("store", "runs", "recipe"):
+        del found[field], stored[field]
+    assert found == stored
+    assert memory.store == "" and memory.runs == []
+    assert Elements(memory._repr_html_()).words[0].startswith("25 images, ")
+    again = [(name, None if result is None else pickle.loads(pickle.dumps(result))) for name, result in results()]
+    assert na.lot_of(recipe, again, distance=6).text == memory.text
+
+
+def test_no_results_are_a_lot_without_finds(folder):
+    assert na.lot_of(folder / "bad.recipe.json", []).places == []
+
+
+def test_what_is_wrong_with_results_is_named(folder, pattern):
+    recipe = na.Recipe(folder / "bad.recipe.json")
+
+    def never():
+        raise AssertionError("settings are checked first")
+        yield
+
+    with pytest.raises(na.ArgumentError, match="risk"):
+        na.lot_of(recipe, never(), risk=2)
+    with pytest.raises(na.ArgumentError, match="baseline"):
+        na.lot_of(recipe, never(), baseline=0)
+    with pytest.raises(na.RecipeError):
+        na.lot_of({"version": 1}, never())
+    with pytest.raises(na.ArgumentError, match="image.name"):
+        na.lot_of(recipe, [("", None)])
+    with pytest.raises(TypeError):
+        na.lot_of(recipe, [("a", "no result")])
+    with pytest.raises(ZeroDivisionError):
+        na.lot_of(recipe, ((name, 1 // 0) for name in "ab"))
