@@ -4,6 +4,7 @@
 #pragma once
 
 #include "narvo/host_capability.h"
+#include "narvo/host_cell.h"
 #include "narvo/host_check.h"
 #include "narvo/host_error.h"
 #include "narvo/host_explain.h"

@@ -7,6 +7,8 @@
 #include <narvo/narvohost.h>
 
 using narvo::Box;
+using narvo::CellPlace;
+using narvo::CellReport;
 using narvo::Defect;
 using narvo::ImagePixels;
 using narvo::Problem;
@@ -192,6 +194,17 @@ static_assert(offsetof(LearnReport, spots) == 160);
 static_assert(sizeof(Explanation) == 112 && offsetof(Explanation, value) == 8 && offsetof(Explanation, outcome) == 16);
 static_assert(offsetof(Explanation, defect) == 48 && offsetof(Explanation, why) == 56);
 static_assert(offsetof(Explanation, text) == 80);
+
+static_assert(sizeof(CellPlace) == 48 && offsetof(CellPlace, centerX) == 16 && offsetof(CellPlace, centerY) == 20);
+static_assert(offsetof(CellPlace, area) == 24 && offsetof(CellPlace, difference) == 32 &&
+              offsetof(CellPlace, standardErrors) == 40);
+static_assert(sizeof(CellReport) == 200 && offsetof(CellReport, places) == 32 && offsetof(CellReport, parts) == 56);
+static_assert(offsetof(CellReport, partsLeftOut) == 64 && offsetof(CellReport, displacementX) == 72);
+static_assert(offsetof(CellReport, displacementY) == 80 && offsetof(CellReport, gain) == 88);
+static_assert(offsetof(CellReport, offset) == 96 && offsetof(CellReport, resemblance) == 104);
+static_assert(offsetof(CellReport, width) == 112 && offsetof(CellReport, height) == 116);
+static_assert(offsetof(CellReport, mean) == 120 && offsetof(CellReport, difference) == 144);
+static_assert(offsetof(CellReport, text) == 168);
 
 static_assert(sizeof(LotPlace) == 80 && offsetof(LotPlace, box) == 8 && offsetof(LotPlace, images) == 24);
 static_assert(offsetof(LotPlace, defects) == 32 && offsetof(LotPlace, cells) == 40 &&
