@@ -21,6 +21,10 @@ class Image(ctypes.Structure):
     _fields_ = [("size", U32), ("width", I32), ("height", I32), ("bits", I32), ("stride", I64), ("pixels", HANDLE)]
 
 
+class Setting(ctypes.Structure):
+    _fields_ = [("size", U32), ("reserved", U32), ("name", TEXT), ("value", DOUBLE)]
+
+
 class Defect(ctypes.Structure):
     _fields_ = [("size", U32)] + [
         (name, I32)
@@ -42,6 +46,9 @@ class Library:
         "narvo_inspector_create": [I32, ctypes.POINTER(HANDLE)],
         "narvo_inspector_free": [HANDLE],
         "narvo_inspect": [HANDLE, HANDLE, ctypes.POINTER(Image), ctypes.POINTER(HANDLE)],
+        "narvo_golden_create": [ctypes.POINTER(Image), I64, ctypes.POINTER(Setting), I64, I32, ctypes.POINTER(HANDLE)],
+        "narvo_golden_inspect": [HANDLE, ctypes.POINTER(Image), ctypes.POINTER(HANDLE)],
+        "narvo_golden_free": [HANDLE],
         "narvo_reports_defects": [HANDLE, I64, U32, ctypes.POINTER(Defect), I64, ctypes.POINTER(I64)],
         "narvo_reports_free": [HANDLE],
     }
@@ -75,10 +82,9 @@ class Library:
         call(*arguments, ctypes.byref(handle))
         return handle
 
-    def defects(self, inspector, recipe, pixels, width, height):
-        buffer = (ctypes.c_uint8 * len(pixels)).from_buffer(pixels)
-        image = Image(ctypes.sizeof(Image), width, height, 8, width, ctypes.addressof(buffer))
-        reports = self.made(self.inspect, inspector, recipe, ctypes.byref(image))
+    def defects(self, inspect, *arguments):
+        """What `inspect` reports of an image, the last of its arguments."""
+        reports = self.made(inspect, *arguments)
         try:
             count = I64()
             self.reports_defects(reports, 0, ctypes.sizeof(Defect), None, 0, ctypes.byref(count))
@@ -89,9 +95,16 @@ class Library:
             self.reports_free(reports)
 
 
-def drawing(width, height, left):
+def image_of(pixels, width, height):
+    """The record of pixels that must outlive it."""
+    buffer = (ctypes.c_uint8 * len(pixels)).from_buffer(pixels)
+    return Image(ctypes.sizeof(Image), width, height, 8, width, ctypes.addressof(buffer))
+
+
+def drawing(width, height, left=None):
+    """A pattern, with a defect whose left side is given."""
     pixels = bytearray(150 if x % 32 < 12 and y % 24 < 16 else 60 for y in range(height) for x in range(width))
-    for y in range(120, 125):
+    for y in range(120, 125) if left is not None else ():
         pixels[y * width + left : y * width + left + 5] = bytes([230] * 5)
     return pixels
 
@@ -108,9 +121,16 @@ def main():
     width, height = 512, 288
     with ThreadPoolExecutor(2) as threads:  # a call holds no lock of the interpreter
         drawings = [drawing(width, height, left) for left in (200, 300, 400)]
-        for found in threads.map(lambda pixels: library.defects(inspector, recipe, pixels, width, height), drawings):
+        images = [image_of(pixels, width, height) for pixels in drawings]
+        for found in threads.map(lambda image: library.defects(library.inspect, inspector, recipe, image), images):
             for defect in found:
                 print(f"{defect.area} pixels around {defect.center_x}, {defect.center_y}")
+    good = drawing(width, height)
+    shift = Setting(ctypes.sizeof(Setting), 0, b"max_shift", 4.0)
+    golden = library.made(library.golden_create, image_of(good, width, height), 1, shift, 1, 1)
+    for defect in library.defects(library.golden_inspect, golden, images[0]):
+        print(f"{defect.area} pixels differ from the good image around {defect.center_x}, {defect.center_y}")
+    library.golden_free(golden)
     library.inspector_free(inspector)
     library.recipe_free(recipe)
 

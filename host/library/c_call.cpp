@@ -118,9 +118,9 @@ HandleTable<narvo_proposal, v1::PitchProposal>& ProposalHandles()
     return LastingTable<HandleTable<narvo_proposal, v1::PitchProposal>>("a proposal");
 }
 
-HandleTable<narvo_golden, v1::GoldenModel>& GoldenHandles()
+HandleTable<narvo_golden, GoldenObject>& GoldenHandles()
 {
-    return LastingTable<HandleTable<narvo_golden, v1::GoldenModel>>("a golden model");
+    return LastingTable<HandleTable<narvo_golden, GoldenObject>>("a golden model");
 }
 
 HandleTable<narvo_learning, v1::LearnReport>& LearningHandles()

@@ -40,8 +40,20 @@ struct GoldenPart
 {
     v1::GoldenReport summary; ///< its report is that of the object
     v1::RegistrationMap map;
+    std::optional<v1::Image> reference; ///< and thresholds, where they are kept
+    std::optional<v1::Image> threshold;
     std::string json;
     std::string csv;
+};
+
+/// A golden model, and how its first reference lies on the others.
+struct GoldenObject
+{
+    explicit GoldenObject(v1::GoldenModel made);
+
+    v1::GoldenModel model;
+    std::vector<v1::RegistrationMap> maps;
+    std::vector<v1::Registered> numbers; ///< of the maps, whose texts the caller reads
 };
 
 /// Reports of one image, and of golden inspections what there is beside them.
@@ -50,7 +62,7 @@ class ReportsObject
 public:
     /// What a report does not see becomes the last of its warnings.
     explicit ReportsObject(std::vector<v1::FullReport> made, bool withAnswers = false);
-    explicit ReportsObject(const v1::GoldenFindings& findings);
+    explicit ReportsObject(const v1::GoldenFindings& findings, bool withPictures = false);
 
     const std::vector<v1::FullReport>& Reports() const { return m_reports; }
     const v1::FullReport& At(std::int64_t region) const;
@@ -110,7 +122,7 @@ HandleTable<narvo_draft, DraftObject>& DraftHandles();
 HandleTable<narvo_inspector, v1::Inspector>& InspectorHandles();
 HandleTable<narvo_reports, ReportsObject>& ReportsHandles();
 HandleTable<narvo_proposal, v1::PitchProposal>& ProposalHandles();
-HandleTable<narvo_golden, v1::GoldenModel>& GoldenHandles();
+HandleTable<narvo_golden, GoldenObject>& GoldenHandles();
 HandleTable<narvo_learning, v1::LearnReport>& LearningHandles();
 HandleTable<narvo_explainer, ExplainerObject>& ExplainerHandles();
 HandleTable<narvo_explanation, ExplanationObject>& ExplanationHandles();

@@ -21,10 +21,15 @@ ReportsObject::ReportsObject(std::vector<v1::FullReport> made, bool withAnswers)
             each.report.warnings.push_back(each.unseen);
 }
 
-ReportsObject::ReportsObject(const v1::GoldenFindings& findings) : ReportsObject(std::vector{findings.Inspection()})
+ReportsObject::ReportsObject(const v1::GoldenFindings& findings, bool withPictures)
+    : ReportsObject(std::vector{findings.Inspection()})
 {
-    m_golden = {findings.Summary(), findings.Registration(), findings.Text(), findings.Table()};
+    m_golden = {findings.Summary(), findings.Registration(), {}, {}, findings.Text(), findings.Table()};
     m_golden->summary.report = {};
+    if (!withPictures)
+        return;
+    m_golden->reference = findings.Reference();
+    m_golden->threshold = findings.Threshold();
 }
 
 const v1::FullReport& ReportsObject::At(std::int64_t region) const
@@ -42,7 +47,8 @@ const std::vector<v1::Answer>& ReportsObject::AnswersAt(std::int64_t region) con
 const GoldenPart& ReportsObject::Golden() const
 {
     if (!m_golden)
-        throw v1::Error({{"reports", "not of narvo_golden_inspect", "reports of narvo_golden_inspect"}});
+        throw v1::Error({{"reports", "not of a golden inspection",
+                          "reports of narvo_golden_inspect or narvo_golden_inspect_picture"}});
     return *m_golden;
 }
 

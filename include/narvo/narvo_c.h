@@ -644,6 +644,7 @@ extern "C"
     NARVO_C_API int32_t narvo_reports_colours(const narvo_reports* reports, int64_t region, int32_t* colours,
                                               int64_t capacity, int64_t* count);
     /// Fills `registration`, whose size is set. @return NARVO_REFUSED for reports that are not of narvo_golden_inspect
+    /// or narvo_golden_inspect_picture, as the other functions of golden reports
     NARVO_C_API int32_t narvo_reports_registration(const narvo_reports* reports, narvo_registration* registration);
     /// Fills the array `places` with the places of the defects in the first golden reference, in the order and manner
     /// of narvo_reports_defects. @return NARVO_REFUSED for reports that are not of narvo_golden_inspect
@@ -667,6 +668,12 @@ extern "C"
     /// @return NARVO_REFUSED for reports that are not of narvo_golden_inspect
     NARVO_C_API int32_t narvo_reports_map(const narvo_reports* reports, double x, double y, double* reference_x,
                                           double* reference_y);
+    /// Makes a picture of the model's mean as the inspected image should show it, in its light and size (`which` 0), or
+    /// of the grey levels that each pixel's difference must exceed, 255 where nothing was compared (1). Of colours,
+    /// their grey. The caller frees `*picture`. Since version 4.
+    /// @return NARVO_REFUSED for reports that are not of narvo_golden_inspect_picture with `pictures` 1
+    NARVO_C_API int32_t narvo_reports_golden_picture(const narvo_reports* reports, int32_t which,
+                                                     narvo_picture** picture);
     /// Frees reports, and with them the texts that they returned. @return NARVO_REFUSED for a handle that is none of
     /// reports
     NARVO_C_API int32_t narvo_reports_free(narvo_reports* reports);
@@ -716,6 +723,28 @@ extern "C"
     NARVO_C_API int32_t narvo_golden_create_told(const narvo_image* references, int64_t count,
                                                  const narvo_setting* settings, int64_t setting_count, int32_t lanes,
                                                  narvo_on_progress progress, void* context, narvo_golden** golden);
+    /// The same of pictures. Where all have colours, red, green and blue are compared one by one, each registered as
+    /// the whole image is. Since version 4.
+    NARVO_C_API int32_t narvo_golden_from_pictures(const narvo_picture* const* references, int64_t count,
+                                                   const narvo_setting* settings, int64_t setting_count, int32_t lanes,
+                                                   narvo_on_progress progress, void* context, narvo_golden** golden);
+    /// Fills the array `settings` with all settings and their defaults, in the manner of narvo_reports_defects; their
+    /// names can always be read. Since version 4.
+    NARVO_C_API int32_t narvo_golden_defaults(uint32_t record_size, narvo_setting* settings, int64_t capacity,
+                                              int64_t* count);
+    /// Makes a handle of the same model with lanes of its own, 1 .. 256, and with the mask as it is now: for another
+    /// team of threads, or for a process that was forked off while threads of its parent inspected. The caller frees
+    /// `*shared`. Since version 4.
+    NARVO_C_API int32_t narvo_golden_share(const narvo_golden* golden, int32_t lanes, narvo_golden** shared);
+    /// Fills the array `registrations` with how the first reference lies on each further one, in the manner of
+    /// narvo_reports_defects. Their models can be read until the golden model is freed; thresholds, masked, compared
+    /// and edge_growth are 0. Since version 4.
+    NARVO_C_API int32_t narvo_golden_registrations(const narvo_golden* golden, uint32_t record_size,
+                                                   narvo_registration* registrations, int64_t capacity, int64_t* count);
+    /// Sets `*reference_x` and `*reference_y` to the place in the further reference `index`, 0 .. count - 1 of
+    /// narvo_golden_registrations, of a place in the first. As narvo_reports_map. Since version 4.
+    NARVO_C_API int32_t narvo_golden_map(const narvo_golden* golden, int64_t index, double x, double y,
+                                         double* reference_x, double* reference_y);
     /// Painted places of the first reference, other than 0 where no defect is to be reported whose peak lies there; of
     /// its size, 8 bits; copied. Null takes the mask away. Inspections that have begun keep the mask that they began
     /// with.
@@ -726,6 +755,11 @@ extern "C"
     /// @return NARVO_REFUSED when the image is not valid, has no structure, or is not alike enough within the settings
     NARVO_C_API int32_t narvo_golden_inspect(const narvo_golden* golden, const narvo_image* image,
                                              narvo_reports** reports);
+    /// The same of a picture: of red, green and blue one by one where model and picture have them, otherwise of grey.
+    /// With `pictures` 1, the reports keep what it was compared with, two bytes a pixel, which
+    /// narvo_reports_golden_picture has; with 0 they do not. Since version 4.
+    NARVO_C_API int32_t narvo_golden_inspect_picture(const narvo_golden* golden, const narvo_picture* picture,
+                                                     int32_t pictures, narvo_reports** reports);
     /// The mean of the references in the first one's place (`which` 0), or the grey levels that a good image may differ
     /// from it (1). Sets `*width` and `*height`, and fills the `capacity` bytes at `pixels` with as many pixels as fit,
     /// row by row without gaps; they may be null when the capacity is 0.
