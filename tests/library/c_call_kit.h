@@ -66,6 +66,15 @@ struct Handles
     }
 };
 
+/// What the caller of all shares with parts of it: handles that calls of either make and use.
+struct SharedHandles
+{
+    Handles<narvo_recipe> recipes;
+    Handles<narvo_inspector> inspectors;
+    Handles<narvo_reports> reports;
+    Handles<narvo_golden> goldens;
+};
+
 /// Draws arguments and checks answers.
 class CCallKit
 {

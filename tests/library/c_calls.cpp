@@ -12,6 +12,8 @@
 
 #include "library/c_call_kit.h"
 #include "library/c_long_calls.h"
+#include "library/c_picture_calls.h"
+#include "library/c_store_calls.h"
 #include <narvo/narvo_c.h>
 
 namespace narvo::test
@@ -68,21 +70,21 @@ public:
 
     ~Caller()
     {
-        FreeAll(m_recipes, narvo_recipe_free);
+        FreeAll(m_shared.recipes, narvo_recipe_free);
         FreeAll(m_drafts, narvo_draft_free);
-        FreeAll(m_inspectors, narvo_inspector_free);
-        FreeAll(m_reports, narvo_reports_free);
+        FreeAll(m_shared.inspectors, narvo_inspector_free);
+        FreeAll(m_shared.reports, narvo_reports_free);
         FreeAll(m_proposals, narvo_proposal_free);
-        FreeAll(m_goldens, narvo_golden_free);
+        FreeAll(m_shared.goldens, narvo_golden_free);
     }
     Caller(const Caller&) = delete;
     Caller& operator=(const Caller&) = delete;
 
     void CallOnce()
     {
-        m_foreign[0] = m_recipes.live.empty() ? nullptr : static_cast<void*>(m_recipes.live.front());
+        m_foreign[0] = m_shared.recipes.live.empty() ? nullptr : static_cast<void*>(m_shared.recipes.live.front());
         m_foreign[1] = m_drafts.live.empty() ? nullptr : static_cast<void*>(m_drafts.live.front());
-        switch (m_source.Int(0, 21))
+        switch (m_source.Int(0, 31))
         {
         case 0:
             return MakeRecipe();
@@ -112,19 +114,28 @@ public:
             return UseGolden();
         case 15:
             return FreeOne();
-        default:
+        case 16:
+        case 17:
+        case 18:
+        case 19:
+        case 20:
+        case 21:
             return m_long.CallOnce();
+        case 22:
+        case 23:
+            return m_stores.CallOnce();
+        default:
+            return m_ofPictures.CallOnce();
         }
     }
 
 private:
-    Handles<narvo_recipe> m_recipes;
+    SharedHandles m_shared;
     Handles<narvo_draft> m_drafts;
-    Handles<narvo_inspector> m_inspectors;
-    Handles<narvo_reports> m_reports;
     Handles<narvo_proposal> m_proposals;
-    Handles<narvo_golden> m_goldens;
-    CLongCalls m_long{m_source, m_recipes, m_reports};
+    CLongCalls m_long{m_source, m_shared.recipes, m_shared.reports};
+    CPictureCalls m_ofPictures{m_source, m_shared};
+    CStoreCalls m_stores{m_source, m_shared};
 
     void MakeRecipe()
     {
@@ -137,21 +148,21 @@ private:
         {
             const std::int32_t status = m_source.OneIn(2) ? narvo_recipe_from_file("no_such_folder/recipe.json", &made)
                                                           : narvo_recipe_from_text(nullptr, nullptr, &made);
-            return Keep(m_recipes, made, status, false);
+            return Keep(m_shared.recipes, made, status, false);
         }
         const std::int32_t status =
             narvo_recipe_from_text(text.c_str(), m_source.OneIn(3) ? "no_such_folder" : nullptr, &made);
-        Keep(m_recipes, made, status, true);
+        Keep(m_shared.recipes, made, status, true);
     }
 
     void MakeInspector()
     {
-        if (m_inspectors.live.size() >= 2)
+        if (m_shared.inspectors.live.size() >= 2)
             return;
         const int lanes = m_source.Pick({1, 2, 0, -1, 257, std::numeric_limits<int>::max()});
         auto* made = reinterpret_cast<narvo_inspector*>(this);
         const std::int32_t status = narvo_inspector_create(lanes, &made);
-        Keep(m_inspectors, made, status, lanes == 1 || lanes == 2);
+        Keep(m_shared.inspectors, made, status, lanes == 1 || lanes == 2);
         std::int32_t known = 0;
         if (status == NARVO_OK)
             Require(Sound(narvo_inspector_lanes(made, &known)) && known == lanes, "lanes are as asked for");
@@ -159,13 +170,13 @@ private:
 
     void Inspect()
     {
-        const auto [inspector, hasInspector] = Draw(m_inspectors);
-        const auto [recipe, hasRecipe] = Draw(m_recipes);
+        const auto [inspector, hasInspector] = Draw(m_shared.inspectors);
+        const auto [recipe, hasRecipe] = Draw(m_shared.recipes);
         const DrawnImage image = DrawImage(33);
         const bool given = !Rarely();
         auto* made = reinterpret_cast<narvo_reports*>(this);
         const std::int32_t status = narvo_inspect(inspector, recipe, given ? &image.record : nullptr, &made);
-        Keep(m_reports, made, status, hasInspector && hasRecipe && given && !image.broken);
+        Keep(m_shared.reports, made, status, hasInspector && hasRecipe && given && !image.broken);
         if (status == NARVO_OK)
         {
             Require(Sound(narvo_recipe_check_size(recipe, image.record.width, image.record.height)),
@@ -307,12 +318,12 @@ private:
         const auto [draft, hasDraft] = Draw(m_drafts);
         auto* made = reinterpret_cast<narvo_recipe*>(this);
         const std::int32_t status = narvo_draft_check(draft, &made);
-        Keep(m_recipes, made, status, hasDraft);
+        Keep(m_shared.recipes, made, status, hasDraft);
     }
 
     void AskRecipe()
     {
-        const auto [recipe, hasRecipe] = Draw(m_recipes);
+        const auto [recipe, hasRecipe] = Draw(m_shared.recipes);
         std::int64_t count = 0;
         if (Sound(narvo_recipe_regions(recipe, &count), hasRecipe))
             Require(count >= 1, "a recipe has a region");
@@ -339,7 +350,7 @@ private:
 
     void ReadReports()
     {
-        const auto [reports, hasReports] = Draw(m_reports);
+        const auto [reports, hasReports] = Draw(m_shared.reports);
         const std::int64_t region = m_source.Pick<std::int64_t>({0, 1, -1, nHugeCount});
         narvo_report report = {};
         const bool sized = !Rarely();
@@ -391,7 +402,7 @@ private:
         if (Sound(narvo_proposal_recipe(proposal, &recipe), hasProposal))
         {
             if (recipe != nullptr)
-                m_recipes.Add(recipe);
+                m_shared.recipes.Add(recipe);
         }
         else
             Require(recipe == nullptr, "no recipe without a proposal");
@@ -406,7 +417,7 @@ private:
 
     void MakeGolden()
     {
-        if (m_goldens.live.size() >= 2)
+        if (m_shared.goldens.live.size() >= 2)
             return;
         const DrawnImage first = DrawImage(64);
         narvo_image images[2] = {first.record, first.record};
@@ -418,13 +429,13 @@ private:
         const int lanes = m_source.Pick({1, 2, 0});
         auto* made = reinterpret_cast<narvo_golden*>(this);
         const std::int32_t status = narvo_golden_create(images, count, settings, named, lanes, &made);
-        Keep(m_goldens, made, status,
+        Keep(m_shared.goldens, made, status,
              (count == 1 || count == 2) && named >= 0 && named <= 2 && lanes > 0 && !first.broken);
     }
 
     void UseGolden()
     {
-        const auto [golden, hasGolden] = Draw(m_goldens);
+        const auto [golden, hasGolden] = Draw(m_shared.goldens);
         const DrawnImage image = DrawImage(64);
         if (m_source.OneIn(3))
         {
@@ -433,7 +444,7 @@ private:
         }
         auto* made = reinterpret_cast<narvo_reports*>(this);
         const std::int32_t status = narvo_golden_inspect(golden, &image.record, &made);
-        Keep(m_reports, made, status, hasGolden && !image.broken);
+        Keep(m_shared.reports, made, status, hasGolden && !image.broken);
         if (status == NARVO_OK)
             RequireSoundReports(made, image.record.width + 16, image.record.height);
         const std::int64_t capacity = m_source.Pick<std::int64_t>({0, 7, -1, 20000});
@@ -451,17 +462,17 @@ private:
         switch (m_source.Int(0, 5))
         {
         case 0:
-            return FreeDrawn(m_recipes, narvo_recipe_free);
+            return FreeDrawn(m_shared.recipes, narvo_recipe_free);
         case 1:
             return FreeDrawn(m_drafts, narvo_draft_free);
         case 2:
-            return FreeDrawn(m_inspectors, narvo_inspector_free);
+            return FreeDrawn(m_shared.inspectors, narvo_inspector_free);
         case 3:
-            return FreeDrawn(m_reports, narvo_reports_free);
+            return FreeDrawn(m_shared.reports, narvo_reports_free);
         case 4:
             return FreeDrawn(m_proposals, narvo_proposal_free);
         default:
-            return FreeDrawn(m_goldens, narvo_golden_free);
+            return FreeDrawn(m_shared.goldens, narvo_golden_free);
         }
     }
 };

@@ -11,10 +11,10 @@ namespace narvo::test
 
 TEST(CInterfaceCalls, RandomSequencesAreSound)
 {
-    for (std::uint64_t number = 0; number < 100; ++number)
+    for (std::uint64_t number = 0; number < 50; ++number)
     {
         CNumberedSource source(number);
-        MakeCCalls(source, 60);
+        MakeCCalls(source, 160);
     }
 }
 
