@@ -181,6 +181,10 @@ def main():
     lines = [json.loads(line)["image"] for line in (folder / "watch.jsonl").read_text().splitlines()]
     check(reader.names() == lines, "the reader has got each verdict once and in order")
     check(reader.events[-1][0] == "ended", "and the end")
+    lot = [data for name, data in reader.events if name == "lot"][-1]
+    places = lot["tests"][0]["places"]
+    check(lot["images"] == len(lines) and places and all(place["images"] == IMAGES // 3 for place in places),
+          f"the last lot has all images, and {len(places)} places of the panel that came {IMAGES // 3} times")
 
     print("a crowd that does not behave")
     shutil.rmtree(folder / "in")
