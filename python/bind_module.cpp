@@ -27,4 +27,5 @@ PYBIND11_MODULE(_narvoassem, module)
     BindStore(module);
     BindStream(module);
     BindLot(module);
+    BindCell(module);
 }

@@ -17,8 +17,10 @@ machine or on many.
 from . import _narvoassem, regions
 from ._narvoassem import (
     AxisPitch,
+    CellResult,
     Explainer,
     Explanation,
+    GoldenCell,
     GoldenModel,
     GoldenResult,
     LatticeResult,
@@ -64,9 +66,11 @@ write_image = of_package(_narvoassem.write_image)
 __all__ = [
     "ArgumentError",
     "AxisPitch",
+    "CellResult",
     "Explainer",
     "Explanation",
     "FileError",
+    "GoldenCell",
     "GoldenModel",
     "GoldenResult",
     "ImageError",
