@@ -19,7 +19,6 @@ namespace
 {
 
 constexpr int nFraction = 16;        // pitches of tables are in 1/16 pixel
-constexpr int nGroup = 16;           // a table entry serves 16 rows or columns
 constexpr short nDeadOffset = 32512; // above every difference
 constexpr int nNarrowestBand = 1984; // columns: 2000 cut down to a multiple of 64
 constexpr int nDeadTable = 255;      // no difference is greater, and the zone tables go no further
@@ -58,6 +57,12 @@ int InspectModeOf(const Recipe& recipe)
 }
 
 } // namespace
+
+int TableEntry(const std::vector<double>& table, std::int64_t group)
+{
+    const auto last = static_cast<std::int64_t>(table.size()) - 1;
+    return static_cast<int>(table[static_cast<std::size_t>(std::min(group, last))] * nFraction);
+}
 
 InspectionPlan::InspectionPlan(CheckedRecipe checked, int width, int height)
     : m_recipe(CheckedForImage(std::move(checked), width, height)), m_width(width), m_cell(CellOf(m_recipe))
@@ -264,15 +269,13 @@ void InspectionPlan::FillRegionMaps(const Recipe& recipe, bool vertical)
 void InspectionPlan::FillTables(const Recipe& recipe)
 {
     // One entry more than the image's sixteenths: the kernels count from the region's top and fetch ahead.
-    const auto entries = [](int pixels) { return static_cast<std::size_t>((pixels + nGroup - 1) / nGroup + 1); };
-    const auto at = [](const std::vector<double>& table, std::size_t i)
-    { return static_cast<int>(table[std::min(i, table.size() - 1)] * nFraction); };
+    const auto entries = [](int pixels) { return (pixels + nTableGroup - 1) / nTableGroup + 1; };
     const auto fill = [&](const std::vector<double>& source, int pixels, std::vector<int>& target) -> int*
     {
         if (source.empty())
             return nullptr;
-        for (std::size_t i = 0; i < entries(pixels); ++i)
-            target.push_back(at(source, i));
+        for (int i = 0; i < entries(pixels); ++i)
+            target.push_back(TableEntry(source, i));
         return target.data();
     };
     m_param.pScanPitchTable = fill(recipe.scanPitches, m_param.nImageHeight, m_scanPitch);
@@ -286,17 +289,17 @@ void InspectionPlan::FillTables(const Recipe& recipe)
     if (ResolveDirection(recipe, m_param.rtInspect) == Direction_Vertical)
     {
         // Only the verification reads the table here: an entry for each 16 columns, in 1/16 pixel.
-        for (std::size_t i = 0; i < entries(m_param.nImageWidth); ++i)
-            m_convPitch.push_back(static_cast<unsigned short>(at(recipe.convPitches, i)));
+        for (int i = 0; i < entries(m_param.nImageWidth); ++i)
+            m_convPitch.push_back(static_cast<unsigned short>(TableEntry(recipe.convPitches, i)));
         m_param.pConvPitchTable = m_convPitch.data();
         return;
     }
-    for (std::size_t i = 0; i < entries(m_param.nImageWidth); ++i)
+    for (int i = 0; i < entries(m_param.nImageWidth); ++i)
     {
-        const int fixed = at(recipe.convPitches, i);
-        m_convPitch.insert(m_convPitch.end(), nGroup, static_cast<unsigned short>(fixed / nFraction));
-        m_convNear.insert(m_convNear.end(), nGroup, static_cast<short>(nFraction - fixed % nFraction));
-        m_convFar.insert(m_convFar.end(), nGroup, static_cast<short>(fixed % nFraction));
+        const int fixed = TableEntry(recipe.convPitches, i);
+        m_convPitch.insert(m_convPitch.end(), nTableGroup, static_cast<unsigned short>(fixed / nFraction));
+        m_convNear.insert(m_convNear.end(), nTableGroup, static_cast<short>(nFraction - fixed % nFraction));
+        m_convFar.insert(m_convFar.end(), nTableGroup, static_cast<short>(fixed % nFraction));
     }
     m_param.pConvPitchTable = m_convPitch.data();
     m_param.pConvWeightNear = m_convNear.data();

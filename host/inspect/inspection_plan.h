@@ -20,6 +20,12 @@
 namespace narvo
 {
 
+/// Rows or columns that an entry of a pitch table serves.
+constexpr int nTableGroup = 16;
+
+/// An entry of a pitch table, in 1/16 pixel as the engine takes it. Behind its last entry a table goes on with that.
+int TableEntry(const std::vector<double>& table, std::int64_t group);
+
 /// Owns tables and maps, its share of the recipe's whole-region maps included. Nothing in it changes once it is made,
 /// so that any number of threads may inspect by it.
 class InspectionPlan

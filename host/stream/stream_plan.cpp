@@ -6,6 +6,7 @@
 #include <cmath>
 #include <string>
 
+#include "host/inspect/inspection_plan.h"
 #include "host/inspection_kind.h"
 
 namespace narvo
@@ -14,10 +15,11 @@ namespace narvo
 namespace
 {
 
-constexpr int nExactParts = 1024; // of a pixel: sums with rows are exact
-constexpr int nMargin = 8;        // rows beyond those that kernels and filters are known to read
-constexpr int nOverlapShare = 24; // a window has so many times the rows of its overlap
-constexpr int nSmallestShare = 2; // and at least so many
+constexpr int nExactParts = 1024;   // of a pixel: sums with rows are exact
+constexpr int nMargin = 8;          // rows beyond those that kernels and filters are known to read
+constexpr int nOverlapShare = 24;   // a window has so many times the rows of its overlap
+constexpr int nSmallestShare = 2;   // and at least so many
+constexpr int nHopelessRepairs = 8; // where no start is an odd number of hops above another one
 constexpr std::int64_t nWindowBytes = std::int64_t{64} << 20;
 
 const char* WordOf(int mode)
@@ -38,7 +40,6 @@ void CheckPlaces(const Recipe& recipe, std::vector<Problem>& found)
     leftOut(recipe.marginFrame.has_value(), "margin_frame");
     leftOut(!recipe.deadZones.empty(), "dead_zones");
     leftOut(!recipe.deadImage.IsEmpty(), "dead_image");
-    leftOut(!recipe.scanPitches.empty(), "tables.scan_pitch");
     leftOut(!recipe.scanTilts.empty(), "tables.scan_tilt");
     leftOut(!recipe.rowPitches.empty(), "tables.row_pitch");
     leftOut(!recipe.columnPitches.empty(), "tables.column_pitch");
@@ -52,6 +53,42 @@ void CheckPlaces(const Recipe& recipe, std::vector<Problem>& found)
 int RoundUp(int value, int step)
 {
     return (value + step - 1) / step * step;
+}
+
+/// How many multiples of `alignment` further up repairs must start until each chain has begun, in one of them, an odd
+/// number of places above where it began at first; some where that never comes.
+int RepairsFor(int hop, int alignment)
+{
+    std::vector<bool> reached(static_cast<std::size_t>(hop));
+    int left = hop;
+    for (int count = 1; count <= std::max(hop, 2); ++count)
+    {
+        const int rows = count * alignment;
+        for (int place = 0; place < hop && place < rows; ++place)
+            if (((rows - 1 - place) / hop) % 2 == 0 && !reached[static_cast<std::size_t>(place)])
+            {
+                reached[static_cast<std::size_t>(place)] = true;
+                --left;
+            }
+        if (left == 0)
+            return count;
+    }
+    return nHopelessRepairs;
+}
+
+/// Rows of a window start where the entries of the row table do.
+void AddTable(const Recipe& recipe, StreamPlan& plan)
+{
+    const std::vector<double>& table = recipe.scanPitches;
+    if (table.empty())
+        return;
+    plan.tableRows = (static_cast<std::int64_t>(table.size()) - 1) * nTableGroup;
+    plan.alignment = nTableGroup;
+    plan.spare = std::max(plan.hop, RepairsFor(plan.hop, plan.alignment) * plan.alignment);
+    // Only comparisons and edge filters go by the table, bands and pairs by the pitch.
+    const int whole = static_cast<int>(std::ceil(*std::max_element(table.begin(), table.end())));
+    plan.ahead = std::max(plan.ahead, whole + nMargin);
+    plan.back = std::max(plan.back, whole + nMargin);
 }
 
 /// All but the rows of a window.
@@ -81,8 +118,8 @@ StreamPlan OverlapOf(const Recipe& recipe)
         plan.unitColumns = 8;
         plan.brightFirst = true;
     }
-    plan.step = plan.hop;
     plan.spare = plan.hop;
+    AddTable(recipe, plan);
     return plan;
 }
 
@@ -134,6 +171,15 @@ std::vector<std::string> NotesOf(const Recipe& recipe)
     return {"pitch.y is no multiple of 1/" + std::to_string(nExactParts) +
             " pixel: a pair filter rounds by the row, so that a value on its limit may be judged otherwise than in one "
             "call for the whole image"};
+}
+
+Recipe WindowRecipe(const Recipe& recipe, int rows)
+{
+    Recipe windows = recipe;
+    const auto wanted = static_cast<std::size_t>((rows + nTableGroup - 1) / nTableGroup);
+    if (!windows.scanPitches.empty() && windows.scanPitches.size() < wanted)
+        windows.scanPitches.resize(wanted, windows.scanPitches.back());
+    return windows;
 }
 
 StreamPlan PlanStream(const Recipe& recipe, int width, const StreamSettings& settings)

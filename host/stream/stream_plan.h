@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -26,10 +27,10 @@ struct StreamPlan
     int hop = 0;       ///< rows between the two answers of a defect
     int ahead = 0;     ///< rows that a window needs below those whose pairs it settles
     int back = 0;      ///< rows that it needs above them
-    int spare = 0;     ///< further rows that are kept for repairs
+    int spare = 0;     ///< further rows that are kept for repairs, which start further up than the run before them
     int above = 8;     ///< rows above a window's start that kernels may read and nothing depends on
-    int step = 0;      ///< how much further up a repair starts than the run before it
     int alignment = 1; ///< windows start at multiples of it
+    std::int64_t tableRows = 0; ///< rows in which a row table changes: from there on windows need no alignment
     int windowRows = 0;
     int unitColumns = 16; ///< columns that kernels take one after the other, all rows of each
     /// Rows of a window that is inspected where the caller has them.
@@ -38,6 +39,13 @@ struct StreamPlan
     int Bridge() const { return ahead + back + spare + above + alignment; }
     int MostInPlace() const { return std::min(2 * windowRows, nWindowRowLimit); }
     bool brightFirst = false; ///< within a row of a unit bright answers come before dark ones
+    /// The last multiple of the alignment at or above a row.
+    std::int64_t AlignUp(std::int64_t row) const { return row - row % alignment; }
+    /// Where a repair of a run from `start` on starts: a place of every chain further up if windows may start there.
+    std::int64_t RepairStart(std::int64_t start) const
+    {
+        return start - hop >= tableRows || alignment == 1 ? start - hop : AlignUp(start - 1);
+    }
 };
 
 /// Everything in a recipe or in the settings that a stream cannot do.
@@ -45,6 +53,9 @@ std::vector<Problem> CheckStream(const Recipe& recipe, int width, const StreamSe
 
 /// What keeps the results of a valid recipe from being those of the whole image in every case, in sentences.
 std::vector<std::string> NotesOf(const Recipe& recipe);
+
+/// The recipe for windows of so many rows: a row table is as long as they want it.
+Recipe WindowRecipe(const Recipe& recipe, int rows);
 
 /// The plan for a recipe that passes CheckStream.
 StreamPlan PlanStream(const Recipe& recipe, int width, const StreamSettings& settings);

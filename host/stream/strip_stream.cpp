@@ -23,18 +23,17 @@ constexpr std::int64_t nGridAlignment = 1 << 12;
 constexpr int nRepairHops = 4; // rows that a repair looks at first
 constexpr std::int64_t nEndless = std::numeric_limits<std::int64_t>::max() / 4;
 
-int CheckedWidth(const Recipe& recipe, int width, const StreamSettings& settings)
+CheckedRecipe ForWindows(const CheckedRecipe& recipe, int width, const StreamSettings& settings)
 {
     ThrowIfAny(CheckStream(recipe, width, settings));
-    return width;
+    return recipe->scanPitches.empty() ? recipe : CheckedRecipe(WindowRecipe(recipe, nWindowRowLimit));
 }
 
 } // namespace
 
-StripStream::StripStream(CheckedRecipe recipe, int width, const StreamSettings& settings, StreamSink& sink)
-    : m_recipe(std::move(recipe)), m_width(CheckedWidth(m_recipe, width, settings)),
-      m_plan(PlanStream(m_recipe, width, settings)), m_sink(sink),
-      m_rows(std::make_unique<RowWindow>(width, m_plan.windowRows)),
+StripStream::StripStream(const CheckedRecipe& recipe, int width, const StreamSettings& settings, StreamSink& sink)
+    : m_recipe(ForWindows(recipe, width, settings)), m_width(width), m_plan(PlanStream(recipe, width, settings)),
+      m_sink(sink), m_rows(std::make_unique<RowWindow>(width, m_plan.windowRows)),
       m_inspection(std::make_unique<WindowInspection>(m_recipe, m_rows->Image(),
                                                       std::max(m_plan.windowRows, m_plan.MostInPlace())))
 {
@@ -162,9 +161,8 @@ void StripStream::InspectWindow(const Rows& rows, bool last)
     // The first window starts at the true start, with its edge band; others start in rows that are settled.
     const std::int64_t begin = m_counts.finalRows;
     const std::int64_t end = last ? nEndless : rows.end - m_plan.ahead;
-    const auto align = [this](std::int64_t row) { return row - row % m_plan.alignment; };
     const std::int64_t highest = rows.first > 0 ? rows.first + m_plan.above : 0;
-    std::int64_t start = std::max(highest, align(std::max<std::int64_t>(begin - m_plan.back, 0)));
+    std::int64_t start = std::max(highest, m_plan.AlignUp(std::max<std::int64_t>(begin - m_plan.back, 0)));
     ++m_counts.windows;
     Run(rows, start, rows.end);
     std::size_t open = 0;
@@ -174,9 +172,9 @@ void StripStream::InspectWindow(const Rows& rows, bool last)
         open += m_bands[i]->Seam().TakeFirst(m_inspection->Pairs(static_cast<int>(i)), start, end);
     }
     bool repaired = false;
-    while (open > 0 && m_plan.step > 0 && start - m_plan.step >= highest)
+    while (open > 0 && m_plan.RepairStart(start) >= highest)
     {
-        start -= m_plan.step;
+        start = m_plan.RepairStart(start);
         repaired = true;
         open = RepairFrom(rows, start, end);
     }
@@ -189,7 +187,8 @@ void StripStream::InspectWindow(const Rows& rows, bool last)
     }
     m_counts.finalRows = last ? m_counts.rows : next;
     if (!last)
-        m_keep = std::max(m_keep, align(std::max<std::int64_t>(next - m_plan.back, 0)) - m_plan.spare - m_plan.above);
+        m_keep = std::max(m_keep,
+                          m_plan.AlignUp(std::max<std::int64_t>(next - m_plan.back, 0)) - m_plan.spare - m_plan.above);
 }
 
 std::vector<std::string> StripStream::Warnings() const

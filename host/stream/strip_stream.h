@@ -29,7 +29,7 @@ class StripStream
 {
 public:
     /// @throws HostError with everything that a stream cannot do, or unless the recipe can inspect its windows
-    StripStream(CheckedRecipe recipe, int width, const StreamSettings& settings, StreamSink& sink);
+    StripStream(const CheckedRecipe& recipe, int width, const StreamSettings& settings, StreamSink& sink);
     ~StripStream();
     StripStream(const StripStream&) = delete;
     StripStream& operator=(const StripStream&) = delete;

@@ -16,6 +16,7 @@ namespace
 
 constexpr int nColumnsPerBand = 2000; // at least, in a band of the engine
 constexpr int nBandAlignment = 64;
+constexpr int nTableSpare = 2; // entries: of a last part of 16 rows, and one that kernels fetch ahead
 
 void LeaveOutBlobs(CNarvoAssem& engine)
 {
@@ -37,6 +38,8 @@ WindowInspection::WindowInspection(const CheckedRecipe& recipe, const GreyImage&
         const int rowsWithSpare = mostRows + static_cast<int>(2.0 * cell.height) + 2;
         m_grid.emplace(cell, CRect(0, 0, rows.Width(), rowsWithSpare), recipe->skippedCells);
     }
+    if (!recipe->scanPitches.empty())
+        m_scanPitches.resize(static_cast<std::size_t>(mostRows / nTableGroup + nTableSpare));
     m_block.nMaxReinspect = 0; // pairs of earlier passes would be lost
     if (m_pool->InitAssemControl(1, 1) != 1)
         throw HostError({{"memory", "not enough for an engine", "more memory"}});
@@ -71,12 +74,23 @@ void WindowInspection::MoveGrid(int top, std::int64_t base)
     m_block.nZoneColumns = m_grid->Columns();
 }
 
+void WindowInspection::MoveTable(std::int64_t row)
+{
+    if (m_scanPitches.empty())
+        return;
+    for (std::size_t i = 0; i < m_scanPitches.size(); ++i)
+        m_scanPitches[i] =
+            TableEntry(m_plan.GetRecipe()->scanPitches, row / nTableGroup + static_cast<std::int64_t>(i));
+    m_block.pScanPitchTable = m_scanPitches.data();
+}
+
 WindowInspection::Outcome WindowInspection::Inspect(const std::uint8_t* pixels, int count, int top, std::int64_t base)
 {
     m_block.pImage = const_cast<unsigned char*>(pixels);
     m_block.nImageHeight = count;
     m_block.rtInspect.bottom = count;
     MoveGrid(top, base);
+    MoveTable(base + top);
     CConvParam block = m_block;
     const int code = m_pool->Inspect_Rect(0, &block, 0);
     if (code != InspectCode_Done && code != InspectCode_Partial)

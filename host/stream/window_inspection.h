@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <vector>
 
 #include "host/image/grey_image.h"
 #include "host/inspect/inspection_plan.h"
@@ -38,7 +39,7 @@ public:
         bool shortMemory = false;
     };
     /// Inspects `count` rows that begin at `pixels`. Zone cells lie as in an image of which they are the rows from
-    /// `top` on and which begins with row `base` of the stream.
+    /// `top` on and which begins with row `base` of the stream; a row table begins with the stream.
     Outcome Inspect(const std::uint8_t* pixels, int count, int top, std::int64_t base);
 
     /// Bands of columns that the engine inspects by themselves.
@@ -56,11 +57,14 @@ private:
 
     /// Lays the grid of zone cells over the region.
     void MoveGrid(int top, std::int64_t base);
+    /// Lays the row table beside the rows from `row` on.
+    void MoveTable(std::int64_t row);
 
     InspectionPlan m_plan;
     CConvParam m_block;
     std::unique_ptr<CAssemControl> m_pool;
     std::optional<OriginTable> m_grid;
+    std::vector<int> m_scanPitches; ///< the part of the row table beside the window; empty where there is none
     int m_bands = 1;
     bool m_split = false;
 };

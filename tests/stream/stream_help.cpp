@@ -69,6 +69,33 @@ void AddZones(CRandom& random, Recipe& recipe)
             recipe.zoneImage.Row(y)[x] = static_cast<std::uint8_t>(random.Int(0, zones - 1));
 }
 
+/// Pitches that drift or jump from entry to entry, around the recipe's own or far from it.
+std::vector<double> RandomTable(CRandom& random, double pitch, int entries)
+{
+    std::vector<double> table;
+    const double most = random.Pick({0.1, 1.0, pitch / 2.0, 2.0 * pitch});
+    double value = pitch;
+    for (int i = 0; i < entries; ++i)
+    {
+        if (!random.OneIn(3))
+            value = std::clamp(pitch + most * random.Int(-100, 100) / 100.0, 1.0, 60.0);
+        table.push_back(value);
+    }
+    return table;
+}
+
+/// Recipes take the one that their direction reads.
+void AddTables(CRandom& random, Recipe& recipe)
+{
+    constexpr int nColumnEntries = 16; // of the widest image
+    if (!random.OneIn(3))
+        return;
+    if (recipe.direction == Direction_Vertical)
+        recipe.scanPitches = RandomTable(random, recipe.RealPitchY(), random.Int(1, random.OneIn(3) ? 8 : 120));
+    else
+        recipe.convPitches = RandomTable(random, recipe.RealPitchX(), nColumnEntries);
+}
+
 Recipe RandomRecipe(CRandom& random, int mode)
 {
     Recipe recipe;
@@ -111,6 +138,7 @@ Recipe RandomRecipe(CRandom& random, int mode)
         recipe.darkFilterBase = random.Int(1, 40);
         recipe.darkFilterGain = random.Int(0, 30);
     }
+    AddTables(random, recipe);
     return recipe;
 }
 
@@ -188,8 +216,9 @@ StreamCase RandomStreamCase(CRandom& random)
         const int least = std::stoi(tooSmall.front().allowed);
         one.settings.windowRows = least + random.Int(0, random.OneIn(2) ? 20 : 300);
         const int height = random.OneIn(8) ? random.Int(1, least) : random.Int(least, 4 * one.settings.windowRows);
-        if (!CheckRecipeForImage(CheckedRecipe(one.recipe), width, one.settings.windowRows).empty() ||
-            !CheckRecipeForImage(CheckedRecipe(one.recipe), width, height).empty())
+        const CheckedRecipe windows(WindowRecipe(one.recipe, one.settings.windowRows));
+        if (!CheckRecipeForImage(windows, width, one.settings.windowRows).empty() ||
+            !CheckRecipeForImage(CheckedRecipe(WindowRecipe(one.recipe, height)), width, height).empty())
             continue;
         one.settings.largestBlob = random.OneIn(3) ? random.Int(20, 400) : 100000;
         one.image = RandomImage(random, one.recipe, width, height);
@@ -204,6 +233,7 @@ StreamLines InspectWhole(const StreamCase& one, bool& complete)
     static Inspector inspector(1, 1000000);
     Recipe recipe = one.recipe;
     recipe.maxBlobs = 1000000;
+    recipe = WindowRecipe(recipe, one.image.Height()); // behind its last entry the row table holds that
     const InspectionResult result = inspector.Inspect(0, one.image, CheckedRecipe(recipe), true);
     complete = result.warnings.empty();
     StreamLines lines;

@@ -28,7 +28,7 @@ GreyImage Rows(int width, int rows)
     return image;
 }
 
-void ExpectNoAllocation(int mode, int direction, int width)
+void ExpectNoAllocation(int mode, int direction, int width, bool withTable = false)
 {
     Recipe recipe;
     recipe.mode = mode;
@@ -37,6 +37,8 @@ void ExpectNoAllocation(int mode, int direction, int width)
     recipe.pitchY = 10.25;
     recipe.thresholdBase = mode == Mode_Zone ? 0 : mode == Mode_Float ? 80 : 20;
     recipe.zoneMultipleX = mode == Mode_Zone ? 4 : 1;
+    if (withTable)
+        recipe.scanPitches = {10.25, 10.1875, 10.3125};
     CountingSink sink;
     StripStream stream(CheckedRecipe(recipe), width, {}, sink);
     const GreyImage image = Rows(width, 2000);
@@ -71,6 +73,12 @@ TEST(StreamMemory, TakesNoneOnceItRunsInZones)
 {
     ExpectNoAllocation(Mode_Zone, Direction_Vertical, 600);
     ExpectNoAllocation(Mode_Zone, Direction_Horizontal, 600);
+}
+
+TEST(StreamMemory, TakesNoneOnceItRunsByARowTable)
+{
+    ExpectNoAllocation(Mode_Zone, Direction_Vertical, 600, true);
+    ExpectNoAllocation(Mode_Pixel, Direction_Vertical, 600, true);
 }
 
 TEST(StreamMemory, TakesNoneOnceItRunsOverWindowSums)

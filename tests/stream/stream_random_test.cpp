@@ -34,6 +34,8 @@ TEST(StreamRandom, ReportsWhatOneCallForTheWholeImageReports)
     std::int64_t windows = 0;
     std::int64_t blobs = 0;
     std::int64_t repairs = 0;
+    int byRowTable = 0;
+    int byColumnTable = 0;
     const std::vector<std::uint64_t> seeds = CaseSeeds("streams", count != nullptr ? std::atoi(count) : 150);
     for (const std::uint64_t seed : seeds)
     {
@@ -54,20 +56,25 @@ TEST(StreamRandom, ReportsWhatOneCallForTheWholeImageReports)
         windows += counts.windows;
         blobs += counts.blobs;
         repairs += counts.repairs;
+        byRowTable += one.recipe.scanPitches.size() > 1 ? 1 : 0;
+        byColumnTable += one.recipe.convPitches.empty() ? 0 : 1;
         ASSERT_EQ(whole.pairs == stream.pairs, true) << ReplayHint(seed) << "\n"
                                                      << Difference(whole.pairs, stream.pairs);
         ASSERT_EQ(whole.blobs == stream.blobs, true) << ReplayHint(seed) << "\n"
                                                      << Difference(whole.blobs, stream.blobs);
     }
     RecordProperty("compared", compared);
-    std::printf("%d streams compared, %lld windows, %lld blobs, %lld repairs; %d not exact\n", compared,
-                static_cast<long long>(windows), static_cast<long long>(blobs), static_cast<long long>(repairs),
-                inexact);
+    std::printf("%d streams compared, %d by row tables, %d by column tables, %lld windows, %lld blobs, %lld repairs; "
+                "%d not exact\n",
+                compared, byRowTable, byColumnTable, static_cast<long long>(windows), static_cast<long long>(blobs),
+                static_cast<long long>(repairs), inexact);
     if (seeds.size() > 1)
     {
         EXPECT_GT(compared, 3 * static_cast<int>(seeds.size()) / 4);
         EXPECT_GT(windows, 2 * compared);
         EXPECT_GT(repairs, 0);
+        EXPECT_GT(byRowTable, 0);
+        EXPECT_GT(byColumnTable, 0);
     }
 }
 

@@ -56,6 +56,9 @@ TEST(StripStream, RefusesWhatItCannotDoByField)
     recipe.region = CRect(0, 0, 64, 64);
     recipe.marginFrame = CRect(0, 0, 64, 64);
     EXPECT_THAT(ProblemsWith(recipe), ElementsAre(IsAbout("region"), IsAbout("margin_frame")));
+    recipe = ParseRecipe(SmallestRecipe(), {});
+    recipe.scanTilts = {0.5};
+    EXPECT_THAT(CheckStream(recipe, nWidth, {}), ElementsAre(IsAbout("tables.scan_tilt")));
     recipe = PixelRecipe();
     recipe.autoDirection = true;
     EXPECT_THAT(ProblemsWith(recipe), ElementsAre(IsAbout("auto_direction")));
@@ -74,6 +77,28 @@ TEST(StripStream, RefusesWhatItCannotDoByField)
     EXPECT_THAT(CheckStream(zones, nWidth, {}), ElementsAre(IsAbout("zones.list[0].verify.mode")));
     EXPECT_THAT(ProblemsOf([] { throw HostError(CheckStream(ParseRecipe(SmallestRecipe("average"), {}), 64, {})); }),
                 ElementsAre(IsAbout("mode")));
+}
+
+TEST(StripStream, GoesOnWithTheLastEntryOfARowTable)
+{
+    // The pattern repeats after 10 rows, which only the table knows: at the recipe's pitch its edges are hits.
+    Recipe recipe = PixelRecipe();
+    recipe.pitchY = 10.4375;
+    recipe.scanPitches = {10.0};
+    StreamSettings settings;
+    settings.windowRows = 200;
+    CollectingSink sink;
+    StripStream stream(CheckedRecipe(recipe), nWidth, settings, sink);
+    GreyImage image(nWidth, 1500, 100);
+    for (int y = 0; y < image.Height(); ++y)
+        if (y % 10 < 5)
+            std::fill_n(image.Row(y), nWidth, std::uint8_t{160});
+    image.Row(1234)[30] = 255;
+    stream.Push(image);
+    stream.Finish();
+    ASSERT_EQ(sink.blobs.size(), 1U);
+    EXPECT_EQ(sink.blobs.front().row, 1234);
+    EXPECT_TRUE(stream.Counts().IsExact());
 }
 
 TEST(StripStream, RefusesSettingsOutOfRange)
