@@ -62,9 +62,11 @@ void ApplyLevels(const cv::Mat& values, int low, int high, cv::Mat& grey)
         values.copyTo(grey);
     else if (low >= 0 && low <= highest && span <= nVectorSpan)
     {
-        cv::Mat above = values;
+        cv::Mat above;
         if (low > 0)
             cv::subtract(values, cv::Scalar::all(low), above);
+        else
+            above = values;
         above.convertTo(grey, CV_8U, static_cast<double>(nGreyHigh) / span, 0.25 / span);
     }
     else if (values.depth() == CV_8U)

@@ -28,7 +28,9 @@ void ExpectPlainLevels(int type, int highest, int low, int high)
     for (int value = 0; value <= highest; ++value)
         values.at<T>(0, value) = static_cast<T>(value);
     cv::Mat grey(1, highest + 1, CV_8UC1, cv::Scalar(77));
+    const cv::Mat before = values.clone();
     ApplyLevels(values, low, high, grey);
+    ASSERT_EQ(cv::countNonZero(before != values), 0) << "the values are the caller's";
     for (int value = 0; value <= highest; ++value)
         ASSERT_EQ(grey.at<std::uint8_t>(0, value), PlainLevel(value, low, high))
             << value << " between " << low << " and " << high;
