@@ -76,6 +76,7 @@ def readers(folder, source):
         "lines": ["export", linked(f"{name}.jsonl"), "-f", "coco", "-o", "out.json"],
         "results": ["report", f"{name}.json", "-o", "out.html"],
         "defects": ["export", name, "-f", "coco", "-o", "out.json"],
+        "cell": ["cell", "panel.png", "-r", "panel.recipe.json", "--golden", name, "--json", "out.json", "-q"],
         "resume": ["inspect", "panel.png", "panel.png", "-r", "panel.recipe.json", "--resume", "-q", "-o",
                    linked(f"{name}.r.jsonl")[:-6]],
         "resumed watch": [*watch, "--resume", "-o", linked(f"{name}.w.jsonl")],
