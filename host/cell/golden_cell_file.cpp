@@ -114,6 +114,20 @@ bool ReadCell(CheckedReader& reader, const json& region, const std::string& wher
     return true;
 }
 
+/// @throws HostError unless it is the JSON of a golden cell
+void RequireKind(const json& document, const std::string& file)
+{
+    CheckedReader reader(file);
+    int version = 0;
+    if (document.is_object())
+        reader.Read(document, "", "golden_cell", version);
+    else
+        reader.Fault("the file", "no object", "a golden cell of narvo cell --learn");
+    reader.Finish();
+    if (version != nGoldenCellVersion)
+        throw HostError({{file + ", golden_cell", std::to_string(version), std::to_string(nGoldenCellVersion)}});
+}
+
 } // namespace
 
 void SaveGoldenCells(const std::filesystem::path& file, const std::vector<GoldenCell>& cells)
@@ -135,15 +149,8 @@ void SaveGoldenCells(const std::filesystem::path& file, const std::vector<Golden
 std::vector<GoldenCell> LoadGoldenCells(const std::filesystem::path& file)
 {
     const json document = LoadRecipeDocument(file);
+    RequireKind(document, file.string());
     CheckedReader reader(file.string());
-    int version = 0;
-    if (!document.is_object())
-        reader.Fault("the file", "no object", "a golden cell of narvo cell --learn");
-    else
-        reader.Read(document, "", "golden_cell", version);
-    if (document.is_object() && version != nGoldenCellVersion)
-        reader.Fault("golden_cell", std::to_string(version), std::to_string(nGoldenCellVersion));
-    reader.Finish();
     std::vector<GoldenCell> cells;
     const json& regions = reader.List(document, "", "regions", "a list of regions");
     for (std::size_t i = 0; i < regions.size(); ++i)

@@ -57,6 +57,9 @@ def check_others(narvo, folder, has_store, name):
         said = run(narvo, folder, "report", *store[1], "--run", name, "-o", name + b".lot.html")
         if "2 images, " not in said:
             sys.exit(f"report on a store: {said}")
+    run(narvo, folder, "cell", name, *recipe, "--learn", name + b".cell")
+    run(narvo, folder, "cell", name, *recipe, "--golden", name + b".cell", "--json", name + b".cells", "--picture",
+        name + b".cell.png")
     for form in ("klarf-1.2", "klarf-1.8", "coco", "csv", "voc", "yolo"):
         run(narvo, folder, "export", name + b".lot.jsonl", "-f", form, "-o", name + b"." + form.encode())
     seen = images_of(file(".lot.jsonl"))
@@ -64,6 +67,9 @@ def check_others(narvo, folder, has_store, name):
     with open(file(".csv"), newline="", encoding="utf-8") as table:
         rows = {row["image"].removeprefix("'") for row in csv.DictReader(table)}
     boxes = [xml.dom.minidom.parse(str(one)) for one in file(".voc").iterdir()]
+    cells = sorted(image["image"] for image in json.loads(file(".cells").read_bytes()))
+    if cells != seen or not file(".cell.png").exists():
+        sys.exit(f"images held against a cell: {cells}")
     if len(seen) != 2 or sorted(images_of(file(".w"))) != seen or sorted(images_of(file(".golden.jsonl"))) != seen:
         sys.exit(f"images of watch, batch and golden inspection: {seen}")
     if sorted(coco) != seen or rows - set(seen) or len(boxes) != 2 or len(list(file(".yolo").iterdir())) != 3:

@@ -75,6 +75,9 @@ def check_every_writer(narvo, folder, has_store):
         ["pitch", "panel.png", "--recipe", "disk/o.json"],
         ["learn", "panel.png", "--mode", "periodic", "-o", "disk/o"],
         ["field", "panel.png", "-o", "disk/o.png"],
+        ["cell", "panel.png", "-r", "panel.recipe.json", "--learn", "disk/o.json"],
+        ["cell", "panel.png", "-r", "panel.recipe.json", "--golden", "cell.json", "--json", "disk/o.json"],
+        ["cell", "panel.png", "-r", "panel.recipe.json", "--golden", "cell.json", "--picture", "disk/o.png"],
         ["report", "one.blobs.json", "-o", "disk/o.html"],
         ["export", "one.blobs.json", "-f", "csv", "-o", "disk/o.csv"],
         ["synth", "--width", "256", "--height", "256", "--pitch-x", "24", "--pitch-y", "24", "-o", "disk/o"],
@@ -243,6 +246,7 @@ def check(narvo):
         folder = pathlib.Path(name)
         expect(narvo, folder, PANEL, 0, "", KIB)
         expect(narvo, folder, ["inspect", "panel.png", "-r", "panel.recipe.json", "-q", "-o", "one"], 0, "", KIB)
+        expect(narvo, folder, ["cell", "panel.png", "-r", "panel.recipe.json", "-q", "--learn", "cell.json"], 0, "", KIB)
         expect(narvo, folder, ["board", "--width", "512", "--height", "512", "--defects", "6", "--seed", "4", "-q"], 0, "",
                KIB)
         os.rename(folder / "board.good.png", folder / "good.png")

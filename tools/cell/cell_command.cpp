@@ -14,6 +14,7 @@
 
 #include "host/cell/golden_cell.h"
 #include "host/cell/golden_cell_file.h"
+#include "host/file/name_text.h"
 #include "host/file/output_file.h"
 #include "host/foreign_text.h"
 #include "host/problem.h"
@@ -175,11 +176,10 @@ private:
                         if (!m_options.picture.empty() && (!drawn || Errors(found[i]) > Errors(drawn->second)))
                             drawn.emplace(&m_golden[i], std::move(found[i]));
                     }
-                    lines.push_back({{"image", name}, {"regions", std::move(regions)}});
+                    lines.push_back({{"image", NameToText(name)}, {"regions", std::move(regions)}});
                 });
         if (!m_options.json.empty())
-            WriteTextFile(m_options.json,
-                          lines.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n");
+            WriteTextFile(m_options.json, lines.dump(2) + "\n");
         if (drawn)
         {
             const cv::Mat picture = DrawComparison(*drawn->first, drawn->second);
