@@ -5,8 +5,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "host/library/c_records.h"
+#include "narvo/host_images.h"
 #include "narvo/host_progress.h"
 #include "narvo/host_setting.h"
 #include "narvo/narvo_c.h"
@@ -42,6 +44,14 @@ void ReadArray(const Record* records, std::int64_t count, const std::string& nam
         take(record, own);
     }
 }
+
+/// Good images that are learnt from, or planted in, at most.
+constexpr std::int64_t nGoodLimit = 1000;
+
+/// Good pictures with the names that the caller gives them. @throws v1::Error for handles that are none, null, or a
+/// count, which has the name `countName`, outside of 1 .. nGoodLimit
+std::vector<v1::NamedPicture> NamedPictures(const narvo_picture* const* good, const char* const* names,
+                                            std::int64_t count, const std::string& countName);
 
 /// Settings by their names. @throws v1::Error as the others
 v1::Settings SettingsOf(const narvo_setting* settings, std::int64_t count);

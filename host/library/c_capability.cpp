@@ -15,14 +15,12 @@
 using namespace narvo::library; // NOLINT(google-build-using-namespace): the functions below are those of C
 using narvo::v1::CapabilityPlan;
 using narvo::v1::CapabilityReport;
-using narvo::v1::NamedPicture;
 using narvo::v1::PlantedCount;
 using narvo::v1::PlantedCurve;
 
 namespace
 {
 
-constexpr std::int64_t nGoodLimit = 1000;
 constexpr std::int64_t nListLimit = 32;
 
 /// A list of the caller's; empty for a count of 0. @throws v1::Error for another count than 0 .. nListLimit, or null
@@ -74,17 +72,6 @@ CapabilityPlan PlanOf(const narvo_capability_input& input)
     return plan.SetSeed(input.seed);
 }
 
-std::vector<NamedPicture> GoodImages(const narvo_capability_input& input)
-{
-    CheckCount(input.good_count, 1, nGoodLimit, "good_count");
-    Given(input.good, "good");
-    std::vector<NamedPicture> images;
-    for (std::size_t i = 0; i < static_cast<std::size_t>(input.good_count); ++i)
-        images.push_back({NameAt(input.good_names, i, "good"),
-                          PictureHandles().Find(input.good[i], ("good[" + std::to_string(i) + ']').c_str())->image});
-    return images;
-}
-
 narvo_planted RecordOf(const PlantedCurve& curve, const PlantedCount& count)
 {
     narvo_planted record = {};
@@ -108,7 +95,8 @@ std::int32_t narvo_capability_measure(const narvo_recipe* recipe, const narvo_ca
                        const auto rules = RecipeHandles().Find(recipe, "recipe");
                        const narvo_capability_input given = ReadRecord(input, "input");
                        return std::make_shared<CapabilityReport>(MeasureCapability(
-                           *rules, GoodImages(given), PlanOf(given), given.threads == 0 ? 1 : given.threads,
+                           *rules, NamedPictures(given.good, given.good_names, given.good_count, "good_count"),
+                           PlanOf(given), given.threads == 0 ? 1 : given.threads,
                            ProgressOf(given.progress, given.context)));
                    });
 }

@@ -13,7 +13,6 @@
 #include "narvo/narvo_c.h"
 
 using namespace narvo::library; // NOLINT(google-build-using-namespace): the functions below are those of C
-using narvo::v1::Box;
 using narvo::v1::DefectiveImage;
 using narvo::v1::LearnReport;
 using narvo::v1::LearntImage;
@@ -22,8 +21,6 @@ using narvo::v1::Recipe;
 
 namespace
 {
-
-constexpr std::int64_t nImageLimit = 1000;
 
 /// Images with the names that the caller gives them, or with `kind` and a number.
 std::vector<NamedImage> NamedImages(const narvo_image* images, const char* const* names, std::int64_t count,
@@ -90,12 +87,27 @@ std::int32_t narvo_learn(const narvo_learn_input* input, narvo_learning** learni
                    [&]
                    {
                        const narvo_learn_input given = ReadRecord(input, "input");
-                       CheckCount(given.good_count, 1, nImageLimit, "good_count");
-                       CheckCount(given.defective_count, 0, nImageLimit, "defective_count");
+                       CheckCount(given.good_count, 1, nGoodLimit, "good_count");
+                       CheckCount(given.defective_count, 0, nGoodLimit, "defective_count");
                        return std::make_shared<LearnReport>(LearnRecipe(
                            NamedImages(given.good, given.good_names, given.good_count, "good"),
                            given.mode == nullptr ? "auto" : given.mode, SettingsOf(given.settings, given.setting_count),
                            DefectiveImages(given), ProgressOf(given.progress, given.context)));
+                   });
+}
+
+std::int32_t narvo_learn_from_pictures(const narvo_picture* const* good, const char* const* good_names,
+                                       std::int64_t count, const char* mode, const narvo_setting* settings,
+                                       std::int64_t setting_count, const char* recipe_name, narvo_on_progress progress,
+                                       void* context, narvo_learning** learning)
+{
+    return HandOut(LearningHandles(), learning, "learning",
+                   [&]
+                   {
+                       return std::make_shared<LearnReport>(
+                           LearnFromImages(NamedPictures(good, good_names, count, "count"),
+                                           mode == nullptr ? "auto" : mode, SettingsOf(settings, setting_count),
+                                           recipe_name == nullptr ? "" : recipe_name, ProgressOf(progress, context)));
                    });
 }
 

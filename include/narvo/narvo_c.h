@@ -774,6 +774,15 @@ extern "C"
     /// @return NARVO_REFUSED when input or images are not valid, naming the image, or no recipe suits them;
     /// NARVO_STOPPED where `input->progress` asked for that
     NARVO_C_API int32_t narvo_learn(const narvo_learn_input* input, narvo_learning** learning);
+    /// The same of the `count` good pictures, 1 .. 1000, which have `good_names`, or "good 1" and so on where that is
+    /// null. Where they have colours, limits are learnt from each, and the recipe inspects each. `mode`, settings,
+    /// `progress` and `context` are those of narvo_learn_input; `recipe_name` becomes the recipe's name; null: none.
+    /// Since version 4.
+    /// @return NARVO_REFUSED as narvo_learn, and for pictures of which some are grey and some have colours
+    NARVO_C_API int32_t narvo_learn_from_pictures(const narvo_picture* const* good, const char* const* good_names,
+                                                  int64_t count, const char* mode, const narvo_setting* settings,
+                                                  int64_t setting_count, const char* recipe_name,
+                                                  narvo_on_progress progress, void* context, narvo_learning** learning);
     /// Sets `*recipe` to the recipe, which the caller frees.
     NARVO_C_API int32_t narvo_learning_recipe(const narvo_learning* learning, narvo_recipe** recipe);
     /// Fills `learnt`, whose size is set.

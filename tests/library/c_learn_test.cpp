@@ -136,6 +136,60 @@ TEST(CLearn, LearnsWhatTheCppInterfaceLearns)
     EXPECT_EQ(CFields(), "input");
 }
 
+TEST(CLearn, LearnsTheColoursOfPictures)
+{
+    narvo_rules* each = nullptr;
+    ASSERT_EQ(narvo_rules_from_text(R"({"channel": "each"})", nullptr, &each), NARVO_OK) << CFields();
+    const ImageRules rules = ImageRules::FromText(R"({"channel": "each"})");
+    std::vector<narvo_picture*> pictures;
+    std::vector<NamedPicture> named;
+    for (unsigned seed = 1; seed <= 3; ++seed)
+    {
+        const Picture8 picture = PeriodicPicture(384, 320, 24, 20, seed);
+        std::vector<std::uint8_t> pixels;
+        for (const std::uint8_t pixel : picture.pixels)
+            pixels.insert(pixels.end(), 3, pixel);
+        const narvo_pixel_array array = {sizeof(array), 384, 320, 3, 8, 0, pixels.data()};
+        ASSERT_EQ(narvo_picture_from_pixels(&array, each, nullptr, &pictures.emplace_back()), NARVO_OK) << CFields();
+        named.push_back({"good " + std::to_string(seed), Image::FromPixels({pixels.data(), 384, 320, 3}, rules)});
+    }
+    const LearnReport expected = LearnFromImages(named, "periodic", {{"false_rate", 0.2}}, "panel");
+    const narvo_setting rate = {sizeof(rate), 0, "false_rate", 0.2};
+    Told told;
+    narvo_learning* learning = nullptr;
+    const auto learn = [&](std::int64_t count, const char* const* names)
+    {
+        return narvo_learn_from_pictures(pictures.data(), names, count, "periodic", &rate, 1, "panel", &Told::Call,
+                                         &told, &learning);
+    };
+    ASSERT_EQ(learn(3, nullptr), NARVO_OK) << CFields();
+    EXPECT_GE(told.steps.size(), 6U);
+    narvo_recipe* recipe = nullptr;
+    ASSERT_EQ(narvo_learning_recipe(learning, &recipe), NARVO_OK);
+    EXPECT_EQ(RecipeText(recipe), expected.recipe->Text());
+    EXPECT_NE(RecipeText(recipe).find("\"each\""), std::string::npos);
+    EXPECT_EQ(narvo_recipe_free(recipe), NARVO_OK);
+    EXPECT_EQ(narvo_learning_free(learning), NARVO_OK);
+
+    told = {{}, 2};
+    EXPECT_EQ(learn(3, nullptr), NARVO_STOPPED);
+    EXPECT_EQ(learning, nullptr);
+    told = {};
+    EXPECT_EQ(learn(0, nullptr), NARVO_REFUSED);
+    EXPECT_EQ(CFields(), "count");
+    EXPECT_EQ(learn(1001, nullptr), NARVO_REFUSED);
+    EXPECT_EQ(CFields(), "count");
+    const char* const names[3] = {"a", nullptr, "c"};
+    EXPECT_EQ(learn(3, names), NARVO_REFUSED);
+    EXPECT_EQ(CFields(), "good_names[1]");
+    EXPECT_EQ(narvo_picture_free(pictures[1]), NARVO_OK);
+    EXPECT_EQ(learn(3, nullptr), NARVO_REFUSED);
+    EXPECT_EQ(CFields(), "good[1]");
+    EXPECT_EQ(narvo_picture_free(pictures[0]), NARVO_OK);
+    EXPECT_EQ(narvo_picture_free(pictures[2]), NARVO_OK);
+    EXPECT_EQ(narvo_rules_free(each), NARVO_OK);
+}
+
 TEST(CLearn, GoldenReferencesAreToldAndStopped)
 {
     const Picture8 first = BoardPicture(320, 256);

@@ -132,7 +132,7 @@ void CPictureCalls::CallOnce()
     case 9:
         return AskGolden();
     case 10:
-        return Measure();
+        return m_source.OneIn(4) ? Learn() : Measure();
     case 11:
         return AskCapability();
     default:
@@ -435,6 +435,28 @@ void CPictureCalls::AskCapability()
         Require(Sound(narvo_capability_warning(capability, i, &text)) && std::strlen(text) > 0, "a warning has words");
     Require(!Sound(narvo_capability_warning(capability, figures.warning_count, &text), false), "none behind the last");
     Require(Sound(narvo_capability_json(capability, &text)) && text[0] == '{', "a capability has a text");
+}
+
+void CPictureCalls::Learn()
+{
+    const auto [picture, hasPicture] = Draw(m_pictures);
+    const narvo_picture* const good[1] = {picture};
+    const char* const names[1] = {Rarely() ? nullptr : "first"};
+    const std::int64_t count = Rarely() ? m_source.Pick<std::int64_t>({0, -1, 1001, nHugeCount}) : 1;
+    const char* mode = m_source.Pick<const char*>({nullptr, "periodic", "texture", "", "\xff"});
+    Answering answering{m_source.OneIn(4) ? 0 : 1};
+    auto* made = reinterpret_cast<narvo_learning*>(this);
+    const std::int32_t status =
+        narvo_learn_from_pictures(good, names, count, mode, nullptr, 0, "learnt", &Answering::Call, &answering, &made);
+    if (status == NARVO_STOPPED)
+        return Require(answering.answer == 0 && made == nullptr, "progress alone stops a learning");
+    if (!Sound(status, hasPicture && count == 1 && names[0] != nullptr))
+        return Require(made == nullptr, "no handle without success");
+    auto* recipe = reinterpret_cast<narvo_recipe*>(this);
+    const std::int32_t asked = narvo_learning_recipe(made, &recipe);
+    Require(asked == NARVO_OK, "a learning has a recipe");
+    Keep(m_shared.recipes, recipe, asked, true);
+    Require(narvo_learning_free(made) == NARVO_OK, "a learning can be freed");
 }
 
 void CPictureCalls::FreeOne()

@@ -31,6 +31,7 @@ private:
     void AskGolden();
     void Measure();
     void AskCapability();
+    void Learn();
     void FreeOne();
 
     SharedHandles& m_shared;
