@@ -25,4 +25,4 @@ test "$(./host_library | wc -l)" = 3000
 examples=/usr/share/doc/libnarvohost-dev/examples
 gcc -std=c99 -Wall -Wextra -pedantic -Werror "$examples/host_in_c.c" $(pkg-config --cflags --libs narvohost) -o host_in_c
 test "$(./host_in_c)" = "25 pixels around 202, 122"
-test "$(python3 "$examples/host_by_ctypes.py" | tail -n 1)" = "25 pixels around 402, 122"
+test "$(python3 "$examples/host_by_ctypes.py" | tail -n 1)" = "25 pixels differ from the good image around 202, 122"
