@@ -19,18 +19,21 @@ constexpr int nColours = 3;
 
 void CheckFields(const cv::Mat& pixels, const FieldTables& fields, const std::string& name)
 {
+    const bool size = fields.width == pixels.cols && (fields.height == pixels.rows || fields.height == 1);
+    const bool depth = fields.wide || pixels.depth() == CV_8U;
+    const bool channels = fields.channels == 1 || pixels.channels() >= nColours;
+    if (size && depth && channels)
+        return; // what is said of others takes memory
     std::vector<Problem> found;
     const auto demand = [&](bool holds, const std::string& value, const std::string& allowed)
     {
         if (!holds)
             found.push_back({"image.flat_field, image.dark_field", value, allowed + ", as " + name + " has"});
     };
-    demand(fields.width == pixels.cols && (fields.height == pixels.rows || fields.height == 1),
-           SizeText(fields.width, fields.height),
+    demand(size, SizeText(fields.width, fields.height),
            std::to_string(pixels.cols) + " by " + std::to_string(pixels.rows) + " or by 1 pixels");
-    demand(fields.wide || pixels.depth() == CV_8U, "8 bits", "16 bits");
-    demand(fields.channels == 1 || pixels.channels() >= nColours, std::to_string(fields.channels) + " channels",
-           "1 channel");
+    demand(depth, "8 bits", "16 bits");
+    demand(channels, std::to_string(fields.channels) + " channels", "1 channel");
     ThrowIfAny(std::move(found));
 }
 
@@ -121,13 +124,11 @@ private:
 };
 
 template <typename T>
-cv::Mat CorrectAll(const cv::Mat& pixels, int fullScale, const FieldTables& fields)
+void CorrectAll(cv::Mat& corrected, const cv::Mat& pixels, int fullScale, const FieldTables& fields)
 {
-    cv::Mat corrected(pixels.size(), pixels.type());
     const Correction<T> correction(fields, pixels.channels(), fullScale);
     for (int y = 0; y < pixels.rows; ++y)
         correction.CorrectRow(pixels.ptr<T>(y), y, corrected.ptr<T>(y));
-    return corrected;
 }
 
 /// Pixels of which some colour is at the largest value.
@@ -174,11 +175,21 @@ void NoteLimits(const cv::Mat& pixels, int fullScale, const FieldTables& fields,
 cv::Mat CorrectFields(const cv::Mat& pixels, int fullScale, const FieldTables& fields, const std::string& name,
                       ConversionNotes* notes)
 {
-    CheckFields(pixels, fields, name);
+    cv::Mat corrected(pixels.size(), pixels.type());
+    CorrectFieldsInto(corrected, pixels, fullScale, fields, name);
     if (notes != nullptr)
         NoteLimits(pixels, fullScale, fields, name, *notes);
-    return pixels.depth() == CV_8U ? CorrectAll<std::uint8_t>(pixels, fullScale, fields)
-                                   : CorrectAll<std::uint16_t>(pixels, fullScale, fields);
+    return corrected;
+}
+
+void CorrectFieldsInto(cv::Mat& corrected, const cv::Mat& pixels, int fullScale, const FieldTables& fields,
+                       const std::string& name)
+{
+    CheckFields(pixels, fields, name);
+    if (pixels.depth() == CV_8U)
+        CorrectAll<std::uint8_t>(corrected, pixels, fullScale, fields);
+    else
+        CorrectAll<std::uint16_t>(corrected, pixels, fullScale, fields);
 }
 
 } // namespace narvo

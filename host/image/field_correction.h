@@ -19,4 +19,9 @@ namespace narvo
 cv::Mat CorrectFields(const cv::Mat& pixels, int fullScale, const FieldTables& fields, const std::string& name,
                       ConversionNotes* notes);
 
+/// The same into memory of the caller's, of the size and type of `pixels`; nothing is noted and no memory taken.
+/// @throws HostError as the other
+void CorrectFieldsInto(cv::Mat& corrected, const cv::Mat& pixels, int fullScale, const FieldTables& fields,
+                       const std::string& name);
+
 } // namespace narvo

@@ -2,13 +2,16 @@
 // Rows without end in the public form.
 #include "narvo/host_stream.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "host/image/grey_image.h"
+#include "host/image/row_conversion.h"
 #include "host/library/named_settings.h"
 #include "host/library/public_report.h"
 #include "host/library/recipe_parts.h"
@@ -40,14 +43,30 @@ CheckedRecipe OnlyRegion(const Recipe& recipe)
     return regions.front();
 }
 
-narvo::StreamSettings StreamSettingsOf(const Settings& settings, const Recipe& recipe, int width)
+struct NamedSettings : narvo::StreamSettings
 {
-    narvo::StreamSettings made;
+    int cameraRows = 0;
+};
+
+std::vector<narvo::Problem> CheckSettingsOf(const NamedSettings& settings, const narvo::Recipe& recipe, int width)
+{
+    std::vector<narvo::Problem> found = CheckStream(recipe, width, settings);
+    if (settings.cameraRows != 0 && settings.cameraRows != 1)
+        found.push_back({"camera_rows", std::to_string(settings.cameraRows), "0 or 1"});
+    return found;
+}
+
+NamedSettings NamedSettingsOf(const Settings& settings, const Recipe& recipe, int width)
+{
+    const CheckedRecipe region = OnlyRegion(recipe);
+    NamedSettings made;
     library::TakeSettings(settings,
                           {{"window_rows", &made.windowRows},
                            {"largest_blob", &made.largestBlob},
-                           {"max_open_pairs", &made.maxOpenPairs}},
-                          [&] { return CheckStream(*OnlyRegion(recipe), width, made); });
+                           {"max_open_pairs", &made.maxOpenPairs},
+                           {"camera_rows", &made.cameraRows}},
+                          [&] { return CheckSettingsOf(made, region, width); });
+    ThrowIfAny(CheckSettingsOf(made, region, width));
     return made;
 }
 
@@ -56,15 +75,6 @@ OnStreamDefect GivenFunction(OnStreamDefect onDefect)
     if (!onDefect)
         throw HostError({{"onDefect", "no function", "a function"}});
     return onDefect;
-}
-
-/// Rows of more than 8 bits become grey pixel by pixel, so that it does not matter in which pieces they come.
-void CheckDeepRows(const ImagePixels& rows, const ImageReading& reading)
-{
-    const bool mosaic = reading.bayer != Bayer_None && reading.demosaic != Demosaic_Off;
-    if (rows.bits > 8 && (mosaic || !reading.fields.IsEmpty()))
-        throw HostError({{"rows.bits", std::to_string(rows.bits),
-                          "8 with this recipe: its image section looks at whole images (bayer, flat_field)"}});
 }
 
 } // namespace
@@ -78,10 +88,26 @@ struct StripStream::Content
         State_Broken
     };
 
-    Content(const Recipe& recipe, int width, OnStreamDefect onDefect, const Settings& settings)
-        : sink(GivenFunction(std::move(onDefect))),
-          stream(OnlyRegion(recipe), width, StreamSettingsOf(settings, recipe, width), sink), region(OnlyRegion(recipe))
+    Content(const Recipe& recipe, int width, OnStreamDefect onDefect, const Settings& given)
+        : settings(NamedSettingsOf(given, recipe, width)), sink(GivenFunction(std::move(onDefect))),
+          stream(OnlyRegion(recipe), width, settings, sink), conversion(*OnlyRegion(recipe), width)
     {
+    }
+
+    bool Converts(const ImagePixels& rows) const
+    {
+        return rows.bits > 8 || (settings.cameraRows != 0 && !conversion.LeavesBytes());
+    }
+
+    void PushConverted(const ImagePixels& rows, std::ptrdiff_t stride)
+    {
+        for (int row = 0; row < rows.height; row += RowConversion::nMostRows)
+        {
+            const int count = std::min(RowConversion::nMostRows, rows.height - row);
+            const void* const first = static_cast<const std::uint8_t*>(rows.pixels) + row * stride;
+            const GreyImage& grey = conversion.Convert(first, count, stride);
+            stream.Push(grey.Row(0), count, grey.Stride());
+        }
     }
 
     /// Runs `work`, where `begin` says so, as the only call. When it fails and does not set the state, the stream is
@@ -111,9 +137,11 @@ struct StripStream::Content
     }
 
     mutable std::recursive_mutex mutex; ///< counts may be asked for from within onDefect
+    NamedSettings settings;
     CallbackSink sink;
     narvo::StripStream stream;
-    CheckedRecipe region;
+    RowConversion conversion;
+    bool unchanged = false; ///< rows came to which the recipe's section image was not applied
     State state = State_Running;
     bool working = false;
 };
@@ -152,17 +180,18 @@ void StripStream::Push(const ImagePixels& rows)
                     if (rows.width != Width())
                         throw HostError({{"rows.width", std::to_string(rows.width),
                                           std::to_string(Width()) + ", the width of the stream"}});
-                    CheckDeepRows(rows, *content.region);
+                    if (content.Converts(rows))
+                        content.conversion.Prepare(rows.bits, (1 << rows.bits) - 1);
                     return true;
                 },
                 [&]
                 {
-                    if (rows.bits == 8)
-                        content.stream.Push(static_cast<const std::uint8_t*>(rows.pixels), rows.height, stride);
+                    if (content.Converts(rows))
+                        content.PushConverted(rows, stride);
                     else
                     {
-                        GreyImage copy;
-                        content.stream.Push(library::ReadableView(rows, *content.region, copy, "rows"));
+                        content.unchanged = content.unchanged || !content.conversion.LeavesBytes();
+                        content.stream.Push(static_cast<const std::uint8_t*>(rows.pixels), rows.height, stride);
                     }
                     content.state = Content::State_Running;
                 });
@@ -204,7 +233,11 @@ StreamCounts StripStream::Counts() const
 std::vector<std::string> StripStream::Warnings() const
 {
     const std::lock_guard lock(m_content->mutex);
-    return m_content->stream.Warnings();
+    std::vector<std::string> warnings = m_content->stream.Warnings();
+    if (m_content->unchanged)
+        warnings.emplace_back("rows of 8 bits were taken for grey levels: image.flat_field, image.dark_field, "
+                              "image.levels and image.weights were not applied; camera_rows 1 applies them");
+    return warnings;
 }
 
 } // namespace narvo::v1

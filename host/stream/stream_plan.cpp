@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <utility>
 
+#include "host/image/row_conversion.h"
 #include "host/inspect/inspection_plan.h"
 #include "host/inspection_kind.h"
 
@@ -131,6 +133,8 @@ std::vector<Problem> CheckStream(const Recipe& recipe, int width, const StreamSe
     if (recipe.mode != Mode_Pixel && recipe.mode != Mode_Float && recipe.mode != Mode_Zone)
         found.push_back({"mode", WordOf(recipe.mode), "zone, pixel or float in a stream"});
     CheckPlaces(recipe, found);
+    for (Problem& problem : CheckRowReading(recipe, width))
+        found.push_back(std::move(problem));
     if (recipe.autoDirection)
         found.push_back({"auto_direction", "true", "false in a stream: the direction would depend on its length"});
     if (recipe.twicePitch != 0.0)

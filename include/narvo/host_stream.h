@@ -50,6 +50,7 @@ struct StreamCounts
 /// | window_rows | rows inspected in one call; less shortens the delay | a few pitches .. 10000; 0 chooses | 0 |
 /// | largest_blob | rows that a defect may have; taller ones are cut, and counted | 1 .. 1000000 | 1024 |
 /// | max_open_pairs | answers that may wait; with more, all are reported, and counted | 1 .. 10000000 | 100000 |
+/// | camera_rows | 1: rows of 8 bits are the camera's, and the recipe's section image applies to them | 0, 1 | 0 |
 ///
 /// Any threads may call it, one after the other; calls wait for each other. From within `onDefect`, Push and Finish are
 /// refused, all other calls may be made, and the stream must not be destroyed.
@@ -58,7 +59,7 @@ class NARVOHOST_API StripStream
 public:
     /// `width`: pixels of a row, 1 .. 32000. `onDefect` is copied.
     /// @throws Error with everything that a stream cannot do: modes other than zone, pixel and float, fields that give
-    /// places by rows, several regions, settings out of their range, no function
+    /// places by rows, mosaics and fields of more than a row, several regions, settings out of their range, no function
     StripStream(const Recipe& recipe, int width, OnStreamDefect onDefect, const Settings& settings = {});
     ~StripStream();
     StripStream(const StripStream&) = delete;
@@ -70,8 +71,8 @@ public:
     std::int64_t DelayRows() const noexcept;
 
     /// The next rows: an image of the stream's width and of any height. Rows of 8 bits without gaps, whose width is a
-    /// multiple of 4, are inspected where they lie when they are half a window or more; others are copied. Of more than
-    /// 8 bits, the recipe's image.levels say how they become grey.
+    /// multiple of 4, are inspected where they lie when they are half a window or more; others are copied. To those of
+    /// more than 8 bits, and with camera_rows to all, the recipe's section image is applied: fields of one row, levels.
     /// @throws Error for rows that are none or of another width, after Finish, and from within onDefect; then no row
     /// was taken. What onDefect throws, and std::bad_alloc, come out of it, too: the stream is over then, as its rows
     /// were taken in part

@@ -856,9 +856,11 @@ extern "C"
     /// | window_rows | rows inspected in one call; less shortens the delay | a few pitches .. 10000; 0 chooses | 0 |
     /// | largest_blob | rows that a defect may have; taller ones are cut, and counted | 1 .. 1000000 | 1024 |
     /// | max_open_pairs | answers that may wait; with more, all are reported, and counted | 1 .. 10000000 | 100000 |
+    /// | camera_rows | 1: rows of 8 bits are the camera's, and the recipe's section image applies to them | 0, 1 | 0 |
     ///
     /// @return NARVO_REFUSED with everything that a stream cannot do: modes other than zone, pixel and float, fields
-    /// that give places by rows, several regions, settings out of their range
+    /// that give places by rows, mosaics and light fields of more than a row, several regions, settings out of their
+    /// range
     NARVO_C_API int32_t narvo_stream_create(const narvo_recipe* recipe, int32_t width, const narvo_setting* settings,
                                             int64_t setting_count, narvo_stream** stream);
     /// Sets `*rows` to the rows between a row's arrival and the report of a defect that begins there, at most.

@@ -53,15 +53,28 @@ class StripStream:
 
     window_rows (0 chooses, at most 10000) are inspected in one call: less shortens the delay. largest_blob (1 to
     1000000) is the rows that a blob may have, taller ones are cut. max_open_pairs (1 to 10000000) pairs may wait for
-    their blobs. Any threads may push, one after the other; blobs are returned to the call that made them final.
+    their blobs. With camera_rows the rows are the camera's, and the recipe's section image is applied to them: flat and
+    dark fields of one row, levels, weights. Any threads may push, one after the other; blobs are returned to the call that made them final.
 
     Raises RecipeError for what a stream cannot do, settings out of range and a width outside 1 to 32000.
     """
 
     def __init__(
-        self, recipe: Any, width: int, *, window_rows: int = 0, largest_blob: int = 1024, max_open_pairs: int = 100000
+        self,
+        recipe: Any,
+        width: int,
+        *,
+        window_rows: int = 0,
+        largest_blob: int = 1024,
+        max_open_pairs: int = 100000,
+        camera_rows: bool = False,
     ) -> None:
-        settings = {"window_rows": window_rows, "largest_blob": largest_blob, "max_open_pairs": max_open_pairs}
+        settings = {
+            "window_rows": window_rows,
+            "largest_blob": largest_blob,
+            "max_open_pairs": max_open_pairs,
+            "camera_rows": int(bool(camera_rows)),
+        }
         self._feed = RowFeed(recipe, width, settings)
 
     @property

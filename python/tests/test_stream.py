@@ -58,6 +58,27 @@ def test_however_it_is_cut_the_blobs_are_those_of_the_whole_image(direction, see
     assert stream.counts.blobs == len(found)
 
 
+@pytest.mark.parametrize("bits", [8, 16])
+def test_light_is_taken_out_row_by_row(bits):
+    fall_off = 1 - 0.4 * np.linspace(-1, 1, WIDTH) ** 2
+    kind = np.uint8 if bits == 8 else np.uint16
+    camera = (web(900) * fall_off * (0.9 if bits == 8 else 200)).astype(kind)
+    flat = np.round(fall_off * (230 if bits == 8 else 51000)).astype(kind)[np.newaxis]
+    recipe = narvoassem.Recipe(RECIPE, flat_field=flat)
+    converted = narvoassem.convert_image(camera, recipe)
+    whole = narvoassem.inspect(converted, recipe)
+    assert len(whole.blobs) >= 5
+    if bits == 8:
+        stream = narvoassem.StripStream(recipe, WIDTH, camera_rows=True)
+        assert places(run(stream, camera, 1)) == places(whole.blobs)
+        assert stream.warnings == []
+    plain = narvoassem.StripStream(recipe, WIDTH)
+    found = [plain.push(narvoassem.convert_image(rows, recipe)) for rows in pieces(camera, 1)]
+    found.append(plain.finish())
+    assert places(np.concatenate(found)) == places(whole.blobs)
+    assert len(plain.warnings) == 1 and "camera_rows" in plain.warnings[0]
+
+
 def test_rows_are_counted_in_64_bits_with_the_columns_of_a_result():
     stream = narvoassem.StripStream(RECIPE, WIDTH)
     found = run(stream, web(600), 0)

@@ -192,6 +192,144 @@ TEST(HostStream, NumbersThatAreNotWholeAreRefusedWithTheRange)
     EXPECT_EQ(refused[1].value, "2.5");
 }
 
+namespace
+{
+
+/// Camera values of one case, the recipe that reads them, and the values of its fields.
+struct LightCase
+{
+    int bits = 8;
+    std::vector<std::uint8_t> bytes; ///< where bits are 8
+    std::vector<std::uint16_t> words;
+    std::vector<std::uint16_t> flat;
+    std::vector<std::uint16_t> dark;
+    std::optional<Recipe> recipe;
+};
+
+/// The picture under a light that falls off to the sides, with columns that differ and a dead one.
+LightCase RandomLight(CRandom& random, Picture8& picture)
+{
+    LightCase one;
+    one.bits = random.Pick({8, 10, 12, 16});
+    const int full = (1 << one.bits) - 1;
+    const int steps = one.bits == 8 ? 256 : 1; // a field of 16 bits holds parts of an 8-bit value
+    RecipeDraft draft = RecipeDraft::Of(
+        StreamRecipe(random.Pick({"zone", "pixel", "float"}), 12.0, random.Pick({"vertical", "horizontal"})));
+    const int dead = random.Int(0, 3) == 0 ? random.Int(1, picture.width - 2) : -1;
+    std::vector<double> gains;
+    for (int x = 0; x < picture.width; ++x)
+    {
+        const double side = 2.0 * x / picture.width - 1.0;
+        gains.push_back(x == dead ? 0.01 : 1.0 - 0.4 * side * side - 0.01 * random.Int(0, 10));
+        one.dark.push_back(static_cast<std::uint16_t>(random.Int(0, full / 40) * steps));
+        one.flat.push_back(static_cast<std::uint16_t>(one.dark.back() + 0.9 * full * gains.back() * steps));
+    }
+    for (int y = 0; y < picture.height; ++y)
+        for (int x = 0; x < picture.width; ++x)
+        {
+            const auto column = static_cast<std::size_t>(x);
+            const double light = 0.9 * picture.At(x, y) / 255.0 * full * gains[column];
+            const int value = std::min(full, static_cast<int>(light) + one.dark[column] / steps);
+            one.bytes.push_back(static_cast<std::uint8_t>(value));
+            one.words.push_back(static_cast<std::uint16_t>(value));
+        }
+    const int fields = random.Int(0, 4);
+    if (fields > 0)
+        draft.SetFlatField({one.flat.data(), picture.width, 1, 1, 16});
+    if (fields > 1)
+        draft.SetDarkField({one.dark.data(), picture.width, 1, 1, 16});
+    if (random.Int(0, 2) == 0)
+        draft.Set("image.levels.low", random.Int(1, full / 10)).Set("image.levels.high", random.Int(full / 2, full));
+    if (random.Int(0, 4) == 0)
+        draft.Set("image.channel", "mixture").Set("image.weights.green", 0.5).Set("image.weights.red", 0.4);
+    one.recipe = draft.Check();
+    return one;
+}
+
+} // namespace
+
+TEST(HostStream, TakesTheLightOutRowByRowAsOneCallOutOfTheWholeImage)
+{
+    Inspector inspector;
+    std::size_t defects = 0;
+    int exact = 0;
+    const std::vector<std::uint64_t> seeds = CaseSeeds("HostStreamLight", 60);
+    for (const std::uint64_t seed : seeds)
+    {
+        SCOPED_TRACE(ReplayHint(seed));
+        CRandom random(seed);
+        Picture8 picture = Defective(random.Int(400, 1500), static_cast<unsigned>(seed));
+        const LightCase one = RandomLight(random, picture);
+        const ImagePixels deep(one.words.data(), picture.width, picture.height, 0, one.bits);
+        const PixelArray bytes{one.bytes.data(), picture.width, picture.height, 1, 8};
+        const std::vector<Report> whole =
+            one.bits > 8 ? inspector.Inspect(deep, *one.recipe)
+                         : inspector.Inspect(Image::FromPixels(bytes, ImageRules::Of(*one.recipe)), *one.recipe);
+        Collected found;
+        StripStream stream(*one.recipe, picture.width, found.Function(), {{"camera_rows", 1}});
+        for (int row = 0; row < picture.height;)
+        {
+            const int rows = std::min(random.Int(1, random.Int(0, 3) == 0 ? 900 : 60), picture.height - row);
+            const std::size_t first = static_cast<std::size_t>(row) * static_cast<std::size_t>(picture.width);
+            if (one.bits > 8)
+                stream.Push({&one.words[first], picture.width, rows, 0, one.bits});
+            else
+                stream.Push({&one.bytes[first], picture.width, rows});
+            row += rows;
+        }
+        stream.Finish();
+        if (!stream.Counts().exact)
+            continue;
+        ++exact;
+        EXPECT_THAT(stream.Warnings(), IsEmpty());
+        std::sort(found.lines.begin(), found.lines.end());
+        EXPECT_EQ(found.lines, LinesOf(whole.front()));
+        defects += found.lines.size();
+    }
+    if (seeds.size() >= 10)
+    {
+        EXPECT_GT(exact, 0.8 * static_cast<double>(seeds.size()));
+        EXPECT_GT(defects, 5 * seeds.size());
+    }
+}
+
+TEST(HostStream, SaysWhatOfTheCamerasLightWasNotApplied)
+{
+    const Recipe plain = StreamRecipe("pixel", 12.0, "vertical");
+    const std::vector<std::uint8_t> row(160, 200);
+    const std::vector<std::uint8_t> twoRows(320, 200);
+    const Recipe lit = RecipeDraft::Of(plain).SetFlatField({row.data(), 160, 1, 1, 8}).Check();
+    Picture8 picture = Defective(300, 5);
+    StripStream grey(lit, picture.width, [](const StreamDefect&) {});
+    EXPECT_THAT(grey.Warnings(), IsEmpty());
+    grey.Push(picture.Pixels());
+    EXPECT_THAT(grey.Warnings(), testing::ElementsAre(testing::HasSubstr("camera_rows")));
+
+    const auto refused = [](const std::vector<Problem>& problems)
+    { return problems.empty() ? std::string("no problem") : problems.front().field; };
+    const auto flat = [&](int width, int height, int channels)
+    {
+        const std::vector<std::uint8_t> white(static_cast<std::size_t>(width * height * channels), 200);
+        return RecipeDraft::Of(plain).SetFlatField({white.data(), width, height, channels, 8}).Check();
+    };
+    EXPECT_EQ(refused(StreamProblems(flat(160, 2, 1), 160)), "image.flat_field");
+    EXPECT_EQ(refused(StreamProblems(flat(80, 1, 1), 160)), "image.flat_field");
+    EXPECT_EQ(refused(StreamProblems(flat(160, 1, 3), 160)), "image.flat_field");
+    const Recipe dark = RecipeDraft::Of(plain).SetDarkField({twoRows.data(), 160, 2, 1, 8}).Check();
+    EXPECT_EQ(refused(StreamProblems(dark, 160)), "image.dark_field");
+    const Recipe mosaic = RecipeDraft::Of(plain).Set("image.bayer", "rggb").Check();
+    EXPECT_EQ(refused(StreamProblems(mosaic, 160)), "image.bayer");
+    EXPECT_EQ(refused(StreamProblems(plain, 160, {{"camera_rows", 2}})), "camera_rows");
+    // Fields of 8 bits say nothing of deeper rows, and none of these is taken.
+    const std::vector<std::uint16_t> words(160 * 10, 900);
+    EXPECT_EQ(refused(Attempt(
+                  [&] {
+                      grey.Push({words.data(), 160, 10, 0, 10});
+                  })),
+              "image.flat_field, image.dark_field");
+    EXPECT_EQ(grey.Counts().rows, 300);
+}
+
 TEST(HostStream, RefusesWhatItCannotDoByField)
 {
     const Recipe recipe = StreamRecipe("pixel", 12.0, "vertical");

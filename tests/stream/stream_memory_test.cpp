@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "bench/malloc_count.h"
+#include "host/image/row_conversion.h"
 #include "host/stream/strip_stream.h"
 
 namespace narvo::test
@@ -85,6 +86,27 @@ TEST(StreamMemory, TakesNoneOnceItRunsOverWindowSums)
 {
     ExpectNoAllocation(Mode_Float, Direction_Vertical, 600);
     ExpectNoAllocation(Mode_Float, Direction_Horizontal, 600);
+}
+
+TEST(StreamMemory, TakesNoneToTakeTheLightOut)
+{
+    constexpr int nWidth = 600;
+    FieldImage flat{nWidth, 1, 1, 1, std::vector<std::uint8_t>(nWidth, 200)};
+    flat.pixels[300] = 150;
+    ImageReading reading;
+    reading.levelLow = 3;
+    reading.fields = FieldImages(flat, {}, false);
+    RowConversion conversion(reading, nWidth);
+    conversion.Prepare(8, 255);
+    const GreyImage rows = Rows(nWidth, RowConversion::nMostRows);
+    bench::StartHeapCount();
+    for (const int count : {RowConversion::nMostRows, 7, 64})
+    {
+        conversion.Prepare(8, 255);
+        conversion.Convert(rows.Row(0), count, rows.Stride());
+    }
+    const bench::SHeapUse use = bench::StopHeapCount();
+    EXPECT_EQ(use.nCalls, 0U);
 }
 
 TEST(StreamMemory, TakesNoneOnceItRunsInBands)
