@@ -142,9 +142,12 @@ public:
 
     int SchemaVersion() override
     {
+        // All three of one moment: another program may make the store between two reads.
+        Execute("SAVEPOINT version");
         const int version = Number("PRAGMA user_version");
         const int application = Number("PRAGMA application_id");
         const int tables = Number("SELECT count(*) FROM sqlite_master");
+        Execute("RELEASE version");
         if (application != nApplication && (application != 0 || version != 0 || tables != 0))
             throw HostError(
                 {{"--store " + Place(), "a database of another program", "results of narvo, or a new file"}});

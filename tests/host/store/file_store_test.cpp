@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: MIT
 // A store in a file of SQLite: all that every store has to do, and what can be wrong with a file.
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <latch>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -17,6 +22,7 @@
 #include "host/store/store_checks.h"
 #include "host/store/store_schema.h"
 #include "host/store/store_writer.h"
+#include "support/seeds.h"
 
 namespace narvo::test
 {
@@ -92,6 +98,25 @@ TEST(FileStore, HoldsEveryAcknowledgedImageOnceAfterKills)
 {
     const TestFolder folder;
     CheckKills(folder / "s.sqlite", 25);
+}
+
+TEST(FileStore, TakesSeveralWritersWhoMakeItAtOnce)
+{
+    const TestFolder folder;
+    const int rounds = std::max(400 / CaseShare(), 40);
+    for (int i = 0; i < rounds && !HasFailure(); ++i)
+    {
+        const std::string place = folder / (std::to_string(i) + ".sqlite");
+        std::latch begin(3);
+        std::vector<std::jthread> writers;
+        for (int writer = 0; writer < 3; ++writer)
+            writers.emplace_back(
+                [&]
+                {
+                    begin.arrive_and_wait();
+                    EXPECT_THAT(ProblemsOf([&] { OpenResultStore(place, StoreAccess_Write); }), testing::IsEmpty());
+                });
+    }
 }
 
 TEST(FileStore, TakesSeveralWritersAtOnce)
