@@ -68,7 +68,8 @@ TEST(StreamRandom, ReportsWhatOneCallForTheWholeImageReports)
                 "%d not exact\n",
                 compared, byRowTable, byColumnTable, static_cast<long long>(windows), static_cast<long long>(blobs),
                 static_cast<long long>(repairs), inexact);
-    if (seeds.size() > 1)
+    // A share of the cases need not reach all of this.
+    if (seeds.size() > 1 && CaseShare() == 1)
     {
         EXPECT_GT(compared, 3 * static_cast<int>(seeds.size()) / 4);
         EXPECT_GT(windows, 2 * compared);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // `narvo watch --store`: the database holds what the result file holds, behind kills and absences of either side.
+#include <algorithm>
 #include <chrono>
 #include <map>
 #include <memory>
@@ -57,6 +58,19 @@ protected:
             lines[std::to_string(lines.size() + 1) + " " + document["image"].get<std::string>()] = line;
         }
         return lines;
+    }
+
+    /// Returns when the result file has that many lines, and where it does not get them, in a minute.
+    void WaitForLines(std::ptrdiff_t count) const
+    {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+        for (std::string text; std::count(text.begin(), text.end(), '\n') < count;
+             text = ReadText(folder / "watch.jsonl"))
+        {
+            if (std::chrono::steady_clock::now() > end)
+                return;
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
     }
 
     /// The same lines from the store's only run.
@@ -148,9 +162,9 @@ TEST_F(NarvoWatchStore, InspectsOnWhileAServerIsAwayAndGivesItAllWhenItIsBack)
     std::thread outage(
         [&]
         {
-            std::this_thread::sleep_for(std::chrono::milliseconds(700));
+            WaitForLines(8);
             server.Kill();
-            std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+            WaitForLines(34);
             server.Start();
         });
     const Outcome run = Line(Watch(60, "0.05", "--json s.json --store '" + place + "'"));

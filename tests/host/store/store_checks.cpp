@@ -224,6 +224,7 @@ void CheckKills(const std::string& place, int kills)
     std::set<std::int64_t> acknowledged;
     std::size_t cut = 0;
     constexpr std::uint64_t count = 400;
+    kills = std::max(kills / CaseShare(), 3);
     for (int i = 0; i < kills; ++i)
     {
         // Each begins before what the last acknowledged, as a run that goes on does.

@@ -21,7 +21,7 @@ void CheckRoundTrip(const std::string& place);
 void CheckRuns(const std::string& place);
 void CheckReplacing(const std::string& place);
 void CheckVerdicts(const std::string& place);
-/// Writers that are killed at random moments, `kills` times; each goes on in the same run.
+/// Writers that are killed at random moments, `kills` times or a share of these; each goes on in the same run.
 void CheckKills(const std::string& place, int kills);
 void CheckTwoWriters(const std::string& place);
 
