@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Cameras by Aravis: GigE Vision and USB3 Vision. All of the module's contents; the program finds its functions by
 // name.
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <new>
 #include <utility>
 
@@ -122,8 +124,12 @@ public:
         if (m_stream.Get() == nullptr)
             return {{m_name, TakeErrorText(error), "a camera that opens a stream"}};
         if (ARV_IS_GV_STREAM(m_stream.Get()))
+            // A program without the right to packet sockets gets its packets from a socket, and the system counts the
+            // memory of each against the socket's buffer, more than its bytes: room for several frames keeps a burst.
+            // More than net.core.rmem_max is cut by the system.
             g_object_set(m_stream.Get(), "frame-retention", static_cast<unsigned>(m_settings.framePause) * 1000U,
-                         nullptr);
+                         "socket-buffer", ARV_GV_STREAM_SOCKET_BUFFER_FIXED, "socket-buffer-size",
+                         static_cast<int>(std::min<std::int64_t>(m_shape.payload * 4, 64 << 20)), nullptr);
         const auto bytes = static_cast<std::size_t>(m_shape.payload);
         for (int i = 0; i < m_settings.buffers; ++i)
         {
