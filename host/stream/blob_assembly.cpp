@@ -26,6 +26,8 @@ BlobAssembly::BlobAssembly(const CConvParam& block, bool vertical, int left, int
     parameters.pImage = nullptr;
     m_store.SetConvParam(&parameters);
     m_ends.resize(2 * static_cast<std::size_t>((block.rtInspect.right - left) / unit + 2));
+    m_own.reserve(nPairsAtATime);
+    m_ending.reserve(nPairsAtATime);
     m_list.reserve(2 * nPairsAtATime);
     m_walkEnds.reserve(nPairsAtATime);
 }
@@ -79,7 +81,7 @@ void BlobAssembly::ListWalkEnds()
                 m_walkEnds.push_back(end);
             }
     };
-    for (const Entry& entry : m_list)
+    for (const Entry& entry : m_own)
     {
         const OpenPair& pair = *entry.pair;
         if (pair.unit != unit && unit >= 0)
@@ -96,17 +98,21 @@ void BlobAssembly::ListWalkEnds()
 
 void BlobAssembly::BuildSome(std::span<const OpenPair> pairs, const TakeBlob& takeBlob, const TakePair& takePair)
 {
-    m_list.clear();
+    m_own.clear();
     for (const OpenPair& pair : pairs)
-        m_list.push_back({pair.unit, pair.order, &pair});
-    std::sort(m_list.begin(), m_list.end());
+        m_own.emplace_back(pair);
+    std::sort(m_own.begin(), m_own.end());
+    m_ending.clear();
     if (m_vertical && m_unit == nStrip)
     {
         ListWalkEnds();
         for (const OpenPair& end : m_walkEnds)
-            m_list.push_back({end.unit, end.order, &end});
-        std::sort(m_list.begin(), m_list.end());
+            m_ending.emplace_back(end);
+        std::sort(m_ending.begin(), m_ending.end());
     }
+    // A pair comes before its double, which then ends no other walk.
+    m_list.resize(m_own.size() + m_ending.size());
+    std::merge(m_own.begin(), m_own.end(), m_ending.begin(), m_ending.end(), m_list.begin());
     const auto [first, last] = std::minmax_element(pairs.begin(), pairs.end(),
                                                    [](const OpenPair& a, const OpenPair& b) { return a.row < b.row; });
     const std::int64_t base = first->row;

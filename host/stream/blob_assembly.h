@@ -46,21 +46,21 @@ private:
         std::uint64_t order[2] = {nNone, nNone}; ///< the first in the last two columns, the first in the last one
         int x[2] = {0, 0};
     };
-    /// A pair's place in the engine's order.
+    /// A pair's place in the engine's order: by strip, then by arrival.
     struct Entry
     {
-        int unit;
-        std::uint64_t order;
-        const OpenPair* pair;
-
-        /// A pair that is in the list by itself comes before its double, which then ends no other walk.
-        bool operator<(const Entry& other) const
+        Entry() = default;
+        explicit Entry(const OpenPair& one)
+            : place(static_cast<std::uint64_t>(one.unit) << nArrivalBits | one.order), pair(&one)
         {
-            return unit != other.unit     ? unit < other.unit
-                   : order != other.order ? order < other.order
-                                          : pair->cluster > other.pair->cluster;
         }
+
+        std::uint64_t place = 0;
+        const OpenPair* pair = nullptr;
+
+        bool operator<(const Entry& other) const { return place < other.place; }
     };
+    static constexpr int nArrivalBits = 52;
     void BuildSome(std::span<const OpenPair> pairs, const TakeBlob& takeBlob, const TakePair& takePair);
     void ListWalkEnds();
     WalkEnds& EndsOf(int unit, int type) { return m_ends[static_cast<std::size_t>(unit * 2 + type)]; }
@@ -70,7 +70,9 @@ private:
     int m_unit;
     CBlobStorage m_store;
     std::vector<WalkEnds> m_ends;
-    std::vector<Entry> m_list;        ///< what goes into the store, in its order
+    std::vector<Entry> m_own;         ///< pairs to be built, in the engine's order
+    std::vector<Entry> m_ending;      ///< walk ends, in that order
+    std::vector<Entry> m_list;        ///< both, as they go into the store
     std::vector<OpenPair> m_walkEnds; ///< of these, those that only end walks
 };
 

@@ -28,6 +28,7 @@ PairClusters::PairClusters(int distance, int largest, std::size_t capacity) : m_
     m_clusters.reserve(capacity);
     m_sorted.reserve(capacity);
     m_active.reserve(capacity);
+    m_late.reserve(capacity);
     m_places.reserve(2 * capacity);
     m_starts.reserve(capacity + 1);
 }
@@ -70,7 +71,8 @@ void PairClusters::ListByColumns()
         const int first = std::max(box.left - m_distance, 0) / nStretch;
         const int last = (box.right + m_distance) / nStretch;
         for (int stretch = first; stretch <= last; ++stretch)
-            m_places.push_back({stretch, number, box.top});
+            m_places.push_back(
+                {static_cast<std::uint64_t>(stretch) << nRowBits | static_cast<std::uint64_t>(box.top), number});
     }
     std::sort(m_places.begin(), m_places.end());
 }
@@ -88,12 +90,13 @@ void PairClusters::Join()
         grown = false;
         ListByColumns();
         m_active.clear();
-        int stretch = 0;
+        std::uint64_t stretch = 0;
         for (const Place& place : m_places)
         {
-            if (place.stretch != stretch)
+            if (place.order >> nRowBits != stretch)
                 m_active.clear();
-            stretch = place.stretch;
+            stretch = place.order >> nRowBits;
+            const auto top = static_cast<std::int64_t>(place.order & ((std::uint64_t{1} << nRowBits) - 1));
             const int next = RootOf(place.cluster);
             Cluster& cluster = at(next);
             std::erase_if(m_active,
@@ -101,7 +104,7 @@ void PairClusters::Join()
                           {
                               const int root = RootOf(other);
                               Cluster& near = at(root);
-                              if (root == next || near.box.bottom + m_distance < place.top)
+                              if (root == next || near.box.bottom + m_distance < top)
                                   return true;
                               if (near.type != cluster.type || !near.box.IsWithin(cluster.box, m_distance))
                                   return false;
@@ -121,15 +124,21 @@ void PairClusters::Join()
 int PairClusters::MarkComplete(std::int64_t end)
 {
     int cut = 0;
+    m_late.clear();
     for (const int number : m_sorted)
-        m_clusters[static_cast<std::size_t>(number)].isComplete = true;
+    {
+        Cluster& cluster = m_clusters[static_cast<std::size_t>(number)];
+        cluster.isComplete = true;
+        if (cluster.box.bottom + m_distance >= end - m_largest) // as far up as that row can lie
+            m_late.push_back(number);
+    }
     for (const int type : {DefectType_Dark, DefectType_Bright})
     {
         std::int64_t reach = end;
         for (std::int64_t before = reach + 1; reach < before;)
         {
             before = reach;
-            for (const int number : m_sorted)
+            for (const int number : m_late)
             {
                 Cluster& cluster = m_clusters[static_cast<std::size_t>(number)];
                 if (cluster.type != type || cluster.box.bottom + m_distance < reach ||
@@ -139,7 +148,7 @@ int PairClusters::MarkComplete(std::int64_t end)
                 reach = std::min(reach, cluster.box.top);
             }
         }
-        for (const int number : m_sorted)
+        for (const int number : m_late)
         {
             const Cluster& cluster = m_clusters[static_cast<std::size_t>(number)];
             if (cluster.type != type || cluster.box.bottom + m_distance < reach || end - cluster.box.top <= m_largest)

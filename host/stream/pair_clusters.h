@@ -70,19 +70,15 @@ private:
         bool isComplete;
     };
 
-    /// A cluster in a stretch of columns.
+    /// A cluster in a stretch of columns: places sort by stretch and row in one comparison.
     struct Place
     {
-        int stretch;
+        std::uint64_t order; ///< the stretch above nRowBits, the first row of its box below
         int cluster;
-        std::int64_t top;
 
-        bool operator<(const Place& other) const
-        {
-            return stretch != other.stretch ? stretch < other.stretch
-                                            : (top != other.top ? top < other.top : cluster < other.cluster);
-        }
+        bool operator<(const Place& other) const { return order < other.order; }
     };
+    static constexpr int nRowBits = 52;
 
     int RootOf(int cluster);
     void ListByColumns();
@@ -100,6 +96,7 @@ private:
     std::vector<Cluster> m_clusters;
     std::vector<int> m_sorted;
     std::vector<int> m_active;
+    std::vector<int> m_late; ///< clusters that may wait for rows to come
     std::vector<Place> m_places;
     std::vector<std::size_t> m_starts; ///< of each cluster's pairs among those that leave
     std::vector<Cluster> m_cut;        ///< completed by their size alone

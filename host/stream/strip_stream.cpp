@@ -20,7 +20,7 @@ namespace
 
 constexpr std::int64_t nGridRows = std::int64_t{1} << 22; // then zone cells are counted anew
 constexpr std::int64_t nGridAlignment = 1 << 12;
-constexpr int nRepairHops = 4; // rows that a repair looks at first
+constexpr int repairHops[] = {1, 4}; // rows that a repair looks at first, and then
 constexpr std::int64_t nEndless = std::numeric_limits<std::int64_t>::max() / 4;
 
 CheckedRecipe ForWindows(const CheckedRecipe& recipe, int width, const StreamSettings& settings)
@@ -147,10 +147,13 @@ std::size_t StripStream::RepairFrom(const Rows& rows, std::int64_t start, std::i
         }
         return all;
     };
-    const std::int64_t soon = m_counts.finalRows + std::int64_t{nRepairHops} * m_plan.hop;
-    if (soon + m_plan.ahead < rows.end)
-        if (const ChainSeam::Repair done = repair(soon + m_plan.ahead, soon); !done.goesOn)
-            return done.open;
+    for (const int hops : repairHops)
+    {
+        const std::int64_t soon = m_counts.finalRows + std::int64_t{hops} * m_plan.hop;
+        if (soon + m_plan.ahead < rows.end)
+            if (const ChainSeam::Repair done = repair(soon + m_plan.ahead, soon); !done.goesOn)
+                return done.open;
+    }
     return repair(rows.end, end).open;
 }
 
