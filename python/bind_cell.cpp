@@ -86,6 +86,7 @@ v1::GoldenCell LearnCell(const py::handle& images, const py::handle& recipe)
             return arguments;
         });
     std::vector<v1::ImagePixels> pixels;
+    pixels.reserve(held.size());
     for (const ImageArgument& image : held)
         pixels.push_back(image.Pixels());
     return TranslatedByFault([&] { return Unlocked([&] { return v1::GoldenCell::Learn(own, pixels); }); });
