@@ -26,6 +26,7 @@ const std::map<std::string, std::string>& Lines()
         {"bench", "bench panel.png -r panel.recipe.json --seconds 0.01 --lanes 1 --json -"},
         {"board", "board --width 256 --height 256 --defects 2 --seed 1 -o made"},
         {"capability", "capability panel.recipe.json panel.png --sizes 8 --contrasts 60 --count 2"},
+        {"cell", "cell panel.png -r panel.recipe.json --learn cell.json"},
         {"cloth", "cloth --good 1 --bad 0 --width 256 --height 128 --margin 0 -o woven"},
         {"completion", "completion bash"},
         {"evaluate", "evaluate pairs"},
