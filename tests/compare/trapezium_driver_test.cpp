@@ -192,7 +192,7 @@ TEST_F(TrapeziumDriver, CornersOutsideTheImageAreRefusedAsFarAsTheyAreRead)
 }
 
 /// A flat image with one step of nChange grey levels along the scan: its edges are hits when it is large enough.
-int CountPairsOfStep(int nThreshold, int nChange)
+int CountPairsOfStep(int nThreshold, int nChange, int nGrayLimit = 255)
 {
     std::vector<unsigned char> image(200 * 100, 100);
     for (int y = 40; y < 50; ++y)
@@ -207,6 +207,7 @@ int CountPairsOfStep(int nThreshold, int nChange)
     param.dConvPitch = 20.0;
     param.nConvMultiple = 1;
     param.nThreshold = nThreshold;
+    param.nGrayLimit = nGrayLimit;
     param.trapInspect.ptCorner[0] = CPadPoint(0, 0);
     param.trapInspect.ptCorner[1] = CPadPoint(200, 0);
     param.trapInspect.ptCorner[2] = CPadPoint(200, 99);
@@ -222,6 +223,12 @@ TEST(TrapeziumThreshold, TenIsTwoAndAHalfGreyLevels)
     EXPECT_EQ(CountPairsOfStep(10, 2), 0);
     EXPECT_GT(CountPairsOfStep(10, 3), 0);
     EXPECT_EQ(CountPairsOfStep(12, 3), 0);
+}
+
+TEST(TrapeziumThreshold, GreysAboveTheLimitAreAllAlike)
+{
+    EXPECT_EQ(CountPairsOfStep(10, 30, 100), 0);
+    EXPECT_GT(CountPairsOfStep(10, 30, 103), 0);
 }
 
 } // namespace

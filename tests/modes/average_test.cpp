@@ -372,6 +372,29 @@ TEST(Average, EngineRunReportsBlobsAndItsEndLineIsOne)
     EXPECT_EQ(engine.nReinspectCount, 0);
 }
 
+TEST(Average, ADarkThresholdOfOneLevelIsTheLeastThatThePoolInspectsBy)
+{
+    std::vector<unsigned char> image = MakeFlat(128, 128, 100);
+    for (int y = 60; y < 66; ++y)
+        for (int x = 60; x < 66; ++x)
+            image[static_cast<std::size_t>(y * 128 + x)] = 20;
+    CAssemControl pool;
+    ASSERT_EQ(pool.InitAssemControl(1, 100), 1);
+    for (const int nDark : {-1, 1, 0})
+    {
+        CConvParam param;
+        param.nInspectMode = 3;
+        param.pImage = image.data();
+        param.nImageWidth = 128;
+        param.nImageHeight = 128;
+        param.rtInspect.SetRect(0, 0, 128, 128);
+        param.nThreshold = 20;
+        param.nBlackFilterGray = nDark;
+        pool.Inspect_Rect(0, &param, 0);
+        EXPECT_EQ(pool.GetNarvoAssem(0)->GetPairCount() > 0, nDark != 0) << nDark;
+    }
+}
+
 TEST(Average, WindowsWithoutAreaThroughThePoolGiveNoBlob)
 {
     std::vector<unsigned char> image = MakeFlat(128, 128, 100);

@@ -203,6 +203,21 @@ TEST_F(PairFilters, AJumpOntoTheRegionsFarSideIsStillInside)
     EXPECT_EQ(m_store.JumpFilter_Vert(&pair), 1) << "out of the region: kept";
 }
 
+TEST_F(PairFilters, AJumpTurnsWhereItComesWithinAPixelOfTheEnd)
+{
+    m_image.Set(50, 60, 200);
+    m_image.Set(70, 60, 200);
+    m_image.Set(50, 84, 200);
+    const CDefectPair pair = Make(50, 60);
+    CDefectPair asked = pair;
+    m_param.rtInspect = CRect(0, 0, 72, 86);
+    EXPECT_EQ(m_store.JumpFilter_Hori(&asked), 0) << "on to 70, which is as bright";
+    EXPECT_EQ(m_store.JumpFilter_Vert(&asked), 0) << "on to 84, which is as bright";
+    m_param.rtInspect = CRect(0, 0, 71, 85);
+    EXPECT_EQ(m_store.JumpFilter_Hori(&asked), 1) << "back to 30";
+    EXPECT_EQ(m_store.JumpFilter_Vert(&asked), 1) << "back to 36";
+}
+
 TEST_F(PairFilters, TheLimitOfAPixelInspectionComesFromTheZoneTables)
 {
     int nOffset[16] = {};
