@@ -39,14 +39,16 @@ struct KlarfHead
 };
 
 /// The file's text. Dies are as large as the largest image.
-/// @throws HostError naming each member of `head` that cannot be written, or lengths beyond 32 bits of nanometres
+/// @throws HostError naming each member of `head` that cannot be written; for version 1.8 also for lengths and places
+/// beyond 32 bits of nanometres
 std::string KlarfText(const std::vector<DefectList>& images, const KlarfHead& head, KlarfVersion version);
 
 /// What a file holds.
 struct KlarfContent
 {
     KlarfVersion version = Klarf_1_2;
-    KlarfHead head;                 ///< as it stands there; the pixel size is the caller's
+    KlarfHead head;                 ///< as it stands there, bytes that are no UTF-8 as NameToText; the pixel size is
+                                    ///< the caller's
     std::vector<DefectList> images; ///< a die each, by row and column, named die_COLUMN_ROW; dies without defects too
 };
 

@@ -10,6 +10,7 @@
 
 #include "host/exchange/klarf_tokens.h"
 #include "host/file/input_file.h"
+#include "host/file/name_text.h"
 #include "host/problem.h"
 
 namespace narvo
@@ -43,6 +44,12 @@ const std::map<std::string_view, const char*> laterNames = {{"SetupID", "RecipeI
                                                             {"Slot", "SlotNumber"},
                                                             {"ClassLookup", "ClassLookupList"},
                                                             {"SampleTestPlan", "SampleTestPlanList"}};
+
+/// As it stands, or with the bytes escaped that are no UTF-8: stations write names in many encodings.
+std::string TextOf(std::string_view text)
+{
+    return IsUtf8(text) ? std::string(text) : NameToText(text);
+}
 
 class Reader12
 {
@@ -279,7 +286,7 @@ private:
     std::string Text(const char* field, std::size_t place) const
     {
         const KlarfToken* value = Value(field, place);
-        return value ? std::string(value->text) : std::string();
+        return value ? TextOf(value->text) : std::string();
     }
 
     /// As YYYY-MM-DD hh:mm:ss; a year of two digits lies in 1970 to 2069. Empty where the file has none.
@@ -324,7 +331,7 @@ private:
             const std::size_t number = Column(found->second, "CLASSNUMBER", "ClassLookupList");
             const std::size_t name = Column(found->second, "CLASSNAME", "ClassLookupList");
             for (const std::vector<KlarfToken>& row : found->second.rows)
-                names[m_tokens.WholeNumberOf(row[number], "a class", -1, nHighest)] = std::string(row[name].text);
+                names[m_tokens.WholeNumberOf(row[number], "a class", -1, nHighest)] = TextOf(row[name].text);
         }
         return names;
     }
@@ -336,6 +343,24 @@ private:
         if (std::abs(pixels) > nHighest / 4)
             m_tokens.Refuse(token, std::string(wanted) + " of at most 250000000 pixels");
         return pixels;
+    }
+
+    /// That of a die.
+    double Side(const KlarfToken& token) const
+    {
+        const double pixels = Pixels(token, "a length");
+        if (pixels < 0.0)
+            m_tokens.Refuse(token, "a length of 0 and more");
+        return pixels;
+    }
+
+    double Area(const KlarfToken& token) const
+    {
+        constexpr double dHighest = 1e18;
+        const double area = m_tokens.NumberOf(token, "an area") / (m_unit * m_unit);
+        if (!(area >= 0.0 && area <= dHighest))
+            m_tokens.Refuse(token, "an area of 0 to 1e18 pixels");
+        return area;
     }
 
     using Die = std::pair<int, int>; ///< row, column
@@ -354,8 +379,8 @@ private:
         if (!pitchX || !pitchY || list == m_words.tables.end())
             throw HostError(
                 {{m_file, pitchX && pitchY ? "no DefectList" : "no DiePitch", "a file with DiePitch and DefectList"}});
-        const double width = Pixels(*pitchX, "a length");
-        const double height = Pixels(*pitchY, "a length");
+        const double width = Side(*pitchX);
+        const double height = Side(*pitchY);
         std::map<Die, DefectList> dies;
         const auto imageOf = [&](const Die& die) -> DefectList&
         {
@@ -393,7 +418,7 @@ private:
             defect.box.right = defect.box.left + std::max(1, static_cast<int>(std::lround(w)));
             defect.box.bottom = defect.box.top + std::max(1, static_cast<int>(std::lround(h)));
             if (Has(table, "DEFECTAREA"))
-                defect.area = m_tokens.NumberOf(row[column("DEFECTAREA")], "an area") / (m_unit * m_unit);
+                defect.area = Area(row[column("DEFECTAREA")]);
             if (Has(table, "CLASSNUMBER"))
             {
                 const int kind = m_tokens.WholeNumberOf(row[column("CLASSNUMBER")], "a class", -1, nHighest);

@@ -9,6 +9,7 @@
 #include <limits>
 #include <utility>
 
+#include "host/file/name_text.h"
 #include "host/problem.h"
 
 namespace narvo
@@ -49,8 +50,8 @@ void CheckText(std::vector<Problem>& found, const char* field, const std::string
     constexpr std::size_t nLongest = 255;
     const bool plain = std::none_of(text.begin(), text.end(),
                                     [](char sign) { return sign == '"' || static_cast<unsigned char>(sign) < 0x20; });
-    if (!plain || text.size() > nLongest)
-        found.push_back({field, text.substr(0, 60), "up to 255 bytes without quotes and control characters"});
+    if (!plain || text.size() > nLongest || !IsUtf8(text))
+        found.push_back({field, text.substr(0, 60), "up to 255 bytes of UTF-8 without quotes and control characters"});
 }
 
 bool IsTime(const std::string& time)
@@ -323,10 +324,16 @@ std::string KlarfText(const std::vector<DefectList>& images, const KlarfHead& he
 {
     CheckHead(head);
     constexpr double dNanometres = 1000.0;
+    constexpr double dLongest = std::numeric_limits<std::int32_t>::max();
     const KlarfSheet sheet = SheetOf(images, version == Klarf_1_8 ? head.pixelSize * dNanometres : head.pixelSize);
-    if (version == Klarf_1_8 && sheet.diameter > std::numeric_limits<std::int32_t>::max())
+    if (version == Klarf_1_8 && sheet.diameter > dLongest)
         throw HostError({{"pixel_size", FormatNumber(head.pixelSize) + " micrometres",
                           "a row of dies up to 2147 mm long, the longest that version 1.8 can write"}});
+    for (const KlarfRow& row : sheet.rows)
+        if (version == Klarf_1_8 && std::max({std::abs(row.x), std::abs(row.y), row.width, row.height}) > dLongest)
+            throw HostError({{"place of a defect of " + images[static_cast<std::size_t>(row.die)].image,
+                              FormatNumber(std::max(std::abs(row.x), std::abs(row.y)) / 1e6) + " mm",
+                              "places up to 2147 mm from the corner, the farthest that version 1.8 can write"}});
     return version == Klarf_1_8 ? Text18(sheet, head) : Text12(sheet, head);
 }
 

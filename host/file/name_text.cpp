@@ -67,6 +67,18 @@ std::string NameToText(std::string_view name, bool zeros)
     return text;
 }
 
+bool IsUtf8(std::string_view text)
+{
+    while (!text.empty())
+    {
+        const std::size_t length = CharacterLength(text);
+        if (length == 0)
+            return false;
+        text.remove_prefix(length);
+    }
+    return true;
+}
+
 std::string NameFromText(std::string_view text, bool zeros)
 {
     std::string name;

@@ -14,6 +14,9 @@ namespace narvo
 /// ("%00"), for databases, whose texts end there.
 std::string NameToText(std::string_view name, bool zeros = false);
 
+/// Whether all of it is valid UTF-8.
+bool IsUtf8(std::string_view text);
+
 /// The name that NameToText wrote, with the same `zeros`.
 std::string NameFromText(std::string_view text, bool zeros = false);
 

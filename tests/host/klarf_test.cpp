@@ -170,6 +170,20 @@ TEST(Klarf, ReadsColumnsInAnyOrderAndPassesOverWhatItDoesNotKnow)
     EXPECT_EQ(nested.images[0].defects[0].box, CRect(5, 3, 6, 4)); // without a size: the pixel at the place
 }
 
+TEST(Klarf, NamesInOtherEncodingsBecomeUtf8)
+{
+    const TestFolder folder;
+    const KlarfContent content = ReadBack(
+        folder,
+        "FileVersion 1 2;\nLotID \"L\xe4\";\nDiePitch 100 50;\nClassLookup 3\n 1 \"Kr\xe4tzer\"\n 2 \"50%AF\"\n 3 "
+        "\"Kr\xc3\xa4tzer\";\nDefectRecordSpec 5 XREL YREL XINDEX YINDEX CLASSNUMBER;\nDefectList\n 1 1 0 0 1\n 2 2 0 "
+        "0 2\n 3 3 0 0 3;\nEndOfFile;\n",
+        1.0);
+    EXPECT_EQ(content.head.lot, "L%E4");
+    ASSERT_EQ(content.images.size(), 1U);
+    EXPECT_THAT(KindsOf(content.images), ElementsAre("50%AF", "Kr%E4tzer", "Kr\xc3\xa4tzer"));
+}
+
 TEST(Klarf, SaysInWhichLineAFileIsBroken)
 {
     const TestFolder folder;
@@ -187,6 +201,17 @@ TEST(Klarf, SaysInWhichLineAFileIsBroken)
     EXPECT_THAT(ProblemOf(folder, "Record FileRecord \"1.8\" { Nothing }"), HasSubstr("Record, Field, List or }"));
     EXPECT_THAT(ProblemOf(folder, "Record FileRecord \"1.8\" { List A { Columns 1 { int32 B } Data 2 { 1 ; } } }"),
                 HasSubstr("a value for each column"));
+    const auto withArea = [&](const std::string& pitch, const std::string& area)
+    {
+        return ProblemOf(folder,
+                         "FileVersion 1 2;\nDiePitch " + pitch +
+                             ";\nDefectRecordSpec 5 XREL YREL XINDEX YINDEX DEFECTAREA;\nDefectList\n 1 1 0 0 " + area +
+                             ";\nEndOfFile;\n");
+    };
+    EXPECT_EQ(withArea("9 9", "3"), "read");
+    EXPECT_THAT(withArea("9 -9", "3"), HasSubstr("line 2: -9; allowed: a length of 0 and more"));
+    EXPECT_THAT(withArea("9 9", "-3"), HasSubstr("line 5: -3; allowed: an area of 0 to 1e18 pixels"));
+    EXPECT_THAT(withArea("9 9", "1e300"), HasSubstr("an area of 0 to 1e18 pixels"));
     // A file that opens records without end neither exhausts the stack nor is taken for whole.
     std::string deep = "Record FileRecord \"1.8\" {";
     for (int i = 0; i < 100000; ++i)
@@ -212,6 +237,7 @@ TEST(Klarf, RefusesWhatCannotBeWritten)
     KlarfHead head = HeadOfTest();
     head.lot = "a\"b";
     head.step = "a\nb";
+    head.wafer = "\xff";
     head.slot = 0;
     head.time = "2026-13-01 00:00:00";
     head.pixelSize = 0.0;
@@ -225,13 +251,16 @@ TEST(Klarf, RefusesWhatCannotBeWritten)
         std::vector<std::string> fields;
         for (const Problem& problem : error.Problems())
             fields.push_back(problem.field);
-        EXPECT_THAT(fields, ElementsAre("lot", "step", "slot", "time", "pixel_size"));
+        EXPECT_THAT(fields, ElementsAre("lot", "step", "wafer", "slot", "time", "pixel_size"));
     }
     // 32 bits of nanometres end at 2147 mm.
     head = HeadOfTest();
     head.pixelSize = 1000.0;
     EXPECT_THROW(KlarfText({{"wide", 3000, 10, {}}}, head, Klarf_1_8), HostError);
     EXPECT_NO_THROW(KlarfText({{"wide", 3000, 10, {}}}, head, Klarf_1_2));
+    const std::vector<DefectList> beside = {{"left", 9, 9, {{{-3000, 1, -2990, 2}, 1, "dark"}}}};
+    EXPECT_THROW(KlarfText(beside, head, Klarf_1_8), HostError);
+    EXPECT_NO_THROW(KlarfText(beside, head, Klarf_1_2));
 }
 
 } // namespace narvo::test

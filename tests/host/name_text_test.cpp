@@ -57,6 +57,17 @@ TEST(NameText, EveryNameComesBackAndIsTextInBetween)
         const std::string text = NameToText(name);
         ASSERT_EQ(NameFromText(text), name);
         ASSERT_EQ(nlohmann::json::parse(nlohmann::json(text).dump()), text);
+        ASSERT_TRUE(IsUtf8(text));
+        bool dumped = true; // by a reader of its own
+        try
+        {
+            (void)nlohmann::json(name).dump();
+        }
+        catch (const nlohmann::json::exception&)
+        {
+            dumped = false;
+        }
+        ASSERT_EQ(IsUtf8(name), dumped);
     }
 }
 

@@ -95,6 +95,22 @@ TEST(NarvoExport, OneImageTakesItsSizeFromTheImageFile)
     EXPECT_FALSE(std::filesystem::exists(folder / "labels"));
 }
 
+TEST(NarvoExport, KindsInOtherEncodingsReachEveryForm)
+{
+    const TestFolder folder;
+    std::ofstream(folder / "other.klarf")
+        << "FileVersion 1 2;\nDiePitch 100 50;\nClassLookup 1\n 1 \"Kr\xe4tzer\";\nDefectRecordSpec 6 XREL YREL XINDEX "
+           "YINDEX DSIZE CLASSNUMBER;\nDefectList\n 10 10 0 0 3 1;\nEndOfFile;\n";
+    for (const char* form : {"klarf-1.2", "klarf-1.8", "coco", "csv"})
+    {
+        const Outcome outcome = RunNarvo(folder, {"export", "other.klarf", "-f", form, "-o", "out"});
+        EXPECT_EQ(outcome.code, 0) << outcome.error;
+        EXPECT_THAT(ReadText(folder / "out"), HasSubstr("Kr%E4tzer")) << form;
+    }
+    EXPECT_EQ(RunNarvo(folder, {"export", "other.klarf", "-f", "voc", "-o", "voc"}).code, 0);
+    EXPECT_THAT(ReadText(folder / "voc/die_0_0.xml"), HasSubstr("<name>Kr%E4tzer</name>"));
+}
+
 TEST(NarvoExport, RefusesBadCalls)
 {
     const TestFolder folder;
