@@ -43,6 +43,9 @@ struct KlarfHead
 /// beyond 32 bits of nanometres
 std::string KlarfText(const std::vector<DefectList>& images, const KlarfHead& head, KlarfVersion version);
 
+/// @throws HostError for what is no size of a pixel, in micrometres
+void CheckPixelSize(double pixelSize);
+
 /// What a file holds.
 struct KlarfContent
 {

@@ -356,9 +356,8 @@ private:
 
     double Area(const KlarfToken& token) const
     {
-        constexpr double dHighest = 1e18;
         const double area = m_tokens.NumberOf(token, "an area") / (m_unit * m_unit);
-        if (!(area >= 0.0 && area <= dHighest))
+        if (!(area >= 0.0 && area <= dListedArea))
             m_tokens.Refuse(token, "an area of 0 to 1e18 pixels");
         return area;
     }
@@ -462,10 +461,15 @@ bool IsKlarf(const std::string& text)
     return StartsWith(text, "FileVersion", "1") || StartsWith(text, "Record", "FileRecord");
 }
 
-KlarfContent ReadKlarf(const std::filesystem::path& file, double pixelSize)
+void CheckPixelSize(double pixelSize)
 {
     if (!(pixelSize >= 0.01 && pixelSize <= 1000.0))
         throw HostError({{"pixel_size", FormatNumber(pixelSize), "0.01 to 1000 micrometres"}});
+}
+
+KlarfContent ReadKlarf(const std::filesystem::path& file, double pixelSize)
+{
+    CheckPixelSize(pixelSize);
     const std::string text = ReadTextFile(file, file.string(), "a readable KLARF file");
     if (!IsKlarf(text))
         throw HostError(

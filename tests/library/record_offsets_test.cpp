@@ -21,6 +21,9 @@ using narvo::CapabilityReport;
 using narvo::ColumnSpan;
 using narvo::Corner;
 using narvo::DefectiveImage;
+using narvo::DefectList;
+using narvo::ExchangeFile;
+using narvo::ExchangeFiles;
 using narvo::Explanation;
 using narvo::FieldMean;
 using narvo::FieldPixels;
@@ -28,12 +31,15 @@ using narvo::FullExplanation;
 using narvo::FullReport;
 using narvo::GoldenReport;
 using narvo::GreyPicture;
+using narvo::KlarfContent;
+using narvo::KlarfHead;
 using narvo::LatticeOffset;
 using narvo::LearnReport;
 using narvo::LearntFinds;
 using narvo::LearntImage;
 using narvo::LearntSpots;
 using narvo::LearntWay;
+using narvo::ListedDefect;
 using narvo::LotAlarm;
 using narvo::LotChart;
 using narvo::LotPlace;
@@ -230,3 +236,17 @@ static_assert(offsetof(LotReport, regions) == 88 && offsetof(LotReport, images) 
 static_assert(offsetof(LotReport, refused) == 136 && offsetof(LotReport, comparable) == 144);
 static_assert(offsetof(LotReport, defects) == 152 && offsetof(LotReport, tests) == 160);
 static_assert(offsetof(LotReport, charts) == 184 && offsetof(LotReport, text) == 208);
+
+static_assert(sizeof(ListedDefect) == 56 && offsetof(ListedDefect, area) == 16 && offsetof(ListedDefect, kind) == 24);
+static_assert(sizeof(DefectList) == 64 && offsetof(DefectList, width) == 32 && offsetof(DefectList, height) == 36);
+static_assert(offsetof(DefectList, defects) == 40);
+static_assert(sizeof(KlarfHead) == 304 && offsetof(KlarfHead, model) == 32 && offsetof(KlarfHead, stationId) == 64);
+static_assert(offsetof(KlarfHead, lot) == 96 && offsetof(KlarfHead, device) == 128 &&
+              offsetof(KlarfHead, setup) == 160);
+static_assert(offsetof(KlarfHead, step) == 192 && offsetof(KlarfHead, wafer) == 224 &&
+              offsetof(KlarfHead, slot) == 256);
+static_assert(offsetof(KlarfHead, time) == 264 && offsetof(KlarfHead, pixelSize) == 296);
+static_assert(sizeof(KlarfContent) == 336 && offsetof(KlarfContent, head) == 8 &&
+              offsetof(KlarfContent, images) == 312);
+static_assert(sizeof(ExchangeFile) == 72 && offsetof(ExchangeFile, text) == 40);
+static_assert(sizeof(ExchangeFiles) == 64 && offsetof(ExchangeFiles, files) == 40);
