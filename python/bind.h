@@ -11,6 +11,7 @@ namespace narvo::python
 
 void BindCapability(pybind11::module_& module);
 void BindCell(pybind11::module_& module);
+void BindExchange(pybind11::module_& module);
 void BindImages(pybind11::module_& module);
 void BindRecipe(pybind11::module_& module);
 void BindResult(pybind11::module_& module);

@@ -28,4 +28,5 @@ PYBIND11_MODULE(_narvoassem, module)
     BindStream(module);
     BindLot(module);
     BindCell(module);
+    BindExchange(module);
 }

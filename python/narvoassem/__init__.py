@@ -41,6 +41,7 @@ from .errors import (
     Problem,
     RecipeError,
 )
+from .exchange import DefectList, KlarfFile, ListedDefect, list_defects, read_defects, read_klarf, save_defects
 from .fields import RecipeField
 from .functions import of_package
 from .inspector import Inspector
@@ -67,6 +68,7 @@ __all__ = [
     "ArgumentError",
     "AxisPitch",
     "CellResult",
+    "DefectList",
     "Explainer",
     "Explanation",
     "FileError",
@@ -77,8 +79,10 @@ __all__ = [
     "ImageWarning",
     "InspectionError",
     "Inspector",
+    "KlarfFile",
     "LatticeResult",
     "LearnResult",
+    "ListedDefect",
     "LotAlarm",
     "LotChange",
     "LotChart",
@@ -106,13 +110,17 @@ __all__ = [
     "inspect",
     "lattice_recipe",
     "learn",
+    "list_defects",
     "lot",
     "lot_of",
     "mean_field",
     "pitch_recipe",
+    "read_defects",
     "read_image",
+    "read_klarf",
     "read_store",
     "regions",
+    "save_defects",
     "search_lattice",
     "search_pitch",
     "show",
