@@ -2,7 +2,6 @@
 // Options of the live inspection, and its run from them.
 #include "tools/command.h"
 
-#include <atomic>
 #include <exception>
 #include <functional>
 #include <iostream>
@@ -12,12 +11,14 @@
 #include <utility>
 #include <vector>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include "host/counted.h"
+#include "host/file/descriptor.h"
 #include "host/file/input_file.h"
 #include "host/file/name_text.h"
 #include "host/file/output_file.h"
@@ -75,23 +76,6 @@ std::unique_ptr<StoreSink> MakeStoreSink(const WatchOptions& options, const std:
     return std::make_unique<StoreSink>(std::move(settings));
 }
 
-/// Drains a printer at its end.
-class Drained
-{
-public:
-    explicit Drained(LinePrinter& printer) : m_printer(printer) {}
-    ~Drained()
-    {
-        m_printer.Drain();
-        m_printer.TellOn(STDERR_FILENO);
-    }
-    Drained(const Drained&) = delete;
-    Drained& operator=(const Drained&) = delete;
-
-private:
-    LinePrinter& m_printer;
-};
-
 int RunWatchCommand(const WatchOptions& options)
 {
     WatchSettings settings;
@@ -123,8 +107,12 @@ int RunWatchCommand(const WatchOptions& options)
 
     // Before any thread is started.
     const InterruptRequest interrupt;
-    std::atomic<int> errorStream = STDERR_FILENO;
+    // Lines come from any thread at any time, also while the codecs are kept from the error stream: it has a descriptor
+    // of its own for them.
+    const Descriptor ownErrorStream(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0));
+    const int errorStream = ownErrorStream.IsOpen() ? ownErrorStream.Number() : STDERR_FILENO;
     LinePrinter printer;
+    printer.TellOn(errorStream);
     const auto tell = [&](const std::string& line) { printer.Print(errorStream, "narvo: " + line + "\n"); };
     std::unique_ptr<ResultSink> mqtt;
     if (options.mqtt.IsWanted())
@@ -147,9 +135,6 @@ int RunWatchCommand(const WatchOptions& options)
     std::exception_ptr failure;
     {
         const QuietCodecs quiet;
-        errorStream = quiet.ErrorStream();
-        printer.TellOn(errorStream);
-        const Drained drained(printer); // behind the sinks' last words, and before their stream is closed
         if (store)
             store->Begin(*log);
         SinkChain sinks;
@@ -172,7 +157,7 @@ int RunWatchCommand(const WatchOptions& options)
             failure = std::current_exception();
         }
     }
-    errorStream = STDERR_FILENO;
+    printer.Drain(); // behind the sinks' last words
     const bool interrupted = interrupt.Token().stop_requested();
     if (!options.json.empty())
         WriteTextFile(options.json, SummaryJson(summary, interrupted).dump(2) + "\n");
