@@ -3,8 +3,10 @@
 #include "host/stream/blob_assembly.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "host/problem.h"
+#include "host/stream/run_sort.h"
 
 namespace narvo
 {
@@ -12,10 +14,9 @@ namespace narvo
 namespace
 {
 
-constexpr std::size_t nPairsAtATime = 4096; // clusters are built together up to so many pairs
-constexpr int nStrip = 16;                  // columns, and the look-ahead of a grouping walk
-constexpr int nOutOfReach = 100;            // rows between the pairs and those that end walks alone
-constexpr int nWalkEnd = -1;                // the cluster of the latter
+constexpr int nStrip = 16;       // columns, and the look-ahead of a grouping walk
+constexpr int nOutOfReach = 100; // rows between the pairs and those that end walks alone
+constexpr int nWalkEnd = -1;     // the cluster of the latter
 
 } // namespace
 
@@ -26,10 +27,10 @@ BlobAssembly::BlobAssembly(const CConvParam& block, bool vertical, int left, int
     parameters.pImage = nullptr;
     m_store.SetConvParam(&parameters);
     m_ends.resize(2 * static_cast<std::size_t>((block.rtInspect.right - left) / unit + 2));
-    m_own.reserve(nPairsAtATime);
-    m_ending.reserve(nPairsAtATime);
-    m_list.reserve(2 * nPairsAtATime);
-    m_walkEnds.reserve(nPairsAtATime);
+    m_own.reserve(PairClusters::nPairsAtATime);
+    m_ending.reserve(PairClusters::nPairsAtATime);
+    m_list.reserve(2 * PairClusters::nPairsAtATime);
+    m_walkEnds.reserve(PairClusters::nPairsAtATime);
 }
 
 void BlobAssembly::Note(const OpenPair& pair)
@@ -50,7 +51,7 @@ void BlobAssembly::Build(std::span<const OpenPair> pairs, const TakeBlob& takeBl
 {
     while (!pairs.empty())
     {
-        std::size_t count = std::min(nPairsAtATime, pairs.size());
+        std::size_t count = std::min(PairClusters::nPairsAtATime, pairs.size());
         while (count < pairs.size() && pairs[count].cluster == pairs[count - 1].cluster)
             ++count;
         BuildSome(pairs.first(count), takeBlob, takePair);
@@ -101,7 +102,8 @@ void BlobAssembly::BuildSome(std::span<const OpenPair> pairs, const TakeBlob& ta
     m_own.clear();
     for (const OpenPair& pair : pairs)
         m_own.emplace_back(pair);
-    std::sort(m_own.begin(), m_own.end());
+    // Clusters leave in the order of their first pairs, so that few pairs are out of place.
+    SortByRuns(m_own, m_list, std::less<>());
     m_ending.clear();
     if (m_vertical && m_unit == nStrip)
     {
@@ -119,8 +121,8 @@ void BlobAssembly::BuildSome(std::span<const OpenPair> pairs, const TakeBlob& ta
     const int outside = static_cast<int>(last->row - base) + nOutOfReach + m_store.ConvParam.nMergeDivision;
 
     const int count = static_cast<int>(m_list.size());
-    if (m_store.InitPairStorage(std::max(count, static_cast<int>(2 * nPairsAtATime))) < count ||
-        m_store.InitBlobStorage(std::max(count, static_cast<int>(2 * nPairsAtATime))) < count)
+    if (m_store.InitPairStorage(std::max(count, static_cast<int>(2 * PairClusters::nPairsAtATime))) < count ||
+        m_store.InitBlobStorage(std::max(count, static_cast<int>(2 * PairClusters::nPairsAtATime))) < count)
         throw HostError({{"memory", "not enough for blobs of " + std::to_string(count) + " pairs", "more memory"}});
     m_store.nBlobCount = 0; // builders clear the records that they take
     m_store.nPairCount = count;

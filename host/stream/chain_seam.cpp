@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 
 namespace narvo
 {
@@ -58,6 +59,14 @@ std::size_t ChainSeam::TakeFirst(std::span<const CDefectPair> pairs, std::int64_
         if (const std::int64_t row = base + pair.ptDefect.y; row >= m_begin && row < end)
             (IsIn(m_open, row, pair.ptDefect.x) ? m_held : m_taken).push_back({row, pair});
     return m_open.size();
+}
+
+ColumnRange ChainSeam::OpenColumns() const
+{
+    ColumnRange columns{std::numeric_limits<int>::max(), -1};
+    for (const Place& place : m_open)
+        columns = {std::min(columns.first, place.x), std::max(columns.last, place.x)};
+    return columns;
 }
 
 /// Leaves the chains in m_odd in which the first run and these pairs differ in what they use in the hop before `end`.

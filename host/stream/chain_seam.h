@@ -29,6 +29,13 @@ struct RowPair
 };
 
 /// The seam of one band of columns.
+/// Columns from `first` to `last`, both included; none where `first` is behind `last`.
+struct ColumnRange
+{
+    int first;
+    int last;
+};
+
 class ChainSeam
 {
 public:
@@ -45,6 +52,8 @@ public:
         std::size_t open = 0; ///< chains that do not agree yet
         bool goesOn = false;  ///< some agree with the window before, but not with the first run at their end
     };
+    /// The columns between which the chains lie that do not agree.
+    ColumnRange OpenColumns() const;
     /// Takes chains that did not agree from a run that starts elsewhere and may end earlier: its pairs before `end`,
     /// and from there on those of the first run, where both use the same places in the hop before `end`.
     Repair TakeRepair(std::span<const CDefectPair> pairs, std::int64_t base, std::int64_t end);

@@ -3,6 +3,11 @@
 #include "host/stream/pair_clusters.h"
 
 #include <algorithm>
+#include <bit>
+#include <functional>
+#include <limits>
+
+#include "host/stream/run_sort.h"
 
 namespace narvo
 {
@@ -10,7 +15,9 @@ namespace narvo
 namespace
 {
 
-constexpr int nStretch = 128; // columns that are swept together
+constexpr unsigned nStripColumns = 16; // of a strip of the engine's, down whose rows pairs come
+constexpr int nGapRows = 4096;         // in which a gap is looked for
+constexpr unsigned nReaches = 4;       // a stretch is at least so many distances wide
 
 } // namespace
 
@@ -22,7 +29,10 @@ void StreamBox::Include(const StreamBox& other)
     right = std::max(right, other.right);
 }
 
-PairClusters::PairClusters(int distance, int largest, std::size_t capacity) : m_distance(distance), m_largest(largest)
+PairClusters::PairClusters(int distance, int largest, std::size_t capacity)
+    : m_distance(distance),
+      m_stretchBits(std::bit_width(std::max(nStripColumns, nReaches * static_cast<unsigned>(distance)) - 1)),
+      m_largest(largest)
 {
     m_pairs.reserve(capacity);
     m_clusters.reserve(capacity);
@@ -30,6 +40,7 @@ PairClusters::PairClusters(int distance, int largest, std::size_t capacity) : m_
     m_active.reserve(capacity);
     m_late.reserve(capacity);
     m_places.reserve(2 * capacity);
+    m_merged.reserve(2 * capacity);
     m_starts.reserve(capacity + 1);
 }
 
@@ -62,29 +73,74 @@ int PairClusters::RootOf(int cluster)
 }
 
 /// Lists every cluster in each stretch of columns that it reaches into: two that are within the distance share one.
+/// Clusters come strip by strip down the rows, and so do these lists of the stretches in which they begin, of those
+/// before and of those behind.
 void PairClusters::ListByColumns()
 {
     m_places.clear();
-    for (const int number : m_sorted)
+    const auto add = [this](int stretch, const Cluster& cluster, int number)
     {
-        const StreamBox& box = m_clusters[static_cast<std::size_t>(number)].box;
-        const int first = std::max(box.left - m_distance, 0) / nStretch;
-        const int last = (box.right + m_distance) / nStretch;
-        for (int stretch = first; stretch <= last; ++stretch)
-            m_places.push_back(
-                {static_cast<std::uint64_t>(stretch) << nRowBits | static_cast<std::uint64_t>(box.top), number});
+        m_places.push_back(
+            {static_cast<std::uint64_t>(stretch) << nRowBits | static_cast<std::uint64_t>(cluster.box.top), number});
+    };
+    const auto list = [this](const auto& addTo)
+    {
+        for (const int number : m_sorted)
+            addTo(m_clusters[static_cast<std::size_t>(number)], number);
+    };
+    list([&](const Cluster& cluster, int number) { add(StretchOf(cluster.box.left), cluster, number); });
+    list(
+        [&](const Cluster& cluster, int number)
+        {
+            for (int i = StretchOf(cluster.box.left - m_distance); i < StretchOf(cluster.box.left); ++i)
+                add(i, cluster, number);
+        });
+    list(
+        [&](const Cluster& cluster, int number)
+        {
+            for (int i = StretchOf(cluster.box.left) + 1; i <= StretchOf(cluster.box.right + m_distance); ++i)
+                add(i, cluster, number);
+        });
+    SortByRuns(m_places, m_merged, std::less<>());
+}
+
+/// The row above which no pair to come can reach, however it joins those that wait: behind a gap between their rows.
+std::int64_t PairClusters::ReachOf(int type, std::int64_t end)
+{
+    m_hasPair.assign(nGapRows, false);
+    for (const OpenPair& pair : m_pairs)
+        if (pair.pair.nDefectType == type && pair.row >= end - nGapRows)
+            m_hasPair[static_cast<std::size_t>(end - 1 - pair.row)] = true;
+    int reach = 0; // rows above the end
+    for (int i = 0; i < nGapRows && i <= reach + m_distance; ++i)
+        if (m_hasPair[static_cast<std::size_t>(i)])
+            reach = i + 1;
+    return reach + m_distance < nGapRows ? end - reach : std::numeric_limits<std::int64_t>::min();
+}
+
+/// Only clusters that may wait need joining, unless blobs of the others cannot be built at once, or parts of them have
+/// left already.
+void PairClusters::ChooseForJoin(std::int64_t end)
+{
+    const bool isAll = m_pairs.size() > nPairsAtATime || !m_cut.empty();
+    std::int64_t reach[2] = {};
+    for (const int type : {DefectType_Dark, DefectType_Bright})
+        reach[type == DefectType_Bright ? 1 : 0] = isAll ? 0 : ReachOf(type, end);
+    m_sorted.clear();
+    for (int i = 0; i < static_cast<int>(m_clusters.size()); ++i)
+    {
+        Cluster& cluster = m_clusters[static_cast<std::size_t>(i)];
+        cluster.isComplete =
+            !isAll && cluster.box.bottom + m_distance < reach[cluster.type == DefectType_Bright ? 1 : 0];
+        if (!cluster.isComplete)
+            m_sorted.push_back(i);
     }
-    std::sort(m_places.begin(), m_places.end());
 }
 
 /// Sweeps until no box has grown: a box that grew can reach one that the sweep had left behind.
 void PairClusters::Join()
 {
     const auto at = [this](int i) -> Cluster& { return m_clusters[static_cast<std::size_t>(i)]; };
-    m_sorted.clear();
-    for (int i = 0; i < static_cast<int>(m_clusters.size()); ++i)
-        if (at(i).parent == i)
-            m_sorted.push_back(i);
     for (bool grown = true; grown;)
     {
         grown = false;
@@ -180,6 +236,7 @@ int PairClusters::CountNearCut()
 
 int PairClusters::Settle(std::int64_t end, std::vector<OpenPair>& complete)
 {
+    ChooseForJoin(end);
     Join();
     const int near = CountNearCut();
     const int cut = MarkComplete(end);

@@ -7,6 +7,7 @@
 // rule: the boxes of two clusters of one polarity are further apart than both distances.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <vector>
@@ -45,6 +46,8 @@ struct StreamBox
 class PairClusters
 {
 public:
+    /// Pairs whose blobs are built together; of more, clusters are.
+    static constexpr std::size_t nPairsAtATime = 4096;
     /// `distance` in pixels, as the engine measures it between boxes.
     PairClusters(int distance, int largest, std::size_t capacity);
 
@@ -53,7 +56,8 @@ public:
     std::size_t Size() const { return m_pairs.size(); }
 
     /// Joins clusters after pairs have been added, and moves the pairs of those that are complete to `complete`,
-    /// cluster by cluster. `end`: pairs of the rows from there on are yet to come; the end of the stream completes all.
+    /// cluster by cluster where they are more than nPairsAtATime. `end`: pairs of the rows from there on are yet to
+    /// come; the end of the stream completes all.
     /// @return blobs that were perhaps cut because they are larger than the largest
     int Settle(std::int64_t end, std::vector<OpenPair>& complete);
     /// Completes all clusters at once, after Settle. @return their number
@@ -81,7 +85,10 @@ private:
     static constexpr int nRowBits = 52;
 
     int RootOf(int cluster);
+    int StretchOf(int column) const { return std::max(column, 0) >> m_stretchBits; }
     void ListByColumns();
+    std::int64_t ReachOf(int type, std::int64_t end);
+    void ChooseForJoin(std::int64_t end);
     void Join();
     int MarkComplete(std::int64_t end);
     int CountNearCut();
@@ -90,14 +97,17 @@ private:
     static constexpr int nNone = -1;
 
     int m_distance;
+    int m_stretchBits; ///< of the number of columns that are swept together
     int m_largest;
     std::array<int, 2> m_last = {nNone, nNone}; ///< clusters of the last dark and bright pair since the last Settle
     std::vector<OpenPair> m_pairs;
     std::vector<Cluster> m_clusters;
-    std::vector<int> m_sorted;
+    std::vector<int> m_sorted;   ///< clusters that are joined, in the order of their first pairs
+    std::vector<bool> m_hasPair; ///< of the last rows
     std::vector<int> m_active;
     std::vector<int> m_late; ///< clusters that may wait for rows to come
     std::vector<Place> m_places;
+    std::vector<Place> m_merged;       ///< for the sorting of places
     std::vector<std::size_t> m_starts; ///< of each cluster's pairs among those that leave
     std::vector<Cluster> m_cut;        ///< completed by their size alone
 };

@@ -6,6 +6,7 @@
 #include <tuple>
 
 #include "host/inspect/engine_records.h"
+#include "host/stream/run_sort.h"
 
 namespace narvo
 {
@@ -31,6 +32,7 @@ StreamBand::StreamBand(const Recipe& recipe, const StreamSettings& settings, con
       m_ghosts(plan.vertical, plan.vertical ? recipe.RealPitchY() : recipe.RealPitchX(), nFirstRoom)
 {
     m_complete.reserve(nFirstRoom);
+    m_mixed.reserve(nFirstRoom);
 }
 
 /// Pairs of several runs come in the order in which the engine would list those of one.
@@ -42,8 +44,7 @@ void StreamBand::SortMixed()
         return std::tuple(m_plan.vertical ? m_assembly.UnitOf(pair.ptDefect.x) : 0, one.row,
                           m_plan.brightFirst ? -pair.nDefectType : 0, pair.ptDefect.x);
     };
-    std::sort(m_seam.Taken().begin(), m_seam.Taken().end(),
-              [&](const RowPair& a, const RowPair& b) { return place(a) < place(b); });
+    SortByRuns(m_seam.Taken(), m_mixed, [&](const RowPair& a, const RowPair& b) { return place(a) < place(b); });
 }
 
 void StreamBand::AddPairs()

@@ -47,6 +47,7 @@ private:
     BlobAssembly m_assembly;
     GhostFilter m_ghosts;
     std::vector<OpenPair> m_complete;
+    std::vector<RowPair> m_mixed; ///< for the sorting of pairs of several runs
     std::uint64_t m_order = 0;
 };
 

@@ -17,7 +17,7 @@ namespace narvo
 /// Columns of an image that a stream takes at most: wider ones have blobs whose outlines depend on where they lie.
 constexpr int nStreamWidthLimit = 32000;
 
-/// Rows of a window at most: 16 columns of it have as many places as the engine has room for hits.
+/// Rows of a window at most: 16 columns of a vertical one have as many places as the engine has room for hits.
 constexpr int nWindowRowLimit = 10000;
 
 /// The overlap of windows, in rows.
@@ -37,7 +37,7 @@ struct StreamPlan
     int LeastInPlace() const { return std::max(windowRows / 2, Bridge()); }
     /// Rows behind which a window no longer needs the rows before them.
     int Bridge() const { return ahead + back + spare + above + alignment; }
-    int MostInPlace() const { return std::min(2 * windowRows, nWindowRowLimit); }
+    int MostInPlace() const { return vertical ? std::min(2 * windowRows, nWindowRowLimit) : 2 * windowRows; }
     bool brightFirst = false; ///< within a row of a unit bright answers come before dark ones
     /// The last multiple of the alignment at or above a row.
     std::int64_t AlignUp(std::int64_t row) const { return row - row % alignment; }

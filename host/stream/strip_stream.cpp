@@ -119,12 +119,24 @@ void StripStream::Finish()
     InspectWindow(BufferedRows(), true);
 }
 
+/// The columns between which chains are open.
+ColumnRange StripStream::OpenColumns() const
+{
+    ColumnRange columns{m_width, -1};
+    for (const auto& band : m_bands)
+    {
+        const ColumnRange open = band->Seam().OpenColumns();
+        columns = {std::min(columns.first, open.first), std::max(columns.last, open.last)};
+    }
+    return columns;
+}
+
 /// Inspects rows from `start` on; those from `end` on are not there.
-void StripStream::Run(const Rows& rows, std::int64_t start, std::int64_t end)
+void StripStream::Run(const Rows& rows, std::int64_t start, std::int64_t end, const ColumnRange& wanted)
 {
     const WindowInspection::Outcome outcome =
         m_inspection->Inspect(rows.pixels + (start - rows.first) * RowLengthOf(m_width), static_cast<int>(end - start),
-                              static_cast<int>(start - m_base), m_base);
+                              static_cast<int>(start - m_base), m_base, wanted);
     m_counts.overflows += outcome.overflowed ? 1 : 0;
     m_counts.shortMemory += outcome.shortMemory ? 1 : 0;
 }
@@ -136,7 +148,7 @@ std::size_t StripStream::RepairFrom(const Rows& rows, std::int64_t start, std::i
     const auto repair = [&](std::int64_t lastRow, std::int64_t until)
     {
         ++m_counts.repairs;
-        Run(rows, start, lastRow);
+        Run(rows, start, lastRow, OpenColumns());
         ChainSeam::Repair all;
         for (std::size_t i = 0; i < m_bands.size(); ++i)
         {
@@ -167,7 +179,7 @@ void StripStream::InspectWindow(const Rows& rows, bool last)
     const std::int64_t highest = rows.first > 0 ? rows.first + m_plan.above : 0;
     std::int64_t start = std::max(highest, m_plan.AlignUp(std::max<std::int64_t>(begin - m_plan.back, 0)));
     ++m_counts.windows;
-    Run(rows, start, rows.end);
+    Run(rows, start, rows.end, {0, m_width - 1});
     std::size_t open = 0;
     for (std::size_t i = 0; i < m_bands.size(); ++i)
     {

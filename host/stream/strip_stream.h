@@ -19,6 +19,7 @@ namespace narvo
 class StreamBand;
 class WindowInspection;
 class RowWindow;
+struct ColumnRange;
 
 /// Inspects windows of rows that overlap, and joins their results. Windows lie where they lie whatever pieces the rows
 /// come in. Memory is that of the window, of the engine and of the pairs that wait for their blobs; none is taken once
@@ -64,7 +65,8 @@ private:
     };
     Rows BufferedRows() const;
     void InspectWindow(const Rows& rows, bool last);
-    void Run(const Rows& rows, std::int64_t start, std::int64_t end);
+    void Run(const Rows& rows, std::int64_t start, std::int64_t end, const ColumnRange& wanted);
+    ColumnRange OpenColumns() const;
     std::size_t RepairFrom(const Rows& rows, std::int64_t start, std::int64_t end);
 
     CheckedRecipe m_recipe;

@@ -16,7 +16,8 @@ namespace
 
 constexpr int nColumnsPerBand = 2000; // at least, in a band of the engine
 constexpr int nBandAlignment = 64;
-constexpr int nTableSpare = 2; // entries: of a last part of 16 rows, and one that kernels fetch ahead
+constexpr int nColumnBlock = 64; // kernels take columns in steps of which it is a multiple
+constexpr int nTableSpare = 2;   // entries: of a last part of 16 rows, and one that kernels fetch ahead
 
 void LeaveOutBlobs(CNarvoAssem& engine)
 {
@@ -84,7 +85,22 @@ void WindowInspection::MoveTable(std::int64_t row)
     m_block.pScanPitchTable = m_scanPitches.data();
 }
 
-WindowInspection::Outcome WindowInspection::Inspect(const std::uint8_t* pixels, int count, int top, std::int64_t base)
+/// Bands and zone cells go by the whole region. Otherwise columns are compared by themselves: kernels step from the
+/// left on, and cut their last step at the right end, which a block to spare keeps away from the wanted ones.
+CRect WindowInspection::PartFor(const ColumnRange& wanted) const
+{
+    CRect part = m_block.rtInspect;
+    if (m_split || m_grid || m_plan.GetDirection() != Direction_Vertical)
+        return part;
+    const int first = std::max((wanted.first - part.left) / nColumnBlock - 1, 0);
+    const int end = (wanted.last - part.left) / nColumnBlock + 2;
+    part.right = std::min(part.right, part.left + end * nColumnBlock);
+    part.left += first * nColumnBlock;
+    return part;
+}
+
+WindowInspection::Outcome WindowInspection::Inspect(const std::uint8_t* pixels, int count, int top, std::int64_t base,
+                                                    const ColumnRange& wanted)
 {
     m_block.pImage = const_cast<unsigned char*>(pixels);
     m_block.nImageHeight = count;
@@ -92,6 +108,7 @@ WindowInspection::Outcome WindowInspection::Inspect(const std::uint8_t* pixels, 
     MoveGrid(top, base);
     MoveTable(base + top);
     CConvParam block = m_block;
+    block.rtInspect = PartFor(wanted);
     const int code = m_pool->Inspect_Rect(0, &block, 0);
     if (code != InspectCode_Done && code != InspectCode_Partial)
         throw HostError({{"inspection", "refused by the engine with code " + std::to_string(code),

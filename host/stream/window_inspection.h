@@ -11,6 +11,7 @@
 #include "host/image/grey_image.h"
 #include "host/inspect/inspection_plan.h"
 #include "host/recipe/checked_recipe.h"
+#include "host/stream/chain_seam.h"
 #include "host/zones/zone_tables.h"
 #include "narvoassem/convparam.h"
 #include "narvoassem/defectpair.h"
@@ -39,8 +40,9 @@ public:
         bool shortMemory = false;
     };
     /// Inspects `count` rows that begin at `pixels`. Zone cells lie as in an image of which they are the rows from
-    /// `top` on and which begins with row `base` of the stream; a row table begins with the stream.
-    Outcome Inspect(const std::uint8_t* pixels, int count, int top, std::int64_t base);
+    /// `top` on and which begins with row `base` of the stream; a row table begins with the stream. Outside the wanted
+    /// columns, pairs may be missing.
+    Outcome Inspect(const std::uint8_t* pixels, int count, int top, std::int64_t base, const ColumnRange& wanted);
 
     /// Bands of columns that the engine inspects by themselves.
     int Bands() const { return m_bands; }
@@ -54,6 +56,8 @@ public:
 
 private:
     CNarvoAssem& Engine(int band) const;
+    /// The part of the region whose inspection gives the same pairs in the wanted columns.
+    CRect PartFor(const ColumnRange& wanted) const;
 
     /// Lays the grid of zone cells over the region.
     void MoveGrid(int top, std::int64_t base);

@@ -207,7 +207,7 @@ StreamCase RandomStreamCase(CRandom& random)
         one.recipe = RandomRecipe(random, mode);
         one.settings.withPairs = true;
         one.settings.windowRows = 1;
-        int width = random.Int(60, 220);
+        int width = random.OneIn(8) ? random.Int(220, 900) : random.Int(60, 220); // wide: repairs of some columns
         width = random.OneIn(2) ? RowLengthOf(width) : width;
         const std::vector<Problem> tooSmall = CheckStream(one.recipe, width, one.settings);
         if (!CheckRecipe(one.recipe).empty() || tooSmall.size() != 1 || tooSmall.front().field != "window_rows")

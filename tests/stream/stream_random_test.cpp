@@ -79,5 +79,46 @@ TEST(StreamRandom, ReportsWhatOneCallForTheWholeImageReports)
     }
 }
 
+/// Specks that come near each other, over a wide image: so few that most are complete by the rows between them, so
+/// many that they are not, and more than are built at once.
+TEST(StreamRandom, ReportsTheSameOfFewAndManySpecksInWideImages)
+{
+    for (const std::uint64_t seed : CaseSeeds("stream specks", 6))
+    {
+        CRandom random(seed);
+        for (const int specks : {100, 2000, 8000})
+        {
+            StreamCase one;
+            one.recipe.mode = Mode_Pixel;
+            one.recipe.direction = random.OneIn(4) ? Direction_Horizontal : Direction_Vertical;
+            one.recipe.pitchX = 16.25;
+            one.recipe.pitchY = 20.5;
+            one.recipe.thresholdBase = 20;
+            one.recipe.mergeDistance = random.Pick({1, 4, 9});
+            one.settings.withPairs = true;
+            one.image = GreyImage(1600, 6000, 100);
+            for (int i = 0; i < specks; ++i)
+            {
+                const int x = random.Int(0, one.image.Width() - 3);
+                const int y = random.Int(0, one.image.Height() - 3);
+                for (int row = 0; row < 3; ++row)
+                    if (!random.OneIn(3))
+                        one.image.Row(y + row)[x + random.Int(0, 2)] = random.OneIn(2) ? 30 : 170;
+            }
+            one.pieces = random.OneIn(2) ? std::vector<int>{6000} : std::vector<int>{100, 1500, 1, 2999, 1400};
+            bool complete = false;
+            const StreamLines whole = InspectWhole(one, complete);
+            StreamCounts counts;
+            const StreamLines stream = InspectStream(one, counts);
+            ASSERT_TRUE(complete && counts.IsExact()) << ReplayHint(seed);
+            ASSERT_GT(stream.blobs.size(), static_cast<std::size_t>(specks / 2)) << ReplayHint(seed);
+            ASSERT_EQ(whole.pairs == stream.pairs, true) << ReplayHint(seed) << "\n"
+                                                         << Difference(whole.pairs, stream.pairs);
+            ASSERT_EQ(whole.blobs == stream.blobs, true) << ReplayHint(seed) << "\n"
+                                                         << Difference(whole.blobs, stream.blobs);
+        }
+    }
+}
+
 } // namespace
 } // namespace narvo::test
