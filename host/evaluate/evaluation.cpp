@@ -94,12 +94,12 @@ void SetRange(std::vector<double>& drawn, Figure& figure)
     figure.high = at(0.975);
 }
 
-void DrawAnew(const std::vector<ImageMeasure>& measures, MethodResult& result)
+void DrawAnew(const Selection& measures, MethodResult& result)
 {
     Selection good;
     Selection bad;
-    for (const ImageMeasure& measure : measures)
-        (measure.defective ? bad : good).push_back(&measure);
+    for (const ImageMeasure* measure : measures)
+        (measure->defective ? bad : good).push_back(measure);
     constexpr std::optional<double> Figures::*members[] = {&Figures::imageAuroc,    &Figures::pixelAuroc,
                                                            &Figures::regionOverlap, &Figures::imageF1,
                                                            &Figures::found,         &Figures::falseAnImage};
@@ -122,26 +122,20 @@ void DrawAnew(const std::vector<ImageMeasure>& measures, MethodResult& result)
         SetRange(drawn[i], *figures[i]);
 }
 
-void RequireSameSize(const SetImage& image, const ScoreImage& scores, const cv::Mat& labels)
+void RequireSameSize(const SetImage& image, const ScoreImage& scores, const ImageTruth& truth)
 {
-    const auto places = [&](int pixels) { return (pixels + scores.step - 1) / scores.step; };
-    if (labels.empty() || (places(labels.cols) == scores.width && places(labels.rows) == scores.height))
-        return;
-    throw HostError({{image.mask.empty() ? "image " + image.file.string() : "mask " + image.mask.string(),
-                      std::to_string(labels.cols) + " by " + std::to_string(labels.rows) + " pixels",
-                      "the " + std::to_string(scores.width * scores.step) + " by " +
-                          std::to_string(scores.height * scores.step) + " pixels of the image"}});
+    if (!IsOfSize(truth, scores))
+        throw HostError({{image.mask.empty() ? "image " + image.file.string() : "mask " + image.mask.string(),
+                          std::to_string(truth.labels.cols) + " by " + std::to_string(truth.labels.rows) + " pixels",
+                          "the " + std::to_string(scores.width * scores.step) + " by " +
+                              std::to_string(scores.height * scores.step) + " pixels of the image"}});
 }
 
-} // namespace
-
-MethodResult SummariseMeasures(const std::string& name, const std::vector<ImageMeasure>& measures)
+/// Figures and curves.
+MethodResult SummariseMeasures(const std::string& name, const Selection& all)
 {
     MethodResult result;
     result.name = name;
-    Selection all;
-    for (const ImageMeasure& measure : measures)
-        all.push_back(&measure);
     const Figures figures = FiguresOf(all);
     result.imageAuroc.value = figures.imageAuroc;
     result.pixelAuroc.value = figures.pixelAuroc;
@@ -149,13 +143,13 @@ MethodResult SummariseMeasures(const std::string& name, const std::vector<ImageM
     result.imageF1.value = figures.imageF1;
     result.found.value = figures.found;
     result.falseAnImage.value = figures.falseAnImage;
-    DrawAnew(measures, result);
+    DrawAnew(all, result);
 
     PixelCounts counts;
-    for (const ImageMeasure& measure : measures)
+    for (const ImageMeasure* measure : all)
     {
-        counts.Add(measure);
-        for (const RegionMeasure& region : measure.regions)
+        counts.Add(*measure);
+        for (const RegionMeasure& region : measure->regions)
         {
             KindCount& kind = result.kinds[region.kind];
             ++kind.regions;
@@ -171,17 +165,61 @@ MethodResult SummariseMeasures(const std::string& name, const std::vector<ImageM
     return result;
 }
 
+} // namespace
+
+bool IsOfSize(const ImageTruth& truth, const ScoreImage& scores)
+{
+    const auto places = [&](int pixels) { return (pixels + scores.step - 1) / scores.step; };
+    return truth.labels.empty() ||
+           (places(truth.labels.cols) == scores.width && places(truth.labels.rows) == scores.height);
+}
+
+ImageMeasure MeasureRefused(const ImageTruth& truth, const ScoringRules& rules)
+{
+    ImageScores none;
+    none.scores.width = std::max(1, truth.labels.cols);
+    none.scores.height = std::max(1, truth.labels.rows);
+    none.scores.values.assign(static_cast<std::size_t>(none.scores.width) * none.scores.height, 0.0F);
+    none.blobs.resize(SweepFactors().size());
+    return MeasureImage(none, truth, rules);
+}
+
+MethodResult SummariseImages(const std::string& name, const std::vector<MeasuredImage>& images)
+{
+    Selection all;
+    for (const MeasuredImage& one : images)
+        all.push_back(&one.measure);
+    MethodResult result = SummariseMeasures(name, all);
+    for (const MeasuredImage& one : images)
+    {
+        EvaluatedImage image;
+        image.name = one.name;
+        image.defective = one.measure.defective;
+        for (const ScoredUnit& unit : one.measure.units)
+            image.score = std::max(image.score, unit.score);
+        image.regions = static_cast<int>(one.measure.regions.size());
+        for (const RegionMeasure& region : one.measure.regions)
+            image.found += region.found[nFactorOne] ? 1 : 0;
+        image.falseBlobs = one.measure.falseBlobs[nFactorOne];
+        image.problems = one.problems;
+        result.refused += one.problems.empty() ? 0 : 1;
+        result.images.push_back(std::move(image));
+    }
+    return result;
+}
+
 MethodResult EvaluateMethod(const std::string& name, const EvaluationSet& set, const TruthOfImage& truth,
                             const ScoreOfImage& score, const ScoringRules& rules, int lanes,
                             const OnImageMeasured& progress)
 {
-    std::vector<ImageMeasure> measures(set.images.size());
-    std::vector<std::vector<Problem>> problems(set.images.size());
+    std::vector<MeasuredImage> images(set.images.size());
     std::mutex counting;
     std::size_t done = 0;
     ForEachNumber(set.images.size(), lanes,
                   [&](std::size_t i, int lane)
                   {
+                      MeasuredImage& image = images[i];
+                      image.name = set.images[i].name;
                       const ImageTruth of = truth(set.images[i]);
                       ImageScores scores;
                       try
@@ -190,39 +228,21 @@ MethodResult EvaluateMethod(const std::string& name, const EvaluationSet& set, c
                       }
                       catch (const HostError& error)
                       {
-                          problems[i] = error.Problems();
-                          scores.scores.width = std::max(1, of.labels.cols);
-                          scores.scores.height = std::max(1, of.labels.rows);
-                          scores.scores.values.assign(
-                              static_cast<std::size_t>(scores.scores.width) * scores.scores.height, 0.0F);
-                          scores.blobs.resize(SweepFactors().size());
+                          image.problems = error.Problems();
                       }
-                      RequireSameSize(set.images[i], scores.scores, of.labels);
-                      measures[i] = MeasureImage(scores, of, rules);
+                      if (image.problems.empty())
+                      {
+                          RequireSameSize(set.images[i], scores.scores, of);
+                          image.measure = MeasureImage(scores, of, rules);
+                      }
+                      else
+                          image.measure = MeasureRefused(of, rules);
                       const std::lock_guard lock(counting);
                       ++done;
                       if (progress)
                           progress(done);
                   });
-
-    MethodResult result = SummariseMeasures(name, measures);
-    for (std::size_t i = 0; i < measures.size(); ++i)
-    {
-        const ImageMeasure& measure = measures[i];
-        EvaluatedImage image;
-        image.name = set.images[i].name;
-        image.defective = measure.defective;
-        for (const ScoredUnit& unit : measure.units)
-            image.score = std::max(image.score, unit.score);
-        image.regions = static_cast<int>(measure.regions.size());
-        for (const RegionMeasure& region : measure.regions)
-            image.found += region.found[nFactorOne] ? 1 : 0;
-        image.falseBlobs = measure.falseBlobs[nFactorOne];
-        image.problems = problems[i];
-        result.refused += problems[i].empty() ? 0 : 1;
-        result.images.push_back(std::move(image));
-    }
-    return result;
+    return SummariseImages(name, images);
 }
 
 } // namespace narvo

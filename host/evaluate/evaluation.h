@@ -86,8 +86,26 @@ MethodResult EvaluateMethod(const std::string& name, const EvaluationSet& set, c
                             const ScoreOfImage& score, const ScoringRules& rules, int lanes,
                             const OnImageMeasured& progress = {});
 
-/// Figures and curves of measured images.
-MethodResult SummariseMeasures(const std::string& name, const std::vector<ImageMeasure>& measures);
+/// One image of a method.
+struct MeasuredImage
+{
+    std::string name;
+    ImageMeasure measure;
+    std::vector<Problem> problems; ///< why it could not be inspected; empty: it was
+};
+
+/// The measure of an image that could not be inspected, in which nothing is found.
+ImageMeasure MeasureRefused(const ImageTruth& truth, const ScoringRules& rules);
+/// Whether scores cover the image that the truth describes; always where its places are not known.
+bool IsOfSize(const ImageTruth& truth, const ScoreImage& scores);
+
+/// Figures, curves and images of what was measured.
+MethodResult SummariseImages(const std::string& name, const std::vector<MeasuredImage>& images);
+
+/// A method's figures in a line each, and its kinds of defect, for a person.
+std::string MethodText(const MethodResult& method);
+/// "0.936 (0.921 to 0.950)", or a dash.
+std::string FigureText(const Figure& figure);
 
 /// Results as JSON: set, names of the images that were learnt from and not measured, rules, and each method.
 nlohmann::ordered_json EvaluationToJson(const std::string& set, const std::string& layout,

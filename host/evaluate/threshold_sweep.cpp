@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <tuple>
+#include <utility>
 
 #include "host/evaluate/baselines.h"
 #include "host/inspect/channel_inspection.h"
@@ -51,6 +52,32 @@ void PaintPairs(const InspectionResult& result, double factor, double ceiling, S
             pair.threshold > 0 ? 1.0 + std::max(0, pair.peak) / static_cast<double>(pair.threshold) : 1.0;
         scores.values[place] = std::max(scores.values[place], static_cast<float>(std::min(factor * above, ceiling)));
     }
+}
+
+/// A score for each pixel of an image of that size.
+ScoreImage ByPixels(const ScoreImage& scores, int width, int height)
+{
+    ScoreImage made;
+    made.width = width;
+    made.height = height;
+    made.values.reserve(static_cast<std::size_t>(width) * height);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            made.values.push_back(scores.At(x, y));
+    return made;
+}
+
+/// Takes the higher score of each place. In texture mode the places of each region, and of each channel, have a size of
+/// their own.
+void RaiseScores(ScoreImage& all, const ScoreImage& other, const GreyView& image)
+{
+    if (all.step != other.step)
+    {
+        all = ByPixels(all, image.Width(), image.Height());
+        return RaiseScores(all, ByPixels(other, image.Width(), image.Height()), image);
+    }
+    for (std::size_t i = 0; i < all.values.size(); ++i)
+        all.values[i] = std::max(all.values[i], other.values[i]);
 }
 
 /// Texture mode has scores of its own, from which blobs follow at every factor.
@@ -110,9 +137,8 @@ ImageScores SweepChannels(Inspector& inspector, int lane, const std::vector<Grey
     for (const GreyImage& channel : channels)
         byChannel.push_back(SweepThresholds(inspector, lane, channel, recipe));
     ImageScores found = byChannel.front();
-    for (const ImageScores& one : byChannel)
-        for (std::size_t i = 0; i < found.scores.values.size(); ++i)
-            found.scores.values[i] = std::max(found.scores.values[i], one.scores.values[i]);
+    for (std::size_t i = 1; i < byChannel.size(); ++i)
+        RaiseScores(found.scores, byChannel[i].scores, channels.front());
     for (std::size_t i = 0; i < found.blobs.size(); ++i)
     {
         std::vector<std::vector<FoundBlob>> blobs;
@@ -200,6 +226,25 @@ ImageScores SweepThresholds(Inspector& inspector, int lane, const GreyView& imag
             found.blobs[i].push_back({blob.box, blob.area, blob.peak});
     }
     return found;
+}
+
+ImageScores SweepRegions(Inspector& inspector, int lane, const GreyView& image,
+                         const std::vector<CheckedRecipe>& recipes)
+{
+    ImageScores all;
+    for (const CheckedRecipe& recipe : recipes)
+    {
+        ImageScores region = SweepThresholds(inspector, lane, image, recipe);
+        if (all.blobs.empty())
+        {
+            all = std::move(region);
+            continue;
+        }
+        RaiseScores(all.scores, region.scores, image);
+        for (std::size_t i = 0; i < all.blobs.size(); ++i)
+            all.blobs[i].insert(all.blobs[i].end(), region.blobs[i].begin(), region.blobs[i].end());
+    }
+    return all;
 }
 
 } // namespace narvo

@@ -40,4 +40,8 @@ Recipe ScaleThresholds(const Recipe& recipe, double factor);
 /// difference lies above the threshold. @throws HostError where the recipe does not suit the image
 ImageScores SweepThresholds(Inspector& inspector, int lane, const GreyView& image, const CheckedRecipe& recipe);
 
+/// The same by all regions of a recipe, at least one: the highest score of each pixel, and the blobs of all.
+ImageScores SweepRegions(Inspector& inspector, int lane, const GreyView& image,
+                         const std::vector<CheckedRecipe>& recipes);
+
 } // namespace narvo

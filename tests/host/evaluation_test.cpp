@@ -2,7 +2,9 @@
 // Figures of made-up sets whose answers are known, and the layouts of sets.
 #include "host/evaluate/evaluation.h"
 
+#include <algorithm>
 #include <fstream>
+#include <random>
 
 #include <opencv2/imgcodecs.hpp>
 
@@ -254,6 +256,52 @@ TEST(ThresholdSweep, ScoreIsHowFarTheDifferenceLiesAboveItsThreshold)
     EXPECT_EQ(scores.scores.At(30, 200), 0.0F);
     EXPECT_EQ(scores.blobs[nFactorOne].size(), 2U);
     EXPECT_EQ(scores.blobs[0].size(), 0U);
+}
+
+TEST(ThresholdSweep, RegionsJoinWhateverTheSizeOfTheirPlaces)
+{
+    // Places of texture mode are as many pixels wide as its finest measure folds.
+    std::mt19937 random(3);
+    GreyImage image(203, 190);
+    for (int y = 0; y < 190; ++y)
+        for (int x = 0; x < 203; ++x)
+            image.Row(y)[x] = static_cast<std::uint8_t>((x % 20 < 10 ? 80 : 120) + random() % 9);
+    for (int y = 90; y < 110; ++y)
+        for (int x = 90; x < 110; ++x)
+            image.Row(y)[x] = 220;
+    const auto texture = [](int fold)
+    {
+        const nlohmann::json limits = {{"typical", 2.0}, {"limit", 4.0}};
+        return ParseRecipe(
+            {{"version", 1},
+             {"mode", "texture"},
+             {"texture", {{"features", {{{"fold", fold}, {"size", 2}, {"bright", limits}, {"dark", limits}}}}}}},
+            {});
+    };
+    const CheckedRecipe pixel = ParseRecipe(
+        {{"version", 1}, {"mode", "pixel"}, {"pitch", {{"x", 20}, {"y", 20}}}, {"threshold", {{"base", 20}}}}, {});
+    const std::vector<CheckedRecipe> regions = {texture(4), pixel, texture(2), texture(4)};
+    Inspector inspector(1, 20000);
+    const ImageScores joined = SweepRegions(inspector, 0, image, regions);
+    std::vector<ImageScores> alone;
+    std::size_t blobs = 0;
+    for (const CheckedRecipe& region : regions)
+    {
+        alone.push_back(SweepThresholds(inspector, 0, image, region));
+        blobs += alone.back().blobs[nFactorOne].size();
+    }
+    EXPECT_EQ(alone[0].scores.step, 4);
+    EXPECT_EQ(joined.scores.step, 1);
+    EXPECT_EQ(joined.blobs[nFactorOne].size(), blobs);
+    for (int y = 0; y < 190; ++y)
+        for (int x = 0; x < 203; ++x)
+        {
+            float highest = 0.0F;
+            for (const ImageScores& one : alone)
+                highest = std::max(highest, one.scores.At(x, y));
+            ASSERT_EQ(joined.scores.At(x, y), highest) << x << ' ' << y;
+        }
+    EXPECT_EQ(SweepRegions(inspector, 0, image, {regions[0], regions[3]}).scores.step, 4);
 }
 
 TEST(ThresholdSweep, ScaledRecipesAreValidInEveryMode)

@@ -81,12 +81,6 @@ void WriteKinds(const MethodResult& method, std::ostream& out)
 
 } // namespace
 
-std::string FigureText(const Figure& figure)
-{
-    return figure.value ? Decimals(*figure.value) + " (" + Decimals(figure.low) + " to " + Decimals(figure.high) + ")"
-                        : "-";
-}
-
 std::string BuildEvaluationPage(const EvaluationPage& page)
 {
     std::ostringstream out;

@@ -31,7 +31,4 @@ struct EvaluationPage
 /// The page as one self-contained HTML text.
 std::string BuildEvaluationPage(const EvaluationPage& page);
 
-/// "0.936 (0.921 to 0.950)", or a dash.
-std::string FigureText(const Figure& figure);
-
 } // namespace narvo::tools

@@ -9,11 +9,8 @@
 #include "host/counted.h"
 #include "host/evaluate/baselines.h"
 #include "host/evaluate/golden_scores.h"
+#include "host/evaluate/set_truth.h"
 #include "host/evaluate/threshold_sweep.h"
-#include "host/foreign_text.h"
-#include "host/image/cv_image.h"
-#include "host/image/image_header.h"
-#include "tools/evaluate/evaluate_page.h"
 #include "tools/exit_code.h"
 #include "tools/image_options.h"
 #include "tools/inspect/batch_options.h"
@@ -27,33 +24,6 @@ namespace
 
 constexpr int nMaskMargin = 5;
 constexpr int nBoxMargin = 3;
-
-/// Scores of several regions as those of one image.
-void Join(ImageScores& all, ImageScores region)
-{
-    if (all.scores.values.empty())
-    {
-        all = std::move(region);
-        return;
-    }
-    for (std::size_t i = 0; i < all.scores.values.size(); ++i)
-        all.scores.values[i] = std::max(all.scores.values[i], region.scores.values[i]);
-    for (std::size_t i = 0; i < all.blobs.size(); ++i)
-        all.blobs[i].insert(all.blobs[i].end(), region.blobs[i].begin(), region.blobs[i].end());
-}
-
-void PrintMethod(const MethodResult& method)
-{
-    std::cout << method.name << ":\n  image AUROC     " << FigureText(method.imageAuroc) << "\n  pixel AUROC     "
-              << FigureText(method.pixelAuroc) << "\n  region overlap  " << FigureText(method.regionOverlap)
-              << "\n  found           " << FigureText(method.found) << "\n  false an image  "
-              << FigureText(method.falseAnImage) << "\n  F1, images      " << FigureText(method.imageF1) << '\n';
-    if (method.refused > 0)
-        std::cout << "  refused         " << method.refused << '\n';
-    for (const auto& [kind, count] : method.kinds)
-        std::cout << "  " << Printable(kind) << ": " << count.found << " of " << count.regions << '\n';
-    std::cout << std::flush;
-}
 
 } // namespace
 
@@ -111,7 +81,7 @@ std::vector<MethodResult> Evaluator::Run(ProgressLine& progress)
             [&](std::size_t done)
             { progress.Show(name + ": " + std::to_string(done) + " of " + Counted(m_set.images.size(), "image")); }));
         if (!m_options.quiet)
-            PrintMethod(methods.back());
+            std::cout << MethodText(methods.back()) << std::flush;
     };
     add(MethodName(), Score());
     if (HasPairs() || m_model)
@@ -138,36 +108,13 @@ ScoreOfImage Evaluator::Score()
         if (m_recipes.empty())
             return ScoreGolden(*m_inspector, lane,
                                m_model ? *m_model : GoldenModel({Load(image.reference)}, GoldenSettings()), pixels);
-        ImageScores scores;
-        for (const CheckedRecipe& recipe : m_recipes)
-            Join(scores, SweepThresholds(*m_inspector, lane, pixels, recipe));
-        return scores;
+        return SweepRegions(*m_inspector, lane, pixels, m_recipes);
     };
 }
 
 TruthOfImage Evaluator::Truth() const
 {
-    return [](const SetImage& image)
-    {
-        if (!image.mask.empty())
-        {
-            const GreyImage mask = LoadGreyImage(image.mask);
-            return TruthOfMask(ViewOf(mask), image.kind);
-        }
-        ImageTruth truth;
-        truth.defective = image.defective;
-        if (image.defective && image.boxes.empty())
-            return truth;
-        const std::optional<ImageHeader> header = ReadImageHeader(image.file);
-        if (!header || header->width < 1 || header->height < 1)
-            throw HostError({{"image " + image.file.string(), "not an image, or damaged", "an image file"}});
-        if (header->width * header->height > MaxImagePixels())
-            throw HostError(
-                {{"image " + image.file.string(),
-                  std::to_string(header->width) + " by " + std::to_string(header->height) + " pixels",
-                  "at most " + std::to_string(MaxImagePixels()) + " pixels, unless max-pixels allows more"}});
-        return TruthOfBoxes(image.boxes, cv::Size(static_cast<int>(header->width), static_cast<int>(header->height)));
-    };
+    return [](const SetImage& image) { return TruthOfSetImage(image, MaxImagePixels()); };
 }
 
 GreyImage Evaluator::Load(const std::filesystem::path& file) const
