@@ -184,25 +184,26 @@ ImageMeasure MeasureRefused(const ImageTruth& truth, const ScoringRules& rules)
     return MeasureImage(none, truth, rules);
 }
 
-MethodResult SummariseImages(const std::string& name, const std::vector<MeasuredImage>& images)
+MethodResult SummariseImages(const std::string& name, const std::vector<const MeasuredImage*>& images)
 {
     Selection all;
-    for (const MeasuredImage& one : images)
-        all.push_back(&one.measure);
+    for (const MeasuredImage* one : images)
+        all.push_back(&one->measure);
     MethodResult result = SummariseMeasures(name, all);
-    for (const MeasuredImage& one : images)
+    for (const MeasuredImage* one : images)
     {
+        const ImageMeasure& measure = one->measure;
         EvaluatedImage image;
-        image.name = one.name;
-        image.defective = one.measure.defective;
-        for (const ScoredUnit& unit : one.measure.units)
+        image.name = one->name;
+        image.defective = measure.defective;
+        for (const ScoredUnit& unit : measure.units)
             image.score = std::max(image.score, unit.score);
-        image.regions = static_cast<int>(one.measure.regions.size());
-        for (const RegionMeasure& region : one.measure.regions)
+        image.regions = static_cast<int>(measure.regions.size());
+        for (const RegionMeasure& region : measure.regions)
             image.found += region.found[nFactorOne] ? 1 : 0;
-        image.falseBlobs = one.measure.falseBlobs[nFactorOne];
-        image.problems = one.problems;
-        result.refused += one.problems.empty() ? 0 : 1;
+        image.falseBlobs = measure.falseBlobs[nFactorOne];
+        image.problems = one->problems;
+        result.refused += image.problems.empty() ? 0 : 1;
         result.images.push_back(std::move(image));
     }
     return result;
@@ -242,7 +243,10 @@ MethodResult EvaluateMethod(const std::string& name, const EvaluationSet& set, c
                       if (progress)
                           progress(done);
                   });
-    return SummariseImages(name, images);
+    std::vector<const MeasuredImage*> measured;
+    for (const MeasuredImage& image : images)
+        measured.push_back(&image);
+    return SummariseImages(name, measured);
 }
 
 } // namespace narvo

@@ -100,7 +100,7 @@ ImageMeasure MeasureRefused(const ImageTruth& truth, const ScoringRules& rules);
 bool IsOfSize(const ImageTruth& truth, const ScoreImage& scores);
 
 /// Figures, curves and images of what was measured.
-MethodResult SummariseImages(const std::string& name, const std::vector<MeasuredImage>& images);
+MethodResult SummariseImages(const std::string& name, const std::vector<const MeasuredImage*>& images);
 
 /// A method's figures in a line each, and its kinds of defect, for a person.
 std::string MethodText(const MethodResult& method);

@@ -14,8 +14,8 @@
 
 #include "host/golden/golden.h"
 #include "host/golden/golden_file.h"
+#include "host/library/golden_parts.h"
 #include "host/library/image_parts.h"
-#include "host/library/lane_set.h"
 #include "host/library/named_settings.h"
 #include "host/library/public_progress.h"
 #include "host/library/public_report.h"
@@ -140,49 +140,40 @@ struct GoldenFindings::Content
     int height = 0; ///< of the image
 };
 
-struct GoldenModel::Content
+GoldenModel::Content::Content(std::vector<GreyImage> references, const GoldenSettings& settings, int laneCount,
+                              const OnProgress& progress)
+    : lanes(laneCount, settings.maxBlobs),
+      model(std::make_shared<const narvo::GoldenModel>(
+          std::move(references), settings,
+          [&](std::size_t done, std::size_t total) { library::Tell(progress, "registering references", done, total); }))
 {
-    Content(std::vector<GreyImage> references, const GoldenSettings& settings, int laneCount,
-            const OnProgress& progress)
-        : lanes(laneCount, settings.maxBlobs), model(std::make_shared<const narvo::GoldenModel>(
-                                                   std::move(references), settings,
-                                                   [&](std::size_t done, std::size_t total)
-                                                   { library::Tell(progress, "registering references", done, total); }))
-    {
-    }
-    /// Shares model and mask.
-    Content(const Content& other, int laneCount)
-        : lanes(laneCount, other.model->Settings().maxBlobs), model(other.model), mask(other.Mask())
-    {
-    }
+}
 
-    mutable library::LaneSet lanes;
-    std::shared_ptr<const narvo::GoldenModel> model;
-    mutable std::mutex maskMutex;
-    std::shared_ptr<const GreyImage> mask; ///< null: none
+GoldenModel::Content::Content(const Content& other, int laneCount)
+    : lanes(laneCount, other.model->Settings().maxBlobs), model(other.model), mask(other.Mask())
+{
+}
 
-    std::shared_ptr<const GreyImage> Mask() const
-    {
-        const std::lock_guard lock(maskMutex);
-        return mask;
-    }
+std::shared_ptr<const GreyImage> GoldenModel::Content::Mask() const
+{
+    const std::lock_guard lock(maskMutex);
+    return mask;
+}
 
-    /// @throws HostError
-    GoldenFindings Inspect(const GreyImage& image) const
+GoldenFindings GoldenModel::Content::Inspect(const GreyImage& image) const
+{
+    const std::shared_ptr<const GreyImage> dead = Mask();
+    auto found = std::make_shared<GoldenFindings::Content>();
     {
-        const std::shared_ptr<const GreyImage> dead = Mask();
-        auto found = std::make_shared<GoldenFindings::Content>();
-        {
-            const library::LaneHold hold(lanes);
-            found->result = InspectGolden(hold.Engines(), hold.Lane(), *model, image);
-        }
-        if (dead != nullptr)
-            found->masked = DropMasked(*dead, found->result);
-        found->width = image.Width();
-        found->height = image.Height();
-        return GoldenFindings(std::move(found));
+        const library::LaneHold hold(lanes);
+        found->result = InspectGolden(hold.Engines(), hold.Lane(), *model, image);
     }
-};
+    if (dead != nullptr)
+        found->masked = DropMasked(*dead, found->result);
+    found->width = image.Width();
+    found->height = image.Height();
+    return GoldenFindings(std::move(found));
+}
 
 namespace
 {

@@ -186,6 +186,7 @@ public:
     std::vector<RegistrationMap> Registrations() const;
 
 private:
+    friend class Evaluation; // which measures it
     struct Content;
     explicit GoldenModel(Content& owned);
     const Content& Own() const;

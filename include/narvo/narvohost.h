@@ -7,6 +7,7 @@
 #include "narvo/host_cell.h"
 #include "narvo/host_check.h"
 #include "narvo/host_error.h"
+#include "narvo/host_evaluate.h"
 #include "narvo/host_exchange.h"
 #include "narvo/host_explain.h"
 #include "narvo/host_golden.h"
