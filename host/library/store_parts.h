@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/file/output_file.h"
 #include "host/library/translate.h"
 #include "host/store/result_store.h"
 #include "narvo/host_store.h"
@@ -55,6 +56,8 @@ auto InStore(Call call)
                                                        std::pair<std::string_view, const char*>("--run", "runs")})
                         if (problem.field.compare(0, option.size(), option) == 0)
                             problem.field.replace(0, option.size(), name);
+                if (dynamic_cast<const WriteError*>(&error) != nullptr)
+                    throw WriteError(std::move(found));
                 throw HostError(std::move(found));
             }
         });

@@ -9,6 +9,7 @@
 
 #include <opencv2/core.hpp>
 
+#include "host/file/output_file.h"
 #include "host/foreign_text.h"
 #include "host/image/grey_conversion.h"
 #include "host/limits.h"
@@ -45,6 +46,12 @@ const char* Error::what() const noexcept
     return m_text.c_str();
 }
 
+WriteError::WriteError(std::vector<Problem> problems) : Error(std::move(problems))
+{
+}
+
+WriteError::~WriteError() = default;
+
 std::string Printable(const std::string& text)
 {
     return narvo::Printable(text);
@@ -72,9 +79,11 @@ std::vector<v1::Problem> PublicProblems(const std::vector<Problem>& problems)
     return made;
 }
 
-v1::Error PublicError(const HostError& error)
+void ThrowPublic(const HostError& error)
 {
-    return v1::Error(PublicProblems(error.Problems()));
+    if (dynamic_cast<const WriteError*>(&error) != nullptr)
+        throw v1::WriteError(PublicProblems(error.Problems()));
+    throw v1::Error(PublicProblems(error.Problems()));
 }
 
 std::ptrdiff_t CheckedStride(const v1::ImagePixels& image, const std::string& name)

@@ -23,8 +23,8 @@ namespace narvo::library
 
 /// The public form of what is wrong.
 std::vector<v1::Problem> PublicProblems(const std::vector<Problem>& problems);
-/// The same as the exception.
-v1::Error PublicError(const HostError& error);
+/// Throws the same as the exception; v1::WriteError for a WriteError.
+[[noreturn]] void ThrowPublic(const HostError& error);
 
 /// Runs `call`; what the host layer refuses becomes the public exception.
 template <typename Call>
@@ -36,7 +36,7 @@ auto Translated(Call&& call)
     }
     catch (const HostError& error)
     {
-        throw PublicError(error);
+        ThrowPublic(error);
     }
 }
 

@@ -61,7 +61,7 @@ public:
     static GoldenCell Learn(const Recipe& recipe, const std::vector<ImagePixels>& images);
     /// From a file that Save or `narvo cell` wrote. @throws Error naming file and field
     static GoldenCell FromFile(const std::filesystem::path& file);
-    /// Writes a JSON file. @throws Error when that fails
+    /// Writes a JSON file. @throws WriteError when that fails
     void Save(const std::filesystem::path& file) const;
 
     /// Regions, as the recipe that it was learnt by has.

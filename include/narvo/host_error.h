@@ -44,6 +44,20 @@ private:
     std::string m_text;
 };
 
+/// The same of what could not be written, as distinct from what was wrong with the call: a file without room, place or
+/// right, a database that is away. The call may be made again once that has changed.
+class NARVOHOST_API WriteError : public Error
+{
+public:
+    /// `problems` must not be empty.
+    explicit WriteError(std::vector<Problem> problems);
+    ~WriteError() override;
+    /// Copies problems and text.
+    WriteError(const WriteError&) = default;
+    /// As the copy.
+    WriteError& operator=(const WriteError&) = default;
+};
+
 /// A text from outside, such as a file's name, as one line that a terminal shows as it stands: control characters, line
 /// ends among them, characters that turn the direction of writing and bytes that are no UTF-8 are written out.
 NARVOHOST_API std::string Printable(const std::string& text);

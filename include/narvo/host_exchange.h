@@ -103,7 +103,7 @@ NARVOHOST_API ExchangeFiles MakeExchangeFiles(const std::filesystem::path& outpu
                                               const std::vector<DefectList>& images, ExchangeForm form,
                                               const KlarfHead& head = {});
 /// Writes them, each whole or not at all; those that are there are replaced.
-/// @throws Error where two files have one name, before any is written; naming the file when that fails
+/// @throws Error where two files have one name, before any is written; WriteError naming the file when that fails
 NARVOHOST_API void SaveExchangeFiles(const ExchangeFiles& files);
 
 } // namespace narvo::v1

@@ -151,7 +151,7 @@ NARVOHOST_API FieldMean MeanOfFiles(const std::vector<std::filesystem::path>& fi
 
 /// Writes 8-bit pixels, of one channel or of three, in the format that the file name's ending says: up to 2147483639
 /// grey pixels, or sides of up to 65500 in colour.
-/// @throws Error naming what is not valid of the pixels, or the file when that fails
+/// @throws Error naming what is not valid of the pixels, WriteError naming the file when that fails
 NARVOHOST_API void SaveImage(const std::filesystem::path& file, const PixelArray& pixels);
 
 } // namespace narvo::v1

@@ -45,11 +45,11 @@ public:
     std::string Text() const;
     /// Writes a recipe file that FromFile and the program `narvo` read, and beside it the images that the recipe holds,
     /// painted zones for example, under the file's name with endings as ".zones.png".
-    /// @throws Error when a file cannot be written, for a recipe of several regions, which comes from text already, or
-    /// with region maps, which have no form in files
+    /// @throws WriteError when a file cannot be written; Error for a recipe of several regions, which comes from text
+    /// already, or with region maps, which have no form in files
     void Save(const std::filesystem::path& file) const;
     /// The same without the region maps that it may have, for programs that keep these themselves. The file alone may
-    /// be no recipe then. @throws Error when a file cannot be written, or for a recipe of several regions
+    /// be no recipe then. @throws WriteError when a file cannot be written, Error for a recipe of several regions
     void SaveWithoutMaps(const std::filesystem::path& file) const;
     /// Whether an image of that size can be inspected, and why not. @throws Error with all that is wrong; sides are 1
     /// .. 1048576

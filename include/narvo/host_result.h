@@ -78,7 +78,8 @@ NARVOHOST_API std::vector<std::uint8_t> DrawOverlay(const Image& image, const Fu
                                                     const std::vector<Box>& missed = {});
 /// Draws and writes it in the format that the file name's ending says. A picture of more than `mostPixels`, 1 ..
 /// HighestMaxPixels, is reduced by the smallest whole factor that makes it small enough, its frames and numbers being
-/// drawn at their usual size. @throws Error as DrawOverlay, for another limit, or naming the file when that fails
+/// drawn at their usual size. @throws Error as DrawOverlay, or for another limit; WriteError naming the file when that
+/// fails
 NARVOHOST_API void SaveOverlay(const std::filesystem::path& file, const ImagePixels& image, const FullReport& report,
                                const std::vector<Box>& missed = {}, std::int64_t mostPixels = HighestMaxPixels);
 /// The same of an image that was read or made of colours.

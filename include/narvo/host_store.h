@@ -53,7 +53,8 @@ enum class RunStart : int
 
 /// One connection, for one thread at a time. A call that writes is one transaction: all of it is there once the call
 /// has returned, whatever happens to the program or the machine, or nothing. Every call throws Error when the database
-/// cannot be reached, is locked by another for long, or fails. One that was moved from refuses every call.
+/// cannot be reached, is locked by another for long, or fails; of these, WriteError where another time or a repair may
+/// help. One that was moved from refuses every call.
 class NARVOHOST_API ResultStore
 {
 public:

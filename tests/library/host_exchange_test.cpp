@@ -217,6 +217,27 @@ TEST(HostExchange, NothingIsLostWhereFilesCannotBeWritten)
                     }),
                 SizeIs(1));
     EXPECT_EQ(Contents(folder / "file"), "in the way");
+    // What is wrong with a call is told apart from what cannot be written.
+    const ExchangeFiles nowhere{{}, {{folder / "none" / "a.csv", "text"}}};
+    EXPECT_THROW(SaveExchangeFiles(nowhere), WriteError);
+    EXPECT_THROW(SaveExchangeFiles({folder / "file", {}}), WriteError);
+    try
+    {
+        SaveExchangeFiles(twice);
+        FAIL();
+    }
+    catch (const WriteError&)
+    {
+        FAIL() << "two files of one name are the call's fault";
+    }
+    catch (const Error& error)
+    {
+        EXPECT_THAT(error.Problems(), SizeIs(1));
+    }
+    const Picture8 picture(8, 8);
+    EXPECT_THROW(SaveImage(folder / "none" / "a.png", {picture.pixels.data(), 8, 8}), WriteError);
+    const Recipe recipe = RecipeDraft().Set("mode", "average").Set("average.bright", 9).Set("average.dark", 9).Check();
+    EXPECT_THROW(recipe.Save(folder / "none" / "a.json"), WriteError);
 }
 
 TEST(HostExchange, FilesThatAreNoneAreRefusedByLine)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Results that are kept in a file and read back, by the installed headers.
 #include <cstdint>
+#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -108,6 +109,21 @@ TEST_F(HostStore, RunsBeginAsTheyAreToldTo)
     const std::int64_t again = store.BeginRun("lot", other, "r", "test", RunStart::Afresh);
     EXPECT_TRUE(ImagesOf(store, again).empty());
     EXPECT_EQ(store.Runs().size(), 1U);
+}
+
+TEST_F(HostStore, WhatIsThereAndNoStoreIsNoFaultOfWriting)
+{
+    std::ofstream(place) << "no database at all, but a file that is long enough to be looked at";
+    try
+    {
+        ResultStore::ForWriting(place);
+        FAIL();
+    }
+    catch (const Error& error)
+    {
+        EXPECT_EQ(error.Problems().at(0).field, "place " + place);
+    }
+    EXPECT_THROW(ResultStore::ForWriting((folder / "none" / "s.sqlite").string()), WriteError);
 }
 
 TEST_F(HostStore, WhatCannotBeKeptIsRefusedAndTheRestStays)
