@@ -2,6 +2,7 @@
 // Texts of the exit codes.
 #include "tools/exit_code.h"
 
+#include <algorithm>
 #include <iostream>
 
 namespace narvo::tools
@@ -30,6 +31,21 @@ std::string DescribeExitCodes()
     for (const auto& [code, meaning] : ExitCodes())
         text += "\n  " + std::to_string(code) + "  " + meaning;
     return text;
+}
+
+std::vector<Problem> ProblemsOf(const v1::Error& error)
+{
+    std::vector<Problem> problems;
+    for (const v1::Problem& problem : error.Problems())
+        problems.push_back({problem.field, problem.value, problem.allowed});
+    return problems;
+}
+
+void AddProblems(std::vector<Problem>& found, const std::vector<Problem>& more)
+{
+    for (const Problem& problem : more)
+        if (std::find(found.begin(), found.end(), problem) == found.end())
+            found.push_back(problem);
 }
 
 void PrintProblems(const std::vector<Problem>& found)

@@ -2,12 +2,12 @@
 // Exit codes of the program and how problems reach the terminal.
 #pragma once
 
-#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "host/problem.h"
+#include "narvo/host_error.h"
 
 namespace narvo::tools
 {
@@ -30,6 +30,12 @@ const std::vector<std::pair<int, std::string>>& ExitCodes();
 /// The codes, for the end of --help.
 std::string DescribeExitCodes();
 
+/// What a call of the host library refused.
+std::vector<Problem> ProblemsOf(const v1::Error& error);
+
+/// Adds problems to others, each once.
+void AddProblems(std::vector<Problem>& found, const std::vector<Problem>& more);
+
 /// Runs a step, and keeps the problems that it throws with the others, each once. @return whether it threw none
 template <typename Step>
 bool CollectProblems(std::vector<Problem>& found, Step&& step)
@@ -41,11 +47,13 @@ bool CollectProblems(std::vector<Problem>& found, Step&& step)
     }
     catch (const HostError& error)
     {
-        for (const Problem& problem : error.Problems())
-            if (std::find(found.begin(), found.end(), problem) == found.end())
-                found.push_back(problem);
-        return false;
+        AddProblems(found, error.Problems());
     }
+    catch (const v1::Error& error)
+    {
+        AddProblems(found, ProblemsOf(error));
+    }
+    return false;
 }
 
 /// One line for each problem on the error stream.

@@ -72,6 +72,16 @@ int RunAndTell(int argc, char** argv)
         narvo::tools::PrintProblems(error.Problems());
         return narvo::tools::ExitCode_NotWritten;
     }
+    catch (const narvo::v1::WriteError& error)
+    {
+        narvo::tools::PrintProblems(narvo::tools::ProblemsOf(error));
+        return narvo::tools::ExitCode_NotWritten;
+    }
+    catch (const narvo::v1::Error& error)
+    {
+        narvo::tools::PrintProblems(narvo::tools::ProblemsOf(error));
+        return narvo::tools::ExitCode_BadInput;
+    }
     catch (const narvo::HostError& error)
     {
         narvo::tools::PrintProblems(error.Problems());

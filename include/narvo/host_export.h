@@ -9,8 +9,8 @@
 #endif
 
 // Everything is in narvo::v1, which programs write as narvo. Inside the library it is not, because the host layer that
-// it is built from uses some of the same names in narvo. An inline namespace would say the same, but clang wants the
-// word inline in every header then.
+// it is built from uses some of the same names in narvo; nor in the program narvo, as long as that includes both. An
+// inline namespace would say the same, but clang wants the word inline in every header then.
 namespace narvo
 {
 namespace v1

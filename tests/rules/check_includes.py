@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: MIT
 """Holds the includes between folders to allowed_includes.txt, and the folders to one direction.
 
-The Python module includes nothing but the installed headers of the host library, whatever the list says.
+The Python module includes nothing but the installed headers of the host library, whatever the list says. So do the
+commands of the program, but for helpers with texts and files and for the folders of INSIDE.
 
 Fails on an include that the list does not allow, on an entry that no include uses, on a circle of folders, and on an
 include of a file of these folders that does not exist. Tests and bench are not part of the list, since nothing includes them.
@@ -16,6 +17,31 @@ from collections import defaultdict
 from graphlib import CycleError, TopologicalSorter
 
 CLOSED = {"python": {"include/narvo"}}  # folders that include from no others
+HELPERS = {"host", "host/file"}  # texts, problems and files: nothing of inspection
+# Folders of the program that still include the host layer itself. One leaves the list once its commands stand on the
+# headers of the host library; none joins it.
+INSIDE = {
+    "tools",
+    "tools/bench",
+    "tools/capability",
+    "tools/cell",
+    "tools/evaluate",
+    "tools/explain",
+    "tools/field",
+    "tools/golden",
+    "tools/inspect",
+    "tools/learn",
+    "tools/live",
+    "tools/lot",
+    "tools/page",
+    "tools/pitch",
+    "tools/recipe",
+    "tools/report",
+    "tools/synthetic",
+    "tools/truth",
+    "tools/tune",
+    "tools/watch",
+}
 ROOTS = ("include", "narvoassem", "measure", "host", "sources", "tools", "python")
 INCLUDE = re.compile(r'\s*#\s*include\s+["<]([^">]+)[">]')
 LIST = os.path.join("tests", "rules", "allowed_includes.txt")
@@ -71,6 +97,11 @@ def main(root, write, least=10):
     found, faults = edges(root)
     if len(found) < least:
         faults.append(f"only {len(found)} folders found in {root}")
+    for folder in sorted(found):
+        inner = sorted(target for target in found[folder] if target.split("/")[0] == "host" and target not in HELPERS)
+        if folder.split("/")[0] == "tools" and bool(inner) != (folder in INSIDE):
+            faults.append(f"{folder} includes {', '.join(inner)} instead of headers of the host library" if inner
+                          else f"check_includes.py: {folder} includes nothing of the host layer, but INSIDE names it")
     path = os.path.join(root, LIST)
     if write:
         with open(path, "w", encoding="utf-8") as text:

@@ -5,6 +5,7 @@ import io
 import os
 import tempfile
 import unittest
+import unittest.mock
 
 import check_includes
 
@@ -72,6 +73,19 @@ class CheckIncludes(unittest.TestCase):
         for include in (f'"{header("measure")}"', f'<{header("measure")}>'):
             self.write("python/new.cpp", f"#include {include}\n")
             self.assertIn("python may include include/narvo alone", self.faults(write=True))
+
+    def test_holds_commands_to_the_installed_headers_unless_they_are_listed_as_inside(self):
+        self.write("include/narvo/host.h", "")
+        self.write("host/file/file_header.h", "")
+        self.write("host/lot/lot_header.h", "")
+        self.write("tools/new/new.cpp", '#include "narvo/host.h"\n#include "host/file/file_header.h"\n')
+        self.assertEqual(self.faults(write=True), "")
+        self.write("tools/new/new.cpp", '#include "host/lot/lot_header.h"\n', "a")
+        self.assertIn("tools/new includes host/lot instead of headers", self.faults(write=True))
+        with unittest.mock.patch.object(check_includes, "INSIDE", {"tools/new"}):
+            self.assertEqual(self.faults(), "")
+            self.write("tools/new/new.cpp", '#include "narvo/host.h"\n')
+            self.assertIn("tools/new includes nothing of the host layer", self.faults(write=True))
 
     def test_refuses_a_tree_without_folders(self):
         with contextlib.redirect_stdout(io.StringIO()) as out:

@@ -13,10 +13,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include "host/exchange/exchange_files.h"
-#include "host/exchange/listed_results.h"
 #include "host/foreign_text.h"
 #include "host/problem.h"
+#include "narvo/host_exchange.h"
 #include "tools/exit_code.h"
 #include "tools/number_option.h"
 #include "tools/output_names.h"
@@ -27,16 +26,17 @@ namespace narvo::tools
 namespace
 {
 
-const std::map<std::string, ExchangeForm> forms = {{"klarf-1.2", Exchange_Klarf12}, {"klarf-1.8", Exchange_Klarf18},
-                                                   {"coco", Exchange_Coco},         {"voc", Exchange_Voc},
-                                                   {"yolo", Exchange_Yolo},         {"csv", Exchange_Table}};
+const std::map<std::string, v1::ExchangeForm> forms = {
+    {"klarf-1.2", v1::ExchangeForm::Klarf12}, {"klarf-1.8", v1::ExchangeForm::Klarf18},
+    {"coco", v1::ExchangeForm::Coco},         {"voc", v1::ExchangeForm::Voc},
+    {"yolo", v1::ExchangeForm::Yolo},         {"csv", v1::ExchangeForm::Table}};
 
 struct ExportOptions
 {
     std::vector<std::string> inputs;
-    ExchangeForm form = Exchange_Klarf12;
+    v1::ExchangeForm form = v1::ExchangeForm::Klarf12;
     std::string output;
-    KlarfHead head;
+    v1::KlarfHead head;
     bool quiet = false;
 };
 
@@ -50,15 +50,15 @@ std::string TimeStamp()
     return text;
 }
 
-std::vector<DefectList> ReadInputs(const ExportOptions& options)
+std::vector<v1::DefectList> ReadInputs(const ExportOptions& options)
 {
-    std::vector<DefectList> images;
+    std::vector<v1::DefectList> images;
     std::vector<Problem> found;
     for (const std::string& input : options.inputs)
         CollectProblems(found,
                         [&]
                         {
-                            std::vector<DefectList> read = ReadDefectLists(input, options.head.pixelSize);
+                            std::vector<v1::DefectList> read = v1::ReadDefects(input, options.head.pixelSize);
                             std::move(read.begin(), read.end(), std::back_inserter(images));
                         });
     ThrowIfAny(std::move(found));
@@ -67,8 +67,8 @@ std::vector<DefectList> ReadInputs(const ExportOptions& options)
 
 int RunExport(const ExportOptions& options)
 {
-    const std::vector<DefectList> images = ReadInputs(options);
-    const ExchangeFiles made = MakeExchangeFiles(options.output, images, options.form, options.head);
+    const std::vector<v1::DefectList> images = ReadInputs(options);
+    const v1::ExchangeFiles made = v1::MakeExchangeFiles(options.output, images, options.form, options.head);
     OutputNames names;
     for (const std::string& input : options.inputs)
         names.AddInput(input);
@@ -76,9 +76,9 @@ int RunExport(const ExportOptions& options)
         names.AddOutputs(i < images.size() ? Printable(images[i].image) : "the classes", made.files[i].name.string());
     names.Check();
     std::size_t defects = 0;
-    for (const DefectList& image : images)
+    for (const v1::DefectList& image : images)
         defects += image.defects.size();
-    WriteExchangeFiles(made);
+    v1::SaveExchangeFiles(made);
     if (!options.quiet)
         std::cout << Printable(options.output) << ": images " << images.size() << ", defects " << defects << std::endl;
     return ExitCode_Done;
@@ -90,7 +90,7 @@ void AddExportCommand(CLI::App& app, Action& action)
 {
     const auto options = std::make_shared<ExportOptions>();
     options->head.time = TimeStamp();
-    KlarfHead& head = options->head;
+    v1::KlarfHead& head = options->head;
     CLI::App* command = app.add_subcommand("export", "Write defects in the forms of other programs");
     command
         ->add_option("inputs", options->inputs,
