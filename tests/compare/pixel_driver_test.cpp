@@ -318,6 +318,48 @@ TEST_F(PixelDriver, TwiceRunsBothPassesAndBothBlobSteps)
     }
 }
 
+/// A spot that both passes find, and a fainter one two columns on that the second one finds alone.
+TEST_F(PixelDriver, TwiceRemovesWhatLiesNextToAPairOfTheFirstPassAndKeepsWhatLiesTwoPixelsOn)
+{
+    constexpr int nSide = 256;
+    std::vector<unsigned char> image(nSide * nSide, 100);
+    image[90 * nSide + 150] = 200;
+    image[90 * nSide + 152] = 130;
+    p.pImage = image.data();
+    p.nImageWidth = p.nImageHeight = nSide;
+    p.rtInspect.SetRect(16, 16, 240, 240);
+    p.dConvPitch = p.dScanPitch = 24.0;
+    p.nThreshold = 60;
+    p.nThresholdGain = p.nTwiceThresholdGain = 0;
+    p.bExtendedKernel = p.bTwice = 1;
+    p.dTwicePitch = 24.0;
+    p.nTwiceThreshold = 15;
+    for (const int nDirection : {0, 1})
+    {
+        p.nDirection = nDirection;
+        CTracedEngine engine;
+        EXPECT_EQ(engine.Inspect_Rect(&p), 1);
+        int nRemoved = 0;
+        int nFaint = 0;
+        int nStrong = 0;
+        for (int i = 0; i < engine.nPairCount; ++i)
+        {
+            const CDefectPair& pair = engine.pPair[i];
+            nRemoved += pair.nDefectType == DefectType_Removed ? 1 : 0;
+            nStrong += pair.nDefectType != DefectType_Removed && pair.ptDefect == CPoint(150, 90) ? 1 : 0;
+            nFaint += pair.nDefectType != DefectType_Removed && pair.ptDefect == CPoint(152, 90) ? 1 : 0;
+        }
+        EXPECT_EQ(nStrong, 1) << nDirection;
+        EXPECT_EQ(nFaint, 1) << nDirection;
+        EXPECT_EQ(nRemoved, 1) << nDirection;
+        // One blob of the first pass, and one of the pairs of both.
+        int nPairs = 0;
+        for (int i = 0; i < engine.GetBlobCount(); ++i)
+            nPairs += engine.GetBlobDefect(i)->nPairCount;
+        EXPECT_EQ(nPairs, 3) << nDirection;
+    }
+}
+
 TEST_F(PixelDriver, TwiceColumnScanKeepsRecordsOutOfDeadZones)
 {
     p.nDirection = 1;

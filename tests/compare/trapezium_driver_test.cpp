@@ -147,6 +147,52 @@ TEST_F(TrapeziumDriver, SinglesAreNeverKeptAndTheJumpFilterIsSet)
     }
 }
 
+/// Two bright columns, 24 apart, in the last rows of an image of 64: alike at a pitch of 24, pairs at one of 20.
+TEST_F(TrapeziumDriver, TheLastEntryOfATableServesTheLastRowsAndTheRowBelowTheImage)
+{
+    constexpr int nWidth = 320;
+    constexpr int nHeight = 64;
+    std::vector<unsigned char> image(nWidth * nHeight, 100);
+    for (std::size_t y = 49; y < nHeight; ++y) // windows are of two rows
+        for (const std::size_t x : {100, 124})
+            image[y * nWidth + x] = 200;
+    p.pImage = image.data();
+    p.nImageWidth = nWidth;
+    p.nImageHeight = nHeight;
+    p.rtInspect.SetRect(0, 0, nWidth, nHeight);
+    p.dConvPitch = 20.0;
+    p.nConvMultiple = 1;
+    int table[] = {20 * 16, 20 * 16, 20 * 16, 24 * 16, 20 * 16};
+    p.pTiltConvTable = table;
+    const auto countPairs = [&](int nTop, int nBottom)
+    {
+        p.trapInspect.ptCorner[0] = CPadPoint(30, nTop);
+        p.trapInspect.ptCorner[1] = CPadPoint(220, nTop);
+        p.trapInspect.ptCorner[2] = CPadPoint(220, nBottom);
+        p.trapInspect.ptCorner[3] = CPadPoint(30, nBottom);
+        CTracedEngine engine;
+        EXPECT_EQ(engine.Inspect_Trapezium(&p), 1);
+        return engine.nPairCount;
+    };
+    EXPECT_EQ(countPairs(0, nHeight - 1), 0);
+    EXPECT_EQ(countPairs(nHeight, nHeight - 4), 0) << "the row below the image";
+    table[3] = 20 * 16;
+    EXPECT_GT(countPairs(0, nHeight - 1), 0);
+    EXPECT_GT(countPairs(nHeight, nHeight - 4), 0);
+}
+
+TEST_F(TrapeziumDriver, ATrapeziumHasNoSecondPass)
+{
+    SetVertical();
+    CTracedEngine once;
+    EXPECT_EQ(once.Inspect_Trapezium(&p), 1);
+    p.nMaxReinspect = 3;
+    CTracedEngine engine;
+    EXPECT_EQ(engine.Inspect_Trapezium(&p), 1);
+    EXPECT_EQ(GetPlaces(engine), GetPlaces(once));
+    EXPECT_EQ(engine.nReinspectCount, 0);
+}
+
 TEST_F(TrapeziumDriver, EveryModeIsCheckedAndEarlierBlobsAreCleared)
 {
     CTracedEngine engine;

@@ -60,6 +60,17 @@ TEST(FrameRegion, PolygonEqualToTheFrameIsOneRectangle)
     EXPECT_THAT(frame.rects, ElementsAre(CRect(10, 20, 110, 60)));
 }
 
+TEST(FrameRegion, NothingIsSaidOfAPolygonOutsideTheFrame)
+{
+    CFrameProbe probe;
+    std::vector<CPoint> polygon = MakeBox(200, 200, 300, 300);
+    int nCount = 77;
+    CRect* pList = nullptr;
+    EXPECT_EQ(probe.MakeFrameRegion(polygon.data(), 4, CRect(10, 20, 110, 60), nCount, &pList), 0);
+    EXPECT_EQ(nCount, 77);
+    EXPECT_EQ(pList, nullptr);
+}
+
 TEST(FrameRegion, PolygonIsClippedToTheFrame)
 {
     const CFrame frame = MakeFrame(MakeBox(-50, -50, 500, 40), CRect(10, 20, 110, 60));

@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "gtest/gtest.h"
@@ -50,6 +51,20 @@ TEST(GammaPoint, PointsBeforeTheFirstOriginFallIntoTheCellBefore)
     EXPECT_EQ(Find(MakeTable(), 80, 55).x, 60);
     EXPECT_EQ(Find(MakeTable(), 105, 49).y, 40);
     EXPECT_EQ(Find(MakeTable(), 105, 40).y, 30);
+}
+
+TEST(GammaPoint, CellsWithoutASizeGiveTheImagesCorner)
+{
+    for (const auto& [dWidth, dHeight] : {std::pair(0.0, 10.0), std::pair(20.0, 0.0), std::pair(-2.0, 10.0)})
+    {
+        std::vector<int> table = MakeTable();
+        CGammaPoint point;
+        point.x = 7;
+        point.y = 8;
+        point.FindOrigin(table.data(), 3, 130, 65, dWidth, dHeight);
+        EXPECT_EQ(point.x, 0) << dWidth;
+        EXPECT_EQ(point.y, 0) << dHeight;
+    }
 }
 
 TEST(GammaPoint, NullTableDoesNotChangeThePoint)

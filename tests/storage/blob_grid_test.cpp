@@ -48,17 +48,19 @@ TEST(BlobGrid, TellsOfRectanglesThatAreReversedAlongEitherAxis)
 TEST(BlobGrid, ARectangleThatTheMarginDoesNotTurnIsInNoCell)
 {
     CBlobGrid grid;
-    ASSERT_TRUE(grid.Start(4, 3, false));
+    ASSERT_TRUE(grid.Start(5, 3, false));
     grid.Add(MakeBlob(CRect(100, 100, 110, 110)), 0);
     grid.Add(MakeBlob(CRect(107, 100, 100, 110)), 0); // reversed by 7 pixels: more than twice the margin
     grid.Add(MakeBlob(CRect(100, 107, 110, 100)), 0);
     grid.Add(MakeBlob(CRect(106, 100, 100, 110)), 0); // the margin turns it
+    grid.Add(MakeBlob(CRect(100, 106, 110, 100)), 0); // and this
     ASSERT_TRUE(grid.Finish());
     std::vector<int> found = BlobsIn(grid, CRect(103, 103, 103, 103));
     EXPECT_EQ(std::count(found.begin(), found.end(), 0), 1);
     EXPECT_EQ(std::count(found.begin(), found.end(), 1), 0);
     EXPECT_EQ(std::count(found.begin(), found.end(), 2), 0);
     EXPECT_EQ(std::count(found.begin(), found.end(), 3), 1);
+    EXPECT_EQ(std::count(found.begin(), found.end(), 4), 1);
 }
 
 } // namespace

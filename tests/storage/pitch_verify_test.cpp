@@ -182,6 +182,16 @@ TEST_F(PitchVerify, TableModeMultipliesByTheCycleAndLooksBothWays)
     EXPECT_EQ(m_store.nRemovedConv, 3) << "both sides match, and the pair is removed once";
 }
 
+TEST_F(PitchVerify, ACycleOfZeroEndsTheListInTableMode)
+{
+    std::vector<unsigned short> convTable(128, 80);
+    m_store.ConvParam.pConvPitchTable = convTable.data();
+    m_image.Set(55, 60, 150);
+    EXPECT_EQ(Verify("2;102"), 1);
+    EXPECT_EQ(Verify("2;100"), 0) << "the pixel is not compared with itself";
+    EXPECT_EQ(Verify("2;100;102"), 0);
+}
+
 TEST_F(PitchVerify, TableModeAlongYSkipsADirectionWithoutTable)
 {
     m_image.Set(50, 60, 100);
@@ -252,6 +262,8 @@ TEST_F(TiltVerify, ASideThatIsEqualIsNoSlope)
     m_image.Set(50, 44, 150);
     m_image.Set(50, 76, 250);
     EXPECT_EQ(m_store.DPCTiltFiltering(&m_pair), 0) << "150, 150, 250";
+    m_image.Set(50, 76, 100);
+    EXPECT_EQ(m_store.DPCTiltFiltering(&m_pair), 0) << "150, 150, 100";
     m_image.Set(50, 44, 100);
     m_image.Set(50, 76, 150);
     EXPECT_EQ(m_store.DPCTiltFiltering(&m_pair), 0) << "100, 150, 150";
