@@ -17,3 +17,7 @@ set(ENV{PKG_CONFIG_LIBDIR} ${CMAKE_CURRENT_LIST_DIR}/../build/windows/prefix/lib
 # instructions that do not; on processors with these vectors they are as fast.
 set(CMAKE_C_FLAGS_INIT -Wa,-muse-unaligned-vector-move)
 set(CMAKE_CXX_FLAGS_INIT -Wa,-muse-unaligned-vector-move)
+# Windows ends a process by ending its threads where they are, and then lets each library clean up. A thread that was
+# just leaving, as those of OpenMP do behind a lane's thread, may have held a lock of libwinpthread for which libstdc++
+# then waits for ever. Linked into the program, libstdc++ cleans up while all threads still run.
+set(CMAKE_EXE_LINKER_FLAGS_INIT -static)

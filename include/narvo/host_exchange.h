@@ -61,8 +61,7 @@ struct KlarfHead
 struct KlarfContent
 {
     ExchangeForm form = ExchangeForm::Klarf12; ///< Klarf12 or Klarf18
-    KlarfHead
-        head; ///< as it stands there, absent texts empty and the slot up to 100000; the pixel size is the caller's
+    KlarfHead head; ///< as it stands there: absent texts empty, the slot up to 100000; the pixel size is the caller's
     std::vector<DefectList> images; ///< a die each, by row and column, named die_COLUMN_ROW; dies without defects too
 };
 
