@@ -20,4 +20,4 @@ set(CMAKE_CXX_FLAGS_INIT -Wa,-muse-unaligned-vector-move)
 # Windows ends a process by ending its threads where they are, and then lets each library clean up. A thread that was
 # just leaving, as those of OpenMP do behind a lane's thread, may have held a lock of libwinpthread for which libstdc++
 # then waits for ever. Linked into the program, libstdc++ cleans up while all threads still run.
-set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
+set(CMAKE_EXE_LINKER_FLAGS_INIT -static-libstdc++)
