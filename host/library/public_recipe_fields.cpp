@@ -10,7 +10,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/recipe/block_fields.h"
 #include "host/recipe/recipe_fields.h"
+#include "host/recipe/recipe_file.h"
+#include "host/recipe/recipe_schema.h"
 
 namespace narvo::v1
 {
@@ -106,6 +109,21 @@ const std::vector<RecipeField>& RecipeFields()
 {
     static const std::vector<RecipeField> fields = AllFields();
     return fields;
+}
+
+std::string RecipeFieldsText()
+{
+    return DescribeRecipeFields();
+}
+
+std::string RecipeSchemaText()
+{
+    return RecipeSchema().dump(2);
+}
+
+std::string BlockFieldsText()
+{
+    return DescribeBlockFields();
 }
 
 } // namespace narvo::v1

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The fields that a recipe may have, as docs/recipe.md lists them: for programs that show or edit recipes.
+// The fields that a recipe may have, as docs/recipe.md lists them, for programs that show or edit recipes: as records,
+// as text, and as a schema.
 #pragma once
 
 #include <string>
@@ -40,5 +41,14 @@ struct RecipeField
 
 /// All of them, in the order of the reference. @throws std::bad_alloc
 NARVOHOST_API const std::vector<RecipeField>& RecipeFields();
+
+/// The same for a person, a line each, as the program's `narvo recipe` prints them.
+NARVOHOST_API std::string RecipeFieldsText();
+/// A JSON schema of recipes, draft 2020-12, for editors: every field with type, range, default and meaning, and which
+/// fields each mode needs and reads. The rules that tie numbers together are Recipe's alone.
+NARVOHOST_API std::string RecipeSchemaText();
+/// For programs that call the engine: the fields of its parameter block, a line each, with those of a recipe that set
+/// them, or why there are none.
+NARVOHOST_API std::string BlockFieldsText();
 
 } // namespace narvo::v1

@@ -212,6 +212,24 @@ TEST(HostRecipeFields, DescribeEveryValueOfARecipe)
         EXPECT_EQ(paths.count(known), 1U) << known;
 }
 
+TEST(HostRecipeFields, TextSchemaAndBlockNameThem)
+{
+    const std::string text = RecipeFieldsText();
+    const std::string schema = RecipeSchemaText();
+    const std::string block = BlockFieldsText();
+    for (const RecipeField& field : RecipeFields())
+    {
+        const std::string last = field.path.substr(field.path.rfind('.') + 1);
+        EXPECT_NE(schema.find('"' + last.substr(0, last.find('[')) + '"'), std::string::npos) << field.path;
+        EXPECT_NE(text.find(last), std::string::npos) << field.path;
+    }
+    EXPECT_EQ(schema.substr(0, 1) + schema.back(), "{}");
+    EXPECT_NE(schema.find("https://json-schema.org/draft/2020-12/schema"), std::string::npos);
+    EXPECT_NE(block.find("dScanPitch"), std::string::npos);
+    EXPECT_NE(block.find("pitch.x"), std::string::npos);
+    EXPECT_EQ(text.back(), '\n');
+}
+
 TEST(HostRecipeFields, FallbacksAreWhatHoldsWithoutTheField)
 {
     // Of every field that a small recipe of its mode leaves out.

@@ -35,7 +35,6 @@ INSIDE = {
     "tools/lot",
     "tools/page",
     "tools/pitch",
-    "tools/recipe",
     "tools/report",
     "tools/synthetic",
     "tools/truth",

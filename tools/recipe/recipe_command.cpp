@@ -7,12 +7,9 @@
 #include <string>
 
 #include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
 
-#include "host/problem.h"
-#include "host/recipe/block_fields.h"
-#include "host/recipe/recipe_file.h"
-#include "host/recipe/recipe_schema.h"
+#include "narvo/host_recipe.h"
+#include "narvo/host_recipe_fields.h"
 #include "tools/exit_code.h"
 #include "tools/quiet_codecs.h"
 
@@ -35,12 +32,12 @@ int ShowRecipe(const std::string& file)
     try
     {
         const QuietCodecs quiet;
-        std::cout << RecipesToJson(LoadRecipes(file)).dump(2) << '\n';
+        std::cout << v1::Recipe::FromFile(file).Text() << '\n';
         return ExitCode_Done;
     }
-    catch (const HostError& error)
+    catch (const v1::Error& error)
     {
-        PrintProblems(error.Problems());
+        PrintProblems(ProblemsOf(error));
         return ExitCode_BadInput;
     }
 }
@@ -50,9 +47,9 @@ int RunRecipe(const RecipeOptions& options)
     if (!options.file.empty())
         return ShowRecipe(options.file);
     if (options.schema)
-        std::cout << RecipeSchema().dump(2) << '\n';
+        std::cout << v1::RecipeSchemaText() << '\n';
     else
-        std::cout << (options.block ? DescribeBlockFields() : DescribeRecipeFields());
+        std::cout << (options.block ? v1::BlockFieldsText() : v1::RecipeFieldsText());
     return ExitCode_Done;
 }
 
