@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "host/library/named_settings.h"
 #include "host/library/public_report.h"
 #include "host/library/recipe_parts.h"
@@ -19,6 +21,9 @@
 
 namespace narvo::v1
 {
+
+static_assert(HighestLotDistance == nLotDistanceHigh && LowestLotRisk == dLotRiskLow && HighestLotRisk == dLotRiskHigh);
+static_assert(HighestLotImages == nLotImageLimit);
 
 namespace
 {
@@ -38,6 +43,7 @@ LotSettings LayerSettings(const Settings& settings)
                           check);
     ThrowIfAny(check());
     made.baseline = static_cast<std::size_t>(baseline);
+    CheckLotSettings(made);
     return made;
 }
 
@@ -82,8 +88,11 @@ LotChart PublicChart(narvo::LotChart chart, double risk)
     return made;
 }
 
-LotReport PublicLot(narvo::Lot lot, LotStatistics statistics)
+LotReport PublicLot(narvo::Lot lot, const LotSettings& settings, std::string* json)
 {
+    LotStatistics statistics = MakeLotStatistics(lot, settings);
+    if (json != nullptr)
+        *json = LotToJson(lot, statistics).dump(2);
     LotReport report;
     report.text = LotText(lot, statistics);
     report.store = std::move(lot.store);
@@ -178,17 +187,40 @@ std::size_t Lot::Images() const
     return Own().builder.Images();
 }
 
-LotReport Lot::Find(const Settings& settings) const
+LotReport Lot::Find(const Settings& settings, std::string* json) const
 {
     const Content& own = Own();
     return library::Translated(
         [&]
         {
             const LotSettings made = LayerSettings(settings);
-            narvo::Lot lot = own.builder.Made();
-            LotStatistics statistics = MakeLotStatistics(lot, made);
-            return PublicLot(std::move(lot), std::move(statistics));
+            return PublicLot(own.builder.Made(), made, json);
         });
+}
+
+LotReport Lot::Finish(const Settings& settings, std::string* json)
+{
+    Content& own = Own();
+    return library::Translated(
+        [&]
+        {
+            const LotSettings made = LayerSettings(settings);
+            LotReport report = PublicLot(own.builder.Finish(), made, json);
+            m_content.reset();
+            return report;
+        });
+}
+
+const Settings& Lot::Defaults()
+{
+    static const Settings defaults = []
+    {
+        const LotSettings made;
+        return Settings{{"distance", static_cast<double>(made.distance)},
+                        {"risk", made.risk},
+                        {"baseline", static_cast<double>(made.baseline)}};
+    }();
+    return defaults;
 }
 
 } // namespace narvo::v1

@@ -67,6 +67,11 @@ narvo::RunStart LayerStart(RunStart start)
 
 } // namespace
 
+bool IsServerPlace(const std::string& place)
+{
+    return narvo::IsServerPlace(place);
+}
+
 ResultStore::Content::Content(const std::string& place, StoreAccess access) : store(OpenResultStore(place, access))
 {
 }

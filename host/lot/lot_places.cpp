@@ -197,7 +197,7 @@ const std::string& LotTestName(int kind)
     return names.at(static_cast<std::size_t>(kind));
 }
 
-std::vector<LotTest> TestLotPlaces(const Lot& lot, const LotPlaceSettings& settings)
+std::vector<Problem> CheckPlaceSettings(const LotPlaceSettings& settings)
 {
     std::vector<Problem> found;
     if (settings.distance < 1 || settings.distance > nLotDistanceHigh)
@@ -205,7 +205,12 @@ std::vector<LotTest> TestLotPlaces(const Lot& lot, const LotPlaceSettings& setti
     if (!(settings.risk >= dLotRiskLow && settings.risk <= dLotRiskHigh))
         found.push_back(
             {"risk", FormatNumber(settings.risk), FormatNumber(dLotRiskLow) + " to " + FormatNumber(dLotRiskHigh)});
-    ThrowIfAny(std::move(found));
+    return found;
+}
+
+std::vector<LotTest> TestLotPlaces(const Lot& lot, const LotPlaceSettings& settings)
+{
+    ThrowIfAny(CheckPlaceSettings(settings));
     return PlaceTester(lot, settings).Run();
 }
 

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "host/lot/lot_records.h"
+#include "host/problem.h"
 
 namespace narvo
 {
@@ -68,6 +69,9 @@ struct LotPlaceSettings
         4; ///< pixels within which defects are at the same place, 1 to nLotDistanceHigh: side of a square of the grid
     double risk = 0.01; ///< of each test, that chance alone makes it report something; dLotRiskLow to dLotRiskHigh
 };
+
+/// All settings that are outside their range.
+std::vector<Problem> CheckPlaceSettings(const LotPlaceSettings& settings);
 
 /// All tests, by their kind. What places, columns and rows have found is left out of those behind them. @throws
 /// HostError for settings outside their range

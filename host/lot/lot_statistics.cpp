@@ -24,11 +24,18 @@ std::size_t LotStatistics::Changes() const
         charts.begin(), charts.end(), [&](const LotChart& chart) { return chart.chance <= settings.risk; }));
 }
 
+void CheckLotSettings(const LotSettings& settings)
+{
+    std::vector<Problem> found = CheckPlaceSettings(settings);
+    if (settings.baseline == 1 || settings.baseline > nLotImageLimit)
+        found.push_back({"baseline", std::to_string(settings.baseline),
+                         "2 to " + std::to_string(nLotImageLimit) + " images, or 0: all"});
+    ThrowIfAny(std::move(found));
+}
+
 LotStatistics MakeLotStatistics(const Lot& lot, const LotSettings& settings)
 {
-    if (settings.baseline == 1 || settings.baseline > nLotImageLimit)
-        throw HostError({{"baseline", std::to_string(settings.baseline),
-                          "2 to " + std::to_string(nLotImageLimit) + " images, or 0: all"}});
+    CheckLotSettings(settings);
     LotStatistics statistics;
     statistics.settings = settings;
     statistics.images = lot.images.size();

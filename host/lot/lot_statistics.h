@@ -37,7 +37,10 @@ struct LotStatistics
     std::size_t Changes() const;
 };
 
-/// @throws HostError for settings outside their range
+/// @throws HostError with all settings that are outside their range
+void CheckLotSettings(const LotSettings& settings);
+
+/// @throws HostError as CheckLotSettings
 LotStatistics MakeLotStatistics(const Lot& lot, const LotSettings& settings);
 
 /// Where a find of a kind lies: "x 700 to 703, y 41", with its region where the lot has several. Printable.

@@ -96,6 +96,15 @@ struct LotReport
     std::string text;                ///< for a person, as the program's `narvo lot` prints it
 };
 
+/// Ranges of the settings of Lot::Find, and images and defects that a lot may have.
+constexpr int HighestLotDistance = 64;
+/// The same.
+constexpr double LowestLotRisk = 1e-9;
+/// The same.
+constexpr double HighestLotRisk = 0.1;
+/// The same.
+constexpr std::size_t HighestLotImages = 10000000;
+
 /// The kinds of tests in their order: "place", "column", "row", "area", "cell".
 NARVOHOST_API const std::vector<std::string>& LotTestKinds();
 
@@ -131,9 +140,15 @@ public:
     /// - "baseline": images from the first on that give centre and limits of the charts, whole, 2 .. 10000000, or 0,
     ///   which is the default: all
     ///
-    /// The same lot and settings give the same report, to the bit. More images may follow.
+    /// The same lot and settings give the same report, to the bit. More images may follow. `json`, where it is not
+    /// null, gets the JSON that the program `narvo` writes of it.
     /// @throws Error for settings that do not exist or are outside their range
-    LotReport Find(const Settings& settings = {}) const;
+    LotReport Find(const Settings& settings = {}, std::string* json = nullptr) const;
+    /// The same, giving up the images, which saves a copy of them: the lot is left as one that was moved from, unless
+    /// the call throws. @throws Error as Find
+    LotReport Finish(const Settings& settings = {}, std::string* json = nullptr);
+    /// All settings with their defaults.
+    static const Settings& Defaults();
 
 private:
     struct Content;

@@ -51,6 +51,9 @@ enum class RunStart : int
     Continue ///< goes on behind it, if it was made by the same recipe
 };
 
+/// Whether a place is that of a database server; otherwise it is the name of a file.
+NARVOHOST_API bool IsServerPlace(const std::string& place);
+
 /// One connection, for one thread at a time. A call that writes is one transaction: all of it is there once the call
 /// has returned, whatever happens to the program or the machine, or nothing. Every call throws Error when the database
 /// cannot be reached, is locked by another for long, or fails; of these, WriteError where another time or a repair may

@@ -193,6 +193,27 @@ TEST(HostLot, SettingsAreThoseOfTheProgram)
     EXPECT_EQ(early.charts[0].points, plain.charts[0].points);
 }
 
+TEST(HostLot, FinishGivesTheSameAndGivesUpTheImages)
+{
+    Lot lot = PlantedLot();
+    std::string json;
+    const LotReport plain = lot.Find({{"distance", 8}}, &json);
+    EXPECT_EQ(json.substr(0, 17), "{\n  \"version\": 1,");
+    EXPECT_NE(json.find("\"distance\": 8"), std::string::npos);
+    EXPECT_NE(json.find("\"first_image\": \"p0\""), std::string::npos);
+    EXPECT_THAT(FieldsOf(Attempt([&] { lot.Finish({{"distance", 0}}); })), ElementsAre("distance"));
+    EXPECT_THAT(FieldsOf(Attempt([&] { lot.Finish({{"baseline", 1}}); })), ElementsAre("baseline"));
+    EXPECT_EQ(lot.Images(), 80U);
+    std::string again;
+    EXPECT_EQ(lot.Finish({{"distance", 8}}, &again).text, plain.text);
+    EXPECT_EQ(again, json);
+    EXPECT_THAT(FieldsOf(Attempt([&] { lot.Images(); })), ElementsAre("lot"));
+    ASSERT_EQ(Lot::Defaults().size(), 3U);
+    EXPECT_EQ(PlantedLot().Find(Lot::Defaults()).text, PlantedLot().Find().text);
+    EXPECT_TRUE(IsServerPlace("postgresql://a@b/c"));
+    EXPECT_FALSE(IsServerPlace("results.sqlite"));
+}
+
 TEST(HostLot, NothingIsFoundInALotWithoutImages)
 {
     const LotReport report = Lot(LotRecipe()).Find();

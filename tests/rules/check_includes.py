@@ -32,7 +32,6 @@ INSIDE = {
     "tools/inspect",
     "tools/learn",
     "tools/live",
-    "tools/lot",
     "tools/page",
     "tools/pitch",
     "tools/report",
