@@ -4,6 +4,7 @@
 
 #include <pybind11/pybind11.h>
 
+#include <narvo/host_golden.h>
 #include <narvo/host_recipe.h>
 
 namespace narvo::python
@@ -11,6 +12,7 @@ namespace narvo::python
 
 void BindCapability(pybind11::module_& module);
 void BindCell(pybind11::module_& module);
+void BindEvaluate(pybind11::module_& module);
 void BindExchange(pybind11::module_& module);
 void BindImages(pybind11::module_& module);
 void BindRecipe(pybind11::module_& module);
@@ -29,6 +31,8 @@ void BindStream(pybind11::module_& module);
 /// interpreter lock must be held.
 /// @throws v1::Error with all that is wrong with it
 v1::Recipe ToRecipe(const pybind11::handle& value);
+/// The model behind a GoldenModel of Python, valid as long as that is; null for anything else.
+const v1::GoldenModel* ToGoldenModel(const pybind11::handle& value);
 /// A recipe of one region as a Recipe of Python.
 pybind11::object ToPythonRecipe(const v1::Recipe& recipe);
 

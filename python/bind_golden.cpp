@@ -145,6 +145,11 @@ py::array PictureToArray(const v1::GreyPicture& picture)
 
 } // namespace
 
+const v1::GoldenModel* ToGoldenModel(const py::handle& value)
+{
+    return py::isinstance<HeldModel>(value) ? &value.cast<const HeldModel&>().Model() : nullptr;
+}
+
 void BindGolden(py::module_& module)
 {
     PYBIND11_NUMPY_DTYPE(PlaceRow, left, top, right, bottom, center_x, center_y);

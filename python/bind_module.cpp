@@ -29,4 +29,5 @@ PYBIND11_MODULE(_narvoassem, module)
     BindLot(module);
     BindCell(module);
     BindExchange(module);
+    BindEvaluate(module);
 }

@@ -29,6 +29,7 @@ from ._narvoassem import (
     Recipe,
     Registration,
     Result,
+    Truth,
     __version__,
 )
 from .errors import (
@@ -41,6 +42,7 @@ from .errors import (
     Problem,
     RecipeError,
 )
+from .evaluation import EvaluatedImage, Evaluation, EvaluationResult, Figure, LabelledImage, read_labelled
 from .exchange import DefectList, KlarfFile, ListedDefect, list_defects, read_defects, read_klarf, save_defects
 from .fields import RecipeField
 from .functions import of_package
@@ -69,8 +71,12 @@ __all__ = [
     "AxisPitch",
     "CellResult",
     "DefectList",
+    "EvaluatedImage",
+    "Evaluation",
+    "EvaluationResult",
     "Explainer",
     "Explanation",
+    "Figure",
     "FileError",
     "GoldenCell",
     "GoldenModel",
@@ -80,6 +86,7 @@ __all__ = [
     "InspectionError",
     "Inspector",
     "KlarfFile",
+    "LabelledImage",
     "LatticeResult",
     "LearnResult",
     "ListedDefect",
@@ -103,6 +110,7 @@ __all__ = [
     "StoredRun",
     "StreamCounts",
     "StripStream",
+    "Truth",
     "__version__",
     "capability",
     "convert_image",
@@ -118,6 +126,7 @@ __all__ = [
     "read_defects",
     "read_image",
     "read_klarf",
+    "read_labelled",
     "read_store",
     "regions",
     "save_defects",
