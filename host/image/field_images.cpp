@@ -5,12 +5,15 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cmath>
 #include <cstring>
+#include <string_view>
 #include <utility>
 
 #include <opencv2/core.hpp>
 
+#include "host/file/output_file.h"
 #include "host/image/camera_pixels.h"
 #include "host/image/cv_image.h"
 #include "host/problem.h"
@@ -265,10 +268,19 @@ FieldImage LoadFieldImage(const std::filesystem::path& file, const std::string& 
 
 void SaveFieldImage(const std::filesystem::path& file, const FieldImage& image)
 {
+    static constexpr const char* szAllowed =
+        "a writable place and a name ending in a format that can hold it (.png, .tif)";
+    // Other formats would be written, too, with what is left of the values in 8 bits.
+    std::string ending = file.extension().string();
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    constexpr std::array<std::string_view, 6> wide = {".png", ".tif", ".tiff", ".pgm", ".ppm", ".pnm"};
+    if (image.bytesPerChannel == 2 && std::find(wide.begin(), wide.end(), ending) == wide.end())
+        throw WriteError(file, "no image format that can hold it", szAllowed);
     const cv::Mat view(image.height, image.width,
                        CV_MAKETYPE(image.bytesPerChannel == 2 ? CV_16U : CV_8U, image.channels),
                        const_cast<std::uint8_t*>(image.pixels.data()));
-    SaveImage(file, view, "a writable place and a name ending in a format that can hold it (.png, .tif)");
+    SaveImage(file, view, szAllowed);
 }
 
 } // namespace narvo

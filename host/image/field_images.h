@@ -89,7 +89,7 @@ private:
 
 /// Reads a field from an image file. `field` names it in problems. @throws HostError
 FieldImage LoadFieldImage(const std::filesystem::path& file, const std::string& field);
-/// Writes one. @throws WriteError
+/// Writes one. @throws WriteError, also for a name that ends in a format which cannot hold its values
 void SaveFieldImage(const std::filesystem::path& file, const FieldImage& image);
 
 } // namespace narvo

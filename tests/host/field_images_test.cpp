@@ -11,6 +11,7 @@
 
 #include <opencv2/imgcodecs.hpp>
 
+#include "host/file/output_file.h"
 #include "host/host_test_help.h"
 #include "host/image/conversion_notes.h"
 #include "host/image/field_mean.h"
@@ -311,6 +312,17 @@ TEST(FieldMean, IsTheMeanOfTheFramesOrOfTheirRows)
 
     SaveFieldImage(folder / "flat.png", line.image);
     EXPECT_TRUE(LoadFieldImage(folder / "flat.png", "field") == line.image);
+    // Formats of 8 bits would cut the values off.
+    for (const char* name : {"flat.jpg", "flat.bmp", "flat.webp", "flat"})
+    {
+        EXPECT_THROW(SaveFieldImage(folder / name, line.image), WriteError) << name;
+        EXPECT_FALSE(std::filesystem::exists(folder / name)) << name;
+    }
+    for (const char* name : {"flat.TIF", "flat.pgm"})
+    {
+        SaveFieldImage(folder / name, line.image);
+        EXPECT_TRUE(LoadFieldImage(folder / name, "field") == line.image) << name;
+    }
 
     cv::imwrite(folder / "other.png", Picture<std::uint8_t>(21, 4, frame(0)));
     EXPECT_THAT(ProblemsOf([&] { MeanOfFrames({files[0], folder / "other.png"}, {}, true); }), testing::SizeIs(1));
