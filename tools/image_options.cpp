@@ -12,6 +12,7 @@
 #include <utility>
 
 #include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
 #include "host/foreign_text.h"
 #include "host/problem.h"
@@ -188,6 +189,18 @@ ImageReading ReadingOf(const ImageReading& recipe)
     ReadFields(reading, recipe);
     ThrowIfAny(CheckImageReading(reading));
     return reading;
+}
+
+v1::ImageRules RulesOfFrames()
+{
+    const ImageReading reading = ReadingOf();
+    if (reading.rawFormat == RawFormat_None)
+        return {};
+    const nlohmann::json raw = {{"format", given.raw.substr(0, given.raw.find(':'))},
+                                {"width", reading.rawWidth},
+                                {"height", reading.rawHeight},
+                                {"offset", reading.rawOffset}};
+    return v1::ImageRules::FromText(nlohmann::json{{"raw", raw}}.dump());
 }
 
 std::vector<std::filesystem::path> FieldFilesByOption()

@@ -9,6 +9,7 @@
 #include "host/image/grey_image.h"
 #include "host/image/image_reading.h"
 #include "host/recipe/checked_recipe.h"
+#include "narvo/host_images.h"
 
 namespace CLI
 {
@@ -26,6 +27,11 @@ void AddImageOptions(CLI::App& app);
 
 /// `recipe` with what the command line says in its place. @throws HostError where the two do not go together
 ImageReading ReadingOf(const ImageReading& recipe = {});
+
+/// The rules of the host library for frames as they come, of which the packing of --raw counts. All options are
+/// checked.
+/// @throws HostError as ReadingOf
+v1::ImageRules RulesOfFrames();
 
 /// The files that --flat-field and --dark-field name; every command reads them.
 std::vector<std::filesystem::path> FieldFilesByOption();

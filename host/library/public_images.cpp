@@ -9,6 +9,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/image/field_images.h"
 #include "host/image/field_mean.h"
 #include "host/library/image_parts.h"
 #include "host/library/recipe_parts.h"
@@ -171,14 +172,40 @@ FieldMean MeanOfFiles(const std::vector<std::filesystem::path>& files, const Ima
     return library::Translated(
         [&]
         {
-            const FieldImage field = MeanOfFrames(files, ReadingOf(rules), line).image;
-            FieldMean mean{field.width, field.height, field.channels, {}};
+            const MeanField made = MeanOfFrames(files, ReadingOf(rules), line);
+            const FieldImage& field = made.image;
+            FieldMean mean{field.width, field.height, field.channels, {},
+                           made.mean,   made.low,     made.high,      made.saturated};
             mean.values.resize(field.pixels.size() / sizeof(std::uint16_t));
             std::memcpy(mean.values.data(), field.pixels.data(), mean.values.size() * sizeof(std::uint16_t));
             // The layer has them in the order blue, green, red.
             for (std::size_t i = 0; field.channels == 3 && i < mean.values.size(); i += 3)
                 std::swap(mean.values[i], mean.values[i + 2]);
             return mean;
+        });
+}
+
+void SaveField(const std::filesystem::path& file, const FieldMean& field)
+{
+    library::Translated(
+        [&]
+        {
+            // Sides and pixels first: the number of values follows from them.
+            const PixelArray checked{field.values.empty() ? nullptr : field.values.data(), field.width, field.height,
+                                     field.channels, 16};
+            library::LayerBlock(checked, "field", nImageSideLimit, nHighestMaxPixels);
+            if (field.channels != 1 && field.channels != 3)
+                throw HostError({{"field.channels", std::to_string(field.channels), "1 or 3"}});
+            const std::size_t count = static_cast<std::size_t>(field.width) * static_cast<std::size_t>(field.height) *
+                                      static_cast<std::size_t>(field.channels);
+            if (field.values.size() != count)
+                throw HostError({{"field.values", std::to_string(field.values.size()), std::to_string(count)}});
+            FieldImage made{field.width, field.height, field.channels, 2, {}};
+            made.pixels.resize(count * sizeof(std::uint16_t));
+            std::memcpy(made.pixels.data(), field.values.data(), made.pixels.size());
+            if (made.channels == 3)
+                library::TurnColours(made);
+            SaveFieldImage(file, made);
         });
 }
 

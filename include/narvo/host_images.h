@@ -141,6 +141,10 @@ struct FieldMean
     int height = 0;                    ///< pixels; 1 for a line camera
     int channels = 1;                  ///< 1: grey; 3: red, green, blue
     std::vector<std::uint16_t> values; ///< row by row, channel by channel; of 8-bit frames in 1/256 of their values
+    double mean = 0.0;                 ///< of the frames' values
+    double low = 0.0;                  ///< smallest of the means of pixels, in the frames' values
+    double high = 0.0;                 ///< largest of them
+    std::int64_t saturated = 0;        ///< values that are the largest which the frames can hold
 };
 
 /// The mean of image files of an even white, or of no light. `line`: of a line camera, the mean of all rows, as one
@@ -148,6 +152,11 @@ struct FieldMean
 /// @throws Error without files, where they differ in size or kind, or cannot be read
 NARVOHOST_API FieldMean MeanOfFiles(const std::vector<std::filesystem::path>& files, const ImageRules& rules = {},
                                     bool line = false);
+
+/// Writes a field as 16-bit PNG or TIFF, as the file name's ending says, for `image.flat_field` and `image.dark_field`
+/// of recipes. @throws Error for sides outside 1 .. 1048576, more than HighestMaxPixels, channels other than 1 and 3,
+/// or another number of values; WriteError naming the file when that fails
+NARVOHOST_API void SaveField(const std::filesystem::path& file, const FieldMean& field);
 
 /// Writes 8-bit pixels, of one channel or of three, in the format that the file name's ending says: up to 2147483639
 /// grey pixels, or sides of up to 65500 in colour.

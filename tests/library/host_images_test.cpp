@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Images, their rules, shapes of regions and capability by the public headers.
 #include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -149,6 +150,39 @@ TEST(HostImages, MeansOfFilesAreIn256thsOfTheirValues)
     EXPECT_EQ(mean.channels, 3);
     EXPECT_THAT(mean.values, ElementsAre(2688, 5120, 7808));
     EXPECT_THAT(Attempt([] { MeanOfFiles({}); }), SizeIs(1));
+    EXPECT_DOUBLE_EQ(mean.low, 10.5);
+    EXPECT_DOUBLE_EQ(mean.high, 30.5);
+    EXPECT_NEAR(mean.mean, 122.0 / 6.0, 1e-12);
+    EXPECT_EQ(mean.saturated, 0);
+}
+
+TEST(HostImages, FieldsAreWrittenForRecipes)
+{
+    const TestFolder folder;
+    const FieldMean flat{2, 1, 3, {2688, 5120, 7808, 30000, 40000, 50000}};
+    SaveField(folder / "flat.png", flat);
+    const Recipe recipe = Recipe::FromText(
+        R"({"version": 1, "mode": "pixel", "pitch": {"x": 32, "y": 24}, "threshold": {"base": 20},
+            "image": {"flat_field": "flat.png"}})",
+        folder.Path());
+    const FieldPixels read = FieldOf(recipe, LightField::Flat);
+    EXPECT_EQ(read.bits, 16);
+    ASSERT_EQ(read.bytes.size(), 2 * flat.values.size());
+    std::vector<std::uint16_t> values(flat.values.size());
+    std::memcpy(values.data(), read.bytes.data(), read.bytes.size());
+    EXPECT_EQ(values, flat.values);
+
+    const auto fieldOf = [&](const FieldMean& field)
+    { return ProblemOf([&] { SaveField(folder / "other.png", field); }).field; };
+    EXPECT_EQ(fieldOf({0, 1, 1, {7}}), "field.width");
+    EXPECT_EQ(fieldOf({1, 1048577, 1, {7}}), "field.height");
+    EXPECT_EQ(fieldOf({1, 1, 4, {7, 7, 7, 7}}), "field.channels");
+    EXPECT_EQ(fieldOf({1, 1, 3, {7}}), "field.values");
+    EXPECT_EQ(fieldOf({2, 1, 1, {7}}), "field.values");
+    EXPECT_EQ(fieldOf({1, 1, 1, {}}), "field.pixels");
+    EXPECT_FALSE(std::filesystem::exists(folder / "other.png"));
+    EXPECT_THROW(SaveField(folder / "flat.jpg", flat), WriteError);
+    EXPECT_THROW(SaveField(folder / "none" / "flat.png", flat), WriteError);
 }
 
 TEST(HostImages, InspectionsOfColoursSeeEachOfThem)

@@ -172,7 +172,9 @@ static_assert(offsetof(GoldenReport, edgeThreshold) == 276 && offsetof(GoldenRep
 static_assert(sizeof(PixelArray) == 24 && offsetof(PixelArray, width) == 8 && offsetof(PixelArray, height) == 12);
 static_assert(offsetof(PixelArray, channels) == 16 && offsetof(PixelArray, bits) == 20);
 static_assert(sizeof(NamedPicture) == 48 && offsetof(NamedPicture, image) == 32);
-static_assert(sizeof(FieldMean) == 40 && offsetof(FieldMean, height) == 4 && offsetof(FieldMean, channels) == 8);
+static_assert(sizeof(FieldMean) == 72 && offsetof(FieldMean, mean) == 40 && offsetof(FieldMean, low) == 48);
+static_assert(offsetof(FieldMean, high) == 56 && offsetof(FieldMean, saturated) == 64 &&
+              offsetof(FieldMean, height) == 4 && offsetof(FieldMean, channels) == 8);
 static_assert(offsetof(FieldMean, values) == 16);
 static_assert(sizeof(Corner) == 8 && offsetof(Corner, y) == 4);
 static_assert(sizeof(ColumnSpan) == 8 && offsetof(ColumnSpan, last) == 4);

@@ -27,7 +27,6 @@ INSIDE = {
     "tools/cell",
     "tools/evaluate",
     "tools/explain",
-    "tools/field",
     "tools/golden",
     "tools/inspect",
     "tools/learn",

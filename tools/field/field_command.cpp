@@ -11,7 +11,7 @@
 #include <CLI/CLI.hpp>
 
 #include "host/foreign_text.h"
-#include "host/image/field_mean.h"
+#include "narvo/host_images.h"
 #include "tools/command.h"
 #include "tools/exit_code.h"
 #include "tools/image_options.h"
@@ -38,16 +38,16 @@ int RunField(const FieldOptions& options)
         names.AddInput(frame);
     names.AddOutputs("--output", options.output);
     names.Check();
-    MeanField made;
+    v1::FieldMean made;
     {
         const QuietCodecs quiet;
-        made = MeanOfFrames({options.frames.begin(), options.frames.end()}, ReadingOf(), options.line);
+        made = v1::MeanOfFiles({options.frames.begin(), options.frames.end()}, RulesOfFrames(), options.line);
     }
-    SaveFieldImage(options.output, made.image);
+    v1::SaveField(options.output, made);
     char values[120];
     std::snprintf(values, sizeof values, "values: %.2f to %.2f, mean %.2f", made.low, made.high, made.mean);
     std::cout << "frames: " << options.frames.size() << '\n'
-              << "field:  " << made.image.width << " by " << made.image.height << " pixels\n"
+              << "field:  " << made.width << " by " << made.height << " pixels\n"
               << values << '\n'
               << "written: " << Printable(options.output) << std::endl;
     if (made.saturated > 0)
