@@ -244,6 +244,7 @@ MethodResult EvaluateMethod(const std::string& name, const EvaluationSet& set, c
                           progress(done);
                   });
     std::vector<const MeasuredImage*> measured;
+    measured.reserve(images.size());
     for (const MeasuredImage& image : images)
         measured.push_back(&image);
     return SummariseImages(name, measured);

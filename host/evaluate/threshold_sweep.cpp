@@ -134,6 +134,7 @@ ImageScores SweepChannels(Inspector& inspector, int lane, const std::vector<Grey
                           const CheckedRecipe& recipe)
 {
     std::vector<ImageScores> byChannel;
+    byChannel.reserve(channels.size());
     for (const GreyImage& channel : channels)
         byChannel.push_back(SweepThresholds(inspector, lane, channel, recipe));
     ImageScores found = byChannel.front();
@@ -142,6 +143,7 @@ ImageScores SweepChannels(Inspector& inspector, int lane, const std::vector<Grey
     for (std::size_t i = 0; i < found.blobs.size(); ++i)
     {
         std::vector<std::vector<FoundBlob>> blobs;
+        blobs.reserve(byChannel.size());
         for (const ImageScores& one : byChannel)
             blobs.push_back(one.blobs[i]);
         found.blobs[i] = JoinFound(blobs, [](const FoundBlob& a, const FoundBlob& b)

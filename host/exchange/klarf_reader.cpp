@@ -340,7 +340,7 @@ private:
     double Pixels(const KlarfToken& token, const char* wanted) const
     {
         const double pixels = m_tokens.NumberOf(token, wanted) / m_unit;
-        if (std::abs(pixels) > nHighest / 4)
+        if (std::abs(pixels) > nFarthest)
             m_tokens.Refuse(token, std::string(wanted) + " of at most 250000000 pixels");
         return pixels;
     }
@@ -429,15 +429,17 @@ private:
         return Listed(std::move(dies));
     }
 
-    static std::vector<DefectList> Listed(std::map<Die, DefectList> dies)
+    static std::vector<DefectList> Listed(std::map<Die, DefectList>&& dies)
     {
         std::vector<DefectList> images;
+        images.reserve(dies.size());
         for (auto& [die, image] : dies)
             images.push_back(std::move(image));
         return images;
     }
 
     static constexpr int nHighest = 1000000000;
+    static constexpr int nFarthest = nHighest / 4; ///< pixels
 
     const KlarfTokens& m_tokens;
     const KlarfWords& m_words;

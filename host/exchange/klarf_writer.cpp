@@ -273,12 +273,15 @@ std::string Text18(const KlarfSheet& sheet, const KlarfHead& head)
     for (std::size_t i = 0; i < sheet.kinds.size(); ++i)
         classes.push_back({std::to_string(i + 1), Quoted(sheet.kinds[i]), "\"\""});
     std::vector<std::vector<std::string>> dies;
+    dies.reserve(static_cast<std::size_t>(sheet.dies));
     for (int die = 0; die < sheet.dies; ++die)
         dies.push_back({std::to_string(die), "0"});
     std::vector<std::vector<std::string>> defects;
+    defects.reserve(sheet.rows.size());
     for (std::size_t i = 0; i < sheet.rows.size(); ++i)
         defects.push_back(DefectCells(sheet.rows[i], i + 1, Nanometres, area));
     std::vector<std::string> columns;
+    columns.reserve(defectColumns.size());
     for (const std::string& column : defectColumns)
         columns.push_back((column == "DEFECTAREA" ? "float " : "int32 ") + column);
 

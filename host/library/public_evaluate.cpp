@@ -191,6 +191,7 @@ EvaluationSet ReadEvaluationSet(const std::filesystem::path& folder)
             narvo::EvaluationSet set = narvo::ReadEvaluationSet(folder);
             EvaluationSet made;
             made.layout = std::move(set.layout);
+            made.images.reserve(set.images.size());
             for (narvo::SetImage& image : set.images)
                 made.images.push_back(PublicLabelled(std::move(image)));
             return made;
@@ -207,6 +208,7 @@ ImageTruth ImageTruth::OfBoxes(const std::vector<TrueBox>& boxes, int width, int
             found.insert(found.end(), wrong.begin(), wrong.end());
             ThrowIfAny(std::move(found));
             std::vector<narvo::TrueBox> made;
+            made.reserve(boxes.size());
             for (const TrueBox& box : boxes)
                 made.push_back(LayerBox(box));
             return MakeTruth(TruthOfBoxes(made, cv::Size(width, height)));
@@ -411,6 +413,7 @@ void Evaluation::Refuse(const std::string& name, const std::vector<Problem>& pro
             if (problems.empty())
                 throw HostError({{"problems", "none", "why the image was not inspected"}});
             std::vector<narvo::Problem> made;
+            made.reserve(problems.size());
             for (const Problem& problem : problems)
                 made.push_back({problem.field, problem.value, problem.allowed});
             own.RequireName(name);
