@@ -216,6 +216,10 @@ v1::StoredImage ImageOfResult(const py::handle& name, const Result* result)
     report.height = outcome.height;
     report.outlines = outcome.outlines;
     report.answerCount = outcome.answerCount;
+    report.light = outcome.light;
+    report.noise = outcome.noise;
+    report.pitchX = outcome.pitchX;
+    report.pitchY = outcome.pitchY;
     return image;
 }
 

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Results: blobs and pairs as structured arrays, texts, the overlay, and the way through pickle.
 #include <array>
+#include <cmath>
 #include <cstring>
 #include <filesystem>
+#include <limits>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -354,6 +356,17 @@ std::vector<Record> FromBytes(const py::handle& value)
     return records;
 }
 
+/// None for a measure that is not known: NaN is unequal to itself, so that results would be.
+py::object KnownOrNone(double value)
+{
+    return std::isnan(value) ? py::object(py::none()) : py::object(py::float_(value));
+}
+
+double FromKnown(const py::handle& value)
+{
+    return value.is_none() ? std::numeric_limits<double>::quiet_NaN() : value.cast<double>();
+}
+
 py::tuple ToState(const Result& result)
 {
     const v1::FullReport& outcome = result.outcome;
@@ -374,12 +387,13 @@ py::tuple ToState(const Result& result)
     return py::make_tuple(outcome.width, outcome.height, report.code, report.vertical ? 1 : 0, ToPython(report.region),
                           outlines, outcome.answerCount, report.overflowed, outcome.reruns, outcome.inspectMilliseconds,
                           outcome.defectMilliseconds, report.milliseconds, warnings, ToBytes(blobs), ToBytes(pairs),
-                          ToText(report.name), outcome.deadDefects);
+                          ToText(report.name), outcome.deadDefects, KnownOrNone(outcome.light),
+                          KnownOrNone(outcome.noise), KnownOrNone(outcome.pitchX), KnownOrNone(outcome.pitchY));
 }
 
 Result FromState(const py::tuple& state)
 {
-    constexpr std::size_t nMembers = 17;
+    constexpr std::size_t nMembers = 21;
     if (state.size() != nMembers)
         throw py::value_error("not the state of a Result of this version");
     return Translated(Fault::Argument,
@@ -411,6 +425,10 @@ Result FromState(const py::tuple& state)
                               outcome.answers.push_back(FromRecord(pair));
                           report.name = state[15].cast<std::string>();
                           outcome.deadDefects = state[16].cast<int>();
+                          outcome.light = FromKnown(state[17]);
+                          outcome.noise = FromKnown(state[18]);
+                          outcome.pitchX = FromKnown(state[19]);
+                          outcome.pitchY = FromKnown(state[20]);
                           return Result(std::move(outcome));
                       });
 }
@@ -510,6 +528,17 @@ void BindResult(py::module_& module)
         .def_property_readonly(
             "reruns", [](const Result& result) { return result.outcome.reruns; },
             "Passes that had to be started again behind an overflow.")
+        .def_property_readonly(
+            "light", [](const Result& result) { return KnownOrNone(result.outcome.light); },
+            "Mean grey level of some pixels of the region; None where it is no rectangle of grey.")
+        .def_property_readonly(
+            "noise", [](const Result& result) { return KnownOrNone(result.outcome.noise); },
+            "Standard deviation of a pixel, grey levels; None as light, and without a pitch.")
+        .def_property_readonly(
+            "pitch_x", [](const Result& result) { return KnownOrNone(result.outcome.pitchX); },
+            "Pixels at which the pattern is most like itself along x; None where that is not certain.")
+        .def_property_readonly(
+            "pitch_y", [](const Result& result) { return KnownOrNone(result.outcome.pitchY); }, "The same along y.")
         .def_property_readonly(
             "dead_blobs", [](const Result& result) { return result.outcome.deadDefects; },
             "Blobs that were left out as lying in the recipe's painted dead places.")

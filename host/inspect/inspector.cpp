@@ -200,6 +200,8 @@ InspectionResult Inspector::Inspect(int lane, const GreyView& image, const Inspe
         const bool same = result.reruns == 0 && !fill.halfOfHits && fill.pairs < room;
         if (same || room == wanted)
         {
+            if (result.outlines.empty())
+                result.drift = MeasureDrift(image, result.region, recipe, result.direction);
             result.totalMilliseconds = MillisecondsSince(start);
             return result;
         }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/image/grey_image.h"
+#include "host/inspect/drift_measures.h"
 #include "host/recipe/checked_recipe.h"
 #include "host/recipe/recipe.h"
 #include "narvoassem/platform.h"
@@ -77,6 +78,7 @@ struct InspectionResult
     double inspectMilliseconds = 0.0;
     double blobMilliseconds = 0.0;
     double totalMilliseconds = 0.0;    ///< tables and copies included
+    DriftMeasures drift;               ///< of plain comparisons of a rectangle in grey
     int deadBlobs = 0;                 ///< left out as lying in the recipe's painted dead places
     std::vector<std::string> warnings; ///< what was perhaps not looked at, or lost
     std::vector<Blob> blobs;

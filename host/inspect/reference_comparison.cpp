@@ -82,6 +82,7 @@ InspectionResult CompareWithReference(Inspector& inspector, int lane, const Grey
     InspectionResult result =
         inspector.Inspect(lane, tiles, CheckedRecipe(MakeTileRecipe(pitch, image.Height(), report, maps)));
     result.region = CRect(0, 0, image.Width(), image.Height());
+    result.drift = {}; // that of the tiles says nothing of the image
     for (Blob& blob : result.blobs)
     {
         blob.box.left -= pitch;

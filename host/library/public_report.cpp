@@ -146,6 +146,10 @@ v1::FullReport PublicFullReport(InspectionResult result, int width, int height)
     full.answerCount = result.pairs;
     full.reruns = result.reruns;
     full.deadDefects = result.deadBlobs;
+    full.light = result.drift.light;
+    full.noise = result.drift.noise;
+    full.pitchX = result.drift.pitchX;
+    full.pitchY = result.drift.pitchY;
     full.inspectMilliseconds = result.inspectMilliseconds;
     full.defectMilliseconds = result.blobMilliseconds;
     full.colours.reserve(result.blobs.size());
@@ -179,6 +183,7 @@ InspectionResult LayerResult(const v1::FullReport& report)
     result.blobMilliseconds = report.defectMilliseconds;
     result.totalMilliseconds = summary.milliseconds;
     result.deadBlobs = report.deadDefects;
+    result.drift = {report.light, report.noise, report.pitchX, report.pitchY};
     result.warnings = summary.warnings;
     for (const v1::Defect& defect : summary.defects)
         result.blobs.push_back(LayerBlob(defect));

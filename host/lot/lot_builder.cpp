@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <utility>
 
 #include "host/limits.h"
@@ -66,6 +67,21 @@ void SetMeans(LotImage& image, const ImageResult& result)
     image.size = std::exp(logarithm / count);
     image.grey = grey / count;
     image.contrast = contrast / count;
+}
+
+/// The mean of a measure over the regions that have it.
+std::optional<double> MeanOf(const ImageResult& result, double DriftMeasures::*measure)
+{
+    double sum = 0.0;
+    double area = 0.0;
+    for (const InspectionResult& region : result.regions)
+        if (const double one = region.drift.*measure; std::isfinite(one))
+        {
+            const double own = std::max(1.0, AreaOf(region));
+            sum += own * one;
+            area += own;
+        }
+    return area > 0.0 ? std::optional(sum / area) : std::nullopt;
 }
 
 std::vector<LotRegion> RegionsOf(const ImageResult& result)
@@ -133,6 +149,10 @@ void LotBuilder::Add(const std::string& name, const ImageResult& result)
     for (std::size_t i = 0; i < result.regions.size(); ++i)
         AddRegion(image, result.regions[i], i);
     SetMeans(image, result);
+    image.light = MeanOf(result, &DriftMeasures::light);
+    image.noise = MeanOf(result, &DriftMeasures::noise);
+    image.pitchX = MeanOf(result, &DriftMeasures::pitchX);
+    image.pitchY = MeanOf(result, &DriftMeasures::pitchY);
 }
 
 void LotBuilder::AddRegion(LotImage& image, const InspectionResult& region, std::size_t place)

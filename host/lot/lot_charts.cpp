@@ -39,9 +39,16 @@ public:
                   [](const LotImage& image) {
                       return std::optional(CountInArea{image.refused ? 1.0 : 0.0, 1.0});
                   });
-        AddValues("size", "pixels, geometric mean of an image's defects", &LotImage::size);
-        AddValues("contrast", "grey levels, mean difference of an image's defects", &LotImage::contrast);
-        AddValues("grey", "grey levels, mean of what an image's defects were compared with", &LotImage::grey);
+        const auto one = [](const LotImage&) { return 1.0; };
+        AddValues("light", "grey levels, mean of an image", &LotImage::light, one);
+        AddValues("noise", "grey levels, standard deviation of a pixel", &LotImage::noise, one);
+        AddValues("pitch_x", "pixels", &LotImage::pitchX, one);
+        AddValues("pitch_y", "pixels", &LotImage::pitchY, one);
+        const auto defects = [](const LotImage& image)
+        { return static_cast<double>(std::max<std::size_t>(1, image.defects)); };
+        AddValues("size", "pixels, geometric mean of an image's defects", &LotImage::size, defects);
+        AddValues("contrast", "grey levels, mean difference of an image's defects", &LotImage::contrast, defects);
+        AddValues("grey", "grey levels, mean of what an image's defects were compared with", &LotImage::grey, defects);
         for (LotChart& chart : m_charts)
         {
             chart.change = FindChange(chart.chart.points);
@@ -108,7 +115,9 @@ private:
         m_charts.push_back(std::move(made));
     }
 
-    void AddValues(const char* name, const char* unit, std::optional<double> LotImage::*value)
+    /// `number`: of how many measurements an image's value is the mean.
+    void AddValues(const char* name, const char* unit, std::optional<double> LotImage::*value,
+                   const std::function<double(const LotImage&)>& number)
     {
         LotChart made;
         made.name = name;
@@ -120,7 +129,7 @@ private:
             {
                 made.first.push_back(i);
                 values.push_back(*one);
-                numbers.push_back(static_cast<double>(std::max<std::size_t>(1, m_lot.images[i].defects)));
+                numbers.push_back(number(m_lot.images[i]));
             }
         if (values.size() < 2)
             return;

@@ -14,7 +14,7 @@ namespace narvo
 
 struct LotChart
 {
-    std::string name;               ///< "defects", "pairs", "refused", "size", "contrast", "grey"
+    std::string name;               ///< "defects", "pairs", "refused", "light", "noise", "pitch_x", "size", ...
     std::string unit;               ///< of its points
     bool counts = false;            ///< of counts; otherwise of values
     std::size_t group = 1;          ///< images in a point: rare counts are put together up to a mean of five

@@ -30,6 +30,11 @@ struct LotImage
     std::size_t defects = 0; ///< in all regions
     std::int64_t pairs = 0;  ///< pair records of all regions: what the comparison found before blobs were built
     double area = 0.0;       ///< pixels of all regions
+    /// Means over its regions, weighted by their areas; none where no region has any.
+    std::optional<double> light;  ///< grey levels
+    std::optional<double> noise;  ///< standard deviation of a pixel, grey levels
+    std::optional<double> pitchX; ///< pixels
+    std::optional<double> pitchY; ///< pixels
     /// Means over its defects; none without defects.
     std::optional<double> size;     ///< geometric mean of their areas, pixels
     std::optional<double> grey;     ///< of what they were compared with, grey levels

@@ -125,6 +125,16 @@ InspectionResult ReadRegion(CheckedReader& reader, const json& document, const s
         reader.Read(times, where + "milliseconds.", "blobs", result.blobMilliseconds);
         reader.Read(times, where + "milliseconds.", "total", result.totalMilliseconds);
     }
+    const json& drift = ObjectAt(document, "drift");
+    const auto readKnown = [&](const char* key, double& target)
+    {
+        if (drift.contains(key))
+            reader.Read(drift, where + "drift.", key, target);
+    };
+    readKnown("light", result.drift.light);
+    readKnown("noise", result.drift.noise);
+    readKnown("pitch_x", result.drift.pitchX);
+    readKnown("pitch_y", result.drift.pitchY);
     if (document.contains("outlines"))
         for (const json& outline : reader.List(document, where, "outlines", "a list of outlines"))
             result.outlines.push_back(ReadCorners(reader, outline, where + "outlines"));

@@ -2,6 +2,8 @@
 // Writers of results.
 #include "host/result/result_file.h"
 
+#include <cmath>
+
 #include <nlohmann/json.hpp>
 
 #include "host/rect_json.h"
@@ -47,6 +49,22 @@ ordered_json BlobToJson(const Blob& blob)
             {"elongation", blob.elongation}};
 }
 
+/// What was measured; an empty object where nothing was.
+ordered_json DriftToJson(const DriftMeasures& measures)
+{
+    ordered_json drift = ordered_json::object();
+    const auto addKnown = [&drift](const char* name, double value)
+    {
+        if (std::isfinite(value))
+            drift[name] = value;
+    };
+    addKnown("light", measures.light);
+    addKnown("noise", measures.noise);
+    addKnown("pitch_x", measures.pitchX);
+    addKnown("pitch_y", measures.pitchY);
+    return drift;
+}
+
 } // namespace
 
 ordered_json ResultToJson(const InspectionResult& result)
@@ -61,21 +79,23 @@ ordered_json ResultToJson(const InspectionResult& result)
         for (const CPoint& corner : outline)
             corners.push_back({corner.x, corner.y});
     }
-    return {{"version", nResultVersion},
-            {"name", result.name},
-            {"code", result.code},
-            {"direction", result.direction == Direction_Vertical ? "vertical" : "horizontal"},
-            {"region", RectToJson(result.region)},
-            {"outlines", outlines},
-            {"pairs", result.pairs},
-            {"reruns", result.reruns},
-            {"dead_blobs", result.deadBlobs},
-            {"milliseconds",
-             {{"inspect", result.inspectMilliseconds},
-              {"blobs", result.blobMilliseconds},
-              {"total", result.totalMilliseconds}}},
-            {"warnings", result.warnings},
-            {"blobs", blobs}};
+    ordered_json document = {{"version", nResultVersion},
+                             {"name", result.name},
+                             {"code", result.code},
+                             {"direction", result.direction == Direction_Vertical ? "vertical" : "horizontal"},
+                             {"region", RectToJson(result.region)},
+                             {"outlines", outlines},
+                             {"pairs", result.pairs},
+                             {"reruns", result.reruns},
+                             {"dead_blobs", result.deadBlobs}};
+    if (const ordered_json drift = DriftToJson(result.drift); !drift.empty())
+        document["drift"] = drift;
+    document["milliseconds"] = {{"inspect", result.inspectMilliseconds},
+                                {"blobs", result.blobMilliseconds},
+                                {"total", result.totalMilliseconds}};
+    document["warnings"] = result.warnings;
+    document["blobs"] = blobs;
+    return document;
 }
 
 std::string BlobColumns()

@@ -191,8 +191,9 @@ public:
           m_problems(*m_database, "problems", "image, place, field, value, allowed", 5),
           m_regions(*m_database, "regions",
                     "image, place, name, code, direction, \"left\", top, \"right\", bottom, outlines, pairs, "
-                    "overflowed, reruns, dead_blobs, inspect_milliseconds, blob_milliseconds, total_milliseconds",
-                    17),
+                    "overflowed, reruns, dead_blobs, inspect_milliseconds, blob_milliseconds, total_milliseconds, "
+                    "light, noise, pitch_x, pitch_y",
+                    21),
           m_warnings(*m_database, "warnings", "image, region, place, text", 4),
           m_blobs(*m_database, "blobs", "image, region, place, " + BlobNames().names, 3 + BlobNames().count),
           m_verdicts(*m_database, "verdicts", "image, place, region, blob, verdict, source, given", 7),
@@ -418,7 +419,7 @@ private:
 
     void AddRegion(std::int64_t image, std::int64_t place, const InspectionResult& region)
     {
-        const std::array<SqlValue, 17> one = {
+        const std::array<SqlValue, 21> one = {
             image,
             place,
             StoredText(region.name),
@@ -435,7 +436,11 @@ private:
             Whole(region.deadBlobs),
             region.inspectMilliseconds,
             region.blobMilliseconds,
-            region.totalMilliseconds};
+            region.totalMilliseconds,
+            region.drift.light,
+            region.drift.noise,
+            region.drift.pitchX,
+            region.drift.pitchY};
         m_regions.Send(one);
         std::vector<SqlValue> values;
         for (std::size_t i = 0; i < region.warnings.size(); ++i)
@@ -509,8 +514,8 @@ private:
     void ReadRegions(std::int64_t id, ImageResult& result)
     {
         Run("SELECT name, code, direction, \"left\", top, \"right\", bottom, outlines, pairs, overflowed, reruns, "
-            "dead_blobs, inspect_milliseconds, blob_milliseconds, total_milliseconds FROM regions WHERE image = $1 "
-            "ORDER BY place",
+            "dead_blobs, inspect_milliseconds, blob_milliseconds, total_milliseconds, light, noise, pitch_x, pitch_y "
+            "FROM regions WHERE image = $1 ORDER BY place",
             {id},
             [&](const SqlRow& row)
             {
@@ -528,6 +533,7 @@ private:
                 region.inspectMilliseconds = row.Real(12);
                 region.blobMilliseconds = row.Real(13);
                 region.totalMilliseconds = row.Real(14);
+                region.drift = {row.Real(15), row.Real(16), row.Real(17), row.Real(18)};
             });
         const auto regionOf = [&](std::int64_t place) -> InspectionResult*
         {

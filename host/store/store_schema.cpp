@@ -141,7 +141,14 @@ CREATE TABLE crops (
 );
 )";
 
-constexpr std::array<const char*, nStoreVersion> steps = {szTables, szVerdictsAndCrops};
+constexpr const char* szDrift = R"(
+ALTER TABLE regions ADD COLUMN light DOUBLE PRECISION;
+ALTER TABLE regions ADD COLUMN noise DOUBLE PRECISION;
+ALTER TABLE regions ADD COLUMN pitch_x DOUBLE PRECISION;
+ALTER TABLE regions ADD COLUMN pitch_y DOUBLE PRECISION;
+)";
+
+constexpr std::array<const char*, nStoreVersion> steps = {szTables, szVerdictsAndCrops, szDrift};
 
 void RefuseNewer(const SqlDatabase& database, int found)
 {

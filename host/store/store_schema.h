@@ -10,7 +10,7 @@ namespace narvo
 {
 
 /// Version that this program reads and writes.
-constexpr int nStoreVersion = 2;
+constexpr int nStoreVersion = 3;
 
 /// The statements that lead from version - 1 to `version`, for a database.
 std::string SchemaStep(int version, const SqlDialect& dialect);

@@ -52,7 +52,8 @@ struct LotAlarm
 /// How a figure of the images goes from each to the next.
 struct LotChart
 {
-    std::string name;               ///< "defects", "pairs", "refused", "size", "contrast", "grey"
+    std::string name;               ///< "defects", "pairs", "refused", "light", "noise", "pitch_x", "pitch_y", "size",
+                                    ///< "contrast", "grey"
     std::string unit;               ///< of its points
     std::size_t imagesAPoint = 1;   ///< more than one where counts are rare
     std::vector<std::size_t> first; ///< of each point, its first image: place in LotReport::images

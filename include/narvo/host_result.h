@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -56,6 +57,12 @@ struct FullReport
     double defectMilliseconds = 0.0;           ///< of that, making defects of answers
     std::vector<DefectColour> colours;         ///< one for each defect; empty: all Grey
     std::vector<Answer> answers;               ///< in no order that means something
+    /// How a rectangle of grey looks apart from its defects, from some of its pixels; NaN where that is not known.
+    double light = std::numeric_limits<double>::quiet_NaN(); ///< mean, grey levels
+    double noise = std::numeric_limits<double>::quiet_NaN(); ///< standard deviation of a pixel, grey levels
+    double pitchX =
+        std::numeric_limits<double>::quiet_NaN(); ///< pixels at which the pattern is most like itself along x
+    double pitchY = std::numeric_limits<double>::quiet_NaN(); ///< the same along y
 };
 
 /// The JSON that the program `narvo` writes for a region, in which defects are called blobs and answers pairs; of the

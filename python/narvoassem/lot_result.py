@@ -102,7 +102,7 @@ class LotChange:
 class LotChart:
     """How a figure of the images goes from each to the next."""
 
-    #: "defects", "pairs", "refused", "size", "contrast" or "grey".
+    #: "defects", "pairs", "refused", "light", "noise", "pitch_x", "pitch_y", "size", "contrast" or "grey".
     name: str
     #: Of the points.
     unit: str

@@ -2,6 +2,7 @@
 // The line of one image: every line comes back as it was written, and nothing else counts as one.
 #include "host/result/image_line.h"
 
+#include <cmath>
 #include <functional>
 
 #include "host/host_test_help.h"
@@ -31,6 +32,7 @@ ImageLine SomeLine()
     region.pairs = 7;
     region.reruns = 2;
     region.deadBlobs = 3;
+    region.drift = {100.25, 1.0 / 3.0, DriftMeasures::dNone, 20.5};
     region.warnings = {"a warning"};
     Blob blob{};
     blob.number = 1;
@@ -59,6 +61,11 @@ TEST(ImageLine, ComesBackAsItWasWritten)
     ASSERT_EQ(back.result.regions.size(), 1U);
     EXPECT_EQ(back.result.regions[0].outlines, line.result.regions[0].outlines);
     EXPECT_EQ(back.result.regions[0].blobs[1].circularity, 1.0 / 3.0);
+    const DriftMeasures& drift = back.result.regions[0].drift;
+    EXPECT_EQ(drift.light, 100.25);
+    EXPECT_EQ(drift.noise, 1.0 / 3.0);
+    EXPECT_TRUE(std::isnan(drift.pitchX));
+    EXPECT_EQ(drift.pitchY, 20.5);
 
     ImageLine refused;
     refused.result.name = "none%FF.png";

@@ -104,12 +104,14 @@ static_assert(sizeof(Answer) == 40 && offsetof(Answer, y) == 4 && offsetof(Answe
 static_assert(offsetof(Answer, removed) == 9 && offsetof(Answer, band) == 12 && offsetof(Answer, origin) == 16);
 static_assert(offsetof(Answer, peak) == 20 && offsetof(Answer, grey) == 24 && offsetof(Answer, reference) == 28);
 static_assert(offsetof(Answer, threshold) == 32 && offsetof(Answer, zone) == 36);
-static_assert(sizeof(FullReport) == 264 && offsetof(FullReport, width) == 120 && offsetof(FullReport, height) == 124);
+static_assert(sizeof(FullReport) == 296 && offsetof(FullReport, width) == 120 && offsetof(FullReport, height) == 124);
 static_assert(offsetof(FullReport, unseen) == 128 && offsetof(FullReport, outlines) == 160);
 static_assert(offsetof(FullReport, answerCount) == 184 && offsetof(FullReport, reruns) == 188);
 static_assert(offsetof(FullReport, deadDefects) == 192 && offsetof(FullReport, inspectMilliseconds) == 200);
 static_assert(offsetof(FullReport, defectMilliseconds) == 208 && offsetof(FullReport, colours) == 216);
-static_assert(offsetof(FullReport, answers) == 240);
+static_assert(offsetof(FullReport, answers) == 240 && offsetof(FullReport, light) == 264);
+static_assert(offsetof(FullReport, noise) == 272 && offsetof(FullReport, pitchX) == 280);
+static_assert(offsetof(FullReport, pitchY) == 288);
 static_assert(sizeof(RecipeField) == 256 && offsetof(RecipeField, type) == 32 && offsetof(RecipeField, unit) == 40);
 static_assert(offsetof(RecipeField, low) == 72 && offsetof(RecipeField, high) == 80);
 static_assert(offsetof(RecipeField, words) == 88 && offsetof(RecipeField, fallback) == 112);

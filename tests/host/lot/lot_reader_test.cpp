@@ -79,6 +79,25 @@ std::vector<Problem> ProblemsOfLot(MemoryStore& store, const LotChoice& choice)
     return {};
 }
 
+TEST(LotReader, ImagesHaveTheMeansOfTheirRegionsMeasures)
+{
+    StoredImage image = ImageWith("a.png", 1);
+    image.result.regions.push_back(image.result.regions.front());
+    image.result.regions.push_back(image.result.regions.front());
+    image.result.regions[0].drift = {100.0, 2.0, 16.5, DriftMeasures::dNone};
+    image.result.regions[1].drift = {130.0, 3.0, 17.5, DriftMeasures::dNone};
+    image.result.regions[1].region.bottom = 150; // half as high
+    LotBuilder builder({});
+    builder.Add("a.png", image.result);
+    builder.Add("b.png", ImageWith("b.png", 1).result);
+    const Lot lot = builder.Finish();
+    EXPECT_NEAR(lot.images[0].light.value(), 110.0, 1e-9);
+    EXPECT_NEAR(lot.images[0].noise.value(), 7.0 / 3.0, 1e-9);
+    EXPECT_NEAR(lot.images[0].pitchX.value(), 16.5 + 1.0 / 3.0, 1e-9);
+    EXPECT_FALSE(lot.images[0].pitchY.has_value());
+    EXPECT_FALSE(lot.images[1].light.has_value());
+}
+
 TEST(LotReader, TakesTheLatestRunOrThoseThatAreNamed)
 {
     MemoryStore store = SmallStore();

@@ -70,6 +70,27 @@ TEST(LotStatistics, FindAChangeOfLightAndContrast)
     EXPECT_GT(ChartOf(statistics, "contrast")->chance, 0.01);
 }
 
+TEST(LotStatistics, ShowThatLightNoiseAndPitchDrift)
+{
+    Lot lot = MakeUp({.images = 80});
+    MixedNumbers numbers(5);
+    for (std::size_t i = 0; i < lot.images.size(); ++i)
+    {
+        const auto time = static_cast<double>(i);
+        lot.images[i].light = 120.0 - 0.1 * time + 0.5 * NormalNumber(numbers);
+        lot.images[i].noise = (i < 40 ? 2.0 : 2.4) + 0.05 * NormalNumber(numbers);
+        if (i % 2 == 0) // the others are not known
+            lot.images[i].pitchX = 17.3 + 0.01 * NormalNumber(numbers);
+    }
+    const LotStatistics statistics = MakeLotStatistics(lot, {});
+    EXPECT_LT(ChartOf(statistics, "light")->chance, 0.01);
+    EXPECT_FALSE(ChartOf(statistics, "light")->chart.alarms.empty());
+    EXPECT_NEAR(static_cast<double>(ChartOf(statistics, "noise")->change.point), 40.0, 5.0);
+    EXPECT_EQ(ChartOf(statistics, "pitch_x")->first.size(), 40U);
+    EXPECT_GT(ChartOf(statistics, "pitch_x")->chance, 0.01);
+    EXPECT_EQ(ChartOf(statistics, "pitch_y"), nullptr);
+}
+
 TEST(LotStatistics, PutRareCountsTogether)
 {
     Lot lot = MakeUp({.images = 400, .defects = 0.25});

@@ -2,6 +2,7 @@
 // A store in a file of SQLite: all that every store has to do, and what can be wrong with a file.
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -64,7 +65,10 @@ std::string Version1(const TestFolder& folder)
     database->Execute("INSERT INTO recipes VALUES ('d', 'r.json', '{}'); "
                       "INSERT INTO runs (id, key, recipe, program, started) VALUES (7, 'old run', 'd', 'narvo', 1); "
                       "INSERT INTO images (run, key, sequence, name, bytes, modified, digest, inspected, status, "
-                      "width, height, blob_count) VALUES (7, 'a.png', 1, 'a.png', 1, 2, '3', 4, 'inspected', 5, 6, 0)");
+                      "width, height, blob_count) VALUES (7, 'a.png', 1, 'a.png', 1, 2, '3', 4, 'inspected', 5, 6, 0); "
+                      "INSERT INTO regions (image, place, name, code, direction, \"left\", top, \"right\", bottom, "
+                      "outlines, pairs, overflowed, reruns, dead_blobs) "
+                      "VALUES (1, 0, 'all', 1, 'vertical', 0, 0, 5, 6, '[]', 3, 0, 0, 0)");
     return file;
 }
 
@@ -146,6 +150,9 @@ TEST(FileStore, BringsAnOlderVersionUpToDate)
     ASSERT_EQ(images.size(), 1U);
     EXPECT_EQ(images[0].result.width, 5);
     EXPECT_EQ(images[0].verdicts.size(), 1U);
+    ASSERT_EQ(images[0].result.regions.size(), 1U);
+    EXPECT_EQ(images[0].result.regions[0].pairs, 3);
+    EXPECT_TRUE(std::isnan(images[0].result.regions[0].drift.light)) << "what it did not know";
     EXPECT_EQ(OpenSqlite(file, StoreAccess_Read)->SchemaVersion(), nStoreVersion);
 }
 

@@ -103,6 +103,7 @@ InspectionResult RandomRegion(Source& source, int mostBlobs)
     region.inspectMilliseconds = source.Real();
     region.blobMilliseconds = source.Real();
     region.totalMilliseconds = source.Real();
+    region.drift = {source.Real(), source.Real(), source.Real(), source.Real()};
     region.deadBlobs = source.Number();
     for (std::uint64_t i = source.Below(3); i > 0; --i)
         region.warnings.push_back(source.Text());
@@ -168,7 +169,9 @@ std::string Described(const StoredImage& image)
         text << "region " << region.name << '|' << region.code << '|' << region.direction << '|' << region.region.left
              << '|' << region.region.top << '|' << region.region.right << '|' << region.region.bottom << '|'
              << region.pairs << '|' << region.overflowed << '|' << region.reruns << '|' << region.inspectMilliseconds
-             << '|' << region.blobMilliseconds << '|' << region.totalMilliseconds << '|' << region.deadBlobs << '\n';
+             << '|' << region.blobMilliseconds << '|' << region.totalMilliseconds << '|' << region.deadBlobs << '|'
+             << region.drift.light << '|' << region.drift.noise << '|' << region.drift.pitchX << '|'
+             << region.drift.pitchY << '\n';
         for (const auto& outline : region.outlines)
         {
             text << "outline";
