@@ -166,21 +166,21 @@ TEST(NarvoStore, EndsARunWhoseDatabaseIsFullAndGoesOnBehindIt)
     const TestFolder folder;
     MakeLot(folder);
     RunNarvo(folder, {"inspect", "panel.png", "-r", "panel.recipe.json", "--store", "s.sqlite"});
-    // No file may grow beyond what the result files need. The log of the database does, in one transaction or many: it
-    // holds the results and a recipe of 40 KiB.
-    const std::string padding(40000, ' ');
-    std::ofstream(folder / "long.json") << ReadText(folder / "panel.recipe.json") << padding;
-    RunNarvo(folder, {"inspect", "lot", "-r", "panel.recipe.json", "-o", "probe"});
-    const auto kilobytes =
-        std::max(std::filesystem::file_size(folder / "probe.jsonl"), std::filesystem::file_size(folder / "probe.csv")) /
-            1024 +
-        4;
-    const Outcome full = RunLine(folder, "(trap '' XFSZ; ulimit -f " + std::to_string(kilobytes) +
-                                             "; narvo inspect lot -r long.json -q --store s.sqlite -o small)");
+    // The log of a database that someone else holds open grows from where it is. Here it is longer than the result
+    // files will be, and no file may grow much beyond it.
+    const auto holder = OpenResultStore(folder / "s.sqlite", StoreAccess_Write);
+    RunDescription other = holder->Runs().at(0).description;
+    other.key = "other";
+    other.recipe = {"0123456789abcdef", "long.json", std::string(400000, ' ')};
+    holder->BeginRun(other, RunStart_New);
+    const std::uintmax_t log = std::filesystem::file_size(folder / "s.sqlite-wal");
+    ASSERT_GT(log, 400000U);
+    const Outcome full = RunLine(folder, "(trap '' XFSZ; ulimit -f " + std::to_string(log / 1024 + 32) +
+                                             "; narvo inspect lot -r panel.recipe.json -q --store s.sqlite -o small)");
     EXPECT_EQ(full.code, 3) << full.error;
     EXPECT_THAT(full.error, HasSubstr("--store s.sqlite: disk I/O error, as where a quota or a limit"));
-    const Outcome rest = RunNarvo(
-        folder, {"inspect", "lot", "panel.png", "-r", "long.json", "--store", "s.sqlite", "-o", "small", "--resume"});
+    const Outcome rest = RunNarvo(folder, {"inspect", "lot", "panel.png", "-r", "panel.recipe.json", "--store",
+                                           "s.sqlite", "-o", "small", "--resume"});
     EXPECT_THAT(rest.code, testing::AnyOf(0, 7)) << rest.error;
     EXPECT_EQ(StoredLines(folder / "s.sqlite", "small.jsonl"), FileLines(folder / "small.jsonl"));
     EXPECT_EQ(FileLines(folder / "small.jsonl").size(), 14U);
