@@ -242,7 +242,8 @@ protected:
     {
         std::ofstream(folder / "recipe.json")
             << R"({"version": 1, "mode": "pixel", "pitch": {"x": 64, "y": 64}, "threshold": {"base": 40},
-                   "camera": {"features": [{"Width": 320}, {"Height": 200}, {"AcquisitionFrameRate": 50}]}})";
+                   "camera": {"buffers": 128,
+                              "features": [{"Width": 320}, {"Height": 200}, {"AcquisitionFrameRate": 50}]}})";
         std::ofstream(folder / "silent.json")
             << R"({"version": 1, "mode": "pixel", "pitch": {"x": 64, "y": 64}, "threshold": {"base": 40},
                    "camera": {"features": [{"TriggerMode": "On"}, {"TriggerSource": "Software"}]}})";
