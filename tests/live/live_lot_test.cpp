@@ -11,6 +11,7 @@
 
 #include "host/host_test_help.h"
 #include "live/live_test_help.h"
+#include "tools/live/live_template.h"
 
 namespace narvo::test
 {
@@ -99,6 +100,32 @@ TEST_F(LiveLotTest, TellsOfPlacesAndCharts)
     EXPECT_FALSE(chart["change"].is_null());
     EXPECT_LT(chart["change"]["before"], chart["change"]["after"]);
     EXPECT_GT(chart["alarms"].size(), 0U);
+}
+
+TEST_F(LiveLotTest, ThePageHasATitleForEachChart)
+{
+    for (int i = 0; i < 20; ++i)
+    {
+        ImageResult result;
+        result.name = "p" + std::to_string(i);
+        result.width = 800;
+        result.height = 600;
+        InspectionResult& region = result.regions.emplace_back();
+        region.region = CRect(0, 0, 800, 600);
+        region.pairs = i % 3;
+        region.drift = {100.0 + i % 2, 2.0 + i % 3, 40.0 + 0.01 * (i % 2), 50.0 + 0.01 * (i % 3)};
+        Blob blob{};
+        blob.center = CPoint(37 * i, 29 * i);
+        blob.area = 9 + i % 2;
+        blob.meanReference = 100 + i % 2;
+        blob.meanDifference = 30 + i % 3;
+        region.blobs.assign(static_cast<std::size_t>(1 + i % 2), blob);
+        state.Add({}, result, nullptr);
+    }
+    const json told = json::parse(LotEventText(state));
+    ASSERT_GE(told["charts"].size(), 8U);
+    for (const json& chart : told["charts"])
+        EXPECT_THAT(liveJs, testing::HasSubstr(chart["name"].get<std::string>() + ": \"")) << chart["name"];
 }
 
 TEST_F(LiveLotTest, PlacesOfTheCellLieWhereItsMapHasThem)

@@ -286,7 +286,8 @@
   }
 
   const chartNames = { defects: "Defects", pairs: "Answers of the comparison", refused: "Refused images",
-    size: "Size of defects", contrast: "Contrast of defects", grey: "Grey around defects" };
+    light: "Light", noise: "Noise", pitch_x: "Pitch across", pitch_y: "Pitch down", size: "Size of defects",
+    contrast: "Contrast of defects", grey: "Grey around defects" };
 
   function controlChart(chart) {
     const [width, height, left, highest] = [600, 150, 34, 6];
