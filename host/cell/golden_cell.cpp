@@ -102,7 +102,22 @@ PatternCell RequiredCell(const Recipe& recipe)
     return *cell;
 }
 
+CellGrid FittingGrid(const GoldenCell& golden, const Recipe& recipe)
+{
+    const CellGrid grid(RequiredCell(recipe));
+    if (grid.Columns() != golden.mean.cols || grid.Rows() != golden.mean.rows)
+        throw HostError({{"recipe", std::to_string(grid.Columns()) + " by " + std::to_string(grid.Rows()),
+                          "the golden cell's " + std::to_string(golden.mean.cols) + " by " +
+                              std::to_string(golden.mean.rows) + " pixels"}});
+    return grid;
+}
+
 } // namespace
+
+void CheckCellFits(const GoldenCell& golden, const Recipe& recipe)
+{
+    FittingGrid(golden, recipe);
+}
 
 void CheckCellSettings(const CellSettings& settings)
 {
@@ -176,11 +191,7 @@ CellComparison CompareCell(const GoldenCell& golden, const GreyView& image, cons
 {
     constexpr double dLeastError = 0.1; // grey levels: greys are whole numbers, of which means are taken
     CheckCellSettings(settings);
-    const CellGrid grid(RequiredCell(recipe));
-    if (grid.Columns() != golden.mean.cols || grid.Rows() != golden.mean.rows)
-        throw HostError({{"recipe", std::to_string(grid.Columns()) + " by " + std::to_string(grid.Rows()),
-                          "the golden cell's " + std::to_string(golden.mean.cols) + " by " +
-                              std::to_string(golden.mean.rows) + " pixels"}});
+    const CellGrid grid = FittingGrid(golden, recipe);
     CellComparison comparison;
     comparison.shown = ShowCell(image, recipe, grid, golden.mean);
     comparison.difference = comparison.shown.mean - golden.mean;

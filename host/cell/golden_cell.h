@@ -98,6 +98,9 @@ private:
 CellComparison CompareCell(const GoldenCell& golden, const GreyView& image, const Recipe& recipe,
                            const CellSettings& settings = {});
 
+/// @throws HostError where the recipe has no cell, or one of another size than the golden cell
+void CheckCellFits(const GoldenCell& golden, const Recipe& recipe);
+
 /// @throws HostError with the settings that are out of their range
 void CheckCellSettings(const CellSettings& settings);
 

@@ -221,22 +221,4 @@ std::string ComparisonText(const CellComparison& comparison)
     return text;
 }
 
-cv::Mat DrawComparison(const GoldenCell& golden, const CellComparison& comparison)
-{
-    constexpr int nSide = 320;
-    constexpr int nGap = 8;
-    const int zoom = std::max(1, nSide / std::max(golden.mean.cols, golden.mean.rows));
-    const cv::Size size(golden.mean.cols * zoom, golden.mean.rows * zoom);
-    cv::Mat picture(size.height, 3 * size.width + 2 * nGap, CV_8U, cv::Scalar(255));
-    int left = 0;
-    for (const cv::Mat& values : {golden.mean, comparison.shown.mean, cv::Mat(comparison.difference * 4.0 + 128.0)})
-    {
-        cv::Mat grey;
-        values.convertTo(grey, CV_8U);
-        cv::resize(grey, picture(cv::Rect({left, 0}, size)), size, 0.0, 0.0, cv::INTER_NEAREST);
-        left += size.width + nGap;
-    }
-    return picture;
-}
-
 } // namespace narvo

@@ -24,8 +24,4 @@ nlohmann::ordered_json ComparisonToJson(const GoldenCell& golden, const CellComp
 /// A line for the image, and one for each place.
 std::string ComparisonText(const CellComparison& comparison);
 
-/// Golden cell, the image's cell and their difference side by side, magnified to some hundred pixels; greys of the
-/// difference are 128 and four times as many levels.
-cv::Mat DrawComparison(const GoldenCell& golden, const CellComparison& comparison);
-
 } // namespace narvo

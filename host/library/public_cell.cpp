@@ -79,6 +79,17 @@ const narvo::GoldenCell& RegionOf(const GoldenCell::Content& content, std::size_
     return content.regions[region];
 }
 
+const std::vector<CheckedRecipe>& FittingRegions(const GoldenCell::Content& content, const Recipe& recipe)
+{
+    const std::vector<CheckedRecipe>& regions = recipe.GetParts().regions;
+    if (regions.size() != content.regions.size())
+        throw HostError({{"recipe", std::to_string(regions.size()) + " regions",
+                          "the " + std::to_string(content.regions.size()) + " that the cell was learnt by"}});
+    for (std::size_t i = 0; i < regions.size(); ++i)
+        CheckCellFits(content.regions[i], *regions[i]);
+    return regions;
+}
+
 } // namespace
 
 const GoldenCell::Content& GoldenCell::Own() const
@@ -154,6 +165,12 @@ std::vector<float> GoldenCell::Mean(std::size_t region) const
     return library::Translated([&] { return ValuesOf(RegionOf(own, region).mean); });
 }
 
+void GoldenCell::Check(const Recipe& recipe) const
+{
+    const Content& own = Own();
+    library::Translated([&] { FittingRegions(own, recipe); });
+}
+
 std::vector<CellReport> GoldenCell::Compare(const ImagePixels& image, const Recipe& recipe,
                                             const Settings& settings) const
 {
@@ -167,10 +184,7 @@ std::vector<CellReport> GoldenCell::Compare(const ImagePixels& image, const Reci
                                    {"tolerance", &values.tolerance},
                                    {"certainty", &values.certainty}},
                                   [] { return std::vector<narvo::Problem>(); });
-            const std::vector<CheckedRecipe>& regions = recipe.GetParts().regions;
-            if (regions.size() != own.regions.size())
-                throw HostError({{"recipe", std::to_string(regions.size()) + " regions",
-                                  "the " + std::to_string(own.regions.size()) + " that the cell was learnt by"}});
+            const std::vector<CheckedRecipe>& regions = FittingRegions(own, recipe);
             GreyImage copy;
             const GreyView view = library::ReadableView(image, *regions.front(), copy);
             std::vector<CellReport> reports;

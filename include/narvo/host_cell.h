@@ -73,6 +73,9 @@ public:
     /// Grey levels of the cell, row by row. @throws Error as Size
     std::vector<float> Mean(std::size_t region = 0) const;
 
+    /// Whether images inspected by a recipe can be held against it, before there is one.
+    /// @throws Error for a recipe with other regions or cells
+    void Check(const Recipe& recipe) const;
     /// How an image differs, one report for each region. `settings` are
     /// - "least_difference": grey levels below which nothing is reported, 0 .. 255; 2 unless given
     /// - "tolerance": pixels by which edges may lie elsewhere, 0 .. 4; 0.15 unless given

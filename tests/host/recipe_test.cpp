@@ -363,7 +363,7 @@ TEST(Recipe, CameraFeaturesKeepTheirOrderAndTypes)
                                                {"GainSelector", "Red"},      {"ReverseX", true},      {"Big", 1e300}};
     EXPECT_EQ(recipe->cameraFeatures, wanted);
     EXPECT_EQ(recipe->cameraBuffers, 8);
-    EXPECT_EQ(RecipeToJson(recipe)["camera"]["features"], document["camera"]["features"]);
+    EXPECT_EQ(json(RecipeToJson(recipe)["camera"]["features"]), document["camera"]["features"]);
     EXPECT_EQ(ParseRecipe(RecipeToJson(recipe), {})->cameraFeatures, wanted);
 }
 

@@ -49,12 +49,13 @@ protected:
     LiveState state{MadeUpSetup(), [this] { return counts.Get(); }};
     LivePicture picture;
     LiveLot lot;
+    LiveCell cell;
 };
 
 TEST_F(EventStreamTest, BeginsWithTheStateAndEndsWithTheLastCounts)
 {
     AddImage(state, "before", 1, LiveOutcome_Fail);
-    EventStream stream(state, picture, lot, "");
+    EventStream stream(state, picture, lot, cell, "");
     std::string all = stream.Next();
     EXPECT_EQ(Events(all, "state").at(0)["failed"][0]["name"], "before");
     for (int i = 0; i < 200; ++i)
@@ -81,20 +82,20 @@ TEST_F(EventStreamTest, AReaderWhoComesBackGetsWhatItMissed)
     for (int i = 0; i < 100; ++i)
         AddImage(state, std::to_string(i));
     state.End();
-    EventStream stream(state, picture, lot, std::to_string(MadeUpSetup().started) + "-60");
+    EventStream stream(state, picture, lot, cell, std::to_string(MadeUpSetup().started) + "-60");
     EXPECT_EQ(Events(Drain(stream), "verdict").size(), 40U);
     // A number of another run, or what is no number, says nothing.
     for (const std::string& id : {std::string("1-60"), std::to_string(MadeUpSetup().started) + "-6x", std::string("x"),
                                   std::to_string(MadeUpSetup().started) + "-99999999999999999999999"})
     {
-        EventStream other(state, picture, lot, id);
+        EventStream other(state, picture, lot, cell, id);
         EXPECT_EQ(Events(Drain(other), "verdict").size(), 0U) << id;
     }
 }
 
 TEST_F(EventStreamTest, AReaderTooFarBehindIsLeft)
 {
-    EventStream stream(state, picture, lot, "");
+    EventStream stream(state, picture, lot, cell, "");
     stream.Next();
     for (std::size_t i = 0; i <= LiveState::nRing; ++i)
         AddImage(state, "image");
@@ -104,7 +105,7 @@ TEST_F(EventStreamTest, AReaderTooFarBehindIsLeft)
 
 TEST_F(EventStreamTest, ALineEndInANameCannotMakeAnEvent)
 {
-    EventStream stream(state, picture, lot, "");
+    EventStream stream(state, picture, lot, cell, "");
     stream.Next();
     AddImage(state, "a\n\nevent: ended\ndata: {}\n\n\xff");
     state.End();

@@ -9,6 +9,7 @@ chromium-driver, and nothing of the network.
 """
 
 import contextlib
+import json
 import pathlib
 import re
 import shutil
@@ -84,6 +85,24 @@ def check_lot(page: Browser) -> None:
     check(page.value("document.querySelectorAll('#lot-rows tr.pointed').length") == 1, "its row is marked as well")
 
 
+def make_cell(narvo: pathlib.Path, folder: pathlib.Path) -> None:
+    """The golden cell of the good panel, made darker at four by four places: all panels are brighter there."""
+    subprocess.run([narvo, "cell", "good.png", "-r", "panel.recipe.json", "--learn", "cell.json", "-q"], cwd=folder, check=True)
+    cell = json.loads((folder / "cell.json").read_text())
+    for row in cell["regions"][0]["mean"][20:24]:
+        row[30:34] = [value - 25 for value in row[30:34]]
+    (folder / "cell.json").write_text(json.dumps(cell))
+
+
+def check_cell(page: Browser) -> None:
+    page.wait("!document.getElementById('cell').hidden && document.querySelectorAll('#cell-rows tr').length >= 1")
+    check("differs at 1 place" in text(page, "cell-text"), "the latest image is held against the golden cell")
+    place = page.value("document.querySelector('#cell-rows tr').textContent")
+    check("x 30 to 33, y 20 to 23" in place and "+2" in place, f"and its place in the cell is listed: {place}")
+    page.wait("document.getElementById('cell-picture').naturalWidth > 600")
+    check("Golden cell, cell of" in page.value("document.getElementById('cell-picture').alt"), "drawn, and told in words")
+
+
 def check_alarms(page: Browser, folder: pathlib.Path) -> None:
     """Fifteen images without defects and fifteen with thirty each: a drift that the charts tell of."""
     for i in range(30):
@@ -105,7 +124,7 @@ def check_page(page: Browser, folder: pathlib.Path, process: subprocess.Popen[st
     page.wait("document.querySelectorAll('#rows tr').length === 7")
     check(all("fail" in row for row in rows(page)), "the images that failed are listed")
     check(any(HOSTILE in row for row in rows(page)), "a name that looks like markup stands there as text")
-    check(page.value("document.querySelectorAll('img').length") == 0, "and has become none")
+    check(page.value("document.querySelectorAll('img:not(#cell-picture)').length") == 0, "and has become none")
     page.run("document.querySelector('input[name=which][value=last]').focus()")
     page.keys(" ")
     check(len(rows(page)) == 13, "the keyboard switches to all verdicts")
@@ -118,6 +137,7 @@ def check_page(page: Browser, folder: pathlib.Path, process: subprocess.Popen[st
     check("at most" in text(page, "image-map-text"), "the maps are told in words, too")
     check(page.value("document.querySelectorAll('#images-chart rect.fail').length") >= 1, "the chart has a bar of failed images")
     check_lot(page)
+    check_cell(page)
     check_names(page)
     page.run("document.body.focus()")
     page.keys("p")
@@ -144,6 +164,8 @@ def check_page(page: Browser, folder: pathlib.Path, process: subprocess.Popen[st
             page.screenshot(shots / f"live-{theme}-maps.png")
             page.run("document.getElementById('lot').scrollIntoView()")
             page.screenshot(shots / f"live-{theme}-lot.png")
+            page.run("document.getElementById('cell').scrollIntoView()")
+            page.screenshot(shots / f"live-{theme}-cell.png")
             page.run("document.getElementById('lot-charts').scrollIntoView()")
             page.screenshot(shots / f"live-{theme}-lot-charts.png")
     check(page.value("performance.getEntriesByType('resource').every((e) => e.name.startsWith(location.origin) || "
@@ -167,7 +189,8 @@ def main() -> int:
 
     with browser(folder) as page:
         print("a page that is open from the start")
-        with watch(narvo, folder, "--fail", "count>3") as (process, address):
+        make_cell(narvo, folder)
+        with watch(narvo, folder, "--fail", "count>3", "--cell", "cell.json") as (process, address):
             go(page, address)
             check(text(page, "no-rows") == "None so far.", "it says that there is nothing so far")
             check_page(page, folder, process, shots)

@@ -10,6 +10,7 @@ namespace narvo::test
 namespace
 {
 
+using nlohmann::json;
 using testing::HasSubstr;
 
 /// A small panel that has been inspected: panel.blobs.json and its like.
@@ -70,6 +71,36 @@ TEST(NarvoReport, GoldenResultsComeWithCropsOfReferenceAndDifference)
     EXPECT_TRUE(Contains(folder / "without.html", "\"parts\":1"));
     std::ofstream(folder / "odd.json") << R"({"version": 1, "blobs": [], "references": [3]})";
     EXPECT_THAT(RunNarvo(folder, {"report", "odd.json"}).error, HasSubstr("a list of file names"));
+}
+
+TEST(NarvoReport, ImagesAreHeldAgainstAGoldenCell)
+{
+    TestFolder folder;
+    InspectSmallPanel(folder);
+    ASSERT_EQ(RunNarvo(folder, {"cell", "panel.png", "-r", "panel.recipe.json", "--learn", "cell.json", "-q"}).code, 0);
+    // The golden cell darker at one place: the image is brighter there in every cell.
+    json cell = json::parse(ReadText(folder / "cell.json"));
+    for (std::size_t y = 20; y < 24; ++y)
+        for (std::size_t x = 30; x < 34; ++x)
+            cell["regions"][0]["mean"][y][x] = cell["regions"][0]["mean"][y][x].get<double>() - 25.0;
+    std::ofstream(folder / "cell.json") << cell;
+    const Outcome outcome =
+        RunNarvo(folder, {"report", "panel.blobs.json", "-r", "panel.recipe.json", "--cell", "cell.json"});
+    EXPECT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_TRUE(Contains(folder / "panel.report.html", R"("cell":{"images":1,"different":1,"found":1)"));
+    EXPECT_TRUE(Contains(folder / "panel.report.html", R"("where":"x 29 to 32, y 20 to 23","difference":2)"));
+    EXPECT_TRUE(Contains(folder / "panel.report.html", R"("drawn":"panel.png")"));
+
+    EXPECT_THAT(RunNarvo(folder, {"report", "panel.blobs.json", "--cell", "cell.json"}).error, HasSubstr("--recipe"));
+    const Outcome bad =
+        RunNarvo(folder, {"report", "panel.blobs.json", "-r", "panel.recipe.json", "--cell", "panel.png"});
+    EXPECT_EQ(bad.code, 2);
+    EXPECT_THAT(bad.error, HasSubstr("panel.png"));
+    json recipe = json::parse(ReadText(folder / "panel.recipe.json"));
+    recipe["pitch"]["x"] = 40.0;
+    std::ofstream(folder / "other.json") << recipe;
+    EXPECT_THAT(RunNarvo(folder, {"report", "panel.blobs.json", "-r", "other.json", "--cell", "cell.json"}).error,
+                HasSubstr("the golden cell's"));
 }
 
 TEST(NarvoReport, MissingImageIsANoteAndLeavesTheTable)

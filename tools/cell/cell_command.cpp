@@ -18,6 +18,7 @@
 #include "host/file/output_file.h"
 #include "host/foreign_text.h"
 #include "host/problem.h"
+#include "tools/cell/cell_picture.h"
 #include "tools/exit_code.h"
 #include "tools/image_options.h"
 #include "tools/inspect/image_list.h"
@@ -182,7 +183,7 @@ private:
             WriteTextFile(m_options.json, lines.dump(2) + "\n");
         if (drawn)
         {
-            const cv::Mat picture = DrawComparison(*drawn->first, drawn->second);
+            const cv::Mat picture = DrawCells(drawn->first->mean, drawn->second.shown.mean, drawn->second.difference);
             SaveGreyImage(m_options.picture, GreyImage(picture.data, picture.cols, picture.rows,
                                                        static_cast<std::ptrdiff_t>(picture.step)));
         }

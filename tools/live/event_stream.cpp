@@ -27,8 +27,9 @@ std::string EventText(const char* name, const std::string& data)
 
 } // namespace
 
-EventStream::EventStream(const LiveState& state, LivePicture& picture, LiveLot& lot, const std::string& lastId)
-    : m_state(state), m_picture(picture), m_lot(lot)
+EventStream::EventStream(const LiveState& state, LivePicture& picture, LiveLot& lot, LiveCell& cell,
+                         const std::string& lastId)
+    : m_state(state), m_picture(picture), m_lot(lot), m_cell(cell)
 {
     const std::string run = IdOf(0).substr(0, IdOf(0).size() - 1);
     if (!lastId.starts_with(run))
@@ -85,6 +86,12 @@ void EventStream::AddChanged(std::string& piece, bool all)
     {
         piece += EventText("lot", lot->text);
         m_lotNumber = lot->number;
+    }
+    const auto cell = m_cell.Latest(m_state, all);
+    if (cell->number != m_cellNumber)
+    {
+        piece += EventText("cell", cell->text);
+        m_cellNumber = cell->number;
     }
 }
 

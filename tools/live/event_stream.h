@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 
+#include "tools/live/live_cell.h"
 #include "tools/live/live_lot.h"
 #include "tools/live/live_picture.h"
 #include "tools/live/live_state.h"
@@ -13,14 +14,14 @@
 namespace narvo::tools
 {
 
-/// Server-sent events: `state` at the start, then `verdict` for each image, and `status`, `maps`, `picture`
-/// and `lot` from time to time where they have changed; `ended` at the end. Nothing is kept for a reader: one that
-/// falls further behind than the state keeps verdicts is left, and gets the state anew when it comes back.
+/// Server-sent events: `state` at the start, then `verdict` for each image, and `status`, `maps`, `picture`,
+/// `lot` and `cell` from time to time where they have changed; `ended` at the end. Nothing is kept for a reader: one
+/// that falls further behind than the state keeps verdicts is left, and gets the state anew when it comes back.
 class EventStream
 {
 public:
     /// `lastId` is what a reader who comes back says that it has last got; empty: nothing.
-    EventStream(const LiveState& state, LivePicture& picture, LiveLot& lot, const std::string& lastId);
+    EventStream(const LiveState& state, LivePicture& picture, LiveLot& lot, LiveCell& cell, const std::string& lastId);
 
     /// The next piece, for which it may wait a fraction of a second; it may be empty. Nothing more is to be sent when
     /// IsOver.
@@ -37,6 +38,7 @@ private:
     const LiveState& m_state;
     LivePicture& m_picture;
     LiveLot& m_lot;
+    LiveCell& m_cell;
     std::uint64_t m_resumeBehind = 0;
     bool m_resumes = false;
     bool m_begun = false;
@@ -44,6 +46,7 @@ private:
     std::uint64_t m_number = 0; ///< of the last verdict sent
     std::uint64_t m_pictureNumber = 0;
     std::uint64_t m_lotNumber = 0;
+    std::uint64_t m_cellNumber = 0;
     std::string m_status;
     std::string m_maps;
     Clock::time_point m_statusAt;

@@ -24,6 +24,7 @@
   let status = null;
   let maps = null;
   let lot = null;
+  let cell = null; // what was found against the golden cell
   let pointed = null; // key of the place that is shown on the maps
   let last = [];
   let failed = [];
@@ -340,6 +341,47 @@
     redraw(drawLot, drawMaps);
   }
 
+  // --- the golden cell ---
+  function drawCell() {
+    byId("cell").hidden = !cell;
+    if (!cell)
+      return;
+    const now = cell.regions.reduce((sum, region) => sum + region.places, 0);
+    byId("cell-text").textContent = cell.problems.length
+      ? cell.image + " could not be held against it: " + cell.problems.join("; ")
+      : cell.image + (now === 0 ? " is like the golden cell" : " differs at " + now + (now === 1 ? " place" : " places")) +
+        ". Since the start " + whole.format(cell.images) + (cell.images === 1 ? " image was" : " images were") +
+        " held against it, of which " + whole.format(cell.different) + (cell.different === 1 ? " differs." : " differ.");
+    byId("cell-figure").hidden = !cell.picture;
+    if (cell.picture) {
+      byId("cell-picture").src = cell.picture;
+      byId("cell-picture").alt = "Golden cell, cell of " + cell.image + " and difference";
+    }
+    byId("cell-places").hidden = cell.places.length === 0;
+    byId("cell-rows").replaceChildren(...cell.places.map((place) => element("tr", { class: place.now ? "pointed" : null },
+      element("td", { class: "text" }, (cell.regions.length > 1 ? place.region + ": " : "") + place.where),
+      element("td", { class: "number" }, (place.difference > 0 ? "+" : "") + place.difference.toFixed(1)),
+      element("td", { class: "number" }, place.standard_errors.toFixed(1)),
+      element("td", { class: "number" }, whole.format(place.images)),
+      element("td", { class: "text" }, place.first + (place.last !== place.first ? ", " + place.last : "")))));
+    const notes = cell.regions.map((region) => (cell.regions.length > 1 ? region.name + ": " : "") +
+      (region.parts === 1 ? "1 part" : whole.format(region.parts) + " parts") +
+      (region.parts_left_out ? ", " + whole.format(region.parts_left_out) + " left out" : "") + "; displaced by " +
+      region.displacement_x.toFixed(2) + ", " + region.displacement_y.toFixed(2) + " pixels; light " + region.gain +
+      " times and " + (region.offset < 0 ? "" : "+") + region.offset);
+    if (cell.found > cell.places.length)
+      notes.push("Of " + whole.format(cell.found) + " places the " + cell.places.length + " that most images show are listed.");
+    byId("cell-notes").replaceChildren(...notes.map((note) => element("li", {}, note)));
+  }
+
+  function takeCell(event) {
+    const before = cell ? cell.places.length : 0;
+    cell = event;
+    if (cell.places.length > before)
+      byId("told").textContent = "Golden cell: " + cell.places.length + (cell.places.length === 1 ? " place differs" : " places differ");
+    redraw(drawCell);
+  }
+
   // --- verdicts ---
   const keep = (list, verdict) => {
     if (list.some((one) => one.number === verdict.number))
@@ -430,6 +472,7 @@
       picture = null;
       shown = null;
       lot = null;
+      cell = null;
       pointed = null;
     }
     ended = false;
@@ -437,7 +480,7 @@
     state.failed.forEach((verdict) => { failed = keep(failed, verdict); });
     byId("made").textContent = state.source + ", recipe " + state.recipe + ", " + state.lanes +
       (state.lanes === 1 ? " lane" : " lanes") + ", since " + day.format(state.started) + ", narvo " + state.program;
-    redraw(drawStatus, drawMaps, drawVerdicts, drawPicture);
+    redraw(drawStatus, drawMaps, drawVerdicts, drawPicture, drawCell);
     requestAnimationFrame(() => { document.documentElement.dataset.ready = "yes"; });
   }
 
@@ -451,6 +494,7 @@
     on("status", (event) => { status = event; redraw(drawStatus); });
     on("maps", (event) => { maps = event; redraw(drawMaps); });
     on("lot", takeLot);
+    on("cell", takeCell);
     on("verdict", takeVerdict);
     on("picture", takePicture);
     on("ended", () => {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// One computation for all who look, and what of it the page is told.
+// What of a lot the page is told.
 #include "tools/live/live_lot.h"
 
 #include <algorithm>
@@ -147,36 +147,9 @@ std::string LotEventText(const LiveState& state)
     return document.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
 }
 
-std::shared_ptr<const LiveLot::Event> LiveLot::Latest(const LiveState& state, bool last)
+std::shared_ptr<const SharedEvent::Event> LiveLot::Latest(const LiveState& state, bool last)
 {
-    std::unique_lock making(m_making, std::defer_lock);
-    if (last)
-        making.lock();
-    else if (!making.try_lock())
-    {
-        const std::scoped_lock lock(m_mutex);
-        return m_event;
-    }
-    const std::uint64_t number = state.LotNumber();
-    const Clock::time_point begun = Clock::now();
-    {
-        const std::scoped_lock lock(m_mutex);
-        if (number == m_event->number || (!last && begun < m_next))
-            return m_event;
-    }
-    const auto event = std::make_shared<const Event>(Event{number, LotEventText(state)});
-    const Clock::time_point done = Clock::now();
-    const std::scoped_lock lock(m_mutex);
-    m_event = event;
-    m_next = done + std::max<Clock::duration>(pause, (done - begun) * (nShare - 1));
-    ++m_made;
-    return m_event;
-}
-
-std::uint64_t LiveLot::Made() const
-{
-    const std::scoped_lock lock(m_mutex);
-    return m_made;
+    return m_event.Latest(state.LotNumber(), last, [&] { return LotEventText(state); });
 }
 
 } // namespace narvo::tools

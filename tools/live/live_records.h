@@ -4,9 +4,12 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "tools/cell/cell_reference.h"
 
 namespace narvo::tools
 {
@@ -40,9 +43,10 @@ struct LiveSetup
     int lanes = 1;
     std::size_t queue = 1; ///< frames that may wait
     std::string whenFull;
-    std::string recipeText;   ///< of the file; for the cells of the lot
-    std::string version;      ///< of the program
-    std::int64_t started = 0; ///< nanoseconds since 1970
+    std::string recipeText;                      ///< of the file; for the cells of the lot
+    std::shared_ptr<const CellReference> golden; ///< that the latest images are held against; null: none
+    std::string version;                         ///< of the program
+    std::int64_t started = 0;                    ///< nanoseconds since 1970
 };
 
 /// A defect as it is drawn: box and middle in pixels of the image.

@@ -208,7 +208,7 @@ private:
         }
         const std::shared_ptr<void> place(nullptr, [this](void*) { --m_streams; });
         const auto stream =
-            std::make_shared<EventStream>(m_state, m_picture, m_lot, request.get_header_value("Last-Event-ID"));
+            std::make_shared<EventStream>(m_state, m_picture, m_lot, m_cell, request.get_header_value("Last-Event-ID"));
         response.set_chunked_content_provider("text/event-stream",
                                               [stream, place](std::size_t, httplib::DataSink& sink)
                                               {
@@ -225,6 +225,7 @@ private:
     LiveState& m_state;
     LivePicture m_picture;
     LiveLot m_lot;
+    LiveCell m_cell;
     std::atomic<int> m_streams = 0;
     RequestServer m_server;
     ConnectionGate m_gate; ///< last: its threads use the others

@@ -777,6 +777,38 @@
       element("thead", {}, head), body);
   }
 
+  function buildCell() {
+    const { cell } = data;
+    byId("cell-section").hidden = !cell;
+    if (!cell)
+      return;
+    const count = (number, one, many) => say(number) + " " + (number === 1 ? one : many);
+    byId("cell-help").textContent = count(cell.images, "image was", "images were") + " held against the golden cell, of which " +
+      count(cell.different, "differs", "differ") + (cell.found > cell.places.length
+      ? "; of " + say(cell.found) + " places the " + cell.places.length + " that most images show are listed." : ".");
+    byId("cell-figure").hidden = !cell.picture;
+    if (cell.picture) {
+      byId("cell-picture").src = cell.picture;
+      byId("cell-picture").alt = "Golden cell, cell of " + cell.drawn + " and difference";
+      byId("cell-caption").textContent = "From the left: the golden cell, the mean cell of " + cell.drawn +
+        ", and four times their difference about mid-grey.";
+    }
+    byId("cell").hidden = cell.places.length === 0;
+    const head = element("tr");
+    for (const [title, text] of [["Where in the cell", true], ["Grey levels"], ["Standard errors"], ["Images"],
+      ["First image", true], ["Latest image", true]])
+      head.append(element("th", { scope: "col", class: "plain" + (text ? " text" : "") }, title));
+    const body = element("tbody");
+    for (const place of cell.places)
+      body.append(element("tr", { class: "fixed" },
+        element("td", { class: "text" }, (cell.regions > 1 ? place.region + ": " : "") + place.where),
+        element("td", {}, (place.difference > 0 ? "+" : "") + place.difference.toFixed(1)),
+        element("td", {}, place.standard_errors.toFixed(1)), element("td", {}, say(place.images)),
+        element("td", { class: "text name" }, place.first), element("td", { class: "text name" }, place.last)));
+    byId("cell").append(element("caption", { class: "unseen" }, "Places of the cell that differ from the golden cell"),
+      element("thead", {}, head), body);
+  }
+
   function buildImages() {
     const head = element("tr");
     for (const [title, text] of [["Image", true], ["Size"], ["Defects"], ["Dark"], ["Bright"], ["Pairs"], ["Re-runs"],
@@ -841,6 +873,7 @@
   buildHead();
   buildFilters();
   buildLot();
+  buildCell();
   buildImages();
   buildRecipes();
   resize();

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <CLI/CLI.hpp>
@@ -34,6 +35,7 @@ struct ReportOptions
     ReportInputs inputs;
     std::string output;   ///< empty: the first input's name with .report.html
     std::string title;    ///< empty: made from the inputs
+    std::string cell;     ///< file with the golden cell that the images are held against; empty: none
     int thumbnails = 400; ///< defects whose crops the page keeps
 };
 
@@ -67,6 +69,7 @@ void CheckOutputName(const ReportOptions& options, const ReportDraft& draft)
     for (const std::string& file : options.inputs.files)
         names.AddInput(file);
     names.AddInput(options.inputs.recipe);
+    names.AddInput(options.cell);
     if (!IsServerPlace(options.inputs.store))
         names.AddInput(options.inputs.store);
     for (const ReportSource& source : draft.sources)
@@ -103,6 +106,9 @@ int WriteReport(const ReportOptions& options, ReportPage& page)
 
 int RunReport(const ReportOptions& options)
 {
+    std::optional<ReportCell> cell;
+    if (!options.cell.empty())
+        cell.emplace(OpenCellReference(options.cell, options.inputs.recipe));
     ReportDraft draft;
     if (const std::vector<Problem> found = GatherInputs(options.inputs, draft); !found.empty())
     {
@@ -110,7 +116,9 @@ int RunReport(const ReportOptions& options)
         return ExitCode_BadInput;
     }
     CheckOutputName(options, draft);
-    Illustrate(draft, ChooseBlobs(draft.page, options.thumbnails));
+    Illustrate(draft, ChooseBlobs(draft.page, options.thumbnails), cell ? &*cell : nullptr);
+    if (cell)
+        cell->Finish(draft.page);
     return WriteReport(options, draft.page);
 }
 
@@ -128,10 +136,15 @@ void AddReportCommand(CLI::App& app, Action& action)
                                              "postgresql://USER@HOST/DATABASE");
     command->add_option("--run", options->inputs.run, "name of the run in the store (default: the latest)")
         ->needs(store);
-    command->add_option("-r,--recipe", options->inputs.recipe,
-                        "recipe file for images; for result files, in place of the one that they name");
+    CLI::Option* recipe =
+        command->add_option("-r,--recipe", options->inputs.recipe,
+                            "recipe file for images; for result files, in place of the one that they name");
     command->add_option("-o,--output", options->output,
                         "HTML file (default: the first input's name with .report.html)");
+    command
+        ->add_option("--cell", options->cell,
+                     "file with the golden cell, by narvo cell --learn; shows where images differ from it")
+        ->needs(recipe);
     command->add_option("--title", options->title, "title of the page (default: from the inputs)");
     command
         ->add_option("--thumbnails", options->thumbnails,

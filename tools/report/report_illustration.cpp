@@ -141,7 +141,7 @@ bool IsNear(const CRect& box, const GreyImage& image)
 
 } // namespace
 
-void Illustrate(ReportDraft& draft, const std::vector<BlobPlace>& thumbnails)
+void Illustrate(ReportDraft& draft, const std::vector<BlobPlace>& thumbnails, ReportCell* cell)
 {
     // Images with the most defects come first where not all get an overview.
     std::vector<std::size_t> order(draft.page.images.size());
@@ -178,11 +178,14 @@ void Illustrate(ReportDraft& draft, const std::vector<BlobPlace>& thumbnails)
     };
     for (std::size_t i = 0; i < draft.page.images.size(); ++i)
     {
-        const bool wanted = hasOverview[i] || std::any_of(thumbnails.begin(), thumbnails.end(),
-                                                          [&](const BlobPlace& place) { return place.image == i; });
+        const bool wanted =
+            cell != nullptr || hasOverview[i] ||
+            std::any_of(thumbnails.begin(), thumbnails.end(), [&](const BlobPlace& place) { return place.image == i; });
         GreyImage image;
         if (!wanted || !Reload(draft, i, image))
             continue;
+        if (cell != nullptr)
+            cell->Add(draft.page, draft.sources[i].imageFile, image);
         if (hasOverview[i])
             draft.page.images[i].overview = MakeOverview(image, pixels);
         const ShownComparison compared(image, draft.RecipeOf(i), draft.page.images[i].result.direction);

@@ -165,6 +165,25 @@ ordered_json RecipeEntry(const ReportRecipe& entry)
             {"rows", rows}};
 }
 
+/// Null where no golden cell was wanted.
+ordered_json CellEntry(const ReportCellFindings& cell)
+{
+    if (!cell.wanted)
+        return nullptr;
+    constexpr std::size_t nListedPlaces = 200;
+    ordered_json places = ordered_json::array();
+    const std::vector<CellRepeat> repeats = cell.repeats.Places();
+    for (std::size_t i = 0; i < std::min(nListedPlaces, repeats.size()); ++i)
+        places.push_back(CellRepeatToJson(repeats[i], cell.regions));
+    return {{"images", cell.repeats.Images()},
+            {"different", cell.repeats.Different()},
+            {"found", repeats.size() + cell.repeats.LeftOut()},
+            {"regions", cell.regions.size()},
+            {"picture", cell.picture},
+            {"drawn", cell.drawn},
+            {"places", std::move(places)}};
+}
+
 /// JSON that may stand inside a script element: nothing in it can end the element or begin a comment.
 std::string ScriptText(const ordered_json& document)
 {
@@ -235,6 +254,7 @@ std::string BuildReportPage(const ReportPage& page)
                                {"recipes", recipes},
                                {"comparesImages", page.comparesImages},
                                {"findings", findings},
+                               {"cell", CellEntry(page.cell)},
                                {"parts", page.thumbnailParts},
                                {"atlases", atlases},
                                {"notes", page.notes},

@@ -7,6 +7,7 @@
 
 #include "host/inspect/inspector.h"
 #include "host/recipe/checked_recipe.h"
+#include "tools/cell/cell_repeats.h"
 
 namespace narvo::tools
 {
@@ -45,6 +46,16 @@ struct ReportFinding
     double probability = 0.0; ///< that chance alone shows the like
 };
 
+/// Where images differ from a golden cell.
+struct ReportCellFindings
+{
+    bool wanted = false; ///< whether images were held against one
+    CellRepeats repeats;
+    std::vector<std::string> regions; ///< names
+    std::string picture;              ///< data URI, of the image that differs most; empty: none could be compared
+    std::string drawn;                ///< name of that image
+};
+
 struct ReportPage
 {
     std::string title;
@@ -53,8 +64,9 @@ struct ReportPage
     std::vector<ReportRecipe> recipes;
     bool comparesImages = false;         ///< whether findings were looked for
     std::vector<ReportFinding> findings; ///< the least probable of each kind first
-    std::vector<std::string> sheets;     ///< data URIs
-    int sheetCell = 0;                   ///< side of a thumbnail, pixels
+    ReportCellFindings cell;
+    std::vector<std::string> sheets; ///< data URIs
+    int sheetCell = 0;               ///< side of a thumbnail, pixels
     int sheetColumns = 0;
     int thumbnailParts = 1;         ///< 3: source, reference, difference
     std::vector<std::string> notes; ///< what was left out, and other warnings

@@ -155,6 +155,11 @@ void AddListenOptions(CLI::App& command, WatchOptions& options)
                     "file whose first line, 16 to 256 letters, digits and - . _ ~, the page is asked with")
         ->option_text("FILE")
         ->needs(listen);
+    command
+        .add_option("--cell", options.cell,
+                    "file with the golden cell, by narvo cell --learn; the page shows where images differ from it")
+        ->option_text("FILE")
+        ->needs(listen);
 }
 
 std::optional<ListenAccess> ListenAccessOf(const WatchOptions& options)
@@ -165,10 +170,18 @@ std::optional<ListenAccess> ListenAccessOf(const WatchOptions& options)
     return ReadListenAccess(options.listen, options.listenToken);
 }
 
-std::unique_ptr<ResultSink> OpenLiveSink(const ListenAccess& access, const WatchOptions& options,
-                                         const std::vector<CheckedRecipe>& recipes, int lanes)
+std::shared_ptr<const CellReference> GoldenCellOf(const WatchOptions& options)
 {
-    auto sink = std::make_unique<LiveSink>(access, SetupOf(options, recipes, lanes));
+    return options.cell.empty() ? nullptr : OpenCellReference(options.cell, options.recipe);
+}
+
+std::unique_ptr<ResultSink> OpenLiveSink(const ListenAccess& access, const WatchOptions& options,
+                                         const std::vector<CheckedRecipe>& recipes, int lanes,
+                                         std::shared_ptr<const CellReference> cell)
+{
+    LiveSetup setup = SetupOf(options, recipes, lanes);
+    setup.golden = std::move(cell);
+    auto sink = std::make_unique<LiveSink>(access, std::move(setup));
     if (!options.quiet)
         std::cout << "live page: " << sink->Address() << std::endl;
     return sink;

@@ -92,11 +92,13 @@ int RunWatchCommand(const WatchOptions& options)
     const sources::FrameReading reading{*settings.recipes.front(), &ProgramNotes()};
     CheckSource(options, reading);
     const std::optional<ListenAccess> listen = ListenAccessOf(options);
+    const std::shared_ptr<const CellReference> cell = GoldenCellOf(options);
 
     OutputNames names;
     names.AddRecipe(options.recipe, settings.recipes);
     names.AddInput(options.rulesFile);
     names.AddInput(options.listenToken);
+    names.AddInput(options.cell);
     names.AddInput(options.mqtt.loginFile);
     names.AddOutputs("the results", options.output);
     if (!options.json.empty())
@@ -142,7 +144,7 @@ int RunWatchCommand(const WatchOptions& options)
         sinks.Append(MakeTerminalSink(
             options.quiet, [&](std::string line) { printer.Print(STDOUT_FILENO, std::move(line) + "\n"); }, tell));
         if (listen)
-            sinks.Append(OpenLiveSink(*listen, options, settings.recipes, settings.lanes));
+            sinks.Append(OpenLiveSink(*listen, options, settings.recipes, settings.lanes, cell));
         if (store)
             sinks.Append(std::move(store));
         if (mqtt)

@@ -24,6 +24,7 @@ struct WatchOptions
     std::string pixelSize;
     std::string listen;      ///< address of the live page; empty: none
     std::string listenToken; ///< file
+    std::string cell;        ///< file with the golden cell that the page holds images against; empty: none
     std::uint64_t images = 0;
     int seconds = 0;
     int lanes = 0;
