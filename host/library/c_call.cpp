@@ -163,6 +163,21 @@ HandleTable<narvo_capability, v1::CapabilityReport>& CapabilityHandles()
     return LastingTable<HandleTable<narvo_capability, v1::CapabilityReport>>("a capability");
 }
 
+HandleTable<narvo_findings, FindingsObject>& FindingsHandles()
+{
+    return LastingTable<HandleTable<narvo_findings, FindingsObject>>("findings");
+}
+
+HandleTable<narvo_lot, LotObject>& LotHandles()
+{
+    return LastingTable<HandleTable<narvo_lot, LotObject>>("a lot");
+}
+
+HandleTable<narvo_cell, v1::GoldenCell>& CellHandles()
+{
+    return LastingTable<HandleTable<narvo_cell, v1::GoldenCell>>("a golden cell");
+}
+
 std::int32_t KeepProblems() noexcept
 {
     ForgetProblems();

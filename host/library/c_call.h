@@ -16,6 +16,7 @@
 #include "host/library/c_handles.h"
 #include "host/library/c_records.h"
 #include "narvo/host_capability.h"
+#include "narvo/host_cell.h"
 #include "narvo/host_explain.h"
 #include "narvo/host_golden.h"
 #include "narvo/host_images.h"
@@ -110,6 +111,16 @@ struct PictureObject
     std::vector<std::string> notes;
 };
 
+/// What a call found out.
+struct FindingsObject
+{
+    std::string json;
+    std::string text;
+};
+
+/// A lot, which one thread at a time may use.
+struct LotObject;
+
 /// A stream and what it has reported.
 struct StreamObject;
 
@@ -131,6 +142,9 @@ HandleTable<narvo_store, StoreObject>& StoreHandles();
 HandleTable<narvo_rules, v1::ImageRules>& RulesHandles();
 HandleTable<narvo_picture, PictureObject>& PictureHandles();
 HandleTable<narvo_capability, v1::CapabilityReport>& CapabilityHandles();
+HandleTable<narvo_findings, FindingsObject>& FindingsHandles();
+HandleTable<narvo_lot, LotObject>& LotHandles();
+HandleTable<narvo_cell, v1::GoldenCell>& CellHandles();
 
 /// The status of the exception that is being handled, whose problems become those of this thread.
 std::int32_t KeepProblems() noexcept;

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,23 +11,10 @@
 #include "host/library/c_arrays.h"
 #include "host/library/c_call.h"
 #include "host/library/c_records.h"
+#include "host/library/c_store_object.h"
 #include "narvo/host_progress.h"
 #include "narvo/host_store.h"
 #include "narvo/narvo_c.h"
-
-namespace narvo::library
-{
-
-struct StoreObject
-{
-    explicit StoreObject(v1::ResultStore opened) : store(std::move(opened)) {}
-
-    std::mutex mutex;
-    v1::ResultStore store;
-    std::vector<v1::StoredRun> runs; ///< whose texts the caller reads
-};
-
-} // namespace narvo::library
 
 using namespace narvo::library; // NOLINT(google-build-using-namespace): the functions below are those of C
 using narvo::v1::Error;
@@ -40,19 +26,6 @@ using narvo::v1::StoredRun;
 
 namespace
 {
-
-/// Calls `use` with the store, which other threads wait for.
-template <typename Use>
-std::int32_t OnStore(narvo_store* store, const Use& use)
-{
-    return Guarded(
-        [&]
-        {
-            const std::shared_ptr<StoreObject> object = StoreHandles().Find(store, "store");
-            const std::lock_guard lock(object->mutex);
-            use(*object);
-        });
-}
 
 narvo_stored_run RecordOf(const StoredRun& run)
 {
@@ -67,39 +40,6 @@ narvo_stored_run RecordOf(const StoredRun& run)
     record.recipe_digest = run.recipeDigest.c_str();
     record.program = run.program.c_str();
     return record;
-}
-
-StoredImage ImageOf(const narvo_stored_image* place, const std::string& name)
-{
-    const narvo_stored_image record = ReadRecord(place, name);
-    StoredImage image;
-    image.name = Given(record.name, (name + ".name").c_str());
-    image.sequence = record.sequence;
-    image.inspected = record.inspected;
-    image.width = record.width;
-    image.height = record.height;
-    CheckCount(record.problem_count, 0, nArrayLimit, name + ".problem_count");
-    ReadArray(record.problems, record.problem_count, name + ".problems",
-              [&](const narvo_problem* given, const std::string& own)
-              {
-                  const narvo_problem problem = ReadRecord(given, own);
-                  image.problems.push_back({Given(problem.field, (own + ".field").c_str()),
-                                            Given(problem.value, (own + ".value").c_str()),
-                                            Given(problem.allowed, (own + ".allowed").c_str())});
-              });
-    if (record.reports == nullptr)
-    {
-        if (image.problems.empty())
-            throw Error({{name + ".reports", "null", "reports where there are no problems"}});
-        return image;
-    }
-    image.reports = ReportsHandles().Find(record.reports, (name + ".reports").c_str())->Reports();
-    for (const narvo::v1::FullReport& report : image.reports)
-    {
-        image.width = report.width;
-        image.height = report.height;
-    }
-    return image;
 }
 
 /// The image as a record, and what its pointers lead to.
@@ -139,6 +79,39 @@ private:
 
 } // namespace
 
+StoredImage narvo::library::StoredImageOf(const narvo_stored_image* place, const std::string& name)
+{
+    const narvo_stored_image record = ReadRecord(place, name);
+    StoredImage image;
+    image.name = Given(record.name, (name + ".name").c_str());
+    image.sequence = record.sequence;
+    image.inspected = record.inspected;
+    image.width = record.width;
+    image.height = record.height;
+    CheckCount(record.problem_count, 0, nArrayLimit, name + ".problem_count");
+    ReadArray(record.problems, record.problem_count, name + ".problems",
+              [&](const narvo_problem* given, const std::string& own)
+              {
+                  const narvo_problem problem = ReadRecord(given, own);
+                  image.problems.push_back({Given(problem.field, (own + ".field").c_str()),
+                                            Given(problem.value, (own + ".value").c_str()),
+                                            Given(problem.allowed, (own + ".allowed").c_str())});
+              });
+    if (record.reports == nullptr)
+    {
+        if (image.problems.empty())
+            throw Error({{name + ".reports", "null", "reports where there are no problems"}});
+        return image;
+    }
+    image.reports = ReportsHandles().Find(record.reports, (name + ".reports").c_str())->Reports();
+    for (const narvo::v1::FullReport& report : image.reports)
+    {
+        image.width = report.width;
+        image.height = report.height;
+    }
+    return image;
+}
+
 std::int32_t narvo_store_open(const char* place, std::int32_t writing, narvo_store** store)
 {
     return HandOut(StoreHandles(), store, "store",
@@ -177,7 +150,7 @@ std::int32_t narvo_store_add(narvo_store* store, std::int64_t run, const narvo_s
                        std::vector<StoredImage> made;
                        ReadArray(images, count, "images",
                                  [&](const narvo_stored_image* image, const std::string& name)
-                                 { made.push_back(ImageOf(image, name)); });
+                                 { made.push_back(StoredImageOf(image, name)); });
                        own.store.Add(run, made);
                    });
 }

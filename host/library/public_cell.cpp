@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "host/cell/golden_cell.h"
 #include "host/cell/golden_cell_file.h"
 #include "host/library/named_settings.h"
@@ -174,6 +176,13 @@ void GoldenCell::Check(const Recipe& recipe) const
 std::vector<CellReport> GoldenCell::Compare(const ImagePixels& image, const Recipe& recipe,
                                             const Settings& settings) const
 {
+    std::string unread;
+    return Compare(image, recipe, settings, unread);
+}
+
+std::vector<CellReport> GoldenCell::Compare(const ImagePixels& image, const Recipe& recipe, const Settings& settings,
+                                            std::string& json) const
+{
     const Content& own = Own();
     return library::Translated(
         [&]
@@ -188,8 +197,14 @@ std::vector<CellReport> GoldenCell::Compare(const ImagePixels& image, const Reci
             GreyImage copy;
             const GreyView view = library::ReadableView(image, *regions.front(), copy);
             std::vector<CellReport> reports;
+            nlohmann::ordered_json found = {{"regions", nlohmann::ordered_json::array()}};
             for (std::size_t i = 0; i < regions.size(); ++i)
-                reports.push_back(PublicCell(own.regions[i], CompareCell(own.regions[i], view, *regions[i], values)));
+            {
+                const CellComparison comparison = CompareCell(own.regions[i], view, *regions[i], values);
+                reports.push_back(PublicCell(own.regions[i], comparison));
+                found["regions"].push_back(ComparisonToJson(own.regions[i], comparison));
+            }
+            json = found.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
             return reports;
         });
 }

@@ -86,6 +86,11 @@ public:
     /// cells, and for an image that is too small or does not resemble the cell
     std::vector<CellReport> Compare(const ImagePixels& image, const Recipe& recipe,
                                     const Settings& settings = {}) const;
+    /// The same, with `json` set to the JSON of all regions, a list `regions` of what the program's `narvo cell`
+    /// writes.
+    /// @throws Error as the other, which leaves `json` as it is
+    std::vector<CellReport> Compare(const ImagePixels& image, const Recipe& recipe, const Settings& settings,
+                                    std::string& json) const;
 
     struct Content; ///< of the library
     /// For the library itself.

@@ -48,7 +48,7 @@ extern "C"
 #define NARVO_STOPPED 4
 
 /// Version of this header: raised when functions or members are added. What a version after the first added says so.
-#define NARVO_C_VERSION 4
+#define NARVO_C_VERSION 5
 
     /// The version of the library that is loaded. A program works with every library whose version is at least the
     /// NARVO_C_VERSION that it was compiled with.
@@ -84,6 +84,12 @@ extern "C"
     typedef struct narvo_picture narvo_picture;
     /// What a recipe finds of defects planted in good images.
     typedef struct narvo_capability narvo_capability;
+    /// What a call found out: as JSON for programs, and as text for people. Since version 5, as all that follow.
+    typedef struct narvo_findings narvo_findings;
+    /// Images of one pattern, to ask what they have in common.
+    typedef struct narvo_lot narvo_lot;
+    /// What the cell of a pattern looks like in good images. Nothing changes it.
+    typedef struct narvo_cell narvo_cell;
 
     /// Called again and again during a long call, one at a time, on any of the call's threads, with the caller's
     /// `context`: what is being done, which can be read during this call of it alone, how many images, references or
@@ -918,6 +924,88 @@ extern "C"
     NARVO_C_API int32_t narvo_store_images(narvo_store* store, int64_t run, narvo_on_image take, void* context);
     /// Frees a store. @return NARVO_REFUSED for a handle that is none of a store
     NARVO_C_API int32_t narvo_store_free(narvo_store* store);
+
+    // --- findings; since version 5 ---
+
+    /// Sets `*text` to all that was found as JSON, whose members the call that made the findings names. It can be read
+    /// until the findings are freed.
+    NARVO_C_API int32_t narvo_findings_json(const narvo_findings* findings, const char** text);
+    /// Sets `*text` to the same for a person, in lines, as the program `narvo` prints it. As narvo_findings_json.
+    NARVO_C_API int32_t narvo_findings_text(const narvo_findings* findings, const char** text);
+    /// Frees findings. @return NARVO_REFUSED for a handle that is none of findings
+    NARVO_C_API int32_t narvo_findings_free(narvo_findings* findings);
+
+    // --- what many images have in common; since version 5 ---
+    //
+    // Threads that call with one lot wait for each other.
+
+    /// Makes a lot without images, for what a recipe inspects. `recipe_name` is what people call the recipe; null: it
+    /// has no name. The caller frees `*lot`.
+    NARVO_C_API int32_t narvo_lot_create(const narvo_recipe* recipe, const char* recipe_name, narvo_lot** lot);
+    /// Makes a lot of the images of the `count` runs of a store, 0 .. 65536, that have the keys `runs`, in the order in
+    /// which the runs began; with a count of 0, of the latest run. The caller frees `*lot`.
+    /// @return NARVO_REFUSED where the store has no such run or none at all, the runs were made by different recipes,
+    /// or they hold more than 10000000 images or defects
+    NARVO_C_API int32_t narvo_lot_from_store(narvo_store* store, const char* const* runs, int64_t count,
+                                             narvo_lot** lot);
+    /// The same of all runs that were made by the recipe of the latest one.
+    NARVO_C_API int32_t narvo_lot_of_latest_recipe(narvo_store* store, narvo_lot** lot);
+    /// Adds an image behind all others, with the reports of its inspection by the lot's recipe, or with the problems
+    /// for which it was not inspected. `sequence` and `inspected` of the record are not read.
+    /// @return NARVO_REFUSED for an image that a store would refuse as well, or one too many
+    NARVO_C_API int32_t narvo_lot_add(narvo_lot* lot, const narvo_stored_image* image);
+    /// Sets `*count` to the number of images so far.
+    NARVO_C_API int32_t narvo_lot_images(const narvo_lot* lot, int64_t* count);
+    /// Looks for what chance does not explain: places that come back, columns, rows, areas, places in the pattern's
+    /// cell, and changes from image to image. The findings are those of the program's `narvo lot`, with its JSON. More
+    /// images may follow. The caller frees `*findings`. Settings:
+    ///
+    /// | name | unit | range | default |
+    /// |---|---|---|---|
+    /// | distance | pixels within which defects are at the same place, whole | 1 .. 64 | 4 |
+    /// | risk | probability at which a test may report what is chance alone | 1e-9 .. 0.1 | 0.01 |
+    /// | baseline | images from the first on that give the charts' limits, whole | 2 .. 10000000; 0: all | 0 |
+    NARVO_C_API int32_t narvo_lot_find(const narvo_lot* lot, const narvo_setting* settings, int64_t setting_count,
+                                       narvo_findings** findings);
+    /// Frees a lot. @return NARVO_REFUSED for a handle that is none of a lot
+    NARVO_C_API int32_t narvo_lot_free(narvo_lot* lot);
+
+    // --- golden cells: what is wrong in every cell of a pattern alike; since version 5 ---
+
+    /// Makes the golden cells of a recipe's regions from `count` good images, 1 .. 1000, of at least 2 by 2 cells each;
+    /// several are better, since the scatter among them is allowed for later. The caller frees `*cell`.
+    /// @return NARVO_REFUSED for a recipe with a region that has no pitch along both axes and no lattice, and for
+    /// images that are too small or do not show the pattern, naming them as images[0]
+    NARVO_C_API int32_t narvo_cell_learn(const narvo_recipe* recipe, const narvo_image* images, int64_t count,
+                                         narvo_cell** cell);
+    /// Reads the file that narvo_cell_save or the program's `narvo cell` wrote. The caller frees `*cell`.
+    /// @return NARVO_REFUSED naming the file and the field in it
+    NARVO_C_API int32_t narvo_cell_from_file(const char* file, narvo_cell** cell);
+    /// Writes a JSON file. A file of that name is replaced. @return NARVO_REFUSED naming the file when that fails
+    NARVO_C_API int32_t narvo_cell_save(const narvo_cell* cell, const char* file);
+    /// Sets `*regions` to the number of regions, and `*images` to that of the good images.
+    NARVO_C_API int32_t narvo_cell_get(const narvo_cell* cell, int64_t* regions, int64_t* images);
+    /// Sets `*width` and `*height` to the places across and down the cell of a region, 0 .. regions - 1, and fills the
+    /// `capacity` values at `values` with as many of its grey levels as fit, row by row without gaps; they may be null
+    /// when the capacity is 0.
+    NARVO_C_API int32_t narvo_cell_mean(const narvo_cell* cell, int64_t region, float* values, int64_t capacity,
+                                        int32_t* width, int32_t* height);
+    /// How an image of the recipe that the cell was learnt by differs in every cell. The JSON has a list `regions`,
+    /// each as the program's `narvo cell` writes it. The caller frees `*findings`. Settings:
+    ///
+    /// | name | unit | range | default |
+    /// |---|---|---|---|
+    /// | least_difference | grey levels below which nothing is reported | 0 .. 255 | 2 |
+    /// | tolerance | pixels by which edges may lie elsewhere | 0 .. 4 | 0.15 |
+    /// | certainty | standard errors that a difference must exceed | 3 .. 100 | 6 |
+    ///
+    /// @return NARVO_REFUSED for a recipe with other regions or cells, and for an image that is too small or does not
+    /// resemble the cell
+    NARVO_C_API int32_t narvo_cell_compare(const narvo_cell* cell, const narvo_image* image, const narvo_recipe* recipe,
+                                           const narvo_setting* settings, int64_t setting_count,
+                                           narvo_findings** findings);
+    /// Frees a golden cell. @return NARVO_REFUSED for a handle that is none of a golden cell
+    NARVO_C_API int32_t narvo_cell_free(narvo_cell* cell);
 
 #ifdef __cplusplus
 }

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "library/c_call_kit.h"
+#include "library/c_finding_calls.h"
 #include "library/c_long_calls.h"
 #include "library/c_picture_calls.h"
 #include "library/c_store_calls.h"
@@ -124,6 +125,9 @@ public:
         case 22:
         case 23:
             return m_stores.CallOnce();
+        case 24:
+        case 25:
+            return m_findings.CallOnce();
         default:
             return m_ofPictures.CallOnce();
         }
@@ -136,6 +140,7 @@ private:
     CLongCalls m_long{m_source, m_shared.recipes, m_shared.reports};
     CPictureCalls m_ofPictures{m_source, m_shared};
     CStoreCalls m_stores{m_source, m_shared};
+    CFindingCalls m_findings{m_source, m_shared};
 
     void MakeRecipe()
     {

@@ -138,6 +138,41 @@ TEST_F(CStore, KeepsImagesWithReportsOrProblems)
     EXPECT_EQ(narvo_store_free(reader), NARVO_OK);
 }
 
+TEST_F(CStore, LotsAreMadeOfItsRuns)
+{
+    std::int64_t run = -1;
+    narvo_lot* lot = nullptr;
+    EXPECT_EQ(narvo_lot_from_store(m_store, nullptr, 0, &lot), NARVO_REFUSED) << "no run yet";
+    for (const char* key : {"monday", "tuesday"})
+    {
+        ASSERT_EQ(Begin(key, 0, &run), NARVO_OK) << CFields();
+        const narvo_stored_image images[2] = {Inspected("a.png"), Inspected("b.png")};
+        ASSERT_EQ(narvo_store_add(m_store, run, images, 2), NARVO_OK) << CFields();
+    }
+    const char* const keys[] = {"monday", "no such run"};
+    EXPECT_EQ(narvo_lot_from_store(m_store, keys, 2, &lot), NARVO_REFUSED);
+    EXPECT_EQ(lot, nullptr);
+    const auto imagesOf = [&lot]
+    {
+        std::int64_t images = 0;
+        EXPECT_EQ(narvo_lot_images(lot, &images), NARVO_OK) << CFields();
+        narvo_findings* findings = nullptr;
+        EXPECT_EQ(narvo_lot_find(lot, nullptr, 0, &findings), NARVO_OK) << CFields();
+        const char* text = "";
+        EXPECT_EQ(narvo_findings_json(findings, &text), NARVO_OK);
+        EXPECT_NE(std::string(text).find("a.png"), std::string::npos) << text;
+        EXPECT_EQ(narvo_findings_free(findings), NARVO_OK);
+        EXPECT_EQ(narvo_lot_free(lot), NARVO_OK);
+        return images;
+    };
+    EXPECT_EQ(narvo_lot_from_store(m_store, keys, 1, &lot), NARVO_OK) << CFields();
+    EXPECT_EQ(imagesOf(), 2);
+    EXPECT_EQ(narvo_lot_from_store(m_store, nullptr, 0, &lot), NARVO_OK) << CFields();
+    EXPECT_EQ(imagesOf(), 2);
+    EXPECT_EQ(narvo_lot_of_latest_recipe(m_store, &lot), NARVO_OK) << CFields();
+    EXPECT_EQ(imagesOf(), 4);
+}
+
 TEST_F(CStore, RunsBeginNewAfreshOrGoOn)
 {
     std::int64_t run = -1;
