@@ -176,9 +176,22 @@ std::optional<Frame> CameraSource::Accept(const CameraFrame& taken)
     {
         ++m_losses.incomplete;
         Note("frame " + std::to_string(number) + " is incomplete: " + fault);
+        AdviseOnMany();
         return std::nullopt;
     }
     return RawBytesFrame(std::move(bytes), number, m_reading);
+}
+
+/// Once, where most frames of a network camera are incomplete, though the network itself is sound.
+void CameraSource::AdviseOnMany()
+{
+    constexpr std::uint64_t nMany = 10;
+    if (m_advised || m_losses.incomplete < nMany || 2 * m_losses.incomplete < m_number)
+        return;
+    m_advised = true;
+    Note(std::to_string(m_losses.incomplete) + " of " + std::to_string(m_number) +
+         " frames are incomplete: the system may have too little room for their packets; allow " +
+         std::to_string(4 * m_shape.payload) + " bytes (sysctl net.core.rmem_max), or the right cap_net_raw");
 }
 
 std::string CameraSource::FaultOf(const CameraFrame& taken, std::vector<std::uint8_t>& bytes) const

@@ -43,6 +43,7 @@ private:
     void NoteOnce(const std::string& reason);
     void CountMissing(std::optional<std::uint64_t> id);
     std::optional<Frame> Accept(const CameraFrame& taken);
+    void AdviseOnMany();
     std::string FaultOf(const CameraFrame& taken, std::vector<std::uint8_t>& bytes) const;
 
     std::string m_name;
@@ -58,6 +59,7 @@ private:
     std::uint64_t m_number = 0;
     FrameLosses m_losses;
     std::chrono::steady_clock::time_point m_lostSince;
+    bool m_advised = false;
     std::string m_told; ///< the last reason why the camera cannot be opened again
 };
 

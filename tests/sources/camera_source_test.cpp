@@ -160,6 +160,22 @@ TEST_F(CameraSourceTest, HandsOutWholeFramesAndCountsTheOthers)
     EXPECT_EQ(images[0]->Row(3)[5], 23);
 }
 
+TEST_F(CameraSourceTest, ManyIncompleteFramesAreToldOfOnceWithWhatMayHelp)
+{
+    Connection connection;
+    for (std::uint64_t id = 1; id <= 40; ++id)
+        connection.frames.push_back(id % 4 == 0 ? Connection::Sent{id} : Connection::Sent{id, "packets are missing"});
+    connections = {connection};
+    const auto source = Open();
+    TakeNumbers(*source, 10);
+    EXPECT_EQ(source->Losses().incomplete, 30U);
+    EXPECT_EQ(std::count(notes.begin(), notes.end(),
+                         "10 of 13 frames are incomplete: the system may have too little room for their packets; allow "
+                         "96 bytes (sysctl net.core.rmem_max), or the right cap_net_raw"),
+              1);
+    EXPECT_EQ(notes.size(), 31U);
+}
+
 TEST_F(CameraSourceTest, ShortNumbersGoOnBehind65535WithOne)
 {
     CameraShape shape{"Mono8", 6, 4, 24, true};
