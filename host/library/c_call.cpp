@@ -178,6 +178,11 @@ HandleTable<narvo_cell, v1::GoldenCell>& CellHandles()
     return LastingTable<HandleTable<narvo_cell, v1::GoldenCell>>("a golden cell");
 }
 
+HandleTable<narvo_exchange, ExchangeObject>& ExchangeHandles()
+{
+    return LastingTable<HandleTable<narvo_exchange, ExchangeObject>>("an exchange");
+}
+
 std::int32_t KeepProblems() noexcept
 {
     ForgetProblems();

@@ -121,6 +121,9 @@ struct FindingsObject
 /// A lot, which one thread at a time may use.
 struct LotObject;
 
+/// Defects for other programs, which one thread at a time may use.
+struct ExchangeObject;
+
 /// A stream and what it has reported.
 struct StreamObject;
 
@@ -145,6 +148,7 @@ HandleTable<narvo_capability, v1::CapabilityReport>& CapabilityHandles();
 HandleTable<narvo_findings, FindingsObject>& FindingsHandles();
 HandleTable<narvo_lot, LotObject>& LotHandles();
 HandleTable<narvo_cell, v1::GoldenCell>& CellHandles();
+HandleTable<narvo_exchange, ExchangeObject>& ExchangeHandles();
 
 /// The status of the exception that is being handled, whose problems become those of this thread.
 std::int32_t KeepProblems() noexcept;

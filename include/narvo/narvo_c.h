@@ -90,6 +90,8 @@ extern "C"
     typedef struct narvo_lot narvo_lot;
     /// What the cell of a pattern looks like in good images. Nothing changes it.
     typedef struct narvo_cell narvo_cell;
+    /// Images with their defects, as the files of other programs know them.
+    typedef struct narvo_exchange narvo_exchange;
 
     /// Called again and again during a long call, one at a time, on any of the call's threads, with the caller's
     /// `context`: what is being done, which can be read during this call of it alone, how many images, references or
@@ -462,6 +464,37 @@ extern "C"
         int64_t planted;   ///< fewer than wanted where no places were left
         int64_t found;     ///< touched by a report that was not there before
     } narvo_planted;
+
+    /// A defect as files of other programs know it. Since version 5.
+    typedef struct narvo_listed_defect
+    {
+        uint32_t size;    ///< sizeof(narvo_listed_defect)
+        int32_t left;     ///< of its box, pixels of the image; right and bottom are exclusive
+        int32_t top;      ///< the same
+        int32_t right;    ///< the same
+        int32_t bottom;   ///< the same
+        int32_t reserved; ///< not read
+        double area;      ///< pixels, 0 .. 1e18; 0: not known
+        const char* kind; ///< what people call such defects; "bright" or "dark" of inspections
+    } narvo_listed_defect;
+
+    /// What KLARF says beside the defects. Texts are of up to 255 bytes without quotes and control characters; those
+    /// that are null have their defaults. Since version 5.
+    typedef struct narvo_klarf_head
+    {
+        uint32_t size;          ///< sizeof(narvo_klarf_head)
+        int32_t slot;           ///< 1 .. 1000; 0: 1
+        const char* station;    ///< make of the inspection station; null: "narvo"
+        const char* model;      ///< its model; null: "narvo"
+        const char* station_id; ///< its number; null: "1"
+        const char* lot;        ///< name of the lot; null: "lot"
+        const char* device;     ///< of the product; null: "device"
+        const char* setup;      ///< of the recipe; null: "setup"
+        const char* step;       ///< of the process step; null: "step"
+        const char* wafer;      ///< of the wafer or panel; null: "1"
+        const char* time;       ///< of the result, YYYY-MM-DD hh:mm:ss; null: the first second of 2000
+        double pixel_size;      ///< micrometres that a pixel is wide and high, 0.01 .. 1000; 0: 1
+    } narvo_klarf_head;
 
     // --- problems ---
 
@@ -1006,6 +1039,43 @@ extern "C"
                                            narvo_findings** findings);
     /// Frees a golden cell. @return NARVO_REFUSED for a handle that is none of a golden cell
     NARVO_C_API int32_t narvo_cell_free(narvo_cell* cell);
+
+    // --- defects in the files of other programs; since version 5 ---
+    //
+    // Threads that call with one exchange wait for each other.
+
+    /// Makes an exchange without images. The caller frees `*exchange`.
+    NARVO_C_API int32_t narvo_exchange_create(narvo_exchange** exchange);
+    /// Makes one of a result file of the program `narvo` (.json, .jsonl), or of a KLARF file of any other name, with an
+    /// image for each die. `pixel_size` is micrometres, 0.01 .. 1000, and counts for KLARF, whose lengths become
+    /// pixels. The caller frees `*exchange`.
+    /// @return NARVO_REFUSED naming the file, and the line or the field in it, with what should stand there
+    NARVO_C_API int32_t narvo_exchange_read(const char* file, double pixel_size, narvo_exchange** exchange);
+    /// The same of a KLARF file of any name, whose head narvo_exchange_json has as well.
+    NARVO_C_API int32_t narvo_exchange_read_klarf(const char* file, double pixel_size, narvo_exchange** exchange);
+    /// Adds an image, by the name of its file, with the defects of its reports.
+    /// @return NARVO_REFUSED for reports of images of different sizes; nothing was added
+    NARVO_C_API int32_t narvo_exchange_add_reports(narvo_exchange* exchange, const char* image,
+                                                   const narvo_reports* reports);
+    /// Adds an image of that size in pixels, or 0 by 0 where it is not known, with `count` defects, 0 .. 1000000. What
+    /// they say is checked by narvo_exchange_save and not before.
+    NARVO_C_API int32_t narvo_exchange_add_defects(narvo_exchange* exchange, const char* image, int32_t width,
+                                                   int32_t height, const narvo_listed_defect* defects, int64_t count);
+    /// All images as JSON, in the manner of narvo_recipe_text: a list `images` of `image`, `width`, `height` and
+    /// `defects`, which have the members of narvo_listed_defect. An exchange of narvo_exchange_read_klarf has an object
+    /// `klarf`, too: `version` and the members of narvo_klarf_head, absent texts empty. Bytes of names that are no
+    /// UTF-8 are written as % and two hexadecimal digits.
+    NARVO_C_API int32_t narvo_exchange_json(const narvo_exchange* exchange, char* text, int64_t capacity,
+                                            int64_t* length);
+    /// Writes all images. `form` is "klarf-1.2", "klarf-1.8", "coco" or "csv", of which `output` is the file, or "voc"
+    /// or "yolo", of which it is a folder that is made where there is none. `head` counts for KLARF; null: all
+    /// defaults. Files are written whole or not at all; those that are there are replaced.
+    /// @return NARVO_REFUSED with all that is wrong with the images, as images[0].defects[2].box, or with the head;
+    /// where "yolo" does not know an image's size, two files would have one name, or a file cannot be written
+    NARVO_C_API int32_t narvo_exchange_save(const narvo_exchange* exchange, const char* form, const char* output,
+                                            const narvo_klarf_head* head);
+    /// Frees an exchange. @return NARVO_REFUSED for a handle that is none of an exchange
+    NARVO_C_API int32_t narvo_exchange_free(narvo_exchange* exchange);
 
 #ifdef __cplusplus
 }

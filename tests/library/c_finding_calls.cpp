@@ -14,13 +14,14 @@ CFindingCalls::~CFindingCalls()
     FreeAll(m_lots, narvo_lot_free);
     FreeAll(m_cells, narvo_cell_free);
     FreeAll(m_findings, narvo_findings_free);
+    FreeAll(m_exchanges, narvo_exchange_free);
 }
 
 void CFindingCalls::CallOnce()
 {
     m_foreign[0] = m_shared.recipes.live.empty() ? nullptr : static_cast<void*>(m_shared.recipes.live.front());
     m_foreign[1] = m_lots.live.empty() ? nullptr : static_cast<void*>(m_lots.live.front());
-    switch (m_source.Int(0, 8))
+    switch (m_source.Int(0, 11))
     {
     case 0:
         return MakeLot();
@@ -36,6 +37,12 @@ void CFindingCalls::CallOnce()
     case 6:
     case 7:
         return CompareCell();
+    case 8:
+        return MakeExchange();
+    case 9:
+        return AddToExchange();
+    case 10:
+        return UseExchange();
     default:
         return FreeOne();
     }
@@ -174,10 +181,70 @@ void CFindingCalls::CompareCell()
                      (count == 0 || (setting.size == sizeof(setting) && setting.name != nullptr)));
 }
 
+void CFindingCalls::MakeExchange()
+{
+    if (m_exchanges.live.size() >= 2)
+        return;
+    if (!Rarely())
+        return Create(m_exchanges, narvo_exchange_create);
+    auto* made = reinterpret_cast<narvo_exchange*>(this);
+    const char* file = m_source.Pick<const char*>({nullptr, "", "no_such", "no_such.json", "no_such.jsonl"});
+    const auto read = m_source.Pick({narvo_exchange_read, narvo_exchange_read_klarf});
+    Keep(m_exchanges, made, read(file, DrawNumber(), &made), false);
+}
+
+void CFindingCalls::AddToExchange()
+{
+    const auto [exchange, hasExchange] = Draw(m_exchanges);
+    const char* image = Rarely() ? nullptr : m_source.Pick<const char*>({"a.png", "b.png", "", "\xff"});
+    if (m_source.OneIn(2))
+    {
+        const auto [reports, hasReports] = Draw(m_shared.reports);
+        return void(
+            Sound(narvo_exchange_add_reports(exchange, image, reports), hasExchange && hasReports && image != nullptr));
+    }
+    narvo_listed_defect defects[2] = {};
+    for (narvo_listed_defect& defect : defects)
+        defect = {sizeof(defect), m_source.Int(0, 40), 3, m_source.Pick({50, 0, DrawInteger()}), 8, 0, DrawNumber(),
+                  "dark"};
+    defects[1].kind = m_source.Pick<const char*>({"bright", "", "\xff", nullptr});
+    if (Rarely())
+        defects[1].size = m_source.Pick({0U, 8U, 39U});
+    const auto count = m_source.Pick<std::int64_t>({2, 1, 0, -1, nHugeCount});
+    Sound(narvo_exchange_add_defects(exchange, image, DrawInteger(), DrawInteger(), defects, count),
+          hasExchange && image != nullptr && count >= 0 && count <= 2 &&
+              (count < 2 || (defects[1].size == sizeof(narvo_listed_defect) && defects[1].kind != nullptr)));
+}
+
+/// No file is written: the place lies in none that is a folder.
+void CFindingCalls::UseExchange()
+{
+    const auto [exchange, hasExchange] = Draw(m_exchanges);
+    const auto capacity = m_source.Pick<std::int64_t>({100, 0, 1, 100000, -1});
+    GuardedArray<char> text(static_cast<std::size_t>(std::max<std::int64_t>(capacity, 0)));
+    std::int64_t length = -1;
+    const bool told =
+        Sound(narvo_exchange_json(exchange, text.Data(), capacity, &length), hasExchange && capacity >= 0);
+    text.RequireUntouched(static_cast<std::size_t>(told ? std::min(capacity, length + 1) : 0));
+    narvo_klarf_head head = {};
+    head.size = static_cast<std::uint32_t>(Rarely() ? 8 : sizeof(head));
+    head.slot = m_source.Pick({0, 1, -1, 1001});
+    head.pixel_size = DrawNumber();
+    head.lot = m_source.Pick<const char*>({nullptr, "lot", "\"", "\xff"});
+    head.time = m_source.Pick<const char*>({nullptr, "2026-01-02 03:04:05", "now"});
+    const char* form =
+        m_source.Pick<const char*>({"klarf-1.2", "klarf-1.8", "coco", "voc", "yolo", "csv", "gif", nullptr});
+    Sound(narvo_exchange_save(exchange, form, m_source.Pick<const char*>({"/dev/null/out", "", nullptr}),
+                              m_source.OneIn(2) ? nullptr : &head),
+          false);
+}
+
 void CFindingCalls::FreeOne()
 {
-    switch (m_source.Int(0, 2))
+    switch (m_source.Int(0, 3))
     {
+    case 3:
+        return FreeDrawn(m_exchanges, narvo_exchange_free);
     case 0:
         return FreeDrawn(m_lots, narvo_lot_free);
     case 1:

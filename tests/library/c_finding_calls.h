@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Random calls of the C interface that end in findings: lots and golden cells.
+// Random calls of the C interface that end in findings: lots, golden cells; and of defects for other programs.
 #pragma once
 
 #include "library/c_call_kit.h"
@@ -24,6 +24,9 @@ private:
     void LearnCell();
     void AskCell();
     void CompareCell();
+    void MakeExchange();
+    void AddToExchange();
+    void UseExchange();
     void KeepFindings(narvo_findings* made, std::int32_t status, bool mayRun);
     void FreeOne();
     narvo_setting DrawSetting(const char* known);
@@ -32,6 +35,7 @@ private:
     Handles<narvo_lot> m_lots;
     Handles<narvo_cell> m_cells;
     Handles<narvo_findings> m_findings;
+    Handles<narvo_exchange> m_exchanges;
 };
 
 } // namespace narvo::test

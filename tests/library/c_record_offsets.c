@@ -276,3 +276,27 @@ AT(narvo_planted, shape, 16);
 AT(narvo_planted, place, 24);
 AT(narvo_planted, planted, 32);
 AT(narvo_planted, found, 40);
+
+SIZE(narvo_listed_defect, 40);
+AT(narvo_listed_defect, size, 0);
+AT(narvo_listed_defect, left, 4);
+AT(narvo_listed_defect, top, 8);
+AT(narvo_listed_defect, right, 12);
+AT(narvo_listed_defect, bottom, 16);
+AT(narvo_listed_defect, reserved, 20);
+AT(narvo_listed_defect, area, 24);
+AT(narvo_listed_defect, kind, 32);
+
+SIZE(narvo_klarf_head, 88);
+AT(narvo_klarf_head, size, 0);
+AT(narvo_klarf_head, slot, 4);
+AT(narvo_klarf_head, station, 8);
+AT(narvo_klarf_head, model, 16);
+AT(narvo_klarf_head, station_id, 24);
+AT(narvo_klarf_head, lot, 32);
+AT(narvo_klarf_head, device, 40);
+AT(narvo_klarf_head, setup, 48);
+AT(narvo_klarf_head, step, 56);
+AT(narvo_klarf_head, wafer, 64);
+AT(narvo_klarf_head, time, 72);
+AT(narvo_klarf_head, pixel_size, 80);
