@@ -107,6 +107,8 @@ std::string MethodText(const MethodResult& method);
 /// "0.936 (0.921 to 0.950)", or a dash.
 std::string FigureText(const Figure& figure);
 
+/// A method's figures, curve and images as JSON.
+nlohmann::ordered_json MethodToJson(const MethodResult& method);
 /// Results as JSON: set, names of the images that were learnt from and not measured, rules, and each method.
 nlohmann::ordered_json EvaluationToJson(const std::string& set, const std::string& layout,
                                         const std::vector<SetImage>& learntFrom, const ScoringRules& rules,

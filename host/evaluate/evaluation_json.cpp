@@ -44,6 +44,8 @@ ordered_json ImageToJson(const EvaluatedImage& image)
     return entry;
 }
 
+} // namespace
+
 ordered_json MethodToJson(const MethodResult& method)
 {
     ordered_json entry = {{"name", method.name},
@@ -70,8 +72,6 @@ ordered_json MethodToJson(const MethodResult& method)
         entry["images"].push_back(ImageToJson(image));
     return entry;
 }
-
-} // namespace
 
 ordered_json EvaluationToJson(const std::string& set, const std::string& layout,
                               const std::vector<SetImage>& learntFrom, const ScoringRules& rules,

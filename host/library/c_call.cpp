@@ -183,6 +183,21 @@ HandleTable<narvo_exchange, ExchangeObject>& ExchangeHandles()
     return LastingTable<HandleTable<narvo_exchange, ExchangeObject>>("an exchange");
 }
 
+HandleTable<narvo_image_set, SetObject>& SetHandles()
+{
+    return LastingTable<HandleTable<narvo_image_set, SetObject>>("a set of images");
+}
+
+HandleTable<narvo_truth, TruthObject>& TruthHandles()
+{
+    return LastingTable<HandleTable<narvo_truth, TruthObject>>("a truth");
+}
+
+HandleTable<narvo_evaluation, v1::Evaluation>& EvaluationHandles()
+{
+    return LastingTable<HandleTable<narvo_evaluation, v1::Evaluation>>("an evaluation");
+}
+
 std::int32_t KeepProblems() noexcept
 {
     ForgetProblems();

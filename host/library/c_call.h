@@ -17,6 +17,7 @@
 #include "host/library/c_records.h"
 #include "narvo/host_capability.h"
 #include "narvo/host_cell.h"
+#include "narvo/host_evaluate.h"
 #include "narvo/host_explain.h"
 #include "narvo/host_golden.h"
 #include "narvo/host_images.h"
@@ -124,6 +125,18 @@ struct LotObject;
 /// Defects for other programs, which one thread at a time may use.
 struct ExchangeObject;
 
+/// What is true of an image, and its defects, whose kinds the caller reads.
+struct TruthObject
+{
+    explicit TruthObject(v1::ImageTruth made) : truth(std::move(made)), boxes(truth.Defects()) {}
+
+    v1::ImageTruth truth;
+    std::vector<v1::TrueBox> boxes;
+};
+
+/// A folder of images with known defects.
+struct SetObject;
+
 /// A stream and what it has reported.
 struct StreamObject;
 
@@ -149,6 +162,9 @@ HandleTable<narvo_findings, FindingsObject>& FindingsHandles();
 HandleTable<narvo_lot, LotObject>& LotHandles();
 HandleTable<narvo_cell, v1::GoldenCell>& CellHandles();
 HandleTable<narvo_exchange, ExchangeObject>& ExchangeHandles();
+HandleTable<narvo_image_set, SetObject>& SetHandles();
+HandleTable<narvo_truth, TruthObject>& TruthHandles();
+HandleTable<narvo_evaluation, v1::Evaluation>& EvaluationHandles();
 
 /// The status of the exception that is being handled, whose problems become those of this thread.
 std::int32_t KeepProblems() noexcept;

@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "host/evaluate/baselines.h"
 #include "host/evaluate/evaluation.h"
 #include "host/evaluate/golden_scores.h"
@@ -430,6 +432,12 @@ std::size_t Evaluation::Images() const
 
 EvaluationReport Evaluation::Report() const
 {
+    std::string unread;
+    return Report(unread);
+}
+
+EvaluationReport Evaluation::Report(std::string& json) const
+{
     Content& own = Own();
     return library::Translated(
         [&]
@@ -440,7 +448,12 @@ EvaluationReport Evaluation::Report() const
             std::vector<const MeasuredImage*> images;
             for (const auto& [name, image] : own.images)
                 images.push_back(&image);
-            return PublicEvaluation(SummariseImages("figures", images));
+            const MethodResult result = SummariseImages("figures", images);
+            EvaluationReport report = PublicEvaluation(result);
+            nlohmann::ordered_json made = MethodToJson(result);
+            made.erase("name");
+            json = made.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+            return report;
         });
 }
 

@@ -201,6 +201,10 @@ public:
     std::size_t Images() const;
     /// Figures of the images so far. More may follow. @throws Error without images
     EvaluationReport Report() const;
+    /// The same, with `json` set to the JSON that the program's `narvo evaluate` writes of one method, without its
+    /// name.
+    /// @throws Error as the other, which leaves `json` as it is
+    EvaluationReport Report(std::string& json) const;
 
 private:
     struct Content;

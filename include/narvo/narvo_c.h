@@ -92,6 +92,12 @@ extern "C"
     typedef struct narvo_cell narvo_cell;
     /// Images with their defects, as the files of other programs know them.
     typedef struct narvo_exchange narvo_exchange;
+    /// A folder of images with known defects. Nothing changes it.
+    typedef struct narvo_image_set narvo_image_set;
+    /// What is true of one image. Nothing changes it.
+    typedef struct narvo_truth narvo_truth;
+    /// How well a method finds known defects.
+    typedef struct narvo_evaluation narvo_evaluation;
 
     /// Called again and again during a long call, one at a time, on any of the call's threads, with the caller's
     /// `context`: what is being done, which can be read during this call of it alone, how many images, references or
@@ -495,6 +501,30 @@ extern "C"
         const char* time;       ///< of the result, YYYY-MM-DD hh:mm:ss; null: the first second of 2000
         double pixel_size;      ///< micrometres that a pixel is wide and high, 0.01 .. 1000; 0: 1
     } narvo_klarf_head;
+
+    /// A true defect as a box. Since version 5.
+    typedef struct narvo_true_box
+    {
+        uint32_t size;    ///< sizeof(narvo_true_box)
+        int32_t left;     ///< pixels; right and bottom are exclusive; what lies outside of the image is cut off
+        int32_t top;      ///< the same
+        int32_t right;    ///< the same
+        int32_t bottom;   ///< the same
+        int32_t reserved; ///< not read
+        const char* kind; ///< for people, such as "scratch"
+    } narvo_true_box;
+
+    /// An image of a set. Its texts can be read until the set is freed; those that do not apply are empty. Since
+    /// version 5.
+    typedef struct narvo_set_image
+    {
+        uint32_t size;         ///< sizeof(narvo_set_image)
+        int32_t defective;     ///< 1: it has defects, whose places need not be known; 0: it has none
+        const char* name;      ///< file name below the folder
+        const char* file;      ///< the image
+        const char* reference; ///< the good image that it is compared with
+        const char* mask;      ///< painted defects
+    } narvo_set_image;
 
     // --- problems ---
 
@@ -1076,6 +1106,81 @@ extern "C"
                                             const narvo_klarf_head* head);
     /// Frees an exchange. @return NARVO_REFUSED for a handle that is none of an exchange
     NARVO_C_API int32_t narvo_exchange_free(narvo_exchange* exchange);
+
+    // --- how well known defects are found; since version 5 ---
+
+    /// Reads a folder in one of the layouts of docs/evaluation.md: folders good, defective and mask; NAME_temp,
+    /// NAME_test and NAME.txt; images with boxes as COCO, Pascal VOC, YOLO or text. The caller frees `*set`.
+    /// @return NARVO_REFUSED where the folder has none of these layouts, and with all that is wrong in its files
+    NARVO_C_API int32_t narvo_image_set_read(const char* folder, narvo_image_set** set);
+    /// Fills the array `images` with the images of a set by their names, in the manner of narvo_reports_defects.
+    NARVO_C_API int32_t narvo_image_set_images(const narvo_image_set* set, uint32_t record_size,
+                                               narvo_set_image* images, int64_t capacity, int64_t* count);
+    /// Frees a set. @return NARVO_REFUSED for a handle that is none of a set
+    NARVO_C_API int32_t narvo_image_set_free(narvo_image_set* set);
+
+    /// Makes the truth of image `index`, 0 .. count - 1 of narvo_image_set_images, from its mask, or its boxes and the
+    /// image's size. Files of more than `max_pixels`, as narvo_picture_from_file, are refused. The caller frees
+    /// `*truth`. @return NARVO_REFUSED naming the file
+    NARVO_C_API int32_t narvo_truth_of_set(const narvo_image_set* set, int64_t index, int64_t max_pixels,
+                                           narvo_truth** truth);
+    /// The same of `count` boxes, 0 .. 65536, in an image of that size; without any, of a good image. Where boxes
+    /// overlap, pixels count for the later one.
+    /// @return NARVO_REFUSED for sides that no image has, or a box without a pixel in it
+    NARVO_C_API int32_t narvo_truth_of_boxes(const narvo_true_box* boxes, int64_t count, int32_t width, int32_t height,
+                                             narvo_truth** truth);
+    /// The same of a painted mask of 8 bits: connected pixels above half of its largest value are a defect of that
+    /// kind; null: "defective". An empty mask is a good image's.
+    NARVO_C_API int32_t narvo_truth_of_mask(const narvo_image* mask, const char* kind, narvo_truth** truth);
+    /// The same of an image that is known to be defective, and nobody knows where.
+    NARVO_C_API int32_t narvo_truth_of_defective(narvo_truth** truth);
+    /// Sets `*defective` to 1 where there are defects, and to 0 otherwise.
+    NARVO_C_API int32_t narvo_truth_get(const narvo_truth* truth, int32_t* defective);
+    /// Fills the array `boxes` with the defects in the manner of narvo_reports_defects; of a mask, those around its
+    /// parts; none where the places are not known. Their kinds can be read until the truth is freed.
+    NARVO_C_API int32_t narvo_truth_boxes(const narvo_truth* truth, uint32_t record_size, narvo_true_box* boxes,
+                                          int64_t capacity, int64_t* count);
+    /// Frees a truth. @return NARVO_REFUSED for a handle that is none of a truth
+    NARVO_C_API int32_t narvo_truth_free(narvo_truth* truth);
+
+    /// Makes an evaluation of one method, for `lanes` images at once, 1 .. 256. Any number of threads may measure; the
+    /// figures depend neither on the order nor on the threads. The caller frees `*evaluation`. Settings, all whole:
+    ///
+    /// | name | unit | range | default |
+    /// |---|---|---|---|
+    /// | margin | pixels by which a defect is grown; a blob that touches it finds it | 0 .. 1000 | 3 |
+    /// | smallest | pixels; smaller blobs do not count | 1 .. 1000000 | 1 |
+    /// | patch | side of the squares that count as images, pixels | 16 .. 65536; 0: whole images | 0 |
+    NARVO_C_API int32_t narvo_evaluation_create(const narvo_setting* settings, int64_t setting_count, int32_t lanes,
+                                                narvo_evaluation** evaluation);
+    /// Inspects a picture by all regions of a recipe at all its thresholds times 8 down to 1/8. `name` is the image's
+    /// own.
+    /// @return NARVO_REFUSED as narvo_inspect_picture, for a name that is empty or another image's, and for a truth of
+    /// another size; nothing is added then, and narvo_evaluation_refuse may count the image as one in which nothing is
+    /// found
+    NARVO_C_API int32_t narvo_evaluation_measure(narvo_evaluation* evaluation, const char* name,
+                                                 const narvo_picture* picture, const narvo_recipe* recipe,
+                                                 const narvo_truth* truth);
+    /// The same by golden inspection. @return NARVO_REFUSED as narvo_golden_inspect_picture and
+    /// narvo_evaluation_measure, and for a model with a mask
+    NARVO_C_API int32_t narvo_evaluation_measure_golden(narvo_evaluation* evaluation, const char* name,
+                                                        const narvo_picture* picture, const narvo_golden* golden,
+                                                        const narvo_truth* truth);
+    /// The same of scores of a method of the caller's own, 0 and more and 1 at its threshold, one for each pixel, row
+    /// by row without gaps. Connected ones above the threshold, 5 and more, are blobs. No call keeps them.
+    NARVO_C_API int32_t narvo_evaluation_measure_scores(narvo_evaluation* evaluation, const char* name,
+                                                        const float* scores, int32_t width, int32_t height,
+                                                        const narvo_truth* truth);
+    /// Adds an image that could not be inspected for `count` problems, 1 .. 65536, one after the other and of one size.
+    NARVO_C_API int32_t narvo_evaluation_refuse(narvo_evaluation* evaluation, const char* name,
+                                                const narvo_problem* problems, int64_t count, const narvo_truth* truth);
+    /// Sets `*count` to the number of images so far, refused ones among them.
+    NARVO_C_API int32_t narvo_evaluation_images(const narvo_evaluation* evaluation, int64_t* count);
+    /// The figures of the images so far, to which more may be added: what the program's `narvo evaluate` writes and
+    /// prints of one method. The caller frees `*findings`. @return NARVO_REFUSED without images
+    NARVO_C_API int32_t narvo_evaluation_report(const narvo_evaluation* evaluation, narvo_findings** findings);
+    /// Frees an evaluation. @return NARVO_REFUSED for a handle that is none of an evaluation
+    NARVO_C_API int32_t narvo_evaluation_free(narvo_evaluation* evaluation);
 
 #ifdef __cplusplus
 }

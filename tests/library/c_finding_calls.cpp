@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace narvo::test
 {
@@ -15,13 +16,15 @@ CFindingCalls::~CFindingCalls()
     FreeAll(m_cells, narvo_cell_free);
     FreeAll(m_findings, narvo_findings_free);
     FreeAll(m_exchanges, narvo_exchange_free);
+    FreeAll(m_truths, narvo_truth_free);
+    FreeAll(m_evaluations, narvo_evaluation_free);
 }
 
 void CFindingCalls::CallOnce()
 {
     m_foreign[0] = m_shared.recipes.live.empty() ? nullptr : static_cast<void*>(m_shared.recipes.live.front());
     m_foreign[1] = m_lots.live.empty() ? nullptr : static_cast<void*>(m_lots.live.front());
-    switch (m_source.Int(0, 11))
+    switch (m_source.Int(0, 15))
     {
     case 0:
         return MakeLot();
@@ -43,6 +46,13 @@ void CFindingCalls::CallOnce()
         return AddToExchange();
     case 10:
         return UseExchange();
+    case 11:
+        return MakeTruth();
+    case 12:
+    case 13:
+        return MeasureImage();
+    case 14:
+        return ReportEvaluation();
     default:
         return FreeOne();
     }
@@ -239,10 +249,113 @@ void CFindingCalls::UseExchange()
           false);
 }
 
+void CFindingCalls::MakeTruth()
+{
+    if (m_truths.live.size() >= 3)
+        return;
+    if (m_source.OneIn(4))
+        return Create(m_truths, narvo_truth_of_defective);
+    auto* made = reinterpret_cast<narvo_truth*>(this);
+    if (m_source.OneIn(2))
+    {
+        const DrawnImage mask = DrawImage(16);
+        const std::int32_t status =
+            narvo_truth_of_mask(&mask.record, m_source.Pick<const char*>({nullptr, "\xff"}), &made);
+        Keep(m_truths, made, status, !mask.broken && mask.record.bits == 8);
+    }
+    else
+    {
+        narvo_true_box boxes[2] = {};
+        for (narvo_true_box& box : boxes)
+            box = {sizeof(box), m_source.Int(0, 40), 3, m_source.Pick({50, 0, DrawInteger()}), 8, 0, "spot"};
+        boxes[1].kind = m_source.Pick<const char*>({"line", "\xff", nullptr});
+        const auto count = m_source.Pick<std::int64_t>({2, 1, 0, -1, nHugeCount});
+        const std::int32_t status = narvo_truth_of_boxes(boxes, count, m_source.Pick({96, 96, 0}), 72, &made);
+        Keep(m_truths, made, status, count >= 0 && count <= 2 && (count < 2 || boxes[1].kind != nullptr));
+    }
+    std::int32_t defective = -1;
+    std::int64_t count = -1;
+    GuardedArray<narvo_true_box> boxes(1);
+    const auto [truth, hasTruth] = Draw(m_truths);
+    const bool told = Sound(narvo_truth_get(truth, &defective), hasTruth);
+    const bool listed = Sound(narvo_truth_boxes(truth, sizeof(narvo_true_box), boxes.Data(), 1, &count), hasTruth);
+    Require(told == listed && (!told || count == 0 || defective == 1), "an image with defects is defective");
+    boxes.RequireUntouched(listed && count > 0 ? 1 : 0);
+}
+
+void CFindingCalls::MeasureImage()
+{
+    if (m_evaluations.live.empty())
+    {
+        const narvo_setting setting = DrawSetting(m_source.Pick({"margin", "smallest", "patch"}));
+        const int lanes = m_source.Pick({1, 2, 0, 257});
+        const auto count = m_source.Pick<std::int64_t>({0, 0, 1});
+        auto* made = reinterpret_cast<narvo_evaluation*>(this);
+        const std::int32_t status = narvo_evaluation_create(&setting, count, lanes, &made);
+        Keep(m_evaluations, made, status, lanes == 1 || lanes == 2);
+    }
+    const auto [evaluation, hasEvaluation] = Draw(m_evaluations);
+    const auto [truth, hasTruth] = Draw(m_truths);
+    const std::string name = std::to_string(m_source.Int(0, 30));
+    const char* given = Rarely() ? m_source.Pick<const char*>({nullptr, ""}) : name.c_str();
+    const bool right = hasEvaluation && hasTruth && given != nullptr && given[0] != '\0';
+    const int kind = m_source.Int(0, 3);
+    if (kind == 0)
+    {
+        const narvo_problem problem = {sizeof(problem), 0, "a field", m_source.Pick<const char*>({"\xff", nullptr}),
+                                       "x"};
+        const auto count = m_source.Pick<std::int64_t>({1, 1, 0, -1});
+        return void(Sound(narvo_evaluation_refuse(evaluation, given, &problem, count, truth),
+                          right && problem.value != nullptr && count == 1));
+    }
+    if (kind == 1)
+    {
+        std::vector<float> scores(96 * 72, 0.0F);
+        scores[static_cast<std::size_t>(m_source.Int(0, 96 * 72 - 1))] = static_cast<float>(DrawNumber());
+        const int width = m_source.Pick({96, 96, 96, 0, -1});
+        return void(Sound(
+            narvo_evaluation_measure_scores(evaluation, given, Rarely() ? nullptr : scores.data(), width, 72, truth),
+            right && width == 96));
+    }
+    const std::vector<std::uint8_t> bytes(96 * 72, static_cast<std::uint8_t>(m_source.Int(0, 255)));
+    const narvo_pixel_array pixels = {sizeof(pixels), 96, 72, 1, 8, 0, bytes.data()};
+    narvo_picture* picture = nullptr;
+    Require(narvo_picture_from_pixels(&pixels, nullptr, nullptr, &picture) == NARVO_OK, "pixels become a picture");
+    const auto [recipe, hasRecipe] = Draw(m_shared.recipes);
+    const auto [golden, hasGolden] = Draw(m_shared.goldens);
+    if (kind == 2)
+        Sound(narvo_evaluation_measure(evaluation, given, picture, recipe, truth), right && hasRecipe);
+    else
+        Sound(narvo_evaluation_measure_golden(evaluation, given, picture, golden, truth), right && hasGolden);
+    Require(narvo_picture_free(picture) == NARVO_OK, "a picture in use can be freed");
+}
+
+void CFindingCalls::ReportEvaluation()
+{
+    const auto [evaluation, hasEvaluation] = Draw(m_evaluations);
+    std::int64_t images = 0;
+    Sound(narvo_evaluation_images(evaluation, &images), hasEvaluation);
+    auto* made = reinterpret_cast<narvo_findings*>(this);
+    const std::int32_t status = narvo_evaluation_report(evaluation, &made);
+    KeepFindings(made, status, hasEvaluation && images > 0);
+    auto* set = reinterpret_cast<narvo_image_set*>(this);
+    Require(!Sound(narvo_image_set_read(m_source.Pick<const char*>({nullptr, "", "no_such_folder"}), &set), false) &&
+                set == nullptr,
+            "no set without a folder");
+    auto* truth = reinterpret_cast<narvo_truth*>(this);
+    Require(!Sound(narvo_truth_of_set(set, 0, 0, &truth), false) && truth == nullptr, "no truth without a set");
+    std::int64_t count = 0;
+    Sound(narvo_image_set_images(set, sizeof(narvo_set_image), nullptr, 0, &count), false);
+}
+
 void CFindingCalls::FreeOne()
 {
-    switch (m_source.Int(0, 3))
+    switch (m_source.Int(0, 5))
     {
+    case 5:
+        return FreeDrawn(m_truths, narvo_truth_free);
+    case 4:
+        return FreeDrawn(m_evaluations, narvo_evaluation_free);
     case 3:
         return FreeDrawn(m_exchanges, narvo_exchange_free);
     case 0:

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Random calls of the C interface that end in findings: lots, golden cells; and of defects for other programs.
+// Random calls of the C interface that end in findings: lots, golden cells, evaluations; and of defects for
+// other programs.
 #pragma once
 
 #include "library/c_call_kit.h"
@@ -27,6 +28,9 @@ private:
     void MakeExchange();
     void AddToExchange();
     void UseExchange();
+    void MakeTruth();
+    void MeasureImage();
+    void ReportEvaluation();
     void KeepFindings(narvo_findings* made, std::int32_t status, bool mayRun);
     void FreeOne();
     narvo_setting DrawSetting(const char* known);
@@ -36,6 +40,8 @@ private:
     Handles<narvo_cell> m_cells;
     Handles<narvo_findings> m_findings;
     Handles<narvo_exchange> m_exchanges;
+    Handles<narvo_truth> m_truths;
+    Handles<narvo_evaluation> m_evaluations;
 };
 
 } // namespace narvo::test

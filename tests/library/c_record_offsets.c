@@ -300,3 +300,20 @@ AT(narvo_klarf_head, step, 56);
 AT(narvo_klarf_head, wafer, 64);
 AT(narvo_klarf_head, time, 72);
 AT(narvo_klarf_head, pixel_size, 80);
+
+SIZE(narvo_true_box, 32);
+AT(narvo_true_box, size, 0);
+AT(narvo_true_box, left, 4);
+AT(narvo_true_box, top, 8);
+AT(narvo_true_box, right, 12);
+AT(narvo_true_box, bottom, 16);
+AT(narvo_true_box, reserved, 20);
+AT(narvo_true_box, kind, 24);
+
+SIZE(narvo_set_image, 40);
+AT(narvo_set_image, size, 0);
+AT(narvo_set_image, defective, 4);
+AT(narvo_set_image, name, 8);
+AT(narvo_set_image, file, 16);
+AT(narvo_set_image, reference, 24);
+AT(narvo_set_image, mask, 32);
